@@ -1,0 +1,32 @@
+find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
+
+# pelorin_test(<name> SOURCES <file>... [LIBS <target>...] [LABELS <label>...] [TIMEOUT <s>]
+#              [SESSION] [DISPLAY])
+#
+# One executable, one entry of CTest. SESSION gives it a D-Bus session of its own, DISPLAY an Xvfb
+# with a window manager. In a sanitized build the entry is called "<preset>.<name>".
+function(pelorin_test name)
+    cmake_parse_arguments(ARG "SESSION;DISPLAY" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+    set(target test_${name})
+    add_executable(${target} ${ARG_SOURCES})
+    target_link_libraries(${target} PRIVATE ${ARG_LIBS} pelorin_testsupport pelorin_options Qt6::Test)
+    target_compile_definitions(${target} PRIVATE
+        PELORIN_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}"
+        PELORIN_APP_DIR="${PELORIN_APP_DIR}")
+    set(command $<TARGET_FILE:${target}>)
+    if(ARG_DISPLAY)
+        set(command ${CMAKE_SOURCE_DIR}/tests/support/with-display ${command})
+    endif()
+    if(ARG_SESSION)
+        set(command ${CMAKE_SOURCE_DIR}/tests/support/with-session ${command})
+    endif()
+    set(entry ${PELORIN_TEST_PREFIX}${name})
+    add_test(NAME ${entry} COMMAND ${command})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    set_tests_properties(${entry} PROPERTIES
+        TIMEOUT ${ARG_TIMEOUT}
+        LABELS "${ARG_LABELS}"
+        ENVIRONMENT "${PELORIN_TEST_ENVIRONMENT}")
+endfunction()

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <pelorinnews/Error.h>
+#include <pelorinnews/HostIdentity.h>
+#include <pelorinnews/NewsController.h>
+
+#include <QtPlugin>
+#include <memory>
+
+namespace pelorinnews {
+
+/// What the loaded module gives: `qobject_cast<NewsPlugin *>(QPluginLoader(path).instance())`.
+///
+/// The module stays loaded until the process ends, whatever the loader is told. All operations
+/// belong on the main thread.
+class NewsPlugin {
+public:
+    virtual ~NewsPlugin() = default;
+    NewsPlugin(const NewsPlugin &) = delete;
+    NewsPlugin &operator=(const NewsPlugin &) = delete;
+
+    /// Says who the host is. Call it before the first `init`; later calls count for controllers
+    /// made afterwards.
+    virtual void setHostIdentity(const HostIdentity &identity) = 0;
+
+    /// Creates the panel and starts its first refresh, without waiting for it and without loading
+    /// the window.
+    ///
+    /// On failure with a place for the error: stores it there and returns null. On failure without
+    /// one: may return a controller whose operations do nothing. On success `error` is untouched.
+    virtual std::shared_ptr<NewsController> init(Error *error = nullptr) = 0;
+
+protected:
+    NewsPlugin() = default;
+};
+
+}  // namespace pelorinnews
+
+#define PELORINNEWS_PLUGIN_IID "com.Olvane.PelorinNews.NewsPlugin/1"
+Q_DECLARE_INTERFACE(pelorinnews::NewsPlugin, PELORINNEWS_PLUGIN_IID)

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+
+namespace pelorinnews {
+
+/// The host's log, as the module sees it. The host implements this class and hands an object to
+/// `NewsController::setLogger`.
+///
+/// Each operation takes one finished line of text, without a time stamp, a level name or a line
+/// end. **Every operation may be called from any thread**, several at once included, and must
+/// return soon: the caller waits.
+class OlvLogger {
+public:
+    virtual ~OlvLogger() = default;
+
+    virtual void addErrorMessage(const QString &message) = 0;
+    virtual void addWarningMessage(const QString &message) = 0;
+    virtual void addInfoMessage(const QString &message) = 0;
+    virtual void addDebugMessage(const QString &message) = 0;
+
+protected:
+    OlvLogger() = default;
+    OlvLogger(const OlvLogger &) = default;
+    OlvLogger &operator=(const OlvLogger &) = default;
+};
+
+}  // namespace pelorinnews

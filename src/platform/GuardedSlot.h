@@ -1,0 +1,41 @@
+#pragma once
+
+#include <mutex>
+#include <utility>
+
+namespace pelorinnews {
+
+/// One value that several threads read and replace as a whole.
+///
+/// `get` copies the value out, `set` swaps a new one in; the value that went is destroyed after
+/// the lock is released, so no foreign code ever runs under it. Meant for values that are cheap to
+/// copy: shared pointers, implicitly shared Qt types, numbers.
+template <class T>
+class GuardedSlot {
+public:
+    GuardedSlot() = default;
+    explicit GuardedSlot(T value) : value(std::move(value)) {}
+    GuardedSlot(const GuardedSlot &) = delete;
+    GuardedSlot &operator=(const GuardedSlot &) = delete;
+    ~GuardedSlot() = default;
+
+    [[nodiscard]] T get() const {
+        const std::lock_guard lock(mutex);
+        return value;
+    }
+
+    void set(T newValue) { static_cast<void>(exchange(std::move(newValue))); }
+
+    /// Puts `newValue` in and returns what was there.
+    [[nodiscard]] T exchange(T newValue) {
+        const std::lock_guard lock(mutex);
+        std::swap(value, newValue);
+        return newValue;
+    }
+
+private:
+    mutable std::mutex mutex;
+    T value{};
+};
+
+}  // namespace pelorinnews

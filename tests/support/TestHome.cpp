@@ -1,0 +1,26 @@
+#include "TestHome.h"
+
+#include <QDir>
+
+namespace pelorinnews::test {
+
+TestHome::TestHome() {
+    if (!home.isValid())
+        qFatal("no temporary home: %s", qPrintable(home.errorString()));
+    qputenv("HOME", home.path().toUtf8());
+    const QList<std::pair<const char *, QString>> folders = {
+        {"XDG_CONFIG_HOME", QStringLiteral(".config")},
+        {"XDG_DATA_HOME", QStringLiteral(".local/share")},
+        {"XDG_STATE_HOME", QStringLiteral(".local/state")},
+        {"XDG_CACHE_HOME", QStringLiteral(".cache")},
+        {"XDG_RUNTIME_DIR", QStringLiteral("run")},
+    };
+    for (const auto &[variable, folder] : folders) {
+        const QString path = home.filePath(folder);
+        QDir().mkpath(path);
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv(variable, path.toUtf8());
+    }
+}
+
+}  // namespace pelorinnews::test

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "TestHome.h"
+
+#include <QCoreApplication>
+#include <QTest>
+
+/// The main function of a test without a window: a home of its own first, then the application.
+#define PELORIN_CORE_TEST_MAIN(TestClass)                     \
+    int main(int argc, char *argv[]) {                        \
+        const pelorinnews::test::TestHome home;               \
+        const QCoreApplication application(argc, argv);       \
+        TestClass test;                                       \
+        return QTest::qExec(&test, argc, argv);               \
+    }
