@@ -1,7 +1,6 @@
 #include "OlvNewsParser.h"
 
 #include "DateFormatter.h"
-#include "FeedResult.h"
 
 #include <QStringDecoder>
 

@@ -17,6 +17,13 @@ namespace pelorinnews {
 
 class DateFormatter;
 
+/// The entries of a parser's result: the feed's language, a `QString`, and its items, a
+/// `std::shared_ptr<OlvNewsItemList>` in the order of the feed.
+inline const QString OlvNewsFeedChannelLanguageKeyName =
+    QStringLiteral("OlvNewsFeedChannelLanguageKeyName");
+inline const QString OlvNewsFeedNewsCacheItemsKeyName =
+    QStringLiteral("OlvNewsFeedNewsCacheItemsKeyName");
+
 /// Turns the text of a feed into the feed's language and its items.
 ///
 /// Elements count by their exact name, wherever they stand; the last one of a kind wins. A parser
@@ -30,7 +37,7 @@ public:
     OlvNewsParser(const OlvNewsParser &) = delete;
     OlvNewsParser &operator=(const OlvNewsParser &) = delete;
 
-    /// The language and the items under the keys of FeedResult.h; absent when the text is absent
+    /// The language and the items under the keys above; absent when the text is absent
     /// or names no language. A document that breaks half-way gives what was complete before. Where
     /// it breaks and `error` is given, the error is stored there, result or not; else `error` is
     /// left alone.

@@ -1,4 +1,3 @@
-#include "FeedResult.h"
 #include "OlvNewsParser.h"
 #include "TestMain.h"
 
