@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QThreadPool>
 #include <QUrl>
+
 #include <functional>
 #include <memory>
 #include <optional>
@@ -18,9 +19,9 @@ struct UrlResponse {
 
 /// Receives the outcome of one request: any of the three may be absent. `data` is absent where no
 /// bytes came *and* the transfer failed; an empty body that came whole is present and empty.
-using UrlCompletion = std::function<void(std::optional<UrlResponse> response,
-                                         std::optional<QByteArray> data,
-                                         std::optional<Error> connectionError)>;
+using UrlCompletion =
+    std::function<void(std::optional<UrlResponse> response, std::optional<QByteArray> data,
+                       std::optional<Error> connectionError)>;
 
 /// Fetches addresses. Abstract so that a test can put another transport in its place.
 class UrlLoader {
