@@ -5,6 +5,7 @@
 #include <pelorinnews/NewsController.h>
 
 #include <QtPlugin>
+
 #include <memory>
 
 namespace pelorinnews {
