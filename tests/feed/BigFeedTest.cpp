@@ -6,9 +6,9 @@
 #include "TestMain.h"
 
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QTimer>
 
-#include <atomic>
 #include <ctime>
 
 using namespace pelorinnews;
@@ -19,15 +19,22 @@ namespace {
 
 constexpr qint64 hundredMegabytes = 100'000'000;
 
-/// The time this thread has been running, in milliseconds.
-double threadTime() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+/// How long this thread was ready to run and had to wait for a processor, in milliseconds.
+double timeInTheQueue() {
+    // "running waiting slices", in nanoseconds.
+    const QList<QByteArray> fields = readBytes("/proc/thread-self/schedstat").split(' ');
+    return fields.size() < 2 ? 0 : fields[1].toDouble() / 1e6;
 }
 
-/// Watches an event loop: how long it let a timer of one millisecond wait, and how much of that it
-/// spent working (the rest it was asleep, or had no processor).
+/// How long this thread has run, in milliseconds.
+double timeAtWork() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
+
+/// Watches an event loop: how long it let a timer of one millisecond wait, as the clock has it,
+/// without what the thread waited for a processor that others were using, and at work only.
 class LoopWatch {
 public:
     LoopWatch() {
@@ -35,27 +42,33 @@ public:
         timer.setInterval(1ms);
         QObject::connect(&timer, &QTimer::timeout, [this] { tick(); });
         clock.start();
-        work = threadTime();
+        queued = timeInTheQueue();
+        worked = timeAtWork();
         timer.start();
     }
 
     double longestBlock = 0;
+    double longestOwnBlock = 0;
     double longestWork = 0;
 
 private:
     void tick() {
         const double passed = static_cast<double>(clock.nsecsElapsed()) / 1e6;
-        const double worked = threadTime();
+        const double waited = timeInTheQueue();
         longestBlock = std::max(longestBlock, passed - last);
-        longestWork = std::max(longestWork, worked - work);
+        longestOwnBlock = std::max(longestOwnBlock, passed - last - (waited - queued));
         last = passed;
-        work = worked;
+        queued = waited;
+        const double work = timeAtWork();
+        longestWork = std::max(longestWork, work - worked);
+        worked = work;
     }
 
     QTimer timer;
     QElapsedTimer clock;
     double last = 0;
-    double work = 0;
+    double queued = 0;
+    double worked = 0;
 };
 
 }  // namespace
@@ -69,6 +82,12 @@ private Q_SLOTS:
     void oneThatIsCutHalfWayLeavesTheOldItems();
 
 private:
+    /// Work is counted exactly. The clock is not asked for as much: on a busy machine whoever holds
+    /// a lock for an instant may lose its processor just then.
+    static void checkNotBlocked(const LoopWatch &watch) {
+        QVERIFY2(watch.longestWork < 20, qPrintable(QString::number(watch.longestWork)));
+        QVERIFY2(watch.longestOwnBlock < 200, qPrintable(QString::number(watch.longestOwnBlock)));
+    }
     /// Refreshes while this thread's event loop runs, as the window would use the cache meanwhile.
     std::optional<Error> refreshUnderWatch(LoopWatch &watch);
 
@@ -88,11 +107,11 @@ void BigFeedTest::initTestCase() {
 }
 
 std::optional<Error> BigFeedTest::refreshUnderWatch(LoopWatch &watch) {
-    std::atomic<bool> ended = false;
-    std::optional<Error> error;
+    QEventLoop loop;
+    std::optional<Error> error = Error{QStringLiteral("no end"), 0, {}};
     cache->refresh([&](const std::optional<Error> &outcome) {
         error = outcome;
-        ended = true;
+        QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
     });
     // Reads of the window's kind, a list held for a moment included.
     QTimer reader;
@@ -101,9 +120,12 @@ std::optional<Error> BigFeedTest::refreshUnderWatch(LoopWatch &watch) {
         static_cast<void>(cache->retrievingContent());
     });
     reader.start(7ms);
-    [&ended] { QTRY_VERIFY_WITH_TIMEOUT(ended.load(), 100000); }();
-    qInfo("longest block of the main thread %.1f ms, longest work in one turn %.1f ms",
-          watch.longestBlock, watch.longestWork);
+    QTimer::singleShot(100s, &loop, &QEventLoop::quit);
+    loop.exec();
+    qInfo(
+        "longest block of the main thread %.1f ms, without waiting for a processor %.1f ms, "
+        "work in one turn %.1f ms",
+        watch.longestBlock, watch.longestOwnBlock, watch.longestWork);
     return error;
 }
 
@@ -113,9 +135,7 @@ void BigFeedTest::aFeedOfAHundredMegabytesDoesNotBlockTheMainThread() {
         const auto error = refreshUnderWatch(watch);
         QVERIFY2(!error, qPrintable(error ? error->description() : QString()));
         QVERIFY(cache->count() > 30'000);
-        // The bound is on the thread's own work: on a busy machine it may wait for a processor.
-        QVERIFY2(watch.longestWork < 20, qPrintable(QString::number(watch.longestWork)));
-        QVERIFY2(watch.longestBlock < 500, qPrintable(QString::number(watch.longestBlock)));
+        checkNotBlocked(watch);
     }
 }
 
@@ -134,7 +154,7 @@ void BigFeedTest::oneThatIsCutHalfWayLeavesTheOldItems() {
     QCOMPARE(error->domain, QStringLiteral("QNetworkReply::NetworkError"));
     QCOMPARE(titles(*cache), QStringList{"old"});
     QVERIFY(!QFile::exists(file));
-    QVERIFY2(watch.longestWork < 20, qPrintable(QString::number(watch.longestWork)));
+    checkNotBlocked(watch);
     cache.reset();
 }
 

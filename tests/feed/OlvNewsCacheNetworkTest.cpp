@@ -207,8 +207,8 @@ void OlvNewsCacheNetworkTest::anAnswerThatCameWholeIsTaken_data() {
     QTest::addColumn<bool>("secure");
     QTest::addColumn<QString>("options");
     for (const bool secure : {false, true}) {
-        for (const char *options : {"status=399", "framing=chunked", "framing=close", "gzip",
-                                    "delay=200", "drip=40:1", "redirects=3"})
+        for (const char *options : {"status=399", "framing=chunked", "framing=close", "delay=200",
+                                    "drip=40:1", "redirects=3"})
             QTest::addRow("%s, %s", secure ? "https" : "http", options)
                 << secure << QString::fromLatin1(options);
     }
@@ -246,8 +246,11 @@ void OlvNewsCacheNetworkTest::aFailedDownloadRestoresTheFileAndIsReported_data()
         row("cut=60", 0);
         row("cut=60,reset", 0);
         row("length=5", 0);
-        row("chunk-error=malformed", 0);
-        row("chunk-error=cut", 0);
+        // Asked for as it stands, a body must not come compressed.
+        row("gzip", 0);
+        // Over plain HTTP, Qt may take the connection's end for the last chunk.
+        if (secure)
+            row("framing=chunked,size=1m,cut=500k", 0);
         row("loop", 0);
     }
 }
