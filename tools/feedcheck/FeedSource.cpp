@@ -22,7 +22,7 @@ Error fileError(QFileDevice::FileError code, const QString &reason) {
 }
 
 bool isAddress(const QString &argument) {
-    for (const char *scheme : {"http://", "https://", "file://"}) {
+    for (const char *scheme : {"http://", "https://", "file:"}) {
         if (argument.startsWith(QLatin1String(scheme), Qt::CaseInsensitive))
             return true;
     }

@@ -19,7 +19,7 @@ struct FeedSource {
 /// Reads the feed that `argument` names, waiting for it:
 ///
 /// - "-" is standard input;
-/// - a text that begins with http://, https:// or file:// is an address, fetched as the panel does,
+/// - a text that begins with http://, https:// or file: is an address, fetched as the panel does,
 ///   by the same loader and with the same failures. Without a query it is a base address: the
 ///   panel's own query for a user of `language` is added, unless it ends in ".xml";
 /// - anything else is the path of a file.

@@ -59,7 +59,7 @@ int main(int argc, char *argv[]) {
     if (!line.parse(QCoreApplication::arguments()))
         return usage(line.errorText());
     if (line.isSet(help))
-        return print(line.helpText().toUtf8()) ? HasResult : NoResult;
+        return print(line.helpText().toUtf8() + '\n') ? HasResult : NoResult;
     const QStringList arguments = line.positionalArguments();
     if (arguments.size() != 1 || arguments.first().isEmpty())
         return usage(QStringLiteral("one feed is needed"));
