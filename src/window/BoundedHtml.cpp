@@ -109,6 +109,12 @@ bool isNamePart(QChar c) {
            c == QLatin1Char(':');
 }
 
+qsizetype indexOf(const QList<std::pair<QString, QString>> &attributes, const QString &name) {
+    const auto found = std::find_if(attributes.begin(), attributes.end(),
+                                    [&](const auto &attribute) { return attribute.first == name; });
+    return found == attributes.end() ? -1 : std::distance(attributes.begin(), found);
+}
+
 int spanOf(const QString &value) {
     return std::clamp(value.trimmed().toInt(), 1, widestSpan);
 }
@@ -282,6 +288,7 @@ void BoundedHtml::open(const QString &name, Attributes attributes) {
         countRow();
     else if (isCell(name))
         countCell(attributes);
+    inheritDirection(attributes);
     _elements.append(name);
     ++_openByName[name];
     writeStartTag(name, attributes);
@@ -321,6 +328,20 @@ void BoundedHtml::countCell(Attributes &attributes) {
     _cells += table.cells();
 }
 
+void BoundedHtml::inheritDirection(Attributes &attributes) {
+    const QString key = QStringLiteral("dir");
+    const qsizetype own = indexOf(attributes, key);
+    if (own >= 0)
+        _directions.append(attributes.at(own).second);
+    else
+        _directions.append(_directions.isEmpty() ? QString() : _directions.last());
+    _directed = _directed || own >= 0;
+    if (!_directed || own >= 0)
+        return;
+    const QString &direction = _directions.last();
+    attributes.emplaceBack(key, direction.isEmpty() ? QStringLiteral("ltr") : direction);
+}
+
 void BoundedHtml::closeImplied(const QString &next) {
     while (!_elements.isEmpty() && isImpliedEnd(_elements.last(), next))
         popElement();
@@ -328,6 +349,7 @@ void BoundedHtml::closeImplied(const QString &next) {
 
 void BoundedHtml::popElement() {
     const QString name = _elements.takeLast();
+    _directions.removeLast();
     --_openByName[name];
     if (name == QStringLiteral("table") && !_tables.isEmpty())
         _tables.removeLast();

@@ -51,6 +51,9 @@ private:
     void skipPast(QStringView end);
 
     void open(const QString &name, Attributes attributes);
+    // Once a direction is stated, every element states its own: the document would carry it on past
+    // the end of a list or table.
+    void inheritDirection(Attributes &attributes);
     void countCell(Attributes &attributes);
     void countRow();
     void closeImplied(const QString &next);
@@ -62,6 +65,8 @@ private:
     qsizetype _position = 0;
     QString _out;
     QStringList _elements;
+    QStringList _directions;
+    bool _directed = false;
     QHash<QString, int> _openByName;
     QList<Table> _tables;
     // How many elements stood open before the hidden one that we are in; -1 outside of any.

@@ -108,7 +108,6 @@ void RichTextWriter::writeParagraph(const QTextBlock &block, const Place &place,
                                  .spaceBefore = _spaceBelow,
                                  .background = place.tableDepth == 0 ? _background : QColor()},
                                 _header);
-    _body += ' ';
     for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment)
         writeFragment(fragment.fragment());
     closeLink();

@@ -28,13 +28,6 @@ int halfPoints(const QTextCharFormat &format) {
     return static_cast<int>(std::lround(qBound(1.0, points, 400.0) * 2));
 }
 
-/// A property for both kinds of script: readers take the first for complex scripts and the second
-/// for the others.
-void appendBoth(QByteArray &out, const char *complexWord, const char *word, int value) {
-    appendRtfWord(out, complexWord, value);
-    appendRtfWord(out, word, value);
-}
-
 void appendDecoration(QByteArray &out, const QTextCharFormat &format) {
     if (format.fontUnderline() || format.underlineStyle() != QTextCharFormat::NoUnderline)
         out += "\\ul";
@@ -68,17 +61,27 @@ bool isVisible(const QBrush &brush) {
 }
 
 QByteArray rtfCharacterFormat(const QTextCharFormat &format, RtfHeader &header) {
+    // Right-to-left scripts have font, size, weight and slant of their own, under other names.
+    QByteArray ofComplexScripts;
     QByteArray out;
-    const int font = header.font(format.fontFamilies().toStringList());
-    if (font != 0)
-        appendBoth(out, "\\af", "\\f", font);
-    const int size = halfPoints(format);
-    if (size != RtfHeader::defaultFontHalfPoints)
-        appendBoth(out, "\\afs", "\\fs", size);
-    if (format.hasProperty(QTextFormat::FontWeight) && format.fontWeight() >= QFont::DemiBold)
-        out += "\\ab\\b";
-    if (format.fontItalic())
-        out += "\\ai\\i";
+    if (const int font = header.font(format.fontFamilies().toStringList()); font != 0) {
+        appendRtfWord(ofComplexScripts, "\\af", font);
+        appendRtfWord(out, "\\f", font);
+    }
+    if (const int size = halfPoints(format); size != RtfHeader::defaultFontHalfPoints) {
+        appendRtfWord(ofComplexScripts, "\\afs", size);
+        appendRtfWord(out, "\\fs", size);
+    }
+    if (format.hasProperty(QTextFormat::FontWeight) && format.fontWeight() >= QFont::DemiBold) {
+        ofComplexScripts += "\\ab";
+        out += "\\b";
+    }
+    if (format.fontItalic()) {
+        ofComplexScripts += "\\ai";
+        out += "\\i";
+    }
+    if (!out.isEmpty())
+        out = "\\rtlch" + ofComplexScripts + "\\ltrch" + out;
     appendDecoration(out, format);
     appendColors(out, format, header);
     return out;

@@ -2,6 +2,8 @@
 
 #include "RtfText.h"
 
+#include <QTextBlock>
+
 #include <algorithm>
 
 namespace pelorinnews {
@@ -69,6 +71,11 @@ int RtfListTable::level(const QTextListFormat &format) {
 
 int RtfListTable::textIndent(const QTextListFormat &format) {
     return (level(format) + 1) * twipsPerIndent;
+}
+
+QString RtfListTable::marker(const QTextList &list, const QTextBlock &item) {
+    const QTextListFormat::Style style = list.format().style();
+    return isBullet(style) ? QString(QChar(bullet(style))) : list.itemText(item);
 }
 
 int RtfListTable::number(const QTextList &list) {

@@ -23,6 +23,9 @@ public:
     /// Where the items' text begins, in twips from the margin.
     static int textIndent(const QTextListFormat &format);
 
+    /// The number or bullet of `item`, as text.
+    static QString marker(const QTextList &list, const QTextBlock &item);
+
     /// How far before their text the items' markers stand, in twips.
     static constexpr int markerWidth = 360;
 

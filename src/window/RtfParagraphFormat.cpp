@@ -48,25 +48,20 @@ void appendIndents(QByteArray &out, int left, int first, int right) {
     }
 }
 
-/// The marker of `block` as text, for readers without lists and for lists without an entry.
-void appendMarker(QByteArray &out, const QTextBlock &block, const QTextList &list) {
-    const QString text = list.itemText(block);
-    appendRtfText(out, text.isEmpty() ? QStringLiteral("\u2022") : text);
-    out += "\\tab ";
-}
-
-QByteArray listMarker(const QTextBlock &block, const QTextList &list, int number) {
+/// The list's control words, then the item's marker as text: for readers without lists, or for
+/// every reader where the list has no entry in the table.
+QByteArray listItem(const QTextBlock &block, const QTextList &list, RtfHeader &header) {
+    const int number = header.lists().number(list);
     QByteArray out;
-    if (number == 0) {
-        out += ' ';
-        appendMarker(out, block, list);
-        return out;
+    if (number != 0) {
+        appendRtfWord(out, "\\ls", number);
+        appendRtfWord(out, "\\ilvl", RtfListTable::level(list.format()));
+        out += "{\\listtext";
     }
-    appendRtfWord(out, "\\ls", number);
-    appendRtfWord(out, "\\ilvl", RtfListTable::level(list.format()));
-    out += "{\\listtext ";
-    appendMarker(out, block, list);
-    out += '}';
+    out += ' ';
+    appendRtfText(out, RtfListTable::marker(list, block));
+    out += "\\tab";
+    out += number != 0 ? '}' : ' ';
     return out;
 }
 
@@ -108,12 +103,12 @@ QByteArray rtfParagraphFormat(const QTextBlock &block, const RtfParagraphPlace &
     const QTextList *const list = block.textList();
     if (list == nullptr) {
         appendIndents(out, left, twips(format.textIndent()), right);
-        return out;
+        return out + ' ';
     }
     const int text = left + RtfListTable::textIndent(list->format());
     appendIndents(out, text, -RtfListTable::markerWidth, right);
     appendRtfWord(out, "\\tx", text);
-    return out + listMarker(block, *list, header.lists().number(*list));
+    return out + listItem(block, *list, header);
 }
 
 }  // namespace pelorinnews

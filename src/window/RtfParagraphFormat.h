@@ -18,7 +18,8 @@ struct RtfParagraphPlace {
     QColor background;
 };
 
-/// The control words at the start of a paragraph, its list's number or bullet included.
+/// What comes before a paragraph's text: its control words, in a list with the item's marker, and
+/// the delimiter.
 [[nodiscard]] QByteArray rtfParagraphFormat(const QTextBlock &block, const RtfParagraphPlace &place,
                                             RtfHeader &header);
 
