@@ -11,7 +11,7 @@ namespace {
 // In units of about a tenth of a microsecond of the document's import.
 constexpr qint64 mostWork = 8'000'000;
 constexpr qint64 workOfTag = 10;
-constexpr qint64 mostCells = 100'000;
+constexpr qint64 mostCells = 40'000;
 constexpr int widestSpan = 1000;
 
 /// Elements whose content is no text of the page.
@@ -190,7 +190,8 @@ void BoundedHtml::readStartTag() {
     if (_position >= _html.size())
         return;
     ++_position;
-    _work += workOfTag + _styleRules + _elements.size();
+    // Each rule is held against the element and against those around it.
+    _work += workOfTag + (_styleRules + 1) * (_elements.size() + 1);
     if (isDropped(name)) {
         static_cast<void>(readRawText(name));
     } else if (name == QStringLiteral("style")) {

@@ -10,7 +10,6 @@ namespace pelorinnews {
 RichTextDocument::RichTextDocument() {
     setUndoRedoEnabled(false);
     setDefaultFont(QFont(RtfHeader::defaultFontFamily(), RtfHeader::defaultFontHalfPoints / 2));
-    setDefaultStyleSheet(QStringLiteral("a { color: #0000ee; }"));
 }
 
 QVariant RichTextDocument::loadResource(int type, const QUrl &name) {

@@ -6,7 +6,7 @@ namespace pelorinnews {
 
 /// A text document that reaches nothing outside its own text: pictures written into the page
 /// (`data:` addresses) are its only resources. No file is read and nothing is downloaded, whatever
-/// the page asks for. Its look does not depend on the desktop's palette.
+/// the page asks for.
 class RichTextDocument final : public QTextDocument {
 public:
     RichTextDocument();
