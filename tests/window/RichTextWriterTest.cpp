@@ -340,7 +340,7 @@ void RichTextWriterTest::survivesHostilePages_data() {
                                 "<table width=99999999 border=99999999 cellpadding=1e9><tr>"
                                 "<td width=-5>c<td width=99999999>d</table>")
                      .arg(dataAddress("image/png", pictureFile("PNG"))));
-    row("spans", QStringLiteral("<table><tr><td colspan=1000 rowspan=30>a<td rowspan=0>b"
+    row("spans", QStringLiteral("<table><tr><td colspan=200 rowspan=30>a<td rowspan=0>b"
                                 "<tr><td colspan=-3>c</table>"));
     row("many columns", QStringLiteral("<table><tr>") + repeated("<td>a", 500));
     row("many rows", QStringLiteral("<table>") + repeated("<tr><td>a<td>b", 5000));
