@@ -1,4 +1,5 @@
 #include "Background.h"
+#include "MainQueue.h"
 #include "OperationQueue.h"
 #include "TestHome.h"
 
@@ -116,7 +117,7 @@ private Q_SLOTS:
     void releasesInTheBackground() {
         Application application;
         std::atomic<Qt::HANDLE> released = nullptr;
-        QVERIFY(isMainThread());
+        QVERIFY(MainQueue::isMainThread());
         releaseInBackground(std::shared_ptr<const int>(std::make_unique<int>(1).release(),
                                                        [&released](const int *number) {
                                                            delete number;
@@ -125,7 +126,7 @@ private Q_SLOTS:
         QTRY_VERIFY(released.load() != nullptr);
         QVERIFY(released.load() != QThread::currentThreadId());
         application.end();
-        QVERIFY(!isMainThread());
+        QVERIFY(!MainQueue::isMainThread());
     }
 };
 
