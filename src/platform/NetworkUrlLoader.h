@@ -24,7 +24,8 @@ class NetworkThread;
 /// - A body longer than the limit is a transport error, so that no service can exhaust the
 ///   host's memory.
 ///
-/// Needs an application object: a request while there is none ends with a transport error.
+/// Needs an application object: a request while there is none ends with a transport error. A loader
+/// other than the shared one is to be shut down before that object goes; the shared one sees to it.
 class NetworkUrlLoader final : public UrlLoader {
 public:
     static constexpr qint64 defaultLongestBody = qint64(512) * 1024 * 1024;

@@ -69,6 +69,9 @@ OlvNewsWindowController::OlvNewsWindowController(QString nibName)
 
 OlvNewsWindowController::~OlvNewsWindowController() {
     _optionsFold.reset();
+    // A window that is still open closes while it is destroyed, which is no event of ours any more.
+    if (_loadedWindow)
+        _loadedWindow->removeEventFilter(this);
     delete _loadedWindow;
 }
 
@@ -236,7 +239,8 @@ void OlvNewsWindowController::windowWillClose() {
 void OlvNewsWindowController::exit() {
     if (_refreshTimer)
         _refreshTimer->invalidate();
-    if (_windowIsVisible && _loadedWindow)
+    // Also one that was shown a moment ago and has not become key yet.
+    if (_loadedWindow && (_windowIsVisible || _loadedWindow->isVisible()))
         _loadedWindow->performClose();
     _configuration->setLastViewing(_newsCache->lastViewing());
 }

@@ -62,7 +62,6 @@ private Q_SLOTS:
     void aRequestWithoutAnApplicationEndsWithAnError();
     void aLoaderMadeBeforeTheApplicationWorks();
     void theSharedLoaderEndsWithTheApplicationAndComesAgain();
-    void aLoaderThatOutlivesTheApplicationStillShutsDown();
     void anIdleLoaderNeverWakesUp();
 };
 
@@ -121,26 +120,6 @@ void NetworkUrlLoaderLifetimeTest::theSharedLoaderEndsWithTheApplicationAndComes
         QCOMPARE(after.connectionError().value_or(Error()).code,
                  int(QNetworkReply::OperationCanceledError));
     }
-}
-
-void NetworkUrlLoaderLifetimeTest::aLoaderThatOutlivesTheApplicationStillShutsDown() {
-    QThreadPool queue;
-    NetworkUrlLoader loader;
-    FeedServer server;
-    auto application = std::make_unique<Application>();
-    FeedReply never;
-    never.delayBeforeHead = std::chrono::hours(1);
-    server.setReply(never);
-    QVERIFY(server.start());
-    LoadedAddress loaded(loader, QUrl(server.address(QStringLiteral("/"))), &queue, 60);
-    QVERIFY(server.waitForRequests(1));
-    application.reset();
-    QElapsedTimer elapsed;
-    elapsed.start();
-    loader.shutdown();
-    QVERIFY(elapsed.elapsed() < NetworkUrlLoader::shutdownTimeout.count());
-    QVERIFY(loaded.wait(std::chrono::seconds(1)));
-    QVERIFY(loaded.connectionError());
 }
 
 void NetworkUrlLoaderLifetimeTest::anIdleLoaderNeverWakesUp() {
