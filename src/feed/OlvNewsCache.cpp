@@ -1,5 +1,6 @@
 #include "OlvNewsCache.h"
 
+#include "FeedExchange.h"
 #include "LocalCacheFile.h"
 #include "OlvNewsParser.h"
 
@@ -156,17 +157,10 @@ std::shared_ptr<OlvNewsCacheItem> OlvNewsCache::itemAtIndex(quint64 index) {
 }
 
 std::optional<QUrl> OlvNewsCache::feedRequest() const {
-    QString address = _feedBaseURL.get();
-    if (address.isNull())
+    const QString base = _feedBaseURL.get();
+    if (base.isNull())
         return std::nullopt;
-    // The service reads its query as it is put together here: "?&", and no percent-encoding.
-    if (!address.endsWith(QLatin1String(".xml"))) {
-        address += QLatin1Char('?');
-        if (const QString locale = _desiredLocale.get(); !locale.isEmpty())
-            address += QLatin1String("&locale=") + locale;
-        if (const QString type = _feedType.get(); !type.isEmpty())
-            address += QLatin1String("&type=") + type;
-    }
+    const QString address = FeedExchange::address(base, _desiredLocale.get(), _feedType.get());
     logMessage(LogLevelInfo, LogVocabulary::feedRequestReturning, address);
     return QUrl(address, QUrl::TolerantMode);
 }

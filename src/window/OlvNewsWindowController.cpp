@@ -121,10 +121,7 @@ void OlvNewsWindowController::loadWindow() {
         {QStringLiteral("onDisplayContentFromChanged"), [this] { onDisplayContentFromChanged(); }},
         {QStringLiteral("onOptionsButton"), [this] { onOptionsButton(); }},
     };
-    const bool isPath = _windowNibName.contains(QLatin1Char('/'));
-    const QString path =
-        isPath ? _windowNibName : QStringLiteral(":/pelorinnews/%1.ui").arg(_windowNibName);
-    auto made = WindowDescription(path).load(actions);
+    auto made = WindowDescription::load(_windowNibName, actions);
     if (!made)
         return;
     _loadedWindow = made.release();

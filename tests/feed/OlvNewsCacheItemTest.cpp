@@ -93,8 +93,8 @@ private Q_SLOTS:
         };
         const auto read = [&] {
             while (!done) {
-                for (const QString &text : {item.title(), item.category(), item.htmlContent(),
-                                            item.plainTextContent()}) {
+                for (const QString &text :
+                     {item.title(), item.category(), item.htmlContent(), item.plainTextContent()}) {
                     if (!text.isNull() && text != QString(text.size(), text.front()))
                         ++torn;
                 }

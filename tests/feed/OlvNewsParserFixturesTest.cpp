@@ -18,7 +18,8 @@ QJsonValue json(const QString &text) {
 QJsonObject json(const OlvNewsCacheItem &item) {
     const QDateTime date = item.date();
     return {{QStringLiteral("title"), json(item.title())},
-            {QStringLiteral("date"), date.isValid() ? date.toUTC().toString(Qt::ISODate) : QJsonValue()},
+            {QStringLiteral("date"),
+             date.isValid() ? date.toUTC().toString(Qt::ISODate) : QJsonValue()},
             {QStringLiteral("category"), json(item.category())},
             {QStringLiteral("plainTextContent"), json(item.plainTextContent())},
             {QStringLiteral("htmlContent"), json(item.htmlContent())}};
@@ -29,8 +30,8 @@ QJsonObject json(const std::optional<QVariantMap> &result, const std::optional<E
                  const QJsonObject &expected) {
     QJsonArray items;
     if (result) {
-        const auto list =
-            result->value(OlvNewsFeedNewsCacheItemsKeyName).value<std::shared_ptr<OlvNewsItemList>>();
+        const auto list = result->value(OlvNewsFeedNewsCacheItemsKeyName)
+                              .value<std::shared_ptr<OlvNewsItemList>>();
         for (const auto &item : *list)
             items.append(json(*item));
     }
@@ -68,8 +69,8 @@ QByteArray shown(const Input &input, const QJsonObject &expected) {
     Error error = untouched;
     OlvNewsParser parser(expected[QStringLiteral("locale")].toString(QStringLiteral("en_US")));
     const auto result = parser.parse(input, &error);
-    return QJsonDocument(json(result, error == untouched ? std::nullopt : std::optional(error),
-                              expected))
+    return QJsonDocument(
+               json(result, error == untouched ? std::nullopt : std::optional(error), expected))
         .toJson();
 }
 

@@ -23,7 +23,7 @@ std::unique_ptr<icu::SimpleDateFormat> formatFor(const icu::Locale &locale) {
 }
 
 QString text(const icu::UnicodeString &characters) {
-    return {reinterpret_cast<const QChar *>(characters.getBuffer()), characters.length()};
+    return QString::fromUtf16(characters.getBuffer(), characters.length());
 }
 
 /// What ICU itself makes of `date`.
@@ -58,15 +58,13 @@ QStringList variantsOf(const QString &date) {
     return variants;
 }
 
+/// The three variables that name the user's locale, null for one that is not set.
 class Environment {
 public:
-    explicit Environment(const QList<std::pair<const char *, QByteArray>> &values) {
-        for (const char *const name : {"LC_ALL", "LC_TIME", "LANG"}) {
-            before.append({name, qgetenv(name)});
-            qunsetenv(name);
-        }
-        for (const auto &[name, value] : values)
-            qputenv(name, value);
+    explicit Environment(const char *all, const char *time = nullptr, const char *lang = nullptr) {
+        set("LC_ALL", all);
+        set("LC_TIME", time);
+        set("LANG", lang);
     }
     Environment(const Environment &) = delete;
     Environment &operator=(const Environment &) = delete;
@@ -76,6 +74,14 @@ public:
     }
 
 private:
+    void set(const char *name, const char *value) {
+        before.append({name, qgetenv(name)});
+        if (value)
+            qputenv(name, value);
+        else
+            qunsetenv(name);
+    }
+
     QList<std::pair<const char *, QByteArray>> before;
 };
 
@@ -87,37 +93,37 @@ class DateFormatterTest : public QObject {
 private Q_SLOTS:
     void theUsersLocaleIsTheFirstSetOfThree() {
         {
-            const Environment environment({{"LC_ALL", "de_DE.UTF-8"}, {"LC_TIME", "fr_FR"}});
+            const Environment environment("de_DE.UTF-8", "fr_FR");
             QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("de_DE"));
         }
         {
-            const Environment environment({{"LC_ALL", ""}, {"LC_TIME", "fr_FR"}, {"LANG", "th"}});
+            const Environment environment("", "fr_FR", "th");
             QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("fr_FR"));
         }
-        const Environment environment({{"LANG", "th_TH.UTF-8"}});
+        const Environment environment(nullptr, nullptr, "th_TH.UTF-8");
         QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("th_TH"));
     }
 
     void noLocaleAndThePortableOnesCountAsEnglish() {
         for (const char *const name : {"", "C", "C.UTF-8", "POSIX", ".UTF-8"}) {
-            const Environment environment({{"LC_ALL", name}});
+            const Environment environment(name);
             QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("en"));
         }
-        const Environment environment({});
+        const Environment environment(nullptr);
         QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("en"));
     }
 
     void aModifierThatNamesAScriptIsKept() {
         {
-            const Environment environment({{"LC_ALL", "sr_RS@latin"}});
+            const Environment environment("sr_RS@latin");
             QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("sr_Latn_RS"));
         }
-        const Environment environment({{"LC_ALL", "de_DE.ISO-8859-15@euro"}});
+        const Environment environment("de_DE.ISO-8859-15@euro");
         QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("de_DE"));
     }
 
     void aFormatterKeepsTheLocaleItWasMadeWith() {
-        const Environment environment({{"LC_ALL", "en_US"}});
+        const Environment environment("en_US");
         DateFormatter formatter(pattern);
         qputenv("LC_ALL", "de_DE");
         QVERIFY(formatter.dateFromString("Mon, 02 Mar 2015 10:00:00 GMT").isValid());
@@ -174,31 +180,33 @@ private Q_SLOTS:
                 writer->setTimeZone(*icu::TimeZone::getGMT());
                 dates << text(writer->format(static_cast<UDate>(instant) * 1000, written));
             }
-            // One of the texts in all its variants, another one for each locale in turn.
-            dates += variantsOf(dates.at(i % dates.size()));
+            // Twice each: what was once read counts in the second reading.
+            dates += dates;
+            // Variants are slow to refuse: ICU looks for zones by name in all languages.
+            if (i % 8 == 0)
+                dates += variantsOf(dates.at(i / 8 % 4));
             DateFormatter formatter(pattern, QString::fromLatin1(locales[i].getName()));
-            for (int pass = 0; pass < 2; ++pass) {
-                for (const QString &date : dates) {
-                    const QDateTime expected = readByIcu(*icu, date);
-                    const QDateTime actual = formatter.dateFromString(date.toUtf8());
-                    if (actual != expected)
-                        QFAIL(qPrintable(QStringLiteral("%1 under %2: %3 instead of %4")
-                                             .arg(date, QLatin1String(locales[i].getName()),
-                                                  actual.toString(Qt::ISODate),
-                                                  expected.toString(Qt::ISODate))));
-                    ++(expected.isValid() ? valid : invalid);
-                }
+            for (const QString &date : std::as_const(dates)) {
+                const QDateTime expected = readByIcu(*icu, date);
+                const QDateTime actual = formatter.dateFromString(date.toUtf8());
+                if (actual != expected)
+                    QFAIL(qPrintable(QStringLiteral("%1 under %2: %3 instead of %4")
+                                         .arg(date, QLatin1String(locales[i].getName()),
+                                              actual.toString(Qt::ISODate),
+                                              expected.toString(Qt::ISODate))));
+                ++(expected.isValid() ? valid : invalid);
             }
         }
         // Neither half of the comparison is empty.
-        QVERIFY(valid > count * 8);
-        QVERIFY(invalid > count * 8);
+        QVERIFY(valid > count * 6);
+        QVERIFY(invalid > count * 2);
     }
 
     void everyNameOfALocaleIsReadAsIcuReadsIt_data() {
         QTest::addColumn<QString>("locale");
-        for (const char *const locale : {"en", "de", "fr", "es", "it", "pt", "nl", "sv", "pl", "ru",
-                                         "tr", "ja", "zh", "ko", "vi", "ar", "he", "hi", "th", "fa"})
+        for (const char *const locale :
+             {"en", "de", "fr", "es", "it", "pt", "nl", "sv", "pl", "ru",
+              "tr", "ja", "zh", "ko", "vi", "ar", "he", "hi", "th", "fa"})
             QTest::newRow(locale) << QString::fromLatin1(locale);
     }
 
@@ -210,7 +218,8 @@ private Q_SLOTS:
         for (int pass = 0; pass < 2; ++pass) {
             for (qint64 day = 16000; day < 16800; day += 3) {
                 icu::UnicodeString written;
-                const QString date = text(icu->format(static_cast<UDate>(day * 86'400'000), written));
+                const QString date =
+                    text(icu->format(static_cast<UDate>(day * 86'400'000), written));
                 const QDateTime expected = readByIcu(*icu, date);
                 QCOMPARE(expected, QDateTime::fromSecsSinceEpoch(day * 86'400, Qt::UTC));
                 QCOMPARE(formatter.dateFromString(date.toUtf8()), expected);

@@ -557,13 +557,13 @@ void NetworkUrlLoaderTest::aLargeBodyCostsItsSizeOnce() {
     QSKIP("A sanitizer's own memory hides what is measured");
 #endif
     constexpr qint64 size = qint64(100) * 1024 * 1024;
-    http->setReply(FeedReply::parse(QStringLiteral("size=100m")).value());
+    https->setReply(FeedReply::parse(QStringLiteral("size=100m")).value());
     QFile reset(QStringLiteral("/proc/self/clear_refs"));
     QVERIFY(reset.open(QIODevice::WriteOnly));
     reset.write("5");
     reset.close();
     const qint64 before = statusKiB("VmRSS");
-    LoadedAddress loaded = load(tolerant(http->address(QStringLiteral("/plain.xml"))), 30);
+    LoadedAddress loaded = load(tolerant(https->address(QStringLiteral("/plain.xml"))), 30);
     QVERIFY(loaded.wait(std::chrono::seconds(60)));
     const qint64 peak = statusKiB("VmHWM");
     QCOMPARE(loaded.data().value_or(QByteArray()).size(), size);

@@ -2,6 +2,7 @@
 #include "XmlReader.h"
 
 #include <QElapsedTimer>
+
 #include <string>
 #include <vector>
 
@@ -51,8 +52,10 @@ const QByteArray document =
     "<?xml version=\"1.0\"?>\r\n<!DOCTYPE a [<!ENTITY e \"en&#116;ity\">]><a x=\"1\">t\xC3\xA4xt "
     "\xF0\x9F\x98\x80 &e;&amp;<b:c/>\r\n<![CDATA[one\r\ntwo ]] ]>\xE2\x82\xAC]]><![CDATA[]]><!-- c "
     "--></a>\n";
-const Events documentEvents = {"<a",   "\"t\xC3\xA4xt \xF0\x9F\x98\x80 entity&",  "<b:c",
-                               "/b:c", "\"\n", "[one\ntwo ]] ]>\xE2\x82\xAC", "[", "/a"};
+const Events documentEvents = {"<a",   "\"t\xC3\xA4xt \xF0\x9F\x98\x80 entity&",
+                               "<b:c", "/b:c",
+                               "\"\n", "[one\ntwo ]] ]>\xE2\x82\xAC",
+                               "[",    "/a"};
 
 }  // namespace
 

@@ -62,6 +62,9 @@ FeedConnection::FeedConnection(std::unique_ptr<QTcpSocket> connected,
     state->connectionOpened();
     connect(socket.get(), &QTcpSocket::readyRead, this, &FeedConnection::readHead);
     connect(socket.get(), &QTcpSocket::bytesWritten, this, &FeedConnection::sendBody);
+    // A TLS socket's bytesWritten only tells that bytes are encrypted.
+    if (auto *tls = qobject_cast<QSslSocket *>(socket.get()))
+        connect(tls, &QSslSocket::encryptedBytesWritten, this, &FeedConnection::sendBody);
     connect(socket.get(), &QTcpSocket::disconnected, this, &QObject::deleteLater);
     // A TLS handshake that fails may never have been "connected".
     connect(socket.get(), &QTcpSocket::errorOccurred, this, [this] {
