@@ -14,7 +14,7 @@ template <class T>
 class GuardedSlot {
 public:
     GuardedSlot() = default;
-    explicit GuardedSlot(T value) : value(std::move(value)) {}
+    explicit GuardedSlot(T initial) : value(std::move(initial)) {}
     GuardedSlot(const GuardedSlot &) = delete;
     GuardedSlot &operator=(const GuardedSlot &) = delete;
     ~GuardedSlot() = default;

@@ -1,0 +1,93 @@
+#include "LocalCacheFile.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QtEndian>
+
+namespace pelorinnews {
+
+namespace {
+
+constexpr char16_t byteOrderMark = u'\uFEFF';
+constexpr char16_t swappedByteOrderMark = u'\uFFFE';
+constexpr qint64 unitSize = sizeof(char16_t);
+/// Beyond any feed that could have been downloaded whole; guards the memory against a stray file.
+constexpr qint64 largestFile = qint64(4) << 30;
+
+Error fileError(QFileDevice::FileError code, const QString &text) {
+    return {QStringLiteral("QFileDevice"), code, {{Error::localizedDescriptionKey(), text}}};
+}
+
+Error fileError(const QFileDevice &file) {
+    return fileError(file.error(), file.errorString());
+}
+
+bool writeUnits(QFileDevice &file, QStringView text) {
+    const qint64 size = text.size() * unitSize;
+    return file.write(reinterpret_cast<const char *>(text.utf16()), size) == size;
+}
+
+/// Reads straight into the text's own memory: a big feed is in memory once.
+std::optional<QString> readUnits(QFileDevice &file, qint64 count) {
+    QString text(count, Qt::Uninitialized);
+    auto *const bytes = reinterpret_cast<char *>(text.data());
+    const qint64 size = count * unitSize;
+    if (file.read(bytes, size) != size)
+        return std::nullopt;
+    return text;
+}
+
+}  // namespace
+
+std::optional<Error> LocalCacheFile::write(QStringView text) const {
+    if (filePath.isNull())
+        return fileError(QFileDevice::OpenError, QStringLiteral("There is no local cache folder"));
+    QSaveFile file(filePath);
+    const bool written = file.open(QIODevice::WriteOnly) &&
+                         writeUnits(file, QStringView(&byteOrderMark, 1)) &&
+                         writeUnits(file, text) && file.commit();
+    if (!written)
+        return fileError(file);
+    return std::nullopt;
+}
+
+std::optional<QString> LocalCacheFile::read(Error *error) const {
+    const auto fail = [error](const Error &reason) {
+        *error = reason;
+        return std::nullopt;
+    };
+    const auto failFormat = [&fail] {
+        return fail(
+            fileError(QFileDevice::ReadError, QStringLiteral("The file is not UTF-16 text")));
+    };
+    if (filePath.isNull())
+        return fail(
+            fileError(QFileDevice::OpenError, QStringLiteral("There is no local cache folder")));
+    const QFileInfo info(filePath);
+    // Opening a pipe would wait for its other end.
+    if (info.exists() && !info.isFile())
+        return fail(fileError(QFileDevice::OpenError, QStringLiteral("Not a regular file")));
+    QFile file(filePath);
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(fileError(file));
+
+    const qint64 size = file.size();
+    if (size < unitSize || size % unitSize != 0 || size > largestFile)
+        return failFormat();
+    const std::optional<QString> mark = readUnits(file, 1);
+    std::optional<QString> text = readUnits(file, size / unitSize - 1);
+    if (!mark || !text)
+        return fail(fileError(file));
+    if (mark->front() == swappedByteOrderMark)
+        qbswap<unitSize>(text->constData(), text->size(), text->data());
+    else if (mark->front() != byteOrderMark)
+        return failFormat();
+    if (!text->isValidUtf16())
+        return failFormat();
+    if (text->isNull())
+        *text = QStringLiteral("");
+    return text;
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <pelorinnews/Error.h>
+
+#include <QString>
+#include <QStringView>
+
+#include <optional>
+
+namespace pelorinnews {
+
+/// The file that keeps the text of the feed last downloaded: UTF-16 after a byte-order mark, in the
+/// byte order of the machine that wrote it, and nothing else.
+///
+/// Operations may run on any thread, several at once on one file included: a reader sees one whole
+/// text, of several writers the last one stays. Errors are of the domain "QFileDevice", with the
+/// code of `QFileDevice::FileError` and a text for people.
+class LocalCacheFile {
+public:
+    /// A null path is a file that can be neither written nor read.
+    explicit LocalCacheFile(QString path) : filePath(std::move(path)) {}
+
+    /// Replaces the file by `text` in one step: a failure leaves the earlier file as it was.
+    /// Returns the failure, if any.
+    [[nodiscard]] std::optional<Error> write(QStringView text) const;
+
+    /// The text of the file, not null even where it is empty, or nothing with `error` set. A file
+    /// that is not whole UTF-16 is unreadable: no byte-order mark (an empty file included), an odd
+    /// number of bytes, a lone surrogate. A mark in the other byte order is honoured.
+    [[nodiscard]] std::optional<QString> read(Error *error) const;
+
+private:
+    QString filePath;
+};
+
+}  // namespace pelorinnews

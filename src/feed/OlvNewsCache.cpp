@@ -1,0 +1,199 @@
+#include "OlvNewsCache.h"
+
+#include "LocalCacheFile.h"
+#include "OlvNewsParser.h"
+
+#include <QFile>
+#include <QStandardPaths>
+#include <QStringDecoder>
+
+#include <HostBundle.h>
+#include <LogMessage.h>
+#include <LogVocabulary.h>
+#include <filesystem>
+#include <system_error>
+
+namespace pelorinnews {
+
+namespace {
+
+enum ErrorCode { NoBaseAddress = -2, NoRequest = -3, NoData = -4 };
+
+constexpr int lowestFailureStatus = 400;
+
+Error cacheError(ErrorCode code) {
+    return {QStringLiteral("com.Olvane.PelorinNews.NewsCache.ErrorDomain"), code, {}};
+}
+
+Error statusError(int status) {
+    return {QStringLiteral("HTTP Property Status Code"), status, {}};
+}
+
+Error systemError(const std::error_code &code) {
+    return {QString::fromLatin1(code.category().name()),
+            code.value(),
+            {{Error::localizedDescriptionKey(), QString::fromStdString(code.message())}}};
+}
+
+/// The text of a body, kept whole: a byte-order mark is the reader's to pass over. Null where the
+/// bytes are not UTF-8; not null, if empty, for an empty body.
+QString decodeUtf8(const QByteArray &body) {
+    // A decoder with state would hold back the bytes of a cut last character without a word.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
+                                                     QStringDecoder::Flag::ConvertInitialBom);
+    QString text = decoder.decode(body);
+    if (decoder.hasError())
+        return {};
+    return text.isNull() ? QStringLiteral("") : text;
+}
+
+}  // namespace
+
+template <class... Arguments>
+void OlvNewsCache::logMessage(qint32 level, QStringView format,
+                              const Arguments &...arguments) const {
+    pelorinnews::logMessage(_logger.get(), level, format, arguments...);
+}
+
+OlvNewsCache::OlvNewsCache(std::shared_ptr<UrlLoader> loader) : _loader(std::move(loader)) {
+    _retrieved.set({shareItemList(std::make_shared<OlvNewsItemList>()), {}});
+    initializeLocalCache();
+}
+
+void OlvNewsCache::refresh(RefreshCompletion completion) {
+    const auto failAtOnce = [&completion](ErrorCode code) {
+        if (completion)
+            completion(cacheError(code));
+    };
+    if (_feedBaseURL.get().isNull())
+        return failAtOnce(NoBaseAddress);
+    const std::optional<QUrl> request = feedRequest();
+    if (!request)
+        return failAtOnce(NoRequest);
+
+    _retrievingContent = true;
+    _loader->sendAsynchronousRequest(
+        *request, requestTimeoutSeconds, _downloadOperationQueue->threadPool(),
+        [self = shared_from_this(), completion = std::move(completion)](
+            const std::optional<UrlResponse> &response, std::optional<QByteArray> data,
+            const std::optional<Error> &connectionError) {
+            self->didFinishLoading(response, std::move(data), connectionError, completion);
+        });
+}
+
+void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
+                                    std::optional<QByteArray> data,
+                                    const std::optional<Error> &connectionError,
+                                    const RefreshCompletion &completion) {
+    if (_downloadOperationQueue->isClosed())
+        return;
+    std::optional<Error> error;
+    const int status = response ? response->statusCode.value_or(0) : 0;
+    if (status >= lowestFailureStatus)
+        error = statusError(status);
+    else if (connectionError)
+        error = connectionError;
+    else if (data)
+        error = takeFeed(*std::exchange(data, std::nullopt));
+    else
+        error = cacheError(NoData);
+
+    if (error) {
+        data.reset();
+        restoreLocalCache();
+    }
+    if (completion)
+        completion(error);
+    _retrievingContent = false;
+}
+
+std::optional<Error> OlvNewsCache::takeFeed(QByteArray body) {
+    const QString text = decodeUtf8(body);
+    // Parsing needs the memory: the bytes have done their work.
+    body.clear();
+    Error parseError;
+    parseFeed(text, &parseError);
+    if (!feedItems())
+        return parseError;
+    // What was downloaded is kept even where it did not parse.
+    if (text.isNull())
+        return std::nullopt;
+    if (const auto failure = LocalCacheFile(_localCacheFileName.get()).write(text))
+        logMessage(LogLevelError, LogVocabulary::writingLocalCacheFailed, *failure);
+    return std::nullopt;
+}
+
+void OlvNewsCache::restoreLocalCache() {
+    Error readError;
+    const auto text = LocalCacheFile(_localCacheFileName.get()).read(&readError);
+    if (!text) {
+        logMessage(LogLevelError, LogVocabulary::readingLocalCacheFailed, readError);
+        return;
+    }
+    Error parseError;
+    parseFeed(*text, &parseError);
+    if (!feedItems())
+        logMessage(LogLevelError, LogVocabulary::parsingLocalCacheFailed, parseError);
+}
+
+bool OlvNewsCache::parseFeed(const QString &text, Error *error) {
+    OlvNewsParser parser;
+    const std::optional<QVariantMap> feed = parser.parse(text, error);
+    if (!feed) {
+        logMessage(LogLevelError, LogVocabulary::parsingFeedFailed, error);
+        return false;
+    }
+    const auto items =
+        feed->value(OlvNewsFeedNewsCacheItemsKeyName).value<std::shared_ptr<OlvNewsItemList>>();
+    _retrieved.set(
+        {shareItemList(items), feed->value(OlvNewsFeedChannelLanguageKeyName).toString()});
+    return true;
+}
+
+quint64 OlvNewsCache::count() const {
+    const OlvNewsItemListRef items = feedItems();
+    return items ? items->size() : 0;
+}
+
+QString OlvNewsCache::retrievedLocale() const {
+    return _retrieved.get()._retrievedLocale;
+}
+
+std::shared_ptr<OlvNewsCacheItem> OlvNewsCache::itemAtIndex(quint64 index) {
+    const OlvNewsItemListRef items = feedItems();
+    return items && index < items->size() ? (*items)[index] : nullptr;
+}
+
+std::optional<QUrl> OlvNewsCache::feedRequest() const {
+    QString address = _feedBaseURL.get();
+    if (address.isNull())
+        return std::nullopt;
+    // The service reads its query as it is put together here: "?&", and no percent-encoding.
+    if (!address.endsWith(QLatin1String(".xml"))) {
+        address += QLatin1Char('?');
+        if (const QString locale = _desiredLocale.get(); !locale.isEmpty())
+            address += QLatin1String("&locale=") + locale;
+        if (const QString type = _feedType.get(); !type.isEmpty())
+            address += QLatin1String("&type=") + type;
+    }
+    logMessage(LogLevelInfo, LogVocabulary::feedRequestReturning, address);
+    return QUrl(address, QUrl::TolerantMode);
+}
+
+void OlvNewsCache::initializeLocalCache() {
+    _localCacheFileName.set({});
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString identifier = HostBundle::mainBundle().identifier();
+    if (data.isEmpty() || identifier.isEmpty())
+        return;
+    const QString folder = data + QLatin1Char('/') + identifier;
+    std::error_code failure;
+    std::filesystem::create_directories(QFile::encodeName(folder).toStdString(), failure);
+    if (failure) {
+        logMessage(LogLevelError, LogVocabulary::creatingCacheFolderFailed, systemError(failure));
+        return;
+    }
+    _localCacheFileName.set(folder + QLatin1String("/PelorinNews.xml"));
+}
+
+}  // namespace pelorinnews

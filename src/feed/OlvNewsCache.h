@@ -1,0 +1,119 @@
+#pragma once
+
+#include "OlvNewsCacheItem.h"
+#include "OlvNewsItemList.h"
+
+#include <pelorinnews/Error.h>
+#include <pelorinnews/OlvLogger.h>
+
+#include <QString>
+#include <QStringView>
+#include <QUrl>
+
+#include <GuardedSlot.h>
+#include <OperationQueue.h>
+#include <UrlLoader.h>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace pelorinnews {
+
+/// Takes the outcome of a refresh: the failed download's error, or nothing.
+using RefreshCompletion = std::function<void(const std::optional<Error> &error)>;
+
+/// Holds the news items: asks the feed service for the feed, parses it, keeps a copy of its text in
+/// a file of the user's, and falls back to that file when a download fails. A failed download never
+/// empties the news.
+///
+/// Always held by a `std::shared_ptr`. Everything may be called from any thread, several at once;
+/// the last reference may be dropped on any thread.
+///
+/// Errors of `refresh`:
+/// - "com.Olvane.PelorinNews.NewsCache.ErrorDomain": -2 no base address, -3 no request, -4 the
+///   download ended with neither data nor an error;
+/// - "HTTP Property Status Code" with a status of 400 or more as its code;
+/// - otherwise the transport's.
+class OlvNewsCache : public std::enable_shared_from_this<OlvNewsCache> {
+public:
+    /// How long a download may stand still.
+    static constexpr int requestTimeoutSeconds = 60;
+
+    /// Makes an empty cache and the folder of its file.
+    explicit OlvNewsCache(std::shared_ptr<UrlLoader> loader = UrlLoader::shared());
+    OlvNewsCache(const OlvNewsCache &) = delete;
+    OlvNewsCache &operator=(const OlvNewsCache &) = delete;
+    virtual ~OlvNewsCache() = default;
+
+    /// The feed settings; null is absent. They are read when a request is built.
+    void setFeedBaseURL(const QString &url) { _feedBaseURL.set(url); }
+    void setFeedType(const QString &type) { _feedType.set(type); }
+    void setDesiredLocale(const QString &locale) { _desiredLocale.set(locale); }
+
+    /// Takes the logger for the cache's own messages; null switches them off.
+    void setLogger(std::shared_ptr<OlvLogger> logger) { _logger.set(std::move(logger)); }
+
+    /// Starts a download and returns at once. `completion`, which may be empty, is called on the
+    /// download queue when the items are in place, or on this thread before `refresh` returns when
+    /// there is nothing to ask. The cache and the completion live at least until then.
+    ///
+    /// A refresh that is under way when the application ends is dropped, without its completion.
+    virtual void refresh(RefreshCompletion completion);
+
+    /// Replaces the items and the retrieved language by those of the feed `text` and returns true,
+    /// or keeps what is there and returns false. `error` may get an error either way: a feed that
+    /// breaks off after its language still gives the items before.
+    bool parseFeed(const QString &text, Error *error);
+
+    /// Whether a download is under way. With several at once, the first that ends clears it.
+    [[nodiscard]] bool retrievingContent() const { return _retrievingContent; }
+
+    /// The number of items.
+    [[nodiscard]] virtual quint64 count() const;
+
+    /// The language of the feed last parsed; null before the first.
+    [[nodiscard]] QString retrievedLocale() const;
+
+    /// The item at `index` in feed order, or null when there is none.
+    [[nodiscard]] virtual std::shared_ptr<OlvNewsCacheItem> itemAtIndex(quint64 index);
+
+    /// The address to ask, or nothing without a base address: the base alone when it ends in
+    /// ".xml", else with its query. Overridable, so that a cache may refuse to ask.
+    [[nodiscard]] virtual std::optional<QUrl> feedRequest() const;
+
+    /// Finds or makes the folder of the cache file. Without one, the cache works from memory.
+    void initializeLocalCache();
+
+protected:
+    /// What one successful parse gave; replaced as a whole, never changed in place.
+    struct Retrieved {
+        OlvNewsItemListRef _feedItems;
+        QString _retrievedLocale;
+    };
+    GuardedSlot<Retrieved> _retrieved;
+
+    [[nodiscard]] OlvNewsItemListRef feedItems() const { return _retrieved.get()._feedItems; }
+
+private:
+    void didFinishLoading(const std::optional<UrlResponse> &response,
+                          std::optional<QByteArray> data,
+                          const std::optional<Error> &connectionError,
+                          const RefreshCompletion &completion);
+    std::optional<Error> takeFeed(QByteArray body);
+    void restoreLocalCache();
+
+    template <class... Arguments>
+    void logMessage(qint32 level, QStringView format, const Arguments &...arguments) const;
+
+    std::shared_ptr<OperationQueue> _downloadOperationQueue = OperationQueue::make();
+    std::shared_ptr<UrlLoader> _loader;
+    GuardedSlot<QString> _feedBaseURL;
+    GuardedSlot<QString> _feedType;
+    GuardedSlot<QString> _desiredLocale;
+    GuardedSlot<QString> _localCacheFileName;
+    std::atomic<bool> _retrievingContent = false;
+    GuardedSlot<std::shared_ptr<OlvLogger>> _logger;
+};
+
+}  // namespace pelorinnews

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <memory>
+
+namespace pelorinnews {
+
+/// Lets go of `object` on a thread of Qt's global pool, so that destroying something big does not
+/// keep the caller waiting. When the process is so near its end that there is no such pool any
+/// more, lets go of it here.
+void releaseInBackground(std::shared_ptr<const void> object);
+
+/// Whether this is the thread of the application object; false where there is none.
+[[nodiscard]] bool isMainThread();
+
+}  // namespace pelorinnews

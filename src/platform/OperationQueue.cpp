@@ -1,0 +1,70 @@
+#include "OperationQueue.h"
+
+#include "Background.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+
+#include <algorithm>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace pelorinnews {
+
+namespace {
+
+struct Registry {
+    std::mutex mutex;
+    std::vector<std::weak_ptr<OperationQueue>> queues;
+    bool closesWithApplication = false;
+};
+
+Registry &registry() {
+    static Registry instance;
+    return instance;
+}
+
+}  // namespace
+
+std::shared_ptr<OperationQueue> OperationQueue::make() {
+    // The pool's destructor waits for its threads, so it must run on none of them.
+    const auto letGo = [](OperationQueue *dropped) {
+        releaseInBackground(std::unique_ptr<const OperationQueue>(dropped));
+    };
+    const std::shared_ptr<OperationQueue> queue(std::make_unique<OperationQueue>().release(),
+                                                letGo);
+    bool hook = false;
+    {
+        Registry &all = registry();
+        const std::lock_guard lock(all.mutex);
+        std::erase_if(all.queues, [](const auto &known) { return known.expired(); });
+        all.queues.push_back(queue);
+        hook = !std::exchange(all.closesWithApplication, true);
+    }
+    if (hook)
+        qAddPostRoutine(&OperationQueue::closeAll);
+    return queue;
+}
+
+void OperationQueue::closeAll() {
+    std::vector<std::weak_ptr<OperationQueue>> known;
+    {
+        Registry &all = registry();
+        const std::lock_guard lock(all.mutex);
+        known.swap(all.queues);
+        all.closesWithApplication = false;
+    }
+    std::vector<std::shared_ptr<OperationQueue>> open;
+    for (const auto &entry : known) {
+        if (auto queue = entry.lock()) {
+            queue->closed = true;
+            open.push_back(std::move(queue));
+        }
+    }
+    const QDeadlineTimer deadline(joinMilliseconds);
+    for (const auto &queue : open)
+        queue->pool.waitForDone(static_cast<int>(deadline.remainingTime()));
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QThreadPool>
+
+#include <atomic>
+#include <memory>
+
+namespace pelorinnews {
+
+/// A thread pool for the background work of one owner.
+///
+/// What a plain `QThreadPool` lacks for that: the last reference may be dropped on any thread, the
+/// pool's own included (a plain pool would wait there for itself), and the pool's work never
+/// outlives the application. When the application object goes, every queue is closed and its
+/// running work is waited for, `joinMilliseconds` at most for all of them together.
+class OperationQueue {
+public:
+    static constexpr int joinMilliseconds = 5000;
+
+    [[nodiscard]] static std::shared_ptr<OperationQueue> make();
+
+    OperationQueue() = default;
+    OperationQueue(const OperationQueue &) = delete;
+    OperationQueue &operator=(const OperationQueue &) = delete;
+    ~OperationQueue() = default;
+
+    /// Where to start work; valid as long as the queue is held.
+    [[nodiscard]] QThreadPool *threadPool() { return &pool; }
+
+    /// True once the application has begun to end: work that starts now should return at once,
+    /// for nobody waits for it.
+    [[nodiscard]] bool isClosed() const { return closed; }
+
+private:
+    static void closeAll();
+
+    QThreadPool pool;
+    std::atomic<bool> closed = false;
+};
+
+}  // namespace pelorinnews

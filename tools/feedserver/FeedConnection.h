@@ -1,0 +1,54 @@
+#pragma once
+
+#include "FeedBody.h"
+#include "FeedFolder.h"
+#include "FeedReply.h"
+#include "FeedRequest.h"
+
+#include <QObject>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <memory>
+
+namespace pelorinnews {
+
+class FeedServerState;
+
+/// One connection of the feed server: reads a request's head, answers as the reply for it says,
+/// and deletes itself when the connection has ended. Lives on the server's thread.
+class FeedConnection : public QObject {
+public:
+    /// Takes over `connected`, which is open, and on TLS still to be encrypted.
+    FeedConnection(std::unique_ptr<QTcpSocket> connected, std::shared_ptr<FeedServerState> shared,
+                   FeedFolder feedFolder, QObject *parent);
+    ~FeedConnection() override;
+
+private:
+    enum class Phase { ReadingHead, Waiting, SendingBody, Stalled, Ending };
+
+    void readHead();
+    void answer(FeedRequest request);
+    void sendHead();
+    void sendBody();
+    void sendPiece(const QByteArray &piece);
+    void bodyEnded();
+    void end();
+    [[nodiscard]] FeedBody bodyFor(const QByteArray &path, const QByteArray &query);
+    [[nodiscard]] QByteArray head() const;
+
+    std::unique_ptr<QTcpSocket> socket;
+    std::shared_ptr<FeedServerState> state;
+    FeedFolder folder;
+    QTimer timer;
+    Phase phase = Phase::ReadingHead;
+    QByteArray received;
+
+    FeedReply reply;
+    FeedBody body;
+    QByteArray redirectLocation;
+    bool bodyWanted = true;
+    qint64 sent = 0;
+};
+
+}  // namespace pelorinnews

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "FeedReply.h"
+#include "FeedRequest.h"
+
+#include <QByteArray>
+#include <QHash>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <vector>
+
+namespace pelorinnews {
+
+/// What the server's thread and its callers share, guarded.
+class FeedServerState {
+public:
+    void setReply(const FeedReply &reply);
+    void setReplyForPath(const QByteArray &path, const FeedReply &reply);
+    void clearReplies();
+    /// The reply for `path`: its own, else the one for all.
+    [[nodiscard]] FeedReply replyFor(const QByteArray &path) const;
+
+    void addRequest(FeedRequest request);
+    void clearRequests();
+    [[nodiscard]] std::vector<FeedRequest> requests() const;
+    [[nodiscard]] bool waitForRequests(std::size_t count, std::chrono::milliseconds timeout) const;
+
+    void connectionOpened();
+    void connectionClosed();
+    [[nodiscard]] int openConnections() const;
+
+private:
+    mutable std::mutex mutex;
+    mutable std::condition_variable requestCame;
+    FeedReply replyForAll;
+    QHash<QByteArray, FeedReply> repliesByPath;
+    std::vector<FeedRequest> recorded;
+    int connections = 0;
+};
+
+}  // namespace pelorinnews

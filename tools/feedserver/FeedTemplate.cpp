@@ -1,0 +1,79 @@
+#include "FeedTemplate.h"
+
+#include <QRegularExpression>
+
+#include <unicode/smpdtfmt.h>
+
+namespace pelorinnews {
+
+namespace {
+
+qint64 offsetSeconds(const QString &terms) {
+    static const QRegularExpression term(QStringLiteral("([+-]?)(\\d{1,6})([dhms])"));
+    qint64 sign = 1;
+    qint64 seconds = 0;
+    for (auto found = term.globalMatch(terms); found.hasNext();) {
+        const QRegularExpressionMatch match = found.next();
+        if (!match.captured(1).isEmpty())
+            sign = match.captured(1) == QLatin1String("-") ? -1 : 1;
+        const QChar unit = match.captured(3).at(0);
+        const qint64 length = unit == QLatin1Char('d')   ? 86400
+                              : unit == QLatin1Char('h') ? 3600
+                              : unit == QLatin1Char('m') ? 60
+                                                         : 1;
+        seconds += sign * match.captured(2).toLongLong() * length;
+    }
+    return seconds;
+}
+
+/// The formatter of publication dates in `locale`. A bare language is written as in its most
+/// usual country, as a reader's settings would name it.
+icu::SimpleDateFormat formatter(const QString &locale) {
+    QString name = locale;
+    name.replace(QLatin1Char('-'), QLatin1Char('_'));
+    if (name.isEmpty())
+        name = QStringLiteral("en");
+    icu::Locale icuLocale(name.toLatin1().constData());
+    UErrorCode status = U_ZERO_ERROR;
+    if (*icuLocale.getCountry() == '\0')
+        icuLocale.addLikelySubtags(status);
+    status = U_ZERO_ERROR;
+    icu::SimpleDateFormat format(icu::UnicodeString("EEE, dd LLL yyyy HH:mm:ss zzz"), icuLocale,
+                                 status);
+    format.adoptTimeZone(icu::TimeZone::createTimeZone("GMT"));
+    return format;
+}
+
+QString formatted(const icu::SimpleDateFormat &format, const QDateTime &date) {
+    icu::UnicodeString text;
+    format.format(static_cast<UDate>(date.toMSecsSinceEpoch()), text);
+    return QString::fromUtf16(text.getBuffer(), text.length());
+}
+
+}  // namespace
+
+QByteArray FeedTemplate::render(const QByteArray &text, const QString &locale,
+                                const QDateTime &now) {
+    static const QRegularExpression place(
+        QStringLiteral("\\{\\{now((?:[+-]\\d{1,6}[dhms](?:\\d{1,6}[dhms])*)*)\\}\\}"));
+    if (!text.contains("{{now"))
+        return text;
+    const icu::SimpleDateFormat format = formatter(locale);
+    // Latin-1 keeps every byte through the search, so that a feed that is not UTF-8 stays so.
+    const QString source = QString::fromLatin1(text);
+    QByteArray rendered;
+    qsizetype copied = 0;
+    for (auto found = place.globalMatch(source); found.hasNext();) {
+        const QRegularExpressionMatch match = found.next();
+        rendered += text.mid(copied, match.capturedStart() - copied);
+        rendered += formatted(format, now.addSecs(offsetSeconds(match.captured(1)))).toUtf8();
+        copied = match.capturedEnd();
+    }
+    return rendered + text.mid(copied);
+}
+
+QString FeedTemplate::publicationDate(const QDateTime &date, const QString &locale) {
+    return formatted(formatter(locale), date);
+}
+
+}  // namespace pelorinnews
