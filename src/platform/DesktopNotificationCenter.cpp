@@ -1,6 +1,7 @@
 #include "DesktopNotificationCenter.h"
 
 #include "GuardedSlot.h"
+#include "HostBundle.h"
 #include "MainQueue.h"
 
 #include <QCoreApplication>
@@ -50,6 +51,21 @@ DesktopNotificationCenter::DesktopNotificationCenter(const NotificationSender &s
 
 DesktopNotificationCenter::~DesktopNotificationCenter() {
     shutDown();
+}
+
+std::shared_ptr<DesktopNotificationCenter>
+DesktopNotificationCenter::defaultUserNotificationCenter() {
+    static const std::shared_ptr<DesktopNotificationCenter> center = [] {
+        const QString identifier = HostBundle::mainBundle().identifier();
+        NotificationSender sender;
+        sender.identifier = identifier;
+        sender.applicationName = QCoreApplication::applicationName();
+        sender.stateFolder = stateFolder(identifier);
+        // Before the objects go that the thread's event loop needs.
+        qAddPostRoutine([] { defaultUserNotificationCenter()->shutDown(); });
+        return std::make_shared<DesktopNotificationCenter>(sender);
+    }();
+    return center;
 }
 
 QString DesktopNotificationCenter::stateFolder(const QString &identifier) {

@@ -21,6 +21,10 @@ public:
     explicit DesktopNotificationCenter(const NotificationSender &sender);
     ~DesktopNotificationCenter() override;
 
+    /// The centre of this process and its host, made on first use; main thread. It ends with the
+    /// application object.
+    [[nodiscard]] static std::shared_ptr<DesktopNotificationCenter> defaultUserNotificationCenter();
+
     /// The user's state folder of the host `identifier`: where its registry belongs.
     [[nodiscard]] static QString stateFolder(const QString &identifier);
 

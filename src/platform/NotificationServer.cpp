@@ -73,9 +73,9 @@ QString soundName(const QString &name) {
 
 }  // namespace
 
-NotificationServer::NotificationServer(QString applicationName, QString desktopEntry)
-    : applicationName(std::move(applicationName)),
-      desktopEntry(std::move(desktopEntry)),
+NotificationServer::NotificationServer(QString originName, QString originDesktopEntry)
+    : applicationName(std::move(originName)),
+      desktopEntry(std::move(originDesktopEntry)),
       connectionLabel(QStringLiteral("pelorinnews-notifications-") +
                       QUuid::createUuid().toString(QUuid::WithoutBraces)),
       connection(QString()) {}

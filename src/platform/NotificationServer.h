@@ -27,8 +27,8 @@ public:
     using Callback = std::function<void()>;
     using BoolCallback = std::function<void(bool)>;
 
-    /// `applicationName` is shown by some desktops, `desktopEntry` names the host's desktop file.
-    NotificationServer(QString applicationName, QString desktopEntry);
+    /// `originName` is shown by some desktops, `originDesktopEntry` names the host's desktop file.
+    NotificationServer(QString originName, QString originDesktopEntry);
     ~NotificationServer() override;
 
     /// Connects to the bus at `address`, or the session's where that is empty, and listens, before
@@ -81,9 +81,9 @@ private:
     void call(const QDBusMessage &message, std::function<void(const QDBusMessage &)> done);
     [[nodiscard]] bool isFromServer(const QDBusMessage &message) const;
 
-    QString applicationName;
-    QString desktopEntry;
-    QString connectionLabel;
+    const QString applicationName;
+    const QString desktopEntry;
+    const QString connectionLabel;
     QDBusConnection connection;
     QString bus;
     QString serverOwner;

@@ -7,14 +7,14 @@
 
 namespace pelorinnews {
 
-NotificationThread::NotificationThread(NotificationSender sender,
-                                       std::shared_ptr<NotificationList> list,
-                                       std::shared_ptr<NotificationProgress> progress,
-                                       NotificationWorker::Activated activated)
-    : sender(std::move(sender)),
-      list(std::move(list)),
-      progress(std::move(progress)),
-      activated(std::move(activated)) {}
+NotificationThread::NotificationThread(NotificationSender origin,
+                                       std::shared_ptr<NotificationList> notifications,
+                                       std::shared_ptr<NotificationProgress> reports,
+                                       NotificationWorker::Activated onActivation)
+    : sender(std::move(origin)),
+      list(std::move(notifications)),
+      progress(std::move(reports)),
+      activated(std::move(onActivation)) {}
 
 NotificationThread::~NotificationThread() {
     stop(std::chrono::milliseconds(0));

@@ -14,9 +14,9 @@ namespace pelorinnews {
 /// Any thread.
 class NotificationThread {
 public:
-    NotificationThread(NotificationSender sender, std::shared_ptr<NotificationList> list,
-                       std::shared_ptr<NotificationProgress> progress,
-                       NotificationWorker::Activated activated);
+    NotificationThread(NotificationSender origin, std::shared_ptr<NotificationList> notifications,
+                       std::shared_ptr<NotificationProgress> reports,
+                       NotificationWorker::Activated onActivation);
     ~NotificationThread();
     NotificationThread(const NotificationThread &) = delete;
     NotificationThread &operator=(const NotificationThread &) = delete;

@@ -18,15 +18,15 @@ constexpr std::size_t maximumRemembered = 64;
 
 }  // namespace
 
-NotificationWorker::NotificationWorker(NotificationSender sender,
-                                       std::shared_ptr<NotificationList> list,
-                                       std::shared_ptr<NotificationProgress> progress,
-                                       Activated activated)
-    : sender(std::move(sender)),
-      registry(this->sender.stateFolder),
-      list(std::move(list)),
-      progress(std::move(progress)),
-      activated(std::move(activated)),
+NotificationWorker::NotificationWorker(NotificationSender origin,
+                                       std::shared_ptr<NotificationList> notifications,
+                                       std::shared_ptr<NotificationProgress> reports,
+                                       Activated onActivation)
+    : sender(std::move(origin)),
+      registry(sender.stateFolder),
+      list(std::move(notifications)),
+      progress(std::move(reports)),
+      activated(std::move(onActivation)),
       saveTimer(this),
       saveAttemptsLeft(saveAttempts) {
     saveTimer.setSingleShot(true);

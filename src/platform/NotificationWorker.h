@@ -34,9 +34,9 @@ class NotificationWorker : public QObject {
 public:
     using Activated = std::function<void(const UserNotification &)>;
 
-    /// `activated` is called on the worker's thread with each notification that was clicked.
-    NotificationWorker(NotificationSender sender, std::shared_ptr<NotificationList> list,
-                       std::shared_ptr<NotificationProgress> progress, Activated activated);
+    /// `onActivation` is called on the worker's thread with each notification that was clicked.
+    NotificationWorker(NotificationSender origin, std::shared_ptr<NotificationList> notifications,
+                       std::shared_ptr<NotificationProgress> reports, Activated onActivation);
 
     /// Does what the list has to do. The first time, connects to the bus.
     Q_INVOKABLE void work();
