@@ -89,29 +89,27 @@ void NotificationList::mergeLocked(const RegistryContents &contents) {
     bus = contents.bus;
     server = contents.server;
 
+    // What stands goes in the file's order, which is that of delivery for all processes alike. What
+    // the file held and holds no longer was ended by another process.
+    Items merged;
     for (const RegistryEntry &entry : contents.entries) {
         if (erased.contains(entry.notification.identity))
             continue;
         const auto known = findItem(entry.notification.identity);
         if (known == items.end()) {
-            const auto firstNotStanding =
-                std::find_if(items.begin(), items.end(),
-                             [](const Item &item) { return item.state != State::Standing; });
-            items.insert(firstNotStanding, {entry, State::Standing, true, false});
+            merged.push_back({entry, State::Standing, true, false});
             continue;
         }
         known->entry.withdrawn = known->entry.withdrawn || entry.withdrawn;
         known->saved = known->entry.withdrawn == entry.withdrawn;
+        merged.push_back(std::move(*known));
+        items.erase(known);
     }
-    // What the file held and holds no longer was ended by another process.
-    std::erase_if(items, [&contents](const Item &item) {
-        return item.state == State::Standing && item.saved &&
-               std::none_of(contents.entries.begin(), contents.entries.end(),
-                            [&item](const RegistryEntry &entry) {
-                                return entry.notification.identity ==
-                                       item.entry.notification.identity;
-                            });
-    });
+    for (Item &item : items) {
+        if (item.state != State::Standing || !item.saved)
+            merged.push_back(std::move(item));
+    }
+    items = std::move(merged);
 }
 
 void NotificationList::setServer(const QString &newBus, const QString &newServer) {

@@ -45,7 +45,8 @@ PrivateBus::PrivateBus(const QString &serviceFolder)
         qFatal("cannot write the bus configuration");
     file.write(configuration(serviceFolder));
     file.close();
-    daemon.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    // It complains about limits where it may not raise them.
+    daemon.setStandardErrorFile(QProcess::nullDevice());
     daemon.start(QStringLiteral("dbus-daemon"),
                  {QStringLiteral("--config-file=") + file.fileName(), QStringLiteral("--nofork"),
                   QStringLiteral("--print-address=1")});
