@@ -184,7 +184,7 @@ void NotificationWorker::onSent(const QString &identity, NotificationServer::Out
     list->setSent(identity, id, server->connectionName());
     save();
     if (activatedEarly.contains(id))
-        activate(id);
+        onActivated(id);
     else if (closedEarly.contains(id))
         list->end(id);
     withdraw();
@@ -222,30 +222,28 @@ void NotificationWorker::onActivated(quint32 id) {
             activatedEarly.insert(id);
         return;
     }
+    // A click ends the notification, whoever acts on it; its end is often reported right after.
+    list->end(id);
+    save();
     if (entry->sender == server->connectionName()) {
-        activate(id);
+        activate(*entry);
         return;
     }
     // The process that delivered it hears the click itself as long as it lives.
-    server->askIsOnBus(entry->sender, [this, id, asked = generation](bool isOnBus) {
+    server->askIsOnBus(entry->sender, [this, entry, asked = generation](bool isOnBus) {
         if (asked == generation && !isOnBus)
-            activate(id);
+            activate(*entry);
     });
 }
 
-void NotificationWorker::activate(quint32 id) {
-    const auto entry = list->find(id);
-    if (!entry)
-        return;
-    UserNotification notification = entry->notification;
-    const auto token = activationTokens.extract(id);
+void NotificationWorker::activate(const RegistryEntry &entry) {
+    UserNotification notification = entry.notification;
+    const auto token = activationTokens.extract(entry.serverId);
     if (!token.empty())
         notification.activationToken = token.mapped();
-    list->end(id);
-    save();
     // Some desktops leave a clicked one in place.
-    close(id);
-    if (!entry->withdrawn)
+    close(entry.serverId);
+    if (!entry.withdrawn)
         activated(notification);
 }
 

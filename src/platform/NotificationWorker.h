@@ -56,7 +56,7 @@ private:
                 const QStringList &capabilities);
     void onClosed(quint32 id, quint32 reason);
     void onActivated(quint32 id);
-    void activate(quint32 id);
+    void activate(const RegistryEntry &entry);
     void close(quint32 id);
     [[nodiscard]] std::optional<RegistryEntry> findOwn(quint32 id);
     [[nodiscard]] bool isBusy() const;

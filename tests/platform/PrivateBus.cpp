@@ -84,7 +84,7 @@ QProcessEnvironment PrivateBus::environment() const {
 BusProgram::BusProgram(const PrivateBus &bus, const QString &program,
                        const QStringList &arguments) {
     process.setProcessEnvironment(bus.environment());
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.setStandardErrorFile(QProcess::nullDevice());
     process.start(program, arguments);
     if (!process.waitForStarted(5000))
         qFatal("cannot start %s", qPrintable(program));
