@@ -28,7 +28,8 @@ public:
     /// right after creation: messages from before are dropped.
     virtual void setLogger(std::shared_ptr<OlvLogger> logger) = 0;
 
-    /// Keeps `delegate` alive until another is set or the controller goes. The panel never calls it.
+    /// Keeps `delegate` alive until another is set or the controller goes. The panel never calls
+    /// it.
     virtual void setDelegate(std::shared_ptr<void> delegate) = 0;
 
 protected:

@@ -6,6 +6,7 @@
 #include <pelorinnews/NotificationCenter.h>
 
 #include <QtPlugin>
+
 #include <memory>
 
 namespace pelorinnews {

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QMetaObject>
 #include <QThread>
+
 #include <utility>
 
 namespace pelorinnews::MainQueue {

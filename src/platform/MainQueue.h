@@ -8,8 +8,8 @@ namespace pelorinnews {
 namespace MainQueue {
 
 /// Posts `task` and returns at once, on the main thread too: the task runs at a later turn of the
-/// main event loop. Callable from any thread. Where no application object exists, or its loop never
-/// turns again, the task never runs; it is then kept, not destroyed.
+/// main event loop. Callable from any thread. A task never runs where no application object exists
+/// (it is dropped on the spot) or where the main loop never turns again (it is kept).
 void dispatchAsync(std::function<void()> task);
 
 /// Whether the caller is on the thread of the application object. False where there is none.

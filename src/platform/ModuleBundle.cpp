@@ -1,9 +1,9 @@
 #include "ModuleBundle.h"
 
-#include <dlfcn.h>
-
 #include <QDir>
 #include <QFileInfo>
+
+#include <dlfcn.h>
 
 namespace pelorinnews::ModuleBundle {
 

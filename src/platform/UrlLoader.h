@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QThreadPool>
 #include <QUrl>
+
 #include <functional>
 #include <memory>
 #include <optional>
@@ -16,11 +17,16 @@ struct UrlResponse {
     std::optional<int> statusCode;
 };
 
-/// Receives the outcome of one request: any of the three may be absent. `data` is absent where no
-/// bytes came *and* the transfer failed; an empty body that came whole is present and empty.
-using UrlCompletion = std::function<void(std::optional<UrlResponse> response,
-                                         std::optional<QByteArray> data,
-                                         std::optional<Error> connectionError)>;
+/// Receives the outcome of one request: any of the three may be absent.
+///
+/// - A status of 400 or more comes with `response`, whatever became of the transfer; `data` then
+///   holds what came of the body, and `connectionError` is present only where the transfer failed.
+/// - Below 400, or without a status, a failed transfer has `connectionError` and no `data`,
+///   however many bytes had come.
+/// - A transfer that came whole has `data`, present and empty for an empty body.
+using UrlCompletion =
+    std::function<void(std::optional<UrlResponse> response, std::optional<QByteArray> data,
+                       std::optional<Error> connectionError)>;
 
 /// Fetches addresses. Abstract so that a test can put another transport in its place.
 class UrlLoader {
@@ -30,12 +36,19 @@ public:
     UrlLoader &operator=(const UrlLoader &) = delete;
 
     /// Sends a GET for `url` past every local response cache, follows redirects, gives up after
-    /// `idleTimeoutSeconds` without progress, and runs `completion` exactly once on `queue`, never
-    /// on the caller's stack. Callable from any thread; the main event loop is not needed.
+    /// `idleTimeoutSeconds` without progress (at least one second), and runs `completion` exactly
+    /// once on `queue`, never on the caller's stack. Callable from any thread; the main event loop
+    /// is not needed.
+    ///
+    /// `queue` must live until `completion` has been called; null stands for the global pool. The
+    /// completion is destroyed on `queue`'s thread after its call, so whoever lets it hold the
+    /// last reference to the owner of `queue` must not destroy that queue from there: a pool's
+    /// destructor waits for its own threads.
     virtual void sendAsynchronousRequest(const QUrl &url, int idleTimeoutSeconds,
                                          QThreadPool *queue, UrlCompletion completion) = 0;
 
-    /// The process-wide loader over the network stack, made on first use.
+    /// The process-wide loader over the network stack, made on first use. It ends with the
+    /// application object; a later call makes a new one.
     static std::shared_ptr<UrlLoader> shared();
 
 protected:

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "HostLogger.h"
+
+#include <QWidget>
+
+class QComboBox;
+class QTreeWidget;
+class QTreeWidgetItem;
+
+namespace pelorinnews::host {
+
+/// Lists log messages with their time and level, newest last, and shows those of the chosen level
+/// and graver. Keeps the newest 5,000. Main thread only.
+class LogPane final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit LogPane(QWidget *parent = nullptr);
+
+    void addMessage(LogLevel level, const QString &message);
+
+private:
+    void applyLevel();
+    void applyLevelTo(QTreeWidgetItem *item) const;
+
+    QTreeWidget *lines;
+    QComboBox *shownLevel;
+};
+
+}  // namespace pelorinnews::host

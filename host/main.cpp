@@ -1,0 +1,122 @@
+#include "HostLogger.h"
+#include "MainWindow.h"
+#include "NewsModule.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QFileInfo>
+#include <QIcon>
+#include <QSettings>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QTimer>
+#include <QUrl>
+
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
+using namespace pelorinnews;
+
+namespace {
+
+constexpr std::string_view withoutGlSharing = "--without-gl-sharing";
+
+void complain(const QString &text) {
+    std::fprintf(stderr, "pelorin: %s\n", qUtf8Printable(text));
+}
+
+/// Adds the authorities in a PEM file to those that this process trusts. False when there is none.
+bool trust(const QString &file) {
+    const QList<QSslCertificate> authorities = QSslCertificate::fromPath(file);
+    if (authorities.isEmpty())
+        return false;
+    QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+    configuration.setCaCertificates(QSslConfiguration::systemCaCertificates() + authorities);
+    QSslConfiguration::setDefaultConfiguration(configuration);
+    return true;
+}
+
+/// The feed's address as the preferences hold it; the name of an existing file will do.
+QString feedAddress(const QString &addressOrFile) {
+    const QFileInfo file(addressOrFile);
+    if (!file.exists())
+        return addressOrFile;
+    return QUrl::fromLocalFile(file.absoluteFilePath()).toString(QUrl::FullyEncoded);
+}
+
+}  // namespace
+
+int main(int argc, char *argv[]) {
+    // The panel's web renderer draws with GL in a context shared by the whole process. That has to
+    // be settled before the application object exists.
+    const bool sharesGl = std::none_of(argv + 1, argv + argc, [](std::string_view argument) {
+        return argument == withoutGlSharing;
+    });
+    QApplication::setAttribute(Qt::AA_ShareOpenGLContexts, sharesGl);
+
+    const QApplication application(argc, argv);
+    // These name the preferences file, which the panel uses as well: Olvane/Pelorin.conf.
+    QApplication::setOrganizationName(QStringLiteral("Olvane"));
+    QApplication::setApplicationName(QStringLiteral("Pelorin"));
+    QApplication::setApplicationVersion(QStringLiteral(PELORIN_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("com.Olvane.Pelorin"));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/pelorin.svg")));
+
+    QCommandLineParser options;
+    options.setApplicationDescription(QStringLiteral("A small host of the Pelorin News panel."));
+    options.addHelpOption();
+    options.addVersionOption();
+    const QCommandLineOption show(QStringLiteral("show"),
+                                  QStringLiteral("Open the news window at once."));
+    const QCommandLineOption module(QStringLiteral("module"),
+                                    QStringLiteral("Load the news module at <path>."),
+                                    QStringLiteral("path"), host::newsModulePath());
+    const QCommandLineOption feed(
+        QStringLiteral("feed"),
+        QStringLiteral("Read the news from <address>, which may be a file, from now on."),
+        QStringLiteral("address"));
+    const QCommandLineOption authority(
+        QStringLiteral("trust"),
+        QStringLiteral("Trust the certificate authority in <file> (PEM), in addition to the "
+                       "system's."),
+        QStringLiteral("file"));
+    const QCommandLineOption noSharing(
+        QString::fromLatin1(withoutGlSharing.substr(2)),
+        QStringLiteral("Do not share GL contexts, to try the panel in a host that does not."));
+    options.addOptions({show, module, feed, authority, noSharing});
+    options.process(application);
+
+    if (options.isSet(authority) && !trust(options.value(authority))) {
+        complain(
+            QStringLiteral("no certificate can be read from %1").arg(options.value(authority)));
+        return 2;
+    }
+    if (options.isSet(feed))
+        QSettings().setValue(QStringLiteral("newsFeedBaseURL"), feedAddress(options.value(feed)));
+
+    const auto logger = std::make_shared<host::HostLogger>();
+    host::MainWindow window(*logger);
+
+    QString problem;
+    const std::shared_ptr<NewsController> news = host::createNews(options.value(module), &problem);
+    if (news) {
+        news->setLogger(logger);
+        // The panel keeps the delegate and asks nothing of it: any object of the host will do.
+        news->setDelegate(std::make_shared<QString>(QApplication::applicationName()));
+        window.setNews(news);
+    } else {
+        complain(problem);
+        window.showProblem(problem);
+    }
+
+    window.show();
+    if (news && options.isSet(show))
+        QTimer::singleShot(0, &window, [&news] { news->show(); });
+    const int status = QApplication::exec();
+
+    // The panel stores what was viewed and stops its timer; without this call it would live on.
+    if (news)
+        news->exit();
+    return status;
+}

@@ -1,0 +1,265 @@
+#include "DateFormatter.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unicode/calendar.h>
+#include <unicode/dtfmtsym.h>
+#include <unicode/smpdtfmt.h>
+#include <unicode/uchar.h>
+#include <vector>
+
+namespace pelorinnews {
+
+namespace {
+
+/// The one pattern that has a quick way.
+constexpr QStringView quickPattern = u"EEE, dd LLL yyyy HH:mm:ss zzz";
+/// Years far enough from the change of calendars on both sides.
+constexpr int firstQuickYear = 1800;
+
+icu::Locale icuLocale(const QString &identifier) {
+    return icu::Locale::createCanonical(identifier.toUtf8().constData());
+}
+
+/// Reads the digits at the front of `text` into `number` and takes them off.
+bool takeDigits(std::string_view &text, size_t count, int &number) {
+    if (text.size() < count)
+        return false;
+    number = 0;
+    for (size_t i = 0; i < count; ++i) {
+        if (text[i] < '0' || text[i] > '9')
+            return false;
+        number = number * 10 + (text[i] - '0');
+    }
+    text.remove_prefix(count);
+    return true;
+}
+
+bool take(std::string_view &text, std::string_view expected) {
+    if (!text.starts_with(expected))
+        return false;
+    text.remove_prefix(expected.size());
+    return true;
+}
+
+/// One name of the locale or one zone. ICU decides what it means: `proven` once ICU has read a
+/// text with it and came to what the quick way came to.
+struct Name {
+    std::string text;
+    bool proven = false;
+};
+
+template <class Names>
+Name *takeName(std::string_view &text, Names &names, std::string_view behind) {
+    for (Name &name : names) {
+        if (name.text.empty() || !text.starts_with(name.text) ||
+            !text.substr(name.text.size()).starts_with(behind))
+            continue;
+        text.remove_prefix(name.text.size() + behind.size());
+        return &name;
+    }
+    return nullptr;
+}
+
+/// The offset in minutes of "GMT", "UTC" or "+hhmm", which must be all there is.
+std::optional<int> zoneOffset(std::string_view zone) {
+    if (zone == "GMT" || zone == "UTC")
+        return 0;
+    if (zone.size() != 5 || (zone[0] != '+' && zone[0] != '-'))
+        return std::nullopt;
+    const int sign = zone[0] == '-' ? -1 : 1;
+    zone.remove_prefix(1);
+    int hours = 0;
+    int minutes = 0;
+    if (!takeDigits(zone, 2, hours) || !takeDigits(zone, 2, minutes) || hours > 14 || minutes > 59)
+        return std::nullopt;
+    return sign * (hours * 60 + minutes);
+}
+
+/// Names may stand where the quick way looks for them only if nothing around them could belong to
+/// a longer name: neither digits nor blanks nor commas, in ASCII or other digits.
+std::string quickName(const icu::UnicodeString &name) {
+    for (int32_t i = 0; i < name.length(); i = name.moveIndex32(i, 1)) {
+        const UChar32 character = name.char32At(i);
+        if (!u_isUAlphabetic(character) && character != '.')
+            return {};
+    }
+    std::string utf8;
+    return name.toUTF8String(utf8);
+}
+
+}  // namespace
+
+class DateFormatter::Icu {
+public:
+    Icu(QString datePattern, const QString &localeIdentifier)
+        : pattern(std::move(datePattern)), locale(icuLocale(localeIdentifier)) {}
+
+    QDateTime read(std::string_view text) {
+        if (!prepared)
+            prepare();
+        if (!format)
+            return {};
+        if (!quick)
+            return dateTime(readByIcu(text));
+        const std::optional<Reading> reading = readQuickly(text);
+        if (reading && reading->proven())
+            return dateTime(reading->milliseconds);
+        const std::optional<UDate> date = readByIcu(text);
+        if (reading && date == reading->milliseconds)
+            prove(*reading);
+        return dateTime(date);
+    }
+
+private:
+    struct Reading {
+        Name *weekday;
+        Name *month;
+        std::string_view zone;
+        Name *provenZone;
+        UDate milliseconds;
+
+        [[nodiscard]] bool proven() const { return weekday->proven && month->proven && provenZone; }
+    };
+
+    void prepare() {
+        prepared = true;
+        UErrorCode status = U_ZERO_ERROR;
+        format = std::make_unique<icu::SimpleDateFormat>(
+            icu::UnicodeString(false, pattern.utf16(), static_cast<int32_t>(pattern.size())),
+            locale, status);
+        if (U_FAILURE(status)) {
+            format.reset();
+            return;
+        }
+        format->setLenient(false);
+        quick = pattern == quickPattern &&
+                std::string_view(format->getCalendar()->getType()) == "gregorian";
+        if (!quick)
+            return;
+        int32_t count = 0;
+        const icu::DateFormatSymbols *const symbols = format->getDateFormatSymbols();
+        // ICU's weekdays are counted from one; the place before them is empty.
+        const icu::UnicodeString *names = symbols->getWeekdays(
+            count, icu::DateFormatSymbols::FORMAT, icu::DateFormatSymbols::ABBREVIATED);
+        for (int32_t i = 1; i < std::min(count, 8); ++i)
+            weekdays[static_cast<size_t>(i - 1)].text = quickName(names[i]);
+        names = symbols->getMonths(count, icu::DateFormatSymbols::STANDALONE,
+                                   icu::DateFormatSymbols::ABBREVIATED);
+        for (int32_t i = 0; i < std::min(count, 12); ++i)
+            months[static_cast<size_t>(i)].text = quickName(names[i]);
+    }
+
+    /// What `text` would mean if its names mean what they seem to; absent unless it has exactly
+    /// the pattern's form, ASCII digits and a zone of plain offset included.
+    std::optional<Reading> readQuickly(std::string_view text) {
+        using namespace std::chrono;
+        Reading reading{};
+        int dayNumber = 0;
+        int yearNumber = 0;
+        int hour = 0;
+        int minute = 0;
+        int second = 0;
+        reading.weekday = takeName(text, weekdays, ", ");
+        if (!reading.weekday || !takeDigits(text, 2, dayNumber) || !take(text, " "))
+            return std::nullopt;
+        reading.month = takeName(text, months, " ");
+        if (!reading.month || !takeDigits(text, 4, yearNumber) || !take(text, " ") ||
+            !takeDigits(text, 2, hour) || !take(text, ":") || !takeDigits(text, 2, minute) ||
+            !take(text, ":") || !takeDigits(text, 2, second) || !take(text, " "))
+            return std::nullopt;
+        const std::optional<int> offset = zoneOffset(text);
+        const year_month_day date{year(yearNumber),
+                                  month(static_cast<unsigned>(reading.month - months.data()) + 1),
+                                  day(static_cast<unsigned>(dayNumber))};
+        if (!offset || !date.ok() || yearNumber < firstQuickYear || hour > 23 || minute > 59 ||
+            second > 59)
+            return std::nullopt;
+        const auto instant =
+            sys_days(date) + hours(hour) + minutes(minute - *offset) + seconds(second);
+        reading.milliseconds =
+            static_cast<UDate>(duration_cast<milliseconds>(instant.time_since_epoch()).count());
+        reading.zone = text;
+        const auto zone = std::find_if(zones.begin(), zones.end(),
+                                       [&](const Name &name) { return name.text == text; });
+        reading.provenZone = zone == zones.end() ? nullptr : &*zone;
+        return reading;
+    }
+
+    void prove(const Reading &reading) {
+        reading.weekday->proven = true;
+        reading.month->proven = true;
+        if (!reading.provenZone && zones.size() < mostZones)
+            zones.push_back({std::string(reading.zone), true});
+    }
+
+    std::optional<UDate> readByIcu(std::string_view text) {
+        if (text.size() > longestText)
+            return std::nullopt;
+        const icu::UnicodeString characters = icu::UnicodeString::fromUTF8(
+            icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
+        icu::ParsePosition position(0);
+        const UDate date = format->parse(characters, position);
+        if (position.getIndex() == 0 || position.getErrorIndex() >= 0)
+            return std::nullopt;
+        return date;
+    }
+
+    static QDateTime dateTime(std::optional<UDate> milliseconds) {
+        if (!milliseconds)
+            return {};
+        return QDateTime::fromMSecsSinceEpoch(std::llround(*milliseconds), Qt::UTC);
+    }
+
+    /// What ICU's sizes can hold.
+    static constexpr size_t longestText = 1U << 30U;
+    static constexpr size_t mostZones = 16;
+
+    QString pattern;
+    icu::Locale locale;
+    std::unique_ptr<icu::SimpleDateFormat> format;
+    bool prepared = false;
+    bool quick = false;
+    std::array<Name, 7> weekdays;
+    std::array<Name, 12> months;
+    std::vector<Name> zones;
+};
+
+QString DateFormatter::userLocaleIdentifier() {
+    QByteArray name;
+    for (const char *const variable : {"LC_ALL", "LC_TIME", "LANG"}) {
+        name = qgetenv(variable);
+        if (!name.isEmpty())
+            break;
+    }
+    const qsizetype modifier = name.indexOf('@');
+    const QByteArray script = modifier < 0 ? QByteArray() : name.sliced(modifier + 1);
+    if (modifier >= 0)
+        name.truncate(modifier);
+    if (const qsizetype charset = name.indexOf('.'); charset >= 0)
+        name.truncate(charset);
+    if (name.isEmpty() || name == "C" || name == "POSIX")
+        return QStringLiteral("en");
+    if (script == "latin")
+        name.replace('_', "_Latn_");
+    else if (script == "cyrillic")
+        name.replace('_', "_Cyrl_");
+    return QString::fromUtf8(name);
+}
+
+DateFormatter::DateFormatter(QString pattern, QString localeIdentifier)
+    : icu(std::make_unique<Icu>(std::move(pattern), localeIdentifier)) {}
+
+DateFormatter::~DateFormatter() = default;
+
+QDateTime DateFormatter::dateFromString(QUtf8StringView text) {
+    return icu->read(
+        {reinterpret_cast<const char *>(text.data()), static_cast<size_t>(text.size())});
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,59 @@
+#include "NetworkRequest.h"
+
+#include <QNetworkReply>
+#include <QRunnable>
+
+#include <mutex>
+
+namespace pelorinnews {
+
+namespace {
+
+/// Carries an outcome to the queue's thread.
+///
+/// The pool itself orders what it hands over. The mutex says so a second time, in terms that a
+/// race detector understands when Qt is not built for it.
+class CompletionTask final : public QRunnable {
+public:
+    CompletionTask(NetworkRequest completed, NetworkOutcome itsOutcome)
+        : request(std::move(completed)), outcome(std::move(itsOutcome)) {
+        const std::lock_guard handOver(mutex());
+    }
+
+    void run() override {
+        { const std::lock_guard handOver(mutex()); }
+        if (request.completion)
+            request.completion(std::move(outcome.response), std::move(outcome.data),
+                               std::move(outcome.connectionError));
+    }
+
+private:
+    static std::mutex &mutex() {
+        static std::mutex handOver;
+        return handOver;
+    }
+
+    NetworkRequest request;
+    NetworkOutcome outcome;
+};
+
+}  // namespace
+
+Error networkError(int code, const QString &description) {
+    return {QStringLiteral("QNetworkReply::NetworkError"),
+            code,
+            {{Error::localizedDescriptionKey(), description}}};
+}
+
+void completeRequest(NetworkRequest request, NetworkOutcome outcome) {
+    QThreadPool *queue = request.queue ? request.queue : QThreadPool::globalInstance();
+    queue->start(new CompletionTask(std::move(request), std::move(outcome)));
+}
+
+void cancelRequest(NetworkRequest request) {
+    completeRequest(std::move(request), {std::nullopt, std::nullopt,
+                                         networkError(QNetworkReply::OperationCanceledError,
+                                                      QStringLiteral("The loader was shut down"))});
+}
+
+}  // namespace pelorinnews

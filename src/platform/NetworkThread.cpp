@@ -1,0 +1,101 @@
+#include "NetworkThread.h"
+
+#include "NetworkTransfer.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+
+namespace pelorinnews {
+
+class NetworkThread::Bell final : public QObject {
+public:
+    explicit Bell(NetworkThread &owner) : thread(owner) {}
+
+    void ring() { QCoreApplication::postEvent(this, new QEvent(QEvent::User)); }
+
+    bool event(QEvent *event) override {
+        if (event->type() != QEvent::User)
+            return QObject::event(event);
+        thread.startTransfers();
+        thread.dropFinished();
+        return true;
+    }
+
+private:
+    NetworkThread &thread;
+};
+
+NetworkThread::NetworkThread(qint64 longest)
+    : longestBody(longest), bell(std::make_unique<Bell>(*this)) {
+    setObjectName(QStringLiteral("PelorinNewsLoad"));
+    bell->moveToThread(this);
+}
+
+NetworkThread::~NetworkThread() = default;
+
+void NetworkThread::add(NetworkRequest request) {
+    bool refused = !QCoreApplication::instance();
+    if (!refused) {
+        const std::lock_guard lock(mutex);
+        // Starting under the lock keeps a stop from slipping in between; it runs no code of others.
+        if (!stopping && !started) {
+            start();
+            started = isRunning();
+        }
+        refused = stopping || !started;
+        if (!refused)
+            waiting.push_back(std::move(request));
+    }
+    if (refused)
+        cancelRequest(std::move(request));
+    else
+        bell->ring();
+}
+
+bool NetworkThread::stop(std::chrono::milliseconds timeout) {
+    {
+        const std::lock_guard lock(mutex);
+        stopping = true;
+    }
+    quit();
+    return wait(QDeadlineTimer(timeout));
+}
+
+void NetworkThread::run() {
+    exec();
+    cancelAll();
+}
+
+void NetworkThread::startTransfers() {
+    for (NetworkRequest &request : takeWaiting()) {
+        if (!manager) {
+            manager = std::make_unique<QNetworkAccessManager>();
+            manager->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
+        }
+        transfers.push_back(std::make_unique<NetworkTransfer>(
+            std::move(request), *manager, longestBody, [this] { bell->ring(); }));
+    }
+}
+
+void NetworkThread::dropFinished() {
+    transfers.remove_if([](const auto &transfer) { return transfer->hasEnded(); });
+    // With the manager go its connections, their timers and its inner thread.
+    if (transfers.empty())
+        manager.reset();
+}
+
+void NetworkThread::cancelAll() {
+    for (NetworkRequest &request : takeWaiting())
+        cancelRequest(std::move(request));
+    for (const auto &transfer : transfers)
+        transfer->cancel();
+    transfers.clear();
+    manager.reset();
+}
+
+std::vector<NetworkRequest> NetworkThread::takeWaiting() {
+    const std::lock_guard lock(mutex);
+    return std::exchange(waiting, {});
+}
+
+}  // namespace pelorinnews

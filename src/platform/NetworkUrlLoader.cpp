@@ -1,0 +1,76 @@
+#include "NetworkUrlLoader.h"
+
+#include "NetworkThread.h"
+
+#include <QCoreApplication>
+
+#include <mutex>
+
+namespace pelorinnews {
+
+namespace {
+
+/// The process-wide loader. It must end before Qt does: with the application object, or, where
+/// the process leaves without destroying that, with the module's own static objects.
+class SharedLoader {
+public:
+    SharedLoader() = default;
+    SharedLoader(const SharedLoader &) = delete;
+    SharedLoader &operator=(const SharedLoader &) = delete;
+    ~SharedLoader() { end(); }
+
+    std::shared_ptr<NetworkUrlLoader> get() {
+        const std::lock_guard lock(mutex);
+        if (!loader) {
+            loader = std::make_shared<NetworkUrlLoader>();
+            qAddPostRoutine([] { instance().end(); });
+        }
+        return loader;
+    }
+
+    static SharedLoader &instance() {
+        static SharedLoader shared;
+        return shared;
+    }
+
+private:
+    void end() {
+        std::shared_ptr<NetworkUrlLoader> ending;
+        {
+            const std::lock_guard lock(mutex);
+            ending.swap(loader);
+        }
+        if (ending)
+            ending->shutdown();
+    }
+
+    std::mutex mutex;
+    std::shared_ptr<NetworkUrlLoader> loader;
+};
+
+}  // namespace
+
+std::shared_ptr<UrlLoader> UrlLoader::shared() {
+    return SharedLoader::instance().get();
+}
+
+NetworkUrlLoader::NetworkUrlLoader(qint64 longestBody)
+    : thread(std::make_shared<NetworkThread>(longestBody)) {}
+
+NetworkUrlLoader::~NetworkUrlLoader() {
+    shutdown();
+}
+
+void NetworkUrlLoader::sendAsynchronousRequest(const QUrl &url, int idleTimeoutSeconds,
+                                               QThreadPool *queue, UrlCompletion completion) {
+    thread->add({url, idleTimeoutSeconds, queue, std::move(completion)});
+}
+
+void NetworkUrlLoader::shutdown() {
+    if (thread->stop(shutdownTimeout))
+        return;
+    // Destroying a running QThread ends the process, so what still runs is left behind for good.
+    static_cast<void>(new std::shared_ptr<NetworkThread>(thread));
+}
+
+}  // namespace pelorinnews

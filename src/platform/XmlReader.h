@@ -1,0 +1,94 @@
+#pragma once
+
+#include <pelorinnews/Error.h>
+
+#include <QByteArrayView>
+#include <QStringView>
+
+#include <memory>
+#include <optional>
+#include <string_view>
+
+namespace pelorinnews {
+
+/// What an `XmlReader` reports, in document order, on the thread that feeds it.
+///
+/// Every name, text and section is UTF-8 and lives only as long as the call. Attributes are not
+/// reported and namespaces are not processed: a name is what stands in the document, prefix
+/// included. A delegate must not destroy its reader from inside a call.
+class XmlReaderDelegate {
+public:
+    virtual ~XmlReaderDelegate() = default;
+
+    virtual void parserDidStartElement(std::string_view name) = 0;
+
+    /// Character data with its entities and numeric references resolved and its line ends
+    /// normalised to a line feed. One run of text may come in several calls; none is ever empty.
+    virtual void parserFoundCharacters(std::string_view text) = 0;
+
+    /// One whole CDATA section, which may be empty (but is never null).
+    virtual void parserFoundCDATA(QByteArrayView bytes) = 0;
+
+    virtual void parserDidEndElement(std::string_view name) = 0;
+
+    /// The document's first fatal error; nothing is reported after it.
+    virtual void parserParseErrorOccurred(const Error &error) = 0;
+
+    /// A document that breaks the rules of its type. `XmlReader` does not validate and never
+    /// reports one.
+    virtual void parserValidationErrorOccurred(const Error &error) = 0;
+
+protected:
+    XmlReaderDelegate() = default;
+    XmlReaderDelegate(const XmlReaderDelegate &) = default;
+    XmlReaderDelegate &operator=(const XmlReaderDelegate &) = default;
+};
+
+/// Reads one XML document from UTF-8 bytes and reports it to a delegate as events.
+///
+/// The bytes are UTF-8 whatever the document's own declaration says. Entities that the document
+/// defines are expanded within the limits against amplification; nothing external is ever loaded.
+/// A reader serves one document: feed it the bytes in any pieces, then `finish`, or hand the whole
+/// over by one of the `read` operations. It belongs to one thread at a time.
+class XmlReader {
+public:
+    /// The domain of a fatal error; its code is a number of the underlying reader's own.
+    static QString errorDomain();
+    /// Entries of an error's user information: where the document broke, counted from one.
+    static QString lineNumberKey();
+    static QString columnNumberKey();
+
+    /// `delegate` must outlive the reader.
+    explicit XmlReader(XmlReaderDelegate &delegate);
+    ~XmlReader();
+    XmlReader(const XmlReader &) = delete;
+    XmlReader &operator=(const XmlReader &) = delete;
+
+    /// Takes the next bytes; a piece may end anywhere, even inside a character. False once the
+    /// document has failed or is finished: the bytes are then ignored.
+    bool feed(QByteArrayView bytes);
+
+    /// Says that the document ends here. False when it failed, now or earlier.
+    bool finish();
+
+    /// Feeds all of `bytes` as one document and finishes it. The fastest way; takes a copy of the
+    /// bytes for the time of the call.
+    bool read(QByteArrayView bytes);
+
+    /// Feeds all of `text` as one document and finishes it. A long text is fed in small pieces, so
+    /// that no second copy of it is ever in memory. A lone surrogate counts as U+FFFD.
+    bool read(QStringView text);
+
+    /// Where the current event starts, counted from one; inside a delegate's call only.
+    [[nodiscard]] qint64 lineNumber() const;
+    [[nodiscard]] qint64 columnNumber() const;
+
+    /// The fatal error, where there was one.
+    [[nodiscard]] const std::optional<Error> &error() const;
+
+private:
+    class Expat;
+    std::unique_ptr<Expat> expat;
+};
+
+}  // namespace pelorinnews

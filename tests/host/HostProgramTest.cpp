@@ -1,0 +1,155 @@
+#include <QFile>
+#include <QProcess>
+#include <QSettings>
+#include <QStandardPaths>
+
+#include <TestMain.h>
+
+namespace pelorinnews::test {
+
+/// The host as a program, on a display, with its keys pressed by another program.
+class HostProgramTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void helpListsTheOptions() {
+        start({QStringLiteral("--help")});
+        QVERIFY(pelorin->waitForFinished());
+        QCOMPARE(pelorin->exitCode(), 0);
+        const QByteArray help = pelorin->readAllStandardOutput();
+        for (const char *option :
+             {"--show", "--module", "--feed", "--trust", "--without-gl-sharing"})
+            QVERIFY2(help.contains(option), option);
+    }
+
+    void anUnknownOptionIsRefused() {
+        start({QStringLiteral("--nonsense")});
+        QVERIFY(pelorin->waitForFinished());
+        QCOMPARE(pelorin->exitCode(), 1);
+    }
+
+    void aMissingModuleIsToldAndTheHostGoesOn() {
+        start({QStringLiteral("--module"), QStringLiteral("/nowhere/None.so")});
+        QTRY_VERIFY(errors().contains("There is no news module at /nowhere/None.so"));
+        QVERIFY(!pelorin->waitForFinished(300));
+    }
+
+    void anUnreadableAuthorityIsRefused() {
+        start({QStringLiteral("--trust"), QStringLiteral("/nowhere/ca.pem")});
+        QVERIFY(pelorin->waitForFinished());
+        QCOMPARE(pelorin->exitCode(), 2);
+        QVERIFY(errors().contains("/nowhere/ca.pem"));
+    }
+
+    void theFeedOptionStaysInThePreferences() {
+        start({QStringLiteral("--feed"), QStringLiteral("https://127.0.0.1:1/feed"),
+               QStringLiteral("--module"), QStringLiteral("/nowhere/None.so")});
+        QTRY_COMPARE(storedFeed(), QStringLiteral("https://127.0.0.1:1/feed"));
+    }
+
+    void aFileGivenAsFeedIsStoredAsItsAddress() {
+        QTemporaryDir feeds;
+        QFile file(feeds.filePath(QStringLiteral("a feed.xml")));
+        QVERIFY(file.open(QFile::WriteOnly));
+        start({QStringLiteral("--feed"), file.fileName(), QStringLiteral("--module"),
+               QStringLiteral("/nowhere/None.so")});
+        QTRY_COMPARE(storedFeed(),
+                     QStringLiteral("file://") + feeds.path() + QStringLiteral("/a%20feed.xml"));
+    }
+
+    void thePanelIsDrivenInTheRightOrder() {
+        start({QStringLiteral("--show"), QStringLiteral("--module"), recordingModule()});
+        QTRY_COMPARE(recorded(),
+                     QStringList({QStringLiteral("identity com.Olvane.Pelorin Olvane Pelorin"),
+                                  QStringLiteral("init"), QStringLiteral("logger"),
+                                  QStringLiteral("delegate"), QStringLiteral("show")}));
+    }
+
+    void thePanelIsNotShownUnasked() {
+        start({QStringLiteral("--module"), recordingModule()});
+        QTRY_VERIFY(recorded().contains(QStringLiteral("delegate")));
+        QVERIFY(!pelorin->waitForFinished(300));
+        QVERIFY(!recorded().contains(QStringLiteral("show")));
+    }
+
+    void newsAndQuitHaveKeysAndQuittingShutsThePanelDownFirst() {
+        start({QStringLiteral("--module"), recordingModule()});
+        QTRY_VERIFY(recorded().contains(QStringLiteral("delegate")));
+        press("ctrl+n");
+        QTRY_COMPARE(recorded().last(), QStringLiteral("show"));
+        press("ctrl+q");
+        QVERIFY(pelorin->waitForFinished());
+        QCOMPARE(pelorin->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(pelorin->exitCode(), 0);
+        QCOMPARE(recorded().mid(5),
+                 QStringList({QStringLiteral("exit"), QStringLiteral("released")}));
+    }
+
+    void whatThePanelLogsOnAThreadOfItsOwnDoesNoHarm() {
+        start({QStringLiteral("--module"), recordingModule()});
+        QTRY_VERIFY(recorded().contains(QStringLiteral("delegate")));
+        QVERIFY(!pelorin->waitForFinished(300));
+        QVERIFY2(errors().isEmpty(), errorText.constData());
+    }
+
+    void cleanup() {
+        pelorin->kill();
+        pelorin->waitForFinished();
+        pelorin.reset();
+    }
+
+private:
+    void start(const QStringList &arguments) {
+        folder = std::make_unique<QTemporaryDir>();
+        qputenv("PELORIN_RECORD", folder->filePath(QStringLiteral("record")).toUtf8());
+        errorText.clear();
+        pelorin = std::make_unique<QProcess>();
+        pelorin->start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin"), arguments);
+        QVERIFY(pelorin->waitForStarted());
+    }
+
+    static QByteArray xdotool(const QStringList &arguments) {
+        QProcess process;
+        process.start(QStringLiteral("xdotool"), arguments);
+        process.waitForFinished(5000);
+        return process.readAllStandardOutput().trimmed();
+    }
+
+    static void press(const char *key) {
+        QTRY_COMPARE(xdotool({QStringLiteral("getactivewindow"), QStringLiteral("getwindowname")}),
+                     QByteArrayLiteral("Pelorin"));
+        xdotool({QStringLiteral("key"), QString::fromLatin1(key)});
+    }
+
+    static QString recordingModule() {
+        return QStringLiteral(PELORIN_TEST_MODULES "/RecordingNewsModule.so");
+    }
+
+    QByteArray errors() { return errorText += pelorin->readAllStandardError(); }
+
+    QStringList recorded() const {
+        QFile file(folder->filePath(QStringLiteral("record")));
+        if (!file.open(QFile::ReadOnly))
+            return {};
+        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
+    static QString storedFeed() {
+        const QString file =
+            QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+            QStringLiteral("/Olvane/Pelorin.conf");
+        return QSettings(file, QSettings::IniFormat)
+            .value(QStringLiteral("newsFeedBaseURL"))
+            .toString();
+    }
+
+    std::unique_ptr<QProcess> pelorin;
+    std::unique_ptr<QTemporaryDir> folder;
+    QByteArray errorText;
+};
+
+}  // namespace pelorinnews::test
+
+PELORIN_CORE_TEST_MAIN(pelorinnews::test::HostProgramTest)
+
+#include "HostProgramTest.moc"

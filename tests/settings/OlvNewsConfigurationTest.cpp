@@ -1,0 +1,275 @@
+#include "OlvNewsConfiguration.h"
+#include "PreferredLanguages.h"
+#include "TestMain.h"
+
+#include <QFileInfo>
+#include <QProcess>
+
+#include <atomic>
+#include <cstdio>
+#include <limits>
+#include <thread>
+
+using namespace pelorinnews;
+
+namespace {
+
+const auto feedService = QStringLiteral("https://news.olvane.example/RSS_Feed/PelorinNews.php");
+const auto restartArgument = QStringLiteral("--print-settings-of");
+const QDateTime viewed({2015, 3, 2}, {10, 0, 0, 123}, Qt::UTC);
+
+/// All nine settings in one text.
+QString summary(const OlvNewsConfiguration &configuration) {
+    return QStringList{
+        QString::number(configuration.showOnStart()),
+        configuration.feedBaseURL(),
+        QString::number(configuration.newsTypeFilter()),
+        QString::number(configuration.newsFilter()),
+        configuration.feedLocale(),
+        QString::number(configuration.readItemContent()),
+        configuration.lastViewing().toUTC().toString(Qt::ISODateWithMs),
+        QString::number(configuration.refreshInterval()),
+        configuration.feedType(),
+    }
+        .join(QLatin1Char(' '));
+}
+
+const auto defaultSummary = QStringLiteral("1 ") + feedService +
+                            QStringLiteral(" 1 3 de-DE 1 0001-01-01T00:00:00.000Z 14400 standard");
+
+}  // namespace
+
+class OlvNewsConfigurationTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() {
+        path = folder.filePath(QString::number(++files) + QStringLiteral("/P.conf"));
+        database = std::make_shared<UserDefaults>(path);
+    }
+
+    void aFreshAccountHasTheDefaults() {
+        const OlvNewsConfiguration configuration = store();
+        QCOMPARE(configuration.showOnStart(), true);
+        QCOMPARE(configuration.feedBaseURL(), feedService);
+        QCOMPARE(configuration.newsTypeFilter(), 1);
+        QCOMPARE(configuration.newsFilter(), 3);
+        QCOMPARE(configuration.feedLocale(), "de-DE");
+        QCOMPARE(configuration.readItemContent(), true);
+        QCOMPARE(configuration.lastViewing(), QDateTime({1, 1, 1}, {0, 0}, Qt::UTC));
+        QCOMPARE(configuration.refreshInterval(), 14400);
+        QCOMPARE(configuration.feedType(), "standard");
+        database->synchronize();
+        QVERIFY(!QFileInfo::exists(path));
+    }
+
+    void aStoredFilterBeatsTheDefaultOfALaterStore() {
+        store().setNewsFilter(2);
+        QCOMPARE(store().newsFilter(), 2);
+    }
+
+    void everySetterIsReadBackByAnotherStoreAtOnce() {
+        OlvNewsConfiguration writer = store();
+        const OlvNewsConfiguration reader = store();
+        change(writer);
+        QCOMPARE(
+            summary(reader),
+            "0 https://a.example/feed.xml 2 1 fr-FR 0 2015-03-02T10:00:00.123Z 14400 standard");
+    }
+
+    void everySettingSurvivesARestart() {
+        {
+            OlvNewsConfiguration configuration = store();
+            change(configuration);
+            database->setValue("newsRefreshInterval", 60);
+            database->setValue("newsFeedType", "beta");
+        }
+        database.reset();
+        QProcess next;
+        next.start(QCoreApplication::applicationFilePath(), {restartArgument, path});
+        QVERIFY2(next.waitForFinished(), qPrintable(next.errorString()));
+        QCOMPARE(QString::fromUtf8(next.readAllStandardOutput()),
+                 "0 https://a.example/feed.xml 2 1 fr-FR 0 2015-03-02T10:00:00.123Z 60 beta");
+    }
+
+    void restoringBringsAllNineDefaultsBackAndWritesAtOnce() {
+        OlvNewsConfiguration configuration = store();
+        change(configuration);
+        database->setValue("newsRefreshInterval", 60);
+        database->setValue("newsFeedType", "beta");
+        database->setValue("ofTheHost", "stays");
+        database->synchronize();
+        configuration.restoreDefaults();
+        QCOMPARE(summary(configuration), defaultSummary);
+
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray contents = file.readAll();
+        QVERIFY2(!contents.contains("news"), contents.constData());
+        QVERIFY2(contents.contains("ofTheHost=stays"), contents.constData());
+    }
+
+    void restoringOnAFreshAccountIsHarmless() {
+        OlvNewsConfiguration configuration = store();
+        configuration.restoreDefaults();
+        QCOMPARE(summary(configuration), defaultSummary);
+    }
+
+    void whatOtherProgramsStoreIsReturnedUnchanged() {
+        const OlvNewsConfiguration configuration = store();
+        database->setValue("newsFeedType", "some/type?&%20");
+        database->setValue("newsRefreshInterval", 123456);
+        QCOMPARE(configuration.feedType(), "some/type?&%20");
+        QCOMPARE(configuration.refreshInterval(), 123456);
+    }
+
+    void aTextThatIsNoNumberReadsAsZero() {
+        const OlvNewsConfiguration configuration = store();
+        database->setValue("newsFilter", "unread");
+        QCOMPARE(configuration.newsFilter(), 0);
+    }
+
+    void aNumberIsNoFeedType() {
+        const OlvNewsConfiguration configuration = store();
+        database->setValue("newsFeedType", 5);
+        QVERIFY(configuration.feedType().isNull());
+    }
+
+    void aNegativeNumberReadsAsAHugeOne() {
+        const OlvNewsConfiguration configuration = store();
+        database->setValue("newsTypeFilter", -1);
+        QCOMPARE(configuration.newsTypeFilter(), std::numeric_limits<quint64>::max());
+    }
+
+    void anUndefinedFilterValueIsKept() {
+        OlvNewsConfiguration configuration = store();
+        configuration.setNewsFilter(7);
+        QCOMPARE(configuration.newsFilter(), 7);
+        configuration.setNewsFilter(std::numeric_limits<quint64>::max());
+        QCOMPARE(configuration.newsFilter(), std::numeric_limits<quint64>::max());
+    }
+
+    void settingAnAbsentValueBringsTheDefaultBack() {
+        OlvNewsConfiguration configuration = store();
+        configuration.setFeedBaseURL("https://a.example/feed.xml");
+        configuration.setFeedBaseURL(QString());
+        QCOMPARE(configuration.feedBaseURL(), feedService);
+        configuration.setLastViewing(viewed);
+        configuration.setLastViewing(QDateTime());
+        QCOMPARE(configuration.lastViewing(), OlvNewsConfiguration::distantPast());
+    }
+
+    void anEmptyAddressIsNoAbsentOne() {
+        OlvNewsConfiguration configuration = store();
+        configuration.setFeedBaseURL(QStringLiteral(""));
+        QVERIFY(configuration.feedBaseURL().isEmpty());
+        QVERIFY(!configuration.feedBaseURL().isNull());
+    }
+
+    void theFeedLanguageFollowsTheUserUntilOneIsStored() {
+        QCOMPARE(OlvNewsConfiguration(database, {"de-DE", "en"}).feedLocale(), "de-DE");
+        OlvNewsConfiguration later(database, {"fr-FR"});
+        QCOMPARE(later.feedLocale(), "fr-FR");
+        later.setFeedLocale("it");
+        QCOMPARE(OlvNewsConfiguration(database, {"de-DE"}).feedLocale(), "it");
+    }
+
+    void withoutALanguageTheFeedIsEnglish_data() {
+        QTest::addColumn<QStringList>("languages");
+        QTest::addColumn<QString>("locale");
+        QTest::newRow("none") << QStringList() << "en";
+        QTest::newRow("empty ones") << QStringList{"", QString()} << "en";
+        QTest::newRow("C") << QStringList{"C"} << "en";
+        QTest::newRow("empty, then one") << QStringList{"", "sv-SE"} << "sv-SE";
+        QTest::newRow("as the platform gives it") << QStringList{"zh-Hant-TW"} << "zh-Hant-TW";
+        QTest::newRow("begins like C") << QStringList{"CS"} << "CS";
+    }
+
+    void withoutALanguageTheFeedIsEnglish() {
+        QFETCH(QStringList, languages);
+        QTEST(OlvNewsConfiguration(database, languages).feedLocale(), "locale");
+    }
+
+    void theLanguagesComeFromTheSystem() {
+        // The platform reads its environment once for each process.
+        for (const auto &[variable, expected] :
+             {std::pair("de_DE.UTF-8", "de-DE"), {"C", "en"}, {"POSIX", "en"}, {"", "en"}}) {
+            QProcess other;
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            for (const char *name : {"LANGUAGE", "LC_MESSAGES", "LANG"})
+                environment.remove(name);
+            environment.insert("LC_ALL", variable);
+            other.setProcessEnvironment(environment);
+            other.start(QCoreApplication::applicationFilePath(), {"--print-language"});
+            QVERIFY2(other.waitForFinished(), qPrintable(other.errorString()));
+            QCOMPARE(QString::fromUtf8(other.readAllStandardOutput()), QString(expected));
+        }
+    }
+
+    void anotherThreadMayReadAndWriteAtTheSameTime() {
+        OlvNewsConfiguration configuration = store();
+        std::atomic<int> wrong = 0;
+        constexpr int rounds = 200;
+        std::thread queue([&] {
+            for (int round = 0; round < rounds; ++round) {
+                if (configuration.feedLocale() != u"de-DE" || configuration.newsFilter() < 1)
+                    ++wrong;
+                configuration.setLastViewing(viewed.addSecs(round));
+            }
+        });
+        for (int round = 1; round <= rounds; ++round) {
+            configuration.setNewsFilter(1 + static_cast<quint64>(round) % 3);
+            if (configuration.lastViewing() > viewed.addSecs(rounds))
+                ++wrong;
+            QCoreApplication::processEvents();
+        }
+        queue.join();
+        QCOMPARE(wrong, 0);
+        QCOMPARE(configuration.lastViewing(), viewed.addSecs(rounds - 1));
+    }
+
+    void theRunningHostsPreferencesAreTheStandardOnes() {
+        OlvNewsConfiguration configuration;
+        configuration.setNewsFilter(2);
+        QCOMPARE(UserDefaults::standard()->integerForKey("newsFilter"), 2);
+        configuration.restoreDefaults();
+        QCOMPARE(UserDefaults::standard()->integerForKey("newsFilter"), 3);
+    }
+
+private:
+    [[nodiscard]] OlvNewsConfiguration store() const {
+        return OlvNewsConfiguration(database, {QStringLiteral("de-DE"), QStringLiteral("en-US")});
+    }
+
+    static void change(OlvNewsConfiguration &configuration) {
+        configuration.setShowOnStart(false);
+        configuration.setFeedBaseURL("https://a.example/feed.xml");
+        configuration.setNewsTypeFilter(2);
+        configuration.setNewsFilter(1);
+        configuration.setFeedLocale("fr-FR");
+        configuration.setReadItemContent(false);
+        configuration.setLastViewing(viewed);
+    }
+
+    QTemporaryDir folder;
+    std::shared_ptr<UserDefaults> database;
+    QString path;
+    int files = 0;
+};
+
+int main(int argc, char *argv[]) {
+    const test::TestHome home;
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    const auto print = [](const QString &text) { return std::fputs(qPrintable(text), stdout) < 0; };
+    if (arguments.value(1) == restartArgument) {
+        const auto database = std::make_shared<UserDefaults>(arguments.value(2));
+        return print(summary(OlvNewsConfiguration(database, {QStringLiteral("de-DE")})));
+    }
+    if (arguments.value(1) == u"--print-language")
+        return print(preferredLanguages().first());
+    OlvNewsConfigurationTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "OlvNewsConfigurationTest.moc"
