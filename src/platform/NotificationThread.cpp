@@ -7,6 +7,17 @@
 
 namespace pelorinnews {
 
+namespace {
+
+/// A QThread must not be destroyed while it runs: it goes when it ends, if that ever happens.
+void leaveBehind(QThread *thread) {
+    QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    if (thread->isFinished())
+        thread->deleteLater();
+}
+
+}  // namespace
+
 NotificationThread::NotificationThread(NotificationSender origin,
                                        std::shared_ptr<NotificationList> notifications,
                                        std::shared_ptr<NotificationProgress> reports,
@@ -35,15 +46,38 @@ void NotificationThread::wake() {
 void NotificationThread::post() {
     progress->request();
     if (state == State::Idle) {
-        state = State::Running;
-        thread = std::make_unique<QThread>();
-        thread->setObjectName(QStringLiteral("notifications"));
-        worker = std::make_unique<NotificationWorker>(sender, list, progress, activated).release();
-        worker->moveToThread(thread.get());
-        QObject::connect(thread.get(), &QThread::finished, worker, &QObject::deleteLater);
-        thread->start();
+        launch();
+        return;
+    }
+    {
+        const std::lock_guard lock(gate->mutex);
+        if (!gate->isOpen)
+            return;
     }
     QMetaObject::invokeMethod(worker, "work", Qt::QueuedConnection);
+}
+
+void NotificationThread::launch() {
+    state = State::Running;
+    thread = std::make_unique<QThread>();
+    thread->setObjectName(QStringLiteral("notifications"));
+    worker = std::make_unique<NotificationWorker>(sender, list, progress, activated).release();
+    worker->moveToThread(thread.get());
+    const auto begin = [opened = gate, beginner = worker] {
+        bool isStopped = false;
+        {
+            const std::lock_guard lock(opened->mutex);
+            opened->isOpen = true;
+            isStopped = opened->isStopped;
+        }
+        if (isStopped)
+            beginner->stop();
+        else
+            beginner->work();
+    };
+    QObject::connect(thread.get(), &QThread::started, worker, begin);
+    QObject::connect(thread.get(), &QThread::finished, worker, &QObject::deleteLater);
+    thread->start();
 }
 
 bool NotificationThread::isRunning() const {
@@ -58,13 +92,15 @@ void NotificationThread::stop(std::chrono::milliseconds timeout) {
         state = State::Stopped;
         if (!thread)
             return;
-        QMetaObject::invokeMethod(worker, "stop", Qt::QueuedConnection);
+        const std::lock_guard gateLock(gate->mutex);
+        gate->isStopped = true;
+        if (gate->isOpen)
+            QMetaObject::invokeMethod(worker, "stop", Qt::QueuedConnection);
         worker = nullptr;
         ending = std::move(thread);
     }
-    // A QThread must not be destroyed while it runs.
     if (!ending->wait(QDeadlineTimer(timeout)))
-        static_cast<void>(ending.release());
+        leaveBehind(ending.release());
     progress->report(progress->requests(), false);
 }
 

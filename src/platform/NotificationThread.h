@@ -35,7 +35,15 @@ public:
 
 private:
     enum class State { Idle, Running, Stopped };
+    /// Between us and the thread, which may outlive us. Nothing is posted to the thread before it
+    /// has opened the gate itself: its first look at the list comes right after.
+    struct Gate {
+        std::mutex mutex;
+        bool isOpen = false;
+        bool isStopped = false;
+    };
     void post();
+    void launch();
 
     const NotificationSender sender;
     const std::shared_ptr<NotificationList> list;
@@ -44,6 +52,7 @@ private:
 
     mutable std::mutex mutex;
     State state = State::Idle;
+    const std::shared_ptr<Gate> gate = std::make_shared<Gate>();
     std::unique_ptr<QThread> thread;
     NotificationWorker *worker = nullptr;
 };

@@ -51,7 +51,7 @@ public:
     void signal(int number) const;
     /// Ends it at once, as a crash would.
     void kill();
-    /// The next line of its standard output; absent after five seconds without one.
+    /// The next line of its standard output; absent after twenty seconds without one.
     [[nodiscard]] QString readLine();
     void writeLine(const QString &line);
 

@@ -110,6 +110,7 @@ void NewsAnnouncementTest::tellsDatesApartByTheMillisecond() {
     NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("A"), noon));
     NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("B"), noon.addMSecs(1)));
     QCOMPARE(texts(), QStringList{QStringLiteral("B")});
+    QCOMPARE(NewsAnnouncement::notificationDate(*center), noon.addMSecs(1));
 }
 
 void NewsAnnouncementTest::takesTheLatestDateOfSeveral_data() {
