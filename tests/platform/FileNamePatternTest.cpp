@@ -1,5 +1,4 @@
 #include "FileNamePattern.h"
-
 #include "TestMain.h"
 
 namespace pelorinnews::test {
@@ -60,9 +59,15 @@ void FileNamePatternTest::comparesTheWholeName() {
 
 void FileNamePatternTest::countsAByteThatIsNoTextAsOneCharacter() {
     const auto pattern = FileNamePattern::like(QStringLiteral("a?b"));
-    QVERIFY(pattern.matches("a\xFF" "b"));
-    QVERIFY(pattern.matches("a\xC3" "b"));
-    QVERIFY(!pattern.matches("a\xFF\xFF" "b"));
+    QVERIFY(
+        pattern.matches("a\xFF"
+                        "b"));
+    QVERIFY(
+        pattern.matches("a\xC3"
+                        "b"));
+    QVERIFY(
+        !pattern.matches("a\xFF\xFF"
+                         "b"));
 }
 
 void FileNamePatternTest::matchesNothingWhereNoNameCan() {
@@ -76,8 +81,9 @@ void FileNamePatternTest::matchesNothingWhereNoNameCan() {
 }
 
 void FileNamePatternTest::takesManyStarsWithoutTakingLong() {
-    const auto pattern = FileNamePattern::like(QString(60, QLatin1Char('a')).replace(
-        QLatin1Char('a'), QLatin1String("*a")) + QLatin1Char('b'));
+    const auto pattern = FileNamePattern::like(
+        QString(60, QLatin1Char('a')).replace(QLatin1Char('a'), QLatin1String("*a")) +
+        QLatin1Char('b'));
     QElapsedTimer clock;
     clock.start();
     QVERIFY(!pattern.matches(std::string(255, 'a')));

@@ -1,5 +1,4 @@
 #include "FileWalk.h"
-
 #include "TestMain.h"
 
 #include <QDir>
@@ -33,7 +32,9 @@ private Q_SLOTS:
 
 private:
     void make(const QByteArray &path) { QVERIFY(QDir().mkpath(QFile::decodeName(full(path)))); }
-    QByteArray full(const QByteArray &path) const { return QFile::encodeName(folder->path()) + '/' + path; }
+    QByteArray full(const QByteArray &path) const {
+        return QFile::encodeName(folder->path()) + '/' + path;
+    }
     std::vector<QByteArray> walk(const QString &pattern) const {
         FileWalk fileWalk(FileNamePattern::like(pattern));
         const std::atomic<bool> stop = false;
@@ -117,7 +118,8 @@ void FileWalkTest::survivesATreeDeeperThanAPath() {
 
 void FileWalkTest::readsBigFolders() {
     for (int i = 0; i < 5000; ++i)
-        QCOMPARE(::mkdir(full("a-folder-among-many-" + QByteArray::number(i)).constData(), 0700), 0);
+        QCOMPARE(::mkdir(full("a-folder-among-many-" + QByteArray::number(i)).constData(), 0700),
+                 0);
     QCOMPARE(walk(QStringLiteral("*-4999")).size(), std::size_t(1));
     FileWalk fileWalk(FileNamePattern::like(QStringLiteral("P.app")));
     const std::atomic<bool> stop = false;

@@ -1,6 +1,5 @@
 #include "HostBundle.h"
 #include "HostBundleLocation.h"
-
 #include "TestMain.h"
 
 #include <QDir>

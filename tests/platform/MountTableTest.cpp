@@ -1,5 +1,4 @@
 #include "MountTable.h"
-
 #include "TestMain.h"
 
 namespace pelorinnews::test {
