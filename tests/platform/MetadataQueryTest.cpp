@@ -6,8 +6,9 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace pelorinnews::test {
 
@@ -39,6 +40,7 @@ private Q_SLOTS:
     void findsAllAgainAfterEventsWereLost();
     void tellsNothingWhenNothingThatMatchesChanges();
 
+    void walksInTheIdleClass();
     void stopsSoonInTheMiddleOfAWalk();
     void tellsNothingAfterItWasStopped();
     void keepsItsResultsWhenStopped();
@@ -284,6 +286,35 @@ void MetadataQueryTest::tellsNothingWhenNothingThatMatchesChanges() {
     QCOMPARE(watched.updated, 0);
 }
 
+void MetadataQueryTest::walksInTheIdleClass() {
+    const QByteArray top = QFile::encodeName(folder->path());
+    for (int i = 0; i < 5000; ++i)
+        QCOMPARE(::mkdir((top + '/' + QByteArray::number(i)).constData(), 0700), 0);
+    MetadataQuery query;
+    query.setPredicate(FileNamePattern::like(name));
+    query.setSearchScopes({folder->path()});
+    QVERIFY(query.startQuery());
+    QElapsedTimer clock;
+    clock.start();
+    int processorClass = -1;
+    long inputOutputClass = -1;
+    while (processorClass != SCHED_IDLE && clock.elapsed() < 20000) {
+        const QList<pid_t> walks = threads("pelorin-walk");
+        if (walks.isEmpty())
+            continue;
+        processorClass = ::sched_getscheduler(walks.first());
+        inputOutputClass = ::syscall(SYS_ioprio_get, 1, walks.first()) >> 13;
+    }
+    QCOMPARE(processorClass, SCHED_IDLE);
+    // Set right after the other.
+    while (inputOutputClass != 3 && clock.elapsed() < 20000) {
+        const QList<pid_t> walks = threads("pelorin-walk");
+        QVERIFY(!walks.isEmpty());
+        inputOutputClass = ::syscall(SYS_ioprio_get, 1, walks.first()) >> 13;
+    }
+    QCOMPARE(inputOutputClass, 3);
+}
+
 void MetadataQueryTest::stopsSoonInTheMiddleOfAWalk() {
     const QByteArray top = QFile::encodeName(folder->path());
     for (int i = 0; i < 20000; ++i)
@@ -295,6 +326,7 @@ void MetadataQueryTest::stopsSoonInTheMiddleOfAWalk() {
     while (threadCount("pelorin-walk") == 0 && clock.elapsed() < 5000) {
     }
     QCOMPARE(threadCount("pelorin-walk"), 1);
+    QCOMPARE(watched->gathered, 0);
     clock.start();
     watched.reset();
     const qint64 toReturn = clock.elapsed();

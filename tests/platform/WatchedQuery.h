@@ -2,9 +2,8 @@
 
 #include "MetadataQuery.h"
 #include "MetadataQueryCenter.h"
+#include "SearchThreads.h"
 
-#include <QDir>
-#include <QFile>
 #include <QObject>
 #include <QStringList>
 
@@ -29,18 +28,7 @@ public:
 
 private:
     QObject context;
+    HurriedWalks hurriedWalks;
 };
-
-/// How many threads of this process bear `name`.
-inline int threadCount(const QByteArray &name) {
-    int count = 0;
-    const QStringList threads = QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs);
-    for (const QString &thread : threads) {
-        QFile file(QStringLiteral("/proc/self/task/%1/comm").arg(thread));
-        if (file.open(QIODevice::ReadOnly) && file.readAll().trimmed() == name)
-            ++count;
-    }
-    return count;
-}
 
 }  // namespace pelorinnews::test
