@@ -59,6 +59,7 @@ MainWindow::MainWindow(const HostLogger &logger)
     column->addWidget(notice);
     column->addWidget(log, 1);
     setCentralWidget(content);
+    setWindowTitle(tr("Pelorin"));
     statusBar()->showMessage(tr("No news panel"));
     resize(760, 480);
 }

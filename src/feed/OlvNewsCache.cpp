@@ -1,11 +1,11 @@
 #include "OlvNewsCache.h"
 
+#include "FeedExchange.h"
 #include "LocalCacheFile.h"
 #include "OlvNewsParser.h"
 
 #include <QFile>
 #include <QStandardPaths>
-#include <QStringDecoder>
 
 #include <HostBundle.h>
 #include <LogMessage.h>
@@ -33,18 +33,6 @@ Error systemError(const std::error_code &code) {
     return {QString::fromLatin1(code.category().name()),
             code.value(),
             {{Error::localizedDescriptionKey(), QString::fromStdString(code.message())}}};
-}
-
-/// The text of a body, kept whole: a byte-order mark is the reader's to pass over. Null where the
-/// bytes are not UTF-8; not null, if empty, for an empty body.
-QString decodeUtf8(const QByteArray &body) {
-    // A decoder with state would hold back the bytes of a cut last character without a word.
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
-                                                     QStringDecoder::Flag::ConvertInitialBom);
-    QString text = decoder.decode(body);
-    if (decoder.hasError())
-        return {};
-    return text.isNull() ? QStringLiteral("") : text;
 }
 
 }  // namespace
@@ -108,7 +96,7 @@ void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
 }
 
 std::optional<Error> OlvNewsCache::takeFeed(QByteArray body) {
-    const QString text = decodeUtf8(body);
+    const QString text = FeedExchange::text(body);
     // Parsing needs the memory: the bytes have done their work.
     body.clear();
     Error parseError;
@@ -165,17 +153,10 @@ std::shared_ptr<OlvNewsCacheItem> OlvNewsCache::itemAtIndex(quint64 index) {
 }
 
 std::optional<QUrl> OlvNewsCache::feedRequest() const {
-    QString address = _feedBaseURL.get();
-    if (address.isNull())
+    const QString base = _feedBaseURL.get();
+    if (base.isNull())
         return std::nullopt;
-    // The service reads its query as it is put together here: "?&", and no percent-encoding.
-    if (!address.endsWith(QLatin1String(".xml"))) {
-        address += QLatin1Char('?');
-        if (const QString locale = _desiredLocale.get(); !locale.isEmpty())
-            address += QLatin1String("&locale=") + locale;
-        if (const QString type = _feedType.get(); !type.isEmpty())
-            address += QLatin1String("&type=") + type;
-    }
+    const QString address = FeedExchange::address(base, _desiredLocale.get(), _feedType.get());
     logMessage(LogLevelInfo, LogVocabulary::feedRequestReturning, address);
     return QUrl(address, QUrl::TolerantMode);
 }

@@ -1,6 +1,8 @@
 #include "OlvNewsItemList.h"
 
-#include <Background.h>
+#include "Background.h"
+#include "MainQueue.h"
+
 #include <utility>
 
 namespace pelorinnews {
@@ -10,7 +12,7 @@ OlvNewsItemListRef shareItemList(std::shared_ptr<const OlvNewsItemList> items) {
     if (list == nullptr)
         return nullptr;
     return {list, [owner = std::move(items)](const OlvNewsItemList *) mutable {
-                if (isMainThread())
+                if (MainQueue::isMainThread())
                     releaseInBackground(std::move(owner));
                 else
                     owner.reset();

@@ -1,7 +1,5 @@
 #include "Background.h"
 
-#include <QCoreApplication>
-#include <QThread>
 #include <QThreadPool>
 
 namespace pelorinnews {
@@ -11,11 +9,6 @@ void releaseInBackground(std::shared_ptr<const void> object) {
     if (pool == nullptr)
         return;
     pool->start([object = std::move(object)]() mutable { object.reset(); });
-}
-
-bool isMainThread() {
-    const QCoreApplication *application = QCoreApplication::instance();
-    return application != nullptr && application->thread() == QThread::currentThread();
 }
 
 }  // namespace pelorinnews

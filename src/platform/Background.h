@@ -9,7 +9,4 @@ namespace pelorinnews {
 /// more, lets go of it here.
 void releaseInBackground(std::shared_ptr<const void> object);
 
-/// Whether this is the thread of the application object; false where there is none.
-[[nodiscard]] bool isMainThread();
-
 }  // namespace pelorinnews

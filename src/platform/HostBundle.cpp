@@ -60,6 +60,10 @@ void HostBundle::setIdentity(const HostIdentity &identity) {
     statedIdentity().set(identity);
 }
 
+HostIdentity HostBundle::identity() {
+    return statedIdentity().get();
+}
+
 HostBundle HostBundle::mainBundle() {
     const QString candidates[] = {
         statedIdentity().get().bundleIdentifier,

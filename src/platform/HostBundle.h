@@ -17,6 +17,9 @@ public:
     /// `mainBundle()`. Callable from any thread.
     static void setIdentity(const HostIdentity &identity);
 
+    /// What the host last stated; each field absent as long as it stated nothing.
+    [[nodiscard]] static HostIdentity identity();
+
     [[nodiscard]] static HostBundle mainBundle();
 
     /// What names the host's folders, in reverse-domain form where the host has such a name. The

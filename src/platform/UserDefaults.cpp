@@ -1,5 +1,6 @@
 #include "UserDefaults.h"
 
+#include "HostBundle.h"
 #include "PreferenceValue.h"
 
 #include <QCoreApplication>
@@ -12,6 +13,22 @@
 #include <mutex>
 
 namespace pelorinnews {
+
+namespace {
+
+constexpr QLatin1StringView suffix(".conf");
+
+/// The first of `names` that is not empty, made fit to name one folder: slashes lead nowhere.
+QString firstName(const QStringList &names) {
+    for (QString name : names) {
+        name.replace(QLatin1Char('/'), QLatin1Char(' '));
+        if (!name.isEmpty() && name != u"." && name != u"..")
+            return name;
+    }
+    return {};
+}
+
+}  // namespace
 
 /// The file, with the one lock that guards it and the defaults. A QSettings object writes itself
 /// from an event of its thread: that turn takes the lock too.
@@ -89,7 +106,7 @@ private:
 std::shared_ptr<UserDefaults> UserDefaults::standard() {
     static std::mutex mutex;
     static QHash<QString, std::shared_ptr<UserDefaults>> opened;
-    const QString path = filePath({}, QCoreApplication::applicationName());
+    const QString path = filePath(HostBundle::identity(), HostBundle::mainBundle().identifier());
     const std::lock_guard lock(mutex);
     std::shared_ptr<UserDefaults> &defaults = opened[path];
     if (!defaults)
@@ -98,21 +115,16 @@ std::shared_ptr<UserDefaults> UserDefaults::standard() {
 }
 
 QString UserDefaults::filePath(const HostIdentity &stated, const QString &bundleIdentifier) {
-    const auto fileName = [](QString name) {
-        return name.replace(QLatin1Char('/'), QLatin1Char(' '));
-    };
-    const auto firstOf = [](const QString &first, const QString &second) {
-        return first.isEmpty() ? second : first;
-    };
-    const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    const QString folder =
+        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QLatin1Char('/');
     const QString organization =
-        firstOf(stated.organizationName, QCoreApplication::organizationName());
-    const QString application =
-        firstOf(stated.applicationName, QCoreApplication::applicationName());
+        firstName({stated.organizationName, QCoreApplication::organizationName()});
     if (organization.isEmpty())
-        return folder + QLatin1Char('/') + fileName(bundleIdentifier) + QStringLiteral(".conf");
-    return folder + QLatin1Char('/') + fileName(organization) + QLatin1Char('/') +
-           fileName(firstOf(application, bundleIdentifier)) + QStringLiteral(".conf");
+        return folder + firstName({bundleIdentifier, QStringLiteral("PelorinNews")}) + suffix;
+    return folder + organization + QLatin1Char('/') +
+           firstName({stated.applicationName, QCoreApplication::applicationName(), bundleIdentifier,
+                      organization}) +
+           suffix;
 }
 
 UserDefaults::UserDefaults(const QString &filePath) : store(new Store(filePath), &Store::release) {}

@@ -32,7 +32,7 @@ namespace pelorinnews {
 class UserDefaults {
 public:
     /// The preferences of the running host, made on first use. Follows what the host states of
-    /// itself: who holds an earlier object keeps it.
+    /// itself: who holds an earlier object keeps it. Call it on the main thread.
     static std::shared_ptr<UserDefaults> standard();
 
     /// Where the preferences of a host lie: `<configuration folder>/<organisation>/<name>.conf`, as

@@ -15,7 +15,7 @@ constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 /// its size has doubled.
 constexpr qint64 smallToken = 64 * 1024;
 /// One call takes at most this much: the reader's sizes are `int` and its buffer a power of two.
-constexpr qsizetype largestPiece = 256 * 1024 * 1024;
+constexpr qsizetype largestPiece = 1000 * 1000 * 1000;
 /// A text up to this length is handed over in one piece, which spares the reader a second walk
 /// over it to count its lines.
 constexpr qsizetype shortText = 512 * 1024;

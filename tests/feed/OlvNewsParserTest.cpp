@@ -1,20 +1,51 @@
 #include "OlvNewsParser.h"
 #include "TestMain.h"
 
+#include <thread>
+#include <vector>
+
 using namespace pelorinnews;
 
 namespace {
 
-OlvNewsItemList itemsOf(const std::optional<QVariantMap> &result) {
-    if (!result)
-        return {};
-    return *result->value(OlvNewsFeedNewsCacheItemsKeyName)
-                .value<std::shared_ptr<OlvNewsItemList>>();
+std::shared_ptr<OlvNewsItemList> listOf(const std::optional<QVariantMap> &result) {
+    return result ? result->value(OlvNewsFeedNewsCacheItemsKeyName)
+                        .value<std::shared_ptr<OlvNewsItemList>>()
+                  : nullptr;
 }
 
 QString languageOf(const std::optional<QVariantMap> &result) {
     return result ? result->value(OlvNewsFeedChannelLanguageKeyName).toString() : QString();
 }
+
+QString feed(const QString &items) {
+    return QStringLiteral("<rss><language>en</language>") + items + QStringLiteral("</rss>");
+}
+
+QDateTime onlyDateOf(const QString &date) {
+    const auto list = listOf(OlvNewsParser().parse(
+        feed(QStringLiteral("<item><pubDate>") + date + QStringLiteral("</pubDate></item>"))));
+    return list && list->size() == 1 ? list->front()->date() : QDateTime();
+}
+
+const QString sampleDate = QStringLiteral("Mon, 02 Mar 2015 10:00:00 GMT");
+const QDateTime sampleInstant(QDate(2015, 3, 2), QTime(10, 0), Qt::UTC);
+
+/// Sets a variable of the environment for as long as it lives.
+class Variable {
+public:
+    Variable(const char *variable, const QByteArray &value)
+        : name(variable), before(qgetenv(variable)) {
+        qputenv(name, value);
+    }
+    Variable(const Variable &) = delete;
+    Variable &operator=(const Variable &) = delete;
+    ~Variable() { qputenv(name, before); }
+
+private:
+    const char *name;
+    QByteArray before;
+};
 
 }  // namespace
 
@@ -22,19 +53,224 @@ class OlvNewsParserTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aResultHasTheLanguageAndTheItemsUnderTheirKeys() {
-        const auto result = OlvNewsParser().parse(
-            QStringLiteral("<rss><language>en</language><item><title>One</title>"
-                           "<pubDate>Mon, 02 Mar 2015 10:00:00 GMT</pubDate></item></rss>"));
+    void aResultHasExactlyTwoEntries() {
+        const auto result = OlvNewsParser().parse(feed(QStringLiteral("<item/>")));
         QVERIFY(result);
         QCOMPARE(result->keys(), QStringList({QStringLiteral("OlvNewsFeedChannelLanguageKeyName"),
                                               QStringLiteral("OlvNewsFeedNewsCacheItemsKeyName")}));
         QCOMPARE(languageOf(result), QStringLiteral("en"));
-        const auto items = itemsOf(result);
-        QCOMPARE(items.size(), 1U);
-        QCOMPARE(items[0]->title(), QStringLiteral("One"));
-        QCOMPARE(items[0]->date(), QDateTime(QDate(2015, 3, 2), QTime(10, 0), Qt::UTC));
-        QVERIFY(items[0]->category().isNull());
+        QCOMPARE(listOf(result)->size(), 1U);
+    }
+
+    void anAbsentTextGivesNothingAndNoError() {
+        const Error untouched{QStringLiteral("untouched"), 1, {}};
+        Error error = untouched;
+        QVERIFY(!OlvNewsParser().parse(QString(), &error));
+        QVERIFY(!OlvNewsParser().parse(QByteArrayView(), &error));
+        QCOMPARE(error, untouched);
+    }
+
+    void anEmptyTextIsADocumentThatFails() {
+        Error error;
+        QVERIFY(!OlvNewsParser().parse(QStringLiteral(""), &error));
+        QCOMPARE(error.domain, XmlReader::errorDomain());
+    }
+
+    void anErrorOfAnEarlierParseIsForgotten() {
+        OlvNewsParser parser;
+        Error error;
+        QVERIFY(!parser.parse(QStringLiteral("<a"), &error));
+        QVERIFY(!error.domain.isEmpty());
+        error = {};
+        QVERIFY(parser.parse(feed({}), &error));
+        QCOMPARE(error, Error());
+    }
+
+    void aLanguageOfAnEarlierParseIsForgotten() {
+        OlvNewsParser parser;
+        QVERIFY(parser.parse(feed({})));
+        QVERIFY(!parser.parse(QStringLiteral("<rss/>")));
+    }
+
+    void aSecondParseEmptiesTheListOfTheFirstInPlace() {
+        OlvNewsParser parser;
+        const auto first = listOf(parser.parse(feed(QStringLiteral("<item/><item/>"))));
+        QCOMPARE(first->size(), 2U);
+        const auto second = listOf(parser.parse(feed(QStringLiteral("<item/>"))));
+        QCOMPARE(second, first);
+        QCOMPARE(first->size(), 1U);
+        QVERIFY(!parser.parse(QString()));
+        QCOMPARE(first->size(), 0U);
+    }
+
+    void anItemLeftOpenStaysOpenIntoTheNextParse() {
+        OlvNewsParser parser;
+        parser.parse(QStringLiteral("<rss><item><title>Left</title>"));
+        const auto list = listOf(parser.parse(
+            QStringLiteral("<rss><language>en</language><comments>Right</comments></rss>")));
+        QVERIFY(list->empty());
+        parser.parserDidEndElement("item");
+        QCOMPARE(list->size(), 1U);
+        QCOMPARE(list->front()->title(), QStringLiteral("Left"));
+        QCOMPARE(list->front()->plainTextContent(), QStringLiteral("Right"));
+    }
+
+    void anErrorIsStoredBesideAResult() {
+        Error error;
+        const auto result = OlvNewsParser().parse(
+            QStringLiteral("<rss><language>en</language><item/>\n<item></rss>"), &error);
+        QVERIFY(result);
+        QCOMPARE(listOf(result)->size(), 1U);
+        QCOMPARE(error.domain, XmlReader::errorDomain());
+        QCOMPARE(error.userInfo.value(XmlReader::lineNumberKey()).toInt(), 2);
+        QCOMPARE(error.userInfo.value(XmlReader::columnNumberKey()).toInt(), 9);
+        QCOMPARE(error.userInfo.value(Error::localizedDescriptionKey()).toString(),
+                 QStringLiteral("mismatched tag at line 2, column 9"));
+    }
+
+    void aSectionThatIsNotUtf8IsReportedAndLeavesTheText() {
+        OlvNewsParser parser;
+        // The list fills as events come, whoever sends them.
+        const auto list = listOf(parser.parse(feed({})));
+        parser.parserDidStartElement("item");
+        parser.parserDidStartElement("title");
+        parser.parserFoundCharacters("kept");
+        QTest::ignoreMessage(QtWarningMsg, "parser failed extracting string from data :(");
+        parser.parserFoundCDATA(QByteArrayView("\xE4\xF6", 2));
+        parser.parserFoundCharacters("!");
+        parser.parserDidEndElement("title");
+        parser.parserDidEndElement("item");
+        QCOMPARE(list->size(), 1U);
+        QCOMPARE(list->front()->title(), QStringLiteral("kept!"));
+    }
+
+    void theSampleDateIsReadUnderAnEnglishLocaleOnly_data() {
+        QTest::addColumn<QByteArray>("locale");
+        QTest::addColumn<bool>("english");
+        QTest::newRow("en_US") << QByteArray("en_US.UTF-8") << true;
+        QTest::newRow("C") << QByteArray("C") << true;
+        QTest::newRow("de") << QByteArray("de_DE.UTF-8") << false;
+        QTest::newRow("fr") << QByteArray("fr_FR.UTF-8") << false;
+        QTest::newRow("th") << QByteArray("th_TH.UTF-8") << false;
+        QTest::newRow("fa") << QByteArray("fa_IR.UTF-8") << false;
+    }
+
+    void theSampleDateIsReadUnderAnEnglishLocaleOnly() {
+        QFETCH(const QByteArray, locale);
+        QFETCH(const bool, english);
+        const Variable all("LC_ALL", locale);
+        QCOMPARE(onlyDateOf(sampleDate), english ? sampleInstant : QDateTime());
+    }
+
+    void aDateInTheUsersLanguageIsRead_data() {
+        QTest::addColumn<QByteArray>("locale");
+        QTest::addColumn<QString>("date");
+        QTest::newRow("de") << QByteArray("de_DE.UTF-8")
+                            << QStringLiteral("Mo., 02 Mär 2015 10:00:00 GMT");
+        QTest::newRow("fr") << QByteArray("fr_FR.UTF-8")
+                            << QStringLiteral("lun., 02 mars 2015 10:00:00 GMT");
+        QTest::newRow("th") << QByteArray("th_TH.UTF-8")
+                            << QStringLiteral("จ., 02 มี.ค. 2558 10:00:00 GMT");
+        QTest::newRow("fa") << QByteArray("fa_IR.UTF-8")
+                            << QStringLiteral("دوشنبه, ۱۱ اسفند ۱۳۹۳ ۱۰:۰۰:۰۰ GMT");
+    }
+
+    void aDateInTheUsersLanguageIsRead() {
+        QFETCH(const QByteArray, locale);
+        QFETCH(const QString, date);
+        const Variable all("LC_ALL", locale);
+        QCOMPARE(onlyDateOf(date), sampleInstant);
+    }
+
+    void theUsersTimeZoneDoesNotMoveADateWithAZone() {
+        const Variable zone("TZ", "Asia/Tokyo");
+        QCOMPARE(onlyDateOf(sampleDate), sampleInstant);
+    }
+
+    void equalCategoriesShareTheirText() {
+        const auto list = listOf(OlvNewsParser().parse(
+            feed(QStringLiteral("<item><category>mac pelorin</category></item>").repeated(2))));
+        QCOMPARE(list->at(0)->category().constData(), list->at(1)->category().constData());
+    }
+
+    void aFeedWithEveryCategoryDifferentKeepsThemAll() {
+        QString items;
+        for (int i = 0; i < 1000; ++i)
+            items += QStringLiteral("<item><category>%1</category></item>").arg(i);
+        const auto list = listOf(OlvNewsParser().parse(feed(items)));
+        for (size_t i = 0; i < 1000; ++i)
+            QCOMPARE(list->at(i)->category(), QString::number(i));
+    }
+
+    void anItemOutlivesItsListAndItsParser() {
+        std::shared_ptr<OlvNewsCacheItem> item;
+        {
+            const auto list = listOf(OlvNewsParser().parse(
+                feed(QStringLiteral("<item/><item><title>Kept</title></item><item/>"))));
+            item = list->at(1);
+        }
+        QCOMPARE(item->title(), QStringLiteral("Kept"));
+    }
+
+    void aLoneSurrogateIsReadAsAReplacementCharacter() {
+        const QString text = feed(QStringLiteral("<item><title>a") + QChar(0xD83D) +
+                                  QStringLiteral("b</title></item>"));
+        const auto list = listOf(OlvNewsParser().parse(text));
+        QVERIFY(list);
+        QCOMPARE(list->front()->title(), QStringLiteral("a\uFFFDb"));
+    }
+
+    void aLongTextIsReadInPiecesThatSplitNoCharacter() {
+        QString title;
+        for (int i = 0; i < 400'000; ++i)
+            title += i % 3 == 0 ? QStringLiteral("x") : QStringLiteral("😀");
+        const QString text = feed(QStringLiteral("<item><title>") + title +
+                                  QStringLiteral("</title><description><![CDATA[") + title +
+                                  QStringLiteral("]]></description></item>"));
+        const auto list = listOf(OlvNewsParser().parse(text));
+        QVERIFY(list);
+        QVERIFY(list->front()->title() == title);
+        QVERIFY(list->front()->htmlContent() == title);
+    }
+
+    void veryDeepNestingIsRead() {
+        const int depth = 100'000;
+        const QString text =
+            feed(QStringLiteral("<item>") + QStringLiteral("<a>").repeated(depth) +
+                 QStringLiteral("<title>Deep</title>") + QStringLiteral("</a>").repeated(depth) +
+                 QStringLiteral("</item>"));
+        const auto list = listOf(OlvNewsParser().parse(text));
+        QVERIFY(list);
+        QCOMPARE(list->front()->title(), QStringLiteral("Deep"));
+    }
+
+    void aHugeAttributeTakesLinearTime() {
+        const QString text = QStringLiteral("<rss a=\"") + QString(50'000'000, u'x') +
+                             QStringLiteral("\"><language>en</language></rss>");
+        const auto result = OlvNewsParser().parse(text);
+        QCOMPARE(languageOf(result), QStringLiteral("en"));
+    }
+
+    void severalParsersReadAtOnce() {
+        const QString text = feed(QStringLiteral("<item><title>One</title><pubDate>") + sampleDate +
+                                  QStringLiteral("</pubDate><category>mac</category></item>"))
+                                 .replace(QStringLiteral("</rss>"), QString()) +
+                             QStringLiteral("<item/>").repeated(200) + QStringLiteral("</rss>");
+        std::vector<std::shared_ptr<OlvNewsItemList>> lists(4);
+        std::vector<std::thread> threads;
+        for (auto &list : lists)
+            threads.emplace_back([&] {
+                for (int i = 0; i < 20; ++i)
+                    list = listOf(OlvNewsParser().parse(text));
+            });
+        for (std::thread &thread : threads)
+            thread.join();
+        for (const auto &list : lists) {
+            QVERIFY(list);
+            QCOMPARE(list->size(), 201U);
+            QCOMPARE(list->front()->date(), sampleInstant);
+            QCOMPARE(list->front()->category(), QStringLiteral("mac"));
+        }
     }
 };
 

@@ -1,7 +1,9 @@
+#include "HostBundle.h"
 #include "TestMain.h"
 #include "UserDefaults.h"
 
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSettings>
 
 #include <atomic>
@@ -93,6 +95,7 @@ private Q_SLOTS:
     }
 
     void anEmptyKeyHoldsNothing() {
+        QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
         UserDefaults defaults(path);
         defaults.setValue(QString(), 5);
         defaults.removeObjectForKey(QString());
@@ -259,6 +262,9 @@ private Q_SLOTS:
                                                         << "Olvane/test_name.conf";
         QTest::newRow("no organisation") << HostIdentity{{}, {}, "Pelorin"} << ""
                                          << "com.Olvane.Pelorin.conf";
+        QTest::newRow("the folder above is no organisation")
+            << HostIdentity{{}, "..", "Pelorin"} << ""
+            << "com.Olvane.Pelorin.conf";
         QTest::newRow("slashes lead nowhere") << HostIdentity{{}, "../Olvane", "a/b"} << ""
                                               << ".. Olvane/a b.conf";
     }
@@ -272,6 +278,27 @@ private Q_SLOTS:
         QCOMPARE(UserDefaults::filePath(stated, "com.Olvane.Pelorin"),
                  qEnvironmentVariable("XDG_CONFIG_HOME") + u'/' + expected);
         QCoreApplication::setOrganizationName({});
+    }
+
+    void theStandardPreferencesFollowTheStatedIdentity() {
+        const QString folderPath = qEnvironmentVariable("XDG_CONFIG_HOME");
+        HostBundle::setIdentity({"com.Olvane.Pelorin", "Olvane", "Pelorin"});
+        const auto first = UserDefaults::standard();
+        QCOMPARE(UserDefaults::standard(), first);
+        first->setValue(key, 2);
+        first->synchronize();
+        QVERIFY(contentsOf(folderPath + "/Olvane/Pelorin.conf").contains("newsFilter=2"));
+
+        HostBundle::setIdentity({"com.Olvane.Other", {}, {}});
+        const auto second = UserDefaults::standard();
+        second->setValue(key, 1);
+        second->synchronize();
+        QVERIFY(contentsOf(folderPath + "/com.Olvane.Other.conf").contains("newsFilter=1"));
+        QCOMPARE(first->integerForKey(key), 2);
+
+        HostBundle::setIdentity({"com.Olvane.Pelorin", "Olvane", "Pelorin"});
+        QCOMPARE(UserDefaults::standard(), first);
+        HostBundle::setIdentity({});
     }
 
 private:

@@ -1,0 +1,56 @@
+#include "FeedGenerator.h"
+#include "LocalCacheFile.h"
+
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+namespace pelorinnews::bench {
+
+namespace {
+
+/// The cache file on the disk that holds temporary files.
+class File {
+public:
+    [[nodiscard]] LocalCacheFile get() const {
+        return LocalCacheFile(folder.filePath(QStringLiteral("PelorinNews.xml")));
+    }
+
+private:
+    QTemporaryDir folder;
+};
+
+void writeCacheFile(benchmark::State &state) {
+    const File file;
+    const QString text = QString::fromUtf8(makeFeed(static_cast<int>(state.range(0))));
+    for (auto iteration : state) {
+        static_cast<void>(iteration);
+        if (file.get().write(text))
+            qFatal("the file cannot be written");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.SetBytesProcessed(state.iterations() * text.size() * 2);
+}
+
+void readCacheFile(benchmark::State &state) {
+    const File file;
+    const QString text = QString::fromUtf8(makeFeed(static_cast<int>(state.range(0))));
+    if (file.get().write(text))
+        qFatal("the file cannot be written");
+    for (auto iteration : state) {
+        static_cast<void>(iteration);
+        Error error;
+        const auto read = file.get().read(&error);
+        if (!read || read->size() != text.size())
+            qFatal("the file cannot be read");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.SetBytesProcessed(state.iterations() * text.size() * 2);
+}
+
+BENCHMARK(writeCacheFile)->RangeMultiplier(10)->Range(10, 100'000)->UseRealTime();
+BENCHMARK(readCacheFile)->RangeMultiplier(10)->Range(10, 100'000)->UseRealTime();
+
+}  // namespace
+
+}  // namespace pelorinnews::bench

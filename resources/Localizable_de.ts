@@ -1,0 +1,97 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de">
+<context>
+    <name></name>
+    <message id="NotificationCenterTitle">
+        <extracomment>Title of the desktop notification for a new item; its text is the item's headline.</extracomment>
+        <source></source>
+        <translation>Neues von Pelorin</translation>
+    </message>
+    <message id="WebViewAccessibilityTitle">
+        <extracomment>What a screen reader says for the page when items are not to be read aloud.</extracomment>
+        <source></source>
+        <translation>Neuigkeit</translation>
+    </message>
+    <message id="NavigationAccessibilityTitlePrevious">
+        <extracomment>Accessible name of the button; no mnemonic.</extracomment>
+        <source></source>
+        <translation>Vorherige Neuigkeit</translation>
+    </message>
+    <message id="NavigationAccessibilityTitleNext">
+        <extracomment>Accessible name of the button; no mnemonic.</extracomment>
+        <source></source>
+        <translation>Nächste Neuigkeit</translation>
+    </message>
+    <message id="SettingsShowOnStartCheckbox">
+        <extracomment>Check box; &amp; marks the mnemonic.</extracomment>
+        <source></source>
+        <translation>Neuigkeiten beim &amp;Start anzeigen</translation>
+    </message>
+    <message id="SettingsShowOptions">
+        <extracomment>Beside the disclosure button while the options are folded, and its accessible name; no mnemonic.</extracomment>
+        <source></source>
+        <translation>Optionen einblenden</translation>
+    </message>
+    <message id="SettingsHideOptions">
+        <extracomment>Beside the disclosure button while the options are open, and its accessible name; no mnemonic.</extracomment>
+        <source></source>
+        <translation>Optionen ausblenden</translation>
+    </message>
+    <message id="SettingsDisplayContentTypeLabel">
+        <extracomment>Label of the pop-up with the two entries below; &amp; marks the mnemonic.</extracomment>
+        <source></source>
+        <translation>A&amp;rt:</translation>
+    </message>
+    <message id="SettingsDisplayContentTypeAll">
+        <source></source>
+        <translation>Alle Neuigkeiten</translation>
+    </message>
+    <message id="SettingsDisplayContentTypeCritical">
+        <source></source>
+        <translation>Nur kritische</translation>
+    </message>
+    <message id="SettingsDisplayContentFromLabel">
+        <extracomment>Label of the pop-up with the three entries below; &amp; marks the mnemonic.</extracomment>
+        <source></source>
+        <translation>An&amp;zeigen:</translation>
+    </message>
+    <message id="SettingsDisplayContentUnread">
+        <source></source>
+        <translation>Ungelesene</translation>
+    </message>
+    <message id="SettingsDisplayContentRecent">
+        <source></source>
+        <translation>Letzte 30 Tage</translation>
+    </message>
+    <message id="SettingsDisplayContentAll">
+        <source></source>
+        <translation>Alle</translation>
+    </message>
+    <message id="StatusNothingFound">
+        <extracomment>Page, loaded as HTML and read aloud as it stands: escape what HTML needs escaped, no markup.</extracomment>
+        <source></source>
+        <translation>Zu Ihrer Auswahl gibt es keine Neuigkeiten.</translation>
+    </message>
+    <message id="StatusNothingFoundRecent">
+        <extracomment>Page, as above.</extracomment>
+        <source></source>
+        <translation>In den letzten 30 Tagen gab es keine Neuigkeiten.</translation>
+    </message>
+    <message id="StatusNothingFoundUnread">
+        <extracomment>Page, as above.</extracomment>
+        <source></source>
+        <translation>Es gibt keine ungelesenen Neuigkeiten.</translation>
+    </message>
+    <message id="StatusRetrievingContent">
+        <extracomment>Page, as above.</extracomment>
+        <source></source>
+        <translation>Neuigkeiten werden geladen …</translation>
+    </message>
+    <message id="StatusErrorRetrievingContent">
+        <extracomment>Page, as above.</extracomment>
+        <source></source>
+        <translation>Die Neuigkeiten konnten nicht geladen werden. Bitte prüfen Sie Ihre Internetverbindung.</translation>
+    </message>
+</context>
+</TS>

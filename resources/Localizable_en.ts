@@ -1,0 +1,97 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en">
+<context>
+    <name></name>
+    <message id="NotificationCenterTitle">
+        <extracomment>Title of the desktop notification for a new item; its text is the item's headline.</extracomment>
+        <source></source>
+        <translation>News from Pelorin</translation>
+    </message>
+    <message id="WebViewAccessibilityTitle">
+        <extracomment>What a screen reader says for the page when items are not to be read aloud.</extracomment>
+        <source></source>
+        <translation>News item</translation>
+    </message>
+    <message id="NavigationAccessibilityTitlePrevious">
+        <extracomment>Accessible name of the button; no mnemonic.</extracomment>
+        <source></source>
+        <translation>Previous news item</translation>
+    </message>
+    <message id="NavigationAccessibilityTitleNext">
+        <extracomment>Accessible name of the button; no mnemonic.</extracomment>
+        <source></source>
+        <translation>Next news item</translation>
+    </message>
+    <message id="SettingsShowOnStartCheckbox">
+        <extracomment>Check box; &amp; marks the mnemonic.</extracomment>
+        <source></source>
+        <translation>&amp;Show news on start</translation>
+    </message>
+    <message id="SettingsShowOptions">
+        <extracomment>Beside the disclosure button while the options are folded, and its accessible name; no mnemonic.</extracomment>
+        <source></source>
+        <translation>Show options</translation>
+    </message>
+    <message id="SettingsHideOptions">
+        <extracomment>Beside the disclosure button while the options are open, and its accessible name; no mnemonic.</extracomment>
+        <source></source>
+        <translation>Hide options</translation>
+    </message>
+    <message id="SettingsDisplayContentTypeLabel">
+        <extracomment>Label of the pop-up with the two entries below; &amp; marks the mnemonic.</extracomment>
+        <source></source>
+        <translation>&amp;Type:</translation>
+    </message>
+    <message id="SettingsDisplayContentTypeAll">
+        <source></source>
+        <translation>All news</translation>
+    </message>
+    <message id="SettingsDisplayContentTypeCritical">
+        <source></source>
+        <translation>Critical only</translation>
+    </message>
+    <message id="SettingsDisplayContentFromLabel">
+        <extracomment>Label of the pop-up with the three entries below; &amp; marks the mnemonic.</extracomment>
+        <source></source>
+        <translation>S&amp;how:</translation>
+    </message>
+    <message id="SettingsDisplayContentUnread">
+        <source></source>
+        <translation>Unread</translation>
+    </message>
+    <message id="SettingsDisplayContentRecent">
+        <source></source>
+        <translation>Last 30 days</translation>
+    </message>
+    <message id="SettingsDisplayContentAll">
+        <source></source>
+        <translation>All</translation>
+    </message>
+    <message id="StatusNothingFound">
+        <extracomment>Page, loaded as HTML and read aloud as it stands: escape what HTML needs escaped, no markup.</extracomment>
+        <source></source>
+        <translation>No news matches your selection.</translation>
+    </message>
+    <message id="StatusNothingFoundRecent">
+        <extracomment>Page, as above.</extracomment>
+        <source></source>
+        <translation>There is no news from the last 30 days.</translation>
+    </message>
+    <message id="StatusNothingFoundUnread">
+        <extracomment>Page, as above.</extracomment>
+        <source></source>
+        <translation>There is no unread news.</translation>
+    </message>
+    <message id="StatusRetrievingContent">
+        <extracomment>Page, as above.</extracomment>
+        <source></source>
+        <translation>Loading the news …</translation>
+    </message>
+    <message id="StatusErrorRetrievingContent">
+        <extracomment>Page, as above.</extracomment>
+        <source></source>
+        <translation>The news could not be loaded. Please check your Internet connection.</translation>
+    </message>
+</context>
+</TS>

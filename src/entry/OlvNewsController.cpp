@@ -1,0 +1,63 @@
+#include "OlvNewsController.h"
+
+#include "MainQueue.h"
+#include "OlvNewsWindowController.h"
+
+#include <QCoreApplication>
+
+namespace pelorinnews {
+
+namespace {
+
+Error creationError(const QString &text) {
+    return {QStringLiteral("com.Olvane.PelorinNews.ErrorDomain"),
+            -1,
+            {{Error::underlyingErrorKey(), text}}};
+}
+
+}  // namespace
+
+OlvNewsController::~OlvNewsController() = default;
+
+std::shared_ptr<OlvNewsController> OlvNewsController::init(Error *error) {
+    if (!QCoreApplication::instance()) {
+        if (error)
+            *error = creationError(QStringLiteral("Creating NewsController base failed."));
+        return nullptr;
+    }
+    std::shared_ptr<OlvNewsController> controller(new OlvNewsController);
+    controller->_windowController =
+        OlvNewsWindowController::initWithWindowNibName(QStringLiteral("OlvNewsWindowController"));
+    if (controller->_windowController || !error)
+        return controller;
+    *error = creationError(QStringLiteral("Failed to create NewsWindowController."));
+    return nullptr;
+}
+
+void OlvNewsController::show() {
+    if (!_windowController)
+        return;
+    _windowController->showWindow();
+    // Once more when the event that is being handled is over, which may bring the host to the
+    // front.
+    MainQueue::dispatchAsync([self = shared_from_this()] {
+        if (OlvNewsWindow *window = self->_windowController->window())
+            window->makeKeyAndOrderFront();
+    });
+}
+
+void OlvNewsController::exit() {
+    if (_windowController)
+        _windowController->exit();
+}
+
+void OlvNewsController::setLogger(std::shared_ptr<OlvLogger> logger) {
+    if (_windowController)
+        _windowController->setLogger(std::move(logger));
+}
+
+void OlvNewsController::setDelegate(std::shared_ptr<void> delegate) {
+    _delegate = std::move(delegate);
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <pelorinnews/NewsPlugin.h>
+
+#include <QObject>
+
+namespace pelorinnews {
+
+/// The module's face towards plug-in loaders.
+class OlvNewsPlugin final : public QObject, public NewsPlugin {
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID PELORINNEWS_PLUGIN_IID)
+    Q_INTERFACES(pelorinnews::NewsPlugin)
+
+public:
+    void setHostIdentity(const HostIdentity &identity) override;
+    std::shared_ptr<NewsController> init(Error *error) override;
+};
+
+}  // namespace pelorinnews

@@ -1,0 +1,87 @@
+#include "OlvLocalization.h"
+
+#include "PreferredLanguages.h"
+
+#include <QFile>
+#include <QTranslator>
+
+namespace pelorinnews {
+
+/// One language's file, read into memory: a file that is replaced while the host runs cannot pull
+/// the pages from under a translator.
+struct OlvLocalization::Table {
+    explicit Table(QByteArray contents) : bytes(std::move(contents)) {
+        constexpr qsizetype largest = 1 << 24;
+        if (bytes.size() < largest)
+            static_cast<void>(translator.load(reinterpret_cast<const uchar *>(bytes.constData()),
+                                              static_cast<int>(bytes.size())));
+    }
+
+    QByteArray bytes;
+    QTranslator translator;
+};
+
+namespace {
+
+/// Each of `languages` followed by what it is a variant of, then English; each once.
+QStringList withFallbacks(const QStringList &languages) {
+    QStringList all;
+    const auto add = [&all](const QString &language) {
+        if (!language.isEmpty() && !all.contains(language))
+            all.append(language);
+    };
+    for (QString language : languages) {
+        language.replace(QLatin1Char('_'), QLatin1Char('-'));
+        for (; !language.isEmpty(); language.truncate(language.lastIndexOf(QLatin1Char('-'))))
+            add(language);
+    }
+    add(QStringLiteral("en"));
+    return all;
+}
+
+}  // namespace
+
+OlvLocalization::OlvLocalization() : OlvLocalization(preferredLanguages()) {}
+
+OlvLocalization::OlvLocalization(const QStringList &preferredLanguages)
+    : _languages(withFallbacks(preferredLanguages)) {}
+
+OlvLocalization::~OlvLocalization() = default;
+
+void OlvLocalization::setBundle(const QString &folder) {
+    _folder = folder;
+    load();
+}
+
+void OlvLocalization::setTable(const QString &name) {
+    _table = name;
+    load();
+}
+
+void OlvLocalization::load() {
+    auto tables = std::make_shared<Tables>();
+    if (!_folder.isEmpty() && !_table.isEmpty()) {
+        for (const QString &language : _languages) {
+            QFile file(_folder + QLatin1Char('/') + _table + QLatin1Char('_') + language +
+                       QStringLiteral(".qm"));
+            if (file.open(QIODevice::ReadOnly))
+                tables->push_back(std::make_unique<const Table>(file.readAll()));
+        }
+    }
+    _tables.set(std::move(tables));
+}
+
+QString OlvLocalization::stringForKey(const QString &key) const {
+    const std::shared_ptr<const Tables> tables = _tables.get();
+    if (!tables || key.isEmpty())
+        return key;
+    const QByteArray id = key.toUtf8();
+    for (const std::unique_ptr<const Table> &table : *tables) {
+        const QString text = table->translator.translate("", id.constData());
+        if (!text.isNull())
+            return text;
+    }
+    return key;
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "GuardedSlot.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <vector>
+
+namespace pelorinnews {
+
+/// Localized texts by key, from the tables of one folder.
+///
+/// A table has a file for each language, `<folder>/<table>_<language>.qm`. A key is looked up in
+/// the user's languages, best first, each followed by what it is a variant of ("de-AT", then "de");
+/// then in English. The translators are never installed in the application, so the host's own
+/// texts cannot collide with these.
+///
+/// Set the folder and the table once; `stringForKey` may be called from any thread.
+class OlvLocalization {
+public:
+    /// For the user's languages as they are now.
+    OlvLocalization();
+    explicit OlvLocalization(const QStringList &preferredLanguages);
+    OlvLocalization(const OlvLocalization &) = delete;
+    OlvLocalization &operator=(const OlvLocalization &) = delete;
+    ~OlvLocalization();
+
+    /// The folder of the tables' files.
+    void setBundle(const QString &folder);
+
+    /// The table to look in. A file that is missing or damaged has no texts.
+    void setTable(const QString &name);
+
+    /// The text for `key`, or `key` itself where no language has one, as before folder and table
+    /// are set. The empty key gives itself.
+    [[nodiscard]] QString stringForKey(const QString &key) const;
+
+private:
+    struct Table;
+    using Tables = std::vector<std::unique_ptr<const Table>>;
+
+    void load();
+
+    QStringList _languages;
+    QString _folder;
+    QString _table;
+    GuardedSlot<std::shared_ptr<const Tables>> _tables;
+};
+
+}  // namespace pelorinnews

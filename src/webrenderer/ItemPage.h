@@ -1,0 +1,34 @@
+#pragma once
+
+#include "NewsRenderer.h"
+
+#include <QWebEnginePage>
+
+namespace pelorinnews {
+
+/// The engine's page that shows one item. Everything by which a page could do more than be read is
+/// switched off; every navigation that is left is the policy delegate's to decide.
+class ItemPage final : public QWebEnginePage {
+    Q_OBJECT
+
+public:
+    ItemPage(QWebEngineProfile *profile, QObject *parent);
+
+    void setPolicyDelegate(NavigationPolicyDelegate *delegate) { _policy = delegate; }
+
+protected:
+    bool acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) override;
+    QWebEnginePage *createWindow(WebWindowType) override { return nullptr; }
+    QStringList chooseFiles(FileSelectionMode, const QStringList &, const QStringList &) override {
+        return {};
+    }
+    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &, int,
+                                  const QString &) override {}
+
+private:
+    bool allows(pelorinnews::NavigationType type, const QUrl &url);
+
+    NavigationPolicyDelegate *_policy = nullptr;
+};
+
+}  // namespace pelorinnews

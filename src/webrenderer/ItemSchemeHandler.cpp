@@ -1,0 +1,39 @@
+#include "ItemSchemeHandler.h"
+
+#include <QBuffer>
+#include <QWebEngineUrlRequestJob>
+#include <QWebEngineUrlScheme>
+
+namespace pelorinnews {
+
+namespace {
+
+constexpr auto schemeName = "pelorin-news-item";
+
+}  // namespace
+
+bool ItemSchemeHandler::registerScheme() {
+    if (QWebEngineUrlScheme::schemeByName(schemeName).name() == schemeName)
+        return true;
+    QWebEngineUrlScheme scheme(schemeName);
+    scheme.setSyntax(QWebEngineUrlScheme::Syntax::Host);
+    scheme.setFlags(QWebEngineUrlScheme::SecureScheme);
+    QWebEngineUrlScheme::registerScheme(scheme);
+    return QWebEngineUrlScheme::schemeByName(schemeName).name() == schemeName;
+}
+
+QUrl ItemSchemeHandler::pageAddress() {
+    return QUrl(QLatin1String(schemeName) + QStringLiteral("://item/"));
+}
+
+void ItemSchemeHandler::requestStarted(QWebEngineUrlRequestJob *job) {
+    if (job->requestUrl() != pageAddress()) {
+        job->fail(QWebEngineUrlRequestJob::UrlNotFound);
+        return;
+    }
+    auto *body = new QBuffer(job);
+    body->setData(_page);
+    job->reply("text/html; charset=utf-8", body);
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,48 @@
+#include "WebNewsRenderer.h"
+
+#include "ItemPage.h"
+#include "ItemSchemeHandler.h"
+
+#include <QWebEngineDownloadRequest>
+#include <QWebEngineProfile>
+#include <QWebEngineSettings>
+
+namespace pelorinnews {
+
+WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _view(new QWebEngineView(parent)) {
+    // Without a name a profile keeps nothing on disk. It must outlive its page, hence the order of
+    // the deletions below.
+    auto *profile = new QWebEngineProfile(_view);
+    profile->setHttpCacheType(QWebEngineProfile::MemoryHttpCache);
+    profile->setPersistentCookiesPolicy(QWebEngineProfile::NoPersistentCookies);
+    profile->setSpellCheckEnabled(false);
+    QObject::connect(profile, &QWebEngineProfile::downloadRequested, profile,
+                     [](QWebEngineDownloadRequest *download) { download->cancel(); });
+    _handler = new ItemSchemeHandler(profile);
+    profile->installUrlSchemeHandler(ItemSchemeHandler::pageAddress().scheme().toLatin1(),
+                                     _handler);
+    _page = new ItemPage(profile, profile);
+    _page->setBackgroundColor(Qt::white);
+    _view->setPage(_page);
+    _view->setContextMenuPolicy(Qt::NoContextMenu);
+}
+
+WebNewsRenderer::~WebNewsRenderer() {
+    delete _page;
+    delete _view;
+}
+
+void WebNewsRenderer::loadHtmlString(const QString &html) {
+    _handler->setPage(html);
+    _page->load(ItemSchemeHandler::pageAddress());
+}
+
+void WebNewsRenderer::setStandardFontFamily(const QString &family) {
+    _page->settings()->setFontFamily(QWebEngineSettings::StandardFont, family);
+}
+
+void WebNewsRenderer::setPolicyDelegate(NavigationPolicyDelegate *delegate) {
+    _page->setPolicyDelegate(delegate);
+}
+
+}  // namespace pelorinnews

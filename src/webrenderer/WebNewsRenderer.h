@@ -1,0 +1,30 @@
+#pragma once
+
+#include "NewsRenderer.h"
+
+#include <QPointer>
+#include <QWebEngineView>
+
+namespace pelorinnews {
+
+class ItemPage;
+class ItemSchemeHandler;
+
+/// Paints a page with the web engine, off the record.
+class WebNewsRenderer final : public NewsRenderer {
+public:
+    explicit WebNewsRenderer(QWidget *parent);
+    ~WebNewsRenderer() override;
+
+    [[nodiscard]] QWidget *widget() const override { return _view; }
+    void loadHtmlString(const QString &html) override;
+    void setStandardFontFamily(const QString &family) override;
+    void setPolicyDelegate(NavigationPolicyDelegate *delegate) override;
+
+private:
+    QPointer<QWebEngineView> _view;
+    QPointer<ItemPage> _page;
+    ItemSchemeHandler *_handler = nullptr;
+};
+
+}  // namespace pelorinnews

@@ -1,0 +1,14 @@
+#include "WebRendererPlugin.h"
+
+#include "ItemSchemeHandler.h"
+#include "WebNewsRenderer.h"
+
+namespace pelorinnews {
+
+std::unique_ptr<NewsRenderer> WebRendererPlugin::createRenderer(QWidget *parent) {
+    if (!ItemSchemeHandler::registerScheme())
+        return nullptr;
+    return std::make_unique<WebNewsRenderer>(parent);
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,38 @@
+#include "BareHttpLinks.h"
+
+namespace pelorinnews {
+
+namespace {
+
+// QUrl knows no address that is nothing but a scheme and slashes, so the text is put together.
+QUrl bareHttp(const QString &authority, const QString &path, const QUrl &tail) {
+    QString text = QStringLiteral("http://") + authority + path;
+    if (tail.hasQuery())
+        text += QLatin1Char('?') + tail.query(QUrl::FullyEncoded);
+    if (tail.hasFragment())
+        text += QLatin1Char('#') + tail.fragment(QUrl::FullyEncoded);
+    return QUrl(text, QUrl::TolerantMode);
+}
+
+}  // namespace
+
+QUrl resolvedAgainstBareHttp(const QString &link) {
+    const QUrl reference(link.trimmed(), QUrl::TolerantMode);
+    if (!reference.isRelative())
+        return reference;
+    QString path = reference.path(QUrl::FullyEncoded);
+    if (!path.isEmpty() && !path.startsWith(QLatin1Char('/')))
+        path.prepend(QLatin1Char('/'));
+    return bareHttp(reference.authority(QUrl::FullyEncoded), path, reference);
+}
+
+QUrl rebasedOnBareHttp(const QUrl &address, const QUrl &page) {
+    if (address.scheme() != page.scheme())
+        return address;
+    const bool ownHost = address.authority() == page.authority();
+    const bool samePage = ownHost && address.path() == page.path();
+    return bareHttp(ownHost ? QString() : address.authority(QUrl::FullyEncoded),
+                    samePage ? QString() : address.path(QUrl::FullyEncoded), address);
+}
+
+}  // namespace pelorinnews

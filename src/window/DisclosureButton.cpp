@@ -1,0 +1,27 @@
+#include "DisclosureButton.h"
+
+#include <QEvent>
+
+namespace pelorinnews {
+
+DisclosureButton::DisclosureButton(QWidget *parent) : QToolButton(parent) {
+    setCheckable(true);
+    setAutoRaise(true);
+    connect(this, &QToolButton::toggled, this, &DisclosureButton::updateArrow);
+    updateArrow();
+}
+
+void DisclosureButton::changeEvent(QEvent *event) {
+    QToolButton::changeEvent(event);
+    if (event->type() == QEvent::LayoutDirectionChange)
+        updateArrow();
+}
+
+void DisclosureButton::updateArrow() {
+    if (isChecked())
+        setArrowType(Qt::DownArrow);
+    else
+        setArrowType(isRightToLeft() ? Qt::LeftArrow : Qt::RightArrow);
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,126 @@
+#include "NewsWebViewAccessible.h"
+
+#include "OlvNewsWebView.h"
+
+#include <QApplication>
+
+namespace pelorinnews {
+
+namespace {
+
+QAccessibleInterface *accessibleFor(const QString &className, QObject *object) {
+    if (className != QLatin1String(OlvNewsWebView::staticMetaObject.className()))
+        return nullptr;
+    return new NewsWebViewAccessible(static_cast<OlvNewsWebView *>(object));
+}
+
+}  // namespace
+
+NewsWebViewAccessible::NewsWebViewAccessible(OlvNewsWebView *view)
+    : QAccessibleWidget(view, QAccessible::StaticText) {}
+
+void NewsWebViewAccessible::installFactory() {
+    static const bool installed = [] {
+        QAccessible::installFactory(accessibleFor);
+        return true;
+    }();
+    Q_UNUSED(installed)
+}
+
+void NewsWebViewAccessible::announceValue(OlvNewsWebView *view, const QString &before) {
+    if (!QAccessible::isActive())
+        return;
+    const QString now = view->accessibilityAttributeValue(AccessibilityAttribute::Value).toString();
+    QAccessibleEvent name(view, QAccessible::NameChanged);
+    QAccessible::updateAccessibility(&name);
+    QAccessibleTextUpdateEvent update(view, 0, before, now);
+    QAccessible::updateAccessibility(&update);
+
+    // The desktop's screen reader speaks neither of the two for a text. It does speak an object
+    // that it has not met and that has the focus.
+    const QWidget *focused = QApplication::focusWidget();
+    if (!focused || (focused != view && !view->isAncestorOf(focused)))
+        return;
+    if (QAccessibleInterface *known = QAccessible::queryAccessibleInterface(view))
+        QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(known));
+    QAccessibleEvent focus(view, QAccessible::Focus);
+    QAccessible::updateAccessibility(&focus);
+}
+
+OlvNewsWebView *NewsWebViewAccessible::view() const {
+    return static_cast<OlvNewsWebView *>(widget());
+}
+
+QString NewsWebViewAccessible::value() const {
+    return view()->accessibilityAttributeValue(AccessibilityAttribute::Value).toString();
+}
+
+QString NewsWebViewAccessible::text(QAccessible::Text which) const {
+    if (which == QAccessible::Name || which == QAccessible::Value)
+        return value();
+    return QAccessibleWidget::text(which);
+}
+
+void NewsWebViewAccessible::setText(QAccessible::Text which, const QString &text) {
+    if (which == QAccessible::Value)
+        view()->accessibilitySetValueForAttribute(text, AccessibilityAttribute::Value);
+}
+
+QAccessible::State NewsWebViewAccessible::state() const {
+    QAccessible::State state = QAccessibleWidget::state();
+    state.focusable = true;
+    state.focused =
+        QApplication::focusWidget() && (view() == QApplication::focusWidget() ||
+                                        view()->isAncestorOf(QApplication::focusWidget()));
+    state.multiLine = true;
+    state.editable = false;
+    return state;
+}
+
+void *NewsWebViewAccessible::interface_cast(QAccessible::InterfaceType type) {
+    if (type == QAccessible::TextInterface)
+        return static_cast<QAccessibleTextInterface *>(this);
+    if (type == QAccessible::EditableTextInterface)
+        return static_cast<QAccessibleEditableTextInterface *>(this);
+    return QAccessibleWidget::interface_cast(type);
+}
+
+void NewsWebViewAccessible::selection(int, int *startOffset, int *endOffset) const {
+    *startOffset = 0;
+    *endOffset = 0;
+}
+
+QString NewsWebViewAccessible::text(int startOffset, int endOffset) const {
+    const QString whole = value();
+    const int end = endOffset < 0 ? static_cast<int>(whole.size()) : endOffset;
+    return whole.mid(startOffset, end - startOffset);
+}
+
+int NewsWebViewAccessible::characterCount() const {
+    return static_cast<int>(value().size());
+}
+
+QString NewsWebViewAccessible::attributes(int, int *startOffset, int *endOffset) const {
+    *startOffset = 0;
+    *endOffset = characterCount();
+    return {};
+}
+
+void NewsWebViewAccessible::deleteText(int startOffset, int endOffset) {
+    replaceText(startOffset, endOffset, QString());
+}
+
+void NewsWebViewAccessible::insertText(int offset, const QString &text) {
+    replaceText(offset, offset, text);
+}
+
+void NewsWebViewAccessible::replaceText(int startOffset, int endOffset, const QString &text) {
+    QString whole = value();
+    const int length = static_cast<int>(whole.size());
+    const int start = qBound(0, startOffset, length);
+    const int end = endOffset < 0 ? length : qBound(start, endOffset, length);
+    whole.replace(start, end - start, text);
+    view()->accessibilitySetValueForAttribute(whole, AccessibilityAttribute::Value);
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QAccessibleWidget>
+
+namespace pelorinnews {
+
+class OlvNewsWebView;
+
+/// The content view as assistive technologies see it: one static text without children. Its name
+/// and its text are both the view's value, since screen readers differ in which they read, and a
+/// client may set the value through the editable-text interface.
+class NewsWebViewAccessible final : public QAccessibleWidget,
+                                    public QAccessibleTextInterface,
+                                    public QAccessibleEditableTextInterface {
+public:
+    explicit NewsWebViewAccessible(OlvNewsWebView *view);
+
+    /// Makes accessibility clients meet this class for every content view. Once for the process.
+    static void installFactory();
+
+    /// Tells clients that the view's value changed from `before`, also when it is the same again.
+    static void announceValue(OlvNewsWebView *view, const QString &before);
+
+    [[nodiscard]] QString text(QAccessible::Text which) const override;
+    void setText(QAccessible::Text which, const QString &text) override;
+    [[nodiscard]] QAccessible::State state() const override;
+    void *interface_cast(QAccessible::InterfaceType type) override;
+
+    // No children: what the renderer shows is in the value.
+    [[nodiscard]] int childCount() const override { return 0; }
+    [[nodiscard]] QAccessibleInterface *child(int) const override { return nullptr; }
+    [[nodiscard]] QAccessibleInterface *childAt(int, int) const override { return nullptr; }
+    [[nodiscard]] QAccessibleInterface *focusChild() const override { return nullptr; }
+    [[nodiscard]] int indexOfChild(const QAccessibleInterface *) const override { return -1; }
+
+    // QAccessibleTextInterface: one run of text with the caret at its start.
+    void selection(int index, int *startOffset, int *endOffset) const override;
+    [[nodiscard]] int selectionCount() const override { return 0; }
+    void addSelection(int, int) override {}
+    void removeSelection(int) override {}
+    void setSelection(int, int, int) override {}
+    [[nodiscard]] int cursorPosition() const override { return 0; }
+    void setCursorPosition(int) override {}
+    [[nodiscard]] QString text(int startOffset, int endOffset) const override;
+    [[nodiscard]] int characterCount() const override;
+    [[nodiscard]] QRect characterRect(int) const override { return rect(); }
+    [[nodiscard]] int offsetAtPoint(const QPoint &) const override { return 0; }
+    void scrollToSubstring(int, int) override {}
+    QString attributes(int offset, int *startOffset, int *endOffset) const override;
+
+    // QAccessibleEditableTextInterface: the value as a whole is what a client changes.
+    void deleteText(int startOffset, int endOffset) override;
+    void insertText(int offset, const QString &text) override;
+    void replaceText(int startOffset, int endOffset, const QString &text) override;
+
+private:
+    [[nodiscard]] OlvNewsWebView *view() const;
+    [[nodiscard]] QString value() const;
+};
+
+}  // namespace pelorinnews

@@ -1,0 +1,80 @@
+#include "OlvNewsWindow.h"
+
+#include "KeyEquivalent.h"
+#include "OlvNewsWebView.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QWindow>
+
+#include <algorithm>
+
+namespace pelorinnews {
+
+namespace {
+
+bool isOurs(const QKeyEvent &event) {
+    return isKeyEquivalent(event, escapeKeyEquivalent) ||
+           isKeyEquivalent(event, closeKeyEquivalent) || isKeyEquivalent(event, copyKeyEquivalent);
+}
+
+}  // namespace
+
+OlvNewsWindow::OlvNewsWindow(QWidget *parent) : QWidget(parent, Qt::Window) {
+    setAttribute(Qt::WA_QuitOnClose, false);
+}
+
+bool OlvNewsWindow::performKeyEquivalent(const QKeyEvent &event) {
+    if (!isKeyEquivalent(event, escapeKeyEquivalent) && !isKeyEquivalent(event, closeKeyEquivalent))
+        return false;
+    performClose();
+    return true;
+}
+
+void OlvNewsWindow::makeKeyAndOrderFront() {
+    if (isMinimized())
+        showNormal();
+    else
+        show();
+    raise();
+    activateWindow();
+}
+
+// The filter sees all of the host's events, so it stands only while the window is shown.
+void OlvNewsWindow::showEvent(QShowEvent *event) {
+    qApp->installEventFilter(this);
+    QWidget::showEvent(event);
+}
+
+void OlvNewsWindow::hideEvent(QHideEvent *event) {
+    qApp->removeEventFilter(this);
+    QWidget::hideEvent(event);
+}
+
+bool OlvNewsWindow::askForKeyEquivalent(const QKeyEvent &event) {
+    if (performKeyEquivalent(event))
+        return true;
+    const auto views = findChildren<OlvNewsWebView *>();
+    return std::any_of(views.begin(), views.end(), [&event](OlvNewsWebView *view) {
+        return view->performKeyEquivalent(event);
+    });
+}
+
+bool OlvNewsWindow::eventFilter(QObject *watched, QEvent *event) {
+    const auto type = event->type();
+    if ((type != QEvent::KeyPress && type != QEvent::ShortcutOverride) || !isActiveWindow() ||
+        QApplication::activePopupWidget())
+        return QWidget::eventFilter(watched, event);
+    const auto &keyEvent = *static_cast<QKeyEvent *>(event);
+    if (type == QEvent::ShortcutOverride) {
+        // Claims the key before the host's shortcuts; it then comes as a key press.
+        if (!isOurs(keyEvent))
+            return QWidget::eventFilter(watched, event);
+        event->accept();
+        return true;
+    }
+    // The window is the first to see a key press; what it passes on is not asked for again.
+    return watched == windowHandle() && askForKeyEquivalent(keyEvent);
+}
+
+}  // namespace pelorinnews

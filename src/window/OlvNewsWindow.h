@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QWidget>
+
+class QKeyEvent;
+
+namespace pelorinnews {
+
+/// The news window. It closes on Escape and on Command-W, and closing it never ends the host.
+///
+/// Key equivalents are asked of the window first and then of the views in it, whichever control
+/// has the focus and before that control sees the key. Pop-up lists are windows of their own and
+/// keep their keys. Main thread only.
+class OlvNewsWindow final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit OlvNewsWindow(QWidget *parent = nullptr);
+
+    /// Handles the closing keys; says whether the event was handled.
+    bool performKeyEquivalent(const QKeyEvent &event);
+
+    /// Closes the window as its close button does.
+    void performClose() { close(); }
+
+    /// Shows the window if it is closed or minimised, brings it to the front and gives it the
+    /// keyboard, as far as the desktop lets a program do so.
+    void makeKeyAndOrderFront();
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    bool askForKeyEquivalent(const QKeyEvent &event);
+};
+
+}  // namespace pelorinnews

@@ -1,0 +1,288 @@
+// Life cycle: creation, refreshing, the window's opening and closing, shut-down.
+
+#include "OlvNewsWindowController.h"
+
+#include "LogMessage.h"
+#include "LogVocabulary.h"
+#include "MainQueue.h"
+#include "ModuleBundle.h"
+#include "OlvLocalization.h"
+#include "SleepAwareTimer.h"
+#include "WindowDescription.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QScreen>
+#include <QTimerEvent>
+
+namespace pelorinnews {
+
+namespace {
+
+// A window that is shown but not activated for this long (focus-stealing prevention) counts as
+// having become key.
+constexpr int exposedMilliseconds = 250;
+
+// The part of the first screen that the window takes up at least, each way.
+constexpr double firstShowDivisor = 2.5;
+
+// Whether any window of the process was shown before.
+bool shownOnce = false;
+
+bool runsOnGuiThread() {
+    return qobject_cast<QApplication *>(QCoreApplication::instance()) && MainQueue::isMainThread();
+}
+
+void destroyOnMainThread(OlvNewsWindowController *controller) {
+    if (MainQueue::isMainThread() || !QCoreApplication::instance())
+        delete controller;
+    else
+        MainQueue::dispatchAsync([controller] { delete controller; });
+}
+
+// A window must not outlive the application object, and a host may well end without `exit`.
+void destroyWithApplication(OlvNewsWindow *window) {
+    static QList<QPointer<OlvNewsWindow>> windows;
+    if (windows.isEmpty())
+        qAddPostRoutine([] {
+            for (const auto &left : std::exchange(windows, {}))
+                delete left;
+        });
+    windows.removeIf([](const QPointer<OlvNewsWindow> &gone) { return gone.isNull(); });
+    windows.append(window);
+}
+
+// In the middle of the first screen, of which a description knows nothing.
+void centre(OlvNewsWindow &window) {
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return;
+    QRect place(QPoint(), window.size());
+    place.moveCenter(screen->availableGeometry().center());
+    window.move(place.topLeft());
+}
+
+}  // namespace
+
+OlvNewsWindowController::OlvNewsWindowController(QString nibName)
+    : _windowNibName(std::move(nibName)) {}
+
+OlvNewsWindowController::~OlvNewsWindowController() {
+    _optionsFold.reset();
+    delete _loadedWindow;
+}
+
+std::shared_ptr<OlvNewsWindowController> OlvNewsWindowController::initWithWindowNibName(
+    const QString &windowNibName) {
+    if (!runsOnGuiThread())
+        return nullptr;
+    const std::shared_ptr<OlvNewsWindowController> controller(
+        new OlvNewsWindowController(windowNibName), destroyOnMainThread);
+    controller->initWithWindow();
+    return controller;
+}
+
+void OlvNewsWindowController::initWithWindow() {
+    _localization = std::make_unique<OlvLocalization>();
+    _localization->setBundle(ModuleBundle::resourceFolder());
+    _localization->setTable(QStringLiteral("Localizable"));
+    _configuration = std::make_unique<OlvNewsConfiguration>();
+    _newsCache = std::make_shared<OlvNewsCacheFiltered>();
+
+    _newsCache->setFeedBaseURL(_configuration->feedBaseURL());
+    _newsCache->setDesiredLocale(_configuration->feedLocale());
+    _newsCache->setFeedType(_configuration->feedType());
+    _newsCache->setLastViewing(_configuration->lastViewing());
+    applyFilter();
+
+    if (_configuration->showOnStart())
+        refreshCacheShowingWindow();
+    else
+        refreshCache();
+
+    // The timer keeps the controller alive until `exit`.
+    _refreshTimer = std::make_unique<SleepAwareTimer>(
+        _configuration->refreshInterval(),
+        [self = shared_from_this()] { self->onRefreshTimerFire(); });
+}
+
+OlvNewsWindow *OlvNewsWindowController::window() {
+    if (!_loadedWindow)
+        loadWindow();
+    return _loadedWindow;
+}
+
+void OlvNewsWindowController::loadWindow() {
+    const WindowDescription::Actions actions = {
+        {QStringLiteral("onPreviousItem"), [this] { onPreviousItem(); }},
+        {QStringLiteral("onNextItem"), [this] { onNextItem(); }},
+        {QStringLiteral("onShowOnStartChanged"), [this] { onShowOnStartChanged(); }},
+        {QStringLiteral("onDisplayContentTypeChanged"), [this] { onDisplayContentTypeChanged(); }},
+        {QStringLiteral("onDisplayContentFromChanged"), [this] { onDisplayContentFromChanged(); }},
+        {QStringLiteral("onOptionsButton"), [this] { onOptionsButton(); }},
+    };
+    auto made = WindowDescription::load(_windowNibName, actions);
+    if (!made)
+        return;
+    _loadedWindow = made.release();
+    destroyWithApplication(_loadedWindow);
+    _loadedWindow->installEventFilter(this);
+    centre(*_loadedWindow);
+    connectOutlets();
+    windowDidLoad();
+}
+
+void OlvNewsWindowController::connectOutlets() {
+    const auto find = [this]<class Control>(QPointer<Control> &outlet, const char *name) {
+        outlet = _loadedWindow->findChild<Control *>(QLatin1String(name));
+    };
+    find(_webView, "webView");
+    find(_previousItem, "previousItem");
+    find(_nextItem, "nextItem");
+    find(_showOnStart, "showOnStart");
+    find(_displayContentTypeLabel, "displayContentTypeLabel");
+    find(_displayContentType, "displayContentType");
+    find(_displayContentFromLabel, "displayContentFromLabel");
+    find(_displayContentFrom, "displayContentFrom");
+    find(_itemIndicator, "itemIndicator");
+    find(_optionsLabel, "optionsLabel");
+    find(_optionsButton, "optionsButton");
+    _optionsFold = std::make_unique<OptionsFold>(
+        _loadedWindow, _webView,
+        _loadedWindow->findChild<QWidget *>(QStringLiteral("optionsArea")));
+}
+
+void OlvNewsWindowController::windowDidLoad() {
+    initializeControls();
+    if (shownOnce)
+        adoptOptionsState();
+}
+
+void OlvNewsWindowController::showWindow() {
+    if (OlvNewsWindow *shown = window())
+        shown->makeKeyAndOrderFront();
+}
+
+bool OlvNewsWindowController::eventFilter(QObject *watched, QEvent *event) {
+    if (watched == _loadedWindow) {
+        switch (event->type()) {
+            case QEvent::WindowActivate:
+                windowDidBecomeKey();
+                break;
+            case QEvent::Show:
+                if (!event->spontaneous())
+                    _exposeTimer.start(exposedMilliseconds, this);
+                break;
+            case QEvent::Close:
+                windowWillClose();
+                break;
+            default:
+                break;
+        }
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void OlvNewsWindowController::timerEvent(QTimerEvent *event) {
+    if (event->timerId() != _exposeTimer.timerId())
+        return QObject::timerEvent(event);
+    _exposeTimer.stop();
+    if (_loadedWindow && _loadedWindow->isVisible())
+        windowDidBecomeKey();
+}
+
+void OlvNewsWindowController::windowDidBecomeKey() {
+    if (_windowIsVisible)
+        return;
+    _exposeTimer.stop();
+    _windowIsVisible = true;
+    if (!std::exchange(shownOnce, true)) {
+        enlargeOnFirstShow();
+        onOptionsButton();
+    }
+    refreshControls();
+}
+
+void OlvNewsWindowController::enlargeOnFirstShow() {
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    if (!_loadedWindow || !screen)
+        return;
+    const QRect frame = _loadedWindow->frameGeometry();
+    const auto atLeast = [](int length, int screenLength) {
+        return qMax(length, qRound(static_cast<float>(screenLength / firstShowDivisor)));
+    };
+    const QSize size(atLeast(frame.width(), screen->geometry().width()),
+                     atLeast(frame.height(), screen->geometry().height()));
+    const QSize growth = size - frame.size();
+    _loadedWindow->resize(_loadedWindow->size() + growth);
+    // The lower-left corner stays.
+    if (growth.height() > 0)
+        _loadedWindow->move(frame.x(), frame.y() - growth.height());
+}
+
+void OlvNewsWindowController::windowWillClose() {
+    _exposeTimer.stop();
+    if (_optionsFold)
+        _optionsFold->complete();
+    _windowIsVisible = false;
+    // Reading an item marks it as viewed: whatever stood in the list when the window closed was
+    // there to be seen.
+    for (quint64 index = 0; index < _newsCache->count(); ++index)
+        static_cast<void>(_newsCache->itemAtIndex(index));
+    if (std::exchange(_refreshOnClose, false))
+        refreshCache();
+}
+
+void OlvNewsWindowController::exit() {
+    if (_refreshTimer)
+        _refreshTimer->invalidate();
+    if (_windowIsVisible && _loadedWindow)
+        _loadedWindow->performClose();
+    _configuration->setLastViewing(_newsCache->lastViewing());
+}
+
+void OlvNewsWindowController::refreshCacheShowingWindow() {
+    _newsCache->refresh([self = shared_from_this()](const std::optional<Error> &error) {
+        self->showingRefreshEnded(error);
+    });
+}
+
+void OlvNewsWindowController::refreshCache() {
+    if (_windowIsVisible) {
+        _refreshOnClose = true;
+        return;
+    }
+    _newsCache->refresh([self = shared_from_this()](const std::optional<Error> &error) {
+        self->backgroundRefreshEnded(error);
+    });
+}
+
+bool OlvNewsWindowController::languageMatches() const {
+    const QString retrieved = _newsCache->retrievedLocale();
+    return !retrieved.isEmpty() && _configuration->feedLocale().startsWith(retrieved);
+}
+
+void OlvNewsWindowController::showingRefreshEnded(const std::optional<Error> &error) {
+    if (_newsCache->sinceLastViewingCount() != 0 && languageMatches())
+        MainQueue::dispatchAsync([self = shared_from_this()] {
+            if (self->_windowIsVisible)
+                self->refreshControls();
+            else
+                self->showWindow();
+        });
+    if (error)
+        logMessage(LogLevelError, LogVocabulary::refreshContentShowingWindowFailed, *error);
+}
+
+void OlvNewsWindowController::backgroundRefreshEnded(const std::optional<Error> &error) {
+    if (error)
+        logMessage(LogLevelError, LogVocabulary::refreshContentFailed, *error);
+}
+
+template <class... Arguments>
+void OlvNewsWindowController::logMessage(std::int32_t level, QStringView format,
+                                         const Arguments &...arguments) const {
+    pelorinnews::logMessage(_logger.get(), level, format, arguments...);
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,155 @@
+#pragma once
+
+#include "GuardedSlot.h"
+#include "NewsRenderer.h"
+#include "OlvNewsCacheFiltered.h"
+#include "OlvNewsConfiguration.h"
+#include "OlvNewsWebView.h"
+#include "OlvNewsWindow.h"
+#include "OptionsFold.h"
+
+#include <pelorinnews/OlvLogger.h>
+
+#include <QAbstractButton>
+#include <QBasicTimer>
+#include <QComboBox>
+#include <QLabel>
+#include <QObject>
+#include <QPointer>
+
+#include <memory>
+#include <optional>
+
+namespace pelorinnews {
+
+class OlvLocalization;
+class SleepAwareTimer;
+
+/// Drives the news window: owns settings, cache and refresh timer, shows the items, steps through
+/// them, and shuts everything down on `exit`.
+///
+/// Held by whoever created it, by its pending completions and by its refresh timer until `exit`.
+/// Used on the main thread and always destroyed there; only the two refresh completions run on the
+/// cache's queue. A control that the window description lacks makes what concerns it do nothing.
+class OlvNewsWindowController final : public QObject,
+                                      public NavigationPolicyDelegate,
+                                      public std::enable_shared_from_this<OlvNewsWindowController> {
+    Q_OBJECT
+
+public:
+    /// The controller, with its first refresh started and its timer running, or null where there
+    /// is no `QApplication` or the caller is not on its thread. Neither the window nor a renderer
+    /// is made before it is needed. `windowNibName` names the window description.
+    static std::shared_ptr<OlvNewsWindowController> initWithWindowNibName(
+        const QString &windowNibName);
+    ~OlvNewsWindowController() override;
+
+    /// The window, loaded from its description when first asked for; null when that fails.
+    [[nodiscard]] OlvNewsWindow *window();
+    void showWindow();
+    void setLogger(std::shared_ptr<OlvLogger> logger) { _logger.set(std::move(logger)); }
+    void exit();
+
+    // Window events.
+    void windowDidLoad();
+    void windowDidBecomeKey();
+    void windowWillClose();
+
+    // Refreshing.
+    void onRefreshTimerFire() { refreshCache(); }
+    void refreshCacheShowingWindow();
+    void refreshCache();
+
+    // Display and navigation.
+    void initializeControls();
+    void displayItemAtCurrentIndex();
+    void refreshControls();
+    void onPreviousItem();
+    void onNextItem();
+    NavigationDecision webViewDecidePolicyForNavigationAction(NavigationType type,
+                                                              const QUrl &url) override;
+
+    // Options.
+    void applyFilter();
+    void onDisplayContentTypeChanged();
+    void onDisplayContentFromChanged();
+    void onShowOnStartChanged();
+    void onOptionsButton();
+
+    // Outlets, filled from the window description by object name; any may be absent.
+    [[nodiscard]] OlvNewsWebView *webView() const { return _webView; }
+    void setWebView(OlvNewsWebView *view) { _webView = view; }
+    [[nodiscard]] QAbstractButton *previousItem() const { return _previousItem; }
+    void setPreviousItem(QAbstractButton *button) { _previousItem = button; }
+    [[nodiscard]] QAbstractButton *nextItem() const { return _nextItem; }
+    void setNextItem(QAbstractButton *button) { _nextItem = button; }
+    [[nodiscard]] QAbstractButton *showOnStart() const { return _showOnStart; }
+    void setShowOnStart(QAbstractButton *button) { _showOnStart = button; }
+    [[nodiscard]] QLabel *displayContentTypeLabel() const { return _displayContentTypeLabel; }
+    void setDisplayContentTypeLabel(QLabel *label) { _displayContentTypeLabel = label; }
+    [[nodiscard]] QComboBox *displayContentType() const { return _displayContentType; }
+    void setDisplayContentType(QComboBox *menu) { _displayContentType = menu; }
+    [[nodiscard]] QLabel *displayContentFromLabel() const { return _displayContentFromLabel; }
+    void setDisplayContentFromLabel(QLabel *label) { _displayContentFromLabel = label; }
+    [[nodiscard]] QComboBox *displayContentFrom() const { return _displayContentFrom; }
+    void setDisplayContentFrom(QComboBox *menu) { _displayContentFrom = menu; }
+    [[nodiscard]] QLabel *itemIndicator() const { return _itemIndicator; }
+    void setItemIndicator(QLabel *label) { _itemIndicator = label; }
+    [[nodiscard]] QLabel *optionsLabel() const { return _optionsLabel; }
+    void setOptionsLabel(QLabel *label) { _optionsLabel = label; }
+    [[nodiscard]] QAbstractButton *optionsButton() const { return _optionsButton; }
+    void setOptionsButton(QAbstractButton *button) { _optionsButton = button; }
+
+    [[nodiscard]] OlvNewsCacheFiltered &newsCache() const { return *_newsCache; }
+    [[nodiscard]] OlvNewsConfiguration &configuration() const { return *_configuration; }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void timerEvent(QTimerEvent *event) override;
+
+private:
+    explicit OlvNewsWindowController(QString windowNibName);
+    void initWithWindow();
+    void loadWindow();
+    void connectOutlets();
+    void enlargeOnFirstShow();
+    [[nodiscard]] bool languageMatches() const;
+    void showingRefreshEnded(const std::optional<Error> &error);
+    void backgroundRefreshEnded(const std::optional<Error> &error);
+    [[nodiscard]] QString statusKey() const;
+    [[nodiscard]] QString localized(const char *key) const;
+    void setAccessibilityValue(const QString &text);
+    void showOptionControls(bool visible);
+    void optionsChanged(const QString &label);
+    void adoptOptionsState();
+    template <class... Arguments>
+    void logMessage(std::int32_t level, QStringView format, const Arguments &...arguments) const;
+
+    std::unique_ptr<OlvLocalization> _localization;
+    std::unique_ptr<OlvNewsConfiguration> _configuration;
+    std::shared_ptr<OlvNewsCacheFiltered> _newsCache;
+    std::unique_ptr<SleepAwareTimer> _refreshTimer;
+    quint64 _currentIndex = 0;
+    bool _refreshOnClose = false;
+    bool _windowIsVisible = false;
+    GuardedSlot<std::shared_ptr<OlvLogger>> _logger;
+
+    QPointer<OlvNewsWebView> _webView;
+    QPointer<QAbstractButton> _previousItem;
+    QPointer<QAbstractButton> _nextItem;
+    QPointer<QAbstractButton> _showOnStart;
+    QPointer<QLabel> _displayContentTypeLabel;
+    QPointer<QComboBox> _displayContentType;
+    QPointer<QLabel> _displayContentFromLabel;
+    QPointer<QComboBox> _displayContentFrom;
+    QPointer<QLabel> _itemIndicator;
+    QPointer<QLabel> _optionsLabel;
+    QPointer<QAbstractButton> _optionsButton;
+
+    QString _windowNibName;
+    QPointer<OlvNewsWindow> _loadedWindow;
+    std::unique_ptr<OptionsFold> _optionsFold;
+    QBasicTimer _exposeTimer;
+};
+
+}  // namespace pelorinnews

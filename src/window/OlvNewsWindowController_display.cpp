@@ -1,0 +1,161 @@
+// Showing the items, and stepping through them.
+
+#include "MainQueue.h"
+#include "OlvLocalization.h"
+#include "OlvNewsFilterMenuItem.h"
+#include "OlvNewsTypeFilterMenuItem.h"
+#include "OlvNewsWindowController.h"
+
+#include <QDesktopServices>
+#include <QStandardItemModel>
+
+namespace pelorinnews {
+
+namespace {
+
+constexpr auto standardFontFamily = "Verdana";
+constexpr auto loadingPage = "Loading content.";
+
+template <class Entry>
+void addEntry(QComboBox &menu, const QString &title, quint64 value) {
+    if (auto *entries = qobject_cast<QStandardItemModel *>(menu.model()))
+        entries->appendRow(new Entry(title, value));
+}
+
+// Selects the first entry that carries `setting`; without one nothing is selected.
+template <class Entry>
+void selectEntry(QComboBox &menu, quint64 setting, quint64 (Entry::*value)() const) {
+    const auto *entries = qobject_cast<QStandardItemModel *>(menu.model());
+    menu.setCurrentIndex(-1);
+    for (int row = 0; entries && row < entries->rowCount(); ++row) {
+        const auto *entry = dynamic_cast<const Entry *>(entries->item(row));
+        if (!entry || (entry->*value)() != setting)
+            continue;
+        menu.setCurrentIndex(row);
+        return;
+    }
+}
+
+}  // namespace
+
+QString OlvNewsWindowController::localized(const char *key) const {
+    return _localization->stringForKey(QLatin1String(key));
+}
+
+void OlvNewsWindowController::setAccessibilityValue(const QString &text) {
+    if (_webView && _webView->accessibilityIsAttributeSettable(AccessibilityAttribute::Value))
+        _webView->accessibilitySetValueForAttribute(text, AccessibilityAttribute::Value);
+}
+
+void OlvNewsWindowController::initializeControls() {
+    if (_webView) {
+        _webView->setStandardFontFamily(QLatin1String(standardFontFamily));
+        _webView->loadHtmlString(QLatin1String(loadingPage));
+        _webView->setPolicyDelegate(this);
+    }
+    if (!_configuration->readItemContent())
+        setAccessibilityValue(localized("WebViewAccessibilityTitle"));
+    if (_showOnStart) {
+        _showOnStart->setText(localized("SettingsShowOnStartCheckbox"));
+        _showOnStart->setChecked(_configuration->showOnStart());
+    }
+    if (_displayContentTypeLabel)
+        _displayContentTypeLabel->setText(localized("SettingsDisplayContentTypeLabel"));
+    if (_displayContentType) {
+        using Entry = OlvNewsTypeFilterMenuItem;
+        addEntry<Entry>(*_displayContentType, localized("SettingsDisplayContentTypeAll"), 1);
+        addEntry<Entry>(*_displayContentType, localized("SettingsDisplayContentTypeCritical"), 2);
+        selectEntry(*_displayContentType, _configuration->newsTypeFilter(), &Entry::newsTypeFilter);
+    }
+    if (_displayContentFromLabel)
+        _displayContentFromLabel->setText(localized("SettingsDisplayContentFromLabel"));
+    if (_displayContentFrom) {
+        using Entry = OlvNewsFilterMenuItem;
+        addEntry<Entry>(*_displayContentFrom, localized("SettingsDisplayContentUnread"), 3);
+        addEntry<Entry>(*_displayContentFrom, localized("SettingsDisplayContentRecent"), 2);
+        addEntry<Entry>(*_displayContentFrom, localized("SettingsDisplayContentAll"), 1);
+        selectEntry(*_displayContentFrom, _configuration->newsFilter(), &Entry::newsFilter);
+    }
+    if (_previousItem)
+        _previousItem->setAccessibleName(localized("NavigationAccessibilityTitlePrevious"));
+    if (_nextItem)
+        _nextItem->setAccessibleName(localized("NavigationAccessibilityTitleNext"));
+    if (_optionsLabel)
+        _optionsLabel->setText(localized("SettingsShowOptions"));
+}
+
+QString OlvNewsWindowController::statusKey() const {
+    if (_newsCache->unfilteredCount() == 0)
+        return _newsCache->retrievingContent() ? QStringLiteral("StatusRetrievingContent")
+                                               : QStringLiteral("StatusErrorRetrievingContent");
+    switch (_configuration->newsFilter()) {
+        case 0:
+        case 1:
+            return QStringLiteral("StatusNothingFound");
+        case 2:
+            return QStringLiteral("StatusNothingFoundRecent");
+        case 3:
+            return QStringLiteral("StatusNothingFoundUnread");
+        default:
+            return {};
+    }
+}
+
+void OlvNewsWindowController::displayItemAtCurrentIndex() {
+    QString page;
+    QString spoken;
+    QString position = QStringLiteral("");
+    if (const auto item = _newsCache->itemAtIndex(_currentIndex)) {
+        page = item->htmlContent();
+        spoken = item->plainTextContent();
+        position = QStringLiteral("%1 / %2").arg(_currentIndex + 1).arg(_newsCache->count());
+    } else if (const QString key = statusKey(); !key.isNull()) {
+        page = spoken = _localization->stringForKey(key);
+    }
+    if (_itemIndicator)
+        _itemIndicator->setText(position);
+    // Page and spoken text change together, after the event that is being handled.
+    MainQueue::dispatchAsync([self = shared_from_this(), page, spoken] {
+        if (self->_webView)
+            self->_webView->loadHtmlString(page);
+        if (self->_configuration->readItemContent())
+            self->setAccessibilityValue(spoken);
+    });
+}
+
+void OlvNewsWindowController::refreshControls() {
+    const bool several = _newsCache->count() > 1;
+    if (_nextItem)
+        _nextItem->setEnabled(several);
+    if (_previousItem)
+        _previousItem->setEnabled(several);
+    _currentIndex = 0;
+    displayItemAtCurrentIndex();
+}
+
+void OlvNewsWindowController::onPreviousItem() {
+    const quint64 count = _newsCache->count();
+    if (count < 2)
+        return;
+    _currentIndex = _currentIndex == 0 ? count - 1 : _currentIndex - 1;
+    displayItemAtCurrentIndex();
+}
+
+void OlvNewsWindowController::onNextItem() {
+    if (_newsCache->count() < 2)
+        return;
+    ++_currentIndex;
+    if (_currentIndex == _newsCache->count())
+        _currentIndex = 0;
+    displayItemAtCurrentIndex();
+}
+
+NavigationDecision OlvNewsWindowController::webViewDecidePolicyForNavigationAction(
+    NavigationType type, const QUrl &url) {
+    if (type != NavigationType::LinkClicked)
+        return NavigationDecision::Use;
+    QDesktopServices::openUrl(url);
+    return NavigationDecision::Ignore;
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,102 @@
+// The options area: its two menus, its check box, its folding.
+
+#include "OlvNewsFilterMenuItem.h"
+#include "OlvNewsTypeFilterMenuItem.h"
+#include "OlvNewsWindowController.h"
+
+#include <QCheckBox>
+#include <QStandardItemModel>
+
+namespace pelorinnews {
+
+namespace {
+
+constexpr double recentSeconds = 30.0 * 86400.0;
+
+// Shared by all controllers of the process, and never reset: the description lays the window out
+// open, and the first showing folds it.
+bool optionsAreOpen = true;
+
+template <class Entry>
+const Entry *selectedEntry(const QComboBox *menu) {
+    const auto *entries = menu ? qobject_cast<const QStandardItemModel *>(menu->model()) : nullptr;
+    return entries ? dynamic_cast<const Entry *>(entries->item(menu->currentIndex())) : nullptr;
+}
+
+}  // namespace
+
+void OlvNewsWindowController::applyFilter() {
+    QStringList categories = {QStringLiteral("mac"), QStringLiteral("pelorin")};
+    if (_configuration->newsTypeFilter() == 2)
+        categories.append(QStringLiteral("critical"));
+    _newsCache->setCategoriesOfInterest(categories);
+
+    const quint64 filter = _configuration->newsFilter();
+    _newsCache->setFilterTimeInterval(filter == 2 ? recentSeconds : 0.0);
+    _newsCache->setShowOnlyUnviewedItems(filter == 3);
+}
+
+void OlvNewsWindowController::onDisplayContentTypeChanged() {
+    if (const auto *entry = selectedEntry<OlvNewsTypeFilterMenuItem>(_displayContentType))
+        _configuration->setNewsTypeFilter(entry->newsTypeFilter());
+    applyFilter();
+    refreshControls();
+}
+
+void OlvNewsWindowController::onDisplayContentFromChanged() {
+    if (const auto *entry = selectedEntry<OlvNewsFilterMenuItem>(_displayContentFrom))
+        _configuration->setNewsFilter(entry->newsFilter());
+    applyFilter();
+    refreshControls();
+}
+
+void OlvNewsWindowController::onShowOnStartChanged() {
+    const auto *box = qobject_cast<const QCheckBox *>(_showOnStart);
+    _configuration->setShowOnStart(box && box->checkState() == Qt::Checked);
+}
+
+void OlvNewsWindowController::showOptionControls(bool visible) {
+    const std::initializer_list<QWidget *> controls = {
+        _displayContentFromLabel, _displayContentFrom, _displayContentTypeLabel,
+        _displayContentType};
+    for (QWidget *control : controls) {
+        if (control)
+            control->setVisible(visible);
+    }
+}
+
+void OlvNewsWindowController::optionsChanged(const QString &label) {
+    if (_optionsLabel)
+        _optionsLabel->setText(label);
+    if (_optionsButton)
+        _optionsButton->setAccessibleName(label);
+}
+
+void OlvNewsWindowController::onOptionsButton() {
+    optionsAreOpen = !optionsAreOpen;
+    if (!_optionsFold)
+        return;
+    if (optionsAreOpen) {
+        _optionsFold->start(true, [this] {
+            showOptionControls(true);
+            optionsChanged(localized("SettingsHideOptions"));
+        });
+        return;
+    }
+    // A running unfolding must not show the controls again after they were hidden here.
+    _optionsFold->complete();
+    showOptionControls(false);
+    _optionsFold->start(false, [this] { optionsChanged(localized("SettingsShowOptions")); });
+}
+
+void OlvNewsWindowController::adoptOptionsState() {
+    if (!_optionsFold)
+        return;
+    _optionsFold->setLaidOut(optionsAreOpen);
+    showOptionControls(optionsAreOpen);
+    optionsChanged(localized(optionsAreOpen ? "SettingsHideOptions" : "SettingsShowOptions"));
+    if (_optionsButton)
+        _optionsButton->setChecked(optionsAreOpen);
+}
+
+}  // namespace pelorinnews

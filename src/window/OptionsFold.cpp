@@ -1,0 +1,96 @@
+#include "OptionsFold.h"
+
+#include <QStyle>
+#include <QWidget>
+
+#include <utility>
+
+namespace pelorinnews {
+
+namespace {
+
+constexpr int resizeMilliseconds = 200;
+
+}  // namespace
+
+OptionsFold::OptionsFold(QWidget *window, QWidget *content, QWidget *optionsArea)
+    : _window(window),
+      _content(content),
+      _optionsArea(optionsArea),
+      _foldedMinimum(window ? qMax(0, window->minimumHeight() - foldHeight) : 0) {
+    _animation.setDuration(resizeMilliseconds);
+    _animation.setEasingCurve(QEasingCurve::InOutQuad);
+    connect(&_animation, &QVariantAnimation::valueChanged, this, [this](const QVariant &height) {
+        if (_running && _window)
+            _window->resize(_window->width(), height.toInt());
+    });
+    connect(&_animation, &QVariantAnimation::finished, this, &OptionsFold::finish);
+}
+
+OptionsFold::~OptionsFold() {
+    complete();
+}
+
+void OptionsFold::start(bool open, std::function<void()> whenFinished) {
+    complete();
+    _finished = std::move(whenFinished);
+    _opening = open;
+    _running = true;
+    if (!_window || !_optionsArea) {
+        finish();
+        return;
+    }
+    if (_window->isMaximized() || _window->isFullScreen()) {
+        // Its edges are the desktop's; the content gives and takes the room instead.
+        _animation.setEndValue(_window->height());
+        finish();
+        return;
+    }
+    // The area alone takes up what the window gains and loses; all else stays fixed meanwhile.
+    _optionsArea->setMinimumHeight(0);
+    _optionsArea->setMaximumHeight(foldHeight);
+    _optionsArea->setVisible(true);
+    if (_content)
+        _content->setFixedHeight(_content->height());
+    _window->setMinimumHeight(_foldedMinimum);
+    const int height = _window->height();
+    _animation.setStartValue(height);
+    _animation.setEndValue(height + (open ? foldHeight : -foldHeight));
+    const bool animated = _window->isVisible() &&
+                          _window->style()->styleHint(QStyle::SH_Widget_Animation_Duration) > 0;
+    if (animated)
+        _animation.start();
+    else
+        finish();
+}
+
+void OptionsFold::complete() {
+    if (_running)
+        finish();
+}
+
+void OptionsFold::setLaidOut(bool open) {
+    if (!_optionsArea)
+        return;
+    _optionsArea->setVisible(open);
+    _optionsArea->setFixedHeight(open ? foldHeight : 0);
+}
+
+void OptionsFold::finish() {
+    if (!std::exchange(_running, false))
+        return;
+    _animation.stop();
+    if (_window && _optionsArea) {
+        _window->resize(_window->width(), _animation.endValue().toInt());
+        setLaidOut(_opening);
+        if (_content) {
+            _content->setMinimumHeight(0);
+            _content->setMaximumHeight(QWIDGETSIZE_MAX);
+        }
+        _window->setMinimumHeight(_foldedMinimum + (_opening ? foldHeight : 0));
+    }
+    if (const auto done = std::exchange(_finished, nullptr))
+        done();
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QVariantAnimation>
+
+#include <functional>
+
+class QWidget;
+
+namespace pelorinnews {
+
+/// Changes a window's height at its bottom edge, animated, while what stands above the options
+/// area keeps its size and its place from the top.
+///
+/// Nothing waits for it. `start` while a change runs first completes that one; so do `complete` and
+/// the destructor. Heights are computed from end states, so nothing drifts.
+class OptionsFold final : public QObject {
+    Q_OBJECT
+
+public:
+    /// Height of the options area, in device-independent pixels.
+    static constexpr int foldHeight = 38;
+
+    /// `optionsArea` is the widget that gives way; `content` keeps its height meanwhile. Any may be
+    /// absent. The window's minimum height is that of the open state.
+    OptionsFold(QWidget *window, QWidget *content, QWidget *optionsArea);
+    ~OptionsFold() override;
+
+    /// Grows (`open`) or shrinks the window, then calls `finished` once.
+    void start(bool open, std::function<void()> finished);
+
+    /// Brings a running change to its end at once.
+    void complete();
+
+    /// Puts the area into `open` without moving the window's edge: for a window that is laid out
+    /// before it was ever shown.
+    void setLaidOut(bool open);
+
+private:
+    void finish();
+
+    QPointer<QWidget> _window;
+    QPointer<QWidget> _content;
+    QPointer<QWidget> _optionsArea;
+    int _foldedMinimum;
+    QVariantAnimation _animation;
+    std::function<void()> _finished;
+    bool _opening = false;
+    bool _running = false;
+};
+
+}  // namespace pelorinnews

@@ -1,0 +1,60 @@
+#include "RendererLoader.h"
+
+#include "ModuleBundle.h"
+#include "RendererPlugin.h"
+#include "TextNewsRenderer.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QOpenGLContext>
+#include <QPluginLoader>
+
+// Exported by Qt Gui for its own modules. It is the only way to share a context after the
+// application object was made.
+Q_GUI_EXPORT void qt_gl_set_global_share_context(QOpenGLContext *context);
+
+namespace pelorinnews::RendererLoader {
+
+namespace {
+
+std::unique_ptr<NewsRenderer> webRenderer(QWidget *parent, const QString &pluginFolder) {
+    const QString file = (pluginFolder.isNull() ? ModuleBundle::folder() : pluginFolder) +
+                         QStringLiteral("/PelorinNewsWeb.so");
+    if (!QFileInfo::exists(file) || !canShareGraphics())
+        return nullptr;
+    QPluginLoader loader(file);
+    auto *plugin = qobject_cast<RendererPlugin *>(loader.instance());
+    return plugin ? plugin->createRenderer(parent) : nullptr;
+}
+
+bool shareContextNow() {
+    // Platforms without a display have no context to share, and asking some of them crashes.
+    const QString platform = QGuiApplication::platformName();
+    if (platform != QLatin1String("xcb") && !platform.startsWith(QLatin1String("wayland")))
+        return false;
+    // Kept until the process ends: the engine's threads use it as long as they run.
+    static QOpenGLContext *context = nullptr;
+    if (!context) {
+        auto candidate = std::make_unique<QOpenGLContext>();
+        if (!candidate->create())
+            return false;
+        context = candidate.release();
+        qt_gl_set_global_share_context(context);
+        QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    }
+    return true;
+}
+
+}  // namespace
+
+std::unique_ptr<NewsRenderer> createRenderer(QWidget *parent, const QString &pluginFolder) {
+    if (auto renderer = webRenderer(parent, pluginFolder))
+        return renderer;
+    return std::make_unique<TextNewsRenderer>(parent);
+}
+
+bool canShareGraphics() {
+    return QOpenGLContext::globalShareContext() != nullptr || shareContextNow();
+}
+
+}  // namespace pelorinnews::RendererLoader

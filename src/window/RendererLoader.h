@@ -1,0 +1,26 @@
+#pragma once
+
+#include "NewsRenderer.h"
+
+#include <QString>
+
+#include <memory>
+
+class QWidget;
+
+namespace pelorinnews::RendererLoader {
+
+/// Makes the best renderer that this process can have: the web renderer from the plug-in beside the
+/// module, or the text renderer where that plug-in is absent, does not load, or could not start
+/// without bringing the process down. Never null. Main thread only.
+///
+/// `pluginFolder` is where the plug-in lies; by default the module's own folder.
+[[nodiscard]] std::unique_ptr<NewsRenderer> createRenderer(QWidget *parent,
+                                                           const QString &pluginFolder = {});
+
+/// Whether a web engine could be started here at all. Decided before anything of it is loaded,
+/// since an engine that starts without a shared OpenGL context ends the process. May make such a
+/// context, once for the process, where the host made none and the display can give one.
+[[nodiscard]] bool canShareGraphics();
+
+}  // namespace pelorinnews::RendererLoader

@@ -1,0 +1,66 @@
+#include "TextNewsRenderer.h"
+
+#include "BareHttpLinks.h"
+#include "BoundedHtml.h"
+
+#include <QFrame>
+#include <QScrollBar>
+
+namespace pelorinnews {
+
+namespace {
+
+// What browsers give a page that asks for nothing else.
+constexpr int standardFontPixels = 16;
+constexpr qreal pageMargin = 8;
+
+// Laying out one long line takes a time that grows with its square.
+constexpr qsizetype mostPlainCharacters = 10'000;
+
+}  // namespace
+
+TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
+    setFrameShape(QFrame::NoFrame);
+    setOpenLinks(false);
+    setUndoRedoEnabled(false);
+    document()->setDocumentMargin(pageMargin);
+
+    // A page is black on white unless it says otherwise, whatever the desktop's colours.
+    QPalette colours = palette();
+    colours.setColor(QPalette::Base, Qt::white);
+    colours.setColor(QPalette::Text, Qt::black);
+    colours.setColor(QPalette::Link, QColor(0x00, 0x00, 0xee));
+    setPalette(colours);
+
+    connect(this, &QTextBrowser::anchorClicked, this, [this](const QUrl &link) {
+        if (_policy)
+            _policy->webViewDecidePolicyForNavigationAction(
+                NavigationType::LinkClicked, resolvedAgainstBareHttp(link.toString()));
+    });
+}
+
+void TextNewsRenderer::loadHtmlString(const QString &html) {
+    // Markup that the document would choke on is shown as it stands.
+    if (const auto bounded = BoundedHtml::prepared(html))
+        setHtml(*bounded);
+    else
+        setPlainText(html.left(mostPlainCharacters));
+    verticalScrollBar()->setValue(0);
+}
+
+void TextNewsRenderer::setStandardFontFamily(const QString &family) {
+    QFont font(family);
+    font.setPixelSize(standardFontPixels);
+    document()->setDefaultFont(font);
+}
+
+QVariant TextNewsRenderer::loadResource(int type, const QUrl &name) {
+    if (name.scheme() == QLatin1String("data"))
+        return QTextBrowser::loadResource(type, name);
+    return {};
+}
+
+// The page never goes anywhere by itself; clicked links are the policy delegate's.
+void TextNewsRenderer::doSetSource(const QUrl &, QTextDocument::ResourceType) {}
+
+}  // namespace pelorinnews

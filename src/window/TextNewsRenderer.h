@@ -1,0 +1,29 @@
+#pragma once
+
+#include "NewsRenderer.h"
+
+#include <QTextBrowser>
+
+namespace pelorinnews {
+
+/// Paints a page with Qt's own rich text: for hosts that ship without a web engine, or in which
+/// starting one would end the process. Shows pictures that the page itself carries (`data:`) and
+/// fetches nothing.
+class TextNewsRenderer final : public QTextBrowser, public NewsRenderer {
+public:
+    explicit TextNewsRenderer(QWidget *parent);
+
+    [[nodiscard]] QWidget *widget() const override { return const_cast<TextNewsRenderer *>(this); }
+    void loadHtmlString(const QString &html) override;
+    void setStandardFontFamily(const QString &family) override;
+    void setPolicyDelegate(NavigationPolicyDelegate *delegate) override { _policy = delegate; }
+
+protected:
+    QVariant loadResource(int type, const QUrl &name) override;
+    void doSetSource(const QUrl &name, QTextDocument::ResourceType type) override;
+
+private:
+    NavigationPolicyDelegate *_policy = nullptr;
+};
+
+}  // namespace pelorinnews

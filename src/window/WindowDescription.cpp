@@ -1,0 +1,37 @@
+#include "WindowDescription.h"
+
+#include "ui_OlvNewsWindowController.h"
+
+#include <QAbstractButton>
+#include <QComboBox>
+
+namespace pelorinnews::WindowDescription {
+
+namespace {
+
+// Only what the user does counts, not what a program sets: menus select their first entry by
+// themselves.
+void connectAction(QWidget &control, const std::function<void()> &action) {
+    if (auto *button = qobject_cast<QAbstractButton *>(&control))
+        QObject::connect(button, &QAbstractButton::clicked, button, [action] { action(); });
+    else if (auto *menu = qobject_cast<QComboBox *>(&control))
+        QObject::connect(menu, &QComboBox::activated, menu, [action] { action(); });
+}
+
+}  // namespace
+
+std::unique_ptr<OlvNewsWindow> load(const QString &name, const Actions &actions) {
+    if (name != QLatin1String("OlvNewsWindowController"))
+        return nullptr;
+    auto window = std::make_unique<OlvNewsWindow>();
+    Ui::OlvNewsWindow().setupUi(window.get());
+    const auto controls = window->findChildren<QWidget *>();
+    for (QWidget *control : controls) {
+        const auto found = actions.find(control->property("action").toString());
+        if (found != actions.end())
+            connectAction(*control, found->second);
+    }
+    return window;
+}
+
+}  // namespace pelorinnews::WindowDescription
