@@ -116,13 +116,22 @@ OlvNewsWindow *OlvNewsWindowController::window() {
 }
 
 void OlvNewsWindowController::loadWindow() {
+    using Controller = OlvNewsWindowController;
+    const auto action = [this](void (Controller::*operation)()) {
+        return [this, operation] {
+            if (const auto self = weak_from_this().lock())
+                (this->*operation)();
+        };
+    };
     const WindowDescription::Actions actions = {
-        {QStringLiteral("onPreviousItem"), [this] { onPreviousItem(); }},
-        {QStringLiteral("onNextItem"), [this] { onNextItem(); }},
-        {QStringLiteral("onShowOnStartChanged"), [this] { onShowOnStartChanged(); }},
-        {QStringLiteral("onDisplayContentTypeChanged"), [this] { onDisplayContentTypeChanged(); }},
-        {QStringLiteral("onDisplayContentFromChanged"), [this] { onDisplayContentFromChanged(); }},
-        {QStringLiteral("onOptionsButton"), [this] { onOptionsButton(); }},
+        {QStringLiteral("onPreviousItem"), action(&Controller::onPreviousItem)},
+        {QStringLiteral("onNextItem"), action(&Controller::onNextItem)},
+        {QStringLiteral("onShowOnStartChanged"), action(&Controller::onShowOnStartChanged)},
+        {QStringLiteral("onDisplayContentTypeChanged"),
+         action(&Controller::onDisplayContentTypeChanged)},
+        {QStringLiteral("onDisplayContentFromChanged"),
+         action(&Controller::onDisplayContentFromChanged)},
+        {QStringLiteral("onOptionsButton"), action(&Controller::onOptionsButton)},
     };
     auto made = WindowDescription::load(_windowNibName, actions);
     if (!made)
@@ -167,7 +176,9 @@ void OlvNewsWindowController::showWindow() {
 }
 
 bool OlvNewsWindowController::eventFilter(QObject *watched, QEvent *event) {
-    if (watched == _loadedWindow) {
+    // One whose last reference went on another thread still waits for its end; it is over for it.
+    const auto self = weak_from_this().lock();
+    if (self && watched == _loadedWindow) {
         switch (event->type()) {
             case QEvent::WindowActivate:
                 windowDidBecomeKey();
@@ -190,7 +201,8 @@ void OlvNewsWindowController::timerEvent(QTimerEvent *event) {
     if (event->timerId() != _exposeTimer.timerId())
         return QObject::timerEvent(event);
     _exposeTimer.stop();
-    if (_loadedWindow && _loadedWindow->isVisible())
+    const auto self = weak_from_this().lock();
+    if (self && _loadedWindow && _loadedWindow->isVisible())
         windowDidBecomeKey();
 }
 
