@@ -22,30 +22,31 @@ private:
 
 void writeCacheFile(benchmark::State &state) {
     const File file;
-    const QString text = QString::fromUtf8(makeFeed(static_cast<int>(state.range(0))));
+    const QByteArray body = makeFeed(static_cast<int>(state.range(0)));
     for (auto iteration : state) {
         static_cast<void>(iteration);
-        if (file.get().write(text))
+        if (file.get().write(body))
             qFatal("the file cannot be written");
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
-    state.SetBytesProcessed(state.iterations() * text.size() * 2);
+    state.SetBytesProcessed(state.iterations() * body.size());
 }
 
 void readCacheFile(benchmark::State &state) {
     const File file;
-    const QString text = QString::fromUtf8(makeFeed(static_cast<int>(state.range(0))));
-    if (file.get().write(text))
+    const QByteArray body = makeFeed(static_cast<int>(state.range(0)));
+    const qsizetype size = QString::fromUtf8(body).size();
+    if (file.get().write(body))
         qFatal("the file cannot be written");
     for (auto iteration : state) {
         static_cast<void>(iteration);
         Error error;
         const auto read = file.get().read(&error);
-        if (!read || read->size() != text.size())
+        if (!read || read->size() != size)
             qFatal("the file cannot be read");
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
-    state.SetBytesProcessed(state.iterations() * text.size() * 2);
+    state.SetBytesProcessed(state.iterations() * size * 2);
 }
 
 BENCHMARK(writeCacheFile)->RangeMultiplier(10)->Range(10, 100'000)->UseRealTime();

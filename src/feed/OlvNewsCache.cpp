@@ -44,7 +44,8 @@ void OlvNewsCache::logMessage(qint32 level, QStringView format,
 }
 
 OlvNewsCache::OlvNewsCache(std::shared_ptr<UrlLoader> loader) : _loader(std::move(loader)) {
-    _retrieved.set({shareItemList(std::make_shared<OlvNewsItemList>()), {}});
+    const OlvNewsItemListRef none = shareItemList(std::make_shared<OlvNewsItemList>());
+    _retrieved.set({none, {}, std::make_shared<ItemIndex>(none)});
     initializeLocalCache();
 }
 
@@ -82,31 +83,31 @@ void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
     else if (connectionError)
         error = connectionError;
     else if (data)
-        error = takeFeed(*std::exchange(data, std::nullopt));
+        error = takeFeed(*data);
     else
         error = cacheError(NoData);
 
-    if (error) {
-        data.reset();
+    data.reset();
+    if (error)
         restoreLocalCache();
-    }
     if (completion)
         completion(error);
     _retrievingContent = false;
 }
 
-std::optional<Error> OlvNewsCache::takeFeed(QByteArray body) {
-    const QString text = FeedExchange::text(body);
-    // Parsing needs the memory: the bytes have done their work.
-    body.clear();
+std::optional<Error> OlvNewsCache::takeFeed(const QByteArray &body) {
+    // The bytes go to the parser and the file without ever being one text: of a big feed, that text
+    // would be the largest thing in memory. Bytes that are no text are an absent one.
+    const bool isText = body.isValidUtf8();
     Error parseError;
-    parseFeed(text, &parseError);
+    OlvNewsParser parser;
+    keepFeed(isText ? parser.parse(QByteArrayView(body), &parseError) : std::nullopt, &parseError);
     if (!feedItems())
         return parseError;
     // What was downloaded is kept even where it did not parse.
-    if (text.isNull())
+    if (!isText)
         return std::nullopt;
-    if (const auto failure = LocalCacheFile(_localCacheFileName.get()).write(text))
+    if (const auto failure = LocalCacheFile(_localCacheFileName.get()).write(body))
         logMessage(LogLevelError, LogVocabulary::writingLocalCacheFailed, *failure);
     return std::nullopt;
 }
@@ -126,15 +127,18 @@ void OlvNewsCache::restoreLocalCache() {
 
 bool OlvNewsCache::parseFeed(const QString &text, Error *error) {
     OlvNewsParser parser;
-    const std::optional<QVariantMap> feed = parser.parse(text, error);
+    return keepFeed(parser.parse(text, error), error);
+}
+
+bool OlvNewsCache::keepFeed(const std::optional<QVariantMap> &feed, const Error *place) {
     if (!feed) {
-        logMessage(LogLevelError, LogVocabulary::parsingFeedFailed, error);
+        logMessage(LogLevelError, LogVocabulary::parsingFeedFailed, place);
         return false;
     }
-    const auto items =
-        feed->value(OlvNewsFeedNewsCacheItemsKeyName).value<std::shared_ptr<OlvNewsItemList>>();
-    _retrieved.set(
-        {shareItemList(items), feed->value(OlvNewsFeedChannelLanguageKeyName).toString()});
+    const OlvNewsItemListRef items = shareItemList(
+        feed->value(OlvNewsFeedNewsCacheItemsKeyName).value<std::shared_ptr<OlvNewsItemList>>());
+    _retrieved.set({items, feed->value(OlvNewsFeedChannelLanguageKeyName).toString(),
+                    std::make_shared<ItemIndex>(items)});
     return true;
 }
 

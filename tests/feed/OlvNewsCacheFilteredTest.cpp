@@ -42,7 +42,7 @@ private Q_SLOTS:
     void showsEverythingWithoutConditions();
     void keepsItemsThatContainEveryCategory_data();
     void keepsItemsThatContainEveryCategory();
-    void tellsEqualCategoriesOfDifferentItemsAlike();
+    void tellsManyDifferentCategoriesApart();
     void keepsItemsStrictlyLaterThanTheCutOff();
     void takesAnyNumberForAnAge_data();
     void takesAnyNumberForAnAge();
@@ -134,8 +134,7 @@ void OlvNewsCacheFilteredTest::keepsItemsThatContainEveryCategory() {
     QCOMPARE(cache->unfilteredCount(), 1U);
 }
 
-void OlvNewsCacheFilteredTest::tellsEqualCategoriesOfDifferentItemsAlike() {
-    // More different categories than are remembered, each several times.
+void OlvNewsCacheFilteredTest::tellsManyDifferentCategoriesApart() {
     QList<FeedEntry> entries;
     QStringList expected;
     for (int index = 0; index < 200; ++index) {
