@@ -3,6 +3,7 @@
 #include <pelorinnews/Error.h>
 #include <pelorinnews/HostIdentity.h>
 #include <pelorinnews/NewsController.h>
+#include <pelorinnews/NotificationCenter.h>
 
 #include <QtPlugin>
 
@@ -30,6 +31,11 @@ public:
     /// On failure with a place for the error: stores it there and returns null. On failure without
     /// one: may return a controller whose operations do nothing. On success `error` is untouched.
     virtual std::shared_ptr<NewsController> init(Error *error = nullptr) = 0;
+
+    /// The process's notification centre, for notifications of the host's own. The panel is its
+    /// delegate from creation on (a click on any notification opens the news window) and leaves
+    /// alone every notification that it did not deliver itself.
+    virtual std::shared_ptr<NotificationCenter> notificationCenter() = 0;
 
 protected:
     NewsPlugin() = default;

@@ -1,5 +1,6 @@
 #include "OlvNewsPlugin.h"
 
+#include "DesktopNotificationCenter.h"
 #include "HostBundle.h"
 #include "OlvNewsController.h"
 
@@ -11,6 +12,10 @@ void OlvNewsPlugin::setHostIdentity(const HostIdentity &identity) {
 
 std::shared_ptr<NewsController> OlvNewsPlugin::init(Error *error) {
     return OlvNewsController::init(error);
+}
+
+std::shared_ptr<NotificationCenter> OlvNewsPlugin::notificationCenter() {
+    return DesktopNotificationCenter::defaultUserNotificationCenter();
 }
 
 }  // namespace pelorinnews

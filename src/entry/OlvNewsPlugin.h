@@ -15,6 +15,7 @@ class OlvNewsPlugin final : public QObject, public NewsPlugin {
 public:
     void setHostIdentity(const HostIdentity &identity) override;
     std::shared_ptr<NewsController> init(Error *error) override;
+    std::shared_ptr<NotificationCenter> notificationCenter() override;
 };
 
 }  // namespace pelorinnews

@@ -3,7 +3,10 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QStringDecoder>
 #include <QtEndian>
+
+#include <algorithm>
 
 namespace pelorinnews {
 
@@ -23,9 +26,27 @@ Error fileError(const QFileDevice &file) {
     return fileError(file.error(), file.errorString());
 }
 
+/// How many bytes are turned from UTF-8 into UTF-16 at a time.
+constexpr qsizetype pieceSize = 256 * 1024;
+
 bool writeUnits(QFileDevice &file, QStringView text) {
     const qint64 size = text.size() * unitSize;
     return file.write(reinterpret_cast<const char *>(text.utf16()), size) == size;
+}
+
+bool writeText(QFileDevice &file, QByteArrayView utf8) {
+    // A mark of the text's own is part of the text. The decoder's state carries a character that
+    // two pieces share from one to the next.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+    if (!writeUnits(file, QStringView(&byteOrderMark, 1)))
+        return false;
+    for (qsizetype at = 0; at < utf8.size(); at += pieceSize) {
+        const QString piece =
+            decoder.decode(utf8.sliced(at, std::min(pieceSize, utf8.size() - at)));
+        if (!writeUnits(file, piece))
+            return false;
+    }
+    return true;
 }
 
 /// Reads straight into the text's own memory: a big feed is in memory once.
@@ -40,14 +61,11 @@ std::optional<QString> readUnits(QFileDevice &file, qint64 count) {
 
 }  // namespace
 
-std::optional<Error> LocalCacheFile::write(QStringView text) const {
+std::optional<Error> LocalCacheFile::write(QByteArrayView utf8) const {
     if (filePath.isNull())
         return fileError(QFileDevice::OpenError, QStringLiteral("There is no local cache folder"));
     QSaveFile file(filePath);
-    const bool written = file.open(QIODevice::WriteOnly) &&
-                         writeUnits(file, QStringView(&byteOrderMark, 1)) &&
-                         writeUnits(file, text) && file.commit();
-    if (!written)
+    if (!file.open(QIODevice::WriteOnly) || !writeText(file, utf8) || !file.commit())
         return fileError(file);
     return std::nullopt;
 }

@@ -2,8 +2,8 @@
 
 #include <pelorinnews/Error.h>
 
+#include <QByteArrayView>
 #include <QString>
-#include <QStringView>
 
 #include <optional>
 
@@ -20,9 +20,9 @@ public:
     /// A null path is a file that can be neither written nor read.
     explicit LocalCacheFile(QString path) : filePath(std::move(path)) {}
 
-    /// Replaces the file by `text` in one step: a failure leaves the earlier file as it was.
-    /// Returns the failure, if any.
-    [[nodiscard]] std::optional<Error> write(QStringView text) const;
+    /// Replaces the file by the text of these bytes, which must be UTF-8, in one step: a failure
+    /// leaves the earlier file as it was. Returns the failure, if any. Takes no memory to speak of.
+    [[nodiscard]] std::optional<Error> write(QByteArrayView utf8) const;
 
     /// The text of the file, not null even where it is empty, or nothing with `error` set. A file
     /// that is not whole UTF-16 is unreadable: no byte-order mark (an empty file included), an odd

@@ -1,11 +1,11 @@
 #include "OlvNewsCache.h"
 
+#include "FeedExchange.h"
 #include "LocalCacheFile.h"
 #include "OlvNewsParser.h"
 
 #include <QFile>
 #include <QStandardPaths>
-#include <QStringDecoder>
 
 #include <HostBundle.h>
 #include <LogMessage.h>
@@ -35,18 +35,6 @@ Error systemError(const std::error_code &code) {
             {{Error::localizedDescriptionKey(), QString::fromStdString(code.message())}}};
 }
 
-/// The text of a body, kept whole: a byte-order mark is the reader's to pass over. Null where the
-/// bytes are not UTF-8; not null, if empty, for an empty body.
-QString decodeUtf8(const QByteArray &body) {
-    // A decoder with state would hold back the bytes of a cut last character without a word.
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
-                                                     QStringDecoder::Flag::ConvertInitialBom);
-    QString text = decoder.decode(body);
-    if (decoder.hasError())
-        return {};
-    return text.isNull() ? QStringLiteral("") : text;
-}
-
 }  // namespace
 
 template <class... Arguments>
@@ -56,7 +44,8 @@ void OlvNewsCache::logMessage(qint32 level, QStringView format,
 }
 
 OlvNewsCache::OlvNewsCache(std::shared_ptr<UrlLoader> loader) : _loader(std::move(loader)) {
-    _retrieved.set({shareItemList(std::make_shared<OlvNewsItemList>()), {}});
+    const OlvNewsItemListRef none = shareItemList(std::make_shared<OlvNewsItemList>());
+    _retrieved.set({none, {}, std::make_shared<ItemIndex>(none)});
     initializeLocalCache();
 }
 
@@ -94,31 +83,31 @@ void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
     else if (connectionError)
         error = connectionError;
     else if (data)
-        error = takeFeed(*std::exchange(data, std::nullopt));
+        error = takeFeed(*data);
     else
         error = cacheError(NoData);
 
-    if (error) {
-        data.reset();
+    data.reset();
+    if (error)
         restoreLocalCache();
-    }
     if (completion)
         completion(error);
     _retrievingContent = false;
 }
 
-std::optional<Error> OlvNewsCache::takeFeed(QByteArray body) {
-    const QString text = decodeUtf8(body);
-    // Parsing needs the memory: the bytes have done their work.
-    body.clear();
+std::optional<Error> OlvNewsCache::takeFeed(const QByteArray &body) {
+    // The bytes go to the parser and the file without ever being one text: of a big feed, that text
+    // would be the largest thing in memory. Bytes that are no text are an absent one.
+    const bool isText = body.isValidUtf8();
     Error parseError;
-    parseFeed(text, &parseError);
+    OlvNewsParser parser;
+    keepFeed(isText ? parser.parse(QByteArrayView(body), &parseError) : std::nullopt, &parseError);
     if (!feedItems())
         return parseError;
     // What was downloaded is kept even where it did not parse.
-    if (text.isNull())
+    if (!isText)
         return std::nullopt;
-    if (const auto failure = LocalCacheFile(_localCacheFileName.get()).write(text))
+    if (const auto failure = LocalCacheFile(_localCacheFileName.get()).write(body))
         logMessage(LogLevelError, LogVocabulary::writingLocalCacheFailed, *failure);
     return std::nullopt;
 }
@@ -138,15 +127,18 @@ void OlvNewsCache::restoreLocalCache() {
 
 bool OlvNewsCache::parseFeed(const QString &text, Error *error) {
     OlvNewsParser parser;
-    const std::optional<QVariantMap> feed = parser.parse(text, error);
+    return keepFeed(parser.parse(text, error), error);
+}
+
+bool OlvNewsCache::keepFeed(const std::optional<QVariantMap> &feed, const Error *place) {
     if (!feed) {
-        logMessage(LogLevelError, LogVocabulary::parsingFeedFailed, error);
+        logMessage(LogLevelError, LogVocabulary::parsingFeedFailed, place);
         return false;
     }
-    const auto items =
-        feed->value(OlvNewsFeedNewsCacheItemsKeyName).value<std::shared_ptr<OlvNewsItemList>>();
-    _retrieved.set(
-        {shareItemList(items), feed->value(OlvNewsFeedChannelLanguageKeyName).toString()});
+    const OlvNewsItemListRef items = shareItemList(
+        feed->value(OlvNewsFeedNewsCacheItemsKeyName).value<std::shared_ptr<OlvNewsItemList>>());
+    _retrieved.set({items, feed->value(OlvNewsFeedChannelLanguageKeyName).toString(),
+                    std::make_shared<ItemIndex>(items)});
     return true;
 }
 
@@ -165,17 +157,10 @@ std::shared_ptr<OlvNewsCacheItem> OlvNewsCache::itemAtIndex(quint64 index) {
 }
 
 std::optional<QUrl> OlvNewsCache::feedRequest() const {
-    QString address = _feedBaseURL.get();
-    if (address.isNull())
+    const QString base = _feedBaseURL.get();
+    if (base.isNull())
         return std::nullopt;
-    // The service reads its query as it is put together here: "?&", and no percent-encoding.
-    if (!address.endsWith(QLatin1String(".xml"))) {
-        address += QLatin1Char('?');
-        if (const QString locale = _desiredLocale.get(); !locale.isEmpty())
-            address += QLatin1String("&locale=") + locale;
-        if (const QString type = _feedType.get(); !type.isEmpty())
-            address += QLatin1String("&type=") + type;
-    }
+    const QString address = FeedExchange::address(base, _desiredLocale.get(), _feedType.get());
     logMessage(LogLevelInfo, LogVocabulary::feedRequestReturning, address);
     return QUrl(address, QUrl::TolerantMode);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ItemIndex.h"
 #include "OlvNewsCacheItem.h"
 #include "OlvNewsItemList.h"
 
@@ -9,6 +10,7 @@
 #include <QString>
 #include <QStringView>
 #include <QUrl>
+#include <QVariantMap>
 
 #include <GuardedSlot.h>
 #include <OperationQueue.h>
@@ -90,6 +92,7 @@ protected:
     struct Retrieved {
         OlvNewsItemListRef _feedItems;
         QString _retrievedLocale;
+        std::shared_ptr<const ItemIndex> index;
     };
     GuardedSlot<Retrieved> _retrieved;
 
@@ -100,7 +103,8 @@ private:
                           std::optional<QByteArray> data,
                           const std::optional<Error> &connectionError,
                           const RefreshCompletion &completion);
-    std::optional<Error> takeFeed(QByteArray body);
+    std::optional<Error> takeFeed(const QByteArray &body);
+    bool keepFeed(const std::optional<QVariantMap> &feed, const Error *place);
     void restoreLocalCache();
 
     template <class... Arguments>

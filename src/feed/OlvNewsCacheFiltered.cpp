@@ -1,10 +1,9 @@
 #include "OlvNewsCacheFiltered.h"
 
-#include "CategoryTest.h"
-
 #include <algorithm>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace pelorinnews {
 
@@ -20,21 +19,52 @@ std::optional<qint64> instantOf(const OlvNewsCacheItem &item) {
     return date.toMSecsSinceEpoch();
 }
 
-/// The conditions on dates: strictly later than each moment that is set.
-struct DateTest {
+/// The conditions of one filter run.
+struct Conditions {
+    QStringList categories;
     /// A floating-point number, because an age may be infinite, or none at all.
     std::optional<double> cutOff;
+    /// May be `ItemIndex::undated`: nothing is later than a last viewing that is not set.
     std::optional<qint64> lastViewing;
 
-    [[nodiscard]] bool isTrivial() const { return !cutOff && !lastViewing; }
-    [[nodiscard]] bool passes(const OlvNewsCacheItem &item) const {
-        if (isTrivial())
+    [[nodiscard]] bool none() const { return categories.isEmpty() && !cutOff && !lastViewing; }
+
+    [[nodiscard]] OlvNewsItemListRef apply(const ItemIndex &index) const;
+
+private:
+    [[nodiscard]] bool hold(qint64 instant) const {
+        if (!cutOff && !lastViewing)
             return true;
-        const std::optional<qint64> instant = instantOf(item);
-        return instant && (!cutOff || static_cast<double>(*instant) > *cutOff) &&
-               (!lastViewing || *instant > *lastViewing);
+        return instant != ItemIndex::undated &&
+               (!cutOff || static_cast<double>(instant) > *cutOff) &&
+               (!lastViewing || (*lastViewing != ItemIndex::undated && instant > *lastViewing));
+    }
+
+    [[nodiscard]] bool hold(const QString &category) const {
+        return std::all_of(categories.cbegin(), categories.cend(),
+                           [&category](const QString &text) { return category.contains(text); });
     }
 };
+
+OlvNewsItemListRef Conditions::apply(const ItemIndex &index) const {
+    std::vector<char> holdsFor;
+    holdsFor.reserve(index.categories().size());
+    for (const QString &category : index.categories())
+        holdsFor.push_back(hold(category) ? 1 : 0);
+
+    auto passed = std::make_shared<OlvNewsItemList>();
+    const auto &items = *index.items();
+    const auto &entries = index.entries();
+    for (std::size_t place = 0; place < entries.size(); ++place) {
+        const auto &[instant, category] = entries[place];
+        const bool rightCategory = category == ItemIndex::uncategorized
+                                       ? categories.isEmpty()
+                                       : holdsFor[static_cast<std::size_t>(category)] != 0;
+        if (rightCategory && hold(instant))
+            passed->push_back(items[place]);
+    }
+    return shareItemList(std::move(passed));
+}
 
 }  // namespace
 
@@ -57,29 +87,18 @@ void OlvNewsCacheFiltered::applyFilter() {
     // seen all changes: an older run that ends after it must not replace its view.
     const quint64 run = ++_filterRuns;
 
-    CategoryTest categories(_categories.get());
-    DateTest dates;
+    Conditions conditions;
+    conditions.categories = _categories.get();
     if (const double age = _age; age != 0)
-        dates.cutOff =
+        conditions.cutOff =
             static_cast<double>(_clock().toMSecsSinceEpoch()) - age * millisecondsPerSecond;
-    bool nothingPasses = false;
-    if (_showOnlyUnviewedItems) {
-        const qint64 viewed = _lastViewing;
-        nothingPasses = viewed == neverViewed;
-        dates.lastViewing = viewed;
-    }
+    if (_showOnlyUnviewedItems)
+        conditions.lastViewing = _lastViewing;
 
-    OlvNewsItemListRef view = feedItems();
-    if (view && !(categories.isTrivial() && dates.isTrivial())) {
-        auto passed = std::make_shared<OlvNewsItemList>();
-        if (!nothingPasses) {
-            std::copy_if(view->cbegin(), view->cend(), std::back_inserter(*passed),
-                         [&](const std::shared_ptr<OlvNewsCacheItem> &item) {
-                             return categories.passes(item->category()) && dates.passes(*item);
-                         });
-        }
-        view = shareItemList(std::move(passed));
-    }
+    const Retrieved retrieved = _retrieved.get();
+    OlvNewsItemListRef view = conditions.none() || !retrieved.index
+                                  ? retrieved._feedItems
+                                  : conditions.apply(*retrieved.index);
 
     const std::lock_guard lock(_viewMutex);
     if (run > _viewRun) {
@@ -101,7 +120,7 @@ std::shared_ptr<OlvNewsCacheItem> OlvNewsCacheFiltered::itemAtIndex(quint64 inde
     if (const std::optional<qint64> instant = instantOf(*item)) {
         // Another thread may move it at the same time: the latest date stays.
         qint64 viewed = _lastViewing;
-        while (viewed != neverViewed && viewed < *instant &&
+        while (viewed != ItemIndex::undated && viewed < *instant &&
                !_lastViewing.compare_exchange_weak(viewed, *instant)) {
         }
     }
@@ -142,7 +161,7 @@ void OlvNewsCacheFiltered::setShowOnlyUnviewedItems(bool onlyUnviewed) {
 qint64 OlvNewsCacheFiltered::sinceLastViewingCount() const {
     const OlvNewsItemListRef items = filteredItems();
     const qint64 viewed = _lastViewing;
-    if (!items || viewed == neverViewed)
+    if (!items || viewed == ItemIndex::undated)
         return 0;
     return std::count_if(items->cbegin(), items->cend(), [viewed](const auto &item) {
         return instantOf(*item) > std::optional(viewed);
@@ -151,11 +170,12 @@ qint64 OlvNewsCacheFiltered::sinceLastViewingCount() const {
 
 QDateTime OlvNewsCacheFiltered::lastViewing() const {
     const qint64 viewed = _lastViewing;
-    return viewed == neverViewed ? QDateTime() : QDateTime::fromMSecsSinceEpoch(viewed, Qt::UTC);
+    return viewed == ItemIndex::undated ? QDateTime()
+                                        : QDateTime::fromMSecsSinceEpoch(viewed, Qt::UTC);
 }
 
 void OlvNewsCacheFiltered::setLastViewing(const QDateTime &date) {
-    _lastViewing = date.isValid() ? date.toMSecsSinceEpoch() : neverViewed;
+    _lastViewing = date.isValid() ? date.toMSecsSinceEpoch() : ItemIndex::undated;
 }
 
 OlvNewsItemListRef OlvNewsCacheFiltered::filteredItems() const {

@@ -5,7 +5,6 @@
 #include <QDateTime>
 #include <QStringList>
 
-#include <limits>
 #include <mutex>
 
 namespace pelorinnews {
@@ -69,16 +68,14 @@ public:
     void setLastViewing(const QDateTime &date);
 
 private:
-    static constexpr qint64 neverViewed = std::numeric_limits<qint64>::min();
-
     [[nodiscard]] OlvNewsItemListRef filteredItems() const;
 
     Clock _clock;
     GuardedSlot<QStringList> _categories;
     std::atomic<double> _age = 0;
     std::atomic<bool> _showOnlyUnviewedItems = false;
-    /// Milliseconds since the epoch.
-    std::atomic<qint64> _lastViewing = neverViewed;
+    /// Milliseconds since the epoch, or `ItemIndex::undated`.
+    std::atomic<qint64> _lastViewing = ItemIndex::undated;
 
     std::atomic<quint64> _filterRuns = 0;
     mutable std::mutex _viewMutex;

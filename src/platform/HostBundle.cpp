@@ -1,6 +1,7 @@
 #include "HostBundle.h"
 
 #include "GuardedSlot.h"
+#include "HostBundleLocation.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -76,6 +77,18 @@ HostBundle HostBundle::mainBundle() {
     if (found != std::end(candidates))
         bundle.bundleIdentifier = *found;
     return bundle;
+}
+
+QString HostBundle::location() const {
+    QStringList desktopFileNames;
+    if (!bundleIdentifier.isNull())
+        desktopFileNames << bundleIdentifier;
+    return hostBundleLocation(HostProcess::current(desktopFileNames));
+}
+
+QString HostBundle::name() const {
+    const QString path = location();
+    return path.isNull() ? path : path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
 }
 
 }  // namespace pelorinnews

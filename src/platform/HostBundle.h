@@ -33,6 +33,13 @@ public:
     /// Null where there is none of them.
     [[nodiscard]] QString identifier() const { return bundleIdentifier; }
 
+    /// The file or folder that is the application as it lies on disk (see `hostBundleLocation`);
+    /// null where it cannot be told. Reads the disk, briefly. Callable from any thread.
+    [[nodiscard]] QString location() const;
+
+    /// The last component of the location, as it is on disk ("Pelorin.app"); null with it.
+    [[nodiscard]] QString name() const;
+
 private:
     QString bundleIdentifier;
 };

@@ -16,10 +16,27 @@ QNetworkRequest networkRequest(const NetworkRequest &request) {
     // One short GET in hours gains nothing from HTTP/2, and what ends early is told more plainly
     // by HTTP/1.1.
     network.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    // Qt checks no length of a body that it decompresses, so a cut one would pass for whole.
+    network.setRawHeader("Accept-Encoding", "identity");
     network.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     network.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     network.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
     return network;
+}
+
+/// The error of an answer that Qt calls whole and that is not; absent where it is. Qt lets a body
+/// shorter than its claimed length pass when the connection's end overtakes the bytes.
+std::optional<Error> unmetPromise(const QNetworkReply &reply, int status, qint64 received) {
+    const QByteArray encoding = reply.rawHeader("Content-Encoding");
+    if (!encoding.isEmpty() && encoding.compare("identity", Qt::CaseInsensitive) != 0)
+        return networkError(QNetworkReply::ProtocolFailure,
+                            QStringLiteral("The body is encoded as ") +
+                                QString::fromLatin1(encoding) + QStringLiteral(", unasked"));
+    const bool hasBody = status != 204 && status != 304;
+    if (hasBody && reply.rawHeader("Content-Length").toLongLong() > received)
+        return networkError(QNetworkReply::RemoteHostClosedError,
+                            QStringLiteral("The connection closed before the body's end"));
+    return std::nullopt;
 }
 
 /// Whether `error` is what a finished answer's status was made into, not a failure of its own.
@@ -86,27 +103,23 @@ void NetworkTransfer::finish() {
 }
 
 NetworkOutcome NetworkTransfer::outcome() {
+    // Qt gives a file a status of its own making.
+    const QVariant statusOfHttp = reply->url().isLocalFile()
+                                      ? QVariant()
+                                      : reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    const int status = statusOfHttp.toInt();
     NetworkOutcome result;
-    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    const bool failed = tooLong || reply->error() != QNetworkReply::NoError;
-    if (status.isValid())
-        result.response = UrlResponse{status.toInt()};
-    else if (!failed)
+    result.connectionError = transportError(status);
+    if (statusOfHttp.isValid())
+        result.response = UrlResponse{status};
+    else if (!result.connectionError)
         result.response = UrlResponse{};
-
-    if (status.toInt() >= 400) {
+    if (!result.connectionError || status >= 400)
         result.data = std::move(body);
-        if (tooLong || !onlyTellsStatus(reply->error()))
-            result.connectionError = transportError();
-    } else if (failed) {
-        result.connectionError = transportError();
-    } else {
-        result.data = std::move(body);
-    }
     return result;
 }
 
-Error NetworkTransfer::transportError() const {
+std::optional<Error> NetworkTransfer::transportError(int status) const {
     if (tooLong)
         return networkError(QNetworkReply::UnknownContentError,
                             QStringLiteral("The body is longer than %1 bytes").arg(longestBody));
@@ -115,7 +128,11 @@ Error NetworkTransfer::transportError() const {
         return networkError(
             QNetworkReply::TimeoutError,
             QStringLiteral("No progress for %1 seconds").arg(request.idleTimeoutSeconds));
-    return networkError(reply->error(), reply->errorString());
+    const bool cameWhole =
+        status >= 400 ? onlyTellsStatus(reply->error()) : reply->error() == QNetworkReply::NoError;
+    if (!cameWhole)
+        return networkError(reply->error(), reply->errorString());
+    return unmetPromise(*reply, status, body.size());
 }
 
 }  // namespace pelorinnews

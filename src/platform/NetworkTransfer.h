@@ -30,7 +30,8 @@ private:
     void gather();
     void finish();
     [[nodiscard]] NetworkOutcome outcome();
-    [[nodiscard]] Error transportError() const;
+    /// Absent where the transfer came whole, whatever its status.
+    [[nodiscard]] std::optional<Error> transportError(int status) const;
 
     NetworkRequest request;
     const qint64 longestBody;

@@ -16,12 +16,16 @@ class NetworkThread;
 ///   never out of HTTP. Certificates are checked as the host's default TLS configuration says.
 /// - Nothing is kept between requests: no response cache, no cookies, no credentials, and no
 ///   connection once no request is under way. Between requests the thread sleeps without timers.
+/// - A body that ends before its claimed length, or on TLS before its last chunk, is an error. Over
+///   plain HTTP, Qt may take the connection's end for the last chunk. Bodies are asked for
+///   uncompressed, because a compressed one could not be checked so.
 /// - Errors of the transport have the domain "QNetworkReply::NetworkError" and its codes: among
 ///   them 4 (no progress for too long) and 5 (the loader was shut down).
 /// - A body longer than the limit is a transport error, so that no service can exhaust the
 ///   host's memory.
 ///
-/// Needs an application object: a request while there is none ends with a transport error.
+/// Needs an application object: a request while there is none ends with a transport error. A loader
+/// other than the shared one is to be shut down before that object goes; the shared one sees to it.
 class NetworkUrlLoader final : public UrlLoader {
 public:
     static constexpr qint64 defaultLongestBody = qint64(512) * 1024 * 1024;

@@ -12,20 +12,23 @@
 
 namespace pelorinnews {
 
-namespace {
+struct OperationQueue::Registry {
+    Registry() = default;
+    Registry(const Registry &) = delete;
+    Registry &operator=(const Registry &) = delete;
+    /// A transport that ends after the queues may have given them a last task, and a process may
+    /// leave without destroying its application object.
+    ~Registry() { closeAll(*this); }
 
-struct Registry {
+    static Registry &instance() {
+        static Registry registry;
+        return registry;
+    }
+
     std::mutex mutex;
     std::vector<std::weak_ptr<OperationQueue>> queues;
     bool closesWithApplication = false;
 };
-
-Registry &registry() {
-    static Registry instance;
-    return instance;
-}
-
-}  // namespace
 
 std::shared_ptr<OperationQueue> OperationQueue::make() {
     // The pool's destructor waits for its threads, so it must run on none of them.
@@ -36,21 +39,20 @@ std::shared_ptr<OperationQueue> OperationQueue::make() {
                                                 letGo);
     bool hook = false;
     {
-        Registry &all = registry();
+        Registry &all = Registry::instance();
         const std::lock_guard lock(all.mutex);
         std::erase_if(all.queues, [](const auto &known) { return known.expired(); });
         all.queues.push_back(queue);
         hook = !std::exchange(all.closesWithApplication, true);
     }
     if (hook)
-        qAddPostRoutine(&OperationQueue::closeAll);
+        qAddPostRoutine([] { closeAll(Registry::instance()); });
     return queue;
 }
 
-void OperationQueue::closeAll() {
+void OperationQueue::closeAll(Registry &all) {
     std::vector<std::weak_ptr<OperationQueue>> known;
     {
-        Registry &all = registry();
         const std::lock_guard lock(all.mutex);
         known.swap(all.queues);
         all.closesWithApplication = false;
@@ -63,8 +65,13 @@ void OperationQueue::closeAll() {
         }
     }
     const QDeadlineTimer deadline(joinMilliseconds);
-    for (const auto &queue : open)
-        queue->pool.waitForDone(static_cast<int>(deadline.remainingTime()));
+    for (const auto &queue : open) {
+        // Whoever did not end in time is not waited for again.
+        if (!queue->pool.waitForDone(static_cast<int>(deadline.remainingTime())))
+            continue;
+        const std::lock_guard lock(all.mutex);
+        all.queues.push_back(queue);
+    }
 }
 
 }  // namespace pelorinnews

@@ -11,8 +11,9 @@ namespace pelorinnews {
 ///
 /// What a plain `QThreadPool` lacks for that: the last reference may be dropped on any thread, the
 /// pool's own included (a plain pool would wait there for itself), and the pool's work never
-/// outlives the application. When the application object goes, every queue is closed and its
-/// running work is waited for, `joinMilliseconds` at most for all of them together.
+/// outlives the application. When the application object goes, and again when the process leaves,
+/// every queue is closed and its running work is waited for, `joinMilliseconds` at most for all of
+/// them together.
 class OperationQueue {
 public:
     static constexpr int joinMilliseconds = 5000;
@@ -32,7 +33,8 @@ public:
     [[nodiscard]] bool isClosed() const { return closed; }
 
 private:
-    static void closeAll();
+    struct Registry;
+    static void closeAll(Registry &all);
 
     QThreadPool pool;
     std::atomic<bool> closed = false;

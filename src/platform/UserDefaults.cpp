@@ -4,6 +4,7 @@
 #include "PreferenceValue.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 #include <QFile>
 #include <QHash>
 #include <QSettings>
@@ -78,6 +79,9 @@ public:
 
 protected:
     bool event(QEvent *event) override {
+        // Only the turn that writes: another event may be this object's end, lock and all.
+        if (event->type() != QEvent::UpdateRequest)
+            return QSettings::event(event);
         const std::lock_guard lock(mutex);
         return QSettings::event(event);
     }

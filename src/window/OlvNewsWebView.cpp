@@ -1,7 +1,10 @@
 #include "OlvNewsWebView.h"
 
+#include "KeyEquivalent.h"
 #include "NewsWebViewAccessible.h"
 #include "RendererLoader.h"
+#include "RichTextMimeData.h"
+#include "RichTextWriter.h"
 
 #include <QAccessible>
 #include <QClipboard>
@@ -68,8 +71,23 @@ void OlvNewsWebView::accessibilitySetValueForAttribute(const QString &value,
     NewsWebViewAccessible::announceValue(this, before);
 }
 
-bool OlvNewsWebView::performKeyEquivalent(const QKeyEvent &) {
-    return false;
+bool OlvNewsWebView::performKeyEquivalent(const QKeyEvent &event) {
+    return isKeyEquivalent(event, copyKeyEquivalent) && (copyAsRichText() || copyValue());
+}
+
+bool OlvNewsWebView::copyAsRichText() const {
+    const auto rtf = richTextFromHtml(_page);
+    if (!rtf)
+        return false;
+    QGuiApplication::clipboard()->setMimeData(richTextMimeData(*rtf).release());
+    return true;
+}
+
+bool OlvNewsWebView::copyValue() const {
+    if (_value.isEmpty())
+        return false;
+    QGuiApplication::clipboard()->setText(_value);
+    return true;
 }
 
 void OlvNewsWebView::resizeEvent(QResizeEvent *event) {

@@ -1,19 +1,34 @@
 #include "OlvNewsWindow.h"
 
+#include "KeyEquivalent.h"
 #include "OlvNewsWebView.h"
 
 #include <QApplication>
 #include <QKeyEvent>
 #include <QWindow>
 
+#include <algorithm>
+
 namespace pelorinnews {
+
+namespace {
+
+bool isOurs(const QKeyEvent &event) {
+    return isKeyEquivalent(event, escapeKeyEquivalent) ||
+           isKeyEquivalent(event, closeKeyEquivalent) || isKeyEquivalent(event, copyKeyEquivalent);
+}
+
+}  // namespace
 
 OlvNewsWindow::OlvNewsWindow(QWidget *parent) : QWidget(parent, Qt::Window) {
     setAttribute(Qt::WA_QuitOnClose, false);
 }
 
-bool OlvNewsWindow::performKeyEquivalent(const QKeyEvent &) {
-    return false;
+bool OlvNewsWindow::performKeyEquivalent(const QKeyEvent &event) {
+    if (!isKeyEquivalent(event, escapeKeyEquivalent) && !isKeyEquivalent(event, closeKeyEquivalent))
+        return false;
+    performClose();
+    return true;
 }
 
 void OlvNewsWindow::makeKeyAndOrderFront() {
@@ -46,10 +61,20 @@ bool OlvNewsWindow::askForKeyEquivalent(const QKeyEvent &event) {
 }
 
 bool OlvNewsWindow::eventFilter(QObject *watched, QEvent *event) {
-    const bool keyPress = event->type() == QEvent::KeyPress && watched == windowHandle();
-    if (!keyPress || QApplication::activePopupWidget())
+    const auto type = event->type();
+    if ((type != QEvent::KeyPress && type != QEvent::ShortcutOverride) || !isActiveWindow() ||
+        QApplication::activePopupWidget())
         return QWidget::eventFilter(watched, event);
-    return askForKeyEquivalent(*static_cast<QKeyEvent *>(event));
+    const auto &keyEvent = *static_cast<QKeyEvent *>(event);
+    if (type == QEvent::ShortcutOverride) {
+        // Claims the key before the host's shortcuts; it then comes as a key press.
+        if (!isOurs(keyEvent))
+            return QWidget::eventFilter(watched, event);
+        event->accept();
+        return true;
+    }
+    // The window is the first to see a key press; what it passes on is not asked for again.
+    return watched == windowHandle() && askForKeyEquivalent(keyEvent);
 }
 
 }  // namespace pelorinnews

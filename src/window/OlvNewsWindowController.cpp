@@ -69,6 +69,9 @@ OlvNewsWindowController::OlvNewsWindowController(QString nibName)
 
 OlvNewsWindowController::~OlvNewsWindowController() {
     _optionsFold.reset();
+    // A window that is still open closes while it is destroyed, which is no event of ours any more.
+    if (_loadedWindow)
+        _loadedWindow->removeEventFilter(this);
     delete _loadedWindow;
 }
 
@@ -113,18 +116,24 @@ OlvNewsWindow *OlvNewsWindowController::window() {
 }
 
 void OlvNewsWindowController::loadWindow() {
-    const WindowDescription::Actions actions = {
-        {QStringLiteral("onPreviousItem"), [this] { onPreviousItem(); }},
-        {QStringLiteral("onNextItem"), [this] { onNextItem(); }},
-        {QStringLiteral("onShowOnStartChanged"), [this] { onShowOnStartChanged(); }},
-        {QStringLiteral("onDisplayContentTypeChanged"), [this] { onDisplayContentTypeChanged(); }},
-        {QStringLiteral("onDisplayContentFromChanged"), [this] { onDisplayContentFromChanged(); }},
-        {QStringLiteral("onOptionsButton"), [this] { onOptionsButton(); }},
+    using Controller = OlvNewsWindowController;
+    const auto action = [this](void (Controller::*operation)()) {
+        return [this, operation] {
+            if (const auto self = weak_from_this().lock())
+                (this->*operation)();
+        };
     };
-    const bool isPath = _windowNibName.contains(QLatin1Char('/'));
-    const QString path =
-        isPath ? _windowNibName : QStringLiteral(":/pelorinnews/%1.ui").arg(_windowNibName);
-    auto made = WindowDescription(path).load(actions);
+    const WindowDescription::Actions actions = {
+        {QStringLiteral("onPreviousItem"), action(&Controller::onPreviousItem)},
+        {QStringLiteral("onNextItem"), action(&Controller::onNextItem)},
+        {QStringLiteral("onShowOnStartChanged"), action(&Controller::onShowOnStartChanged)},
+        {QStringLiteral("onDisplayContentTypeChanged"),
+         action(&Controller::onDisplayContentTypeChanged)},
+        {QStringLiteral("onDisplayContentFromChanged"),
+         action(&Controller::onDisplayContentFromChanged)},
+        {QStringLiteral("onOptionsButton"), action(&Controller::onOptionsButton)},
+    };
+    auto made = WindowDescription::load(_windowNibName, actions);
     if (!made)
         return;
     _loadedWindow = made.release();
@@ -167,7 +176,9 @@ void OlvNewsWindowController::showWindow() {
 }
 
 bool OlvNewsWindowController::eventFilter(QObject *watched, QEvent *event) {
-    if (watched == _loadedWindow) {
+    // One whose last reference went on another thread still waits for its end; it is over for it.
+    const auto self = weak_from_this().lock();
+    if (self && watched == _loadedWindow) {
         switch (event->type()) {
             case QEvent::WindowActivate:
                 windowDidBecomeKey();
@@ -190,7 +201,8 @@ void OlvNewsWindowController::timerEvent(QTimerEvent *event) {
     if (event->timerId() != _exposeTimer.timerId())
         return QObject::timerEvent(event);
     _exposeTimer.stop();
-    if (_loadedWindow && _loadedWindow->isVisible())
+    const auto self = weak_from_this().lock();
+    if (self && _loadedWindow && _loadedWindow->isVisible())
         windowDidBecomeKey();
 }
 
@@ -239,7 +251,8 @@ void OlvNewsWindowController::windowWillClose() {
 void OlvNewsWindowController::exit() {
     if (_refreshTimer)
         _refreshTimer->invalidate();
-    if (_windowIsVisible && _loadedWindow)
+    // Also one that was shown a moment ago and has not become key yet.
+    if (_loadedWindow && (_windowIsVisible || _loadedWindow->isVisible()))
         _loadedWindow->performClose();
     _configuration->setLastViewing(_newsCache->lastViewing());
 }

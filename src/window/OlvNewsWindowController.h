@@ -39,8 +39,7 @@ class OlvNewsWindowController final : public QObject,
 public:
     /// The controller, with its first refresh started and its timer running, or null where there
     /// is no `QApplication` or the caller is not on its thread. Neither the window nor a renderer
-    /// is made before it is needed. `windowNibName` names the window description, a resource of
-    /// the module or a file path.
+    /// is made before it is needed. `windowNibName` names the window description.
     static std::shared_ptr<OlvNewsWindowController> initWithWindowNibName(
         const QString &windowNibName);
     ~OlvNewsWindowController() override;

@@ -1,6 +1,7 @@
 #include "TextNewsRenderer.h"
 
 #include "BareHttpLinks.h"
+#include "BoundedHtml.h"
 
 #include <QFrame>
 #include <QScrollBar>
@@ -12,6 +13,9 @@ namespace {
 // What browsers give a page that asks for nothing else.
 constexpr int standardFontPixels = 16;
 constexpr qreal pageMargin = 8;
+
+// Laying out one long line takes a time that grows with its square.
+constexpr qsizetype mostPlainCharacters = 10'000;
 
 }  // namespace
 
@@ -36,7 +40,11 @@ TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
 }
 
 void TextNewsRenderer::loadHtmlString(const QString &html) {
-    setHtml(html);
+    // Markup that the document would choke on is shown as it stands.
+    if (const auto bounded = BoundedHtml::prepared(html))
+        setHtml(*bounded);
+    else
+        setPlainText(html.left(mostPlainCharacters));
     verticalScrollBar()->setValue(0);
 }
 

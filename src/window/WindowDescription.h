@@ -10,25 +10,21 @@
 
 namespace pelorinnews {
 
-/// The window description: a form that Qt Designer edits, from which the window is made.
+/// The window description: a form that Qt Designer edits, compiled into the module. (Read at run
+/// time it would bring every Designer plug-in of the machine into the host, web engines included.)
 ///
 /// Controls that act carry the dynamic property "action" with the name of an operation of the
 /// window's owner; `load` connects them, so that no code sets a target. Controls are found by
 /// their object names; one that is missing is simply absent.
-class WindowDescription {
-public:
-    using Actions = std::map<QString, std::function<void()>>;
+namespace WindowDescription {
 
-    /// `path` is a file or a resource.
-    explicit WindowDescription(QString path) : _path(std::move(path)) {}
+using Actions = std::map<QString, std::function<void()>>;
 
-    /// Makes the window and connects its controls to `actions`; names that `actions` lacks stay
-    /// unconnected. Null when the description is absent, malformed or describes something else
-    /// than a news window. Main thread only.
-    [[nodiscard]] std::unique_ptr<OlvNewsWindow> load(const Actions &actions) const;
+/// Makes the window that the description `name` tells of and connects its controls to `actions`;
+/// names that `actions` lacks stay unconnected. Null for a name without a description. Main thread
+/// only.
+[[nodiscard]] std::unique_ptr<OlvNewsWindow> load(const QString &name, const Actions &actions);
 
-private:
-    QString _path;
-};
+}  // namespace WindowDescription
 
 }  // namespace pelorinnews

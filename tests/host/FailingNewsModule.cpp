@@ -20,6 +20,10 @@ public:
         }
         return nullptr;
     }
+
+    std::shared_ptr<pelorinnews::NotificationCenter> notificationCenter() override {
+        return nullptr;
+    }
 };
 
 #include "FailingNewsModule.moc"

@@ -25,6 +25,10 @@ public:
     }
 
     std::shared_ptr<pelorinnews::NewsController> init(pelorinnews::Error *) override;
+
+    std::shared_ptr<pelorinnews::NotificationCenter> notificationCenter() override {
+        return nullptr;
+    }
 };
 
 namespace {

@@ -13,3 +13,12 @@
         TestClass test;                                 \
         return QTest::qExec(&test, argc, argv);         \
     }
+
+/// The same for a test with widgets. Include <QApplication> before.
+#define PELORIN_WIDGET_TEST_MAIN(TestClass)         \
+    int main(int argc, char *argv[]) {              \
+        const pelorinnews::test::TestHome home;     \
+        const QApplication application(argc, argv); \
+        TestClass test;                             \
+        return QTest::qExec(&test, argc, argv);     \
+    }

@@ -9,6 +9,7 @@
 #include <QUrlQuery>
 
 #include <sys/socket.h>
+#include <utility>
 
 namespace pelorinnews {
 
@@ -61,6 +62,9 @@ FeedConnection::FeedConnection(std::unique_ptr<QTcpSocket> connected,
     state->connectionOpened();
     connect(socket.get(), &QTcpSocket::readyRead, this, &FeedConnection::readHead);
     connect(socket.get(), &QTcpSocket::bytesWritten, this, &FeedConnection::sendBody);
+    // A TLS socket's bytesWritten only tells that bytes are encrypted.
+    if (auto *tls = qobject_cast<QSslSocket *>(socket.get()))
+        connect(tls, &QSslSocket::encryptedBytesWritten, this, &FeedConnection::sendBody);
     connect(socket.get(), &QTcpSocket::disconnected, this, &QObject::deleteLater);
     // A TLS handshake that fails may never have been "connected".
     connect(socket.get(), &QTcpSocket::errorOccurred, this, [this] {
@@ -206,11 +210,8 @@ void FeedConnection::sendHead() {
 }
 
 void FeedConnection::sendBody() {
-    if (phase == Phase::Ending)
-        end();
     while (phase == Phase::SendingBody && !timer.isActive()) {
-        const auto *tls = qobject_cast<const QSslSocket *>(socket.get());
-        if (socket->bytesToWrite() + (tls ? tls->encryptedBytesToWrite() : 0) > highWater)
+        if (bytesUnderWay() > highWater)
             return;
         if (reply.cutAfter && sent >= *reply.cutAfter) {
             end();
@@ -263,19 +264,32 @@ void FeedConnection::bodyEnded() {
 }
 
 void FeedConnection::end() {
-    phase = Phase::Ending;
+    if (std::exchange(phase, Phase::Ending) == Phase::Ending)
+        return;
+    // Not from here: the caller may be the socket, in the middle of writing, and a TLS socket has
+    // a flush of its own queued that must find it whole.
+    QMetaObject::invokeMethod(this, &FeedConnection::cut, Qt::QueuedConnection);
+}
+
+void FeedConnection::cut() {
     if (reply.cutStyle == FeedReply::CutStyle::Close) {
         socket->disconnectFromHost();
         return;
     }
-    // What was to be sent before the cut goes out first; sendBody comes back here.
-    const auto *tls = qobject_cast<const QSslSocket *>(socket.get());
-    if (socket->bytesToWrite() + (tls ? tls->encryptedBytesToWrite() : 0) > 0)
+    // What was to be sent before the cut goes out first.
+    if (bytesUnderWay() > 0) {
+        QTimer::singleShot(1, this, &FeedConnection::cut);
         return;
+    }
     const linger none{1, 0};
     ::setsockopt(static_cast<int>(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &none,
                  sizeof none);
     socket->abort();
+}
+
+qint64 FeedConnection::bytesUnderWay() const {
+    const auto *tls = qobject_cast<const QSslSocket *>(socket.get());
+    return socket->bytesToWrite() + (tls ? tls->encryptedBytesToWrite() : 0);
 }
 
 }  // namespace pelorinnews

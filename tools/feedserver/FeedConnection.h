@@ -33,7 +33,10 @@ private:
     void sendBody();
     void sendPiece(const QByteArray &piece);
     void bodyEnded();
+    /// Ends the connection, in the way that the reply asks for, once what was written is out.
     void end();
+    void cut();
+    [[nodiscard]] qint64 bytesUnderWay() const;
     [[nodiscard]] FeedBody bodyFor(const QByteArray &path, const QByteArray &query);
     [[nodiscard]] QByteArray head() const;
 

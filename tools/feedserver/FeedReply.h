@@ -75,8 +75,9 @@ struct FeedReply {
     bool keepAlive = false;
 
     /// Reads options separated by commas, for example `status=503,delay=200,empty`; values are
-    /// percent-decoded. Absent when one is unknown or its value cannot be read; `whyNot`, where
-    /// given, then says which. See `optionsHelp`.
+    /// percent-decoded, so a slash or a comma in one is written %2F or %2C. Absent when one is
+    /// unknown or its value cannot be read; `whyNot`, where given, then says which. See
+    /// `optionsHelp`.
     [[nodiscard]] static std::optional<FeedReply> parse(const QString &text,
                                                         QString *whyNot = nullptr);
 

@@ -1,0 +1,57 @@
+#include "FeedGenerator.h"
+#include "LocalCacheFile.h"
+
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+namespace pelorinnews::bench {
+
+namespace {
+
+/// The cache file on the disk that holds temporary files.
+class File {
+public:
+    [[nodiscard]] LocalCacheFile get() const {
+        return LocalCacheFile(folder.filePath(QStringLiteral("PelorinNews.xml")));
+    }
+
+private:
+    QTemporaryDir folder;
+};
+
+void writeCacheFile(benchmark::State &state) {
+    const File file;
+    const QByteArray body = makeFeed(static_cast<int>(state.range(0)));
+    for (auto iteration : state) {
+        static_cast<void>(iteration);
+        if (file.get().write(body))
+            qFatal("the file cannot be written");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.SetBytesProcessed(state.iterations() * body.size());
+}
+
+void readCacheFile(benchmark::State &state) {
+    const File file;
+    const QByteArray body = makeFeed(static_cast<int>(state.range(0)));
+    const qsizetype size = QString::fromUtf8(body).size();
+    if (file.get().write(body))
+        qFatal("the file cannot be written");
+    for (auto iteration : state) {
+        static_cast<void>(iteration);
+        Error error;
+        const auto read = file.get().read(&error);
+        if (!read || read->size() != size)
+            qFatal("the file cannot be read");
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.SetBytesProcessed(state.iterations() * size * 2);
+}
+
+BENCHMARK(writeCacheFile)->RangeMultiplier(10)->Range(10, 100'000)->UseRealTime();
+BENCHMARK(readCacheFile)->RangeMultiplier(10)->Range(10, 100'000)->UseRealTime();
+
+}  // namespace
+
+}  // namespace pelorinnews::bench

@@ -1,0 +1,72 @@
+#include "OlvPelorinFinder.h"
+
+#include "HostBundle.h"
+#include "MainQueue.h"
+#include "MetadataQueryCenter.h"
+
+#include <QObject>
+
+namespace pelorinnews {
+
+std::shared_ptr<OlvPelorinFinder> OlvPelorinFinder::init() {
+    return init(HostBundle::mainBundle().name(), {SearchScope::localComputer()});
+}
+
+std::shared_ptr<OlvPelorinFinder> OlvPelorinFinder::init(const QString &bundleName,
+                                                         const QStringList &searchScopes) {
+    const std::shared_ptr<OlvPelorinFinder> finder(new OlvPelorinFinder);
+    finder->_query.setSearchScopes(searchScopes);
+    const std::weak_ptr<OlvPelorinFinder> weak = finder;
+    const auto *center = MetadataQueryCenter::defaultCenter();
+    finder->_observations = {
+        QObject::connect(center, &MetadataQueryCenter::didUpdate, center,
+                         [weak] {
+                             if (const auto observer = weak.lock())
+                                 observer->queryUpdated();
+                         }),
+        QObject::connect(center, &MetadataQueryCenter::didFinishGathering, center,
+                         [weak] {
+                             if (const auto observer = weak.lock())
+                                 observer->queryGatheringFinished();
+                         }),
+    };
+    finder->_query.setPredicate(FileNamePattern::like(bundleName));
+    MainQueue::dispatchAsync([finder] { finder->_query.startQuery(); });
+    return finder;
+}
+
+OlvPelorinFinder::~OlvPelorinFinder() {
+    _query.stopQuery();
+    for (const QMetaObject::Connection &observation : _observations)
+        QObject::disconnect(observation);
+}
+
+void OlvPelorinFinder::setResult() {
+    switch (_query.resultCount()) {
+        case 0:
+            _result = OlvFinderResultNone;
+            break;
+        case 1:
+            _result = OlvFinderResultOne;
+            break;
+        default:
+            _result = OlvFinderResultMany;
+    }
+}
+
+void OlvPelorinFinder::queryGatheringFinished() {
+    setResult();
+}
+
+void OlvPelorinFinder::queryUpdated() {
+    setResult();
+}
+
+std::optional<QStringList> OlvPelorinFinder::instances() const {
+    QStringList paths = _query.results();
+    if (paths.isEmpty())
+        return std::nullopt;
+    return paths;
+}
+
+}  // namespace pelorinnews

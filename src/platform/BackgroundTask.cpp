@@ -1,0 +1,126 @@
+#include "BackgroundTask.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/eventfd.h>
+#include <sys/syscall.h>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace pelorinnews {
+
+namespace {
+
+struct Registry {
+    std::mutex mutex;
+    std::condition_variable ended;
+    std::vector<std::shared_ptr<BackgroundTask>> running;
+    bool stopsWithApplication = false;
+};
+
+// Never destroyed: a thread that outlives the wait at the end still signs off here.
+Registry &registry() {
+    static Registry &instance = *std::make_unique<Registry>().release();
+    return instance;
+}
+
+void signOff(const std::shared_ptr<BackgroundTask> &task) {
+    Registry &all = registry();
+    const std::lock_guard lock(all.mutex);
+    std::erase(all.running, task);
+    all.ended.notify_all();
+}
+
+void setInputOutputClass(pid_t thread, int ioClass) {
+    constexpr int whoIsThread = 1;
+    constexpr int classShift = 13;
+    ::syscall(SYS_ioprio_set, whoIsThread, thread, ioClass << classShift);
+}
+
+}  // namespace
+
+std::shared_ptr<BackgroundTask> BackgroundTask::start(const char *name, Work work) {
+    auto task = std::make_shared<BackgroundTask>();
+    task->stopEvent = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!task->stopEvent.isValid())
+        return nullptr;
+    bool isFirst = false;
+    {
+        Registry &all = registry();
+        const std::lock_guard lock(all.mutex);
+        all.running.push_back(task);
+        isFirst = !std::exchange(all.stopsWithApplication, true);
+    }
+    if (isFirst)
+        qAddPostRoutine(&BackgroundTask::stopAll);
+    try {
+        std::thread([task, work = std::move(work), name]() mutable {
+            ::pthread_setname_np(::pthread_self(), name);
+            task->run(work);
+            work = nullptr;
+            signOff(task);
+        }).detach();
+    } catch (const std::system_error &) {
+        signOff(task);
+        return nullptr;
+    }
+    return task;
+}
+
+void BackgroundTask::run(const Work &work) {
+    if (!stopped)
+        work(*this);
+    const std::lock_guard lock(mutex);
+    idleThread = 0;
+}
+
+void BackgroundTask::stop() {
+    stopped = true;
+    static_cast<void>(::eventfd_write(stopEvent.get(), 1));
+    const std::lock_guard lock(mutex);
+    if (idleThread == 0)
+        return;
+    // On a busy computer an idle thread might not even get to see that it is to stop. Where the
+    // user may not do this it ends when it next gets the processor.
+    const sched_param ordinary{};
+    ::sched_setscheduler(idleThread, SCHED_OTHER, &ordinary);
+    setInputOutputClass(idleThread, 0);
+}
+
+void BackgroundTask::enterIdleClass() {
+    const std::lock_guard lock(mutex);
+    if (stopped)
+        return;
+    idleThread = static_cast<pid_t>(::syscall(SYS_gettid));
+    const sched_param ordinary{};
+    ::sched_setscheduler(idleThread, SCHED_IDLE, &ordinary);
+    constexpr int idleInputOutput = 3;
+    setInputOutputClass(idleThread, idleInputOutput);
+}
+
+void BackgroundTask::stopAll() {
+    Registry &all = registry();
+    std::vector<std::shared_ptr<BackgroundTask>> running;
+    {
+        const std::lock_guard lock(all.mutex);
+        running = all.running;
+        all.stopsWithApplication = false;
+    }
+    for (const auto &task : running)
+        task->stop();
+    std::unique_lock lock(all.mutex);
+    all.ended.wait_for(lock, std::chrono::milliseconds(joinMilliseconds), [&all, &running] {
+        return std::none_of(running.begin(), running.end(), [&all](const auto &task) {
+            return std::find(all.running.begin(), all.running.end(), task) != all.running.end();
+        });
+    });
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,97 @@
+#include "FileWalk.h"
+
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <utility>
+
+namespace pelorinnews {
+
+namespace {
+
+// What one call of the kernel fills: some hundred entries, so that a stop is seen soon.
+constexpr std::size_t bufferSize = 32 * 1024;
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+
+bool isFolder(int parent, const dirent64 &entry) {
+    if (entry.d_type != DT_UNKNOWN)
+        return entry.d_type == DT_DIR;
+    struct stat status {};
+    return ::fstatat(parent, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           S_ISDIR(status.st_mode);
+}
+
+}  // namespace
+
+FileWalk::FileWalk(FileNamePattern names) : pattern(std::move(names)), buffer(bufferSize) {}
+
+void FileWalk::run(const QByteArray &folder, const std::atomic<bool> &stop) {
+    top = folder.endsWith('/') ? folder : folder + '/';
+    topFolder = FileDescriptor(::open(folder.constData(), folderFlags));
+    struct stat status {};
+    if (!topFolder.isValid() || ::fstat(topFolder.get(), &status) != 0)
+        return;
+    topDevice = status.st_dev;
+    unread = {QByteArray()};
+    while (!unread.empty() && !stop) {
+        const QByteArray next = std::move(unread.back());
+        unread.pop_back();
+        readFolder(next, stop);
+    }
+    unread.clear();
+    topFolder = FileDescriptor();
+}
+
+FileDescriptor FileWalk::openFolder(const QByteArray &relative) const {
+    const char *const path = relative.isEmpty() ? "." : relative.constData();
+    open_how how{};
+    how.flags = folderFlags;
+    how.resolve = RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS;
+    const long opened = ::syscall(SYS_openat2, topFolder.get(), path, &how, sizeof how);
+    if (opened >= 0)
+        return FileDescriptor(static_cast<int>(opened));
+    if (errno != ENOSYS && errno != EPERM)
+        return {};
+    // An old kernel or a sandbox that does not know the call: then only another device is noticed,
+    // not another mount of the same one.
+    FileDescriptor folder(::openat(topFolder.get(), path, folderFlags));
+    struct stat status {};
+    const bool stays =
+        folder.isValid() && ::fstat(folder.get(), &status) == 0 && status.st_dev == topDevice;
+    return stays ? std::move(folder) : FileDescriptor();
+}
+
+void FileWalk::readFolder(const QByteArray &relative, const std::atomic<bool> &stop) {
+    const FileDescriptor folder = openFolder(relative);
+    if (!folder.isValid())
+        return;
+    const QByteArray prefix = relative.isEmpty() ? relative : relative + '/';
+    while (!stop) {
+        const auto byteCount = ::getdents64(folder.get(), buffer.data(), buffer.size());
+        if (byteCount <= 0)
+            return;
+        readEntries(folder.get(), prefix, byteCount);
+    }
+}
+
+void FileWalk::readEntries(int folder, const QByteArray &prefix, qsizetype byteCount) {
+    for (qsizetype offset = 0; offset < byteCount;) {
+        const auto *entry =
+            reinterpret_cast<const dirent64 *>(buffer.data() + static_cast<std::size_t>(offset));
+        offset += entry->d_reclen;
+        const std::string_view name(entry->d_name);
+        if (name == "." || name == "..")
+            continue;
+        ++entries;
+        if (pattern.matches(name))
+            found.push_back(top + prefix + entry->d_name);
+        else if (isFolder(folder, *entry))
+            unread.push_back(prefix + entry->d_name);
+    }
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,75 @@
+#include "FolderWatch.h"
+
+#include "MountTable.h"
+
+#include <array>
+#include <sys/inotify.h>
+
+namespace pelorinnews {
+
+FolderWatch::FolderWatch() : kernelQueue(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {}
+
+bool FolderWatch::watch(const QByteArray &folder, Interest interest) {
+    const auto known = folders.find(folder);
+    if (known != folders.end() && known->second.interest >= interest)
+        return false;
+    if (known == folders.end() && folders.size() >= folderLimit)
+        return false;
+    std::uint32_t mask = IN_ONLYDIR | IN_DONT_FOLLOW | IN_MASK_ADD | IN_DELETE_SELF | IN_MOVE_SELF;
+    if (interest == Interest::entries)
+        mask |= IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
+    const int number = ::inotify_add_watch(kernelQueue.get(), folder.constData(), mask);
+    if (number < 0)
+        return false;
+    paths[number] = folder;
+    folders.insert_or_assign(folder, Folder{number, interest});
+    return true;
+}
+
+std::vector<FolderWatch::Change> FolderWatch::takeChanges() {
+    std::vector<Change> changes;
+    alignas(inotify_event) std::array<char, 16 * 1024> buffer;
+    for (;;) {
+        const ssize_t size = ::read(kernelQueue.get(), buffer.data(), buffer.size());
+        if (size <= 0)
+            return changes;
+        for (ssize_t offset = 0; offset < size;) {
+            const auto *event = reinterpret_cast<const inotify_event *>(buffer.data() + offset);
+            offset += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+            if ((event->mask & IN_Q_OVERFLOW) != 0) {
+                changes.push_back({Change::Kind::changesLost, {}, {}});
+                continue;
+            }
+            const auto watched = paths.find(event->wd);
+            if (watched == paths.end())
+                continue;
+            const QByteArray folder = watched->second;
+            if ((event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED)) != 0) {
+                forget(folder);
+                changes.push_back({Change::Kind::folderGone, folder, {}});
+                continue;
+            }
+            if (event->len == 0)
+                continue;
+            const bool appeared = (event->mask & (IN_CREATE | IN_MOVED_TO)) != 0;
+            changes.push_back({appeared ? Change::Kind::entryAppeared : Change::Kind::entryGone,
+                               folder, QByteArray(event->name), (event->mask & IN_ISDIR) != 0});
+        }
+    }
+}
+
+void FolderWatch::forget(const QByteArray &folder) {
+    for (auto entry = folders.lower_bound(folder); entry != folders.end();) {
+        if (!entry->first.startsWith(folder))
+            break;
+        if (!MountTable::isAtOrBelow(entry->first, folder)) {
+            ++entry;
+            continue;
+        }
+        paths.erase(entry->second.watchNumber);
+        ::inotify_rm_watch(kernelQueue.get(), entry->second.watchNumber);
+        entry = folders.erase(entry);
+    }
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,76 @@
+#include "MetadataQuery.h"
+
+#include "ApplicationFolders.h"
+#include "BackgroundTask.h"
+#include "GuardedSlot.h"
+#include "MainQueue.h"
+#include "MetadataQueryCenter.h"
+#include "MetadataQueryWorker.h"
+
+#include <utility>
+
+namespace pelorinnews {
+
+struct MetadataQuery::State {
+    QStringList scopes{SearchScope::localComputer()};
+    FileNamePattern predicate;
+    GuardedSlot<std::shared_ptr<BackgroundTask>> task;
+    GuardedSlot<QStringList> results;
+};
+
+MetadataQuery::MetadataQuery() : state(std::make_shared<State>()) {}
+
+MetadataQuery::~MetadataQuery() {
+    stopQuery();
+}
+
+void MetadataQuery::setSearchScopes(const QStringList &scopes) {
+    state->scopes = scopes;
+}
+
+void MetadataQuery::setPredicate(const FileNamePattern &predicate) {
+    state->predicate = predicate;
+}
+
+bool MetadataQuery::startQuery() {
+    if (state->task.get())
+        return false;
+    state->results.set({});
+    const MetadataQuery *identity = this;
+    MetadataQueryWorker::Search search{state->predicate, state->scopes, applicationFolders()};
+    auto work = [weak = std::weak_ptr(state), identity, search](BackgroundTask &task) {
+        auto tell = [weak, identity, running = task.weak_from_this()](
+                        const QStringList &paths, MetadataQueryWorker::News news) {
+            MainQueue::dispatchAsync([weak, identity, running, paths, news] {
+                const auto query = weak.lock();
+                const auto teller = running.lock();
+                // What a search that was stopped had still to say is not said.
+                if (!query || !teller || query->task.get() != teller)
+                    return;
+                query->results.set(paths);
+                MetadataQueryCenter *center = MetadataQueryCenter::defaultCenter();
+                if (news == MetadataQueryWorker::News::gathered)
+                    Q_EMIT center->didFinishGathering(identity);
+                else
+                    Q_EMIT center->didUpdate(identity);
+            });
+        };
+        MetadataQueryWorker::run(task, search, std::move(tell));
+    };
+    auto task = BackgroundTask::start("pelorin-search", std::move(work));
+    if (!task)
+        return false;
+    state->task.set(std::move(task));
+    return true;
+}
+
+void MetadataQuery::stopQuery() {
+    if (const auto task = state->task.exchange(nullptr))
+        task->stop();
+}
+
+QStringList MetadataQuery::results() const {
+    return state->results.get();
+}
+
+}  // namespace pelorinnews

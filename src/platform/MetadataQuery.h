@@ -1,0 +1,48 @@
+#pragma once
+
+#include "FileNamePattern.h"
+#include "SearchScope.h"
+
+#include <QStringList>
+
+#include <memory>
+
+namespace pelorinnews {
+
+/// A live search for the file-system entries whose names match: gathers those that exist, then
+/// follows what comes and goes, until it is stopped or destroyed.
+///
+/// Where the desktop's file index answers, it is asked and listened to; what it does not cover is
+/// walked in the background, once, and then watched where applications are kept and where matches
+/// were found. News are told by `MetadataQueryCenter`, on the main thread. No call waits for the
+/// search. Set it up and start it on the main thread; every other call is for any thread.
+class MetadataQuery {
+public:
+    MetadataQuery();
+    ~MetadataQuery();
+    MetadataQuery(const MetadataQuery &) = delete;
+    MetadataQuery &operator=(const MetadataQuery &) = delete;
+
+    /// Folders, or `SearchScope::localComputer()`, which it is without this call.
+    void setSearchScopes(const QStringList &scopes);
+
+    void setPredicate(const FileNamePattern &predicate);
+
+    /// Begins to gather, from nothing. False, and nothing happens, where the query is running or
+    /// the system gives no thread.
+    bool startQuery();
+
+    /// Ends the search: from now on nothing changes and nothing is told. The results stay.
+    void stopQuery();
+
+    [[nodiscard]] qsizetype resultCount() const { return results().size(); }
+
+    /// The paths found, in the order of their bytes. Empty until the first gathering has ended.
+    [[nodiscard]] QStringList results() const;
+
+private:
+    struct State;
+    std::shared_ptr<State> state;
+};
+
+}  // namespace pelorinnews

@@ -1,0 +1,237 @@
+#include "NotificationList.h"
+
+#include <QUuid>
+
+#include <algorithm>
+
+namespace pelorinnews {
+
+void NotificationList::add(const UserNotification &notification, Presentation presentation) {
+    Item item;
+    item.entry.notification = notification;
+    item.entry.notification.identity = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    item.entry.notification.activationToken.clear();
+    item.state = presentation == Presentation::Asked ? State::Waiting : State::Unasked;
+
+    const auto waits = [](const Item &other) {
+        return other.state == State::Waiting || other.state == State::Unasked;
+    };
+    const std::lock_guard lock(mutex);
+    items.push_back(std::move(item));
+    if (static_cast<std::size_t>(std::count_if(items.begin(), items.end(), waits)) > maximumWaiting)
+        items.erase(std::find_if(items.begin(), items.end(), waits));
+}
+
+QList<UserNotification> NotificationList::delivered() const {
+    const std::lock_guard lock(mutex);
+    QList<UserNotification> notifications;
+    for (const Item &item : items) {
+        if (!item.entry.withdrawn)
+            notifications.append(item.entry.notification);
+    }
+    return notifications;
+}
+
+bool NotificationList::remove(const QString &identity) {
+    const std::lock_guard lock(mutex);
+    const auto item = findItem(identity);
+    if (item == items.end() || item->entry.withdrawn)
+        return false;
+    if (item->state == State::Unasked || item->state == State::Waiting) {
+        items.erase(item);
+        return false;
+    }
+    item->entry.withdrawn = true;
+    item->saved = false;
+    return true;
+}
+
+std::vector<UserNotification> NotificationList::unasked() const {
+    const std::lock_guard lock(mutex);
+    std::vector<UserNotification> notifications;
+    for (const Item &item : items) {
+        if (item.state == State::Unasked)
+            notifications.push_back(item.entry.notification);
+    }
+    return notifications;
+}
+
+void NotificationList::answer(const QString &identity, bool present) {
+    const std::lock_guard lock(mutex);
+    const auto item = findItem(identity);
+    if (item == items.end() || item->state != State::Unasked)
+        return;
+    if (present)
+        item->state = State::Waiting;
+    else
+        items.erase(item);
+}
+
+bool NotificationList::isEmpty() const {
+    const std::lock_guard lock(mutex);
+    return items.empty();
+}
+
+void NotificationList::merge(const RegistryContents &contents) {
+    const std::lock_guard lock(mutex);
+    mergeLocked(contents);
+}
+
+void NotificationList::mergeLocked(const RegistryContents &contents) {
+    if (contents.serial < serial)
+        return;
+    serial = contents.serial;
+    const bool isOfThisServer = contents.bus == bus && contents.server == server;
+    if (serverKnown && !isOfThisServer) {
+        fileIsOfAnotherServer = !contents.entries.empty();
+        return;
+    }
+    bus = contents.bus;
+    server = contents.server;
+
+    // What stands goes in the file's order, which is that of delivery for all processes alike. What
+    // the file held and holds no longer was ended by another process.
+    Items merged;
+    for (const RegistryEntry &entry : contents.entries) {
+        if (erased.contains(entry.notification.identity))
+            continue;
+        const auto known = findItem(entry.notification.identity);
+        if (known == items.end()) {
+            merged.push_back({entry, State::Standing, true, false});
+            continue;
+        }
+        known->entry.withdrawn = known->entry.withdrawn || entry.withdrawn;
+        known->saved = known->entry.withdrawn == entry.withdrawn;
+        merged.push_back(std::move(*known));
+        items.erase(known);
+    }
+    for (Item &item : items) {
+        if (item.state != State::Standing || !item.saved)
+            merged.push_back(std::move(item));
+    }
+    items = std::move(merged);
+}
+
+void NotificationList::setServer(const QString &newBus, const QString &newServer) {
+    const std::lock_guard lock(mutex);
+    serverKnown = true;
+    if (bus == newBus && server == newServer)
+        return;
+    bus = newBus;
+    server = newServer;
+    erased.clear();
+    std::erase_if(items, [this](const Item &item) {
+        const bool stood = item.state == State::Standing;
+        fileIsOfAnotherServer = fileIsOfAnotherServer || stood;
+        return stood || (item.state == State::Sending && item.entry.withdrawn);
+    });
+    for (Item &item : items) {
+        if (item.state == State::Sending)
+            item.state = State::Waiting;
+    }
+}
+
+bool NotificationList::hasWaiting() const {
+    const std::lock_guard lock(mutex);
+    return std::any_of(items.begin(), items.end(),
+                       [](const Item &item) { return item.state == State::Waiting; });
+}
+
+std::optional<UserNotification> NotificationList::takeWaiting() {
+    const std::lock_guard lock(mutex);
+    const auto item = std::find_if(items.begin(), items.end(), [](const Item &candidate) {
+        return candidate.state == State::Waiting;
+    });
+    if (item == items.end())
+        return std::nullopt;
+    item->state = State::Sending;
+    return item->entry.notification;
+}
+
+void NotificationList::setSent(const QString &identity, quint32 serverId, const QString &sender) {
+    const std::lock_guard lock(mutex);
+    const auto item = findItem(identity);
+    if (item == items.end())
+        return;
+    item->state = State::Standing;
+    item->entry.serverId = serverId;
+    item->entry.sender = sender;
+}
+
+void NotificationList::setUnsent(const QString &identity) {
+    const std::lock_guard lock(mutex);
+    const auto item = findItem(identity);
+    if (item == items.end() || item->state != State::Sending)
+        return;
+    if (item->entry.withdrawn)
+        items.erase(item);
+    else
+        item->state = State::Waiting;
+}
+
+std::vector<quint32> NotificationList::takeWithdrawn() {
+    const std::lock_guard lock(mutex);
+    std::vector<quint32> ids;
+    for (Item &item : items) {
+        if (item.state != State::Standing || !item.entry.withdrawn || item.closing)
+            continue;
+        item.closing = true;
+        ids.push_back(item.entry.serverId);
+    }
+    return ids;
+}
+
+std::optional<RegistryEntry> NotificationList::find(quint32 serverId) const {
+    const std::lock_guard lock(mutex);
+    for (const Item &item : items) {
+        if (item.state == State::Standing && item.entry.serverId == serverId)
+            return item.entry;
+    }
+    return std::nullopt;
+}
+
+void NotificationList::end(quint32 serverId) {
+    const std::lock_guard lock(mutex);
+    const auto item = std::find_if(items.begin(), items.end(), [serverId](const Item &candidate) {
+        return candidate.state == State::Standing && candidate.entry.serverId == serverId;
+    });
+    if (item == items.end())
+        return;
+    erased.append(item->entry.notification.identity);
+    items.erase(item);
+}
+
+void NotificationList::drop(const QString &identity) {
+    const std::lock_guard lock(mutex);
+    const auto item = findItem(identity);
+    if (item != items.end())
+        items.erase(item);
+}
+
+std::optional<RegistryChange> NotificationList::unsavedChange() const {
+    const std::lock_guard lock(mutex);
+    RegistryChange change{bus, server, serial, erased, {}};
+    for (const Item &item : items) {
+        if (item.state == State::Standing && !item.saved)
+            change.put.push_back(item.entry);
+    }
+    if (change.erased.isEmpty() && change.put.empty() && !fileIsOfAnotherServer)
+        return std::nullopt;
+    return change;
+}
+
+void NotificationList::setSaved(const RegistryChange &change, const RegistryContents &contents) {
+    const std::lock_guard lock(mutex);
+    for (const QString &identity : change.erased)
+        erased.removeAll(identity);
+    fileIsOfAnotherServer = false;
+    mergeLocked(contents);
+}
+
+NotificationList::Items::iterator NotificationList::findItem(const QString &identity) {
+    return std::find_if(items.begin(), items.end(), [&identity](const Item &item) {
+        return item.entry.notification.identity == identity;
+    });
+}
+
+}  // namespace pelorinnews

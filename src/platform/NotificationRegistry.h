@@ -1,0 +1,73 @@
+#pragma once
+
+#include <pelorinnews/NotificationCenter.h>
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+#include <vector>
+
+namespace pelorinnews {
+
+/// One delivered notification as the registry keeps it.
+struct RegistryEntry {
+    UserNotification notification;
+    /// The number that the notification server gave it.
+    quint32 serverId = 0;
+    /// The bus name of the connection that delivered it.
+    QString sender;
+    /// It was taken back, but the server has not confirmed that yet.
+    bool withdrawn = false;
+};
+
+/// The delivered notifications that stand, and for which server on which bus that is true.
+struct RegistryContents {
+    /// Grows with each change: of two contents the one with the greater number is the newer.
+    quint64 serial = 0;
+    QString bus;
+    QString server;
+    std::vector<RegistryEntry> entries;
+};
+
+/// A change to the registry. Contents that belong to another bus or server are dropped first.
+struct RegistryChange {
+    QString bus;
+    QString server;
+    /// The number of the newest contents that the changer knows.
+    quint64 serial = 0;
+    QStringList erased;
+    /// Each replaces the entry of the same identity, or comes last.
+    std::vector<RegistryEntry> put;
+};
+
+/// The file in which delivered notifications outlive the process that delivered them: no
+/// notification server can be asked whether a number still stands.
+///
+/// Shared by all processes of the same host and the same user: it is changed under a lock file and
+/// replaced as a whole, so that it can be read without one. Holds no state of its own; any thread.
+class NotificationRegistry {
+public:
+    /// More entries than this are not kept; the oldest go first.
+    static constexpr std::size_t maximumEntries = 200;
+    /// A change waits this long for another process's, in milliseconds.
+    static constexpr int lockTimeout = 200;
+
+    explicit NotificationRegistry(const QString &folder);
+
+    /// What the file holds. Absent where there is none or it cannot be read or understood.
+    [[nodiscard]] std::optional<RegistryContents> read() const;
+
+    /// Applies `change` and returns what the file holds then; absent where it could not be locked
+    /// or written, and then it is as before. A file that cannot be understood is set aside first,
+    /// under the name with ".corrupt" at its end. Waits for the lock and the disk.
+    [[nodiscard]] std::optional<RegistryContents> apply(const RegistryChange &change) const;
+
+    [[nodiscard]] QString path() const { return filePath; }
+
+private:
+    QString folderPath;
+    QString filePath;
+};
+
+}  // namespace pelorinnews

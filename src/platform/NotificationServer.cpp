@@ -1,0 +1,216 @@
+#include "NotificationServer.h"
+
+#include <QDBusError>
+#include <QDBusPendingCallWatcher>
+#include <QUuid>
+
+#include <limits>
+#include <utility>
+
+namespace pelorinnews {
+
+namespace {
+
+const QString service = QStringLiteral("org.freedesktop.Notifications");
+const QString path = QStringLiteral("/org/freedesktop/Notifications");
+const QString busService = QStringLiteral("org.freedesktop.DBus");
+const QString busPath = QStringLiteral("/org/freedesktop/DBus");
+
+// A hung server may answer after any time, and the answer to a delivery must not get lost: it
+// holds the number by which alone the notification can be taken back.
+constexpr int withoutTimeout = std::numeric_limits<int>::max();
+// Nobody reads more in a pop-up, and a message of the size of a broken feed would cost us the bus.
+constexpr int maximumTextLength = 4096;
+
+QDBusMessage serverCall(const QString &destination, const QString &method) {
+    return QDBusMessage::createMethodCall(destination, path, service, method);
+}
+
+QDBusMessage busCall(const QString &method, const QVariantList &arguments = {}) {
+    QDBusMessage message = QDBusMessage::createMethodCall(busService, busPath, busService, method);
+    message.setArguments(arguments);
+    return message;
+}
+
+bool isError(const QDBusMessage &reply) {
+    return reply.type() != QDBusMessage::ReplyMessage;
+}
+
+// Whether the error says that nobody received the call, rather than what somebody thought of it.
+bool isServerGone(const QDBusMessage &reply) {
+    switch (QDBusError(reply).type()) {
+        case QDBusError::ServiceUnknown:
+        case QDBusError::NoReply:
+        case QDBusError::NoServer:
+        case QDBusError::NoNetwork:
+        case QDBusError::Timeout:
+        case QDBusError::TimedOut:
+        case QDBusError::Disconnected:
+            return true;
+        default:
+            return reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
+    }
+}
+
+QVariant firstArgument(const QDBusMessage &message) {
+    return message.arguments().value(0);
+}
+
+QString plainText(QString text) {
+    // The bus carries no null characters.
+    text.remove(QChar(QChar::Null));
+    if (text.size() <= maximumTextLength)
+        return text;
+    text.truncate(text.at(maximumTextLength - 1).isHighSurrogate() ? maximumTextLength - 1
+                                                                   : maximumTextLength);
+    return text;
+}
+
+QString soundName(const QString &name) {
+    return name == UserNotification::defaultSoundName() ? QStringLiteral("message-new-instant")
+                                                        : name;
+}
+
+}  // namespace
+
+NotificationServer::NotificationServer(QString originName, QString originDesktopEntry)
+    : applicationName(std::move(originName)),
+      desktopEntry(std::move(originDesktopEntry)),
+      connectionLabel(QStringLiteral("pelorinnews-notifications-") +
+                      QUuid::createUuid().toString(QUuid::WithoutBraces)),
+      connection(QString()) {}
+
+NotificationServer::~NotificationServer() {
+    connection = QDBusConnection(QString());
+    QDBusConnection::disconnectFromBus(connectionLabel);
+}
+
+bool NotificationServer::open(const QString &address) {
+    connection = address.isEmpty()
+                     ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionLabel)
+                     : QDBusConnection::connectToBus(address, connectionLabel);
+    if (!connection.isConnected())
+        return false;
+    listen();
+    call(busCall(QStringLiteral("GetId")),
+         [this](const QDBusMessage &reply) { bus = firstArgument(reply).toString(); });
+    call(busCall(QStringLiteral("GetNameOwner"), {service}), [this](const QDBusMessage &reply) {
+        serverOwner = isError(reply) ? QString() : firstArgument(reply).toString();
+        known = !bus.isEmpty();
+        if (known)
+            Q_EMIT serverChanged();
+    });
+    return true;
+}
+
+void NotificationServer::listen() {
+    connection.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
+                       {service}, QString(), this, SLOT(onNameOwnerChanged(QDBusMessage)));
+    connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                       QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
+                       this, SLOT(onDisconnected()));
+    // Without a sender in the rule, since Qt would wait for the bus to tell it who that is; each
+    // signal says itself whom it is from.
+    connection.connect(QString(), path, service, QStringLiteral("NotificationClosed"), this,
+                       SLOT(onNotificationClosed(QDBusMessage)));
+    connection.connect(QString(), path, service, QStringLiteral("ActivationToken"), this,
+                       SLOT(onActivationToken(QDBusMessage)));
+    connection.connect(QString(), path, service, QStringLiteral("ActionInvoked"), this,
+                       SLOT(onActionInvoked(QDBusMessage)));
+}
+
+void NotificationServer::call(const QDBusMessage &message,
+                              std::function<void(const QDBusMessage &)> done) {
+    auto *watcher =
+        new QDBusPendingCallWatcher(connection.asyncCall(message, withoutTimeout), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, done = std::move(done)] {
+        watcher->deleteLater();
+        done(watcher->reply());
+    });
+}
+
+void NotificationServer::askCapabilities(CapabilitiesCallback done) {
+    call(serverCall(service, QStringLiteral("GetCapabilities")),
+         [done = std::move(done)](const QDBusMessage &reply) {
+             if (!isError(reply))
+                 done(firstArgument(reply).toStringList());
+             else if (QDBusError(reply).type() == QDBusError::UnknownMethod)
+                 done(QStringList());
+             else
+                 done(std::nullopt);
+         });
+}
+
+void NotificationServer::notify(const UserNotification &notification,
+                                const QStringList &capabilities, NotifyCallback done) {
+    QString body = plainText(notification.informativeText);
+    if (capabilities.contains(QLatin1String("body-markup")))
+        body = body.toHtmlEscaped();
+
+    QVariantMap hints{{QStringLiteral("desktop-entry"), desktopEntry}};
+    if (!notification.soundName.isNull())
+        hints.insert(QStringLiteral("sound-name"), soundName(notification.soundName));
+    const QStringList actions{QStringLiteral("default"), QString()};
+
+    // To the very server whose notifications the list is about, not to its successor.
+    QDBusMessage message = serverCall(serverOwner, QStringLiteral("Notify"));
+    message << applicationName << quint32(0) << QString() << plainText(notification.title) << body
+            << actions << hints << qint32(-1);
+    call(message, [done = std::move(done)](const QDBusMessage &reply) {
+        if (isError(reply)) {
+            done(isServerGone(reply) ? Outcome::ServerGone : Outcome::Refused, 0);
+            return;
+        }
+        const quint32 id = firstArgument(reply).toUInt();
+        done(id == 0 ? Outcome::Refused : Outcome::Delivered, id);
+    });
+}
+
+void NotificationServer::close(quint32 id, Callback done) {
+    QDBusMessage message = serverCall(serverOwner, QStringLiteral("CloseNotification"));
+    message << id;
+    call(message, [done = std::move(done)](const QDBusMessage &) { done(); });
+}
+
+void NotificationServer::askIsOnBus(const QString &name, BoolCallback done) {
+    call(busCall(QStringLiteral("NameHasOwner"), {name}),
+         [done = std::move(done)](const QDBusMessage &reply) {
+             done(!isError(reply) && firstArgument(reply).toBool());
+         });
+}
+
+bool NotificationServer::isFromServer(const QDBusMessage &message) const {
+    return known && !serverOwner.isEmpty() && message.service() == serverOwner;
+}
+
+void NotificationServer::onNotificationClosed(const QDBusMessage &message) {
+    if (isFromServer(message) && message.signature() == QLatin1String("uu"))
+        Q_EMIT closed(firstArgument(message).toUInt(), message.arguments().value(1).toUInt());
+}
+
+void NotificationServer::onActivationToken(const QDBusMessage &message) {
+    if (isFromServer(message) && message.signature() == QLatin1String("us"))
+        Q_EMIT activationTokenReceived(firstArgument(message).toUInt(),
+                                       message.arguments().value(1).toString());
+}
+
+void NotificationServer::onActionInvoked(const QDBusMessage &message) {
+    if (isFromServer(message) && message.signature() == QLatin1String("us"))
+        Q_EMIT activated(firstArgument(message).toUInt());
+}
+
+void NotificationServer::onNameOwnerChanged(const QDBusMessage &message) {
+    if (message.signature() != QLatin1String("sss"))
+        return;
+    serverOwner = message.arguments().value(2).toString();
+    if (known)
+        Q_EMIT serverChanged();
+}
+
+void NotificationServer::onDisconnected() {
+    serverOwner.clear();
+    known = false;
+    Q_EMIT serverChanged();
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <pelorinnews/NotificationCenter.h>
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QObject>
+#include <QStringList>
+
+#include <functional>
+#include <optional>
+
+namespace pelorinnews {
+
+/// The desktop's notification server as one bus connection of our own sees it. Delivering, closing
+/// and listening use the same connection, since many servers signal only to the one that delivered.
+///
+/// Belongs to one thread, on which everything is called back. No operation waits for an answer but
+/// `open`, which connects.
+class NotificationServer : public QObject {
+    Q_OBJECT
+public:
+    /// What came of a delivery.
+    enum class Outcome { Delivered, Refused, ServerGone };
+    using CapabilitiesCallback = std::function<void(std::optional<QStringList>)>;
+    using NotifyCallback = std::function<void(Outcome, quint32 id)>;
+    using Callback = std::function<void()>;
+    using BoolCallback = std::function<void(bool)>;
+
+    /// `originName` is shown by some desktops, `originDesktopEntry` names the host's desktop file.
+    NotificationServer(QString originName, QString originDesktopEntry);
+    ~NotificationServer() override;
+
+    /// Connects to the bus at `address`, or the session's where that is empty, and listens, before
+    /// anything can be delivered. `serverChanged` follows as soon as the bus has said who serves.
+    bool open(const QString &address);
+
+    /// Whether `serverChanged` was emitted and the bus is still there.
+    [[nodiscard]] bool isKnown() const { return known; }
+    /// The identifier of the bus.
+    [[nodiscard]] QString busId() const { return bus; }
+    /// The unique name of the server; empty where none runs.
+    [[nodiscard]] QString owner() const { return serverOwner; }
+    /// Our own unique name.
+    [[nodiscard]] QString connectionName() const { return connection.baseService(); }
+
+    /// Asks what the server can do, and has the bus start one where none runs. Absent where there
+    /// is no server that could be asked.
+    void askCapabilities(CapabilitiesCallback done);
+
+    /// Delivers `notification` as one who can do `capabilities` wants it.
+    void notify(const UserNotification &notification, const QStringList &capabilities,
+                NotifyCallback done);
+
+    /// Closes notification `id`. Called back whether the server knew it or not.
+    void close(quint32 id, Callback done);
+
+    /// Asks whether the connection `name` is still on the bus.
+    void askIsOnBus(const QString &name, BoolCallback done);
+
+Q_SIGNALS:
+    /// The server came, went, was replaced, or the bus was lost.
+    void serverChanged();
+    /// Notification `id`, of any program, is gone. Reasons: 1 expired, 2 dismissed, 3 closed by a
+    /// program, 4 anything else.
+    void closed(quint32 id, quint32 reason);
+    /// Notification `id`, of any program, is about to be activated, with the right to the front.
+    void activationTokenReceived(quint32 id, const QString &token);
+    /// The user clicked notification `id`, of any program.
+    void activated(quint32 id);
+
+private Q_SLOTS:
+    void onNotificationClosed(const QDBusMessage &message);
+    void onActivationToken(const QDBusMessage &message);
+    void onActionInvoked(const QDBusMessage &message);
+    void onNameOwnerChanged(const QDBusMessage &message);
+    void onDisconnected();
+
+private:
+    void listen();
+    void call(const QDBusMessage &message, std::function<void(const QDBusMessage &)> done);
+    [[nodiscard]] bool isFromServer(const QDBusMessage &message) const;
+
+    const QString applicationName;
+    const QString desktopEntry;
+    const QString connectionLabel;
+    QDBusConnection connection;
+    QString bus;
+    QString serverOwner;
+    bool known = false;
+};
+
+}  // namespace pelorinnews

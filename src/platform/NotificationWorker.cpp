@@ -1,0 +1,250 @@
+#include "NotificationWorker.h"
+
+#include <QThread>
+
+#include <utility>
+
+namespace pelorinnews {
+
+namespace {
+
+constexpr quint32 dismissed = 2;
+constexpr quint32 closedByProgram = 3;
+// A registry that cannot be written is tried again this often, at this distance in milliseconds.
+constexpr int saveAttempts = 10;
+constexpr int saveInterval = 1000;
+// Signals of other programs' notifications reach us too; nobody else's business fills our memory.
+constexpr std::size_t maximumRemembered = 64;
+
+}  // namespace
+
+NotificationWorker::NotificationWorker(NotificationSender origin,
+                                       std::shared_ptr<NotificationList> notifications,
+                                       std::shared_ptr<NotificationProgress> reports,
+                                       Activated onActivation)
+    : sender(std::move(origin)),
+      registry(sender.stateFolder),
+      list(std::move(notifications)),
+      progress(std::move(reports)),
+      activated(std::move(onActivation)),
+      saveTimer(this),
+      saveAttemptsLeft(saveAttempts) {
+    saveTimer.setSingleShot(true);
+    saveTimer.setInterval(saveInterval);
+    connect(&saveTimer, &QTimer::timeout, this, &NotificationWorker::advance);
+}
+
+void NotificationWorker::work() {
+    seenRequests = progress->requests();
+    saveAttemptsLeft = saveAttempts;
+    connectIfNeeded();
+    advance();
+}
+
+void NotificationWorker::stop() {
+    saveTimer.stop();
+    server.reset();
+    QThread::currentThread()->quit();
+}
+
+void NotificationWorker::connectIfNeeded() {
+    if (server)
+        return;
+    server = std::make_unique<NotificationServer>(sender.applicationName, sender.identifier);
+    connect(server.get(), &NotificationServer::serverChanged, this,
+            &NotificationWorker::serverChanged);
+    connect(server.get(), &NotificationServer::closed, this, &NotificationWorker::onClosed);
+    connect(server.get(), &NotificationServer::activated, this, &NotificationWorker::onActivated);
+    connect(server.get(), &NotificationServer::activationTokenReceived, this,
+            [this](quint32 id, const QString &token) {
+                if (activationTokens.size() < maximumRemembered)
+                    activationTokens[id] = token;
+            });
+    if (server->open(sender.busAddress))
+        return;
+    // Without a bus nothing can stand.
+    server.reset();
+    list->setServer(QString(), QString());
+}
+
+void NotificationWorker::serverChanged() {
+    ++generation;
+    presenting = false;
+    closing = 0;
+    closedEarly.clear();
+    activatedEarly.clear();
+    activationTokens.clear();
+    if (server->isKnown()) {
+        list->setServer(server->busId(), server->owner());
+    } else {
+        // The bus is gone. This runs on the server's own stack.
+        server.release()->deleteLater();
+        list->setServer(QString(), QString());
+    }
+    advance();
+}
+
+void NotificationWorker::advance() {
+    if (server && server->isKnown()) {
+        save();
+        withdraw();
+        present();
+    }
+    progress->report(seenRequests, isBusy());
+}
+
+bool NotificationWorker::isBusy() const {
+    if (!server)
+        return false;
+    return !server->isKnown() || presenting || closing > 0 || saveTimer.isActive();
+}
+
+void NotificationWorker::save() {
+    const auto change = list->unsavedChange();
+    if (!change)
+        return;
+    if (const auto contents = registry.apply(*change)) {
+        list->setSaved(*change, *contents);
+        saveAttemptsLeft = saveAttempts;
+        saveTimer.stop();
+        return;
+    }
+    if (saveAttemptsLeft > 0 && !saveTimer.isActive()) {
+        --saveAttemptsLeft;
+        saveTimer.start();
+    }
+}
+
+void NotificationWorker::withdraw() {
+    for (const quint32 id : list->takeWithdrawn())
+        close(id);
+}
+
+void NotificationWorker::close(quint32 id) {
+    ++closing;
+    server->close(id, [this, id, asked = generation] {
+        if (asked != generation)
+            return;
+        --closing;
+        list->end(id);
+        advance();
+    });
+}
+
+void NotificationWorker::present() {
+    if (presenting || !list->hasWaiting())
+        return;
+    presenting = true;
+    // Asked before each delivery: a server that hangs gets nothing to show later that was taken
+    // back in the meantime.
+    server->askCapabilities([this, asked = generation](const auto &capabilities) {
+        if (asked != generation)
+            return;
+        if (capabilities && !server->owner().isEmpty()) {
+            presentNext(*capabilities);
+            return;
+        }
+        // Tried again when a server comes, or something else is asked for.
+        presenting = false;
+        progress->report(seenRequests, isBusy());
+    });
+}
+
+void NotificationWorker::presentNext(const QStringList &capabilities) {
+    const auto notification = list->takeWaiting();
+    if (!notification) {
+        presenting = false;
+        advance();
+        return;
+    }
+    closedEarly.clear();
+    activatedEarly.clear();
+    server->notify(*notification, capabilities,
+                   [this, asked = generation, identity = notification->identity, capabilities](
+                       NotificationServer::Outcome outcome, quint32 id) {
+                       if (asked == generation)
+                           onSent(identity, outcome, id, capabilities);
+                   });
+}
+
+void NotificationWorker::onSent(const QString &identity, NotificationServer::Outcome outcome,
+                                quint32 id, const QStringList &capabilities) {
+    if (outcome == NotificationServer::Outcome::ServerGone) {
+        // The bus tells next who serves now, and that presents it again.
+        list->setUnsent(identity);
+        presenting = false;
+        progress->report(seenRequests, isBusy());
+        return;
+    }
+    if (outcome == NotificationServer::Outcome::Refused) {
+        list->drop(identity);
+        presentNext(capabilities);
+        return;
+    }
+    list->setSent(identity, id, server->connectionName());
+    save();
+    if (activatedEarly.contains(id))
+        onActivated(id);
+    else if (closedEarly.contains(id))
+        list->end(id);
+    withdraw();
+    presentNext(capabilities);
+}
+
+std::optional<RegistryEntry> NotificationWorker::findOwn(quint32 id) {
+    auto entry = list->find(id);
+    if (entry)
+        return entry;
+    // It may be one that another process of this host delivered after we looked.
+    if (const auto contents = registry.read())
+        list->merge(*contents);
+    return list->find(id);
+}
+
+void NotificationWorker::onClosed(quint32 id, quint32 reason) {
+    // One that expired still stands in the desktop's list of notifications, or at least was not
+    // answered: it must not be announced again.
+    if (reason != dismissed && reason != closedByProgram)
+        return;
+    if (findOwn(id)) {
+        list->end(id);
+        advance();
+        return;
+    }
+    if (presenting && closedEarly.size() < maximumRemembered)
+        closedEarly.insert(id);
+}
+
+void NotificationWorker::onActivated(quint32 id) {
+    const auto entry = findOwn(id);
+    if (!entry) {
+        if (presenting && activatedEarly.size() < maximumRemembered)
+            activatedEarly.insert(id);
+        return;
+    }
+    // A click ends the notification, whoever acts on it; its end is often reported right after.
+    list->end(id);
+    save();
+    if (entry->sender == server->connectionName()) {
+        activate(*entry);
+        return;
+    }
+    // The process that delivered it hears the click itself as long as it lives.
+    server->askIsOnBus(entry->sender, [this, entry, asked = generation](bool isOnBus) {
+        if (asked == generation && !isOnBus)
+            activate(*entry);
+    });
+}
+
+void NotificationWorker::activate(const RegistryEntry &entry) {
+    UserNotification notification = entry.notification;
+    const auto token = activationTokens.extract(entry.serverId);
+    if (!token.empty())
+        notification.activationToken = token.mapped();
+    // Some desktops leave a clicked one in place.
+    close(entry.serverId);
+    if (!entry.withdrawn)
+        activated(notification);
+}
+
+}  // namespace pelorinnews

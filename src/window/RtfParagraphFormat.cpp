@@ -1,0 +1,114 @@
+#include "RtfParagraphFormat.h"
+
+#include "RtfCharacterFormat.h"
+#include "RtfHeader.h"
+#include "RtfText.h"
+
+#include <QTextList>
+
+#include <algorithm>
+#include <cmath>
+
+namespace pelorinnews {
+
+namespace {
+
+// 22 inches: the most that readers take for a length on a page.
+constexpr int longest = 31680;
+constexpr int twipsPerIndent = 40 * twipsPerPixel;
+
+int twips(double pixels) {
+    if (!std::isfinite(pixels))
+        return 0;
+    return static_cast<int>(
+        std::lround(std::clamp(pixels * twipsPerPixel, -1.0 * longest, 1.0 * longest)));
+}
+
+const char *alignment(Qt::Alignment alignment, bool rightToLeft) {
+    if (alignment & Qt::AlignHCenter)
+        return "\\qc";
+    if (alignment & Qt::AlignJustify)
+        return "\\qj";
+    // Left stands for the side where lines begin, unless it is meant literally.
+    const bool mirrored = rightToLeft && !(alignment & Qt::AlignAbsolute);
+    const bool right = (alignment & Qt::AlignRight) != 0;
+    return right != mirrored ? "\\qr" : "\\ql";
+}
+
+void appendIndents(QByteArray &out, int left, int first, int right) {
+    if (first != 0)
+        appendRtfWord(out, "\\fi", first);
+    if (left != 0) {
+        appendRtfWord(out, "\\li", left);
+        appendRtfWord(out, "\\lin", left);
+    }
+    if (right != 0) {
+        appendRtfWord(out, "\\ri", right);
+        appendRtfWord(out, "\\rin", right);
+    }
+}
+
+/// The list's control words, then the item's marker as text: for readers without lists, or for
+/// every reader where the list has no entry in the table.
+QByteArray listItem(const QTextBlock &block, const QTextList &list, RtfHeader &header) {
+    const int number = header.lists().number(list);
+    QByteArray out;
+    if (number != 0) {
+        appendRtfWord(out, "\\ls", number);
+        appendRtfWord(out, "\\ilvl", RtfListTable::level(list.format()));
+        out += "{\\listtext";
+    }
+    out += ' ';
+    appendRtfText(out, RtfListTable::marker(list, block));
+    out += "\\tab";
+    out += number != 0 ? '}' : ' ';
+    return out;
+}
+
+}  // namespace
+
+int rtfSpaceBelow(const QTextBlockFormat &format) {
+    return std::max(0, twips(format.bottomMargin()));
+}
+
+QByteArray rtfParagraphFormat(const QTextBlock &block, const RtfParagraphPlace &place,
+                              RtfHeader &header) {
+    const QTextBlockFormat format = block.blockFormat();
+    const bool rightToLeft = block.textDirection() == Qt::RightToLeft;
+    QByteArray out = "\\pard\\plain";
+    if (place.tableDepth > 0)
+        appendRtfWord(out, "\\intbl\\itap", place.tableDepth);
+    const int heading = format.headingLevel();
+    if (heading > 0) {
+        appendRtfWord(out, "\\s", std::min(heading, 6));
+        appendRtfWord(out, "\\outlinelevel", std::min(heading, 6) - 1);
+    }
+    out += rightToLeft ? "\\rtlpar" : "\\ltrpar";
+    out += alignment(format.alignment(), rightToLeft);
+    const int spaceAbove = std::max(0, twips(format.topMargin()) - place.spaceBefore);
+    if (spaceAbove != 0)
+        appendRtfWord(out, "\\sb", spaceAbove);
+    if (const int below = rtfSpaceBelow(format); below != 0)
+        appendRtfWord(out, "\\sa", below);
+    if (isVisible(format.background()))
+        appendRtfWord(out, "\\cbpat", header.color(format.background().color()));
+    else if (place.background.isValid())
+        appendRtfWord(out, "\\cbpat", header.color(place.background));
+    if (format.hasProperty(QTextFormat::BlockTrailingHorizontalRulerWidth))
+        out += "\\brdrb\\brdrs\\brdrw15\\brsp20";
+
+    const int left =
+        twips(format.leftMargin()) + std::clamp(format.indent(), 0, 50) * twipsPerIndent;
+    const int right = twips(format.rightMargin());
+    const QTextList *const list = block.textList();
+    if (list == nullptr) {
+        appendIndents(out, left, twips(format.textIndent()), right);
+        return out + ' ';
+    }
+    const int text = left + RtfListTable::textIndent(list->format());
+    appendIndents(out, text, -RtfListTable::markerWidth, right);
+    appendRtfWord(out, "\\tx", text);
+    return out + listItem(block, *list, header);
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,99 @@
+// Where no panel can be made. The application objects come and go inside the tests, so there is
+// none outside of them.
+
+#include "TestHome.h"
+
+#include <pelorinnews/NewsPlugin.h>
+
+#include <QApplication>
+#include <QPluginLoader>
+#include <QTest>
+
+#include <thread>
+
+using namespace pelorinnews;
+
+namespace {
+
+Error creationError(const char *text) {
+    return {QStringLiteral("com.Olvane.PelorinNews.ErrorDomain"),
+            -1,
+            {{QStringLiteral("NSUnderlyingErrorKey"), QString::fromLatin1(text)}}};
+}
+
+NewsPlugin *module() {
+    QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
+    auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());
+    if (!plugin)
+        qFatal("%s", qPrintable(loader.errorString()));
+    return plugin;
+}
+
+// Nothing may happen, and nothing may crash.
+void useHalfMade(NewsController &controller) {
+    controller.setLogger(nullptr);
+    controller.setDelegate(std::make_shared<int>(1));
+    controller.show();
+    QCoreApplication::processEvents();
+    controller.exit();
+    controller.exit();
+}
+
+int argumentCount = 1;
+char programName[] = "test";
+char *arguments[] = {programName, nullptr};
+
+}  // namespace
+
+class CreationFailureTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void withoutAnApplicationObjectTheBaseFails();
+    void withACoreApplicationTheWindowControllerFails();
+    void withAGuiApplicationTheWindowControllerFails();
+    void offTheMainThreadTheWindowControllerFails();
+};
+
+void CreationFailureTest::withoutAnApplicationObjectTheBaseFails() {
+    Error error;
+    QVERIFY(!module()->init(&error));
+    QCOMPARE(error, creationError("Creating NewsController base failed."));
+    QVERIFY(!module()->init());
+}
+
+void CreationFailureTest::withACoreApplicationTheWindowControllerFails() {
+    const QCoreApplication application(argumentCount, arguments);
+    Error error;
+    QVERIFY(!module()->init(&error));
+    QCOMPARE(error, creationError("Failed to create NewsWindowController."));
+    const auto halfMade = module()->init();
+    QVERIFY(halfMade);
+    useHalfMade(*halfMade);
+}
+
+void CreationFailureTest::withAGuiApplicationTheWindowControllerFails() {
+    const QGuiApplication application(argumentCount, arguments);
+    Error error;
+    QVERIFY(!module()->init(&error));
+    QCOMPARE(error, creationError("Failed to create NewsWindowController."));
+    const auto halfMade = module()->init();
+    QVERIFY(halfMade);
+    useHalfMade(*halfMade);
+}
+
+void CreationFailureTest::offTheMainThreadTheWindowControllerFails() {
+    const QApplication application(argumentCount, arguments);
+    Error error;
+    std::shared_ptr<NewsController> controller;
+    std::thread([&] { controller = module()->init(&error); }).join();
+    QVERIFY(!controller);
+    QCOMPARE(error, creationError("Failed to create NewsWindowController."));
+}
+
+int main(int argc, char *argv[]) {
+    const test::TestHome home;
+    CreationFailureTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "CreationFailureTest.moc"

@@ -1,0 +1,183 @@
+// The entry object, driven as a host drives it.
+
+#include "FeedServer.h"
+#include "RecordingLogger.h"
+#include "TestMain.h"
+
+#include <pelorinnews/NewsPlugin.h>
+
+#include <QApplication>
+#include <QPluginLoader>
+#include <QSettings>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+QWidget *newsWindow() {
+    const auto windows = QApplication::topLevelWidgets();
+    for (QWidget *window : windows) {
+        if (QLatin1String(window->metaObject()->className()).contains(QLatin1String("NewsWindow")))
+            return window;
+    }
+    return nullptr;
+}
+
+// Counts how often the window appears, and closes it again each time.
+class Closer : public QObject {
+public:
+    int shown = 0;
+
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        if (event->type() == QEvent::Show) {
+            ++shown;
+            QMetaObject::invokeMethod(
+                watched, [watched] { static_cast<QWidget *>(watched)->close(); },
+                Qt::DirectConnection);
+        }
+        return false;
+    }
+};
+
+}  // namespace
+
+class NewsControllerTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void successLeavesTheErrorPlaceUntouched();
+    void keepsTheDelegateAliveUntilAnotherOrItsOwnEnd();
+    void showsAtOnceAndBringsForwardOnceForEachCall();
+    void showAfterExitShowsTheWindowAgain();
+    void theLoggerReceivesNoMessageOfTheCache();
+    void theModuleStaysLoaded();
+    void aHostThatForgetsToExitStillEnds();
+
+private:
+    NewsPlugin *plugin = nullptr;
+    std::unique_ptr<FeedServer> server;
+    std::shared_ptr<NewsController> controller;
+};
+
+void NewsControllerTest::initTestCase() {
+    QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
+    plugin = qobject_cast<NewsPlugin *>(loader.instance());
+    QVERIFY2(plugin, qPrintable(loader.errorString()));
+    plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
+                             QStringLiteral("Pelorin")});
+}
+
+void NewsControllerTest::init() {
+    server = std::make_unique<FeedServer>();
+    QVERIFY(server->start());
+    QSettings preferences(QStringLiteral("Olvane"), QStringLiteral("Pelorin"));
+    preferences.setValue(QStringLiteral("newsFeedBaseURL"), server->feedAddress());
+    preferences.setValue(QStringLiteral("newsShowOnStart"), false);
+    preferences.sync();
+    controller = plugin->init();
+    QVERIFY(controller);
+    QVERIFY(server->waitForRequests(1));
+}
+
+void NewsControllerTest::cleanup() {
+    if (controller)
+        controller->exit();
+    controller.reset();
+    server.reset();
+    QCoreApplication::processEvents();
+}
+
+void NewsControllerTest::successLeavesTheErrorPlaceUntouched() {
+    const Error before = {QStringLiteral("mine"), 7, {{QStringLiteral("k"), 1}}};
+    Error error = before;
+    const auto another = plugin->init(&error);
+    QVERIFY(another);
+    QCOMPARE(error, before);
+    another->exit();
+}
+
+void NewsControllerTest::keepsTheDelegateAliveUntilAnotherOrItsOwnEnd() {
+    auto first = std::make_shared<int>(1);
+    auto second = std::make_shared<QString>();
+    const std::weak_ptr<int> watchedFirst = first;
+    const std::weak_ptr<QString> watchedSecond = second;
+    controller->setDelegate(std::move(first));
+    QVERIFY(!watchedFirst.expired());
+    controller->setDelegate(std::move(second));
+    QVERIFY(watchedFirst.expired());
+    QVERIFY(!watchedSecond.expired());
+    controller->exit();
+    QVERIFY(!watchedSecond.expired());
+    controller.reset();
+    QVERIFY(watchedSecond.expired());
+}
+
+void NewsControllerTest::showsAtOnceAndBringsForwardOnceForEachCall() {
+    controller->show();
+    QVERIFY(newsWindow());
+    QVERIFY(newsWindow()->isVisible());
+    controller->show();
+    Closer closer;
+    newsWindow()->close();
+    newsWindow()->installEventFilter(&closer);
+    QCoreApplication::processEvents();
+    newsWindow()->removeEventFilter(&closer);
+    QCOMPARE(closer.shown, 2);
+}
+
+void NewsControllerTest::showAfterExitShowsTheWindowAgain() {
+    controller->show();
+    controller->exit();
+    QCoreApplication::processEvents();
+    newsWindow()->close();
+    controller->show();
+    QVERIFY(newsWindow()->isVisible());
+    QCoreApplication::processEvents();
+    newsWindow()->close();
+}
+
+void NewsControllerTest::theLoggerReceivesNoMessageOfTheCache() {
+    const auto logger = std::make_shared<RecordingLogger>();
+    controller->setLogger(logger);
+    controller->show();
+    // The service knows no feed, so every refresh fails.
+    QSettings(QStringLiteral("Olvane"), QStringLiteral("Pelorin"))
+        .setValue(QStringLiteral("newsRefreshInterval"), 1);
+    const auto another = plugin->init();
+    another->setLogger(logger);
+    QTRY_VERIFY_WITH_TIMEOUT(logger->entries().size() >= 2, 15000);
+    another->exit();
+    QSettings(QStringLiteral("Olvane"), QStringLiteral("Pelorin"))
+        .remove(QStringLiteral("newsRefreshInterval"));
+    for (const auto &entry : logger->entries()) {
+        QCOMPARE(entry.level, 1);
+        QVERIFY2(entry.text.startsWith(
+                     QStringLiteral("News Window Controller - refreshContent received an error: ")),
+                 qPrintable(entry.text));
+        QVERIFY(entry.text.contains(QStringLiteral("404")));
+    }
+}
+
+void NewsControllerTest::theModuleStaysLoaded() {
+    QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
+    QVERIFY(loader.load());
+    loader.unload();
+    loader.unload();
+    controller->show();
+    QVERIFY(newsWindow()->isVisible());
+    newsWindow()->close();
+}
+
+void NewsControllerTest::aHostThatForgetsToExitStillEnds() {
+    // Held by its timer from here on; the process ends with it.
+    controller->show();
+    controller.reset();
+    QVERIFY(newsWindow());
+}
+
+PELORIN_WIDGET_TEST_MAIN(NewsControllerTest)
+#include "NewsControllerTest.moc"

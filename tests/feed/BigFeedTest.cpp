@@ -1,0 +1,162 @@
+#include "CacheTesting.h"
+#include "FeedServer.h"
+#include "HostBundle.h"
+#include "NetworkUrlLoader.h"
+#include "OlvNewsCacheFiltered.h"
+#include "TestMain.h"
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <ctime>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr qint64 hundredMegabytes = 100'000'000;
+
+/// How long this thread was ready to run and had to wait for a processor, in milliseconds.
+double timeInTheQueue() {
+    // "running waiting slices", in nanoseconds.
+    const QList<QByteArray> fields = readBytes("/proc/thread-self/schedstat").split(' ');
+    return fields.size() < 2 ? 0 : fields[1].toDouble() / 1e6;
+}
+
+/// How long this thread has run, in milliseconds.
+double timeAtWork() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
+
+/// Watches an event loop: how long it let a timer of one millisecond wait, as the clock has it,
+/// without what the thread waited for a processor that others were using, and at work only.
+class LoopWatch {
+public:
+    LoopWatch() {
+        timer.setTimerType(Qt::PreciseTimer);
+        timer.setInterval(1ms);
+        QObject::connect(&timer, &QTimer::timeout, [this] { tick(); });
+        clock.start();
+        queued = timeInTheQueue();
+        worked = timeAtWork();
+        timer.start();
+    }
+
+    double longestBlock = 0;
+    double longestOwnBlock = 0;
+    double longestWork = 0;
+
+private:
+    void tick() {
+        const double passed = static_cast<double>(clock.nsecsElapsed()) / 1e6;
+        const double waited = timeInTheQueue();
+        longestBlock = std::max(longestBlock, passed - last);
+        longestOwnBlock = std::max(longestOwnBlock, passed - last - (waited - queued));
+        last = passed;
+        queued = waited;
+        const double work = timeAtWork();
+        longestWork = std::max(longestWork, work - worked);
+        worked = work;
+    }
+
+    QTimer timer;
+    QElapsedTimer clock;
+    double last = 0;
+    double queued = 0;
+    double worked = 0;
+};
+
+}  // namespace
+
+class BigFeedTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void aFeedOfAHundredMegabytesDoesNotBlockTheMainThread();
+    void oneThatIsCutHalfWayLeavesTheOldItems();
+
+private:
+    /// Work is counted exactly. The clock is not asked for as much: on a busy machine whoever holds
+    /// a lock for an instant may lose its processor just then.
+    static void checkNotBlocked(const LoopWatch &watch) {
+        QVERIFY2(watch.longestWork < 20, qPrintable(QString::number(watch.longestWork)));
+        QVERIFY2(watch.longestOwnBlock < 200, qPrintable(QString::number(watch.longestOwnBlock)));
+    }
+    /// Refreshes while this thread's event loop runs, as the window would use the cache meanwhile.
+    std::optional<Error> refreshUnderWatch(LoopWatch &watch);
+
+    FeedServer server;
+    std::shared_ptr<OlvNewsCacheFiltered> cache;
+};
+
+void BigFeedTest::initTestCase() {
+    HostBundle::setIdentity({"com.example.BigFeedTest", {}, {}});
+    QVERIFY(server.start());
+    FeedReply big;
+    big.generatedBytes = hundredMegabytes;
+    server.setReply(big);
+    cache = std::make_shared<OlvNewsCacheFiltered>(std::make_shared<NetworkUrlLoader>());
+    cache->setFeedBaseURL(server.feedAddress());
+    cache->setDesiredLocale(QStringLiteral("en"));
+}
+
+std::optional<Error> BigFeedTest::refreshUnderWatch(LoopWatch &watch) {
+    QEventLoop loop;
+    std::optional<Error> error = Error{QStringLiteral("no end"), 0, {}};
+    cache->refresh([&](const std::optional<Error> &outcome) {
+        error = outcome;
+        QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection);
+    });
+    // Reads of the window's kind, a list held for a moment included.
+    QTimer reader;
+    QObject::connect(&reader, &QTimer::timeout, [this] {
+        static_cast<void>(cache->itemAtIndex(cache->count() / 2));
+        static_cast<void>(cache->retrievingContent());
+    });
+    reader.start(7ms);
+    QTimer::singleShot(100s, &loop, &QEventLoop::quit);
+    loop.exec();
+    qInfo(
+        "longest block of the main thread %.1f ms, without waiting for a processor %.1f ms, "
+        "work in one turn %.1f ms",
+        watch.longestBlock, watch.longestOwnBlock, watch.longestWork);
+    return error;
+}
+
+void BigFeedTest::aFeedOfAHundredMegabytesDoesNotBlockTheMainThread() {
+    for (int round = 0; round < 2; ++round) {
+        LoopWatch watch;
+        const auto error = refreshUnderWatch(watch);
+        QVERIFY2(!error, qPrintable(error ? error->description() : QString()));
+        QVERIFY(cache->count() > 30'000);
+        checkNotBlocked(watch);
+    }
+}
+
+void BigFeedTest::oneThatIsCutHalfWayLeavesTheOldItems() {
+    FeedReply cut;
+    cut.generatedBytes = hundredMegabytes;
+    cut.cutAfter = hundredMegabytes / 2;
+    server.setReply(cut);
+    const QString file = cacheFolder("com.example.BigFeedTest") + "/PelorinNews.xml";
+    QVERIFY(cache->parseFeed(feedOfTitles("en", {"old"}), nullptr));
+    cache->applyFilter();
+    QVERIFY(QFile::remove(file));
+    LoopWatch watch;
+    const auto error = refreshUnderWatch(watch);
+    QVERIFY(error);
+    QCOMPARE(error->domain, QStringLiteral("QNetworkReply::NetworkError"));
+    QCOMPARE(titles(*cache), QStringList{"old"});
+    QVERIFY(!QFile::exists(file));
+    checkNotBlocked(watch);
+    cache.reset();
+}
+
+PELORIN_CORE_TEST_MAIN(BigFeedTest)
+#include "BigFeedTest.moc"

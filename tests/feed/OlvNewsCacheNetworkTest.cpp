@@ -1,0 +1,402 @@
+#include "CacheTesting.h"
+#include "DevelopmentCertificates.h"
+#include "FeedServer.h"
+#include "HostBundle.h"
+#include "LogVocabulary.h"
+#include "NetworkUrlLoader.h"
+#include "OlvNewsCacheFiltered.h"
+#include "RecordingLogger.h"
+#include "TestMain.h"
+
+#include <QSslConfiguration>
+#include <QTcpServer>
+#include <QTemporaryDir>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString identifier = QStringLiteral("com.example.NetworkTest");
+const QString transportDomain = QStringLiteral("QNetworkReply::NetworkError");
+const QString statusDomain = QStringLiteral("HTTP Property Status Code");
+
+/// The real transport, less patient.
+class ImpatientLoader : public UrlLoader {
+public:
+    ImpatientLoader() = default;
+    void sendAsynchronousRequest(const QUrl &url, int idleTimeoutSeconds, QThreadPool *queue,
+                                 UrlCompletion completion) override {
+        network.sendAsynchronousRequest(url, std::min(idleTimeoutSeconds, 1), queue,
+                                        std::move(completion));
+    }
+
+private:
+    NetworkUrlLoader network;
+};
+
+FeedReply reply(const char *options) {
+    QString whyNot;
+    const auto parsed = FeedReply::parse(QLatin1String(options), &whyNot);
+    if (!parsed)
+        qFatal("no reply: %s", qPrintable(whyNot));
+    return *parsed;
+}
+
+}  // namespace
+
+class OlvNewsCacheNetworkTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void downloadsFiltersAndStores_data() { schemes(); }
+    void downloadsFiltersAndStores();
+    void sendsTheAddressByteForByte_data();
+    void sendsTheAddressByteForByte();
+    void anAnswerThatCameWholeIsTaken_data();
+    void anAnswerThatCameWholeIsTaken();
+    void aFailedDownloadRestoresTheFileAndIsReported_data();
+    void aFailedDownloadRestoresTheFileAndIsReported();
+    void anAnswerWithoutAUsableFeedKeepsTheItems_data();
+    void anAnswerWithoutAUsableFeedKeepsTheItems();
+    void aServerThatStandsStillIsGivenUp_data() { schemes(); }
+    void aServerThatStandsStillIsGivenUp();
+    void aServerThatIsNotThereIsAConnectionError();
+    void aCertificateThatCannotBeTrustedIsAConnectionError_data();
+    void aCertificateThatCannotBeTrustedIsAConnectionError();
+    void anAddressThatIsNoneIsAConnectionError_data();
+    void anAddressThatIsNoneIsAConnectionError();
+    void readsAFileAddress_data();
+    void readsAFileAddress();
+    void aFileAddressWithoutAFileIsAConnectionError();
+
+private:
+    static void schemes() {
+        QTest::addColumn<bool>("secure");
+        QTest::newRow("http") << false;
+        QTest::newRow("https") << true;
+    }
+    FeedServer &server(bool secure) { return secure ? *https : *http; }
+    void useServer(bool secure) { cache->setFeedBaseURL(server(secure).feedAddress()); }
+    /// Puts a feed into the cache file that no server sends.
+    static bool putFile() {
+        const QString text = feedOfTitles("fr", {"from the file"});
+        return writeBytes(cacheFolder(identifier) + "/PelorinNews.xml",
+                          byteOrderMark() + utf16Bytes(text));
+    }
+    void checkFellBack(const Error &error, const QString &domain) {
+        QCOMPARE(error.domain, domain);
+        QCOMPARE(titles(*cache), QStringList{"from the file"});
+        QCOMPARE(cache->retrievedLocale(), QStringLiteral("fr"));
+    }
+
+    QTemporaryDir folder;
+    std::optional<DevelopmentCertificates> certificates;
+    std::unique_ptr<FeedServer> http;
+    std::unique_ptr<FeedServer> https;
+    std::shared_ptr<UrlLoader> loader;
+    std::shared_ptr<RecordingLogger> logger;
+    std::shared_ptr<OlvNewsCacheFiltered> cache;
+};
+
+void OlvNewsCacheNetworkTest::initTestCase() {
+    HostBundle::setIdentity({identifier, {}, {}});
+    QVERIFY(folder.isValid());
+    const QString feeds = folder.filePath("feeds");
+    QVERIFY(QDir().mkdir(feeds));
+    const QList<FeedEntry> german = {{"kritisch", "mac pelorin critical"}, {"alt", "pc"}};
+    QVERIFY(writeBytes(feeds + "/standard.de.xml", feedText("de", german).toUtf8()));
+    QVERIFY(writeBytes(feeds + "/standard.en.xml", feedOfTitles("en", {"news"}).toUtf8()));
+    QVERIFY(writeBytes(feeds + "/static.xml", feedOfTitles("en", {"static"}).toUtf8()));
+
+    QString whyNot;
+    QVERIFY(QDir().mkdir(folder.filePath("ca")));
+    certificates = DevelopmentCertificates::inFolder(folder.filePath("ca"), &whyNot);
+    QVERIFY2(certificates, qPrintable(whyNot));
+    const auto valid = certificates->issue(DevelopmentCertificates::Kind::Valid, &whyNot);
+    QVERIFY2(valid, qPrintable(whyNot));
+    QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+    QVERIFY(tls.addCaCertificates(certificates->authorityFile()));
+    QSslConfiguration::setDefaultConfiguration(tls);
+
+    http = std::make_unique<FeedServer>(FeedServerOptions{feeds, {}, {}});
+    https = std::make_unique<FeedServer>(
+        FeedServerOptions{feeds, valid->certificate, valid->privateKey});
+    QVERIFY2(http->start(&whyNot), qPrintable(whyNot));
+    QVERIFY2(https->start(&whyNot), qPrintable(whyNot));
+    loader = std::make_shared<ImpatientLoader>();
+}
+
+void OlvNewsCacheNetworkTest::init() {
+    QDir(cacheFolder(identifier)).removeRecursively();
+    for (FeedServer *each : {http.get(), https.get()}) {
+        each->clearReplies();
+        each->clearRequests();
+    }
+    logger = std::make_shared<RecordingLogger>();
+    cache = std::make_shared<OlvNewsCacheFiltered>(loader);
+    cache->setLogger(logger);
+    cache->setFeedType(QStringLiteral("standard"));
+    cache->setDesiredLocale(QStringLiteral("en"));
+}
+
+void OlvNewsCacheNetworkTest::cleanup() {
+    cache.reset();
+}
+
+void OlvNewsCacheNetworkTest::downloadsFiltersAndStores() {
+    QFETCH(bool, secure);
+    useServer(secure);
+    cache->setDesiredLocale(QStringLiteral("de"));
+    cache->setCategoriesOfInterest({"mac", "pelorin"});
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.ended);
+    QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description() : QString()));
+    QVERIFY(!outcome.onCallersThread);
+    QCOMPARE(titles(*cache), QStringList{"kritisch"});
+    QCOMPARE(cache->unfilteredCount(), 2U);
+    QCOMPARE(cache->retrievedLocale(), QStringLiteral("de"));
+    const QByteArray sent = readBytes(folder.filePath("feeds/standard.de.xml"));
+    QCOMPARE(readBytes(cacheFolder(identifier) + "/PelorinNews.xml"),
+             byteOrderMark() + utf16Bytes(QString::fromUtf8(sent)));
+}
+
+void OlvNewsCacheNetworkTest::sendsTheAddressByteForByte_data() {
+    QTest::addColumn<bool>("secure");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("locale");
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QByteArray>("target");
+    const QString php = QStringLiteral("/RSS_Feed/PelorinNews.php");
+    for (const bool secure : {false, true}) {
+        const char *scheme = secure ? "https" : "http";
+        const auto row = [&](const char *what, const QString &path, const QString &locale,
+                             const QString &type, const char *target) {
+            QTest::addRow("%s, %s", scheme, what)
+                << secure << path << locale << type << QByteArray(target);
+        };
+        row("both", php, "de", "standard", "/RSS_Feed/PelorinNews.php?&locale=de&type=standard");
+        row("type alone", php, "", "standard", "/RSS_Feed/PelorinNews.php?&type=standard");
+        row("locale alone", php, "de_DE", {}, "/RSS_Feed/PelorinNews.php?&locale=de_DE");
+        row("neither", php, {}, {}, "/RSS_Feed/PelorinNews.php?");
+        row("static", "/static.xml", "de", "standard", "/static.xml");
+    }
+}
+
+void OlvNewsCacheNetworkTest::sendsTheAddressByteForByte() {
+    QFETCH(bool, secure);
+    QFETCH(QString, path);
+    QFETCH(QString, locale);
+    QFETCH(QString, type);
+    QFETCH(QByteArray, target);
+    cache->setFeedBaseURL(server(secure).address(path));
+    cache->setDesiredLocale(locale);
+    cache->setFeedType(type);
+    QVERIFY(refreshAndWait(cache).ended);
+    const auto requests = server(secure).requests();
+    QCOMPARE(requests.size(), 1U);
+    QCOMPARE(requests.front().requestLine, "GET " + target + " HTTP/1.1");
+}
+
+void OlvNewsCacheNetworkTest::anAnswerThatCameWholeIsTaken_data() {
+    QTest::addColumn<bool>("secure");
+    QTest::addColumn<QString>("options");
+    for (const bool secure : {false, true}) {
+        for (const char *options : {"status=399", "framing=chunked", "framing=close", "delay=200",
+                                    "drip=40:1", "redirects=3"})
+            QTest::addRow("%s, %s", secure ? "https" : "http", options)
+                << secure << QString::fromLatin1(options);
+    }
+}
+
+void OlvNewsCacheNetworkTest::anAnswerThatCameWholeIsTaken() {
+    QFETCH(bool, secure);
+    QFETCH(QString, options);
+    QVERIFY(putFile());
+    useServer(secure);
+    server(secure).setReply(reply(options.toLatin1().constData()));
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.ended);
+    QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description() : QString()));
+    QCOMPARE(titles(*cache), QStringList{"news"});
+}
+
+void OlvNewsCacheNetworkTest::aFailedDownloadRestoresTheFileAndIsReported_data() {
+    QTest::addColumn<bool>("secure");
+    QTest::addColumn<QString>("options");
+    QTest::addColumn<int>("status");
+    for (const bool secure : {false, true}) {
+        const auto row = [&](const char *options, int status) {
+            QTest::addRow("%s, %s", secure ? "https" : "http", options)
+                << secure << QString::fromLatin1(options) << status;
+        };
+        row("status=400", 400);
+        row("status=404", 404);
+        row("status=503", 503);
+        row("status=404,empty", 404);
+        row("status=500,cut=20", 500);
+        // No status: the error is the transport's.
+        row("cut-head", 0);
+        row("cut-head,reset", 0);
+        row("cut=60", 0);
+        row("cut=60,reset", 0);
+        row("length=5", 0);
+        // Asked for as it stands, a body must not come compressed.
+        row("gzip", 0);
+        // Over plain HTTP, Qt may take the connection's end for the last chunk.
+        if (secure)
+            row("framing=chunked,size=1m,cut=500k", 0);
+        row("loop", 0);
+    }
+}
+
+void OlvNewsCacheNetworkTest::aFailedDownloadRestoresTheFileAndIsReported() {
+    QFETCH(bool, secure);
+    QFETCH(QString, options);
+    QFETCH(int, status);
+    QVERIFY(putFile());
+    useServer(secure);
+    server(secure).setReply(reply(options.toLatin1().constData()));
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.ended);
+    QVERIFY(outcome.error);
+    checkFellBack(*outcome.error, status == 0 ? transportDomain : statusDomain);
+    if (status != 0)
+        QCOMPARE(*outcome.error, (Error{statusDomain, status, {}}));
+    QCOMPARE(logger->entries().size(), 1);
+}
+
+void OlvNewsCacheNetworkTest::anAnswerWithoutAUsableFeedKeepsTheItems_data() {
+    QTest::addColumn<bool>("secure");
+    QTest::addColumn<QString>("options");
+    QTest::addColumn<QString>("kept");
+    for (const bool secure : {false, true}) {
+        const auto row = [&](const char *options, const QString &kept) {
+            QTest::addRow("%s, %s", secure ? "https" : "http", options)
+                << secure << QString::fromLatin1(options) << kept;
+        };
+        row("empty", QStringLiteral(""));
+        row("status=304,empty", QStringLiteral(""));
+        row("body=hello", QStringLiteral("hello"));
+        // What is not UTF-8 does not reach the file.
+        row("invalid-utf8", feedOfTitles("en", {"news"}));
+    }
+}
+
+void OlvNewsCacheNetworkTest::anAnswerWithoutAUsableFeedKeepsTheItems() {
+    QFETCH(bool, secure);
+    QFETCH(QString, options);
+    QFETCH(QString, kept);
+    useServer(secure);
+    QVERIFY(!refreshAndWait(cache).error);
+    server(secure).setReply(reply(options.toLatin1().constData()));
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.ended);
+    QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description() : QString()));
+    QCOMPARE(titles(*cache), QStringList{"news"});
+    QCOMPARE(readBytes(cacheFolder(identifier) + "/PelorinNews.xml"),
+             byteOrderMark() + utf16Bytes(kept));
+    QCOMPARE(logger->entries().size(), 3);
+    QVERIFY(logger->entries().last().text.startsWith(
+        LogVocabulary::parsingFeedFailed.left(LogVocabulary::parsingFeedFailed.indexOf(u'('))));
+}
+
+void OlvNewsCacheNetworkTest::aServerThatStandsStillIsGivenUp() {
+    QFETCH(bool, secure);
+    QVERIFY(putFile());
+    useServer(secure);
+    server(secure).setReply(reply("stall=60"));
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.error);
+    checkFellBack(*outcome.error, transportDomain);
+}
+
+void OlvNewsCacheNetworkTest::aServerThatIsNotThereIsAConnectionError() {
+    QVERIFY(putFile());
+    quint16 freePort = 0;
+    {
+        QTcpServer probe;
+        QVERIFY(probe.listen(QHostAddress::LocalHost));
+        freePort = probe.serverPort();
+    }
+    cache->setFeedBaseURL(QStringLiteral("http://127.0.0.1:%1/feed").arg(freePort));
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.error);
+    checkFellBack(*outcome.error, transportDomain);
+}
+
+void OlvNewsCacheNetworkTest::aCertificateThatCannotBeTrustedIsAConnectionError_data() {
+    QTest::addColumn<int>("kind");
+    QTest::newRow("wrong name") << int(DevelopmentCertificates::Kind::WrongName);
+    QTest::newRow("expired") << int(DevelopmentCertificates::Kind::Expired);
+    QTest::newRow("self-signed") << int(DevelopmentCertificates::Kind::SelfSigned);
+}
+
+void OlvNewsCacheNetworkTest::aCertificateThatCannotBeTrustedIsAConnectionError() {
+    QFETCH(int, kind);
+    QVERIFY(putFile());
+    QString whyNot;
+    const auto files = certificates->issue(DevelopmentCertificates::Kind(kind), &whyNot);
+    QVERIFY2(files, qPrintable(whyNot));
+    FeedServer untrusted({folder.filePath("feeds"), files->certificate, files->privateKey});
+    QVERIFY2(untrusted.start(&whyNot), qPrintable(whyNot));
+    cache->setFeedBaseURL(untrusted.feedAddress());
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.error);
+    checkFellBack(*outcome.error, transportDomain);
+    QVERIFY(untrusted.requests().empty());
+}
+
+void OlvNewsCacheNetworkTest::anAddressThatIsNoneIsAConnectionError_data() {
+    QTest::addColumn<QString>("address");
+    QTest::newRow("empty") << "";
+    QTest::newRow("no scheme") << "news.example/feed";
+    QTest::newRow("an unknown scheme") << "gopher://127.0.0.1/feed";
+    QTest::newRow("no port") << "http://127.0.0.1:99999999/feed";
+    QTest::newRow("a broken host") << "http://[::1/feed";
+    QTest::newRow("spaces") << "   ";
+}
+
+void OlvNewsCacheNetworkTest::anAddressThatIsNoneIsAConnectionError() {
+    QFETCH(QString, address);
+    QVERIFY(putFile());
+    cache->setFeedBaseURL(address);
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.error);
+    checkFellBack(*outcome.error, transportDomain);
+}
+
+void OlvNewsCacheNetworkTest::readsAFileAddress_data() {
+    QTest::addColumn<QString>("name");
+    QTest::newRow("static") << "static.xml";
+    // What follows the question mark names no other file.
+    QTest::newRow("with a query") << "feed.php";
+}
+
+void OlvNewsCacheNetworkTest::readsAFileAddress() {
+    QFETCH(QString, name);
+    const QString path = folder.filePath(name);
+    QVERIFY(writeBytes(path, feedOfTitles("en", {"on disk"}).toUtf8()));
+    cache->setFeedBaseURL(QUrl::fromLocalFile(path).toString());
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.ended);
+    QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description() : QString()));
+    QVERIFY(!outcome.onCallersThread);
+    QCOMPARE(titles(*cache), QStringList{"on disk"});
+}
+
+void OlvNewsCacheNetworkTest::aFileAddressWithoutAFileIsAConnectionError() {
+    QVERIFY(putFile());
+    cache->setFeedBaseURL(QUrl::fromLocalFile(folder.filePath("none.xml")).toString());
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.error);
+    checkFellBack(*outcome.error, transportDomain);
+}
+
+PELORIN_CORE_TEST_MAIN(OlvNewsCacheNetworkTest)
+#include "OlvNewsCacheNetworkTest.moc"

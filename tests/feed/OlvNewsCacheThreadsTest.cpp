@@ -1,0 +1,188 @@
+#include "CacheTesting.h"
+#include "HostBundle.h"
+#include "OlvNewsCacheFiltered.h"
+#include "RecordingLogger.h"
+#include "ScriptedLoader.h"
+#include "TestMain.h"
+
+#include <QSemaphore>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QDateTime now = QDateTime::fromString(QStringLiteral("2026-03-31T12:00:00Z"), Qt::ISODate);
+
+/// A feed of `count` items, every second one of them in the category "mac".
+QByteArray feed(const QString &language, int count) {
+    QList<FeedEntry> entries;
+    for (int index = 0; index < count; ++index)
+        entries.append({language + QString::number(index),
+                        index % 2 == 0 ? QStringLiteral("mac") : QStringLiteral("pc"),
+                        now.addDays(-index % 60)});
+    return feedText(language, entries).toUtf8();
+}
+
+}  // namespace
+
+class OlvNewsCacheThreadsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { HostBundle::setIdentity({"com.example.ThreadsTest", {}, {}}); }
+    void init() {
+        loader = std::make_shared<ScriptedLoader>();
+        cache = std::make_shared<OlvNewsCacheFiltered>(loader, [] { return now; });
+        cache->setFeedBaseURL(QStringLiteral("http://127.0.0.1:9/feed"));
+    }
+    void cleanup() { cache.reset(); }
+
+    void everythingAtOnceIsInOrder();
+    void theLastFilterChangeStaysWhateverRunsMeanwhile();
+    void anOlderFilterRunDoesNotReplaceANewerView();
+    void theLastViewingOnlyMovesForwardUnderManyReaders();
+    void languageAndItemsAreOfOneFeed();
+
+private:
+    std::shared_ptr<ScriptedLoader> loader;
+    std::shared_ptr<OlvNewsCacheFiltered> cache;
+};
+
+void OlvNewsCacheThreadsTest::everythingAtOnceIsInOrder() {
+    const QByteArray german = feed("de", 300);
+    const QByteArray english = feed("en", 200);
+    loader->setOutcome(ScriptedLoader::answer(200, german));
+    cache->setLastViewing(now.addDays(-40));
+    std::atomic<bool> stop = false;
+    std::atomic<int> ended = 0;
+    std::atomic<bool> sound = true;
+    std::vector<std::thread> threads;
+    const auto repeat = [&](auto work) {
+        threads.emplace_back([&stop, work] {
+            for (int turn = 0; !stop; ++turn)
+                work(turn);
+        });
+    };
+    repeat([&](int turn) {
+        loader->setOutcome(turn % 3 == 0   ? ScriptedLoader::answer(200, german)
+                           : turn % 3 == 1 ? ScriptedLoader::answer(200, english)
+                                           : ScriptedLoader::answer(404, "gone"));
+        cache->setLogger(turn % 2 == 0 ? std::make_shared<RecordingLogger>() : nullptr);
+        cache->setDesiredLocale(turn % 2 == 0 ? QStringLiteral("de") : QString());
+        cache->setFeedType(QStringLiteral("standard"));
+        if (!refreshAndWait(cache).ended)
+            sound = false;
+        ++ended;
+    });
+    repeat([&](int) {
+        if (!refreshAndWait(cache).ended)
+            sound = false;
+        ++ended;
+    });
+    repeat([&](int turn) {
+        cache->setCategoriesOfInterest(turn % 2 == 0 ? QStringList{"mac"} : QStringList());
+        cache->setFilterTimeInterval(turn % 3 == 0 ? 30 * 86400.0 : 0);
+        cache->setShowOnlyUnviewedItems(turn % 5 == 0);
+    });
+    for (int reader = 0; reader < 2; ++reader) {
+        repeat([&](int) {
+            for (quint64 index = 0; index < cache->count(); ++index) {
+                const auto item = cache->itemAtIndex(index);
+                if (item && item->title().isEmpty())
+                    sound = false;
+            }
+            static_cast<void>(cache->peekAtLatestItem());
+            static_cast<void>(cache->sinceLastViewingCount());
+            static_cast<void>(cache->unfilteredCount());
+            static_cast<void>(cache->retrievedLocale());
+            static_cast<void>(cache->retrievingContent());
+            cache->setLastViewing(cache->lastViewing().addDays(-1));
+        });
+    }
+    std::this_thread::sleep_for(1500ms);
+    stop = true;
+    for (std::thread &thread : threads)
+        thread.join();
+    QVERIFY(sound);
+    QVERIFY2(ended > 5, qPrintable(QString::number(ended)));
+}
+
+void OlvNewsCacheThreadsTest::theLastFilterChangeStaysWhateverRunsMeanwhile() {
+    loader->setOutcome(ScriptedLoader::answer(200, feed("en", 400)));
+    QVERIFY(!refreshAndWait(cache).error);
+    for (int round = 0; round < 100; ++round) {
+        const bool mac = round % 2 == 0;
+        QSemaphore refreshed;
+        cache->refresh([&](const std::optional<Error> &) { refreshed.release(); });
+        cache->setCategoriesOfInterest(mac ? QStringList{"mac"} : QStringList());
+        // Its own change shows at once, and no filter run that began before it undoes it.
+        QCOMPARE(cache->count(), mac ? 200U : 400U);
+        QVERIFY(refreshed.tryAcquire(1, 30000));
+        QCOMPARE(cache->count(), mac ? 200U : 400U);
+    }
+}
+
+void OlvNewsCacheThreadsTest::anOlderFilterRunDoesNotReplaceANewerView() {
+    // The clock stops the older run after it has read the settings and before it filters.
+    std::atomic<bool> stopping = false;
+    QSemaphore stopped;
+    QSemaphore mayGoOn;
+    cache = std::make_shared<OlvNewsCacheFiltered>(loader, [&] {
+        if (stopping.exchange(false)) {
+            stopped.release();
+            mayGoOn.acquire();
+        }
+        return now;
+    });
+    QVERIFY(cache->parseFeed(QString::fromUtf8(feed("en", 120)), nullptr));
+    cache->setFilterTimeInterval(365 * 86400.0);
+    QCOMPARE(cache->count(), 120U);
+
+    stopping = true;
+    std::thread older([&] { cache->applyFilter(); });
+    stopped.acquire();
+    cache->setCategoriesOfInterest({"mac"});
+    const quint64 newer = cache->count();
+    mayGoOn.release();
+    older.join();
+    QCOMPARE(newer, 60U);
+    QCOMPARE(cache->count(), 60U);
+}
+
+void OlvNewsCacheThreadsTest::theLastViewingOnlyMovesForwardUnderManyReaders() {
+    QVERIFY(cache->parseFeed(QString::fromUtf8(feed("en", 60)), nullptr));
+    cache->applyFilter();
+    for (int round = 0; round < 200; ++round) {
+        cache->setLastViewing(now.addDays(-100));
+        std::atomic<int> ready = 0;
+        const auto read = [&](quint64 index) {
+            for (++ready; ready < 2;) {
+            }
+            static_cast<void>(cache->itemAtIndex(index));
+        };
+        std::thread other(read, 40);
+        read(0);
+        other.join();
+        QCOMPARE(cache->lastViewing(), now);
+    }
+}
+
+void OlvNewsCacheThreadsTest::languageAndItemsAreOfOneFeed() {
+    const QString texts[] = {QString::fromUtf8(feed("de", 3)), QString::fromUtf8(feed("en", 5))};
+    const auto plain = std::make_shared<OlvNewsCache>(loader);
+    for (int round = 0; round < 300; ++round) {
+        std::thread other([&] { plain->parseFeed(texts[0], nullptr); });
+        plain->parseFeed(texts[1], nullptr);
+        other.join();
+        QCOMPARE(plain->count(), plain->retrievedLocale() == QLatin1String("de") ? 3U : 5U);
+    }
+}
+
+PELORIN_CORE_TEST_MAIN(OlvNewsCacheThreadsTest)
+#include "OlvNewsCacheThreadsTest.moc"

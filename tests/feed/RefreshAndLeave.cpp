@@ -1,0 +1,44 @@
+// Starts a refresh and leaves while it is under way: `refresh-and-leave ADDRESS HOW`, where HOW is
+// "waiting" (soon, before the answer is whole) or "working" (later, when a big answer may be being
+// worked on). What must not happen shows in the exit status.
+
+#include "OlvNewsCacheFiltered.h"
+
+#include <QCoreApplication>
+#include <QThread>
+#include <QTimer>
+
+#include <atomic>
+
+using namespace pelorinnews;
+
+int main(int argc, char *argv[]) {
+    std::atomic<bool> ended = false;
+    std::atomic<bool> completedAfterTheEnd = false;
+    std::weak_ptr<OlvNewsCache> watched;
+    {
+        QCoreApplication application(argc, argv);
+        const QStringList arguments = QCoreApplication::arguments();
+        if (arguments.size() != 3)
+            return 2;
+        auto cache = std::make_shared<OlvNewsCacheFiltered>();
+        watched = cache;
+        cache->setFeedBaseURL(arguments[1]);
+        cache->setDesiredLocale(QStringLiteral("en"));
+        cache->refresh([&](const std::optional<Error> &) {
+            if (ended)
+                completedAfterTheEnd = true;
+        });
+        cache.reset();
+        QTimer::singleShot(arguments[2] == QLatin1String("working") ? 1200 : 100, &application,
+                           &QCoreApplication::quit);
+        QCoreApplication::exec();
+    }
+    ended = true;
+    // The transport ends with the application too, and what it lets go of last goes a moment later.
+    for (int turn = 0; turn < 200 && !watched.expired(); ++turn)
+        QThread::msleep(10);
+    if (!watched.expired())
+        return 3;
+    return completedAfterTheEnd ? 4 : 0;
+}

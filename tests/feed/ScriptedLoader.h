@@ -1,0 +1,92 @@
+#pragma once
+
+#include <QList>
+
+#include <UrlLoader.h>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace pelorinnews::test {
+
+/// A transport that answers what it is told, for outcomes and moments a real one cannot be made to
+/// give.
+class ScriptedLoader : public UrlLoader {
+public:
+    struct Outcome {
+        std::optional<UrlResponse> response = std::nullopt;
+        std::optional<QByteArray> data = std::nullopt;
+        std::optional<Error> connectionError = std::nullopt;
+    };
+    struct Request {
+        QUrl url;
+        int idleTimeoutSeconds;
+    };
+
+    ScriptedLoader() = default;
+
+    /// A response of `status` with `body`.
+    [[nodiscard]] static Outcome answer(int status, const QByteArray &body) {
+        return {UrlResponse{status}, body, std::nullopt};
+    }
+
+    void setOutcome(Outcome newOutcome) {
+        const std::lock_guard lock(mutex);
+        outcome = std::move(newOutcome);
+    }
+
+    /// From now on nothing is answered before `release`.
+    void hold() {
+        const std::lock_guard lock(mutex);
+        holding = true;
+    }
+
+    /// Answers what was held, with the outcome of now.
+    void release() {
+        std::vector<std::pair<QThreadPool *, UrlCompletion>> answered;
+        Outcome now;
+        {
+            const std::lock_guard lock(mutex);
+            holding = false;
+            answered.swap(held);
+            now = outcome;
+        }
+        for (auto &[queue, completion] : answered)
+            answerOn(queue, std::move(completion), now);
+    }
+
+    void sendAsynchronousRequest(const QUrl &url, int idleTimeoutSeconds, QThreadPool *queue,
+                                 UrlCompletion completion) override {
+        Outcome now;
+        {
+            const std::lock_guard lock(mutex);
+            sent.append({url, idleTimeoutSeconds});
+            if (holding) {
+                held.emplace_back(queue, std::move(completion));
+                return;
+            }
+            now = outcome;
+        }
+        answerOn(queue, std::move(completion), now);
+    }
+
+    [[nodiscard]] QList<Request> requests() const {
+        const std::lock_guard lock(mutex);
+        return sent;
+    }
+
+private:
+    static void answerOn(QThreadPool *queue, UrlCompletion completion, const Outcome &what) {
+        queue->start([completion = std::move(completion), what] {
+            completion(what.response, what.data, what.connectionError);
+        });
+    }
+
+    mutable std::mutex mutex;
+    Outcome outcome;
+    bool holding = false;
+    std::vector<std::pair<QThreadPool *, UrlCompletion>> held;
+    QList<Request> sent;
+};
+
+}  // namespace pelorinnews::test

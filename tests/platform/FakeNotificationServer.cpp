@@ -1,0 +1,51 @@
+#include "FakeNotificationServer.h"
+
+namespace pelorinnews::test {
+
+namespace {
+
+const QString service = QStringLiteral("org.freedesktop.Notifications");
+const QString path = QStringLiteral("/org/freedesktop/Notifications");
+
+}  // namespace
+
+FakeNotificationServer::FakeNotificationServer(const QDBusConnection &connection)
+    : bus(connection) {
+    if (!bus.registerObject(path, this, QDBusConnection::ExportAllSlots) ||
+        !bus.registerService(service))
+        qFatal("cannot serve notifications");
+}
+
+FakeNotificationServer::~FakeNotificationServer() {
+    bus.unregisterService(service);
+    bus.unregisterObject(path);
+}
+
+uint FakeNotificationServer::Notify(const QString &applicationName, uint replaces,
+                                    const QString &icon, const QString &summary,
+                                    const QString &body, const QStringList &actions,
+                                    const QVariantMap &hints, int timeout) {
+    deliveries.push_back(
+        {applicationName, replaces, icon, summary, body, actions, hints, timeout, message()});
+    if (refuses) {
+        sendErrorReply(QDBusError::LimitsExceeded, QStringLiteral("too many"));
+        return 0;
+    }
+    if (holdsAnswers) {
+        setDelayedReply(true);
+        return 0;
+    }
+    return nextId++;
+}
+
+void FakeNotificationServer::answer(std::size_t index, quint32 id) {
+    bus.send(deliveries.at(index).call.createReply(QVariant(id)));
+}
+
+void FakeNotificationServer::emitSignal(const QString &name, const QVariantList &arguments) {
+    QDBusMessage signal = QDBusMessage::createSignal(path, service, name);
+    signal.setArguments(arguments);
+    bus.send(signal);
+}
+
+}  // namespace pelorinnews::test

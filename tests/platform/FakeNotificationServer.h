@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusMessage>
+#include <QObject>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <vector>
+
+namespace pelorinnews::test {
+
+/// A notification server that behaves as the test says: for what no installed one can be made to
+/// do. Answers on the thread that made it.
+class FakeNotificationServer : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+public:
+    struct Delivery {
+        QString applicationName;
+        quint32 replaces = 0;
+        QString icon;
+        QString summary;
+        QString body;
+        QStringList actions;
+        QVariantMap hints;
+        qint32 timeout = 0;
+        QDBusMessage call;
+    };
+
+    /// Takes the service's name on `connection`.
+    explicit FakeNotificationServer(const QDBusConnection &connection);
+    ~FakeNotificationServer() override;
+
+    std::vector<Delivery> deliveries;
+    QList<quint32> closeCalls;
+    QStringList capabilities;
+    bool holdsAnswers = false;
+    bool refuses = false;
+    quint32 nextId = 1;
+
+    /// Answers the held delivery `index` as number `id`.
+    void answer(std::size_t index, quint32 id);
+    /// Emits a signal to everybody, as many servers do.
+    void emitSignal(const QString &name, const QVariantList &arguments);
+
+public Q_SLOTS:
+    QStringList GetCapabilities() { return capabilities; }
+    uint Notify(const QString &applicationName, uint replaces, const QString &icon,
+                const QString &summary, const QString &body, const QStringList &actions,
+                const QVariantMap &hints, int timeout);
+    void CloseNotification(uint id) { closeCalls.append(id); }
+
+private:
+    QDBusConnection bus;
+};
+
+}  // namespace pelorinnews::test

@@ -1,0 +1,162 @@
+#include "TestMain.h"
+#include "WatchedQuery.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <cstdlib>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+
+namespace pelorinnews::test {
+
+namespace {
+bool mayMount = false;
+const QString name = QStringLiteral("Pelorin.app");
+}  // namespace
+
+/// What is mounted and unmounted while the query runs, in a name space of this process's own.
+class MetadataQueryMountTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void walksADiskThatIsMounted();
+    void losesADiskThatIsUnmounted();
+    void seesWhatAMountHadCovered();
+    void countsADiskMountedTwiceOnce();
+    void walksNoFileSystemOfTheKernels();
+    void searchesTheWholeComputersDisks();
+
+private:
+    QByteArray at(const char *path) const {
+        return QFile::encodeName(folder->filePath(QLatin1String(path)));
+    }
+    void make(const char *path) { QVERIFY(QDir().mkpath(QFile::decodeName(at(path)))); }
+    void mountDisk(const char *path) {
+        QCOMPARE(::mount("none", at(path).constData(), "tmpfs", 0, nullptr), 0);
+        mounted.push_back(at(path));
+    }
+    void unmountLast() {
+        QCOMPARE(::umount2(mounted.back().constData(), MNT_DETACH), 0);
+        mounted.pop_back();
+    }
+
+    std::unique_ptr<QTemporaryDir> folder;
+    std::vector<QByteArray> mounted;
+};
+
+#define GATHER(watched)                    \
+    QVERIFY((watched).query.startQuery()); \
+    QTRY_COMPARE_WITH_TIMEOUT((watched).gathered, 1, 60000)
+
+void MetadataQueryMountTest::initTestCase() {
+    if (!mayMount)
+        QSKIP("mounting is not permitted here");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+}
+
+void MetadataQueryMountTest::init() {
+    folder = std::make_unique<QTemporaryDir>(QDir::homePath() + QStringLiteral("/disk-XXXXXX"));
+    make("disk");
+    make("other");
+}
+
+void MetadataQueryMountTest::cleanup() {
+    while (!mounted.empty())
+        unmountLast();
+    folder.reset();
+}
+
+void MetadataQueryMountTest::walksADiskThatIsMounted() {
+    make("home/Pelorin.app");
+    WatchedQuery watched(name, {folder->path()});
+    GATHER(watched);
+    QCOMPARE(watched.query.resultCount(), 1);
+    mountDisk("disk");
+    make("disk/a/b/c/Pelorin.app");
+    // Where the walk came before the folder, the mount is made known once more.
+    mountDisk("other");
+    QTRY_COMPARE(watched.query.resultCount(), 1);
+    unmountLast();
+    unmountLast();
+    // Whole before it is mounted: a second place for the same disk.
+    QCOMPARE(::mount("none", at("other").constData(), "tmpfs", 0, nullptr), 0);
+    make("other/a/b/c/Pelorin.app");
+    QCOMPARE(::mount(at("other").constData(), at("disk").constData(), nullptr, MS_MOVE, nullptr),
+             0);
+    mounted.push_back(at("disk"));
+    QTRY_COMPARE(watched.query.resultCount(), 2);
+    QCOMPARE(watched.query.results().first(), QFile::decodeName(at("disk/a/b/c/Pelorin.app")));
+}
+
+void MetadataQueryMountTest::losesADiskThatIsUnmounted() {
+    mountDisk("disk");
+    make("disk/a/b/c/Pelorin.app");
+    WatchedQuery watched(name, {folder->path()});
+    GATHER(watched);
+    QCOMPARE(watched.query.resultCount(), 1);
+    unmountLast();
+    QTRY_COMPARE(watched.query.resultCount(), 0);
+}
+
+void MetadataQueryMountTest::seesWhatAMountHadCovered() {
+    make("disk/a/b/c/Pelorin.app");
+    mountDisk("disk");
+    WatchedQuery watched(name, {folder->path()});
+    GATHER(watched);
+    QCOMPARE(watched.query.resultCount(), 0);
+    unmountLast();
+    QTRY_COMPARE(watched.query.resultCount(), 1);
+    mountDisk("disk");
+    QTRY_COMPARE(watched.query.resultCount(), 0);
+}
+
+void MetadataQueryMountTest::countsADiskMountedTwiceOnce() {
+    mountDisk("disk");
+    make("disk/a/Pelorin.app");
+    QCOMPARE(::mount(at("disk").constData(), at("other").constData(), nullptr, MS_BIND, nullptr),
+             0);
+    mounted.push_back(at("other"));
+    WatchedQuery watched(name, {folder->path()});
+    GATHER(watched);
+    QCOMPARE(watched.query.results(), QStringList(QFile::decodeName(at("disk/a/Pelorin.app"))));
+}
+
+void MetadataQueryMountTest::walksNoFileSystemOfTheKernels() {
+    QCOMPARE(::mount("none", at("disk").constData(), "proc", 0, nullptr), 0);
+    mounted.push_back(at("disk"));
+    WatchedQuery watched(QStringLiteral("cmdline"), {folder->path()});
+    GATHER(watched);
+    QCOMPARE(watched.query.resultCount(), 0);
+}
+
+void MetadataQueryMountTest::searchesTheWholeComputersDisks() {
+    const QString unique = QStringLiteral("pelorin-test-%1.app").arg(::getpid());
+    make("a");
+    QVERIFY(QDir(QFile::decodeName(at("a"))).mkdir(unique));
+    mountDisk("disk");
+    QVERIFY(QDir(QFile::decodeName(at("disk"))).mkdir(unique));
+    WatchedQuery watched(unique, {SearchScope::localComputer()});
+    GATHER(watched);
+    QCOMPARE(watched.query.results(),
+             QStringList({folder->filePath(QStringLiteral("a/") + unique),
+                          folder->filePath(QStringLiteral("disk/") + unique)}));
+}
+
+}  // namespace pelorinnews::test
+
+int main(int argc, char *argv[]) {
+    // Before any other thread: a name space is its thread's.
+    pelorinnews::test::mayMount = ::unshare(CLONE_NEWNS) == 0 &&
+                                  ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    const pelorinnews::test::TestHome home;
+    const QCoreApplication application(argc, argv);
+    pelorinnews::test::MetadataQueryMountTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "MetadataQueryMountTest.moc"

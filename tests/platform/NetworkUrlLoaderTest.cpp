@@ -1,0 +1,725 @@
+#include "FeedServer.h"
+#include "LoadedAddress.h"
+#include "NetworkUrlLoader.h"
+#include "TestAuthority.h"
+#include "TestMain.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QNetworkReply>
+#include <QSslSocket>
+#include <QTcpServer>
+
+#include <atomic>
+#include <thread>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+using Kind = DevelopmentCertificates::Kind;
+
+namespace {
+
+/// Any code, for failures that the transport may name as it likes.
+constexpr int someError = -1;
+
+QUrl tolerant(const QString &address) {
+    return QUrl(address, QUrl::TolerantMode);
+}
+
+}  // namespace
+
+class NetworkUrlLoaderTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+
+    void answersArriveAsTheyWere_data();
+    void answersArriveAsTheyWere();
+    void theRequestLineIsTheAddressAsGiven_data();
+    void theRequestLineIsTheAddressAsGiven();
+    void noHeaderBeyondTheStacksOwnIsSent();
+    void cookiesAreNotKept();
+    void redirectsAreFollowed_data();
+    void redirectsAreFollowed();
+    void aRedirectFromHttpsToHttpIsAnError();
+    void aRedirectOutOfHttpIsAnError();
+    void certificatesAreChecked_data();
+    void certificatesAreChecked();
+    void anUntrustedAuthorityIsAnError();
+    void aHandshakeThatNeverAnswersTimesOut();
+    void aRefusedConnectionIsAnError();
+    void unusableAddressesAreErrors_data();
+    void unusableAddressesAreErrors();
+    void filesAreResponsesWithoutAStatus_data();
+    void filesAreResponsesWithoutAStatus();
+    void aMissingFileIsAnError();
+    void onlyTheTimeWithoutProgressCounts();
+    void aBodyBeyondTheLimitIsAnError_data();
+    void aBodyBeyondTheLimitIsAnError();
+    void aHugeClaimedLengthTakesNoMemory();
+    void aLargeBodyCostsItsSizeOnce();
+    void theCompletionRunsOnTheQueueAndNeverOnTheCallersStack();
+    void aMissingQueueStandsForTheGlobalOne();
+    void aMissingCompletionIsFine();
+    void manyRequestsFromManyThreadsEachCompleteOnce();
+    void noConnectionStaysWhenNothingIsUnderWay();
+    void shutdownEndsWhatIsUnderWay();
+    void shutdownWithoutARequestIsFine();
+    void requestsAfterShutdownEndWithAnError();
+    void requestsDuringShutdownEachCompleteOnce();
+    void theSharedLoaderIsOne();
+
+private:
+    [[nodiscard]] FeedServer &serverFor(bool tls) { return tls ? *https : *http; }
+    [[nodiscard]] LoadedAddress load(const QUrl &url, int idleTimeoutSeconds = 10) {
+        return {loader, url, &queue, idleTimeoutSeconds};
+    }
+
+    std::unique_ptr<TestAuthority> authority;
+    std::unique_ptr<FeedServer> http;
+    std::unique_ptr<FeedServer> https;
+    QThreadPool queue;
+    NetworkUrlLoader loader;
+    QTemporaryDir feeds;
+};
+
+void NetworkUrlLoaderTest::initTestCase() {
+    for (const char *proxy :
+         {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "all_proxy"})
+        qunsetenv(proxy);
+    authority = std::make_unique<TestAuthority>();
+    QFile feed(feeds.filePath(QStringLiteral("plain.xml")));
+    QVERIFY(feed.open(QIODevice::WriteOnly));
+    feed.write("<rss>grün</rss>");
+    feed.close();
+
+    FeedServerOptions options;
+    options.feedFolder = feeds.path();
+    http = std::make_unique<FeedServer>(options);
+    QString whyNot;
+    QVERIFY2(http->start(&whyNot), qPrintable(whyNot));
+    const auto files = authority->issue(Kind::Valid);
+    options.certificateFile = files.certificate;
+    options.privateKeyFile = files.privateKey;
+    https = std::make_unique<FeedServer>(options);
+    QVERIFY2(https->start(&whyNot), qPrintable(whyNot));
+}
+
+void NetworkUrlLoaderTest::cleanup() {
+    for (FeedServer *server : {http.get(), https.get()}) {
+        server->clearReplies();
+        server->clearRequests();
+    }
+}
+
+void NetworkUrlLoaderTest::answersArriveAsTheyWere_data() {
+    QTest::addColumn<bool>("tls");
+    QTest::addColumn<QString>("reply");
+    QTest::addColumn<int>("status");           // 0: no response
+    QTest::addColumn<QByteArray>("data");      // null: absent
+    QTest::addColumn<int>("connectionError");  // 0: absent
+
+    struct Row {
+        const char *name;
+        const char *reply;
+        int status;
+        QByteArray data;
+        int connectionError;
+    };
+    const QByteArray whole = "<rss>grün</rss>";
+    const Row rows[] = {
+        {"a feed", "", 200, whole, 0},
+        {"an empty body", "empty", 200, "", 0},
+        {"no body and no length", "empty,framing=close", 200, "", 0},
+        {"a body that the connection's end ends", "framing=close", 200, whole, 0},
+        {"a chunked body", "framing=chunked", 200, whole, 0},
+        {"a slow body", "drip=5:20", 200, whole, 0},
+        {"a late head", "delay=300", 200, whole, 0},
+        {"bytes that are no UTF-8", "invalid-utf8", 200, whole + '\xff', 0},
+        {"a body that is longer than said", "length=-9", 200, whole.chopped(9), 0},
+        {"204", "status=204", 204, "", 0},
+        {"304 without a body", "status=304", 304, "", 0},
+        {"399", "status=399,body=odd", 399, "odd", 0},
+        {"400", "status=400,body=bad", 400, "bad", 0},
+        {"401 asks nobody", "status=401,body=who", 401, "who", 0},
+        {"404", "status=404,body=gone", 404, "gone", 0},
+        {"404 with an empty body", "status=404,empty", 404, "", 0},
+        {"407 asks nobody", "status=407,body=who", 407, "who", 0},
+        {"500", "status=500,body=ouch", 500, "ouch", 0},
+        {"503 with an empty body", "status=503,empty", 503, "", 0},
+        {"503 without length", "status=503,body=wait,framing=close", 503, "wait", 0},
+        {"599", "status=599,body=odd", 599, "odd", 0},
+        {"a cut before the head", "cut-head", 0, {}, someError},
+        {"a reset before the head", "cut-head,reset", 0, {}, someError},
+        {"a body shorter than said", "length=1", 200, {}, QNetworkReply::RemoteHostClosedError},
+        {"a cut in the body", "cut=7", 200, {}, QNetworkReply::RemoteHostClosedError},
+        {"a cut after the head", "cut=0", 200, {}, QNetworkReply::RemoteHostClosedError},
+        {"a body compressed unasked", "gzip", 200, {}, QNetworkReply::ProtocolFailure},
+        {"a large body cut half-way", "size=1m,cut=500k", 200, {}, someError},
+        {"a large body reset half-way", "size=1m,cut=500k,reset", 200, {}, someError},
+        {"a reset in the body", "cut=7,reset", 200, {}, someError},
+        // Qt's network stack takes a chunk size that is no number for the last chunk's.
+        {"a malformed chunk ends the body", "chunk-error=malformed", 200, "<", 0},
+        {"a stall in the body", "stall=7", 200, {}, QNetworkReply::TimeoutError},
+        {"a head that does not come", "delay=60000", 0, {}, QNetworkReply::TimeoutError},
+        {"a status of 400 or more wins over a cut", "status=500,body=ouch!,cut=4", 500, "ouch",
+         QNetworkReply::RemoteHostClosedError},
+        {"a status of 400 or more wins over a stall", "status=503,body=ouch!,stall=4", 503, "ouch",
+         QNetworkReply::TimeoutError},
+    };
+    // Over plain HTTP, Qt takes the connection's end for the last chunk when the two come together.
+    const Row rowsOfTls[] = {
+        {"a chunked body without its last chunk", "chunk-error=cut", 200, {}, someError},
+        {"a cut between chunks", "framing=chunked,cut=7", 200, {}, someError},
+        {"a large chunked body cut half-way",
+         "framing=chunked,size=1m,cut=500k",
+         200,
+         {},
+         someError},
+        {"a large chunked body reset half-way",
+         "framing=chunked,size=1m,cut=500k,reset",
+         200,
+         {},
+         someError},
+    };
+    for (const Row &row : rowsOfTls)
+        QTest::addRow("%s over HTTPS", row.name) << true << QString::fromUtf8(row.reply)
+                                                 << row.status << row.data << row.connectionError;
+    for (const Row &row : rows)
+        for (const bool tls : {false, true})
+            QTest::newRow(qPrintable(QLatin1String(row.name) +
+                                     QLatin1String(tls ? " over HTTPS" : " over HTTP")))
+                << tls << QString::fromUtf8(row.reply) << row.status << row.data
+                << row.connectionError;
+}
+
+void NetworkUrlLoaderTest::answersArriveAsTheyWere() {
+    QFETCH(const bool, tls);
+    QFETCH(const QString, reply);
+    QFETCH(const int, status);
+    QFETCH(const QByteArray, data);
+    QFETCH(const int, connectionError);
+    const auto parsed = FeedReply::parse(reply);
+    QVERIFY(parsed);
+    FeedServer &server = serverFor(tls);
+    server.setReply(*parsed);
+
+    const bool waitsForTimeout = connectionError == QNetworkReply::TimeoutError;
+    LoadedAddress loaded =
+        load(tolerant(server.address(QStringLiteral("/plain.xml"))), waitsForTimeout ? 1 : 10);
+    QVERIFY(loaded.wait());
+    QCOMPARE(loaded.status().value_or(0), status);
+    QCOMPARE(loaded.hasResponse(), status != 0);
+    QCOMPARE(loaded.data().has_value(), !data.isNull());
+    QCOMPARE(loaded.data().value_or(QByteArray()), data);
+    const std::optional<Error> error = loaded.connectionError();
+    QCOMPARE(error.has_value(), connectionError != 0);
+    if (error) {
+        QCOMPARE(error->domain, QStringLiteral("QNetworkReply::NetworkError"));
+        if (connectionError != someError)
+            QCOMPARE(error->code, connectionError);
+        QVERIFY(!error->userInfo.value(Error::localizedDescriptionKey()).toString().isEmpty());
+    }
+}
+
+void NetworkUrlLoaderTest::theRequestLineIsTheAddressAsGiven_data() {
+    QTest::addColumn<QString>("rest");
+    QTest::addColumn<QByteArray>("line");
+    const QString path = QStringLiteral("/RSS_Feed/PelorinNews.php");
+    QTest::newRow("language and type")
+        << path + QStringLiteral("?&locale=de&type=standard")
+        << QByteArray("GET /RSS_Feed/PelorinNews.php?&locale=de&type=standard HTTP/1.1");
+    QTest::newRow("type only") << path + QStringLiteral("?&type=standard")
+                               << QByteArray(
+                                      "GET /RSS_Feed/PelorinNews.php?&type=standard HTTP/1.1");
+    QTest::newRow("a bare question mark")
+        << path + QStringLiteral("?") << QByteArray("GET /RSS_Feed/PelorinNews.php? HTTP/1.1");
+    QTest::newRow("a static file")
+        << QStringLiteral("/plain.xml") << QByteArray("GET /plain.xml HTTP/1.1");
+    QTest::newRow("no path") << QStringLiteral("?&locale=de")
+                             << QByteArray("GET /?&locale=de HTTP/1.1");
+    QTest::newRow("a space and an umlaut are encoded")
+        << path + QStringLiteral("?&locale=d e&type=grün")
+        << QByteArray("GET /RSS_Feed/PelorinNews.php?&locale=d%20e&type=gr%C3%BCn HTTP/1.1");
+    QTest::newRow("encoded characters stay")
+        << path + QStringLiteral("?&type=a%2Fb+c%20d")
+        << QByteArray("GET /RSS_Feed/PelorinNews.php?&type=a%2Fb+c%20d HTTP/1.1");
+}
+
+void NetworkUrlLoaderTest::theRequestLineIsTheAddressAsGiven() {
+    QFETCH(const QString, rest);
+    QFETCH(const QByteArray, line);
+    for (const bool tls : {false, true}) {
+        FeedServer &server = serverFor(tls);
+        LoadedAddress loaded = load(tolerant(server.address(rest)));
+        QVERIFY(loaded.wait());
+        const auto requests = server.requests();
+        QCOMPARE(requests.size(), std::size_t(1));
+        QCOMPARE(requests.front().requestLine, line);
+    }
+}
+
+void NetworkUrlLoaderTest::noHeaderBeyondTheStacksOwnIsSent() {
+    LoadedAddress loaded = load(tolerant(http->address(QStringLiteral("/plain.xml"))));
+    QVERIFY(loaded.wait());
+    QStringList names;
+    const std::vector<FeedRequest> requests = http->requests();
+    for (const auto &[name, value] : requests.front().headers)
+        names += QString::fromLatin1(name);
+    names.sort();
+    const QStringList expected = {QStringLiteral("Accept-Encoding"),
+                                  QStringLiteral("Accept-Language"), QStringLiteral("Connection"),
+                                  QStringLiteral("Host"), QStringLiteral("User-Agent")};
+    QCOMPARE(names, expected);
+    QCOMPARE(requests.front().header("Accept-Encoding"), QByteArray("identity"));
+}
+
+void NetworkUrlLoaderTest::cookiesAreNotKept() {
+    FeedReply reply;
+    reply.headers = {{"Set-Cookie", "who=you; Path=/"}};
+    reply.redirects = 1;
+    http->setReplyForPath("/plain.xml", reply);
+    // Several under way at once, so that nothing is forgotten in between.
+    FeedReply slow;
+    slow.delayBeforeHead = std::chrono::seconds(1);
+    http->setReplyForPath("/slow.xml", slow);
+    LoadedAddress lasting = load(tolerant(http->address(QStringLiteral("/slow.xml"))));
+    LoadedAddress first = load(tolerant(http->address(QStringLiteral("/plain.xml"))));
+    QVERIFY(first.wait());
+    LoadedAddress second = load(tolerant(http->address(QStringLiteral("/plain.xml"))));
+    QVERIFY(second.wait());
+    QVERIFY(lasting.wait());
+    const std::vector<FeedRequest> requests = http->requests();
+    for (const FeedRequest &request : requests)
+        QVERIFY2(request.header("Cookie").isNull(), request.requestLine.constData());
+    QCOMPARE(requests.size(), std::size_t(5));
+}
+
+void NetworkUrlLoaderTest::redirectsAreFollowed_data() {
+    QTest::addColumn<bool>("tls");
+    QTest::addColumn<QString>("reply");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("connectionError");
+    for (const bool tls : {false, true}) {
+        const auto row = [tls](const char *name) -> QTestData & {
+            return QTest::addRow("%s over %s", name, tls ? "HTTPS" : "HTTP");
+        };
+        row("a relative one") << tls << "redirect=plain.xml" << 200 << 0;
+        row("one with a body") << tls << "redirect=plain.xml,body=moved" << 200 << 0;
+        row("a permanent one") << tls << "status=301,redirect=plain.xml" << 200 << 0;
+        row("a temporary one") << tls << "status=307,redirect=plain.xml" << 200 << 0;
+        row("an absolute one") << tls << "redirect=SAME/plain.xml" << 200 << 0;
+        row("a chain") << tls << "redirect=/%2Bredirects%3D5/plain.xml" << 200 << 0;
+        row("to what is not there") << tls << "redirect=none.xml" << 404 << 0;
+        row("in a circle") << tls << "loop" << 302 << int(QNetworkReply::TooManyRedirectsError);
+    }
+    QTest::newRow("from HTTP to HTTPS") << false << "redirect=HTTPS/plain.xml" << 200 << 0;
+}
+
+void NetworkUrlLoaderTest::redirectsAreFollowed() {
+    QFETCH(const bool, tls);
+    QFETCH(QString, reply);
+    const auto encoded = [](const FeedServer &server) {
+        return QString::fromLatin1(QUrl::toPercentEncoding(server.address()));
+    };
+    reply.replace(QLatin1String("SAME"), encoded(serverFor(tls)));
+    reply.replace(QLatin1String("HTTPS"), encoded(*https));
+    QFETCH(const int, status);
+    QFETCH(const int, connectionError);
+    const auto parsed = FeedReply::parse(reply);
+    QVERIFY(parsed);
+    serverFor(tls).setReplyForPath("/from.xml", *parsed);
+    LoadedAddress loaded = load(tolerant(serverFor(tls).address(QStringLiteral("/from.xml"))));
+    QVERIFY(loaded.wait());
+    QCOMPARE(loaded.status().value_or(0), status);
+    QCOMPARE(loaded.connectionError().value_or(Error()).code, connectionError);
+    if (status == 200)
+        QCOMPARE(loaded.data(), std::optional(QByteArray("<rss>grün</rss>")));
+    if (connectionError != 0)
+        QVERIFY(!loaded.data());
+}
+
+void NetworkUrlLoaderTest::aRedirectFromHttpsToHttpIsAnError() {
+    FeedReply reply;
+    reply.redirectTo = http->address(QStringLiteral("/plain.xml")).toLatin1();
+    https->setReplyForPath("/from.xml", reply);
+    LoadedAddress loaded = load(tolerant(https->address(QStringLiteral("/from.xml"))));
+    QVERIFY(loaded.wait());
+    QVERIFY(loaded.connectionError());
+    QCOMPARE(loaded.connectionError()->code, int(QNetworkReply::InsecureRedirectError));
+    QVERIFY(!loaded.data());
+    QVERIFY(http->requests().empty());
+}
+
+void NetworkUrlLoaderTest::aRedirectOutOfHttpIsAnError() {
+    FeedReply reply;
+    reply.redirectTo = QUrl::fromLocalFile(feeds.filePath(QStringLiteral("plain.xml"))).toEncoded();
+    for (const bool tls : {false, true}) {
+        serverFor(tls).setReplyForPath("/from.xml", reply);
+        LoadedAddress loaded = load(tolerant(serverFor(tls).address(QStringLiteral("/from.xml"))));
+        QVERIFY(loaded.wait());
+        QVERIFY(loaded.connectionError());
+        QVERIFY(!loaded.data());
+    }
+}
+
+void NetworkUrlLoaderTest::certificatesAreChecked_data() {
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<int>("connectionError");
+    const int refused = QNetworkReply::SslHandshakeFailedError;
+    QTest::newRow("a valid one is taken") << int(Kind::Valid) << 0;
+    QTest::newRow("another host's is an error") << int(Kind::WrongName) << refused;
+    QTest::newRow("an expired one is an error") << int(Kind::Expired) << refused;
+    QTest::newRow("a self-signed one is an error") << int(Kind::SelfSigned) << refused;
+}
+
+void NetworkUrlLoaderTest::certificatesAreChecked() {
+    QFETCH(const int, kind);
+    QFETCH(const int, connectionError);
+    const auto files = authority->issue(Kind(kind));
+    FeedServerOptions options;
+    options.feedFolder = feeds.path();
+    options.certificateFile = files.certificate;
+    options.privateKeyFile = files.privateKey;
+    FeedServer server(options);
+    QVERIFY(server.start());
+    LoadedAddress loaded = load(tolerant(server.address(QStringLiteral("/plain.xml"))));
+    QVERIFY(loaded.wait());
+    QCOMPARE(loaded.connectionError().value_or(Error()).code, connectionError);
+    QCOMPARE(loaded.data().has_value(), connectionError == 0);
+    QCOMPARE(loaded.hasResponse(), connectionError == 0);
+    QCOMPARE(server.requests().empty(), connectionError != 0);
+}
+
+void NetworkUrlLoaderTest::anUntrustedAuthorityIsAnError() {
+    const QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
+    QSslConfiguration distrusting = trusting;
+    distrusting.setCaCertificates(QSslConfiguration::systemCaCertificates());
+    QSslConfiguration::setDefaultConfiguration(distrusting);
+    LoadedAddress loaded = load(tolerant(https->address(QStringLiteral("/plain.xml"))));
+    const bool came = loaded.wait();
+    QSslConfiguration::setDefaultConfiguration(trusting);
+    QVERIFY(came);
+    QCOMPARE(loaded.connectionError().value_or(Error()).code,
+             int(QNetworkReply::SslHandshakeFailedError));
+    QVERIFY(https->requests().empty());
+}
+
+void NetworkUrlLoaderTest::aHandshakeThatNeverAnswersTimesOut() {
+    QTcpServer silent;
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    QElapsedTimer elapsed;
+    elapsed.start();
+    LoadedAddress loaded =
+        load(tolerant(QStringLiteral("https://127.0.0.1:%1/a.xml").arg(silent.serverPort())), 1);
+    QVERIFY(loaded.wait());
+    QCOMPARE(loaded.connectionError().value_or(Error()).code, int(QNetworkReply::TimeoutError));
+    QVERIFY2(elapsed.elapsed() < 5000, qPrintable(QString::number(elapsed.elapsed())));
+}
+
+void NetworkUrlLoaderTest::aRefusedConnectionIsAnError() {
+    FeedServer gone;
+    QVERIFY(gone.start());
+    const QString address = gone.address(QStringLiteral("/plain.xml"));
+    gone.stop();
+    LoadedAddress loaded = load(tolerant(address));
+    QVERIFY(loaded.wait());
+    QCOMPARE(loaded.connectionError().value_or(Error()).code,
+             int(QNetworkReply::ConnectionRefusedError));
+    QVERIFY(!loaded.hasResponse());
+    QVERIFY(!loaded.data());
+}
+
+void NetworkUrlLoaderTest::unusableAddressesAreErrors_data() {
+    QTest::addColumn<QUrl>("url");
+    QTest::newRow("none") << QUrl();
+    QTest::newRow("no scheme") << tolerant(QStringLiteral("feed"));
+    QTest::newRow("an unknown scheme") << tolerant(QStringLiteral("olvane:feed"));
+    QTest::newRow("no host") << tolerant(QStringLiteral("http://"));
+    QTest::newRow("a port out of range") << tolerant(QStringLiteral("http://127.0.0.1:99999/"));
+}
+
+void NetworkUrlLoaderTest::unusableAddressesAreErrors() {
+    QFETCH(const QUrl, url);
+    LoadedAddress loaded = load(url);
+    QVERIFY(loaded.wait());
+    QVERIFY(loaded.connectionError());
+    QVERIFY(!loaded.hasResponse());
+    QVERIFY(!loaded.data());
+}
+
+void NetworkUrlLoaderTest::filesAreResponsesWithoutAStatus_data() {
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("query");
+    QTest::newRow("a file") << QByteArray("<rss>grün</rss>") << QString();
+    QTest::newRow("a query is left aside")
+        << QByteArray("<rss/>") << QStringLiteral("?&locale=de&type=standard");
+    QTest::newRow("a bare question mark is left aside")
+        << QByteArray("<rss/>") << QStringLiteral("?");
+    QTest::newRow("an empty file") << QByteArray("") << QString();
+    QTest::newRow("a large file") << QByteArray(3'000'000, 'x') << QString();
+}
+
+void NetworkUrlLoaderTest::filesAreResponsesWithoutAStatus() {
+    QFETCH(const QByteArray, content);
+    QFETCH(const QString, query);
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("feed with space.xml"));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(content);
+    file.close();
+    LoadedAddress loaded = load(tolerant(QStringLiteral("file://") + path + query));
+    QVERIFY(loaded.wait());
+    QVERIFY(loaded.hasResponse());
+    QVERIFY(!loaded.status());
+    QVERIFY(!loaded.connectionError());
+    QVERIFY(loaded.data());
+    QCOMPARE(loaded.data()->size(), content.size());
+    QVERIFY(*loaded.data() == content);
+}
+
+void NetworkUrlLoaderTest::aMissingFileIsAnError() {
+    for (const QString &path : {feeds.filePath(QStringLiteral("none.xml")), feeds.path()}) {
+        LoadedAddress loaded = load(QUrl::fromLocalFile(path));
+        QVERIFY(loaded.wait());
+        QVERIFY(loaded.connectionError());
+        QVERIFY(!loaded.data());
+    }
+}
+
+void NetworkUrlLoaderTest::onlyTheTimeWithoutProgressCounts() {
+    FeedReply reply;
+    reply.drip = FeedReply::Drip{2, std::chrono::milliseconds(300)};
+    for (const bool tls : {false, true}) {
+        serverFor(tls).setReply(reply);
+        QElapsedTimer elapsed;
+        elapsed.start();
+        LoadedAddress loaded =
+            load(tolerant(serverFor(tls).address(QStringLiteral("/plain.xml"))), 1);
+        QVERIFY(loaded.wait());
+        QCOMPARE(loaded.data(), std::optional(QByteArray("<rss>grün</rss>")));
+        QVERIFY2(elapsed.elapsed() > 2000, "too fast to tell");
+    }
+}
+
+void NetworkUrlLoaderTest::aBodyBeyondTheLimitIsAnError_data() {
+    QTest::addColumn<QString>("reply");
+    QTest::addColumn<bool>("fits");
+    QTest::newRow("of just the limit") << "size=200k" << true;
+    QTest::newRow("longer by its length") << "size=300k" << false;
+    QTest::newRow("longer in chunks") << "size=300k,framing=chunked" << false;
+    QTest::newRow("without an end") << "endless,framing=chunked" << false;
+    QTest::newRow("without an end or chunks") << "endless,framing=close" << false;
+}
+
+void NetworkUrlLoaderTest::aBodyBeyondTheLimitIsAnError() {
+    QFETCH(const QString, reply);
+    QFETCH(const bool, fits);
+    NetworkUrlLoader limited(200 * 1024);
+    for (const bool tls : {false, true}) {
+        serverFor(tls).setReply(FeedReply::parse(reply).value());
+        LoadedAddress loaded(
+            limited, tolerant(serverFor(tls).address(QStringLiteral("/plain.xml"))), &queue, 10);
+        QVERIFY(loaded.wait());
+        QCOMPARE(loaded.data().has_value(), fits);
+        QCOMPARE(loaded.connectionError().has_value(), !fits);
+        QTRY_COMPARE(serverFor(tls).openConnections(), 0);
+    }
+}
+
+void NetworkUrlLoaderTest::aHugeClaimedLengthTakesNoMemory() {
+    http->setReply(FeedReply::parse(QStringLiteral("length=1000000000000")).value());
+    LoadedAddress loaded = load(tolerant(http->address(QStringLiteral("/plain.xml"))));
+    QVERIFY(loaded.wait());
+    QVERIFY(loaded.connectionError());
+    QVERIFY(!loaded.data());
+}
+
+namespace {
+
+qint64 statusKiB(const QByteArray &field) {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith(field + ':'))
+            return line.mid(field.size() + 1).trimmed().split(' ').front().toLongLong();
+    return -1;
+}
+
+}  // namespace
+
+void NetworkUrlLoaderTest::aLargeBodyCostsItsSizeOnce() {
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__) || defined(__clang__)
+    QSKIP("A sanitizer's own memory hides what is measured");
+#endif
+    constexpr qint64 size = qint64(100) * 1024 * 1024;
+    https->setReply(FeedReply::parse(QStringLiteral("size=100m")).value());
+    QFile reset(QStringLiteral("/proc/self/clear_refs"));
+    QVERIFY(reset.open(QIODevice::WriteOnly));
+    reset.write("5");
+    reset.close();
+    const qint64 before = statusKiB("VmRSS");
+    LoadedAddress loaded = load(tolerant(https->address(QStringLiteral("/plain.xml"))), 30);
+    QVERIFY(loaded.wait(std::chrono::seconds(60)));
+    const qint64 peak = statusKiB("VmHWM");
+    QCOMPARE(loaded.data().value_or(QByteArray()).size(), size);
+    const double ratio = double(peak - before) * 1024 / double(size);
+    qInfo("peak memory of a 100 MiB body: %.2f times its size", ratio);
+    QVERIFY2(ratio < 1.25, qPrintable(QString::number(ratio)));
+}
+
+void NetworkUrlLoaderTest::theCompletionRunsOnTheQueueAndNeverOnTheCallersStack() {
+    QThreadPool single;
+    single.setMaxThreadCount(1);
+    std::atomic<bool> release = false;
+    // While the queue's only thread is taken, nothing may complete.
+    single.start([&] {
+        while (!release)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    });
+    LoadedAddress good(loader, tolerant(http->address(QStringLiteral("/plain.xml"))), &single, 10);
+    LoadedAddress bad(loader, QUrl(), &single, 10);
+    QVERIFY(http->waitForRequests(1));
+    QVERIFY(!good.wait(std::chrono::milliseconds(200)));
+    QVERIFY(!bad.wait(std::chrono::milliseconds(0)));
+    release = true;
+    QVERIFY(good.wait());
+    QVERIFY(bad.wait());
+    QCOMPARE(good.thread(), bad.thread());
+    QVERIFY(good.thread() != QThread::currentThread());
+}
+
+void NetworkUrlLoaderTest::aMissingQueueStandsForTheGlobalOne() {
+    LoadedAddress loaded(loader, tolerant(http->address(QStringLiteral("/plain.xml"))), nullptr,
+                         10);
+    QVERIFY(loaded.wait());
+    QVERIFY(loaded.data());
+}
+
+void NetworkUrlLoaderTest::aMissingCompletionIsFine() {
+    loader.sendAsynchronousRequest(tolerant(http->address(QStringLiteral("/plain.xml"))), 10,
+                                   &queue, {});
+    QVERIFY(http->waitForRequests(1));
+    QVERIFY(queue.waitForDone(5000));
+}
+
+void NetworkUrlLoaderTest::manyRequestsFromManyThreadsEachCompleteOnce() {
+    constexpr int threads = 4;
+    constexpr int each = 15;
+    std::vector<LoadedAddress> loads[threads];
+    std::vector<std::thread> senders;
+    for (int number = 0; number < threads; ++number)
+        senders.emplace_back([&, number] {
+            for (int i = 0; i < each; ++i)
+                loads[number].push_back(load(
+                    tolerant(serverFor(i % 2 == 1)
+                                 .address(QStringLiteral("/plain.xml?%1-%2").arg(number).arg(i)))));
+        });
+    for (std::thread &sender : senders)
+        sender.join();
+    for (auto &loadsOfOne : loads)
+        for (LoadedAddress &loaded : loadsOfOne) {
+            QVERIFY(loaded.wait());
+            QCOMPARE(loaded.data(), std::optional(QByteArray("<rss>grün</rss>")));
+        }
+    queue.waitForDone();
+    for (const auto &loadsOfOne : loads)
+        for (const LoadedAddress &loaded : loadsOfOne)
+            QCOMPARE(loaded.calls(), 1);
+    QCOMPARE(http->requests().size() + https->requests().size(), std::size_t(threads * each));
+}
+
+void NetworkUrlLoaderTest::noConnectionStaysWhenNothingIsUnderWay() {
+    FeedReply reply;
+    reply.keepAlive = true;
+    for (const bool tls : {false, true}) {
+        serverFor(tls).setReply(reply);
+        LoadedAddress loaded = load(tolerant(serverFor(tls).address(QStringLiteral("/plain.xml"))));
+        QVERIFY(loaded.wait());
+        QVERIFY(loaded.data());
+        QTRY_COMPARE_WITH_TIMEOUT(serverFor(tls).openConnections(), 0, 2000);
+    }
+}
+
+void NetworkUrlLoaderTest::shutdownEndsWhatIsUnderWay() {
+    FeedReply never;
+    never.stallAfter = 3;
+    for (const bool tls : {false, true}) {
+        FeedServer &server = serverFor(tls);
+        server.setReply(never);
+        NetworkUrlLoader ending;
+        std::vector<LoadedAddress> loads;
+        for (int i = 0; i < 3; ++i)
+            loads.emplace_back(ending, tolerant(server.address(QStringLiteral("/plain.xml"))),
+                               &queue, 60);
+        QVERIFY(server.waitForRequests(3));
+        QElapsedTimer elapsed;
+        elapsed.start();
+        ending.shutdown();
+        QVERIFY2(elapsed.elapsed() < NetworkUrlLoader::shutdownTimeout.count(),
+                 qPrintable(QString::number(elapsed.elapsed())));
+        for (LoadedAddress &loaded : loads) {
+            QVERIFY(loaded.wait(std::chrono::seconds(1)));
+            QCOMPARE(loaded.connectionError().value_or(Error()).code,
+                     int(QNetworkReply::OperationCanceledError));
+            QVERIFY(!loaded.data());
+            QCOMPARE(loaded.calls(), 1);
+        }
+        QTRY_COMPARE(server.openConnections(), 0);
+    }
+}
+
+void NetworkUrlLoaderTest::shutdownWithoutARequestIsFine() {
+    NetworkUrlLoader idle;
+    idle.shutdown();
+    idle.shutdown();
+}
+
+void NetworkUrlLoaderTest::requestsAfterShutdownEndWithAnError() {
+    NetworkUrlLoader ended;
+    LoadedAddress before(ended, tolerant(http->address(QStringLiteral("/plain.xml"))), &queue, 10);
+    QVERIFY(before.wait());
+    ended.shutdown();
+    LoadedAddress after(ended, tolerant(http->address(QStringLiteral("/plain.xml"))), &queue, 10);
+    QVERIFY(after.wait());
+    QCOMPARE(after.connectionError().value_or(Error()).code,
+             int(QNetworkReply::OperationCanceledError));
+    QVERIFY(after.thread() != QThread::currentThread());
+    QCOMPARE(http->requests().size(), std::size_t(1));
+}
+
+void NetworkUrlLoaderTest::requestsDuringShutdownEachCompleteOnce() {
+    for (int round = 0; round < 10; ++round) {
+        NetworkUrlLoader ending;
+        std::vector<LoadedAddress> loads;
+        std::thread sender([&] {
+            for (int i = 0; i < 10; ++i)
+                loads.emplace_back(ending, tolerant(http->address(QStringLiteral("/plain.xml"))),
+                                   &queue, 10);
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(round));
+        ending.shutdown();
+        sender.join();
+        for (LoadedAddress &loaded : loads)
+            QVERIFY(loaded.wait());
+        queue.waitForDone();
+        for (const LoadedAddress &loaded : loads)
+            QCOMPARE(loaded.calls(), 1);
+    }
+}
+
+void NetworkUrlLoaderTest::theSharedLoaderIsOne() {
+    QVERIFY(UrlLoader::shared());
+    QCOMPARE(UrlLoader::shared(), UrlLoader::shared());
+    LoadedAddress loaded(*UrlLoader::shared(),
+                         tolerant(http->address(QStringLiteral("/plain.xml"))), &queue, 10);
+    QVERIFY(loaded.wait());
+    QVERIFY(loaded.data());
+}
+
+PELORIN_CORE_TEST_MAIN(NetworkUrlLoaderTest)
+#include "NetworkUrlLoaderTest.moc"

@@ -1,0 +1,212 @@
+#include "DesktopNotificationCenter.h"
+#include "PrivateBus.h"
+#include "RecordingDelegate.h"
+#include "TestMain.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace pelorinnews::test {
+
+using std::chrono::milliseconds;
+
+/// Against notification-daemon, which signals to everybody, clicked with a real pointer.
+class NotificationDaemonTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void showsAPopUpAndTakesItBack();
+    void tellsTheDelegateOfAClick();
+    void hearsTheClickOnOneOfAKilledProcess();
+    void leavesForeignNotificationsAlone();
+    void withdrawsOneThatTheServerNoLongerKnows();
+
+private:
+    [[nodiscard]] NotificationSender sender() const;
+    [[nodiscard]] std::vector<RegistryEntry> registered() const;
+    /// The pop-ups on the screen, by the number of their window.
+    [[nodiscard]] QStringList popUps() const;
+    void click(const QString &window) const;
+    void run(const QString &program, const QStringList &arguments) const;
+
+    std::unique_ptr<QTemporaryDir> home;
+    std::unique_ptr<PrivateBus> bus;
+    std::unique_ptr<BusProgram> daemon;
+    std::unique_ptr<DesktopNotificationCenter> center;
+    std::shared_ptr<RecordingDelegate> delegate;
+};
+
+namespace {
+
+UserNotification notification(const QString &title) {
+    UserNotification made;
+    made.title = title;
+    made.informativeText = QStringLiteral("Text of ") + title;
+    return made;
+}
+
+QStringList titles(const NotificationCenter &center) {
+    QStringList list;
+    const auto delivered = center.deliveredNotifications();
+    for (const UserNotification &each : delivered)
+        list.append(each.title);
+    return list;
+}
+
+QDBusMessage call(const QString &method) {
+    return QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.Notifications"),
+                                          QStringLiteral("/org/freedesktop/Notifications"),
+                                          QStringLiteral("org.freedesktop.Notifications"), method);
+}
+
+constexpr milliseconds plenty{5000};
+
+}  // namespace
+
+void NotificationDaemonTest::init() {
+    home = std::make_unique<QTemporaryDir>();
+    bus = std::make_unique<PrivateBus>();
+    daemon = std::make_unique<BusProgram>(
+        *bus, QStringLiteral("/usr/lib/notification-daemon/notification-daemon"), QStringList());
+    QTRY_VERIFY(bus->hasNotificationServer());
+    center = std::make_unique<DesktopNotificationCenter>(sender());
+    delegate = std::make_shared<RecordingDelegate>();
+    center->setDelegate(delegate);
+}
+
+void NotificationDaemonTest::cleanup() {
+    center.reset();
+    daemon.reset();
+    bus.reset();
+    home.reset();
+}
+
+NotificationSender NotificationDaemonTest::sender() const {
+    NotificationSender made;
+    made.identifier = QStringLiteral("com.example.Host");
+    made.applicationName = QStringLiteral("Host");
+    made.stateFolder = home->filePath(QStringLiteral("state"));
+    made.busAddress = bus->address();
+    return made;
+}
+
+std::vector<RegistryEntry> NotificationDaemonTest::registered() const {
+    const auto contents = NotificationRegistry(sender().stateFolder).read();
+    return contents ? contents->entries : std::vector<RegistryEntry>();
+}
+
+QStringList NotificationDaemonTest::popUps() const {
+    QProcess process;
+    process.start(QStringLiteral("xdotool"),
+                  {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                   QStringLiteral("--class"), QStringLiteral("notification-daemon")});
+    process.waitForFinished(5000);
+    return QString::fromUtf8(process.readAllStandardOutput())
+        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+void NotificationDaemonTest::run(const QString &program, const QStringList &arguments) const {
+    QProcess process;
+    process.setProcessEnvironment(bus->environment());
+    process.start(program, arguments);
+    QVERIFY(process.waitForFinished(5000));
+    QCOMPARE(process.exitCode(), 0);
+}
+
+void NotificationDaemonTest::click(const QString &window) const {
+    // Into the text: the close button is at the right.
+    run(QStringLiteral("xdotool"),
+        {QStringLiteral("mousemove"), QStringLiteral("--window"), window, QStringLiteral("60"),
+         QStringLiteral("40"), QStringLiteral("sleep"), QStringLiteral("0.2"),
+         QStringLiteral("click"), QStringLiteral("1")});
+}
+
+void NotificationDaemonTest::showsAPopUpAndTakesItBack() {
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_COMPARE(registered().size(), 1U);
+    QTRY_COMPARE(popUps().size(), 1);
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QTRY_COMPARE(popUps().size(), 0);
+    QTRY_VERIFY(registered().empty());
+}
+
+void NotificationDaemonTest::tellsTheDelegateOfAClick() {
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_COMPARE(popUps().size(), 1);
+    QTRY_COMPARE(registered().size(), 1U);
+    click(popUps().constFirst());
+    QTRY_COMPARE(delegate->activated.size(), 1);
+    QCOMPARE(delegate->activated[0].title, QStringLiteral("one"));
+    QVERIFY(!delegate->wasOffMainThread);
+    QVERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_COMPARE(popUps().size(), 0);
+    QTRY_VERIFY(registered().empty());
+}
+
+void NotificationDaemonTest::hearsTheClickOnOneOfAKilledProcess() {
+    BusProgram host(
+        *bus,
+        QCoreApplication::applicationDirPath() + QStringLiteral("/pelorin-notificationhelper"),
+        {sender().stateFolder});
+    host.writeLine(QStringLiteral("deliver of the killed"));
+    QCOMPARE(host.readLine(), QStringLiteral("done"));
+    host.kill();
+    QTRY_COMPARE(popUps().size(), 1);
+
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("of the killed")});
+    QVERIFY(center->flush(plenty));
+    click(popUps().constFirst());
+    QTRY_COMPARE(delegate->activated.size(), 1);
+    QCOMPARE(delegate->activated[0].title, QStringLiteral("of the killed"));
+    QTRY_VERIFY(registered().empty());
+}
+
+void NotificationDaemonTest::leavesForeignNotificationsAlone() {
+    // This server shows one pop-up after the other.
+    QDBusMessage notify = call(QStringLiteral("Notify"));
+    notify << QStringLiteral("Other") << 0U << QString() << QStringLiteral("foreign") << QString()
+           << QStringList{QStringLiteral("default"), QString()} << QVariantMap() << -1;
+    QCOMPARE(bus->connection().call(notify).type(), QDBusMessage::ReplyMessage);
+    QTRY_COMPARE(popUps().size(), 1);
+    const QStringList foreign = popUps();
+
+    center->deliverNotification(notification(QStringLiteral("first")));
+    QTRY_COMPARE(registered().size(), 1U);
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QVERIFY(center->flush(plenty));
+    QCOMPARE(popUps(), foreign);
+
+    center->deliverNotification(notification(QStringLiteral("second")));
+    QTRY_COMPARE(registered().size(), 1U);
+    click(foreign.constFirst());
+    QTRY_VERIFY(popUps().size() == 1 && popUps() != foreign);
+    QVERIFY(delegate->activated.isEmpty());
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("second")});
+}
+
+void NotificationDaemonTest::withdrawsOneThatTheServerNoLongerKnows() {
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_COMPARE(registered().size(), 1U);
+    const UserNotification delivered = center->deliveredNotifications().constFirst();
+    // While nobody of ours listens, it goes.
+    const quint32 id = registered().at(0).serverId;
+    center = nullptr;
+    QDBusMessage close = call(QStringLiteral("CloseNotification"));
+    close << id;
+    QCOMPARE(bus->connection().call(close).type(), QDBusMessage::ReplyMessage);
+
+    center = std::make_unique<DesktopNotificationCenter>(sender());
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
+    center->removeDeliveredNotification(delivered);
+    QVERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_VERIFY(registered().empty());
+}
+
+}  // namespace pelorinnews::test
+
+PELORIN_CORE_TEST_MAIN(pelorinnews::test::NotificationDaemonTest)
+
+#include "NotificationDaemonTest.moc"

@@ -1,0 +1,134 @@
+#include "Background.h"
+#include "OperationQueue.h"
+#include "TestHome.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QSemaphore>
+#include <QTest>
+#include <QThread>
+
+#include <atomic>
+#include <optional>
+
+using namespace pelorinnews;
+
+namespace {
+
+/// An application object of a test's own, so that it can end.
+class Application {
+public:
+    void end() { application.reset(); }
+
+private:
+    int argc = 1;
+    char name[9] = "anything";
+    char *argv[2] = {name, nullptr};
+    std::optional<QCoreApplication> application{std::in_place, argc, argv};
+};
+
+}  // namespace
+
+class OperationQueueTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void runsWorkOffTheCallersThread() {
+        Application application;
+        const auto queue = OperationQueue::make();
+        std::atomic<Qt::HANDLE> ran = nullptr;
+        queue->threadPool()->start([&ran] { ran = QThread::currentThreadId(); });
+        QVERIFY(queue->threadPool()->waitForDone(5000));
+        QVERIFY(ran.load() != nullptr);
+        QVERIFY(ran.load() != QThread::currentThreadId());
+        QVERIFY(!queue->isClosed());
+    }
+
+    void mayBeLetGoOfOnItsOwnThread() {
+        Application application;
+        auto queue = OperationQueue::make();
+        const std::weak_ptr<OperationQueue> watched = queue;
+        QThreadPool *pool = queue->threadPool();
+        QSemaphore mayEnd;
+        QSemaphore ended;
+        pool->start([queue = std::move(queue), &mayEnd, &ended]() mutable {
+            mayEnd.acquire();
+            queue.reset();
+            ended.release();
+        });
+        mayEnd.release();
+        QVERIFY(ended.tryAcquire(1, 5000));
+        QVERIFY(watched.expired());
+    }
+
+    void theEndOfTheApplicationWaitsForRunningWork() {
+        Application application;
+        const auto queue = OperationQueue::make();
+        QSemaphore started;
+        std::atomic<bool> sawTheEnd = false;
+        std::atomic<bool> done = false;
+        queue->threadPool()->start([&] {
+            started.release();
+            for (int turn = 0; turn < 500 && !queue->isClosed(); ++turn)
+                QThread::msleep(10);
+            sawTheEnd = queue->isClosed();
+            QThread::msleep(100);
+            done = true;
+        });
+        started.acquire();
+        application.end();
+        QVERIFY(sawTheEnd);
+        QVERIFY(done);
+    }
+
+    void theEndOfTheApplicationWaitsNoLongerThanItsBound() {
+        Application application;
+        const auto queue = OperationQueue::make();
+        QSemaphore started;
+        QSemaphore mayEnd;
+        queue->threadPool()->start([&] {
+            started.release();
+            mayEnd.acquire();
+        });
+        started.acquire();
+        QElapsedTimer clock;
+        clock.start();
+        application.end();
+        const qint64 waited = clock.elapsed();
+        mayEnd.release();
+        QVERIFY(queue->threadPool()->waitForDone(5000));
+        QVERIFY2(waited >= OperationQueue::joinMilliseconds - 50,
+                 qPrintable(QString::number(waited)));
+        QVERIFY2(waited < OperationQueue::joinMilliseconds + 1500,
+                 qPrintable(QString::number(waited)));
+    }
+
+    void aLaterApplicationEndsItsQueuesToo() {
+        for (int round = 0; round < 2; ++round) {
+            Application application;
+            const auto queue = OperationQueue::make();
+            QVERIFY(!queue->isClosed());
+            application.end();
+            QVERIFY(queue->isClosed());
+        }
+    }
+
+    void releasesInTheBackground() {
+        Application application;
+        std::atomic<Qt::HANDLE> released = nullptr;
+        releaseInBackground(std::shared_ptr<const int>(std::make_unique<int>(1).release(),
+                                                       [&released](const int *number) {
+                                                           delete number;
+                                                           released = QThread::currentThreadId();
+                                                       }));
+        QTRY_VERIFY(released.load() != nullptr);
+        QVERIFY(released.load() != QThread::currentThreadId());
+    }
+};
+
+int main(int argc, char *argv[]) {
+    const pelorinnews::test::TestHome home;
+    OperationQueueTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "OperationQueueTest.moc"

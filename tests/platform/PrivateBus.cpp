@@ -1,0 +1,119 @@
+#include "PrivateBus.h"
+
+#include <QDBusConnectionInterface>
+#include <QFile>
+#include <QUuid>
+
+#include <csignal>
+
+namespace pelorinnews::test {
+
+namespace {
+
+QByteArray configuration(const QString &serviceFolder) {
+    QByteArray text =
+        "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN\" "
+        "\"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+        "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen>"
+        "<auth>EXTERNAL</auth>";
+    if (!serviceFolder.isEmpty())
+        text += "<servicedir>" + serviceFolder.toUtf8() + "</servicedir>";
+    return text +
+           "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
+           "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n";
+}
+
+void end(QProcess &process) {
+    if (process.state() == QProcess::NotRunning)
+        return;
+    // A stopped one would not hear the other.
+    ::kill(static_cast<pid_t>(process.processId()), SIGCONT);
+    process.terminate();
+    if (!process.waitForFinished(3000)) {
+        process.kill();
+        process.waitForFinished(3000);
+    }
+}
+
+}  // namespace
+
+PrivateBus::PrivateBus(const QString &serviceFolder)
+    : connectionName(QStringLiteral("test-") + QUuid::createUuid().toString()),
+      ownConnection(QString()) {
+    QFile file(folder.filePath(QStringLiteral("bus.conf")));
+    if (!file.open(QIODevice::WriteOnly))
+        qFatal("cannot write the bus configuration");
+    file.write(configuration(serviceFolder));
+    file.close();
+    // It complains about limits where it may not raise them.
+    daemon.setStandardErrorFile(QProcess::nullDevice());
+    daemon.start(QStringLiteral("dbus-daemon"),
+                 {QStringLiteral("--config-file=") + file.fileName(), QStringLiteral("--nofork"),
+                  QStringLiteral("--print-address=1")});
+    while (!daemon.canReadLine()) {
+        if (!daemon.waitForReadyRead(5000))
+            qFatal("no message bus: %s", qPrintable(daemon.errorString()));
+    }
+    busAddress = QString::fromUtf8(daemon.readLine().trimmed());
+    ownConnection = QDBusConnection::connectToBus(busAddress, connectionName);
+    if (!ownConnection.isConnected())
+        qFatal("cannot connect to the message bus");
+}
+
+PrivateBus::~PrivateBus() {
+    stop();
+}
+
+void PrivateBus::stop() {
+    ownConnection = QDBusConnection(QString());
+    QDBusConnection::disconnectFromBus(connectionName);
+    end(daemon);
+}
+
+bool PrivateBus::hasNotificationServer() const {
+    return ownConnection.interface()->isServiceRegistered(
+        QStringLiteral("org.freedesktop.Notifications"));
+}
+
+QProcessEnvironment PrivateBus::environment() const {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), busAddress);
+    return environment;
+}
+
+BusProgram::BusProgram(const PrivateBus &bus, const QString &program,
+                       const QStringList &arguments) {
+    process.setProcessEnvironment(bus.environment());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.start(program, arguments);
+    if (!process.waitForStarted(5000))
+        qFatal("cannot start %s", qPrintable(program));
+}
+
+BusProgram::~BusProgram() {
+    end(process);
+}
+
+void BusProgram::signal(int number) const {
+    ::kill(static_cast<pid_t>(process.processId()), number);
+}
+
+void BusProgram::kill() {
+    process.kill();
+    process.waitForFinished(3000);
+}
+
+QString BusProgram::readLine() {
+    while (!process.canReadLine()) {
+        if (!process.waitForReadyRead(20000))
+            return {};
+    }
+    return QString::fromUtf8(process.readLine()).trimmed();
+}
+
+void BusProgram::writeLine(const QString &line) {
+    process.write(line.toUtf8() + '\n');
+    process.waitForBytesWritten(1000);
+}
+
+}  // namespace pelorinnews::test

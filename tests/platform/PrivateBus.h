@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+
+namespace pelorinnews::test {
+
+/// A message bus of the test's own that starts no service by itself, so that the notification
+/// server under test is the one that answers. Ends with the object, by process id.
+class PrivateBus {
+public:
+    /// `serviceFolder`: where the bus finds services to start; none where empty.
+    explicit PrivateBus(const QString &serviceFolder = QString());
+    ~PrivateBus();
+    PrivateBus(const PrivateBus &) = delete;
+    PrivateBus &operator=(const PrivateBus &) = delete;
+
+    [[nodiscard]] QString address() const { return busAddress; }
+    [[nodiscard]] qint64 processId() const { return daemon.processId(); }
+
+    /// The test's own connection.
+    [[nodiscard]] QDBusConnection connection() const { return ownConnection; }
+
+    [[nodiscard]] bool hasNotificationServer() const;
+
+    /// The environment of a program on this bus.
+    [[nodiscard]] QProcessEnvironment environment() const;
+
+    /// Ends the bus before the object goes.
+    void stop();
+
+private:
+    QTemporaryDir folder;
+    QProcess daemon;
+    QString busAddress;
+    QString connectionName;
+    QDBusConnection ownConnection;
+};
+
+/// A program on a `PrivateBus`; ends with the object, by process id.
+class BusProgram {
+public:
+    BusProgram(const PrivateBus &bus, const QString &program, const QStringList &arguments);
+    ~BusProgram();
+    BusProgram(const BusProgram &) = delete;
+    BusProgram &operator=(const BusProgram &) = delete;
+
+    /// Sends `signal` to the program.
+    void signal(int number) const;
+    /// Ends it at once, as a crash would.
+    void kill();
+    /// The next line of its standard output; absent after twenty seconds without one.
+    [[nodiscard]] QString readLine();
+    void writeLine(const QString &line);
+
+private:
+    QProcess process;
+};
+
+}  // namespace pelorinnews::test

@@ -1,0 +1,57 @@
+// A host of its own process: delivers and lists through the session's bus as told on standard
+// input, until it is killed or its input ends.
+#include "DesktopNotificationCenter.h"
+#include "RecordingDelegate.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QTextStream>
+
+#include <thread>
+
+using namespace pelorinnews;
+
+namespace {
+
+void answer(const QString &line) {
+    QTextStream(stdout) << line << '\n' << Qt::flush;
+}
+
+void obey(NotificationCenter &center, const QString &command, const QString &argument) {
+    if (command == QLatin1String("deliver")) {
+        UserNotification notification;
+        notification.title = argument;
+        notification.userInfo = {
+            {QStringLiteral("date"), QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC)}};
+        center.deliverNotification(notification);
+        answer(center.flush(std::chrono::seconds(5)) ? QStringLiteral("done")
+                                                     : QStringLiteral("late"));
+    } else if (command == QLatin1String("list")) {
+        QStringList titles;
+        const auto delivered = center.deliveredNotifications();
+        for (const UserNotification &each : delivered)
+            titles.append(each.title);
+        answer(titles.join(QLatin1Char(',')));
+    }
+}
+
+}  // namespace
+
+int main(int argc, char *argv[]) {
+    QCoreApplication application(argc, argv);
+    NotificationSender sender;
+    sender.identifier = QStringLiteral("com.example.Host");
+    sender.applicationName = QStringLiteral("Host");
+    sender.stateFolder = application.arguments().value(1);
+    DesktopNotificationCenter center(sender);
+    std::thread commands([&] {
+        QTextStream input(stdin);
+        QString line;
+        while (input.readLineInto(&line))
+            obey(center, line.section(QLatin1Char(' '), 0, 0), line.section(QLatin1Char(' '), 1));
+        QMetaObject::invokeMethod(&application, "quit", Qt::QueuedConnection);
+    });
+    const int result = QCoreApplication::exec();
+    commands.join();
+    return result;
+}

@@ -1,0 +1,122 @@
+#include "TrackerSession.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <memory>
+
+namespace pelorinnews::test {
+
+namespace {
+
+constexpr const char *insideVariable = "PELORIN_TEST_TRACKER_HOME";
+
+std::unique_ptr<QTemporaryDir> indexableFolder() {
+    for (const char *place : {"/srv", "/var/lib", "/var/tmp"}) {
+        const QString pattern = QLatin1String(place) + QLatin1String("/pelorin-test-XXXXXX");
+        auto folder = std::make_unique<QTemporaryDir>(pattern);
+        if (folder->isValid())
+            return folder;
+    }
+    return nullptr;
+}
+
+void makeHome(const QDir &home) {
+    for (const char *folder : {"Documents", ".config", ".local/share", ".local/state", ".cache"})
+        home.mkpath(QLatin1String(folder));
+    home.mkpath(QStringLiteral("run"));
+    QFile::setPermissions(home.filePath(QStringLiteral("run")),
+                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QFile folders(home.filePath(QStringLiteral(".config/user-dirs.dirs")));
+    if (folders.open(QIODevice::WriteOnly))
+        folders.write("XDG_DOCUMENTS_DIR=\"$HOME/Documents\"\n");
+    qputenv("HOME", home.path().toUtf8());
+    qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral(".config")).toUtf8());
+    qputenv("XDG_DATA_HOME", home.filePath(QStringLiteral(".local/share")).toUtf8());
+    qputenv("XDG_STATE_HOME", home.filePath(QStringLiteral(".local/state")).toUtf8());
+    qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral(".cache")).toUtf8());
+    qputenv("XDG_RUNTIME_DIR", home.filePath(QStringLiteral("run")).toUtf8());
+    qputenv("GSETTINGS_BACKEND", "memory");
+}
+
+}  // namespace
+
+namespace {
+
+/// A bus that starts no service by itself: neither the index that the user has, nor what belongs
+/// to one that has just been stopped.
+QString busConfiguration(const QDir &home) {
+    const QString path = home.filePath(QStringLiteral("bus.conf"));
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(
+            "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen>"
+            "<auth>EXTERNAL</auth><policy context=\"default\"><allow send_destination=\"*\"/>"
+            "<allow receive_sender=\"*\"/><allow own=\"*\"/></policy></busconfig>");
+    }
+    return path;
+}
+
+}  // namespace
+
+int runInTrackerSession(int argc, char *argv[], const std::function<int()> &tests) {
+    if (isInTrackerSession())
+        return tests();
+    const auto folder = indexableFolder();
+    if (!folder)
+        return tests();
+    makeHome(QDir(folder->path()));
+    qputenv(insideVariable, folder->path().toUtf8());
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    QStringList command = {
+        QStringLiteral("--config-file=") + busConfiguration(QDir(folder->path())),
+        QStringLiteral("--"), QFile::symLinkTarget(QStringLiteral("/proc/self/exe"))};
+    for (int i = 1; i < argc; ++i)
+        command << QString::fromLocal8Bit(argv[i]);
+    return QProcess::execute(QStringLiteral("dbus-run-session"), command);
+}
+
+bool isInTrackerSession() {
+    return qEnvironmentVariableIsSet(insideVariable);
+}
+
+bool TrackerMiner::start() {
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.start(QStringLiteral("/usr/libexec/tracker-miner-fs-3"),
+                  {QStringLiteral("--initial-sleep=0")});
+    if (!process.waitForStarted())
+        return false;
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < 20000) {
+        auto question = QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.Tracker3.Miner.Files"),
+            QStringLiteral("/org/freedesktop/Tracker3/Miner/Files"),
+            QStringLiteral("org.freedesktop.Tracker3.Miner"), QStringLiteral("GetStatus"));
+        question.setAutoStartService(false);
+        const QDBusMessage reply = QDBusConnection::sessionBus().call(question);
+        if (reply.arguments().value(0).toString() == QLatin1String("Idle"))
+            return true;
+        QThread::msleep(20);
+    }
+    return false;
+}
+
+void TrackerMiner::stop() {
+    if (process.state() == QProcess::NotRunning)
+        return;
+    process.terminate();
+    if (!process.waitForFinished(5000)) {
+        process.kill();
+        process.waitForFinished();
+    }
+}
+
+}  // namespace pelorinnews::test

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QSslSocket>
+
+#include <chrono>
+
+namespace pelorinnews::test {
+
+/// One exchange over a socket of its own: what was sent, and every byte that came back, with no
+/// HTTP client in between to hide anything.
+class RawExchange {
+public:
+    RawExchange(quint16 port, bool tls) {
+        socket.setPeerVerifyMode(QSslSocket::VerifyNone);
+        if (tls)
+            socket.connectToHostEncrypted(QStringLiteral("127.0.0.1"), port);
+        else
+            socket.connectToHost(QStringLiteral("127.0.0.1"), port);
+        connected = tls ? socket.waitForEncrypted(5000) : socket.waitForConnected(5000);
+    }
+
+    [[nodiscard]] bool isConnected() const { return connected; }
+
+    void send(const QByteArray &bytes) {
+        socket.write(bytes);
+        socket.flush();
+    }
+
+    void sendGet(const QByteArray &target) {
+        send("GET " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+    }
+
+    /// Gathers until the connection has ended, `enough` bytes have come or `timeout` is over.
+    void gather(std::chrono::milliseconds timeout = std::chrono::seconds(10),
+                qint64 enough = std::numeric_limits<qint64>::max()) {
+        QElapsedTimer elapsed;
+        elapsed.start();
+        while (received.size() < enough && elapsed.elapsed() < timeout.count()) {
+            const qint64 rest = timeout.count() - elapsed.elapsed();
+            if (socket.bytesAvailable() == 0 && !socket.waitForReadyRead(static_cast<int>(rest)) &&
+                socket.state() != QAbstractSocket::ConnectedState)
+                break;
+            received += socket.readAll();
+        }
+        received += socket.readAll();
+    }
+
+    [[nodiscard]] bool hasEnded() const {
+        return socket.state() != QAbstractSocket::ConnectedState;
+    }
+    /// Everything before the empty line, with its line's end.
+    [[nodiscard]] QByteArray head() const {
+        return received.left(received.indexOf("\r\n\r\n") + 2);
+    }
+    /// Everything after the empty line, framing included.
+    [[nodiscard]] QByteArray body() const {
+        const qsizetype end = received.indexOf("\r\n\r\n");
+        return end < 0 ? QByteArray() : received.mid(end + 4);
+    }
+    [[nodiscard]] QByteArray statusLine() const { return received.left(received.indexOf("\r\n")); }
+
+    QByteArray received;
+
+private:
+    QSslSocket socket;
+    bool connected = false;
+};
+
+}  // namespace pelorinnews::test

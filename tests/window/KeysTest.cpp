@@ -1,0 +1,157 @@
+// Keys of the window, as they come from the keyboard: through the window system's queue.
+
+#include "TestMain.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QMimeData>
+#include <QShortcut>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+class KeysTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void closes_data();
+    void closes();
+    void staysOpen_data();
+    void staysOpen();
+    void copiesTheWholeItemAsRichTextOnly();
+    void copiesTheValueWhereThePageIsNoDocument();
+    void passesTheKeyOnWhenThereIsNothingToCopy();
+    void leavesEscapeToAnOpenMenu();
+    void winsOverAShortcutOfTheHost();
+
+private:
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers) {
+        QTest::keyClick(window->windowHandle(), key, modifiers);
+    }
+
+    std::unique_ptr<WindowFixture> fixture;
+    std::shared_ptr<OlvNewsWindowController> controller;
+    OlvNewsWindow *window = nullptr;
+};
+
+void KeysTest::init() {
+    fixture = std::make_unique<WindowFixture>();
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    fixture->serve(WindowFixture::items(2));
+    controller = fixture->makeController();
+    window = controller->window();
+    QVERIFY(window);
+    controller->showWindow();
+    QVERIFY(QTest::qWaitForWindowActive(window));
+    QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
+    QGuiApplication::clipboard()->clear();
+}
+
+void KeysTest::cleanup() {
+    controller.reset();
+    fixture.reset();
+}
+
+void KeysTest::closes_data() {
+    QTest::addColumn<Qt::Key>("key");
+    QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
+    QTest::newRow("Escape") << Qt::Key_Escape << Qt::KeyboardModifiers();
+    QTest::newRow("Escape of a keypad")
+        << Qt::Key_Escape << Qt::KeyboardModifiers(Qt::KeypadModifier);
+    QTest::newRow("Command-W") << Qt::Key_W << Qt::KeyboardModifiers(Qt::ControlModifier);
+}
+
+void KeysTest::closes() {
+    QFETCH(const Qt::Key, key);
+    QFETCH(const Qt::KeyboardModifiers, modifiers);
+    press(key, modifiers);
+    QVERIFY(!window->isVisible());
+    QCOMPARE(controller->newsCache().sinceLastViewingCount(), 0);
+}
+
+void KeysTest::staysOpen_data() {
+    QTest::addColumn<Qt::Key>("key");
+    QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
+    QTest::newRow("Option-Escape") << Qt::Key_Escape << Qt::KeyboardModifiers(Qt::AltModifier);
+    QTest::newRow("Shift-Escape") << Qt::Key_Escape << Qt::KeyboardModifiers(Qt::ShiftModifier);
+    QTest::newRow("Control-Escape") << Qt::Key_Escape << Qt::KeyboardModifiers(Qt::MetaModifier);
+    QTest::newRow("W") << Qt::Key_W << Qt::KeyboardModifiers();
+    QTest::newRow("Command-Shift-W")
+        << Qt::Key_W << Qt::KeyboardModifiers(Qt::ControlModifier | Qt::ShiftModifier);
+}
+
+void KeysTest::staysOpen() {
+    QFETCH(const Qt::Key, key);
+    QFETCH(const Qt::KeyboardModifiers, modifiers);
+    press(key, modifiers);
+    QVERIFY(window->isVisible());
+}
+
+void KeysTest::copiesTheWholeItemAsRichTextOnly() {
+    press(Qt::Key_C, Qt::ControlModifier);
+    const QMimeData *copied = QGuiApplication::clipboard()->mimeData();
+    QVERIFY(copied);
+    QVERIFY(!copied->hasText());
+    for (const char *type : {"text/rtf", "text/richtext", "application/rtf"}) {
+        const QByteArray rtf = copied->data(QLatin1String(type));
+        QVERIFY(rtf.startsWith("{\\rtf1"));
+        QVERIFY(rtf.contains("Body 1"));
+    }
+    QGuiApplication::clipboard()->clear();
+    press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+    const QMimeData *left = QGuiApplication::clipboard()->mimeData();
+    QVERIFY(!left || left->formats().isEmpty());
+}
+
+void KeysTest::copiesTheValueWhereThePageIsNoDocument() {
+    controller->webView()->loadHtmlString(QStringLiteral("<div>").repeated(100'000));
+    press(Qt::Key_C, Qt::ControlModifier);
+    QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("Plain 1"));
+}
+
+void KeysTest::passesTheKeyOnWhenThereIsNothingToCopy() {
+    controller->webView()->loadHtmlString(QStringLiteral("<div>").repeated(100'000));
+    controller->webView()->accessibilitySetValueForAttribute(QString(),
+                                                             AccessibilityAttribute::Value);
+    QKeyEvent event(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier);
+    QVERIFY(!controller->webView()->performKeyEquivalent(event));
+    press(Qt::Key_C, Qt::ControlModifier);
+    QVERIFY(QGuiApplication::clipboard()->text().isEmpty());
+}
+
+void KeysTest::leavesEscapeToAnOpenMenu() {
+    controller->onOptionsButton();
+    QTRY_VERIFY(controller->displayContentFrom()->isVisible());
+    controller->displayContentFrom()->showPopup();
+    QTRY_VERIFY(QApplication::activePopupWidget());
+    QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
+    QTRY_VERIFY(!QApplication::activePopupWidget());
+    QVERIFY(window->isVisible());
+    controller->onOptionsButton();
+    press(Qt::Key_Escape, {});
+    QVERIFY(!window->isVisible());
+}
+
+void KeysTest::winsOverAShortcutOfTheHost() {
+    QWidget host;
+    host.show();
+    int taken = 0;
+    QShortcut shortcut(QKeySequence(Qt::CTRL | Qt::Key_W), &host);
+    shortcut.setContext(Qt::ApplicationShortcut);
+    connect(&shortcut, &QShortcut::activated, this, [&taken] { ++taken; });
+    window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(window));
+    press(Qt::Key_W, Qt::ControlModifier);
+    QVERIFY(!window->isVisible());
+    QCOMPARE(taken, 0);
+    host.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&host));
+    QTest::keyClick(host.windowHandle(), Qt::Key_W, Qt::ControlModifier);
+    QCOMPARE(taken, 1);
+}
+
+PELORIN_WIDGET_TEST_MAIN(KeysTest)
+#include "KeysTest.moc"

@@ -1,0 +1,340 @@
+// What the controller does by itself: refreshing, opening, closing, shutting down.
+
+#include "RecordingLogger.h"
+#include "TestMain.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+
+#include <thread>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+bool isShown(const std::shared_ptr<OlvNewsWindowController> &controller) {
+    const auto windows = QApplication::topLevelWidgets();
+    return std::any_of(windows.begin(), windows.end(), [](const QWidget *widget) {
+        return qobject_cast<const OlvNewsWindow *>(widget) && widget->isVisible();
+    });
+    Q_UNUSED(controller)
+}
+
+// The intervals of this process's repeating alarms, in seconds.
+QList<qint64> alarmIntervals() {
+    QList<qint64> intervals;
+    const QDir infos(QStringLiteral("/proc/self/fdinfo"));
+    for (const QString &name : infos.entryList(QDir::Files)) {
+        QFile info(infos.filePath(name));
+        if (!info.open(QIODevice::ReadOnly))
+            continue;
+        for (const QByteArray &line : info.readAll().split('\n')) {
+            if (line.startsWith("it_interval: ("))
+                intervals.append(line.mid(14).split(',').first().toLongLong());
+        }
+    }
+    return intervals;
+}
+
+}  // namespace
+
+class LifecycleTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() {
+        fixture = std::make_unique<WindowFixture>();
+        fixture->serve(WindowFixture::items(5));
+    }
+    void cleanup() { fixture.reset(); }
+
+    void opensWhenThereAreNewItemsInTheUsersLanguage();
+    void staysClosedWhenTheFeedIsInAnotherLanguage();
+    void staysClosedWithoutAFeedLanguage();
+    void staysClosedWhenNothingIsNew();
+    void opensWithItemsFromTheLocalFileWhenTheServiceFails();
+    void neverOpensByItselfWithShowOnStartOff();
+    void makesNoWindowAtCreation();
+    void refreshesAtTheStoredInterval_data();
+    void refreshesAtTheStoredInterval();
+    void refreshesAgainWhenTheTimerFires();
+    void owesOneRefreshForAnyNumberOfFiringsWhileOpen();
+    void marksEveryItemAsViewedWhenClosing();
+    void regainingTheFocusChangesNothing();
+    void becomesKeyOnceMoreAfterClosing();
+    void showsAMinimisedWindowAgain();
+    void closingDoesNotEndTheHost();
+    void exitClosesTheWindowAndStartsTheOwedRefresh();
+    void exitStoresTheLastViewing();
+    void exitTwiceIsHarmless();
+    void exitReleasesTheController();
+    void logsTheFailureOfEitherRefreshAndNothingOfTheCache();
+    void isDestroyedOnTheMainThreadWhoeverLetsGoLast();
+    void staysUsableWithoutAWindowDescription();
+
+private:
+    std::unique_ptr<WindowFixture> fixture;
+};
+
+void LifecycleTest::opensWhenThereAreNewItemsInTheUsersLanguage() {
+    const auto controller = fixture->makeController();
+    QTRY_VERIFY(isShown(controller));
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+}
+
+void LifecycleTest::staysClosedWhenTheFeedIsInAnotherLanguage() {
+    fixture->serve(WindowFixture::items(3), QStringLiteral("de"));
+    const auto controller = fixture->makeController();
+    QCOMPARE(controller->newsCache().unfilteredCount(), 3U);
+    QVERIFY(!isShown(controller));
+}
+
+void LifecycleTest::staysClosedWithoutAFeedLanguage() {
+    fixture->serve(WindowFixture::items(3), QString());
+    const auto controller = fixture->makeController();
+    QCOMPARE(controller->newsCache().unfilteredCount(), 3U);
+    QVERIFY(!isShown(controller));
+}
+
+void LifecycleTest::staysClosedWhenNothingIsNew() {
+    fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
+    const auto controller = fixture->makeController();
+    QCOMPARE(controller->newsCache().unfilteredCount(), 5U);
+    QVERIFY(!isShown(controller));
+}
+
+void LifecycleTest::opensWithItemsFromTheLocalFileWhenTheServiceFails() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    fixture->makeController()->exit();
+    fixture->prefer(QStringLiteral("newsShowOnStart"), true);
+    fixture->prefer(QStringLiteral("newsLastViewing"), QVariant());
+    FeedReply broken;
+    broken.status = 500;
+    fixture->server().setReply(broken);
+    const auto controller = fixture->makeController();
+    QTRY_VERIFY(isShown(controller));
+}
+
+void LifecycleTest::neverOpensByItselfWithShowOnStartOff() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    const auto controller = fixture->makeController();
+    QCOMPARE(controller->newsCache().count(), 5U);
+    QVERIFY(!isShown(controller));
+}
+
+void LifecycleTest::makesNoWindowAtCreation() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    const auto before = QApplication::allWidgets().size();
+    const auto controller = fixture->makeController();
+    QCOMPARE(QApplication::allWidgets().size(), before);
+    QVERIFY(controller->window());
+    QCOMPARE_GT(QApplication::allWidgets().size(), before);
+}
+
+void LifecycleTest::refreshesAtTheStoredInterval_data() {
+    QTest::addColumn<QVariant>("stored");
+    QTest::addColumn<qint64>("seconds");
+    QTest::newRow("default: four hours") << QVariant() << qint64{14400};
+    QTest::newRow("a minute") << QVariant(60) << qint64{60};
+    QTest::newRow("zero becomes a second") << QVariant(0) << qint64{1};
+    QTest::newRow("more than 24 days") << QVariant(3'000'000) << qint64{3'000'000};
+}
+
+void LifecycleTest::refreshesAtTheStoredInterval() {
+    QFETCH(const QVariant, stored);
+    QFETCH(const qint64, seconds);
+    fixture->prefer(QStringLiteral("newsRefreshInterval"), stored);
+    const auto before = alarmIntervals();
+    const auto controller = fixture->makeController();
+    auto now = alarmIntervals();
+    for (const qint64 old : before)
+        now.removeOne(old);
+    QCOMPARE(now, QList<qint64>{seconds});
+}
+
+void LifecycleTest::refreshesAgainWhenTheTimerFires() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    fixture->prefer(QStringLiteral("newsRefreshInterval"), 1);
+    const auto controller = fixture->makeController();
+    QCOMPARE(fixture->server().requests().size(), 1U);
+    QTRY_VERIFY_WITH_TIMEOUT(fixture->server().requests().size() >= 3, 10000);
+}
+
+void LifecycleTest::owesOneRefreshForAnyNumberOfFiringsWhileOpen() {
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    controller->onRefreshTimerFire();
+    controller->onRefreshTimerFire();
+    WindowFixture::settle(*controller);
+    QCOMPARE(fixture->server().requests().size(), 1U);
+    controller->window()->performClose();
+    QVERIFY(fixture->server().waitForRequests(2));
+    WindowFixture::settle(*controller);
+    QCOMPARE(fixture->server().requests().size(), 2U);
+    controller->window()->performClose();
+    WindowFixture::settle(*controller);
+    QCOMPARE(fixture->server().requests().size(), 2U);
+}
+
+void LifecycleTest::marksEveryItemAsViewedWhenClosing() {
+    auto items = WindowFixture::items(5);
+    std::swap(items[0], items[3]);  // the latest need not be the first
+    fixture->serve(items);
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    QVERIFY(controller->newsCache().sinceLastViewingCount() > 0);
+    controller->window()->performClose();
+    QCOMPARE(controller->newsCache().sinceLastViewingCount(), 0);
+    QCOMPARE(controller->newsCache().lastViewing().toSecsSinceEpoch(),
+             items[3].date.toSecsSinceEpoch());
+    QCOMPARE(controller->newsCache().count(), 5U);
+}
+
+void LifecycleTest::regainingTheFocusChangesNothing() {
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    controller->onNextItem();
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    QTRY_VERIFY(other.isActiveWindow());
+    controller->window()->activateWindow();
+    QTRY_VERIFY(controller->window()->isActiveWindow());
+    WindowFixture::settle(*controller);
+    QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("2 / 5"));
+}
+
+void LifecycleTest::becomesKeyOnceMoreAfterClosing() {
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    controller->onNextItem();
+    controller->window()->performClose();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+}
+
+void LifecycleTest::showsAMinimisedWindowAgain() {
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_VERIFY(isShown(controller));
+    controller->window()->showMinimized();
+    controller->showWindow();
+    QVERIFY(!controller->window()->isMinimized());
+}
+
+void LifecycleTest::closingDoesNotEndTheHost() {
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_VERIFY(isShown(controller));
+    bool ended = false;
+    connect(qApp, &QGuiApplication::lastWindowClosed, this, [&ended] { ended = true; });
+    controller->window()->performClose();
+    WindowFixture::settle(*controller);
+    QVERIFY(!isShown(controller));
+    QVERIFY(!ended);
+}
+
+void LifecycleTest::exitClosesTheWindowAndStartsTheOwedRefresh() {
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    controller->onRefreshTimerFire();
+    controller->exit();
+    QVERIFY(!isShown(controller));
+    QVERIFY(fixture->server().waitForRequests(2));
+    WindowFixture::settle(*controller);
+}
+
+void LifecycleTest::exitStoresTheLastViewing() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    const auto controller = fixture->makeController();
+    const QDateTime date = QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC);
+    controller->newsCache().setLastViewing(date);
+    QVERIFY(OlvNewsConfiguration().lastViewing() != date);
+    controller->exit();
+    QCOMPARE(OlvNewsConfiguration().lastViewing().toUTC(), date);
+}
+
+void LifecycleTest::exitTwiceIsHarmless() {
+    const auto controller = fixture->makeController();
+    controller->exit();
+    controller->exit();
+    controller->showWindow();
+    QTRY_VERIFY(isShown(controller));
+}
+
+void LifecycleTest::exitReleasesTheController() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    auto controller =
+        OlvNewsWindowController::initWithWindowNibName(QStringLiteral("OlvNewsWindowController"));
+    WindowFixture::settle(*controller);
+    QPointer<OlvNewsWindowController> watched = controller.get();
+    QVERIFY(controller->window());
+    const std::weak_ptr<OlvNewsWindowController> weak = controller;
+    controller.reset();
+    QVERIFY(watched);  // held by its timer
+    weak.lock()->exit();
+    QTRY_VERIFY(!watched);
+    QVERIFY(!isShown(nullptr));
+}
+
+void LifecycleTest::logsTheFailureOfEitherRefreshAndNothingOfTheCache() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    const auto controller = fixture->makeController();
+    const auto logger = std::make_shared<RecordingLogger>();
+    controller->setLogger(logger);
+    controller->newsCache().setFeedBaseURL(QString());
+    controller->refreshCache();
+    controller->refreshCacheShowingWindow();
+    const QString error =
+        QStringLiteral("Error Domain=com.Olvane.PelorinNews.NewsCache.ErrorDomain Code=-2");
+    const QList<RecordingLogger::Entry> expected = {
+        {1, QStringLiteral("News Window Controller - refreshContent received an error: ") + error},
+        {1, QStringLiteral(
+                "News Window Controller - refreshContentShowingWindow received an error: ") +
+                error}};
+    QCOMPARE(logger->entries(), expected);
+    controller->setLogger(nullptr);
+    controller->refreshCache();
+    QCOMPARE(logger->entries().size(), 2);
+}
+
+void LifecycleTest::isDestroyedOnTheMainThreadWhoeverLetsGoLast() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    auto controller =
+        OlvNewsWindowController::initWithWindowNibName(QStringLiteral("OlvNewsWindowController"));
+    WindowFixture::settle(*controller);
+    QThread *destroyedOn = nullptr;
+    connect(
+        controller.get(), &QObject::destroyed, this,
+        [&destroyedOn] { destroyedOn = QThread::currentThread(); }, Qt::DirectConnection);
+    controller->exit();
+    std::thread([last = std::move(controller)]() mutable { last.reset(); }).join();
+    QTRY_VERIFY(destroyedOn);
+    QCOMPARE(destroyedOn, QThread::currentThread());
+}
+
+void LifecycleTest::staysUsableWithoutAWindowDescription() {
+    const auto controller =
+        OlvNewsWindowController::initWithWindowNibName(QStringLiteral("Absent"));
+    WindowFixture::settle(*controller);
+    QVERIFY(!controller->window());
+    controller->showWindow();
+    controller->onOptionsButton();
+    controller->onOptionsButton();
+    controller->refreshControls();
+    controller->onNextItem();
+    WindowFixture::settle(*controller);
+    controller->exit();
+    QCOMPARE(controller->newsCache().count(), 5U);
+}
+
+PELORIN_WIDGET_TEST_MAIN(LifecycleTest)
+#include "LifecycleTest.moc"

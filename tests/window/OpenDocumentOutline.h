@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QHash>
+#include <QMap>
+#include <QString>
+#include <QXmlStreamReader>
+
+namespace pelorinnews::test {
+
+/// What a word processor understood of a document, as lines that a person can read and a test can
+/// compare: one for each paragraph, picture, table, row and cell, with what its style says.
+class OpenDocumentOutline {
+public:
+    /// The outline of a flat OpenDocument text; empty if it is none.
+    static QString of(const QByteArray &document);
+
+private:
+    using Properties = QMap<QString, QString>;
+
+    explicit OpenDocumentOutline(const QByteArray &document) : _reader(document) {}
+
+    QString run();
+    void readStyle();
+    void readListStyle();
+    void readBody();
+    void start();
+    void end();
+    void line(const QString &text);
+    [[nodiscard]] QString styleOf(const QString &name) const;
+    [[nodiscard]] QString attribute(const char *qualifiedName) const;
+
+    QXmlStreamReader _reader;
+    QHash<QString, Properties> _styles;
+    QHash<QString, QStringList> _listStyles;
+    QStringList _lines;
+    QString _paragraph;
+    QString _openSpan;
+    QStringList _lists;
+    int _indent = 0;
+};
+
+}  // namespace pelorinnews::test

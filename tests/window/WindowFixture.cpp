@@ -1,0 +1,95 @@
+#include "WindowFixture.h"
+
+#include "HostBundle.h"
+#include "UserDefaults.h"
+
+#include <QLocale>
+#include <QSaveFile>
+
+namespace pelorinnews::test {
+
+namespace {
+
+QString asXml(const FeedItem &item) {
+    const QString date =
+        QLocale(QLocale::English, QLocale::UnitedStates)
+            .toString(item.date.toUTC(), QStringLiteral("ddd, dd MMM yyyy HH:mm:ss 'GMT'"));
+    return QStringLiteral(
+               "<item><title>%1</title><pubDate>%2</pubDate><category>%3</category>"
+               "<comments>%4</comments><description><![CDATA[%5]]></description></item>\n")
+        .arg(item.title, item.date.isValid() ? date : QString(), item.category, item.plainText,
+             item.html);
+}
+
+}  // namespace
+
+WindowFixture::WindowFixture() {
+    HostBundle::setIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
+                             QStringLiteral("Pelorin")});
+    OlvNewsConfiguration().restoreDefaults();
+    FeedServerOptions options;
+    options.feedFolder = _feeds.path();
+    _server = std::make_unique<FeedServer>(options);
+    if (!_server->start())
+        qFatal("the feed service does not start");
+    prefer(QStringLiteral("newsFeedBaseURL"), _server->feedAddress());
+    prefer(QStringLiteral("newsFeedLocale"), QStringLiteral("en-US"));
+}
+
+WindowFixture::~WindowFixture() {
+    for (const auto &controller : _made) {
+        settle(*controller);
+        controller->exit();
+        settle(*controller);
+    }
+    OlvNewsConfiguration().restoreDefaults();
+}
+
+void WindowFixture::serve(const QList<FeedItem> &items, const QString &language) {
+    QString feed = QStringLiteral("<?xml version=\"1.0\"?><rss><channel><language>%1</language>\n")
+                       .arg(language);
+    for (const FeedItem &item : items)
+        feed += asXml(item);
+    feed += QStringLiteral("</channel></rss>\n");
+    for (const char *name : {"standard.en.xml", "standard.en-US.xml"}) {
+        QSaveFile file(_feeds.filePath(QLatin1String(name)));
+        if (!file.open(QIODevice::WriteOnly) || file.write(feed.toUtf8()) < 0 || !file.commit())
+            qFatal("the feed cannot be written");
+    }
+}
+
+QList<FeedItem> WindowFixture::items(int count) {
+    QList<FeedItem> list;
+    const QDateTime newest = QDateTime::currentDateTimeUtc().addSecs(-3600);
+    for (int index = 0; index < count; ++index) {
+        const QString number = QString::number(index + 1);
+        list.append({QStringLiteral("Title ") + number, newest.addSecs(-60 * index),
+                     QStringLiteral("<p>Body ") + number + QStringLiteral("</p>"),
+                     QStringLiteral("Plain ") + number});
+    }
+    return list;
+}
+
+void WindowFixture::prefer(const QString &key, const QVariant &value) {
+    UserDefaults::standard()->setValue(key, value);
+}
+
+std::shared_ptr<OlvNewsWindowController> WindowFixture::makeController() {
+    auto controller =
+        OlvNewsWindowController::initWithWindowNibName(QStringLiteral("OlvNewsWindowController"));
+    if (!controller)
+        qFatal("no controller");
+    _made.push_back(controller);
+    settle(*controller);
+    return controller;
+}
+
+void WindowFixture::settle(const OlvNewsWindowController &controller) {
+    if (!QTest::qWaitFor([&controller] { return !controller.newsCache().retrievingContent(); },
+                         20000))
+        qFatal("a refresh does not end");
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+}
+
+}  // namespace pelorinnews::test

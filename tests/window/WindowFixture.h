@@ -1,0 +1,56 @@
+#pragma once
+
+#include "FeedServer.h"
+#include "OlvNewsWindowController.h"
+
+#include <QDateTime>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace pelorinnews::test {
+
+/// One item of a feed to be served.
+struct FeedItem {
+    QString title;
+    QDateTime date;
+    QString html;
+    QString plainText;
+    QString category = QStringLiteral("mac pelorin");
+};
+
+/// A feed service and a host's preferences, with window controllers made over both: what the
+/// window's tests stand on. Everything stored is removed again.
+class WindowFixture {
+public:
+    WindowFixture();
+    ~WindowFixture();
+    WindowFixture(const WindowFixture &) = delete;
+    WindowFixture &operator=(const WindowFixture &) = delete;
+
+    /// What the service answers from now on.
+    void serve(const QList<FeedItem> &items, const QString &language = QStringLiteral("en"));
+
+    /// `count` items a minute apart, the newest first and an hour old.
+    [[nodiscard]] static QList<FeedItem> items(int count);
+
+    /// A preference, stored before controllers are made.
+    void prefer(const QString &key, const QVariant &value);
+
+    /// A controller whose first refresh has come to its end, main-thread tasks included. With
+    /// `showOnStart` off it is a background refresh.
+    [[nodiscard]] std::shared_ptr<OlvNewsWindowController> makeController();
+
+    /// Waits until no download is under way and what it posted has run.
+    static void settle(const OlvNewsWindowController &controller);
+
+    FeedServer &server() { return *_server; }
+
+private:
+    QTemporaryDir _feeds;
+    std::unique_ptr<FeedServer> _server;
+    std::vector<std::shared_ptr<OlvNewsWindowController>> _made;
+};
+
+}  // namespace pelorinnews::test

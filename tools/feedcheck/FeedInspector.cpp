@@ -1,0 +1,173 @@
+#include "FeedInspector.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <array>
+
+namespace pelorinnews {
+
+namespace {
+
+constexpr std::array<std::string_view, 5> inItem = {"title", "pubDate", "description", "comments",
+                                                    "category"};
+constexpr std::array<std::string_view, 2> anywhere = {"item", "language"};
+
+QString fromUtf8(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+QString tag(std::string_view name) {
+    return QLatin1Char('<') + fromUtf8(name) + QLatin1Char('>');
+}
+
+template <class Names>
+bool contains(const Names &names, std::string_view name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+/// The name among `names` that `name` would be if case did not count.
+template <class Names>
+std::string_view meant(const Names &names, std::string_view name) {
+    const QString written = fromUtf8(name);
+    const auto found = std::find_if(names.begin(), names.end(), [&](std::string_view known) {
+        return written.compare(fromUtf8(known), Qt::CaseInsensitive) == 0;
+    });
+    return found == names.end() || *found == name ? std::string_view() : *found;
+}
+
+}  // namespace
+
+QString forOneLine(const QString &text, qsizetype longest) {
+    QString line = text.simplified();
+    if (line.size() > longest) {
+        qsizetype kept = longest - 1;
+        if (line[kept - 1].isHighSurrogate())
+            --kept;
+        line = line.first(kept) + QChar(u'…');
+    }
+    for (QChar &character : line) {
+        const QChar::Category category = character.category();
+        if (category == QChar::Other_Control || category == QChar::Other_Format)
+            character = QChar::ReplacementCharacter;
+    }
+    return line;
+}
+
+FeedInspector::FeedInspector(QStringView text) : reader(*this) {
+    checkDeclaration(text);
+    reader.read(text);
+    if (item)
+        note(item->line, QStringLiteral("this <item> is never closed: it is lost"));
+}
+
+void FeedInspector::checkDeclaration(QStringView text) {
+    static const QRegularExpression declaration(
+        QStringLiteral("^\\x{FEFF}?<\\?xml[^>]*\\bencoding\\s*=\\s*[\"']([^\"'>]*)[\"']"));
+    constexpr qsizetype longestDeclaration = 256;
+    const QString encoding =
+        declaration.match(text.first(std::min(text.size(), longestDeclaration)).toString())
+            .captured(1);
+    if (!encoding.isEmpty() && encoding.compare(u"utf-8", Qt::CaseInsensitive) != 0)
+        note(1, QStringLiteral("declares the encoding \"%1\", but is always read as UTF-8")
+                    .arg(forOneLine(encoding)));
+}
+
+void FeedInspector::parserDidStartElement(std::string_view name) {
+    ++depth;
+    if (name == "item") {
+        if (item)
+            note(item->line, QStringLiteral("this <item> is still open when the next begins in "
+                                            "line %1: it is lost")
+                                 .arg(reader.lineNumber()));
+        item = InspectedItem{reader.lineNumber(), {}, {}};
+        return;
+    }
+    const bool wanted = name == "language" || (item && contains(inItem, name));
+    if (element)
+        noteMarkup(name);
+    if (!wanted) {
+        noteMisspelling(name);
+        return;
+    }
+    noteRepetition(name);
+    element = Element{std::string(name), depth, false};
+    gathered.clear();
+}
+
+void FeedInspector::parserFoundCharacters(std::string_view text) {
+    if (element)
+        gathered += text;
+}
+
+void FeedInspector::parserFoundCDATA(QByteArrayView bytes) {
+    if (!element)
+        return;
+    const QString lost = fromUtf8(gathered);
+    if (!lost.trimmed().isEmpty())
+        note(QStringLiteral("text before a CDATA section of %1 is lost: \"%2\"")
+                 .arg(tag(element->name), forOneLine(lost)));
+    gathered.assign(bytes.data(), static_cast<std::size_t>(bytes.size()));
+}
+
+void FeedInspector::parserDidEndElement(std::string_view name) {
+    const bool ofElement = element && element->depth == depth;
+    --depth;
+    if (name == "item" && item) {
+        closed.push_back(std::move(*item));
+        item.reset();
+    }
+    if (!ofElement)
+        return;
+    if (item && name == "pubDate")
+        item->dateText = fromUtf8(gathered);
+    element.reset();
+}
+
+void FeedInspector::parserParseErrorOccurred(const Error &error) {
+    const QString reason = error.userInfo.value(Error::localizedDescriptionKey()).toString();
+    note(std::max<qint64>(1, error.userInfo.value(XmlReader::lineNumberKey()).toLongLong()),
+         QStringLiteral("the document breaks off here, and what follows is lost: %1").arg(reason));
+}
+
+void FeedInspector::parserValidationErrorOccurred(const Error &error) {
+    parserParseErrorOccurred(error);
+}
+
+void FeedInspector::noteMarkup(std::string_view name) {
+    if (element->markupFound)
+        return;
+    element->markupFound = true;
+    note(QStringLiteral("%1 inside %2 is taken for an element of the feed and gets lost: put the "
+                        "text into a CDATA section")
+             .arg(tag(name), tag(element->name)));
+}
+
+void FeedInspector::noteRepetition(std::string_view name) {
+    const qint64 line = reader.lineNumber();
+    const QString text = QStringLiteral("another %1 replaces the one in line %2").arg(tag(name));
+    if (name == "language") {
+        if (lastLanguage > 0)
+            note(line, text.arg(lastLanguage));
+        if (item)
+            note(line,
+                 QStringLiteral("a <language> inside an item changes that of the whole feed"));
+        lastLanguage = line;
+        return;
+    }
+    const auto [earlier, isFirst] = item->elements.try_emplace(std::string(name), line);
+    if (isFirst)
+        return;
+    note(line, text.arg(earlier->second));
+    earlier->second = line;
+}
+
+void FeedInspector::noteMisspelling(std::string_view name) {
+    const std::string_view known = meant(anywhere, name);
+    const std::string_view inThisItem = item ? meant(inItem, name) : std::string_view();
+    const std::string_view right = known.empty() ? inThisItem : known;
+    if (!right.empty())
+        note(QStringLiteral("%1 is ignored: the panel knows only %2").arg(tag(name), tag(right)));
+}
+
+}  // namespace pelorinnews

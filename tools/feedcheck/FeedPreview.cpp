@@ -1,0 +1,55 @@
+#include "FeedPreview.h"
+
+#include <QTemporaryDir>
+
+#include <OlvNewsConfiguration.h>
+
+namespace pelorinnews {
+
+namespace {
+
+constexpr double thirtyDays = 30.0 * 24 * 60 * 60;
+
+/// A cache whose folder is not the user's.
+std::shared_ptr<OlvNewsCacheFiltered> makeCache(const QString &folder) {
+    constexpr auto variable = "XDG_DATA_HOME";
+    const QByteArray before = qgetenv(variable);
+    qputenv(variable, QFile::encodeName(folder));
+    auto cache = std::make_shared<OlvNewsCacheFiltered>();
+    if (before.isNull())
+        qunsetenv(variable);
+    else
+        qputenv(variable, before);
+    return cache;
+}
+
+}  // namespace
+
+QStringList FeedPreview::categoriesOf(Type type) {
+    QStringList words{QStringLiteral("mac"), QStringLiteral("pelorin")};
+    if (type == CriticalOnly)
+        words.append(QStringLiteral("critical"));
+    return words;
+}
+
+FeedPreview::FeedPreview(const QString &text) {
+    const QTemporaryDir folder;
+    const auto cache = makeCache(folder.path());
+    if (!cache->parseFeed(text, nullptr))
+        return;
+    for (quint64 index = 0; index < cache->unfilteredCount(); ++index)
+        all.push_back(cache->OlvNewsCache::itemAtIndex(index));
+
+    for (const Type type : {AllTypes, CriticalOnly}) {
+        cache->setCategoriesOfInterest(categoriesOf(type));
+        for (const Age age : {Unread, Recent, AnyAge}) {
+            cache->setLastViewing(OlvNewsConfiguration::distantPast());
+            cache->setFilterTimeInterval(age == Recent ? thirtyDays : 0);
+            cache->setShowOnlyUnviewedItems(age == Unread);
+            for (quint64 index = 0; index < cache->count(); ++index)
+                views[type][age].insert(cache->itemAtIndex(index).get());
+        }
+    }
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <pelorinnews/Error.h>
+
+#include <QStringList>
+
+#include <OlvNewsCacheFiltered.h>
+#include <array>
+#include <set>
+
+namespace pelorinnews {
+
+/// What the panel would make of a feed: it puts the text into the panel's own cache and runs the
+/// panel's own filters over it, for somebody who has not looked at the news yet.
+class FeedPreview {
+public:
+    enum Type { AllTypes, CriticalOnly, TypeCount };
+    enum Age { Unread, Recent, AnyAge, AgeCount };
+
+    explicit FeedPreview(const QString &text);
+
+    /// All items, in feed order.
+    [[nodiscard]] const OlvNewsItemList &items() const { return all; }
+
+    [[nodiscard]] bool shows(const OlvNewsCacheItem &item, Type type, Age age) const {
+        return shown(type, age).contains(&item);
+    }
+    [[nodiscard]] std::size_t count(Type type, Age age) const { return shown(type, age).size(); }
+
+    /// The words that the category of an item must contain to be shown under `type`.
+    [[nodiscard]] static QStringList categoriesOf(Type type);
+
+private:
+    using ItemSet = std::set<const OlvNewsCacheItem *>;
+
+    [[nodiscard]] const ItemSet &shown(Type type, Age age) const { return views[type][age]; }
+
+    OlvNewsItemList all;
+    std::array<std::array<ItemSet, AgeCount>, TypeCount> views;
+};
+
+}  // namespace pelorinnews

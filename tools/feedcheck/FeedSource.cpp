@@ -1,0 +1,108 @@
+#include "FeedSource.h"
+
+#include <QFile>
+#include <QUrl>
+
+#include <FeedExchange.h>
+#include <NetworkUrlLoader.h>
+#include <OlvNewsCache.h>
+#include <UrlLoader.h>
+#include <cstdio>
+#include <future>
+#include <memory>
+
+namespace pelorinnews {
+
+namespace {
+
+constexpr int lowestFailureStatus = 400;
+
+Error fileError(QFileDevice::FileError code, const QString &reason) {
+    return {QStringLiteral("QFileDevice"), code, {{Error::localizedDescriptionKey(), reason}}};
+}
+
+bool isAddress(const QString &argument) {
+    for (const char *scheme : {"http://", "https://", "file:"}) {
+        if (argument.startsWith(QLatin1String(scheme), Qt::CaseInsensitive))
+            return true;
+    }
+    return false;
+}
+
+/// Reads to the end; pipes and devices too, but not without end.
+void readDevice(QFile &file, FeedSource &source) {
+    constexpr qint64 pieceSize = qint64(1) << 20;
+    constexpr qint64 longest = NetworkUrlLoader::defaultLongestBody;
+    QByteArray bytes;
+    while (true) {
+        const QByteArray piece = file.read(pieceSize);
+        if (piece.isEmpty())
+            break;
+        bytes += piece;
+        if (bytes.size() > longest) {
+            source.error =
+                fileError(QFileDevice::ResourceError, QStringLiteral("More than any feed holds"));
+            return;
+        }
+    }
+    if (file.error() != QFileDevice::NoError)
+        source.error = fileError(file.error(), file.errorString());
+    else
+        source.body = bytes;
+}
+
+FeedSource readStandardInput() {
+    FeedSource source{QStringLiteral("standard input"), {}, {}};
+    QFile file;
+    if (file.open(stdin, QIODevice::ReadOnly))
+        readDevice(file, source);
+    else
+        source.error = fileError(file.error(), file.errorString());
+    return source;
+}
+
+FeedSource readFile(const QString &path) {
+    FeedSource source{path, {}, {}};
+    QFile file(path);
+    if (file.open(QIODevice::ReadOnly))
+        readDevice(file, source);
+    else
+        source.error = fileError(file.error(), file.errorString());
+    return source;
+}
+
+FeedSource fetch(const QString &argument, const QString &language) {
+    const QString address =
+        argument.contains(QLatin1Char('?'))
+            ? argument
+            : FeedExchange::address(argument, language, QStringLiteral("standard"));
+    FeedSource source{address, {}, {}};
+    // Held by the completion too: it may still be in the call that wakes this thread.
+    const auto fetched = std::make_shared<std::promise<void>>();
+    UrlLoader::shared()->sendAsynchronousRequest(
+        QUrl(address, QUrl::TolerantMode), OlvNewsCache::requestTimeoutSeconds, nullptr,
+        [&source, fetched](const std::optional<UrlResponse> &response,
+                           std::optional<QByteArray> data,
+                           const std::optional<Error> &connectionError) {
+            const int status = response ? response->statusCode.value_or(0) : 0;
+            if (status >= lowestFailureStatus)
+                source.error = Error{QStringLiteral("HTTP Property Status Code"), status, {}};
+            else if (connectionError)
+                source.error = connectionError;
+            else
+                source.body = std::move(data);
+            fetched->set_value();
+        });
+    fetched->get_future().wait();
+    return source;
+}
+
+}  // namespace
+
+FeedSource readFeed(const QString &argument, const QString &language) {
+    if (argument == u"-")
+        return readStandardInput();
+    return isAddress(argument) ? fetch(argument, language) : readFile(argument);
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <pelorinnews/Error.h>
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+namespace pelorinnews {
+
+/// The bytes of a feed, or why there are none, and where they came from in words for people.
+struct FeedSource {
+    QString name;
+    std::optional<QByteArray> body;
+    std::optional<Error> error;
+};
+
+/// Reads the feed that `argument` names, waiting for it:
+///
+/// - "-" is standard input;
+/// - a text that begins with http://, https:// or file: is an address, fetched as the panel does,
+///   by the same loader and with the same failures. Without a query it is a base address: the
+///   panel's own query for a user of `language` is added, unless it ends in ".xml";
+/// - anything else is the path of a file.
+///
+/// Needs an application object.
+[[nodiscard]] FeedSource readFeed(const QString &argument, const QString &language);
+
+}  // namespace pelorinnews
