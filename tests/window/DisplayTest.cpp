@@ -111,8 +111,7 @@ void DisplayTest::saysThatContentIsBeingRetrieved() {
     slow.delayBeforeHead = std::chrono::milliseconds(1500);
     fixture->server().setReply(slow);
     fixture->serve({});
-    const auto controller =
-        OlvNewsWindowController::initWithWindowNibName(QStringLiteral("OlvNewsWindowController"));
+    const auto controller = fixture->beginController();
     controller->showWindow();
     QTRY_COMPARE(controller->webView()->outerHTML(), localized("StatusRetrievingContent"));
     QVERIFY(controller->newsCache().retrievingContent());
