@@ -3,7 +3,6 @@
 
 #include <QByteArray>
 
-#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -119,31 +118,28 @@ void report(const char *what, const Cost &cost) {
                 static_cast<unsigned long long>(cost.entries));
 }
 
+/// Busy programs on every processor, and walks in the idle class beside them: how much of the
+/// processors the walks took. That, and nothing else, the programs lost.
 void reportLossOfBusyPrograms(const QByteArray &folder) {
     const std::chrono::milliseconds length(3000);
-    std::array<quint64, 3> alone{};
-    std::array<quint64, 3> beside{};
-    for (std::size_t round = 0; round < alone.size(); ++round) {
-        alone[round] = busyRounds(length);
+    for (int round = 0; round < 3; ++round) {
+        const quint64 alone = busyRounds(length);
         std::atomic<bool> stop = false;
+        std::promise<double> taken;
         const auto task = BackgroundTask::start("pelorin-walk", [&](BackgroundTask &running) {
             running.enterIdleClass();
             FileWalk fileWalk(FileNamePattern::like(QStringLiteral("Pelorin.app")));
             while (!stop)
                 fileWalk.run(folder, stop);
-            stop = false;
+            taken.set_value(threadCpuSeconds());
         });
-        beside[round] = busyRounds(length);
+        const quint64 beside = busyRounds(length);
         stop = true;
-        while (stop)
-            std::this_thread::yield();
-    }
-    for (std::size_t round = 0; round < alone.size(); ++round) {
-        std::printf(
-            "busy programs: alone %llu, beside walks %llu rounds: lost %.2f %%\n",
-            static_cast<unsigned long long>(alone[round]),
-            static_cast<unsigned long long>(beside[round]),
-            100.0 * (1.0 - static_cast<double>(beside[round]) / static_cast<double>(alone[round])));
+        task->stop();
+        const double processors = std::thread::hardware_concurrency();
+        std::printf("busy programs: %llu rounds alone, %llu beside walks, which took %.3f %%\n",
+                    static_cast<unsigned long long>(alone), static_cast<unsigned long long>(beside),
+                    100.0 * taken.get_future().get() / (processors * seconds(length)));
     }
 }
 
