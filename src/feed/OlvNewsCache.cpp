@@ -90,7 +90,7 @@ void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
     data.reset();
     if (error)
         restoreLocalCache();
-    if (completion)
+    if (completion && !_downloadOperationQueue->isClosed())
         completion(error);
     _retrievingContent = false;
 }

@@ -75,13 +75,10 @@ void OlvNewsParser::startStoring() {
 }
 
 void OlvNewsParser::parserDidStartElement(std::string_view name) {
-    if (name == "language") {
-        startStoring();
-    } else if (name == "item") {
+    if (name == "item")
         _currentItem = newItem();
-    } else if (_currentItem && isWantedInItem(name)) {
+    else if (name == "language" || (_currentItem && isWantedInItem(name)))
         startStoring();
-    }
 }
 
 void OlvNewsParser::parserFoundCharacters(std::string_view text) {
@@ -152,7 +149,7 @@ QString OlvNewsParser::sharedCategory() {
                                                static_cast<qsizetype>(_currentString.size()));
     if (const auto known = _categories.constFind(bytes); known != _categories.cend())
         return *known;
-    const QString category = textFromUtf8(_currentString);
+    QString category = textFromUtf8(_currentString);
     if (_categories.size() < mostSharedCategories)
         _categories.insert(QByteArray(bytes.constData(), bytes.size()), category);
     return category;

@@ -2,13 +2,41 @@
 
 #include <QThreadPool>
 
+#include <mutex>
+#include <utility>
+#include <vector>
+
 namespace pelorinnews {
+
+namespace {
+
+/// What waits to be let go of. The pool is not handed the objects themselves: a lock of our own is
+/// one that race detectors see.
+struct Waiting {
+    std::mutex mutex;
+    std::vector<std::shared_ptr<const void>> objects;
+};
+
+// Outlives every local static object, which may be let go of here at the process's end.
+Waiting waiting;
+
+void releaseWaiting() {
+    std::vector<std::shared_ptr<const void>> objects;
+    const std::lock_guard lock(waiting.mutex);
+    objects.swap(waiting.objects);
+}
+
+}  // namespace
 
 void releaseInBackground(std::shared_ptr<const void> object) {
     QThreadPool *pool = QThreadPool::globalInstance();
     if (pool == nullptr)
         return;
-    pool->start([object = std::move(object)]() mutable { object.reset(); });
+    {
+        const std::lock_guard lock(waiting.mutex);
+        waiting.objects.push_back(std::move(object));
+    }
+    pool->start(releaseWaiting);
 }
 
 }  // namespace pelorinnews

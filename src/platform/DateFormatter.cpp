@@ -252,7 +252,7 @@ QString DateFormatter::userLocaleIdentifier() {
     return QString::fromUtf8(name);
 }
 
-DateFormatter::DateFormatter(QString pattern, QString localeIdentifier)
+DateFormatter::DateFormatter(QString pattern, const QString &localeIdentifier)
     : icu(std::make_unique<Icu>(std::move(pattern), localeIdentifier)) {}
 
 DateFormatter::~DateFormatter() = default;

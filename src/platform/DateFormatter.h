@@ -22,7 +22,8 @@ public:
     /// "POSIX" and none at all count as "en". A Unicode locale identifier ("de_DE").
     static QString userLocaleIdentifier();
 
-    explicit DateFormatter(QString pattern, QString localeIdentifier = userLocaleIdentifier());
+    explicit DateFormatter(QString pattern,
+                           const QString &localeIdentifier = userLocaleIdentifier());
     ~DateFormatter();
     DateFormatter(const DateFormatter &) = delete;
     DateFormatter &operator=(const DateFormatter &) = delete;

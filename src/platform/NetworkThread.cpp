@@ -58,12 +58,18 @@ bool NetworkThread::stop(std::chrono::milliseconds timeout) {
         stopping = true;
     }
     quit();
-    return wait(QDeadlineTimer(timeout));
+    if (!wait(QDeadlineTimer(timeout)))
+        return false;
+    const std::lock_guard lock(mutex);
+    return true;
 }
 
 void NetworkThread::run() {
     exec();
     cancelAll();
+    // Joining orders what was done here before what comes after; a lock of our own also shows that
+    // order to race detectors.
+    const std::lock_guard lock(mutex);
 }
 
 void NetworkThread::startTransfers() {

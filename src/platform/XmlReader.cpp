@@ -13,13 +13,13 @@ namespace {
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 /// Below this an unfinished token is read again from its start with each piece, above it only when
 /// its size has doubled.
-constexpr qint64 smallToken = 64 * 1024;
+constexpr qint64 smallToken = 1 << 16;
 /// One call takes at most this much: the reader's sizes are `int` and its buffer a power of two.
-constexpr qsizetype largestPiece = 1000 * 1000 * 1000;
+constexpr qsizetype largestPiece = 1'000'000'000;
 /// A text up to this length is handed over in one piece, which spares the reader a second walk
 /// over it to count its lines.
-constexpr qsizetype shortText = 512 * 1024;
-constexpr qsizetype textPiece = 16 * 1024;
+constexpr qsizetype shortText = 1 << 19;
+constexpr qsizetype textPiece = 1 << 14;
 
 }  // namespace
 

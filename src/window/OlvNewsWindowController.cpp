@@ -26,6 +26,9 @@ constexpr int exposedMilliseconds = 250;
 // The part of the first screen that the window takes up at least, each way.
 constexpr double firstShowDivisor = 2.5;
 
+// How long the host's end may wait for the desktop to take announcements back.
+constexpr std::chrono::milliseconds withdrawalBound{250};
+
 // Whether any window of the process was shown before.
 bool shownOnce = false;
 
@@ -64,8 +67,8 @@ void centre(OlvNewsWindow &window) {
 
 }  // namespace
 
-OlvNewsWindowController::OlvNewsWindowController(QString nibName)
-    : _windowNibName(std::move(nibName)) {}
+OlvNewsWindowController::OlvNewsWindowController(QString windowNibName, WindowServices services)
+    : _windowNibName(std::move(windowNibName)), _services(std::move(services)) {}
 
 OlvNewsWindowController::~OlvNewsWindowController() {
     _optionsFold.reset();
@@ -76,11 +79,11 @@ OlvNewsWindowController::~OlvNewsWindowController() {
 }
 
 std::shared_ptr<OlvNewsWindowController> OlvNewsWindowController::initWithWindowNibName(
-    const QString &windowNibName) {
+    const QString &windowNibName, WindowServices services) {
     if (!runsOnGuiThread())
         return nullptr;
     const std::shared_ptr<OlvNewsWindowController> controller(
-        new OlvNewsWindowController(windowNibName), destroyOnMainThread);
+        new OlvNewsWindowController(windowNibName, std::move(services)), destroyOnMainThread);
     controller->initWithWindow();
     return controller;
 }
@@ -107,6 +110,8 @@ void OlvNewsWindowController::initWithWindow() {
     _refreshTimer = std::make_unique<SleepAwareTimer>(
         _configuration->refreshInterval(),
         [self = shared_from_this()] { self->onRefreshTimerFire(); });
+    _services.notificationCenter->setDelegate(weak_from_this());
+    _plFinder = _services.makeFinder();
 }
 
 OlvNewsWindow *OlvNewsWindowController::window() {
@@ -216,6 +221,7 @@ void OlvNewsWindowController::windowDidBecomeKey() {
         onOptionsButton();
     }
     refreshControls();
+    removeNotification();
 }
 
 void OlvNewsWindowController::enlargeOnFirstShow() {
@@ -254,6 +260,13 @@ void OlvNewsWindowController::exit() {
     // Also one that was shown a moment ago and has not become key yet.
     if (_loadedWindow && (_windowIsVisible || _loadedWindow->isVisible()))
         _loadedWindow->performClose();
+    // With just this one copy of the host the announcement stays and leads back to it; with none
+    // or several a click could end anywhere.
+    if (!_plFinder || _plFinder->result() != OlvFinderResultOne) {
+        removeNotification();
+        _services.notificationCenter->flush(withdrawalBound);
+    }
+    _plFinder.reset();
     _configuration->setLastViewing(_newsCache->lastViewing());
 }
 
@@ -273,13 +286,15 @@ void OlvNewsWindowController::refreshCache() {
     });
 }
 
-bool OlvNewsWindowController::languageMatches() const {
+bool OlvNewsWindowController::hasNewsInTheUsersLanguage() const {
+    if (_newsCache->sinceLastViewingCount() == 0)
+        return false;
     const QString retrieved = _newsCache->retrievedLocale();
     return !retrieved.isEmpty() && _configuration->feedLocale().startsWith(retrieved);
 }
 
 void OlvNewsWindowController::showingRefreshEnded(const std::optional<Error> &error) {
-    if (_newsCache->sinceLastViewingCount() != 0 && languageMatches())
+    if (hasNewsInTheUsersLanguage())
         MainQueue::dispatchAsync([self = shared_from_this()] {
             if (self->_windowIsVisible)
                 self->refreshControls();
@@ -291,6 +306,8 @@ void OlvNewsWindowController::showingRefreshEnded(const std::optional<Error> &er
 }
 
 void OlvNewsWindowController::backgroundRefreshEnded(const std::optional<Error> &error) {
+    if (hasNewsInTheUsersLanguage())
+        announceLatestItem();
     if (error)
         logMessage(LogLevelError, LogVocabulary::refreshContentFailed, *error);
 }

@@ -7,6 +7,7 @@
 #include "OlvNewsWebView.h"
 #include "OlvNewsWindow.h"
 #include "OptionsFold.h"
+#include "WindowServices.h"
 
 #include <pelorinnews/OlvLogger.h>
 
@@ -33,6 +34,7 @@ class SleepAwareTimer;
 /// cache's queue. A control that the window description lacks makes what concerns it do nothing.
 class OlvNewsWindowController final : public QObject,
                                       public NavigationPolicyDelegate,
+                                      public NotificationCenterDelegate,
                                       public std::enable_shared_from_this<OlvNewsWindowController> {
     Q_OBJECT
 
@@ -41,7 +43,7 @@ public:
     /// is no `QApplication` or the caller is not on its thread. Neither the window nor a renderer
     /// is made before it is needed. `windowNibName` names the window description.
     static std::shared_ptr<OlvNewsWindowController> initWithWindowNibName(
-        const QString &windowNibName);
+        const QString &windowNibName, WindowServices services = WindowServices::standard());
     ~OlvNewsWindowController() override;
 
     /// The window, loaded from its description when first asked for; null when that fails.
@@ -68,6 +70,14 @@ public:
     void onNextItem();
     NavigationDecision webViewDecidePolicyForNavigationAction(NavigationType type,
                                                               const QUrl &url) override;
+
+    // Announcements. The first two may be called on any thread.
+    [[nodiscard]] QDateTime notificationDate() const;
+    void removeNotification();
+    bool userNotificationCenterShouldPresentNotification(
+        const UserNotification &notification) override;
+    void userNotificationCenterDidActivateNotification(
+        const UserNotification &notification) override;
 
     // Options.
     void applyFilter();
@@ -108,14 +118,15 @@ protected:
     void timerEvent(QTimerEvent *event) override;
 
 private:
-    explicit OlvNewsWindowController(QString windowNibName);
+    OlvNewsWindowController(QString windowNibName, WindowServices services);
     void initWithWindow();
     void loadWindow();
     void connectOutlets();
     void enlargeOnFirstShow();
-    [[nodiscard]] bool languageMatches() const;
+    [[nodiscard]] bool hasNewsInTheUsersLanguage() const;
     void showingRefreshEnded(const std::optional<Error> &error);
     void backgroundRefreshEnded(const std::optional<Error> &error);
+    void announceLatestItem();
     [[nodiscard]] QString statusKey() const;
     [[nodiscard]] QString localized(const char *key) const;
     void setAccessibilityValue(const QString &text);
@@ -133,6 +144,7 @@ private:
     bool _refreshOnClose = false;
     bool _windowIsVisible = false;
     GuardedSlot<std::shared_ptr<OlvLogger>> _logger;
+    std::shared_ptr<OlvPelorinFinder> _plFinder;
 
     QPointer<OlvNewsWebView> _webView;
     QPointer<QAbstractButton> _previousItem;
@@ -147,6 +159,7 @@ private:
     QPointer<QAbstractButton> _optionsButton;
 
     QString _windowNibName;
+    WindowServices _services;
     QPointer<OlvNewsWindow> _loadedWindow;
     std::unique_ptr<OptionsFold> _optionsFold;
     QBasicTimer _exposeTimer;

@@ -21,7 +21,7 @@ private Q_SLOTS:
                                         << "waiting";
         QTest::newRow("an answer without end") << "endless"
                                                << "waiting";
-        QTest::newRow("a big answer being parsed") << "size=100m"
+        QTest::newRow("a big answer being parsed") << "size=30m"
                                                    << "working";
         QTest::newRow("a quick answer") << "size=2k"
                                         << "waiting";

@@ -153,6 +153,7 @@ void OlvNewsCacheTest::isEmptyAtFirst() {
 void OlvNewsCacheTest::failsAtOnceWithoutABaseAddress() {
     download(feedOfTitles("en", {"old"}));
     const auto before = logger->entries();
+    QTRY_VERIFY(!cache->retrievingContent());
     cache->setFeedBaseURL({});
     const RefreshOutcome outcome = refreshAndWait(cache);
     QVERIFY(outcome.onCallersThread);

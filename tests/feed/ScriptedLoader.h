@@ -3,6 +3,7 @@
 #include <QList>
 
 #include <UrlLoader.h>
+#include <deque>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -76,9 +77,25 @@ public:
     }
 
 private:
-    static void answerOn(QThreadPool *queue, UrlCompletion completion, const Outcome &what) {
-        queue->start([completion = std::move(completion), what] {
-            completion(what.response, what.data, what.connectionError);
+    struct Answer {
+        UrlCompletion completion;
+        Outcome outcome;
+    };
+
+    /// The answer waits here and not in the queue, behind a lock that race detectors see.
+    void answerOn(QThreadPool *queue, UrlCompletion completion, const Outcome &what) {
+        {
+            const std::lock_guard lock(mutex);
+            answers.push_back({std::move(completion), what});
+        }
+        queue->start([this] {
+            Answer next;
+            {
+                const std::lock_guard lock(mutex);
+                next = std::move(answers.front());
+                answers.pop_front();
+            }
+            next.completion(next.outcome.response, next.outcome.data, next.outcome.connectionError);
         });
     }
 
@@ -87,6 +104,7 @@ private:
     bool holding = false;
     std::vector<std::pair<QThreadPool *, UrlCompletion>> held;
     QList<Request> sent;
+    std::deque<Answer> answers;
 };
 
 }  // namespace pelorinnews::test

@@ -217,11 +217,12 @@ private Q_SLOTS:
         DateFormatter formatter(pattern, locale);
         for (int pass = 0; pass < 2; ++pass) {
             for (qint64 day = 16000; day < 16800; day += 3) {
+                // Names are met at midnight first, then again at all times of the day.
+                const qint64 instant = day * 86'400 + (pass == 0 ? 0 : day * 7919 % 86'400);
                 icu::UnicodeString written;
-                const QString date =
-                    text(icu->format(static_cast<UDate>(day * 86'400'000), written));
+                const QString date = text(icu->format(static_cast<UDate>(instant) * 1000, written));
                 const QDateTime expected = readByIcu(*icu, date);
-                QCOMPARE(expected, QDateTime::fromSecsSinceEpoch(day * 86'400, Qt::UTC));
+                QCOMPARE(expected, QDateTime::fromSecsSinceEpoch(instant, Qt::UTC));
                 QCOMPARE(formatter.dateFromString(date.toUtf8()), expected);
             }
         }

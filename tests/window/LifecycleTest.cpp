@@ -272,8 +272,7 @@ void LifecycleTest::exitTwiceIsHarmless() {
 
 void LifecycleTest::exitReleasesTheController() {
     fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    auto controller =
-        OlvNewsWindowController::initWithWindowNibName(QStringLiteral("OlvNewsWindowController"));
+    auto controller = fixture->beginController();
     WindowFixture::settle(*controller);
     QPointer<OlvNewsWindowController> watched = controller.get();
     QVERIFY(controller->window());
@@ -308,8 +307,7 @@ void LifecycleTest::logsTheFailureOfEitherRefreshAndNothingOfTheCache() {
 
 void LifecycleTest::isDestroyedOnTheMainThreadWhoeverLetsGoLast() {
     fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    auto controller =
-        OlvNewsWindowController::initWithWindowNibName(QStringLiteral("OlvNewsWindowController"));
+    auto controller = fixture->beginController();
     WindowFixture::settle(*controller);
     QThread *destroyedOn = nullptr;
     connect(
@@ -322,8 +320,7 @@ void LifecycleTest::isDestroyedOnTheMainThreadWhoeverLetsGoLast() {
 }
 
 void LifecycleTest::staysUsableWithoutAWindowDescription() {
-    const auto controller =
-        OlvNewsWindowController::initWithWindowNibName(QStringLiteral("Absent"));
+    const auto controller = fixture->beginController(QStringLiteral("Absent"));
     WindowFixture::settle(*controller);
     QVERIFY(!controller->window());
     controller->showWindow();

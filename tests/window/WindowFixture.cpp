@@ -1,5 +1,6 @@
 #include "WindowFixture.h"
 
+#include "DesktopNotificationCenter.h"
 #include "HostBundle.h"
 #include "UserDefaults.h"
 
@@ -32,6 +33,13 @@ WindowFixture::WindowFixture() {
     _server = std::make_unique<FeedServer>(options);
     if (!_server->start())
         qFatal("the feed service does not start");
+    NotificationSender sender;
+    sender.stateFolder = _state.path();
+    sender.busAddress = QStringLiteral("unix:path=/nonexistent/bus");
+    services.notificationCenter = std::make_shared<DesktopNotificationCenter>(sender);
+    services.makeFinder = [folder = _applications.path()] {
+        return OlvPelorinFinder::init(QStringLiteral("Pelorin.app"), {folder});
+    };
     prefer(QStringLiteral("newsFeedBaseURL"), _server->feedAddress());
     prefer(QStringLiteral("newsFeedLocale"), QStringLiteral("en-US"));
 }
@@ -74,11 +82,16 @@ void WindowFixture::prefer(const QString &key, const QVariant &value) {
     UserDefaults::standard()->setValue(key, value);
 }
 
-std::shared_ptr<OlvNewsWindowController> WindowFixture::makeController() {
-    auto controller =
-        OlvNewsWindowController::initWithWindowNibName(QStringLiteral("OlvNewsWindowController"));
+std::shared_ptr<OlvNewsWindowController> WindowFixture::beginController(
+    const QString &windowNibName) {
+    auto controller = OlvNewsWindowController::initWithWindowNibName(windowNibName, services);
     if (!controller)
         qFatal("no controller");
+    return controller;
+}
+
+std::shared_ptr<OlvNewsWindowController> WindowFixture::makeController() {
+    auto controller = beginController();
     _made.push_back(controller);
     settle(*controller);
     return controller;

@@ -42,13 +42,26 @@ public:
     /// `showOnStart` off it is a background refresh.
     [[nodiscard]] std::shared_ptr<OlvNewsWindowController> makeController();
 
+    /// A controller whose first refresh may still be under way.
+    [[nodiscard]] std::shared_ptr<OlvNewsWindowController> beginController(
+        const QString &windowNibName = QStringLiteral("OlvNewsWindowController"));
+
     /// Waits until no download is under way and what it posted has run.
     static void settle(const OlvNewsWindowController &controller);
+
+    /// What controllers made from now on use. By default the real notification centre without a
+    /// bus, which keeps what is delivered in its list, and a search of `applications`.
+    WindowServices services;
+
+    /// The folder in which copies of the host ("Pelorin.app") are looked for.
+    [[nodiscard]] QString applications() const { return _applications.path(); }
 
     FeedServer &server() { return *_server; }
 
 private:
     QTemporaryDir _feeds;
+    QTemporaryDir _applications;
+    QTemporaryDir _state;
     std::unique_ptr<FeedServer> _server;
     std::vector<std::shared_ptr<OlvNewsWindowController>> _made;
 };

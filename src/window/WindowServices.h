@@ -1,0 +1,21 @@
+#pragma once
+
+#include "OlvPelorinFinder.h"
+
+#include <pelorinnews/NotificationCenter.h>
+
+#include <functional>
+#include <memory>
+
+namespace pelorinnews {
+
+/// What a window controller uses of the world around the process. Neither may be absent.
+struct WindowServices {
+    std::shared_ptr<NotificationCenter> notificationCenter;
+    std::function<std::shared_ptr<OlvPelorinFinder>()> makeFinder;
+
+    /// The process's own notification centre, and a finder of the running host.
+    [[nodiscard]] static WindowServices standard();
+};
+
+}  // namespace pelorinnews

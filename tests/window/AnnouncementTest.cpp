@@ -1,0 +1,213 @@
+// When the controller announces news, and when it takes the announcement back.
+
+#include "TestMain.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+#include <QDir>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+class AnnouncementTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { fixture.reset(); }
+
+    void announcesTheLatestItemOfABackgroundRefresh();
+    void announcesNothingThatWasViewed();
+    void announcesNothingInAnotherLanguage();
+    void announcesNothingWithoutADate();
+    void leavesAnAnnouncementOfTheSameItemAlone();
+    void replacesTheAnnouncementOfAnOlderItem();
+    void withdrawsAllWhenTheWindowOpens();
+    void leavesTheHostsNotificationsAlone();
+    void showsEveryNotificationOfTheProcess();
+    void aClickOnAnyNotificationOpensTheWindow();
+    void exitKeepsTheAnnouncementForOneCopyOnly_data();
+    void exitKeepsTheAnnouncementForOneCopyOnly();
+    void exitWithdrawsWhileTheSearchHasNotAnswered();
+    void aSecondExitWithdraws();
+
+private:
+    [[nodiscard]] QList<UserNotification> delivered() const {
+        return fixture->services.notificationCenter->deliveredNotifications();
+    }
+    void deliverHostNotification() {
+        UserNotification notification;
+        notification.title = QStringLiteral("The host's own");
+        fixture->services.notificationCenter->deliverNotification(notification);
+    }
+
+    std::unique_ptr<WindowFixture> fixture;
+};
+
+void AnnouncementTest::init() {
+    fixture = std::make_unique<WindowFixture>();
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    fixture->serve(WindowFixture::items(3));
+}
+
+void AnnouncementTest::announcesTheLatestItemOfABackgroundRefresh() {
+    auto items = WindowFixture::items(3);
+    std::swap(items[0], items[2]);
+    fixture->serve(items);
+    const auto controller = fixture->makeController();
+    QCOMPARE(delivered().size(), 1);
+    const UserNotification standing = delivered().first();
+    QCOMPARE(standing.informativeText, QStringLiteral("Title 1"));
+    QVERIFY(!standing.title.isEmpty());
+    QVERIFY(standing.title != QStringLiteral("NotificationCenterTitle"));
+    QCOMPARE(standing.soundName, UserNotification::defaultSoundName());
+    QCOMPARE(standing.userInfo.size(), 2);
+    QCOMPARE(standing.userInfo.value(QStringLiteral("originatorName")).toString(),
+             QStringLiteral("com.Olvane.PelorinNews.originator"));
+    QCOMPARE(standing.userInfo.value(QStringLiteral("originationDate")).toDateTime(),
+             controller->newsCache().peekAtLatestItem()->date());
+    QCOMPARE(controller->notificationDate(), controller->newsCache().peekAtLatestItem()->date());
+}
+
+void AnnouncementTest::announcesNothingThatWasViewed() {
+    fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
+    const auto controller = fixture->makeController();
+    QVERIFY(delivered().isEmpty());
+}
+
+void AnnouncementTest::announcesNothingInAnotherLanguage() {
+    fixture->serve(WindowFixture::items(3), QStringLiteral("en-GB"));
+    const auto controller = fixture->makeController();
+    QVERIFY(delivered().isEmpty());
+}
+
+void AnnouncementTest::announcesNothingWithoutADate() {
+    auto items = WindowFixture::items(1);
+    items[0].date = QDateTime();
+    fixture->serve(items);
+    fixture->prefer(QStringLiteral("newsFilter"), 1);
+    const auto controller = fixture->makeController();
+    QVERIFY(delivered().isEmpty());
+}
+
+void AnnouncementTest::leavesAnAnnouncementOfTheSameItemAlone() {
+    const auto controller = fixture->makeController();
+    const auto before = delivered();
+    controller->refreshCache();
+    WindowFixture::settle(*controller);
+    QCOMPARE(fixture->server().requests().size(), 2U);
+    QCOMPARE(delivered(), before);
+}
+
+void AnnouncementTest::replacesTheAnnouncementOfAnOlderItem() {
+    const auto controller = fixture->makeController();
+    const QString before = delivered().first().identity;
+    auto items = WindowFixture::items(3);
+    items[1].date = QDateTime::currentDateTimeUtc().addSecs(-60);
+    fixture->serve(items);
+    controller->refreshCache();
+    WindowFixture::settle(*controller);
+    QCOMPARE(delivered().size(), 1);
+    QCOMPARE(delivered().first().informativeText, QStringLiteral("Title 2"));
+    QVERIFY(delivered().first().identity != before);
+}
+
+void AnnouncementTest::withdrawsAllWhenTheWindowOpens() {
+    const auto controller = fixture->makeController();
+    UserNotification another = delivered().first();
+    fixture->services.notificationCenter->deliverNotification(another);
+    QCOMPARE(delivered().size(), 2);
+    controller->showWindow();
+    QTRY_VERIFY(delivered().isEmpty());
+}
+
+void AnnouncementTest::leavesTheHostsNotificationsAlone() {
+    deliverHostNotification();
+    const auto controller = fixture->makeController();
+    QCOMPARE(delivered().size(), 2);
+    controller->showWindow();
+    QTRY_COMPARE(delivered().size(), 1);
+    controller->exit();
+    QCOMPARE(delivered().first().title, QStringLiteral("The host's own"));
+}
+
+void AnnouncementTest::showsEveryNotificationOfTheProcess() {
+    const auto controller = fixture->makeController();
+    QVERIFY(controller->userNotificationCenterShouldPresentNotification(UserNotification()));
+}
+
+void AnnouncementTest::aClickOnAnyNotificationOpensTheWindow() {
+    const auto controller = fixture->makeController();
+    QCOMPARE(delivered().size(), 1);
+    UserNotification clicked;
+    clicked.title = QStringLiteral("The host's own");
+    clicked.activationToken = QStringLiteral("token-1");
+    controller->userNotificationCenterDidActivateNotification(clicked);
+    QVERIFY(controller->window()->isVisible());
+    QVERIFY(delivered().isEmpty());
+    QCOMPARE(qgetenv("XDG_ACTIVATION_TOKEN"), QByteArray("token-1"));
+    qunsetenv("XDG_ACTIVATION_TOKEN");
+}
+
+void AnnouncementTest::exitKeepsTheAnnouncementForOneCopyOnly_data() {
+    QTest::addColumn<int>("copies");
+    QTest::addColumn<int>("left");
+    QTest::newRow("none") << 0 << 0;
+    QTest::newRow("one") << 1 << 1;
+    QTest::newRow("two") << 2 << 0;
+}
+
+void AnnouncementTest::exitKeepsTheAnnouncementForOneCopyOnly() {
+    QFETCH(const int, copies);
+    QFETCH(const int, left);
+    for (int copy = 0; copy < copies; ++copy)
+        QVERIFY(QDir(fixture->applications()).mkpath(QStringLiteral("%1/Pelorin.app").arg(copy)));
+    const auto standardFinder = fixture->services.makeFinder;
+    std::weak_ptr<OlvPelorinFinder> finder;
+    fixture->services.makeFinder = [&finder, &standardFinder] {
+        auto made = standardFinder();
+        finder = made;
+        return made;
+    };
+    const auto controller = fixture->makeController();
+    const auto hasAnswered = [&finder] {
+        const auto searching = finder.lock();
+        return searching && searching->result() != OlvFinderResultPending;
+    };
+    QTRY_VERIFY(hasAnswered());
+    QCOMPARE(delivered().size(), 1);
+    controller->exit();
+    QCOMPARE(delivered().size(), left);
+    QTRY_VERIFY(finder.expired());
+}
+
+void AnnouncementTest::exitWithdrawsWhileTheSearchHasNotAnswered() {
+    QVERIFY(QDir(fixture->applications()).mkpath(QStringLiteral("Pelorin.app")));
+    // Started by the main loop, which does not turn between creation and exit.
+    UserNotification standing;
+    standing.userInfo = {
+        {QStringLiteral("originatorName"), QStringLiteral("com.Olvane.PelorinNews.originator")},
+        {QStringLiteral("originationDate"), QDateTime::currentDateTimeUtc()}};
+    fixture->services.notificationCenter->deliverNotification(standing);
+    const auto controller = fixture->beginController();
+    controller->exit();
+    QVERIFY(delivered().isEmpty());
+    WindowFixture::settle(*controller);
+}
+
+void AnnouncementTest::aSecondExitWithdraws() {
+    QVERIFY(QDir(fixture->applications()).mkpath(QStringLiteral("Pelorin.app")));
+    std::shared_ptr<OlvPelorinFinder> finder;
+    const auto standardFinder = fixture->services.makeFinder;
+    fixture->services.makeFinder = [&finder, &standardFinder] { return finder = standardFinder(); };
+    const auto controller = fixture->makeController();
+    const auto foundOne = [&finder] { return finder && finder->result() == OlvFinderResultOne; };
+    QTRY_VERIFY(foundOne());
+    controller->exit();
+    QCOMPARE(delivered().size(), 1);
+    controller->exit();
+    QVERIFY(delivered().isEmpty());
+}
+
+PELORIN_WIDGET_TEST_MAIN(AnnouncementTest)
+#include "AnnouncementTest.moc"
