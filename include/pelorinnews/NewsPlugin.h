@@ -21,8 +21,9 @@ public:
     NewsPlugin(const NewsPlugin &) = delete;
     NewsPlugin &operator=(const NewsPlugin &) = delete;
 
-    /// Says who the host is. Call it before the first `init`; later calls count for controllers
-    /// made afterwards.
+    /// Says who the host is. Call it before `init` and `notificationCenter`: later calls count for
+    /// the preferences and data folder of controllers made afterwards, but not for the
+    /// notification centre.
     virtual void setHostIdentity(const HostIdentity &identity) = 0;
 
     /// Creates the panel and starts its first refresh, without waiting for it and without loading
@@ -32,7 +33,8 @@ public:
     /// one: may return a controller whose operations do nothing. On success `error` is untouched.
     virtual std::shared_ptr<NewsController> init(Error *error = nullptr) = 0;
 
-    /// The process's notification centre, for notifications of the host's own. The panel is its
+    /// The process's notification centre, for notifications of the host's own. Ask for it once the
+    /// application object exists and the host's identity is stated. The panel is its
     /// delegate from creation on (a click on any notification opens the news window) and leaves
     /// alone every notification that it did not deliver itself.
     virtual std::shared_ptr<NotificationCenter> notificationCenter() = 0;

@@ -113,16 +113,21 @@ void FileIndexQuery::askService(qsizetype number) {
             << QVariant::fromValue(writeEnd) << QVariantMap();
     auto *call = new QDBusPendingCallWatcher(bus.asyncCall(message, answerMilliseconds), this);
     connect(call, &QDBusPendingCallWatcher::finished, this,
-            [this, number](QDBusPendingCallWatcher *done) { replied(number, done); });
+            [this, number, question = ++questions](QDBusPendingCallWatcher *done) {
+                // The call holds our copy of the pipe's other end: the rows end only once it is
+                // gone.
+                done->deleteLater();
+                // The answer to an earlier question may come while a later one is under way.
+                if (question == questions)
+                    replied(number, *done);
+            });
     rows.clear();
     rowsArrived = std::make_unique<QSocketNotifier>(rowsEnd.get(), QSocketNotifier::Read);
     connect(rowsArrived.get(), &QSocketNotifier::activated, this, [this] { readRows(); });
 }
 
-void FileIndexQuery::replied(qsizetype service, QDBusPendingCallWatcher *call) {
-    // The call holds our copy of the pipe's other end: the rows end only once it is gone.
-    call->deleteLater();
-    if (call->isError() && isAsking)
+void FileIndexQuery::replied(qsizetype service, const QDBusPendingCallWatcher &call) {
+    if (call.isError() && isAsking)
         askService(service + 1);
 }
 

@@ -50,7 +50,7 @@ public:
 private:
     void ask();
     void askService(qsizetype number);
-    void replied(qsizetype service, QDBusPendingCallWatcher *call);
+    void replied(qsizetype service, const QDBusPendingCallWatcher &call);
     void readRows();
     void finish(const std::vector<QByteArray> &paths);
     Q_SLOT void filesChanged();
@@ -63,6 +63,7 @@ private:
     QTimer pause;
     QElapsedTimer lastAsked;
     bool isAsking = false;
+    quint64 questions = 0;
     bool mustAskAgain = false;
     FileDescriptor rowsEnd;
     std::unique_ptr<QSocketNotifier> rowsArrived;

@@ -4,20 +4,64 @@
 #include <QMetaObject>
 #include <QThread>
 
+#include <deque>
+#include <mutex>
 #include <utility>
 
 namespace pelorinnews::MainQueue {
 
 namespace {
 
-// Never destroyed: tasks may be posted as long as the process lives.
-QObject *queueContext(QThread *mainThread) {
-    static QObject *const context = [mainThread] {
+// Tasks stand in a list of our own and not in posted events: those are destroyed under a lock of
+// the event queue when the application ends, and what a task holds may post events when it goes.
+class Queue {
+public:
+    // Whether the caller has to see to it that the queue is emptied at the application's end.
+    bool append(std::function<void()> task) {
+        const std::lock_guard lock(mutex);
+        tasks.push_back(std::move(task));
+        return !std::exchange(isEmptiedAtEnd, true);
+    }
+
+    void runFirst() {
+        std::function<void()> first;
+        {
+            const std::lock_guard lock(mutex);
+            if (tasks.empty())
+                return;
+            first = std::move(tasks.front());
+            tasks.pop_front();
+        }
+        first();
+    }
+
+    void drop() {
+        std::deque<std::function<void()>> dropped;
+        const std::lock_guard lock(mutex);
+        dropped.swap(tasks);
+        isEmptiedAtEnd = false;
+        // `dropped` was made before the lock, so it goes after it.
+    }
+
+private:
+    std::mutex mutex;
+    std::deque<std::function<void()>> tasks;
+    bool isEmptiedAtEnd = false;
+};
+
+// Neither is ever destroyed: tasks may be posted as long as the process lives.
+Queue &queue() {
+    static auto *const only = new Queue;
+    return *only;
+}
+
+QObject *context(QThread *mainThread) {
+    static QObject *const only = [mainThread] {
         auto *object = new QObject;
         object->moveToThread(mainThread);
         return object;
     }();
-    return context;
+    return only;
 }
 
 }  // namespace
@@ -26,8 +70,10 @@ void dispatchAsync(std::function<void()> task) {
     const QCoreApplication *application = QCoreApplication::instance();
     if (!application)
         return;
-    QMetaObject::invokeMethod(queueContext(application->thread()), std::move(task),
-                              Qt::QueuedConnection);
+    if (queue().append(std::move(task)))
+        qAddPostRoutine([] { queue().drop(); });
+    QMetaObject::invokeMethod(
+        context(application->thread()), [] { queue().runFirst(); }, Qt::QueuedConnection);
 }
 
 bool isMainThread() {

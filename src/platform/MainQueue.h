@@ -8,8 +8,9 @@ namespace pelorinnews {
 namespace MainQueue {
 
 /// Posts `task` and returns at once, on the main thread too: the task runs at a later turn of the
-/// main event loop. Callable from any thread. A task never runs where no application object exists
-/// (it is dropped on the spot) or where the main loop never turns again (it is kept).
+/// main event loop. Callable from any thread. Where no application object exists the task is
+/// dropped on the spot; what has not run when the application object goes is dropped then, on the
+/// main thread. A dropped task is destroyed without being run, and never under a lock.
 void dispatchAsync(std::function<void()> task);
 
 /// Whether the caller is on the thread of the application object. False where there is none.

@@ -36,6 +36,7 @@ public:
     /// False where the worker was still at it when `timeout` was over.
     bool waitUntilSettled(std::chrono::milliseconds timeout) {
         std::unique_lock lock(mutex);
+        // Not `wait_for`: race detectors do not see through the wait on the steady clock.
         return changed.wait_until(lock, std::chrono::system_clock::now() + timeout,
                                   [this] { return done == requested && !busy; });
     }

@@ -41,10 +41,16 @@ void NewsWebViewAccessible::announceValue(OlvNewsWebView *view, const QString &b
     const QWidget *focused = QApplication::focusWidget();
     if (!focused || (focused != view && !view->isAncestorOf(focused)))
         return;
-    if (QAccessibleInterface *known = QAccessible::queryAccessibleInterface(view))
-        QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(known));
-    QAccessibleEvent focus(view, QAccessible::Focus);
-    QAccessible::updateAccessibility(&focus);
+    // Later, since a client that sets the value is being served by the very object that goes.
+    QMetaObject::invokeMethod(
+        view,
+        [view] {
+            if (QAccessibleInterface *known = QAccessible::queryAccessibleInterface(view))
+                QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(known));
+            QAccessibleEvent focus(view, QAccessible::Focus);
+            QAccessible::updateAccessibility(&focus);
+        },
+        Qt::QueuedConnection);
 }
 
 OlvNewsWebView *NewsWebViewAccessible::view() const {

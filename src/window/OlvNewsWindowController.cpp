@@ -14,6 +14,7 @@
 #include <QEvent>
 #include <QScreen>
 #include <QTimerEvent>
+#include <QWindow>
 
 namespace pelorinnews {
 
@@ -26,8 +27,8 @@ constexpr int exposedMilliseconds = 250;
 // The part of the first screen that the window takes up at least, each way.
 constexpr double firstShowDivisor = 2.5;
 
-// How long the host's end may wait for the desktop to take announcements back.
-constexpr std::chrono::milliseconds withdrawalBound{250};
+// How long the host's end may wait for the desktop to show and take back announcements.
+constexpr std::chrono::milliseconds announcementBound{250};
 
 // Whether any window of the process was shown before.
 bool shownOnce = false;
@@ -36,11 +37,13 @@ bool runsOnGuiThread() {
     return qobject_cast<QApplication *>(QCoreApplication::instance()) && MainQueue::isMainThread();
 }
 
+// Later, on the main thread: the last reference may go on any thread, and in the middle of an event
+// of the controller's own window.
 void destroyOnMainThread(OlvNewsWindowController *controller) {
-    if (MainQueue::isMainThread() || !QCoreApplication::instance())
-        delete controller;
+    if (QCoreApplication::instance())
+        controller->deleteLater();
     else
-        MainQueue::dispatchAsync([controller] { delete controller; });
+        delete controller;
 }
 
 // A window must not outlive the application object, and a host may well end without `exit`.
@@ -142,11 +145,13 @@ void OlvNewsWindowController::loadWindow() {
     if (!made)
         return;
     _loadedWindow = made.release();
-    destroyWithApplication(_loadedWindow);
     _loadedWindow->installEventFilter(this);
     centre(*_loadedWindow);
     connectOutlets();
     windowDidLoad();
+    // What is told last about the application's end is asked first: the window goes before what
+    // its renderer brought into the process.
+    destroyWithApplication(_loadedWindow);
 }
 
 void OlvNewsWindowController::connectOutlets() {
@@ -186,11 +191,12 @@ bool OlvNewsWindowController::eventFilter(QObject *watched, QEvent *event) {
     if (self && watched == _loadedWindow) {
         switch (event->type()) {
             case QEvent::WindowActivate:
-                windowDidBecomeKey();
+                // It may arrive after the window was closed again.
+                if (_loadedWindow->isVisible())
+                    windowDidBecomeKey();
                 break;
             case QEvent::Show:
-                if (!event->spontaneous())
-                    _exposeTimer.start(exposedMilliseconds, this);
+                _loadedWindow->windowHandle()->installEventFilter(this);
                 break;
             case QEvent::Close:
                 windowWillClose();
@@ -199,6 +205,9 @@ bool OlvNewsWindowController::eventFilter(QObject *watched, QEvent *event) {
                 break;
         }
     }
+    if (self && _loadedWindow && event->type() == QEvent::Expose &&
+        watched == _loadedWindow->windowHandle() && !_windowIsVisible && isOnScreen())
+        _exposeTimer.start(exposedMilliseconds, this);
     return QObject::eventFilter(watched, event);
 }
 
@@ -207,8 +216,13 @@ void OlvNewsWindowController::timerEvent(QTimerEvent *event) {
         return QObject::timerEvent(event);
     _exposeTimer.stop();
     const auto self = weak_from_this().lock();
-    if (self && _loadedWindow && _loadedWindow->isVisible())
+    if (self && isOnScreen())
         windowDidBecomeKey();
+}
+
+bool OlvNewsWindowController::isOnScreen() const {
+    return _loadedWindow && _loadedWindow->isVisible() && _loadedWindow->windowHandle() &&
+           _loadedWindow->windowHandle()->isExposed();
 }
 
 void OlvNewsWindowController::windowDidBecomeKey() {
@@ -262,10 +276,9 @@ void OlvNewsWindowController::exit() {
         _loadedWindow->performClose();
     // With just this one copy of the host the announcement stays and leads back to it; with none
     // or several a click could end anywhere.
-    if (!_plFinder || _plFinder->result() != OlvFinderResultOne) {
+    if (!_plFinder || _plFinder->result() != OlvFinderResultOne)
         removeNotification();
-        _services.notificationCenter->flush(withdrawalBound);
-    }
+    _services.notificationCenter->flush(announcementBound);
     _plFinder.reset();
     _configuration->setLastViewing(_newsCache->lastViewing());
 }

@@ -122,6 +122,7 @@ private:
     void initWithWindow();
     void loadWindow();
     void connectOutlets();
+    [[nodiscard]] bool isOnScreen() const;
     void enlargeOnFirstShow();
     [[nodiscard]] bool hasNewsInTheUsersLanguage() const;
     void showingRefreshEnded(const std::optional<Error> &error);

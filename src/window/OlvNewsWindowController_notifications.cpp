@@ -4,7 +4,15 @@
 #include "OlvLocalization.h"
 #include "OlvNewsWindowController.h"
 
+#include <QGuiApplication>
+
 namespace pelorinnews {
+
+namespace {
+
+constexpr auto activationVariable = "XDG_ACTIVATION_TOKEN";
+
+}  // namespace
 
 QDateTime OlvNewsWindowController::notificationDate() const {
     return NewsAnnouncement::notificationDate(*_services.notificationCenter);
@@ -27,10 +35,15 @@ bool OlvNewsWindowController::userNotificationCenterShouldPresentNotification(
 
 void OlvNewsWindowController::userNotificationCenterDidActivateNotification(
     const UserNotification &notification) {
-    // The desktop's permission to come to the front, which the window system's code looks for here.
-    if (!notification.activationToken.isEmpty())
-        qputenv("XDG_ACTIVATION_TOKEN", notification.activationToken.toUtf8());
+    // The desktop's permission to come to the front. Wayland's window code looks for it here, and
+    // no child process may find it later.
+    const bool hasPermission = !notification.activationToken.isEmpty() &&
+                               QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    if (hasPermission)
+        qputenv(activationVariable, notification.activationToken.toUtf8());
     showWindow();
+    if (hasPermission)
+        qunsetenv(activationVariable);
     removeNotification();
 }
 

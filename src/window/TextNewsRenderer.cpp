@@ -35,7 +35,8 @@ TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
     connect(this, &QTextBrowser::anchorClicked, this, [this](const QUrl &link) {
         if (_policy)
             _policy->webViewDecidePolicyForNavigationAction(
-                NavigationType::LinkClicked, resolvedAgainstBareHttp(link.toString()));
+                NavigationType::LinkClicked,
+                resolvedAgainstBareHttp(link.toString(QUrl::FullyEncoded)));
     });
 }
 

@@ -160,7 +160,7 @@ std::vector<RegistryEntry> DunstTest::registered() const {
 std::unique_ptr<BusProgram> DunstTest::startHost() const {
     return std::make_unique<BusProgram>(
         *bus,
-        QCoreApplication::applicationDirPath() + QStringLiteral("/pelorin-notificationhelper"),
+        QCoreApplication::applicationDirPath() + QStringLiteral("/pelorin-notificationclient"),
         QStringList{sender().stateFolder});
 }
 

@@ -149,7 +149,7 @@ void NotificationDaemonTest::tellsTheDelegateOfAClick() {
 void NotificationDaemonTest::hearsTheClickOnOneOfAKilledProcess() {
     BusProgram host(
         *bus,
-        QCoreApplication::applicationDirPath() + QStringLiteral("/pelorin-notificationhelper"),
+        QCoreApplication::applicationDirPath() + QStringLiteral("/pelorin-notificationclient"),
         {sender().stateFolder});
     host.writeLine(QStringLiteral("deliver of the killed"));
     QCOMPARE(host.readLine(), QStringLiteral("done"));

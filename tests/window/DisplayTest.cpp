@@ -134,6 +134,7 @@ void DisplayTest::saysThatRetrievingFailed() {
     QTRY_COMPARE(controller->webView()->outerHTML(), localized("StatusErrorRetrievingContent"));
     QCOMPARE(controller->itemIndicator()->text(), QString());
     QVERIFY(!controller->nextItem()->isEnabled());
+    QVERIFY(!controller->previousItem()->isEnabled());
 }
 
 void DisplayTest::tellsWhyNothingPassesTheFilter_data() {

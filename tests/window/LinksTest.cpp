@@ -22,6 +22,7 @@ private Q_SLOTS:
     void resolvesAgainstABareHttp();
     void rebasesWhatAnEngineResolved();
     void opensClickedLinksWithTheDesktopsHandlerAndStays();
+    void aRelativeLinkIsResolvedBeforeItIsOpened();
     void allowsEveryOtherNavigation();
 
 private:
@@ -84,6 +85,32 @@ void LinksTest::opensClickedLinksWithTheDesktopsHandlerAndStays() {
     QCOMPARE(opened, QList<QUrl>{QUrl(QStringLiteral("pelorin-test://h/a"))});
     QCOMPARE(browser->toPlainText(), QStringLiteral("here"));
     QDesktopServices::unsetUrlHandler(QStringLiteral("pelorin-test"));
+}
+
+void LinksTest::aRelativeLinkIsResolvedBeforeItIsOpened() {
+    class Recorder : public NavigationPolicyDelegate {
+    public:
+        QList<QUrl> clicked;
+        NavigationDecision webViewDecidePolicyForNavigationAction(NavigationType type,
+                                                                  const QUrl &url) override {
+            if (type == NavigationType::LinkClicked)
+                clicked.append(url);
+            return NavigationDecision::Ignore;
+        }
+    } recorder;
+    OlvNewsWebView view;
+    view.resize(400, 200);
+    view.setPolicyDelegate(&recorder);
+    view.loadHtmlString(QStringLiteral("<a href='a%20b.html?x=%25'>here</a>"));
+    view.show();
+    auto *browser = view.findChild<QTextBrowser *>();
+    QVERIFY(browser);
+    QTRY_VERIFY(!browser->anchorAt(QPoint(20, 20)).isEmpty());
+    QTest::mouseClick(browser->viewport(), Qt::LeftButton, {}, QPoint(20, 20));
+    QCOMPARE(recorder.clicked.size(), 1);
+    QCOMPARE(recorder.clicked.first().toString(QUrl::FullyEncoded),
+             QStringLiteral("http:///a%20b.html?x=%25"));
+    view.setPolicyDelegate(nullptr);
 }
 
 void LinksTest::allowsEveryOtherNavigation() {
