@@ -17,13 +17,16 @@ struct Waiting {
     std::vector<std::shared_ptr<const void>> objects;
 };
 
-// Outlives every local static object, which may be let go of here at the process's end.
-Waiting waiting;
+/// Never destroyed: the last threads of a process may come here after its static objects are gone.
+Waiting &waiting() {
+    static Waiting &instance = *std::make_unique<Waiting>().release();
+    return instance;
+}
 
 void releaseWaiting() {
     std::vector<std::shared_ptr<const void>> objects;
-    const std::lock_guard lock(waiting.mutex);
-    objects.swap(waiting.objects);
+    const std::lock_guard lock(waiting().mutex);
+    objects.swap(waiting().objects);
 }
 
 }  // namespace
@@ -33,8 +36,8 @@ void releaseInBackground(std::shared_ptr<const void> object) {
     if (pool == nullptr)
         return;
     {
-        const std::lock_guard lock(waiting.mutex);
-        waiting.objects.push_back(std::move(object));
+        const std::lock_guard lock(waiting().mutex);
+        waiting().objects.push_back(std::move(object));
     }
     pool->start(releaseWaiting);
 }
