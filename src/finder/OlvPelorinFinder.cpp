@@ -14,7 +14,7 @@ std::shared_ptr<OlvPelorinFinder> OlvPelorinFinder::init() {
 
 std::shared_ptr<OlvPelorinFinder> OlvPelorinFinder::init(const QString &bundleName,
                                                          const QStringList &searchScopes) {
-    const std::shared_ptr<OlvPelorinFinder> finder(new OlvPelorinFinder);
+    std::shared_ptr<OlvPelorinFinder> finder(new OlvPelorinFinder);
     finder->_query.setSearchScopes(searchScopes);
     const std::weak_ptr<OlvPelorinFinder> weak = finder;
     const auto *center = MetadataQueryCenter::defaultCenter();

@@ -21,7 +21,7 @@ namespace {
 // How long the index is left alone after a question, however busy it is.
 constexpr int pauseMilliseconds = 250;
 // More than any sane number of matches; what the index would send beyond it is not read.
-constexpr qsizetype rowsLimit = 16 * 1024 * 1024;
+constexpr qsizetype rowsLimit = qsizetype{16} * 1024 * 1024;
 
 /// The names that the index has had, newest first.
 const QStringList &services() {
@@ -127,7 +127,7 @@ void FileIndexQuery::replied(qsizetype service, QDBusPendingCallWatcher *call) {
 }
 
 void FileIndexQuery::readRows() {
-    std::array<char, 16 * 1024> piece;
+    std::array<char, 16384> piece;
     const ssize_t size = ::read(rowsEnd.get(), piece.data(), piece.size());
     if (size > 0)
         rows.append(piece.data(), size);

@@ -14,7 +14,7 @@ namespace pelorinnews {
 namespace {
 
 // What one call of the kernel fills: some hundred entries, so that a stop is seen soon.
-constexpr std::size_t bufferSize = 32 * 1024;
+constexpr std::size_t bufferSize = std::size_t{32} * 1024;
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
 
 bool isFolder(int parent, const dirent64 &entry) {

@@ -28,7 +28,7 @@ bool FolderWatch::watch(const QByteArray &folder, Interest interest) {
 
 std::vector<FolderWatch::Change> FolderWatch::takeChanges() {
     std::vector<Change> changes;
-    alignas(inotify_event) std::array<char, 16 * 1024> buffer;
+    alignas(inotify_event) std::array<char, 16384> buffer;
     for (;;) {
         const ssize_t size = ::read(kernelQueue.get(), buffer.data(), buffer.size());
         if (size <= 0)

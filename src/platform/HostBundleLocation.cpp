@@ -67,7 +67,7 @@ QString hostBundleLocation(const HostProcess &process) {
         return {};
     if (isAppImageOf(process))
         return QFileInfo(process.appImage).canonicalFilePath();
-    const QString folder = applicationFolder(process.executable);
+    QString folder = applicationFolder(process.executable);
     const QStringList systemFolders = {QStringLiteral("/"), QStringLiteral("/usr"),
                                        QStringLiteral("/usr/local")};
     if (!systemFolders.contains(folder))

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int formatVersion = 1;
 // A registry of the most entries is far below this; anything above is not ours.
-constexpr qint64 maximumFileSize = 16 * 1024 * 1024;
+constexpr qint64 maximumFileSize = qint64(16) * 1024 * 1024;
 
 // JSON knows neither dates nor integers of 64 bits, so user information goes as Qt's own stream.
 QString textFromUserInfo(const QVariantMap &userInfo) {
@@ -109,7 +109,7 @@ std::optional<RegistryContents> contentsFromBytes(const QByteArray &bytes) {
     contents.bus = textIn(object, QStringLiteral("bus"));
     contents.server = textIn(object, QStringLiteral("server"));
     const QJsonArray array = entries.toArray();
-    for (const QJsonValue &value : array) {
+    for (const auto &value : array) {
         // What this version cannot use is passed over; the others are no worse for it.
         if (auto entry = entryFromObject(value.toObject()))
             contents.entries.push_back(std::move(*entry));

@@ -1,7 +1,6 @@
 #include "ItemPage.h"
 
 #include "BareHttpLinks.h"
-#include "ItemSchemeHandler.h"
 
 #include <QWebEngineNewWindowRequest>
 #include <QWebEngineSettings>
@@ -47,10 +46,15 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
             });
 }
 
+void ItemPage::showItem(const QUrl &address) {
+    _item = address;
+    load(address);
+}
+
 bool ItemPage::allows(pelorinnews::NavigationType type, const QUrl &url) {
     if (!_policy)
         return false;
-    const QUrl address = rebasedOnBareHttp(url, ItemSchemeHandler::pageAddress());
+    const QUrl address = rebasedOnBareHttp(url, _item);
     return _policy->webViewDecidePolicyForNavigationAction(type, address) ==
            NavigationDecision::Use;
 }

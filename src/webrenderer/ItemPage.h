@@ -14,6 +14,9 @@ class ItemPage final : public QWebEnginePage {
 public:
     ItemPage(QWebEngineProfile *profile, QObject *parent);
 
+    /// Loads the item that is served under `address`.
+    void showItem(const QUrl &address);
+
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) { _policy = delegate; }
 
 protected:
@@ -29,6 +32,7 @@ private:
     bool allows(pelorinnews::NavigationType type, const QUrl &url);
 
     NavigationPolicyDelegate *_policy = nullptr;
+    QUrl _item;
 };
 
 }  // namespace pelorinnews

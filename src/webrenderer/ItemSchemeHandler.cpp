@@ -22,12 +22,18 @@ bool ItemSchemeHandler::registerScheme() {
     return QWebEngineUrlScheme::schemeByName(schemeName).name() == schemeName;
 }
 
-QUrl ItemSchemeHandler::pageAddress() {
-    return QUrl(QLatin1String(schemeName) + QStringLiteral("://item/"));
+QByteArray ItemSchemeHandler::scheme() {
+    return schemeName;
+}
+
+QUrl ItemSchemeHandler::setPage(const QString &html) {
+    _page = html.toUtf8();
+    _address = QUrl(QStringLiteral("%1://item-%2/").arg(QLatin1String(schemeName)).arg(++_pages));
+    return _address;
 }
 
 void ItemSchemeHandler::requestStarted(QWebEngineUrlRequestJob *job) {
-    if (job->requestUrl() != pageAddress()) {
+    if (job->requestUrl() != _address) {
         job->fail(QWebEngineUrlRequestJob::UrlNotFound);
         return;
     }

@@ -18,14 +18,18 @@ public:
     /// no more schemes.
     [[nodiscard]] static bool registerScheme();
 
-    /// The address of the page.
-    [[nodiscard]] static QUrl pageAddress();
+    [[nodiscard]] static QByteArray scheme();
 
-    void setPage(const QString &html) { _page = html.toUtf8(); }
+    /// Serves `html` from now on and gives its address. Every page has an address of its own: one
+    /// that is loaded again would be shown scrolled to where it was left.
+    [[nodiscard]] QUrl setPage(const QString &html);
+
     void requestStarted(QWebEngineUrlRequestJob *job) override;
 
 private:
     QByteArray _page;
+    QUrl _address;
+    quint64 _pages = 0;
 };
 
 }  // namespace pelorinnews

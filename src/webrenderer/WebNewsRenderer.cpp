@@ -19,8 +19,7 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _view(new QWebEngineView(par
     QObject::connect(profile, &QWebEngineProfile::downloadRequested, profile,
                      [](QWebEngineDownloadRequest *download) { download->cancel(); });
     _handler = new ItemSchemeHandler(profile);
-    profile->installUrlSchemeHandler(ItemSchemeHandler::pageAddress().scheme().toLatin1(),
-                                     _handler);
+    profile->installUrlSchemeHandler(ItemSchemeHandler::scheme(), _handler);
     _page = new ItemPage(profile, profile);
     _page->setBackgroundColor(Qt::white);
     _view->setPage(_page);
@@ -33,8 +32,7 @@ WebNewsRenderer::~WebNewsRenderer() {
 }
 
 void WebNewsRenderer::loadHtmlString(const QString &html) {
-    _handler->setPage(html);
-    _page->load(ItemSchemeHandler::pageAddress());
+    _page->showItem(_handler->setPage(html));
 }
 
 void WebNewsRenderer::setStandardFontFamily(const QString &family) {

@@ -1,6 +1,7 @@
 #include "DisclosureButton.h"
 
 #include <QEvent>
+#include <QSignalBlocker>
 
 namespace pelorinnews {
 
@@ -8,6 +9,12 @@ DisclosureButton::DisclosureButton(QWidget *parent) : QToolButton(parent) {
     setCheckable(true);
     setAutoRaise(true);
     connect(this, &QToolButton::toggled, this, &DisclosureButton::updateArrow);
+    updateArrow();
+}
+
+void DisclosureButton::setOpen(bool open) {
+    const QSignalBlocker silent(this);
+    setChecked(open);
     updateArrow();
 }
 

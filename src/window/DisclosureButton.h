@@ -12,6 +12,9 @@ class DisclosureButton final : public QToolButton {
 public:
     explicit DisclosureButton(QWidget *parent = nullptr);
 
+    /// Turns the triangle without telling anybody.
+    void setOpen(bool open);
+
 protected:
     void changeEvent(QEvent *event) override;
 

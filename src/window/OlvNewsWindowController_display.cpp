@@ -7,6 +7,7 @@
 #include "OlvNewsWindowController.h"
 
 #include <QDesktopServices>
+#include <QSignalBlocker>
 #include <QStandardItemModel>
 
 namespace pelorinnews {
@@ -56,6 +57,7 @@ void OlvNewsWindowController::initializeControls() {
     if (!_configuration->readItemContent())
         setAccessibilityValue(localized("WebViewAccessibilityTitle"));
     if (_showOnStart) {
+        const QSignalBlocker noAction(_showOnStart);
         _showOnStart->setText(localized("SettingsShowOnStartCheckbox"));
         _showOnStart->setChecked(_configuration->showOnStart());
     }

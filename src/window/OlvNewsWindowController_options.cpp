@@ -1,5 +1,6 @@
 // The options area: its two menus, its check box, its folding.
 
+#include "DisclosureButton.h"
 #include "OlvNewsFilterMenuItem.h"
 #include "OlvNewsTypeFilterMenuItem.h"
 #include "OlvNewsWindowController.h"
@@ -95,8 +96,9 @@ void OlvNewsWindowController::adoptOptionsState() {
     _optionsFold->setLaidOut(optionsAreOpen);
     showOptionControls(optionsAreOpen);
     optionsChanged(localized(optionsAreOpen ? "SettingsHideOptions" : "SettingsShowOptions"));
-    if (_optionsButton)
-        _optionsButton->setChecked(optionsAreOpen);
+    // The button turns with its clicks; only a window that begins with another state needs this.
+    if (auto *button = qobject_cast<DisclosureButton *>(_optionsButton))
+        button->setOpen(optionsAreOpen);
 }
 
 }  // namespace pelorinnews

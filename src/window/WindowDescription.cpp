@@ -10,9 +10,13 @@ namespace pelorinnews::WindowDescription {
 namespace {
 
 // Only what the user does counts, not what a program sets: menus select their first entry by
-// themselves.
+// themselves. Assistive technologies toggle a checkable button without clicking it, so there the
+// toggling counts, and whoever sets the state by program blocks the button's signals.
 void connectAction(QWidget &control, const std::function<void()> &action) {
-    if (auto *button = qobject_cast<QAbstractButton *>(&control))
+    auto *button = qobject_cast<QAbstractButton *>(&control);
+    if (button && button->isCheckable())
+        QObject::connect(button, &QAbstractButton::toggled, button, [action] { action(); });
+    else if (button)
         QObject::connect(button, &QAbstractButton::clicked, button, [action] { action(); });
     else if (auto *menu = qobject_cast<QComboBox *>(&control))
         QObject::connect(menu, &QComboBox::activated, menu, [action] { action(); });

@@ -5,6 +5,7 @@
 #include "TrackerSession.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 
 #include <thread>
 
@@ -91,7 +92,9 @@ void OlvPelorinFinderTest::isPendingUntilTheSearchHasAnswered() {
                                              center, [&] { ++gathered; });
     QCOMPARE(finder->result(), OlvFinderResultPending);
     QCOMPARE(static_cast<int>(finder->result()), 1);
-    while (gathered == 0) {
+    QElapsedTimer clock;
+    clock.start();
+    while (gathered == 0 && clock.elapsed() < 20000) {
         QCOMPARE(finder->result(), OlvFinderResultPending);
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
     }

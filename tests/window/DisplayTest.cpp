@@ -4,6 +4,7 @@
 #include "TestMain.h"
 #include "WindowFixture.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
 #include <QStandardItemModel>
@@ -55,6 +56,7 @@ private Q_SLOTS:
     void filterChangesStartAgainAtTheFirstItem();
     void anUnknownFilterSelectsNothingAndFiltersAsAll();
     void storesShowOnStartOnlyForAFullCheck();
+    void assistiveTechnologiesToggleWithTheSameEffect();
     void withoutOutletsEveryOperationIsHarmless();
     void theLastOfSeveralDisplaysWins();
 
@@ -252,6 +254,23 @@ void DisplayTest::storesShowOnStartOnlyForAFullCheck() {
     box->setCheckState(Qt::PartiallyChecked);
     controller->onShowOnStartChanged();
     QVERIFY(!OlvNewsConfiguration().showOnStart());
+}
+
+void DisplayTest::assistiveTechnologiesToggleWithTheSameEffect() {
+    const auto controller = shown(WindowFixture::items(2));
+    const auto toggle = [](QWidget *control) {
+        QAccessible::queryAccessibleInterface(control)->actionInterface()->doAction(
+            QAccessibleActionInterface::toggleAction());
+    };
+    toggle(controller->showOnStart());
+    QVERIFY(OlvNewsConfiguration().showOnStart());
+    toggle(controller->showOnStart());
+    QVERIFY(!OlvNewsConfiguration().showOnStart());
+    QVERIFY(controller->displayContentFrom()->isHidden());
+    toggle(controller->optionsButton());
+    QTRY_VERIFY(controller->displayContentFrom()->isVisible());
+    toggle(controller->optionsButton());
+    QTRY_VERIFY(controller->displayContentFrom()->isHidden());
 }
 
 void DisplayTest::withoutOutletsEveryOperationIsHarmless() {
