@@ -1,5 +1,6 @@
 #include "Background.h"
 
+#include <QCoreApplication>
 #include <QThreadPool>
 
 #include <mutex>
@@ -32,14 +33,14 @@ void releaseWaiting() {
 }  // namespace
 
 void releaseInBackground(std::shared_ptr<const void> object) {
-    QThreadPool *pool = QThreadPool::globalInstance();
-    if (pool == nullptr)
+    // The pool ends with the application, and must not be asked for after that.
+    if (QCoreApplication::instance() == nullptr)
         return;
     {
         const std::lock_guard lock(waiting().mutex);
         waiting().objects.push_back(std::move(object));
     }
-    pool->start(releaseWaiting);
+    QThreadPool::globalInstance()->start(releaseWaiting);
 }
 
 }  // namespace pelorinnews
