@@ -27,7 +27,7 @@ Error fileError(const QFileDevice &file) {
 }
 
 /// How many bytes are turned from UTF-8 into UTF-16 at a time.
-constexpr qsizetype pieceSize = 256 * 1024;
+constexpr qsizetype pieceSize = qsizetype(256) * 1024;
 
 bool writeUnits(QFileDevice &file, QStringView text) {
     const qint64 size = text.size() * unitSize;

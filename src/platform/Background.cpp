@@ -1,5 +1,6 @@
 #include "Background.h"
 
+#include <QCoreApplication>
 #include <QThreadPool>
 
 #include <mutex>
@@ -17,26 +18,29 @@ struct Waiting {
     std::vector<std::shared_ptr<const void>> objects;
 };
 
-// Outlives every local static object, which may be let go of here at the process's end.
-Waiting waiting;
+/// Never destroyed: the last threads of a process may come here after its static objects are gone.
+Waiting &waiting() {
+    static Waiting &instance = *std::make_unique<Waiting>().release();
+    return instance;
+}
 
 void releaseWaiting() {
     std::vector<std::shared_ptr<const void>> objects;
-    const std::lock_guard lock(waiting.mutex);
-    objects.swap(waiting.objects);
+    const std::lock_guard lock(waiting().mutex);
+    objects.swap(waiting().objects);
 }
 
 }  // namespace
 
 void releaseInBackground(std::shared_ptr<const void> object) {
-    QThreadPool *pool = QThreadPool::globalInstance();
-    if (pool == nullptr)
+    // The pool ends with the application, and must not be asked for after that.
+    if (QCoreApplication::instance() == nullptr)
         return;
     {
-        const std::lock_guard lock(waiting.mutex);
-        waiting.objects.push_back(std::move(object));
+        const std::lock_guard lock(waiting().mutex);
+        waiting().objects.push_back(std::move(object));
     }
-    pool->start(releaseWaiting);
+    QThreadPool::globalInstance()->start(releaseWaiting);
 }
 
 }  // namespace pelorinnews

@@ -27,6 +27,9 @@ struct OperationQueue::Registry {
 
     std::mutex mutex;
     std::vector<std::weak_ptr<OperationQueue>> queues;
+    /// Queues that have ended with an application. They stay until the next one begins, so that no
+    /// thread of theirs destroys anything while the process leaves.
+    std::vector<std::shared_ptr<OperationQueue>> ended;
     bool closesWithApplication = false;
 };
 
@@ -35,12 +38,13 @@ std::shared_ptr<OperationQueue> OperationQueue::make() {
     const auto letGo = [](OperationQueue *dropped) {
         releaseInBackground(std::unique_ptr<const OperationQueue>(dropped));
     };
-    const std::shared_ptr<OperationQueue> queue(std::make_unique<OperationQueue>().release(),
-                                                letGo);
+    std::shared_ptr<OperationQueue> queue(std::make_unique<OperationQueue>().release(), letGo);
     bool hook = false;
+    std::vector<std::shared_ptr<OperationQueue>> earlier;
     {
         Registry &all = Registry::instance();
         const std::lock_guard lock(all.mutex);
+        earlier.swap(all.ended);
         std::erase_if(all.queues, [](const auto &known) { return known.expired(); });
         all.queues.push_back(queue);
         hook = !std::exchange(all.closesWithApplication, true);
@@ -52,12 +56,13 @@ std::shared_ptr<OperationQueue> OperationQueue::make() {
 
 void OperationQueue::closeAll(Registry &all) {
     std::vector<std::weak_ptr<OperationQueue>> known;
+    std::vector<std::shared_ptr<OperationQueue>> open;
     {
         const std::lock_guard lock(all.mutex);
         known.swap(all.queues);
+        open.swap(all.ended);
         all.closesWithApplication = false;
     }
-    std::vector<std::shared_ptr<OperationQueue>> open;
     for (const auto &entry : known) {
         if (auto queue = entry.lock()) {
             queue->closed = true;
@@ -65,13 +70,12 @@ void OperationQueue::closeAll(Registry &all) {
         }
     }
     const QDeadlineTimer deadline(joinMilliseconds);
-    for (const auto &queue : open) {
-        // Whoever did not end in time is not waited for again.
-        if (!queue->pool.waitForDone(static_cast<int>(deadline.remainingTime())))
-            continue;
-        const std::lock_guard lock(all.mutex);
-        all.queues.push_back(queue);
-    }
+    // Whoever does not end in time is not waited for again.
+    std::erase_if(open, [&deadline](const auto &queue) {
+        return !queue->pool.waitForDone(static_cast<int>(deadline.remainingTime()));
+    });
+    const std::lock_guard lock(all.mutex);
+    all.ended.swap(open);
 }
 
 }  // namespace pelorinnews
