@@ -34,22 +34,25 @@ NetworkThread::NetworkThread(qint64 longest)
 NetworkThread::~NetworkThread() = default;
 
 void NetworkThread::add(NetworkRequest request) {
-    bool refused = !QCoreApplication::instance();
-    if (!refused) {
-        const std::lock_guard lock(mutex);
-        // Starting under the lock keeps a stop from slipping in between; it runs no code of others.
-        if (!stopping && !started) {
-            start();
-            started = isRunning();
-        }
-        refused = stopping || !started;
-        if (!refused)
-            waiting.push_back(std::move(request));
-    }
-    if (refused)
-        cancelRequest(std::move(request));
-    else
+    if (takes(request))
         bell->ring();
+    else
+        cancelRequest(std::move(request));
+}
+
+bool NetworkThread::takes(NetworkRequest &request) {
+    if (!QCoreApplication::instance())
+        return false;
+    const std::lock_guard lock(mutex);
+    // Starting under the lock keeps a stop from slipping in between; it runs no code of others.
+    if (!stopping && !started) {
+        start();
+        started = isRunning();
+    }
+    if (stopping || !started)
+        return false;
+    waiting.push_back(std::move(request));
+    return true;
 }
 
 bool NetworkThread::stop(std::chrono::milliseconds timeout) {
