@@ -94,7 +94,7 @@ std::shared_ptr<OlvNewsWindowController> OlvNewsWindowController::initWithWindow
     const QString &windowNibName, WindowServices services) {
     if (!runsOnGuiThread())
         return nullptr;
-    const std::shared_ptr<OlvNewsWindowController> controller(
+    std::shared_ptr<OlvNewsWindowController> controller(
         new OlvNewsWindowController(windowNibName, std::move(services)), destroyOnMainThread);
     controller->initWithWindow();
     return controller;
