@@ -11,6 +11,8 @@
 #include <QTcpServer>
 
 #include <atomic>
+#include <cerrno>
+#include <sys/stat.h>
 #include <thread>
 
 using namespace pelorinnews;
@@ -55,6 +57,8 @@ private Q_SLOTS:
     void filesAreResponsesWithoutAStatus_data();
     void filesAreResponsesWithoutAStatus();
     void aMissingFileIsAnError();
+    void aFileThatIsNotRegularIsAnErrorAtOnce_data();
+    void aFileThatIsNotRegularIsAnErrorAtOnce();
     void onlyTheTimeWithoutProgressCounts();
     void aBodyBeyondTheLimitIsAnError_data();
     void aBodyBeyondTheLimitIsAnError();
@@ -488,6 +492,38 @@ void NetworkUrlLoaderTest::aMissingFileIsAnError() {
         QVERIFY(loaded.connectionError());
         QVERIFY(!loaded.data());
     }
+}
+
+void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce_data() {
+    QTest::addColumn<QString>("address");
+    const QString pipe = feeds.filePath(QStringLiteral("pipe.xml"));
+    // Nobody writes into this pipe: opening it would never return.
+    QVERIFY(mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0 || errno == EEXIST);
+    QVERIFY(QFile::link(pipe, feeds.filePath(QStringLiteral("link.xml"))));
+    QTest::newRow("pipe") << QStringLiteral("file://") + pipe;
+    QTest::newRow("pipe with a query") << QStringLiteral("file:") + pipe + QStringLiteral("?&a=b");
+    QTest::newRow("pipe of localhost") << QStringLiteral("file://localhost") + pipe;
+    QTest::newRow("link to a pipe")
+        << QStringLiteral("FILE:") + feeds.filePath(QStringLiteral("link.xml"));
+    QTest::newRow("folder") << QStringLiteral("file:") + feeds.path();
+    QTest::newRow("device") << QStringLiteral("file:///dev/zero");
+}
+
+void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce() {
+    QFETCH(const QString, address);
+    // A thread that hung could not even be stopped, so it must not be the other tests'.
+    NetworkUrlLoader own;
+    LoadedAddress loaded(own, tolerant(address), &queue, 10);
+    QVERIFY(loaded.wait(std::chrono::seconds(5)));
+    QCOMPARE(loaded.connectionError().value_or(Error()).domain,
+             QStringLiteral("QNetworkReply::NetworkError"));
+    QCOMPARE(loaded.connectionError().value_or(Error()).code,
+             int(QNetworkReply::ContentOperationNotPermittedError));
+    QVERIFY(!loaded.hasResponse());
+    QVERIFY(!loaded.data());
+    LoadedAddress next(own, tolerant(http->address(QStringLiteral("/plain.xml"))), &queue, 10);
+    QVERIFY(next.wait(std::chrono::seconds(5)));
+    QVERIFY(next.data());
 }
 
 void NetworkUrlLoaderTest::onlyTheTimeWithoutProgressCounts() {
