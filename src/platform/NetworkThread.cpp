@@ -4,8 +4,28 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QFileInfo>
+#include <QNetworkReply>
 
 namespace pelorinnews {
+
+namespace {
+
+/// Why an address is not to be asked for at all. Opening a pipe waits for its other end, and that
+/// would hold up every transfer.
+std::optional<Error> refusal(QUrl url) {
+    if (!url.isLocalFile())
+        return std::nullopt;
+    // "localhost" is the only host that Qt takes a file from.
+    url.setHost({});
+    const QFileInfo info(url.toLocalFile());
+    if (info.isFile() || !info.exists())
+        return std::nullopt;
+    return networkError(QNetworkReply::ContentOperationNotPermittedError,
+                        QStringLiteral("Not a regular file: ") + info.filePath());
+}
+
+}  // namespace
 
 class NetworkThread::Bell final : public QObject {
 public:
@@ -77,6 +97,10 @@ void NetworkThread::run() {
 
 void NetworkThread::startTransfers() {
     for (NetworkRequest &request : takeWaiting()) {
+        if (const auto refused = refusal(request.url)) {
+            completeRequest(std::move(request), {std::nullopt, std::nullopt, refused});
+            continue;
+        }
         if (!manager) {
             manager = std::make_unique<QNetworkAccessManager>();
             manager->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
