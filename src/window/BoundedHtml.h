@@ -19,7 +19,7 @@ namespace pelorinnews {
 class BoundedHtml {
 public:
     /// The longest text that is taken in.
-    static constexpr qsizetype mostCharacters = 16 * 1024 * 1024;
+    static constexpr qsizetype mostCharacters = qsizetype{16} * 1024 * 1024;
 
     /// The prepared text; absent for an absent text and for one that is too long, too deeply nested
     /// or too rich in tags, style rules or table cells to be taken in within a few seconds.

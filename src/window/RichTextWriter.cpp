@@ -27,7 +27,7 @@ constexpr int cellPadding = 140;
 constexpr int deepestTable = 8;
 constexpr int mostColumns = 63;
 // One picture shown a thousand times must not become a thousand copies.
-constexpr qsizetype mostPictureBytes = 64 * 1024 * 1024;
+constexpr qsizetype mostPictureBytes = qsizetype{64} * 1024 * 1024;
 
 const QByteArray &paragraphEnd() {
     static const QByteArray end = "\\par\n";

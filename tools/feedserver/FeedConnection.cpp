@@ -15,10 +15,10 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr qint64 longestHead = 64 * 1024;
-constexpr qint64 pieceSize = 64 * 1024;
+constexpr qint64 longestHead = qint64{64} * 1024;
+constexpr qint64 pieceSize = qint64{64} * 1024;
 /// Bytes under way before the next piece is made, so that a huge body never stands in memory.
-constexpr qint64 highWater = 256 * 1024;
+constexpr qint64 highWater = qint64{256} * 1024;
 
 const QByteArray feedPath = "/RSS_Feed/PelorinNews.php";
 
