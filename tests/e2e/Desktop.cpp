@@ -65,6 +65,7 @@ Desktop::Desktop() {
         qFatal("no feed service: %s", feedService.readAllStandardError().constData());
     feedAddress = QString::fromUtf8(feedService.readLine().trimmed());
     prefer(QStringLiteral("newsFeedBaseURL"), feedAddress);
+    prefer(QStringLiteral("newsFeedLocale"), QStringLiteral("en"));
     // Starts the accessibility bus, which the host looks for but once.
     output(QStringLiteral(PELORIN_TEST_DATA "/read-window"), {QStringLiteral("0")});
 }
