@@ -10,17 +10,26 @@
 #include <QSettings>
 #include <QTest>
 
+#include <algorithm>
+#include <sched.h>
+#include <sys/stat.h>
+
 namespace pelorinnews::test {
 
 namespace {
 
-constexpr int patience = 60000;
+constexpr int patience = 30000;
 
 void write(const QString &path, const QByteArray &text) {
     // In one step: the service may read at any time.
     QSaveFile file(path);
     if (!file.open(QFile::WriteOnly) || file.write(text) != text.size() || !file.commit())
         qFatal("cannot write %s", qPrintable(path));
+}
+
+QByteArray contentOf(const QString &path) {
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 void end(QProcess &process) {
@@ -82,8 +91,9 @@ void Desktop::serve(const QList<FeedEntry> &entries) const {
         const QString date = QLocale::c().toString(
             entry.date.toUTC(), QStringLiteral("ddd, dd MMM yyyy HH:mm:ss '+0000'"));
         text += "<item><title>" + entry.title.toUtf8() + "</title><pubDate>" + date.toUtf8() +
-                "</pubDate><category>mac pelorin</category><description><![CDATA[" +
-                entry.html.toUtf8() + "]]></description></item>";
+                "</pubDate><category>mac pelorin</category><comments>" + entry.plainText.toUtf8() +
+                "</comments><description><![CDATA[" + entry.html.toUtf8() +
+                "]]></description></item>";
     }
     write(path(QStringLiteral("feeds/standard.en.xml")), text + "</channel></rss>\n");
 }
@@ -126,6 +136,26 @@ bool Desktop::quitHost() {
     press(window, QStringLiteral("ctrl+q"));
     return host.waitForFinished(patience) && host.exitStatus() == QProcess::NormalExit &&
            host.exitCode() == 0;
+}
+
+bool Desktop::hostWatches(const QString &watched) const {
+    const QString process = QStringLiteral("/proc/%1").arg(host.processId());
+    // The search gives way to all other work. Only the administrator may hurry it; others wait.
+    const QStringList threads = QDir(process + QStringLiteral("/task")).entryList(QDir::Dirs);
+    for (const QString &thread : threads) {
+        const sched_param ordinary{};
+        if (contentOf(process + QStringLiteral("/task/%1/comm").arg(thread)) == "pelorin-walk\n")
+            ::sched_setscheduler(thread.toInt(), SCHED_OTHER, &ordinary);
+    }
+    struct stat status {};
+    if (::stat(QFile::encodeName(watched).constData(), &status) != 0)
+        return false;
+    const QByteArray watch = " ino:" + QByteArray::number(status.st_ino, 16) + ' ';
+    const QString descriptors = process + QStringLiteral("/fdinfo/");
+    const QStringList all = QDir(descriptors).entryList(QDir::Files);
+    return std::any_of(all.begin(), all.end(), [&](const QString &each) {
+        return contentOf(descriptors + each).contains(watch);
+    });
 }
 
 QString Desktop::window(const QString &title) const {

@@ -13,6 +13,7 @@ namespace pelorinnews::test {
 struct FeedEntry {
     QString title;
     QDateTime date;
+    QString plainText;
     QString html;
 };
 
@@ -36,6 +37,9 @@ public:
     [[nodiscard]] bool hostIsRunning() const { return host.state() == QProcess::Running; }
     /// Ends the host by its key for quitting. False where it did not end well.
     [[nodiscard]] bool quitHost();
+
+    /// Whether the host has the kernel tell it of changes in this folder.
+    [[nodiscard]] bool hostWatches(const QString &watched) const;
 
     /// The number of the host's visible window of this title; empty where there is none.
     [[nodiscard]] QString window(const QString &title) const;

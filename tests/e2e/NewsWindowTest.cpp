@@ -20,7 +20,7 @@ private Q_SLOTS:
     void opensFoldedAndTheTriangleUnfoldsIt();
 
 private:
-    static constexpr int patience = 60000;
+    static constexpr int patience = 30000;
 
     void open() {
         desktop->startHost();
@@ -40,10 +40,11 @@ void NewsWindowTest::init() {
     desktop->prefer(QStringLiteral("newsShowOnStart"), true);
     const QDateTime now = QDateTime::currentDateTimeUtc();
     desktop->serve(
-        {{QStringLiteral("New"), now.addSecs(-60),
+        {{QStringLiteral("New"), now.addSecs(-60), QStringLiteral("A lighthouse burns"),
           QStringLiteral(
               "<body style='background:#20c040'><p>A <b>lighthouse</b> burns</p></body>")},
-         {QStringLiteral("Old"), now.addDays(-2), QStringLiteral("<p>Fog lifts</p>")}});
+         {QStringLiteral("Old"), now.addDays(-2), QStringLiteral("Fog lifts"),
+          QStringLiteral("<p>Fog lifts</p>")}});
 }
 
 void NewsWindowTest::opensByItselfWithTheFirstItem() {
