@@ -4,6 +4,13 @@
 
 namespace pelorinnews::FeedExchange {
 
+namespace {
+
+constexpr int lowestFailureStatus = 400;
+constexpr int neitherDataNorError = -4;
+
+}  // namespace
+
 QString address(const QString &base, const QString &locale, const QString &type) {
     if (base.endsWith(QLatin1String(".xml")))
         return base;
@@ -23,6 +30,21 @@ QString text(const QByteArray &body) {
     if (decoder.hasError())
         return {};
     return decoded.isNull() ? QStringLiteral("") : decoded;
+}
+
+QString errorDomain() {
+    return QStringLiteral("com.Olvane.PelorinNews.NewsCache.ErrorDomain");
+}
+
+std::optional<Error> downloadError(const std::optional<UrlResponse> &response,
+                                   const std::optional<QByteArray> &data,
+                                   const std::optional<Error> &connectionError) {
+    const int status = response ? response->statusCode.value_or(0) : 0;
+    if (status >= lowestFailureStatus)
+        return Error{QStringLiteral("HTTP Property Status Code"), status, {}};
+    if (connectionError || data)
+        return connectionError;
+    return Error{errorDomain(), neitherDataNorError, {}};
 }
 
 }  // namespace pelorinnews::FeedExchange

@@ -6,6 +6,7 @@
 #include <QStringDecoder>
 #include <QtEndian>
 
+#include <NetworkUrlLoader.h>
 #include <algorithm>
 
 namespace pelorinnews {
@@ -15,8 +16,9 @@ namespace {
 constexpr char16_t byteOrderMark = u'\uFEFF';
 constexpr char16_t swappedByteOrderMark = u'\uFFFE';
 constexpr qint64 unitSize = sizeof(char16_t);
-/// Beyond any feed that could have been downloaded whole; guards the memory against a stray file.
-constexpr qint64 largestFile = qint64(4) << 30;
+/// The mark and the longest feed that the loader delivers: a byte of UTF-8 is at most one unit.
+/// Guards the memory against a stray file.
+constexpr qint64 largestFile = unitSize * (NetworkUrlLoader::defaultLongestBody + 1);
 
 Error fileError(QFileDevice::FileError code, const QString &text) {
     return {QStringLiteral("QFileDevice"), code, {{Error::localizedDescriptionKey(), text}}};
@@ -91,7 +93,10 @@ std::optional<QString> LocalCacheFile::read(Error *error) const {
         return fail(fileError(file));
 
     const qint64 size = file.size();
-    if (size < unitSize || size % unitSize != 0 || size > largestFile)
+    if (size > largestFile)
+        return fail(
+            fileError(QFileDevice::ResourceError, QStringLiteral("More than any feed holds")));
+    if (size < unitSize || size % unitSize != 0)
         return failFormat();
     const std::optional<QString> mark = readUnits(file, 1);
     std::optional<QString> text = readUnits(file, size / unitSize - 1);

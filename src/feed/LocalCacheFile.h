@@ -26,7 +26,8 @@ public:
 
     /// The text of the file, not null even where it is empty, or nothing with `error` set. A file
     /// that is not whole UTF-16 is unreadable: no byte-order mark (an empty file included), an odd
-    /// number of bytes, a lone surrogate. A mark in the other byte order is honoured.
+    /// number of bytes, a lone surrogate. So is one larger than any feed that can be downloaded. A
+    /// mark in the other byte order is honoured.
     [[nodiscard]] std::optional<QString> read(Error *error) const;
 
 private:

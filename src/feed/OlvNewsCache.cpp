@@ -17,16 +17,10 @@ namespace pelorinnews {
 
 namespace {
 
-enum ErrorCode { NoBaseAddress = -2, NoRequest = -3, NoData = -4 };
-
-constexpr int lowestFailureStatus = 400;
+enum ErrorCode { NoBaseAddress = -2, NoRequest = -3 };
 
 Error cacheError(ErrorCode code) {
-    return {QStringLiteral("com.Olvane.PelorinNews.NewsCache.ErrorDomain"), code, {}};
-}
-
-Error statusError(int status) {
-    return {QStringLiteral("HTTP Property Status Code"), status, {}};
+    return {FeedExchange::errorDomain(), code, {}};
 }
 
 Error systemError(const std::error_code &code) {
@@ -76,16 +70,9 @@ void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
                                     const RefreshCompletion &completion) {
     if (_downloadOperationQueue->isClosed())
         return;
-    std::optional<Error> error;
-    const int status = response ? response->statusCode.value_or(0) : 0;
-    if (status >= lowestFailureStatus)
-        error = statusError(status);
-    else if (connectionError)
-        error = connectionError;
-    else if (data)
+    std::optional<Error> error = FeedExchange::downloadError(response, data, connectionError);
+    if (!error)
         error = takeFeed(*data);
-    else
-        error = cacheError(NoData);
 
     data.reset();
     if (error)

@@ -70,15 +70,14 @@ void deliverLogMessage(OlvLogger &logger, std::int32_t level, const QString &tex
 ///     logMessage(_logger.get(), LogLevelError, LogVocabulary::refreshContentFailed, error);
 ///
 /// Without a logger nothing happens: the format is not expanded and the arguments are not asked
-/// for their descriptions. Runs on the caller's thread; the logger is held for the whole call, so
-/// replacing it meanwhile is harmless.
+/// for their descriptions. Runs on the caller's thread. The reference given is the caller's own, as
+/// `GuardedSlot::get` makes one, so replacing the logger meanwhile is harmless.
 template <class... Arguments>
 void logMessage(const std::shared_ptr<OlvLogger> &logger, std::int32_t level, QStringView format,
                 const Arguments &...arguments) {
     if (!logger)
         return;
-    const std::shared_ptr<OlvLogger> held = logger;
-    deliverLogMessage(*held, level, formatLogMessage(format, {logDescription(arguments)...}));
+    deliverLogMessage(*logger, level, formatLogMessage(format, {logDescription(arguments)...}));
 }
 
 }  // namespace pelorinnews

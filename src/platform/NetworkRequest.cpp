@@ -23,7 +23,7 @@ public:
     void run() override {
         { const std::lock_guard handOver(mutex()); }
         if (request.completion)
-            request.completion(std::move(outcome.response), std::move(outcome.data),
+            request.completion(outcome.response, std::move(outcome.data),
                                std::move(outcome.connectionError));
     }
 

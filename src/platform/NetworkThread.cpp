@@ -4,8 +4,28 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QFileInfo>
+#include <QNetworkReply>
 
 namespace pelorinnews {
+
+namespace {
+
+/// Why an address is not to be asked for at all. Opening a pipe waits for its other end, and that
+/// would hold up every transfer.
+std::optional<Error> refusal(QUrl url) {
+    if (!url.isLocalFile())
+        return std::nullopt;
+    // "localhost" is the only host that Qt takes a file from.
+    url.setHost({});
+    const QFileInfo info(url.toLocalFile());
+    if (info.isFile() || !info.exists())
+        return std::nullopt;
+    return networkError(QNetworkReply::ContentOperationNotPermittedError,
+                        QStringLiteral("Not a regular file: ") + info.filePath());
+}
+
+}  // namespace
 
 class NetworkThread::Bell final : public QObject {
 public:
@@ -34,22 +54,25 @@ NetworkThread::NetworkThread(qint64 longest)
 NetworkThread::~NetworkThread() = default;
 
 void NetworkThread::add(NetworkRequest request) {
-    bool refused = !QCoreApplication::instance();
-    if (!refused) {
-        const std::lock_guard lock(mutex);
-        // Starting under the lock keeps a stop from slipping in between; it runs no code of others.
-        if (!stopping && !started) {
-            start();
-            started = isRunning();
-        }
-        refused = stopping || !started;
-        if (!refused)
-            waiting.push_back(std::move(request));
-    }
-    if (refused)
-        cancelRequest(std::move(request));
-    else
+    if (takes(request))
         bell->ring();
+    else
+        cancelRequest(std::move(request));
+}
+
+bool NetworkThread::takes(NetworkRequest &request) {
+    if (!QCoreApplication::instance())
+        return false;
+    const std::lock_guard lock(mutex);
+    // Starting under the lock keeps a stop from slipping in between; it runs no code of others.
+    if (!stopping && !started) {
+        start();
+        started = isRunning();
+    }
+    if (stopping || !started)
+        return false;
+    waiting.push_back(std::move(request));
+    return true;
 }
 
 bool NetworkThread::stop(std::chrono::milliseconds timeout) {
@@ -74,6 +97,10 @@ void NetworkThread::run() {
 
 void NetworkThread::startTransfers() {
     for (NetworkRequest &request : takeWaiting()) {
+        if (const auto refused = refusal(request.url)) {
+            completeRequest(std::move(request), {std::nullopt, std::nullopt, refused});
+            continue;
+        }
         if (!manager) {
             manager = std::make_unique<QNetworkAccessManager>();
             manager->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);

@@ -36,6 +36,8 @@ private:
     /// Wakes the thread's event loop; its events carry nothing.
     class Bell;
 
+    /// Takes `request` up, or leaves it as it is and gives false.
+    [[nodiscard]] bool takes(NetworkRequest &request);
     void startTransfers();
     void dropFinished();
     void cancelAll();

@@ -12,8 +12,9 @@ class NetworkThread;
 
 /// Fetches over Qt's network stack, on a thread of its own that starts with the first request.
 ///
-/// - HTTP/1.1 over TCP or TLS and `file:`. Redirects are followed, never from HTTPS to HTTP and
-///   never out of HTTP. Certificates are checked as the host's default TLS configuration says.
+/// - HTTP/1.1 over TCP or TLS and `file:`, of which only regular files. Redirects are followed,
+///   never from HTTPS to HTTP and never out of HTTP. Certificates are checked as the host's
+///   default TLS configuration says.
 /// - Nothing is kept between requests: no response cache, no cookies, no credentials, and no
 ///   connection once no request is under way. Between requests the thread sleeps without timers.
 /// - A body that ends before its claimed length, or on TLS before its last chunk, is an error. Over

@@ -77,7 +77,7 @@ QString OlvLocalization::stringForKey(const QString &key) const {
         return key;
     const QByteArray id = key.toUtf8();
     for (const std::unique_ptr<const Table> &table : *tables) {
-        const QString text = table->translator.translate("", id.constData());
+        QString text = table->translator.translate("", id.constData());
         if (!text.isNull())
             return text;
     }

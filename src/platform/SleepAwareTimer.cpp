@@ -6,7 +6,7 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <time.h>
+#include <ctime>
 #ifdef Q_OS_LINUX
 #include <sys/timerfd.h>
 #include <unistd.h>

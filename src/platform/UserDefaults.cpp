@@ -12,6 +12,7 @@
 #include <QThread>
 
 #include <mutex>
+#include <utility>
 
 namespace pelorinnews {
 
@@ -107,15 +108,53 @@ private:
     bool damageLookedFor = false;
 };
 
+/// The preferences that hosts of this process have had. What was set last, often while the host
+/// quits, has no turn of an event loop left to be written in, so the end of the application object
+/// writes it, and the end of the process once more; neither depends on who still holds them.
+class UserDefaults::Opened {
+public:
+    std::shared_ptr<UserDefaults> at(const QString &path) {
+        const std::lock_guard lock(mutex);
+        if (!std::exchange(isWrittenAtEnd, true))
+            qAddPostRoutine([] { instance().applicationEnds(); });
+        std::shared_ptr<UserDefaults> &defaults = byPath[path];
+        if (!defaults)
+            defaults = std::make_shared<UserDefaults>(path);
+        return defaults;
+    }
+
+    ~Opened() { synchronizeAll(); }
+
+    static Opened &instance() {
+        static Opened only;
+        return only;
+    }
+
+private:
+    void applicationEnds() {
+        synchronizeAll();
+        const std::lock_guard lock(mutex);
+        isWrittenAtEnd = false;
+    }
+
+    void synchronizeAll() {
+        QList<std::shared_ptr<UserDefaults>> all;
+        {
+            const std::lock_guard lock(mutex);
+            all = byPath.values();
+        }
+        for (const auto &defaults : all)
+            defaults->synchronize();
+    }
+
+    std::mutex mutex;
+    QHash<QString, std::shared_ptr<UserDefaults>> byPath;
+    bool isWrittenAtEnd = false;
+};
+
 std::shared_ptr<UserDefaults> UserDefaults::standard() {
-    static std::mutex mutex;
-    static QHash<QString, std::shared_ptr<UserDefaults>> opened;
-    const QString path = filePath(HostBundle::identity(), HostBundle::mainBundle().identifier());
-    const std::lock_guard lock(mutex);
-    std::shared_ptr<UserDefaults> &defaults = opened[path];
-    if (!defaults)
-        defaults = std::make_shared<UserDefaults>(path);
-    return defaults;
+    return Opened::instance().at(
+        filePath(HostBundle::identity(), HostBundle::mainBundle().identifier()));
 }
 
 QString UserDefaults::filePath(const HostIdentity &stated, const QString &bundleIdentifier) {

@@ -66,6 +66,7 @@ public:
     void synchronize();
 
 private:
+    class Opened;
     class Store;
     std::unique_ptr<Store, void (*)(Store *)> store;
 };

@@ -17,7 +17,7 @@ QUrl bareHttp(const QString &authority, const QString &path, const QUrl &tail) {
 }  // namespace
 
 QUrl resolvedAgainstBareHttp(const QString &link) {
-    const QUrl reference(link.trimmed(), QUrl::TolerantMode);
+    QUrl reference(link.trimmed(), QUrl::TolerantMode);
     if (!reference.isRelative())
         return reference;
     QString path = reference.path(QUrl::FullyEncoded);

@@ -236,7 +236,7 @@ QString BoundedHtml::readWord() {
     if (quote == QLatin1Char('"') || quote == QLatin1Char('\'')) {
         const qsizetype end = _html.indexOf(quote, _position + 1);
         const qsizetype stop = end < 0 ? _html.size() : end;
-        const QString word = _html.mid(_position + 1, stop - _position - 1);
+        QString word = _html.mid(_position + 1, stop - _position - 1);
         _position = std::min(stop + 1, _html.size());
         return word;
     }

@@ -16,6 +16,8 @@
 #include <QTimerEvent>
 #include <QWindow>
 
+#include <mutex>
+
 namespace pelorinnews {
 
 namespace {
@@ -40,10 +42,17 @@ bool runsOnGuiThread() {
 // Later, on the main thread: the last reference may go on any thread, and in the middle of an event
 // of the controller's own window.
 void destroyOnMainThread(OlvNewsWindowController *controller) {
-    if (QCoreApplication::instance())
-        controller->deleteLater();
-    else
+    if (!QCoreApplication::instance()) {
         delete controller;
+        return;
+    }
+    controller->deleteLater();
+    // A host lets go of its panel after its event loop has ended, too.
+    static std::once_flag once;
+    std::call_once(once, [] {
+        qAddPostRoutine(
+            [] { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); });
+    });
 }
 
 // A window must not outlive the application object, and a host may well end without `exit`.
@@ -85,7 +94,7 @@ std::shared_ptr<OlvNewsWindowController> OlvNewsWindowController::initWithWindow
     const QString &windowNibName, WindowServices services) {
     if (!runsOnGuiThread())
         return nullptr;
-    const std::shared_ptr<OlvNewsWindowController> controller(
+    std::shared_ptr<OlvNewsWindowController> controller(
         new OlvNewsWindowController(windowNibName, std::move(services)), destroyOnMainThread);
     controller->initWithWindow();
     return controller;

@@ -1,5 +1,6 @@
 #include "CacheTesting.h"
 #include "LocalCacheFile.h"
+#include "NetworkUrlLoader.h"
 #include "TestMain.h"
 
 #include <QTemporaryDir>
@@ -77,6 +78,16 @@ private Q_SLOTS:
         QVERIFY(!LocalCacheFile(path()).read(&error));
         QCOMPARE(error.domain, QStringLiteral("QFileDevice"));
         QVERIFY(error.description().contains(QStringLiteral("not UTF-16")));
+    }
+
+    void isUnreadableBeyondTheLongestFeed() {
+        // Whole UTF-16 of nothing but zeros, which take no room on the disk.
+        QVERIFY(writeBytes(path(), byteOrderMark()));
+        QVERIFY(QFile::resize(path(), 2 * NetworkUrlLoader::defaultLongestBody + 4));
+        Error error;
+        QVERIFY(!LocalCacheFile(path()).read(&error));
+        QCOMPARE(error.domain, QStringLiteral("QFileDevice"));
+        QCOMPARE(error.code, int(QFileDevice::ResourceError));
     }
 
     void isUnreadableWhereThereIsNoRegularFile() {

@@ -8,6 +8,7 @@
 #include "RecordingLogger.h"
 #include "TestMain.h"
 
+#include <QNetworkReply>
 #include <QSslConfiguration>
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -36,12 +37,17 @@ private:
     NetworkUrlLoader network;
 };
 
-FeedReply reply(const char *options) {
+FeedReply reply(const QString &options) {
     QString whyNot;
-    const auto parsed = FeedReply::parse(QLatin1String(options), &whyNot);
+    const auto parsed = FeedReply::parse(options, &whyNot);
     if (!parsed)
         qFatal("no reply: %s", qPrintable(whyNot));
     return *parsed;
+}
+
+/// How every text made from a format of the vocabulary begins.
+QString beginning(QStringView format) {
+    return format.left(format.indexOf(u"%@")).toString();
 }
 
 }  // namespace
@@ -66,6 +72,14 @@ private Q_SLOTS:
     void anAnswerWithoutAUsableFeedKeepsTheItems();
     void aServerThatStandsStillIsGivenUp_data() { schemes(); }
     void aServerThatStandsStillIsGivenUp();
+    void aMalformedChunkIsTakenForTheEnd_data() { schemes(); }
+    void aMalformedChunkIsTakenForTheEnd();
+    void aMissingLastChunkOverPlainHttpIsWholeOrAnError();
+    void aFailedWriteKeepsTheNewItems_data() { schemes(); }
+    void aFailedWriteKeepsTheNewItems();
+    void aFallbackFileThatIsOfNoUseKeepsTheItems_data();
+    void aFallbackFileThatIsOfNoUseKeepsTheItems();
+    void aServerThatIsNotThereIsAConnectionError_data() { schemes(); }
     void aServerThatIsNotThereIsAConnectionError();
     void aCertificateThatCannotBeTrustedIsAConnectionError_data();
     void aCertificateThatCannotBeTrustedIsAConnectionError();
@@ -86,14 +100,26 @@ private:
     /// Puts a feed into the cache file that no server sends.
     static bool putFile() {
         const QString text = feedOfTitles("fr", {"from the file"});
-        return writeBytes(cacheFolder(identifier) + "/PelorinNews.xml",
-                          byteOrderMark() + utf16Bytes(text));
+        return writeBytes(file(), byteOrderMark() + utf16Bytes(text));
     }
     void checkFellBack(const Error &error, const QString &domain) {
         QCOMPARE(error.domain, domain);
         QCOMPARE(titles(*cache), QStringList{"from the file"});
         QCOMPARE(cache->retrievedLocale(), QStringLiteral("fr"));
     }
+    /// What was logged since `since`: the address asked for at info level, then at error level
+    /// just `texts`, each the beginning of its entry.
+    void checkLogged(qsizetype since, const QStringList &texts) {
+        const auto entries = logger->entries().mid(since);
+        QCOMPARE(entries.size(), texts.size() + 1);
+        QCOMPARE(entries.first().level, 3);
+        QVERIFY(entries.first().text.startsWith(beginning(LogVocabulary::feedRequestReturning)));
+        for (qsizetype at = 0; at < texts.size(); ++at) {
+            QCOMPARE(entries[at + 1].level, 1);
+            QVERIFY2(entries[at + 1].text.startsWith(texts[at]), qPrintable(entries[at + 1].text));
+        }
+    }
+    static QString file() { return cacheFolder(identifier) + QStringLiteral("/PelorinNews.xml"); }
 
     QTemporaryDir folder;
     std::optional<DevelopmentCertificates> certificates;
@@ -162,8 +188,7 @@ void OlvNewsCacheNetworkTest::downloadsFiltersAndStores() {
     QCOMPARE(cache->unfilteredCount(), 2U);
     QCOMPARE(cache->retrievedLocale(), QStringLiteral("de"));
     const QByteArray sent = readBytes(folder.filePath("feeds/standard.de.xml"));
-    QCOMPARE(readBytes(cacheFolder(identifier) + "/PelorinNews.xml"),
-             byteOrderMark() + utf16Bytes(QString::fromUtf8(sent)));
+    QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(QString::fromUtf8(sent)));
 }
 
 void OlvNewsCacheNetworkTest::sendsTheAddressByteForByte_data() {
@@ -219,7 +244,7 @@ void OlvNewsCacheNetworkTest::anAnswerThatCameWholeIsTaken() {
     QFETCH(QString, options);
     QVERIFY(putFile());
     useServer(secure);
-    server(secure).setReply(reply(options.toLatin1().constData()));
+    server(secure).setReply(reply(options));
     const RefreshOutcome outcome = refreshAndWait(cache);
     QVERIFY(outcome.ended);
     QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description() : QString()));
@@ -250,7 +275,8 @@ void OlvNewsCacheNetworkTest::aFailedDownloadRestoresTheFileAndIsReported_data()
         row("gzip", 0);
         // Over plain HTTP, Qt may take the connection's end for the last chunk.
         if (secure)
-            row("framing=chunked,size=1m,cut=500k", 0);
+            for (const char *options : {"framing=chunked,size=1m,cut=500k", "chunk-error=cut"})
+                row(options, 0);
         row("loop", 0);
     }
 }
@@ -261,14 +287,14 @@ void OlvNewsCacheNetworkTest::aFailedDownloadRestoresTheFileAndIsReported() {
     QFETCH(int, status);
     QVERIFY(putFile());
     useServer(secure);
-    server(secure).setReply(reply(options.toLatin1().constData()));
+    server(secure).setReply(reply(options));
     const RefreshOutcome outcome = refreshAndWait(cache);
     QVERIFY(outcome.ended);
     QVERIFY(outcome.error);
     checkFellBack(*outcome.error, status == 0 ? transportDomain : statusDomain);
     if (status != 0)
         QCOMPARE(*outcome.error, (Error{statusDomain, status, {}}));
-    QCOMPARE(logger->entries().size(), 1);
+    checkLogged(0, {});
 }
 
 void OlvNewsCacheNetworkTest::anAnswerWithoutAUsableFeedKeepsTheItems_data() {
@@ -285,6 +311,8 @@ void OlvNewsCacheNetworkTest::anAnswerWithoutAUsableFeedKeepsTheItems_data() {
         row("body=hello", QStringLiteral("hello"));
         // What is not UTF-8 does not reach the file.
         row("invalid-utf8", feedOfTitles("en", {"news"}));
+        const QString nameless = feedOfTitles({}, {"of no language"});
+        row(("body=" + nameless.toLatin1()).constData(), nameless);
     }
 }
 
@@ -294,29 +322,114 @@ void OlvNewsCacheNetworkTest::anAnswerWithoutAUsableFeedKeepsTheItems() {
     QFETCH(QString, kept);
     useServer(secure);
     QVERIFY(!refreshAndWait(cache).error);
-    server(secure).setReply(reply(options.toLatin1().constData()));
+    server(secure).setReply(reply(options));
     const RefreshOutcome outcome = refreshAndWait(cache);
     QVERIFY(outcome.ended);
     QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description() : QString()));
     QCOMPARE(titles(*cache), QStringList{"news"});
-    QCOMPARE(readBytes(cacheFolder(identifier) + "/PelorinNews.xml"),
-             byteOrderMark() + utf16Bytes(kept));
-    QCOMPARE(logger->entries().size(), 3);
-    QVERIFY(logger->entries().last().text.startsWith(
-        LogVocabulary::parsingFeedFailed.left(LogVocabulary::parsingFeedFailed.indexOf(u'('))));
+    QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(kept));
+    checkLogged(1, {beginning(LogVocabulary::parsingFeedFailed)});
+}
+
+void OlvNewsCacheNetworkTest::aMalformedChunkIsTakenForTheEnd() {
+    QFETCH(bool, secure);
+    useServer(secure);
+    QVERIFY(!refreshAndWait(cache).error);
+    // The network stack reads a chunk size that is no number as zero, which ends a body: what came
+    // until then is the download, here the first byte.
+    server(secure).setReply(reply(QStringLiteral("chunk-error=malformed")));
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.ended);
+    QVERIFY(!outcome.error);
+    QCOMPARE(titles(*cache), QStringList{"news"});
+    QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(QStringLiteral("<")));
+    checkLogged(1, {beginning(LogVocabulary::parsingFeedFailed)});
+}
+
+void OlvNewsCacheNetworkTest::aMissingLastChunkOverPlainHttpIsWholeOrAnError() {
+    QVERIFY(putFile());
+    useServer(false);
+    server(false).setReply(reply(QStringLiteral("chunk-error=cut")));
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.ended);
+    checkLogged(0, {});
+    // The network stack decides by whether the end comes together with the last bytes.
+    if (outcome.error)
+        checkFellBack(*outcome.error, transportDomain);
+    else
+        QCOMPARE(titles(*cache), QStringList{"news"});
+}
+
+void OlvNewsCacheNetworkTest::aFailedWriteKeepsTheNewItems() {
+    QFETCH(bool, secure);
+    QVERIFY(QDir().mkdir(file()));
+    useServer(secure);
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.ended);
+    QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description() : QString()));
+    QCOMPARE(titles(*cache), QStringList{"news"});
+    QCOMPARE(cache->retrievedLocale(), QStringLiteral("en"));
+    checkLogged(0, {beginning(LogVocabulary::writingLocalCacheFailed) +
+                    QStringLiteral("Error Domain=QFileDevice Code=")});
+}
+
+void OlvNewsCacheNetworkTest::aFallbackFileThatIsOfNoUseKeepsTheItems_data() {
+    QTest::addColumn<bool>("secure");
+    QTest::addColumn<QString>("options");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("logged");
+    const QString unreadable = beginning(LogVocabulary::readingLocalCacheFailed) +
+                               QStringLiteral("Error Domain=QFileDevice Code=");
+    const QString unparsable = beginning(LogVocabulary::parsingFeedFailed);
+    const auto utf16 = [](const QString &text) { return byteOrderMark() + utf16Bytes(text); };
+    for (const bool secure : {false, true}) {
+        for (const char *options : {"status=503", "cut=20"}) {
+            const auto row = [&](const char *what, const QByteArray &content,
+                                 const QString &logged) {
+                QTest::addRow("%s, %s, %s", secure ? "https" : "http", options, what)
+                    << secure << QString::fromLatin1(options) << content << logged;
+            };
+            row("no file", {}, unreadable);
+            row("no text", "odd", unreadable);
+            row("no feed", utf16(QStringLiteral("hello")), unparsable);
+            row("no language", utf16(feedOfTitles({}, {"from the file"})), unparsable);
+        }
+    }
+}
+
+void OlvNewsCacheNetworkTest::aFallbackFileThatIsOfNoUseKeepsTheItems() {
+    QFETCH(bool, secure);
+    QFETCH(QString, options);
+    QFETCH(QByteArray, content);
+    QFETCH(QString, logged);
+    useServer(secure);
+    QVERIFY(!refreshAndWait(cache).error);
+    QVERIFY(QFile::remove(file()));
+    if (!content.isNull())
+        QVERIFY(writeBytes(file(), content));
+    server(secure).setReply(reply(options));
+    const RefreshOutcome outcome = refreshAndWait(cache);
+    QVERIFY(outcome.error);
+    QCOMPARE(outcome.error->domain,
+             options.startsWith(QLatin1String("status")) ? statusDomain : transportDomain);
+    QCOMPARE(titles(*cache), QStringList{"news"});
+    QCOMPARE(cache->retrievedLocale(), QStringLiteral("en"));
+    QCOMPARE(readBytes(file()), content);
+    checkLogged(1, {logged});
 }
 
 void OlvNewsCacheNetworkTest::aServerThatStandsStillIsGivenUp() {
     QFETCH(bool, secure);
     QVERIFY(putFile());
     useServer(secure);
-    server(secure).setReply(reply("stall=60"));
+    server(secure).setReply(reply(QStringLiteral("stall=60")));
     const RefreshOutcome outcome = refreshAndWait(cache);
     QVERIFY(outcome.error);
     checkFellBack(*outcome.error, transportDomain);
 }
 
 void OlvNewsCacheNetworkTest::aServerThatIsNotThereIsAConnectionError() {
+    QFETCH(bool, secure);
     QVERIFY(putFile());
     quint16 freePort = 0;
     {
@@ -324,10 +437,14 @@ void OlvNewsCacheNetworkTest::aServerThatIsNotThereIsAConnectionError() {
         QVERIFY(probe.listen(QHostAddress::LocalHost));
         freePort = probe.serverPort();
     }
-    cache->setFeedBaseURL(QStringLiteral("http://127.0.0.1:%1/feed").arg(freePort));
+    cache->setFeedBaseURL(QStringLiteral("%1://127.0.0.1:%2/feed")
+                              .arg(secure ? QStringLiteral("https") : QStringLiteral("http"))
+                              .arg(freePort));
     const RefreshOutcome outcome = refreshAndWait(cache);
     QVERIFY(outcome.error);
     checkFellBack(*outcome.error, transportDomain);
+    QCOMPARE(outcome.error->code, int(QNetworkReply::ConnectionRefusedError));
+    checkLogged(0, {});
 }
 
 void OlvNewsCacheNetworkTest::aCertificateThatCannotBeTrustedIsAConnectionError_data() {

@@ -7,10 +7,13 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QNetworkReply>
+#include <QProcess>
 #include <QSslSocket>
 #include <QTcpServer>
 
 #include <atomic>
+#include <cerrno>
+#include <sys/stat.h>
 #include <thread>
 
 using namespace pelorinnews;
@@ -55,6 +58,8 @@ private Q_SLOTS:
     void filesAreResponsesWithoutAStatus_data();
     void filesAreResponsesWithoutAStatus();
     void aMissingFileIsAnError();
+    void aFileThatIsNotRegularIsAnErrorAtOnce_data();
+    void aFileThatIsNotRegularIsAnErrorAtOnce();
     void onlyTheTimeWithoutProgressCounts();
     void aBodyBeyondTheLimitIsAnError_data();
     void aBodyBeyondTheLimitIsAnError();
@@ -490,6 +495,38 @@ void NetworkUrlLoaderTest::aMissingFileIsAnError() {
     }
 }
 
+void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce_data() {
+    QTest::addColumn<QString>("address");
+    const QString pipe = feeds.filePath(QStringLiteral("pipe.xml"));
+    // Nobody writes into this pipe: opening it would never return.
+    QVERIFY(mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0 || errno == EEXIST);
+    QVERIFY(QFile::link(pipe, feeds.filePath(QStringLiteral("link.xml"))));
+    QTest::newRow("pipe") << QStringLiteral("file://") + pipe;
+    QTest::newRow("pipe with a query") << QStringLiteral("file:") + pipe + QStringLiteral("?&a=b");
+    QTest::newRow("pipe of localhost") << QStringLiteral("file://localhost") + pipe;
+    QTest::newRow("link to a pipe")
+        << QStringLiteral("FILE:") + feeds.filePath(QStringLiteral("link.xml"));
+    QTest::newRow("folder") << QStringLiteral("file:") + feeds.path();
+    QTest::newRow("device") << QStringLiteral("file:///dev/zero");
+}
+
+void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce() {
+    QFETCH(const QString, address);
+    // A thread that hung could not even be stopped, so it must not be the other tests'.
+    NetworkUrlLoader own;
+    LoadedAddress loaded(own, tolerant(address), &queue, 10);
+    QVERIFY(loaded.wait(std::chrono::seconds(5)));
+    QCOMPARE(loaded.connectionError().value_or(Error()).domain,
+             QStringLiteral("QNetworkReply::NetworkError"));
+    QCOMPARE(loaded.connectionError().value_or(Error()).code,
+             int(QNetworkReply::ContentOperationNotPermittedError));
+    QVERIFY(!loaded.hasResponse());
+    QVERIFY(!loaded.data());
+    LoadedAddress next(own, tolerant(http->address(QStringLiteral("/plain.xml"))), &queue, 10);
+    QVERIFY(next.wait(std::chrono::seconds(5)));
+    QVERIFY(next.data());
+}
+
 void NetworkUrlLoaderTest::onlyTheTimeWithoutProgressCounts() {
     FeedReply reply;
     reply.drip = FeedReply::Drip{2, std::chrono::milliseconds(300)};
@@ -557,19 +594,29 @@ void NetworkUrlLoaderTest::aLargeBodyCostsItsSizeOnce() {
     QSKIP("A sanitizer's own memory hides what is measured");
 #endif
     constexpr qint64 size = qint64(100) * 1024 * 1024;
-    https->setReply(FeedReply::parse(QStringLiteral("size=100m")).value());
+    // A process of its own keeps the server's memory out of the measure.
+    QProcess server;
+    server.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"),
+                 {QStringLiteral("--tls"), authority->path(), QStringLiteral("--reply"),
+                  QStringLiteral("size=100m")});
+    QVERIFY2(server.waitForReadyRead(20000), qPrintable(server.errorString()));
+    const QString address = QString::fromLatin1(server.readLine().trimmed());
     QFile reset(QStringLiteral("/proc/self/clear_refs"));
     QVERIFY(reset.open(QIODevice::WriteOnly));
     reset.write("5");
     reset.close();
     const qint64 before = statusKiB("VmRSS");
-    LoadedAddress loaded = load(tolerant(https->address(QStringLiteral("/plain.xml"))), 30);
+    LoadedAddress loaded = load(tolerant(address), 30);
     QVERIFY(loaded.wait(std::chrono::seconds(60)));
     const qint64 peak = statusKiB("VmHWM");
+    server.terminate();
+    QVERIFY(server.waitForFinished(10000));
     QCOMPARE(loaded.data().value_or(QByteArray()).size(), size);
     const double ratio = double(peak - before) * 1024 / double(size);
     qInfo("peak memory of a 100 MiB body: %.2f times its size", ratio);
-    QVERIFY2(ratio < 1.25, qPrintable(QString::number(ratio)));
+    // On a busy machine, part of the body waits between the socket's thread and the reader's. A
+    // body held twice is beyond 2.
+    QVERIFY2(ratio < 1.9, qPrintable(QString::number(ratio)));
 }
 
 void NetworkUrlLoaderTest::theCompletionRunsOnTheQueueAndNeverOnTheCallersStack() {

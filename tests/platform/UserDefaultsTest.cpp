@@ -3,8 +3,10 @@
 #include "UserDefaults.h"
 
 #include <QFileInfo>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QSettings>
+#include <QStandardPaths>
 
 #include <atomic>
 #include <thread>
@@ -36,6 +38,18 @@ class UserDefaultsTest : public QObject {
 
 private Q_SLOTS:
     void init() { path = folder.filePath(QString::number(++files) + QStringLiteral("/P.conf")); }
+
+    void whatIsSetAfterTheEventLoopIsWrittenThoughSomebodyHoldsOn() {
+        QProcess leaving;
+        leaving.start(QStringLiteral(PELORIN_SET_AND_LEAVE), QStringList());
+        QVERIFY(leaving.waitForFinished());
+        QCOMPARE(leaving.exitCode(), 0);
+        const QSettings file(
+            QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                QStringLiteral("/Olvane/Leaving.conf"),
+            QSettings::IniFormat);
+        QCOMPARE(file.value(QStringLiteral("newsShowOnStart")).toString(), QStringLiteral("false"));
+    }
 
     void nothingIsWrittenBeforeAValueIsSet() {
         {

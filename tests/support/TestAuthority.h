@@ -27,6 +27,9 @@ public:
     TestAuthority(const TestAuthority &) = delete;
     TestAuthority &operator=(const TestAuthority &) = delete;
 
+    /// Where the authority is, for a server that is a program of its own.
+    [[nodiscard]] QString path() const { return folder.path(); }
+
     /// A server certificate with its key; ends the test where it cannot be made.
     [[nodiscard]] DevelopmentCertificates::Files issue(DevelopmentCertificates::Kind kind) const {
         QString whyNot;

@@ -226,6 +226,30 @@ private Q_SLOTS:
         QCOMPARE(requests[2].target(), "/static.xml");
     }
 
+    void aLocaleIsAskedForAsALanguage_data() {
+        QTest::addColumn<QString>("locale");
+        QTest::addColumn<QByteArray>("language");
+        QTest::newRow("language") << "de" << QByteArray("de");
+        QTest::newRow("encoding") << "de_DE.UTF-8" << QByteArray("de-DE");
+        QTest::newRow("modifier") << "de_DE@euro" << QByteArray("de-DE");
+        QTest::newRow("encoding and modifier") << "de_DE.UTF-8@euro" << QByteArray("de-DE");
+        QTest::newRow("script as a modifier") << "sr_RS@latin" << QByteArray("sr-Latn-RS");
+    }
+    void aLocaleIsAskedForAsALanguage() {
+        QFETCH(QString, locale);
+        QFETCH(QByteArray, language);
+        FeedServer server;
+        FeedReply reply;
+        reply.body = fixedFeed;
+        server.setReply(reply);
+        QVERIFY(server.start());
+        QCOMPARE(check({"--json", "--locale", locale, server.feedAddress()}).exitCode, 0);
+        const auto requests = server.requests();
+        QCOMPARE(requests.size(), std::size_t(1));
+        QCOMPARE(requests[0].target(),
+                 "/RSS_Feed/PelorinNews.php?&locale=" + language + "&type=standard");
+    }
+
     void aServiceThatFailsGivesNoResultAndItsStatus() {
         FeedServer server;
         FeedReply reply;
@@ -259,6 +283,9 @@ private Q_SLOTS:
         QTest::newRow("locale without value") << QStringList{"-", "--locale"};
         QTest::newRow("empty locale") << QStringList{"--locale=", "-"};
         QTest::newRow("no locale") << QStringList{"--locale=../en", "-"};
+        QTest::newRow("an empty modifier") << QStringList{"--locale=sr_RS@", "-"};
+        QTest::newRow("a modifier before the encoding")
+            << QStringList{"--locale=sr_RS@latin.UTF-8", "-"};
     }
     void wrongUsageSaysSo() {
         QFETCH(QStringList, arguments);

@@ -205,9 +205,8 @@ QString feedReport(const FeedSource &source, const QString &text, const QString 
                    const QString &locale) {
     QString report = line(forOneLine(source.name, 500));
     if (!source.body)
-        return report + line(source.error
-                                 ? QStringLiteral("cannot be read: ") + errorText(*source.error)
-                                 : QStringLiteral("gives nothing"));
+        return report +
+               line(QStringLiteral("cannot be read: ") + errorText(source.error.value_or(Error())));
     if (text.isNull())
         return report + line(QStringLiteral("gives no news")) + line() +
                findingRows({{firstLineNotUtf8(*source.body),

@@ -15,8 +15,6 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr int lowestFailureStatus = 400;
-
 Error fileError(QFileDevice::FileError code, const QString &reason) {
     return {QStringLiteral("QFileDevice"), code, {{Error::localizedDescriptionKey(), reason}}};
 }
@@ -84,12 +82,8 @@ FeedSource fetch(const QString &argument, const QString &language) {
         [&source, fetched](const std::optional<UrlResponse> &response,
                            std::optional<QByteArray> data,
                            const std::optional<Error> &connectionError) {
-            const int status = response ? response->statusCode.value_or(0) : 0;
-            if (status >= lowestFailureStatus)
-                source.error = Error{QStringLiteral("HTTP Property Status Code"), status, {}};
-            else if (connectionError)
-                source.error = connectionError;
-            else
+            source.error = FeedExchange::downloadError(response, data, connectionError);
+            if (!source.error)
                 source.body = std::move(data);
             fetched->set_value();
         });

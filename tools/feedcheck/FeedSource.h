@@ -9,7 +9,8 @@
 
 namespace pelorinnews {
 
-/// The bytes of a feed, or why there are none, and where they came from in words for people.
+/// The bytes of a feed, or why there are none (just one of the two is present), and where they came
+/// from in words for people.
 struct FeedSource {
     QString name;
     std::optional<QByteArray> body;

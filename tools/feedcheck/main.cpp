@@ -23,9 +23,10 @@ int usage(const QString &message) {
     return BadUsage;
 }
 
-/// "de_DE" for the dates is "de-DE" for the feed service.
+/// "de_DE" for the dates is "de-DE" for the feed service, which knows neither encodings nor
+/// modifiers ("sr_RS.UTF-8@latin").
 QString languageFor(const QString &locale) {
-    QString language = locale.section(QLatin1Char('.'), 0, 0);
+    QString language = locale.section(QLatin1Char('@'), 0, 0).section(QLatin1Char('.'), 0, 0);
     return language.replace(QLatin1Char('_'), QLatin1Char('-'));
 }
 
@@ -65,7 +66,8 @@ int main(int argc, char *argv[]) {
         return usage(QStringLiteral("one feed is needed"));
     if (line.isSet(localeOption)) {
         static const QRegularExpression form(
-            QStringLiteral("^(C|POSIX|[A-Za-z]{2,8}([_-][A-Za-z0-9]{1,8})*)(\\.[A-Za-z0-9-]+)?$"));
+            QStringLiteral("^(C|POSIX|[A-Za-z]{2,8}([_-][A-Za-z0-9]{1,8})*)"
+                           "(\\.[A-Za-z0-9-]+)?(@[A-Za-z]+)?$"));
         if (!form.match(line.value(localeOption)).hasMatch())
             return usage(QStringLiteral("no locale: ") + line.value(localeOption));
         // Dates are read by the environment's locale, and only they: the application object has

@@ -54,7 +54,7 @@ std::optional<DevelopmentCertificates> DevelopmentCertificates::inFolder(const Q
             *whyNot = QStringLiteral("cannot make the folder ") + folder;
         return std::nullopt;
     }
-    const DevelopmentCertificates authority(QDir(folder).absolutePath());
+    DevelopmentCertificates authority(QDir(folder).absolutePath());
     const QString keyFile = authority.folder + QStringLiteral("/ca.key");
     if (lastsAnotherDay(authority.authorityFile()) && QFile::exists(keyFile))
         return authority;

@@ -31,7 +31,7 @@ std::optional<qint64> FeedBody::remaining() const {
 QByteArray FeedBody::take(qint64 most) {
     if (position == buffer.size() && toMake > 0)
         makeMore();
-    const QByteArray piece = buffer.mid(position, most);
+    QByteArray piece = buffer.mid(position, most);
     position += piece.size();
     return piece;
 }
