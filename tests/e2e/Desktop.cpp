@@ -133,8 +133,12 @@ bool Desktop::quitHost() {
             },
             patience))
         return false;
-    press(window, QStringLiteral("ctrl+q"));
-    return host.waitForFinished(patience) && host.exitStatus() == QProcess::NormalExit &&
+    // On a busy computer the window may get the focus a moment too late for the key.
+    for (int attempt = 0; attempt < 5 && host.state() != QProcess::NotRunning; ++attempt) {
+        press(window, QStringLiteral("ctrl+q"));
+        host.waitForFinished(patience / 5);
+    }
+    return host.state() == QProcess::NotRunning && host.exitStatus() == QProcess::NormalExit &&
            host.exitCode() == 0;
 }
 
@@ -248,6 +252,7 @@ void Desktop::actOnNotification() {
 
 QByteArray Desktop::output(const QString &program, const QStringList &arguments, int *exitCode) {
     QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(program, arguments);
     process.closeWriteChannel();
     if (!process.waitForFinished(20000)) {
