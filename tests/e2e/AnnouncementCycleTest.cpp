@@ -1,0 +1,122 @@
+// The way of an announcement through all parts as a user's desktop runs them.
+
+#include "Desktop.h"
+
+#include <QDir>
+#include <QUuid>
+
+#include <TestMain.h>
+
+using namespace pelorinnews::test;
+
+class AnnouncementCycleTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { desktop.reset(); }
+
+    void oneAnnouncementStandsAndOpensTheWindow();
+    void endingKeepsTheOnlyCopysAnnouncementForTheNextStart();
+    void endingWithdrawsTheAnnouncementWhereThereAreTwoCopies();
+
+private:
+    static constexpr int patience = 30000;
+
+    static FeedEntry entry(const QString &title, int minutesAgo) {
+        return {title, QDateTime::currentDateTimeUtc().addSecs(-60 * minutesAgo),
+                QStringLiteral("Told of ") + title, QStringLiteral("<p>%1</p>").arg(title)};
+    }
+    /// Copies the application into each folder, under a name that no other copy here bears. The
+    /// path of the first copy, null where one failed.
+    [[nodiscard]] QString copyTo(const QStringList &folders) const {
+        const QString name = QStringLiteral("/Pelorin") +
+                             QUuid::createUuid().toString(QUuid::Id128) + QStringLiteral(".app");
+        for (const QString &folder : folders) {
+            QDir().mkpath(desktop->path(folder));
+            int failed = -1;
+            Desktop::output(QStringLiteral("cp"),
+                            {QStringLiteral("-a"), QStringLiteral(PELORIN_APP_DIR),
+                             desktop->path(folder) + name},
+                            &failed);
+            if (failed != 0)
+                return {};
+        }
+        return desktop->path(folders.first()) + name;
+    }
+    /// Whether the host's search has ended and found the copy in this folder: then, and not
+    /// before, it watches the folder for changes.
+    [[nodiscard]] bool hasFoundCopyIn(const QString &folder) const {
+        return desktop->hostWatches(desktop->path(folder));
+    }
+
+    std::unique_ptr<Desktop> desktop;
+};
+
+void AnnouncementCycleTest::init() {
+    desktop = std::make_unique<Desktop>();
+    desktop->prefer(QStringLiteral("newsShowOnStart"), false);
+    desktop->prefer(QStringLiteral("newsRefreshInterval"), 1);
+}
+
+void AnnouncementCycleTest::oneAnnouncementStandsAndOpensTheWindow() {
+    const FeedEntry older = entry(QStringLiteral("Older"), 120);
+    desktop->serve({entry(QStringLiteral("First"), 60), older});
+    desktop->startHost();
+    QTRY_COMPARE_WITH_TIMEOUT(Desktop::displayed(), 1, patience);
+    QVERIFY(desktop->newsWindow().isEmpty());
+
+    desktop->serve({entry(QStringLiteral("Second"), 30), older});
+    const QStringList replaced{QStringLiteral("News from Pelorin|First")};
+    QTRY_COMPARE_WITH_TIMEOUT(Desktop::history(), replaced, patience);
+    // Several refreshes later still the same one stands.
+    QTRY_COMPARE_WITH_TIMEOUT(Desktop::displayed(), 1, patience);
+    QTest::qWait(3500);
+    QCOMPARE(Desktop::displayed(), 1);
+    QCOMPARE(Desktop::history(), replaced);
+
+    Desktop::actOnNotification();
+    QTRY_VERIFY_WITH_TIMEOUT(!desktop->newsWindow().isEmpty(), patience);
+    QTRY_VERIFY_WITH_TIMEOUT(desktop->text().contains(QStringLiteral("Told of Second")), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(Desktop::displayed(), 0, patience);
+    // A refresh while the window opens may announce it once more; that went away too.
+    QCOMPARE(Desktop::history().first(), QStringLiteral("News from Pelorin|Second"));
+}
+
+void AnnouncementCycleTest::endingKeepsTheOnlyCopysAnnouncementForTheNextStart() {
+    desktop->serve({entry(QStringLiteral("Standing"), 60)});
+    const QString copy = copyTo({QStringLiteral("one")});
+    QVERIFY(!copy.isEmpty());
+    desktop->startHost(copy);
+    QTRY_COMPARE_WITH_TIMEOUT(Desktop::displayed(), 1, patience);
+    QTRY_VERIFY_WITH_TIMEOUT(hasFoundCopyIn(QStringLiteral("one")), patience);
+    QVERIFY(desktop->quitHost());
+    QCOMPARE(Desktop::displayed(), 1);
+
+    // Several refreshes of the next run announce nothing twice; newer news take its place.
+    desktop->startHost(copy);
+    QTRY_VERIFY_WITH_TIMEOUT(!desktop->window(QStringLiteral("Pelorin")).isEmpty(), patience);
+    QTest::qWait(3500);
+    QCOMPARE(Desktop::displayed(), 1);
+    QCOMPARE(Desktop::history(), QStringList());
+    desktop->serve({entry(QStringLiteral("Newer"), 30)});
+    QTRY_COMPARE_WITH_TIMEOUT(
+        Desktop::history(), QStringList({QStringLiteral("News from Pelorin|Standing")}), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(Desktop::displayed(), 1, patience);
+}
+
+void AnnouncementCycleTest::endingWithdrawsTheAnnouncementWhereThereAreTwoCopies() {
+    desktop->serve({entry(QStringLiteral("Standing"), 60)});
+    const QString copy = copyTo({QStringLiteral("one"), QStringLiteral("two")});
+    QVERIFY(!copy.isEmpty());
+    desktop->startHost(copy);
+    QTRY_COMPARE_WITH_TIMEOUT(Desktop::displayed(), 1, patience);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        hasFoundCopyIn(QStringLiteral("one")) && hasFoundCopyIn(QStringLiteral("two")), patience);
+    QVERIFY(desktop->quitHost());
+    QCOMPARE(Desktop::displayed(), 0);
+    QCOMPARE(Desktop::history(), QStringList({QStringLiteral("News from Pelorin|Standing")}));
+}
+
+PELORIN_CORE_TEST_MAIN(AnnouncementCycleTest)
+#include "AnnouncementCycleTest.moc"

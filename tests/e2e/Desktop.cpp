@@ -1,0 +1,267 @@
+#include "Desktop.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLocale>
+#include <QSaveFile>
+#include <QSettings>
+#include <QTest>
+
+#include <algorithm>
+#include <sched.h>
+#include <sys/stat.h>
+
+namespace pelorinnews::test {
+
+namespace {
+
+constexpr int patience = 30000;
+
+void write(const QString &path, const QByteArray &text) {
+    // In one step: the service may read at any time.
+    QSaveFile file(path);
+    if (!file.open(QFile::WriteOnly) || file.write(text) != text.size() || !file.commit())
+        qFatal("cannot write %s", qPrintable(path));
+}
+
+QByteArray contentOf(const QString &path) {
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void end(QProcess &process) {
+    if (process.state() == QProcess::NotRunning)
+        return;
+    process.terminate();
+    if (!process.waitForFinished(5000)) {
+        process.kill();
+        process.waitForFinished(5000);
+    }
+}
+
+}  // namespace
+
+Desktop::Desktop() {
+    for (const char *name : {"feeds", "config/Olvane", "data", "state", "cache", "run"})
+        QDir(folder.path()).mkpath(QString::fromLatin1(name));
+    QFile::setPermissions(path(QStringLiteral("run")),
+                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    serve({});
+    write(path(QStringLiteral("dunstrc")),
+          "[global]\nhistory_length = 50\nidle_threshold = 0\n[urgency_normal]\ntimeout = 0\n");
+    notificationDaemon.setStandardErrorFile(QProcess::nullDevice());
+    notificationDaemon.start(QStringLiteral("dunst"),
+                             {QStringLiteral("-conf"), path(QStringLiteral("dunstrc"))});
+    // Asking the daemon itself would have the bus start another one, which knows no display.
+    const auto answers = [] {
+        return output(QStringLiteral("dbus-send"),
+                      {QStringLiteral("--session"), QStringLiteral("--print-reply=literal"),
+                       QStringLiteral("--dest=org.freedesktop.DBus"), QStringLiteral("/"),
+                       QStringLiteral("org.freedesktop.DBus.NameHasOwner"),
+                       QStringLiteral("string:org.freedesktop.Notifications")})
+            .endsWith("true");
+    };
+    if (!QTest::qWaitFor(answers, patience))
+        qFatal("no notification daemon");
+
+    feedService.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"),
+                      {QStringLiteral("--feeds"), path(QStringLiteral("feeds")),
+                       QStringLiteral("--tls"), path(QStringLiteral("tls"))});
+    if (!feedService.waitForReadyRead(patience))
+        qFatal("no feed service: %s", feedService.readAllStandardError().constData());
+    feedAddress = QString::fromUtf8(feedService.readLine().trimmed());
+    prefer(QStringLiteral("newsFeedBaseURL"), feedAddress);
+    prefer(QStringLiteral("newsFeedLocale"), QStringLiteral("en"));
+    // Starts the accessibility bus, which the host looks for but once.
+    output(QStringLiteral(PELORIN_TEST_DATA "/read-window"), {QStringLiteral("0")});
+}
+
+Desktop::~Desktop() {
+    end(host);
+    end(feedService);
+    end(notificationDaemon);
+}
+
+void Desktop::serve(const QList<FeedEntry> &entries) const {
+    QByteArray text = "<rss version=\"2.0\"><channel><language>en</language>";
+    for (const FeedEntry &entry : entries) {
+        const QString date = QLocale::c().toString(
+            entry.date.toUTC(), QStringLiteral("ddd, dd MMM yyyy HH:mm:ss '+0000'"));
+        text += "<item><title>" + entry.title.toUtf8() + "</title><pubDate>" + date.toUtf8() +
+                "</pubDate><category>mac pelorin</category><comments>" + entry.plainText.toUtf8() +
+                "</comments><description><![CDATA[" + entry.html.toUtf8() +
+                "]]></description></item>";
+    }
+    write(path(QStringLiteral("feeds/standard.en.xml")), text + "</channel></rss>\n");
+}
+
+void Desktop::prefer(const QString &key, const QVariant &value) const {
+    QSettings settings(path(QStringLiteral("config/Olvane/Pelorin.conf")), QSettings::IniFormat);
+    settings.setValue(key, value);
+}
+
+QProcessEnvironment Desktop::environment() const {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), folder.path());
+    for (const char *name : {"CONFIG_HOME", "DATA_HOME", "STATE_HOME", "CACHE_HOME", "RUNTIME_DIR"})
+        environment.insert(
+            QStringLiteral("XDG_") + QLatin1String(name),
+            path(QString::fromLatin1(name).section(QLatin1Char('_'), 0, 0).toLower()));
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), path(QStringLiteral("run")));
+    environment.insert(QStringLiteral("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"), QStringLiteral("1"));
+    return environment;
+}
+
+void Desktop::startHost(const QString &application) {
+    host.setProcessEnvironment(environment());
+    host.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    host.start(application + QStringLiteral("/bin/pelorin"),
+               {QStringLiteral("--trust"), path(QStringLiteral("tls/ca.pem"))});
+    if (!host.waitForStarted(patience))
+        qFatal("no host: %s", qPrintable(host.errorString()));
+}
+
+bool Desktop::quitHost() {
+    QString window;
+    if (!QTest::qWaitFor(
+            [&] {
+                window = this->window(QStringLiteral("Pelorin"));
+                return !window.isEmpty();
+            },
+            patience))
+        return false;
+    // On a busy computer the window may get the focus a moment too late for the key.
+    for (int attempt = 0; attempt < 5 && host.state() != QProcess::NotRunning; ++attempt) {
+        press(window, QStringLiteral("ctrl+q"));
+        host.waitForFinished(patience / 5);
+    }
+    return host.state() == QProcess::NotRunning && host.exitStatus() == QProcess::NormalExit &&
+           host.exitCode() == 0;
+}
+
+bool Desktop::hostWatches(const QString &watched) const {
+    const QString process = QStringLiteral("/proc/%1").arg(host.processId());
+    // The search gives way to all other work. Only the administrator may hurry it; others wait.
+    const QStringList threads = QDir(process + QStringLiteral("/task")).entryList(QDir::Dirs);
+    for (const QString &thread : threads) {
+        const sched_param ordinary{};
+        if (contentOf(process + QStringLiteral("/task/%1/comm").arg(thread)) == "pelorin-walk\n")
+            ::sched_setscheduler(thread.toInt(), SCHED_OTHER, &ordinary);
+    }
+    struct stat status {};
+    if (::stat(QFile::encodeName(watched).constData(), &status) != 0)
+        return false;
+    const QByteArray watch = " ino:" + QByteArray::number(status.st_ino, 16) + ' ';
+    const QString descriptors = process + QStringLiteral("/fdinfo/");
+    const QStringList all = QDir(descriptors).entryList(QDir::Files);
+    return std::any_of(all.begin(), all.end(), [&](const QString &each) {
+        return contentOf(descriptors + each).contains(watch);
+    });
+}
+
+QString Desktop::window(const QString &title) const {
+    const QByteArray numbers =
+        output(QStringLiteral("xdotool"),
+               {QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("--onlyvisible"),
+                QStringLiteral("--pid"), QString::number(host.processId()),
+                QStringLiteral("--name"), QLatin1Char('^') + title + QLatin1Char('$')});
+    return QString::fromLatin1(numbers).section(QLatin1Char('\n'), 0, 0);
+}
+
+QString Desktop::newsWindow() const {
+    return window(QStringLiteral("Pelorin News"));
+}
+
+QRect Desktop::geometry(const QString &window) {
+    QList<int> numbers;
+    const QByteArray told = output(QStringLiteral("xdotool"), {QStringLiteral("getwindowgeometry"),
+                                                               QStringLiteral("--shell"), window});
+    for (const QByteArray &line : told.split('\n'))
+        numbers.append(line.mid(line.indexOf('=') + 1).toInt());
+    return numbers.size() < 5 ? QRect() : QRect(numbers[1], numbers[2], numbers[3], numbers[4]);
+}
+
+QMargins Desktop::frame(const QString &window) {
+    const QByteArray told = output(QStringLiteral("xprop"), {QStringLiteral("-id"), window,
+                                                             QStringLiteral("_NET_FRAME_EXTENTS")});
+    const QList<QByteArray> sides = told.mid(told.indexOf('=') + 1).split(',');
+    if (sides.size() != 4)
+        return {};
+    const auto side = [&sides](int index) { return sides[index].trimmed().toInt(); };
+    return {side(0), side(2), side(1), side(3)};
+}
+
+QList<Desktop::Seen> Desktop::seen() const {
+    QList<Seen> all;
+    const QByteArray told = output(QStringLiteral(PELORIN_TEST_DATA "/read-window"),
+                                   {QString::number(host.processId())});
+    for (const QString &line : QString::fromUtf8(told).split(QLatin1Char('\n'))) {
+        const QStringList fields = line.split(QLatin1Char('\t'));
+        if (fields.size() == 6)
+            all.append(
+                {fields[0],
+                 QRect(fields[1].toInt(), fields[2].toInt(), fields[3].toInt(), fields[4].toInt()),
+                 fields[5]});
+    }
+    return all;
+}
+
+QString Desktop::text() const {
+    QStringList all;
+    for (const Seen &each : seen())
+        all.append(each.text);
+    return all.join(QLatin1Char('\n'));
+}
+
+void Desktop::click(QPoint place) {
+    output(QStringLiteral("xdotool"),
+           {QStringLiteral("mousemove"), QString::number(place.x()), QString::number(place.y()),
+            QStringLiteral("click"), QStringLiteral("1")});
+}
+
+void Desktop::press(const QString &window, const QString &key) {
+    output(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), QStringLiteral("--sync"),
+                                       window, QStringLiteral("key"), key});
+}
+
+int Desktop::displayed() {
+    return output(QStringLiteral("dunstctl"),
+                  {QStringLiteral("count"), QStringLiteral("displayed")})
+        .toInt();
+}
+
+QStringList Desktop::history() {
+    const QJsonArray entries =
+        QJsonDocument::fromJson(output(QStringLiteral("dunstctl"), {QStringLiteral("history")}))
+            .object()[QStringLiteral("data")][0]
+            .toArray();
+    QStringList all;
+    for (const QJsonValue &entry : entries)
+        all.append(entry[QStringLiteral("summary")][QStringLiteral("data")].toString() +
+                   QLatin1Char('|') +
+                   entry[QStringLiteral("body")][QStringLiteral("data")].toString());
+    return all;
+}
+
+void Desktop::actOnNotification() {
+    output(QStringLiteral("dunstctl"), {QStringLiteral("action")});
+}
+
+QByteArray Desktop::output(const QString &program, const QStringList &arguments, int *exitCode) {
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(program, arguments);
+    process.closeWriteChannel();
+    if (!process.waitForFinished(20000)) {
+        process.kill();
+        process.waitForFinished();
+    }
+    if (exitCode)
+        *exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    return process.readAllStandardOutput().trimmed();
+}
+
+}  // namespace pelorinnews::test
