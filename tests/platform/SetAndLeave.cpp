@@ -8,7 +8,7 @@ int main(int argc, char *argv[]) {
     const QCoreApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Olvane"));
     QCoreApplication::setApplicationName(QStringLiteral("Leaving"));
-    const auto *held = new auto(pelorinnews::UserDefaults::standard());
+    static const auto *const held = new auto(pelorinnews::UserDefaults::standard());
     (*held)->setValue(QStringLiteral("newsShowOnStart"), false);
     return 0;
 }
