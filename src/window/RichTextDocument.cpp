@@ -26,7 +26,7 @@ QByteArray dataPicture(const QString &address) {
     const QString kind = address.left(comma).trimmed().toLower();
     if (!kind.startsWith(QStringLiteral("data:image/")))
         return {};
-    const QByteArray payload =
+    QByteArray payload =
         QByteArray::fromPercentEncoding(QStringView(address).mid(comma + 1).toUtf8());
     if (!kind.endsWith(QStringLiteral(";base64")))
         return payload;

@@ -22,7 +22,7 @@ bool readSize(const QString &value, qint64 &size) {
     if (digits.endsWith(QLatin1Char('k')))
         unit = 1024;
     else if (digits.endsWith(QLatin1Char('m')))
-        unit = 1024 * 1024;
+        unit = qint64{1024} * 1024;
     if (unit > 1)
         digits.chop(1);
     bool readable = false;
