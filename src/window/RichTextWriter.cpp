@@ -1,6 +1,7 @@
 #include "RichTextWriter.h"
 
 #include "BoundedHtml.h"
+#include "HtmlDocumentRepair.h"
 #include "RichTextDocument.h"
 #include "RtfCharacterFormat.h"
 #include "RtfPicture.h"
@@ -80,6 +81,7 @@ std::optional<QByteArray> richTextFromHtml(const QString &html) {
         return std::nullopt;
     RichTextDocument document;
     document.setHtml(*bounded);
+    repairHtmlDocument(document);
     return RichTextWriter(document).write();
 }
 

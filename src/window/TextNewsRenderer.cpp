@@ -2,6 +2,7 @@
 
 #include "BareHttpLinks.h"
 #include "BoundedHtml.h"
+#include "HtmlDocumentRepair.h"
 
 #include <QFrame>
 #include <QScrollBar>
@@ -42,10 +43,12 @@ TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
 
 void TextNewsRenderer::loadHtmlString(const QString &html) {
     // Markup that the document would choke on is shown as it stands.
-    if (const auto bounded = BoundedHtml::prepared(html))
+    if (const auto bounded = BoundedHtml::prepared(html)) {
         setHtml(*bounded);
-    else
+        repairHtmlDocument(*document());
+    } else {
         setPlainText(html.left(mostPlainCharacters));
+    }
     verticalScrollBar()->setValue(0);
 }
 

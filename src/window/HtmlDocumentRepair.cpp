@@ -1,0 +1,112 @@
+#include "HtmlDocumentRepair.h"
+
+#include <QList>
+#include <QSet>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+
+#include <array>
+
+namespace pelorinnews {
+
+namespace {
+
+struct Run {
+    int position;
+    int length;
+    QTextCharFormat format;
+};
+
+bool isSized(const QTextCharFormat &format) {
+    return format.hasProperty(QTextFormat::FontPixelSize) ||
+           format.hasProperty(QTextFormat::FontPointSize);
+}
+
+bool isEnlarged(const QTextCharFormat &format) {
+    return format.hasProperty(QTextFormat::FontSizeAdjustment);
+}
+
+/// The stated size, in pixels or, as a negative number, in points.
+double statedSize(const QTextCharFormat &format) {
+    return format.hasProperty(QTextFormat::FontPixelSize)
+               ? format.intProperty(QTextFormat::FontPixelSize)
+               : -format.fontPointSize();
+}
+
+/// The stated size times what HTML's sizes 1 to 7 mean around 3.
+void enlarge(QTextCharFormat &format) {
+    static constexpr std::array<double, 7> factors{0.7, 0.8, 1.0, 1.2, 1.5, 2.0, 2.4};
+    const int step = format.intProperty(QTextFormat::FontSizeAdjustment);
+    const double factor = factors.at(static_cast<std::size_t>(qBound(0, step + 2, 6)));
+    if (format.hasProperty(QTextFormat::FontPixelSize))
+        format.setProperty(QTextFormat::FontPixelSize,
+                           qRound(format.intProperty(QTextFormat::FontPixelSize) * factor));
+    else
+        format.setFontPointSize(format.fontPointSize() * factor);
+}
+
+/// The sizes that text outside of headings has from styles.
+QSet<double> ordinarySizes(const QTextDocument &document) {
+    QSet<double> sizes;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        if (block.blockFormat().headingLevel() != 0)
+            continue;
+        for (auto each = block.begin(); !each.atEnd(); ++each) {
+            const QTextCharFormat format = each.fragment().charFormat();
+            if (isSized(format))
+                sizes.insert(statedSize(format));
+        }
+    }
+    return sizes;
+}
+
+bool showsPicture(const QTextBlock &block) {
+    for (auto each = block.begin(); !each.atEnd(); ++each) {
+        if (each.fragment().charFormat().isImageFormat())
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+void repairHtmlDocument(QTextDocument &document) {
+    // What a document tells of a heading is only a size and an enlargement. A size that ordinary
+    // text has as well is the page's, and the heading stands out from it; any other is its own.
+    const QSet<double> ordinary = ordinarySizes(document);
+    QList<Run> runs;
+    QList<int> pictures;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        if (block.blockFormat().lineHeightType() == QTextBlockFormat::ProportionalHeight &&
+            showsPicture(block))
+            pictures.append(block.position());
+        const bool heading = block.blockFormat().headingLevel() != 0;
+        for (auto each = block.begin(); !each.atEnd(); ++each) {
+            QTextCharFormat format = each.fragment().charFormat();
+            if (!isSized(format) || !isEnlarged(format))
+                continue;
+            if (!heading || ordinary.contains(statedSize(format)))
+                enlarge(format);
+            format.clearProperty(QTextFormat::FontSizeAdjustment);
+            runs.append({each.fragment().position(), each.fragment().length(), format});
+        }
+    }
+    // Changing a format moves no text.
+    QTextCursor cursor(&document);
+    cursor.beginEditBlock();
+    for (const Run &run : std::as_const(runs)) {
+        cursor.setPosition(run.position);
+        cursor.setPosition(run.position + run.length, QTextCursor::KeepAnchor);
+        cursor.setCharFormat(run.format);
+    }
+    for (const int position : std::as_const(pictures)) {
+        cursor.setPosition(position);
+        QTextBlockFormat single;
+        single.setLineHeight(0, QTextBlockFormat::SingleHeight);
+        cursor.mergeBlockFormat(single);
+    }
+    cursor.endEditBlock();
+}
+
+}  // namespace pelorinnews
