@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QKeyEvent>
+#include <QLayout>
 #include <QWindow>
 
 #include <algorithm>
@@ -38,6 +39,14 @@ void OlvNewsWindow::makeKeyAndOrderFront() {
         show();
     raise();
     activateWindow();
+}
+
+// Texts and fonts set how narrow the window may be. How low it may be is not the layout's to say:
+// it changes while the options fold.
+bool OlvNewsWindow::event(QEvent *event) {
+    if (event->type() == QEvent::LayoutRequest && layout())
+        setMinimumWidth(layout()->totalMinimumSize().width());
+    return QWidget::event(event);
 }
 
 // The filter sees all of the host's events, so it stands only while the window is shown.

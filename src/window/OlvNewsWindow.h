@@ -10,7 +10,7 @@ namespace pelorinnews {
 ///
 /// Key equivalents are asked of the window first and then of the views in it, whichever control
 /// has the focus and before that control sees the key. Pop-up lists are windows of their own and
-/// keep their keys. Main thread only.
+/// keep their keys. It never gets too narrow for the texts of its controls. Main thread only.
 class OlvNewsWindow final : public QWidget {
     Q_OBJECT
 
@@ -30,6 +30,7 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 protected:
+    bool event(QEvent *event) override;
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
 

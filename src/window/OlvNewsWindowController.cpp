@@ -67,14 +67,16 @@ void destroyWithApplication(OlvNewsWindow *window) {
     windows.append(window);
 }
 
-// In the middle of the first screen, of which a description knows nothing.
+// In the middle of the first screen, of which a description knows nothing, and with room around it
+// for its frame where that screen is small.
 void centre(OlvNewsWindow &window) {
     const QScreen *screen = QGuiApplication::primaryScreen();
     if (!screen)
         return;
-    QRect place(QPoint(), window.size());
-    place.moveCenter(screen->availableGeometry().center());
-    window.move(place.topLeft());
+    const QRect available = screen->availableGeometry();
+    QRect place(QPoint(), window.size().boundedTo(available.size() * 9 / 10));
+    place.moveCenter(available.center());
+    window.setGeometry(place);
 }
 
 }  // namespace

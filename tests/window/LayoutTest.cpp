@@ -1,0 +1,107 @@
+// How the window is laid out: reading direction, narrow and small screens, the keyboard's way.
+
+#include "NavigationButton.h"
+#include "TestMain.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+#include <QLayout>
+#include <QScreen>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+class LayoutTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { fixture = std::make_unique<WindowFixture>(); }
+    void cleanup() { fixture.reset(); }
+    void arrowsFollowTheReadingDirection();
+    void isNeverTooNarrowForItsTexts();
+    void fitsTheScreen();
+    void theKeyboardGoesWhereTheEyeGoes();
+    void labelsLeadToTheirControls();
+
+private:
+    std::unique_ptr<WindowFixture> fixture;
+};
+
+void LayoutTest::arrowsFollowTheReadingDirection() {
+    const auto controller = fixture->makeController();
+    OlvNewsWindow *window = controller->window();
+    const auto arrow = [](const QAbstractButton *button) {
+        return qobject_cast<const NavigationButton *>(button)->arrowType();
+    };
+    QCOMPARE(arrow(controller->previousItem()), Qt::LeftArrow);
+    QCOMPARE(arrow(controller->nextItem()), Qt::RightArrow);
+    QVERIFY(controller->previousItem()->property("forward") == false);
+    window->setLayoutDirection(Qt::RightToLeft);
+    QCOMPARE(arrow(controller->previousItem()), Qt::RightArrow);
+    QCOMPARE(arrow(controller->nextItem()), Qt::LeftArrow);
+    window->show();
+    QVERIFY(controller->nextItem()->x() < controller->previousItem()->x());
+    window->setLayoutDirection(Qt::LeftToRight);
+    QCOMPARE(arrow(controller->nextItem()), Qt::RightArrow);
+}
+
+void LayoutTest::isNeverTooNarrowForItsTexts() {
+    const auto controller = fixture->makeController();
+    OlvNewsWindow *window = controller->window();
+    window->show();
+    window->resize(10, 10);
+    QAbstractButton *box = controller->showOnStart();
+    QTRY_VERIFY(window->width() >= window->layout()->totalMinimumSize().width());
+    QVERIFY(box->width() >= box->minimumSizeHint().width());
+    QVERIFY(window->width() <= 400);
+
+    box->setText(box->text() + QStringLiteral(" with many more words than before, and then some"));
+    QTRY_VERIFY(box->width() >= box->minimumSizeHint().width());
+    QVERIFY(window->width() > 400);
+    QVERIFY(controller->nextItem()->geometry().right() < window->width());
+}
+
+void LayoutTest::fitsTheScreen() {
+    const auto controller = fixture->makeController();
+    const QSize screen = QGuiApplication::primaryScreen()->availableSize();
+    OlvNewsWindow *window = controller->window();
+    QVERIFY(window->width() <= screen.width() * 9 / 10);
+    QVERIFY(window->height() <= screen.height() * 9 / 10);
+    QVERIFY(QGuiApplication::primaryScreen()->availableGeometry().contains(window->geometry()));
+}
+
+void LayoutTest::theKeyboardGoesWhereTheEyeGoes() {
+    fixture->serve(WindowFixture::items(2));
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
+    QTRY_VERIFY(controller->displayContentFrom()->isHidden());
+    controller->onOptionsButton();
+    QTRY_VERIFY(controller->displayContentFrom()->isVisible());
+    const QList<QWidget *> order = {
+        controller->optionsButton(),      controller->showOnStart(),
+        controller->previousItem(),       controller->nextItem(),
+        controller->displayContentType(), controller->displayContentFrom()};
+    controller->optionsButton()->setFocus();
+    for (QWidget *expected : order) {
+        QCOMPARE(QApplication::focusWidget(), expected);
+        QTest::keyClick(controller->window()->windowHandle(), Qt::Key_Tab);
+    }
+    QVERIFY(controller->webView()->hasFocus());
+    controller->onOptionsButton();
+    QTRY_VERIFY(controller->displayContentFrom()->isHidden());
+}
+
+void LayoutTest::labelsLeadToTheirControls() {
+    const auto controller = fixture->makeController();
+    QVERIFY(controller->window());
+    QCOMPARE(controller->displayContentTypeLabel()->buddy(), controller->displayContentType());
+    QCOMPARE(controller->displayContentFromLabel()->buddy(), controller->displayContentFrom());
+    for (const QLabel *label :
+         {controller->displayContentTypeLabel(), controller->displayContentFromLabel()})
+        QVERIFY2(label->text().contains(QLatin1Char('&')), qPrintable(label->text()));
+    QVERIFY(controller->showOnStart()->text().contains(QLatin1Char('&')));
+}
+
+PELORIN_WIDGET_TEST_MAIN(LayoutTest)
+#include "LayoutTest.moc"

@@ -1,0 +1,292 @@
+// Folding and unfolding the options area, with what a user may do in between.
+
+#include "OptionsFold.h"
+#include "TestMain.h"
+
+#include <QApplication>
+#include <QTest>
+#include <QVBoxLayout>
+#include <QWidget>
+
+using namespace pelorinnews;
+
+namespace {
+
+constexpr int patience = 20000;
+
+// Content, a row of controls, and the area below, in a layout as the news window has it.
+struct Folding {
+    Folding() {
+        window.resize(400, 300);
+        layout.setSpacing(0);
+        layout.setContentsMargins({});
+        layout.setSizeConstraint(QLayout::SetNoConstraint);
+        content.setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+        controls.setFixedHeight(40);
+        area.setFixedHeight(OptionsFold::foldHeight);
+        layout.addWidget(&content, 1);
+        layout.addWidget(&controls);
+        layout.addWidget(&area);
+        window.show();
+    }
+
+    void start(bool open) {
+        fold.start(open, [this] { ++finished; });
+    }
+
+    struct Window : QWidget {
+        Window() { setMinimumSize(200, 150); }
+    } window;
+    QVBoxLayout layout{&window};
+    QWidget content;
+    QWidget controls;
+    QWidget area;
+    OptionsFold fold{&window, &content, &area};
+    int finished = 0;
+};
+
+// Every height that a widget goes through.
+class Heights : public QObject {
+public:
+    explicit Heights(QWidget &widget) { widget.installEventFilter(this); }
+    QList<int> all;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        if (event->type() == QEvent::Resize)
+            all.append(static_cast<QWidget *>(watched)->height());
+        return false;
+    }
+};
+
+// Every place from the top that a widget goes through.
+class Places : public QObject {
+public:
+    explicit Places(QWidget &widget) { widget.installEventFilter(this); }
+    QList<int> all;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        if (event->type() == QEvent::Move)
+            all.append(static_cast<QWidget *>(watched)->y());
+        return false;
+    }
+};
+
+}  // namespace
+
+class OptionsFoldTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void foldsAndUnfoldsByTheSameHeight();
+    void whatStandsAboveStaysInPlaceAllTheWhile();
+    void changesTheHeightGradually();
+    void isNotWaitedFor();
+    void aSecondStartCompletesTheFirst();
+    void manyStartsInARowLeaveNothingHalfDone();
+    void completesAtOnceWhenTold();
+    void aResizeByHandInBetweenCounts();
+    void aResizeByHandWhileItRunsLeavesNothingHalfDone();
+    void theContentCanBeResizedAfterwards();
+    void aWindowThatIsNotShownIsChangedAtOnce();
+    void aMaximizedWindowKeepsItsEdges();
+    void mayFoldAWindowOfTheSmallestHeight();
+    void endsWithItsOwner();
+    void itsWindowMayGoWhileItRuns();
+    void withoutAWindowItOnlyFinishes();
+};
+
+void OptionsFoldTest::foldsAndUnfoldsByTheSameHeight() {
+    Folding folding;
+    folding.start(false);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    QCOMPARE(folding.window.size(), QSize(400, 262));
+    QCOMPARE(folding.area.isVisible(), false);
+    folding.start(true);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QCOMPARE(folding.window.size(), QSize(400, 300));
+    QCOMPARE(folding.area.geometry(), QRect(0, 262, 400, 38));
+    QCOMPARE(folding.controls.y(), 222);
+}
+
+void OptionsFoldTest::whatStandsAboveStaysInPlaceAllTheWhile() {
+    Folding folding;
+    QCOMPARE(folding.content.geometry(), QRect(0, 0, 400, 222));
+    QCOMPARE(folding.controls.y(), 222);
+    const QPoint corner = folding.window.pos();
+    Heights content(folding.content);
+    Places controls(folding.controls);
+    for (const bool open : {false, true, false, true}) {
+        const int before = folding.finished;
+        folding.start(open);
+        QTRY_COMPARE_WITH_TIMEOUT(folding.finished, before + 1, patience);
+        QTest::qWait(0);
+    }
+    QCOMPARE(content.all, QList<int>());
+    QCOMPARE(controls.all, QList<int>());
+    QCOMPARE(folding.window.pos(), corner);
+}
+
+void OptionsFoldTest::changesTheHeightGradually() {
+    Folding folding;
+    Heights window(folding.window);
+    folding.start(false);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    QVERIFY2(window.all.size() > 2, qPrintable(QString::number(window.all.size())));
+    for (qsizetype index = 1; index < window.all.size(); ++index)
+        QVERIFY(window.all.at(index) <= window.all.at(index - 1));
+    QCOMPARE(window.all.last(), 262);
+}
+
+void OptionsFoldTest::isNotWaitedFor() {
+    Folding folding;
+    folding.start(false);
+    QCOMPARE(folding.finished, 0);
+    QCOMPARE(folding.window.height(), 300);
+}
+
+void OptionsFoldTest::aSecondStartCompletesTheFirst() {
+    Folding folding;
+    folding.start(false);
+    QTRY_VERIFY_WITH_TIMEOUT(folding.window.height() < 300, patience);
+    folding.start(true);
+    QCOMPARE(folding.finished, 1);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QCOMPARE(folding.window.height(), 300);
+    QCOMPARE(folding.controls.y(), 222);
+    QCOMPARE(folding.area.height(), 38);
+}
+
+void OptionsFoldTest::manyStartsInARowLeaveNothingHalfDone() {
+    Folding folding;
+    for (int round = 0; round < 50; ++round) {
+        folding.start(false);
+        folding.start(true);
+    }
+    folding.start(false);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 101, patience);
+    QCOMPARE(folding.window.height(), 262);
+    QCOMPARE(folding.content.height(), 222);
+}
+
+void OptionsFoldTest::completesAtOnceWhenTold() {
+    Folding folding;
+    folding.start(false);
+    folding.fold.complete();
+    QCOMPARE(folding.finished, 1);
+    QCOMPARE(folding.window.height(), 262);
+    folding.fold.complete();
+    QCOMPARE(folding.finished, 1);
+}
+
+void OptionsFoldTest::aResizeByHandInBetweenCounts() {
+    Folding folding;
+    folding.start(false);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    folding.window.resize(500, 400);
+    folding.start(true);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QCOMPARE(folding.window.size(), QSize(500, 438));
+    QCOMPARE(folding.content.height(), 360);
+    folding.window.resize(450, 350);
+    folding.start(false);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 3, patience);
+    QCOMPARE(folding.window.size(), QSize(450, 312));
+}
+
+void OptionsFoldTest::aResizeByHandWhileItRunsLeavesNothingHalfDone() {
+    Folding folding;
+    folding.start(false);
+    QTRY_VERIFY_WITH_TIMEOUT(folding.window.height() < 300, patience);
+    folding.window.resize(520, 420);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    QCOMPARE(folding.window.width(), 520);
+    QCOMPARE(folding.area.isVisible(), false);
+    // What was held is free again, and everything fills the window.
+    QTRY_COMPARE(folding.controls.geometry().bottom() + 1, folding.window.height());
+    QCOMPARE(folding.content.maximumHeight(), QWIDGETSIZE_MAX);
+    folding.start(true);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QCOMPARE(folding.area.height(), 38);
+    QCOMPARE(folding.area.geometry().bottom() + 1, folding.window.height());
+}
+
+void OptionsFoldTest::theContentCanBeResizedAfterwards() {
+    Folding folding;
+    folding.start(false);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    folding.window.resize(400, 500);
+    QTRY_COMPARE(folding.content.height(), 460);
+    folding.window.resize(400, 150);
+    QTRY_COMPARE(folding.content.height(), 110);
+}
+
+void OptionsFoldTest::aWindowThatIsNotShownIsChangedAtOnce() {
+    Folding folding;
+    folding.window.hide();
+    folding.start(false);
+    QCOMPARE(folding.finished, 1);
+    QCOMPARE(folding.window.height(), 262);
+}
+
+void OptionsFoldTest::aMaximizedWindowKeepsItsEdges() {
+    Folding folding;
+    folding.window.showMaximized();
+    QTRY_VERIFY(folding.window.height() > 300);
+    const QSize before = folding.window.size();
+    folding.start(false);
+    QCOMPARE(folding.finished, 1);
+    QCOMPARE(folding.window.size(), before);
+    QTRY_COMPARE(folding.content.height(), before.height() - 40);
+    folding.start(true);
+    QCOMPARE(folding.window.size(), before);
+    QTRY_COMPARE(folding.content.height(), before.height() - 78);
+}
+
+void OptionsFoldTest::mayFoldAWindowOfTheSmallestHeight() {
+    Folding folding;
+    folding.window.resize(400, 150);
+    folding.start(false);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    QCOMPARE(folding.window.height(), 112);
+    folding.start(true);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QCOMPARE(folding.window.height(), 150);
+    QCOMPARE(folding.window.minimumHeight(), 150);
+}
+
+void OptionsFoldTest::endsWithItsOwner() {
+    Folding folding;
+    int finished = 0;
+    {
+        OptionsFold fold(&folding.window, &folding.content, &folding.area);
+        fold.start(false, [&finished] { ++finished; });
+    }
+    QCOMPARE(finished, 1);
+    QCOMPARE(folding.window.height(), 262);
+}
+
+void OptionsFoldTest::itsWindowMayGoWhileItRuns() {
+    auto window = std::make_unique<QWidget>();
+    auto *area = new QWidget(window.get());
+    window->resize(300, 300);
+    window->show();
+    OptionsFold fold(window.get(), nullptr, area);
+    int finished = 0;
+    fold.start(false, [&finished] { ++finished; });
+    window.reset();
+    QTRY_COMPARE_WITH_TIMEOUT(finished, 1, patience);
+}
+
+void OptionsFoldTest::withoutAWindowItOnlyFinishes() {
+    OptionsFold fold(nullptr, nullptr, nullptr);
+    int finished = 0;
+    fold.start(false, [&finished] { ++finished; });
+    fold.setLaidOut(true);
+    fold.complete();
+    QCOMPARE(finished, 1);
+}
+
+PELORIN_WIDGET_TEST_MAIN(OptionsFoldTest)
+#include "OptionsFoldTest.moc"
