@@ -10,6 +10,8 @@ function(pelorin_test name)
     set(target test_${name})
     add_executable(${target} ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE ${ARG_LIBS} pelorin_testsupport pelorin_options Qt6::Test)
+    target_compile_options(${target} PRIVATE
+        -include ${CMAKE_SOURCE_DIR}/tests/support/Patience.h)
     target_compile_definitions(${target} PRIVATE
         PELORIN_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}"
         PELORIN_APP_DIR="${PELORIN_APP_DIR}")

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QTest>
+
+// Every test waits for what must come as long as this, in milliseconds: Qt's five seconds are not
+// enough for a sanitized build on a busy computer. Included into every source of the tests by the
+// build.
+constexpr int testPatience = 30000;
+
+#undef QTRY_COMPARE
+#define QTRY_COMPARE(expression, expected) \
+    QTRY_COMPARE_WITH_TIMEOUT(expression, expected, testPatience)
+#undef QTRY_VERIFY
+#define QTRY_VERIFY(expression) QTRY_VERIFY_WITH_TIMEOUT(expression, testPatience)
+#undef QTRY_VERIFY2
+#define QTRY_VERIFY2(expression, message) \
+    QTRY_VERIFY2_WITH_TIMEOUT(expression, message, testPatience)
