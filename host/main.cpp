@@ -6,6 +6,7 @@
 #include <QCommandLineParser>
 #include <QFileInfo>
 #include <QIcon>
+#include <QPalette>
 #include <QSettings>
 #include <QSslCertificate>
 #include <QSslConfiguration>
@@ -35,6 +36,14 @@ bool trust(const QString &file) {
     configuration.setCaCertificates(QSslConfiguration::systemCaCertificates() + authorities);
     QSslConfiguration::setDefaultConfiguration(configuration);
     return true;
+}
+
+void useDarkColours() {
+    QPalette palette(QColor(0x35, 0x35, 0x35));
+    palette.setColor(QPalette::Base, QColor(0x24, 0x24, 0x24));
+    palette.setColor(QPalette::Highlight, QColor(0x35, 0x84, 0xe4));
+    palette.setColor(QPalette::Link, QColor(0x78, 0xae, 0xed));
+    QApplication::setPalette(palette);
 }
 
 /// The feed's address as the preferences hold it; the name of an existing file will do.
@@ -84,7 +93,10 @@ int main(int argc, char *argv[]) {
     const QCommandLineOption noSharing(
         QString::fromLatin1(withoutGlSharing.substr(2)),
         QStringLiteral("Do not share GL contexts, to try the panel in a host that does not."));
-    options.addOptions({show, module, feed, authority, noSharing});
+    const QCommandLineOption dark(
+        QStringLiteral("dark"),
+        QStringLiteral("Use dark colours, to try the panel in a host that has them."));
+    options.addOptions({show, module, feed, authority, noSharing, dark});
     options.process(application);
 
     if (options.isSet(authority) && !trust(options.value(authority))) {
@@ -92,6 +104,8 @@ int main(int argc, char *argv[]) {
             QStringLiteral("no certificate can be read from %1").arg(options.value(authority)));
         return 2;
     }
+    if (options.isSet(dark))
+        useDarkColours();
     if (options.isSet(feed))
         QSettings().setValue(QStringLiteral("newsFeedBaseURL"), feedAddress(options.value(feed)));
 
