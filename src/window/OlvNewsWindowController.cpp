@@ -260,10 +260,9 @@ void OlvNewsWindowController::enlargeOnFirstShow() {
     const QSize size(atLeast(frame.width(), screen->geometry().width()),
                      atLeast(frame.height(), screen->geometry().height()));
     const QSize growth = size - frame.size();
-    _loadedWindow->resize(_loadedWindow->size() + growth);
     // The lower-left corner stays.
-    if (growth.height() > 0)
-        _loadedWindow->move(frame.x(), frame.y() - growth.height());
+    const QRect inner = _loadedWindow->geometry();
+    _loadedWindow->setGeometry(inner.adjusted(0, -growth.height(), growth.width(), 0));
 }
 
 void OlvNewsWindowController::windowWillClose() {

@@ -10,6 +10,42 @@
 using namespace pelorinnews;
 using namespace pelorinnews::test;
 
+namespace {
+
+// How much a window manager puts around a window; known only once it has done so.
+QMargins frameMargins() {
+    QWidget probe;
+    probe.resize(200, 100);
+    probe.show();
+    if (!QTest::qWaitForWindowActive(&probe))
+        qFatal("no window manager");
+    const QRect inner = probe.geometry();
+    const QRect outer = probe.frameGeometry();
+    return {inner.left() - outer.left(), inner.top() - outer.top(), outer.right() - inner.right(),
+            outer.bottom() - inner.bottom()};
+}
+
+// What a window goes through: its frame when it became active, and every size. Sees events before
+// the window's controller does.
+class Watcher : public QObject {
+public:
+    explicit Watcher(QWidget &widget) { widget.installEventFilter(this); }
+    QRect frameAtFirst;
+    QList<QSize> sizes;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        const auto *window = static_cast<QWidget *>(watched);
+        if (event->type() == QEvent::WindowActivate && frameAtFirst.isNull())
+            frameAtFirst = window->frameGeometry();
+        if (event->type() == QEvent::Resize)
+            sizes.append(window->size());
+        return false;
+    }
+};
+
+}  // namespace
+
 class FirstShowTest : public QObject {
     Q_OBJECT
 
@@ -18,6 +54,9 @@ private Q_SLOTS:
 };
 
 void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
+    QCOMPARE(QGuiApplication::primaryScreen()->size(), QSize(1440, 900));
+    const QMargins frame = frameMargins();
+    QVERIFY(frame.top() > 0);
     WindowFixture fixture;
     fixture.serve(WindowFixture::items(2));
     fixture.prefer(QStringLiteral("newsShowOnStart"), false);
@@ -26,20 +65,21 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
     QVERIFY(window);
     QVERIFY(!controller->displayContentType()->isHidden());
 
-    // Small enough to be enlarged both ways.
-    const QSize screen = QGuiApplication::primaryScreen()->size();
-    const QSize least(qRound(static_cast<float>(screen.width() / 2.5)),
-                      qRound(static_cast<float>(screen.height() / 2.5)));
-    window->setMinimumSize(100, 100);
-    window->setGeometry(50, 400, least.width() - 60, least.height() - 40);
-    const QRect before = window->geometry();
+    const auto client = [frame](int width, int height) {
+        return QSize(width - frame.left() - frame.right(), height - frame.top() - frame.bottom());
+    };
+    window->resize(client(400, 300));
+    QCOMPARE(window->size(), client(400, 300));
+    window->move(50, 400);
+    Watcher watcher(*window);
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
-    // Larger with its lower-left corner kept, then shorter with its top edge kept.
-    QTRY_COMPARE(window->frameGeometry().height(), least.height() - 38);
-    QCOMPARE(window->frameGeometry().width(), least.width());
-    QCOMPARE(window->geometry().left(), before.left());
-    QCOMPARE(window->geometry().bottom(), before.bottom() - 38);
+    // 1440 / 2.5 by 900 / 2.5 with the lower-left corner kept, then shorter with the top edge kept.
+    const QRect before = watcher.frameAtFirst;
+    QCOMPARE(before.size(), QSize(400, 300));
+    QTRY_COMPARE(window->frameGeometry(),
+                 QRect(before.left(), before.bottom() + 1 - 360, 576, 322));
+    QVERIFY(watcher.sizes.contains(client(576, 360)));
     for (const QWidget *control : {static_cast<QWidget *>(controller->displayContentType()),
                                    static_cast<QWidget *>(controller->displayContentTypeLabel()),
                                    static_cast<QWidget *>(controller->displayContentFrom()),
@@ -48,19 +88,19 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
 
     // Neither a second opening nor a second controller does it again.
     window->performClose();
-    window->resize(370, 250);
+    QTRY_VERIFY(!window->isVisible());
+    window->resize(420, 250);
     controller->showWindow();
-    QTRY_VERIFY(window->isVisible());
+    QVERIFY(QTest::qWaitForWindowActive(window));
     QTest::qWait(400);
-    QCOMPARE(window->size(), QSize(370, 250));
+    QCOMPARE(window->size(), QSize(420, 250));
 
     const auto second = fixture.makeController();
-    second->window()->setMinimumSize(100, 100);
-    second->window()->resize(380, 290);
+    second->window()->resize(430, 290);
     second->showWindow();
-    QTRY_VERIFY(second->window()->isVisible());
+    QVERIFY(QTest::qWaitForWindowActive(second->window()));
     QTest::qWait(400);
-    QCOMPARE(second->window()->size(), QSize(380, 290));
+    QCOMPARE(second->window()->size(), QSize(430, 290));
     QVERIFY(second->displayContentType()->isHidden());
     QCOMPARE(second->optionsLabel()->text(), controller->optionsLabel()->text());
 }
