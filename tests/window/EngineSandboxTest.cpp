@@ -1,0 +1,96 @@
+// Whether a web engine can be started: the answer must be right before the engine is, since where
+// it cannot it ends the process.
+
+#include "EngineSandbox.h"
+#include "TestMain.h"
+
+#include <QProcess>
+
+#include <unistd.h>
+
+using namespace pelorinnews;
+
+namespace {
+
+constexpr auto nobody = "65534";
+
+// This test's own program, which answers as `answers` does, in an environment and as a user.
+int asked(const QStringList &variables, bool asNobody = false, const QStringList &arguments = {}) {
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("QTWEBENGINE_DISABLE_SANDBOX"));
+    environment.remove(QStringLiteral("QTWEBENGINE_CHROMIUM_FLAGS"));
+    for (const QString &each : variables)
+        environment.insert(each.section(QLatin1Char('='), 0, 0), each.section(QLatin1Char('='), 1));
+    process.setProcessEnvironment(environment);
+    QStringList command = {QCoreApplication::applicationFilePath(), QStringLiteral("ask")};
+    if (asNobody)
+        command = QStringList{QStringLiteral("setpriv"), QStringLiteral("--clear-groups"),
+                              QStringLiteral("--reuid"), QLatin1String(nobody),
+                              QStringLiteral("--regid"), QLatin1String(nobody)} +
+                  command;
+    process.start(command.first(), command.mid(1) + arguments);
+    if (!process.waitForFinished(testPatience))
+        return -1;
+    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+}
+
+// Whether the kernel lets this user do what the engine does, by another program's account.
+bool kernelAllows(bool asNobody) {
+    QProcess process;
+    QStringList command = {QStringLiteral("unshare"), QStringLiteral("--user"),
+                           QStringLiteral("--pid"), QStringLiteral("true")};
+    if (asNobody)
+        command = QStringList{QStringLiteral("setpriv"), QStringLiteral("--clear-groups"),
+                              QStringLiteral("--reuid"), QLatin1String(nobody),
+                              QStringLiteral("--regid"), QLatin1String(nobody)} +
+                  command;
+    process.start(command.first(), command.mid(1));
+    return process.waitForFinished(testPatience) && process.exitCode() == 0;
+}
+
+}  // namespace
+
+class EngineSandboxTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void isNotForTheAdministrator();
+    void anyoneElseHasItWhereTheKernelAllows();
+    void isNotNeededByWhoToldTheEngineSo();
+    void leavesNoProcessBehind();
+};
+
+void EngineSandboxTest::isNotForTheAdministrator() {
+    if (::geteuid() != 0)
+        QSKIP("Only the administrator can tell");
+    QCOMPARE(asked({}), 1);
+}
+
+void EngineSandboxTest::anyoneElseHasItWhereTheKernelAllows() {
+    const bool administrator = ::geteuid() == 0;
+    QCOMPARE(asked({}, administrator), kernelAllows(administrator) ? 0 : 1);
+}
+
+void EngineSandboxTest::isNotNeededByWhoToldTheEngineSo() {
+    QCOMPARE(asked({QStringLiteral("QTWEBENGINE_DISABLE_SANDBOX=1")}), 0);
+    QCOMPARE(asked({QStringLiteral("QTWEBENGINE_CHROMIUM_FLAGS=--disable-gpu --no-sandbox")}), 0);
+    QCOMPARE(asked({}, false, {QStringLiteral("--no-sandbox")}), 0);
+}
+
+void EngineSandboxTest::leavesNoProcessBehind() {
+    static_cast<void>(canSandboxEngine());
+    QFile children(QStringLiteral("/proc/thread-self/children"));
+    QVERIFY(children.open(QFile::ReadOnly));
+    QCOMPARE(children.readAll(), QByteArray());
+}
+
+int main(int argc, char *argv[]) {
+    const pelorinnews::test::TestHome home;
+    const QCoreApplication application(argc, argv);
+    if (QCoreApplication::arguments().value(1) == QLatin1String("ask"))
+        return canSandboxEngine() ? 0 : 1;
+    EngineSandboxTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "EngineSandboxTest.moc"
