@@ -1,0 +1,115 @@
+// A panel that is opened, closed and stepped through for a long time stays as large as it was.
+
+#include "TestMain.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+
+#include <malloc.h>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+#define PELORIN_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define PELORIN_SANITIZED 1
+#endif
+#endif
+
+// What the process has allocated, in bytes. A sanitizer keeps its own accounts: it finds what is
+// lost, and this stays 0.
+qint64 allocated() {
+#ifdef PELORIN_SANITIZED
+    return 0;
+#else
+    const struct mallinfo2 heap = ::mallinfo2();
+    return static_cast<qint64>(heap.uordblks + heap.hblkhd);
+#endif
+}
+
+// Kept by caches, lists that grow in steps and timers under way. A leak of one small object a round
+// is more.
+constexpr qint64 tolerance = 16 * 1024;
+
+// What `count` rounds leave behind, after `first` that may fill caches.
+template <class Round>
+qint64 growth(int first, int count, Round round) {
+    qint64 before = 0;
+    for (int index = 0; index < first + count; ++index) {
+        if (index == first)
+            before = allocated();
+        round();
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    return allocated() - before;
+}
+
+}  // namespace
+
+class GrowthTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void aThousandOpeningsAndClosings();
+    void tenThousandSteps();
+
+private:
+    std::unique_ptr<WindowFixture> fixture;
+    std::shared_ptr<OlvNewsWindowController> controller;
+};
+
+void GrowthTest::init() {
+    fixture = std::make_unique<WindowFixture>();
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    fixture->prefer(QStringLiteral("newsFilter"), 1);
+    fixture->serve(WindowFixture::items(12));
+    controller = fixture->makeController();
+}
+
+void GrowthTest::cleanup() {
+    controller.reset();
+    fixture.reset();
+}
+
+void GrowthTest::aThousandOpeningsAndClosings() {
+    // Qt keeps a little of every opening of any window: that is not the panel's.
+    QWidget other;
+    other.resize(400, 300);
+    const qint64 ofAnyWindow = growth(300, 1000, [&other] {
+        other.show();
+        other.raise();
+        other.activateWindow();
+        QTRY_VERIFY(other.isActiveWindow());
+        other.close();
+    });
+    QVERIFY(controller->window());
+    const qint64 ofThePanel = growth(300, 1000, [this] {
+        controller->itemIndicator()->clear();
+        controller->showWindow();
+        QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 12"));
+        controller->onNextItem();
+        controller->window()->performClose();
+        QVERIFY(!controller->window()->isVisible());
+    });
+    QVERIFY2(ofThePanel < ofAnyWindow + tolerance,
+             qPrintable(QStringLiteral("%1, any window %2").arg(ofThePanel).arg(ofAnyWindow)));
+}
+
+void GrowthTest::tenThousandSteps() {
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 12"));
+    const qint64 grown = growth(2000, 10000, [this] { controller->nextItem()->click(); });
+    QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 12"));
+    QCOMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
+    QVERIFY2(grown < tolerance, qPrintable(QString::number(grown)));
+}
+
+PELORIN_WIDGET_TEST_MAIN(GrowthTest)
+#include "GrowthTest.moc"
