@@ -38,8 +38,7 @@ public:
     [[nodiscard]] QString plainTextContent() const { return _plainTextContent.get(); }
     void setPlainTextContent(QString content) { _plainTextContent.set(std::move(content)); }
 
-    /// One text of category words. Items of one feed with equal categories mostly share the text,
-    /// so a reader of many may remember what it found by `QString::constData`.
+    /// One text of category words.
     [[nodiscard]] QString category() const { return _category.get(); }
     void setCategory(QString category) { _category.set(std::move(category)); }
 

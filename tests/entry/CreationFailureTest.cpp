@@ -53,6 +53,9 @@ private Q_SLOTS:
     void withACoreApplicationTheWindowControllerFails();
     void withAGuiApplicationTheWindowControllerFails();
     void offTheMainThreadTheWindowControllerFails();
+
+private:
+    void theWindowControllerFails() const;
 };
 
 void CreationFailureTest::withoutAnApplicationObjectTheBaseFails() {
@@ -62,8 +65,7 @@ void CreationFailureTest::withoutAnApplicationObjectTheBaseFails() {
     QVERIFY(!module()->init());
 }
 
-void CreationFailureTest::withACoreApplicationTheWindowControllerFails() {
-    const QCoreApplication application(argumentCount, arguments);
+void CreationFailureTest::theWindowControllerFails() const {
     Error error;
     QVERIFY(!module()->init(&error));
     QCOMPARE(error, creationError("Failed to create NewsWindowController."));
@@ -72,14 +74,14 @@ void CreationFailureTest::withACoreApplicationTheWindowControllerFails() {
     useHalfMade(*halfMade);
 }
 
+void CreationFailureTest::withACoreApplicationTheWindowControllerFails() {
+    const QCoreApplication application(argumentCount, arguments);
+    theWindowControllerFails();
+}
+
 void CreationFailureTest::withAGuiApplicationTheWindowControllerFails() {
     const QGuiApplication application(argumentCount, arguments);
-    Error error;
-    QVERIFY(!module()->init(&error));
-    QCOMPARE(error, creationError("Failed to create NewsWindowController."));
-    const auto halfMade = module()->init();
-    QVERIFY(halfMade);
-    useHalfMade(*halfMade);
+    theWindowControllerFails();
 }
 
 void CreationFailureTest::offTheMainThreadTheWindowControllerFails() {

@@ -1,5 +1,6 @@
 #include "DesktopNotificationCenter.h"
 #include "FakeNotificationServer.h"
+#include "NotificationTesting.h"
 #include "PrivateBus.h"
 #include "RecordingDelegate.h"
 #include "TestMain.h"
@@ -81,29 +82,6 @@ private:
     std::unique_ptr<FakeNotificationServer> server;
 };
 
-namespace {
-
-UserNotification notification(const QString &title) {
-    UserNotification made;
-    made.title = title;
-    made.informativeText = QStringLiteral("Text of ") + title;
-    made.soundName = UserNotification::defaultSoundName();
-    made.userInfo = {{QStringLiteral("key"), title}};
-    return made;
-}
-
-QStringList titles(const NotificationCenter &center) {
-    QStringList list;
-    const auto delivered = center.deliveredNotifications();
-    for (const UserNotification &each : delivered)
-        list.append(each.title);
-    return list;
-}
-
-constexpr milliseconds plenty{5000};
-
-}  // namespace
-
 void DesktopNotificationCenterTest::init() {
     home = std::make_unique<QTemporaryDir>();
     bus = std::make_unique<PrivateBus>();
@@ -116,17 +94,11 @@ void DesktopNotificationCenterTest::cleanup() {
 }
 
 NotificationSender DesktopNotificationCenterTest::sender() const {
-    NotificationSender made;
-    made.identifier = QStringLiteral("com.example.Host");
-    made.applicationName = QStringLiteral("Host");
-    made.stateFolder = stateFolder();
-    made.busAddress = bus->address();
-    return made;
+    return senderOn(*bus, stateFolder());
 }
 
 std::vector<RegistryEntry> DesktopNotificationCenterTest::registered() const {
-    const auto contents = NotificationRegistry(stateFolder()).read();
-    return contents ? contents->entries : std::vector<RegistryEntry>();
+    return registeredIn(stateFolder());
 }
 
 UserNotification DesktopNotificationCenterTest::deliverStanding(NotificationCenter &center,

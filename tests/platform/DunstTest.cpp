@@ -1,4 +1,5 @@
 #include "DesktopNotificationCenter.h"
+#include "NotificationTesting.h"
 #include "PrivateBus.h"
 #include "RecordingDelegate.h"
 #include "TestMain.h"
@@ -61,28 +62,6 @@ private:
     std::shared_ptr<RecordingDelegate> delegate;
 };
 
-namespace {
-
-UserNotification notification(const QString &title) {
-    UserNotification made;
-    made.title = title;
-    made.informativeText = QStringLiteral("Text of ") + title;
-    made.soundName = UserNotification::defaultSoundName();
-    return made;
-}
-
-QStringList titles(const NotificationCenter &center) {
-    QStringList list;
-    const auto delivered = center.deliveredNotifications();
-    for (const UserNotification &each : delivered)
-        list.append(each.title);
-    return list;
-}
-
-constexpr milliseconds plenty{5000};
-
-}  // namespace
-
 void DunstTest::init() {
     home = std::make_unique<QTemporaryDir>();
     QFile file(home->filePath(QStringLiteral("dunstrc")));
@@ -108,12 +87,7 @@ void DunstTest::cleanup() {
 }
 
 NotificationSender DunstTest::sender() const {
-    NotificationSender made;
-    made.identifier = QStringLiteral("com.example.Host");
-    made.applicationName = QStringLiteral("Host");
-    made.stateFolder = home->filePath(QStringLiteral("state"));
-    made.busAddress = bus->address();
-    return made;
+    return senderOn(*bus, home->filePath(QStringLiteral("state")));
 }
 
 void DunstTest::startDaemon() {
@@ -153,8 +127,7 @@ QStringList DunstTest::history() const {
 }
 
 std::vector<RegistryEntry> DunstTest::registered() const {
-    const auto contents = NotificationRegistry(sender().stateFolder).read();
-    return contents ? contents->entries : std::vector<RegistryEntry>();
+    return registeredIn(sender().stateFolder);
 }
 
 std::unique_ptr<BusProgram> DunstTest::startHost() const {

@@ -1,4 +1,5 @@
 #include "DesktopNotificationCenter.h"
+#include "NotificationTesting.h"
 #include "PrivateBus.h"
 #include "RecordingDelegate.h"
 #include "TestMain.h"
@@ -41,28 +42,11 @@ private:
 
 namespace {
 
-UserNotification notification(const QString &title) {
-    UserNotification made;
-    made.title = title;
-    made.informativeText = QStringLiteral("Text of ") + title;
-    return made;
-}
-
-QStringList titles(const NotificationCenter &center) {
-    QStringList list;
-    const auto delivered = center.deliveredNotifications();
-    for (const UserNotification &each : delivered)
-        list.append(each.title);
-    return list;
-}
-
 QDBusMessage call(const QString &method) {
     return QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.Notifications"),
                                           QStringLiteral("/org/freedesktop/Notifications"),
                                           QStringLiteral("org.freedesktop.Notifications"), method);
 }
-
-constexpr milliseconds plenty{5000};
 
 }  // namespace
 
@@ -85,17 +69,11 @@ void NotificationDaemonTest::cleanup() {
 }
 
 NotificationSender NotificationDaemonTest::sender() const {
-    NotificationSender made;
-    made.identifier = QStringLiteral("com.example.Host");
-    made.applicationName = QStringLiteral("Host");
-    made.stateFolder = home->filePath(QStringLiteral("state"));
-    made.busAddress = bus->address();
-    return made;
+    return senderOn(*bus, home->filePath(QStringLiteral("state")));
 }
 
 std::vector<RegistryEntry> NotificationDaemonTest::registered() const {
-    const auto contents = NotificationRegistry(sender().stateFolder).read();
-    return contents ? contents->entries : std::vector<RegistryEntry>();
+    return registeredIn(sender().stateFolder);
 }
 
 QStringList NotificationDaemonTest::popUps() const {
