@@ -58,7 +58,7 @@ void AnnouncementTest::announcesTheLatestItemOfABackgroundRefresh() {
     fixture->serve(items);
     const auto controller = fixture->makeController();
     QCOMPARE(delivered().size(), 1);
-    const UserNotification standing = delivered().first();
+    const UserNotification standing = delivered().value(0);
     QCOMPARE(standing.informativeText, QStringLiteral("Title 1"));
     OlvLocalization texts;
     texts.setBundle(QStringLiteral(PELORIN_APP_DIR "/share/pelorin-news"));
@@ -106,20 +106,20 @@ void AnnouncementTest::leavesAnAnnouncementOfTheSameItemAlone() {
 
 void AnnouncementTest::replacesTheAnnouncementOfAnOlderItem() {
     const auto controller = fixture->makeController();
-    const QString before = delivered().first().identity;
+    const QString before = delivered().value(0).identity;
     auto items = WindowFixture::items(3);
     items[1].date = QDateTime::currentDateTimeUtc().addSecs(-60);
     fixture->serve(items);
     controller->refreshCache();
     WindowFixture::settle(*controller);
     QCOMPARE(delivered().size(), 1);
-    QCOMPARE(delivered().first().informativeText, QStringLiteral("Title 2"));
-    QVERIFY(delivered().first().identity != before);
+    QCOMPARE(delivered().value(0).informativeText, QStringLiteral("Title 2"));
+    QVERIFY(delivered().value(0).identity != before);
 }
 
 void AnnouncementTest::withdrawsAllWhenTheWindowOpens() {
     const auto controller = fixture->makeController();
-    UserNotification another = delivered().first();
+    UserNotification another = delivered().value(0);
     fixture->services.notificationCenter->deliverNotification(another);
     QCOMPARE(delivered().size(), 2);
     controller->showWindow();
@@ -133,7 +133,7 @@ void AnnouncementTest::leavesTheHostsNotificationsAlone() {
     controller->showWindow();
     QTRY_COMPARE(delivered().size(), 1);
     controller->exit();
-    QCOMPARE(delivered().first().title, QStringLiteral("The host's own"));
+    QCOMPARE(delivered().value(0).title, QStringLiteral("The host's own"));
 }
 
 void AnnouncementTest::showsEveryNotificationOfTheProcess() {
