@@ -37,6 +37,14 @@ void selectEntry(QComboBox &menu, quint64 setting, quint64 (Entry::*value)() con
     }
 }
 
+// Arrows bear no text: those who listen have a name instead, those who see a tool tip.
+void nameArrow(QAbstractButton *button, const QString &name) {
+    if (!button)
+        return;
+    button->setAccessibleName(name);
+    button->setToolTip(name);
+}
+
 }  // namespace
 
 QString OlvNewsWindowController::localized(const char *key) const {
@@ -78,10 +86,8 @@ void OlvNewsWindowController::initializeControls() {
         addEntry<Entry>(*_displayContentFrom, localized("SettingsDisplayContentAll"), 1);
         selectEntry(*_displayContentFrom, _configuration->newsFilter(), &Entry::newsFilter);
     }
-    if (_previousItem)
-        _previousItem->setAccessibleName(localized("NavigationAccessibilityTitlePrevious"));
-    if (_nextItem)
-        _nextItem->setAccessibleName(localized("NavigationAccessibilityTitleNext"));
+    nameArrow(_previousItem, localized("NavigationAccessibilityTitlePrevious"));
+    nameArrow(_nextItem, localized("NavigationAccessibilityTitleNext"));
     if (_optionsLabel)
         _optionsLabel->setText(localized("SettingsShowOptions"));
 }

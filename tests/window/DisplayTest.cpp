@@ -215,6 +215,8 @@ void DisplayTest::setsUpTheControls() {
              localized("NavigationAccessibilityTitlePrevious"));
     QCOMPARE(controller->nextItem()->accessibleName(),
              localized("NavigationAccessibilityTitleNext"));
+    QCOMPARE(controller->previousItem()->toolTip(), controller->previousItem()->accessibleName());
+    QCOMPARE(controller->nextItem()->toolTip(), controller->nextItem()->accessibleName());
     QCOMPARE(controller->optionsLabel()->text(), localized("SettingsShowOptions"));
 }
 
