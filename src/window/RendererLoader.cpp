@@ -1,6 +1,6 @@
 #include "RendererLoader.h"
 
-#include "EngineSandbox.h"
+#include "EngineStart.h"
 #include "ModuleBundle.h"
 #include "RendererPlugin.h"
 #include "TextNewsRenderer.h"
@@ -21,7 +21,7 @@ namespace {
 std::unique_ptr<NewsRenderer> webRenderer(QWidget *parent, const QString &pluginFolder) {
     const QString file = (pluginFolder.isNull() ? ModuleBundle::folder() : pluginFolder) +
                          QStringLiteral("/PelorinNewsWeb.so");
-    if (!QFileInfo::exists(file) || !canSandboxEngine() || !canShareGraphics())
+    if (!QFileInfo::exists(file) || !canStartEngine() || !canShareGraphics())
         return nullptr;
     QPluginLoader loader(file);
     auto *plugin = qobject_cast<RendererPlugin *>(loader.instance());

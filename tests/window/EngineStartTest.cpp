@@ -1,10 +1,12 @@
 // Whether a web engine can be started: the answer must be right before the engine is, since where
 // it cannot it ends the process.
 
-#include "EngineSandbox.h"
+#include "EngineStart.h"
 #include "TestMain.h"
 
+#include <QFile>
 #include <QProcess>
+#include <QTemporaryDir>
 
 #include <unistd.h>
 
@@ -51,35 +53,58 @@ bool kernelAllows(bool asNobody) {
 
 }  // namespace
 
-class EngineSandboxTest : public QObject {
+class EngineStartTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void isNotForTheAdministrator();
     void anyoneElseHasItWhereTheKernelAllows();
     void isNotNeededByWhoToldTheEngineSo();
+    void readsTheSwitchesOnlyWhereTheEngineDoes();
+    void needsTheEnginesFiles();
     void leavesNoProcessBehind();
 };
 
-void EngineSandboxTest::isNotForTheAdministrator() {
+void EngineStartTest::isNotForTheAdministrator() {
     if (::geteuid() != 0)
         QSKIP("Only the administrator can tell");
     QCOMPARE(asked({}), 1);
 }
 
-void EngineSandboxTest::anyoneElseHasItWhereTheKernelAllows() {
+void EngineStartTest::anyoneElseHasItWhereTheKernelAllows() {
     const bool administrator = ::geteuid() == 0;
     QCOMPARE(asked({}, administrator), kernelAllows(administrator) ? 0 : 1);
 }
 
-void EngineSandboxTest::isNotNeededByWhoToldTheEngineSo() {
+void EngineStartTest::isNotNeededByWhoToldTheEngineSo() {
     QCOMPARE(asked({QStringLiteral("QTWEBENGINE_DISABLE_SANDBOX=1")}), 0);
     QCOMPARE(asked({QStringLiteral("QTWEBENGINE_CHROMIUM_FLAGS=--disable-gpu --no-sandbox")}), 0);
-    QCOMPARE(asked({}, false, {QStringLiteral("--no-sandbox")}), 0);
+    const QStringList marked = {QStringLiteral("--webEngineArgs"), QStringLiteral("--no-sandbox")};
+    QCOMPARE(asked({}, false, marked), 0);
 }
 
-void EngineSandboxTest::leavesNoProcessBehind() {
-    static_cast<void>(canSandboxEngine());
+void EngineStartTest::readsTheSwitchesOnlyWhereTheEngineDoes() {
+    if (::geteuid() != 0)
+        QSKIP("Only the administrator has no sandbox for sure");
+    const QString sandbox = QStringLiteral("--no-sandbox");
+    const QString mark = QStringLiteral("--webEngineArgs");
+    QCOMPARE(asked({}, false, {sandbox}), 1);
+    QCOMPARE(asked({}, false, {sandbox, mark, QStringLiteral("--foo")}), 1);
+    QCOMPARE(asked({QStringLiteral("QTWEBENGINE_CHROMIUM_FLAGS=--disable-logging")}, false,
+                   {mark, sandbox}),
+             1);
+}
+
+void EngineStartTest::needsTheEnginesFiles() {
+    const QString without = QStringLiteral("QTWEBENGINE_DISABLE_SANDBOX=1");
+    QCOMPARE(asked({without, QStringLiteral("QTWEBENGINEPROCESS_PATH=/nonexistent")}), 1);
+    QCOMPARE(asked({without, QStringLiteral("QTWEBENGINE_RESOURCES_PATH=/nonexistent")}), 1);
+    QTemporaryDir folder;
+    QCOMPARE(asked({without, QStringLiteral("QTWEBENGINE_RESOURCES_PATH=") + folder.path()}), 1);
+}
+
+void EngineStartTest::leavesNoProcessBehind() {
+    static_cast<void>(canStartEngine());
     QFile children(QStringLiteral("/proc/thread-self/children"));
     QVERIFY(children.open(QFile::ReadOnly));
     QCOMPARE(children.readAll(), QByteArray());
@@ -89,8 +114,8 @@ int main(int argc, char *argv[]) {
     const pelorinnews::test::TestHome home;
     const QCoreApplication application(argc, argv);
     if (QCoreApplication::arguments().value(1) == QLatin1String("ask"))
-        return canSandboxEngine() ? 0 : 1;
-    EngineSandboxTest test;
+        return canStartEngine() ? 0 : 1;
+    EngineStartTest test;
     return QTest::qExec(&test, argc, argv);
 }
-#include "EngineSandboxTest.moc"
+#include "EngineStartTest.moc"

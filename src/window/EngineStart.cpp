@@ -1,0 +1,80 @@
+#include "EngineStart.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QLibraryInfo>
+
+#include <algorithm>
+#include <cerrno>
+#include <sched.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace pelorinnews {
+
+namespace {
+
+constexpr auto flagsVariable = "QTWEBENGINE_CHROMIUM_FLAGS";
+
+// The engine's own switches; the host decides about them, not this module. The engine reads them
+// from the command line only behind a mark, and not at all where the variable is set.
+bool isToldToDoWithoutSandbox() {
+    if (qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
+        return true;
+    QStringList switches;
+    if (qEnvironmentVariableIsSet(flagsVariable)) {
+        switches = qEnvironmentVariable(flagsVariable).split(QLatin1Char(' '));
+    } else {
+        const QStringList arguments = QCoreApplication::arguments();
+        const qsizetype mark = arguments.indexOf(QLatin1String("--webEngineArgs"));
+        if (mark >= 0)
+            switches = arguments.mid(mark + 1);
+    }
+    return switches.contains(QLatin1String("--no-sandbox"));
+}
+
+// Looked for in the order in which the engine does.
+bool isFound(const char *file, const char *variable, const QString &folder) {
+    if (qEnvironmentVariableIsSet(variable)) {
+        const QFileInfo stated(qEnvironmentVariable(variable));
+        return stated.isDir()
+                   ? QFileInfo::exists(stated.filePath() + QLatin1Char('/') + QLatin1String(file))
+                   : stated.exists();
+    }
+    const QStringList folders = {folder, QCoreApplication::applicationDirPath()};
+    return std::any_of(folders.begin(), folders.end(), [file](const QString &each) {
+        return QFileInfo::exists(each + QLatin1Char('/') + QLatin1String(file));
+    });
+}
+
+bool hasItsFiles() {
+    return isFound("QtWebEngineProcess", "QTWEBENGINEPROCESS_PATH",
+                   QLibraryInfo::path(QLibraryInfo::LibraryExecutablesPath)) &&
+           isFound("qtwebengine_resources.pak", "QTWEBENGINE_RESOURCES_PATH",
+                   QLibraryInfo::path(QLibraryInfo::DataPath) + QStringLiteral("/resources"));
+}
+
+// Tries what the engine will do. The child makes two calls to the kernel and ends, which is all
+// that the child of a process with threads may do, and its end sends no signal to the host.
+bool mayMakeNamespaces() {
+    const long child = ::syscall(SYS_clone, CLONE_NEWUSER, nullptr, nullptr, nullptr, 0L);
+    if (child == 0)
+        ::_exit(::unshare(CLONE_NEWPID) == 0 ? 0 : 1);
+    int status = -1;
+    while (child > 0 &&
+           ::waitpid(static_cast<pid_t>(child), &status, static_cast<int>(__WCLONE)) < 0) {
+        if (errno != EINTR)
+            return false;
+    }
+    return child > 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+}  // namespace
+
+bool canStartEngine() {
+    return hasItsFiles() &&
+           (isToldToDoWithoutSandbox() || (::geteuid() != 0 && mayMakeNamespaces()));
+}
+
+}  // namespace pelorinnews
