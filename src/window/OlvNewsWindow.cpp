@@ -33,10 +33,8 @@ bool OlvNewsWindow::performKeyEquivalent(const QKeyEvent &event) {
 }
 
 void OlvNewsWindow::makeKeyAndOrderFront() {
-    if (isMinimized())
-        showNormal();
-    else
-        show();
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
     raise();
     activateWindow();
 }

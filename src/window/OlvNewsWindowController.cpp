@@ -15,6 +15,7 @@
 #include <QScreen>
 #include <QTimerEvent>
 #include <QWindow>
+#include <QtMath>
 
 #include <mutex>
 
@@ -39,20 +40,50 @@ bool runsOnGuiThread() {
     return qobject_cast<QApplication *>(QCoreApplication::instance()) && MainQueue::isMainThread();
 }
 
+// Controllers that nobody holds any more and that wait for the main thread. A host lets go of its
+// panel after its event loop has ended, too, and then only the application's end comes to them.
+class Abandoned {
+public:
+    static Abandoned &instance() {
+        static Abandoned abandoned;
+        return abandoned;
+    }
+
+    void add(OlvNewsWindowController *controller) {
+        const std::scoped_lock lock(_mutex);
+        if (_controllers.isEmpty())
+            qAddPostRoutine([] { instance().destroyAll(); });
+        _controllers.append(controller);
+        controller->deleteLater();
+    }
+
+    void remove(OlvNewsWindowController *controller) {
+        const std::scoped_lock lock(_mutex);
+        _controllers.removeOne(controller);
+    }
+
+private:
+    void destroyAll() {
+        while (OlvNewsWindowController *const controller = next())
+            delete controller;
+    }
+
+    OlvNewsWindowController *next() {
+        const std::scoped_lock lock(_mutex);
+        return _controllers.isEmpty() ? nullptr : _controllers.takeLast();
+    }
+
+    std::mutex _mutex;
+    QList<OlvNewsWindowController *> _controllers;
+};
+
 // Later, on the main thread: the last reference may go on any thread, and in the middle of an event
 // of the controller's own window.
 void destroyOnMainThread(OlvNewsWindowController *controller) {
-    if (!QCoreApplication::instance()) {
+    if (QCoreApplication::instance())
+        Abandoned::instance().add(controller);
+    else
         delete controller;
-        return;
-    }
-    controller->deleteLater();
-    // A host lets go of its panel after its event loop has ended, too.
-    static std::once_flag once;
-    std::call_once(once, [] {
-        qAddPostRoutine(
-            [] { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); });
-    });
 }
 
 // A window must not outlive the application object, and a host may well end without `exit`.
@@ -85,6 +116,7 @@ OlvNewsWindowController::OlvNewsWindowController(QString windowNibName, WindowSe
     : _windowNibName(std::move(windowNibName)), _services(std::move(services)) {}
 
 OlvNewsWindowController::~OlvNewsWindowController() {
+    Abandoned::instance().remove(this);
     _optionsFold.reset();
     // A window that is still open closes while it is destroyed, which is no event of ours any more.
     if (_loadedWindow)
@@ -244,6 +276,8 @@ void OlvNewsWindowController::windowDidBecomeKey() {
     if (!std::exchange(shownOnce, true)) {
         enlargeOnFirstShow();
         onOptionsButton();
+    } else {
+        catchUpWithOptionsState();
     }
     refreshControls();
     removeNotification();
@@ -255,7 +289,7 @@ void OlvNewsWindowController::enlargeOnFirstShow() {
         return;
     const QRect frame = _loadedWindow->frameGeometry();
     const auto atLeast = [](int length, int screenLength) {
-        return qMax(length, qRound(static_cast<float>(screenLength / firstShowDivisor)));
+        return qMax(length, qCeil(static_cast<float>(screenLength / firstShowDivisor)));
     };
     const QSize size(atLeast(frame.width(), screen->geometry().width()),
                      atLeast(frame.height(), screen->geometry().height()));

@@ -134,6 +134,7 @@ private:
     void showOptionControls(bool visible);
     void optionsChanged(const QString &label);
     void adoptOptionsState();
+    void catchUpWithOptionsState();
     template <class... Arguments>
     void logMessage(std::int32_t level, QStringView format, const Arguments &...arguments) const;
 

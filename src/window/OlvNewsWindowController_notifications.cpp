@@ -39,10 +39,15 @@ void OlvNewsWindowController::userNotificationCenterDidActivateNotification(
     // no child process may find it later.
     const bool hasPermission = !notification.activationToken.isEmpty() &&
                                QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    const std::optional<QByteArray> before = qEnvironmentVariableIsSet(activationVariable)
+                                                 ? std::optional(qgetenv(activationVariable))
+                                                 : std::nullopt;
     if (hasPermission)
         qputenv(activationVariable, notification.activationToken.toUtf8());
     showWindow();
-    if (hasPermission)
+    if (hasPermission && before)
+        qputenv(activationVariable, *before);
+    else if (hasPermission)
         qunsetenv(activationVariable);
     removeNotification();
 }

@@ -52,8 +52,8 @@ void OlvNewsWindowController::onDisplayContentFromChanged() {
 }
 
 void OlvNewsWindowController::onShowOnStartChanged() {
-    const auto *box = qobject_cast<const QCheckBox *>(_showOnStart);
-    _configuration->setShowOnStart(box && box->checkState() == Qt::Checked);
+    if (const auto *box = qobject_cast<const QCheckBox *>(_showOnStart))
+        _configuration->setShowOnStart(box->checkState() == Qt::Checked);
 }
 
 void OlvNewsWindowController::showOptionControls(bool visible) {
@@ -88,6 +88,11 @@ void OlvNewsWindowController::onOptionsButton() {
     _optionsFold->complete();
     showOptionControls(false);
     _optionsFold->start(false, [this] { optionsChanged(localized("SettingsShowOptions")); });
+}
+
+void OlvNewsWindowController::catchUpWithOptionsState() {
+    if (_optionsFold && _optionsFold->isOpen() != optionsAreOpen)
+        adoptOptionsState();
 }
 
 void OlvNewsWindowController::adoptOptionsState() {

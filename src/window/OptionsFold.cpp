@@ -34,15 +34,13 @@ OptionsFold::~OptionsFold() {
 void OptionsFold::start(bool open, std::function<void()> whenFinished) {
     complete();
     _finished = std::move(whenFinished);
-    _opening = open;
     _running = true;
-    if (!_window || !_optionsArea) {
-        finish();
-        return;
-    }
-    if (_window->isMaximized() || _window->isFullScreen()) {
-        // Its edges are the desktop's; the content gives and takes the room instead.
-        _animation.setEndValue(_window->height());
+    const bool changes = std::exchange(_open, open) != open;
+    // The edges of a maximized window are the desktop's; there the content gives and takes the
+    // room.
+    if (!changes || !_window || !_optionsArea || _window->isMaximized() ||
+        _window->isFullScreen()) {
+        _animation.setEndValue(_window ? _window->height() : 0);
         finish();
         return;
     }
@@ -70,6 +68,7 @@ void OptionsFold::complete() {
 }
 
 void OptionsFold::setLaidOut(bool open) {
+    _open = open;
     if (!_optionsArea)
         return;
     _optionsArea->setVisible(open);
@@ -82,12 +81,12 @@ void OptionsFold::finish() {
     _animation.stop();
     if (_window && _optionsArea) {
         _window->resize(_window->width(), _animation.endValue().toInt());
-        setLaidOut(_opening);
+        setLaidOut(_open);
         if (_content) {
             _content->setMinimumHeight(0);
             _content->setMaximumHeight(QWIDGETSIZE_MAX);
         }
-        _window->setMinimumHeight(_foldedMinimum + (_opening ? foldHeight : 0));
+        _window->setMinimumHeight(_foldedMinimum + (_open ? foldHeight : 0));
     }
     if (const auto done = std::exchange(_finished, nullptr))
         done();

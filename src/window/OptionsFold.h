@@ -27,7 +27,11 @@ public:
     OptionsFold(QWidget *window, QWidget *content, QWidget *optionsArea);
     ~OptionsFold() override;
 
-    /// Grows (`open`) or shrinks the window, then calls `finished` once.
+    /// Whether the area is open, or about to be. It is at first.
+    [[nodiscard]] bool isOpen() const { return _open; }
+
+    /// Grows (`open`) or shrinks the window, then calls `finished` once; that alone where the area
+    /// is so already.
     void start(bool open, std::function<void()> finished);
 
     /// Brings a running change to its end at once.
@@ -46,7 +50,7 @@ private:
     int _foldedMinimum;
     QVariantAnimation _animation;
     std::function<void()> _finished;
-    bool _opening = false;
+    bool _open = true;
     bool _running = false;
 };
 

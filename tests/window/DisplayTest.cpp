@@ -54,6 +54,8 @@ private Q_SLOTS:
     void showsThePlaceholderUntilTheFirstItem();
     void setsUpTheControls();
     void filterChangesStartAgainAtTheFirstItem();
+    void agesCountToTheSecondAndChoicesReplaceEachOther();
+    void aSecondWindowTakesOverTheOptionsAsTheyAre();
     void anUnknownFilterSelectsNothingAndFiltersAsAll();
     void storesShowOnStartOnlyForAFullCheck();
     void assistiveTechnologiesToggleWithTheSameEffect();
@@ -236,6 +238,51 @@ void DisplayTest::filterChangesStartAgainAtTheFirstItem() {
     Q_EMIT controller->displayContentFrom()->activated(2);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 4"));
     QCOMPARE(OlvNewsConfiguration().newsFilter(), 1U);
+}
+
+void DisplayTest::agesCountToTheSecondAndChoicesReplaceEachOther() {
+    auto items = WindowFixture::items(2);
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    items[0].date = now.addDays(-30).addSecs(600);
+    items[1].date = now.addDays(-30).addSecs(-600);
+    fixture->prefer(QStringLiteral("newsLastViewing"), now);
+    fixture->prefer(QStringLiteral("newsFilter"), 3);
+    const auto controller = shown(items);
+    const auto countAfterChoosing = [&controller](int row) {
+        controller->displayContentFrom()->setCurrentIndex(row);
+        Q_EMIT controller->displayContentFrom()->activated(row);
+        return controller->newsCache().count();
+    };
+    constexpr int unread = 0;
+    constexpr int recent = 1;
+    constexpr int all = 2;
+    QCOMPARE(controller->newsCache().count(), 0U);
+    QCOMPARE(countAfterChoosing(recent), 1U);
+    QCOMPARE(controller->newsCache().itemAtIndex(0)->title(), items[0].title);
+    QCOMPARE(countAfterChoosing(unread), 0U);
+    QCOMPARE(countAfterChoosing(all), 2U);
+    QCOMPARE(countAfterChoosing(recent), 1U);
+}
+
+void DisplayTest::aSecondWindowTakesOverTheOptionsAsTheyAre() {
+    const auto first = shown(WindowFixture::items(2));
+    QTRY_VERIFY(first->displayContentFrom()->isHidden());
+    first->onOptionsButton();
+    QTRY_COMPARE(first->optionsLabel()->text(), localized("SettingsHideOptions"));
+    const auto second = fixture->makeController();
+    QVERIFY(second->window());
+    QCOMPARE(second->optionsLabel()->text(), localized("SettingsHideOptions"));
+    QCOMPARE(second->optionsButton()->accessibleName(), localized("SettingsHideOptions"));
+    QVERIFY(second->optionsButton()->isChecked());
+    QVERIFY(!second->displayContentFrom()->isHidden());
+
+    // Also when they changed between its loading and its opening.
+    first->onOptionsButton();
+    QTRY_COMPARE(first->optionsLabel()->text(), localized("SettingsShowOptions"));
+    second->showWindow();
+    QTRY_COMPARE(second->optionsLabel()->text(), localized("SettingsShowOptions"));
+    QVERIFY(second->displayContentFrom()->isHidden());
+    QVERIFY(!second->optionsButton()->isChecked());
 }
 
 void DisplayTest::anUnknownFilterSelectsNothingAndFiltersAsAll() {

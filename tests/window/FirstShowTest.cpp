@@ -1,6 +1,7 @@
 // The first showing in the process, which sizes the window and folds its options away; a process
 // has only one, so this executable has but one test of it.
 
+#include "OlvLocalization.h"
 #include "TestMain.h"
 #include "WindowFixture.h"
 
@@ -85,6 +86,11 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
                                    static_cast<QWidget *>(controller->displayContentFrom()),
                                    static_cast<QWidget *>(controller->displayContentFromLabel())})
         QVERIFY(control->isHidden());
+    OlvLocalization texts;
+    texts.setBundle(QStringLiteral(PELORIN_APP_DIR "/share/pelorin-news"));
+    texts.setTable(QStringLiteral("Localizable"));
+    QCOMPARE(controller->optionsLabel()->text(),
+             texts.stringForKey(QStringLiteral("SettingsShowOptions")));
 
     // Neither a second opening nor a second controller does it again.
     window->performClose();

@@ -11,6 +11,34 @@
 using namespace pelorinnews;
 using namespace pelorinnews::test;
 
+namespace {
+
+// The keys that come as far as a control with the focus.
+class KeysSeen : public QObject {
+public:
+    explicit KeysSeen(QWidget &control) {
+        control.setFocus();
+        control.installEventFilter(this);
+    }
+
+    [[nodiscard]] QList<int> keys() const { return _keys; }
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override {
+        if (event->type() != QEvent::KeyPress)
+            return false;
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        if (key != Qt::Key_Control && key != Qt::Key_Shift && key != Qt::Key_Alt)
+            _keys.append(key);
+        return false;
+    }
+
+private:
+    QList<int> _keys;
+};
+
+}  // namespace
+
 class KeysTest : public QObject {
     Q_OBJECT
 
@@ -24,6 +52,7 @@ private Q_SLOTS:
     void copiesTheWholeItemAsRichTextOnly();
     void copiesTheValueWhereThePageIsNoDocument();
     void passesTheKeyOnWhenThereIsNothingToCopy();
+    void otherKeysReachTheControl();
     void leavesEscapeToAnOpenMenu();
     void winsOverAShortcutOfTheHost();
 
@@ -118,8 +147,19 @@ void KeysTest::passesTheKeyOnWhenThereIsNothingToCopy() {
                                                              AccessibilityAttribute::Value);
     QKeyEvent event(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier);
     QVERIFY(!controller->webView()->performKeyEquivalent(event));
+    const KeysSeen seen(*controller->optionsButton());
     press(Qt::Key_C, Qt::ControlModifier);
     QVERIFY(QGuiApplication::clipboard()->text().isEmpty());
+    QCOMPARE(seen.keys(), QList<int>{Qt::Key_C});
+}
+
+void KeysTest::otherKeysReachTheControl() {
+    const KeysSeen seen(*controller->optionsButton());
+    press(Qt::Key_C, Qt::ControlModifier);
+    press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+    press(Qt::Key_W, {});
+    press(Qt::Key_Escape, Qt::AltModifier);
+    QCOMPARE(seen.keys(), (QList<int>{Qt::Key_C, Qt::Key_W, Qt::Key_Escape}));
 }
 
 void KeysTest::leavesEscapeToAnOpenMenu() {

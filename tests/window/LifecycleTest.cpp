@@ -55,6 +55,7 @@ private Q_SLOTS:
     void opensWhenThereAreNewItemsInTheUsersLanguage();
     void staysClosedWhenTheFeedIsInAnotherLanguage();
     void staysClosedWithoutAFeedLanguage();
+    void staysClosedWithoutAConfiguredLanguage();
     void staysClosedWhenNothingIsNew();
     void opensWithItemsFromTheLocalFileWhenTheServiceFails();
     void neverOpensByItselfWithShowOnStartOff();
@@ -98,6 +99,16 @@ void LifecycleTest::staysClosedWithoutAFeedLanguage() {
     fixture->serve(WindowFixture::items(3), QString());
     const auto controller = fixture->makeController();
     QCOMPARE(controller->newsCache().unfilteredCount(), 3U);
+    QVERIFY(!isShown());
+}
+
+void LifecycleTest::staysClosedWithoutAConfiguredLanguage() {
+    fixture->prefer(QStringLiteral("newsFeedLocale"), QString(QLatin1String("")));
+    QFile::copy(fixture->feedFile(QStringLiteral("standard.en.xml")),
+                fixture->feedFile(QStringLiteral("standard..xml")));
+    const auto controller = fixture->makeController();
+    QCOMPARE(controller->newsCache().unfilteredCount(), 5U);
+    QCOMPARE(controller->newsCache().retrievedLocale(), QStringLiteral("en"));
     QVERIFY(!isShown());
 }
 
@@ -245,6 +256,12 @@ void LifecycleTest::showsAMinimisedWindowAgain() {
     controller->window()->showMinimized();
     controller->showWindow();
     QVERIFY(!controller->window()->isMinimized());
+    QVERIFY(!controller->window()->isMaximized());
+    controller->window()->showMaximized();
+    controller->window()->setWindowState(Qt::WindowMaximized | Qt::WindowMinimized);
+    controller->showWindow();
+    QVERIFY(!controller->window()->isMinimized());
+    QVERIFY(controller->window()->isMaximized());
 }
 
 void LifecycleTest::closingDoesNotEndTheHost() {

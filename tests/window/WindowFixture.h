@@ -57,6 +57,8 @@ public:
     [[nodiscard]] QString applications() const { return _applications.path(); }
 
     FeedServer &server() { return *_server; }
+    /// The path of a file that the service answers with.
+    [[nodiscard]] QString feedFile(const QString &name) const { return _feeds.filePath(name); }
 
 private:
     QTemporaryDir _feeds;
