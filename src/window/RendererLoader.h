@@ -18,7 +18,7 @@ namespace pelorinnews::RendererLoader {
 [[nodiscard]] std::unique_ptr<NewsRenderer> createRenderer(QWidget *parent,
                                                            const QString &pluginFolder = {});
 
-/// Whether a web engine could be started here at all. Decided before anything of it is loaded,
+/// Whether a web engine would find graphics here. Decided before anything of it is loaded,
 /// since an engine that starts without a shared OpenGL context ends the process. May make such a
 /// context, once for the process, where the host made none and the display can give one.
 [[nodiscard]] bool canShareGraphics();
