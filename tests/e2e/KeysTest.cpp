@@ -115,7 +115,7 @@ void KeysTest::modifiersThatDoNotBelongMakeAnotherKey() {
 void KeysTest::capsLockMakesNoDifference() {
     panel->clickIntoThePage();
     panel->press("Caps_Lock");
-    const bool copied = copies("c");
+    const bool copied = copies(placeOfC);
     panel->press("Escape");
     Screen::press(QStringLiteral("Caps_Lock"));
     QVERIFY(copied);
