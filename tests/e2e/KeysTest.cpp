@@ -3,6 +3,8 @@
 #include "PanelTestMain.h"
 #include "Program.h"
 
+#include <QFile>
+
 using namespace pelorinnews::test;
 
 class KeysTest : public QObject {
@@ -17,6 +19,7 @@ private Q_SLOTS:
     void modifiersThatDoNotBelongMakeAnotherKey();
     void capsLockMakesNoDifference();
     void escapeClosesAnOpenListFirst();
+    void keysOfNoUseEndInThePage();
 
 private:
     // Where they are on the keyboard.
@@ -134,6 +137,27 @@ void KeysTest::escapeClosesAnOpenListFirst() {
     QCOMPARE(panel->focus(), QStringLiteral("combo box All"));
     Screen::press(QStringLiteral("Escape"));
     QTRY_VERIFY(!panel->isOpen());
+}
+
+void KeysTest::keysOfNoUseEndInThePage() {
+    panel->clickIntoThePage();
+    for (const char *key : {"x", "F7", "ctrl+j"})
+        panel->press(key);
+    // Were one handed back and forth between page and window, that would take all the time there
+    // is: two seconds have 200 ticks of the kernel's.
+    const auto ticks = [this] {
+        QFile file(QStringLiteral("/proc/%1/stat").arg(panel->desktop.hostProcess()));
+        if (!file.open(QFile::ReadOnly))
+            return -1000;
+        const QList<QByteArray> fields = file.readAll().split(' ');
+        return fields.value(13).toInt() + fields.value(14).toInt();
+    };
+    const auto isAtRest = [&ticks] {
+        const int before = ticks();
+        QTest::qWait(2000);
+        return ticks() - before < 40;
+    };
+    QTRY_VERIFY(isAtRest());
 }
 
 PELORIN_PANEL_TEST_MAIN(KeysTest)
