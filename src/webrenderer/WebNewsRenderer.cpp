@@ -3,13 +3,47 @@
 #include "ItemPage.h"
 #include "ItemSchemeHandler.h"
 
+#include <QChildEvent>
+#include <QQuickWidget>
+#include <QQuickWindow>
+#include <QVBoxLayout>
 #include <QWebEngineDownloadRequest>
 #include <QWebEngineProfile>
 #include <QWebEngineSettings>
 
 namespace pelorinnews {
 
-WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _view(new QWebEngineView(parent)) {
+namespace {
+
+// What the engine makes to paint its pages on takes no keyboard focus and is no window of its own
+// to accessibility clients. Keys that a page had no use for come here, and end here.
+class Surround final : public QWidget {
+public:
+    using QWidget::QWidget;
+
+    bool eventFilter(QObject *, QEvent *event) override {
+        if (event->type() != QEvent::ChildAdded)
+            return false;
+        auto *made = qobject_cast<QQuickWidget *>(static_cast<QChildEvent *>(event)->child());
+        if (made) {
+            made->setFocusPolicy(Qt::NoFocus);
+            made->quickWindow()->setFlags(Qt::Desktop);
+        }
+        return false;
+    }
+
+protected:
+    void keyPressEvent(QKeyEvent *) override {}
+    void keyReleaseEvent(QKeyEvent *) override {}
+};
+
+}  // namespace
+
+WebNewsRenderer::WebNewsRenderer(QWidget *parent)
+    : _surround(new Surround(parent)), _view(new QWebEngineView(_surround)) {
+    auto *layout = new QVBoxLayout(_surround);
+    layout->setContentsMargins({});
+    layout->addWidget(_view);
     // Without a name a profile keeps nothing on disk. It must outlive its page, hence the order of
     // the deletions below.
     auto *profile = new QWebEngineProfile(_view);
@@ -22,13 +56,15 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _view(new QWebEngineView(par
     profile->installUrlSchemeHandler(ItemSchemeHandler::scheme(), _handler);
     _page = new ItemPage(profile, profile);
     _page->setBackgroundColor(Qt::white);
+    _view->setFocusPolicy(Qt::NoFocus);
+    _view->installEventFilter(_surround);
     _view->setPage(_page);
     _view->setContextMenuPolicy(Qt::NoContextMenu);
 }
 
 WebNewsRenderer::~WebNewsRenderer() {
     delete _page;
-    delete _view;
+    delete _surround;
 }
 
 void WebNewsRenderer::loadHtmlString(const QString &html) {

@@ -16,12 +16,16 @@ public:
     explicit WebNewsRenderer(QWidget *parent);
     ~WebNewsRenderer() override;
 
-    [[nodiscard]] QWidget *widget() const override { return _view; }
+    [[nodiscard]] QWidget *widget() const override { return _surround; }
+    [[nodiscard]] QWidget *inputWidget() const override {
+        return _view ? _view->focusProxy() : nullptr;
+    }
     void loadHtmlString(const QString &html) override;
     void setStandardFontFamily(const QString &family) override;
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) override;
 
 private:
+    QPointer<QWidget> _surround;
     QPointer<QWebEngineView> _view;
     QPointer<ItemPage> _page;
     ItemSchemeHandler *_handler = nullptr;

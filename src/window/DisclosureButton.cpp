@@ -1,11 +1,14 @@
 #include "DisclosureButton.h"
 
+#include "WindowAccessibles.h"
+
 #include <QEvent>
 #include <QSignalBlocker>
 
 namespace pelorinnews {
 
 DisclosureButton::DisclosureButton(QWidget *parent) : QToolButton(parent) {
+    WindowAccessibles::install();
     setCheckable(true);
     setAutoRaise(true);
     connect(this, &QToolButton::toggled, this, &DisclosureButton::updateArrow);

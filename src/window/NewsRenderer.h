@@ -44,8 +44,13 @@ public:
     NewsRenderer(const NewsRenderer &) = delete;
     NewsRenderer &operator=(const NewsRenderer &) = delete;
 
-    /// The widget that shows the page; owned by the parent given at creation.
+    /// The widget that shows the page; owned by the parent given at creation. Nothing in it takes
+    /// the keyboard focus, which stays with the view around it.
     [[nodiscard]] virtual QWidget *widget() const = 0;
+
+    /// What the view hands keys, text of input methods and the news of its own focus to. May be
+    /// absent, and another one for the next page.
+    [[nodiscard]] virtual QWidget *inputWidget() const = 0;
 
     /// Shows `html`, of any size, in place of the page before; null and empty give an empty page.
     virtual void loadHtmlString(const QString &html) = 0;

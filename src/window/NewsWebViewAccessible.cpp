@@ -1,31 +1,12 @@
 #include "NewsWebViewAccessible.h"
 
 #include "OlvNewsWebView.h"
-
-#include <QApplication>
+#include "WindowAccessibles.h"
 
 namespace pelorinnews {
 
-namespace {
-
-QAccessibleInterface *accessibleFor(const QString &className, QObject *object) {
-    if (className != QLatin1String(OlvNewsWebView::staticMetaObject.className()))
-        return nullptr;
-    return new NewsWebViewAccessible(static_cast<OlvNewsWebView *>(object));
-}
-
-}  // namespace
-
 NewsWebViewAccessible::NewsWebViewAccessible(OlvNewsWebView *view)
     : QAccessibleWidget(view, QAccessible::StaticText) {}
-
-void NewsWebViewAccessible::installFactory() {
-    static const bool installed = [] {
-        QAccessible::installFactory(accessibleFor);
-        return true;
-    }();
-    Q_UNUSED(installed)
-}
 
 void NewsWebViewAccessible::announceValue(OlvNewsWebView *view, const QString &before) {
     if (!QAccessible::isActive())
@@ -35,22 +16,7 @@ void NewsWebViewAccessible::announceValue(OlvNewsWebView *view, const QString &b
     QAccessible::updateAccessibility(&name);
     QAccessibleTextUpdateEvent update(view, 0, before, now);
     QAccessible::updateAccessibility(&update);
-
-    // The desktop's screen reader speaks neither of the two for a text. It does speak an object
-    // that it has not met and that has the focus.
-    const QWidget *focused = QApplication::focusWidget();
-    if (!focused || (focused != view && !view->isAncestorOf(focused)))
-        return;
-    // Later, since a client that sets the value is being served by the very object that goes.
-    QMetaObject::invokeMethod(
-        view,
-        [view] {
-            if (QAccessibleInterface *known = QAccessible::queryAccessibleInterface(view))
-                QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(known));
-            QAccessibleEvent focus(view, QAccessible::Focus);
-            QAccessible::updateAccessibility(&focus);
-        },
-        Qt::QueuedConnection);
+    WindowAccessibles::speakAgain(view);
 }
 
 OlvNewsWebView *NewsWebViewAccessible::view() const {
@@ -74,10 +40,6 @@ void NewsWebViewAccessible::setText(QAccessible::Text which, const QString &text
 
 QAccessible::State NewsWebViewAccessible::state() const {
     QAccessible::State state = QAccessibleWidget::state();
-    state.focusable = true;
-    state.focused =
-        QApplication::focusWidget() && (view() == QApplication::focusWidget() ||
-                                        view()->isAncestorOf(QApplication::focusWidget()));
     state.multiLine = true;
     state.editable = false;
     return state;

@@ -15,9 +15,6 @@ class NewsWebViewAccessible final : public QAccessibleWidget,
 public:
     explicit NewsWebViewAccessible(OlvNewsWebView *view);
 
-    /// Makes accessibility clients meet this class for every content view. Once for the process.
-    static void installFactory();
-
     /// Tells clients that the view's value changed from `before`, also when it is the same again.
     static void announceValue(OlvNewsWebView *view, const QString &before);
 

@@ -5,6 +5,7 @@
 #include "RendererLoader.h"
 #include "RichTextMimeData.h"
 #include "RichTextWriter.h"
+#include "WindowAccessibles.h"
 
 #include <QAccessible>
 #include <QClipboard>
@@ -14,8 +15,9 @@
 namespace pelorinnews {
 
 OlvNewsWebView::OlvNewsWebView(QWidget *parent) : QWidget(parent) {
-    NewsWebViewAccessible::installFactory();
+    WindowAccessibles::install();
     setFocusPolicy(Qt::StrongFocus);
+    setAttribute(Qt::WA_InputMethodEnabled);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
 }
 
@@ -27,7 +29,6 @@ NewsRenderer &OlvNewsWebView::ensureRenderer() {
         QWidget *painted = _renderer->widget();
         painted->setGeometry(rect());
         painted->show();
-        setFocusProxy(painted);
     }
     return *_renderer;
 }
@@ -88,6 +89,39 @@ bool OlvNewsWebView::copyValue() const {
         return false;
     QGuiApplication::clipboard()->setText(_value);
     return true;
+}
+
+QWidget *OlvNewsWebView::inputWidget() const {
+    return _renderer ? _renderer->inputWidget() : nullptr;
+}
+
+// Were the focus the renderer's, assistive technologies would be told of an object inside it
+// instead of the view.
+bool OlvNewsWebView::event(QEvent *event) {
+    switch (event->type()) {
+        case QEvent::FocusIn:
+        case QEvent::FocusOut:
+            if (QObject *page = inputWidget())
+                page->event(event);
+            break;
+        case QEvent::InputMethod:
+        case QEvent::ShortcutOverride:
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+            if (QObject *page = inputWidget())
+                return page->event(event);
+            break;
+        default:
+            break;
+    }
+    return QWidget::event(event);
+}
+
+QVariant OlvNewsWebView::inputMethodQuery(Qt::InputMethodQuery query) const {
+    const QWidget *page = inputWidget();
+    if (!page || query == Qt::ImEnabled)
+        return page && page->testAttribute(Qt::WA_InputMethodEnabled);
+    return page->inputMethodQuery(query);
 }
 
 void OlvNewsWebView::resizeEvent(QResizeEvent *event) {

@@ -17,8 +17,8 @@ enum class AccessibilityAttribute { Value, Role, Title, Other };
 /// static text whose value the window controller sets.
 ///
 /// It owns the keyboard focus, the accessibility value and the copy; a renderer inside paints the
-/// page. The renderer is made when the first page is loaded or its font is set, so that a view
-/// that is never shown costs nothing. Main thread only.
+/// page and is handed the keys. The renderer is made when the first page is loaded or its font is
+/// set, so that a view that is never shown costs nothing. Main thread only.
 class OlvNewsWebView final : public QWidget {
     Q_OBJECT
 
@@ -51,11 +51,15 @@ public:
     /// Handles Command-C by copying the whole item; says whether the event was handled.
     bool performKeyEquivalent(const QKeyEvent &event);
 
+    [[nodiscard]] QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;
+
 protected:
+    bool event(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:
     NewsRenderer &ensureRenderer();
+    [[nodiscard]] QWidget *inputWidget() const;
     [[nodiscard]] bool copyAsRichText() const;
     [[nodiscard]] bool copyValue() const;
 

@@ -2,6 +2,7 @@
 
 #include "KeyEquivalent.h"
 #include "OlvNewsWebView.h"
+#include "WindowAccessibles.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -22,6 +23,7 @@ bool isOurs(const QKeyEvent &event) {
 }  // namespace
 
 OlvNewsWindow::OlvNewsWindow(QWidget *parent) : QWidget(parent, Qt::Window) {
+    WindowAccessibles::install();
     setAttribute(Qt::WA_QuitOnClose, false);
 }
 

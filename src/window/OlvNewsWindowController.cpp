@@ -224,8 +224,13 @@ void OlvNewsWindowController::windowDidLoad() {
 }
 
 void OlvNewsWindowController::showWindow() {
-    if (OlvNewsWindow *shown = window())
-        shown->makeKeyAndOrderFront();
+    OlvNewsWindow *shown = window();
+    if (!shown)
+        return;
+    // The desktop may have answered to an earlier step of its folding after it was closed.
+    if (shown->isHidden() && _closedSize.isValid())
+        shown->resize(_closedSize);
+    shown->makeKeyAndOrderFront();
 }
 
 bool OlvNewsWindowController::eventFilter(QObject *watched, QEvent *event) {
@@ -303,6 +308,8 @@ void OlvNewsWindowController::windowWillClose() {
     _exposeTimer.stop();
     if (_optionsFold)
         _optionsFold->complete();
+    if (_loadedWindow && !_loadedWindow->isMaximized() && !_loadedWindow->isFullScreen())
+        _closedSize = _loadedWindow->size();
     _windowIsVisible = false;
     // Reading an item marks it as viewed: whatever stood in the list when the window closed was
     // there to be seen.

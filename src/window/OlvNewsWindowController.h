@@ -145,6 +145,8 @@ private:
     quint64 _currentIndex = 0;
     bool _refreshOnClose = false;
     bool _windowIsVisible = false;
+    /// What the window measured when it was last closed.
+    QSize _closedSize;
     GuardedSlot<std::shared_ptr<OlvLogger>> _logger;
     std::shared_ptr<OlvPelorinFinder> _plFinder;
 

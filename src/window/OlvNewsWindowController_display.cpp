@@ -6,6 +6,7 @@
 #include "OlvNewsTypeFilterMenuItem.h"
 #include "OlvNewsWindowController.h"
 
+#include <QAbstractItemView>
 #include <QDesktopServices>
 #include <QSignalBlocker>
 #include <QStandardItemModel>
@@ -21,6 +22,11 @@ template <class Entry>
 void addEntry(QComboBox &menu, const QString &title, quint64 value) {
     if (auto *entries = qobject_cast<QStandardItemModel *>(menu.model()))
         entries->appendRow(new Entry(title, value));
+}
+
+// What the list of a menu is called while it is open: as the label beside the menu.
+void nameList(QComboBox &menu, QString label) {
+    menu.view()->setAccessibleName(label.remove(QLatin1Char('&')));
 }
 
 // Selects the first entry that carries `setting`; without one nothing is selected.
@@ -72,6 +78,7 @@ void OlvNewsWindowController::initializeControls() {
     if (_displayContentTypeLabel)
         _displayContentTypeLabel->setText(localized("SettingsDisplayContentTypeLabel"));
     if (_displayContentType) {
+        nameList(*_displayContentType, localized("SettingsDisplayContentTypeLabel"));
         using Entry = OlvNewsTypeFilterMenuItem;
         addEntry<Entry>(*_displayContentType, localized("SettingsDisplayContentTypeAll"), 1);
         addEntry<Entry>(*_displayContentType, localized("SettingsDisplayContentTypeCritical"), 2);
@@ -80,6 +87,7 @@ void OlvNewsWindowController::initializeControls() {
     if (_displayContentFromLabel)
         _displayContentFromLabel->setText(localized("SettingsDisplayContentFromLabel"));
     if (_displayContentFrom) {
+        nameList(*_displayContentFrom, localized("SettingsDisplayContentFromLabel"));
         using Entry = OlvNewsFilterMenuItem;
         addEntry<Entry>(*_displayContentFrom, localized("SettingsDisplayContentUnread"), 3);
         addEntry<Entry>(*_displayContentFrom, localized("SettingsDisplayContentRecent"), 2);
@@ -88,8 +96,13 @@ void OlvNewsWindowController::initializeControls() {
     }
     nameArrow(_previousItem, localized("NavigationAccessibilityTitlePrevious"));
     nameArrow(_nextItem, localized("NavigationAccessibilityTitleNext"));
-    if (_optionsLabel)
+    if (_optionsLabel) {
+        // As wide as either of its texts, so that nothing beside it moves when they change.
+        _optionsLabel->setText(localized("SettingsHideOptions"));
+        const int width = _optionsLabel->sizeHint().width();
         _optionsLabel->setText(localized("SettingsShowOptions"));
+        _optionsLabel->setMinimumWidth(qMax(width, _optionsLabel->sizeHint().width()));
+    }
 }
 
 QString OlvNewsWindowController::statusKey() const {

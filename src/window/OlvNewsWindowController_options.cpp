@@ -4,6 +4,7 @@
 #include "OlvNewsFilterMenuItem.h"
 #include "OlvNewsTypeFilterMenuItem.h"
 #include "OlvNewsWindowController.h"
+#include "WindowAccessibles.h"
 
 #include <QCheckBox>
 #include <QStandardItemModel>
@@ -69,8 +70,10 @@ void OlvNewsWindowController::showOptionControls(bool visible) {
 void OlvNewsWindowController::optionsChanged(const QString &label) {
     if (_optionsLabel)
         _optionsLabel->setText(label);
-    if (_optionsButton)
+    if (_optionsButton) {
         _optionsButton->setAccessibleName(label);
+        WindowAccessibles::speakAgain(_optionsButton);
+    }
 }
 
 void OlvNewsWindowController::onOptionsButton() {

@@ -21,6 +21,7 @@ constexpr qsizetype mostPlainCharacters = 10'000;
 }  // namespace
 
 TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
+    setFocusPolicy(Qt::NoFocus);
     setFrameShape(QFrame::NoFrame);
     setOpenLinks(false);
     setUndoRedoEnabled(false);

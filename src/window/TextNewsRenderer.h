@@ -14,6 +14,7 @@ public:
     explicit TextNewsRenderer(QWidget *parent);
 
     [[nodiscard]] QWidget *widget() const override { return const_cast<TextNewsRenderer *>(this); }
+    [[nodiscard]] QWidget *inputWidget() const override { return widget(); }
     void loadHtmlString(const QString &html) override;
     void setStandardFontFamily(const QString &family) override;
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) override { _policy = delegate; }

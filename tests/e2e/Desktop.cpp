@@ -1,5 +1,8 @@
 #include "Desktop.h"
 
+#include "Assistive.h"
+#include "Program.h"
+
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
@@ -57,11 +60,11 @@ Desktop::Desktop() {
                              {QStringLiteral("-conf"), path(QStringLiteral("dunstrc"))});
     // Asking the daemon itself would have the bus start another one, which knows no display.
     const auto answers = [] {
-        return output(QStringLiteral("dbus-send"),
-                      {QStringLiteral("--session"), QStringLiteral("--print-reply=literal"),
-                       QStringLiteral("--dest=org.freedesktop.DBus"), QStringLiteral("/"),
-                       QStringLiteral("org.freedesktop.DBus.NameHasOwner"),
-                       QStringLiteral("string:org.freedesktop.Notifications")})
+        return outputOf(QStringLiteral("dbus-send"),
+                        {QStringLiteral("--session"), QStringLiteral("--print-reply=literal"),
+                         QStringLiteral("--dest=org.freedesktop.DBus"), QStringLiteral("/"),
+                         QStringLiteral("org.freedesktop.DBus.NameHasOwner"),
+                         QStringLiteral("string:org.freedesktop.Notifications")})
             .endsWith("true");
     };
     if (!QTest::qWaitFor(answers, patience))
@@ -76,7 +79,7 @@ Desktop::Desktop() {
     prefer(QStringLiteral("newsFeedBaseURL"), feedAddress);
     prefer(QStringLiteral("newsFeedLocale"), QStringLiteral("en"));
     // Starts the accessibility bus, which the host looks for but once.
-    output(QStringLiteral(PELORIN_TEST_DATA "/read-window"), {QStringLiteral("0")});
+    static_cast<void>(Assistive::tree(0));
 }
 
 Desktop::~Desktop() {
@@ -91,9 +94,9 @@ void Desktop::serve(const QList<FeedEntry> &entries) const {
         const QString date = QLocale::c().toString(
             entry.date.toUTC(), QStringLiteral("ddd, dd MMM yyyy HH:mm:ss '+0000'"));
         text += "<item><title>" + entry.title.toUtf8() + "</title><pubDate>" + date.toUtf8() +
-                "</pubDate><category>mac pelorin</category><comments>" + entry.plainText.toUtf8() +
-                "</comments><description><![CDATA[" + entry.html.toUtf8() +
-                "]]></description></item>";
+                "</pubDate><category>" + entry.category.toUtf8() + "</category><comments>" +
+                entry.plainText.toUtf8() + "</comments><description><![CDATA[" +
+                entry.html.toUtf8() + "]]></description></item>";
     }
     write(path(QStringLiteral("feeds/standard.en.xml")), text + "</channel></rss>\n");
 }
@@ -101,6 +104,31 @@ void Desktop::serve(const QList<FeedEntry> &entries) const {
 void Desktop::prefer(const QString &key, const QVariant &value) const {
     QSettings settings(path(QStringLiteral("config/Olvane/Pelorin.conf")), QSettings::IniFormat);
     settings.setValue(key, value);
+}
+
+QVariant Desktop::preference(const QString &key) const {
+    return QSettings(path(QStringLiteral("config/Olvane/Pelorin.conf")), QSettings::IniFormat)
+        .value(key);
+}
+
+void Desktop::installBrowser() const {
+    QDir(folder.path()).mkpath(QStringLiteral("data/applications"));
+    write(path(QStringLiteral("browser")), "#!/bin/sh\nprintf '%s\\n' \"$@\" >>'" +
+                                               QFile::encodeName(path(QStringLiteral("opened"))) +
+                                               "'\n");
+    QFile::setPermissions(path(QStringLiteral("browser")), QFile::ReadOwner | QFile::ExeOwner);
+    write(path(QStringLiteral("data/applications/browser.desktop")),
+          "[Desktop Entry]\nType=Application\nName=Browser\nExec=" +
+              QFile::encodeName(path(QStringLiteral("browser"))) +
+              " %u\nMimeType=x-scheme-handler/http;x-scheme-handler/https;\n");
+    write(path(QStringLiteral("config/mimeapps.list")),
+          "[Default Applications]\nx-scheme-handler/http=browser.desktop\n"
+          "x-scheme-handler/https=browser.desktop\n");
+}
+
+QStringList Desktop::opened() const {
+    const QString all = QString::fromUtf8(contentOf(path(QStringLiteral("opened"))));
+    return all.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
 QProcessEnvironment Desktop::environment() const {
@@ -124,6 +152,16 @@ void Desktop::startHost(const QString &application) {
         qFatal("no host: %s", qPrintable(host.errorString()));
 }
 
+QString Desktop::applicationWithoutWebEngine() const {
+    const QString copy = path(QStringLiteral("Pelorin.app"));
+    int failed = -1;
+    outputOf(QStringLiteral("cp"), {QStringLiteral("-a"), QStringLiteral(PELORIN_APP_DIR), copy},
+             &failed);
+    if (failed != 0 || !QFile::remove(copy + QStringLiteral("/lib/pelorin/PelorinNewsWeb.so")))
+        qFatal("the application cannot be copied");
+    return copy;
+}
+
 bool Desktop::quitHost() {
     QString window;
     if (!QTest::qWaitFor(
@@ -135,7 +173,7 @@ bool Desktop::quitHost() {
         return false;
     // On a busy computer the window may get the focus a moment too late for the key.
     for (int attempt = 0; attempt < 5 && host.state() != QProcess::NotRunning; ++attempt) {
-        press(window, QStringLiteral("ctrl+q"));
+        Screen::press(window, QStringLiteral("ctrl+q"));
         host.waitForFinished(patience / 5);
     }
     return host.state() == QProcess::NotRunning && host.exitStatus() == QProcess::NormalExit &&
@@ -162,80 +200,15 @@ bool Desktop::hostWatches(const QString &watched) const {
     });
 }
 
-QString Desktop::window(const QString &title) const {
-    const QByteArray numbers =
-        output(QStringLiteral("xdotool"),
-               {QStringLiteral("search"), QStringLiteral("--all"), QStringLiteral("--onlyvisible"),
-                QStringLiteral("--pid"), QString::number(host.processId()),
-                QStringLiteral("--name"), QLatin1Char('^') + title + QLatin1Char('$')});
-    return QString::fromLatin1(numbers).section(QLatin1Char('\n'), 0, 0);
-}
-
-QString Desktop::newsWindow() const {
-    return window(QStringLiteral("Pelorin News"));
-}
-
-QRect Desktop::geometry(const QString &window) {
-    QList<int> numbers;
-    const QByteArray told = output(QStringLiteral("xdotool"), {QStringLiteral("getwindowgeometry"),
-                                                               QStringLiteral("--shell"), window});
-    for (const QByteArray &line : told.split('\n'))
-        numbers.append(line.mid(line.indexOf('=') + 1).toInt());
-    return numbers.size() < 5 ? QRect() : QRect(numbers[1], numbers[2], numbers[3], numbers[4]);
-}
-
-QMargins Desktop::frame(const QString &window) {
-    const QByteArray told = output(QStringLiteral("xprop"), {QStringLiteral("-id"), window,
-                                                             QStringLiteral("_NET_FRAME_EXTENTS")});
-    const QList<QByteArray> sides = told.mid(told.indexOf('=') + 1).split(',');
-    if (sides.size() != 4)
-        return {};
-    const auto side = [&sides](int index) { return sides[index].trimmed().toInt(); };
-    return {side(0), side(2), side(1), side(3)};
-}
-
-QList<Desktop::Seen> Desktop::seen() const {
-    QList<Seen> all;
-    const QByteArray told = output(QStringLiteral(PELORIN_TEST_DATA "/read-window"),
-                                   {QString::number(host.processId())});
-    for (const QString &line : QString::fromUtf8(told).split(QLatin1Char('\n'))) {
-        const QStringList fields = line.split(QLatin1Char('\t'));
-        if (fields.size() == 6)
-            all.append(
-                {fields[0],
-                 QRect(fields[1].toInt(), fields[2].toInt(), fields[3].toInt(), fields[4].toInt()),
-                 fields[5]});
-    }
-    return all;
-}
-
-QString Desktop::text() const {
-    QStringList all;
-    for (const Seen &each : seen())
-        all.append(each.text);
-    return all.join(QLatin1Char('\n'));
-}
-
-void Desktop::click(QPoint place) {
-    output(QStringLiteral("xdotool"),
-           {QStringLiteral("mousemove"), QString::number(place.x()), QString::number(place.y()),
-            QStringLiteral("click"), QStringLiteral("1")});
-}
-
-void Desktop::press(const QString &window, const QString &key) {
-    output(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), QStringLiteral("--sync"),
-                                       window, QStringLiteral("key"), key});
-}
-
 int Desktop::displayed() {
-    return output(QStringLiteral("dunstctl"),
-                  {QStringLiteral("count"), QStringLiteral("displayed")})
+    return outputOf(QStringLiteral("dunstctl"),
+                    {QStringLiteral("count"), QStringLiteral("displayed")})
         .toInt();
 }
 
 QStringList Desktop::history() {
     const QJsonArray entries =
-        QJsonDocument::fromJson(output(QStringLiteral("dunstctl"), {QStringLiteral("history")}))
+        QJsonDocument::fromJson(outputOf(QStringLiteral("dunstctl"), {QStringLiteral("history")}))
             .object()[QStringLiteral("data")][0]
             .toArray();
     QStringList all;
@@ -247,21 +220,7 @@ QStringList Desktop::history() {
 }
 
 void Desktop::actOnNotification() {
-    output(QStringLiteral("dunstctl"), {QStringLiteral("action")});
-}
-
-QByteArray Desktop::output(const QString &program, const QStringList &arguments, int *exitCode) {
-    QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(program, arguments);
-    process.closeWriteChannel();
-    if (!process.waitForFinished(20000)) {
-        process.kill();
-        process.waitForFinished();
-    }
-    if (exitCode)
-        *exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    return process.readAllStandardOutput().trimmed();
+    outputOf(QStringLiteral("dunstctl"), {QStringLiteral("action")});
 }
 
 }  // namespace pelorinnews::test

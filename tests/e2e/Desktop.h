@@ -1,11 +1,10 @@
 #pragma once
 
+#include "Screen.h"
+
 #include <QDateTime>
 #include <QProcess>
-#include <QRect>
 #include <QTemporaryDir>
-
-#include <memory>
 
 namespace pelorinnews::test {
 
@@ -15,6 +14,7 @@ struct FeedEntry {
     QDateTime date;
     QString plainText;
     QString html;
+    QString category = QStringLiteral("mac pelorin");
 };
 
 /// A whole desktop of one user as programs: a feed service over HTTPS, a notification daemon, and
@@ -29,11 +29,19 @@ public:
 
     /// What the feed service answers from now on.
     void serve(const QList<FeedEntry> &entries) const;
-    /// The stored value of a preference, before the host starts.
+    /// Stores a preference, before the host starts.
     void prefer(const QString &key, const QVariant &value) const;
+    /// A preference as it is stored now.
+    [[nodiscard]] QVariant preference(const QString &key) const;
 
-    /// Starts the host in `application`, its folder on disk.
+    /// Makes a program the user's browser that writes down what it is asked to open.
+    void installBrowser() const;
+    [[nodiscard]] QStringList opened() const;
+
+    /// Starts the host in `application`, its folder on disk; by default as it is shipped.
     void startHost(const QString &application = QStringLiteral(PELORIN_APP_DIR));
+    /// A copy of the application as one would ship it that does without the web engine.
+    [[nodiscard]] QString applicationWithoutWebEngine() const;
     [[nodiscard]] bool hostIsRunning() const { return host.state() == QProcess::Running; }
     /// Ends the host by its key for quitting. False where it did not end well.
     [[nodiscard]] bool quitHost();
@@ -41,34 +49,18 @@ public:
     /// Whether the host has the kernel tell it of changes in this folder.
     [[nodiscard]] bool hostWatches(const QString &watched) const;
 
+    [[nodiscard]] qint64 hostProcess() const { return host.processId(); }
+
     /// The number of the host's visible window of this title; empty where there is none.
-    [[nodiscard]] QString window(const QString &title) const;
-    [[nodiscard]] QString newsWindow() const;
-    /// The window's place on the screen without its frame; `frame` adds what is around it.
-    [[nodiscard]] static QRect geometry(const QString &window);
-    [[nodiscard]] static QMargins frame(const QString &window);
-
-    struct Seen {
-        QString role;
-        QRect place;
-        QString text;
-    };
-    /// What assistive software sees of the news window, in its order.
-    [[nodiscard]] QList<Seen> seen() const;
-    /// All its text in one.
-    [[nodiscard]] QString text() const;
-
-    static void click(QPoint place);
-    /// Presses a key in the window, which becomes the active one.
-    static void press(const QString &window, const QString &key);
+    [[nodiscard]] QString window(const QString &title) const {
+        return Screen::window(hostProcess(), title);
+    }
+    [[nodiscard]] QString newsWindow() const { return window(QStringLiteral("Pelorin News")); }
 
     /// What stands on the screen and what went from it, by the notification daemon's account.
     [[nodiscard]] static int displayed();
     [[nodiscard]] static QStringList history();
     static void actOnNotification();
-
-    static QByteArray output(const QString &program, const QStringList &arguments,
-                             int *exitCode = nullptr);
 
     [[nodiscard]] QString path(const QString &relative) const { return folder.filePath(relative); }
 

@@ -1,8 +1,8 @@
-// The news window as a user meets it: by sight, keys and mouse.
+// The news window as a user meets it: it opens, closes and opens again, and is copied from.
 
-#include "Desktop.h"
+#include "PanelTestMain.h"
 
-#include <TestMain.h>
+#include <QFile>
 
 using namespace pelorinnews::test;
 
@@ -10,110 +10,96 @@ class NewsWindowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup() { desktop.reset(); }
+    void init() { panel = std::make_unique<Panel>(); }
+    void cleanup() { panel.reset(); }
 
-    void opensByItselfWithTheFirstItem();
-    void keysInThePageCloseTheWindowAndTheHostGoesOn_data();
-    void keysInThePageCloseTheWindowAndTheHostGoesOn();
-    void copiesRichTextAlone();
-    void opensFoldedAndTheTriangleUnfoldsIt();
+    void opensByItselfFoldedAndPaintsTheFirstItem();
+    void closesOnItsKeysAndOpensAsItWas_data();
+    void closesOnItsKeysAndOpensAsItWas();
+    void keepsItsItemWhenTheFocusComesBack();
+    void copiesTheWholeItemAsRichTextAlone();
 
 private:
-    static constexpr int patience = 30000;
-
-    void open() {
-        desktop->startHost();
-        QTRY_VERIFY_WITH_TIMEOUT(desktop->text().contains(QStringLiteral("A lighthouse")),
-                                 patience);
-        window = desktop->newsWindow();
-        QVERIFY(!window.isEmpty());
-    }
-    void clickIntoThePage() const { Desktop::click(Desktop::geometry(window).center()); }
-
-    std::unique_ptr<Desktop> desktop;
-    QString window;
+    std::unique_ptr<Panel> panel;
 };
 
-void NewsWindowTest::init() {
-    desktop = std::make_unique<Desktop>();
-    desktop->prefer(QStringLiteral("newsShowOnStart"), true);
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    desktop->serve(
-        {{QStringLiteral("New"), now.addSecs(-60), QStringLiteral("A lighthouse burns"),
-          QStringLiteral(
-              "<body style='background:#20c040'><p>A <b>lighthouse</b> burns</p></body>")},
-         {QStringLiteral("Old"), now.addDays(-2), QStringLiteral("Fog lifts"),
-          QStringLiteral("<p>Fog lifts</p>")}});
-}
-
-void NewsWindowTest::opensByItselfWithTheFirstItem() {
-    open();
-    QTRY_VERIFY_WITH_TIMEOUT(desktop->text().contains(QStringLiteral("1 / 2")), patience);
-    QVERIFY(!desktop->text().contains(QStringLiteral("Fog lifts")));
+void NewsWindowTest::opensByItselfFoldedAndPaintsTheFirstItem() {
+    QList<FeedEntry> news = Panel::items(2);
+    news.first().html = QStringLiteral("<body bgcolor='#20c040'><p>Item 1</p></body>");
+    QVERIFY(panel->open(news));
+    QTRY_COMPARE(panel->position(), QStringLiteral("1 / 2"));
     // The page is drawn: its own background is what the user sees most of.
-    QTRY_VERIFY_WITH_TIMEOUT(
-        Desktop::output(QStringLiteral("import"),
-                        {QStringLiteral("-window"), window, QStringLiteral("-depth"),
-                         QStringLiteral("8"), QStringLiteral("-format"),
-                         QStringLiteral("%[hex:p{100,150}]"), QStringLiteral("info:-")})
-            .startsWith("20C040"),
-        patience);
+    QTRY_COMPARE(Screen::colour(panel->window, QPoint(100, 150)), QByteArray("20C040"));
+    QFile maps(QStringLiteral("/proc/%1/maps").arg(panel->desktop.hostProcess()));
+    QVERIFY(maps.open(QFile::ReadOnly));
+    QCOMPARE(maps.readAll().contains("WebEngineCore"), !Panel::withoutWebEngine);
+
+    // 1440 / 2.5 by 900 / 2.5, less the folded options.
+    const QRect outer = Screen::geometry(panel->window).marginsAdded(Screen::frame(panel->window));
+    QVERIFY2(outer.width() >= 576, qPrintable(QString::number(outer.width())));
+    QVERIFY2(outer.height() >= 322, qPrintable(QString::number(outer.height())));
+    QVERIFY(panel->object("label", "Show options").is("showing"));
+    QCOMPARE(panel->object("combo box", "All").role, QString());
 }
 
-void NewsWindowTest::keysInThePageCloseTheWindowAndTheHostGoesOn_data() {
-    QTest::addColumn<QString>("key");
-    QTest::newRow("Escape") << QStringLiteral("Escape");
-    QTest::newRow("Ctrl+W") << QStringLiteral("ctrl+w");
+void NewsWindowTest::closesOnItsKeysAndOpensAsItWas_data() {
+    QTest::addColumn<QByteArray>("key");
+    QTest::newRow("Escape") << QByteArray("Escape");
+    QTest::newRow("Ctrl+W") << QByteArray("ctrl+w");
 }
 
-void NewsWindowTest::keysInThePageCloseTheWindowAndTheHostGoesOn() {
-    QFETCH(const QString, key);
-    open();
-    clickIntoThePage();
-    Desktop::press(window, key);
-    QTRY_VERIFY_WITH_TIMEOUT(desktop->newsWindow().isEmpty(), patience);
-    QVERIFY(desktop->hostIsRunning());
-    QVERIFY(desktop->quitHost());
+void NewsWindowTest::closesOnItsKeysAndOpensAsItWas() {
+    QFETCH(const QByteArray, key);
+    QVERIFY(panel->open(Panel::items(3)));
+    QVERIFY(panel->click("push button", "Next news item"));
+    QTRY_COMPARE(panel->text(), QStringLiteral("Item 2"));
+    const QSize size(640, 420);
+    Screen::resize(panel->window, size);
+    QTRY_COMPARE(Screen::geometry(panel->window).size(), size);
+
+    panel->clickIntoThePage();
+    panel->press(key.constData());
+    QTRY_VERIFY(!panel->isOpen());
+    QVERIFY(panel->desktop.hostIsRunning());
+
+    // From the first item on again, and in the size that the user gave it.
+    QVERIFY(panel->reopen());
+    QTRY_COMPARE(panel->text(), QStringLiteral("Item 1"));
+    QCOMPARE(panel->position(), QStringLiteral("1 / 3"));
+    QCOMPARE(Screen::geometry(panel->window).size(), size);
+    QVERIFY(panel->desktop.quitHost());
 }
 
-void NewsWindowTest::copiesRichTextAlone() {
-    open();
-    clickIntoThePage();
-    Desktop::press(window, QStringLiteral("ctrl+c"));
-    const auto clipboard = [](const char *target) {
-        return Desktop::output(
-            QStringLiteral("xclip"),
-            {QStringLiteral("-selection"), QStringLiteral("clipboard"), QStringLiteral("-o"),
-             QStringLiteral("-t"), QString::fromLatin1(target)});
-    };
-    QTRY_VERIFY_WITH_TIMEOUT(clipboard("text/rtf").startsWith("{\\rtf1"), patience);
-    QVERIFY2(clipboard("text/rtf").contains("lighthouse"), clipboard("text/rtf").constData());
-    const QList<QByteArray> targets = clipboard("TARGETS").split('\n');
+void NewsWindowTest::keepsItsItemWhenTheFocusComesBack() {
+    QVERIFY(panel->open(Panel::items(3)));
+    QVERIFY(panel->click("push button", "Previous news item"));
+    QTRY_COMPARE(panel->text(), QStringLiteral("Item 3"));
+    Screen::activate(panel->desktop.window(QStringLiteral("Pelorin")));
+    QTRY_COMPARE(Screen::activeTitle(), QStringLiteral("Pelorin"));
+    Screen::activate(panel->window);
+    QTRY_COMPARE(panel->focus(), QStringLiteral("push button Previous news item"));
+    QCOMPARE(panel->text(), QStringLiteral("Item 3"));
+    QCOMPARE(panel->position(), QStringLiteral("3 / 3"));
+}
+
+void NewsWindowTest::copiesTheWholeItemAsRichTextAlone() {
+    QList<FeedEntry> news = Panel::items(1);
+    news.first().html = QStringLiteral(
+        "<p style='font-size:40px'>Here a <b>lighthouse</b> burns</p><p>and fog lifts</p>");
+    QVERIFY(panel->open(news));
+    // A part of the first line is selected.
+    const QPoint corner = panel->content().place.topLeft();
+    Screen::drag(corner + QPoint(15, 70), corner + QPoint(200, 70));
+    panel->press("ctrl+c");
+    const QString rtf = QStringLiteral("text/rtf");
+    QTRY_VERIFY(Screen::clipboard(rtf).startsWith("{\\rtf1"));
+    for (const char *part : {"Here", "lighthouse", "burns", "fog lifts"})
+        QVERIFY2(Screen::clipboard(rtf).contains(part), part);
+    const QList<QByteArray> targets = Screen::clipboard(QStringLiteral("TARGETS")).split('\n');
     QVERIFY(targets.contains("text/rtf"));
     for (const char *plain : {"text/plain", "text/plain;charset=utf-8", "UTF8_STRING", "STRING"})
         QVERIFY2(!targets.contains(plain), plain);
 }
 
-void NewsWindowTest::opensFoldedAndTheTriangleUnfoldsIt() {
-    open();
-    const QRect folded = Desktop::geometry(window);
-    const QSize outer = folded.marginsAdded(Desktop::frame(window)).size();
-    // 1440 / 2.5 by 900 / 2.5, less the folded options.
-    QVERIFY2(outer.width() >= 576 && outer.height() >= 322,
-             qPrintable(QStringLiteral("%1 x %2").arg(outer.width()).arg(outer.height())));
-
-    QPoint triangle;
-    for (const auto &each : desktop->seen()) {
-        if (each.role == QLatin1String("check box") && each.text == QLatin1String("Show options"))
-            triangle = each.place.center();
-    }
-    QVERIFY(!triangle.isNull());
-    Desktop::click(triangle);
-    QTRY_COMPARE_WITH_TIMEOUT(Desktop::geometry(window), folded.adjusted(0, 0, 0, 38), patience);
-    Desktop::click(triangle);
-    QTRY_COMPARE_WITH_TIMEOUT(Desktop::geometry(window), folded, patience);
-}
-
-PELORIN_CORE_TEST_MAIN(NewsWindowTest)
+PELORIN_PANEL_TEST_MAIN(NewsWindowTest)
 #include "NewsWindowTest.moc"

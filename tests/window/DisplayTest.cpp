@@ -58,7 +58,7 @@ private Q_SLOTS:
     void aSecondWindowTakesOverTheOptionsAsTheyAre();
     void anUnknownFilterSelectsNothingAndFiltersAsAll();
     void storesShowOnStartOnlyForAFullCheck();
-    void assistiveTechnologiesToggleWithTheSameEffect();
+    void assistiveTechnologiesActWithTheSameEffect();
     void withoutOutletsEveryOperationIsHarmless();
     void theLastOfSeveralDisplaysWins();
 
@@ -306,20 +306,21 @@ void DisplayTest::storesShowOnStartOnlyForAFullCheck() {
     QVERIFY(!OlvNewsConfiguration().showOnStart());
 }
 
-void DisplayTest::assistiveTechnologiesToggleWithTheSameEffect() {
+void DisplayTest::assistiveTechnologiesActWithTheSameEffect() {
     const auto controller = shown(WindowFixture::items(2));
-    const auto toggle = [](QWidget *control) {
-        QAccessible::queryAccessibleInterface(control)->actionInterface()->doAction(
-            QAccessibleActionInterface::toggleAction());
+    const auto act = [](QWidget *control, const QString &action) {
+        QAccessible::queryAccessibleInterface(control)->actionInterface()->doAction(action);
     };
-    toggle(controller->showOnStart());
+    const QString toggle = QAccessibleActionInterface::toggleAction();
+    act(controller->showOnStart(), toggle);
     QVERIFY(OlvNewsConfiguration().showOnStart());
-    toggle(controller->showOnStart());
+    act(controller->showOnStart(), toggle);
     QVERIFY(!OlvNewsConfiguration().showOnStart());
     QVERIFY(controller->displayContentFrom()->isHidden());
-    toggle(controller->optionsButton());
+    const QString press = QAccessibleActionInterface::pressAction();
+    act(controller->optionsButton(), press);
     QTRY_VERIFY(controller->displayContentFrom()->isVisible());
-    toggle(controller->optionsButton());
+    act(controller->optionsButton(), press);
     QTRY_VERIFY(controller->displayContentFrom()->isHidden());
 }
 

@@ -1,0 +1,194 @@
+// The news window as assistive software meets it, by a client of the accessibility bus.
+
+#include "PanelTestMain.h"
+
+#include <algorithm>
+
+using namespace pelorinnews::test;
+using Assistive::Object;
+
+class AccessibilityTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { panel = std::make_unique<Panel>(); }
+    void cleanup() { panel.reset(); }
+
+    void theContentIsOneTextThatClientsMaySet();
+    void everyControlSaysWhatItIs();
+    void nothingThatTakesTheFocusIsNameless();
+    void eachItemIsTold();
+    void theFocusIsToldByName();
+    void aValueThatIsNotToBeReadStays();
+
+private:
+    static constexpr auto nameChange = "object:property-change:accessible-name";
+
+    [[nodiscard]] QList<QString> names(const char *role) const {
+        QStringList all;
+        for (const Object &each : panel->objects()) {
+            if (each.role == QLatin1String(role) && each.is("showing"))
+                all.append(each.name);
+        }
+        return all;
+    }
+    [[nodiscard]] bool isTold(Assistive::Listener &listener, const char *type,
+                              const QString &name) const {
+        return QTest::qWaitFor([&] { return listener.count(QLatin1String(type), name) > 0; },
+                               testPatience);
+    }
+
+    std::unique_ptr<Panel> panel;
+};
+
+void AccessibilityTest::theContentIsOneTextThatClientsMaySet() {
+    QVERIFY(panel->open(Panel::items(2)));
+    const QList<Object> all = panel->objects();
+    QCOMPARE(
+        std::count_if(all.begin(), all.end(), [](const Object &each) { return each.takesText; }),
+        1);
+    const auto content =
+        std::find_if(all.begin(), all.end(), [](const Object &each) { return each.takesText; });
+    QCOMPARE(content->role, QStringLiteral("label"));
+    QCOMPARE(content->name, QStringLiteral("Item 1"));
+    QCOMPARE(content->text, QStringLiteral("Item 1"));
+    for (const char *state : {"focusable", "showing", "enabled", "multi-line"})
+        QVERIFY2(content->is(state), state);
+    // No children: what comes next is beside it.
+    QVERIFY((content + 1)->depth <= content->depth);
+
+    const QString written = QStringLiteral("Gr\u00fc\u00dfe \U0001f4f0 twice");
+    Assistive::write(panel->desktop.hostProcess(), written);
+    QTRY_COMPARE(panel->text(), written);
+    QCOMPARE(panel->content().name, written);
+    // Nothing at all is told by a fixed text.
+    Assistive::write(panel->desktop.hostProcess(), QString());
+    QTRY_COMPARE(panel->text(), QStringLiteral("Pelorin News content"));
+    QCOMPARE(panel->content().name, QStringLiteral("Pelorin News content"));
+    // The next item takes its place.
+    QVERIFY(panel->click("push button", "Next news item"));
+    QTRY_COMPARE(panel->text(), QStringLiteral("Item 2"));
+}
+
+void AccessibilityTest::everyControlSaysWhatItIs() {
+    QVERIFY(panel->open(Panel::items(2)));
+    QCOMPARE(panel->objects().first().role, QStringLiteral("frame"));
+    QVERIFY(panel->objects().first().is("active"));
+    QCOMPARE(names("push button"),
+             QStringList({QStringLiteral("Show options"), QStringLiteral("Previous news item"),
+                          QStringLiteral("Next news item")}));
+    const Object box = panel->object("check box", "Show news on start");
+    QVERIFY(box.is("checked"));
+    QCOMPARE(box.actions.value(QStringLiteral("Toggle")), QStringLiteral("Alt+S"));
+    Object triangle = panel->object("push button", "Show options");
+    QVERIFY(triangle.is("expandable") && triangle.is("collapsed") && !triangle.is("expanded"));
+    QCOMPARE(names("combo box"), QStringList());
+
+    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Show options"));
+    QTRY_COMPARE(names("combo box"),
+                 QStringList({QStringLiteral("All news"), QStringLiteral("All")}));
+    QTRY_VERIFY((triangle = panel->object("push button", "Hide options")).is("expanded"));
+    QVERIFY(!triangle.is("collapsed"));
+    QCOMPARE(panel->object("combo box", "All news").labels, QStringList{QStringLiteral("Type:")});
+    QCOMPARE(panel->object("combo box", "All").labels, QStringList{QStringLiteral("Show:")});
+
+    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Next news item"));
+    QTRY_COMPARE(panel->position(), QStringLiteral("2 / 2"));
+}
+
+void AccessibilityTest::nothingThatTakesTheFocusIsNameless() {
+    QVERIFY(panel->open(Panel::items(1)));
+    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Show options"));
+    QTRY_VERIFY(panel->object("combo box", "All").is("showing"));
+    for (const Object &each : panel->objects())
+        QVERIFY2(!each.is("focusable") || !each.name.isEmpty(), qPrintable(each.role));
+    // Two windows, and none of the engine's.
+    QStringList windows;
+    for (const Object &each : Assistive::tree(panel->desktop.hostProcess())) {
+        if (each.depth == 0)
+            windows.append(each.role + QLatin1Char(' ') + each.name);
+    }
+    QCOMPARE(windows,
+             QStringList({QStringLiteral("frame Pelorin"), QStringLiteral("frame Pelorin News")}));
+}
+
+void AccessibilityTest::eachItemIsTold() {
+    QVERIFY(panel->open(Panel::items(2)));
+    Assistive::Listener listener(panel->desktop.hostProcess());
+    QVERIFY(panel->click("push button", "Next news item"));
+    QVERIFY(isTold(listener, nameChange, QStringLiteral("Item 2")));
+    const auto said = [&listener](const char *type) {
+        QStringList all;
+        for (const Assistive::Event &each : listener.events()) {
+            if (each.type.startsWith(QLatin1String(type)) && each.name == QLatin1String("Item 2"))
+                all.append(each.said);
+        }
+        return all;
+    };
+    QTRY_COMPARE(said("object:text-changed:insert"), QStringList{QStringLiteral("Item 2")});
+    QCOMPARE(said("object:text-changed:delete"), QStringList{QStringLiteral("Item 1")});
+
+    // The same text again is told as well.
+    Assistive::write(panel->desktop.hostProcess(), QStringLiteral("Item 2"));
+    QTRY_VERIFY(said("object:text-changed:insert").size() > 1);
+    QCOMPARE(said("object:text-changed:delete").last(), QStringLiteral("Item 2"));
+    QCOMPARE(said("object:text-changed:insert").last(), QStringLiteral("Item 2"));
+    QTRY_VERIFY(listener.count(QLatin1String(nameChange), QStringLiteral("Item 2")) > 1);
+}
+
+void AccessibilityTest::theFocusIsToldByName() {
+    QVERIFY(panel->open(Panel::items(2)));
+    QTRY_COMPARE(panel->focus(), QStringLiteral("label Item 1"));
+    Assistive::Listener listener(panel->desktop.hostProcess());
+    const auto focused = [&listener] {
+        QStringList all;
+        for (const Assistive::Event &each : listener.events()) {
+            if (each.type == QLatin1String("object:state-changed:focused") && each.detail == 1)
+                all.append(each.role + QLatin1Char(' ') + each.name);
+        }
+        return all;
+    };
+    QStringList expected;
+    for (const char *next :
+         {"push button Show options", "check box Show news on start",
+          "push button Previous news item", "push button Next news item", "label Item 1"}) {
+        panel->press("Tab");
+        expected.append(QLatin1String(next));
+        QTRY_COMPARE(focused(), expected);
+    }
+    // By mouse into the page, from a control.
+    QVERIFY(panel->click("push button", "Next news item"));
+    QTRY_COMPARE(panel->text(), QStringLiteral("Item 2"));
+    panel->clickIntoThePage();
+    expected << QStringLiteral("push button Next news item") << QStringLiteral("label Item 2");
+    QTRY_COMPARE(focused(), expected);
+
+    // What changes while it has the focus is told anew, since screen readers speak the focus.
+    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Next news item"));
+    expected << QStringLiteral("label Item 1");
+    QTRY_COMPARE(focused(), expected);
+    panel->press("Tab");
+    panel->press("space");
+    expected << QStringLiteral("push button Show options")
+             << QStringLiteral("push button Hide options");
+    QTRY_COMPARE(focused(), expected);
+
+    // The window that comes back says so.
+    panel->press("Escape");
+    QTRY_VERIFY(!panel->isOpen());
+    QVERIFY(panel->reopen());
+    QVERIFY(isTold(listener, "window:activate", QStringLiteral("Pelorin News")));
+}
+
+void AccessibilityTest::aValueThatIsNotToBeReadStays() {
+    panel->desktop.prefer(QStringLiteral("newsReadItemContent"), false);
+    QList<FeedEntry> news = Panel::items(2);
+    news.first().plainText = QStringLiteral("News item");
+    QVERIFY(panel->open(news));
+    QVERIFY(panel->click("push button", "Next news item"));
+    QTRY_COMPARE(panel->position(), QStringLiteral("2 / 2"));
+    QCOMPARE(panel->text(), QStringLiteral("News item"));
+}
+
+PELORIN_PANEL_TEST_MAIN(AccessibilityTest)
+#include "AccessibilityTest.moc"

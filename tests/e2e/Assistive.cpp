@@ -1,0 +1,92 @@
+#include "Assistive.h"
+
+#include "Program.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+
+namespace pelorinnews::test::Assistive {
+
+namespace {
+
+QByteArray client(const QStringList &arguments) {
+    return outputOf(QStringLiteral(PELORIN_TEST_DATA "/assistive"), arguments);
+}
+
+QStringList texts(const QJsonValue &list) {
+    QStringList all;
+    for (const QJsonValue &each : list.toArray())
+        all.append(each.toString());
+    return all;
+}
+
+}  // namespace
+
+QList<Object> tree(qint64 host) {
+    QList<Object> all;
+    const QByteArray told = client({QStringLiteral("tree"), QString::number(host)});
+    for (const QJsonValue &each : QJsonDocument::fromJson(told).array()) {
+        Object object;
+        object.depth = each[QStringLiteral("depth")].toInt();
+        object.role = each[QStringLiteral("role")].toString();
+        object.name = each[QStringLiteral("name")].toString();
+        object.text = each[QStringLiteral("text")].toString();
+        const QJsonValue place = each[QStringLiteral("place")];
+        object.place =
+            QRect(place[0].toInt(), place[1].toInt(), place[2].toInt(), place[3].toInt());
+        object.states = texts(each[QStringLiteral("states")]);
+        object.labels = texts(each[QStringLiteral("labels")]);
+        const QJsonObject actions = each[QStringLiteral("actions")].toObject();
+        for (auto action = actions.begin(); action != actions.end(); ++action)
+            object.actions.insert(action.key(), action.value().toString());
+        object.takesText = each[QStringLiteral("takesText")].toBool();
+        all.append(object);
+    }
+    return all;
+}
+
+void write(qint64 host, const QString &text) {
+    client({QStringLiteral("write"), QString::number(host), text});
+}
+
+void press(qint64 host, const QString &name) {
+    client({QStringLiteral("press"), QString::number(host), name});
+}
+
+Listener::Listener(qint64 host) {
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(QStringLiteral(PELORIN_TEST_DATA "/assistive"),
+                  {QStringLiteral("listen"), QString::number(host)});
+    if (!process.waitForReadyRead(testPatience))
+        qFatal("nothing listens on the accessibility bus");
+    process.readLine();
+}
+
+Listener::~Listener() {
+    process.kill();
+    process.waitForFinished();
+}
+
+QList<Event> Listener::events() {
+    process.waitForReadyRead(0);
+    while (process.canReadLine()) {
+        const QJsonObject told = QJsonDocument::fromJson(process.readLine()).object();
+        heard.append(
+            {told[QStringLiteral("type")].toString(), told[QStringLiteral("detail")].toInt(),
+             told[QStringLiteral("said")].toString(), told[QStringLiteral("role")].toString(),
+             told[QStringLiteral("name")].toString()});
+    }
+    return heard;
+}
+
+int Listener::count(const QString &type, const QString &name) {
+    const QList<Event> all = events();
+    return static_cast<int>(std::count_if(all.begin(), all.end(), [&](const Event &event) {
+        return event.type == type && event.name == name;
+    }));
+}
+
+}  // namespace pelorinnews::test::Assistive

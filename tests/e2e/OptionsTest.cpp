@@ -1,0 +1,150 @@
+// Folding the options away and back, measured on the screen.
+
+#include "PanelTestMain.h"
+
+using namespace pelorinnews::test;
+
+class OptionsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { panel.reset(); }
+
+    void nothingAboveTheOptionsMoves();
+    void pressingAgainWhileItMovesEndsWhereItBegan();
+    void aSizeGivenByHandInBetweenStays();
+    void closingWhileItMovesLeavesNothingHalfDone();
+
+private:
+    static constexpr int foldHeight = 38;
+
+    [[nodiscard]] QRect window() const { return Screen::geometry(panel->window); }
+    [[nodiscard]] Assistive::Object triangle() const {
+        const Assistive::Object folded = panel->object("push button", "Show options");
+        return folded.role.isEmpty() ? panel->object("push button", "Hide options") : folded;
+    }
+    [[nodiscard]] bool isOpen() const {
+        return panel->object("push button", "Hide options").is("expanded") &&
+               panel->object("combo box", "All").is("showing");
+    }
+    [[nodiscard]] bool isFolded() const {
+        return panel->object("push button", "Show options").is("collapsed") &&
+               panel->object("combo box", "All").role.isEmpty();
+    }
+    /// Where the content view and the six controls above the options are, on the screen.
+    [[nodiscard]] QList<QRect> above() const {
+        QList<QRect> all{panel->content().place, triangle().place};
+        for (const auto &each : panel->objects()) {
+            if (each.is("showing") && (each.name.endsWith(QStringLiteral("news item")) ||
+                                       each.name == QLatin1String("Show news on start") ||
+                                       each.name == QLatin1String("1 / 2")))
+                all.append(each.place);
+            // Its text changes and with it its width.
+            if (each.role == QLatin1String("label") &&
+                each.name.endsWith(QStringLiteral("options")))
+                all.append(QRect(each.place.topLeft(), QSize(1, each.place.height())));
+        }
+        return all;
+    }
+
+    std::unique_ptr<Panel> panel;
+};
+
+void OptionsTest::init() {
+    panel = std::make_unique<Panel>();
+    QVERIFY(panel->open(Panel::items(2)));
+    QTRY_VERIFY(isFolded());
+}
+
+void OptionsTest::nothingAboveTheOptionsMoves() {
+    const QRect folded = window();
+    const QMargins frame = Screen::frame(panel->window);
+    const QList<QRect> before = above();
+    QCOMPARE(before.size(), 7);
+
+    Screen::click(triangle().place.center());
+    QTRY_VERIFY(isOpen());
+    QCOMPARE(window(), folded.adjusted(0, 0, 0, foldHeight));
+    QCOMPARE(above(), before);
+    for (const char *name : {"All news", "All"}) {
+        const QRect menu = panel->object("combo box", name).place;
+        QVERIFY(menu.top() > folded.bottom() - foldHeight);
+        QVERIFY(menu.bottom() <= folded.bottom() + foldHeight);
+    }
+
+    Screen::click(triangle().place.center());
+    QTRY_VERIFY(isFolded());
+    QCOMPARE(window(), folded);
+    QCOMPARE(above(), before);
+    QCOMPARE(Screen::frame(panel->window), frame);
+
+    // By keyboard and by assistive software it is the same.
+    panel->press("space");
+    QTRY_VERIFY(isOpen());
+    QCOMPARE(window(), folded.adjusted(0, 0, 0, foldHeight));
+    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Hide options"));
+    QTRY_VERIFY(isFolded());
+    QCOMPARE(window(), folded);
+    QCOMPARE(above(), before);
+}
+
+void OptionsTest::pressingAgainWhileItMovesEndsWhereItBegan() {
+    const QRect folded = window();
+    const QList<QRect> before = above();
+    // Both within the fifth of a second that it takes.
+    Screen::click(triangle().place.center());
+    Screen::activate(panel->window);
+    Screen::press(QStringLiteral("space"));
+    QTRY_VERIFY(isFolded());
+    QTRY_COMPARE(window(), folded);
+    QCOMPARE(above(), before);
+    // Thrice leaves it open.
+    panel->press("space");
+    Screen::press(QStringLiteral("space"));
+    Screen::press(QStringLiteral("space"));
+    QTRY_VERIFY(isOpen());
+    QTRY_COMPARE(window(), folded.adjusted(0, 0, 0, foldHeight));
+    QCOMPARE(above(), before);
+}
+
+void OptionsTest::aSizeGivenByHandInBetweenStays() {
+    Screen::click(triangle().place.center());
+    QTRY_VERIFY(isOpen());
+    const QPoint corner = window().topLeft();
+    Screen::resize(panel->window, QSize(700, 500));
+    QTRY_COMPARE(window(), QRect(corner, QSize(700, 500)));
+    QList<QRect> before;
+    const auto laidOut = [&] {
+        before = above();
+        return before.first().width() == 700;
+    };
+    QTRY_VERIFY(laidOut());
+
+    Screen::click(triangle().place.center());
+    QTRY_VERIFY(isFolded());
+    QCOMPARE(window(), QRect(corner, QSize(700, 500 - foldHeight)));
+    QCOMPARE(above(), before);
+    Screen::resize(panel->window, QSize(640, 400));
+    QTRY_COMPARE(window(), QRect(corner, QSize(640, 400)));
+    Screen::click(triangle().place.center());
+    QTRY_VERIFY(isOpen());
+    QCOMPARE(window(), QRect(corner, QSize(640, 400 + foldHeight)));
+}
+
+void OptionsTest::closingWhileItMovesLeavesNothingHalfDone() {
+    const QSize folded = window().size();
+    const QPoint place = triangle().place.center();
+    Screen::click(place);
+    panel->press("Escape");
+    QTRY_VERIFY(!panel->isOpen());
+    QVERIFY(panel->reopen());
+    QTRY_VERIFY(isOpen());
+    QCOMPARE(window().size(), folded + QSize(0, foldHeight));
+    Screen::click(triangle().place.center());
+    QTRY_VERIFY(isFolded());
+    QCOMPARE(window().size(), folded);
+}
+
+PELORIN_PANEL_TEST_MAIN(OptionsTest)
+#include "OptionsTest.moc"

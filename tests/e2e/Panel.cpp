@@ -1,0 +1,115 @@
+#include "Panel.h"
+
+#include <QTest>
+
+#include <algorithm>
+
+namespace pelorinnews::test {
+
+using Assistive::Object;
+
+bool Panel::withoutWebEngine = false;
+
+Panel::Panel() {
+    desktop.prefer(QStringLiteral("newsShowOnStart"), true);
+    desktop.prefer(QStringLiteral("newsFilter"), 1);
+}
+
+QList<FeedEntry> Panel::items(int count) {
+    QList<FeedEntry> all;
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    for (int number = 1; number <= count; ++number) {
+        const QString text = QStringLiteral("Item %1").arg(number);
+        all.append({text, now.addSecs(-60 * number), text, QStringLiteral("<p>%1</p>").arg(text)});
+    }
+    return all;
+}
+
+bool Panel::open(const QList<FeedEntry> &news) {
+    desktop.serve(news);
+    if (withoutWebEngine)
+        desktop.startHost(desktop.applicationWithoutWebEngine());
+    else
+        desktop.startHost();
+    const auto shown = [&] { return text() == news.first().plainText; };
+    if (!QTest::qWaitFor(shown, testPatience))
+        return false;
+    window = desktop.newsWindow();
+    return !window.isEmpty();
+}
+
+bool Panel::reopen() {
+    Screen::press(desktop.window(QStringLiteral("Pelorin")), QStringLiteral("ctrl+n"));
+    const bool shown = QTest::qWaitFor([this] { return isOpen(); }, testPatience);
+    window = desktop.newsWindow();
+    return shown;
+}
+
+QList<Object> Panel::objects() const {
+    const QList<Object> all = Assistive::tree(desktop.hostProcess());
+    const auto isNews = [](const Object &each) {
+        return each.depth == 0 && each.name == QLatin1String("Pelorin News");
+    };
+    const auto first = std::find_if(all.begin(), all.end(), isNews);
+    if (first == all.end())
+        return {};
+    const auto next =
+        std::find_if(first + 1, all.end(), [](const Object &each) { return each.depth == 0; });
+    return QList<Object>(first, next);
+}
+
+Object Panel::object(const char *role, const char *name) const {
+    for (const Object &each : objects()) {
+        if (each.role == QLatin1String(role) && each.name == QLatin1String(name) &&
+            each.is("showing"))
+            return each;
+    }
+    return {};
+}
+
+Object Panel::content() const {
+    for (const Object &each : objects()) {
+        if (each.takesText)
+            return each;
+    }
+    return {};
+}
+
+QString Panel::position() const {
+    for (const Object &each : objects()) {
+        if (each.role == QLatin1String("label") && each.name.contains(QStringLiteral(" / ")))
+            return each.name;
+    }
+    return {};
+}
+
+QString Panel::focus() const {
+    QStringList all;
+    for (const Object &each : objects()) {
+        // A list keeps its entry's focus when it closes.
+        if (each.is("focused") && each.role != QLatin1String("list item"))
+            all.append(each.role + QLatin1Char(' ') + each.name);
+    }
+    return all.join(QStringLiteral(" and "));
+}
+
+bool Panel::listIsOpen() const {
+    const QList<Object> all = objects();
+    return std::any_of(all.begin(), all.end(), [](const Object &each) {
+        return each.role == QLatin1String("list") && each.is("showing");
+    });
+}
+
+bool Panel::click(const char *role, const char *name) const {
+    const Object found = object(role, name);
+    if (found.role.isEmpty())
+        return false;
+    Screen::click(found.place.center());
+    return true;
+}
+
+void Panel::clickIntoThePage() const {
+    Screen::click(content().place.center());
+}
+
+}  // namespace pelorinnews::test

@@ -1,0 +1,25 @@
+#include "Program.h"
+
+#include <QProcess>
+
+namespace pelorinnews::test {
+
+QByteArray outputOf(const QString &program, const QStringList &arguments, int *exitCode) {
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    // What programs print differs between languages.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    process.closeWriteChannel();
+    if (!process.waitForFinished(20000)) {
+        process.kill();
+        process.waitForFinished();
+    }
+    if (exitCode)
+        *exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    return process.readAllStandardOutput().trimmed();
+}
+
+}  // namespace pelorinnews::test
