@@ -83,7 +83,8 @@ void NewsWebViewAccessible::insertText(int offset, const QString &text) {
 }
 
 void NewsWebViewAccessible::replaceText(int startOffset, int endOffset, const QString &text) {
-    QString whole = value();
+    // What stands for an absent value is no text of the view's.
+    QString whole = view()->ownValue();
     const int length = static_cast<int>(whole.size());
     const int start = qBound(0, startOffset, length);
     const int end = endOffset < 0 ? length : qBound(start, endOffset, length);

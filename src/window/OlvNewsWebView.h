@@ -37,7 +37,7 @@ public:
     /// Must outlive the view or be replaced by null.
     void setPolicyDelegate(NavigationPolicyDelegate *delegate);
 
-    /// The page now shown, as one HTML document; null before the first page.
+    /// The page now shown, as it was loaded; null before the first page.
     [[nodiscard]] QString outerHTML() const { return _page; }
 
     /// The value, or the fixed text that stands for a value that is absent or empty; the role as
@@ -47,6 +47,9 @@ public:
 
     /// Stores the value and announces it, the same text again too. Other attributes are ignored.
     void accessibilitySetValueForAttribute(const QString &value, AccessibilityAttribute attribute);
+
+    /// The value as it was set: absent or empty where no text stands for it.
+    [[nodiscard]] QString ownValue() const { return _value; }
 
     /// Handles Command-C by copying the whole item; says whether the event was handled.
     bool performKeyEquivalent(const QKeyEvent &event);
@@ -63,10 +66,11 @@ private:
     [[nodiscard]] bool copyAsRichText() const;
     [[nodiscard]] bool copyValue() const;
 
-    std::unique_ptr<NewsRenderer> _renderer;
     QString _rendererFolder;
     QString _page;
     QString _value;
+    // Goes first: a client may still ask the view while its renderer goes.
+    std::unique_ptr<NewsRenderer> _renderer;
 };
 
 }  // namespace pelorinnews

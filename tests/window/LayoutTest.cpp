@@ -82,6 +82,8 @@ void LayoutTest::theKeyboardGoesWhereTheEyeGoes() {
         controller->optionsButton(),      controller->showOnStart(),
         controller->previousItem(),       controller->nextItem(),
         controller->displayContentType(), controller->displayContentFrom()};
+    // The page is what a user wants to scroll, and a screen reader to read, first.
+    QCOMPARE(QApplication::focusWidget(), controller->webView());
     controller->optionsButton()->setFocus();
     for (QWidget *expected : order) {
         QCOMPARE(QApplication::focusWidget(), expected);
