@@ -13,7 +13,6 @@
 
 #include <array>
 #include <cstdio>
-#include <ctime>
 #include <malloc.h>
 #include <unistd.h>
 
@@ -27,26 +26,6 @@ void answer(const char *format, double first = 0, double second = 0) {
     std::fputc('\n', stdout);
     std::fflush(stdout);
 }
-
-double processMilliseconds() {
-    timespec spent{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &spent);
-    return static_cast<double>(spent.tv_sec) * 1e3 + static_cast<double>(spent.tv_nsec) / 1e6;
-}
-
-/// Notes what the process had spent whenever a refresh began.
-class RefreshLog final : public OlvLogger {
-public:
-    void addErrorMessage(const QString &message) override {
-        std::fprintf(stderr, "%s\n", qPrintable(message));
-    }
-    void addWarningMessage(const QString &) override {}
-    void addInfoMessage(const QString &message) override {
-        if (message.startsWith(QLatin1String("News Cache -feedRequest")))
-            answer("refresh %.3f", processMilliseconds());
-    }
-    void addDebugMessage(const QString &) override {}
-};
 
 class Commands {
 public:
@@ -65,9 +44,6 @@ public:
         if (words[0] == "load") {
             const Panel::Cost cost = panel.load(QString::fromLocal8Bit(argument));
             answer("loaded %.3f %.3f", cost.clock, cost.processor);
-        } else if (words[0] == "log") {
-            panel.setLogger(std::make_shared<RefreshLog>());
-            answer("logging");
         } else if (words[0] == "show") {
             panel.show(colour, painted);
         } else if (words[0] == "close") {
@@ -105,6 +81,8 @@ private:
 int main(int argc, char *argv[]) {
     QApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     const QApplication application(argc, argv);
+    // A cursor that blinks would be work of the host's own.
+    QApplication::setCursorFlashTime(0);
     QMainWindow window;
     window.setCentralWidget(new QPlainTextEdit(QStringLiteral("A document"), &window));
     window.menuBar()->addMenu(QStringLiteral("File"))->addAction(QStringLiteral("Quit"));

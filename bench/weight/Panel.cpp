@@ -37,10 +37,6 @@ Panel::Cost Panel::load(const QString &module) {
     return {passed.count(), threadMilliseconds() - processor};
 }
 
-void Panel::setLogger(std::shared_ptr<OlvLogger> logger) {
-    news->setLogger(std::move(logger));
-}
-
 QWidget *Panel::window() {
     const QWidgetList windows = QApplication::topLevelWidgets();
     for (QWidget *each : windows) {

@@ -23,8 +23,6 @@ public:
     /// Loads the module and creates its panel; ends the program where that fails.
     Cost load(const QString &module);
 
-    void setLogger(std::shared_ptr<OlvLogger> logger);
-
     /// Opens the window; the first item's page has this background.
     void show(std::uint32_t colour, PixelWatch::Painted painted);
     void close();
