@@ -2,12 +2,21 @@
 
 #include "ItemPage.h"
 #include "ItemSchemeHandler.h"
+#include "LibraryPages.h"
 
 #include <QWebEngineDownloadRequest>
 #include <QWebEngineProfile>
 #include <QWebEngineSettings>
 
 namespace pelorinnews {
+
+namespace {
+
+/// A window that was closed for this long has probably been read. Until then it opens again at
+/// once; afterwards a page's process has to be started first.
+constexpr int restMilliseconds = 10'000;
+
+}  // namespace
 
 WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _view(new QWebEngineView(parent)) {
     // Without a name a profile keeps nothing on disk. It must outlive its page, hence the order of
@@ -24,11 +33,27 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _view(new QWebEngineView(par
     _page->setBackgroundColor(Qt::white);
     _view->setPage(_page);
     _view->setContextMenuPolicy(Qt::NoContextMenu);
+
+    _rest.setSingleShot(true);
+    _rest.setInterval(restMilliseconds);
+    QObject::connect(&_rest, &QTimer::timeout, _page, [this] { rest(); });
+    QObject::connect(_page, &QWebEnginePage::visibleChanged, &_rest, [this](bool visible) {
+        if (visible)
+            _rest.stop();
+        else
+            _rest.start();
+    });
 }
 
 WebNewsRenderer::~WebNewsRenderer() {
     delete _page;
     delete _view;
+}
+
+void WebNewsRenderer::rest() {
+    // Ends the page's process; it starts anew with the view's next showing.
+    _page->setLifecycleState(QWebEnginePage::LifecycleState::Discarded);
+    releaseLibraryPages({"libQt6WebEngineCore", "libQt6Quick", "libQt6Qml"});
 }
 
 void WebNewsRenderer::loadHtmlString(const QString &html) {
