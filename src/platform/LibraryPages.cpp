@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <fcntl.h>
 #include <link.h>
@@ -95,8 +96,7 @@ void releaseLibraryPages(const std::vector<std::string_view> &names) {
     ::dl_iterate_phdr(gather, &search);
     for (const Range &range : search.found) {
         if (range.begin < range.end && isUnchanged(pageMap, range, search.pageSize))
-            ::madvise(reinterpret_cast<void *>(range.begin), range.end - range.begin,
-                      MADV_DONTNEED);
+            ::madvise(std::bit_cast<void *>(range.begin), range.end - range.begin, MADV_DONTNEED);
     }
 }
 
