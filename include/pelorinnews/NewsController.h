@@ -9,9 +9,9 @@ namespace pelorinnews {
 /// The news panel, as the host drives it: create it through `NewsPlugin::init`, hand over the
 /// logger, `show` it any number of times, `exit` once, release it.
 ///
-/// All operations belong on the main thread. None fails. Two take their time: the first `show` loads
-/// the window and the web engine, a third of a second or so; `exit` waits a quarter of a second at
-/// most for the desktop to take back what the panel announced.
+/// All operations belong on the main thread. None fails. Two take their time: the first `show`
+/// loads the window and the web engine, a third of a second or so; `exit` waits a quarter of a
+/// second at most for the desktop to take back what the panel announced.
 class NewsController {
 public:
     virtual ~NewsController() = default;

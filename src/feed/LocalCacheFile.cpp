@@ -8,6 +8,8 @@
 
 #include <NetworkUrlLoader.h>
 #include <algorithm>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace pelorinnews {
 
@@ -70,6 +72,26 @@ std::optional<Error> LocalCacheFile::write(QByteArrayView utf8) const {
     if (!file.open(QIODevice::WriteOnly) || !writeText(file, utf8) || !file.commit())
         return fileError(file);
     return std::nullopt;
+}
+
+std::optional<LocalCacheFile::Stamp> LocalCacheFile::stamp() const {
+    struct stat status {};
+    if (filePath.isNull() || ::lstat(QFile::encodeName(filePath).constData(), &status) != 0 ||
+        !S_ISREG(status.st_mode))
+        return std::nullopt;
+    const auto nanoseconds = [](const timespec &time) {
+        return qint64{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+    };
+    return Stamp{status.st_dev, status.st_ino, status.st_size, nanoseconds(status.st_mtim),
+                 nanoseconds(status.st_ctim)};
+}
+
+std::optional<LocalCacheFile::Stamp> LocalCacheFile::dateAnew(const Stamp &before) const {
+    const QByteArray path = QFile::encodeName(filePath);
+    if (stamp() != before ||
+        ::utimensat(AT_FDCWD, path.constData(), nullptr, AT_SYMLINK_NOFOLLOW) != 0)
+        return std::nullopt;
+    return stamp();
 }
 
 std::optional<QString> LocalCacheFile::read(Error *error) const {

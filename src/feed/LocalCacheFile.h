@@ -24,6 +24,25 @@ public:
     /// leaves the earlier file as it was. Returns the failure, if any. Takes no memory to speak of.
     [[nodiscard]] std::optional<Error> write(QByteArrayView utf8) const;
 
+    /// By what a change of the file by anybody is seen.
+    struct Stamp {
+        quint64 device = 0;
+        quint64 number = 0;
+        qint64 size = 0;
+        /// Of its contents and of itself, in nanoseconds since the epoch.
+        qint64 modified = 0;
+        qint64 changed = 0;
+
+        friend bool operator==(const Stamp &, const Stamp &) = default;
+    };
+
+    /// Nothing where there is no file, or something else in its place.
+    [[nodiscard]] std::optional<Stamp> stamp() const;
+
+    /// Gives the file, where it still bears `before`, the date of one that is written now, and
+    /// nothing else. The stamp it bears then; nothing where it is another file, or cannot be dated.
+    [[nodiscard]] std::optional<Stamp> dateAnew(const Stamp &before) const;
+
     /// The text of the file, not null even where it is empty, or nothing with `error` set. A file
     /// that is not whole UTF-16 is unreadable: no byte-order mark (an empty file included), an odd
     /// number of bytes, a lone surrogate. So is one larger than any feed that can be downloaded. A

@@ -1,7 +1,6 @@
 #include "OlvNewsCache.h"
 
 #include "FeedExchange.h"
-#include "LocalCacheFile.h"
 #include "OlvNewsParser.h"
 
 #include <QFile>
@@ -85,18 +84,37 @@ void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
 std::optional<Error> OlvNewsCache::takeFeed(const QByteArray &body) {
     // The bytes go to the parser and the file without ever being one text: of a big feed, that text
     // would be the largest thing in memory. Bytes that are no text are an absent one.
+    const FeedMark mark{QByteArrayView(body)};
+    if (isInPlace(mark))
+        return std::nullopt;
     const bool isText = body.isValidUtf8();
     Error parseError;
     OlvNewsParser parser;
-    keepFeed(isText ? parser.parse(QByteArrayView(body), &parseError) : std::nullopt, &parseError);
+    keepFeed(isText ? parser.parse(QByteArrayView(body), &parseError) : std::nullopt, &parseError,
+             mark);
     if (!feedItems())
         return parseError;
     // What was downloaded is kept even where it did not parse.
     if (!isText)
         return std::nullopt;
-    if (const auto failure = LocalCacheFile(_localCacheFileName.get()).write(body))
+    const LocalCacheFile file(_localCacheFileName.get());
+    if (const auto failure = file.write(body))
         logMessage(LogLevelError, LogVocabulary::writingLocalCacheFailed, *failure);
+    else if (const auto stamp = file.stamp())
+        _written.set({mark, *stamp});
     return std::nullopt;
+}
+
+bool OlvNewsCache::isInPlace(const FeedMark &mark) {
+    // Most downloads bring what is there already, and then reading it and writing it again would
+    // change nothing but the file's date.
+    const Written written = _written.get();
+    if (_retrieved.get().mark != mark || written.mark != mark)
+        return false;
+    const auto stamp = LocalCacheFile(_localCacheFileName.get()).dateAnew(written.stamp);
+    if (stamp)
+        _written.set({mark, *stamp});
+    return stamp.has_value();
 }
 
 void OlvNewsCache::restoreLocalCache() {
@@ -117,7 +135,8 @@ bool OlvNewsCache::parseFeed(const QString &text, Error *error) {
     return keepFeed(parser.parse(text, error), error);
 }
 
-bool OlvNewsCache::keepFeed(const std::optional<QVariantMap> &feed, const Error *place) {
+bool OlvNewsCache::keepFeed(const std::optional<QVariantMap> &feed, const Error *place,
+                            const FeedMark &mark) {
     if (!feed) {
         logMessage(LogLevelError, LogVocabulary::parsingFeedFailed, place);
         return false;
@@ -125,7 +144,7 @@ bool OlvNewsCache::keepFeed(const std::optional<QVariantMap> &feed, const Error 
     const OlvNewsItemListRef items = shareItemList(
         feed->value(OlvNewsFeedNewsCacheItemsKeyName).value<std::shared_ptr<OlvNewsItemList>>());
     _retrieved.set({items, feed->value(OlvNewsFeedChannelLanguageKeyName).toString(),
-                    std::make_shared<ItemIndex>(items)});
+                    std::make_shared<ItemIndex>(items), mark});
     return true;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "FeedMark.h"
 #include "ItemIndex.h"
+#include "LocalCacheFile.h"
 #include "OlvNewsCacheItem.h"
 #include "OlvNewsItemList.h"
 
@@ -93,6 +95,8 @@ protected:
         OlvNewsItemListRef _feedItems;
         QString _retrievedLocale;
         std::shared_ptr<const ItemIndex> index;
+        /// Of the download that gave all this; of none where it came another way.
+        FeedMark mark{};
     };
     GuardedSlot<Retrieved> _retrieved;
 
@@ -104,7 +108,9 @@ private:
                           const std::optional<Error> &connectionError,
                           const RefreshCompletion &completion);
     std::optional<Error> takeFeed(const QByteArray &body);
-    bool keepFeed(const std::optional<QVariantMap> &feed, const Error *place);
+    [[nodiscard]] bool isInPlace(const FeedMark &mark);
+    bool keepFeed(const std::optional<QVariantMap> &feed, const Error *place,
+                  const FeedMark &mark = {});
     void restoreLocalCache();
 
     template <class... Arguments>
@@ -116,6 +122,12 @@ private:
     GuardedSlot<QString> _feedType;
     GuardedSlot<QString> _desiredLocale;
     GuardedSlot<QString> _localCacheFileName;
+    /// The file as it was left when a download's text had been written into it.
+    struct Written {
+        FeedMark mark;
+        LocalCacheFile::Stamp stamp;
+    };
+    GuardedSlot<Written> _written;
     std::atomic<bool> _retrievingContent = false;
     GuardedSlot<std::shared_ptr<OlvLogger>> _logger;
 };

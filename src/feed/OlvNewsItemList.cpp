@@ -12,7 +12,7 @@ OlvNewsItemListRef shareItemList(std::shared_ptr<const OlvNewsItemList> items) {
     if (list == nullptr)
         return nullptr;
     return {list, [owner = std::move(items)](const OlvNewsItemList *) mutable {
-                if (MainQueue::isMainThread())
+                if (!owner->empty() && MainQueue::isMainThread())
                     releaseInBackground(std::move(owner));
                 else
                     owner.reset();

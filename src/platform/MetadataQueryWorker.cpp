@@ -2,6 +2,7 @@
 
 #include "FilePaths.h"
 #include "FileWalk.h"
+#include "LibraryPages.h"
 
 #include <QDir>
 #include <QEventLoop>
@@ -119,6 +120,8 @@ void MetadataQueryWorker::walkEnded(const std::vector<QByteArray> &matches) {
         walk(std::move(next));
     }
     settle();
+    // From here on the search only waits, mostly for days.
+    releaseLibraryPages({});
 }
 
 void MetadataQueryWorker::indexAnswered(const std::vector<QByteArray> &paths) {

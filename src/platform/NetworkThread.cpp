@@ -1,7 +1,9 @@
 #include "NetworkThread.h"
 
+#include "LibraryPages.h"
 #include "NetworkTransfer.h"
 
+#include <QBasicTimer>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QFileInfo>
@@ -10,6 +12,17 @@
 namespace pelorinnews {
 
 namespace {
+
+/// How long after the last transfer what came of it has surely been dealt with, mostly.
+constexpr int restMilliseconds = 1000;
+
+/// What a transfer, and the reading of the feed that it brings, bring into memory: several times
+/// what all else of this module takes, to lie there unused until the next one in hours.
+void releaseTransferLibraries() {
+    releaseLibraryPages({"libQt6Network", "libqopensslbackend", "libqcertonlybackend", "libssl",
+                         "libcrypto", "libgssapi_krb5", "libkrb5", "libk5crypto", "libkeyutils",
+                         "libcom_err", "libresolv", "libproxy", "libicu", "libpcre2-16"});
+}
 
 /// Why an address is not to be asked for at all. Opening a pipe waits for its other end, and that
 /// would hold up every transfer.
@@ -38,11 +51,24 @@ public:
             return QObject::event(event);
         thread.startTransfers();
         thread.dropFinished();
+        if (thread.transfers.empty())
+            rest.start(restMilliseconds, this);
+        else
+            rest.stop();
         return true;
+    }
+
+    void stopResting() { rest.stop(); }
+
+protected:
+    void timerEvent(QTimerEvent *) override {
+        rest.stop();
+        releaseTransferLibraries();
     }
 
 private:
     NetworkThread &thread;
+    QBasicTimer rest;
 };
 
 NetworkThread::NetworkThread(qint64 longest)
@@ -89,6 +115,7 @@ bool NetworkThread::stop(std::chrono::milliseconds timeout) {
 
 void NetworkThread::run() {
     exec();
+    bell->stopResting();
     cancelAll();
     // Joining orders what was done here before what comes after; a lock of our own also shows that
     // order to race detectors.

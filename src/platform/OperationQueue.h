@@ -17,10 +17,12 @@ namespace pelorinnews {
 class OperationQueue {
 public:
     static constexpr int joinMilliseconds = 5000;
+    /// A thread that has had no work for this long ends: work comes every few hours.
+    static constexpr int idleMilliseconds = 500;
 
     [[nodiscard]] static std::shared_ptr<OperationQueue> make();
 
-    OperationQueue() = default;
+    OperationQueue() { pool.setExpiryTimeout(idleMilliseconds); }
     OperationQueue(const OperationQueue &) = delete;
     OperationQueue &operator=(const OperationQueue &) = delete;
     ~OperationQueue() = default;

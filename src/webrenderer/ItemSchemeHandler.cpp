@@ -28,7 +28,9 @@ QByteArray ItemSchemeHandler::scheme() {
 
 QUrl ItemSchemeHandler::setPage(const QString &html) {
     _page = html.toUtf8();
-    _address = QUrl(QStringLiteral("%1://item-%2/").arg(QLatin1String(schemeName)).arg(++_pages));
+    // One host for all: for another one the engine would start another process with every page.
+    _address =
+        QUrl(QStringLiteral("%1://item/?%1-%2").arg(QLatin1String(schemeName)).arg(++_pages));
     return _address;
 }
 

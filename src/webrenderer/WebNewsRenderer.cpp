@@ -2,6 +2,7 @@
 
 #include "ItemPage.h"
 #include "ItemSchemeHandler.h"
+#include "LibraryPages.h"
 
 #include <QChildEvent>
 #include <QQuickWidget>
@@ -14,6 +15,10 @@
 namespace pelorinnews {
 
 namespace {
+
+/// A window that was closed for this long has probably been read. Until then it opens again at
+/// once; afterwards a page's process has to be started first.
+constexpr int restMilliseconds = 10'000;
 
 // What the engine makes to paint its pages on takes no keyboard focus and is no window of its own
 // to accessibility clients. Keys that a page had no use for come here, and end here.
@@ -60,11 +65,27 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent)
     _view->installEventFilter(_surround);
     _view->setPage(_page);
     _view->setContextMenuPolicy(Qt::NoContextMenu);
+
+    _rest.setSingleShot(true);
+    _rest.setInterval(restMilliseconds);
+    QObject::connect(&_rest, &QTimer::timeout, _page, [this] { rest(); });
+    QObject::connect(_page, &QWebEnginePage::visibleChanged, &_rest, [this](bool visible) {
+        if (visible)
+            _rest.stop();
+        else
+            _rest.start();
+    });
 }
 
 WebNewsRenderer::~WebNewsRenderer() {
     delete _page;
     delete _surround;
+}
+
+void WebNewsRenderer::rest() {
+    // Ends the page's process; it starts anew with the view's next showing.
+    _page->setLifecycleState(QWebEnginePage::LifecycleState::Discarded);
+    releaseLibraryPages({"libQt6WebEngineCore", "libQt6Quick", "libQt6Qml"});
 }
 
 void WebNewsRenderer::loadHtmlString(const QString &html) {

@@ -3,6 +3,7 @@
 #include "NewsRenderer.h"
 
 #include <QPointer>
+#include <QTimer>
 #include <QWebEngineView>
 
 namespace pelorinnews {
@@ -25,10 +26,14 @@ public:
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) override;
 
 private:
+    /// Gives back what a closed window does not need.
+    void rest();
+
     QPointer<QWidget> _surround;
     QPointer<QWebEngineView> _view;
     QPointer<ItemPage> _page;
     ItemSchemeHandler *_handler = nullptr;
+    QTimer _rest;
 };
 
 }  // namespace pelorinnews

@@ -1,6 +1,7 @@
 #include "WebRendererPlugin.h"
 
 #include "ItemSchemeHandler.h"
+#include "SoftwareGraphics.h"
 #include "WebNewsRenderer.h"
 
 namespace pelorinnews {
@@ -8,6 +9,7 @@ namespace pelorinnews {
 std::unique_ptr<NewsRenderer> WebRendererPlugin::createRenderer(QWidget *parent) {
     if (!ItemSchemeHandler::registerScheme())
         return nullptr;
+    paintWithoutEmulatedGl();
     return std::make_unique<WebNewsRenderer>(parent);
 }
 

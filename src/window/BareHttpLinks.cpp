@@ -31,8 +31,12 @@ QUrl rebasedOnBareHttp(const QUrl &address, const QUrl &page) {
         return address;
     const bool ownHost = address.authority() == page.authority();
     const bool samePage = ownHost && address.path() == page.path();
+    QUrl tail = address;
+    // A link to a place within the page keeps the page's own query, which is no part of the link.
+    if (samePage && address.query() == page.query())
+        tail.setQuery(QString());
     return bareHttp(ownHost ? QString() : address.authority(QUrl::FullyEncoded),
-                    samePage ? QString() : address.path(QUrl::FullyEncoded), address);
+                    samePage ? QString() : address.path(QUrl::FullyEncoded), tail);
 }
 
 }  // namespace pelorinnews

@@ -87,6 +87,11 @@ private Q_SLOTS:
     void logsTheAddressAtInfoLevel();
     void asksForSixtySecondsOfPatience();
     void takesAFeedAndWritesItToTheFile();
+    void aFeedThatIsInPlaceAlreadyLeavesItemsAndFileAndDatesTheFileAnew();
+    void aFeedThatIsInPlaceAlreadyIsWrittenAgainWhereTheFileIsNotAsItWas_data();
+    void aFeedThatIsInPlaceAlreadyIsWrittenAgainWhereTheFileIsNotAsItWas();
+    void aFeedThatCameBeforeIsReadAgainWhereOtherItemsHaveTakenItsPlace();
+    void aFeedOfTheSameLengthIsAnother();
     void takesAResponseWithoutAStatus();
     void aStatusBelow400IsNoError_data();
     void aStatusBelow400IsNoError();
@@ -258,6 +263,85 @@ void OlvNewsCacheTest::takesAFeedAndWritesItToTheFile() {
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(text));
     QCOMPARE(kinds(*logger), QStringList{asked});
     QCOMPARE(QDir(cacheFolder(identifier)).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+void OlvNewsCacheTest::aFeedThatIsInPlaceAlreadyLeavesItemsAndFileAndDatesTheFileAnew() {
+    const QString feed = feedOfTitles("en", {"a", "b"});
+    download(feed);
+    const auto item = cache->itemAtIndex(0);
+    const QDateTime past = QDateTime::currentDateTimeUtc().addSecs(-1);
+    const LocalCacheFile::Stamp before = LocalCacheFile(file()).stamp().value();
+    // So that a new date is a later one on file systems with coarse clocks, too.
+    QTest::qSleep(20);
+    download(feed);
+    QCOMPARE(titles(*cache), QStringList({"a", "b"}));
+    QCOMPARE(cache->retrievedLocale(), QStringLiteral("en"));
+    QCOMPARE(cache->itemAtIndex(0), item);
+    QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(feed));
+    const LocalCacheFile::Stamp after = LocalCacheFile(file()).stamp().value();
+    QCOMPARE(after.number, before.number);
+    QVERIFY(after.modified > before.modified);
+    QVERIFY(QFileInfo(file()).lastModified() > past);
+    QCOMPARE(kinds(*logger), QStringList({asked, asked}));
+    // And once more, by the date it bears now.
+    download(feed);
+    QCOMPARE(cache->itemAtIndex(0), item);
+}
+
+void OlvNewsCacheTest::aFeedThatIsInPlaceAlreadyIsWrittenAgainWhereTheFileIsNotAsItWas_data() {
+    QTest::addColumn<std::function<void()>>("change");
+    using Change = std::function<void()>;
+    QTest::newRow("gone") << Change([] { QVERIFY(QFile::remove(file())); });
+    QTest::newRow("replaced") << Change([] {
+        QVERIFY(QFile::remove(file()));
+        QVERIFY(putFile(feedOfTitles("en", {"x"})));
+    });
+    QTest::newRow("changed in its place") << Change([] {
+        QFile changed(file());
+        QVERIFY(changed.open(QIODevice::ReadWrite) && changed.seek(100));
+        QCOMPARE(changed.write("!"), 1);
+    });
+    QTest::newRow("a folder") << Change([] {
+        QVERIFY(QFile::remove(file()) && QDir().mkdir(file()));
+        QVERIFY(QDir().rmdir(file()));
+    });
+}
+
+void OlvNewsCacheTest::aFeedThatIsInPlaceAlreadyIsWrittenAgainWhereTheFileIsNotAsItWas() {
+    QFETCH(const std::function<void()>, change);
+    const QString feed = feedOfTitles("en", {"a"});
+    download(feed);
+    QTest::qSleep(20);
+    change();
+    download(feed);
+    QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(feed));
+    QCOMPARE(titles(*cache), QStringList{"a"});
+}
+
+void OlvNewsCacheTest::aFeedThatCameBeforeIsReadAgainWhereOtherItemsHaveTakenItsPlace() {
+    const QString feed = feedOfTitles("en", {"a"});
+    download(feed);
+    QVERIFY(cache->parseFeed(feedOfTitles("de", {"x"}), nullptr));
+    QCOMPARE(titles(*cache), QStringList{"x"});
+    download(feed);
+    QCOMPARE(titles(*cache), QStringList{"a"});
+    QCOMPARE(cache->retrievedLocale(), QStringLiteral("en"));
+    download(feedOfTitles("en", {"b"}));
+    download(feed);
+    QCOMPARE(titles(*cache), QStringList{"a"});
+    QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(feed));
+}
+
+void OlvNewsCacheTest::aFeedOfTheSameLengthIsAnother() {
+    download(feedOfTitles("en", {"a"}));
+    download(feedOfTitles("en", {"b"}));
+    QCOMPARE(titles(*cache), QStringList{"b"});
+    const QByteArray locale = qgetenv("LC_ALL");
+    qputenv("LC_ALL", "de_DE.UTF-8");
+    const auto item = cache->itemAtIndex(0);
+    download(feedOfTitles("en", {"b"}));
+    qputenv("LC_ALL", locale);
+    QVERIFY2(cache->itemAtIndex(0) != item, "dates may be others in another language");
 }
 
 void OlvNewsCacheTest::takesAResponseWithoutAStatus() {

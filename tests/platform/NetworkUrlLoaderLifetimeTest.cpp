@@ -138,11 +138,13 @@ void NetworkUrlLoaderLifetimeTest::anIdleLoaderNeverWakesUp() {
     QTRY_VERIFY(threadsNamed("QNetworkAccess").isEmpty());
     const QStringList threads = threadsNamed("PelorinNewsLoad");
     QCOMPARE(threads.size(), 1);
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    const QByteArray before = wakeUps(threads.front());
-    QVERIFY(!before.isEmpty());
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-    QCOMPARE(wakeUps(threads.front()), before);
+    // Once it gives memory back, a moment after the transfer; from then on it sleeps.
+    const auto sleeps = [&threads] {
+        const QByteArray before = wakeUps(threads.front());
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        return !before.isEmpty() && wakeUps(threads.front()) == before;
+    };
+    QVERIFY(sleeps() || sleeps() || sleeps());
 }
 
 int main(int argc, char *argv[]) {

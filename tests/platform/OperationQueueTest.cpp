@@ -44,6 +44,17 @@ private Q_SLOTS:
         QVERIFY(!queue->isClosed());
     }
 
+    void aThreadWithoutWorkEnds() {
+        Application application;
+        const auto queue = OperationQueue::make();
+        std::atomic<QThread *> thread = nullptr;
+        queue->threadPool()->start([&thread] { thread = QThread::currentThread(); });
+        QTRY_VERIFY(thread.load() != nullptr);
+        // The pool keeps the object of a thread that has ended. By itself it has threads wait for
+        // half a minute.
+        QVERIFY(QTest::qWaitFor([&thread] { return thread.load()->isFinished(); }, 20000));
+    }
+
     void mayBeLetGoOfOnItsOwnThread() {
         Application application;
         auto queue = OperationQueue::make();

@@ -55,7 +55,7 @@ void LinksTest::resolvesAgainstABareHttp() {
 }
 
 void LinksTest::rebasesWhatAnEngineResolved() {
-    const QUrl page(QStringLiteral("pelorin-news-item://item/"));
+    const QUrl page(QStringLiteral("pelorin-news-item://item/?page-7"));
     const auto rebased = [&page](const char *link) {
         return rebasedOnBareHttp(page.resolved(QUrl(QLatin1String(link))), page)
             .toString(QUrl::FullyEncoded);
@@ -65,6 +65,8 @@ void LinksTest::rebasesWhatAnEngineResolved() {
     QCOMPARE(rebased("//h/a"), QStringLiteral("http://h/a"));
     QCOMPARE(rebased("#a"), QStringLiteral("http://#a"));
     QCOMPARE(rebased("?q"), QStringLiteral("http://?q"));
+    QCOMPARE(rebased("?q#a"), QStringLiteral("http://?q#a"));
+    QCOMPARE(rebased(""), QStringLiteral("http://"));
     QCOMPARE(rebased("ftp://h/a"), QStringLiteral("ftp://h/a"));
 }
 

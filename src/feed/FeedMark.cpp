@@ -1,0 +1,26 @@
+#include "FeedMark.h"
+
+#include <QHashFunctions>
+#include <QRandomGenerator>
+
+#include <DateFormatter.h>
+
+namespace pelorinnews {
+
+namespace {
+
+const std::array<std::size_t, 2> &seeds() {
+    static const std::array<std::size_t, 2> drawn = {QRandomGenerator::system()->generate64(),
+                                                     QRandomGenerator::system()->generate64()};
+    return drawn;
+}
+
+}  // namespace
+
+FeedMark::FeedMark(QByteArrayView bytes)
+    : size(bytes.size()), dateLocale(DateFormatter::userLocaleIdentifier()) {
+    for (std::size_t i = 0; i < hashes.size(); ++i)
+        hashes.at(i) = qHashBits(bytes.data(), static_cast<std::size_t>(size), seeds().at(i));
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,91 @@
+#include "LibraryPages.h"
+#include "TestHome.h"
+
+#include <QFile>
+#include <QTest>
+
+#include <dlfcn.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+using namespace pelorinnews;
+
+namespace {
+
+/// A library that nothing else here touches, and some text in it that is never run.
+constexpr auto library = "libmvec.so.1";
+constexpr auto symbol = "_ZGVbN2v_sin";
+
+/// Kilobytes of the code and the constants of a library that are in this process's memory.
+qint64 residentKilobytes(const QByteArray &name) {
+    QFile maps(QStringLiteral("/proc/self/smaps"));
+    if (!maps.open(QIODevice::ReadOnly))
+        qFatal("no smaps");
+    qint64 sum = 0;
+    bool counts = false;
+    for (const QByteArray &line : maps.readAll().split('\n')) {
+        const QList<QByteArray> words = line.simplified().split(' ');
+        if (words[0].contains('-') && !words[0].endsWith(':'))
+            counts = words.last().contains(name) && !words.value(1).contains('w');
+        else if (counts && words[0] == "Rss:")
+            sum += words[1].toLongLong();
+    }
+    return sum;
+}
+
+}  // namespace
+
+class LibraryPagesTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() {
+        void *const opened = ::dlopen(library, RTLD_NOW);
+        QVERIFY2(opened, library);
+        code = static_cast<volatile unsigned char *>(::dlsym(opened, symbol));
+        QVERIFY(code);
+        first = *code;
+    }
+
+    void givesBackWhatIsUnchangedAndTheContentsComeBack() {
+        QVERIFY(residentKilobytes(library) > 0);
+        releaseLibraryPages({library});
+        const qint64 left = residentKilobytes(library);
+        QVERIFY2(left <= 16, QByteArray::number(left).constData());
+        QCOMPARE(*code, first);
+        QVERIFY(residentKilobytes(library) > left);
+    }
+
+    void leavesOtherLibrariesAlone() {
+        QCOMPARE(*code, first);
+        const qint64 before = residentKilobytes(library);
+        releaseLibraryPages({"libother"});
+        QVERIFY(residentKilobytes(library) >= before);
+    }
+
+    void goesByTheBeginningOfTheFilesName() {
+        releaseLibraryPages({"mvec"});
+        QVERIFY(residentKilobytes(library) > 16);
+        releaseLibraryPages({"libmv"});
+        QVERIFY(residentKilobytes(library) <= 16);
+    }
+
+    void keepsWhatADebuggerHasChanged() {
+        const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+        const auto page = reinterpret_cast<std::uintptr_t>(code) & ~(pageSize - 1);
+        void *const start = reinterpret_cast<void *>(page);
+        QCOMPARE(::mprotect(start, pageSize, PROT_READ | PROT_WRITE | PROT_EXEC), 0);
+        constexpr unsigned char breakpoint = 0xcc;
+        *code = breakpoint;
+        QCOMPARE(::mprotect(start, pageSize, PROT_READ | PROT_EXEC), 0);
+        releaseLibraryPages({library});
+        QCOMPARE(*code, breakpoint);
+    }
+
+private:
+    volatile unsigned char *code = nullptr;
+    unsigned char first = 0;
+};
+
+QTEST_GUILESS_MAIN(LibraryPagesTest)
+#include "LibraryPagesTest.moc"
