@@ -18,7 +18,7 @@ QByteArray client(const QStringList &arguments) {
 
 QStringList texts(const QJsonValue &list) {
     QStringList all;
-    for (const QJsonValue &each : list.toArray())
+    for (const auto each : list.toArray())
         all.append(each.toString());
     return all;
 }
@@ -28,7 +28,7 @@ QStringList texts(const QJsonValue &list) {
 QList<Object> tree(qint64 host) {
     QList<Object> all;
     const QByteArray told = client({QStringLiteral("tree"), QString::number(host)});
-    for (const QJsonValue &each : QJsonDocument::fromJson(told).array()) {
+    for (const auto each : QJsonDocument::fromJson(told).array()) {
         Object object;
         object.depth = each[QStringLiteral("depth")].toInt();
         object.role = each[QStringLiteral("role")].toString();

@@ -20,7 +20,8 @@ QList<FeedEntry> Panel::items(int count) {
     const QDateTime now = QDateTime::currentDateTimeUtc();
     for (int number = 1; number <= count; ++number) {
         const QString text = QStringLiteral("Item %1").arg(number);
-        all.append({text, now.addSecs(-60 * number), text, QStringLiteral("<p>%1</p>").arg(text)});
+        all.append(
+            {text, now.addSecs(qint64{-60} * number), text, QStringLiteral("<p>%1</p>").arg(text)});
     }
     return all;
 }

@@ -1,0 +1,63 @@
+// A host whose own shortcuts are the window's keys, with a real keyboard: Qt asks for shortcuts
+// before anybody sees the key.
+
+#include "TestMain.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QMimeData>
+#include <QProcess>
+#include <QShortcut>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+class HostShortcutsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void eachWindowHasItsOwnKeys();
+
+private:
+    static void press(const char *key) {
+        QCOMPARE(QProcess::execute(QStringLiteral("xdotool"),
+                                   {QStringLiteral("key"), QLatin1String(key)}),
+                 0);
+    }
+};
+
+void HostShortcutsTest::eachWindowHasItsOwnKeys() {
+    WindowFixture fixture;
+    fixture.prefer(QStringLiteral("newsShowOnStart"), false);
+    fixture.serve(WindowFixture::items(2));
+    const auto controller = fixture.makeController();
+    QWidget host;
+    host.show();
+    QStringList taken;
+    for (const char *keys : {"Ctrl+W", "Ctrl+C"}) {
+        auto *shortcut = new QShortcut(QKeySequence(QLatin1String(keys)), &host);
+        shortcut->setContext(Qt::ApplicationShortcut);
+        connect(shortcut, &QShortcut::activated, this,
+                [&taken, keys] { taken.append(QLatin1String(keys)); });
+    }
+    QGuiApplication::clipboard()->clear();
+    controller->showWindow();
+    QVERIFY(QTest::qWaitForWindowActive(controller->window()));
+    QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
+    press("ctrl+c");
+    QTRY_VERIFY(QGuiApplication::clipboard()->mimeData()->hasFormat(QStringLiteral("text/rtf")));
+    press("ctrl+w");
+    QTRY_VERIFY(!controller->window()->isVisible());
+    QCOMPARE(taken, QStringList());
+
+    host.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&host));
+    press("ctrl+c");
+    press("ctrl+w");
+    QTRY_COMPARE(taken, QStringList({QStringLiteral("Ctrl+C"), QStringLiteral("Ctrl+W")}));
+    QVERIFY(host.isVisible());
+}
+
+PELORIN_WIDGET_TEST_MAIN(HostShortcutsTest)
+#include "HostShortcutsTest.moc"
