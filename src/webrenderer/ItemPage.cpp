@@ -2,7 +2,9 @@
 
 #include "BareHttpLinks.h"
 
+#include <QWebEngineHistory>
 #include <QWebEngineNewWindowRequest>
+#include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
 
 namespace pelorinnews {
@@ -32,6 +34,7 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
         engine->setAttribute(attribute, false);
     engine->setAttribute(QWebEngineSettings::PlaybackRequiresUserGesture, true);
     engine->setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
+    scripts().insert(_clicks.script());
 
     connect(this, &QWebEnginePage::newWindowRequested, this,
             [this](const QWebEngineNewWindowRequest &request) {
@@ -40,6 +43,11 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
                     static_cast<void>(
                         allows(pelorinnews::NavigationType::LinkClicked, request.requestedUrl()));
             });
+    // A mouse's back button must not lead to the item before, which is not served any more.
+    connect(this, &QWebEnginePage::loadFinished, this, [this] {
+        if (url() == _item)
+            history()->clear();
+    });
     connect(this, &QWebEnginePage::featurePermissionRequested, this,
             [this](const QUrl &origin, Feature feature) {
                 setFeaturePermission(origin, feature, PermissionDeniedByUser);
@@ -77,6 +85,13 @@ bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, boo
             return allows(Type::Other, url);
     }
     return false;
+}
+
+void ItemPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &message, int,
+                                        const QString &) {
+    // Nothing is left to allow: the script has kept the engine from following the link.
+    if (const auto link = _clicks.reported(message))
+        static_cast<void>(allows(pelorinnews::NavigationType::LinkClicked, *link));
 }
 
 }  // namespace pelorinnews

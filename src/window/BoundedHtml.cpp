@@ -224,6 +224,9 @@ BoundedHtml::Attributes BoundedHtml::readAttributes() {
             skipSpace();
             value = readWord();
         }
+        // The document takes addresses as they stand, where pages may surround them with space.
+        if (name == QStringLiteral("href") || name == QStringLiteral("src"))
+            value = value.trimmed();
         if (std::all_of(name.begin(), name.end(), isNamePart))
             attributes.emplaceBack(name, value);
     }

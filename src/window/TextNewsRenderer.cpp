@@ -4,7 +4,10 @@
 #include "BoundedHtml.h"
 
 #include <QFrame>
+#include <QMouseEvent>
 #include <QScrollBar>
+
+#include <utility>
 
 namespace pelorinnews {
 
@@ -32,12 +35,15 @@ TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
     colours.setColor(QPalette::Link, QColor(0x00, 0x00, 0xee));
     setPalette(colours);
 
-    connect(this, &QTextBrowser::anchorClicked, this, [this](const QUrl &link) {
-        if (_policy)
-            _policy->webViewDecidePolicyForNavigationAction(
-                NavigationType::LinkClicked,
-                resolvedAgainstBareHttp(link.toString(QUrl::FullyEncoded)));
-    });
+    connect(this, &QTextBrowser::anchorClicked, this,
+            [this](const QUrl &link) { reportClick(link.toString(QUrl::FullyEncoded)); });
+}
+
+// The page never goes anywhere by itself, so it does not matter what the delegate decides.
+void TextNewsRenderer::reportClick(const QString &link) {
+    if (_policy)
+        _policy->webViewDecidePolicyForNavigationAction(NavigationType::LinkClicked,
+                                                        resolvedAgainstBareHttp(link));
 }
 
 void TextNewsRenderer::loadHtmlString(const QString &html) {
@@ -61,7 +67,18 @@ QVariant TextNewsRenderer::loadResource(int type, const QUrl &name) {
     return {};
 }
 
-// The page never goes anywhere by itself; clicked links are the policy delegate's.
 void TextNewsRenderer::doSetSource(const QUrl &, QTextDocument::ResourceType) {}
+
+void TextNewsRenderer::mousePressEvent(QMouseEvent *event) {
+    _pressedLink = event->button() == Qt::MiddleButton ? anchorAt(event->pos()) : QString();
+    QTextBrowser::mousePressEvent(event);
+}
+
+void TextNewsRenderer::mouseReleaseEvent(QMouseEvent *event) {
+    const QString link = std::exchange(_pressedLink, QString());
+    if (event->button() == Qt::MiddleButton && !link.isEmpty() && link == anchorAt(event->pos()))
+        reportClick(link);
+    QTextBrowser::mouseReleaseEvent(event);
+}
 
 }  // namespace pelorinnews

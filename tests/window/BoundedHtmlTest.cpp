@@ -27,6 +27,7 @@ void BoundedHtmlTest::writesOnePlainForm_data() {
     row("a lone sign", "1 < 2 <", "1 &lt; 2 &lt;");
     row("capitals", "<B CLASS=x>a</B>", "<b class=\"x\">a</b>");
     row("quotes", "<a title='x>\"y'>a</a>", "<a title=\"x>&quot;y\">a</a>");
+    row("space around an address", "<a href=' b c\n'>a</a>", "<a href=\"b c\">a</a>");
     row("attribute without value", "<td nowrap>a</td>", "<td nowrap=\"\">a</td>");
     row("comment", "a<!-- <b> -->b", "ab");
     row("unfinished comment", "a<!-- b", "a");
