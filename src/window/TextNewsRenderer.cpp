@@ -4,6 +4,7 @@
 #include "BoundedHtml.h"
 
 #include <QFrame>
+#include <QImage>
 #include <QMouseEvent>
 #include <QScrollBar>
 
@@ -16,9 +17,6 @@ namespace {
 // What browsers give a page that asks for nothing else.
 constexpr int standardFontPixels = 16;
 constexpr qreal pageMargin = 8;
-
-// Laying out one long line takes a time that grows with its square.
-constexpr qsizetype mostPlainCharacters = 10'000;
 
 }  // namespace
 
@@ -47,11 +45,7 @@ void TextNewsRenderer::reportClick(const QString &link) {
 }
 
 void TextNewsRenderer::loadHtmlString(const QString &html) {
-    // Markup that the document would choke on is shown as it stands.
-    if (const auto bounded = BoundedHtml::prepared(html))
-        setHtml(*bounded);
-    else
-        setPlainText(html.left(mostPlainCharacters));
+    setHtml(BoundedHtml::beginning(html));
     verticalScrollBar()->setValue(0);
 }
 
@@ -62,9 +56,20 @@ void TextNewsRenderer::setStandardFontFamily(const QString &family) {
 }
 
 QVariant TextNewsRenderer::loadResource(int type, const QUrl &name) {
-    if (name.scheme() == QLatin1String("data"))
-        return QTextBrowser::loadResource(type, name);
-    return {};
+    if (name.scheme() == QLatin1String("data")) {
+        if (const QVariant resource = QTextBrowser::loadResource(type, name); resource.isValid())
+            return resource;
+    }
+    // Where nothing is given, the document looks for a file of that name itself, and shows it.
+    if (type == QTextDocument::ImageResource) {
+        static const QImage nothing = [] {
+            QImage image(1, 1, QImage::Format_ARGB32);
+            image.fill(Qt::transparent);
+            return image;
+        }();
+        return nothing;
+    }
+    return QByteArray("");
 }
 
 void TextNewsRenderer::doSetSource(const QUrl &, QTextDocument::ResourceType) {}
