@@ -2,6 +2,7 @@
 
 #include "BareHttpLinks.h"
 
+#include <QAuthenticator>
 #include <QWebEngineHistory>
 #include <QWebEngineNewWindowRequest>
 #include <QWebEngineScriptCollection>
@@ -43,11 +44,20 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
                     static_cast<void>(
                         allows(pelorinnews::NavigationType::LinkClicked, request.requestedUrl()));
             });
+    connect(this, &QWebEnginePage::urlChanged, this,
+            [this](const QUrl &shown) { _itemHasCome = _itemHasCome || shown == _item; });
     // A mouse's back button must not lead to the item before, which is not served any more.
     connect(this, &QWebEnginePage::loadFinished, this, [this] {
         if (url() == _item)
             history()->clear();
     });
+    // An answer that is left as it comes counts as a name and a password, both empty, and the
+    // server is asked again and again.
+    connect(this, &QWebEnginePage::authenticationRequired, this,
+            [](const QUrl &, QAuthenticator *answer) { *answer = QAuthenticator(); });
+    connect(
+        this, &QWebEnginePage::proxyAuthenticationRequired, this,
+        [](const QUrl &, QAuthenticator *answer, const QString &) { *answer = QAuthenticator(); });
     connect(this, &QWebEnginePage::featurePermissionRequested, this,
             [this](const QUrl &origin, Feature feature) {
                 setFeaturePermission(origin, feature, PermissionDeniedByUser);
@@ -56,6 +66,7 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
 
 void ItemPage::showItem(const QUrl &address) {
     _item = address;
+    _itemHasCome = false;
     load(address);
 }
 
@@ -67,8 +78,11 @@ bool ItemPage::allows(pelorinnews::NavigationType type, const QUrl &url) {
            NavigationDecision::Use;
 }
 
-bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, bool) {
+bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) {
     using Type = pelorinnews::NavigationType;
+    // Going elsewhere now, the page before would call off the loading of the item.
+    if (isMainFrame && !_itemHasCome && type != NavigationTypeTyped)
+        return false;
     switch (type) {
         case NavigationTypeLinkClicked:
             return allows(Type::LinkClicked, url);

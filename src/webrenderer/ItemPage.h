@@ -34,6 +34,8 @@ private:
 
     NavigationPolicyDelegate *_policy = nullptr;
     QUrl _item;
+    // The page before is still there until the engine has the item.
+    bool _itemHasCome = false;
     LinkClicks _clicks;
 };
 

@@ -1,7 +1,9 @@
 #include "WebNewsRenderer.h"
 
+#include "EngineView.h"
 #include "ItemPage.h"
 #include "ItemSchemeHandler.h"
+#include "RequestFilter.h"
 
 #include <QWebEngineDownloadRequest>
 #include <QWebEngineProfile>
@@ -9,7 +11,7 @@
 
 namespace pelorinnews {
 
-WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _view(new QWebEngineView(parent)) {
+WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _view(new EngineView(parent)) {
     // Without a name a profile keeps nothing on disk. It must outlive its page, hence the order of
     // the deletions below.
     auto *profile = new QWebEngineProfile(_view);
@@ -18,6 +20,7 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _view(new QWebEngineView(par
     profile->setSpellCheckEnabled(false);
     QObject::connect(profile, &QWebEngineProfile::downloadRequested, profile,
                      [](QWebEngineDownloadRequest *download) { download->cancel(); });
+    profile->setUrlRequestInterceptor(new RequestFilter(profile));
     _handler = new ItemSchemeHandler(profile);
     profile->installUrlSchemeHandler(ItemSchemeHandler::scheme(), _handler);
     _page = new ItemPage(profile, profile);
@@ -29,6 +32,10 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _view(new QWebEngineView(par
 WebNewsRenderer::~WebNewsRenderer() {
     delete _page;
     delete _view;
+}
+
+QWidget *WebNewsRenderer::widget() const {
+    return _view;
 }
 
 void WebNewsRenderer::loadHtmlString(const QString &html) {

@@ -3,10 +3,10 @@
 #include "NewsRenderer.h"
 
 #include <QPointer>
-#include <QWebEngineView>
 
 namespace pelorinnews {
 
+class EngineView;
 class ItemPage;
 class ItemSchemeHandler;
 
@@ -16,13 +16,13 @@ public:
     explicit WebNewsRenderer(QWidget *parent);
     ~WebNewsRenderer() override;
 
-    [[nodiscard]] QWidget *widget() const override { return _view; }
+    [[nodiscard]] QWidget *widget() const override;
     void loadHtmlString(const QString &html) override;
     void setStandardFontFamily(const QString &family) override;
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) override;
 
 private:
-    QPointer<QWebEngineView> _view;
+    QPointer<EngineView> _view;
     QPointer<ItemPage> _page;
     ItemSchemeHandler *_handler = nullptr;
 };

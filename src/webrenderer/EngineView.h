@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QWebEngineView>
+
+namespace pelorinnews {
+
+/// The engine's view, kept from opening the one dialog that it opens without asking: the choice of
+/// a colour, which needs no script, just a form field to be clicked.
+class EngineView final : public QWebEngineView {
+    Q_OBJECT
+
+public:
+    using QWebEngineView::QWebEngineView;
+
+protected:
+    void childEvent(QChildEvent *event) override;
+};
+
+}  // namespace pelorinnews
