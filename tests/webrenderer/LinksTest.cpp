@@ -13,7 +13,7 @@ using namespace pelorinnews::test;
 
 namespace {
 
-constexpr int patience = 10000;
+constexpr int patience = 30000;
 const QPoint place(50, 60);
 const QColor linkColor(0x20, 0xc0, 0x40);
 

@@ -32,7 +32,7 @@ void PageServer::answer(QTcpSocket *socket, const QByteArray &head) {
     const QByteArray target = line.value(1);
     _requests.append(QString::fromLatin1(line.value(0) + ' ' + target));
     const Answer missing{{}, "text/plain", "404 Not Found"};
-    const Answer found = _answers.value(target.left(target.indexOf('?')), missing);
+    const Answer found = _answers.value(target.split('?').first(), missing);
     socket->write("HTTP/1.1 " + found.status + "\r\nContent-Type: " + found.type +
                   "\r\nContent-Length: " + QByteArray::number(found.body.size()) + "\r\n" +
                   found.headers + "Connection: close\r\n\r\n" + found.body);

@@ -14,7 +14,7 @@ namespace pelorinnews::test {
 
 namespace {
 
-constexpr int patience = 30000;
+constexpr int patience = 60000;
 
 }  // namespace
 
@@ -68,6 +68,10 @@ QString RendererFixture::text() const {
 QColor RendererFixture::pixel(QPoint place) const {
     const QPixmap shot = view.screen()->grabWindow(view.winId(), place.x(), place.y(), 1, 1);
     return shot.isNull() ? QColor() : shot.toImage().pixelColor(0, 0);
+}
+
+QImage RendererFixture::screen() const {
+    return view.screen()->grabWindow(view.winId()).toImage();
 }
 
 QWidget *RendererFixture::target() const {

@@ -3,6 +3,7 @@
 #include "OlvNewsWebView.h"
 
 #include <QColor>
+#include <QImage>
 #include <QList>
 #include <QPoint>
 
@@ -43,6 +44,9 @@ public:
 
     /// The colour on the screen, in the view's coordinates.
     [[nodiscard]] QColor pixel(QPoint place) const;
+
+    /// The whole view as it is on the screen.
+    [[nodiscard]] QImage screen() const;
 
     /// The widget that takes the mouse and the keys.
     [[nodiscard]] QWidget *target() const;
