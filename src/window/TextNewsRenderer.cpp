@@ -57,7 +57,7 @@ void TextNewsRenderer::setStandardFontFamily(const QString &family) {
 
 QVariant TextNewsRenderer::loadResource(int type, const QUrl &name) {
     if (name.scheme() == QLatin1String("data")) {
-        if (const QVariant resource = QTextBrowser::loadResource(type, name); resource.isValid())
+        if (QVariant resource = QTextBrowser::loadResource(type, name); resource.isValid())
             return resource;
     }
     // Where nothing is given, the document looks for a file of that name itself, and shows it.

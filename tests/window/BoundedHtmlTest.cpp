@@ -153,8 +153,7 @@ void BoundedHtmlTest::showsTheBeginningOfWhatIsTooMuch_data() {
     row("30 tables in each other", repeated("<table><tr><td>a", 30), 300);
     row("a table with many cells", QStringLiteral("<table>") + repeated("<tr><td>a<td>b", 10'000),
         100'000);
-    row("a cell across everything", QStringLiteral("<table><tr><td rowspan=999 colspan=999>a"),
-        40);
+    row("a cell across everything", QStringLiteral("<table><tr><td rowspan=999 colspan=999>a"), 40);
     row(
         "many fonts",
         [] {
