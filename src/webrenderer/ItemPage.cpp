@@ -2,7 +2,10 @@
 
 #include "BareHttpLinks.h"
 
+#include <QAuthenticator>
+#include <QWebEngineHistory>
 #include <QWebEngineNewWindowRequest>
+#include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
 
 namespace pelorinnews {
@@ -32,6 +35,7 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
         engine->setAttribute(attribute, false);
     engine->setAttribute(QWebEngineSettings::PlaybackRequiresUserGesture, true);
     engine->setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
+    scripts().insert(_clicks.script());
 
     connect(this, &QWebEnginePage::newWindowRequested, this,
             [this](const QWebEngineNewWindowRequest &request) {
@@ -40,6 +44,20 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
                     static_cast<void>(
                         allows(pelorinnews::NavigationType::LinkClicked, request.requestedUrl()));
             });
+    connect(this, &QWebEnginePage::urlChanged, this,
+            [this](const QUrl &shown) { _itemHasCome = _itemHasCome || shown == _item; });
+    // A mouse's back button must not lead to the item before, which is not served any more.
+    connect(this, &QWebEnginePage::loadFinished, this, [this] {
+        if (url() == _item)
+            history()->clear();
+    });
+    // An answer that is left as it comes counts as a name and a password, both empty, and the
+    // server is asked again and again.
+    connect(this, &QWebEnginePage::authenticationRequired, this,
+            [](const QUrl &, QAuthenticator *answer) { *answer = QAuthenticator(); });
+    connect(
+        this, &QWebEnginePage::proxyAuthenticationRequired, this,
+        [](const QUrl &, QAuthenticator *answer, const QString &) { *answer = QAuthenticator(); });
     connect(this, &QWebEnginePage::featurePermissionRequested, this,
             [this](const QUrl &origin, Feature feature) {
                 setFeaturePermission(origin, feature, PermissionDeniedByUser);
@@ -48,6 +66,7 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
 
 void ItemPage::showItem(const QUrl &address) {
     _item = address;
+    _itemHasCome = false;
     load(address);
 }
 
@@ -59,8 +78,11 @@ bool ItemPage::allows(pelorinnews::NavigationType type, const QUrl &url) {
            NavigationDecision::Use;
 }
 
-bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, bool) {
+bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) {
     using Type = pelorinnews::NavigationType;
+    // Going elsewhere now, the page before would call off the loading of the item.
+    if (isMainFrame && !_itemHasCome && type != NavigationTypeTyped)
+        return false;
     switch (type) {
         case NavigationTypeLinkClicked:
             return allows(Type::LinkClicked, url);
@@ -77,6 +99,13 @@ bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, boo
             return allows(Type::Other, url);
     }
     return false;
+}
+
+void ItemPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &message, int,
+                                        const QString &) {
+    // Nothing is left to allow: the script has kept the engine from following the link.
+    if (const auto link = _clicks.reported(message))
+        static_cast<void>(allows(pelorinnews::NavigationType::LinkClicked, *link));
 }
 
 }  // namespace pelorinnews

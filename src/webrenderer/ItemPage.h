@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LinkClicks.h"
 #include "NewsRenderer.h"
 
 #include <QWebEnginePage>
@@ -25,14 +26,17 @@ protected:
     QStringList chooseFiles(FileSelectionMode, const QStringList &, const QStringList &) override {
         return {};
     }
-    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &, int,
-                                  const QString &) override {}
+    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &message, int,
+                                  const QString &) override;
 
 private:
     bool allows(pelorinnews::NavigationType type, const QUrl &url);
 
     NavigationPolicyDelegate *_policy = nullptr;
     QUrl _item;
+    // The page before is still there until the engine has the item.
+    bool _itemHasCome = false;
+    LinkClicks _clicks;
 };
 
 }  // namespace pelorinnews

@@ -1,12 +1,11 @@
 #include "WebNewsRenderer.h"
 
+#include "EngineView.h"
 #include "ItemPage.h"
 #include "ItemSchemeHandler.h"
 #include "LibraryPages.h"
+#include "RequestFilter.h"
 
-#include <QChildEvent>
-#include <QQuickWidget>
-#include <QQuickWindow>
 #include <QVBoxLayout>
 #include <QWebEngineDownloadRequest>
 #include <QWebEngineProfile>
@@ -20,22 +19,10 @@ namespace {
 /// once; afterwards a page's process has to be started first.
 constexpr int restMilliseconds = 10'000;
 
-// What the engine makes to paint its pages on takes no keyboard focus and is no window of its own
-// to accessibility clients. Keys that a page had no use for come here, and end here.
+// Keys that a page had no use for come here, and end here.
 class Surround final : public QWidget {
 public:
     using QWidget::QWidget;
-
-    bool eventFilter(QObject *, QEvent *event) override {
-        if (event->type() != QEvent::ChildAdded)
-            return false;
-        auto *made = qobject_cast<QQuickWidget *>(static_cast<QChildEvent *>(event)->child());
-        if (made) {
-            made->setFocusPolicy(Qt::NoFocus);
-            made->quickWindow()->setFlags(Qt::Desktop);
-        }
-        return false;
-    }
 
 protected:
     void keyPressEvent(QKeyEvent *) override {}
@@ -45,7 +32,7 @@ protected:
 }  // namespace
 
 WebNewsRenderer::WebNewsRenderer(QWidget *parent)
-    : _surround(new Surround(parent)), _view(new QWebEngineView(_surround)) {
+    : _surround(new Surround(parent)), _view(new EngineView(_surround)) {
     auto *layout = new QVBoxLayout(_surround);
     layout->setContentsMargins({});
     layout->addWidget(_view);
@@ -57,12 +44,12 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent)
     profile->setSpellCheckEnabled(false);
     QObject::connect(profile, &QWebEngineProfile::downloadRequested, profile,
                      [](QWebEngineDownloadRequest *download) { download->cancel(); });
+    profile->setUrlRequestInterceptor(new RequestFilter(profile));
     _handler = new ItemSchemeHandler(profile);
     profile->installUrlSchemeHandler(ItemSchemeHandler::scheme(), _handler);
     _page = new ItemPage(profile, profile);
     _page->setBackgroundColor(Qt::white);
     _view->setFocusPolicy(Qt::NoFocus);
-    _view->installEventFilter(_surround);
     _view->setPage(_page);
     _view->setContextMenuPolicy(Qt::NoContextMenu);
 
@@ -86,6 +73,10 @@ void WebNewsRenderer::rest() {
     // Ends the page's process; it starts anew with the view's next showing.
     _page->setLifecycleState(QWebEnginePage::LifecycleState::Discarded);
     releaseLibraryPages({"libQt6WebEngineCore", "libQt6Quick", "libQt6Qml"});
+}
+
+QWidget *WebNewsRenderer::inputWidget() const {
+    return _view ? _view->focusProxy() : nullptr;
 }
 
 void WebNewsRenderer::loadHtmlString(const QString &html) {

@@ -4,10 +4,11 @@
 
 #include <QPointer>
 #include <QTimer>
-#include <QWebEngineView>
+#include <QWidget>
 
 namespace pelorinnews {
 
+class EngineView;
 class ItemPage;
 class ItemSchemeHandler;
 
@@ -18,9 +19,7 @@ public:
     ~WebNewsRenderer() override;
 
     [[nodiscard]] QWidget *widget() const override { return _surround; }
-    [[nodiscard]] QWidget *inputWidget() const override {
-        return _view ? _view->focusProxy() : nullptr;
-    }
+    [[nodiscard]] QWidget *inputWidget() const override;
     void loadHtmlString(const QString &html) override;
     void setStandardFontFamily(const QString &family) override;
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) override;
@@ -30,7 +29,7 @@ private:
     void rest();
 
     QPointer<QWidget> _surround;
-    QPointer<QWebEngineView> _view;
+    QPointer<EngineView> _view;
     QPointer<ItemPage> _page;
     ItemSchemeHandler *_handler = nullptr;
     QTimer _rest;

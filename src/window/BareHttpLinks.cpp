@@ -11,7 +11,7 @@ QUrl bareHttp(const QString &authority, const QString &path, const QUrl &tail) {
         text += QLatin1Char('?') + tail.query(QUrl::FullyEncoded);
     if (tail.hasFragment())
         text += QLatin1Char('#') + tail.fragment(QUrl::FullyEncoded);
-    return QUrl(text, QUrl::TolerantMode);
+    return QUrl(text, QUrl::TolerantMode).adjusted(QUrl::NormalizePathSegments);
 }
 
 }  // namespace

@@ -1,91 +1,18 @@
 #include "BoundedHtml.h"
 
-#include <QSet>
+#include "HtmlElements.h"
 
 #include <algorithm>
 
 namespace pelorinnews {
 
+using namespace HtmlElements;
+
 namespace {
 
-// In units of about a tenth of a microsecond of the document's import.
-constexpr qint64 mostWork = 8'000'000;
-constexpr qint64 workOfTag = 10;
-constexpr qint64 mostCells = 40'000;
 constexpr int widestSpan = 1000;
-
-/// Elements whose content is no text of the page.
-bool isDropped(const QString &name) {
-    static const QSet<QString> names{
-        QStringLiteral("script"),   QStringLiteral("iframe"), QStringLiteral("noframes"),
-        QStringLiteral("noembed"),  QStringLiteral("title"),  QStringLiteral("template"),
-        QStringLiteral("textarea"), QStringLiteral("select"), QStringLiteral("audio"),
-        QStringLiteral("video"),    QStringLiteral("svg"),    QStringLiteral("math"),
-        QStringLiteral("canvas")};
-    return names.contains(name);
-}
-
-/// Elements that never have content.
-bool isVoid(const QString &name) {
-    static const QSet<QString> names{
-        QStringLiteral("area"),  QStringLiteral("base"),   QStringLiteral("basefont"),
-        QStringLiteral("br"),    QStringLiteral("col"),    QStringLiteral("embed"),
-        QStringLiteral("frame"), QStringLiteral("hr"),     QStringLiteral("img"),
-        QStringLiteral("input"), QStringLiteral("keygen"), QStringLiteral("link"),
-        QStringLiteral("meta"),  QStringLiteral("param"),  QStringLiteral("source"),
-        QStringLiteral("track"), QStringLiteral("wbr")};
-    return names.contains(name);
-}
-
-bool isShownVoid(const QString &name) {
-    return name == QStringLiteral("br") || name == QStringLiteral("hr") ||
-           name == QStringLiteral("img");
-}
-
-bool isCell(const QString &name) {
-    return name == QStringLiteral("td") || name == QStringLiteral("th");
-}
-
-bool isRowGroup(const QString &name) {
-    return name == QStringLiteral("tbody") || name == QStringLiteral("thead") ||
-           name == QStringLiteral("tfoot");
-}
-
-bool isDefinition(const QString &name) {
-    return name == QStringLiteral("dt") || name == QStringLiteral("dd");
-}
-
-/// Elements before which a paragraph left open ends.
-bool endsParagraph(const QString &name) {
-    static const QSet<QString> names{
-        QStringLiteral("address"),    QStringLiteral("article"), QStringLiteral("aside"),
-        QStringLiteral("blockquote"), QStringLiteral("center"),  QStringLiteral("dd"),
-        QStringLiteral("div"),        QStringLiteral("dl"),      QStringLiteral("dt"),
-        QStringLiteral("fieldset"),   QStringLiteral("figure"),  QStringLiteral("footer"),
-        QStringLiteral("form"),       QStringLiteral("h1"),      QStringLiteral("h2"),
-        QStringLiteral("h3"),         QStringLiteral("h4"),      QStringLiteral("h5"),
-        QStringLiteral("h6"),         QStringLiteral("header"),  QStringLiteral("hr"),
-        QStringLiteral("li"),         QStringLiteral("main"),    QStringLiteral("nav"),
-        QStringLiteral("ol"),         QStringLiteral("p"),       QStringLiteral("pre"),
-        QStringLiteral("section"),    QStringLiteral("table"),   QStringLiteral("td"),
-        QStringLiteral("th"),         QStringLiteral("tr"),      QStringLiteral("ul")};
-    return names.contains(name);
-}
-
-/// Whether `open` ends where `next` starts, its own end tag being optional.
-bool isImpliedEnd(const QString &open, const QString &next) {
-    if (open == QStringLiteral("p"))
-        return endsParagraph(next);
-    if (open == QStringLiteral("li"))
-        return next == open;
-    if (isDefinition(open))
-        return isDefinition(next);
-    if (isCell(open))
-        return isCell(next) || next == QStringLiteral("tr") || isRowGroup(next);
-    if (open == QStringLiteral("tr"))
-        return next == open || isRowGroup(next);
-    return isRowGroup(open) && isRowGroup(next);
-}
+// So much text at once, between looks at the work.
+constexpr qsizetype sliceOfText = 1024;
 
 /// Whether the page hides the element. The document knows neither way of saying so.
 bool isHidden(const QList<std::pair<QString, QString>> &attributes) {
@@ -122,26 +49,38 @@ int spanOf(const QString &value) {
 }  // namespace
 
 std::optional<QString> BoundedHtml::prepared(const QString &html) {
-    if (html.isNull() || html.size() > mostCharacters)
+    if (html.isNull())
         return std::nullopt;
-    BoundedHtml bounded(html);
+    BoundedHtml bounded(html, HtmlWork::Purpose::Copy);
     if (!bounded.run())
         return std::nullopt;
     // Present even where nothing is left.
     return bounded._out.isNull() ? QStringLiteral("") : bounded._out;
 }
 
+QString BoundedHtml::beginning(const QString &html) {
+    BoundedHtml bounded(html, HtmlWork::Purpose::Display);
+    if (!bounded.run())
+        bounded._out += QChar(0x2026);
+    return bounded._out;
+}
+
 bool BoundedHtml::run() {
-    _out.reserve(_html.size());
     while (_position < _html.size()) {
         const qsizetype tag = _html.indexOf(QLatin1Char('<'), _position);
         const qsizetype end = tag < 0 ? _html.size() : tag;
-        writeText(QStringView(_html).mid(_position, end - _position));
+        const QStringView text = QStringView(_html).mid(_position, end - _position);
+        for (qsizetype at = 0; at < text.size() && !_work.isTooMuch(); at += sliceOfText)
+            writeText(text.mid(at, sliceOfText));
         _position = end;
-        if (_position < _html.size())
+        const qsizetype written = _out.size();
+        if (_position < _html.size() && !_work.isTooMuch())
             readMarkup();
-        if (_work > mostWork || _cells > mostCells)
+        if (_work.isTooMuch()) {
+            // What was one tag too many must not be in it. The document itself ends what is open.
+            _out.truncate(written);
             return false;
+        }
     }
     return true;
 }
@@ -173,7 +112,7 @@ void BoundedHtml::readEndTag() {
         ++_position;
     const QString name = _html.mid(start, _position - start).toLower();
     skipPast(u">");
-    _work += workOfTag;
+    _work.addEndTag(name);
     if (_openByName.value(name) == 0)
         return;
     while (_elements.last() != name)
@@ -190,14 +129,15 @@ void BoundedHtml::readStartTag() {
     if (_position >= _html.size())
         return;
     ++_position;
-    // Each rule is held against the element and against those around it.
-    _work += workOfTag + (_styleRules + 1) * (_elements.size() + 1);
+    _work.addStartTag(name, _elements.size());
+    for (const auto &[key, value] : attributes)
+        _work.addAttribute(key, value);
     if (isDropped(name)) {
         static_cast<void>(readRawText(name));
     } else if (name == QStringLiteral("style")) {
         QString rules = readRawText(name).toString();
         rules.remove(QLatin1Char('<'));
-        _styleRules += rules.count(QLatin1Char('{')) + rules.count(QLatin1Char(','));
+        _work.addStyleSheet(rules);
         _out += QStringLiteral("<style>") + rules + QStringLiteral("</style>");
     } else if (name == QStringLiteral("wbr")) {
         writeText(u"&#8203;");
@@ -224,6 +164,9 @@ BoundedHtml::Attributes BoundedHtml::readAttributes() {
             skipSpace();
             value = readWord();
         }
+        // The document takes addresses as they stand, where pages may surround them with space.
+        if (name == QStringLiteral("href") || name == QStringLiteral("src"))
+            value = value.trimmed();
         if (std::all_of(name.begin(), name.end(), isNamePart))
             attributes.emplaceBack(name, value);
     }
@@ -299,10 +242,10 @@ void BoundedHtml::countRow() {
     if (_tables.isEmpty())
         return;
     Table &table = _tables.last();
-    _cells -= table.cells();
+    const qint64 before = table.cells();
     ++table.rows;
     table.columnsOfRow = 0;
-    _cells += table.cells();
+    _work.addCells(table.cells() - before, _tables.size());
 }
 
 void BoundedHtml::countCell(Attributes &attributes) {
@@ -318,7 +261,7 @@ void BoundedHtml::countCell(Attributes &attributes) {
     if (_tables.isEmpty())
         return;
     Table &table = _tables.last();
-    _cells -= table.cells();
+    const qint64 before = table.cells();
     table.rows = std::max<qint64>(table.rows, 1);
     table.columnsOfRow += columns;
     table.columns = std::max(table.columns, table.columnsFromAbove + table.columnsOfRow);
@@ -326,7 +269,7 @@ void BoundedHtml::countCell(Attributes &attributes) {
         table.columnsFromAbove += columns;
         table.rowsBelow = std::max<qint64>(table.rowsBelow, rows);
     }
-    _cells += table.cells();
+    _work.addCells(table.cells() - before, _tables.size());
 }
 
 void BoundedHtml::inheritDirection(Attributes &attributes) {
@@ -363,6 +306,7 @@ void BoundedHtml::popElement() {
 void BoundedHtml::writeText(QStringView text) {
     if (_shownElements >= 0)
         return;
+    _work.addText(text);
     if (!text.contains(QChar(QChar::Null))) {
         _out += text;
         return;

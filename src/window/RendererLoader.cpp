@@ -55,7 +55,10 @@ std::unique_ptr<NewsRenderer> createRenderer(QWidget *parent, const QString &plu
 }
 
 bool canShareGraphics() {
-    return QOpenGLContext::globalShareContext() != nullptr || shareContextNow();
+    // A host may have asked for sharing where there is no GL: the context is there then, but dead.
+    if (const QOpenGLContext *shared = QOpenGLContext::globalShareContext())
+        return shared->isValid();
+    return shareContextNow();
 }
 
 }  // namespace pelorinnews::RendererLoader

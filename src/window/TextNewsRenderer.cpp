@@ -5,7 +5,11 @@
 #include "HtmlDocumentRepair.h"
 
 #include <QFrame>
+#include <QImage>
+#include <QMouseEvent>
 #include <QScrollBar>
+
+#include <utility>
 
 namespace pelorinnews {
 
@@ -15,13 +19,9 @@ namespace {
 constexpr int standardFontPixels = 16;
 constexpr qreal pageMargin = 8;
 
-// Laying out one long line takes a time that grows with its square.
-constexpr qsizetype mostPlainCharacters = 10'000;
-
 }  // namespace
 
 TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
-    setFocusPolicy(Qt::NoFocus);
     setFrameShape(QFrame::NoFrame);
     setOpenLinks(false);
     setUndoRedoEnabled(false);
@@ -34,22 +34,20 @@ TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
     colours.setColor(QPalette::Link, QColor(0x00, 0x00, 0xee));
     setPalette(colours);
 
-    connect(this, &QTextBrowser::anchorClicked, this, [this](const QUrl &link) {
-        if (_policy)
-            _policy->webViewDecidePolicyForNavigationAction(
-                NavigationType::LinkClicked,
-                resolvedAgainstBareHttp(link.toString(QUrl::FullyEncoded)));
-    });
+    connect(this, &QTextBrowser::anchorClicked, this,
+            [this](const QUrl &link) { reportClick(link.toString(QUrl::FullyEncoded)); });
+}
+
+// The page never goes anywhere by itself, so it does not matter what the delegate decides.
+void TextNewsRenderer::reportClick(const QString &link) {
+    if (_policy)
+        _policy->webViewDecidePolicyForNavigationAction(NavigationType::LinkClicked,
+                                                        resolvedAgainstBareHttp(link));
 }
 
 void TextNewsRenderer::loadHtmlString(const QString &html) {
-    // Markup that the document would choke on is shown as it stands.
-    if (const auto bounded = BoundedHtml::prepared(html)) {
-        setHtml(*bounded);
-        repairHtmlDocument(*document());
-    } else {
-        setPlainText(html.left(mostPlainCharacters));
-    }
+    setHtml(BoundedHtml::beginning(html));
+    repairHtmlDocument(*document());
     verticalScrollBar()->setValue(0);
 }
 
@@ -60,12 +58,34 @@ void TextNewsRenderer::setStandardFontFamily(const QString &family) {
 }
 
 QVariant TextNewsRenderer::loadResource(int type, const QUrl &name) {
-    if (name.scheme() == QLatin1String("data"))
-        return QTextBrowser::loadResource(type, name);
-    return {};
+    if (name.scheme() == QLatin1String("data")) {
+        if (QVariant resource = QTextBrowser::loadResource(type, name); resource.isValid())
+            return resource;
+    }
+    // Where nothing is given, the document looks for a file of that name itself, and shows it.
+    if (type == QTextDocument::ImageResource) {
+        static const QImage nothing = [] {
+            QImage image(1, 1, QImage::Format_ARGB32);
+            image.fill(Qt::transparent);
+            return image;
+        }();
+        return nothing;
+    }
+    return QByteArray("");
 }
 
-// The page never goes anywhere by itself; clicked links are the policy delegate's.
 void TextNewsRenderer::doSetSource(const QUrl &, QTextDocument::ResourceType) {}
+
+void TextNewsRenderer::mousePressEvent(QMouseEvent *event) {
+    _pressedLink = event->button() == Qt::MiddleButton ? anchorAt(event->pos()) : QString();
+    QTextBrowser::mousePressEvent(event);
+}
+
+void TextNewsRenderer::mouseReleaseEvent(QMouseEvent *event) {
+    const QString link = std::exchange(_pressedLink, QString());
+    if (event->button() == Qt::MiddleButton && !link.isEmpty() && link == anchorAt(event->pos()))
+        reportClick(link);
+    QTextBrowser::mouseReleaseEvent(event);
+}
 
 }  // namespace pelorinnews

@@ -22,8 +22,14 @@ public:
 protected:
     QVariant loadResource(int type, const QUrl &name) override;
     void doSetSource(const QUrl &name, QTextDocument::ResourceType type) override;
+    // The middle button clicks links, too; the base class knows the left one alone.
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
+    void reportClick(const QString &link);
+
+    QString _pressedLink;
     NavigationPolicyDelegate *_policy = nullptr;
 };
 

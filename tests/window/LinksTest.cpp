@@ -42,6 +42,8 @@ void LinksTest::resolvesAgainstABareHttp_data() {
                         << "http://#a";
     QTest::newRow("?q") << "?q"
                         << "http://?q";
+    QTest::newRow("b/../a") << "b/../../a"
+                            << "http:///a";
     QTest::newRow("absolute") << "https://olvane.example/x?y#z"
                               << "https://olvane.example/x?y#z";
     QTest::newRow("mail") << "mailto:a@olvane.example"

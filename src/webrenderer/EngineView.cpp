@@ -1,0 +1,28 @@
+#include "EngineView.h"
+
+#include <QChildEvent>
+#include <QDialog>
+#include <QQuickWidget>
+#include <QQuickWindow>
+
+namespace pelorinnews {
+
+void EngineView::childEvent(QChildEvent *event) {
+    QWebEngineView::childEvent(event);
+    // What the engine paints its pages on takes no keyboard focus, and is no window of its own to
+    // accessibility clients.
+    auto *canvas = event->added() ? qobject_cast<QQuickWidget *>(event->child()) : nullptr;
+    if (canvas) {
+        canvas->setFocusPolicy(Qt::NoFocus);
+        canvas->quickWindow()->setFlags(Qt::Desktop);
+    }
+    // A child is polished right before it is first shown.
+    auto *dialog = event->polished() ? qobject_cast<QDialog *>(event->child()) : nullptr;
+    if (!dialog)
+        return;
+    dialog->setAttribute(Qt::WA_DontShowOnScreen);
+    // Not at once: it is about to be shown.
+    QMetaObject::invokeMethod(dialog, &QDialog::reject, Qt::QueuedConnection);
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,248 @@
+// Pages that mean no good. None runs code, opens a window, reads a file, asks the user for anything
+// or brings the host down; what each may do stands beside it.
+
+#include "FeedServer.h"
+#include "FileWatch.h"
+#include "HostilePage.h"
+#include "PageServer.h"
+#include "RendererFixture.h"
+#include "RendererTestMain.h"
+#include "RichTextWriter.h"
+#include "TestAuthority.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QImage>
+#include <QWindow>
+
+#include <algorithm>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+constexpr int patience = 30000;
+const QString pages = QStringLiteral(PELORIN_TEST_DATA "/hostile");
+
+QByteArray picture(const QColor &color) {
+    QImage image(20, 20, QImage::Format_RGB32);
+    image.fill(color);
+    QBuffer buffer;
+    image.save(&buffer, "PNG");
+    return buffer.data();
+}
+
+bool shows(const QImage &screen, const QColor &color) {
+    for (int y = 0; y < screen.height(); ++y)
+        for (int x = 0; x < screen.width(); ++x)
+            if (screen.pixelColor(x, y) == color)
+                return true;
+    return false;
+}
+
+// Notes every window that comes up while it lives, however short.
+class NewWindows final : public QObject {
+public:
+    NewWindows() { qApp->installEventFilter(this); }
+    QStringList shown;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        if (event->type() == QEvent::Show && qobject_cast<QWindow *>(watched))
+            shown.append(watched->objectName());
+        return false;
+    }
+};
+
+}  // namespace
+
+class HostileTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase_data();
+    void initTestCase();
+    void cleanupTestCase() { fixture.reset(); }
+
+    void doesNoMoreThanStandsBesideIt_data();
+    void doesNoMoreThanStandsBesideIt();
+
+private:
+    void serve();
+    void writeFiles() const;
+    [[nodiscard]] QString asked(const HostilePage &page) const;
+
+    PageServer server;
+    std::unique_ptr<TestAuthority> authority;
+    std::unique_ptr<FeedServer> untrusted;
+    QTemporaryDir files;
+    QMap<QString, QString> addresses;
+    std::unique_ptr<RendererFixture> fixture;
+    Painter shownBy = Painter::Text;
+};
+
+void HostileTest::initTestCase_data() {
+    QTest::addColumn<Painter>("painter");
+    QTest::newRow("web") << Painter::Web;
+    QTest::newRow("text") << Painter::Text;
+}
+
+void HostileTest::initTestCase() {
+    authority = std::make_unique<TestAuthority>();
+    const auto certificate = authority->issue(DevelopmentCertificates::Kind::SelfSigned);
+    FeedServerOptions options;
+    options.certificateFile = certificate.certificate;
+    options.privateKeyFile = certificate.privateKey;
+    untrusted = std::make_unique<FeedServer>(options);
+    QVERIFY(untrusted->start());
+    writeFiles();
+    addresses = {
+        {QStringLiteral("server"), server.address()},
+        {QStringLiteral("tls"), untrusted->address()},
+        {QStringLiteral("files"), QUrl::fromLocalFile(files.path()).toString()},
+        {QStringLiteral("folder"), files.path()},
+        {QStringLiteral("bomb"), QString::fromLatin1(hugePicture().toBase64())},
+    };
+    serve();
+
+    // The watch sees what it is there for.
+    FileWatch watch(files.path());
+    QFile file(files.filePath(QStringLiteral("page.html")));
+    QVERIFY(file.open(QFile::ReadOnly));
+    QCOMPARE(watch.opened(), QStringList{QStringLiteral("page.html")});
+}
+
+void HostileTest::writeFiles() const {
+    const QByteArray red = "body { background: #ff00ff } p { color: #ff00ff }";
+    const QList<std::pair<const char *, QByteArray>> all = {
+        {"marker.png", picture(QColor(0xff, 0, 0xff))},
+        {"page.html", "<body style='background:#ff00ff'>SECRET"},
+        {"style.css", red},
+        {"script.js", "document.write('SECRET')"},
+        {"font.ttf", "no font"},
+        {"sound.wav", "no sound"},
+    };
+    for (const auto &[name, content] : all) {
+        QFile file(files.filePath(QLatin1String(name)));
+        if (!file.open(QFile::WriteOnly) || file.write(content) != content.size())
+            qFatal("cannot write %s", name);
+    }
+}
+
+void HostileTest::serve() {
+    const QByteArray base = server.address().toLatin1();
+    const QByteArray local = addresses[QStringLiteral("files")].toLatin1();
+    const QByteArray ran = "new Image().src='" + base + "/ran';document.write('R'+'AN')";
+    server.setAnswer("/ran.js", {ran, "text/javascript"});
+    server.setAnswer("/seen.png", {picture(Qt::green), "image/png"});
+    server.setAnswer("/bomb.png", {hugePicture(), "image/png"});
+    server.setAnswer("/frame.html", {"<p>Framed<script>" + ran + "</script>"});
+    server.setAnswer("/page.html", {"<p>Another page<script>" + ran + "</script>"});
+    server.setAnswer("/leave.html",
+                     {"<base target=_top><meta http-equiv=refresh content='0;url=" + local +
+                      "/page.html'><script>top.location='" + base + "/ran'</script>"});
+    server.setAnswer("/drawing.svg",
+                     {"<svg xmlns='http://www.w3.org/2000/svg' id='a'><script>" + ran +
+                          "</script><image href='" + local + "/marker.png'/></svg>",
+                      "image/svg+xml"});
+    server.setAnswer("/style.css", {"@import '" + local + "/style.css'; body { background: url(" +
+                                        local + "/marker.png) }",
+                                    "text/css"});
+    server.setAnswer("/password", {"none", "text/html", "401 Unauthorized",
+                                   "WWW-Authenticate: Basic realm=\"Your password\"\r\n"});
+    server.setAnswer("/download", {"evil", "application/octet-stream", "200 OK",
+                                   "Content-Disposition: attachment; filename=evil.desktop\r\n"});
+    server.setAnswer("/to-file",
+                     {{}, "text/html", "302 Found", "Location: " + local + "/page.html\r\n"});
+}
+
+QString HostileTest::asked(const HostilePage &page) const {
+    QStringList lines;
+    for (const auto &question : fixture->questions)
+        lines.append(asLine(question));
+    if (page.keepsAsking == lines.value(0) && lines.count(page.keepsAsking) == lines.size())
+        lines.clear();
+    lines.sort();
+    return lines.join(u'\n');
+}
+
+void HostileTest::doesNoMoreThanStandsBesideIt_data() {
+    QTest::addColumn<QString>("name");
+    const QStringList names = QDir(pages).entryList({QStringLiteral("*.html")});
+    for (const QString &file : names) {
+        const QString name = file.chopped(5);
+        QTest::newRow(qPrintable(name)) << name;
+    }
+}
+
+void HostileTest::doesNoMoreThanStandsBesideIt() {
+    QFETCH_GLOBAL(const Painter, painter);
+    QFETCH(const QString, name);
+    if (!fixture || shownBy != painter)
+        fixture = std::make_unique<RendererFixture>(painter);
+    shownBy = painter;
+    const auto page = HostilePage::read(pages, name, painter, addresses);
+    const auto requested = [this] {
+        QStringList all = server.requests();
+        all.sort();
+        return all.join(u'\n');
+    };
+
+    server.clear();
+    fixture->questions.clear();
+    FileWatch watch(files.path());
+    NewWindows windows;
+    const QImage before = fixture->screen();
+    if (page.hangs)
+        fixture->view.loadHtmlString(page.html);
+    else
+        fixture->load(page.html);
+    if (page.click) {
+        // The engine drops clicks on what it has not painted yet.
+        QTRY_VERIFY_WITH_TIMEOUT(fixture->screen() != before, patience);
+        QTest::qWait(100);
+        QTest::mouseMove(fixture->target(), QPoint(40, 50));
+        QTest::mouseClick(fixture->target(), Qt::LeftButton, {}, QPoint(40, 50));
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(requested(), page.requests.join(u'\n'), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(page), page.asks.join(u'\n'), patience);
+    // Time for whatever else it may be up to.
+    QTest::qWait(painter == Painter::Web ? 250 : 10);
+
+    QCOMPARE(requested(), page.requests.join(u'\n'));
+    QCOMPARE(asked(page), page.asks.join(u'\n'));
+    QString text;
+    const auto showsAll = [&] {
+        text = page.hangs ? QString() : fixture->text();
+        return std::all_of(page.shows.begin(), page.shows.end(),
+                           [&](const QString &each) { return text.contains(each); });
+    };
+    QTRY_VERIFY2_WITH_TIMEOUT(showsAll(), qPrintable(text.left(1000)), patience);
+    for (const QString &hidden : page.hides + QStringList{QStringLiteral("RAN")})
+        QVERIFY2(!text.contains(hidden), qPrintable(text.left(1000)));
+    for (const QColor &color : page.never)
+        QVERIFY(!shows(fixture->screen(), color));
+    QCOMPARE(windows.shown.size(), page.opensList ? 1 : 0);
+    QVERIFY(QApplication::activeModalWidget() == nullptr);
+
+    // A copy of it holds no way to run code or to open a file either.
+    if (const auto rtf = richTextFromHtml(page.html)) {
+        QVERIFY(!rtf->contains("HYPERLINK \"javascript:"));
+        QVERIFY(!rtf->contains("HYPERLINK \"file:"));
+        QVERIFY(!rtf->contains("SECRET"));
+    }
+    QCOMPARE(watch.opened().join(u'|'), QString());
+
+    // The panel goes on.
+    fixture->load(QStringLiteral("<body style='background:#fffff0'><p>An ordinary page</p>"));
+    QTRY_COMPARE_WITH_TIMEOUT(fixture->text(), QStringLiteral("An ordinary page"), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture->pixel(QPoint(480, 280)), QColor(0xff, 0xff, 0xf0), patience);
+    QVERIFY(QApplication::activePopupWidget() == nullptr);
+    // The engine may hold back a click that follows such a page for some seconds.
+    if (page.hangs)
+        fixture.reset();
+}
+
+PELORIN_RENDERER_TEST_MAIN(HostileTest)
+#include "HostileTest.moc"

@@ -1,0 +1,291 @@
+// Clicked links: each arrives once, as a clicked link and with its whole address, and the page
+// stays.
+
+#include "RendererFixture.h"
+#include "RendererTestMain.h"
+
+#include <QTextBrowser>
+#include <QWebEnginePage>
+#include <QWebEngineView>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+constexpr int patience = 30000;
+const QPoint place(50, 60);
+const QColor linkColor(0x20, 0xc0, 0x40);
+
+// A link so large that `place` lies on it, in both renderers.
+QString link(const QString &attributes) {
+    return QStringLiteral(
+               "<body style='margin:0'><p style='margin:0'><a style='background-color:#20c040;"
+               "color:#20c040;font-size:60px;line-height:120px' %1>MMMMMM</a></p>"
+               "<p>The page</p>")
+        .arg(attributes);
+}
+
+QString linkTo(const QString &address) {
+    return link(QStringLiteral("href=\"%1\"").arg(address));
+}
+
+}  // namespace
+
+class LinksTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase_data();
+    void init();
+    void cleanup() { fixture.reset(); }
+
+    void arriveResolved_data();
+    void arriveResolved();
+    void arriveWhateverTheyAskFor_data();
+    void arriveWhateverTheyAskFor();
+    void arriveWhateverButtonAndKeyIsHeld_data();
+    void arriveWhateverButtonAndKeyIsHeld();
+    void arriveFromTheKeyboard();
+    void arriveWhileTheAnswerWouldAllowThem();
+    void areRefusedWithoutADelegate();
+    void otherButtonsFollowNothing_data();
+    void otherButtonsFollowNothing();
+    void areFoundInMapsDrawingsAndFrames_data();
+    void areFoundInMapsDrawingsAndFrames();
+    void resolveAgainstTheirPagesBase();
+
+private:
+    void show(const QString &html);
+    void click(Qt::MouseButton button = Qt::LeftButton, Qt::KeyboardModifiers held = {}) const;
+    // The questions as lines, once as many have come and no more follow.
+    void compareQuestions(const QStringList &expected);
+
+    std::unique_ptr<RendererFixture> fixture;
+};
+
+void LinksTest::initTestCase_data() {
+    QTest::addColumn<Painter>("painter");
+    QTest::newRow("web") << Painter::Web;
+    QTest::newRow("text") << Painter::Text;
+}
+
+void LinksTest::init() {
+    QFETCH_GLOBAL(const Painter, painter);
+    fixture = std::make_unique<RendererFixture>(painter);
+}
+
+void LinksTest::show(const QString &html) {
+    fixture->load(html);
+    waitUntil([this] { return fixture->pixel(place) == linkColor; }, "no link is painted");
+    QCOMPARE(fixture->questions.size(), 0);
+}
+
+void LinksTest::click(Qt::MouseButton button, Qt::KeyboardModifiers held) const {
+    QTest::mouseMove(fixture->target(), place);
+    QTest::mouseClick(fixture->target(), button, held, place);
+}
+
+void LinksTest::compareQuestions(const QStringList &expected) {
+    const auto lines = [this] {
+        QStringList all;
+        for (const auto &question : std::as_const(fixture->questions))
+            all.append(asLine(question));
+        return all;
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(lines(), expected, patience);
+    QTest::qWait(50);
+    QCOMPARE(lines(), expected);
+}
+
+void LinksTest::arriveResolved_data() {
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("arrives");
+    const auto row = [](const char *address, const char *arrives) {
+        QTest::newRow(address) << QString::fromUtf8(address) << QString::fromUtf8(arrives);
+    };
+    row("a.html", "http:///a.html");
+    row("b/../a.html?x=%25#y", "http:///a.html?x=%25#y");
+    row("/a", "http:///a");
+    row("//h/a", "http://h/a");
+    row("#a", "http://#a");
+    row("?q", "http://?q");
+    row("https://olvane.example/x?y#z", "https://olvane.example/x?y#z");
+    row("  http://h/a b ", "http://h/a%20b");
+    row("HTTP://H/\u00e4?\u00fc", "http://h/%C3%A4?%C3%BC");
+    row("mailto:a@olvane.example?subject=b", "mailto:a@olvane.example?subject=b");
+    row("tel:1", "tel:1");
+    row("ftp://h/a", "ftp://h/a");
+    row("file:///etc/hostname", "file:///etc/hostname");
+    row("javascript:document.write('ran')", "javascript:document.write('ran')");
+    row("data:text/html,a", "data:text/html,a");
+    row("about:blank", "about:blank");
+    row("qrc:/a", "qrc:/a");
+    row("chrome://gpu/", "chrome://gpu/");
+    row("view-source:http://h/", "view-source:http://h/");
+    row("blob:http://h/a", "blob:http://h/a");
+    row("unknown:a", "unknown:a");
+}
+
+void LinksTest::arriveResolved() {
+    QFETCH(const QString, address);
+    QFETCH(const QString, arrives);
+    show(linkTo(address));
+    click();
+    compareQuestions({QStringLiteral("0 ") + arrives});
+    QVERIFY(fixture->text().contains(QStringLiteral("The page")));
+}
+
+void LinksTest::arriveWhateverTheyAskFor_data() {
+    QTest::addColumn<QString>("attributes");
+    QTest::newRow("a new window") << "target=_blank";
+    QTest::newRow("a named window") << "target=other rel=noopener";
+    QTest::newRow("its own frame") << "target=_self";
+    QTest::newRow("a download") << "download=b.html";
+    QTest::newRow("a report elsewhere") << "ping='http://127.0.0.1:9/ping'";
+}
+
+void LinksTest::arriveWhateverTheyAskFor() {
+    QFETCH(const QString, attributes);
+    for (const char *address : {"a.html", "#a", "mailto:a@b", "javascript:1"}) {
+        fixture->questions.clear();
+        show(link(QStringLiteral("href='%1' ").arg(QLatin1String(address)) + attributes));
+        click();
+        const QString resolved =
+            QLatin1String(address) == QLatin1String("a.html") ? QStringLiteral("http:///a.html")
+            : QLatin1String(address) == QLatin1String("#a")   ? QStringLiteral("http://#a")
+                                                              : QLatin1String(address);
+        compareQuestions({QStringLiteral("0 ") + resolved});
+        QVERIFY(fixture->text().contains(QStringLiteral("The page")));
+    }
+}
+
+void LinksTest::arriveWhateverButtonAndKeyIsHeld_data() {
+    QTest::addColumn<Qt::MouseButton>("button");
+    QTest::addColumn<Qt::KeyboardModifiers>("held");
+    const auto row = [](const char *name, Qt::MouseButton button, Qt::KeyboardModifiers held) {
+        QTest::newRow(name) << button << held;
+    };
+    row("middle", Qt::MiddleButton, {});
+    row("shift", Qt::LeftButton, Qt::ShiftModifier);
+    row("control", Qt::LeftButton, Qt::ControlModifier);
+    row("control and shift", Qt::LeftButton, Qt::ControlModifier | Qt::ShiftModifier);
+    row("alt", Qt::LeftButton, Qt::AltModifier);
+}
+
+void LinksTest::arriveWhateverButtonAndKeyIsHeld() {
+    QFETCH(const Qt::MouseButton, button);
+    QFETCH(const Qt::KeyboardModifiers, held);
+    show(linkTo(QStringLiteral("a.html")));
+    click(button, held);
+    compareQuestions({QStringLiteral("0 http:///a.html")});
+    QVERIFY(fixture->text().contains(QStringLiteral("The page")));
+}
+
+void LinksTest::arriveFromTheKeyboard() {
+    bool focused = fixture->web() == nullptr;
+    if (fixture->web())
+        connect(fixture->web()->page(), &QWebEnginePage::linkHovered, this,
+                [&focused](const QString &address) { focused = !address.isEmpty(); });
+    show(linkTo(QStringLiteral("a.html")));
+    fixture->view.setFocus();
+    QTRY_VERIFY_WITH_TIMEOUT(QApplication::focusWidget() != nullptr, patience);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    QTRY_VERIFY_WITH_TIMEOUT(focused, patience);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    compareQuestions({QStringLiteral("0 http:///a.html")});
+}
+
+void LinksTest::arriveWhileTheAnswerWouldAllowThem() {
+    class Allowing final : public NavigationPolicyDelegate {
+    public:
+        int asked = 0;
+        NavigationDecision webViewDecidePolicyForNavigationAction(NavigationType,
+                                                                  const QUrl &) override {
+            ++asked;
+            return NavigationDecision::Use;
+        }
+    } allowing;
+    fixture->view.setPolicyDelegate(&allowing);
+    show(linkTo(QStringLiteral("a.html")));
+    click();
+    QTRY_COMPARE_WITH_TIMEOUT(allowing.asked, 1, patience);
+    QVERIFY(fixture->text().contains(QStringLiteral("The page")));
+    fixture->view.setPolicyDelegate(nullptr);
+}
+
+void LinksTest::areRefusedWithoutADelegate() {
+    fixture->view.setPolicyDelegate(nullptr);
+    show(linkTo(QStringLiteral("about:blank")));
+    click();
+    QTest::qWait(300);
+    QCOMPARE(fixture->pixel(place), linkColor);
+    QVERIFY(fixture->text().contains(QStringLiteral("The page")));
+}
+
+void LinksTest::otherButtonsFollowNothing_data() {
+    QTest::addColumn<Qt::MouseButton>("button");
+    QTest::newRow("right") << Qt::RightButton;
+    QTest::newRow("back") << Qt::BackButton;
+    QTest::newRow("forward") << Qt::ForwardButton;
+}
+
+void LinksTest::otherButtonsFollowNothing() {
+    QFETCH(const Qt::MouseButton, button);
+    fixture->load(QStringLiteral("<p>The page before</p>"));
+    show(linkTo(QStringLiteral("a.html")));
+    click(button);
+    // What would have come of it has come before what comes of this.
+    click();
+    compareQuestions({QStringLiteral("0 http:///a.html")});
+    QVERIFY(fixture->text().contains(QStringLiteral("The page")));
+    QVERIFY(!fixture->text().contains(QStringLiteral("before")));
+}
+
+void LinksTest::areFoundInMapsDrawingsAndFrames_data() {
+    QTest::addColumn<QString>("page");
+    QTest::newRow("map") << QStringLiteral(
+        "<body style='margin:0'><map name=m><area shape=rect coords='0,0,200,200' href='a.html'>"
+        "</map><img usemap='#m' width=200 height=200 style='display:block;background:#20c040'>"
+        "<p>The page");
+    QTest::newRow("drawing") << QStringLiteral(
+        "<body style='margin:0'><svg width=200 height=200 style='display:block'><a href='a.html'>"
+        "<rect width=200 height=200 fill='#20c040'/></a></svg><p>The page");
+    QTest::newRow("drawing, old way") << QStringLiteral(
+        "<body style='margin:0'><svg width=200 height=200 style='display:block'><a "
+        "xlink:href='a.html'><rect width=200 height=200 fill='#20c040'/></a></svg><p>The page");
+    QTest::newRow("frame") << QStringLiteral(
+        "<body style='margin:0'><iframe width=200 height=200 style='border:0;display:block' "
+        "srcdoc=\"<body style='margin:0;background:#20c040'><a style='display:block;height:200px'"
+        " href='a.html'>\"></iframe><p>The page");
+    QTest::newRow("closed frame") << QStringLiteral(
+        "<body style='margin:0'><iframe width=200 height=200 style='border:0;display:block' "
+        "sandbox srcdoc=\"<body style='margin:0;background:#20c040'><a "
+        "style='display:block;height:200px' href='a.html'>\"></iframe><p>The page");
+}
+
+void LinksTest::areFoundInMapsDrawingsAndFrames() {
+    QFETCH(const QString, page);
+    QFETCH_GLOBAL(const Painter, painter);
+    if (painter == Painter::Text)
+        QSKIP("shows none of these");
+    fixture->load(page);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture->pixel(place), linkColor, patience);
+    fixture->questions.clear();
+    click();
+    compareQuestions({QStringLiteral("0 http:///a.html")});
+    QVERIFY(fixture->text().contains(QStringLiteral("The page")));
+}
+
+void LinksTest::resolveAgainstTheirPagesBase() {
+    QFETCH_GLOBAL(const Painter, painter);
+    if (painter == Painter::Text)
+        QSKIP("knows of no base");
+    show(QStringLiteral("<base href='http://h/b/' target=_blank>") +
+         linkTo(QStringLiteral("a.html")));
+    click();
+    compareQuestions({QStringLiteral("0 http://h/b/a.html")});
+}
+
+PELORIN_RENDERER_TEST_MAIN(LinksTest)
+#include "LinksTest.moc"

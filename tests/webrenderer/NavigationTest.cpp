@@ -1,0 +1,295 @@
+// Where pages go without a click, and how one page follows another.
+
+#include "PageServer.h"
+#include "RendererFixture.h"
+#include "RendererTestMain.h"
+
+#include <QWebEnginePage>
+#include <QWebEngineView>
+
+#include <csignal>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+constexpr int patience = 30000;
+
+QString page(const QString &body) {
+    return QStringLiteral("<body style='margin:0;background:#20c040'>") + body;
+}
+
+}  // namespace
+
+class NavigationTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase_data();
+    void init();
+    void cleanup() { fixture.reset(); }
+
+    void tellsWhyAPageLeaves_data();
+    void tellsWhyAPageLeaves();
+    void refusesAllWithoutADelegate();
+    void ownLoadsAreNotAskedAbout();
+    void loadsWithoutADelegate();
+    void thePageBeforeNeverStays_data();
+    void thePageBeforeNeverStays();
+    void theLastOfManyLoadsWins();
+    void aPageFollowsOneThatLeft();
+    void aPageThatNeverRestsMakesWay();
+    void startsAtTheTop();
+    void aHangingEngineDoesNotHoldUpTheNextPage();
+    void aDeadEngineDoesNotHoldUpTheNextPage();
+    void drawsInTheStandardFontWhereNoneIsNamed();
+    void drawsBlackOnWhiteInADarkDesktop();
+
+private:
+    void waitFor(const QString &text) const {
+        QTRY_COMPARE_WITH_TIMEOUT(fixture->text(), text, patience);
+    }
+
+    std::unique_ptr<RendererFixture> fixture;
+};
+
+void NavigationTest::initTestCase_data() {
+    QTest::addColumn<Painter>("painter");
+    QTest::newRow("web") << Painter::Web;
+    QTest::newRow("text") << Painter::Text;
+}
+
+void NavigationTest::init() {
+    QFETCH_GLOBAL(const Painter, painter);
+    fixture = std::make_unique<RendererFixture>(painter);
+}
+
+void NavigationTest::tellsWhyAPageLeaves_data() {
+    QTest::addColumn<QString>("html");
+    QTest::addColumn<bool>("click");
+    QTest::addColumn<QString>("question");
+    QTest::addColumn<QString>("request");
+    QTest::addColumn<QString>("then");
+    const QString button = QStringLiteral("<button style='width:300px;height:200px'>Send</button>");
+    QTest::newRow("form, sent by address")
+        << QStringLiteral("<form action='%1/there'><input type=hidden name=a value=b>") + button
+        << true << "1 %1/there?a=b"
+        << "GET /there?a=b"
+        << "There";
+    QTest::newRow("form, sent by body")
+        << QStringLiteral("<form action='%1/there' method=post>") + button << true << "1 %1/there"
+        << "POST /there"
+        << "There";
+    QTest::newRow("refresh") << QStringLiteral("<meta http-equiv=refresh content='0;url=%1/there'>")
+                             << false << "5 %1/there"
+                             << "GET /there"
+                             << "There";
+    QTest::newRow("frame") << QStringLiteral("Here<iframe src='%1/there'></iframe>") << false
+                           << "5 %1/there"
+                           << "GET /there"
+                           << "Here\n\nThere";
+}
+
+void NavigationTest::tellsWhyAPageLeaves() {
+    QFETCH_GLOBAL(const Painter, painter);
+    QFETCH(const QString, html);
+    QFETCH(const bool, click);
+    QFETCH(const QString, question);
+    QFETCH(const QString, request);
+    QFETCH(const QString, then);
+    if (painter == Painter::Text)
+        QSKIP("goes nowhere");
+    PageServer server;
+    server.setAnswer("/there", {"There"});
+    const QString address = server.address();
+    fixture->load(page(html.arg(address)));
+    if (click) {
+        waitUntil([this] { return fixture->pixel(QPoint(400, 250)) == QColor(0x20, 0xc0, 0x40); },
+                  "no page is painted");
+        QTest::mouseClick(fixture->target(), Qt::LeftButton, {}, QPoint(50, 50));
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(server.requests(), QStringList{request}, patience);
+    QCOMPARE(fixture->questions.size(), 1);
+    const QString expected =
+        question.contains(QStringLiteral("%1")) ? question.arg(address) : question;
+    QCOMPARE(asLine(fixture->questions.first()), expected);
+    waitFor(then);
+}
+
+void NavigationTest::refusesAllWithoutADelegate() {
+    PageServer server;
+    fixture->view.setPolicyDelegate(nullptr);
+    fixture->load(QStringLiteral("Here<iframe src='%1/frame'></iframe>"
+                                 "<meta http-equiv=refresh content='0;url=%1/there'>")
+                      .arg(server.address()));
+    waitFor(QStringLiteral("Here"));
+    QTest::qWait(300);
+    QCOMPARE(server.requests(), QStringList());
+    QCOMPARE(fixture->text(), QStringLiteral("Here"));
+}
+
+void NavigationTest::ownLoadsAreNotAskedAbout() {
+    class Refusing final : public NavigationPolicyDelegate {
+    public:
+        int asked = 0;
+        NavigationDecision webViewDecidePolicyForNavigationAction(NavigationType,
+                                                                  const QUrl &) override {
+            ++asked;
+            return NavigationDecision::Ignore;
+        }
+    } refusing;
+    fixture->view.setPolicyDelegate(&refusing);
+    for (const char *each : {"One", "Two", "Three"}) {
+        fixture->load(QString::fromLatin1(each));
+        waitFor(QString::fromLatin1(each));
+    }
+    QCOMPARE(refusing.asked, 0);
+    fixture->view.setPolicyDelegate(nullptr);
+}
+
+void NavigationTest::loadsWithoutADelegate() {
+    fixture->view.setPolicyDelegate(nullptr);
+    fixture->load(QStringLiteral("Here"));
+    waitFor(QStringLiteral("Here"));
+}
+
+void NavigationTest::thePageBeforeNeverStays_data() {
+    QTest::addColumn<QString>("html");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("absent") << QString() << QString();
+    QTest::newRow("empty") << QStringLiteral("") << QString();
+    QTest::newRow("without text") << QStringLiteral("<p></p>") << QString();
+    QTest::newRow("10 MB") << QStringLiteral("<!--") + QString(10'000'000, u'a') +
+                                  QStringLiteral("-->After all")
+                           << QStringLiteral("After all");
+    QTest::newRow("the same") << QStringLiteral("The page before")
+                              << QStringLiteral("The page before");
+}
+
+void NavigationTest::thePageBeforeNeverStays() {
+    QFETCH(const QString, html);
+    QFETCH(const QString, text);
+    fixture->load(QStringLiteral("The page before"));
+    waitFor(QStringLiteral("The page before"));
+    fixture->load(html);
+    waitFor(text);
+}
+
+void NavigationTest::theLastOfManyLoadsWins() {
+    for (int each = 1; each <= 30; ++each)
+        fixture->view.loadHtmlString(page(QStringLiteral("Page %1").arg(each)));
+    waitFor(QStringLiteral("Page 30"));
+    QTest::qWait(200);
+    QCOMPARE(fixture->text(), QStringLiteral("Page 30"));
+}
+
+void NavigationTest::aPageFollowsOneThatLeft() {
+    PageServer server;
+    server.setAnswer("/there", {"There"});
+    fixture->load(QStringLiteral("Here<meta http-equiv=refresh content='0;url=%1/there'>")
+                      .arg(server.address()));
+    if (fixture->web())
+        waitFor(QStringLiteral("There"));
+    fixture->load(QStringLiteral("The next item"));
+    waitFor(QStringLiteral("The next item"));
+}
+
+void NavigationTest::aPageThatNeverRestsMakesWay() {
+    for (int each = 0; each < 5; ++each) {
+        fixture->load(QStringLiteral("<meta http-equiv=refresh content=0>"));
+        QTest::qWait(100);
+        fixture->load(QStringLiteral("The next item %1").arg(each));
+        waitFor(QStringLiteral("The next item %1").arg(each));
+    }
+}
+
+void NavigationTest::startsAtTheTop() {
+    const QString rows = QStringLiteral("<p>row</p>").repeated(200);
+    const QColor top(0xc0, 0x20, 0x40);
+    const auto html = [&](const char *name) {
+        return QStringLiteral(
+                   "<body style='margin:0'><table width='100%' cellspacing=0><tr>"
+                   "<td height=100 bgcolor='#c02040'>") +
+               QString::fromLatin1(name) + QStringLiteral("</table>") + rows;
+    };
+    fixture->load(html("One"));
+    waitUntil([&] { return fixture->pixel(QPoint(250, 18)) == top; }, "the top is not painted");
+    QTest::keyClick(fixture->target(), Qt::Key_End, Qt::ControlModifier);
+    QTest::keyClick(fixture->target(), Qt::Key_End);
+    waitUntil([&] { return fixture->pixel(QPoint(250, 18)) != top; }, "it does not scroll");
+    fixture->load(html("Two"));
+    waitUntil([&] { return fixture->pixel(QPoint(250, 18)) == top; }, "it stays scrolled");
+}
+
+void NavigationTest::aHangingEngineDoesNotHoldUpTheNextPage() {
+    if (!fixture->web())
+        QSKIP("has no engine");
+    fixture->load(QStringLiteral("The page before"));
+    waitFor(QStringLiteral("The page before"));
+    const qint64 engine = fixture->web()->page()->renderProcessPid();
+    QVERIFY(engine > 0);
+    QCOMPARE(::kill(static_cast<pid_t>(engine), SIGSTOP), 0);
+    fixture->load(QStringLiteral("The next item"));
+    waitFor(QStringLiteral("The next item"));
+    ::kill(static_cast<pid_t>(engine), SIGCONT);
+}
+
+void NavigationTest::aDeadEngineDoesNotHoldUpTheNextPage() {
+    if (!fixture->web())
+        QSKIP("has no engine");
+    fixture->load(QStringLiteral("The page before"));
+    waitFor(QStringLiteral("The page before"));
+    const qint64 engine = fixture->web()->page()->renderProcessPid();
+    QVERIFY(engine > 0);
+    QCOMPARE(::kill(static_cast<pid_t>(engine), SIGKILL), 0);
+    fixture->load(QStringLiteral("The next item"));
+    waitFor(QStringLiteral("The next item"));
+}
+
+void NavigationTest::drawsInTheStandardFontWhereNoneIsNamed() {
+    const auto drawn = [this](const QString &style) {
+        fixture->load(QStringLiteral("<body style='background:#20c040'><p style='%1'>Quick brown "
+                                     "fox WAVE il1</p>")
+                          .arg(style));
+        waitUntil([this] { return fixture->pixel(QPoint(480, 280)) == QColor(0x20, 0xc0, 0x40); },
+                  "no page is painted");
+        QTest::qWait(300);
+        QImage image = fixture->screen().copy(0, 0, 480, 100);
+        fixture->load(QStringLiteral("<body style='background:#ffffff'>"));
+        waitUntil([this] { return fixture->pixel(QPoint(480, 280)) == QColor(Qt::white); },
+                  "no page is painted");
+        return image;
+    };
+    const QImage unnamed = drawn(QString());
+    QCOMPARE(unnamed, drawn(QStringLiteral("font-family:Verdana")));
+    QVERIFY(unnamed != drawn(QStringLiteral("font-family:DejaVu Serif")));
+    QVERIFY(unnamed != drawn(QStringLiteral("font-family:DejaVu Sans Mono")));
+}
+
+void NavigationTest::drawsBlackOnWhiteInADarkDesktop() {
+    QFETCH_GLOBAL(const Painter, painter);
+    const QPalette original = QApplication::palette();
+    QPalette dark(QColor(0x30, 0x30, 0x30));
+    dark.setColor(QPalette::Base, Qt::black);
+    dark.setColor(QPalette::Text, Qt::white);
+    dark.setColor(QPalette::WindowText, Qt::white);
+    QApplication::setPalette(dark);
+    fixture = std::make_unique<RendererFixture>(painter);
+    fixture->load(QStringLiteral("<p style='font-size:100px'>\u25a0\u25a0</p>"));
+    waitUntil([this] { return fixture->pixel(QPoint(480, 280)) == QColor(Qt::white); },
+              "the page is not white");
+    waitUntil(
+        [this] {
+            const QImage screen = fixture->screen();
+            for (int x = 0; x < screen.width(); ++x)
+                if (screen.pixelColor(x, 90) == QColor(Qt::black))
+                    return true;
+            return false;
+        },
+        "the text is not black");
+    QApplication::setPalette(original);
+}
+
+PELORIN_RENDERER_TEST_MAIN(NavigationTest)
+#include "NavigationTest.moc"

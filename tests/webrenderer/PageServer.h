@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QStringList>
+#include <QTcpServer>
+
+namespace pelorinnews::test {
+
+/// A web server on the loopback interface for what pages ask for, and a record of it.
+class PageServer final : public QObject {
+    Q_OBJECT
+
+public:
+    struct Answer {
+        QByteArray body;
+        QByteArray type = "text/html; charset=utf-8";
+        QByteArray status = "200 OK";
+        /// Further header lines, each with its line end.
+        QByteArray headers = {};
+    };
+
+    PageServer();
+
+    /// How requests for `path` are answered from now on; all others with 404.
+    void setAnswer(const QByteArray &path, const Answer &answer) { _answers[path] = answer; }
+
+    /// "http://127.0.0.1:PORT"
+    [[nodiscard]] QString address() const;
+
+    /// "METHOD path" of every request since the last `clear`, in their order.
+    [[nodiscard]] QStringList requests() const { return _requests; }
+    void clear() { _requests.clear(); }
+
+private:
+    void serve();
+    void answer(QTcpSocket *socket, const QByteArray &head);
+
+    QTcpServer _server;
+    QHash<QByteArray, Answer> _answers;
+    QStringList _requests;
+};
+
+}  // namespace pelorinnews::test

@@ -1,0 +1,95 @@
+#include "RendererFixture.h"
+
+#include <QElapsedTimer>
+#include <QPixmap>
+#include <QScreen>
+#include <QTest>
+#include <QTextBrowser>
+#include <QWebEngineView>
+
+#include <memory>
+#include <optional>
+
+namespace pelorinnews::test {
+
+namespace {
+
+constexpr int patience = 60000;
+
+}  // namespace
+
+RendererFixture::RendererFixture(Painter painter) {
+    // A folder without the plug-in leaves the text renderer.
+    view.setRendererFolder(painter == Painter::Web ? QStringLiteral(PELORIN_APP_DIR "/lib/pelorin")
+                                                   : QStringLiteral(PELORIN_APP_DIR "/bin"));
+    view.setStandardFontFamily(QStringLiteral("Verdana"));
+    view.setPolicyDelegate(this);
+    _web = view.findChild<QWebEngineView *>();
+    _browser = view.findChild<QTextBrowser *>();
+    if ((_web != nullptr) != (painter == Painter::Web) || (_web == nullptr && _browser == nullptr))
+        qFatal("not the renderer that was asked for");
+    view.setWindowTitle(QStringLiteral("Page"));
+    view.resize(500, 300);
+    view.show();
+    if (!QTest::qWaitForWindowActive(&view, patience))
+        qFatal("the view does not become active");
+}
+
+RendererFixture::~RendererFixture() {
+    view.setPolicyDelegate(nullptr);
+}
+
+NavigationDecision RendererFixture::webViewDecidePolicyForNavigationAction(NavigationType type,
+                                                                           const QUrl &url) {
+    questions.append({type, url.toString(QUrl::FullyEncoded)});
+    return type == NavigationType::LinkClicked ? NavigationDecision::Ignore
+                                               : NavigationDecision::Use;
+}
+
+void RendererFixture::load(const QString &html) {
+    bool finished = _web == nullptr;
+    QObject context;
+    if (_web)
+        QObject::connect(_web, &QWebEngineView::loadFinished, &context,
+                         [&finished] { finished = true; });
+    view.loadHtmlString(html);
+    waitUntil([&finished] { return finished; }, "the load does not end");
+}
+
+QString RendererFixture::text() const {
+    if (_browser)
+        return _browser->toPlainText();
+    auto told = std::make_shared<std::optional<QString>>();
+    _web->page()->toPlainText([told](const QString &text) { *told = text; });
+    waitUntil([&told] { return told->has_value(); }, "the page does not tell its text");
+    return told->value();
+}
+
+QColor RendererFixture::pixel(QPoint place) const {
+    const QPixmap shot = view.screen()->grabWindow(view.winId(), place.x(), place.y(), 1, 1);
+    return shot.isNull() ? QColor() : shot.toImage().pixelColor(0, 0);
+}
+
+QImage RendererFixture::screen() const {
+    return view.screen()->grabWindow(view.winId()).toImage();
+}
+
+QWidget *RendererFixture::target() const {
+    return _browser ? _browser->viewport() : _web->focusProxy();
+}
+
+void waitUntil(const std::function<bool()> &happened, const char *otherwise) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!happened()) {
+        if (clock.hasExpired(patience))
+            qFatal("%s", otherwise);
+        QTest::qWait(5);
+    }
+}
+
+QString asLine(const RendererFixture::Question &question) {
+    return QString::number(static_cast<int>(question.type)) + QLatin1Char(' ') + question.address;
+}
+
+}  // namespace pelorinnews::test
