@@ -18,6 +18,9 @@ public:
     /// Loads the item that is served under `address`.
     void showItem(const QUrl &address);
 
+    /// Whether the engine has begun to show the item. Until then the page before is still there.
+    [[nodiscard]] bool itemHasCome() const { return _itemHasCome; }
+
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) { _policy = delegate; }
 
 protected:
@@ -34,7 +37,6 @@ private:
 
     NavigationPolicyDelegate *_policy = nullptr;
     QUrl _item;
-    // The page before is still there until the engine has the item.
     bool _itemHasCome = false;
     LinkClicks _clicks;
 };

@@ -28,9 +28,19 @@ QByteArray ItemSchemeHandler::scheme() {
 
 QUrl ItemSchemeHandler::setPage(const QString &html) {
     _page = html.toUtf8();
-    // One host for all: for another one the engine would start another process with every page.
-    _address =
-        QUrl(QStringLiteral("%1://item/?%1-%2").arg(QLatin1String(schemeName)).arg(++_pages));
+    return newAddress();
+}
+
+QUrl ItemSchemeHandler::moveToAnotherHost() {
+    ++_host;
+    return newAddress();
+}
+
+QUrl ItemSchemeHandler::newAddress() {
+    _address = QUrl(QStringLiteral("%1://item-%2/?%1-%3")
+                        .arg(QLatin1String(schemeName))
+                        .arg(_host)
+                        .arg(++_pages));
     return _address;
 }
 

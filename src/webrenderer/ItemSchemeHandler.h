@@ -22,13 +22,21 @@ public:
 
     /// Serves `html` from now on and gives its address. Every page has an address of its own: one
     /// that is loaded again would be shown scrolled to where it was left.
+    /// All have one host: for another one the engine would start another process with every page.
     [[nodiscard]] QUrl setPage(const QString &html);
+
+    /// Serves the page under another host from now on, so that the engine takes another process
+    /// than one that hangs over the page before, and gives its new address.
+    [[nodiscard]] QUrl moveToAnotherHost();
 
     void requestStarted(QWebEngineUrlRequestJob *job) override;
 
 private:
+    [[nodiscard]] QUrl newAddress();
+
     QByteArray _page;
     QUrl _address;
+    quint64 _host = 0;
     quint64 _pages = 0;
 };
 

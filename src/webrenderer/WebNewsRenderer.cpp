@@ -19,6 +19,10 @@ namespace {
 /// once; afterwards a page's process has to be started first.
 constexpr int restMilliseconds = 10'000;
 
+/// How long an item may take to come before the page before is taken for hanging. Twice as long
+/// with each attempt: a busy computer takes its time, too.
+constexpr int lateMilliseconds = 1000;
+
 // Keys that a page had no use for come here, and end here.
 class Surround final : public QWidget {
 public:
@@ -53,6 +57,8 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent)
     _view->setPage(_page);
     _view->setContextMenuPolicy(Qt::NoContextMenu);
 
+    _late.setSingleShot(true);
+    QObject::connect(&_late, &QTimer::timeout, _page, [this] { helpALateItem(); });
     _rest.setSingleShot(true);
     _rest.setInterval(restMilliseconds);
     QObject::connect(&_rest, &QTimer::timeout, _page, [this] { rest(); });
@@ -79,8 +85,16 @@ QWidget *WebNewsRenderer::inputWidget() const {
     return _view ? _view->focusProxy() : nullptr;
 }
 
+void WebNewsRenderer::helpALateItem() {
+    if (_page->itemHasCome())
+        return;
+    _late.start(_late.interval() * 2);
+    _page->showItem(_handler->moveToAnotherHost());
+}
+
 void WebNewsRenderer::loadHtmlString(const QString &html) {
     _page->showItem(_handler->setPage(html));
+    _late.start(lateMilliseconds);
 }
 
 void WebNewsRenderer::setStandardFontFamily(const QString &family) {

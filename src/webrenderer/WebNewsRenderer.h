@@ -27,12 +27,15 @@ public:
 private:
     /// Gives back what a closed window does not need.
     void rest();
+    /// Loads the item by another process if the page before holds it up.
+    void helpALateItem();
 
     QPointer<QWidget> _surround;
     QPointer<EngineView> _view;
     QPointer<ItemPage> _page;
     ItemSchemeHandler *_handler = nullptr;
     QTimer _rest;
+    QTimer _late;
 };
 
 }  // namespace pelorinnews

@@ -22,6 +22,8 @@ constexpr qreal pageMargin = 8;
 }  // namespace
 
 TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
+    setFocusPolicy(Qt::NoFocus);
+    setContextMenuPolicy(Qt::NoContextMenu);
     setFrameShape(QFrame::NoFrame);
     setOpenLinks(false);
     setUndoRedoEnabled(false);

@@ -93,9 +93,10 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
              texts.stringForKey(QStringLiteral("SettingsShowOptions")));
 
     // Neither a second opening nor a second controller does it again.
+    window->resize(420, 250);
+    QTRY_COMPARE(window->size(), QSize(420, 250));
     window->performClose();
     QTRY_VERIFY(!window->isVisible());
-    window->resize(420, 250);
     controller->showWindow();
     QVERIFY(QTest::qWaitForWindowActive(window));
     QTest::qWait(400);
