@@ -27,13 +27,20 @@ private:
     static constexpr auto placeOfW = "25";
     static constexpr auto control = "37";
 
-    /// Copies with the key in this place; whether the item came to the clipboard.
+    /// Copies with the key in this place; whether the item came to the clipboard. A key that is
+    /// pressed while the display takes up another layout may be lost, so it is pressed again.
     [[nodiscard]] bool copies(const char *key) const {
+        constexpr int attempts = 5;
+        const auto hasCome = [] {
+            return Screen::clipboard(QStringLiteral("text/rtf")).contains("Item 1");
+        };
         Screen::clearClipboard();
-        pressPlace(key);
-        return QTest::qWaitFor(
-            [] { return Screen::clipboard(QStringLiteral("text/rtf")).contains("Item 1"); },
-            testPatience);
+        for (int attempt = 0; attempt < attempts; ++attempt) {
+            pressPlace(key);
+            if (QTest::qWaitFor(hasCome, testPatience / attempts))
+                return true;
+        }
+        return false;
     }
     void pressPlace(const char *key) const {
         Screen::activate(panel->window);
