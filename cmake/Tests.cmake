@@ -1,5 +1,14 @@
 find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
 
+# Tests of which only one may run at a time: a host looks for its copies on the whole disk, and two
+# such searches take more of the kernel's watches than one user has. Whoever else wants a watch then
+# would get none.
+function(pelorin_watches_the_disk)
+    foreach(name IN LISTS ARGN)
+        set_property(TEST ${PELORIN_TEST_PREFIX}${name} APPEND PROPERTY RESOURCE_LOCK disk-watches)
+    endforeach()
+endfunction()
+
 # pelorin_test(<name> SOURCES <file>... [LIBS <target>...] [LABELS <label>...] [TIMEOUT <s>]
 #              [SESSION] [DISPLAY])
 #
