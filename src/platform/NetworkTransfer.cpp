@@ -9,6 +9,11 @@ namespace {
 /// How far a claimed length is believed before the bytes come.
 constexpr qint64 longestReserve = qint64(64) * 1024 * 1024;
 
+/// How much Qt reads ahead of us. Without a bound it goes on reading as long as bytes are there,
+/// and hears of nothing else meanwhile: a sender that is fast and never ends would fill the memory
+/// while our giving up waits behind it. An ordinary feed is shorter, so it never waits for us.
+constexpr qint64 longestReadAhead = qint64(4) * 1024 * 1024;
+
 QNetworkRequest networkRequest(const NetworkRequest &request) {
     constexpr int longestTimeout = 24 * 60 * 60;
     QNetworkRequest network(request.url);
@@ -54,6 +59,7 @@ NetworkTransfer::NetworkTransfer(NetworkRequest sending, QNetworkAccessManager &
       longestBody(longest),
       onEnd(std::move(whenEnded)),
       reply(manager.get(networkRequest(request))) {
+    reply->setReadBufferSize(longestReadAhead);
     connect(reply.get(), &QIODevice::readyRead, this, &NetworkTransfer::gather);
     connect(reply.get(), &QNetworkReply::finished, this, &NetworkTransfer::finish);
 }

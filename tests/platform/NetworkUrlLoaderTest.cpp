@@ -63,6 +63,8 @@ private Q_SLOTS:
     void onlyTheTimeWithoutProgressCounts();
     void aBodyBeyondTheLimitIsAnError_data();
     void aBodyBeyondTheLimitIsAnError();
+    void aBodyLongerThanWhatIsReadAheadComesWhole_data();
+    void aBodyLongerThanWhatIsReadAheadComesWhole();
     void aHugeClaimedLengthTakesNoMemory();
     void aLargeBodyCostsItsSizeOnce();
     void theCompletionRunsOnTheQueueAndNeverOnTheCallersStack();
@@ -556,7 +558,8 @@ void NetworkUrlLoaderTest::aBodyBeyondTheLimitIsAnError() {
     QFETCH(const QString, reply);
     QFETCH(const bool, fits);
     NetworkUrlLoader limited(200 * 1024);
-    for (const bool tls : {false, true}) {
+    // Several times: giving up must not depend on who of server and reader is the faster.
+    for (const bool tls : {false, true, false, true, false, true}) {
         serverFor(tls).setReply(FeedReply::parse(reply).value());
         LoadedAddress loaded(
             limited, tolerant(serverFor(tls).address(QStringLiteral("/plain.xml"))), &queue, 10);
@@ -564,6 +567,28 @@ void NetworkUrlLoaderTest::aBodyBeyondTheLimitIsAnError() {
         QCOMPARE(loaded.data().has_value(), fits);
         QCOMPARE(loaded.connectionError().has_value(), !fits);
         QTRY_COMPARE(serverFor(tls).openConnections(), 0);
+    }
+}
+
+void NetworkUrlLoaderTest::aBodyLongerThanWhatIsReadAheadComesWhole_data() {
+    QTest::addColumn<QString>("framing");
+    QTest::newRow("by its length") << "length";
+    QTest::newRow("in chunks") << "chunked";
+    QTest::newRow("to the connection's end") << "close";
+}
+
+void NetworkUrlLoaderTest::aBodyLongerThanWhatIsReadAheadComesWhole() {
+    QFETCH(const QString, framing);
+    constexpr qsizetype size = qsizetype(20) * 1024 * 1024;
+    for (const bool tls : {false, true}) {
+        serverFor(tls).setReply(
+            FeedReply::parse(QStringLiteral("size=20m,framing=") + framing).value());
+        LoadedAddress loaded = load(tolerant(serverFor(tls).address(QStringLiteral("/plain.xml"))));
+        QVERIFY(loaded.wait());
+        const QByteArray body = loaded.data().value_or(QByteArray());
+        QCOMPARE(body.size(), size);
+        QVERIFY(body.startsWith("<?xml"));
+        QVERIFY2(body.trimmed().endsWith("</rss>"), body.right(100).constData());
     }
 }
 
@@ -614,9 +639,8 @@ void NetworkUrlLoaderTest::aLargeBodyCostsItsSizeOnce() {
     QCOMPARE(loaded.data().value_or(QByteArray()).size(), size);
     const double ratio = double(peak - before) * 1024 / double(size);
     qInfo("peak memory of a 100 MiB body: %.2f times its size", ratio);
-    // On a busy machine, part of the body waits between the socket's thread and the reader's. A
-    // body held twice is beyond 2.
-    QVERIFY2(ratio < 1.9, qPrintable(QString::number(ratio)));
+    // What waits between the socket's thread and the reader's is bounded, also on a busy machine.
+    QVERIFY2(ratio < 1.5, qPrintable(QString::number(ratio)));
 }
 
 void NetworkUrlLoaderTest::theCompletionRunsOnTheQueueAndNeverOnTheCallersStack() {
