@@ -78,11 +78,8 @@ bool ItemPage::allows(pelorinnews::NavigationType type, const QUrl &url) {
            NavigationDecision::Use;
 }
 
-bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) {
+bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, bool) {
     using Type = pelorinnews::NavigationType;
-    // Going elsewhere now, the page before would call off the loading of the item.
-    if (isMainFrame && !_itemHasCome && type != NavigationTypeTyped)
-        return false;
     switch (type) {
         case NavigationTypeLinkClicked:
             return allows(Type::LinkClicked, url);

@@ -39,6 +39,7 @@ private Q_SLOTS:
     void thePageBeforeNeverStays();
     void theLastOfManyLoadsWins();
     void aPageFollowsOneThatLeft();
+    void aPageThatNeverRestsMakesWay();
     void startsAtTheTop();
     void aHangingEngineDoesNotHoldUpTheNextPage();
     void aDeadEngineDoesNotHoldUpTheNextPage();
@@ -192,6 +193,15 @@ void NavigationTest::aPageFollowsOneThatLeft() {
         waitFor(QStringLiteral("There"));
     fixture->load(QStringLiteral("The next item"));
     waitFor(QStringLiteral("The next item"));
+}
+
+void NavigationTest::aPageThatNeverRestsMakesWay() {
+    for (int each = 0; each < 5; ++each) {
+        fixture->load(QStringLiteral("<meta http-equiv=refresh content=0>"));
+        QTest::qWait(100);
+        fixture->load(QStringLiteral("The next item %1").arg(each));
+        waitFor(QStringLiteral("The next item %1").arg(each));
+    }
 }
 
 void NavigationTest::startsAtTheTop() {
