@@ -93,7 +93,8 @@ void OlvNewsConfiguration::setReadItemContent(bool readItemContent) {
 }
 
 QDateTime OlvNewsConfiguration::lastViewing() const {
-    return _userDefaults->dateForKey(lastViewingKey);
+    const QDateTime stored = _userDefaults->dateForKey(lastViewingKey);
+    return stored.isValid() ? stored : distantPast();
 }
 
 void OlvNewsConfiguration::setLastViewing(const QDateTime &lastViewing) {

@@ -57,6 +57,8 @@ public:
     [[nodiscard]] bool readItemContent() const;
     void setReadItemContent(bool readItemContent);
 
+    /// Never absent: without a date no item would ever count as new, so what is stored and is no
+    /// date reads as the default.
     [[nodiscard]] QDateTime lastViewing() const;
     void setLastViewing(const QDateTime &lastViewing);
 

@@ -159,6 +159,15 @@ private Q_SLOTS:
         QCOMPARE(configuration.lastViewing(), OlvNewsConfiguration::distantPast());
     }
 
+    void aLastViewingThatIsNoDateReadsAsTheDefault() {
+        const OlvNewsConfiguration configuration = store();
+        for (const QVariant &stored :
+             {QVariant("yesterday"), QVariant(1700000000), QVariant(QByteArray("\xff"))}) {
+            database->setValue("newsLastViewing", stored);
+            QCOMPARE(configuration.lastViewing(), OlvNewsConfiguration::distantPast());
+        }
+    }
+
     void anEmptyAddressIsNoAbsentOne() {
         OlvNewsConfiguration configuration = store();
         configuration.setFeedBaseURL(QStringLiteral(""));
