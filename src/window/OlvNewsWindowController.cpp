@@ -228,7 +228,7 @@ void OlvNewsWindowController::showWindow() {
     if (!shown)
         return;
     // The desktop may have answered to an earlier step of its folding after it was closed.
-    if (shown->isHidden() && _closedSize.isValid())
+    if (shown->isHidden() && _closedSize.isValid() && !hasDesktopsEdges())
         shown->resize(_closedSize);
     shown->makeKeyAndOrderFront();
 }
@@ -245,6 +245,9 @@ bool OlvNewsWindowController::eventFilter(QObject *watched, QEvent *event) {
                 break;
             case QEvent::Show:
                 _loadedWindow->windowHandle()->installEventFilter(this);
+                break;
+            case QEvent::WindowStateChange:
+                restoreOrdinaryGeometry();
                 break;
             case QEvent::Close:
                 windowWillClose();
@@ -304,12 +307,24 @@ void OlvNewsWindowController::enlargeOnFirstShow() {
     _loadedWindow->setGeometry(inner.adjusted(0, -growth.height(), growth.width(), 0));
 }
 
+bool OlvNewsWindowController::hasDesktopsEdges() const {
+    return _loadedWindow && (_loadedWindow->isMaximized() || _loadedWindow->isFullScreen());
+}
+
+// The desktop forgets with a window's closing what its edges were before it was maximized.
+void OlvNewsWindowController::restoreOrdinaryGeometry() {
+    if (_ordinaryGeometry.isValid() && !hasDesktopsEdges() && !_loadedWindow->isMinimized())
+        _loadedWindow->setGeometry(std::exchange(_ordinaryGeometry, {}));
+}
+
 void OlvNewsWindowController::windowWillClose() {
     _exposeTimer.stop();
     if (_optionsFold)
         _optionsFold->complete();
-    if (_loadedWindow && !_loadedWindow->isMaximized() && !_loadedWindow->isFullScreen())
-        _closedSize = _loadedWindow->size();
+    if (!hasDesktopsEdges())
+        _closedSize = _loadedWindow ? _loadedWindow->size() : QSize();
+    else if (!_ordinaryGeometry.isValid())
+        _ordinaryGeometry = _loadedWindow->normalGeometry();
     _windowIsVisible = false;
     // Reading an item marks it as viewed: whatever stood in the list when the window closed was
     // there to be seen.

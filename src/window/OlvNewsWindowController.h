@@ -17,6 +17,7 @@
 #include <QLabel>
 #include <QObject>
 #include <QPointer>
+#include <QRect>
 
 #include <memory>
 #include <optional>
@@ -134,6 +135,9 @@ private:
     void showOptionControls(bool visible);
     void optionsChanged(const QString &label);
     void adoptOptionsState();
+    void turnOptionsButton();
+    [[nodiscard]] bool hasDesktopsEdges() const;
+    void restoreOrdinaryGeometry();
     void catchUpWithOptionsState();
     template <class... Arguments>
     void logMessage(std::int32_t level, QStringView format, const Arguments &...arguments) const;
@@ -145,8 +149,10 @@ private:
     quint64 _currentIndex = 0;
     bool _refreshOnClose = false;
     bool _windowIsVisible = false;
-    /// What the window measured when it was last closed.
+    /// What the window measured when it was last closed with edges of its own.
     QSize _closedSize;
+    /// Where a window that was closed maximized is to be once it is not maximized any more.
+    QRect _ordinaryGeometry;
     GuardedSlot<std::shared_ptr<OlvLogger>> _logger;
     std::shared_ptr<OlvPelorinFinder> _plFinder;
 

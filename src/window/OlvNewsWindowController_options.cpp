@@ -78,6 +78,7 @@ void OlvNewsWindowController::optionsChanged(const QString &label) {
 
 void OlvNewsWindowController::onOptionsButton() {
     optionsAreOpen = !optionsAreOpen;
+    turnOptionsButton();
     if (!_optionsFold)
         return;
     if (optionsAreOpen) {
@@ -104,7 +105,12 @@ void OlvNewsWindowController::adoptOptionsState() {
     _optionsFold->setLaidOut(optionsAreOpen);
     showOptionControls(optionsAreOpen);
     optionsChanged(localized(optionsAreOpen ? "SettingsHideOptions" : "SettingsShowOptions"));
-    // The button turns with its clicks; only a window that begins with another state needs this.
+    turnOptionsButton();
+}
+
+// The button turns with its own clicks, but the state may have come from elsewhere: from another
+// window, or from the first showing.
+void OlvNewsWindowController::turnOptionsButton() {
     if (auto *button = qobject_cast<DisclosureButton *>(_optionsButton))
         button->setOpen(optionsAreOpen);
 }

@@ -73,6 +73,8 @@ void OptionsFold::setLaidOut(bool open) {
         return;
     _optionsArea->setVisible(open);
     _optionsArea->setFixedHeight(open ? foldHeight : 0);
+    if (_window)
+        _window->setMinimumHeight(_foldedMinimum + (open ? foldHeight : 0));
 }
 
 void OptionsFold::finish() {
@@ -86,7 +88,6 @@ void OptionsFold::finish() {
             _content->setMinimumHeight(0);
             _content->setMaximumHeight(QWIDGETSIZE_MAX);
         }
-        _window->setMinimumHeight(_foldedMinimum + (_open ? foldHeight : 0));
     }
     if (const auto done = std::exchange(_finished, nullptr))
         done();

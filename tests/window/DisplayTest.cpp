@@ -56,6 +56,7 @@ private Q_SLOTS:
     void filterChangesStartAgainAtTheFirstItem();
     void agesCountToTheSecondAndChoicesReplaceEachOther();
     void aSecondWindowTakesOverTheOptionsAsTheyAre();
+    void theTriangleOfASecondWindowNeverPointsTheWrongWay();
     void anUnknownFilterSelectsNothingAndFiltersAsAll();
     void storesShowOnStartOnlyForAFullCheck();
     void assistiveTechnologiesActWithTheSameEffect();
@@ -283,6 +284,25 @@ void DisplayTest::aSecondWindowTakesOverTheOptionsAsTheyAre() {
     QTRY_COMPARE(second->optionsLabel()->text(), localized("SettingsShowOptions"));
     QVERIFY(second->displayContentFrom()->isHidden());
     QVERIFY(!second->optionsButton()->isChecked());
+}
+
+void DisplayTest::theTriangleOfASecondWindowNeverPointsTheWrongWay() {
+    const auto first = shown(WindowFixture::items(2));
+    const auto second = fixture->makeController();
+    second->showWindow();
+    QTRY_COMPARE(second->itemIndicator()->text(), QStringLiteral("1 / 2"));
+    for (const auto &pressed : {first, second, second, first}) {
+        qobject_cast<QAbstractButton *>(pressed->optionsButton())->click();
+        QTRY_COMPARE(pressed->optionsLabel()->text(),
+                     localized(pressed->optionsButton()->isChecked() ? "SettingsHideOptions"
+                                                                     : "SettingsShowOptions"));
+        QCOMPARE(pressed->displayContentFrom()->isHidden(), !pressed->optionsButton()->isChecked());
+    }
+    // A window takes no room for an area that it does not show, nor too little for one it shows.
+    second->window()->performClose();
+    QTRY_VERIFY(!second->window()->isVisible());
+    second->showWindow();
+    QTRY_COMPARE(second->window()->minimumHeight(), first->window()->minimumHeight());
 }
 
 void DisplayTest::anUnknownFilterSelectsNothingAndFiltersAsAll() {

@@ -69,6 +69,7 @@ private Q_SLOTS:
     void regainingTheFocusChangesNothing();
     void becomesKeyOnceMoreAfterClosing();
     void showsAMinimisedWindowAgain();
+    void opensMaximizedAgain();
     void closingDoesNotEndTheHost();
     void exitClosesTheWindowAndStartsTheOwedRefresh();
     void exitStoresTheLastViewing();
@@ -261,6 +262,26 @@ void LifecycleTest::showsAMinimisedWindowAgain() {
     controller->window()->setWindowState(Qt::WindowMaximized | Qt::WindowMinimized);
     controller->showWindow();
     QVERIFY(!controller->window()->isMinimized());
+    QVERIFY(controller->window()->isMaximized());
+}
+
+void LifecycleTest::opensMaximizedAgain() {
+    const auto controller = fixture->makeController();
+    const auto reopen = [&controller] {
+        controller->window()->performClose();
+        controller->showWindow();
+        QTRY_VERIFY(isShown());
+    };
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    // What an earlier closing measured must not count any more.
+    reopen();
+    const QSize ordinary = controller->window()->size();
+    controller->window()->showMaximized();
+    QTRY_VERIFY(controller->window()->width() > ordinary.width());
+    const QSize maximized = controller->window()->size();
+    reopen();
+    QTRY_COMPARE(controller->window()->size(), maximized);
     QVERIFY(controller->window()->isMaximized());
 }
 

@@ -1,0 +1,81 @@
+// A window whose edges are the desktop's. Needs a window manager, which alone knows what becomes of
+// such a window.
+
+#include "TestMain.h"
+#include "WindowFixture.h"
+
+#include <QWindow>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+class MaximizedTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void opensWhereItWas();
+    void restoringBringsBackTheOrdinaryPlaceAfterClosing();
+
+private:
+    void reopen() {
+        controller->window()->performClose();
+        QTRY_VERIFY(!controller->window()->isVisible());
+        controller->showWindow();
+        QTRY_VERIFY(controller->window()->windowHandle()->isExposed());
+    }
+    void maximize() {
+        controller->window()->showMaximized();
+        QTRY_VERIFY(controller->window()->width() > ordinary.width());
+        waitForAnswers();
+        maximized = controller->window()->geometry();
+    }
+    // The window manager answers to every step of the folding, to every change by hand, and a late
+    // answer undoes what was asked for meanwhile.
+    static void waitForAnswers() { QTest::qWait(300); }
+
+    std::unique_ptr<WindowFixture> fixture;
+    std::shared_ptr<OlvNewsWindowController> controller;
+    QRect ordinary;
+    QRect maximized;
+};
+
+void MaximizedTest::init() {
+    fixture = std::make_unique<WindowFixture>();
+    fixture->serve(WindowFixture::items(2));
+    controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
+    // The first showing in the process folds the options away.
+    QTRY_COMPARE(controller->optionsLabel()->text(), QStringLiteral("Show options"));
+    waitForAnswers();
+    ordinary = QRect(200, 150, 650, 480);
+    controller->window()->setGeometry(ordinary);
+    waitForAnswers();
+    QTRY_COMPARE(controller->window()->geometry(), ordinary);
+}
+
+void MaximizedTest::cleanup() {
+    controller->exit();
+    controller.reset();
+    fixture.reset();
+}
+
+void MaximizedTest::opensWhereItWas() {
+    reopen();
+    QTRY_COMPARE(controller->window()->geometry(), ordinary);
+}
+
+void MaximizedTest::restoringBringsBackTheOrdinaryPlaceAfterClosing() {
+    maximize();
+    reopen();
+    reopen();
+    QTRY_COMPARE(controller->window()->geometry(), maximized);
+    controller->window()->showNormal();
+    QTRY_COMPARE(controller->window()->geometry(), ordinary);
+}
+
+PELORIN_WIDGET_TEST_MAIN(MaximizedTest)
+#include "MaximizedTest.moc"
