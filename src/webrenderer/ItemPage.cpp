@@ -65,6 +65,8 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
 }
 
 void ItemPage::showItem(const QUrl &address) {
+    if (_itemHasCome)
+        _shown = _item;
     _item = address;
     _itemHasCome = false;
     load(address);
@@ -73,7 +75,7 @@ void ItemPage::showItem(const QUrl &address) {
 bool ItemPage::allows(pelorinnews::NavigationType type, const QUrl &url) {
     if (!_policy)
         return false;
-    const QUrl address = rebasedOnBareHttp(url, _item);
+    const QUrl address = rebasedOnBareHttp(url, _itemHasCome ? _item : _shown);
     return _policy->webViewDecidePolicyForNavigationAction(type, address) ==
            NavigationDecision::Use;
 }

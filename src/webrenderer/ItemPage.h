@@ -37,6 +37,8 @@ private:
 
     NavigationPolicyDelegate *_policy = nullptr;
     QUrl _item;
+    /// The page before, while the item is on its way.
+    QUrl _shown;
     bool _itemHasCome = false;
     LinkClicks _clicks;
 };

@@ -12,14 +12,18 @@ constexpr auto schemeName = "pelorin-news-item";
 
 }  // namespace
 
+bool ItemSchemeHandler::isRegistered() {
+    return QWebEngineUrlScheme::schemeByName(schemeName).name() == schemeName;
+}
+
 bool ItemSchemeHandler::registerScheme() {
-    if (QWebEngineUrlScheme::schemeByName(schemeName).name() == schemeName)
+    if (isRegistered())
         return true;
     QWebEngineUrlScheme scheme(schemeName);
     scheme.setSyntax(QWebEngineUrlScheme::Syntax::Host);
     scheme.setFlags(QWebEngineUrlScheme::SecureScheme);
     QWebEngineUrlScheme::registerScheme(scheme);
-    return QWebEngineUrlScheme::schemeByName(schemeName).name() == schemeName;
+    return isRegistered();
 }
 
 QByteArray ItemSchemeHandler::scheme() {

@@ -14,6 +14,8 @@ class ItemSchemeHandler final : public QWebEngineUrlSchemeHandler {
 public:
     using QWebEngineUrlSchemeHandler::QWebEngineUrlSchemeHandler;
 
+    [[nodiscard]] static bool isRegistered();
+
     /// Makes the scheme known to the engine. False where the engine was started before and takes
     /// no more schemes.
     [[nodiscard]] static bool registerScheme();

@@ -11,6 +11,8 @@
 #include <QWebEngineProfile>
 #include <QWebEngineSettings>
 
+#include <utility>
+
 namespace pelorinnews {
 
 namespace {
@@ -63,11 +65,19 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent)
     _rest.setInterval(restMilliseconds);
     QObject::connect(&_rest, &QTimer::timeout, _page, [this] { rest(); });
     QObject::connect(_page, &QWebEnginePage::visibleChanged, &_rest, [this](bool visible) {
-        if (visible)
+        // The page of a minimised window is out of sight, too, but not done with.
+        if (visible || _surround->window()->isVisible())
             _rest.stop();
         else
             _rest.start();
     });
+    // Once for each item: one that ends every process is not worth more.
+    QObject::connect(
+        _page, &QWebEnginePage::renderProcessTerminated, _page,
+        [this](QWebEnginePage::RenderProcessTerminationStatus status) {
+            if (status != QWebEnginePage::NormalTerminationStatus && !std::exchange(_revived, true))
+                _page->showItem(_handler->moveToAnotherHost());
+        });
 }
 
 WebNewsRenderer::~WebNewsRenderer() {
@@ -93,6 +103,7 @@ void WebNewsRenderer::helpALateItem() {
 }
 
 void WebNewsRenderer::loadHtmlString(const QString &html) {
+    _revived = false;
     _page->showItem(_handler->setPage(html));
     _late.start(lateMilliseconds);
 }

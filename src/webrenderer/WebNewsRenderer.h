@@ -36,6 +36,8 @@ private:
     ItemSchemeHandler *_handler = nullptr;
     QTimer _rest;
     QTimer _late;
+    /// Whether the item was shown anew after its process had died.
+    bool _revived = false;
 };
 
 }  // namespace pelorinnews

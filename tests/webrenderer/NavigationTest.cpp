@@ -4,6 +4,7 @@
 #include "RendererFixture.h"
 #include "RendererTestMain.h"
 
+#include <QSignalSpy>
 #include <QWebEnginePage>
 #include <QWebEngineView>
 
@@ -43,6 +44,8 @@ private Q_SLOTS:
     void startsAtTheTop();
     void aHangingEngineDoesNotHoldUpTheNextPage();
     void aDeadEngineDoesNotHoldUpTheNextPage();
+    void anEngineThatDiesShowsItsPageAnew();
+    void aClosedWindowsPageRestsAndAMinimisedOnesDoesNot();
     void drawsInTheStandardFontWhereNoneIsNamed();
     void drawsBlackOnWhiteInADarkDesktop();
 
@@ -245,6 +248,52 @@ void NavigationTest::aDeadEngineDoesNotHoldUpTheNextPage() {
     QCOMPARE(::kill(static_cast<pid_t>(engine), SIGKILL), 0);
     fixture->load(QStringLiteral("The next item"));
     waitFor(QStringLiteral("The next item"));
+}
+
+void NavigationTest::anEngineThatDiesShowsItsPageAnew() {
+    if (!fixture->web())
+        QSKIP("has no engine");
+    const auto kill = [this] {
+        const qint64 engine = fixture->web()->page()->renderProcessPid();
+        return engine > 0 && ::kill(static_cast<pid_t>(engine), SIGKILL) == 0;
+    };
+    fixture->load(QStringLiteral("The page"));
+    waitFor(QStringLiteral("The page"));
+    const qint64 first = fixture->web()->page()->renderProcessPid();
+    QVERIFY(kill());
+    QTRY_VERIFY(fixture->web()->page()->renderProcessPid() != first);
+    waitFor(QStringLiteral("The page"));
+
+    // But not for ever.
+    QSignalSpy ends(fixture->web()->page(), &QWebEnginePage::renderProcessTerminated);
+    QSignalSpy loads(fixture->web()->page(), &QWebEnginePage::loadStarted);
+    QVERIFY(kill());
+    QTRY_COMPARE(ends.count(), 1);
+    QTest::qWait(200);
+    QCOMPARE(loads.count(), 0);
+    fixture->load(QStringLiteral("The next item"));
+    waitFor(QStringLiteral("The next item"));
+}
+
+void NavigationTest::aClosedWindowsPageRestsAndAMinimisedOnesDoesNot() {
+    if (!fixture->web())
+        QSKIP("has no engine");
+    using State = QWebEnginePage::LifecycleState;
+    RendererFixture minimised(Painter::Web);
+    const QString html = QStringLiteral("Again<script>document.body.append(' RAN')</script>");
+    for (RendererFixture *each : {fixture.get(), &minimised}) {
+        each->load(html);
+        QTRY_COMPARE(each->text(), QStringLiteral("Again"));
+    }
+    fixture->view.hide();
+    minimised.view.showMinimized();
+    QTRY_VERIFY(!minimised.web()->page()->isVisible());
+    QTRY_COMPARE(fixture->web()->page()->lifecycleState(), State::Discarded);
+    QTest::qWait(2000);
+    QCOMPARE(minimised.web()->page()->lifecycleState(), State::Active);
+    fixture->view.show();
+    waitFor(QStringLiteral("Again"));
+    QCOMPARE(fixture->web()->page()->lifecycleState(), State::Active);
 }
 
 void NavigationTest::drawsInTheStandardFontWhereNoneIsNamed() {
