@@ -13,8 +13,9 @@ namespace pelorinnews {
 
 /// What the loaded module gives: `qobject_cast<NewsPlugin *>(QPluginLoader(path).instance())`.
 ///
-/// The module stays loaded until the process ends, whatever the loader is told. All operations
-/// belong on the main thread.
+/// The module's code stays loaded until the process ends, and so its controllers go on, whatever the
+/// loader is told. This object itself goes with the last loader that is told to unload it. All
+/// operations belong on the main thread.
 class NewsPlugin {
 public:
     virtual ~NewsPlugin() = default;
@@ -35,8 +36,9 @@ public:
 
     /// The process's notification centre, for notifications of the host's own. Ask for it once the
     /// application object exists and the host's identity is stated. The panel is its
-    /// delegate from creation on (a click on any notification opens the news window) and leaves
-    /// alone every notification that it did not deliver itself.
+    /// delegate from creation on, until the host lets go of the controller after `exit`: a click on
+    /// any notification opens the news window. It leaves alone every notification that it did not
+    /// deliver itself.
     virtual std::shared_ptr<NotificationCenter> notificationCenter() = 0;
 
 protected:

@@ -37,7 +37,8 @@ public:
     /// Must outlive the view or be replaced by null.
     void setPolicyDelegate(NavigationPolicyDelegate *delegate);
 
-    /// The page now shown, as it was loaded; null before the first page.
+    /// The page as it was loaded, also where it has gone elsewhere since (a form that was sent, a
+    /// refresh): what is copied is the news item. Null before the first page.
     [[nodiscard]] QString outerHTML() const { return _page; }
 
     /// The value, or the fixed text that stands for a value that is absent or empty; the role as
