@@ -13,8 +13,8 @@ namespace pelorinnews {
 
 /// What the loaded module gives: `qobject_cast<NewsPlugin *>(QPluginLoader(path).instance())`.
 ///
-/// The module's code stays loaded until the process ends, and so its controllers go on, whatever the
-/// loader is told. This object itself goes with the last loader that is told to unload it. All
+/// The module's code stays loaded until the process ends, and so its controllers go on, whatever
+/// the loader is told. This object itself goes with the last loader that is told to unload it. All
 /// operations belong on the main thread.
 class NewsPlugin {
 public:
