@@ -26,12 +26,16 @@ QList<FeedEntry> Panel::items(int count) {
     return all;
 }
 
-bool Panel::open(const QList<FeedEntry> &news) {
+void Panel::begin(const QList<FeedEntry> &news) {
     desktop.serve(news);
     if (withoutWebEngine)
         desktop.startHost(desktop.applicationWithoutWebEngine());
     else
         desktop.startHost();
+}
+
+bool Panel::open(const QList<FeedEntry> &news) {
+    begin(news);
     const auto shown = [&] { return text() == news.first().plainText; };
     if (!QTest::qWaitFor(shown, testPatience))
         return false;

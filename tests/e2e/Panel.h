@@ -17,6 +17,8 @@ public:
     /// News of which the newest is the first: `count` items, "Item 1" being the first's text.
     [[nodiscard]] static QList<FeedEntry> items(int count);
 
+    /// Starts the host with these news.
+    void begin(const QList<FeedEntry> &news);
     /// Starts the host with these news, and waits for the first to be shown. False in vain.
     [[nodiscard]] bool open(const QList<FeedEntry> &news);
     /// Opens the window again, from the host's menu. False in vain.

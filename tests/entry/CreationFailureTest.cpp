@@ -91,6 +91,9 @@ void CreationFailureTest::offTheMainThreadTheWindowControllerFails() {
     std::thread([&] { controller = module()->init(&error); }).join();
     QVERIFY(!controller);
     QCOMPARE(error, creationError("Failed to create NewsWindowController."));
+    std::thread([&] { controller = module()->init(); }).join();
+    QVERIFY(controller);
+    useHalfMade(*controller);
 }
 
 int main(int argc, char *argv[]) {

@@ -54,7 +54,6 @@ private Q_SLOTS:
     void showsAtOnceAndBringsForwardOnceForEachCall();
     void showAfterExitShowsTheWindowAgain();
     void theLoggerReceivesNoMessageOfTheCache();
-    void theModuleStaysLoaded();
     void aHostThatForgetsToExitStillEnds();
 
 private:
@@ -160,16 +159,6 @@ void NewsControllerTest::theLoggerReceivesNoMessageOfTheCache() {
                  qPrintable(entry.text));
         QVERIFY(entry.text.contains(QStringLiteral("404")));
     }
-}
-
-void NewsControllerTest::theModuleStaysLoaded() {
-    QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
-    QVERIFY(loader.load());
-    loader.unload();
-    loader.unload();
-    controller->show();
-    QVERIFY(newsWindow()->isVisible());
-    newsWindow()->close();
 }
 
 void NewsControllerTest::aHostThatForgetsToExitStillEnds() {

@@ -5,6 +5,11 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QScopeGuard>
+#include <qpa/qplatformaccessibility.h>
+#include <qpa/qplatformintegration.h>
+
+#include <private/qguiapplication_p.h>
 
 using namespace pelorinnews;
 
@@ -42,12 +47,24 @@ void AccessibleViewTest::aFixedTextStandsForAnAbsentValue() {
 }
 
 void AccessibleViewTest::otherAttributesCannotBeSet() {
+    static QList<QAccessible::Event> told;
+    // Nothing is told where nobody listens.
+    QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(true);
+    const auto before = QAccessible::installUpdateHandler(
+        [](QAccessibleEvent *event) { told.append(event->type()); });
+    const auto restore = qScopeGuard([before] {
+        QAccessible::installUpdateHandler(before);
+        QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(false);
+    });
     OlvNewsWebView view;
     view.accessibilitySetValueForAttribute(QStringLiteral("Fog"), AccessibilityAttribute::Value);
+    QVERIFY(told.contains(QAccessible::NameChanged));
+    told.clear();
     for (const auto attribute : {AccessibilityAttribute::Role, AccessibilityAttribute::Title,
                                  AccessibilityAttribute::Other})
         view.accessibilitySetValueForAttribute(QStringLiteral("Sun"), attribute);
     QCOMPARE(view.ownValue(), QStringLiteral("Fog"));
+    QCOMPARE(told, QList<QAccessible::Event>());
 }
 
 void AccessibleViewTest::aClientReplacesTheValue() {

@@ -1,6 +1,5 @@
 // What the window shows, and stepping through it.
 
-#include "OlvLocalization.h"
 #include "TestMain.h"
 #include "WindowFixture.h"
 
@@ -9,6 +8,7 @@
 #include <QCheckBox>
 #include <QStandardItemModel>
 #include <QStandardPaths>
+#include <QTextBlock>
 #include <QTextBrowser>
 
 using namespace pelorinnews;
@@ -20,14 +20,6 @@ QString spoken(const OlvNewsWindowController &controller) {
     return controller.webView()
         ->accessibilityAttributeValue(AccessibilityAttribute::Value)
         .toString();
-}
-
-// The text that the key stands for, as the staged module would find it.
-QString localized(const char *key) {
-    OlvLocalization texts;
-    texts.setBundle(QStringLiteral(PELORIN_APP_DIR "/share/pelorin-news"));
-    texts.setTable(QStringLiteral("Localizable"));
-    return texts.stringForKey(QLatin1String(key));
 }
 
 }  // namespace
@@ -47,21 +39,18 @@ private Q_SLOTS:
     void showsExactlyTheItemsHtml();
     void saysThatContentIsBeingRetrieved();
     void saysThatRetrievingFailed();
-    void tellsWhyNothingPassesTheFilter_data();
-    void tellsWhyNothingPassesTheFilter();
     void speaksTheItemsPlainText();
     void speaksTheFixedTitleWhenContentIsNotToBeRead();
     void showsThePlaceholderUntilTheFirstItem();
     void setsUpTheControls();
-    void filterChangesStartAgainAtTheFirstItem();
-    void agesCountToTheSecondAndChoicesReplaceEachOther();
     void aSecondWindowTakesOverTheOptionsAsTheyAre();
     void theTriangleOfASecondWindowNeverPointsTheWrongWay();
-    void anUnknownFilterSelectsNothingAndFiltersAsAll();
     void storesShowOnStartOnlyForAFullCheck();
     void assistiveTechnologiesActWithTheSameEffect();
     void withoutOutletsEveryOperationIsHarmless();
     void theLastOfSeveralDisplaysWins();
+    void theItemComesAfterTheEventThatAskedForIt();
+    void drawsItemsThatNameNoFontInTheStandardFont();
 
 private:
     std::shared_ptr<OlvNewsWindowController> shown(const QList<FeedItem> &items) {
@@ -118,7 +107,8 @@ void DisplayTest::saysThatContentIsBeingRetrieved() {
     fixture->serve({});
     const auto controller = fixture->beginController();
     controller->showWindow();
-    QTRY_COMPARE(controller->webView()->outerHTML(), localized("StatusRetrievingContent"));
+    QTRY_COMPARE(controller->webView()->outerHTML(),
+                 WindowFixture::localized("StatusRetrievingContent"));
     QVERIFY(controller->newsCache().retrievingContent());
     QCOMPARE(controller->itemIndicator()->text(), QString());
     QVERIFY(!controller->previousItem()->isEnabled());
@@ -134,38 +124,11 @@ void DisplayTest::saysThatRetrievingFailed() {
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     QFile::remove(folder + QStringLiteral("/com.Olvane.Pelorin/PelorinNews.xml"));
     const auto controller = shown({});
-    QTRY_COMPARE(controller->webView()->outerHTML(), localized("StatusErrorRetrievingContent"));
+    QTRY_COMPARE(controller->webView()->outerHTML(),
+                 WindowFixture::localized("StatusErrorRetrievingContent"));
     QCOMPARE(controller->itemIndicator()->text(), QString());
     QVERIFY(!controller->nextItem()->isEnabled());
     QVERIFY(!controller->previousItem()->isEnabled());
-}
-
-void DisplayTest::tellsWhyNothingPassesTheFilter_data() {
-    QTest::addColumn<int>("filter");
-    QTest::addColumn<QString>("page");
-    QTest::newRow("recent") << 2 << localized("StatusNothingFoundRecent");
-    QTest::newRow("unread") << 3 << localized("StatusNothingFoundUnread");
-    QTest::newRow("all") << 1 << localized("StatusNothingFound");
-    QTest::newRow("a stored 0") << 0 << localized("StatusNothingFound");
-    QTest::newRow("a stored 7") << 7 << QString();
-    QTest::newRow("a stored -1") << -1 << QString();
-}
-
-void DisplayTest::tellsWhyNothingPassesTheFilter() {
-    QFETCH(const int, filter);
-    QFETCH(const QString, page);
-    fixture->prefer(QStringLiteral("newsFilter"), filter);
-    auto items = WindowFixture::items(2);
-    for (FeedItem &item : items) {
-        item.date = item.date.addDays(-31);
-        if (filter != 2 && filter != 3)
-            item.category = QStringLiteral("elsewhere");
-    }
-    fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
-    const auto controller = shown(items);
-    QCOMPARE(controller->newsCache().unfilteredCount(), 2U);
-    QTRY_COMPARE(controller->webView()->outerHTML(), page);
-    QCOMPARE(controller->itemIndicator()->text(), QString());
 }
 
 void DisplayTest::speaksTheItemsPlainText() {
@@ -175,17 +138,17 @@ void DisplayTest::speaksTheItemsPlainText() {
     QTRY_COMPARE(spoken(*controller), QStringLiteral("Plain 2"));
     controller->newsCache().setCategoriesOfInterest({QStringLiteral("none")});
     controller->refreshControls();
-    QTRY_COMPARE(spoken(*controller), localized("StatusNothingFoundUnread"));
+    QTRY_COMPARE(spoken(*controller), WindowFixture::localized("StatusNothingFoundUnread"));
 }
 
 void DisplayTest::speaksTheFixedTitleWhenContentIsNotToBeRead() {
     fixture->prefer(QStringLiteral("newsReadItemContent"), false);
     const auto controller = shown(WindowFixture::items(2));
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
-    QCOMPARE(spoken(*controller), localized("WebViewAccessibilityTitle"));
+    QCOMPARE(spoken(*controller), WindowFixture::localized("WebViewAccessibilityTitle"));
     controller->onNextItem();
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 2</p>"));
-    QCOMPARE(spoken(*controller), localized("WebViewAccessibilityTitle"));
+    QCOMPARE(spoken(*controller), WindowFixture::localized("WebViewAccessibilityTitle"));
 }
 
 void DisplayTest::showsThePlaceholderUntilTheFirstItem() {
@@ -201,87 +164,47 @@ void DisplayTest::setsUpTheControls() {
     fixture->prefer(QStringLiteral("newsFilter"), 2);
     const auto controller = fixture->makeController();
     QVERIFY(controller->window());
-    QCOMPARE(controller->showOnStart()->text(), localized("SettingsShowOnStartCheckbox"));
+    QCOMPARE(controller->showOnStart()->text(),
+             WindowFixture::localized("SettingsShowOnStartCheckbox"));
     QVERIFY(!controller->showOnStart()->isChecked());
     const QComboBox *type = controller->displayContentType();
     QCOMPARE(type->count(), 2);
-    QCOMPARE(type->itemText(0), localized("SettingsDisplayContentTypeAll"));
-    QCOMPARE(type->itemText(1), localized("SettingsDisplayContentTypeCritical"));
+    QCOMPARE(type->itemText(0), WindowFixture::localized("SettingsDisplayContentTypeAll"));
+    QCOMPARE(type->itemText(1), WindowFixture::localized("SettingsDisplayContentTypeCritical"));
     QCOMPARE(type->currentIndex(), 1);
     const QComboBox *from = controller->displayContentFrom();
     QCOMPARE(from->count(), 3);
-    QCOMPARE(from->itemText(0), localized("SettingsDisplayContentUnread"));
-    QCOMPARE(from->itemText(1), localized("SettingsDisplayContentRecent"));
-    QCOMPARE(from->itemText(2), localized("SettingsDisplayContentAll"));
+    QCOMPARE(from->itemText(0), WindowFixture::localized("SettingsDisplayContentUnread"));
+    QCOMPARE(from->itemText(1), WindowFixture::localized("SettingsDisplayContentRecent"));
+    QCOMPARE(from->itemText(2), WindowFixture::localized("SettingsDisplayContentAll"));
     QCOMPARE(from->currentIndex(), 1);
     QCOMPARE(controller->previousItem()->accessibleName(),
-             localized("NavigationAccessibilityTitlePrevious"));
+             WindowFixture::localized("NavigationAccessibilityTitlePrevious"));
     QCOMPARE(controller->nextItem()->accessibleName(),
-             localized("NavigationAccessibilityTitleNext"));
+             WindowFixture::localized("NavigationAccessibilityTitleNext"));
     QCOMPARE(controller->previousItem()->toolTip(), controller->previousItem()->accessibleName());
     QCOMPARE(controller->nextItem()->toolTip(), controller->nextItem()->accessibleName());
-    QCOMPARE(controller->optionsLabel()->text(), localized("SettingsShowOptions"));
-}
-
-void DisplayTest::filterChangesStartAgainAtTheFirstItem() {
-    auto items = WindowFixture::items(4);
-    items[2].category = QStringLiteral("mac pelorin critical");
-    fixture->prefer(QStringLiteral("newsFilter"), 2);
-    const auto controller = shown(items);
-    controller->onNextItem();
-    controller->displayContentType()->setCurrentIndex(1);
-    Q_EMIT controller->displayContentType()->activated(1);
-    QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 1"));
-    QCOMPARE(OlvNewsConfiguration().newsTypeFilter(), 2U);
-    controller->displayContentType()->setCurrentIndex(0);
-    Q_EMIT controller->displayContentType()->activated(0);
-    controller->displayContentFrom()->setCurrentIndex(2);
-    Q_EMIT controller->displayContentFrom()->activated(2);
-    QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 4"));
-    QCOMPARE(OlvNewsConfiguration().newsFilter(), 1U);
-}
-
-void DisplayTest::agesCountToTheSecondAndChoicesReplaceEachOther() {
-    auto items = WindowFixture::items(2);
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    items[0].date = now.addDays(-30).addSecs(600);
-    items[1].date = now.addDays(-30).addSecs(-600);
-    fixture->prefer(QStringLiteral("newsLastViewing"), now);
-    fixture->prefer(QStringLiteral("newsFilter"), 3);
-    const auto controller = shown(items);
-    const auto countAfterChoosing = [&controller](int row) {
-        controller->displayContentFrom()->setCurrentIndex(row);
-        Q_EMIT controller->displayContentFrom()->activated(row);
-        return controller->newsCache().count();
-    };
-    constexpr int unread = 0;
-    constexpr int recent = 1;
-    constexpr int all = 2;
-    QCOMPARE(controller->newsCache().count(), 0U);
-    QCOMPARE(countAfterChoosing(recent), 1U);
-    QCOMPARE(controller->newsCache().itemAtIndex(0)->title(), items[0].title);
-    QCOMPARE(countAfterChoosing(unread), 0U);
-    QCOMPARE(countAfterChoosing(all), 2U);
-    QCOMPARE(countAfterChoosing(recent), 1U);
+    QCOMPARE(controller->optionsLabel()->text(), WindowFixture::localized("SettingsShowOptions"));
 }
 
 void DisplayTest::aSecondWindowTakesOverTheOptionsAsTheyAre() {
     const auto first = shown(WindowFixture::items(2));
     QTRY_VERIFY(first->displayContentFrom()->isHidden());
     first->onOptionsButton();
-    QTRY_COMPARE(first->optionsLabel()->text(), localized("SettingsHideOptions"));
+    QTRY_COMPARE(first->optionsLabel()->text(), WindowFixture::localized("SettingsHideOptions"));
     const auto second = fixture->makeController();
     QVERIFY(second->window());
-    QCOMPARE(second->optionsLabel()->text(), localized("SettingsHideOptions"));
-    QCOMPARE(second->optionsButton()->accessibleName(), localized("SettingsHideOptions"));
+    QCOMPARE(second->optionsLabel()->text(), WindowFixture::localized("SettingsHideOptions"));
+    QCOMPARE(second->optionsButton()->accessibleName(),
+             WindowFixture::localized("SettingsHideOptions"));
     QVERIFY(second->optionsButton()->isChecked());
     QVERIFY(!second->displayContentFrom()->isHidden());
 
     // Also when they changed between its loading and its opening.
     first->onOptionsButton();
-    QTRY_COMPARE(first->optionsLabel()->text(), localized("SettingsShowOptions"));
+    QTRY_COMPARE(first->optionsLabel()->text(), WindowFixture::localized("SettingsShowOptions"));
     second->showWindow();
-    QTRY_COMPARE(second->optionsLabel()->text(), localized("SettingsShowOptions"));
+    QTRY_COMPARE(second->optionsLabel()->text(), WindowFixture::localized("SettingsShowOptions"));
     QVERIFY(second->displayContentFrom()->isHidden());
     QVERIFY(!second->optionsButton()->isChecked());
 }
@@ -294,8 +217,9 @@ void DisplayTest::theTriangleOfASecondWindowNeverPointsTheWrongWay() {
     for (const auto &pressed : {first, second, second, first}) {
         qobject_cast<QAbstractButton *>(pressed->optionsButton())->click();
         QTRY_COMPARE(pressed->optionsLabel()->text(),
-                     localized(pressed->optionsButton()->isChecked() ? "SettingsHideOptions"
-                                                                     : "SettingsShowOptions"));
+                     WindowFixture::localized(pressed->optionsButton()->isChecked()
+                                                  ? "SettingsHideOptions"
+                                                  : "SettingsShowOptions"));
         QCOMPARE(pressed->displayContentFrom()->isHidden(), !pressed->optionsButton()->isChecked());
     }
     // A window takes no room for an area that it does not show, nor too little for one it shows.
@@ -303,14 +227,6 @@ void DisplayTest::theTriangleOfASecondWindowNeverPointsTheWrongWay() {
     QTRY_VERIFY(!second->window()->isVisible());
     second->showWindow();
     QTRY_COMPARE(second->window()->minimumHeight(), first->window()->minimumHeight());
-}
-
-void DisplayTest::anUnknownFilterSelectsNothingAndFiltersAsAll() {
-    fixture->prefer(QStringLiteral("newsFilter"), 0);
-    fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
-    const auto controller = shown(WindowFixture::items(3));
-    QCOMPARE(controller->displayContentFrom()->currentIndex(), -1);
-    QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 3"));
 }
 
 void DisplayTest::storesShowOnStartOnlyForAFullCheck() {
@@ -377,6 +293,34 @@ void DisplayTest::theLastOfSeveralDisplaysWins() {
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("4 / 5"));
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 4</p>"));
     QCOMPARE(spoken(*controller), QStringLiteral("Plain 4"));
+}
+
+void DisplayTest::theItemComesAfterTheEventThatAskedForIt() {
+    const auto controller = shown(WindowFixture::items(2));
+    QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
+    controller->onNextItem();
+    QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("2 / 2"));
+    QCOMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
+    QCOMPARE(spoken(*controller), QStringLiteral("Plain 1"));
+    QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 2</p>"));
+    QCOMPARE(spoken(*controller), QStringLiteral("Plain 2"));
+}
+
+void DisplayTest::drawsItemsThatNameNoFontInTheStandardFont() {
+    auto items = WindowFixture::items(1);
+    items[0].html = QStringLiteral("<p>Plain</p><p style='font-family:Courier'>Typed</p>");
+    const auto controller = shown(items);
+    QTRY_COMPARE(controller->webView()->outerHTML(), items[0].html);
+    const auto *browser = controller->webView()->findChild<QTextBrowser *>();
+    QVERIFY(browser);
+    // What the text is laid out with, whether this computer has such a font or a cousin of it.
+    const auto font = [browser](int block) {
+        const QTextBlock text = browser->document()->findBlockByNumber(block);
+        return text.begin().fragment().charFormat().font().resolve(
+            browser->document()->defaultFont());
+    };
+    QCOMPARE(font(0).family(), QStringLiteral("Verdana"));
+    QCOMPARE(font(1).families(), QStringList{QStringLiteral("Courier")});
 }
 
 PELORIN_WIDGET_TEST_MAIN(DisplayTest)

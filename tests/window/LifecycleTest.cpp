@@ -1,4 +1,4 @@
-// What the controller does by itself: refreshing, opening, closing, shutting down.
+// What the controller does by itself between its creation and its end: refreshing, closing.
 
 #include "RecordingLogger.h"
 #include "TestMain.h"
@@ -9,20 +9,10 @@
 #include <QFile>
 #include <QTimer>
 
-#include <thread>
-
 using namespace pelorinnews;
 using namespace pelorinnews::test;
 
 namespace {
-
-// Whether any news window is shown; the tests have one at most.
-bool isShown() {
-    const auto windows = QApplication::topLevelWidgets();
-    return std::any_of(windows.begin(), windows.end(), [](const QWidget *widget) {
-        return qobject_cast<const OlvNewsWindow *>(widget) && widget->isVisible();
-    });
-}
 
 // The intervals of this process's repeating alarms, in seconds.
 QList<qint64> alarmIntervals() {
@@ -52,13 +42,6 @@ private Q_SLOTS:
     }
     void cleanup() { fixture.reset(); }
 
-    void opensWhenThereAreNewItemsInTheUsersLanguage();
-    void staysClosedWhenTheFeedIsInAnotherLanguage();
-    void staysClosedWithoutAFeedLanguage();
-    void staysClosedWithoutAConfiguredLanguage();
-    void staysClosedWhenNothingIsNew();
-    void opensWithItemsFromTheLocalFileWhenTheServiceFails();
-    void neverOpensByItselfWithShowOnStartOff();
     void makesNoWindowAtCreation();
     void refreshesAtTheStoredInterval_data();
     void refreshesAtTheStoredInterval();
@@ -71,73 +54,12 @@ private Q_SLOTS:
     void showsAMinimisedWindowAgain();
     void opensMaximizedAgain();
     void closingDoesNotEndTheHost();
-    void exitClosesTheWindowAndStartsTheOwedRefresh();
-    void exitStoresTheLastViewing();
-    void exitTwiceIsHarmless();
-    void exitReleasesTheController();
     void logsTheFailureOfEitherRefreshAndNothingOfTheCache();
-    void isDestroyedOnTheMainThreadWhoeverLetsGoLast();
     void staysUsableWithoutAWindowDescription();
 
 private:
     std::unique_ptr<WindowFixture> fixture;
 };
-
-void LifecycleTest::opensWhenThereAreNewItemsInTheUsersLanguage() {
-    const auto controller = fixture->makeController();
-    QTRY_VERIFY(isShown());
-    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
-}
-
-void LifecycleTest::staysClosedWhenTheFeedIsInAnotherLanguage() {
-    fixture->serve(WindowFixture::items(3), QStringLiteral("de"));
-    const auto controller = fixture->makeController();
-    QCOMPARE(controller->newsCache().unfilteredCount(), 3U);
-    QVERIFY(!isShown());
-}
-
-void LifecycleTest::staysClosedWithoutAFeedLanguage() {
-    fixture->serve(WindowFixture::items(3), QString());
-    const auto controller = fixture->makeController();
-    QCOMPARE(controller->newsCache().unfilteredCount(), 3U);
-    QVERIFY(!isShown());
-}
-
-void LifecycleTest::staysClosedWithoutAConfiguredLanguage() {
-    fixture->prefer(QStringLiteral("newsFeedLocale"), QString(QLatin1String("")));
-    QFile::copy(fixture->feedFile(QStringLiteral("standard.en.xml")),
-                fixture->feedFile(QStringLiteral("standard..xml")));
-    const auto controller = fixture->makeController();
-    QCOMPARE(controller->newsCache().unfilteredCount(), 5U);
-    QCOMPARE(controller->newsCache().retrievedLocale(), QStringLiteral("en"));
-    QVERIFY(!isShown());
-}
-
-void LifecycleTest::staysClosedWhenNothingIsNew() {
-    fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
-    const auto controller = fixture->makeController();
-    QCOMPARE(controller->newsCache().unfilteredCount(), 5U);
-    QVERIFY(!isShown());
-}
-
-void LifecycleTest::opensWithItemsFromTheLocalFileWhenTheServiceFails() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    fixture->makeController()->exit();
-    fixture->prefer(QStringLiteral("newsShowOnStart"), true);
-    fixture->prefer(QStringLiteral("newsLastViewing"), QVariant());
-    FeedReply broken;
-    broken.status = 500;
-    fixture->server().setReply(broken);
-    const auto controller = fixture->makeController();
-    QTRY_VERIFY(isShown());
-}
-
-void LifecycleTest::neverOpensByItselfWithShowOnStartOff() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    const auto controller = fixture->makeController();
-    QCOMPARE(controller->newsCache().count(), 5U);
-    QVERIFY(!isShown());
-}
 
 void LifecycleTest::makesNoWindowAtCreation() {
     fixture->prefer(QStringLiteral("newsShowOnStart"), false);
@@ -219,7 +141,7 @@ void LifecycleTest::aWindowClosedBeforeItBecameKeyIsClosed() {
     controller->showWindow();
     controller->window()->performClose();
     QTest::qWait(500);  // whatever the window system still had to tell has come
-    QVERIFY(!isShown());
+    QVERIFY(!WindowFixture::isShown());
     controller->refreshCache();
     QVERIFY(fixture->server().waitForRequests(2));
     WindowFixture::settle(*controller);
@@ -253,7 +175,7 @@ void LifecycleTest::becomesKeyOnceMoreAfterClosing() {
 void LifecycleTest::showsAMinimisedWindowAgain() {
     const auto controller = fixture->makeController();
     controller->showWindow();
-    QTRY_VERIFY(isShown());
+    QTRY_VERIFY(WindowFixture::isShown());
     controller->window()->showMinimized();
     controller->showWindow();
     QVERIFY(!controller->window()->isMinimized());
@@ -270,7 +192,7 @@ void LifecycleTest::opensMaximizedAgain() {
     const auto reopen = [&controller] {
         controller->window()->performClose();
         controller->showWindow();
-        QTRY_VERIFY(isShown());
+        QTRY_VERIFY(WindowFixture::isShown());
     };
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
@@ -288,56 +210,13 @@ void LifecycleTest::opensMaximizedAgain() {
 void LifecycleTest::closingDoesNotEndTheHost() {
     const auto controller = fixture->makeController();
     controller->showWindow();
-    QTRY_VERIFY(isShown());
+    QTRY_VERIFY(WindowFixture::isShown());
     // Only within its main loop does an application end with its last window.
     constexpr int endedByTheTest = 7;
     QTimer::singleShot(0, controller->window(), &QWidget::close);
     QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(endedByTheTest); });
     QCOMPARE(QApplication::exec(), endedByTheTest);
-    QVERIFY(!isShown());
-}
-
-void LifecycleTest::exitClosesTheWindowAndStartsTheOwedRefresh() {
-    const auto controller = fixture->makeController();
-    controller->showWindow();
-    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
-    controller->onRefreshTimerFire();
-    controller->exit();
-    QVERIFY(!isShown());
-    QVERIFY(fixture->server().waitForRequests(2));
-    WindowFixture::settle(*controller);
-}
-
-void LifecycleTest::exitStoresTheLastViewing() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    const auto controller = fixture->makeController();
-    const QDateTime date = QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC);
-    controller->newsCache().setLastViewing(date);
-    QVERIFY(OlvNewsConfiguration().lastViewing() != date);
-    controller->exit();
-    QCOMPARE(OlvNewsConfiguration().lastViewing().toUTC(), date);
-}
-
-void LifecycleTest::exitTwiceIsHarmless() {
-    const auto controller = fixture->makeController();
-    controller->exit();
-    controller->exit();
-    controller->showWindow();
-    QTRY_VERIFY(isShown());
-}
-
-void LifecycleTest::exitReleasesTheController() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    auto controller = fixture->beginController();
-    WindowFixture::settle(*controller);
-    QPointer<OlvNewsWindowController> watched = controller.get();
-    QVERIFY(controller->window());
-    const std::weak_ptr<OlvNewsWindowController> weak = controller;
-    controller.reset();
-    QVERIFY(watched);  // held by its timer
-    weak.lock()->exit();
-    QTRY_VERIFY(!watched);
-    QVERIFY(!isShown());
+    QVERIFY(!WindowFixture::isShown());
 }
 
 void LifecycleTest::logsTheFailureOfEitherRefreshAndNothingOfTheCache() {
@@ -359,20 +238,6 @@ void LifecycleTest::logsTheFailureOfEitherRefreshAndNothingOfTheCache() {
     controller->setLogger(nullptr);
     controller->refreshCache();
     QCOMPARE(logger->entries().size(), 2);
-}
-
-void LifecycleTest::isDestroyedOnTheMainThreadWhoeverLetsGoLast() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    auto controller = fixture->beginController();
-    WindowFixture::settle(*controller);
-    QThread *destroyedOn = nullptr;
-    connect(
-        controller.get(), &QObject::destroyed, this,
-        [&destroyedOn] { destroyedOn = QThread::currentThread(); }, Qt::DirectConnection);
-    controller->exit();
-    std::thread([last = std::move(controller)]() mutable { last.reset(); }).join();
-    QTRY_VERIFY(destroyedOn);
-    QCOMPARE(destroyedOn, QThread::currentThread());
 }
 
 void LifecycleTest::staysUsableWithoutAWindowDescription() {

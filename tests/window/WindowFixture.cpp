@@ -2,10 +2,14 @@
 
 #include "DesktopNotificationCenter.h"
 #include "HostBundle.h"
+#include "OlvLocalization.h"
 #include "UserDefaults.h"
 
+#include <QApplication>
 #include <QLocale>
 #include <QSaveFile>
+
+#include <algorithm>
 
 namespace pelorinnews::test {
 
@@ -103,6 +107,20 @@ void WindowFixture::settle(const OlvNewsWindowController &controller) {
         qFatal("a refresh does not end");
     QCoreApplication::sendPostedEvents();
     QCoreApplication::processEvents();
+}
+
+bool WindowFixture::isShown() {
+    const auto windows = QApplication::topLevelWidgets();
+    return std::any_of(windows.begin(), windows.end(), [](const QWidget *widget) {
+        return qobject_cast<const OlvNewsWindow *>(widget) && widget->isVisible();
+    });
+}
+
+QString WindowFixture::localized(const char *key) {
+    OlvLocalization texts;
+    texts.setBundle(QStringLiteral(PELORIN_APP_DIR "/share/pelorin-news"));
+    texts.setTable(QStringLiteral("Localizable"));
+    return texts.stringForKey(QLatin1String(key));
 }
 
 }  // namespace pelorinnews::test

@@ -49,6 +49,12 @@ public:
     /// Waits until no download is under way and what it posted has run.
     static void settle(const OlvNewsWindowController &controller);
 
+    /// Whether any news window is shown; most tests have one at most.
+    [[nodiscard]] static bool isShown();
+
+    /// The text that the key stands for, as the staged module would find it.
+    [[nodiscard]] static QString localized(const char *key);
+
     /// What controllers made from now on use. By default the real notification centre without a
     /// bus, which keeps what is delivered in its list, and a search of `applications`.
     WindowServices services;

@@ -1,0 +1,75 @@
+// A host that unloads the module while it is at work. The library has to be let go of by all that
+// load it, so this is the only test of its process.
+
+#include "FeedServer.h"
+#include "TestMain.h"
+
+#include <pelorinnews/NewsPlugin.h>
+
+#include <QApplication>
+#include <QPluginLoader>
+#include <QSettings>
+
+#include <dlfcn.h>
+
+using namespace pelorinnews;
+
+namespace {
+
+const QString file = QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so");
+
+// Whether its code is in the process; asking does not load it.
+bool isLoaded() {
+    void *const handle = ::dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD);
+    if (!handle)
+        return false;
+    ::dlclose(handle);
+    return true;
+}
+
+}  // namespace
+
+class ModuleUnloadTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void staysUnderItsPanelWhenItIsUnloaded();
+};
+
+void ModuleUnloadTest::staysUnderItsPanelWhenItIsUnloaded() {
+    FeedServer server;
+    FeedReply slow;
+    slow.delayBeforeHead = std::chrono::milliseconds(500);
+    server.setReply(slow);
+    QVERIFY(server.start());
+    QSettings preferences(QStringLiteral("Olvane"), QStringLiteral("Pelorin"));
+    preferences.setValue(QStringLiteral("newsFeedBaseURL"), server.feedAddress());
+    preferences.setValue(QStringLiteral("newsShowOnStart"), false);
+    preferences.sync();
+
+    QVERIFY(!isLoaded());
+    QPluginLoader loader(file);
+    // Qt keeps plug-ins by itself unless it is told not to.
+    loader.setLoadHints({});
+    auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());
+    QVERIFY2(plugin, qPrintable(loader.errorString()));
+    QVERIFY(isLoaded());
+    plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
+                             QStringLiteral("Pelorin")});
+    auto controller = plugin->init();
+    QVERIFY(controller);
+    QVERIFY(server.waitForRequests(1));
+
+    QVERIFY(loader.unload());
+    QVERIFY(isLoaded());
+    // Its download comes to its end, its window opens, and it shuts down.
+    QTRY_COMPARE(server.openConnections(), 0);
+    controller->show();
+    QVERIFY(!QApplication::topLevelWidgets().isEmpty());
+    controller->exit();
+    controller.reset();
+    QTRY_VERIFY(QApplication::topLevelWidgets().isEmpty());
+}
+
+PELORIN_WIDGET_TEST_MAIN(ModuleUnloadTest)
+#include "ModuleUnloadTest.moc"

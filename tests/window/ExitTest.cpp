@@ -1,0 +1,174 @@
+// Shutting down: what the host's `exit` closes, stores and lets go of.
+
+#include "HeldFeed.h"
+#include "TestMain.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+
+#include <thread>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+class ExitTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() {
+        fixture = std::make_unique<WindowFixture>();
+        fixture->serve(WindowFixture::items(5));
+    }
+    void cleanup() { fixture.reset(); }
+
+    void exitClosesTheWindowAndStartsTheOwedRefresh();
+    void exitClosesAWindowThatHasNotBecomeKeyYet();
+    void exitStoresTheLastViewing();
+    void closingStoresNothingYet();
+    void whatStoodInTheListAtExitIsViewed();
+    void exitTwiceIsHarmless();
+    void exitReleasesTheController();
+    void aRefreshUnderWayKeepsTheController_data();
+    void aRefreshUnderWayKeepsTheController();
+    void isDestroyedOnTheMainThreadWhoeverLetsGoLast();
+
+private:
+    /// News of which the latest is not the one that is shown first.
+    static QList<FeedItem> latestLast() {
+        auto items = WindowFixture::items(5);
+        std::swap(items[0], items[4]);
+        return items;
+    }
+    static qint64 storedLastViewing() {
+        return OlvNewsConfiguration().lastViewing().toSecsSinceEpoch();
+    }
+
+    std::unique_ptr<WindowFixture> fixture;
+};
+
+void ExitTest::exitClosesTheWindowAndStartsTheOwedRefresh() {
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    controller->onRefreshTimerFire();
+    controller->exit();
+    QVERIFY(!WindowFixture::isShown());
+    QVERIFY(fixture->server().waitForRequests(2));
+    WindowFixture::settle(*controller);
+}
+
+void ExitTest::exitClosesAWindowThatHasNotBecomeKeyYet() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    fixture->serve(latestLast());
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QVERIFY(WindowFixture::isShown());
+    QCOMPARE(controller->itemIndicator()->text(), QString());
+    controller->exit();
+    QVERIFY(!WindowFixture::isShown());
+    QCOMPARE(controller->newsCache().sinceLastViewingCount(), 0);
+    QCOMPARE(storedLastViewing(),
+             controller->newsCache().itemAtIndex(4)->date().toSecsSinceEpoch());
+}
+
+void ExitTest::exitStoresTheLastViewing() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    const auto controller = fixture->makeController();
+    const QDateTime date = QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC);
+    controller->newsCache().setLastViewing(date);
+    QVERIFY(OlvNewsConfiguration().lastViewing() != date);
+    controller->exit();
+    QCOMPARE(OlvNewsConfiguration().lastViewing().toUTC(), date);
+}
+
+void ExitTest::closingStoresNothingYet() {
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    const qint64 before = storedLastViewing();
+    controller->window()->performClose();
+    const qint64 viewed = controller->newsCache().lastViewing().toSecsSinceEpoch();
+    QVERIFY(viewed != before);
+    QCOMPARE(storedLastViewing(), before);
+    controller->exit();
+    QCOMPARE(storedLastViewing(), viewed);
+}
+
+void ExitTest::whatStoodInTheListAtExitIsViewed() {
+    const auto items = latestLast();
+    fixture->serve(items);
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    QVERIFY(controller->newsCache().sinceLastViewingCount() > 0);
+    controller->exit();
+    QVERIFY(!WindowFixture::isShown());
+    QCOMPARE(controller->newsCache().sinceLastViewingCount(), 0);
+    QCOMPARE(storedLastViewing(), items[4].date.toSecsSinceEpoch());
+}
+
+void ExitTest::exitTwiceIsHarmless() {
+    const auto controller = fixture->makeController();
+    controller->exit();
+    controller->exit();
+    controller->showWindow();
+    QTRY_VERIFY(WindowFixture::isShown());
+}
+
+void ExitTest::exitReleasesTheController() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    auto controller = fixture->beginController();
+    WindowFixture::settle(*controller);
+    QPointer<OlvNewsWindowController> watched = controller.get();
+    QVERIFY(controller->window());
+    const std::weak_ptr<OlvNewsWindowController> weak = controller;
+    controller.reset();
+    QVERIFY(watched);  // held by its timer
+    weak.lock()->exit();
+    QTRY_VERIFY(!watched);
+    QVERIFY(!WindowFixture::isShown());
+}
+
+void ExitTest::aRefreshUnderWayKeepsTheController_data() {
+    QTest::addColumn<bool>("showOnStart");
+    QTest::addColumn<int>("status");
+    QTest::newRow("that may announce") << false << 200;
+    QTest::newRow("that may announce, and fails") << false << 500;
+    QTest::newRow("that may open the window") << true << 200;
+    QTest::newRow("that may open the window, and fails") << true << 500;
+}
+
+void ExitTest::aRefreshUnderWayKeepsTheController() {
+    QFETCH(const bool, showOnStart);
+    QFETCH(const int, status);
+    HeldFeed service;
+    fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
+    fixture->prefer(QStringLiteral("newsShowOnStart"), showOnStart);
+    auto controller = fixture->beginController();
+    QVERIFY(service.isAsked());
+    const QPointer<OlvNewsWindowController> watched = controller.get();
+    controller->exit();
+    controller.reset();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(watched);
+    service.answer("<rss><channel><language>en</language></channel></rss>", status);
+    QTRY_VERIFY(!watched);
+    QVERIFY(!WindowFixture::isShown());
+}
+
+void ExitTest::isDestroyedOnTheMainThreadWhoeverLetsGoLast() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    auto controller = fixture->beginController();
+    WindowFixture::settle(*controller);
+    QThread *destroyedOn = nullptr;
+    connect(
+        controller.get(), &QObject::destroyed, this,
+        [&destroyedOn] { destroyedOn = QThread::currentThread(); }, Qt::DirectConnection);
+    controller->exit();
+    std::thread([last = std::move(controller)]() mutable { last.reset(); }).join();
+    QTRY_VERIFY(destroyedOn);
+    QCOMPARE(destroyedOn, QThread::currentThread());
+}
+
+PELORIN_WIDGET_TEST_MAIN(ExitTest)
+#include "ExitTest.moc"

@@ -1,0 +1,156 @@
+// When the window opens by itself, and what stands in it when the news come.
+
+#include "HeldFeed.h"
+#include "TestMain.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+#include <QFile>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+class OpeningTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() {
+        fixture = std::make_unique<WindowFixture>();
+        fixture->serve(WindowFixture::items(5));
+    }
+    void cleanup() { fixture.reset(); }
+
+    void opensWhenThereAreNewItemsInTheUsersLanguage();
+    void staysClosedWhenTheFeedIsInAnotherLanguage();
+    void aLanguageInOtherLettersIsAnotherLanguage();
+    void staysClosedWithoutAFeedLanguage();
+    void aFeedThatTellsNoLanguageIsNone();
+    void staysClosedWithoutAConfiguredLanguage();
+    void staysClosedWhenNothingIsNew();
+    void opensWithItemsFromTheLocalFileWhenTheServiceFails();
+    void neverOpensByItselfWithShowOnStartOff();
+    void newsAppearInAWindowThatWasOpenedBeforeTheyCame();
+    void newsThatCameStartAgainAtTheFirstItem();
+
+private:
+    [[nodiscard]] QString path() const {
+        return fixture->feedFile(QStringLiteral("standard.en-US.xml"));
+    }
+    [[nodiscard]] QByteArray feed() const {
+        QFile file(path());
+        return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    std::unique_ptr<WindowFixture> fixture;
+};
+
+void OpeningTest::opensWhenThereAreNewItemsInTheUsersLanguage() {
+    const auto controller = fixture->makeController();
+    QTRY_VERIFY(WindowFixture::isShown());
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+}
+
+void OpeningTest::staysClosedWhenTheFeedIsInAnotherLanguage() {
+    fixture->serve(WindowFixture::items(3), QStringLiteral("de"));
+    const auto controller = fixture->makeController();
+    QCOMPARE(controller->newsCache().unfilteredCount(), 3U);
+    QVERIFY(!WindowFixture::isShown());
+}
+
+void OpeningTest::aLanguageInOtherLettersIsAnotherLanguage() {
+    fixture->serve(WindowFixture::items(3), QStringLiteral("EN"));
+    const auto controller = fixture->makeController();
+    QCOMPARE(controller->newsCache().retrievedLocale(), QStringLiteral("EN"));
+    QCOMPARE(controller->newsCache().sinceLastViewingCount(), 3);
+    QVERIFY(!WindowFixture::isShown());
+}
+
+void OpeningTest::staysClosedWithoutAFeedLanguage() {
+    fixture->serve(WindowFixture::items(3), QString());
+    const auto controller = fixture->makeController();
+    QCOMPARE(controller->newsCache().unfilteredCount(), 3U);
+    QVERIFY(!WindowFixture::isShown());
+}
+
+void OpeningTest::aFeedThatTellsNoLanguageIsNone() {
+    const QByteArray silent = feed().replace("<language>en</language>", "");
+    QFile file(path());
+    QVERIFY(file.open(QFile::WriteOnly) && file.write(silent) == silent.size());
+    file.close();
+    const auto controller = fixture->makeController();
+    QVERIFY(controller->newsCache().retrievedLocale().isNull());
+    QCOMPARE(controller->newsCache().unfilteredCount(), 0U);
+    QVERIFY(!WindowFixture::isShown());
+}
+
+void OpeningTest::staysClosedWithoutAConfiguredLanguage() {
+    fixture->prefer(QStringLiteral("newsFeedLocale"), QString(QLatin1String("")));
+    QFile::copy(fixture->feedFile(QStringLiteral("standard.en.xml")),
+                fixture->feedFile(QStringLiteral("standard..xml")));
+    const auto controller = fixture->makeController();
+    QCOMPARE(controller->newsCache().unfilteredCount(), 5U);
+    QCOMPARE(controller->newsCache().retrievedLocale(), QStringLiteral("en"));
+    QVERIFY(!WindowFixture::isShown());
+}
+
+void OpeningTest::staysClosedWhenNothingIsNew() {
+    fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
+    const auto controller = fixture->makeController();
+    QCOMPARE(controller->newsCache().unfilteredCount(), 5U);
+    QVERIFY(!WindowFixture::isShown());
+}
+
+void OpeningTest::opensWithItemsFromTheLocalFileWhenTheServiceFails() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    fixture->makeController()->exit();
+    fixture->prefer(QStringLiteral("newsShowOnStart"), true);
+    fixture->prefer(QStringLiteral("newsLastViewing"), QVariant());
+    FeedReply broken;
+    broken.status = 500;
+    fixture->server().setReply(broken);
+    const auto controller = fixture->makeController();
+    QTRY_VERIFY(WindowFixture::isShown());
+}
+
+void OpeningTest::neverOpensByItselfWithShowOnStartOff() {
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    const auto controller = fixture->makeController();
+    QCOMPARE(controller->newsCache().count(), 5U);
+    QVERIFY(!WindowFixture::isShown());
+}
+
+void OpeningTest::newsAppearInAWindowThatWasOpenedBeforeTheyCame() {
+    HeldFeed service;
+    fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
+    const auto controller = fixture->beginController();
+    controller->showWindow();
+    QTRY_COMPARE(controller->webView()->outerHTML(),
+                 WindowFixture::localized("StatusRetrievingContent"));
+    QCOMPARE(controller->itemIndicator()->text(), QString());
+    QVERIFY(!controller->nextItem()->isEnabled());
+    QVERIFY(service.isAsked());
+    service.answer(feed());
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
+    QVERIFY(controller->nextItem()->isEnabled());
+    WindowFixture::settle(*controller);
+    controller->exit();
+}
+
+void OpeningTest::newsThatCameStartAgainAtTheFirstItem() {
+    auto items = WindowFixture::items(5);
+    std::swap(items[0], items[4]);  // so that the first one shown leaves something new
+    fixture->prefer(QStringLiteral("newsFilter"), 1);
+    fixture->serve(items);
+    const auto controller = fixture->makeController();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    controller->onNextItem();
+    QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("2 / 5"));
+    controller->refreshCacheShowingWindow();
+    WindowFixture::settle(*controller);
+    QCOMPARE(fixture->server().requests().size(), 2U);
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+}
+
+PELORIN_WIDGET_TEST_MAIN(OpeningTest)
+#include "OpeningTest.moc"

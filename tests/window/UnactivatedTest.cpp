@@ -1,0 +1,140 @@
+// A window that the desktop shows but does not activate, as where it is kept from stealing the
+// focus: what is on the screen counts as opened all the same.
+
+#include "TestMain.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+#include <QWindow>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+// Longer than a window that is on the screen waits for the focus.
+constexpr int longEnough = 600;
+
+// Counts how often some of a window comes to be seen, and tells so.
+class Exposures : public QObject {
+    Q_OBJECT
+
+public:
+    explicit Exposures(QWindow &window) { window.installEventFilter(this); }
+    int count = 0;
+
+Q_SIGNALS:
+    void exposed();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        if (event->type() == QEvent::Expose && static_cast<QWindow *>(watched)->isExposed()) {
+            ++count;
+            Q_EMIT exposed();
+        }
+        return false;
+    }
+};
+
+}  // namespace
+
+class UnactivatedTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void isOpenedOnceItIsOnTheScreen();
+    void isOpenedOnceForEachShowing();
+    void isNotOpenedBeforeItIsOnTheScreen();
+    void isNotOpenedWhenItWentFromTheScreenAtOnce();
+
+private:
+    [[nodiscard]] QString position() const { return controller->itemIndicator()->text(); }
+
+    std::unique_ptr<WindowFixture> fixture;
+    std::shared_ptr<OlvNewsWindowController> controller;
+};
+
+void UnactivatedTest::init() {
+    fixture = std::make_unique<WindowFixture>();
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    fixture->prefer(QStringLiteral("newsFilter"), 1);
+    fixture->serve(WindowFixture::items(3));
+    controller = fixture->makeController();
+    // A window manager keeps the focus from a window that says so, as it does from one that would
+    // steal it.
+    controller->window()->setWindowFlag(Qt::WindowDoesNotAcceptFocus);
+}
+
+void UnactivatedTest::cleanup() {
+    // Whatever was seen here, it was without the focus.
+    QVERIFY(!QGuiApplication::focusWindow());
+    controller.reset();
+    fixture.reset();
+}
+
+void UnactivatedTest::isOpenedOnceItIsOnTheScreen() {
+    QCOMPARE(fixture->services.notificationCenter->deliveredNotifications().size(), 1);
+    controller->showWindow();
+    QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
+    QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
+    QVERIFY(!controller->window()->isActiveWindow());
+    QVERIFY(fixture->services.notificationCenter->deliveredNotifications().isEmpty());
+    // It is open in every respect: a refresh waits for its closing.
+    controller->refreshCache();
+    WindowFixture::settle(*controller);
+    QCOMPARE(fixture->server().requests().size(), 1U);
+    controller->window()->performClose();
+    QVERIFY(fixture->server().waitForRequests(2));
+}
+
+void UnactivatedTest::isOpenedOnceForEachShowing() {
+    controller->showWindow();
+    QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
+    controller->onNextItem();
+    Exposures exposures(*controller->window()->windowHandle());
+    // Covered and uncovered again.
+    {
+        QWidget other;
+        other.setGeometry(controller->window()->geometry());
+        other.show();
+        other.raise();
+        QVERIFY(QTest::qWaitForWindowExposed(&other));
+    }
+    QTRY_VERIFY(exposures.count > 0);
+    QTest::qWait(longEnough);
+    QCOMPARE(position(), QStringLiteral("2 / 3"));
+    controller->window()->performClose();
+    controller->showWindow();
+    QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
+}
+
+void UnactivatedTest::isNotOpenedBeforeItIsOnTheScreen() {
+    controller->window()->showMinimized();
+    QVERIFY(controller->window()->isVisible());
+    QTest::qWait(longEnough);
+    QVERIFY(!controller->window()->windowHandle()->isExposed());
+    QCOMPARE(position(), QString());
+    controller->showWindow();
+    QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
+}
+
+void UnactivatedTest::isNotOpenedWhenItWentFromTheScreenAtOnce() {
+    QVERIFY(controller->window()->winId());
+    Exposures exposures(*controller->window()->windowHandle());
+    const auto hiding = connect(&exposures, &Exposures::exposed, controller->window(),
+                                &QWidget::hide, Qt::QueuedConnection);
+    controller->showWindow();
+    QTRY_VERIFY(exposures.count > 0);
+    QTRY_VERIFY(!controller->window()->isVisible());
+    disconnect(hiding);
+    QTest::qWait(longEnough);
+    QCOMPARE(position(), QString());
+    controller->showWindow();
+    QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
+}
+
+PELORIN_WIDGET_TEST_MAIN(UnactivatedTest)
+#include "UnactivatedTest.moc"
