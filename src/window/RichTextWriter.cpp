@@ -149,11 +149,10 @@ void RichTextWriter::writeFragment(const QTextFragment &fragment) {
 }
 
 void RichTextWriter::writePicture(const QTextImageFormat &format) {
-    const QByteArray data =
-        _document.resource(QTextDocument::ImageResource, QUrl(format.name())).toByteArray();
     QByteArray picture;
-    if (!data.isEmpty() && _pictureBytes < mostPictureBytes)
-        picture = rtfPicture(data, QSizeF(format.width(), format.height()));
+    if (_pictureBytes < mostPictureBytes)
+        picture =
+            rtfPicture(_pictures.read(format.name()), QSizeF(format.width(), format.height()));
     if (picture.isEmpty()) {
         appendRtfText(_body, format.property(QTextFormat::ImageAltText).toString());
         return;

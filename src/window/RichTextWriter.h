@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PagePictures.h"
 #include "RtfHeader.h"
 #include "RtfParagraphFormat.h"
 
@@ -51,6 +52,7 @@ private:
     QByteArray _body;
     QString _link;
     QColor _background;
+    PagePictures _pictures;
     qsizetype _pictureBytes = 0;
     int _spaceBelow = 0;
 };

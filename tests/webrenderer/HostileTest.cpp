@@ -71,6 +71,7 @@ private Q_SLOTS:
 private:
     void serve();
     void writeFiles() const;
+    [[nodiscard]] QByteArray drawingOfFile() const;
     [[nodiscard]] QString asked(const HostilePage &page) const;
 
     PageServer server;
@@ -103,6 +104,7 @@ void HostileTest::initTestCase() {
         {QStringLiteral("files"), QUrl::fromLocalFile(files.path()).toString()},
         {QStringLiteral("folder"), files.path()},
         {QStringLiteral("bomb"), QString::fromLatin1(hugePicture().toBase64())},
+        {QStringLiteral("drawing"), QString::fromLatin1(drawingOfFile().toBase64())},
     };
     serve();
 
@@ -128,6 +130,14 @@ void HostileTest::writeFiles() const {
         if (!file.open(QFile::WriteOnly) || file.write(content) != content.size())
             qFatal("cannot write %s", name);
     }
+}
+
+// A drawing that shows a picture from the disk.
+QByteArray HostileTest::drawingOfFile() const {
+    return "<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' "
+           "width='300' height='100'><image xlink:href='" +
+           QFile::encodeName(files.filePath(QStringLiteral("marker.png"))) +
+           "' width='300' height='100'/></svg>";
 }
 
 void HostileTest::serve() {
