@@ -1,15 +1,49 @@
 #include "PagePictures.h"
 
-#include <QBuffer>
+#include <QIODevice>
 #include <QImageReader>
 
+#include <algorithm>
 #include <array>
+#include <ctime>
 
 namespace pelorinnews {
 
 namespace {
 
-constexpr qint64 mostPixels = 32'000'000;
+// The thread's own, so that a busy machine takes no picture from anyone.
+qint64 processorNanoseconds() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return qint64{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
+/// A file that can no longer be read once the time is up. Some bytes can keep a decoder busy for
+/// hours or have it take up all memory, whatever size they state: each of these asks for more bytes
+/// now and then. (No QBuffer: a decoder may take all that one has at once.)
+class TimedFile final : public QIODevice {
+public:
+    TimedFile(const QByteArray &bytes, qint64 end) : _bytes(bytes), _end(end) {}
+
+    [[nodiscard]] qint64 size() const override { return _bytes.size(); }
+    [[nodiscard]] bool isTimeUp() const { return _timeUp; }
+
+protected:
+    qint64 readData(char *data, qint64 most) override {
+        _timeUp = _timeUp || processorNanoseconds() >= _end;
+        if (_timeUp)
+            return -1;
+        const qint64 count = std::clamp<qint64>(size() - pos(), 0, most);
+        std::copy_n(_bytes.constData() + pos(), count, data);
+        return count;
+    }
+    qint64 writeData(const char *, qint64) override { return -1; }
+
+private:
+    const QByteArray &_bytes;
+    qint64 _end;
+    bool _timeUp = false;
+};
 
 QByteArray bytesOf(const QString &address) {
     const qsizetype comma = address.indexOf(QLatin1Char(','));
@@ -47,20 +81,28 @@ QByteArray formatOf(const QByteArray &file) {
 
 }  // namespace
 
-PagePicture PagePictures::read(const QString &address) const {
+PagePicture PagePictures::read(const QString &address) {
     PagePicture picture;
     picture.file = bytesOf(address);
     picture.format = formatOf(picture.file);
     if (picture.format.isEmpty())
         return {};
-    QBuffer device(&picture.file);
-    device.open(QIODevice::ReadOnly);
+    const qint64 start = processorNanoseconds();
+    TimedFile device(picture.file, start + _nanosecondsLeft);
+    device.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     QImageReader reader(&device, picture.format);
     reader.setAutoDetectImageFormat(false);
-    const QSize size = reader.size();
-    if (size.isEmpty() || qint64{size.width()} * size.height() > mostPixels)
+    const qint64 weight = picture.format == "png" || picture.format == "jpeg" ? 1 : 4;
+    const auto cost = [weight](QSize size) { return weight * size.width() * size.height(); };
+    const QSize stated = reader.size();
+    if (!stated.isEmpty() && cost(stated) <= _pixelsLeft)
+        picture.image = reader.read();
+    _nanosecondsLeft -= processorNanoseconds() - start;
+    // The size that a GIF states is not always the one that it has.
+    const qint64 pixels = cost(picture.image.size());
+    if (device.isTimeUp() || pixels > _pixelsLeft)
         return {};
-    picture.image = reader.read();
+    _pixelsLeft -= pixels;
     return picture;
 }
 

@@ -27,8 +27,6 @@ constexpr int cellPadding = 140;
 // Beyond these, readers lose text or give up; the cells' contents then follow one another.
 constexpr int deepestTable = 8;
 constexpr int mostColumns = 63;
-// One picture shown a thousand times must not become a thousand copies.
-constexpr qsizetype mostPictureBytes = qsizetype{64} * 1024 * 1024;
 
 const QByteArray &paragraphEnd() {
     static const QByteArray end = "\\par\n";
@@ -149,16 +147,12 @@ void RichTextWriter::writeFragment(const QTextFragment &fragment) {
 }
 
 void RichTextWriter::writePicture(const QTextImageFormat &format) {
-    QByteArray picture;
-    if (_pictureBytes < mostPictureBytes)
-        picture =
-            rtfPicture(_pictures.read(format.name()), QSizeF(format.width(), format.height()));
-    if (picture.isEmpty()) {
+    const QByteArray picture =
+        rtfPicture(_pictures.read(format.name()), QSizeF(format.width(), format.height()));
+    if (picture.isEmpty())
         appendRtfText(_body, format.property(QTextFormat::ImageAltText).toString());
-        return;
-    }
-    _pictureBytes += picture.size();
-    _body += picture;
+    else
+        _body += picture;
 }
 
 void RichTextWriter::openLink(const QString &address) {

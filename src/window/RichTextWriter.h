@@ -53,7 +53,6 @@ private:
     QString _link;
     QColor _background;
     PagePictures _pictures;
-    qsizetype _pictureBytes = 0;
     int _spaceBelow = 0;
 };
 

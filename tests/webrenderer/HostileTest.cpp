@@ -4,6 +4,7 @@
 #include "FeedServer.h"
 #include "FileWatch.h"
 #include "HostilePage.h"
+#include "HostilePictures.h"
 #include "PageServer.h"
 #include "RendererFixture.h"
 #include "RendererTestMain.h"
@@ -104,6 +105,7 @@ void HostileTest::initTestCase() {
         {QStringLiteral("files"), QUrl::fromLocalFile(files.path()).toString()},
         {QStringLiteral("folder"), files.path()},
         {QStringLiteral("bomb"), QString::fromLatin1(hugePicture().toBase64())},
+        {QStringLiteral("large"), QString::fromLatin1(plainPicture(QSize(5656, 5656)).toBase64())},
         {QStringLiteral("drawing"), QString::fromLatin1(drawingOfFile().toBase64())},
     };
     serve();

@@ -1,5 +1,6 @@
 #include "BoundedHtml.h"
 #include "GuiTestMain.h"
+#include "HostilePictures.h"
 #include "PagePictures.h"
 #include "RichTextDocument.h"
 #include "RichTextMimeData.h"
@@ -17,6 +18,8 @@
 #include <QUrl>
 
 namespace pelorinnews {
+
+using namespace test;
 
 namespace {
 
@@ -75,7 +78,10 @@ private Q_SLOTS:
     void refusesPicturesThatCannotBeRead();
     void readsPicturesOfKnownKindsOnly_data();
     void readsPicturesOfKnownKindsOnly();
-    void limitsTheBytesOfPictures();
+    void limitsThePixelsOfPictures_data();
+    void limitsThePixelsOfPictures();
+    void givesUpPicturesThatTakeTooLong_data();
+    void givesUpPicturesThatTakeTooLong();
     void readsNothingButItsOwnText();
     void leavesOutWhatThePageDoesNotShow();
     void linksRunNothing_data();
@@ -226,26 +232,42 @@ void RichTextWriterTest::readsPicturesOfKnownKindsOnly() {
         QVERIFY(PagePictures().read(dataAddress(claimed, file)).image.isNull());
 }
 
-void RichTextWriterTest::limitsTheBytesOfPictures() {
-    QImage noise(1000, 1000, QImage::Format_RGB32);
-    quint32 state = 1;
-    for (int y = 0; y < noise.height(); ++y)
-        for (int x = 0; x < noise.width(); ++x)
-            noise.setPixel(x, y, state = state * 1664525 + 1013904223);
-    QByteArray file;
-    QBuffer buffer(&file);
-    buffer.open(QIODevice::WriteOnly);
-    noise.save(&buffer, "PNG");
-    QVERIFY(file.size() > 2'000'000);
-    const QString picture =
-        QStringLiteral("<img alt='spare' src='%1'>").arg(dataAddress("image/png", file));
-    const QByteArray bytes = rtf(QStringLiteral("<p>%1</p>").arg(picture.repeated(2)));
-    QCOMPARE(bytes.count("\\pngblip"), 2);
-    RichTextDocument document;
-    document.setHtml(picture.repeated(15));
-    const QByteArray many = RichTextWriter(document).write();
-    QVERIFY(many.size() < 100'000'000);
-    QVERIFY(many.contains("spare"));
+void RichTextWriterTest::limitsThePixelsOfPictures_data() {
+    QTest::addColumn<QByteArray>("large");
+    QTest::addColumn<QByteArray>("small");
+    QTest::newRow("PNG") << plainPicture({4000, 3900}) << pictureFile("PNG");
+    QTest::newRow("JPEG") << plainPicture({4000, 3900}, "JPG") << pictureFile("JPG");
+    QTest::newRow("GIF, written anew")
+        << framedPicture({1999, 1999}, {1999, 1999}) << framedPicture({2, 2}, {2, 2});
+    QTest::newRow("GIF that says it is small")
+        << framedPicture({2500, 1599}, {1, 1}) << framedPicture({2, 2}, {1, 1});
+}
+
+void RichTextWriterTest::limitsThePixelsOfPictures() {
+    QFETCH(QByteArray, large);
+    QFETCH(QByteArray, small);
+    const auto shown = [](const char *name, const QByteArray &file) {
+        return QStringLiteral("<img alt='%1' src='%2'>")
+            .arg(QLatin1String(name), dataAddress("image/png", file));
+    };
+    const QByteArray bytes = rtf(shown("first", large) + shown("second", large) +
+                                 shown("third", large) + shown("last", small));
+    QCOMPARE(bytes.count("blip\\picw"), 3);
+    QVERIFY(!bytes.contains("first") && !bytes.contains("second") && !bytes.contains("last"));
+    QVERIFY(bytes.contains("third"));
+}
+
+void RichTextWriterTest::givesUpPicturesThatTakeTooLong_data() {
+    QTest::addColumn<QByteArray>("file");
+    QTest::newRow("PNG that unpacks much text") << pictureWithTexts(300);
+    QTest::newRow("JPEG painted over and over") << repaintedPicture(2000);
+}
+
+void RichTextWriterTest::givesUpPicturesThatTakeTooLong() {
+    QFETCH(QByteArray, file);
+    PagePictures pictures;
+    QVERIFY(pictures.read(dataAddress("image/png", file)).image.isNull());
+    QVERIFY(pictures.read(dataAddress("image/png", pictureFile("PNG"))).image.isNull());
 }
 
 void RichTextWriterTest::readsNothingButItsOwnText() {
