@@ -4,6 +4,7 @@
 #include "RendererFixture.h"
 #include "RendererTestMain.h"
 
+#include <QBuffer>
 #include <QWebEnginePage>
 #include <QWebEngineView>
 
@@ -18,6 +19,15 @@ constexpr int patience = 30000;
 
 QString page(const QString &body) {
     return QStringLiteral("<body style='margin:0;background:#20c040'>") + body;
+}
+
+// The address of a picture in one colour.
+QString picture(QSize size, const QColor &color, const QByteArray &format) {
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(color);
+    QBuffer buffer;
+    image.save(&buffer, format.constData());
+    return QStringLiteral("data:image/png;base64,") + QString::fromLatin1(buffer.data().toBase64());
 }
 
 }  // namespace
@@ -45,6 +55,9 @@ private Q_SLOTS:
     void aDeadEngineDoesNotHoldUpTheNextPage();
     void drawsInTheStandardFontWhereNoneIsNamed();
     void drawsBlackOnWhiteInADarkDesktop();
+    void showsPicturesThatThePageCarries_data();
+    void showsPicturesThatThePageCarries();
+    void everyPageMayCarryAsMuch();
 
 private:
     void waitFor(const QString &text) const {
@@ -289,6 +302,36 @@ void NavigationTest::drawsBlackOnWhiteInADarkDesktop() {
         },
         "the text is not black");
     QApplication::setPalette(original);
+}
+
+void NavigationTest::showsPicturesThatThePageCarries_data() {
+    QTest::addColumn<QString>("markup");
+    QTest::addColumn<QByteArray>("format");
+    const QString element = QStringLiteral("<img src='%1' width=100 height=100>");
+    QTest::newRow("PNG") << element << QByteArray("PNG");
+    QTest::newRow("BMP") << element << QByteArray("BMP");
+    QTest::newRow("JPEG") << element << QByteArray("JPG");
+    QTest::newRow("background") << QStringLiteral("<p style=\"background-image:url('%1')\">%2</p>")
+                                       .arg(QLatin1String("%1"),
+                                            QStringLiteral("&nbsp;<br>").repeated(9))
+                                << QByteArray("PNG");
+}
+
+void NavigationTest::showsPicturesThatThePageCarries() {
+    QFETCH(const QString, markup);
+    QFETCH(const QByteArray, format);
+    fixture->load(page(markup.arg(picture({100, 100}, Qt::white, format))));
+    waitUntil([this] { return fixture->pixel(QPoint(400, 280)) == QColor(0x20, 0xc0, 0x40); },
+              "no page is painted");
+    QTRY_COMPARE_WITH_TIMEOUT(fixture->pixel(QPoint(40, 60)), QColor(Qt::white), patience);
+}
+
+void NavigationTest::everyPageMayCarryAsMuch() {
+    for (const QColor color : {Qt::white, Qt::black, Qt::white}) {
+        fixture->load(page(QStringLiteral("<img src='%1' width=100 height=100>")
+                               .arg(picture({5000, 5000}, color, "PNG"))));
+        QTRY_COMPARE_WITH_TIMEOUT(fixture->pixel(QPoint(40, 60)), color, patience);
+    }
 }
 
 PELORIN_RENDERER_TEST_MAIN(NavigationTest)
