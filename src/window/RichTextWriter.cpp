@@ -9,7 +9,6 @@
 #include "RtfText.h"
 
 #include <QGuiApplication>
-#include <QPalette>
 #include <QTextBlock>
 #include <QThread>
 #include <QUrl>
@@ -46,16 +45,6 @@ QByteArray linkAddress(const QString &address) {
     QByteArray encoded = url.toEncoded();
     encoded.replace('\\', "%5C").replace('"', "%22");
     return known && url.isValid() ? encoded : QByteArray();
-}
-
-/// A link without a colour of its own has the desktop's, which may be meant for a dark ground; on
-/// paper it has the one that pages give it.
-QTextCharFormat onPaper(const QTextCharFormat &format) {
-    if (!format.isAnchor() || format.foreground() != QGuiApplication::palette().link())
-        return format;
-    QTextCharFormat changed = format;
-    changed.setForeground(QColor(0x00, 0x00, 0xEE));
-    return changed;
 }
 
 bool isTable(const QTextFrame *frame) {
@@ -127,7 +116,7 @@ void RichTextWriter::writeParagraph(const QTextBlock &block, const Place &place,
 }
 
 void RichTextWriter::writeFragment(const QTextFragment &fragment) {
-    const QTextCharFormat format = onPaper(fragment.charFormat());
+    const QTextCharFormat format = fragment.charFormat();
     openLink(format.isAnchor() ? format.anchorHref() : QString());
     const QString text = fragment.text();
     if (format.isImageFormat()) {

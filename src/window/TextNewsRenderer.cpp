@@ -33,7 +33,6 @@ TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
     QPalette colours = palette();
     colours.setColor(QPalette::Base, Qt::white);
     colours.setColor(QPalette::Text, Qt::black);
-    colours.setColor(QPalette::Link, QColor(0x00, 0x00, 0xee));
     setPalette(colours);
 
     connect(this, &QTextBrowser::anchorClicked, this,

@@ -287,20 +287,22 @@ void NavigationTest::drawsBlackOnWhiteInADarkDesktop() {
     dark.setColor(QPalette::Base, Qt::black);
     dark.setColor(QPalette::Text, Qt::white);
     dark.setColor(QPalette::WindowText, Qt::white);
+    dark.setColor(QPalette::Link, QColor(0x99, 0xcc, 0xff));
     QApplication::setPalette(dark);
     fixture = std::make_unique<RendererFixture>(painter);
-    fixture->load(QStringLiteral("<p style='font-size:100px'>\u25a0\u25a0</p>"));
+    fixture->load(
+        QStringLiteral("<p style='font-size:100px'>\u25a0\u25a0 <a href=a><b>\u25a0</b></a></p>"));
     waitUntil([this] { return fixture->pixel(QPoint(480, 280)) == QColor(Qt::white); },
               "the page is not white");
-    waitUntil(
-        [this] {
-            const QImage screen = fixture->screen();
-            for (int x = 0; x < screen.width(); ++x)
-                if (screen.pixelColor(x, 90) == QColor(Qt::black))
-                    return true;
-            return false;
-        },
-        "the text is not black");
+    const auto draws = [this](const QColor &color) {
+        const QImage screen = fixture->screen();
+        for (int x = 0; x < screen.width(); ++x)
+            if (screen.pixelColor(x, 90) == color)
+                return true;
+        return false;
+    };
+    waitUntil([&] { return draws(Qt::black); }, "the text is not black");
+    waitUntil([&] { return draws(QColor(0x00, 0x00, 0xee)); }, "the link is not blue");
     QApplication::setPalette(original);
 }
 
