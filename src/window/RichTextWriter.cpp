@@ -1,5 +1,6 @@
 #include "RichTextWriter.h"
 
+#include "BareHttpLinks.h"
 #include "BoundedHtml.h"
 #include "HtmlDocumentRepair.h"
 #include "RichTextDocument.h"
@@ -33,18 +34,21 @@ const QByteArray &paragraphEnd() {
 }
 
 /// The address as it stands in a field's instruction; empty if it is none that a document should
-/// carry: a link in a pasted text must not run anything.
+/// carry: a link in a pasted text must not run anything, nor open a file, as one without a scheme
+/// or a host would.
 QByteArray linkAddress(const QString &address) {
-    static constexpr std::array schemes{"", "http", "https", "ftp", "mailto", "tel", "news"};
-    const QUrl url(address, QUrl::TolerantMode);
-    const QString scheme = url.scheme();
-    const bool known = std::any_of(schemes.begin(), schemes.end(), [&](const char *allowed) {
-        return scheme == QLatin1String(allowed);
-    });
+    static constexpr std::array withHost{"http", "https", "ftp"};
+    static constexpr std::array withoutHost{"mailto", "tel", "news"};
+    const QUrl url = resolvedAgainstBareHttp(address);
+    const auto isAmong = [scheme = url.scheme()](const auto &schemes) {
+        return std::any_of(schemes.begin(), schemes.end(),
+                           [&](const char *each) { return scheme == QLatin1String(each); });
+    };
+    const bool carried = isAmong(withoutHost) || (isAmong(withHost) && !url.host().isEmpty());
+    if (!carried || !url.isValid())
+        return {};
     // Without the backslash and the quote, the encoded form needs no escapes but those of text.
-    QByteArray encoded = url.toEncoded();
-    encoded.replace('\\', "%5C").replace('"', "%22");
-    return known && url.isValid() ? encoded : QByteArray();
+    return url.toEncoded().replace('\\', "%5C").replace('"', "%22");
 }
 
 bool isTable(const QTextFrame *frame) {

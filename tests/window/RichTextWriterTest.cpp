@@ -323,7 +323,13 @@ void RichTextWriterTest::linksRunNothing_data() {
     };
     row("https://news.example/a?b=1#c", "HYPERLINK \"https://news.example/a?b=1#c\"");
     row("mailto:a@news.example", "HYPERLINK \"mailto:a@news.example\"");
-    row("page.html", "HYPERLINK \"page.html\"");
+    row("//h/a?b", "HYPERLINK \"http://h/a?b\"");
+    row("page.html", "");
+    row("/etc/hostname", "");
+    row("#a", "");
+    row("\\\\h\\a", "");
+    row("http:/etc/hostname", "");
+    row("https:///etc/hostname", "");
     row("http://h/\xC3\xBC {x}", "HYPERLINK \"http://h/%C3%BC%20%7Bx%7D\"");
     row("http://h/a\"b\\c", "HYPERLINK \"http://h/a%22b");
     row("javascript:alert(1)", "");
