@@ -11,7 +11,11 @@ QUrl bareHttp(const QString &authority, const QString &path, const QUrl &tail) {
         text += QLatin1Char('?') + tail.query(QUrl::FullyEncoded);
     if (tail.hasFragment())
         text += QLatin1Char('#') + tail.fragment(QUrl::FullyEncoded);
-    return QUrl(text, QUrl::TolerantMode).adjusted(QUrl::NormalizePathSegments);
+    QUrl address = QUrl(text, QUrl::TolerantMode).adjusted(QUrl::NormalizePathSegments);
+    // The root is where the page itself lies: an engine tells no link to it from one to the page.
+    if (authority.isEmpty() && address.path() == QLatin1String("/"))
+        return bareHttp(QString(), QString(), tail);
+    return address;
 }
 
 }  // namespace

@@ -8,7 +8,8 @@ namespace pelorinnews {
 /// Resolves a link of an item's page. Items have no address of their own; their relative links
 /// resolve against a bare "http://", an address with an empty host and an empty path:
 /// "a.html" and "/a" give an empty host with that path, "//h/a" names host h, "#a" and "?q" stand
-/// right behind the slashes. A link with a scheme of its own stays as it is.
+/// right behind the slashes, and so does what follows "/" alone. A link with a scheme of its own
+/// stays as it is.
 [[nodiscard]] QUrl resolvedAgainstBareHttp(const QString &link);
 
 /// The same for a link that an engine has resolved already against `page`, the address under which

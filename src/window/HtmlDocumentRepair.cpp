@@ -1,6 +1,8 @@
 #include "HtmlDocumentRepair.h"
 
+#include <QGuiApplication>
 #include <QList>
+#include <QPalette>
 #include <QSet>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -11,6 +13,8 @@
 namespace pelorinnews {
 
 namespace {
+
+constexpr QColor pagesLink(0x00, 0x00, 0xee);
 
 struct Run {
     int position;
@@ -75,6 +79,7 @@ void repairHtmlDocument(QTextDocument &document) {
     // What a document tells of a heading is only a size and an enlargement. A size that ordinary
     // text has as well is the page's, and the heading stands out from it; any other is its own.
     const QSet<double> ordinary = ordinarySizes(document);
+    const QBrush desktopsLink = QGuiApplication::palette().link();
     QList<Run> runs;
     QList<int> pictures;
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
@@ -83,13 +88,17 @@ void repairHtmlDocument(QTextDocument &document) {
             pictures.append(block.position());
         const bool heading = block.blockFormat().headingLevel() != 0;
         for (auto each = block.begin(); !each.atEnd(); ++each) {
-            QTextCharFormat format = each.fragment().charFormat();
-            if (!isSized(format) || !isEnlarged(format))
-                continue;
-            if (!heading || ordinary.contains(statedSize(format)))
-                enlarge(format);
-            format.clearProperty(QTextFormat::FontSizeAdjustment);
-            runs.append({each.fragment().position(), each.fragment().length(), format});
+            const QTextCharFormat given = each.fragment().charFormat();
+            QTextCharFormat format = given;
+            if (isSized(format) && isEnlarged(format)) {
+                if (!heading || ordinary.contains(statedSize(format)))
+                    enlarge(format);
+                format.clearProperty(QTextFormat::FontSizeAdjustment);
+            }
+            if (format.isAnchor() && format.foreground() == desktopsLink)
+                format.setForeground(pagesLink);
+            if (format != given)
+                runs.append({each.fragment().position(), each.fragment().length(), format});
         }
     }
     // Changing a format moves no text.

@@ -1,5 +1,6 @@
 #include "RichTextWriter.h"
 
+#include "BareHttpLinks.h"
 #include "BoundedHtml.h"
 #include "HtmlDocumentRepair.h"
 #include "RichTextDocument.h"
@@ -9,7 +10,6 @@
 #include "RtfText.h"
 
 #include <QGuiApplication>
-#include <QPalette>
 #include <QTextBlock>
 #include <QThread>
 #include <QUrl>
@@ -27,8 +27,6 @@ constexpr int cellPadding = 140;
 // Beyond these, readers lose text or give up; the cells' contents then follow one another.
 constexpr int deepestTable = 8;
 constexpr int mostColumns = 63;
-// One picture shown a thousand times must not become a thousand copies.
-constexpr qsizetype mostPictureBytes = qsizetype{64} * 1024 * 1024;
 
 const QByteArray &paragraphEnd() {
     static const QByteArray end = "\\par\n";
@@ -36,28 +34,21 @@ const QByteArray &paragraphEnd() {
 }
 
 /// The address as it stands in a field's instruction; empty if it is none that a document should
-/// carry: a link in a pasted text must not run anything.
+/// carry: a link in a pasted text must not run anything, nor open a file, as one without a scheme
+/// or a host would.
 QByteArray linkAddress(const QString &address) {
-    static constexpr std::array schemes{"", "http", "https", "ftp", "mailto", "tel", "news"};
-    const QUrl url(address, QUrl::TolerantMode);
-    const QString scheme = url.scheme();
-    const bool known = std::any_of(schemes.begin(), schemes.end(), [&](const char *allowed) {
-        return scheme == QLatin1String(allowed);
-    });
+    static constexpr std::array withHost{"http", "https", "ftp"};
+    static constexpr std::array withoutHost{"mailto", "tel", "news"};
+    const QUrl url = resolvedAgainstBareHttp(address);
+    const auto isAmong = [scheme = url.scheme()](const auto &schemes) {
+        return std::any_of(schemes.begin(), schemes.end(),
+                           [&](const char *each) { return scheme == QLatin1String(each); });
+    };
+    const bool carried = isAmong(withoutHost) || (isAmong(withHost) && !url.host().isEmpty());
+    if (!carried || !url.isValid())
+        return {};
     // Without the backslash and the quote, the encoded form needs no escapes but those of text.
-    QByteArray encoded = url.toEncoded();
-    encoded.replace('\\', "%5C").replace('"', "%22");
-    return known && url.isValid() ? encoded : QByteArray();
-}
-
-/// A link without a colour of its own has the desktop's, which may be meant for a dark ground; on
-/// paper it has the one that pages give it.
-QTextCharFormat onPaper(const QTextCharFormat &format) {
-    if (!format.isAnchor() || format.foreground() != QGuiApplication::palette().link())
-        return format;
-    QTextCharFormat changed = format;
-    changed.setForeground(QColor(0x00, 0x00, 0xEE));
-    return changed;
+    return url.toEncoded().replace('\\', "%5C").replace('"', "%22");
 }
 
 bool isTable(const QTextFrame *frame) {
@@ -129,7 +120,7 @@ void RichTextWriter::writeParagraph(const QTextBlock &block, const Place &place,
 }
 
 void RichTextWriter::writeFragment(const QTextFragment &fragment) {
-    const QTextCharFormat format = onPaper(fragment.charFormat());
+    const QTextCharFormat format = fragment.charFormat();
     openLink(format.isAnchor() ? format.anchorHref() : QString());
     const QString text = fragment.text();
     if (format.isImageFormat()) {
@@ -149,17 +140,12 @@ void RichTextWriter::writeFragment(const QTextFragment &fragment) {
 }
 
 void RichTextWriter::writePicture(const QTextImageFormat &format) {
-    const QByteArray data =
-        _document.resource(QTextDocument::ImageResource, QUrl(format.name())).toByteArray();
-    QByteArray picture;
-    if (!data.isEmpty() && _pictureBytes < mostPictureBytes)
-        picture = rtfPicture(data, QSizeF(format.width(), format.height()));
-    if (picture.isEmpty()) {
+    const QByteArray picture =
+        rtfPicture(_pictures.read(format.name()), QSizeF(format.width(), format.height()));
+    if (picture.isEmpty())
         appendRtfText(_body, format.property(QTextFormat::ImageAltText).toString());
-        return;
-    }
-    _pictureBytes += picture.size();
-    _body += picture;
+    else
+        _body += picture;
 }
 
 void RichTextWriter::openLink(const QString &address) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PagePictures.h"
 #include "RtfHeader.h"
 #include "RtfParagraphFormat.h"
 
@@ -51,7 +52,7 @@ private:
     QByteArray _body;
     QString _link;
     QColor _background;
-    qsizetype _pictureBytes = 0;
+    PagePictures _pictures;
     int _spaceBelow = 0;
 };
 

@@ -1,10 +1,10 @@
 #include "RtfPicture.h"
 
+#include "PagePictures.h"
 #include "RtfText.h"
 
 #include <QBuffer>
 #include <QImage>
-#include <QImageReader>
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +13,6 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr qint64 mostPixels = 32'000'000;
 // Six inches: the width of the text on a sheet with ordinary margins.
 constexpr double widest = 8640;
 constexpr double tallest = 12960;
@@ -34,40 +33,30 @@ int atLeastOne(double value) {
     return std::max(1, static_cast<int>(std::lround(value)));
 }
 
+// Compressing well takes a quarter of a second for each million pixels.
+constexpr int fastCompression = 70;
+
 QByteArray pngOf(const QImage &image) {
     QByteArray bytes;
     QBuffer buffer(&bytes);
-    if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG"))
+    if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG", fastCompression))
         return {};
     return bytes;
 }
 
 }  // namespace
 
-QByteArray rtfPicture(const QByteArray &data, QSizeF size) {
-    QBuffer buffer;
-    buffer.setData(data);
-    if (!buffer.open(QIODevice::ReadOnly))
+QByteArray rtfPicture(const PagePicture &picture, QSizeF size) {
+    if (picture.image.isNull())
         return {};
-    QImageReader reader(&buffer);
-    reader.setDecideFormatFromContent(true);
-    const QByteArray format = reader.format();
-    const QSize stated = reader.size();
-    if (stated.isEmpty() || qint64{stated.width()} * stated.height() > mostPixels)
-        return {};
-    // Read whole even where the bytes go as they are: a broken picture gives way to its text.
-    const QImage image = reader.read();
-    if (image.isNull())
-        return {};
-
-    const bool jpeg = format == "jpeg" || format == "jpg";
-    const QByteArray bytes = jpeg || format == "png" ? data : pngOf(image);
+    const bool jpeg = picture.format == "jpeg";
+    const QByteArray bytes = jpeg || picture.format == "png" ? picture.file : pngOf(picture.image);
     if (bytes.isEmpty())
         return {};
-    const QSizeF shown = shownSize(size, image.size());
+    const QSizeF shown = shownSize(size, picture.image.size());
     QByteArray out = jpeg ? "{\\pict\\jpegblip" : "{\\pict\\pngblip";
-    appendRtfWord(out, "\\picw", image.width());
-    appendRtfWord(out, "\\pich", image.height());
+    appendRtfWord(out, "\\picw", picture.image.width());
+    appendRtfWord(out, "\\pich", picture.image.height());
     appendRtfWord(out, "\\picwgoal", atLeastOne(shown.width()));
     appendRtfWord(out, "\\pichgoal", atLeastOne(shown.height()));
     out += '\n';

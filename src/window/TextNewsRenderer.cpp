@@ -33,7 +33,6 @@ TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
     QPalette colours = palette();
     colours.setColor(QPalette::Base, Qt::white);
     colours.setColor(QPalette::Text, Qt::black);
-    colours.setColor(QPalette::Link, QColor(0x00, 0x00, 0xee));
     setPalette(colours);
 
     connect(this, &QTextBrowser::anchorClicked, this,
@@ -48,6 +47,7 @@ void TextNewsRenderer::reportClick(const QString &link) {
 }
 
 void TextNewsRenderer::loadHtmlString(const QString &html) {
+    _pictures = {};
     setHtml(BoundedHtml::beginning(html));
     repairHtmlDocument(*document());
     verticalScrollBar()->setValue(0);
@@ -59,21 +59,20 @@ void TextNewsRenderer::setStandardFontFamily(const QString &family) {
     document()->setDefaultFont(font);
 }
 
+// Something is always given: where nothing is, the document looks for a file of that name itself,
+// and shows it.
 QVariant TextNewsRenderer::loadResource(int type, const QUrl &name) {
-    if (name.scheme() == QLatin1String("data")) {
-        if (QVariant resource = QTextBrowser::loadResource(type, name); resource.isValid())
-            return resource;
-    }
-    // Where nothing is given, the document looks for a file of that name itself, and shows it.
-    if (type == QTextDocument::ImageResource) {
-        static const QImage nothing = [] {
-            QImage image(1, 1, QImage::Format_ARGB32);
-            image.fill(Qt::transparent);
-            return image;
-        }();
-        return nothing;
-    }
-    return QByteArray("");
+    if (type != QTextDocument::ImageResource)
+        return QByteArray("");
+    const QImage picture = _pictures.read(name.toString(QUrl::FullyEncoded)).image;
+    if (!picture.isNull())
+        return QPixmap::fromImage(picture);
+    static const QImage nothing = [] {
+        QImage image(1, 1, QImage::Format_ARGB32);
+        image.fill(Qt::transparent);
+        return image;
+    }();
+    return nothing;
 }
 
 void TextNewsRenderer::doSetSource(const QUrl &, QTextDocument::ResourceType) {}

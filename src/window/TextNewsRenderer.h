@@ -1,14 +1,15 @@
 #pragma once
 
 #include "NewsRenderer.h"
+#include "PagePictures.h"
 
 #include <QTextBrowser>
 
 namespace pelorinnews {
 
 /// Paints a page with Qt's own rich text: for hosts that ship without a web engine, or in which
-/// starting one would end the process. Shows pictures that the page itself carries (`data:`) and
-/// fetches nothing.
+/// starting one would end the process. Shows pictures that the page itself carries (`data:`),
+/// within the bounds of `PagePictures`, and fetches nothing.
 class TextNewsRenderer final : public QTextBrowser, public NewsRenderer {
 public:
     explicit TextNewsRenderer(QWidget *parent);
@@ -29,6 +30,7 @@ protected:
 private:
     void reportClick(const QString &link);
 
+    PagePictures _pictures;
     QString _pressedLink;
     NavigationPolicyDelegate *_policy = nullptr;
 };

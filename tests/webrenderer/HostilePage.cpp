@@ -4,7 +4,6 @@
 
 #include <QFile>
 #include <QRegularExpression>
-#include <QtEndian>
 
 namespace pelorinnews::test {
 
@@ -29,27 +28,6 @@ QString filledIn(QString text, const QMap<QString, QString> &addresses) {
         text.replace(found.capturedStart(), found.capturedLength(),
                      QChar(found.captured(1).toUShort(nullptr, 16)));
     return text;
-}
-
-quint32 checksum(const QByteArray &bytes) {
-    quint32 sum = 0xffffffff;
-    for (const char byte : bytes) {
-        sum ^= static_cast<quint8>(byte);
-        for (int bit = 0; bit < 8; ++bit)
-            sum = (sum >> 1) ^ ((sum & 1) != 0 ? 0xedb88320 : 0);
-    }
-    return ~sum;
-}
-
-QByteArray number(quint32 value) {
-    QByteArray bytes(4, Qt::Uninitialized);
-    qToBigEndian(value, bytes.data());
-    return bytes;
-}
-
-QByteArray chunk(const QByteArray &nameAndContent) {
-    return number(static_cast<quint32>(nameAndContent.size() - 4)) + nameAndContent +
-           number(checksum(nameAndContent));
 }
 
 }  // namespace
@@ -94,13 +72,6 @@ HostilePage HostilePage::read(const QString &folder, const QString &name, Painte
     page.requests.sort();
     page.asks.sort();
     return page;
-}
-
-QByteArray hugePicture() {
-    // 65,000 by 65,000, eight bits for each of four channels, and next to nothing in it.
-    return QByteArray("\x89PNG\r\n\x1a\n", 8) +
-           chunk("IHDR" + number(65000) + number(65000) + QByteArray("\x08\x06\x00\x00\x00", 5)) +
-           chunk("IDAT" + qCompress(QByteArray(100000, '\0')).mid(4)) + chunk("IEND");
 }
 
 }  // namespace pelorinnews::test

@@ -43,7 +43,4 @@ struct HostilePage {
                             const QMap<QString, QString> &addresses);
 };
 
-/// A PNG picture that says it is as large as pages may ask for, in a few bytes.
-[[nodiscard]] QByteArray hugePicture();
-
 }  // namespace pelorinnews::test

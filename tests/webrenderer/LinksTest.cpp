@@ -108,6 +108,10 @@ void LinksTest::arriveResolved_data() {
     row("b/../a.html?x=%25#y", "http:///a.html?x=%25#y");
     row("/a", "http:///a");
     row("//h/a", "http://h/a");
+    row("//h/", "http://h/");
+    row("/", "http://");
+    row("./?q#a", "http://?q#a");
+    row("a/..", "http://");
     row("#a", "http://#a");
     row("?q", "http://?q");
     row("https://olvane.example/x?y#z", "https://olvane.example/x?y#z");

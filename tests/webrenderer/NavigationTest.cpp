@@ -4,6 +4,7 @@
 #include "RendererFixture.h"
 #include "RendererTestMain.h"
 
+#include <QBuffer>
 #include <QSignalSpy>
 #include <QWebEnginePage>
 #include <QWebEngineView>
@@ -19,6 +20,15 @@ constexpr int patience = 30000;
 
 QString page(const QString &body) {
     return QStringLiteral("<body style='margin:0;background:#20c040'>") + body;
+}
+
+// The address of a picture in one colour.
+QString picture(QSize size, const QColor &color, const QByteArray &format) {
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(color);
+    QBuffer buffer;
+    image.save(&buffer, format.constData());
+    return QStringLiteral("data:image/png;base64,") + QString::fromLatin1(buffer.data().toBase64());
 }
 
 }  // namespace
@@ -48,6 +58,9 @@ private Q_SLOTS:
     void aClosedWindowsPageRestsAndAMinimisedOnesDoesNot();
     void drawsInTheStandardFontWhereNoneIsNamed();
     void drawsBlackOnWhiteInADarkDesktop();
+    void showsPicturesThatThePageCarries_data();
+    void showsPicturesThatThePageCarries();
+    void everyPageMayCarryAsMuch();
 
 private:
     void waitFor(const QString &text) const {
@@ -323,21 +336,53 @@ void NavigationTest::drawsBlackOnWhiteInADarkDesktop() {
     dark.setColor(QPalette::Base, Qt::black);
     dark.setColor(QPalette::Text, Qt::white);
     dark.setColor(QPalette::WindowText, Qt::white);
+    dark.setColor(QPalette::Link, QColor(0x99, 0xcc, 0xff));
     QApplication::setPalette(dark);
     fixture = std::make_unique<RendererFixture>(painter);
-    fixture->load(QStringLiteral("<p style='font-size:100px'>\u25a0\u25a0</p>"));
+    fixture->load(
+        QStringLiteral("<p style='font-size:100px'>\u25a0\u25a0 <a href=a><b>\u25a0</b></a></p>"));
     waitUntil([this] { return fixture->pixel(QPoint(480, 280)) == QColor(Qt::white); },
               "the page is not white");
-    waitUntil(
-        [this] {
-            const QImage screen = fixture->screen();
-            for (int x = 0; x < screen.width(); ++x)
-                if (screen.pixelColor(x, 90) == QColor(Qt::black))
-                    return true;
-            return false;
-        },
-        "the text is not black");
+    const auto draws = [this](const QColor &color) {
+        const QImage screen = fixture->screen();
+        for (int x = 0; x < screen.width(); ++x)
+            if (screen.pixelColor(x, 90) == color)
+                return true;
+        return false;
+    };
+    waitUntil([&] { return draws(Qt::black); }, "the text is not black");
+    waitUntil([&] { return draws(QColor(0x00, 0x00, 0xee)); }, "the link is not blue");
     QApplication::setPalette(original);
+}
+
+void NavigationTest::showsPicturesThatThePageCarries_data() {
+    QTest::addColumn<QString>("markup");
+    QTest::addColumn<QByteArray>("format");
+    const QString element = QStringLiteral("<img src='%1' width=100 height=100>");
+    QTest::newRow("PNG") << element << QByteArray("PNG");
+    QTest::newRow("BMP") << element << QByteArray("BMP");
+    QTest::newRow("JPEG") << element << QByteArray("JPG");
+    QTest::newRow("background") << QStringLiteral("<p style=\"background-image:url('%1')\">%2</p>")
+                                       .arg(QLatin1String("%1"),
+                                            QStringLiteral("&nbsp;<br>").repeated(9))
+                                << QByteArray("PNG");
+}
+
+void NavigationTest::showsPicturesThatThePageCarries() {
+    QFETCH(const QString, markup);
+    QFETCH(const QByteArray, format);
+    fixture->load(page(markup.arg(picture({100, 100}, Qt::white, format))));
+    waitUntil([this] { return fixture->pixel(QPoint(400, 280)) == QColor(0x20, 0xc0, 0x40); },
+              "no page is painted");
+    QTRY_COMPARE_WITH_TIMEOUT(fixture->pixel(QPoint(40, 60)), QColor(Qt::white), patience);
+}
+
+void NavigationTest::everyPageMayCarryAsMuch() {
+    for (const QColor color : {Qt::white, Qt::black, Qt::white}) {
+        fixture->load(page(QStringLiteral("<img src='%1' width=100 height=100>")
+                               .arg(picture({5000, 5000}, color, "PNG"))));
+        QTRY_COMPARE_WITH_TIMEOUT(fixture->pixel(QPoint(40, 60)), color, patience);
+    }
 }
 
 PELORIN_RENDERER_TEST_MAIN(NavigationTest)

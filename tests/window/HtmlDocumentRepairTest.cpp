@@ -17,6 +17,8 @@ private Q_SLOTS:
     void textHasTheSizeOfABrowser();
     void keepsTextAndOtherFormats();
     void aPicturesLineIsAsHighAsThePicture();
+    void linksAreBlueInADarkDesktop_data();
+    void linksAreBlueInADarkDesktop();
     void anEmptyDocumentStaysEmpty();
 };
 
@@ -99,6 +101,33 @@ void HtmlDocumentRepairTest::aPicturesLineIsAsHighAsThePicture() {
     QCOMPARE(document.begin().blockFormat().lineHeightType(),
              static_cast<int>(QTextBlockFormat::SingleHeight));
     QCOMPARE(document.begin().next().blockFormat().lineHeight(), 150.0);
+}
+
+void HtmlDocumentRepairTest::linksAreBlueInADarkDesktop_data() {
+    QTest::addColumn<QString>("html");
+    QTest::addColumn<QColor>("color");
+    const QColor blue(0x00, 0x00, 0xee);
+    QTest::newRow("link") << "<a href='a'>X</a>" << blue;
+    QTest::newRow("element in a link") << "<a href='a'>a <b>X</b></a>" << blue;
+    QTest::newRow("heading in a link")
+        << "<p style='font-size:9px'>a<h1><a href='a'>X</a></h1>" << blue;
+    QTest::newRow("link of a colour")
+        << "<a href='a' style='color:#ff0000'>X</a>" << QColor(Qt::red);
+    QTest::newRow("no link") << "<a name='a'>X</a>" << QColor(Qt::black);
+}
+
+void HtmlDocumentRepairTest::linksAreBlueInADarkDesktop() {
+    QFETCH(const QString, html);
+    QFETCH(const QColor, color);
+    const QPalette before = QGuiApplication::palette();
+    QPalette dark = before;
+    dark.setColor(QPalette::Link, QColor(0x99, 0xcc, 0xff));
+    QGuiApplication::setPalette(dark);
+    QTextDocument document;
+    document.setHtml(html);
+    repairHtmlDocument(document);
+    QGuiApplication::setPalette(before);
+    QCOMPARE(formatOf(document, QStringLiteral("X")).foreground().color(), color);
 }
 
 void HtmlDocumentRepairTest::anEmptyDocumentStaysEmpty() {

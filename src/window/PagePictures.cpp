@@ -1,0 +1,109 @@
+#include "PagePictures.h"
+
+#include <QIODevice>
+#include <QImageReader>
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+
+namespace pelorinnews {
+
+namespace {
+
+// The thread's own, so that a busy machine takes no picture from anyone.
+qint64 processorNanoseconds() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return qint64{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
+/// A file that can no longer be read once the time is up. Some bytes can keep a decoder busy for
+/// hours or have it take up all memory, whatever size they state: each of these asks for more bytes
+/// now and then. (No QBuffer: a decoder may take all that one has at once.)
+class TimedFile final : public QIODevice {
+public:
+    TimedFile(const QByteArray &bytes, qint64 end) : _bytes(bytes), _end(end) {}
+
+    [[nodiscard]] qint64 size() const override { return _bytes.size(); }
+    [[nodiscard]] bool isTimeUp() const { return _timeUp; }
+
+protected:
+    qint64 readData(char *data, qint64 most) override {
+        _timeUp = _timeUp || processorNanoseconds() >= _end;
+        if (_timeUp)
+            return -1;
+        const qint64 count = std::clamp<qint64>(size() - pos(), 0, most);
+        std::copy_n(_bytes.constData() + pos(), count, data);
+        return count;
+    }
+    qint64 writeData(const char *, qint64) override { return -1; }
+
+private:
+    const QByteArray &_bytes;
+    qint64 _end;
+    bool _timeUp = false;
+};
+
+QByteArray bytesOf(const QString &address) {
+    const qsizetype comma = address.indexOf(QLatin1Char(','));
+    if (comma < 0)
+        return {};
+    const QString kind = address.left(comma).trimmed().toLower();
+    if (!kind.startsWith(QStringLiteral("data:image/")))
+        return {};
+    QByteArray payload =
+        QByteArray::fromPercentEncoding(QStringView(address).mid(comma + 1).toUtf8());
+    if (!kind.endsWith(QStringLiteral(";base64")))
+        return payload;
+    return QByteArray::fromBase64(payload);
+}
+
+/// Told by the first bytes, so that no reader but that of the kind is ever handed them.
+QByteArray formatOf(const QByteArray &file) {
+    struct Kind {
+        QByteArrayView start;
+        const char *format;
+    };
+    static constexpr std::array<Kind, 5> kinds{{
+        {"\x89PNG\r\n", "png"},
+        {"\xff\xd8\xff", "jpeg"},
+        {"GIF8", "gif"},
+        {"BM", "bmp"},
+        {"RIFF", "webp"},
+    }};
+    for (const Kind &kind : kinds) {
+        if (file.startsWith(kind.start))
+            return kind.format;
+    }
+    return {};
+}
+
+}  // namespace
+
+PagePicture PagePictures::read(const QString &address) {
+    PagePicture picture;
+    picture.file = bytesOf(address);
+    picture.format = formatOf(picture.file);
+    if (picture.format.isEmpty())
+        return {};
+    const qint64 start = processorNanoseconds();
+    TimedFile device(picture.file, start + _nanosecondsLeft);
+    device.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    QImageReader reader(&device, picture.format);
+    reader.setAutoDetectImageFormat(false);
+    const qint64 weight = picture.format == "png" || picture.format == "jpeg" ? 1 : 4;
+    const auto cost = [weight](QSize size) { return weight * size.width() * size.height(); };
+    const QSize stated = reader.size();
+    if (!stated.isEmpty() && cost(stated) <= _pixelsLeft)
+        picture.image = reader.read();
+    _nanosecondsLeft -= processorNanoseconds() - start;
+    // The size that a GIF states is not always the one that it has.
+    const qint64 pixels = cost(picture.image.size());
+    if (device.isTimeUp() || pixels > _pixelsLeft)
+        return {};
+    _pixelsLeft -= pixels;
+    return picture;
+}
+
+}  // namespace pelorinnews
