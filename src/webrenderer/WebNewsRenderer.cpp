@@ -7,6 +7,7 @@
 #include "RequestFilter.h"
 
 #include <QVBoxLayout>
+#include <QWebEngineCookieStore>
 #include <QWebEngineDownloadRequest>
 #include <QWebEngineProfile>
 #include <QWebEngineSettings>
@@ -47,6 +48,7 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent)
     auto *profile = new QWebEngineProfile(_view);
     profile->setHttpCacheType(QWebEngineProfile::MemoryHttpCache);
     profile->setPersistentCookiesPolicy(QWebEngineProfile::NoPersistentCookies);
+    profile->cookieStore()->setCookieFilter([](const auto &) { return false; });
     profile->setSpellCheckEnabled(false);
     QObject::connect(profile, &QWebEngineProfile::downloadRequested, profile,
                      [](QWebEngineDownloadRequest *download) { download->cancel(); });

@@ -51,6 +51,7 @@ private Q_SLOTS:
     void theLastOfManyLoadsWins();
     void aPageFollowsOneThatLeft();
     void aPageThatNeverRestsMakesWay();
+    void takesNoCookies();
     void startsAtTheTop();
     void aHangingEngineDoesNotHoldUpTheNextPage();
     void aDeadEngineDoesNotHoldUpTheNextPage();
@@ -217,6 +218,20 @@ void NavigationTest::aPageThatNeverRestsMakesWay() {
         QTest::qWait(100);
         fixture->load(QStringLiteral("The next item %1").arg(each));
         waitFor(QStringLiteral("The next item %1").arg(each));
+    }
+}
+
+void NavigationTest::takesNoCookies() {
+    if (!fixture->web())
+        QSKIP("goes nowhere");
+    PageServer server;
+    server.setAnswer("/there", {"There", "text/html", "200 OK", "Set-Cookie: reader=7\r\n"});
+    for (int visit = 0; visit < 2; ++visit) {
+        server.clear();
+        fixture->load(QStringLiteral("Here<meta http-equiv=refresh content='0;url=%1/there'>")
+                          .arg(server.address()));
+        waitFor(QStringLiteral("There"));
+        QCOMPARE(server.requests(), QStringList{QStringLiteral("GET /there")});
     }
 }
 

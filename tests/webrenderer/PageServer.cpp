@@ -30,7 +30,8 @@ void PageServer::serve() {
 void PageServer::answer(QTcpSocket *socket, const QByteArray &head) {
     const QList<QByteArray> line = head.left(head.indexOf("\r\n")).split(' ');
     const QByteArray target = line.value(1);
-    _requests.append(QString::fromLatin1(line.value(0) + ' ' + target));
+    _requests.append(QString::fromLatin1(line.value(0) + ' ' + target +
+                                         (head.contains("\r\nCookie:") ? " with a cookie" : "")));
     const Answer missing{{}, "text/plain", "404 Not Found"};
     const Answer found = _answers.value(target.split('?').first(), missing);
     socket->write("HTTP/1.1 " + found.status + "\r\nContent-Type: " + found.type +

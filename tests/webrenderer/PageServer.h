@@ -28,7 +28,8 @@ public:
     /// "http://127.0.0.1:PORT"
     [[nodiscard]] QString address() const;
 
-    /// "METHOD path" of every request since the last `clear`, in their order.
+    /// "METHOD path" of every request since the last `clear`, in their order; " with a cookie" is
+    /// added where one came along.
     [[nodiscard]] QStringList requests() const { return _requests; }
     void clear() { _requests.clear(); }
 
