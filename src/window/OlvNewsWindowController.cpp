@@ -7,6 +7,7 @@
 #include "MainQueue.h"
 #include "ModuleBundle.h"
 #include "OlvLocalization.h"
+#include "OwnerlessControllers.h"
 #include "SleepAwareTimer.h"
 #include "WindowDescription.h"
 
@@ -17,7 +18,7 @@
 #include <QWindow>
 #include <QtMath>
 
-#include <mutex>
+#include <utility>
 
 namespace pelorinnews {
 
@@ -40,64 +41,6 @@ bool runsOnGuiThread() {
     return qobject_cast<QApplication *>(QCoreApplication::instance()) && MainQueue::isMainThread();
 }
 
-// Controllers that nobody holds any more and that wait for the main thread. A host lets go of its
-// panel after its event loop has ended, too, and then only the application's end comes to them.
-class Abandoned {
-public:
-    static Abandoned &instance() {
-        static Abandoned abandoned;
-        return abandoned;
-    }
-
-    void add(OlvNewsWindowController *controller) {
-        const std::scoped_lock lock(_mutex);
-        if (_controllers.isEmpty())
-            qAddPostRoutine([] { instance().destroyAll(); });
-        _controllers.append(controller);
-        controller->deleteLater();
-    }
-
-    void remove(OlvNewsWindowController *controller) {
-        const std::scoped_lock lock(_mutex);
-        _controllers.removeOne(controller);
-    }
-
-private:
-    void destroyAll() {
-        while (OlvNewsWindowController *const controller = next())
-            delete controller;
-    }
-
-    OlvNewsWindowController *next() {
-        const std::scoped_lock lock(_mutex);
-        return _controllers.isEmpty() ? nullptr : _controllers.takeLast();
-    }
-
-    std::mutex _mutex;
-    QList<OlvNewsWindowController *> _controllers;
-};
-
-// Later, on the main thread: the last reference may go on any thread, and in the middle of an event
-// of the controller's own window.
-void destroyOnMainThread(OlvNewsWindowController *controller) {
-    if (QCoreApplication::instance())
-        Abandoned::instance().add(controller);
-    else
-        delete controller;
-}
-
-// A window must not outlive the application object, and a host may well end without `exit`.
-void destroyWithApplication(OlvNewsWindow *window) {
-    static QList<QPointer<OlvNewsWindow>> windows;
-    if (windows.isEmpty())
-        qAddPostRoutine([] {
-            for (const auto &left : std::exchange(windows, {}))
-                delete left;
-        });
-    windows.removeIf([](const QPointer<OlvNewsWindow> &gone) { return gone.isNull(); });
-    windows.append(window);
-}
-
 // In the middle of the first screen, of which a description knows nothing, and with room around it
 // for its frame where that screen is small.
 void centre(OlvNewsWindow &window) {
@@ -116,7 +59,7 @@ OlvNewsWindowController::OlvNewsWindowController(QString windowNibName, WindowSe
     : _windowNibName(std::move(windowNibName)), _services(std::move(services)) {}
 
 OlvNewsWindowController::~OlvNewsWindowController() {
-    Abandoned::instance().remove(this);
+    forgetOwnerless(this);
     _optionsFold.reset();
     // A window that is still open closes while it is destroyed, which is no event of ours any more.
     if (_loadedWindow)
