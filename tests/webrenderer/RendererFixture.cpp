@@ -5,6 +5,7 @@
 #include <QScreen>
 #include <QTest>
 #include <QTextBrowser>
+#include <QWebEngineScript>
 #include <QWebEngineView>
 
 #include <memory>
@@ -71,6 +72,16 @@ QString RendererFixture::text() const {
         return told->has_value();
     };
     waitUntil(answered, "the page does not tell its text");
+    return told->value();
+}
+
+bool RendererFixture::hasFocusInPage() const {
+    auto told = std::make_shared<std::optional<bool>>();
+    // A world in which scripts run although those of the page do not.
+    _web->page()->runJavaScript(QStringLiteral("document.activeElement !== document.body"),
+                                QWebEngineScript::ApplicationWorld,
+                                [told](const QVariant &answer) { *told = answer.toBool(); });
+    waitUntil([&] { return told->has_value(); }, "the page does not tell its focus");
     return told->value();
 }
 
