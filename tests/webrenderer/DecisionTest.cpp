@@ -109,14 +109,18 @@ void DecisionTest::givesTheRendererThatIsSafe_data() {
     const QStringList offscreen{QStringLiteral("QT_QPA_PLATFORM=offscreen"),
                                 QStringLiteral("DISPLAY=")};
     const QStringList noGl{QStringLiteral("QT_XCB_GL_INTEGRATION=none")};
-    row("a host that shares", host, {share, plugin, plugins}, {}, "web");
-    row("a host that does not", host, {plugin, plugins}, {}, "web");
+    const QString painted = QStringLiteral("--painted");
+    row("a host that shares", host, {share, painted, plugin, plugins}, {}, "web");
+    row("a host that does not", host, {painted, plugin, plugins}, {}, "web");
     row("no plug-in", host, {share, plugin, QStringLiteral("/nonexistent")}, {}, "text");
     row("no display", host, {plugin, plugins}, offscreen, "text");
     row("no display, a host that shares", host, {share, plugin, plugins}, offscreen, "text");
     row("no GL", host, {plugin, plugins}, noGl, "text");
     row("no GL, a host that shares", host, {share, plugin, plugins}, noGl, "text");
-    row("a host that uses the engine itself", engineHost, {share, plugin, plugins}, {}, "text");
+    row("a host that uses the engine itself", engineHost, {share, painted, plugin, plugins}, {},
+        "text");
+    row("one that knows the panel, too", engineHost,
+        {share, QStringLiteral("--register"), painted, plugin, plugins}, {}, "web");
 }
 
 void DecisionTest::givesTheRendererThatIsSafe() {

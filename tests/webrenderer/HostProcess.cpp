@@ -5,23 +5,39 @@
 // --folder F   looks for the web renderer in folder F
 // --leave      ends while the page is loading
 // --quit       ends by exit(), with everything alive
+// --register   makes the items' scheme known to the engine, as a host may that uses it itself
+// --painted    ends well only once the page is on the screen
 
 #include "OlvNewsWebView.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QPixmap>
+#include <QScreen>
 #include <QTextBrowser>
 #include <QThread>
 
 #ifdef PELORIN_HOST_USES_ENGINE
 #include <QWebEnginePage>
 #include <QWebEngineProfile>
+#include <QWebEngineUrlScheme>
 #endif
 
 #include <cstdio>
 #include <cstdlib>
 
 using namespace pelorinnews;
+
+namespace {
+
+constexpr QRgb background = 0xff20c040;
+
+bool isPainted(const QWidget &view) {
+    const QPixmap shot = view.screen()->grabWindow(view.winId(), 250, 150, 1, 1);
+    return !shot.isNull() && shot.toImage().pixel(0, 0) == background;
+}
+
+}  // namespace
 
 int main(int argc, char *argv[]) {
     QStringList options;
@@ -31,6 +47,12 @@ int main(int argc, char *argv[]) {
     QApplication::setAttribute(Qt::AA_ShareOpenGLContexts, has("--share"));
     QApplication application(argc, argv);
 #ifdef PELORIN_HOST_USES_ENGINE
+    if (has("--register")) {
+        QWebEngineUrlScheme scheme("pelorin-news-item");
+        scheme.setSyntax(QWebEngineUrlScheme::Syntax::Host);
+        scheme.setFlags(QWebEngineUrlScheme::SecureScheme);
+        QWebEngineUrlScheme::registerScheme(scheme);
+    }
     QWebEngineProfile profile;
     QWebEnginePage page(&profile);
     page.setHtml(QStringLiteral("The host's own page"));
@@ -38,7 +60,7 @@ int main(int argc, char *argv[]) {
     OlvNewsWebView view;
     view.setRendererFolder(options.value(options.indexOf(QStringLiteral("--folder")) + 1));
     view.resize(300, 200);
-    view.loadHtmlString(QStringLiteral("<p>An item</p>"));
+    view.loadHtmlString(QStringLiteral("<body style='background:#20c040'><p>An item</p>"));
     view.show();
     const bool text = view.findChild<QTextBrowser *>() != nullptr;
     std::fprintf(stderr, "renderer: %s\n", text ? "text" : "web");
@@ -46,11 +68,15 @@ int main(int argc, char *argv[]) {
         return 0;
     QElapsedTimer clock;
     clock.start();
-    while (!clock.hasExpired(1000)) {
+    const auto isDone = [&] {
+        return has("--painted") ? isPainted(view) || clock.hasExpired(40'000)
+                                : clock.hasExpired(1000);
+    };
+    while (!isDone()) {
         QApplication::processEvents();
         QThread::msleep(5);
     }
     if (has("--quit"))
         std::exit(0);
-    return 0;
+    return has("--painted") && !isPainted(view) ? 1 : 0;
 }
