@@ -60,6 +60,10 @@ NetworkTransfer::NetworkTransfer(NetworkRequest sending, QNetworkAccessManager &
       onEnd(std::move(whenEnded)),
       reply(manager.get(networkRequest(request))) {
     reply->setReadBufferSize(longestReadAhead);
+    // Qt forgets it with every redirect. Queued: in the signal, the next request is not there yet.
+    connect(
+        reply.get(), &QNetworkReply::redirected, reply.get(),
+        [all = reply.get()] { all->setReadBufferSize(longestReadAhead); }, Qt::QueuedConnection);
     connect(reply.get(), &QIODevice::readyRead, this, &NetworkTransfer::gather);
     connect(reply.get(), &QNetworkReply::finished, this, &NetworkTransfer::finish);
 }

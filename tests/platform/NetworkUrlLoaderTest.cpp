@@ -581,9 +581,10 @@ void NetworkUrlLoaderTest::aBodyLongerThanWhatIsReadAheadComesWhole() {
     QFETCH(const QString, framing);
     constexpr qsizetype size = qsizetype(20) * 1024 * 1024;
     for (const bool tls : {false, true}) {
-        serverFor(tls).setReply(
-            FeedReply::parse(QStringLiteral("size=20m,framing=") + framing).value());
-        LoadedAddress loaded = load(tolerant(serverFor(tls).address(QStringLiteral("/plain.xml"))));
+        FeedReply elsewhere;
+        elsewhere.redirectTo = "/+size=20m,framing=" + framing.toLatin1() + "/plain.xml";
+        serverFor(tls).setReply(elsewhere);
+        LoadedAddress loaded = load(tolerant(serverFor(tls).address(QStringLiteral("/moved.xml"))));
         QVERIFY(loaded.wait());
         const QByteArray body = loaded.data().value_or(QByteArray());
         QCOMPARE(body.size(), size);
