@@ -8,8 +8,7 @@ namespace pelorinnews {
 /// was set:
 /// - A heading keeps the size that the page's style gives it; the document enlarges it once more.
 /// - A picture's line is as high as the picture, whatever line height the text around it has.
-/// - A link without a colour of its own has the one that browsers give it. The document gives it
-/// the
+/// - A link without a colour of its own has the one that browsers give it. The document's is the
 ///   desktop's, which may be meant for a dark ground.
 ///
 /// Sizes that text has from a style and from its element are one size afterwards, so whoever reads

@@ -2,6 +2,7 @@
 
 #include <QIODevice>
 #include <QImageReader>
+#include <QtEndian>
 
 #include <algorithm>
 #include <array>
@@ -79,6 +80,34 @@ QByteArray formatOf(const QByteArray &file) {
     return {};
 }
 
+/// The PNG without what stands beside its pixels: some bytes of text can unpack to all memory.
+QByteArray withoutTexts(const QByteArray &png) {
+    constexpr qsizetype signature = 8;
+    constexpr qint64 frame = 12;  // a chunk's length, name and checksum
+    static constexpr std::array<QByteArrayView, 3> texts{"tEXt", "zTXt", "iTXt"};
+    QByteArray kept = png.left(signature);
+    for (qsizetype at = signature; png.size() - at >= frame;) {
+        const qint64 length = qFromBigEndian<quint32>(png.constData() + at) + frame;
+        if (length > png.size() - at)
+            break;
+        const QByteArrayView name(png.constData() + at + 4, 4);
+        if (std::find(texts.begin(), texts.end(), name) == texts.end())
+            kept.append(png.constData() + at, length);
+        at += length;
+    }
+    return kept;
+}
+
+/// The screen that a GIF's pictures are put together on, which may be larger than what it states to
+/// be its size.
+QSize screenOf(const QByteArray &gif) {
+    constexpr qsizetype head = 10;
+    if (gif.size() < head)
+        return {};
+    return {qFromLittleEndian<quint16>(gif.constData() + 6),
+            qFromLittleEndian<quint16>(gif.constData() + 8)};
+}
+
 }  // namespace
 
 PagePicture PagePictures::read(const QString &address) {
@@ -87,6 +116,8 @@ PagePicture PagePictures::read(const QString &address) {
     picture.format = formatOf(picture.file);
     if (picture.format.isEmpty())
         return {};
+    if (picture.format == "png")
+        picture.file = withoutTexts(picture.file);
     const qint64 start = processorNanoseconds();
     TimedFile device(picture.file, start + _nanosecondsLeft);
     device.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
@@ -94,7 +125,9 @@ PagePicture PagePictures::read(const QString &address) {
     reader.setAutoDetectImageFormat(false);
     const qint64 weight = picture.format == "png" || picture.format == "jpeg" ? 1 : 4;
     const auto cost = [weight](QSize size) { return weight * size.width() * size.height(); };
-    const QSize stated = reader.size();
+    QSize stated = reader.size();
+    if (picture.format == "gif")
+        stated = stated.expandedTo(screenOf(picture.file));
     if (!stated.isEmpty() && cost(stated) <= _pixelsLeft)
         picture.image = reader.read();
     _nanosecondsLeft -= processorNanoseconds() - start;

@@ -29,8 +29,12 @@ private:
     void maximize() {
         controller->window()->showMaximized();
         QTRY_VERIFY(controller->window()->width() > ordinary.width());
-        waitForAnswers();
-        maximized = controller->window()->geometry();
+        const auto isSettled = [this] {
+            maximized = controller->window()->geometry();
+            waitForAnswers();
+            return controller->window()->geometry() == maximized;
+        };
+        QTRY_VERIFY(isSettled());
     }
     // The window manager answers to every step of the folding, to every change by hand, and a late
     // answer undoes what was asked for meanwhile.
@@ -50,11 +54,13 @@ void MaximizedTest::init() {
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
     // The first showing in the process folds the options away.
     QTRY_COMPARE(controller->optionsLabel()->text(), QStringLiteral("Show options"));
-    waitForAnswers();
     ordinary = QRect(200, 150, 650, 480);
-    controller->window()->setGeometry(ordinary);
-    waitForAnswers();
-    QTRY_COMPARE(controller->window()->geometry(), ordinary);
+    const auto isThere = [this] {
+        controller->window()->setGeometry(ordinary);
+        waitForAnswers();
+        return controller->window()->geometry() == ordinary;
+    };
+    QTRY_VERIFY(isThere());
 }
 
 void MaximizedTest::cleanup() {
