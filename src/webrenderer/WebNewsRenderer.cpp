@@ -6,6 +6,7 @@
 #include "LibraryPages.h"
 #include "RequestFilter.h"
 
+#include <QHideEvent>
 #include <QVBoxLayout>
 #include <QWebEngineCookieStore>
 #include <QWebEngineDownloadRequest>
@@ -26,20 +27,29 @@ constexpr int restMilliseconds = 10'000;
 /// with each attempt: a busy computer takes its time, too.
 constexpr int lateMilliseconds = 1000;
 
-// Keys that a page had no use for come here, and end here.
+// Keys that a page had no use for come here, and end here. Starts the rest when it is closed.
 class Surround final : public QWidget {
 public:
-    using QWidget::QWidget;
+    Surround(QWidget *parent, QTimer &rest) : QWidget(parent), _rest(rest) {}
 
 protected:
     void keyPressEvent(QKeyEvent *) override {}
     void keyReleaseEvent(QKeyEvent *) override {}
+    void showEvent(QShowEvent *) override { _rest.stop(); }
+    // The page of a minimised window is out of sight, too, but not done with.
+    void hideEvent(QHideEvent *event) override {
+        if (!event->spontaneous())
+            _rest.start();
+    }
+
+private:
+    QTimer &_rest;
 };
 
 }  // namespace
 
 WebNewsRenderer::WebNewsRenderer(QWidget *parent)
-    : _surround(new Surround(parent)), _view(new EngineView(_surround)) {
+    : _surround(new Surround(parent, _rest)), _view(new EngineView(_surround)) {
     auto *layout = new QVBoxLayout(_surround);
     layout->setContentsMargins({});
     layout->addWidget(_view);
@@ -66,13 +76,6 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent)
     _rest.setSingleShot(true);
     _rest.setInterval(restMilliseconds);
     QObject::connect(&_rest, &QTimer::timeout, _page, [this] { rest(); });
-    QObject::connect(_page, &QWebEnginePage::visibleChanged, &_rest, [this](bool visible) {
-        // The page of a minimised window is out of sight, too, but not done with.
-        if (visible || _surround->window()->isVisible())
-            _rest.stop();
-        else
-            _rest.start();
-    });
     // Once for each item: one that ends every process is not worth more.
     QObject::connect(
         _page, &QWebEnginePage::renderProcessTerminated, _page,

@@ -24,7 +24,7 @@ QString page(const QString &body) {
 
 // The address of a picture in one colour.
 QString picture(QSize size, const QColor &color, const QByteArray &format) {
-    QImage image(size, QImage::Format_RGB32);
+    QImage image(size, QImage::Format_Grayscale8);
     image.fill(color);
     QBuffer buffer;
     image.save(&buffer, format.constData());
@@ -287,12 +287,15 @@ void NavigationTest::anEngineThatDiesShowsItsPageAnew() {
     };
     fixture->load(QStringLiteral("The page"));
     waitFor(QStringLiteral("The page"));
+    // Until then a page that is late is helped.
+    QTest::qWait(1200);
     const qint64 first = fixture->web()->page()->renderProcessPid();
     QVERIFY(kill());
     QTRY_VERIFY(fixture->web()->page()->renderProcessPid() != first);
     waitFor(QStringLiteral("The page"));
 
     // But not for ever.
+    QTest::qWait(1200);
     QSignalSpy ends(fixture->web()->page(), &QWebEnginePage::renderProcessTerminated);
     QSignalSpy loads(fixture->web()->page(), &QWebEnginePage::loadStarted);
     QVERIFY(kill());
@@ -319,9 +322,11 @@ void NavigationTest::aClosedWindowsPageRestsAndAMinimisedOnesDoesNot() {
     QTRY_COMPARE(fixture->web()->page()->lifecycleState(), State::Discarded);
     QTest::qWait(2000);
     QCOMPARE(minimised.web()->page()->lifecycleState(), State::Active);
+    minimised.view.close();
     fixture->view.show();
     waitFor(QStringLiteral("Again"));
     QCOMPARE(fixture->web()->page()->lifecycleState(), State::Active);
+    QTRY_COMPARE(minimised.web()->page()->lifecycleState(), State::Discarded);
 }
 
 void NavigationTest::drawsInTheStandardFontWhereNoneIsNamed() {

@@ -55,9 +55,10 @@ public:
 
     /// The renderer's own widget; the other one is null.
     [[nodiscard]] QWebEngineView *web() const { return _web; }
+    [[nodiscard]] QTextBrowser *browser() const { return _browser; }
+
     /// Whether an element of the engine's page has the keyboard focus, as after a click on it.
     [[nodiscard]] bool hasFocusInPage() const;
-    [[nodiscard]] QTextBrowser *browser() const { return _browser; }
 
 private:
     QWebEngineView *_web = nullptr;
