@@ -12,6 +12,8 @@ constexpr qint64 longestReserve = qint64(64) * 1024 * 1024;
 /// How much Qt reads ahead of us. Without a bound it goes on reading as long as bytes are there,
 /// and hears of nothing else meanwhile: a sender that is fast and never ends would fill the memory
 /// while our giving up waits behind it. An ordinary feed is shorter, so it never waits for us.
+/// Being bounded has Qt pass on smaller pieces, which costs a tenth more, so a body is not that
+/// tells a length within the bound.
 constexpr qint64 longestReadAhead = qint64(4) * 1024 * 1024;
 
 QNetworkRequest networkRequest(const NetworkRequest &request) {
@@ -64,6 +66,7 @@ NetworkTransfer::NetworkTransfer(NetworkRequest sending, QNetworkAccessManager &
     connect(
         reply.get(), &QNetworkReply::redirected, reply.get(),
         [all = reply.get()] { all->setReadBufferSize(longestReadAhead); }, Qt::QueuedConnection);
+    connect(reply.get(), &QNetworkReply::metaDataChanged, this, &NetworkTransfer::trustLength);
     connect(reply.get(), &QIODevice::readyRead, this, &NetworkTransfer::gather);
     connect(reply.get(), &QNetworkReply::finished, this, &NetworkTransfer::finish);
 }
@@ -79,6 +82,15 @@ void NetworkTransfer::cancel() {
     reply->disconnect(this);
     reply->abort();
     cancelRequest(std::move(request));
+}
+
+void NetworkTransfer::trustLength() {
+    if (reply->hasRawHeader("Transfer-Encoding"))
+        return;
+    bool isNumber = false;
+    const qint64 length = reply->rawHeader("Content-Length").toLongLong(&isNumber);
+    if (isNumber && length <= longestReadAhead)
+        reply->setReadBufferSize(0);
 }
 
 void NetworkTransfer::gather() {

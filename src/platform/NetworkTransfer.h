@@ -27,6 +27,7 @@ public:
     void cancel();
 
 private:
+    void trustLength();
     void gather();
     void finish();
     [[nodiscard]] NetworkOutcome outcome();
