@@ -63,6 +63,9 @@ public:
 protected:
     void timerEvent(QTimerEvent *) override {
         rest.stop();
+        // With the manager go its connections, their timers and its inner thread. Not before: the
+        // thread has to hear first that a transfer was given up, or what it holds of it is lost.
+        thread.manager.reset();
         releaseTransferLibraries();
     }
 
@@ -128,7 +131,8 @@ void NetworkThread::startTransfers() {
             completeRequest(std::move(request), {std::nullopt, std::nullopt, refused});
             continue;
         }
-        if (!manager) {
+        // What was trusted before may not be any more.
+        if (!manager || transfers.empty()) {
             manager = std::make_unique<QNetworkAccessManager>();
             manager->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
         }
@@ -139,9 +143,6 @@ void NetworkThread::startTransfers() {
 
 void NetworkThread::dropFinished() {
     transfers.remove_if([](const auto &transfer) { return transfer->hasEnded(); });
-    // With the manager go its connections, their timers and its inner thread.
-    if (transfers.empty())
-        manager.reset();
 }
 
 void NetworkThread::cancelAll() {
