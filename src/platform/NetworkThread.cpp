@@ -131,8 +131,8 @@ void NetworkThread::startTransfers() {
             completeRequest(std::move(request), {std::nullopt, std::nullopt, refused});
             continue;
         }
-        // What was trusted before may not be any more.
-        if (!manager || transfers.empty()) {
+        // One that still waits for its end has connections of what was trusted before.
+        if (transfers.empty()) {
             manager = std::make_unique<QNetworkAccessManager>();
             manager->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
         }
