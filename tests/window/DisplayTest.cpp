@@ -53,21 +53,11 @@ private Q_SLOTS:
     void drawsItemsThatNameNoFontInTheStandardFont();
 
 private:
-    std::shared_ptr<OlvNewsWindowController> shown(const QList<FeedItem> &items) {
-        fixture->serve(items);
-        auto controller = fixture->makeController();
-        controller->showWindow();
-        if (!QTest::qWaitFor([&controller] { return controller->window()->isVisible(); }))
-            qFatal("not shown");
-        QTest::qWait(300);  // the window has become key by now, whatever the platform tells
-        return controller;
-    }
-
     std::unique_ptr<WindowFixture> fixture;
 };
 
 void DisplayTest::wrapsAroundATwelveItemList() {
-    const auto controller = shown(WindowFixture::items(12));
+    const auto controller = fixture->shown(WindowFixture::items(12));
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 12"));
     QTest::mouseClick(controller->previousItem(), Qt::LeftButton);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("12 / 12"));
@@ -81,7 +71,7 @@ void DisplayTest::wrapsAroundATwelveItemList() {
 }
 
 void DisplayTest::oneItemLeavesNowhereToGo() {
-    const auto controller = shown(WindowFixture::items(1));
+    const auto controller = fixture->shown(WindowFixture::items(1));
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 1"));
     QVERIFY(!controller->previousItem()->isEnabled());
     QVERIFY(!controller->nextItem()->isEnabled());
@@ -93,7 +83,7 @@ void DisplayTest::oneItemLeavesNowhereToGo() {
 void DisplayTest::showsExactlyTheItemsHtml() {
     auto items = WindowFixture::items(2);
     items[0].html = QStringLiteral("<h1>Only this</h1>");
-    const auto controller = shown(items);
+    const auto controller = fixture->shown(items);
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<h1>Only this</h1>"));
     const auto *browser = controller->webView()->findChild<QTextBrowser *>();
     QVERIFY(browser);
@@ -123,7 +113,7 @@ void DisplayTest::saysThatRetrievingFailed() {
     fixture->server().setReply(broken);
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     QFile::remove(folder + QStringLiteral("/com.Olvane.Pelorin/PelorinNews.xml"));
-    const auto controller = shown({});
+    const auto controller = fixture->shown({});
     QTRY_COMPARE(controller->webView()->outerHTML(),
                  WindowFixture::localized("StatusErrorRetrievingContent"));
     QCOMPARE(controller->itemIndicator()->text(), QString());
@@ -132,7 +122,7 @@ void DisplayTest::saysThatRetrievingFailed() {
 }
 
 void DisplayTest::speaksTheItemsPlainText() {
-    const auto controller = shown(WindowFixture::items(2));
+    const auto controller = fixture->shown(WindowFixture::items(2));
     QTRY_COMPARE(spoken(*controller), QStringLiteral("Plain 1"));
     controller->onNextItem();
     QTRY_COMPARE(spoken(*controller), QStringLiteral("Plain 2"));
@@ -143,7 +133,7 @@ void DisplayTest::speaksTheItemsPlainText() {
 
 void DisplayTest::speaksTheFixedTitleWhenContentIsNotToBeRead() {
     fixture->prefer(QStringLiteral("newsReadItemContent"), false);
-    const auto controller = shown(WindowFixture::items(2));
+    const auto controller = fixture->shown(WindowFixture::items(2));
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     QCOMPARE(spoken(*controller), WindowFixture::localized("WebViewAccessibilityTitle"));
     controller->onNextItem();
@@ -188,7 +178,7 @@ void DisplayTest::setsUpTheControls() {
 }
 
 void DisplayTest::aSecondWindowTakesOverTheOptionsAsTheyAre() {
-    const auto first = shown(WindowFixture::items(2));
+    const auto first = fixture->shown(WindowFixture::items(2));
     QTRY_VERIFY(first->displayContentFrom()->isHidden());
     first->onOptionsButton();
     QTRY_COMPARE(first->optionsLabel()->text(), WindowFixture::localized("SettingsHideOptions"));
@@ -210,7 +200,7 @@ void DisplayTest::aSecondWindowTakesOverTheOptionsAsTheyAre() {
 }
 
 void DisplayTest::theTriangleOfASecondWindowNeverPointsTheWrongWay() {
-    const auto first = shown(WindowFixture::items(2));
+    const auto first = fixture->shown(WindowFixture::items(2));
     const auto second = fixture->makeController();
     second->showWindow();
     QTRY_COMPARE(second->itemIndicator()->text(), QStringLiteral("1 / 2"));
@@ -243,7 +233,7 @@ void DisplayTest::storesShowOnStartOnlyForAFullCheck() {
 }
 
 void DisplayTest::assistiveTechnologiesActWithTheSameEffect() {
-    const auto controller = shown(WindowFixture::items(2));
+    const auto controller = fixture->shown(WindowFixture::items(2));
     const auto act = [](QWidget *control, const QString &action) {
         QAccessible::queryAccessibleInterface(control)->actionInterface()->doAction(action);
     };
@@ -262,7 +252,7 @@ void DisplayTest::assistiveTechnologiesActWithTheSameEffect() {
 
 void DisplayTest::withoutOutletsEveryOperationIsHarmless() {
     fixture->prefer(QStringLiteral("newsFilter"), 1);
-    const auto controller = shown(WindowFixture::items(2));
+    const auto controller = fixture->shown(WindowFixture::items(2));
     delete controller->webView();
     delete controller->previousItem();
     delete controller->nextItem();
@@ -286,7 +276,7 @@ void DisplayTest::withoutOutletsEveryOperationIsHarmless() {
 }
 
 void DisplayTest::theLastOfSeveralDisplaysWins() {
-    const auto controller = shown(WindowFixture::items(5));
+    const auto controller = fixture->shown(WindowFixture::items(5));
     controller->onNextItem();
     controller->onNextItem();
     controller->onNextItem();
@@ -296,7 +286,7 @@ void DisplayTest::theLastOfSeveralDisplaysWins() {
 }
 
 void DisplayTest::theItemComesAfterTheEventThatAskedForIt() {
-    const auto controller = shown(WindowFixture::items(2));
+    const auto controller = fixture->shown(WindowFixture::items(2));
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     controller->onNextItem();
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("2 / 2"));
@@ -309,7 +299,7 @@ void DisplayTest::theItemComesAfterTheEventThatAskedForIt() {
 void DisplayTest::drawsItemsThatNameNoFontInTheStandardFont() {
     auto items = WindowFixture::items(1);
     items[0].html = QStringLiteral("<p>Plain</p><p style='font-family:Courier'>Typed</p>");
-    const auto controller = shown(items);
+    const auto controller = fixture->shown(items);
     QTRY_COMPARE(controller->webView()->outerHTML(), items[0].html);
     const auto *browser = controller->webView()->findChild<QTextBrowser *>();
     QVERIFY(browser);

@@ -29,15 +29,6 @@ private Q_SLOTS:
     void withoutAChoiceTheStoredOneIsAppliedAgain();
 
 private:
-    std::shared_ptr<OlvNewsWindowController> shown(const QList<FeedItem> &items) {
-        fixture->serve(items);
-        auto controller = fixture->makeController();
-        controller->showWindow();
-        if (!QTest::qWaitForWindowActive(controller->window(), testPatience))
-            qFatal("not shown");
-        return controller;
-    }
-
     std::unique_ptr<WindowFixture> fixture;
 };
 
@@ -96,7 +87,7 @@ void FilterTest::tellsWhyNothingPassesTheFilter() {
     auto items = WindowFixture::items(2);
     for (FeedItem &item : items)
         item.date = item.date.addDays(-31);
-    const auto controller = shown(items);
+    const auto controller = fixture->shown(items);
     QTRY_COMPARE(controller->webView()->ownValue(), QStringLiteral("Plain 1"));
     controller->newsCache().setLastViewing(QDateTime::currentDateTimeUtc());
     fixture->prefer(QStringLiteral("newsFilter"), filter);
@@ -115,7 +106,7 @@ void FilterTest::filterChangesStartAgainAtTheFirstItem() {
     auto items = WindowFixture::items(4);
     items[2].category = QStringLiteral("mac pelorin critical");
     fixture->prefer(QStringLiteral("newsFilter"), 2);
-    const auto controller = shown(items);
+    const auto controller = fixture->shown(items);
     controller->onNextItem();
     controller->displayContentType()->setCurrentIndex(1);
     Q_EMIT controller->displayContentType()->activated(1);
@@ -136,7 +127,7 @@ void FilterTest::agesCountToTheSecondAndChoicesReplaceEachOther() {
     items[1].date = now.addDays(-30).addSecs(-600);
     fixture->prefer(QStringLiteral("newsLastViewing"), now);
     fixture->prefer(QStringLiteral("newsFilter"), 3);
-    const auto controller = shown(items);
+    const auto controller = fixture->shown(items);
     const auto countAfterChoosing = [&controller](int row) {
         controller->displayContentFrom()->setCurrentIndex(row);
         Q_EMIT controller->displayContentFrom()->activated(row);
@@ -156,7 +147,7 @@ void FilterTest::agesCountToTheSecondAndChoicesReplaceEachOther() {
 void FilterTest::anUnknownFilterSelectsNothingAndFiltersAsAll() {
     fixture->prefer(QStringLiteral("newsFilter"), 0);
     fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
-    const auto controller = shown(WindowFixture::items(3));
+    const auto controller = fixture->shown(WindowFixture::items(3));
     QCOMPARE(controller->displayContentFrom()->currentIndex(), -1);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 3"));
 }
@@ -175,7 +166,7 @@ void FilterTest::withoutAChoiceTheStoredOneIsAppliedAgain() {
     for (FeedItem &item : items)
         item.category += QStringLiteral(" critical");
     items[3].date = items[3].date.addDays(-31);
-    const auto controller = shown(items);
+    const auto controller = fixture->shown(items);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 3"));
     // Another view than the stored one, so that applying that one again is seen.
     controller->newsCache().setFilterTimeInterval(0);

@@ -101,6 +101,15 @@ std::shared_ptr<OlvNewsWindowController> WindowFixture::makeController() {
     return controller;
 }
 
+std::shared_ptr<OlvNewsWindowController> WindowFixture::shown(const QList<FeedItem> &items) {
+    serve(items);
+    auto controller = makeController();
+    controller->showWindow();
+    if (!QTest::qWaitForWindowActive(controller->window(), testPatience))
+        qFatal("not shown");
+    return controller;
+}
+
 void WindowFixture::settle(const OlvNewsWindowController &controller) {
     if (!QTest::qWaitFor([&controller] { return !controller.newsCache().retrievingContent(); },
                          20000))

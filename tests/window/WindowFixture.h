@@ -42,6 +42,9 @@ public:
     /// `showOnStart` off it is a background refresh.
     [[nodiscard]] std::shared_ptr<OlvNewsWindowController> makeController();
 
+    /// A controller whose window shows `items`, active.
+    [[nodiscard]] std::shared_ptr<OlvNewsWindowController> shown(const QList<FeedItem> &items);
+
     /// A controller whose first refresh may still be under way.
     [[nodiscard]] std::shared_ptr<OlvNewsWindowController> beginController(
         const QString &windowNibName = QStringLiteral("OlvNewsWindowController"));
