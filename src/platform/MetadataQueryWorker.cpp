@@ -136,23 +136,18 @@ void MetadataQueryWorker::mountsChanged() {
     const MountTable before = scope.mountTable();
     const std::vector<QByteArray> rootsBefore = scope.roots(pattern);
     scope.setMounts(MountTable::current());
-    const auto wasMounted = [](const MountTable &table, const MountTable::Mount &mount) {
-        return std::any_of(table.mounts().begin(), table.mounts().end(), [&](const auto &other) {
-            return other.id == mount.id && other.mountPoint == mount.mountPoint;
-        });
-    };
     std::vector<QByteArray> changed;
     const std::vector<QByteArray> roots = scope.roots(pattern);
     for (const QByteArray &root : roots) {
         const MountTable::Mount *mount = scope.mountTable().mountOf(root);
         const bool isKnown =
             std::find(rootsBefore.begin(), rootsBefore.end(), root) != rootsBefore.end();
-        if (!isKnown || (mount && !wasMounted(before, *mount)))
+        if (!isKnown || (mount && !before.holds(*mount)))
             changed.push_back(root);
     }
     // Where a mount has gone, what it covered is to be seen again.
     for (const MountTable::Mount &mount : before.mounts()) {
-        if (!wasMounted(scope.mountTable(), mount) &&
+        if (!scope.mountTable().holds(mount) &&
             scope.contains(joined(mount.mountPoint, {}), pattern))
             changed.push_back(mount.mountPoint);
     }

@@ -98,6 +98,13 @@ const MountTable::Mount *MountTable::mountOf(const QByteArray &path) const {
     return found;
 }
 
+bool MountTable::holds(const Mount &mount) const {
+    return std::any_of(entries.begin(), entries.end(), [&mount](const Mount &held) {
+        return held.id == mount.id && held.mountPoint == mount.mountPoint &&
+               held.device == mount.device && held.root == mount.root;
+    });
+}
+
 bool MountTable::isAtOrBelow(const QByteArray &inner, const QByteArray &outer) {
     if (!inner.startsWith(outer))
         return false;

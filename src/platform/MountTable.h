@@ -32,6 +32,10 @@ public:
     /// The mount that `path` (absolute, without symbolic links) lies on, null where none is known.
     [[nodiscard]] const Mount *mountOf(const QByteArray &path) const;
 
+    /// Whether `mount` is here too, of the same files at the same place. Its number alone does not
+    /// tell: the kernel gives one that is free to the next mount.
+    [[nodiscard]] bool holds(const Mount &mount) const;
+
     /// Whether the path `inner` is `outer` or lies below it; by text alone.
     static bool isAtOrBelow(const QByteArray &inner, const QByteArray &outer);
 

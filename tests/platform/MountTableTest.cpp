@@ -13,6 +13,8 @@ private Q_SLOTS:
     void passesOverAMountThatAnotherCovers();
     void readsNamesWithSpaces();
     void findsTheMountOfAPath();
+    void knowsAMountAgain_data();
+    void knowsAMountAgain();
     void leavesOutLinesThatAreNotWhole();
     void readsTheTableOfThisProcess();
 };
@@ -95,6 +97,23 @@ void MountTableTest::findsTheMountOfAPath() {
     QCOMPARE(table.mountOf("/homes")->id, 1);
     QCOMPARE(table.mountOf("/")->id, 1);
     QVERIFY(!MountTable().mountOf("/"));
+}
+
+void MountTableTest::knowsAMountAgain_data() {
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<bool>("held");
+    QTest::newRow("the same") << QByteArray("2 1 8:1 /a /mnt ro - ext4 /dev/sda1 ro") << true;
+    QTest::newRow("another number") << QByteArray("3 1 8:1 /a /mnt rw - ext4 x rw") << false;
+    QTest::newRow("another place") << QByteArray("2 1 8:1 /a /srv rw - ext4 x rw") << false;
+    QTest::newRow("another disk") << QByteArray("2 1 8:2 /a /mnt rw - ext4 x rw") << false;
+    QTest::newRow("another folder") << QByteArray("2 1 8:1 /b /mnt rw - ext4 x rw") << false;
+    QTest::newRow("nothing") << QByteArray() << false;
+}
+
+void MountTableTest::knowsAMountAgain() {
+    QFETCH(QByteArray, line);
+    const MountTable before = MountTable::parse("2 1 8:1 /a /mnt rw - ext4 /dev/sda1 rw");
+    QTEST(MountTable::parse(line).holds(before.mounts().front()), "held");
 }
 
 void MountTableTest::leavesOutLinesThatAreNotWhole() {
