@@ -5,13 +5,24 @@
 namespace pelorinnews {
 
 /// Who the host is, stated through `NewsPlugin::setHostIdentity` before a controller is created.
-/// Each field may be absent (a null text); the module then finds out for itself as far as it can.
+/// Each field may be absent (a null text); what then takes its place is told beside it.
 struct HostIdentity {
-    /// Names the host's data folder and file cache, in reverse-domain form: "com.Olvane.Pelorin".
+    /// The name of the host's desktop file, without ".desktop", in reverse-domain form:
+    /// "com.Olvane.Pelorin". Names the folders of the feed's copy and of the notifications' list;
+    /// notifications bear it as their sender's desktop entry; and where the host is installed for
+    /// the whole system, copies of it are known by the desktop file of this name.
+    ///
+    /// Absent: the Flatpak's identifier, the desktop file's name that the application object bears,
+    /// the organisation's domain, reversed, with the application's name, or the executable's name,
+    /// whichever is there first.
     QString bundleIdentifier;
     /// Folder of the preferences file below the user's configuration folder: "Olvane".
+    ///
+    /// Absent: the application object's. Where that is empty too, the file lies in the
+    /// configuration folder itself, by the name of the bundle identifier, and `applicationName`
+    /// has no effect.
     QString organizationName;
-    /// Name of the preferences file, without ".conf": "Pelorin".
+    /// Name of the preferences file, without ".conf": "Pelorin". Absent: the application object's.
     QString applicationName;
 };
 

@@ -26,8 +26,9 @@ public:
     /// once, before releasing the controller: without it the refresh timer keeps the panel alive.
     virtual void exit() = 0;
 
-    /// Takes the logger that receives the panel's messages; null switches logging off. Set it once,
-    /// right after creation: messages from before are dropped.
+    /// Takes the logger that is told of each refresh that got no feed, in one error message, and of
+    /// nothing else; null switches logging off. Set it once, right after creation: messages from
+    /// before are dropped.
     virtual void setLogger(std::shared_ptr<OlvLogger> logger) = 0;
 
     /// Keeps `delegate` alive until another is set or the controller goes. The panel never calls

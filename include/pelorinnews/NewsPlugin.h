@@ -32,6 +32,10 @@ public:
     ///
     /// On failure with a place for the error: stores it there and returns null. On failure without
     /// one: may return a controller whose operations do nothing. On success `error` is untouched.
+    ///
+    /// Fails where there is no `QApplication`, or off the main thread. The error has the domain
+    /// "com.Olvane.PelorinNews.ErrorDomain", the code -1, and its text under
+    /// `Error::underlyingErrorKey()` alone, so that `Error::description()` does not tell it.
     virtual std::shared_ptr<NewsController> init(Error *error = nullptr) = 0;
 
     /// The process's notification centre, for notifications of the host's own. Ask for it once the

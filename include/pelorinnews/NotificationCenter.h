@@ -64,7 +64,7 @@ protected:
 ///
 /// Every operation may be called from any thread and returns at once, whatever the desktop's
 /// notification service does; only `flush` waits. Nothing is reported as failed: what the desktop
-/// cannot be told now it is told later, and what it refuses leaves the list.
+/// cannot be told now it is told later, as far as it is kept, and what it refuses leaves the list.
 class NotificationCenter {
 public:
     virtual ~NotificationCenter() = default;
@@ -72,7 +72,8 @@ public:
     NotificationCenter &operator=(const NotificationCenter &) = delete;
 
     /// Delivers `notification` (its identity is ignored, every call delivers a new one). Where no
-    /// notification service runs, it is kept until one does.
+    /// notification service runs, it is kept until one does; at most the newest 16 wait so, and an
+    /// older one leaves the list unseen.
     virtual void deliverNotification(const UserNotification &notification) = 0;
 
     /// What stands, and what is on its way there, in the order of delivery: a snapshot. Includes
