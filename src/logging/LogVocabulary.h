@@ -4,8 +4,11 @@
 
 namespace pelorinnews::LogVocabulary {
 
-// Every message that the panel logs, as a format for `logMessage`. People and programs search logs
-// for these texts, so they stay as they are, odd spaces, hyphens and operation names included.
+// Every message of the module, as a format for `logMessage`. People and programs search logs for
+// these texts, so they stay as they are, odd spaces, hyphens and operation names included.
+//
+// The host's logger receives the first two alone: the panel does not hand it to the news cache,
+// whose messages the others are.
 
 /// Error; argument: the error given to the completion of the refresh that may open the window.
 inline constexpr QStringView refreshContentShowingWindowFailed =

@@ -12,10 +12,11 @@ namespace pelorinnews {
 /// A live search for the file-system entries whose names match: gathers those that exist, then
 /// follows what comes and goes, until it is stopped or destroyed.
 ///
-/// Where the desktop's file index answers, it is asked and listened to; what it does not cover is
-/// walked in the background, once, and then watched where applications are kept and where matches
-/// were found. News are told by `MetadataQueryCenter`, on the main thread. No call waits for the
-/// search. Set it up and start it on the main thread; every other call is for any thread.
+/// Where the desktop's file index answers, it is asked and listened to. The whole scope, what the
+/// index covers included, is walked in the background, once, and later what is mounted or appears;
+/// it is watched where applications are kept and where matches were found. News are told by
+/// `MetadataQueryCenter`, on the main thread. No call waits for the search. Set it up and start it
+/// on the main thread; every other call is for any thread.
 class MetadataQuery {
 public:
     MetadataQuery();

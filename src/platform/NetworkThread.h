@@ -15,8 +15,8 @@ namespace pelorinnews {
 
 class NetworkTransfer;
 
-/// The thread on which a loader's transfers run. It starts with the first request; while no
-/// transfer is under way it holds no connection and no timer.
+/// The thread on which a loader's transfers run. It starts with the first request; from a second
+/// after the last transfer on it holds no connection and no timer.
 class NetworkThread final : public QThread {
 public:
     explicit NetworkThread(qint64 longestBody);

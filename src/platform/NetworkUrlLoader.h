@@ -15,8 +15,8 @@ class NetworkThread;
 /// - HTTP/1.1 over TCP or TLS and `file:`, of which only regular files. Redirects are followed,
 ///   never from HTTPS to HTTP and never out of HTTP. Certificates are checked as the host's
 ///   default TLS configuration says.
-/// - Nothing is kept between requests: no response cache, no cookies, no credentials, and no
-///   connection once no request is under way. Between requests the thread sleeps without timers.
+/// - Nothing is kept between requests: no response cache, no cookies, no credentials. A second
+///   after the last request its connections are closed, and the thread sleeps without timers.
 /// - A body that ends before its claimed length, or on TLS before its last chunk, is an error. Over
 ///   plain HTTP, Qt may take the connection's end for the last chunk. Bodies are asked for
 ///   uncompressed, because a compressed one could not be checked so.

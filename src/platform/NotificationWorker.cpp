@@ -135,8 +135,8 @@ void NotificationWorker::present() {
     if (presenting || !list->hasWaiting())
         return;
     presenting = true;
-    // Asked before each delivery: a server that hangs gets nothing to show later that was taken
-    // back in the meantime.
+    // Asked before the first of those that wait; each other one goes when the one before it was
+    // answered. A server that hangs gets nothing to show later that was taken back in the meantime.
     server->askCapabilities([this, asked = generation](const auto &capabilities) {
         if (asked != generation)
             return;

@@ -21,7 +21,7 @@ namespace pelorinnews {
 /// | key                   | type    | default                                            |
 /// |-----------------------|---------|----------------------------------------------------|
 /// | "newsShowOnStart"     | boolean | yes                                                |
-/// | "newsFeedBaseURL"     | text    | the maker's feed service                           |
+/// | "newsFeedBaseURL"     | text    | a placeholder that answers nowhere                 |
 /// | "newsTypeFilter"      | integer | 1, all types; 2 is critical                        |
 /// | "newsFilter"          | integer | 3, unread; 1 is all, 2 is recent                   |
 /// | "newsFeedLocale"      | text    | the user's first preferred language                |
