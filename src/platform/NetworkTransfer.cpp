@@ -1,6 +1,8 @@
 #include "NetworkTransfer.h"
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 namespace pelorinnews {
 
@@ -11,10 +13,12 @@ constexpr qint64 longestReserve = qint64(64) * 1024 * 1024;
 
 /// How much Qt reads ahead of us. Without a bound it goes on reading as long as bytes are there,
 /// and hears of nothing else meanwhile: a sender that is fast and never ends would fill the memory
-/// while our giving up waits behind it. An ordinary feed is shorter, so it never waits for us.
-/// Being bounded has Qt pass on smaller pieces, which costs a tenth more, so a body is not that
-/// tells a length within the bound.
-constexpr qint64 longestReadAhead = qint64(4) * 1024 * 1024;
+/// while our giving up waits behind it.
+constexpr int longestReadAhead = 4 * 1024 * 1024;
+
+/// How long a piece waits for others to come with it. Qt tells of every 4 KB by itself; waking for
+/// each would cost a feed of 3 MB a sixth more processor.
+constexpr auto pieceDelay = std::chrono::milliseconds(1);
 
 QNetworkRequest networkRequest(const NetworkRequest &request) {
     constexpr int longestTimeout = 24 * 60 * 60;
@@ -25,6 +29,9 @@ QNetworkRequest networkRequest(const NetworkRequest &request) {
     network.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     // Qt checks no length of a body that it decompresses, so a cut one would pass for whole.
     network.setRawHeader("Accept-Encoding", "identity");
+    // A body whose length is told is read to its place at once, not through a list of pieces. That
+    // saves a tenth of a refresh. It is Qt's own affair: a Qt that does not know it does without.
+    network.setAttribute(QNetworkRequest::MaximumDownloadBufferSizeAttribute, longestReadAhead);
     network.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     network.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     network.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
@@ -66,8 +73,10 @@ NetworkTransfer::NetworkTransfer(NetworkRequest sending, QNetworkAccessManager &
     connect(
         reply.get(), &QNetworkReply::redirected, reply.get(),
         [all = reply.get()] { all->setReadBufferSize(longestReadAhead); }, Qt::QueuedConnection);
-    connect(reply.get(), &QNetworkReply::metaDataChanged, this, &NetworkTransfer::trustLength);
-    connect(reply.get(), &QIODevice::readyRead, this, &NetworkTransfer::gather);
+    connect(reply.get(), &QIODevice::readyRead, this, [this] {
+        gather();
+        std::this_thread::sleep_for(pieceDelay);
+    });
     connect(reply.get(), &QNetworkReply::finished, this, &NetworkTransfer::finish);
 }
 
@@ -82,15 +91,6 @@ void NetworkTransfer::cancel() {
     reply->disconnect(this);
     reply->abort();
     cancelRequest(std::move(request));
-}
-
-void NetworkTransfer::trustLength() {
-    if (reply->hasRawHeader("Transfer-Encoding"))
-        return;
-    bool isNumber = false;
-    const qint64 length = reply->rawHeader("Content-Length").toLongLong(&isNumber);
-    if (isNumber && length <= longestReadAhead)
-        reply->setReadBufferSize(0);
 }
 
 void NetworkTransfer::gather() {

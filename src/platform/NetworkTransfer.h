@@ -27,7 +27,6 @@ public:
     void cancel();
 
 private:
-    void trustLength();
     void gather();
     void finish();
     [[nodiscard]] NetworkOutcome outcome();
