@@ -10,12 +10,12 @@ function(pelorin_watches_the_disk)
 endfunction()
 
 # pelorin_test(<name> SOURCES <file>... [LIBS <target>...] [LABELS <label>...] [TIMEOUT <s>]
-#              [SESSION] [DISPLAY])
+#              [SESSION] [DISPLAY | WAYLAND])
 #
 # One executable, one entry of CTest. SESSION gives it a D-Bus session of its own, DISPLAY an Xvfb
-# with a window manager. In a sanitized build the entry is called "<preset>.<name>".
+# with a window manager, WAYLAND a compositor. In a sanitized build the entry is called "<preset>.<name>".
 function(pelorin_test name)
-    cmake_parse_arguments(ARG "SESSION;DISPLAY" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "SESSION;DISPLAY;WAYLAND" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
     set(target test_${name})
     add_executable(${target} ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE ${ARG_LIBS} pelorin_testsupport pelorin_options Qt6::Test)
@@ -27,6 +27,9 @@ function(pelorin_test name)
     set(command $<TARGET_FILE:${target}>)
     if(ARG_DISPLAY)
         set(command ${CMAKE_SOURCE_DIR}/tests/support/with-display ${command})
+    endif()
+    if(ARG_WAYLAND)
+        set(command ${CMAKE_SOURCE_DIR}/tests/support/with-wayland ${command})
     endif()
     if(ARG_SESSION)
         set(command ${CMAKE_SOURCE_DIR}/tests/support/with-session ${command})

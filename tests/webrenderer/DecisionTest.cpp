@@ -36,6 +36,7 @@ namespace {
 constexpr int patience = 60000;
 const QString host = QStringLiteral(PELORIN_HOST);
 const QString engineHost = QStringLiteral(PELORIN_ENGINE_HOST);
+const QString wayland = QStringLiteral(PELORIN_WITH_WAYLAND);
 const QString plugins = QStringLiteral(PELORIN_APP_DIR "/lib/pelorin");
 
 QByteArray contentOf(const QString &path) {
@@ -112,6 +113,11 @@ void DecisionTest::givesTheRendererThatIsSafe_data() {
     const QString painted = QStringLiteral("--painted");
     row("a host that shares", host, {share, painted, plugin, plugins}, {}, "web");
     row("a host that does not", host, {painted, plugin, plugins}, {}, "web");
+    row("on Wayland, a host that shares", wayland, {host, share, painted, plugin, plugins}, {},
+        "web");
+    row("on Wayland, a host that does not", wayland, {host, painted, plugin, plugins}, {}, "web");
+    row("on Wayland, no GL", wayland, {host, plugin, plugins},
+        {QStringLiteral("QT_WAYLAND_CLIENT_BUFFER_INTEGRATION=none")}, "text");
     row("no plug-in", host, {share, plugin, QStringLiteral("/nonexistent")}, {}, "text");
     row("no display", host, {plugin, plugins}, offscreen, "text");
     row("no display, a host that shares", host, {share, plugin, plugins}, offscreen, "text");

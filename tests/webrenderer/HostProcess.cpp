@@ -6,7 +6,7 @@
 // --leave      ends while the page is loading
 // --quit       ends by exit(), with everything alive
 // --register   makes the items' scheme known to the engine, as a host may that uses it itself
-// --painted    ends well only once the page is on the screen
+// --painted    ends well only once the page is on the screen, as far as this process can see
 
 #include "OlvNewsWebView.h"
 
@@ -32,8 +32,11 @@ namespace {
 
 constexpr QRgb background = 0xff20c040;
 
-bool isPainted(const QWidget &view) {
-    const QPixmap shot = view.screen()->grabWindow(view.winId(), 250, 150, 1, 1);
+bool isPainted(QWidget &view) {
+    // A program on Wayland does not see the screen, only what it draws itself.
+    const QPixmap shot = QGuiApplication::platformName() == QLatin1String("wayland")
+                             ? view.grab({250, 150, 1, 1})
+                             : view.screen()->grabWindow(view.winId(), 250, 150, 1, 1);
     return !shot.isNull() && shot.toImage().pixel(0, 0) == background;
 }
 
