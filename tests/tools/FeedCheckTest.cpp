@@ -98,6 +98,20 @@ private Q_SLOTS:
         QVERIFY(outcome.errors.isEmpty());
     }
 
+    void theGuidesFeedHasNothingToMend() {
+        QFile guide(QStringLiteral(PELORIN_TEST_DATA "/../../docs/feed.md"));
+        QVERIFY(guide.open(QFile::ReadOnly));
+        const QByteArray text = guide.readAll();
+        const QByteArray opening = "```xml\n";
+        const qsizetype start = text.indexOf(opening) + opening.size();
+        const QByteArray example = text.mid(start, text.indexOf("```", start) - start);
+        QVERIFY(example.startsWith("<?xml"));
+        const Outcome outcome = check({"-"}, example);
+        QCOMPARE(outcome.exitCode, 0);
+        QVERIFY2(outcome.report().endsWith(QLatin1String("There is nothing to mend.\n")),
+                 outcome.output.constData());
+    }
+
     void anAbsentResultIsANullLanguageWithoutItems() {
         const Outcome outcome = check({"--json", "-"}, feed(item("a"), ""));
         QCOMPARE(outcome.exitCode, 1);
