@@ -48,14 +48,15 @@ private:
 
 }  // namespace
 
-WebNewsRenderer::WebNewsRenderer(QWidget *parent)
-    : _surround(new Surround(parent, _rest)), _view(new EngineView(_surround)) {
+WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _surround(new Surround(parent, _rest)) {
+    auto *view = new EngineView(_surround);
+    _view = view;
     auto *layout = new QVBoxLayout(_surround);
     layout->setContentsMargins({});
-    layout->addWidget(_view);
+    layout->addWidget(view);
     // Without a name a profile keeps nothing on disk. It must outlive its page, hence the order of
     // the deletions below.
-    auto *profile = new QWebEngineProfile(_view);
+    auto *profile = new QWebEngineProfile(view);
     profile->setHttpCacheType(QWebEngineProfile::MemoryHttpCache);
     profile->setPersistentCookiesPolicy(QWebEngineProfile::NoPersistentCookies);
     profile->cookieStore()->setCookieFilter([](const auto &) { return false; });
@@ -67,9 +68,9 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent)
     profile->installUrlSchemeHandler(ItemSchemeHandler::scheme(), _handler);
     _page = new ItemPage(profile, profile);
     _page->setBackgroundColor(Qt::white);
-    _view->setFocusPolicy(Qt::NoFocus);
-    _view->setPage(_page);
-    _view->setContextMenuPolicy(Qt::NoContextMenu);
+    view->setFocusPolicy(Qt::NoFocus);
+    view->setPage(_page);
+    view->setContextMenuPolicy(Qt::NoContextMenu);
 
     _late.setSingleShot(true);
     QObject::connect(&_late, &QTimer::timeout, _page, [this] { helpALateItem(); });

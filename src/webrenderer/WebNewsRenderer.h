@@ -8,7 +8,6 @@
 
 namespace pelorinnews {
 
-class EngineView;
 class ItemPage;
 class ItemSchemeHandler;
 
@@ -31,7 +30,8 @@ private:
     void helpALateItem();
 
     QPointer<QWidget> _surround;
-    QPointer<EngineView> _view;
+    /// The engine's view, as what it still is when it is asked for while it is being destroyed.
+    QPointer<QWidget> _view;
     QPointer<ItemPage> _page;
     ItemSchemeHandler *_handler = nullptr;
     QTimer _rest;
