@@ -27,6 +27,10 @@ OlvNewsWindow::OlvNewsWindow(QWidget *parent) : QWidget(parent, Qt::Window) {
     setAttribute(Qt::WA_QuitOnClose, false);
 }
 
+OlvNewsWindow::~OlvNewsWindow() {
+    Q_EMIT ending();
+}
+
 bool OlvNewsWindow::performKeyEquivalent(const QKeyEvent &event) {
     if (!isKeyEquivalent(event, escapeKeyEquivalent) && !isKeyEquivalent(event, closeKeyEquivalent))
         return false;

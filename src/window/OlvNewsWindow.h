@@ -16,6 +16,7 @@ class OlvNewsWindow final : public QWidget {
 
 public:
     explicit OlvNewsWindow(QWidget *parent = nullptr);
+    ~OlvNewsWindow() override;
 
     /// Handles the closing keys; says whether the event was handled.
     bool performKeyEquivalent(const QKeyEvent &event);
@@ -28,6 +29,11 @@ public:
     void makeKeyAndOrderFront();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
+
+Q_SIGNALS:
+    /// The window is being destroyed, and still whole. Later it tells of its closing once more, as
+    /// the plain widget that is left then.
+    void ending();
 
 protected:
     bool event(QEvent *event) override;

@@ -61,9 +61,6 @@ OlvNewsWindowController::OlvNewsWindowController(QString windowNibName, WindowSe
 OlvNewsWindowController::~OlvNewsWindowController() {
     forgetOwnerless(this);
     _optionsFold.reset();
-    // A window that is still open closes while it is destroyed, which is no event of ours any more.
-    if (_loadedWindow)
-        _loadedWindow->removeEventFilter(this);
     delete _loadedWindow;
 }
 
@@ -132,6 +129,7 @@ void OlvNewsWindowController::loadWindow() {
         return;
     _loadedWindow = made.release();
     _loadedWindow->installEventFilter(this);
+    connect(_loadedWindow, &OlvNewsWindow::ending, this, [this] { _loadedWindow.clear(); });
     centre(*_loadedWindow);
     connectOutlets();
     windowDidLoad();
