@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QList>
 #include <QPoint>
+#include <QVariant>
 
 #include <functional>
 
@@ -56,6 +57,10 @@ public:
     /// The renderer's own widget; the other one is null.
     [[nodiscard]] QWebEngineView *web() const { return _web; }
     [[nodiscard]] QTextBrowser *browser() const { return _browser; }
+
+    /// What `script` comes to in the engine's page, in a world in which scripts run although those
+    /// of the page do not.
+    QVariant evaluated(const QString &script) const;
 
     /// Whether an element of the engine's page has the keyboard focus, as after a click on it.
     [[nodiscard]] bool hasFocusInPage() const;
