@@ -43,8 +43,9 @@ RendererFixture::~RendererFixture() {
 NavigationDecision RendererFixture::webViewDecidePolicyForNavigationAction(NavigationType type,
                                                                            const QUrl &url) {
     questions.append({type, url.toString(QUrl::FullyEncoded)});
-    return type == NavigationType::LinkClicked ? NavigationDecision::Ignore
-                                               : NavigationDecision::Use;
+    return type == NavigationType::LinkClicked || refuses(questions.last().address)
+               ? NavigationDecision::Ignore
+               : NavigationDecision::Use;
 }
 
 void RendererFixture::load(const QString &html) {

@@ -19,8 +19,8 @@ namespace pelorinnews::test {
 enum class Painter { Web, Text };
 
 /// A content view on the screen, with the renderer asked for, and a record of what its pages ask
-/// the policy delegate. It answers as the window controller does: a clicked link is refused,
-/// everything else is allowed.
+/// the policy delegate. It answers as the window controller does, unless told to refuse more: a
+/// clicked link is refused, everything else is allowed.
 class RendererFixture final : public NavigationPolicyDelegate {
 public:
     explicit RendererFixture(Painter painter);
@@ -33,6 +33,9 @@ public:
         bool operator==(const Question &) const = default;
     };
     QList<Question> questions;
+
+    /// Which addresses it refuses however they are reached; none at first.
+    std::function<bool(const QString &address)> refuses = [](const QString &) { return false; };
 
     NavigationDecision webViewDecidePolicyForNavigationAction(NavigationType type,
                                                               const QUrl &url) override;
