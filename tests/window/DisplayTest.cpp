@@ -45,6 +45,8 @@ private Q_SLOTS:
     void setsUpTheControls();
     void aSecondWindowTakesOverTheOptionsAsTheyAre();
     void theTriangleOfASecondWindowNeverPointsTheWrongWay();
+    void whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone_data();
+    void whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone();
     void storesShowOnStartOnlyForAFullCheck();
     void assistiveTechnologiesActWithTheSameEffect();
     void withoutOutletsEveryOperationIsHarmless();
@@ -217,6 +219,72 @@ void DisplayTest::theTriangleOfASecondWindowNeverPointsTheWrongWay() {
     QTRY_VERIFY(!second->window()->isVisible());
     second->showWindow();
     QTRY_COMPARE(second->window()->minimumHeight(), first->window()->minimumHeight());
+}
+
+void DisplayTest::whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone_data() {
+    QTest::addColumn<int>("presses");
+    QTest::addColumn<bool>("begun");
+    QTest::addColumn<bool>("closed");
+    for (int presses = 1; presses <= 3; ++presses) {
+        QTest::addRow("pressed %d times, closed at once", presses) << presses << false << true;
+        QTest::addRow("pressed %d times, closed half-way", presses) << presses << true << true;
+        QTest::addRow("pressed %d times at once", presses) << presses << false << false;
+        QTest::addRow("pressed %d times, each half-way", presses) << presses << true << false;
+    }
+}
+
+void DisplayTest::whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone() {
+    QFETCH(const int, presses);
+    QFETCH(const bool, begun);
+    QFETCH(const bool, closed);
+    const auto controller = fixture->shown(WindowFixture::items(2));
+    OlvNewsWindow *window = controller->window();
+    const QWidget *area = window->findChild<QWidget *>(QStringLiteral("optionsArea"));
+    QVERIFY(area);
+    QTRY_VERIFY(area->isHidden());
+    window->resize(600, 450);
+    QTRY_COMPARE(controller->webView()->width(), 600);
+    const int page = controller->webView()->height();
+
+    for (int press = 1; press <= presses; ++press) {
+        const int height = window->height();
+        controller->onOptionsButton();
+        if (begun)
+            QTRY_VERIFY(window->height() != height);
+    }
+    const bool open = presses % 2 == 1;
+    if (closed) {
+        window->performClose();
+        QVERIFY(!window->isVisible());
+        controller->showWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+    } else {
+        QTRY_COMPARE(window->size(), QSize(600, open ? 488 : 450));
+        QTRY_COMPARE(area->isVisible(), open);
+    }
+    const auto isDone = [&] {
+        const QString label =
+            WindowFixture::localized(open ? "SettingsHideOptions" : "SettingsShowOptions");
+        QCOMPARE(window->size(), QSize(600, open ? 488 : 450));
+        QCOMPARE(area->isVisible(), open);
+        QCOMPARE(controller->webView()->height(), page);
+        QCOMPARE(controller->optionsLabel()->text(), label);
+        QCOMPARE(controller->optionsButton()->accessibleName(), label);
+        QCOMPARE(controller->optionsButton()->isChecked(), open);
+        for (const QWidget *control : std::initializer_list<const QWidget *>{
+                 controller->displayContentFrom(), controller->displayContentFromLabel(),
+                 controller->displayContentType(), controller->displayContentTypeLabel()})
+            QCOMPARE(control->isHidden(), !open);
+    };
+    isDone();
+    // Nor does anything come after it.
+    QTest::qWait(300);
+    isDone();
+    // As the next test finds them.
+    if (open) {
+        controller->onOptionsButton();
+        QTRY_VERIFY(controller->displayContentFrom()->isHidden());
+    }
 }
 
 void DisplayTest::storesShowOnStartOnlyForAFullCheck() {
