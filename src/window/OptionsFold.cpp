@@ -3,6 +3,7 @@
 #include <QStyle>
 #include <QWidget>
 
+#include <algorithm>
 #include <utility>
 
 namespace pelorinnews {
@@ -21,14 +22,27 @@ OptionsFold::OptionsFold(QWidget *window, QWidget *content, QWidget *optionsArea
     _animation.setDuration(resizeMilliseconds);
     _animation.setEasingCurve(QEasingCurve::InOutQuad);
     connect(&_animation, &QVariantAnimation::valueChanged, this, [this](const QVariant &height) {
-        if (_running && _window)
-            _window->resize(_window->width(), height.toInt());
+        if (_running)
+            resizeTo(height.toInt());
     });
     connect(&_animation, &QVariantAnimation::finished, this, &OptionsFold::finish);
+    if (_window)
+        _window->installEventFilter(this);
 }
 
 OptionsFold::~OptionsFold() {
     complete();
+}
+
+bool OptionsFold::hasDesktopsEdges() const {
+    return _window && (_window->isMaximized() || _window->isFullScreen());
+}
+
+// A widget that is resized takes itself for an ordinary one from then on, whatever the desktop
+// says.
+void OptionsFold::resizeTo(int height) {
+    if (_window && !hasDesktopsEdges())
+        _window->resize(_window->width(), height);
 }
 
 void OptionsFold::start(bool open, std::function<void()> whenFinished) {
@@ -36,11 +50,7 @@ void OptionsFold::start(bool open, std::function<void()> whenFinished) {
     _finished = std::move(whenFinished);
     _running = true;
     const bool changes = std::exchange(_open, open) != open;
-    // The edges of a maximized window are the desktop's; there the content gives and takes the
-    // room.
-    if (!changes || !_window || !_optionsArea || _window->isMaximized() ||
-        _window->isFullScreen()) {
-        _animation.setEndValue(_window ? _window->height() : 0);
+    if (!changes || !_window || !_optionsArea || hasDesktopsEdges()) {
         finish();
         return;
     }
@@ -52,8 +62,10 @@ void OptionsFold::start(bool open, std::function<void()> whenFinished) {
         _content->setFixedHeight(_content->height());
     _window->setMinimumHeight(_foldedMinimum);
     const int height = _window->height();
-    _animation.setStartValue(height);
-    _animation.setEndValue(height + (open ? foldHeight : -foldHeight));
+    _change = {height, height + (open ? foldHeight : -foldHeight)};
+    _cutShort.reset();
+    _animation.setStartValue(_change->from);
+    _animation.setEndValue(_change->to);
     const bool animated = _window->isVisible() &&
                           _window->style()->styleHint(QStyle::SH_Widget_Animation_Duration) > 0;
     if (animated)
@@ -81,8 +93,12 @@ void OptionsFold::finish() {
     if (!std::exchange(_running, false))
         return;
     _animation.stop();
+    if (const auto change = std::exchange(_change, std::nullopt)) {
+        if (hasDesktopsEdges())
+            _cutShort = change;
+        resizeTo(change->to);
+    }
     if (_window && _optionsArea) {
-        _window->resize(_window->width(), _animation.endValue().toInt());
         setLaidOut(_open);
         if (_content) {
             _content->setMinimumHeight(0);
@@ -91,6 +107,32 @@ void OptionsFold::finish() {
     }
     if (const auto done = std::exchange(_finished, nullptr))
         done();
+}
+
+bool OptionsFold::eventFilter(QObject *watched, QEvent *event) {
+    const auto news = event->type();
+    if (news == QEvent::WindowStateChange || news == QEvent::Resize) {
+        if (hasDesktopsEdges())
+            complete();
+        else if (_cutShort)  // Not from within the news of a size.
+            QMetaObject::invokeMethod(
+                this, [this, news] { catchUp(news); }, Qt::QueuedConnection);
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+// The desktop gives a window back the height that it took it at, half-way. Any other is somebody's
+// wish; but the news of the state may come before that of the size.
+void OptionsFold::catchUp(QEvent::Type news) {
+    if (!_cutShort || !_window || hasDesktopsEdges())
+        return;
+    const auto [lowest, highest] = std::minmax(_cutShort->from, _cutShort->to);
+    const int height = _window->height();
+    if (height >= lowest && height <= highest)
+        resizeTo(_cutShort->to);
+    else if (news != QEvent::Resize)
+        return;
+    _cutShort.reset();
 }
 
 }  // namespace pelorinnews

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <QEvent>
 #include <QObject>
 #include <QPointer>
 #include <QVariantAnimation>
 
 #include <functional>
+#include <optional>
 
 class QWidget;
 
@@ -15,6 +17,10 @@ namespace pelorinnews {
 ///
 /// Nothing waits for it. `start` while a change runs first completes that one; so do `complete` and
 /// the destructor. Heights are computed from end states, so nothing drifts.
+///
+/// The edges of a maximized window, or one that fills the screen, are the desktop's: there the
+/// content gives and takes the room. A window that becomes one while a change runs has the height
+/// it was to have once it gets its own size back.
 class OptionsFold final : public QObject {
     Q_OBJECT
 
@@ -41,14 +47,28 @@ public:
     /// before it was ever shown.
     void setLaidOut(bool open);
 
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
+    struct Change {
+        int from;
+        int to;
+    };
+
+    [[nodiscard]] bool hasDesktopsEdges() const;
+    void resizeTo(int height);
     void finish();
+    void catchUp(QEvent::Type news);
 
     QPointer<QWidget> _window;
     QPointer<QWidget> _content;
     QPointer<QWidget> _optionsArea;
     int _foldedMinimum;
     QVariantAnimation _animation;
+    /// The change of height that runs.
+    std::optional<Change> _change;
+    /// One that the desktop cut short, until the window has its own size again.
+    std::optional<Change> _cutShort;
     std::function<void()> _finished;
     bool _open = true;
     bool _running = false;

@@ -52,6 +52,10 @@ HostilePage HostilePage::read(const QString &folder, const QString &name, Painte
             page.click = true;
         else if (word == QStringLiteral("opens-list"))
             page.opensList = true;
+        else if (word == QStringLiteral("silent"))
+            page.silent = true;
+        else if (word == QStringLiteral("download"))
+            ++page.downloads;
         else if (word == QStringLiteral("hangs"))
             page.hangs = true;
         else if (word == QStringLiteral("shows"))

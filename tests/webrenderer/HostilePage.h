@@ -26,12 +26,16 @@ enum class Painter;
 ///     requests METHOD PATH   the web server is asked for it; for nothing that is not listed
 ///     asks N ADDRESS     the policy delegate is asked; about nothing that is not listed
 ///     opens-list         the click drops down the list of a form's field
+///     silent             all its sounds and films have come, and none is heard
+///     download           the engine is handed a file to be saved, which it is not
 ///     keeps-asking N ADDRESS   it is asked over and over, about this alone
 struct HostilePage {
     QString html;
     bool click = false;
     bool hangs = false;
     bool opensList = false;
+    bool silent = false;
+    int downloads = 0;
     QStringList shows;
     QStringList hides;
     QStringList requests;

@@ -12,9 +12,15 @@
 #include "TestAuthority.h"
 
 #include <QBuffer>
+#include <QDataStream>
 #include <QDir>
 #include <QImage>
 #include <QRegularExpression>
+#include <QStandardPaths>
+#include <QWebEngineDownloadRequest>
+#include <QWebEnginePage>
+#include <QWebEngineProfile>
+#include <QWebEngineView>
 #include <QWindow>
 
 #include <algorithm>
@@ -35,6 +41,27 @@ QByteArray picture(const QColor &color) {
     return buffer.data();
 }
 
+// Half a second of a loud tone.
+QByteArray sound() {
+    constexpr quint32 rate = 8000;
+    constexpr quint32 samples = rate / 2;
+    QByteArray file;
+    QDataStream stream(&file, QIODevice::WriteOnly);
+    stream.setByteOrder(QDataStream::LittleEndian);
+    const auto name = [&stream](const char *four) { stream.writeRawData(four, 4); };
+    name("RIFF");
+    stream << quint32(36 + samples);
+    name("WAVE");
+    name("fmt ");
+    // Sixteen bytes of format: PCM, one channel, one byte a sample.
+    stream << quint32(16) << quint16(1) << quint16(1) << rate << rate << quint16(1) << quint16(8);
+    name("data");
+    stream << samples;
+    for (quint32 sample = 0; sample < samples; ++sample)
+        stream << quint8(sample % 16 < 8 ? 0x10 : 0xf0);
+    return file;
+}
+
 bool shows(const QImage &screen, const QColor &color) {
     for (int y = 0; y < screen.height(); ++y)
         for (int x = 0; x < screen.width(); ++x)
@@ -42,6 +69,42 @@ bool shows(const QImage &screen, const QColor &color) {
                 return true;
     return false;
 }
+
+// Notes what the engine's page does that the screen does not tell.
+class Doings final : public QObject {
+public:
+    explicit Doings(const RendererFixture &fixture) {
+        if (!fixture.web())
+            return;
+        const QWebEnginePage *page = fixture.web()->page();
+        connect(page, &QWebEnginePage::recentlyAudibleChanged, this, [this] { heard = true; });
+        // Called after the renderer has seen to it.
+        connect(page->profile(), &QWebEngineProfile::downloadRequested, this,
+                [this](const QWebEngineDownloadRequest *download) {
+                    ++downloads;
+                    goesOn = goesOn || !download->isFinished();
+                });
+        connect(page, &QWebEnginePage::featurePermissionRequested, this,
+                [this](const QUrl &, QWebEnginePage::Feature feature) { wanted.append(feature); });
+        folders += page->profile()->downloadPath();
+    }
+
+    bool heard = false;
+    int downloads = 0;
+    // Whether one of them went on although nobody wants it.
+    bool goesOn = false;
+    QList<QWebEnginePage::Feature> wanted;
+
+    [[nodiscard]] QStringList saved() const {
+        QStringList files;
+        for (const QString &folder : folders)
+            files += QDir(folder).entryList(QDir::Files | QDir::Hidden);
+        return files;
+    }
+
+private:
+    QStringList folders{QStandardPaths::writableLocation(QStandardPaths::DownloadLocation)};
+};
 
 // Notes every window that comes up while it lives, however short.
 class NewWindows final : public QObject {
@@ -57,6 +120,14 @@ protected:
     }
 };
 
+// Films without sound may run.
+const QString soundHasCome = QStringLiteral(
+    "(all => all.length > 0 && all.every(each => each.readyState === each.HAVE_ENOUGH_DATA))"
+    "([...document.querySelectorAll('audio,video')])");
+const QString noSoundWasPlayed = QStringLiteral(
+    "[...document.querySelectorAll('audio,video')]"
+    ".every(each => each.muted || (each.paused && each.played.length === 0))");
+
 }  // namespace
 
 class HostileTest : public QObject {
@@ -69,6 +140,8 @@ private Q_SLOTS:
 
     void doesNoMoreThanStandsBesideIt_data();
     void doesNoMoreThanStandsBesideIt();
+    void nobodyGetsAPermission_data();
+    void nobodyGetsAPermission();
 
 private:
     void serve();
@@ -92,6 +165,8 @@ void HostileTest::initTestCase_data() {
 }
 
 void HostileTest::initTestCase() {
+    // A camera and a microphone to be refused: without any, nobody would be asked.
+    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--use-fake-device-for-media-stream");
     authority = std::make_unique<TestAuthority>();
     const auto certificate = authority->issue(DevelopmentCertificates::Kind::SelfSigned);
     FeedServerOptions options;
@@ -148,6 +223,7 @@ void HostileTest::serve() {
     const QByteArray local = addresses[QStringLiteral("files")].toLatin1();
     const QByteArray ran = "new Image().src='" + base + "/ran';document.write('R'+'AN')";
     server.setAnswer("/ran.js", {ran, "text/javascript"});
+    server.setAnswer("/sound.wav", {sound(), "audio/wav"});
     server.setAnswer("/seen.png", {picture(Qt::green), "image/png"});
     server.setAnswer("/bomb.png", {hugePicture(), "image/png"});
     server.setAnswer("/frame.html", {"<p>Framed<script>" + ran + "</script>"});
@@ -206,6 +282,7 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
     fixture->questions.clear();
     FileWatch watch(files.path());
     NewWindows windows;
+    const Doings doings(*fixture);
     const QImage before = fixture->screen();
     if (page.hangs)
         fixture->view.loadHtmlString(page.html);
@@ -223,11 +300,21 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
     }
     QTRY_COMPARE_WITH_TIMEOUT(requested(), page.requests.join(u'\n'), patience);
     QTRY_COMPARE_WITH_TIMEOUT(asked(page), page.asks.join(u'\n'), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(doings.downloads, page.downloads, patience);
+    // Where nothing is to be heard, there must have been something to play.
+    if (page.silent)
+        QTRY_VERIFY_WITH_TIMEOUT(fixture->evaluated(soundHasCome).toBool(), patience);
     // Time for whatever else it may be up to.
     QTest::qWait(painter == Painter::Web ? 250 : 10);
 
     QCOMPARE(requested(), page.requests.join(u'\n'));
     QCOMPARE(asked(page), page.asks.join(u'\n'));
+    QCOMPARE(doings.downloads, page.downloads);
+    QVERIFY(!doings.goesOn);
+    QCOMPARE(doings.saved(), QStringList());
+    QVERIFY(!doings.heard);
+    if (page.silent)
+        QVERIFY(fixture->evaluated(noSoundWasPlayed).toBool());
     QString text;
     const auto showsAll = [&] {
         text = page.hangs ? QString() : fixture->text();
@@ -259,6 +346,55 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
     // The engine may hold back a click that follows such a page for some seconds.
     if (page.hangs)
         fixture.reset();
+}
+
+// Pages run no code. Should one find a way to, it is still refused what a user would be asked for.
+void HostileTest::nobodyGetsAPermission_data() {
+    QTest::addColumn<QString>("request");
+    QTest::addColumn<QWebEnginePage::Feature>("feature");
+    QTest::addColumn<QString>("answer");
+    const auto row = [](const char *name, const char *request, QWebEnginePage::Feature feature,
+                        const char *answer) {
+        QTest::newRow(name) << QString::fromLatin1(request) << feature
+                            << QString::fromLatin1(answer);
+    };
+    row("place", "navigator.geolocation.getCurrentPosition(given, refused)",
+        QWebEnginePage::Geolocation, "refused 1");
+    row("notifications", "Notification.requestPermission().then(refused, refused)",
+        QWebEnginePage::Notifications, "refused denied");
+    row("microphone", "navigator.mediaDevices.getUserMedia({audio: true}).then(given, refused)",
+        QWebEnginePage::MediaAudioCapture, "refused NotAllowedError");
+    row("camera", "navigator.mediaDevices.getUserMedia({video: true}).then(given, refused)",
+        QWebEnginePage::MediaVideoCapture, "refused NotAllowedError");
+    row("camera and microphone",
+        "navigator.mediaDevices.getUserMedia({audio: true, video: true}).then(given, refused)",
+        QWebEnginePage::MediaAudioVideoCapture, "refused NotAllowedError");
+}
+
+void HostileTest::nobodyGetsAPermission() {
+    QFETCH_GLOBAL(const Painter, painter);
+    QFETCH(const QString, request);
+    QFETCH(const QWebEnginePage::Feature, feature);
+    QFETCH(const QString, answer);
+    if (painter == Painter::Text)
+        QSKIP("knows of no permissions");
+    fixture = std::make_unique<RendererFixture>(painter);
+    shownBy = painter;
+    fixture->load(QStringLiteral("<p>Still here"));
+    NewWindows windows;
+    const Doings doings(*fixture);
+    fixture->evaluated(QStringLiteral("var answer = 'none';"
+                                      "const given = () => answer = 'given';"
+                                      "const refused = why => answer = 'refused ' + "
+                                      "(why.code || why.name || why);") +
+                       request + QStringLiteral(";0"));
+    const auto answered = [this] {
+        return fixture->evaluated(QStringLiteral("answer")).toString();
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(answered(), answer, patience);
+    QCOMPARE(doings.wanted, QList<QWebEnginePage::Feature>{feature});
+    QCOMPARE(windows.shown, QStringList());
+    QVERIFY(QApplication::activeModalWidget() == nullptr);
 }
 
 PELORIN_RENDERER_TEST_MAIN(HostileTest)

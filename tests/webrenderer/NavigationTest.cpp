@@ -22,6 +22,8 @@ QString page(const QString &body) {
     return QStringLiteral("<body style='margin:0;background:#20c040'>") + body;
 }
 
+const QString button = QStringLiteral("<button style='width:300px;height:200px'>Send</button>");
+
 // The address of a picture in one colour.
 QString picture(QSize size, const QColor &color, const QByteArray &format) {
     QImage image(size, QImage::Format_Grayscale8);
@@ -43,6 +45,11 @@ private Q_SLOTS:
 
     void tellsWhyAPageLeaves_data();
     void tellsWhyAPageLeaves();
+    void staysWhereThatIsRefused_data() { tellsWhyAPageLeaves_data(); }
+    void staysWhereThatIsRefused();
+    void aRedirectionIsAskedAboutToo();
+    void asksBeforeGoingBackForwardAndAnew();
+    void asksBeforeLoadingAnItemAnew();
     void refusesAllWithoutADelegate();
     void ownLoadsAreNotAskedAbout();
     void loadsWithoutADelegate();
@@ -68,6 +75,21 @@ private:
         QTRY_COMPARE_WITH_TIMEOUT(fixture->text(), text, patience);
     }
 
+    // Presses what lies in the upper left of a page on this ground, once it is painted.
+    void press(const QColor &ground = QColor(0x20, 0xc0, 0x40)) const {
+        waitUntil([&] { return fixture->pixel(QPoint(400, 250)) == ground; }, "no page is painted");
+        // The engine drops clicks on what it has only just painted.
+        QTest::qWait(100);
+        QTest::mouseMove(fixture->target(), QPoint(50, 50));
+        QTest::mouseClick(fixture->target(), Qt::LeftButton, {}, QPoint(50, 50));
+    }
+    [[nodiscard]] QStringList asked() const {
+        QStringList lines;
+        for (const auto &question : fixture->questions)
+            lines.append(asLine(question));
+        return lines;
+    }
+
     std::unique_ptr<RendererFixture> fixture;
 };
 
@@ -88,7 +110,6 @@ void NavigationTest::tellsWhyAPageLeaves_data() {
     QTest::addColumn<QString>("question");
     QTest::addColumn<QString>("request");
     QTest::addColumn<QString>("then");
-    const QString button = QStringLiteral("<button style='width:300px;height:200px'>Send</button>");
     QTest::newRow("form, sent by address")
         << QStringLiteral("<form action='%1/there'><input type=hidden name=a value=b>") + button
         << true << "1 %1/there?a=b"
@@ -121,17 +142,110 @@ void NavigationTest::tellsWhyAPageLeaves() {
     server.setAnswer("/there", {"There"});
     const QString address = server.address();
     fixture->load(page(html.arg(address)));
-    if (click) {
-        waitUntil([this] { return fixture->pixel(QPoint(400, 250)) == QColor(0x20, 0xc0, 0x40); },
-                  "no page is painted");
-        QTest::mouseClick(fixture->target(), Qt::LeftButton, {}, QPoint(50, 50));
-    }
+    if (click)
+        press();
     QTRY_COMPARE_WITH_TIMEOUT(server.requests(), QStringList{request}, patience);
-    QCOMPARE(fixture->questions.size(), 1);
-    const QString expected =
-        question.contains(QStringLiteral("%1")) ? question.arg(address) : question;
-    QCOMPARE(asLine(fixture->questions.first()), expected);
+    QCOMPARE(asked(), QStringList{question.arg(address)});
     waitFor(then);
+}
+
+void NavigationTest::staysWhereThatIsRefused() {
+    QFETCH_GLOBAL(const Painter, painter);
+    QFETCH(const QString, html);
+    QFETCH(const bool, click);
+    QFETCH(const QString, question);
+    if (painter == Painter::Text)
+        QSKIP("goes nowhere");
+    PageServer server;
+    server.setAnswer("/there", {"There"});
+    fixture->refuses = [](const QString &) { return true; };
+    fixture->load(page(html.arg(server.address()) + QStringLiteral("<p>Stays")));
+    if (click)
+        press();
+    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringList{question.arg(server.address())}, patience);
+    QTest::qWait(300);
+    QCOMPARE(server.requests(), QStringList());
+    QVERIFY2(fixture->text().endsWith(QStringLiteral("Stays")), qPrintable(fixture->text()));
+    QCOMPARE(asked().size(), 1);
+}
+
+void NavigationTest::aRedirectionIsAskedAboutToo() {
+    if (!fixture->web())
+        QSKIP("goes nowhere");
+    PageServer server;
+    const QString address = server.address();
+    server.setAnswer("/first", {{}, "text/html", "302 Found", "Location: /second\r\n"});
+    server.setAnswer("/second", {"There"});
+    const QStringList both{QStringLiteral("5 %1/first").arg(address),
+                           QStringLiteral("5 %1/second").arg(address)};
+    for (const bool refused : {true, false}) {
+        server.clear();
+        fixture->questions.clear();
+        fixture->refuses = [refused](const QString &to) {
+            return refused && to.endsWith("second");
+        };
+        fixture->load(QStringLiteral("Here<iframe src='%1/first'></iframe>").arg(address));
+        QTRY_COMPARE_WITH_TIMEOUT(asked(), both, patience);
+        waitFor(refused ? QStringLiteral("Here") : QStringLiteral("Here\n\nThere"));
+        QTest::qWait(300);
+        QCOMPARE(server.requests().contains(QStringLiteral("GET /second")), !refused);
+    }
+}
+
+void NavigationTest::asksBeforeGoingBackForwardAndAnew() {
+    if (!fixture->web())
+        QSKIP("goes nowhere");
+    PageServer server;
+    const QString address = server.address();
+    server.setAnswer("/one", {"<body style='margin:0;background:#c02040'><form action=two>" +
+                              button.toLatin1() + "</form>One"});
+    server.setAnswer("/two", {"Two"});
+    fixture->load(page(QStringLiteral("<form action='%1/one'>").arg(address) + button));
+    press();
+    waitFor(QStringLiteral("Send\nOne"));
+    press(QColor(0xc0, 0x20, 0x40));
+    waitFor(QStringLiteral("Two"));
+
+    struct Step {
+        QWebEnginePage::WebAction action;
+        QString question;
+        QString then;
+    };
+    const QList<Step> steps = {
+        {QWebEnginePage::Back, QStringLiteral("2 %1/one?"), QStringLiteral("Send\nOne")},
+        {QWebEnginePage::Forward, QStringLiteral("2 %1/two?"), QStringLiteral("Two")},
+        {QWebEnginePage::Reload, QStringLiteral("3 %1/two?"), QStringLiteral("Two")},
+    };
+    for (const Step &step : steps) {
+        for (const bool refused : {true, false}) {
+            const QString before = fixture->text();
+            server.clear();
+            fixture->questions.clear();
+            fixture->refuses = [refused](const QString &) { return refused; };
+            QSignalSpy loads(fixture->web()->page(), &QWebEnginePage::loadFinished);
+            fixture->web()->page()->triggerAction(step.action);
+            QTRY_COMPARE_WITH_TIMEOUT(loads.size(), 1, patience);
+            QCOMPARE(loads.first().first().toBool(), !refused);
+            QCOMPARE(asked(), QStringList{step.question.arg(address)});
+            if (refused)
+                QCOMPARE(server.requests(), QStringList());
+            QCOMPARE(fixture->text(), refused ? before : step.then);
+        }
+    }
+    QCOMPARE(server.requests(), QStringList{QStringLiteral("GET /two?")});
+}
+
+void NavigationTest::asksBeforeLoadingAnItemAnew() {
+    if (!fixture->web())
+        QSKIP("goes nowhere");
+    fixture->load(QStringLiteral("The item"));
+    waitFor(QStringLiteral("The item"));
+    QSignalSpy loads(fixture->web()->page(), &QWebEnginePage::loadFinished);
+    fixture->web()->page()->triggerAction(QWebEnginePage::Reload);
+    QTRY_COMPARE_WITH_TIMEOUT(loads.size(), 1, patience);
+    QCOMPARE(asked(), QStringList{QStringLiteral("3 http://")});
+    QVERIFY(loads.first().first().toBool());
+    QCOMPARE(fixture->text(), QStringLiteral("The item"));
 }
 
 void NavigationTest::refusesAllWithoutADelegate() {

@@ -43,8 +43,9 @@ RendererFixture::~RendererFixture() {
 NavigationDecision RendererFixture::webViewDecidePolicyForNavigationAction(NavigationType type,
                                                                            const QUrl &url) {
     questions.append({type, url.toString(QUrl::FullyEncoded)});
-    return type == NavigationType::LinkClicked ? NavigationDecision::Ignore
-                                               : NavigationDecision::Use;
+    return type == NavigationType::LinkClicked || refuses(questions.last().address)
+               ? NavigationDecision::Ignore
+               : NavigationDecision::Use;
 }
 
 void RendererFixture::load(const QString &html) {
@@ -75,14 +76,16 @@ QString RendererFixture::text() const {
     return told->value();
 }
 
-bool RendererFixture::hasFocusInPage() const {
-    auto told = std::make_shared<std::optional<bool>>();
-    // A world in which scripts run although those of the page do not.
-    _web->page()->runJavaScript(QStringLiteral("document.activeElement !== document.body"),
-                                QWebEngineScript::ApplicationWorld,
-                                [told](const QVariant &answer) { *told = answer.toBool(); });
-    waitUntil([&] { return told->has_value(); }, "the page does not tell its focus");
+QVariant RendererFixture::evaluated(const QString &script) const {
+    auto told = std::make_shared<std::optional<QVariant>>();
+    _web->page()->runJavaScript(script, QWebEngineScript::ApplicationWorld,
+                                [told](const QVariant &answer) { *told = answer; });
+    waitUntil([&] { return told->has_value(); }, "the page does not answer a script");
     return told->value();
+}
+
+bool RendererFixture::hasFocusInPage() const {
+    return evaluated(QStringLiteral("document.activeElement !== document.body")).toBool();
 }
 
 QColor RendererFixture::pixel(QPoint place) const {

@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QList>
 #include <QPoint>
+#include <QVariant>
 
 #include <functional>
 
@@ -18,8 +19,8 @@ namespace pelorinnews::test {
 enum class Painter { Web, Text };
 
 /// A content view on the screen, with the renderer asked for, and a record of what its pages ask
-/// the policy delegate. It answers as the window controller does: a clicked link is refused,
-/// everything else is allowed.
+/// the policy delegate. It answers as the window controller does, unless told to refuse more: a
+/// clicked link is refused, everything else is allowed.
 class RendererFixture final : public NavigationPolicyDelegate {
 public:
     explicit RendererFixture(Painter painter);
@@ -32,6 +33,9 @@ public:
         bool operator==(const Question &) const = default;
     };
     QList<Question> questions;
+
+    /// Which addresses it refuses however they are reached; none at first.
+    std::function<bool(const QString &address)> refuses = [](const QString &) { return false; };
 
     NavigationDecision webViewDecidePolicyForNavigationAction(NavigationType type,
                                                               const QUrl &url) override;
@@ -56,6 +60,10 @@ public:
     /// The renderer's own widget; the other one is null.
     [[nodiscard]] QWebEngineView *web() const { return _web; }
     [[nodiscard]] QTextBrowser *browser() const { return _browser; }
+
+    /// What `script` comes to in the engine's page, in a world in which scripts run although those
+    /// of the page do not.
+    QVariant evaluated(const QString &script) const;
 
     /// Whether an element of the engine's page has the keyboard focus, as after a click on it.
     [[nodiscard]] bool hasFocusInPage() const;

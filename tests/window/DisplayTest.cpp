@@ -45,8 +45,11 @@ private Q_SLOTS:
     void setsUpTheControls();
     void aSecondWindowTakesOverTheOptionsAsTheyAre();
     void theTriangleOfASecondWindowNeverPointsTheWrongWay();
+    void whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone_data();
+    void whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone();
     void storesShowOnStartOnlyForAFullCheck();
     void assistiveTechnologiesActWithTheSameEffect();
+    void withoutOutletsEveryOperationIsHarmless_data();
     void withoutOutletsEveryOperationIsHarmless();
     void theLastOfSeveralDisplaysWins();
     void theItemComesAfterTheEventThatAskedForIt();
@@ -219,6 +222,72 @@ void DisplayTest::theTriangleOfASecondWindowNeverPointsTheWrongWay() {
     QTRY_COMPARE(second->window()->minimumHeight(), first->window()->minimumHeight());
 }
 
+void DisplayTest::whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone_data() {
+    QTest::addColumn<int>("presses");
+    QTest::addColumn<bool>("begun");
+    QTest::addColumn<bool>("closed");
+    for (int presses = 1; presses <= 3; ++presses) {
+        QTest::addRow("pressed %d times, closed at once", presses) << presses << false << true;
+        QTest::addRow("pressed %d times, closed half-way", presses) << presses << true << true;
+        QTest::addRow("pressed %d times at once", presses) << presses << false << false;
+        QTest::addRow("pressed %d times, each half-way", presses) << presses << true << false;
+    }
+}
+
+void DisplayTest::whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone() {
+    QFETCH(const int, presses);
+    QFETCH(const bool, begun);
+    QFETCH(const bool, closed);
+    const auto controller = fixture->shown(WindowFixture::items(2));
+    OlvNewsWindow *window = controller->window();
+    const QWidget *area = window->findChild<QWidget *>(QStringLiteral("optionsArea"));
+    QVERIFY(area);
+    QTRY_VERIFY(area->isHidden());
+    window->resize(600, 450);
+    QTRY_COMPARE(controller->webView()->width(), 600);
+    const int page = controller->webView()->height();
+
+    for (int press = 1; press <= presses; ++press) {
+        const int height = window->height();
+        controller->onOptionsButton();
+        if (begun)
+            QTRY_VERIFY(window->height() != height);
+    }
+    const bool open = presses % 2 == 1;
+    if (closed) {
+        window->performClose();
+        QVERIFY(!window->isVisible());
+        controller->showWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+    } else {
+        QTRY_COMPARE(window->size(), QSize(600, open ? 488 : 450));
+        QTRY_COMPARE(area->isVisible(), open);
+    }
+    const auto isDone = [&] {
+        const QString label =
+            WindowFixture::localized(open ? "SettingsHideOptions" : "SettingsShowOptions");
+        QCOMPARE(window->size(), QSize(600, open ? 488 : 450));
+        QCOMPARE(area->isVisible(), open);
+        QCOMPARE(controller->webView()->height(), page);
+        QCOMPARE(controller->optionsLabel()->text(), label);
+        QCOMPARE(controller->optionsButton()->accessibleName(), label);
+        QCOMPARE(controller->optionsButton()->isChecked(), open);
+        for (const QWidget *control : std::initializer_list<const QWidget *>{
+                 controller->displayContentFrom(), controller->displayContentFromLabel(),
+                 controller->displayContentType(), controller->displayContentTypeLabel()})
+            QCOMPARE(control->isHidden(), !open);
+    };
+    isDone();
+    // Nor does anything come after it.
+    QTest::qWait(300);
+    isDone();
+    // As the next test finds them.
+    if (open) {
+        controller->onOptionsButton();
+        QTRY_VERIFY(controller->displayContentFrom()->isHidden());
+    }
+}
+
 void DisplayTest::storesShowOnStartOnlyForAFullCheck() {
     const auto controller = fixture->makeController();
     QVERIFY(controller->window());
@@ -250,29 +319,63 @@ void DisplayTest::assistiveTechnologiesActWithTheSameEffect() {
     QTRY_VERIFY(controller->displayContentFrom()->isHidden());
 }
 
+void DisplayTest::withoutOutletsEveryOperationIsHarmless_data() {
+    QTest::addColumn<QStringList>("missing");
+    const QStringList all = {
+        QStringLiteral("webView"),
+        QStringLiteral("previousItem"),
+        QStringLiteral("nextItem"),
+        QStringLiteral("showOnStart"),
+        QStringLiteral("displayContentTypeLabel"),
+        QStringLiteral("displayContentType"),
+        QStringLiteral("displayContentFromLabel"),
+        QStringLiteral("displayContentFrom"),
+        QStringLiteral("itemIndicator"),
+        QStringLiteral("optionsLabel"),
+        QStringLiteral("optionsButton"),
+    };
+    for (const QString &each : all)
+        QTest::newRow(qPrintable(each)) << QStringList{each};
+    QTest::newRow("all") << all;
+}
+
 void DisplayTest::withoutOutletsEveryOperationIsHarmless() {
+    QFETCH(const QStringList, missing);
     fixture->prefer(QStringLiteral("newsFilter"), 1);
     const auto controller = fixture->shown(WindowFixture::items(2));
-    delete controller->webView();
-    delete controller->previousItem();
-    delete controller->nextItem();
-    delete controller->showOnStart();
-    delete controller->displayContentType();
-    delete controller->displayContentTypeLabel();
-    delete controller->displayContentFrom();
-    delete controller->displayContentFromLabel();
-    delete controller->itemIndicator();
-    delete controller->optionsLabel();
-    delete controller->optionsButton();
+    for (const QString &name : missing) {
+        auto *outlet = controller->window()->findChild<QWidget *>(name);
+        QVERIFY2(outlet, qPrintable(name));
+        delete outlet;
+    }
     controller->initializeControls();
-    controller->refreshControls();
-    controller->onNextItem();
     controller->onDisplayContentTypeChanged();
     controller->onDisplayContentFromChanged();
+    controller->onShowOnStartChanged();
+    controller->refreshControls();
+    controller->onPreviousItem();
+    controller->onPreviousItem();
+    controller->onNextItem();
+    if (controller->optionsLabel())
+        controller->optionsLabel()->clear();
     controller->onOptionsButton();
     controller->onOptionsButton();
     WindowFixture::settle(*controller);
     QCOMPARE(controller->newsCache().count(), 2U);
+    // The others do their part as ever.
+    if (controller->webView())
+        QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 2</p>"));
+    for (const QWidget *button : {controller->previousItem(), controller->nextItem()})
+        QVERIFY(!button || button->isEnabled());
+    if (controller->itemIndicator())
+        QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("2 / 2"));
+    if (controller->optionsLabel())
+        QTRY_COMPARE(controller->optionsLabel()->text(),
+                     WindowFixture::localized("SettingsShowOptions"));
+    for (const QWidget *control : std::initializer_list<const QWidget *>{
+             controller->displayContentFrom(), controller->displayContentFromLabel(),
+             controller->displayContentType(), controller->displayContentTypeLabel()})
+        QVERIFY(!control || control->isHidden());
 }
 
 void DisplayTest::theLastOfSeveralDisplaysWins() {

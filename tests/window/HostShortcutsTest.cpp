@@ -35,7 +35,7 @@ void HostShortcutsTest::eachWindowHasItsOwnKeys() {
     QWidget host;
     host.show();
     QStringList taken;
-    for (const char *keys : {"Ctrl+W", "Ctrl+C"}) {
+    for (const char *keys : {"Ctrl+W", "Ctrl+C", "Escape"}) {
         auto *shortcut = new QShortcut(QKeySequence(QLatin1String(keys)), &host);
         shortcut->setContext(Qt::ApplicationShortcut);
         connect(shortcut, &QShortcut::activated, this,
@@ -49,13 +49,19 @@ void HostShortcutsTest::eachWindowHasItsOwnKeys() {
     QTRY_VERIFY(QGuiApplication::clipboard()->mimeData()->hasFormat(QStringLiteral("text/rtf")));
     press("ctrl+w");
     QTRY_VERIFY(!controller->window()->isVisible());
+    controller->showWindow();
+    QVERIFY(QTest::qWaitForWindowActive(controller->window()));
+    press("Escape");
+    QTRY_VERIFY(!controller->window()->isVisible());
     QCOMPARE(taken, QStringList());
 
     host.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&host));
     press("ctrl+c");
     press("ctrl+w");
-    QTRY_COMPARE(taken, QStringList({QStringLiteral("Ctrl+C"), QStringLiteral("Ctrl+W")}));
+    press("Escape");
+    QTRY_COMPARE(taken, QStringList({QStringLiteral("Ctrl+C"), QStringLiteral("Ctrl+W"),
+                                     QStringLiteral("Escape")}));
     QVERIFY(host.isVisible());
 }
 

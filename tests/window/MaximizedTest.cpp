@@ -18,6 +18,8 @@ private Q_SLOTS:
 
     void opensWhereItWas();
     void restoringBringsBackTheOrdinaryPlaceAfterClosing();
+    void restoringBringsBackTheHeightOfAFoldingCutShort_data();
+    void restoringBringsBackTheHeightOfAFoldingCutShort();
 
 private:
     void reopen() {
@@ -81,6 +83,32 @@ void MaximizedTest::restoringBringsBackTheOrdinaryPlaceAfterClosing() {
     QTRY_COMPARE(controller->window()->geometry(), maximized);
     controller->window()->showNormal();
     QTRY_COMPARE(controller->window()->geometry(), ordinary);
+}
+
+void MaximizedTest::restoringBringsBackTheHeightOfAFoldingCutShort_data() {
+    QTest::addColumn<bool>("reopened");
+    QTest::newRow("at once") << false;
+    QTest::newRow("after closing") << true;
+}
+
+void MaximizedTest::restoringBringsBackTheHeightOfAFoldingCutShort() {
+    QFETCH(const bool, reopened);
+    const QRect unfolded = ordinary.adjusted(0, 0, 0, 38);
+    for (const bool open : {true, false}) {
+        const int before = controller->window()->height();
+        controller->onOptionsButton();
+        QTRY_VERIFY(controller->window()->height() != before);
+        maximize();
+        QCOMPARE(controller->optionsLabel()->text(),
+                 open ? QStringLiteral("Hide options") : QStringLiteral("Show options"));
+        if (reopened)
+            reopen();
+        QTRY_COMPARE(controller->window()->geometry(), maximized);
+        controller->window()->showNormal();
+        QTRY_COMPARE(controller->window()->geometry(), open ? unfolded : ordinary);
+        waitForAnswers();
+        QCOMPARE(controller->window()->geometry(), open ? unfolded : ordinary);
+    }
 }
 
 PELORIN_WIDGET_TEST_MAIN(MaximizedTest)

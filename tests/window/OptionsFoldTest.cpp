@@ -91,6 +91,9 @@ private Q_SLOTS:
     void theContentCanBeResizedAfterwards();
     void aWindowThatIsNotShownIsChangedAtOnce();
     void aMaximizedWindowKeepsItsEdges();
+    void aWindowTakenByTheDesktopMeanwhileKeepsItsEdges_data();
+    void aWindowTakenByTheDesktopMeanwhileKeepsItsEdges();
+    void aHeightGivenMeanwhileIsLeftAlone();
     void mayFoldAWindowOfTheSmallestHeight();
     void endsWithItsOwner();
     void itsWindowMayGoWhileItRuns();
@@ -201,13 +204,15 @@ void OptionsFoldTest::aResizeByHandWhileItRunsLeavesNothingHalfDone() {
     QTRY_VERIFY_WITH_TIMEOUT(folding.window.height() < 300, patience);
     folding.window.resize(520, 420);
     QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
-    QCOMPARE(folding.window.width(), 520);
+    // The height is the folding's own until it ends.
+    QCOMPARE(folding.window.size(), QSize(520, 262));
     QCOMPARE(folding.area.isVisible(), false);
     // What was held is free again, and everything fills the window.
     QTRY_COMPARE(folding.controls.geometry().bottom() + 1, folding.window.height());
     QCOMPARE(folding.content.maximumHeight(), QWIDGETSIZE_MAX);
     folding.start(true);
     QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QCOMPARE(folding.window.size(), QSize(520, 300));
     QCOMPARE(folding.area.height(), 38);
     QCOMPARE(folding.area.geometry().bottom() + 1, folding.window.height());
 }
@@ -242,6 +247,65 @@ void OptionsFoldTest::aMaximizedWindowKeepsItsEdges() {
     folding.start(true);
     QCOMPARE(folding.window.size(), before);
     QTRY_COMPARE(folding.content.height(), before.height() - 78);
+}
+
+void OptionsFoldTest::aWindowTakenByTheDesktopMeanwhileKeepsItsEdges_data() {
+    QTest::addColumn<bool>("open");
+    QTest::addColumn<Qt::WindowState>("state");
+    QTest::newRow("folding, maximized") << false << Qt::WindowMaximized;
+    QTest::newRow("folding, the whole screen") << false << Qt::WindowFullScreen;
+    QTest::newRow("unfolding, maximized") << true << Qt::WindowMaximized;
+    QTest::newRow("unfolding, the whole screen") << true << Qt::WindowFullScreen;
+}
+
+void OptionsFoldTest::aWindowTakenByTheDesktopMeanwhileKeepsItsEdges() {
+    QFETCH(const bool, open);
+    QFETCH(const Qt::WindowState, state);
+    Folding folding;
+    if (open) {
+        folding.start(false);
+        folding.fold.complete();
+    }
+    const int before = folding.window.height();
+    const int finished = folding.finished;
+    folding.start(open);
+    QTRY_VERIFY_WITH_TIMEOUT(folding.window.height() != before, patience);
+    folding.window.setWindowState(state);
+    QCOMPARE(folding.finished, finished + 1);
+    QTRY_VERIFY(folding.window.height() > 300);
+    const QSize taken = folding.window.size();
+    Heights heights(folding.window);
+    QTRY_COMPARE(folding.content.height(), taken.height() - (open ? 78 : 40));
+    // Longer than a folding takes.
+    QTest::qWait(300);
+    QCOMPARE(heights.all, QList<int>());
+    QCOMPARE(folding.window.windowState(), state);
+    QCOMPARE(folding.finished, finished + 1);
+
+    folding.window.setWindowState(Qt::WindowNoState);
+    QTRY_COMPARE(folding.window.size(), QSize(400, open ? 300 : 262));
+    QTRY_COMPARE(folding.content.height(), 222);
+    // Once: a height in between that the user chooses later stays.
+    folding.window.resize(400, 281);
+    QTest::qWait(50);
+    QCOMPARE(folding.window.height(), 281);
+}
+
+void OptionsFoldTest::aHeightGivenMeanwhileIsLeftAlone() {
+    Folding folding;
+    folding.start(false);
+    QTRY_VERIFY_WITH_TIMEOUT(folding.window.height() < 300, patience);
+    folding.window.showMaximized();
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    folding.window.hide();
+    folding.window.setWindowState(Qt::WindowNoState);
+    folding.window.resize(500, 420);
+    folding.window.show();
+    QTest::qWait(50);
+    QCOMPARE(folding.window.size(), QSize(500, 420));
+    folding.window.resize(500, 281);
+    QTest::qWait(50);
+    QCOMPARE(folding.window.size(), QSize(500, 281));
 }
 
 void OptionsFoldTest::mayFoldAWindowOfTheSmallestHeight() {
