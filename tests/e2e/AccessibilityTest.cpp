@@ -16,6 +16,7 @@ private Q_SLOTS:
 
     void theContentIsOneTextThatClientsMaySet();
     void everyControlSaysWhatItIs();
+    void everyNameIsInTheUsersLanguage();
     void nothingThatTakesTheFocusIsNameless();
     void eachItemIsTold();
     void theFocusIsToldByName();
@@ -94,6 +95,22 @@ void AccessibilityTest::everyControlSaysWhatItIs() {
 
     Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Next news item"));
     QTRY_COMPARE(panel->position(), QStringLiteral("2 / 2"));
+}
+
+void AccessibilityTest::everyNameIsInTheUsersLanguage() {
+    panel->desktop.setVariable(QStringLiteral("LANGUAGE"), QStringLiteral("de"));
+    QVERIFY(panel->open(Panel::items(2)));
+    QCOMPARE(names("push button"), QStringList({QStringLiteral("Optionen einblenden"),
+                                                QStringLiteral("Vorherige Neuigkeit"),
+                                                QStringLiteral("N\u00e4chste Neuigkeit")}));
+    QCOMPARE(names("check box"), QStringList{QStringLiteral("Neuigkeiten beim Start anzeigen")});
+    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Optionen einblenden"));
+    QTRY_COMPARE(names("combo box"),
+                 QStringList({QStringLiteral("Alle Neuigkeiten"), QStringLiteral("Alle")}));
+    QTRY_COMPARE(names("push button").first(), QStringLiteral("Optionen ausblenden"));
+    QCOMPARE(panel->object("combo box", "Alle").labels, QStringList{QStringLiteral("Anzeigen:")});
+    QCOMPARE(panel->object("combo box", "Alle Neuigkeiten").labels,
+             QStringList{QStringLiteral("Art:")});
 }
 
 void AccessibilityTest::nothingThatTakesTheFocusIsNameless() {
