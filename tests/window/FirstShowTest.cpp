@@ -26,7 +26,7 @@ QMargins frameMargins() {
     QWidget probe;
     probe.resize(200, 100);
     probe.show();
-    if (!QTest::qWaitForWindowActive(&probe))
+    if (!QTest::qWaitForWindowActive(&probe, testPatience))
         qFatal("no window manager");
     const QRect inner = probe.geometry();
     const QRect outer = probe.frameGeometry();
@@ -113,14 +113,14 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
     window->performClose();
     QTRY_VERIFY(!window->isVisible());
     controller->showWindow();
-    QVERIFY(QTest::qWaitForWindowActive(window));
+    QVERIFY(QTest::qWaitForWindowActive(window, testPatience));
     QTest::qWait(400);
     QCOMPARE(window->size(), QSize(420, 250));
 
     const auto second = fixture.makeController();
     second->window()->resize(430, 290);
     second->showWindow();
-    QVERIFY(QTest::qWaitForWindowActive(second->window()));
+    QVERIFY(QTest::qWaitForWindowActive(second->window(), testPatience));
     QTest::qWait(400);
     QCOMPARE(second->window()->size(), QSize(430, 290));
     QVERIFY(second->displayContentType()->isHidden());
