@@ -48,8 +48,11 @@ void OlvNewsWindow::makeKeyAndOrderFront() {
 // Texts and fonts set how narrow the window may be. How low it may be is not the layout's to say:
 // it changes while the options fold.
 bool OlvNewsWindow::event(QEvent *event) {
-    if (event->type() == QEvent::LayoutRequest && layout())
-        setMinimumWidth(layout()->totalMinimumSize().width());
+    if (event->type() == QEvent::LayoutRequest && layout()) {
+        if (_describedMinimumWidth < 0)
+            _describedMinimumWidth = minimumWidth();
+        setMinimumWidth(qMax(_describedMinimumWidth, layout()->totalMinimumSize().width()));
+    }
     return QWidget::event(event);
 }
 

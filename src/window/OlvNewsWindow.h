@@ -10,7 +10,8 @@ namespace pelorinnews {
 ///
 /// Key equivalents are asked of the window first and then of the views in it, whichever control
 /// has the focus and before that control sees the key. Pop-up lists are windows of their own and
-/// keep their keys. It never gets too narrow for the texts of its controls. Main thread only.
+/// keep their keys. It never gets too narrow for the texts of its controls, nor narrower than it
+/// was described. Main thread only.
 class OlvNewsWindow final : public QWidget {
     Q_OBJECT
 
@@ -42,6 +43,9 @@ protected:
 
 private:
     bool askForKeyEquivalent(const QKeyEvent &event);
+
+    /// Its minimum width before texts had a say; negative until then.
+    int _describedMinimumWidth = -1;
 };
 
 }  // namespace pelorinnews

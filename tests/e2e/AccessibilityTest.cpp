@@ -16,8 +16,10 @@ private Q_SLOTS:
 
     void theContentIsOneTextThatClientsMaySet();
     void everyControlSaysWhatItIs();
+    void everyNameIsInTheUsersLanguage();
     void nothingThatTakesTheFocusIsNameless();
     void eachItemIsTold();
+    void whatControlsBecomeIsTold();
     void theFocusIsToldByName();
     void aValueThatIsNotToBeReadStays();
 
@@ -78,7 +80,9 @@ void AccessibilityTest::everyControlSaysWhatItIs() {
              QStringList({QStringLiteral("Show options"), QStringLiteral("Previous news item"),
                           QStringLiteral("Next news item")}));
     const Object box = panel->object("check box", "Show news on start");
-    QVERIFY(box.is("checked"));
+    for (const char *state : {"checked", "enabled", "sensitive", "focusable"})
+        QVERIFY2(box.is(state), state);
+    QVERIFY(!box.is("expandable"));
     QCOMPARE(box.actions.value(QStringLiteral("Toggle")), QStringLiteral("Alt+S"));
     Object triangle = panel->object("push button", "Show options");
     QVERIFY(triangle.is("expandable") && triangle.is("collapsed") && !triangle.is("expanded"));
@@ -91,9 +95,35 @@ void AccessibilityTest::everyControlSaysWhatItIs() {
     QVERIFY(!triangle.is("collapsed"));
     QCOMPARE(panel->object("combo box", "All news").labels, QStringList{QStringLiteral("Type:")});
     QCOMPARE(panel->object("combo box", "All").labels, QStringList{QStringLiteral("Show:")});
+    for (const char *menu : {"All news", "All"}) {
+        const Object found = panel->object("combo box", menu);
+        for (const char *state : {"enabled", "sensitive", "focusable", "expandable"})
+            QVERIFY2(found.is(state), state);
+        QVERIFY(!found.is("expanded") && !found.is("editable"));
+    }
+    for (const char *button : {"Hide options", "Previous news item", "Next news item"}) {
+        for (const char *state : {"enabled", "sensitive", "focusable"})
+            QVERIFY2(panel->object("push button", button).is(state), button);
+    }
 
     Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Next news item"));
     QTRY_COMPARE(panel->position(), QStringLiteral("2 / 2"));
+}
+
+void AccessibilityTest::everyNameIsInTheUsersLanguage() {
+    panel->desktop.setVariable(QStringLiteral("LANGUAGE"), QStringLiteral("de"));
+    QVERIFY(panel->open(Panel::items(2)));
+    QCOMPARE(names("push button"), QStringList({QStringLiteral("Optionen einblenden"),
+                                                QStringLiteral("Vorherige Neuigkeit"),
+                                                QStringLiteral("N\u00e4chste Neuigkeit")}));
+    QCOMPARE(names("check box"), QStringList{QStringLiteral("Neuigkeiten beim Start anzeigen")});
+    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Optionen einblenden"));
+    QTRY_COMPARE(names("combo box"),
+                 QStringList({QStringLiteral("Alle Neuigkeiten"), QStringLiteral("Alle")}));
+    QTRY_COMPARE(names("push button").first(), QStringLiteral("Optionen ausblenden"));
+    QCOMPARE(panel->object("combo box", "Alle").labels, QStringList{QStringLiteral("Anzeigen:")});
+    QCOMPARE(panel->object("combo box", "Alle Neuigkeiten").labels,
+             QStringList{QStringLiteral("Art:")});
 }
 
 void AccessibilityTest::nothingThatTakesTheFocusIsNameless() {
@@ -134,6 +164,46 @@ void AccessibilityTest::eachItemIsTold() {
     QCOMPARE(said("object:text-changed:delete").last(), QStringLiteral("Item 2"));
     QCOMPARE(said("object:text-changed:insert").last(), QStringLiteral("Item 2"));
     QTRY_VERIFY(listener.count(QLatin1String(nameChange), QStringLiteral("Item 2")) > 1);
+}
+
+void AccessibilityTest::whatControlsBecomeIsTold() {
+    QList<FeedEntry> news = Panel::items(2);
+    news.last().category = QStringLiteral("mac pelorin critical");
+    QVERIFY(panel->open(news));
+    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Show options"));
+    QTRY_VERIFY(panel->object("combo box", "All news").is("showing"));
+    Assistive::Listener listener(panel->desktop.hostProcess());
+    const auto told = [&listener](const char *state) {
+        QStringList all;
+        for (const Assistive::Event &each : listener.events()) {
+            if (each.type == QLatin1String("object:state-changed:") + QLatin1String(state))
+                all.append(QString::number(each.detail) + QLatin1Char(' ') + each.name);
+        }
+        all.sort();
+        return all;
+    };
+    panel->press("alt+s");
+    QStringList checked{QStringLiteral("0 Show news on start")};
+    QTRY_COMPARE(told("checked"), checked);
+    panel->press("space");
+    checked.append(QStringLiteral("1 Show news on start"));
+    QTRY_COMPARE(told("checked"), checked);
+
+    // Of the two items one is left, so there is nowhere to go.
+    panel->press("alt+t");
+    panel->press("Down");
+    QStringList able{QStringLiteral("0 Next news item"), QStringLiteral("0 Previous news item")};
+    for (const char *state : {"enabled", "sensitive"})
+        QTRY_COMPARE(told(state), able);
+    QVERIFY(isTold(listener, nameChange, QStringLiteral("Critical only")));
+    QVERIFY(isTold(listener, "object:selection-changed", QStringLiteral("Critical only")));
+    QVERIFY(isTold(listener, nameChange, QStringLiteral("1 / 1")));
+    panel->press("Up");
+    able << QStringLiteral("1 Next news item") << QStringLiteral("1 Previous news item");
+    for (const char *state : {"enabled", "sensitive"})
+        QTRY_COMPARE(told(state), able);
+    QVERIFY(isTold(listener, nameChange, QStringLiteral("1 / 2")));
+    QCOMPARE(told("checked"), checked);
 }
 
 void AccessibilityTest::theFocusIsToldByName() {

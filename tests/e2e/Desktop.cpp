@@ -140,6 +140,8 @@ QProcessEnvironment Desktop::environment() const {
             path(QString::fromLatin1(name).section(QLatin1Char('_'), 0, 0).toLower()));
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), path(QStringLiteral("run")));
     environment.insert(QStringLiteral("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"), QStringLiteral("1"));
+    for (auto each = variables.begin(); each != variables.end(); ++each)
+        environment.insert(each.key(), each.value());
     return environment;
 }
 

@@ -3,6 +3,7 @@
 #include "Screen.h"
 
 #include <QDateTime>
+#include <QMap>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -33,6 +34,9 @@ public:
     void prefer(const QString &key, const QVariant &value) const;
     /// A preference as it is stored now.
     [[nodiscard]] QVariant preference(const QString &key) const;
+
+    /// Sets a variable of the host's environment, before the host starts.
+    void setVariable(const QString &name, const QString &value) { variables[name] = value; }
 
     /// Makes a program the user's browser that writes down what it is asked to open.
     void installBrowser() const;
@@ -72,6 +76,7 @@ private:
     QProcess notificationDaemon;
     QProcess host;
     QString feedAddress;
+    QMap<QString, QString> variables;
 };
 
 }  // namespace pelorinnews::test

@@ -13,6 +13,8 @@ private Q_SLOTS:
 
     void buttonsGoRoundInBothDirections();
     void aSingleItemLeadsNowhere();
+    void aPageSaysWhyThereIsNoItem_data();
+    void aPageSaysWhyThereIsNoItem();
     void menusChooseByMouseAndByKeyboard();
     void theCheckBoxIsStored();
     void linksOpenInTheUsersBrowser();
@@ -72,6 +74,39 @@ void ItemsTest::aSingleItemLeadsNowhere() {
     panel->clickIntoThePage();
     QTRY_VERIFY(panel->focus().startsWith(QStringLiteral("label ")));
     QVERIFY(becomes("Item 1", "1 / 1"));
+}
+
+void ItemsTest::aPageSaysWhyThereIsNoItem_data() {
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("status");
+    QTest::newRow("unreachable")
+        << QStringLiteral("newsFeedBaseURL") << QVariant(QStringLiteral("https://127.0.0.1:1/"))
+        << QStringLiteral("The news could not be loaded. Please check your Internet connection.");
+    QTest::newRow("none of the chosen type") << QStringLiteral("newsTypeFilter") << QVariant(2)
+                                             << QStringLiteral("No news matches your selection.");
+}
+
+void ItemsTest::aPageSaysWhyThereIsNoItem() {
+    QFETCH(const QString, key);
+    QFETCH(const QVariant, value);
+    QFETCH(const QString, status);
+    panel->desktop.prefer(key, value);
+    panel->begin(Panel::items(2));
+    QTRY_VERIFY(!panel->desktop.window(QStringLiteral("Pelorin")).isEmpty());
+    QVERIFY(panel->reopen());
+    QTRY_COMPARE(panel->text(), status);
+    for (const char *name : {"Previous news item", "Next news item"}) {
+        const Assistive::Object button = panel->object("push button", name);
+        QVERIFY(button.is("showing") && !button.is("enabled"));
+    }
+    QCOMPARE(panel->position(), QString());
+    // It is painted: the text that a page begins with does not reach this far.
+    const QRect page = panel->content().place;
+    const QRect part(180, 4, 100, 28);
+    QTRY_VERIFY(Screen::colours(panel->window, part) > 4);
+    // And nothing else is.
+    QCOMPARE(Screen::colours(panel->window, QRect(0, 100, page.width(), page.height() - 100)), 1);
 }
 
 void ItemsTest::menusChooseByMouseAndByKeyboard() {

@@ -8,16 +8,23 @@ class OptionsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init() { panel = std::make_unique<Panel>(); }
     void cleanup() { panel.reset(); }
 
     void nothingAboveTheOptionsMoves();
     void pressingAgainWhileItMovesEndsWhereItBegan();
     void aSizeGivenByHandInBetweenStays();
     void closingWhileItMovesLeavesNothingHalfDone();
+    void atTwiceTheSizeItMovesTwiceAsFar();
 
 private:
     static constexpr int foldHeight = 38;
+
+    /// Whether the host's window comes up, folded.
+    [[nodiscard]] bool opens() const {
+        return panel->open(Panel::items(2)) &&
+               QTest::qWaitFor([this] { return isFolded(); }, testPatience);
+    }
 
     [[nodiscard]] QRect window() const { return Screen::geometry(panel->window); }
     [[nodiscard]] Assistive::Object triangle() const {
@@ -51,13 +58,8 @@ private:
     std::unique_ptr<Panel> panel;
 };
 
-void OptionsTest::init() {
-    panel = std::make_unique<Panel>();
-    QVERIFY(panel->open(Panel::items(2)));
-    QTRY_VERIFY(isFolded());
-}
-
 void OptionsTest::nothingAboveTheOptionsMoves() {
+    QVERIFY(opens());
     const QRect folded = window();
     const QMargins frame = Screen::frame(panel->window);
     const QList<QRect> before = above();
@@ -90,6 +92,7 @@ void OptionsTest::nothingAboveTheOptionsMoves() {
 }
 
 void OptionsTest::pressingAgainWhileItMovesEndsWhereItBegan() {
+    QVERIFY(opens());
     const QRect folded = window();
     const QList<QRect> before = above();
     // Both within the fifth of a second that it takes.
@@ -109,6 +112,7 @@ void OptionsTest::pressingAgainWhileItMovesEndsWhereItBegan() {
 }
 
 void OptionsTest::aSizeGivenByHandInBetweenStays() {
+    QVERIFY(opens());
     Screen::click(triangle().place.center());
     QTRY_VERIFY(isOpen());
     const QPoint corner = window().topLeft();
@@ -133,6 +137,7 @@ void OptionsTest::aSizeGivenByHandInBetweenStays() {
 }
 
 void OptionsTest::closingWhileItMovesLeavesNothingHalfDone() {
+    QVERIFY(opens());
     const QSize folded = window().size();
     const QPoint place = triangle().place.center();
     Screen::click(place);
@@ -144,6 +149,23 @@ void OptionsTest::closingWhileItMovesLeavesNothingHalfDone() {
     Screen::click(triangle().place.center());
     QTRY_VERIFY(isFolded());
     QCOMPARE(window().size(), folded);
+}
+
+void OptionsTest::atTwiceTheSizeItMovesTwiceAsFar() {
+    panel->desktop.setVariable(QStringLiteral("QT_SCALE_FACTOR"), QStringLiteral("2"));
+    QVERIFY(opens());
+    const QRect folded = window();
+    const QList<QRect> before = above();
+    // As wide as described, in pixels of the screen.
+    QCOMPARE(folded.width(), 2 * 560);
+    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Show options"));
+    QTRY_VERIFY(isOpen());
+    QCOMPARE(window(), folded.adjusted(0, 0, 0, 2 * foldHeight));
+    QCOMPARE(above(), before);
+    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Hide options"));
+    QTRY_VERIFY(isFolded());
+    QCOMPARE(window(), folded);
+    QCOMPARE(above(), before);
 }
 
 PELORIN_PANEL_TEST_MAIN(OptionsTest)

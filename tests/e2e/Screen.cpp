@@ -69,6 +69,18 @@ QByteArray colour(const QString &window, QPoint pixel) {
         .left(6);
 }
 
+int colours(const QString &window, const QRect &part) {
+    const QString crop = QStringLiteral("%1x%2+%3+%4")
+                             .arg(part.width())
+                             .arg(part.height())
+                             .arg(part.x())
+                             .arg(part.y());
+    return outputOf(QStringLiteral("import"),
+                    {QStringLiteral("-window"), window, QStringLiteral("-crop"), crop,
+                     QStringLiteral("-format"), QStringLiteral("%k"), QStringLiteral("info:-")})
+        .toInt();
+}
+
 void resize(const QString &window, QSize size) {
     xdotool({QStringLiteral("windowsize"), window, QString::number(size.width()),
              QString::number(size.height())});

@@ -18,6 +18,8 @@ namespace pelorinnews::test::Screen {
 [[nodiscard]] QMargins frame(const QString &window);
 /// The colour of one of its pixels, as six hexadecimal digits.
 [[nodiscard]] QByteArray colour(const QString &window, QPoint pixel);
+/// How many colours there are in a part of it.
+[[nodiscard]] int colours(const QString &window, const QRect &part);
 
 /// Gives the window another size, as dragging its lower-right corner would.
 void resize(const QString &window, QSize size);

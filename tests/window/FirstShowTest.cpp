@@ -1,5 +1,6 @@
 // The first showing in the process, which sizes the window and folds its options away; a process
-// has only one, so this executable has but one test of it.
+// has only one, so this executable has but one test of it. Built twice: with
+// PELORIN_WITH_WEB_ENGINE the web renderer is beside it.
 
 #include "OlvLocalization.h"
 #include "TestMain.h"
@@ -7,18 +8,25 @@
 
 #include <QApplication>
 #include <QScreen>
+#include <QTextBrowser>
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
 
 namespace {
 
+#ifdef PELORIN_WITH_WEB_ENGINE
+constexpr bool withWebEngine = true;
+#else
+constexpr bool withWebEngine = false;
+#endif
+
 // How much a window manager puts around a window; known only once it has done so.
 QMargins frameMargins() {
     QWidget probe;
     probe.resize(200, 100);
     probe.show();
-    if (!QTest::qWaitForWindowActive(&probe))
+    if (!QTest::qWaitForWindowActive(&probe, testPatience))
         qFatal("no window manager");
     const QRect inner = probe.geometry();
     const QRect outer = probe.frameGeometry();
@@ -65,6 +73,8 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
     OlvNewsWindow *window = controller->window();
     QVERIFY(window);
     QVERIFY(!controller->displayContentType()->isHidden());
+    const bool isText = controller->webView()->findChild<QTextBrowser *>() != nullptr;
+    QCOMPARE(isText, !withWebEngine);
 
     const auto client = [frame](int width, int height) {
         return QSize(width - frame.left() - frame.right(), height - frame.top() - frame.bottom());
@@ -103,14 +113,14 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
     window->performClose();
     QTRY_VERIFY(!window->isVisible());
     controller->showWindow();
-    QVERIFY(QTest::qWaitForWindowActive(window));
+    QVERIFY(QTest::qWaitForWindowActive(window, testPatience));
     QTest::qWait(400);
     QCOMPARE(window->size(), QSize(420, 250));
 
     const auto second = fixture.makeController();
     second->window()->resize(430, 290);
     second->showWindow();
-    QVERIFY(QTest::qWaitForWindowActive(second->window()));
+    QVERIFY(QTest::qWaitForWindowActive(second->window(), testPatience));
     QTest::qWait(400);
     QCOMPARE(second->window()->size(), QSize(430, 290));
     QVERIFY(second->displayContentType()->isHidden());

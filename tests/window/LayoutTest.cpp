@@ -1,15 +1,26 @@
 // How the window is laid out: reading direction, narrow and small screens, the keyboard's way.
 
-#include "NavigationButton.h"
 #include "TestMain.h"
 #include "WindowFixture.h"
 
 #include <QApplication>
 #include <QLayout>
+#include <QScopeGuard>
 #include <QScreen>
+#include <QToolButton>
+#include <QWindow>
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
+
+namespace {
+
+Qt::ArrowType arrow(const QAbstractButton *button) {
+    const auto *drawn = qobject_cast<const QToolButton *>(button);
+    return drawn ? drawn->arrowType() : Qt::NoArrow;
+}
+
+}  // namespace
 
 class LayoutTest : public QObject {
     Q_OBJECT
@@ -18,6 +29,9 @@ private Q_SLOTS:
     void init() { fixture = std::make_unique<WindowFixture>(); }
     void cleanup() { fixture.reset(); }
     void arrowsFollowTheReadingDirection();
+    void theTrianglePointsAtWhatItOpens();
+    void isNeverSmallerThanDescribed();
+    void bearsTheApplicationsIcon();
     void isNeverTooNarrowForItsTexts();
     void fitsTheScreen();
     void theKeyboardGoesWhereTheEyeGoes();
@@ -30,9 +44,6 @@ private:
 void LayoutTest::arrowsFollowTheReadingDirection() {
     const auto controller = fixture->makeController();
     OlvNewsWindow *window = controller->window();
-    const auto arrow = [](const QAbstractButton *button) {
-        return qobject_cast<const NavigationButton *>(button)->arrowType();
-    };
     QCOMPARE(arrow(controller->previousItem()), Qt::LeftArrow);
     QCOMPARE(arrow(controller->nextItem()), Qt::RightArrow);
     QVERIFY(controller->previousItem()->property("forward") == false);
@@ -43,6 +54,61 @@ void LayoutTest::arrowsFollowTheReadingDirection() {
     QVERIFY(controller->nextItem()->x() < controller->previousItem()->x());
     window->setLayoutDirection(Qt::LeftToRight);
     QCOMPARE(arrow(controller->nextItem()), Qt::RightArrow);
+}
+
+void LayoutTest::theTrianglePointsAtWhatItOpens() {
+    const auto controller = fixture->shown(WindowFixture::items(2));
+    OlvNewsWindow *window = controller->window();
+    QAbstractButton *triangle = controller->optionsButton();
+    QTRY_VERIFY(controller->displayContentFrom()->isHidden());
+    QCOMPARE(arrow(triangle), Qt::RightArrow);
+    window->setLayoutDirection(Qt::RightToLeft);
+    QCOMPARE(arrow(triangle), Qt::LeftArrow);
+    triangle->click();
+    QCOMPARE(arrow(triangle), Qt::DownArrow);
+    QTRY_VERIFY(controller->displayContentFrom()->isVisible());
+    window->setLayoutDirection(Qt::LeftToRight);
+    QCOMPARE(arrow(triangle), Qt::DownArrow);
+    triangle->click();
+    QCOMPARE(arrow(triangle), Qt::RightArrow);
+    QTRY_VERIFY(controller->displayContentFrom()->isHidden());
+}
+
+void LayoutTest::isNeverSmallerThanDescribed() {
+    const auto controller = fixture->shown(WindowFixture::items(2));
+    OlvNewsWindow *window = controller->window();
+    const auto *area = window->findChild<QWidget *>(QStringLiteral("optionsArea"));
+    QVERIFY(area);
+    QTRY_VERIFY(area->isHidden());
+    window->resize(10, 10);
+    QCOMPARE(window->height(), 230);
+    controller->onOptionsButton();
+    QTRY_VERIFY(controller->displayContentFrom()->isVisible());
+    QCOMPARE(window->height(), 268);
+    window->resize(10, 10);
+    QCOMPARE(window->height(), 268);
+    controller->onOptionsButton();
+    QTRY_VERIFY(area->isHidden());
+    QCOMPARE(window->height(), 230);
+
+    // Texts may be short.
+    controller->showOnStart()->setText(QStringLiteral("!"));
+    QTRY_VERIFY(window->layout()->totalMinimumSize().width() < 360);
+    QTRY_COMPARE(window->minimumWidth(), 360);
+    window->resize(10, 10);
+    QCOMPARE(window->size(), QSize(360, 230));
+}
+
+void LayoutTest::bearsTheApplicationsIcon() {
+    QPixmap picture(32, 32);
+    picture.fill(Qt::magenta);
+    const auto restored =
+        qScopeGuard([before = QApplication::windowIcon()] { QApplication::setWindowIcon(before); });
+    QApplication::setWindowIcon(picture);
+    const auto controller = fixture->shown(WindowFixture::items(1));
+    const QIcon icon = controller->window()->windowHandle()->icon();
+    QVERIFY(!icon.isNull());
+    QCOMPARE(icon.cacheKey(), QApplication::windowIcon().cacheKey());
 }
 
 void LayoutTest::isNeverTooNarrowForItsTexts() {
