@@ -169,7 +169,7 @@ void OlvNewsWindowController::showWindow() {
     if (!shown)
         return;
     // The desktop may have answered to an earlier step of its folding after it was closed.
-    if (shown->isHidden() && _closedSize.isValid() && !hasDesktopsEdges())
+    if (shown->isHidden() && _closedSize.isValid() && !hasDesktopsEdges(_loadedWindow))
         shown->resize(_closedSize);
     shown->makeKeyAndOrderFront();
 }
@@ -248,13 +248,10 @@ void OlvNewsWindowController::enlargeOnFirstShow() {
     _loadedWindow->setGeometry(inner.adjusted(0, -growth.height(), growth.width(), 0));
 }
 
-bool OlvNewsWindowController::hasDesktopsEdges() const {
-    return _loadedWindow && (_loadedWindow->isMaximized() || _loadedWindow->isFullScreen());
-}
-
 // The desktop forgets with a window's closing what its edges were before it was maximized.
 void OlvNewsWindowController::restoreOrdinaryGeometry() {
-    if (_ordinaryGeometry.isValid() && !hasDesktopsEdges() && !_loadedWindow->isMinimized())
+    if (_ordinaryGeometry.isValid() && !hasDesktopsEdges(_loadedWindow) &&
+        !_loadedWindow->isMinimized())
         _loadedWindow->setGeometry(std::exchange(_ordinaryGeometry, {}));
 }
 
@@ -262,7 +259,7 @@ void OlvNewsWindowController::windowWillClose() {
     _exposeTimer.stop();
     if (_optionsFold)
         _optionsFold->complete();
-    if (!hasDesktopsEdges())
+    if (!hasDesktopsEdges(_loadedWindow))
         _closedSize = _loadedWindow ? _loadedWindow->size() : QSize();
     else if (!_ordinaryGeometry.isValid())
         _ordinaryGeometry = _loadedWindow->normalGeometry();

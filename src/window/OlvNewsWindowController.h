@@ -136,7 +136,6 @@ private:
     void optionsChanged(const QString &label);
     void adoptOptionsState();
     void turnOptionsButton();
-    [[nodiscard]] bool hasDesktopsEdges() const;
     void restoreOrdinaryGeometry();
     void catchUpWithOptionsState();
     template <class... Arguments>

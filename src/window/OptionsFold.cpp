@@ -14,6 +14,10 @@ constexpr int resizeMilliseconds = 200;
 
 }  // namespace
 
+bool hasDesktopsEdges(const QWidget *window) {
+    return window && (window->isMaximized() || window->isFullScreen());
+}
+
 OptionsFold::OptionsFold(QWidget *window, QWidget *content, QWidget *optionsArea)
     : _window(window),
       _content(content),
@@ -34,14 +38,10 @@ OptionsFold::~OptionsFold() {
     complete();
 }
 
-bool OptionsFold::hasDesktopsEdges() const {
-    return _window && (_window->isMaximized() || _window->isFullScreen());
-}
-
 // A widget that is resized takes itself for an ordinary one from then on, whatever the desktop
 // says.
 void OptionsFold::resizeTo(int height) {
-    if (_window && !hasDesktopsEdges())
+    if (_window && !hasDesktopsEdges(_window))
         _window->resize(_window->width(), height);
 }
 
@@ -50,7 +50,7 @@ void OptionsFold::start(bool open, std::function<void()> whenFinished) {
     _finished = std::move(whenFinished);
     _running = true;
     const bool changes = std::exchange(_open, open) != open;
-    if (!changes || !_window || !_optionsArea || hasDesktopsEdges()) {
+    if (!changes || !_window || !_optionsArea || hasDesktopsEdges(_window)) {
         finish();
         return;
     }
@@ -94,7 +94,7 @@ void OptionsFold::finish() {
         return;
     _animation.stop();
     if (const auto change = std::exchange(_change, std::nullopt)) {
-        if (hasDesktopsEdges())
+        if (hasDesktopsEdges(_window))
             _cutShort = change;
         resizeTo(change->to);
     }
@@ -110,27 +110,30 @@ void OptionsFold::finish() {
 }
 
 bool OptionsFold::eventFilter(QObject *watched, QEvent *event) {
-    const auto news = event->type();
-    if (news == QEvent::WindowStateChange || news == QEvent::Resize) {
-        if (hasDesktopsEdges())
+    const auto type = event->type();
+    if (type == QEvent::WindowStateChange || type == QEvent::Resize) {
+        // The state may be known before the size. A window that is lower yet than it may be then
+        // would be made higher by Qt, and be an ordinary one again.
+        const int lowest = _foldedMinimum + (_open ? foldHeight : 0);
+        if (hasDesktopsEdges(_window) && _window->height() >= lowest)
             complete();
-        else if (_cutShort)  // Not from within the news of a size.
+        else if (_cutShort && !hasDesktopsEdges(_window))  // Not from within the event of a size.
             QMetaObject::invokeMethod(
-                this, [this, news] { catchUp(news); }, Qt::QueuedConnection);
+                this, [this, type] { catchUp(type); }, Qt::QueuedConnection);
     }
     return QObject::eventFilter(watched, event);
 }
 
 // The desktop gives a window back the height that it took it at, half-way. Any other is somebody's
-// wish; but the news of the state may come before that of the size.
-void OptionsFold::catchUp(QEvent::Type news) {
-    if (!_cutShort || !_window || hasDesktopsEdges())
+// wish; but the event of the state may come before that of the size.
+void OptionsFold::catchUp(QEvent::Type type) {
+    if (!_cutShort || !_window || hasDesktopsEdges(_window))
         return;
     const auto [lowest, highest] = std::minmax(_cutShort->from, _cutShort->to);
     const int height = _window->height();
     if (height >= lowest && height <= highest)
         resizeTo(_cutShort->to);
-    else if (news != QEvent::Resize)
+    else if (type != QEvent::Resize)
         return;
     _cutShort.reset();
 }

@@ -12,6 +12,10 @@ class QWidget;
 
 namespace pelorinnews {
 
+/// Whether the edges of `window`, which may be absent, are the desktop's: it is maximized or fills
+/// the screen.
+[[nodiscard]] bool hasDesktopsEdges(const QWidget *window);
+
 /// Changes a window's height at its bottom edge, animated, while what stands above the options
 /// area keeps its size and its place from the top.
 ///
@@ -55,10 +59,9 @@ private:
         int to;
     };
 
-    [[nodiscard]] bool hasDesktopsEdges() const;
     void resizeTo(int height);
     void finish();
-    void catchUp(QEvent::Type news);
+    void catchUp(QEvent::Type type);
 
     QPointer<QWidget> _window;
     QPointer<QWidget> _content;

@@ -93,6 +93,7 @@ private Q_SLOTS:
     void aMaximizedWindowKeepsItsEdges();
     void aWindowTakenByTheDesktopMeanwhileKeepsItsEdges_data();
     void aWindowTakenByTheDesktopMeanwhileKeepsItsEdges();
+    void aWindowOfTheSmallestHeightTakenMeanwhileStaysTaken();
     void aHeightGivenMeanwhileIsLeftAlone();
     void mayFoldAWindowOfTheSmallestHeight();
     void endsWithItsOwner();
@@ -289,6 +290,22 @@ void OptionsFoldTest::aWindowTakenByTheDesktopMeanwhileKeepsItsEdges() {
     folding.window.resize(400, 281);
     QTest::qWait(50);
     QCOMPARE(folding.window.height(), 281);
+}
+
+void OptionsFoldTest::aWindowOfTheSmallestHeightTakenMeanwhileStaysTaken() {
+    Folding folding;
+    folding.window.resize(400, 150);
+    folding.start(false);
+    folding.fold.complete();
+    folding.start(true);
+    QTRY_VERIFY_WITH_TIMEOUT(folding.window.height() != 112, patience);
+    folding.window.setWindowState(Qt::WindowFullScreen);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QTRY_VERIFY(folding.window.height() > 150);
+    QCOMPARE(folding.window.windowState(), Qt::WindowFullScreen);
+    QVERIFY(folding.window.normalGeometry().isValid());
+    folding.window.setWindowState(Qt::WindowNoState);
+    QTRY_COMPARE(folding.window.size(), QSize(400, 150));
 }
 
 void OptionsFoldTest::aHeightGivenMeanwhileIsLeftAlone() {
