@@ -84,7 +84,9 @@ DecisionTest::End DecisionTest::run(const QString &program, const QStringList &o
         process.waitForFinished(10);
     }
     if (process.state() != QProcess::NotRunning) {
-        process.kill();
+        process.terminate();  // what it has started ends with it
+        if (!process.waitForFinished(patience / 10))
+            process.kill();
         process.waitForFinished(patience);
         return end;
     }

@@ -43,20 +43,20 @@ void HostShortcutsTest::eachWindowHasItsOwnKeys() {
     }
     QGuiApplication::clipboard()->clear();
     controller->showWindow();
-    QVERIFY(QTest::qWaitForWindowActive(controller->window()));
+    QVERIFY(QTest::qWaitForWindowActive(controller->window(), testPatience));
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     press("ctrl+c");
     QTRY_VERIFY(QGuiApplication::clipboard()->mimeData()->hasFormat(QStringLiteral("text/rtf")));
     press("ctrl+w");
     QTRY_VERIFY(!controller->window()->isVisible());
     controller->showWindow();
-    QVERIFY(QTest::qWaitForWindowActive(controller->window()));
+    QVERIFY(QTest::qWaitForWindowActive(controller->window(), testPatience));
     press("Escape");
     QTRY_VERIFY(!controller->window()->isVisible());
     QCOMPARE(taken, QStringList());
 
     host.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&host));
+    QVERIFY(QTest::qWaitForWindowActive(&host, testPatience));
     press("ctrl+c");
     press("ctrl+w");
     press("Escape");

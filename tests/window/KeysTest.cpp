@@ -74,7 +74,7 @@ void KeysTest::init() {
     window = controller->window();
     QVERIFY(window);
     controller->showWindow();
-    QVERIFY(QTest::qWaitForWindowActive(window));
+    QVERIFY(QTest::qWaitForWindowActive(window, testPatience));
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     QGuiApplication::clipboard()->clear();
 }
@@ -183,12 +183,12 @@ void KeysTest::winsOverAShortcutOfTheHost() {
     shortcut.setContext(Qt::ApplicationShortcut);
     connect(&shortcut, &QShortcut::activated, this, [&taken] { ++taken; });
     window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(window));
+    QVERIFY(QTest::qWaitForWindowActive(window, testPatience));
     press(Qt::Key_W, Qt::ControlModifier);
     QVERIFY(!window->isVisible());
     QCOMPARE(taken, 0);
     host.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&host));
+    QVERIFY(QTest::qWaitForWindowActive(&host, testPatience));
     QTest::keyClick(host.windowHandle(), Qt::Key_W, Qt::ControlModifier);
     QCOMPARE(taken, 1);
 }
