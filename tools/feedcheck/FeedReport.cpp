@@ -85,7 +85,8 @@ void judgeTexts(const OlvNewsCacheItem &item, const InspectedItem &inspected, co
     };
     judge("title", item.title(), "its announcement says nothing");
     judge("description", item.htmlContent(), "the window shows an empty page for it");
-    judge("comments", item.plainTextContent(), "screen readers say \"Pelorin News content\" instead");
+    judge("comments", item.plainTextContent(),
+          "screen readers say \"Pelorin News content\" instead");
 }
 
 void judgeItems(const FeedPreview &preview, const FeedInspector &inspector, const QString &locale,
