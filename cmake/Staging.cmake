@@ -8,3 +8,15 @@ function(pelorin_stage target folder)
         RUNTIME_OUTPUT_DIRECTORY ${PELORIN_APP_DIR}/${folder}
         LIBRARY_OUTPUT_DIRECTORY ${PELORIN_APP_DIR}/${folder})
 endfunction()
+
+# pelorin_plugin(<target>): the MODULE library shows its entry as a plug-in and nothing else; and no
+# code is pulled from under a running thread.
+function(pelorin_plugin target)
+    set(exported ${CMAKE_SOURCE_DIR}/cmake/plugin.map)
+    target_link_options(${target} PRIVATE -Wl,-z,nodelete -Wl,--version-script=${exported})
+    # A sanitizer's functions are those of the program that loads it.
+    if(NOT PELORIN_SANITIZE)
+        target_link_options(${target} PRIVATE -Wl,--no-undefined)
+    endif()
+    set_target_properties(${target} PROPERTIES PREFIX "" LINK_DEPENDS ${exported})
+endfunction()
