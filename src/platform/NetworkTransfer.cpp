@@ -29,9 +29,9 @@ QNetworkRequest networkRequest(const NetworkRequest &request) {
     network.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     // Qt checks no length of a body that it decompresses, so a cut one would pass for whole.
     network.setRawHeader("Accept-Encoding", "identity");
-    // A body of no more than that whose length is told comes in one buffer, not as a list of pieces,
-    // which saves a tenth of a refresh. It is Qt's own affair: a Qt that does not know it does
-    // without.
+    // A body of no more than that whose length is told comes in one buffer, not as a list of
+    // pieces, which saves a tenth of a refresh. It is Qt's own affair: a Qt that does not know it
+    // does without.
     network.setAttribute(QNetworkRequest::MaximumDownloadBufferSizeAttribute, longestReadAhead);
     network.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     network.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
