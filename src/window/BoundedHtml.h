@@ -12,9 +12,9 @@
 namespace pelorinnews {
 
 /// Prepares a page's HTML for a text document, which takes hostile or careless HTML in badly: its
-/// time and memory grow with the square of the nesting and of the longest word, with tags times
-/// style rules, and with two to the power of tables in each other, so that some hundred bytes can
-/// occupy it for ever.
+/// time and memory grow with the square of the nesting, of the longest word and of the pictures in
+/// a paragraph, with tags times style rules, and with two to the power of tables in each other, so
+/// that some hundred bytes can occupy it for ever.
 ///
 /// The result means the same, but is written in one plain way: comments, scripts, frames and other
 /// content that a page does not show as text are gone, end tags match, attributes are quoted,

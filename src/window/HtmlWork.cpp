@@ -27,6 +27,9 @@ constexpr qint64 shownLineBreak = 1'200;
 constexpr qint64 shownCell = 5'000;
 constexpr qsizetype deepestTable = 30;
 
+// Each is laid out anew with every one that follows in its block, even before anything is shown.
+constexpr qint64 pictureBeforeAnother = 20;
+
 constexpr qint64 attribute = 100;
 constexpr qint64 styleRule = 800;
 constexpr qint64 ruleHeldAgainstElement = 10;
@@ -57,6 +60,8 @@ void HtmlWork::addText(QStringView text) {
 
 void HtmlWork::addStartTag(const QString &name, qsizetype depth) {
     addEndTag(name);
+    if (name == QStringLiteral("img"))
+        _sum += _picturesOfBlock++ * pictureBeforeAnother;
     // Each rule is held against the element and against those around it.
     _sum += (_styleRules + 1) * (depth + 1) * ruleHeldAgainstElement;
 }
@@ -65,6 +70,7 @@ void HtmlWork::addEndTag(const QString &name) {
     if (HtmlElements::isBlock(name)) {
         _charactersOfBlock = 0;
         _charactersOfWord = 0;
+        _picturesOfBlock = 0;
     }
     if (!_display) {
         _sum += copiedTag;

@@ -34,6 +34,7 @@ private:
     qint64 _styleRules = 0;
     qint64 _charactersOfBlock = 0;
     qint64 _charactersOfWord = 0;
+    qint64 _picturesOfBlock = 0;
     QSet<QString> _fontStyles;
 };
 

@@ -100,6 +100,9 @@ void BoundedHtmlTest::refusesWhatADocumentCannotTakeIn_data() {
     QTest::newRow("10,000 paragraphs left open") << repeated("<p>a", 10000) << true;
     QTest::newRow("30,000 elements") << repeated("<p>a</p>", 30000) << true;
     QTest::newRow("300,000 elements") << repeated("<p>a</p>", 300000) << false;
+    QTest::newRow("1,000 pictures in a paragraph") << repeated("<img src=x> ", 1000) << true;
+    QTest::newRow("10,000 pictures in a paragraph") << repeated("<img src=x> ", 10000) << false;
+    QTest::newRow("10,000 pictures in as many") << repeated("<p><img src=x>", 10000) << true;
     QTest::newRow("100 by 100 cells")
         << QStringLiteral("<table>") +
                (QStringLiteral("<tr>") + repeated("<td>a", 100)).repeated(100)
@@ -149,6 +152,7 @@ void BoundedHtmlTest::showsTheBeginningOfWhatIsTooMuch_data() {
     row("a very long word", repeated("a", 1'000'000), 50'000);
     row("a very long word, in pieces", repeated("<b>a</b>", 1'000'000), 500'000);
     row("many line breaks", repeated("a<br>", 1'000'000), 200'000);
+    row("many pictures", repeated("<img src=x> ", 100'000), 40'000);
     row("deep elements", repeated("<div>", 100'000), 50'000);
     row("30 tables in each other", repeated("<table><tr><td>a", 30), 300);
     row("a table with many cells", QStringLiteral("<table>") + repeated("<tr><td>a<td>b", 10'000),
