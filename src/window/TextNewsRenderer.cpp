@@ -8,8 +8,11 @@
 #include <QImage>
 #include <QMouseEvent>
 #include <QScrollBar>
+#include <QTextBlock>
+#include <QTextCursor>
 
 #include <utility>
+#include <vector>
 
 namespace pelorinnews {
 
@@ -18,6 +21,44 @@ namespace {
 // What browsers give a page that asks for nothing else.
 constexpr int standardFontPixels = 16;
 constexpr qreal pageMargin = 8;
+
+/// Puts the text that stands for a picture (`alt`) in the place of each that is not shown, which is
+/// else a hole of the picture's size.
+void tellOfPicturesLeftOut(QTextDocument &document) {
+    struct LeftOut {
+        int position;
+        int length;
+        QTextCharFormat format;
+    };
+    std::vector<LeftOut> all;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        for (auto each = block.begin(); !each.atEnd(); ++each) {
+            const QTextFragment fragment = each.fragment();
+            const QTextCharFormat format = fragment.charFormat();
+            if (!format.isImageFormat())
+                continue;
+            const QUrl name(format.toImageFormat().name());
+            const QVariant picture = document.resource(QTextDocument::ImageResource, name);
+            if (picture.typeId() != QMetaType::QPixmap)
+                all.push_back({fragment.position(), fragment.length(), format});
+        }
+    }
+    QTextCursor cursor(&document);
+    cursor.beginEditBlock();
+    // From the end, since texts are longer than what they replace.
+    for (auto each = all.rbegin(); each != all.rend(); ++each) {
+        cursor.setPosition(each->position);
+        cursor.setPosition(each->position + each->length, QTextCursor::KeepAnchor);
+        QTextCharFormat format = each->format;
+        const QString text = format.stringProperty(QTextFormat::ImageAltText).simplified();
+        format.setObjectType(QTextFormat::NoObject);
+        for (const int property : {QTextFormat::ImageName, QTextFormat::ImageAltText,
+                                   QTextFormat::ImageWidth, QTextFormat::ImageHeight})
+            format.clearProperty(property);
+        cursor.insertText(text, format);
+    }
+    cursor.endEditBlock();
+}
 
 }  // namespace
 
@@ -49,6 +90,7 @@ void TextNewsRenderer::reportClick(const QString &link) {
 void TextNewsRenderer::loadHtmlString(const QString &html) {
     _pictures = {};
     setHtml(BoundedHtml::beginning(html));
+    tellOfPicturesLeftOut(*document());
     repairHtmlDocument(*document());
     verticalScrollBar()->setValue(0);
 }
