@@ -13,7 +13,7 @@
 namespace pelorinnews::test {
 
 /// More than a flush takes.
-inline constexpr std::chrono::milliseconds plenty{5000};
+inline constexpr std::chrono::milliseconds plenty{testPatience};
 
 /// One to be delivered, with a text, a sound and user information of its own.
 inline UserNotification notification(const QString &title) {
