@@ -7,7 +7,6 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QThread>
 
 #include <memory>
 
@@ -87,6 +86,11 @@ bool isInTrackerSession() {
 }
 
 bool TrackerMiner::start() {
+    if (!isInTrackerSession())
+        return false;
+    // One that was stopped while it made its index left one that no other can open.
+    QDir(qEnvironmentVariable(insideVariable) + QStringLiteral("/.cache/tracker3"))
+        .removeRecursively();
     process.setStandardErrorFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());
     process.start(QStringLiteral("/usr/libexec/tracker-miner-fs-3"),
@@ -104,7 +108,8 @@ bool TrackerMiner::start() {
         const QDBusMessage reply = QDBusConnection::sessionBus().call(question);
         if (reply.arguments().value(0).toString() == QLatin1String("Idle"))
             return true;
-        QThread::msleep(20);
+        if (process.waitForFinished(20))
+            return false;
     }
     return false;
 }
