@@ -13,7 +13,8 @@ endfunction()
 #              [SESSION] [DISPLAY | WAYLAND])
 #
 # One executable, one entry of CTest. SESSION gives it a D-Bus session of its own, DISPLAY an Xvfb
-# with a window manager, WAYLAND a compositor. In a sanitized build the entry is called "<preset>.<name>".
+# with a window manager, WAYLAND a compositor. In a sanitized build the entry is called
+# "<preset>.<name>".
 function(pelorin_test name)
     cmake_parse_arguments(ARG "SESSION;DISPLAY;WAYLAND" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
     set(target test_${name})
