@@ -169,7 +169,7 @@ void OlvNewsWindowController::showWindow() {
     if (!shown)
         return;
     // The desktop may have answered to an earlier step of its folding after it was closed.
-    if (shown->isHidden() && _closedSize.isValid() && !hasDesktopsEdges(_loadedWindow))
+    if (shown->isHidden() && _closedSize.isValid() && !hasDesktopsEdges(shown))
         shown->resize(_closedSize);
     shown->makeKeyAndOrderFront();
 }
