@@ -52,6 +52,8 @@ void TextNewsRendererTest::aPictureThatIsLeftOutLeavesItsText_data() {
                                     "<p><img src='%1' alt='Three'> <img src='z' alt='Four'>")
                                     .arg(png())
                              << QStringLiteral("OneTwo\n%1 Four").arg(object);
+    QTest::newRow("the same twice")
+        << QStringLiteral("<img src='x' alt='Star'>").repeated(2) << QStringLiteral("StarStar");
     QTest::newRow("several lines")
         << QStringLiteral("<img src='x' alt='A\n boat'>") << QStringLiteral("A boat");
     QTest::newRow("no text") << QStringLiteral("a<img src='x' width=320 height=90>b")
