@@ -50,9 +50,7 @@ void FirstShowLargeTest::keepsWhatIsLargeEnough() {
     QFETCH(const QSize, before);
     QCOMPARE(QGuiApplication::primaryScreen()->size(), QSize(800, 800));
     WindowFixture fixture;
-    fixture.serve(WindowFixture::items(2));
-    fixture.prefer(QStringLiteral("newsShowOnStart"), false);
-    const auto controller = fixture.makeController();
+    const auto controller = fixture.unshown(WindowFixture::items(2));
     OlvNewsWindow *window = controller->window();
     QVERIFY(window);
     window->setGeometry(QRect(QPoint(20, 60), before));

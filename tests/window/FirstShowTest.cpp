@@ -67,9 +67,7 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
     const QMargins frame = frameMargins();
     QVERIFY(frame.top() > 0);
     WindowFixture fixture;
-    fixture.serve(WindowFixture::items(2));
-    fixture.prefer(QStringLiteral("newsShowOnStart"), false);
-    const auto controller = fixture.makeController();
+    const auto controller = fixture.unshown(WindowFixture::items(2));
     OlvNewsWindow *window = controller->window();
     QVERIFY(window);
     QVERIFY(!controller->displayContentType()->isHidden());

@@ -29,9 +29,7 @@ private:
 
 void HostShortcutsTest::eachWindowHasItsOwnKeys() {
     WindowFixture fixture;
-    fixture.prefer(QStringLiteral("newsShowOnStart"), false);
-    fixture.serve(WindowFixture::items(2));
-    const auto controller = fixture.makeController();
+    const auto controller = fixture.unshown(WindowFixture::items(2));
     QWidget host;
     host.show();
     QStringList taken;

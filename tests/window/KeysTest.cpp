@@ -68,9 +68,7 @@ private:
 
 void KeysTest::init() {
     fixture = std::make_unique<WindowFixture>();
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    fixture->serve(WindowFixture::items(2));
-    controller = fixture->makeController();
+    controller = fixture->unshown(WindowFixture::items(2));
     window = controller->window();
     QVERIFY(window);
     controller->showWindow();

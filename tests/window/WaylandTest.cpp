@@ -20,9 +20,7 @@ void WaylandTest::initTestCase() {
 
 void WaylandTest::foldsByItsHeightAlone() {
     WindowFixture fixture;
-    fixture.serve(WindowFixture::items(2));
-    fixture.prefer(QStringLiteral("newsShowOnStart"), false);
-    const auto controller = fixture.makeController();
+    const auto controller = fixture.unshown(WindowFixture::items(2));
     OlvNewsWindow *window = controller->window();
     QVERIFY(window);
     const auto *area = window->findChild<QWidget *>(QStringLiteral("optionsArea"));

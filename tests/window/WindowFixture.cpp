@@ -101,6 +101,12 @@ std::shared_ptr<OlvNewsWindowController> WindowFixture::makeController() {
     return controller;
 }
 
+std::shared_ptr<OlvNewsWindowController> WindowFixture::unshown(const QList<FeedItem> &items) {
+    serve(items);
+    prefer(QStringLiteral("newsShowOnStart"), false);
+    return makeController();
+}
+
 std::shared_ptr<OlvNewsWindowController> WindowFixture::shown(const QList<FeedItem> &items) {
     serve(items);
     auto controller = makeController();

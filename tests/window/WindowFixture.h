@@ -42,6 +42,9 @@ public:
     /// `showOnStart` off it is a background refresh.
     [[nodiscard]] std::shared_ptr<OlvNewsWindowController> makeController();
 
+    /// A controller over `items` whose window was not opened.
+    [[nodiscard]] std::shared_ptr<OlvNewsWindowController> unshown(const QList<FeedItem> &items);
+
     /// A controller whose window shows `items`, active.
     [[nodiscard]] std::shared_ptr<OlvNewsWindowController> shown(const QList<FeedItem> &items);
 
