@@ -1,0 +1,40 @@
+#pragma once
+
+// Included first by every source of a mutation build (see run). Each mutant stands beside the code
+// that it replaces; the environment chooses which one is alive.
+
+#include <atomic>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace pelorin_mutation {
+
+inline constexpr int limit = 20000;
+
+/// True where `number` is the mutant that PELORIN_MUTANT names. With PELORIN_MUTANT_LOG, a file's
+/// path, the number of every mutant that is reached is appended there once for each process.
+inline bool alive(int number) {
+    static const char *const wanted = std::getenv("PELORIN_MUTANT");
+    static const int chosen = wanted ? std::atoi(wanted) : 0;
+    static const char *const log = std::getenv("PELORIN_MUTANT_LOG");
+    static std::atomic<bool> seen[limit];
+    if (log && !seen[number].exchange(true)) {
+        char line[16];
+        int at = sizeof line;
+        line[--at] = '\n';
+        for (int rest = number; rest > 0; rest /= 10)
+            line[--at] = static_cast<char>('0' + rest % 10);
+        const int file = ::open(log, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        if (file >= 0) {
+            [[maybe_unused]] const auto written =
+                ::write(file, line + at, sizeof line - static_cast<unsigned>(at));
+            ::close(file);
+        }
+    }
+    return chosen == number;
+}
+
+}  // namespace pelorin_mutation
+
+#define PELORIN_ALIVE(number) ::pelorin_mutation::alive(number)
