@@ -121,15 +121,20 @@ bool hasIdentity(const RegistryEntry &entry, const QString &identity) {
     return entry.notification.identity == identity;
 }
 
-void applyTo(RegistryContents &contents, const RegistryChange &change) {
+/// Returns the identities that `change` erased.
+QStringList applyTo(RegistryContents &contents, const RegistryChange &change) {
     std::vector<RegistryEntry> &entries = contents.entries;
     if (contents.bus != change.bus || contents.server != change.server)
         entries.clear();
     contents.bus = change.bus;
     contents.server = change.server;
     contents.serial = std::max(contents.serial, change.serial) + 1;
-    std::erase_if(entries, [&change](const RegistryEntry &entry) {
-        return change.erased.contains(entry.notification.identity);
+    QStringList removed;
+    std::erase_if(entries, [&change, &removed](const RegistryEntry &entry) {
+        const bool isErased = change.erased.contains(entry.notification.identity);
+        if (isErased)
+            removed.append(entry.notification.identity);
+        return isErased;
     });
     for (const RegistryEntry &added : change.put) {
         const auto found =
@@ -145,6 +150,7 @@ void applyTo(RegistryContents &contents, const RegistryChange &change) {
         const auto excess = entries.size() - NotificationRegistry::maximumEntries;
         entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(excess));
     }
+    return removed;
 }
 
 }  // namespace
@@ -159,7 +165,10 @@ std::optional<RegistryContents> NotificationRegistry::read() const {
     return contentsFromBytes(file.readAll());
 }
 
-std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange &change) const {
+std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange &change,
+                                                            QStringList *removed) const {
+    if (removed)
+        removed->clear();
     if (!QDir().mkpath(folderPath))
         return std::nullopt;
     QLockFile lock(filePath + QStringLiteral(".lock"));
@@ -174,7 +183,7 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
     }
     if (!contents)
         contents.emplace();
-    applyTo(*contents, change);
+    QStringList erased = applyTo(*contents, change);
 
     QSaveFile file(filePath);
     if (!file.open(QIODevice::WriteOnly))
@@ -184,6 +193,8 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
     file.write(bytesFromContents(*contents));
     if (!file.commit())
         return std::nullopt;
+    if (removed)
+        *removed = std::move(erased);
     return contents;
 }
 

@@ -61,7 +61,12 @@ public:
     /// Applies `change` and returns what the file holds then; absent where it could not be locked
     /// or written, and then it is as before. A file that cannot be understood is set aside first,
     /// under the name with ".corrupt" at its end. Waits for the lock and the disk.
-    [[nodiscard]] std::optional<RegistryContents> apply(const RegistryChange &change) const;
+    ///
+    /// `removed`, if given, gets those of `change.erased` that the file held until now: of several
+    /// processes that erase one entry, exactly one is told that it did. It stays empty where the
+    /// change failed.
+    [[nodiscard]] std::optional<RegistryContents> apply(const RegistryChange &change,
+                                                        QStringList *removed = nullptr) const;
 
     [[nodiscard]] QString path() const { return filePath; }
 

@@ -21,6 +21,8 @@ private Q_SLOTS:
     void keepsDatesToTheMillisecond();
     void keepsAbsentTextsAbsent();
     void erasesByIdentity();
+    void tellsWhatItErased();
+    void tellsOnlyOneOfTwoThatItErasedAnEntry();
     void replacesTheEntryOfTheSameIdentity();
     void dropsTheEntriesOfAnotherBusOrServer_data();
     void dropsTheEntriesOfAnotherBusOrServer();
@@ -134,6 +136,50 @@ void NotificationRegistryTest::erasesByIdentity() {
     change.erased = QStringList{QStringLiteral("a"), QStringLiteral("unknown")};
     QVERIFY(registry().apply(change));
     QCOMPARE(identities(*registry().read()), QStringList{QStringLiteral("b")});
+}
+
+void NotificationRegistryTest::tellsWhatItErased() {
+    QVERIFY(registry().apply(putting({entry(QStringLiteral("a")), entry(QStringLiteral("b"))})));
+    RegistryChange change = putting({});
+    change.erased = QStringList{QStringLiteral("a"), QStringLiteral("unknown")};
+    QStringList removed;
+    QVERIFY(registry().apply(change, &removed));
+    QCOMPARE(removed, QStringList{QStringLiteral("a")});
+    QVERIFY(registry().apply(change, &removed));
+    QCOMPARE(removed, QStringList());
+
+    // What stood on another server was not erased by this change, and nothing is where it fails.
+    change.erased = QStringList{QStringLiteral("b")};
+    QLockFile lock(registry().path() + QStringLiteral(".lock"));
+    QVERIFY(lock.lock());
+    removed = QStringList{QStringLiteral("stale")};
+    QVERIFY(!registry().apply(change, &removed));
+    QCOMPARE(removed, QStringList());
+    lock.unlock();
+    change.server = QStringLiteral(":1.10");
+    QVERIFY(registry().apply(change, &removed));
+    QCOMPARE(removed, QStringList());
+}
+
+void NotificationRegistryTest::tellsOnlyOneOfTwoThatItErasedAnEntry() {
+    constexpr int rounds = 20;
+    for (int round = 0; round < rounds; ++round) {
+        QVERIFY(registry().apply(putting({entry(QStringLiteral("a"))})));
+        const auto erase = [this](int *count) {
+            RegistryChange change = putting({});
+            change.erased = QStringList{QStringLiteral("a")};
+            QStringList removed;
+            while (!registry().apply(change, &removed))
+                std::this_thread::yield();
+            *count = static_cast<int>(removed.size());
+        };
+        int first = 0;
+        int second = 0;
+        std::thread other(erase, &second);
+        erase(&first);
+        other.join();
+        QCOMPARE(first + second, 1);
+    }
 }
 
 void NotificationRegistryTest::replacesTheEntryOfTheSameIdentity() {
