@@ -7,9 +7,8 @@
 
 namespace pelorinnews {
 
-/// By what the feed of one download is known again in the next one of this process: two are equal
-/// where the same bytes would give the same items. Bytes are compared by their number and 128 bits
-/// of two hashes whose seeds nobody outside of the process knows.
+/// Fingerprint of a downloaded feed: size, two randomly seeded hashes, date locale. Two of one
+/// process are equal where the same bytes would give the same items.
 class FeedMark {
 public:
     /// Equal to no mark of any bytes.

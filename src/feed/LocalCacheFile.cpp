@@ -1,15 +1,12 @@
 #include "LocalCacheFile.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QSaveFile>
 #include <QStringDecoder>
 #include <QtEndian>
 
-#include <NetworkUrlLoader.h>
+#include <FileError.h>
+#include <FileReplacement.h>
+#include <RegularFile.h>
 #include <algorithm>
-#include <fcntl.h>
-#include <sys/stat.h>
 
 namespace pelorinnews {
 
@@ -18,27 +15,22 @@ namespace {
 constexpr char16_t byteOrderMark = u'\uFEFF';
 constexpr char16_t swappedByteOrderMark = u'\uFFFE';
 constexpr qint64 unitSize = sizeof(char16_t);
-/// The mark and the longest feed that the loader delivers: a byte of UTF-8 is at most one unit.
-/// Guards the memory against a stray file.
-constexpr qint64 largestFile = unitSize * (NetworkUrlLoader::defaultLongestBody + 1);
+/// Of a text of ASCII and its mark: no other text takes more UTF-16 for its UTF-8.
+constexpr qint64 largestFile = unitSize * (LocalCacheFile::longestText + 1);
 
-Error fileError(QFileDevice::FileError code, const QString &text) {
-    return {QStringLiteral("QFileDevice"), code, {{Error::localizedDescriptionKey(), text}}};
-}
-
-Error fileError(const QFileDevice &file) {
-    return fileError(file.error(), file.errorString());
+Error noPath() {
+    return FileError::make(QFileDevice::OpenError,
+                           QStringLiteral("There is no local cache folder"));
 }
 
 /// How many bytes are turned from UTF-8 into UTF-16 at a time.
 constexpr qsizetype pieceSize = qsizetype(256) * 1024;
 
-bool writeUnits(QFileDevice &file, QStringView text) {
-    const qint64 size = text.size() * unitSize;
-    return file.write(reinterpret_cast<const char *>(text.utf16()), size) == size;
+bool writeUnits(FileReplacement &file, QStringView text) {
+    return file.write({reinterpret_cast<const char *>(text.utf16()), text.size() * unitSize});
 }
 
-bool writeText(QFileDevice &file, QByteArrayView utf8) {
+bool writeText(FileReplacement &file, QByteArrayView utf8) {
     // A mark of the text's own is part of the text. The decoder's state carries a character that
     // two pieces share from one to the next.
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
@@ -54,44 +46,52 @@ bool writeText(QFileDevice &file, QByteArrayView utf8) {
 }
 
 /// Reads straight into the text's own memory: a big feed is in memory once.
-std::optional<QString> readUnits(QFileDevice &file, qint64 count) {
+std::optional<QString> readUnits(RegularFile &file, qint64 count, Error *error) {
     QString text(count, Qt::Uninitialized);
-    auto *const bytes = reinterpret_cast<char *>(text.data());
-    const qint64 size = count * unitSize;
-    if (file.read(bytes, size) != size)
+    if (!file.read(reinterpret_cast<char *>(text.data()), count * unitSize, error))
         return std::nullopt;
     return text;
 }
 
+/// How many bytes of UTF-8 a valid text takes.
+qint64 utf8Size(QStringView text) {
+    qint64 size = 0;
+    for (const QChar unit : text) {
+        // Both halves of a pair together are four bytes.
+        const qint64 ofUnit = unit < u'\u0080' ? 1 : unit < u'\u0800' || unit.isSurrogate() ? 2 : 3;
+        size += ofUnit;
+    }
+    return size;
+}
+
 }  // namespace
 
-std::optional<Error> LocalCacheFile::write(QByteArrayView utf8) const {
-    if (filePath.isNull())
-        return fileError(QFileDevice::OpenError, QStringLiteral("There is no local cache folder"));
-    QSaveFile file(filePath);
-    if (!file.open(QIODevice::WriteOnly) || !writeText(file, utf8) || !file.commit())
-        return fileError(file);
-    return std::nullopt;
+std::optional<LocalCacheFile::Stamp> LocalCacheFile::write(QByteArrayView utf8,
+                                                           Error *error) const {
+    if (filePath.isNull()) {
+        *error = noPath();
+        return std::nullopt;
+    }
+    FileReplacement file(filePath);
+    static_cast<void>(writeText(file, utf8));
+    const auto stamp = file.commit();
+    if (!stamp)
+        *error = file.error().value_or(Error());
+    return stamp;
 }
 
 std::optional<LocalCacheFile::Stamp> LocalCacheFile::stamp() const {
-    struct stat status {};
-    if (filePath.isNull() || ::lstat(QFile::encodeName(filePath).constData(), &status) != 0 ||
-        !S_ISREG(status.st_mode))
-        return std::nullopt;
-    const auto nanoseconds = [](const timespec &time) {
-        return qint64{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
-    };
-    return Stamp{status.st_dev, status.st_ino, status.st_size, nanoseconds(status.st_mtim),
-                 nanoseconds(status.st_ctim)};
+    Error unused;
+    const auto file = RegularFile::open(filePath, &unused);
+    return file ? std::optional(file->stamp()) : std::nullopt;
 }
 
-std::optional<LocalCacheFile::Stamp> LocalCacheFile::dateAnew(const Stamp &before) const {
-    const QByteArray path = QFile::encodeName(filePath);
-    if (stamp() != before ||
-        ::utimensat(AT_FDCWD, path.constData(), nullptr, AT_SYMLINK_NOFOLLOW) != 0)
+std::optional<LocalCacheFile::Stamp> LocalCacheFile::touchIfUnchanged(const Stamp &before) const {
+    Error unused;
+    auto file = RegularFile::open(filePath, &unused);
+    if (!file || file->stamp() != before || !file->touch())
         return std::nullopt;
-    return stamp();
+    return file->stamp();
 }
 
 std::optional<QString> LocalCacheFile::read(Error *error) const {
@@ -101,35 +101,36 @@ std::optional<QString> LocalCacheFile::read(Error *error) const {
     };
     const auto failFormat = [&fail] {
         return fail(
-            fileError(QFileDevice::ReadError, QStringLiteral("The file is not UTF-16 text")));
+            FileError::make(QFileDevice::ReadError, QStringLiteral("The file is not UTF-16 text")));
+    };
+    const auto failLength = [&fail] {
+        return fail(FileError::make(QFileDevice::ResourceError,
+                                    QStringLiteral("The file is longer than any feed")));
     };
     if (filePath.isNull())
-        return fail(
-            fileError(QFileDevice::OpenError, QStringLiteral("There is no local cache folder")));
-    const QFileInfo info(filePath);
-    // Opening a pipe would wait for its other end.
-    if (info.exists() && !info.isFile())
-        return fail(fileError(QFileDevice::OpenError, QStringLiteral("Not a regular file")));
-    QFile file(filePath);
-    if (!file.open(QIODevice::ReadOnly))
-        return fail(fileError(file));
-
-    const qint64 size = file.size();
+        return fail(noPath());
+    auto file = RegularFile::open(filePath, error);
+    if (!file)
+        return std::nullopt;
+    const qint64 size = file->stamp().size;
     if (size > largestFile)
-        return fail(
-            fileError(QFileDevice::ResourceError, QStringLiteral("More than any feed holds")));
+        return failLength();
     if (size < unitSize || size % unitSize != 0)
         return failFormat();
-    const std::optional<QString> mark = readUnits(file, 1);
-    std::optional<QString> text = readUnits(file, size / unitSize - 1);
-    if (!mark || !text)
-        return fail(fileError(file));
+    const std::optional<QString> mark = readUnits(*file, 1, error);
+    if (!mark)
+        return std::nullopt;
+    std::optional<QString> text = readUnits(*file, size / unitSize - 1, error);
+    if (!text)
+        return std::nullopt;
     if (mark->front() == swappedByteOrderMark)
         qbswap<unitSize>(text->constData(), text->size(), text->data());
     else if (mark->front() != byteOrderMark)
         return failFormat();
     if (!text->isValidUtf16())
         return failFormat();
+    if (utf8Size(*text) > longestText)
+        return failLength();
     if (text->isNull())
         *text = QStringLiteral("");
     return text;

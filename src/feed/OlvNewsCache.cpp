@@ -97,11 +97,11 @@ std::optional<Error> OlvNewsCache::takeFeed(const QByteArray &body) {
     // What was downloaded is kept even where it did not parse.
     if (!isText)
         return std::nullopt;
-    const LocalCacheFile file(_localCacheFileName.get());
-    if (const auto failure = file.write(body))
-        logMessage(LogLevelError, LogVocabulary::writingLocalCacheFailed, *failure);
-    else if (const auto stamp = file.stamp())
+    Error writeError;
+    if (const auto stamp = LocalCacheFile(_localCacheFileName.get()).write(body, &writeError))
         _written.set({mark, *stamp});
+    else
+        logMessage(LogLevelError, LogVocabulary::writingLocalCacheFailed, writeError);
     return std::nullopt;
 }
 
@@ -111,7 +111,7 @@ bool OlvNewsCache::isInPlace(const FeedMark &mark) {
     const Written written = _written.get();
     if (_retrieved.get().mark != mark || written.mark != mark)
         return false;
-    const auto stamp = LocalCacheFile(_localCacheFileName.get()).dateAnew(written.stamp);
+    const auto stamp = LocalCacheFile(_localCacheFileName.get()).touchIfUnchanged(written.stamp);
     if (stamp)
         _written.set({mark, *stamp});
     return stamp.has_value();

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <memory>
 #include <sys/stat.h>
+#include <unistd.h>
 
 /// Absolute paths as the bytes that the kernel takes: a name need not be text.
 namespace pelorinnews::FilePaths {
@@ -24,6 +25,22 @@ namespace pelorinnews::FilePaths {
     const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.constData(), nullptr),
                                                            &std::free);
     return QByteArray(real.get());
+}
+
+/// What `path` leads to: itself, but for a symbolic link the end of its chain, even where nothing
+/// is there. Empty where the chain has no end. Links in the folders above stay as they are.
+[[nodiscard]] inline QByteArray endOfLinks(QByteArray path) {
+    constexpr int longestChain = 40;
+    constexpr qsizetype longestTarget = 4096;
+    for (int link = 0; link < longestChain; ++link) {
+        QByteArray target(longestTarget, Qt::Uninitialized);
+        const auto length = ::readlink(path.constData(), target.data(), longestTarget);
+        if (length <= 0)
+            return path;
+        target.truncate(length);
+        path = target.startsWith('/') ? target : joined(parentOf(path), target);
+    }
+    return {};
 }
 
 [[nodiscard]] inline bool exists(const QByteArray &path) {

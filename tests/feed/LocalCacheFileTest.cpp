@@ -1,13 +1,15 @@
 #include "CacheTesting.h"
 #include "LocalCacheFile.h"
-#include "NetworkUrlLoader.h"
+#include "SpecialFile.h"
 #include "TestMain.h"
 
 #include <QTemporaryDir>
 
+#include <atomic>
 #include <csignal>
+#include <cstdio>
 #include <sys/resource.h>
-#include <sys/stat.h>
+#include <thread>
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
@@ -23,7 +25,7 @@ private Q_SLOTS:
     }
 
     void holdsAMarkAndTheTextInHostOrder() {
-        QVERIFY(!LocalCacheFile(path()).write(text().toUtf8()));
+        QVERIFY(write(text()));
         QCOMPARE(readBytes(path()), byteOrderMark() + utf16Bytes(text()));
     }
 
@@ -42,7 +44,7 @@ private Q_SLOTS:
     }
     void givesBackWhatWasWritten() {
         QFETCH(QString, written);
-        QVERIFY(!LocalCacheFile(path()).write(written.toUtf8()));
+        QVERIFY(write(written));
         Error error;
         const auto read = LocalCacheFile(path()).read(&error);
         QVERIFY(read);
@@ -80,64 +82,168 @@ private Q_SLOTS:
         QVERIFY(error.description().contains(QStringLiteral("not UTF-16")));
     }
 
+    void isUnreadableBeyondTheLongestFeed_data() {
+        QTest::addColumn<QString>("character");
+        QTest::addColumn<int>("bytes");
+        QTest::newRow("one byte") << QStringLiteral("x") << 1;
+        QTest::newRow("two bytes") << QStringLiteral("\u00e4") << 2;
+        QTest::newRow("three bytes") << QStringLiteral("\u4e16") << 3;
+        QTest::newRow("four bytes") << QStringLiteral("\U0001F600") << 4;
+    }
     void isUnreadableBeyondTheLongestFeed() {
-        // Whole UTF-16 of nothing but zeros, which take no room on the disk.
-        QVERIFY(writeBytes(path(), byteOrderMark()));
-        QVERIFY(QFile::resize(path(), 2 * NetworkUrlLoader::defaultLongestBody + 4));
+        QFETCH(QString, character);
+        QFETCH(int, bytes);
+        const qint64 most = LocalCacheFile::longestText / bytes;
+        const QString longest = character.repeated(most);
+        QVERIFY(writeBytes(path(), byteOrderMark() + utf16Bytes(longest)));
         Error error;
+        QVERIFY(LocalCacheFile(path()).read(&error) == longest);
+        QVERIFY(writeBytes(path(), byteOrderMark() + utf16Bytes(longest + character)));
         QVERIFY(!LocalCacheFile(path()).read(&error));
         QCOMPARE(error.domain, QStringLiteral("QFileDevice"));
         QCOMPARE(error.code, int(QFileDevice::ResourceError));
     }
 
-    void isUnreadableWhereThereIsNoRegularFile() {
+    void aFileFarBeyondTheLongestFeedTakesNoMemory() {
+        // Zeros that take no room on the disk.
+        QVERIFY(writeBytes(path(), byteOrderMark()));
+        QVERIFY(QFile::resize(path(), qint64(1) << 40));
+        Error error;
+        QVERIFY(!LocalCacheFile(path()).read(&error));
+        QCOMPARE(error.code, int(QFileDevice::ResourceError));
+    }
+
+    void isUnreadableWhereThereIsNoFile() {
         Error error;
         QVERIFY(!LocalCacheFile(path()).read(&error));
         QCOMPARE(error.code, int(QFileDevice::OpenError));
         QVERIFY(!error.userInfo.value(Error::localizedDescriptionKey()).toString().isEmpty());
-
-        QVERIFY(QDir().mkdir(path()));
-        QVERIFY(!LocalCacheFile(path()).read(&error));
-        QVERIFY(QDir().rmdir(path()));
-
-        // Nobody writes into this pipe: opening it would never return.
-        QCOMPARE(mkfifo(path().toUtf8().constData(), 0600), 0);
-        QVERIFY(!LocalCacheFile(path()).read(&error));
+        QVERIFY(!LocalCacheFile(path()).stamp());
     }
 
-    void failsToBeWrittenWhereItCannotBe() {
-        QVERIFY(QDir().mkdir(path()));
-        auto error = LocalCacheFile(path()).write(text().toUtf8());
-        QVERIFY(error);
-        QCOMPARE(error->domain, QStringLiteral("QFileDevice"));
-        QVERIFY(!error->userInfo.value(Error::localizedDescriptionKey()).toString().isEmpty());
-        QVERIFY(QDir().rmdir(path()));
+    void whatIsNoRegularFileIsAnErrorAndStaysAsItIs_data() {
+        QTest::addColumn<QString>("kind");
+        const QStringList kinds = SpecialFile::kinds();
+        for (const QString &kind : kinds)
+            QTest::newRow(qPrintable(kind)) << kind;
+    }
+    void whatIsNoRegularFileIsAnErrorAndStaysAsItIs() {
+        QFETCH(QString, kind);
+        const SpecialFile special(kind, path());
+        if (!special.whyNot().isEmpty())
+            QSKIP(qPrintable(special.whyNot()));
+        Error error;
+        QVERIFY(!LocalCacheFile(path()).read(&error));
+        QCOMPARE(error.domain, QStringLiteral("QFileDevice"));
+        QCOMPARE(error.code, int(QFileDevice::OpenError));
+        error = {};
+        QVERIFY(!LocalCacheFile(path()).write(text().toUtf8(), &error));
+        QCOMPARE(error.domain, QStringLiteral("QFileDevice"));
+        QCOMPARE(error.code, int(QFileDevice::OpenError));
+        QVERIFY(!LocalCacheFile(path()).stamp());
+        QCOMPARE(special.harm(), QString());
+    }
 
-        error = LocalCacheFile(folder.filePath(QStringLiteral("none/file"))).write(text().toUtf8());
-        QVERIFY(error);
+    void aLinkStaysALinkAndItsTargetIsReplaced_data() {
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<bool>("isThere");
+        QTest::newRow("absolute") << folder.filePath(QStringLiteral("kept")) << true;
+        QTest::newRow("relative") << QStringLiteral("kept") << true;
+        QTest::newRow("nothing there yet") << QStringLiteral("kept") << false;
+    }
+    void aLinkStaysALinkAndItsTargetIsReplaced() {
+        QFETCH(QString, target);
+        QFETCH(bool, isThere);
+        const QString kept = folder.filePath(QStringLiteral("kept"));
+        QVERIFY(!isThere || writeBytes(kept, "earlier"));
+        QVERIFY(QFile::link(target, path()));
+        QVERIFY(write(text()));
+        QVERIFY(QFileInfo(path()).isSymLink());
+        QCOMPARE(readBytes(kept), byteOrderMark() + utf16Bytes(text()));
+        const LocalCacheFile file(path());
+        Error error;
+        QCOMPARE(file.read(&error), std::optional(text()));
+        const auto stamp = file.stamp();
+        QVERIFY(stamp && file.touchIfUnchanged(*stamp));
+        QVERIFY(QFile::remove(kept));
+    }
+
+    void failsToBeWrittenWhereThereIsNoFolder() {
+        Error error;
+        const QString nowhere = folder.filePath(QStringLiteral("none/file"));
+        QVERIFY(!LocalCacheFile(nowhere).write(text().toUtf8(), &error));
+        QCOMPARE(error.domain, QStringLiteral("QFileDevice"));
+        QVERIFY(!error.userInfo.value(Error::localizedDescriptionKey()).toString().isEmpty());
         QVERIFY(QDir(folder.path()).isEmpty());
     }
 
-    void keepsTheEarlierFileWhenTheDiskIsFull() {
-        QVERIFY(!LocalCacheFile(path()).write(text().toUtf8()));
-        // A limit on the size of files fails a write half-way, as a full disk does.
+    void keepsTheEarlierFileWhenAWriteFailsHalfWay() {
+        QVERIFY(write(text()));
         static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
         rlimit before{};
         QCOMPARE(getrlimit(RLIMIT_FSIZE, &before), 0);
         rlimit small = before;
         small.rlim_cur = 100'000;
         QCOMPARE(setrlimit(RLIMIT_FSIZE, &small), 0);
-        const auto error = LocalCacheFile(path()).write(QByteArray(1'000'000, 'x'));
+        Error error;
+        const auto stamp = LocalCacheFile(path()).write(QByteArray(1'000'000, 'x'), &error);
         QCOMPARE(setrlimit(RLIMIT_FSIZE, &before), 0);
-        QVERIFY(error);
-        Error unused;
-        QCOMPARE(LocalCacheFile(path()).read(&unused).value_or(QString()), text());
+        QVERIFY(!stamp);
+        QCOMPARE(error.code, int(QFileDevice::ResourceError));
+        QCOMPARE(LocalCacheFile(path()).read(&error).value_or(QString()), text());
         QCOMPARE(QDir(folder.path()).entryList(QDir::Files).size(), 1);
     }
 
-    void isAbsentWithoutAPath() {
-        QVERIFY(LocalCacheFile(QString()).write(text().toUtf8()));
+    void theStampOfAWriteIsTheFilesUntilSomebodyElseWrites() {
+        const LocalCacheFile file(path());
         Error error;
+        const auto first = file.write("one", &error);
+        QVERIFY(first);
+        QCOMPARE(file.stamp(), first);
+        const auto second = file.write("two", &error);
+        QVERIFY(second);
+        QCOMPARE(file.stamp(), second);
+        QVERIFY(second != first);
+        QVERIFY(!file.touchIfUnchanged(*first));
+        const auto touched = file.touchIfUnchanged(*second);
+        QVERIFY(touched);
+        QCOMPARE(file.stamp(), touched);
+        QVERIFY(touched->modified >= second->modified);
+    }
+
+    void aStampIsNeverAnotherWritersWhileManyWrite() {
+        // Somebody else puts a text in place all the time; of another length, since a file system
+        // may give a new file the number that an old one had a moment ago.
+        std::atomic<bool> stop = false;
+        const QByteArray ours = "ours";
+        std::thread other([this, &stop] {
+            const QString made = path() + QStringLiteral(".other");
+            while (!stop) {
+                writeBytes(made, byteOrderMark() + utf16Bytes(QStringLiteral("theirs")));
+                std::rename(made.toUtf8().constData(), path().toUtf8().constData());
+            }
+        });
+        int wrong = 0;
+        for (int round = 0; round < 150; ++round) {
+            Error error;
+            const LocalCacheFile file(path());
+            const auto stamp = file.write(ours, &error);
+            const auto read = file.read(&error);
+            // What was read is what the stamp stands for, if the file has not changed since.
+            if (!stamp || (file.stamp() == stamp && read != QString::fromUtf8(ours)))
+                ++wrong;
+        }
+        stop = true;
+        other.join();
+        QFile::remove(path() + QStringLiteral(".other"));
+        QCOMPARE(wrong, 0);
+    }
+
+    void isAbsentWithoutAPath() {
+        Error error;
+        QVERIFY(!LocalCacheFile(QString()).write(text().toUtf8(), &error));
+        QCOMPARE(error.code, int(QFileDevice::OpenError));
+        error = {};
         QVERIFY(!LocalCacheFile(QString()).read(&error));
         QCOMPARE(error.code, int(QFileDevice::OpenError));
     }
@@ -145,6 +251,10 @@ private Q_SLOTS:
 private:
     [[nodiscard]] QString path() const {
         return folder.filePath(QStringLiteral("PelorinNews.xml"));
+    }
+    [[nodiscard]] bool write(const QString &written) const {
+        Error error;
+        return LocalCacheFile(path()).write(written.toUtf8(), &error).has_value();
     }
     static QString text() { return QStringLiteral("<rss>\u00e4\u4e16</rss>\n"); }
 

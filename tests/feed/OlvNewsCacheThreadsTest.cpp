@@ -8,6 +8,8 @@
 #include <QSemaphore>
 
 #include <atomic>
+#include <cstdio>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -48,6 +50,7 @@ private Q_SLOTS:
     void anOlderFilterRunDoesNotReplaceANewerView();
     void theLastViewingOnlyMovesForwardUnderManyReaders();
     void languageAndItemsAreOfOneFeed();
+    void aCopyThatAnotherReplacedAtTheSameTimeIsWrittenAgain();
 
 private:
     std::shared_ptr<ScriptedLoader> loader;
@@ -182,6 +185,37 @@ void OlvNewsCacheThreadsTest::languageAndItemsAreOfOneFeed() {
         other.join();
         QCOMPARE(plain->count(), plain->retrievedLocale() == QLatin1String("de") ? 3U : 5U);
     }
+}
+
+void OlvNewsCacheThreadsTest::aCopyThatAnotherReplacedAtTheSameTimeIsWrittenAgain() {
+    const QString file = cacheFolder("com.example.ThreadsTest") + "/PelorinNews.xml";
+    const QByteArray theirs = byteOrderMark() + utf16Bytes(QString::fromUtf8(feed("de", 1)));
+    std::mutex pause;
+    std::atomic<bool> stop = false;
+    std::thread other([&] {
+        const QString made = file + ".other";
+        while (!stop) {
+            {
+                const std::lock_guard lock(pause);
+                writeBytes(made, theirs);
+                std::rename(made.toUtf8().constData(), file.toUtf8().constData());
+            }
+            std::this_thread::yield();
+        }
+    });
+    int lost = 0;
+    for (int round = 0; round < 100; ++round) {
+        const QByteArray ours = feed("en", round + 2);
+        loader->setOutcome(ScriptedLoader::answer(200, ours));
+        refreshAndWait(cache);
+        const std::lock_guard lock(pause);
+        refreshAndWait(cache);
+        if (readBytes(file) != byteOrderMark() + utf16Bytes(QString::fromUtf8(ours)))
+            ++lost;
+    }
+    stop = true;
+    other.join();
+    QCOMPARE(lost, 0);
 }
 
 PELORIN_CORE_TEST_MAIN(OlvNewsCacheThreadsTest)

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <pelorinnews/Error.h>
+
+#include <QFileDevice>
+#include <QString>
+
+#include <system_error>
+
+/// Errors of files: of the domain "QFileDevice", with the code of `QFileDevice::FileError` and a
+/// text for people.
+namespace pelorinnews::FileError {
+
+[[nodiscard]] inline Error make(QFileDevice::FileError code, const QString &text) {
+    return {QStringLiteral("QFileDevice"), code, {{Error::localizedDescriptionKey(), text}}};
+}
+
+/// The error `number` of the system, as it is in `errno`. No room is an error of its own.
+[[nodiscard]] inline Error fromSystem(QFileDevice::FileError code, int number) {
+    const bool isFull = number == ENOSPC || number == EDQUOT || number == EFBIG;
+    return make(isFull ? QFileDevice::ResourceError : code,
+                QString::fromStdString(std::generic_category().message(number)));
+}
+
+[[nodiscard]] inline Error notRegular() {
+    return make(QFileDevice::OpenError, QStringLiteral("Not a regular file"));
+}
+
+}  // namespace pelorinnews::FileError

@@ -1,0 +1,128 @@
+#include "FileReplacement.h"
+
+#include "FileError.h"
+#include "FilePaths.h"
+#include "TemporaryNames.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+
+namespace pelorinnews {
+
+namespace {
+
+constexpr mode_t permissionBits = 0777;
+
+QByteArray absolutePath(const QString &path) {
+    return QFile::encodeName(QDir::isRelativePath(path) ? QDir::current().filePath(path) : path);
+}
+
+/// What the file system cannot do is no failed write.
+bool isUnsupported(int number) {
+    return number == EINVAL || number == ENOSYS || number == EOPNOTSUPP || number == EROFS;
+}
+
+}  // namespace
+
+FileReplacement::FileReplacement(const QString &path)
+    : target(FilePaths::endOfLinks(absolutePath(path))) {
+    if (!checkTarget())
+        return;
+    TemporaryNames::removeAbandoned(target);
+    const QByteArray name = TemporaryNames::beside(target);
+    constexpr mode_t asTheProcessGives = 0666;
+    file = FileDescriptor(
+        ::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, asTheProcessGives));
+    if (!file.isValid()) {
+        fail(FileError::fromSystem(QFileDevice::OpenError, errno));
+        return;
+    }
+    temporary = name;
+    struct stat before {};
+    if (::stat(target.constData(), &before) == 0)
+        static_cast<void>(::fchmod(file.get(), before.st_mode & permissionBits));
+}
+
+FileReplacement::~FileReplacement() {
+    if (!temporary.isEmpty())
+        ::unlink(temporary.constData());
+}
+
+bool FileReplacement::fail(const Error &reason) {
+    if (!problem)
+        problem = reason;
+    return false;
+}
+
+bool FileReplacement::checkTarget() {
+    struct stat status {};
+    if (target.isEmpty())
+        return fail(FileError::fromSystem(QFileDevice::OpenError, ELOOP));
+    if (::lstat(target.constData(), &status) != 0)
+        return errno == ENOENT || fail(FileError::fromSystem(QFileDevice::OpenError, errno));
+    if (!S_ISREG(status.st_mode))
+        return fail(FileError::notRegular());
+    return ::faccessat(AT_FDCWD, target.constData(), W_OK, AT_EACCESS) == 0 ||
+           fail(FileError::fromSystem(QFileDevice::OpenError, errno));
+}
+
+void FileReplacement::makePrivate() {
+    if (!problem && ::fchmod(file.get(), S_IRUSR | S_IWUSR) != 0)
+        fail(FileError::fromSystem(QFileDevice::WriteError, errno));
+}
+
+bool FileReplacement::reserve(qint64 size) {
+    if (problem)
+        return false;
+    const int number = size > 0 ? ::posix_fallocate(file.get(), 0, size) : 0;
+    return number == 0 || isUnsupported(number) ||
+           fail(FileError::fromSystem(QFileDevice::WriteError, number));
+}
+
+bool FileReplacement::write(QByteArrayView bytes) {
+    while (!problem && !bytes.isEmpty()) {
+        const auto written =
+            ::write(file.get(), bytes.data(), static_cast<std::size_t>(bytes.size()));
+        if (written >= 0)
+            bytes = bytes.sliced(written);
+        else if (errno != EINTR)
+            fail(FileError::fromSystem(QFileDevice::WriteError, errno));
+    }
+    return !problem;
+}
+
+std::optional<FileStamp> FileReplacement::commit() {
+    if (problem)
+        return std::nullopt;
+    // Network file systems and those that give out room late report a full disk only here. It also
+    // keeps a power failure from leaving the new name with nothing in it.
+    while (::fsync(file.get()) != 0) {
+        if (errno == EINTR)
+            continue;
+        if (isUnsupported(errno))
+            break;
+        fail(FileError::fromSystem(QFileDevice::WriteError, errno));
+        return std::nullopt;
+    }
+    struct stat before {};
+    struct stat after {};
+    if (::fstat(file.get(), &before) != 0)
+        fail(FileError::fromSystem(QFileDevice::WriteError, errno));
+    else if (checkTarget() && std::rename(temporary.constData(), target.constData()) != 0)
+        fail(FileError::fromSystem(QFileDevice::RenameError, errno));
+    if (problem)
+        return std::nullopt;
+    temporary.clear();
+    // Renaming changes the time of the file itself and nothing else. Asked of the open file, since
+    // the name may lead to somebody else's by now.
+    FileStamp stamp = FileStamp::of(before);
+    if (::fstat(file.get(), &after) == 0)
+        stamp.changed = FileStamp::of(after).changed;
+    return stamp;
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,54 @@
+#include "TemporaryNames.h"
+
+#include "FilePaths.h"
+
+#include <QRandomGenerator>
+
+#include <ctime>
+#include <dirent.h>
+#include <memory>
+#include <unistd.h>
+
+namespace pelorinnews::TemporaryNames {
+
+namespace {
+
+constexpr qint64 longestUse = 60 * 60;
+
+QByteArray prefix(const QByteArray &path) {
+    return path + ".tmp-";
+}
+
+/// Whether `rest`, what follows the prefix, is of the form that `beside` gives, and from long ago.
+/// A time to come was given by a clock that was wrong.
+bool isAbandoned(const QByteArray &rest, qint64 now) {
+    const qsizetype dash = rest.indexOf('-');
+    bool isTime = false;
+    bool isNumber = false;
+    const qint64 made = rest.left(dash).toLongLong(&isTime);
+    rest.mid(dash + 1).toULongLong(&isNumber, 16);
+    return dash > 0 && isTime && isNumber && (made < now - longestUse || made > now + longestUse);
+}
+
+}  // namespace
+
+QByteArray beside(const QByteArray &path) {
+    return prefix(path) + QByteArray::number(qint64{std::time(nullptr)}) + '-' +
+           QByteArray::number(QRandomGenerator::system()->generate64(), 16);
+}
+
+void removeAbandoned(const QByteArray &path) {
+    const QByteArray folder = FilePaths::parentOf(path);
+    const QByteArray begin = prefix(path.mid(path.lastIndexOf('/') + 1));
+    const std::unique_ptr<DIR, int (*)(DIR *)> entries(::opendir(folder.constData()), &::closedir);
+    if (!entries)
+        return;
+    const qint64 now = std::time(nullptr);
+    while (const dirent *entry = ::readdir(entries.get())) {
+        const QByteArray name(entry->d_name);
+        if (name.startsWith(begin) && isAbandoned(name.mid(begin.size()), now))
+            ::unlink(FilePaths::joined(folder, name).constData());
+    }
+}
+
+}  // namespace pelorinnews::TemporaryNames
