@@ -18,8 +18,8 @@ struct UserNotification {
     /// A name of the desktop's sound theme, or `defaultSoundName()`. Absent: silent.
     QString soundName;
     /// What the maker wants back with the delivered notification. It is never shown and never
-    /// leaves the computer; values come back with their types, dates to the millisecond. A value
-    /// of a type that QDataStream does not know comes back in the same run only.
+    /// leaves the computer. In a later run, or another process of the host, only a date under
+    /// "originationDate" (to the millisecond) and a text under "originatorName" come back.
     QVariantMap userInfo;
 
     /// Which delivered notification this is. Given by the centre, absent before.

@@ -1,120 +1,29 @@
 #include "NotificationRegistry.h"
 
-#include <QDataStream>
+#include "FilePaths.h"
+#include "FileReplacement.h"
+#include "RegistryFormat.h"
+#include "RegularFile.h"
+
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLockFile>
-#include <QSaveFile>
 
 #include <algorithm>
+#include <cstdio>
 
 namespace pelorinnews {
 
 namespace {
 
-constexpr int formatVersion = 1;
-// A registry of the most entries is far below this; anything above is not ours.
-constexpr qint64 maximumFileSize = qint64(16) * 1024 * 1024;
+/// A file that was changed so recently may be changed again without a change of its stamp: the
+/// clocks of file systems tick this seldom, in nanoseconds.
+constexpr qint64 coarsestTick = 2'000'000'000;
 
-// JSON knows neither dates nor integers of 64 bits, so user information goes as Qt's own stream.
-QString textFromUserInfo(const QVariantMap &userInfo) {
-    QByteArray bytes;
-    QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream.setVersion(QDataStream::Qt_6_4);
-    stream << userInfo;
-    return QString::fromLatin1(bytes.toBase64());
-}
-
-std::optional<QVariantMap> userInfoFromText(const QString &text) {
-    const auto decoded =
-        QByteArray::fromBase64Encoding(text.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
-    if (!decoded)
-        return std::nullopt;
-    QDataStream stream(decoded.decoded);
-    stream.setVersion(QDataStream::Qt_6_4);
-    QVariantMap userInfo;
-    stream >> userInfo;
-    if (stream.status() != QDataStream::Ok)
-        return std::nullopt;
-    return userInfo;
-}
-
-// An absent text is left out, so that it comes back absent and not empty.
-void put(QJsonObject &object, const QString &key, const QString &text) {
-    if (!text.isNull())
-        object.insert(key, text);
-}
-
-QString textIn(const QJsonObject &object, const QString &key) {
-    const QJsonValue value = object.value(key);
-    return value.isString() ? value.toString() : QString();
-}
-
-QJsonObject objectFromEntry(const RegistryEntry &entry) {
-    QJsonObject object;
-    put(object, QStringLiteral("identity"), entry.notification.identity);
-    put(object, QStringLiteral("title"), entry.notification.title);
-    put(object, QStringLiteral("informativeText"), entry.notification.informativeText);
-    put(object, QStringLiteral("soundName"), entry.notification.soundName);
-    put(object, QStringLiteral("userInfo"), textFromUserInfo(entry.notification.userInfo));
-    object.insert(QStringLiteral("id"), static_cast<qint64>(entry.serverId));
-    put(object, QStringLiteral("sender"), entry.sender);
-    object.insert(QStringLiteral("withdrawn"), entry.withdrawn);
-    return object;
-}
-
-std::optional<RegistryEntry> entryFromObject(const QJsonObject &object) {
-    RegistryEntry entry;
-    entry.notification.identity = textIn(object, QStringLiteral("identity"));
-    const qint64 id = object.value(QStringLiteral("id")).toInteger(0);
-    const auto userInfo = userInfoFromText(textIn(object, QStringLiteral("userInfo")));
-    if (entry.notification.identity.isEmpty() || id <= 0 || id > 0xffffffffLL || !userInfo)
-        return std::nullopt;
-    entry.serverId = static_cast<quint32>(id);
-    entry.notification.title = textIn(object, QStringLiteral("title"));
-    entry.notification.informativeText = textIn(object, QStringLiteral("informativeText"));
-    entry.notification.soundName = textIn(object, QStringLiteral("soundName"));
-    entry.notification.userInfo = *userInfo;
-    entry.sender = textIn(object, QStringLiteral("sender"));
-    entry.withdrawn = object.value(QStringLiteral("withdrawn")).toBool();
-    return entry;
-}
-
-QByteArray bytesFromContents(const RegistryContents &contents) {
-    QJsonArray entries;
-    for (const RegistryEntry &entry : contents.entries)
-        entries.append(objectFromEntry(entry));
-    const QJsonObject object{
-        {QStringLiteral("version"), formatVersion},
-        {QStringLiteral("serial"), static_cast<qint64>(contents.serial)},
-        {QStringLiteral("bus"), contents.bus},
-        {QStringLiteral("server"), contents.server},
-        {QStringLiteral("notifications"), entries},
-    };
-    return QJsonDocument(object).toJson();
-}
-
-std::optional<RegistryContents> contentsFromBytes(const QByteArray &bytes) {
-    const QJsonObject object = QJsonDocument::fromJson(bytes).object();
-    const qint64 serial = object.value(QStringLiteral("serial")).toInteger(-1);
-    const QJsonValue entries = object.value(QStringLiteral("notifications"));
-    if (object.value(QStringLiteral("version")).toInt() != formatVersion || serial < 0 ||
-        !entries.isArray())
-        return std::nullopt;
-    RegistryContents contents;
-    contents.serial = static_cast<quint64>(serial);
-    contents.bus = textIn(object, QStringLiteral("bus"));
-    contents.server = textIn(object, QStringLiteral("server"));
-    const QJsonArray array = entries.toArray();
-    for (const auto &value : array) {
-        // What this version cannot use is passed over; the others are no worse for it.
-        if (auto entry = entryFromObject(value.toObject()))
-            contents.entries.push_back(std::move(*entry));
-    }
-    return contents;
+bool isSettled(const FileStamp &stamp) {
+    const qint64 now = QDateTime::currentMSecsSinceEpoch() * 1'000'000;
+    return std::max(stamp.changed, stamp.modified) < now - coarsestTick;
 }
 
 bool hasIdentity(const RegistryEntry &entry, const QString &identity) {
@@ -142,9 +51,9 @@ QStringList applyTo(RegistryContents &contents, const RegistryChange &change) {
                 return hasIdentity(entry, added.notification.identity);
             });
         if (found == entries.end())
-            entries.push_back(added);
+            entries.push_back(RegistryFormat::kept(added));
         else
-            *found = added;
+            *found = RegistryFormat::kept(added);
     }
     if (entries.size() > NotificationRegistry::maximumEntries) {
         const auto excess = entries.size() - NotificationRegistry::maximumEntries;
@@ -159,43 +68,67 @@ NotificationRegistry::NotificationRegistry(const QString &folder)
     : folderPath(folder), filePath(QDir(folder).filePath(QStringLiteral("notifications.json"))) {}
 
 std::optional<RegistryContents> NotificationRegistry::read() const {
-    QFile file(filePath);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > maximumFileSize)
-        return std::nullopt;
-    return contentsFromBytes(file.readAll());
+    const auto seen = look();
+    return seen ? seen->contents : std::nullopt;
+}
+
+std::shared_ptr<const NotificationRegistry::Seen> NotificationRegistry::look() const {
+    Error unused;
+    auto file = RegularFile::open(filePath, &unused);
+    if (!file)
+        return nullptr;
+    const auto last = lastRead.get();
+    if (last && last->stamp == file->stamp())
+        return last;
+    Seen seen{file->stamp(), std::nullopt};
+    if (seen.stamp.size <= RegistryFormat::largestFile) {
+        QByteArray bytes(seen.stamp.size, Qt::Uninitialized);
+        if (!file->read(bytes.data(), bytes.size(), &unused))
+            return nullptr;
+        seen.contents = RegistryFormat::read(bytes);
+    }
+    const auto shared = std::make_shared<const Seen>(std::move(seen));
+    lastRead.set(isSettled(shared->stamp) ? shared : nullptr);
+    return shared;
 }
 
 std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange &change,
                                                             QStringList *removed) const {
     if (removed)
         removed->clear();
-    if (!QDir().mkpath(folderPath))
+    const QString lockPath = filePath + QStringLiteral(".lock");
+    // A lock file that is a pipe would block whoever looks whether its owner is still there.
+    if (!QDir().mkpath(folderPath) || !RegularFile::isRegularOrAbsent(filePath) ||
+        !RegularFile::isRegularOrAbsent(lockPath))
         return std::nullopt;
-    QLockFile lock(filePath + QStringLiteral(".lock"));
+    QLockFile lock(lockPath);
     if (!lock.tryLock(lockTimeout))
         return std::nullopt;
 
-    std::optional<RegistryContents> contents = read();
-    if (!contents && QFile::exists(filePath)) {
-        const QString aside = filePath + QStringLiteral(".corrupt");
-        QFile::remove(aside);
-        QFile::rename(filePath, aside);
-    }
-    if (!contents)
-        contents.emplace();
-    QStringList erased = applyTo(*contents, change);
-
-    QSaveFile file(filePath);
-    if (!file.open(QIODevice::WriteOnly))
+    const auto seen = look();
+    if (!seen && QFile::exists(filePath))
         return std::nullopt;
+    if (seen && !seen->contents)
+        setAside();
+    RegistryContents contents =
+        seen ? seen->contents.value_or(RegistryContents()) : RegistryContents();
+    QStringList erased = applyTo(contents, change);
+
+    FileReplacement file(filePath);
     // Titles of what a person was told are nobody else's business.
-    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-    file.write(bytesFromContents(*contents));
+    file.makePrivate();
+    file.write(RegistryFormat::write(contents));
     if (!file.commit())
         return std::nullopt;
     if (removed)
         *removed = std::move(erased);
     return contents;
+}
+
+void NotificationRegistry::setAside() const {
+    // Of a link the target: a new one is made in its place.
+    const QByteArray target = FilePaths::endOfLinks(QFile::encodeName(filePath));
+    std::rename(target.constData(), (target + ".corrupt").constData());
 }
 
 }  // namespace pelorinnews

@@ -1,10 +1,14 @@
 #pragma once
 
+#include "FileStamp.h"
+#include "GuardedSlot.h"
+
 #include <pelorinnews/NotificationCenter.h>
 
 #include <QString>
 #include <QStringList>
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -42,20 +46,24 @@ struct RegistryChange {
 };
 
 /// The file in which delivered notifications outlive the process that delivered them: no
-/// notification server can be asked whether a number still stands.
+/// notification server can be asked whether a number still stands. It keeps the texts, and of the
+/// user information a date under "originationDate" and a text under "originatorName".
 ///
 /// Shared by all processes of the same host and the same user: it is changed under a lock file and
-/// replaced as a whole, so that it can be read without one. Holds no state of its own; any thread.
+/// replaced as a whole, so that it can be read without one. A regular file of at most 128 KB, or a
+/// symbolic link to one; anything else is neither read nor written. Any thread.
 class NotificationRegistry {
 public:
-    /// More entries than this are not kept; the oldest go first.
+    /// More entries than this are neither kept nor read; the oldest go first. So they do where the
+    /// file would become too large.
     static constexpr std::size_t maximumEntries = 200;
     /// A change waits this long for another process's, in milliseconds.
     static constexpr int lockTimeout = 200;
 
     explicit NotificationRegistry(const QString &folder);
 
-    /// What the file holds. Absent where there is none or it cannot be read or understood.
+    /// What the file holds. Absent where there is none or it cannot be read or understood. Never
+    /// blocks. A file that has not changed since is not read again.
     [[nodiscard]] std::optional<RegistryContents> read() const;
 
     /// Applies `change` and returns what the file holds then; absent where it could not be locked
@@ -71,8 +79,19 @@ public:
     [[nodiscard]] QString path() const { return filePath; }
 
 private:
+    /// A file and what it holds, where that can be understood.
+    struct Seen {
+        FileStamp stamp;
+        std::optional<RegistryContents> contents;
+    };
+
+    /// Null where there is no file that can be read.
+    [[nodiscard]] std::shared_ptr<const Seen> look() const;
+    void setAside() const;
+
     QString folderPath;
     QString filePath;
+    mutable GuardedSlot<std::shared_ptr<const Seen>> lastRead;
 };
 
 }  // namespace pelorinnews

@@ -612,7 +612,7 @@ void DesktopNotificationCenterTest::knowsAtOnceWhatAnEarlierRunDelivered() {
     {
         const auto earlier = newCenter();
         UserNotification dated = notification(QStringLiteral("earlier"));
-        dated.userInfo.insert(QStringLiteral("date"), date);
+        dated.userInfo.insert(QStringLiteral("originationDate"), date);
         earlier->deliverNotification(dated);
         QTRY_COMPARE(registered().size(), 1U);
     }
@@ -621,7 +621,7 @@ void DesktopNotificationCenterTest::knowsAtOnceWhatAnEarlierRunDelivered() {
     center->setDelegate(delegate);
     const auto list = center->deliveredNotifications();
     QCOMPARE(list.size(), 1);
-    QCOMPARE(list[0].userInfo.value(QStringLiteral("date")).toDateTime(), date);
+    QCOMPARE(list[0].userInfo.value(QStringLiteral("originationDate")).toDateTime(), date);
 
     // The click finds its way without any delivery by this run.
     QVERIFY(center->flush(plenty));

@@ -262,7 +262,7 @@ void DunstTest::findsItsOwnAfterTheProcessWasKilled() {
     host.reset();
     const auto found = center->deliveredNotifications();
     QCOMPARE(found.size(), 1);
-    QCOMPARE(found[0].userInfo.value(QStringLiteral("date")).toDateTime(),
+    QCOMPARE(found[0].userInfo.value(QStringLiteral("originationDate")).toDateTime(),
              QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC));
     center->removeDeliveredNotification(found[0]);
     QTRY_COMPARE(displayed(), 0);

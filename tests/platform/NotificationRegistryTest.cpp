@@ -1,14 +1,22 @@
 #include "NotificationRegistry.h"
+#include "RegistryFormat.h"
+#include "SpecialFile.h"
 #include "TestMain.h"
 
+#include <QDataStream>
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QLockFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 #include <QTimeZone>
 
+#include <array>
+#include <sys/inotify.h>
 #include <thread>
+#include <unistd.h>
 
 namespace pelorinnews::test {
 
@@ -18,7 +26,12 @@ private Q_SLOTS:
     void init();
     void hasNothingWhereThereIsNoFile();
     void givesBackWhatWasPut();
+    void keepsDatesToTheMillisecond_data();
     void keepsDatesToTheMillisecond();
+    void keepsNoOtherUserInformation();
+    void readsTheFormatOfBefore();
+    void takesNothingElseFromTheFormatOfBefore_data();
+    void takesNothingElseFromTheFormatOfBefore();
     void keepsAbsentTextsAbsent();
     void erasesByIdentity();
     void tellsWhatItErased();
@@ -34,13 +47,25 @@ private Q_SLOTS:
     void breaksTheLockOfAProcessThatDied();
     void reportsAFolderThatCannotBeMade();
     void forgetsTheOldestBeyondItsBound();
+    void forgetsTheOldestBeyondTheSizeOfAFile();
+    void cutsLongTexts();
+    void readsNoMoreThanItWouldWrite();
+    void readsNoFileThatIsTooLarge();
+    void readsAnUnchangedFileOnce();
+    void whatIsNoRegularFileIsNeitherReadNorReplaced_data();
+    void whatIsNoRegularFileIsNeitherReadNorReplaced();
+    void aLinkStaysALink();
     void losesNothingWhenTwoChangeItAtOnce();
     void isReadableByItsOwnerOnly();
 
 private:
     [[nodiscard]] QString folder() const { return home->filePath(QStringLiteral("state/host")); }
     [[nodiscard]] NotificationRegistry registry() const { return NotificationRegistry(folder()); }
+    [[nodiscard]] QByteArray bytes() const;
     void overwrite(const QByteArray &bytes) const;
+    void overwriteAsBefore(const QByteArray &stream) const;
+    static QByteArray streamed(const QVariantMap &userInfo);
+    static QByteArray nested();
 
     std::unique_ptr<QTemporaryDir> home;
 };
@@ -59,6 +84,9 @@ RegistryEntry entry(const QString &identity, quint32 id = 7) {
 RegistryChange putting(const std::vector<RegistryEntry> &entries) {
     return {QStringLiteral("bus"), QStringLiteral(":1.9"), 0, {}, entries};
 }
+
+const QString dateKey = QStringLiteral("originationDate");
+const QString nameKey = QStringLiteral("originatorName");
 
 QStringList identities(const RegistryContents &contents) {
     QStringList names;
@@ -80,6 +108,39 @@ void NotificationRegistryTest::overwrite(const QByteArray &bytes) const {
     file.write(bytes);
 }
 
+QByteArray NotificationRegistryTest::bytes() const {
+    QFile file(registry().path());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// A file of version 1 with one entry whose user information is `stream`.
+void NotificationRegistryTest::overwriteAsBefore(const QByteArray &stream) const {
+    QVERIFY(QDir().mkpath(folder()));
+    overwrite(R"({"version": 1, "serial": 5, "bus": "bus", "server": ":1.9", "notifications": [
+        {"identity": "before", "title": "Title", "id": 9, "sender": ":1.4", "withdrawn": false,
+         "userInfo": ")" +
+              stream.toBase64() + R"("}]})");
+}
+
+QByteArray NotificationRegistryTest::streamed(const QVariantMap &userInfo) {
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream.setVersion(QDataStream::Qt_6_4);
+    stream << userInfo;
+    return bytes;
+}
+
+/// A map in a map in a map, as deep as a file has room for.
+QByteArray NotificationRegistryTest::nested() {
+    constexpr int levels = 7000;
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream.setVersion(QDataStream::Qt_6_4);
+    for (int level = 0; level < levels; ++level)
+        stream << quint32(1) << QString() << quint32(QMetaType::QVariantMap) << qint8(0);
+    return bytes;
+}
+
 void NotificationRegistryTest::hasNothingWhereThereIsNoFile() {
     QVERIFY(!registry().read());
 }
@@ -88,9 +149,9 @@ void NotificationRegistryTest::givesBackWhatWasPut() {
     RegistryEntry put = entry(QStringLiteral("a"), 0xfffffffeU);
     put.notification.informativeText = QStringLiteral("<b>Ü</b> \U0001F4F0 & more");
     put.notification.soundName = UserNotification::defaultSoundName();
-    put.notification.userInfo = {{QStringLiteral("number"), qint64(1) << 60},
-                                 {QStringLiteral("bytes"), QByteArray("\0\xff", 2)},
-                                 {QStringLiteral("list"), QStringList{QStringLiteral("x")}}};
+    put.notification.userInfo = {
+        {dateKey, QDateTime(QDate(2031, 12, 31), QTime(23, 59, 59, 987), Qt::UTC)},
+        {nameKey, QStringLiteral("com.Olvane.PelorinNews.originator")}};
     put.withdrawn = true;
     QVERIFY(registry().apply(putting({put})));
 
@@ -105,17 +166,89 @@ void NotificationRegistryTest::givesBackWhatWasPut() {
     QVERIFY(contents->entries[0].withdrawn);
 }
 
-void NotificationRegistryTest::keepsDatesToTheMillisecond() {
-    const QDateTime utc(QDate(2031, 12, 31), QTime(23, 59, 59, 987), Qt::UTC);
-    const QDateTime zoned(QDate(1969, 7, 20), QTime(3, 4, 5, 6), QTimeZone("Asia/Kolkata"));
-    RegistryEntry put = entry(QStringLiteral("a"));
-    put.notification.userInfo = {{QStringLiteral("utc"), utc}, {QStringLiteral("zoned"), zoned}};
-    QVERIFY(registry().apply(putting({put})));
+void NotificationRegistryTest::keepsDatesToTheMillisecond_data() {
+    QTest::addColumn<QDateTime>("date");
+    QTest::newRow("UTC") << QDateTime(QDate(2031, 12, 31), QTime(23, 59, 59, 987), Qt::UTC);
+    QTest::newRow("time zone") << QDateTime(QDate(1969, 7, 20), QTime(3, 4, 5, 6),
+                                            QTimeZone("Asia/Kolkata"));
+    QTest::newRow("offset") << QDateTime(QDate(2026, 1, 1), QTime(0, 0, 0, 1), Qt::OffsetFromUTC,
+                                         -4500);
+    QTest::newRow("a millisecond before 1970") << QDateTime::fromMSecsSinceEpoch(-1, Qt::UTC);
+    QTest::newRow("1970") << QDateTime::fromMSecsSinceEpoch(0, Qt::UTC);
+    QTest::newRow("the distant past") << QDateTime(QDate(1, 1, 1), QTime(0, 0), Qt::UTC);
+    QTest::newRow("a year of five digits") << QDateTime(QDate(12026, 1, 1), QTime(0, 0), Qt::UTC);
+}
 
+void NotificationRegistryTest::keepsDatesToTheMillisecond() {
+    QFETCH(QDateTime, date);
+    RegistryEntry put = entry(QStringLiteral("a"));
+    put.notification.userInfo = {{dateKey, date}};
+    QVERIFY(registry().apply(putting({put})));
     const QVariantMap back = registry().read()->entries.at(0).notification.userInfo;
-    QCOMPARE(back.value(QStringLiteral("utc")).toDateTime(), utc);
-    QCOMPARE(back.value(QStringLiteral("zoned")).toDateTime(), zoned);
-    QCOMPARE(back.value(QStringLiteral("utc")).toDateTime().time().msec(), 987);
+    QCOMPARE(back.value(dateKey).typeId(), int(QMetaType::QDateTime));
+    QCOMPARE(back.value(dateKey).toDateTime(), date);
+}
+
+void NotificationRegistryTest::keepsNoOtherUserInformation() {
+    RegistryEntry put = entry(QStringLiteral("a"));
+    put.notification.userInfo = {{QStringLiteral("number"), 7},
+                                 {nameKey, 7},
+                                 {dateKey, QStringLiteral("2026-01-01T00:00:00Z")}};
+    const auto written = registry().apply(putting({put}));
+    QVERIFY(written);
+    QVERIFY(written->entries.at(0).notification.userInfo.isEmpty());
+    QVERIFY(registry().read()->entries.at(0).notification.userInfo.isEmpty());
+    put.notification.userInfo = {{dateKey, QDateTime()}};
+    QVERIFY(registry().apply(putting({put})));
+    QVERIFY(registry().read()->entries.at(0).notification.userInfo.isEmpty());
+}
+
+void NotificationRegistryTest::readsTheFormatOfBefore() {
+    const QDateTime date(QDate(2026, 3, 31), QTime(12, 0, 0, 5), QTimeZone("Europe/Berlin"));
+    const QString name = QStringLiteral("com.Olvane.PelorinNews.originator");
+    overwriteAsBefore(streamed({{dateKey, date}, {nameKey, name}}));
+    const auto contents = registry().read();
+    QVERIFY(contents);
+    QCOMPARE(identities(*contents), QStringList{QStringLiteral("before")});
+    QCOMPARE(contents->entries[0].serverId, 9U);
+    const QVariantMap userInfo = contents->entries[0].notification.userInfo;
+    QCOMPARE(userInfo.size(), 2);
+    QCOMPARE(userInfo.value(dateKey).toDateTime(), date);
+    QCOMPARE(userInfo.value(nameKey), QVariant(name));
+
+    // The next change brings the whole file into the format of now.
+    QVERIFY(registry().apply(putting({entry(QStringLiteral("new"))})));
+    QCOMPARE(identities(*registry().read()), QStringList({"before", "new"}));
+    QCOMPARE(registry().read()->entries[0].notification.userInfo, userInfo);
+    QVERIFY(!bytes().contains("AAAA"));
+    QVERIFY(!QFile::exists(registry().path() + QStringLiteral(".corrupt")));
+}
+
+void NotificationRegistryTest::takesNothingElseFromTheFormatOfBefore_data() {
+    QTest::addColumn<QByteArray>("stream");
+    QTest::newRow("nothing") << QByteArray();
+    QTest::newRow("cut") << streamed({{nameKey, QStringLiteral("name")}}).chopped(3);
+    QTest::newRow("other values first")
+        << streamed({{QStringLiteral("a"), QVariantList{1, 2}}, {nameKey, QStringLiteral("n")}});
+    QTest::newRow("a text where the date should be")
+        << streamed({{dateKey, QStringLiteral("2026-01-01")}});
+    QTest::newRow("endless") << QByteArray(100, '\xff');
+    QTest::newRow("nested") << nested();
+}
+
+void NotificationRegistryTest::takesNothingElseFromTheFormatOfBefore() {
+    QFETCH(QByteArray, stream);
+    overwriteAsBefore(stream);
+    // As little stack as a program may give its main thread.
+    std::optional<RegistryContents> contents;
+    const std::unique_ptr<QThread> thread(
+        QThread::create([this, &contents] { contents = registry().read(); }));
+    thread->setStackSize(256 * 1024);
+    thread->start();
+    QVERIFY(thread->wait(testPatience));
+    QVERIFY(contents);
+    QCOMPARE(identities(*contents), QStringList{QStringLiteral("before")});
+    QVERIFY(contents->entries[0].notification.userInfo.isEmpty());
 }
 
 void NotificationRegistryTest::keepsAbsentTextsAbsent() {
@@ -162,7 +295,7 @@ void NotificationRegistryTest::tellsWhatItErased() {
 }
 
 void NotificationRegistryTest::tellsOnlyOneOfTwoThatItErasedAnEntry() {
-    constexpr int rounds = 20;
+    constexpr int rounds = 10;
     for (int round = 0; round < rounds; ++round) {
         QVERIFY(registry().apply(putting({entry(QStringLiteral("a"))})));
         const auto erase = [this](int *count) {
@@ -222,8 +355,10 @@ void NotificationRegistryTest::setsACorruptFileAside_data() {
     QTest::newRow("cut") << QByteArray(R"({"version": 1, "notifications": [{"identity)");
     QTest::newRow("binary") << QByteArray("\0\1\2\xff\xfe", 5);
     QTest::newRow("another format")
-        << QByteArray(R"({"version": 2, "serial": 1, "notifications": []})");
+        << QByteArray(R"({"version": 3, "serial": 1, "notifications": []})");
     QTest::newRow("no list") << QByteArray(R"({"version": 1, "serial": 1, "notifications": 7})");
+    QTest::newRow("a serial that cannot grow")
+        << QByteArray(R"({"version": 2, "serial": 9223372036854775807, "notifications": []})");
     QTest::newRow("a list") << QByteArray("[1, 2, 3]");
     QTest::newRow("deep") << QByteArray(100000, '[');
 }
@@ -247,11 +382,16 @@ void NotificationRegistryTest::passesOverEntriesThatItCannotUse() {
     QVERIFY(file.open(QIODevice::ReadOnly));
     QByteArray bytes = file.readAll();
     bytes.replace("\"notifications\": [",
-                  "\"notifications\": [3, {}, {\"identity\": \"no id\", \"userInfo\": \"\"},"
-                  "{\"identity\": \"huge id\", \"id\": 4294967296, \"userInfo\": \"\"},"
-                  "{\"identity\": \"bad info\", \"id\": 3, \"userInfo\": \"!!\"},");
+                  "\"notifications\": [3, {}, {\"identity\": \"no id\"}, {\"id\": 5}, [[]],"
+                  "{\"identity\": \"good\", \"id\": 8},"
+                  "{\"identity\": \"huge id\", \"id\": 4294967296},"
+                  "{\"identity\": \"half an id\", \"id\": 1.5},"
+                  "{\"identity\": \"no info\", \"id\": 3, \"userInfo\": [{}]},");
     overwrite(bytes);
-    QCOMPARE(identities(*registry().read()), QStringList{QStringLiteral("good")});
+    const auto contents = registry().read();
+    QCOMPARE(identities(*contents), QStringList({"no info", "good"}));
+    QVERIFY(contents->entries[0].notification.userInfo.isEmpty());
+    QCOMPARE(contents->entries[1].serverId, 7U);
 }
 
 void NotificationRegistryTest::leavesTheFileAloneWhileAnotherHoldsTheLock() {
@@ -289,6 +429,125 @@ void NotificationRegistryTest::forgetsTheOldestBeyondItsBound() {
     const auto contents = registry().apply(putting(entries));
     QCOMPARE(contents->entries.size(), NotificationRegistry::maximumEntries);
     QCOMPARE(contents->entries.front().notification.identity, QStringLiteral("3"));
+}
+
+void NotificationRegistryTest::forgetsTheOldestBeyondTheSizeOfAFile() {
+    std::vector<RegistryEntry> entries;
+    for (int i = 0; i < 100; ++i) {
+        entries.push_back(entry(QString::number(i)));
+        // Each character takes six bytes of JSON.
+        entries.back().notification.title = QString(1000, QChar(1));
+    }
+    const auto contents = registry().apply(putting(entries));
+    QVERIFY(contents);
+    QVERIFY(bytes().size() <= RegistryFormat::largestFile);
+    QVERIFY(bytes().size() > RegistryFormat::largestFile * 3 / 4);
+    QCOMPARE(contents->entries.back().notification.identity, QStringLiteral("99"));
+    QCOMPARE(identities(*registry().read()), identities(*contents));
+}
+
+void NotificationRegistryTest::cutsLongTexts() {
+    RegistryEntry put = entry(QStringLiteral("a"));
+    put.notification.title = QString(1'000'000, QLatin1Char('t'));
+    put.notification.informativeText =
+        QStringLiteral("x") + QStringLiteral("\U0001F600").repeated(500'000);
+    put.notification.soundName = put.notification.title;
+    put.notification.userInfo = {{nameKey, put.notification.title}};
+    const auto contents = registry().apply(putting({put}));
+    QVERIFY(contents);
+    const UserNotification back = registry().read()->entries.at(0).notification;
+    QCOMPARE(back, contents->entries.at(0).notification);
+    QCOMPARE(back.title, QString(4096, QLatin1Char('t')));
+    // No half of a character is left.
+    QCOMPARE(back.informativeText,
+             QStringLiteral("x") + QStringLiteral("\U0001F600").repeated(2047));
+    QCOMPARE(back.soundName.size(), 4096);
+    QCOMPARE(back.userInfo.value(nameKey).toString().size(), 4096);
+}
+
+void NotificationRegistryTest::readsNoMoreThanItWouldWrite() {
+    QByteArray entries;
+    for (int i = 1; i <= 4000; ++i)
+        entries += ",{\"identity\":\"" + QByteArray::number(i) + "\",\"id\":1}";
+    QVERIFY(QDir().mkpath(folder()));
+    overwrite("{\"version\":2,\"serial\":1,\"notifications\":[" + entries.mid(1) + "]}");
+    const auto contents = registry().read();
+    QVERIFY(contents);
+    QCOMPARE(contents->entries.size(), NotificationRegistry::maximumEntries);
+    QCOMPARE(contents->entries.front().notification.identity, QStringLiteral("3801"));
+    QCOMPARE(contents->entries.back().notification.identity, QStringLiteral("4000"));
+}
+
+void NotificationRegistryTest::readsNoFileThatIsTooLarge() {
+    QVERIFY(registry().apply(putting({entry(QStringLiteral("a"))})));
+    const QByteArray good = bytes();
+    overwrite(good + QByteArray(RegistryFormat::largestFile - good.size(), ' '));
+    QVERIFY(registry().read());
+    overwrite(good + QByteArray(RegistryFormat::largestFile - good.size() + 1, ' '));
+    QVERIFY(!registry().read());
+    QVERIFY(registry().apply(putting({entry(QStringLiteral("b"))})));
+    QCOMPARE(identities(*registry().read()), QStringList{QStringLiteral("b")});
+}
+
+void NotificationRegistryTest::readsAnUnchangedFileOnce() {
+    const NotificationRegistry reading(folder());
+    QVERIFY(reading.apply(putting({entry(QStringLiteral("a"))})));
+    // A file that was changed just now may be changed again within the same tick of its clock.
+    QTest::qWait(2100);
+    QVERIFY(reading.read());
+    const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    QVERIFY(::inotify_add_watch(watch, reading.path().toUtf8().constData(), IN_ACCESS) >= 0);
+    std::array<char, 4096> events{};
+    for (int round = 0; round < 100; ++round)
+        QCOMPARE(identities(*reading.read()), QStringList{QStringLiteral("a")});
+    QVERIFY(::read(watch, events.data(), events.size()) < 0);
+    QVERIFY(registry().read());
+    QVERIFY2(::read(watch, events.data(), events.size()) > 0, "the watch sees no reading");
+    ::close(watch);
+
+    // What anybody changed is read again.
+    QVERIFY(registry().apply(putting({entry(QStringLiteral("b"))})));
+    QCOMPARE(identities(*reading.read()), QStringList({"a", "b"}));
+    overwrite("");
+    QVERIFY(!reading.read());
+}
+
+void NotificationRegistryTest::whatIsNoRegularFileIsNeitherReadNorReplaced_data() {
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QString>("suffix");
+    const QStringList kinds = SpecialFile::kinds();
+    for (const QString &suffix : {QString(), QStringLiteral(".lock")}) {
+        for (const QString &kind : kinds)
+            QTest::newRow(qPrintable(kind + suffix)) << kind << suffix;
+    }
+}
+
+void NotificationRegistryTest::whatIsNoRegularFileIsNeitherReadNorReplaced() {
+    QFETCH(QString, kind);
+    QFETCH(QString, suffix);
+    QVERIFY(QDir().mkpath(folder()));
+    const SpecialFile special(kind, registry().path() + suffix);
+    if (!special.whyNot().isEmpty())
+        QSKIP(qPrintable(special.whyNot()));
+    QVERIFY(!registry().read());
+    QVERIFY(!registry().apply(putting({entry(QStringLiteral("a"))})));
+    QVERIFY(!registry().read());
+    QCOMPARE(special.harm(), QString());
+}
+
+void NotificationRegistryTest::aLinkStaysALink() {
+    const QString kept = home->filePath(QStringLiteral("kept"));
+    QVERIFY(QDir().mkpath(folder()));
+    QVERIFY(QFile::link(kept, registry().path()));
+    QVERIFY(registry().apply(putting({entry(QStringLiteral("a"))})));
+    QVERIFY(registry().apply(putting({entry(QStringLiteral("b"))})));
+    QCOMPARE(identities(*registry().read()), QStringList({"a", "b"}));
+    overwrite("broken");
+    QVERIFY(registry().apply(putting({entry(QStringLiteral("c"))})));
+    QCOMPARE(identities(*registry().read()), QStringList{QStringLiteral("c")});
+    QVERIFY(QFile::exists(kept + QStringLiteral(".corrupt")));
+    QCOMPARE(QFile::symLinkTarget(registry().path()), kept);
+    QVERIFY(!QFileInfo(kept).isSymLink());
 }
 
 void NotificationRegistryTest::losesNothingWhenTwoChangeItAtOnce() {

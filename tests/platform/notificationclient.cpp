@@ -21,8 +21,8 @@ void obey(NotificationCenter &center, const QString &command, const QString &arg
     if (command == QLatin1String("deliver")) {
         UserNotification notification;
         notification.title = argument;
-        notification.userInfo = {
-            {QStringLiteral("date"), QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC)}};
+        notification.userInfo = {{QStringLiteral("originationDate"),
+                                  QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC)}};
         center.deliverNotification(notification);
         answer(center.flush(std::chrono::seconds(5)) ? QStringLiteral("done")
                                                      : QStringLiteral("late"));
