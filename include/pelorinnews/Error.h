@@ -1,5 +1,7 @@
 #pragma once
 
+#include <pelorinnews/PrintableText.h>
+
 #include <QString>
 #include <QVariantMap>
 
@@ -18,11 +20,12 @@ struct Error {
     /// The entry of `userInfo` under which the entry object puts its message text.
     static QString underlyingErrorKey() { return QStringLiteral("NSUnderlyingErrorKey"); }
 
-    /// One line for logs: domain and code, then the text for people where there is one.
+    /// One line for logs: domain and code, then the text for people where there is one, without
+    /// control characters: it may have come from the network.
     [[nodiscard]] QString description() const {
         QString line = QStringLiteral("Error Domain=") + domain + QStringLiteral(" Code=") +
                        QString::number(code);
-        const QString text = userInfo.value(localizedDescriptionKey()).toString();
+        const QString text = printableText(userInfo.value(localizedDescriptionKey()).toString());
         if (!text.isEmpty())
             line += QStringLiteral(" \"") + text + QLatin1Char('"');
         return line;

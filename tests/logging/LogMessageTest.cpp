@@ -90,6 +90,8 @@ private Q_SLOTS:
     void describesArguments() {
         QCOMPARE(logDescription(QStringLiteral("text")), "text");
         QCOMPARE(logDescription(QStringLiteral("")), "");
+        // An address is logged exactly as it is.
+        QCOMPARE(logDescription(QStringLiteral(" a\n\x1b[31m")), " a\n\x1b[31m");
         QCOMPARE(logDescription(QUrl(QStringLiteral("http://a/b%20c?x=%2F"))),
                  "http://a/b%20c?x=%2F");
         QCOMPARE(logDescription(QDateTime({2015, 3, 2}, {10, 0}, Qt::UTC)),
@@ -102,6 +104,45 @@ private Q_SLOTS:
         const Error error{QStringLiteral("Domain"), -4, {}};
         QCOMPARE(logDescription(error), "Error Domain=Domain Code=-4");
         QCOMPARE(logDescription(std::optional(error)), logDescription(error));
+    }
+
+    void anErrorsTextCannotSteerWhoeverReadsTheLog_data() {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("printed");
+        const auto row = [](const char *name, const char *text, const char *printed) {
+            QTest::newRow(name) << QString::fromUtf8(text) << QString::fromUtf8(printed);
+        };
+        row("plain", "server replied: No \"ünï\" 🦀", "server replied: No \"ünï\" 🦀");
+        row("another line", "a\r\n2026-01-01 ERROR b\n", "a 2026-01-01 ERROR b");
+        row("a colour", "\x1b[31mred\x07", "\uFFFD[31mred\uFFFD");
+        row("other control characters",
+            "a\xC2\x9B"
+            "31m\x7F",
+            "a\uFFFD31m\uFFFD");
+        row("separators of lines", "a\u2028b\u2029c\u0085d", "a b c d");
+        row("another direction", "a\u202Eb\u2066c\uFEFFd\U000E0041",
+            "a\uFFFDb\uFFFDc\uFFFDd\uFFFD");
+        row("joiners that scripts need", "می\u200Cشود 👩\u200D💻", "می\u200Cشود 👩\u200D💻");
+        QTest::newRow("a lone surrogate")
+            << QStringLiteral("a") + QChar(0xD83D) + QStringLiteral("b") << "a\uFFFDb";
+        QTest::newRow("a null character") << QStringLiteral("a") + QChar(0) << "a\uFFFD";
+    }
+
+    void anErrorsTextCannotSteerWhoeverReadsTheLog() {
+        QFETCH(const QString, text);
+        QFETCH(const QString, printed);
+        const Error error{QStringLiteral("Domain"), 1, {{Error::localizedDescriptionKey(), text}}};
+        QCOMPARE(logDescription(error),
+                 QStringLiteral("Error Domain=Domain Code=1 \"") + printed + u'"');
+    }
+
+    void aTextThatIsCutShortKeepsWholeCharacters() {
+        QCOMPARE(printableText(QStringLiteral("abcd"), 4), QStringLiteral("abcd"));
+        QCOMPARE(printableText(QStringLiteral("abcde"), 4), QStringLiteral("abc…"));
+        QCOMPARE(printableText(QStringLiteral("ab🦀cd"), 4), QStringLiteral("ab…"));
+        QCOMPARE(printableText(QStringLiteral("ab"), 1), QStringLiteral("…"));
+        QVERIFY(printableText(QString()).isNull());
+        QVERIFY(!printableText(QStringLiteral("")).isNull());
     }
 
     void anythingAbsentPrintsAsNull() {

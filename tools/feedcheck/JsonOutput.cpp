@@ -36,7 +36,8 @@ QJsonObject itemObject(const OlvNewsCacheItem &item) {
 }  // namespace
 
 QString errorText(const Error &error) {
-    const QString text = error.userInfo.value(Error::localizedDescriptionKey()).toString();
+    const QString text =
+        printableText(error.userInfo.value(Error::localizedDescriptionKey()).toString());
     return text.isEmpty() ? error.description() : text;
 }
 
