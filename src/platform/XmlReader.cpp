@@ -1,5 +1,7 @@
 #include "XmlReader.h"
 
+#include "ExpatEvents.h"
+
 #include <QStringEncoder>
 
 #include <algorithm>
@@ -23,23 +25,13 @@ constexpr qsizetype textPiece = 1 << 14;
 
 }  // namespace
 
+/// Feeds Expat with pieces of any size, whole tokens at a time.
 class XmlReader::Expat {
 public:
-    explicit Expat(XmlReaderDelegate &receiver)
-        : delegate(receiver), parser(XML_ParserCreate("UTF-8")) {
-        if (!parser)
-            return;
-        XML_SetUserData(parser, this);
-        XML_SetElementHandler(parser, startElement, endElement);
-        XML_SetCharacterDataHandler(parser, characters);
-        XML_SetCdataSectionHandler(parser, startCdata, endCdata);
-    }
-    Expat(const Expat &) = delete;
-    Expat &operator=(const Expat &) = delete;
-    ~Expat() { XML_ParserFree(parser); }
+    explicit Expat(XmlReaderDelegate &delegate) : events(delegate) {}
 
     bool take(std::string_view bytes, bool last) {
-        if (finished)
+        if (finished || events.error())
             return false;
         if (!started && !begin(bytes))
             return false;
@@ -54,19 +46,7 @@ public:
         return parsed;
     }
 
-    [[nodiscard]] qint64 lineNumber() const {
-        return parser ? static_cast<qint64>(XML_GetCurrentLineNumber(parser)) : 1;
-    }
-
-    [[nodiscard]] qint64 columnNumber() const {
-        if (!parser)
-            return 1;
-        // The byte-order mark is no column of the document's first line.
-        const auto column = static_cast<qint64>(XML_GetCurrentColumnNumber(parser));
-        return lineNumber() == 1 ? column : column + 1;
-    }
-
-    std::optional<Error> error;
+    ExpatEvents events;
 
 private:
     /// A mark before the first byte settles the encoding: without one, a NUL among the first two
@@ -88,12 +68,17 @@ private:
     }
 
     bool parsePiece(std::string_view bytes, bool last) {
-        if (!parser)
-            return fail(XML_ERROR_NO_MEMORY);
+        XML_Parser parser = events.handle();
+        if (!parser) {
+            events.fail(XML_ERROR_NO_MEMORY);
+            return false;
+        }
         const auto status =
             XML_Parse(parser, bytes.data(), static_cast<int>(bytes.size()), last ? 1 : 0);
         if (status != XML_STATUS_OK)
-            return fail(XML_GetErrorCode(parser));
+            events.fail(XML_GetErrorCode(parser));
+        if (events.error())
+            return false;
         finished = last;
         taken += static_cast<qint64>(bytes.size());
         const qint64 unread = taken - std::max<qint64>(0, XML_GetCurrentByteIndex(parser));
@@ -101,58 +86,8 @@ private:
         return true;
     }
 
-    bool fail(XML_Error code) {
-        finished = true;
-        const QString reason = QString::fromLatin1(XML_ErrorString(code));
-        error = Error{
-            errorDomain(),
-            static_cast<int>(code),
-            {{lineNumberKey(), lineNumber()},
-             {columnNumberKey(), columnNumber()},
-             {Error::localizedDescriptionKey(),
-              QStringLiteral("%1 at line %2, column %3")
-                  .arg(reason, QString::number(lineNumber()), QString::number(columnNumber()))}}};
-        delegate.parserParseErrorOccurred(*error);
-        return false;
-    }
-
-    static void startElement(void *self, const XML_Char *name, const XML_Char ** /*attributes*/) {
-        static_cast<Expat *>(self)->delegate.parserDidStartElement(name);
-    }
-
-    static void endElement(void *self, const XML_Char *name) {
-        static_cast<Expat *>(self)->delegate.parserDidEndElement(name);
-    }
-
-    static void characters(void *self, const XML_Char *text, int length) {
-        auto *const reader = static_cast<Expat *>(self);
-        const std::string_view run(text, static_cast<size_t>(length));
-        if (reader->inCdata)
-            reader->cdata += run;
-        else
-            reader->delegate.parserFoundCharacters(run);
-    }
-
-    static void startCdata(void *self) {
-        auto *const reader = static_cast<Expat *>(self);
-        reader->inCdata = true;
-        reader->cdata.clear();
-    }
-
-    static void endCdata(void *self) {
-        auto *const reader = static_cast<Expat *>(self);
-        reader->inCdata = false;
-        reader->delegate.parserFoundCDATA(
-            QByteArrayView(reader->cdata.data(), static_cast<qsizetype>(reader->cdata.size())));
-    }
-
-    XmlReaderDelegate &delegate;
-    XML_Parser parser;
     bool started = false;
     bool finished = false;
-    bool inCdata = false;
-    /// The section being read: it comes line by line and is reported whole.
-    std::string cdata;
     /// Bytes kept back while one token grows over many pieces: reading it again from its start
     /// with every piece would take time quadratic in its size.
     std::string held;
@@ -205,16 +140,20 @@ bool XmlReader::read(QStringView text) {
     return finish();
 }
 
+void XmlReader::refuse(const QString &reason) {
+    expat->events.refuse(RefusedByDelegate, reason);
+}
+
 qint64 XmlReader::lineNumber() const {
-    return expat->lineNumber();
+    return expat->events.lineNumber();
 }
 
 qint64 XmlReader::columnNumber() const {
-    return expat->columnNumber();
+    return expat->events.columnNumber();
 }
 
 const std::optional<Error> &XmlReader::error() const {
-    return expat->error;
+    return expat->events.error();
 }
 
 }  // namespace pelorinnews

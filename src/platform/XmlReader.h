@@ -46,14 +46,31 @@ protected:
 
 /// Reads one XML document from UTF-8 bytes and reports it to a delegate as events.
 ///
-/// The bytes are UTF-8 whatever the document's own declaration says. Entities that the document
-/// defines are expanded within the limits against amplification; nothing external is ever loaded.
+/// The bytes are UTF-8 whatever the document's own declaration says.
+///
+/// An entity that the document declares is used if its value holds at most `longestEntity` bytes,
+/// no "<" and no reference to another declared entity; all uses together, those in attributes
+/// included, may come to `mostExpansion` bytes. A use of any other entity, or of one that is not
+/// declared, is a fatal error, whether or not the document names an external type. The first of
+/// several declarations counts, and one that is never used does no harm, whatever it holds; but
+/// where more than 16 refer to others, attributes may use none. Nothing external is ever loaded, and
+/// no declaration behind a reference to a parameter entity counts.
+///
 /// A reader serves one document: feed it the bytes in any pieces, then `finish`, or hand the whole
 /// over by one of the `read` operations. It belongs to one thread at a time.
 class XmlReader {
 public:
-    /// The domain of a fatal error; its code is a number of the underlying reader's own.
+    static constexpr qsizetype longestEntity = 100;
+    static constexpr qsizetype mostExpansion = 1'000'000;
+
+    /// The domain of a fatal error; its code is Expat's, or one of these.
     static QString errorDomain();
+    enum ErrorCode {
+        UnusableEntity = 1000,
+        TooMuchExpansion,
+        /// The delegate wants no more of the document.
+        RefusedByDelegate,
+    };
     /// Entries of an error's user information: where the document broke, counted from one.
     static QString lineNumberKey();
     static QString columnNumberKey();
@@ -78,6 +95,10 @@ public:
     /// Feeds all of `text` as one document and finishes it. A long text is fed in small pieces, so
     /// that no second copy of it is ever in memory. A lone surrogate counts as U+FFFD.
     bool read(QStringView text);
+
+    /// Ends the reading with a fatal error at the current event; inside a delegate's call only.
+    /// `reason` is a text for people.
+    void refuse(const QString &reason);
 
     /// Where the current event starts, counted from one; inside a delegate's call only.
     [[nodiscard]] qint64 lineNumber() const;

@@ -1,0 +1,220 @@
+#include "ExpatEvents.h"
+
+#include "XmlReader.h"
+
+namespace pelorinnews {
+
+namespace {
+
+/// How deep Expat itself may follow entities from one to the next.
+constexpr int deepestNesting = 16;
+
+bool isOfEntities(XML_Error code) {
+    return code == XML_ERROR_UNDEFINED_ENTITY || code == XML_ERROR_RECURSIVE_ENTITY_REF ||
+           code == XML_ERROR_BINARY_ENTITY_REF || code == XML_ERROR_ATTRIBUTE_EXTERNAL_ENTITY_REF ||
+           code == XML_ERROR_AMPLIFICATION_LIMIT_BREACH;
+}
+
+/// The name in the reference `&name;`; empty where `text` is none.
+std::string_view nameIn(std::string_view text) {
+    return text.starts_with('&') && text.ends_with(';') ? text.substr(1, text.size() - 2)
+                                                        : std::string_view();
+}
+
+}  // namespace
+
+ExpatEvents::ExpatEvents(XmlReaderDelegate &receiver)
+    : delegate(receiver), parser(XML_ParserCreate("UTF-8")) {
+    if (!parser)
+        return;
+    XML_SetUserData(parser, this);
+    XML_SetElementHandler(parser, startElement, endElement);
+    XML_SetCharacterDataHandler(parser, characters);
+    XML_SetCdataSectionHandler(parser, startCdata, endCdata);
+    // A default handler keeps Expat from expanding entities in character data by itself:
+    // references reach `skippedEntity`, those to external ones the handler itself.
+    XML_SetDefaultHandler(parser, otherMarkup);
+    XML_SetSkippedEntityHandler(parser, skippedEntity);
+    XML_SetEntityDeclHandler(parser, entityDeclaration);
+    XML_SetStartDoctypeDeclHandler(parser, startDoctype);
+    XML_SetAttlistDeclHandler(parser, attributeDeclaration);
+    // In attributes Expat does expand them, and they are counted afterwards. What it may hold
+    // meanwhile is small, or as large again as the document.
+    constexpr float mostAmplification = 2;
+    XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser, mostAmplification);
+}
+
+void ExpatEvents::fail(XML_Error code) {
+    if (failure)
+        return;
+    // Expat does not name the entity; its event is the reference, or the tag that it stands in.
+    const auto refusal = isOfEntities(code) ? entities.useAll(currentToken()) : std::nullopt;
+    if (refusal)
+        report(refusal->code, refusal->reason);
+    else
+        report(code, QString::fromLatin1(XML_ErrorString(code)));
+}
+
+void ExpatEvents::refuse(int code, const QString &reason) {
+    if (failure)
+        return;
+    report(code, reason);
+    if (parser)
+        XML_StopParser(parser, XML_FALSE);
+}
+
+void ExpatEvents::refuse(const std::optional<XmlEntities::Refusal> &refusal) {
+    if (refusal)
+        refuse(refusal->code, refusal->reason);
+}
+
+void ExpatEvents::report(int code, const QString &reason) {
+    failure =
+        Error{XmlReader::errorDomain(),
+              code,
+              {{XmlReader::lineNumberKey(), lineNumber()},
+               {XmlReader::columnNumberKey(), columnNumber()},
+               {Error::localizedDescriptionKey(),
+                QStringLiteral("%1 at line %2, column %3")
+                    .arg(reason, QString::number(lineNumber()), QString::number(columnNumber()))}}};
+    delegate.parserParseErrorOccurred(*failure);
+}
+
+qint64 ExpatEvents::lineNumber() const {
+    return parser ? static_cast<qint64>(XML_GetCurrentLineNumber(parser)) : 1;
+}
+
+qint64 ExpatEvents::columnNumber() const {
+    if (!parser)
+        return 1;
+    // The byte-order mark is no column of the document's first line.
+    const auto column = static_cast<qint64>(XML_GetCurrentColumnNumber(parser));
+    return lineNumber() == 1 ? column : column + 1;
+}
+
+/// The tag, quoted value or reference at which the current event starts, as it stands in the
+/// document. Expat's own size of an event is 0 after an error.
+std::string_view ExpatEvents::currentToken() const {
+    int offset = 0;
+    int size = 0;
+    const char *const buffer = XML_GetInputContext(parser, &offset, &size);
+    if (!buffer || offset >= size)
+        return {};
+    const std::string_view input(buffer + offset, static_cast<size_t>(size - offset));
+    if (input.front() == '&')
+        return input.substr(0, input.find(';'));
+    if (input.front() == '"' || input.front() == '\'')
+        return input.substr(0, input.find(input.front(), 1));
+    char quote = 0;
+    for (size_t i = 0; i < input.size(); ++i) {
+        if (quote == 0 && input[i] == '>')
+            return input.substr(0, i);
+        if (quote == 0 && (input[i] == '"' || input[i] == '\''))
+            quote = input[i];
+        else if (input[i] == quote)
+            quote = 0;
+    }
+    return input;
+}
+
+void ExpatEvents::useEntity(std::string_view name) {
+    std::string_view text;
+    if (const auto refusal = entities.use(name, text))
+        refuse(refusal);
+    else if (!text.empty())
+        delegate.parserFoundCharacters(text);
+}
+
+ExpatEvents *ExpatEvents::reading(void *self) {
+    auto *const reader = static_cast<ExpatEvents *>(self);
+    return reader->failure ? nullptr : reader;
+}
+
+void ExpatEvents::startElement(void *self, const XML_Char *name, const XML_Char **attributes) {
+    auto *const reader = reading(self);
+    if (!reader)
+        return;
+    if (reader->hasDoctype && *attributes) {
+        reader->refuse(reader->entities.useAll(reader->currentToken()));
+        if (reader->failure)
+            return;
+    }
+    reader->delegate.parserDidStartElement(name);
+}
+
+void ExpatEvents::endElement(void *self, const XML_Char *name) {
+    if (auto *const reader = reading(self))
+        reader->delegate.parserDidEndElement(name);
+}
+
+void ExpatEvents::characters(void *self, const XML_Char *text, int length) {
+    auto *const reader = reading(self);
+    if (!reader)
+        return;
+    const std::string_view run(text, static_cast<size_t>(length));
+    if (reader->inCdata)
+        reader->cdata += run;
+    else
+        reader->delegate.parserFoundCharacters(run);
+}
+
+void ExpatEvents::otherMarkup(void *self, const XML_Char *text, int length) {
+    const std::string_view name = nameIn({text, static_cast<size_t>(length)});
+    if (auto *const reader = reading(self); reader && !name.empty())
+        reader->useEntity(name);
+}
+
+void ExpatEvents::skippedEntity(void *self, const XML_Char *name, int isParameter) {
+    if (auto *const reader = reading(self); reader && !isParameter)
+        reader->useEntity(name);
+}
+
+void ExpatEvents::startDoctype(void *self, const XML_Char * /*name*/, const XML_Char * /*systemId*/,
+                               const XML_Char * /*publicId*/, int /*hasInternalSubset*/) {
+    static_cast<ExpatEvents *>(self)->hasDoctype = true;
+}
+
+void ExpatEvents::entityDeclaration(void *self, const XML_Char *name, int isParameter,
+                                    const XML_Char *value, int length, const XML_Char * /*base*/,
+                                    const XML_Char * /*systemId*/, const XML_Char * /*publicId*/,
+                                    const XML_Char * /*notation*/) {
+    auto *const reader = reading(self);
+    if (!reader || isParameter)
+        return;
+    reader->entities.declare(
+        name,
+        value ? std::optional(std::string_view(value, static_cast<size_t>(length))) : std::nullopt);
+    if (reader->entities.nestedCount() <= deepestNesting)
+        return;
+    // Expat follows entities by calling itself, which a long chain makes overflow the stack.
+    // From here on it may not expand any.
+    XML_SetBillionLaughsAttackProtectionActivationThreshold(reader->parser, 0);
+    XML_SetBillionLaughsAttackProtectionMaximumAmplification(reader->parser, 1);
+}
+
+void ExpatEvents::attributeDeclaration(void *self, const XML_Char * /*element*/,
+                                       const XML_Char * /*attribute*/, const XML_Char * /*type*/,
+                                       const XML_Char *value, int /*isRequired*/) {
+    auto *const reader = reading(self);
+    if (reader && value)
+        reader->refuse(reader->entities.useAll(reader->currentToken()));
+}
+
+void ExpatEvents::startCdata(void *self) {
+    auto *const reader = reading(self);
+    if (!reader)
+        return;
+    reader->inCdata = true;
+    reader->cdata.clear();
+}
+
+void ExpatEvents::endCdata(void *self) {
+    auto *const reader = reading(self);
+    if (!reader)
+        return;
+    reader->inCdata = false;
+    reader->delegate.parserFoundCDATA(
+        QByteArrayView(reader->cdata.data(), static_cast<qsizetype>(reader->cdata.size())));
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "XmlEntities.h"
+
+#include <pelorinnews/Error.h>
+
+#include <QString>
+
+// Expat declares its limits on entities to those only who say that it was built for them.
+#ifndef XML_DTD
+#define XML_DTD 1
+#endif
+#include <expat.h>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace pelorinnews {
+
+class XmlReaderDelegate;
+
+/// What Expat tells of one document, turned into the events of an `XmlReader`: CDATA sections are
+/// gathered, entities are this module's own affair, and nothing follows the first error.
+class ExpatEvents {
+public:
+    explicit ExpatEvents(XmlReaderDelegate &delegate);
+    ExpatEvents(const ExpatEvents &) = delete;
+    ExpatEvents &operator=(const ExpatEvents &) = delete;
+    ~ExpatEvents() { XML_ParserFree(parser); }
+
+    /// Expat's parser, to be fed by the caller; null where there is no memory for one.
+    [[nodiscard]] XML_Parser handle() const { return parser; }
+
+    /// Takes what made Expat stop, unless the document has failed already.
+    void fail(XML_Error code);
+
+    /// Fails at the current event and stops Expat. `reason` is a text for people.
+    void refuse(int code, const QString &reason);
+
+    /// Where the current event starts, counted from one.
+    [[nodiscard]] qint64 lineNumber() const;
+    [[nodiscard]] qint64 columnNumber() const;
+
+    /// The fatal error, where there was one.
+    [[nodiscard]] const std::optional<Error> &error() const { return failure; }
+
+private:
+    /// The one that Expat calls, or null once the document has failed: Expat still tells what
+    /// belongs to the event that was refused.
+    static ExpatEvents *reading(void *self);
+
+    static void startElement(void *self, const XML_Char *name, const XML_Char **attributes);
+    static void endElement(void *self, const XML_Char *name);
+    static void characters(void *self, const XML_Char *text, int length);
+    static void startCdata(void *self);
+    static void endCdata(void *self);
+    static void otherMarkup(void *self, const XML_Char *text, int length);
+    static void skippedEntity(void *self, const XML_Char *name, int isParameter);
+    static void startDoctype(void *self, const XML_Char *name, const XML_Char *systemId,
+                             const XML_Char *publicId, int hasInternalSubset);
+    static void entityDeclaration(void *self, const XML_Char *name, int isParameter,
+                                  const XML_Char *value, int length, const XML_Char *base,
+                                  const XML_Char *systemId, const XML_Char *publicId,
+                                  const XML_Char *notation);
+    static void attributeDeclaration(void *self, const XML_Char *element, const XML_Char *attribute,
+                                     const XML_Char *type, const XML_Char *value, int isRequired);
+
+    void useEntity(std::string_view name);
+    void refuse(const std::optional<XmlEntities::Refusal> &refusal);
+    void report(int code, const QString &reason);
+    [[nodiscard]] std::string_view currentToken() const;
+
+    XmlReaderDelegate &delegate;
+    XML_Parser parser;
+    std::optional<Error> failure;
+    bool hasDoctype = false;
+    XmlEntities entities;
+    bool inCdata = false;
+    /// The section being read: it comes line by line and is reported whole.
+    std::string cdata;
+};
+
+}  // namespace pelorinnews
