@@ -1,11 +1,12 @@
 #pragma once
 
-#include "GuardedSlot.h"
-
 #include <QDateTime>
+#include <QMutex>
 #include <QString>
 
 #include <memory>
+#include <mutex>
+#include <utility>
 #include <vector>
 
 namespace pelorinnews {
@@ -23,34 +24,49 @@ public:
     ~OlvNewsCacheItem() = default;
 
     /// The headline.
-    [[nodiscard]] QString title() const { return _title.get(); }
-    void setTitle(QString title) { _title.set(std::move(title)); }
+    [[nodiscard]] QString title() const { return get(_title); }
+    void setTitle(QString title) { set(_title, std::move(title)); }
 
     /// When it was published.
-    [[nodiscard]] QDateTime date() const { return _date.get(); }
-    void setDate(QDateTime date) { _date.set(std::move(date)); }
+    [[nodiscard]] QDateTime date() const { return get(_date); }
+    void setDate(QDateTime date) { set(_date, std::move(date)); }
 
     /// The body as HTML.
-    [[nodiscard]] QString htmlContent() const { return _htmlContent.get(); }
-    void setHtmlContent(QString content) { _htmlContent.set(std::move(content)); }
+    [[nodiscard]] QString htmlContent() const { return get(_htmlContent); }
+    void setHtmlContent(QString content) { set(_htmlContent, std::move(content)); }
 
     /// The body as plain text.
-    [[nodiscard]] QString plainTextContent() const { return _plainTextContent.get(); }
-    void setPlainTextContent(QString content) { _plainTextContent.set(std::move(content)); }
+    [[nodiscard]] QString plainTextContent() const { return get(_plainTextContent); }
+    void setPlainTextContent(QString content) { set(_plainTextContent, std::move(content)); }
 
     /// One text of category words.
-    [[nodiscard]] QString category() const { return _category.get(); }
-    void setCategory(QString category) { _category.set(std::move(category)); }
+    [[nodiscard]] QString category() const { return get(_category); }
+    void setCategory(QString category) { set(_category, std::move(category)); }
 
     /// All fields, for debugging; absent ones as "(null)", the date in UTC.
     [[nodiscard]] QString description() const;
 
 private:
-    GuardedSlot<QString> _title;
-    GuardedSlot<QDateTime> _date;
-    GuardedSlot<QString> _htmlContent;
-    GuardedSlot<QString> _plainTextContent;
-    GuardedSlot<QString> _category;
+    template <class T>
+    [[nodiscard]] T get(const T &field) const {
+        const std::lock_guard lock(_mutex);
+        return field;
+    }
+
+    /// What was there goes after the lock is released.
+    template <class T>
+    void set(T &field, T value) {
+        const std::lock_guard lock(_mutex);
+        std::swap(field, value);
+    }
+
+    QString _title;
+    QDateTime _date;
+    QString _htmlContent;
+    QString _plainTextContent;
+    QString _category;
+    /// One for all fields, and Qt's, which takes 8 bytes: a feed may have 100,000 items.
+    mutable QMutex _mutex;
 };
 
 /// Items in the order of their feed; never changed once other code has seen it.

@@ -41,6 +41,10 @@ OlvNewsParser::OlvNewsParser(QString dateLocale)
 
 OlvNewsParser::~OlvNewsParser() = default;
 
+QString OlvNewsParser::tooManyItems() {
+    return QStringLiteral("more than %1 items").arg(mostItems);
+}
+
 std::optional<QVariantMap> OlvNewsParser::parse(const QString &text, Error *error) {
     return parseWhole(QStringView(text), error);
 }
@@ -57,7 +61,10 @@ std::optional<QVariantMap> OlvNewsParser::parseWhole(Text text, Error *error) {
     if (text.isNull())
         return std::nullopt;
 
-    XmlReader(*this).read(text);
+    XmlReader reader(*this);
+    _reader = &reader;
+    reader.read(text);
+    _reader = nullptr;
     _dateFormatter.reset();
     _categories.clear();
 
@@ -75,10 +82,14 @@ void OlvNewsParser::startStoring() {
 }
 
 void OlvNewsParser::parserDidStartElement(std::string_view name) {
-    if (name == "item")
-        _currentItem = newItem();
-    else if (name == "language" || (_currentItem && isWantedInItem(name)))
+    if (name == "item") {
+        if (_reader && _feedItems->size() == mostItems)
+            _reader->refuse(tooManyItems());
+        else
+            _currentItem = newItem();
+    } else if (name == "language" || (_currentItem && isWantedInItem(name))) {
         startStoring();
+    }
 }
 
 void OlvNewsParser::parserFoundCharacters(std::string_view text) {

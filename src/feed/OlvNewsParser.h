@@ -31,6 +31,11 @@ inline const QString OlvNewsFeedNewsCacheItemsKeyName =
 /// to one thread at a time. A character section that is not UTF-8 is reported through Qt's log.
 class OlvNewsParser final : public XmlReaderDelegate {
 public:
+    /// How many items a feed may have. The beginning of one more is a fatal error of the document.
+    static constexpr std::size_t mostItems = 100'000;
+    /// The reason that this error gives.
+    [[nodiscard]] static QString tooManyItems();
+
     /// Dates are read in the user's locale, or in `dateLocale` where one is given.
     explicit OlvNewsParser(QString dateLocale = {});
     ~OlvNewsParser() override;
@@ -66,6 +71,8 @@ private:
     /// UTF-8: decoded once, when its element ends.
     std::string _currentString;
     std::optional<Error> _error;
+    /// Set while a document is read.
+    XmlReader *_reader = nullptr;
     std::shared_ptr<OlvNewsCacheItem> _currentItem;
     const std::shared_ptr<OlvNewsItemList> _feedItems;
     QString _feedLocale;

@@ -6,6 +6,9 @@
 
 using namespace pelorinnews;
 
+// A feed may have 100,000 of them.
+static_assert(sizeof(OlvNewsCacheItem) <= 128);
+
 class OlvNewsCacheItemTest : public QObject {
     Q_OBJECT
 

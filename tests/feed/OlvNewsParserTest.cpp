@@ -202,6 +202,27 @@ private Q_SLOTS:
             QCOMPARE(list->at(i)->category(), QString::number(i));
     }
 
+    void aFeedMayHaveAHundredThousandItems() {
+        const QString items = QStringLiteral("<item/>").repeated(100'000);
+        const Error untouched{QStringLiteral("untouched"), 1, {}};
+        Error error = untouched;
+        QCOMPARE(listOf(OlvNewsParser().parse(feed(items), &error))->size(), 100'000U);
+        QCOMPARE(error, untouched);
+
+        // An item that another replaces is none of them.
+        const QString one = QStringLiteral("\n<item><title>1</title><item/>");
+        const auto result = OlvNewsParser().parse(feed(items + one), &error);
+        QCOMPARE(languageOf(result), QStringLiteral("en"));
+        QCOMPARE(listOf(result)->size(), 100'000U);
+        QVERIFY(listOf(result)->back()->title().isNull());
+        QCOMPARE(error.domain, XmlReader::errorDomain());
+        QCOMPARE(error.code, XmlReader::RefusedByDelegate);
+        QCOMPARE(error.userInfo.value(Error::localizedDescriptionKey()).toString(),
+                 QStringLiteral("more than 100000 items at line 2, column 1"));
+        QCOMPARE(listOf(OlvNewsParser().parse(feed(one + items.chopped(7)), &error))->size(),
+                 100'000U);
+    }
+
     void anItemOutlivesItsListAndItsParser() {
         std::shared_ptr<OlvNewsCacheItem> item;
         {

@@ -38,6 +38,7 @@ Outcome check(const QStringList &arguments, const QByteArray &input = {},
               const QByteArray &locale = "en_US.UTF-8") {
     QProcess program;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("LANGUAGE"));
     environment.insert(QStringLiteral("LC_ALL"), QString::fromLatin1(locale));
     program.setProcessEnvironment(environment);
     program.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedcheck"), arguments);
@@ -400,6 +401,27 @@ private Q_SLOTS:
             "4: item 2 is the latest but not the first");
         row("invalid UTF-8", feed("\n\n" + item("\xff")), "5: this line is not UTF-8");
 
+        const auto breaks = [](const char *name, const QByteArray &input, const char *reason) {
+            QTest::newRow(name) << input
+                                << QStringList{QStringLiteral("4: the document breaks off here, "
+                                                              "and what follows is lost: ") +
+                                               QString::fromUtf8(reason)};
+        };
+        const QByteArray cafe = "\n" + item("a") + "<x>Caf&eacute;</x>";
+        breaks("an entity that is not declared", feed(cafe),
+               "the entity \"eacute\" is not declared at line 4");
+        breaks("one that an external type may declare",
+               "<!DOCTYPE rss SYSTEM 'http://127.0.0.1:9/rss.dtd'>" + feed(cafe),
+               "the entity \"eacute\" is not declared at line 4");
+        breaks("one that holds another",
+               "<!DOCTYPE rss [<!ENTITY a ''><!ENTITY eacute '&a;'>]>" + feed(cafe),
+               "the entity \"eacute\" holds another entity at line 4");
+        breaks("one that is too long",
+               "<!DOCTYPE rss [<!ENTITY eacute '" + QByteArray(101, 'x') + "'>]>" + feed(cafe),
+               "the entity \"eacute\" holds more than 100 bytes at line 4");
+        QTest::newRow("one that may be used")
+            << "<!DOCTYPE rss [<!ENTITY eacute '&#233;'>]>" + feed(cafe) << QStringList();
+
         QTest::newRow("an item left open")
             << feed("<item>\n" + item("a") + "<x></item></x>")
             << QStringList{
@@ -436,6 +458,22 @@ private Q_SLOTS:
         QCOMPARE(outcome.exitCode, 0);
         QVERIFY(outcome.report().contains(QString::fromUtf8("… and 50 more")));
         QCOMPARE(outcome.findings().size(), 100);
+    }
+
+    void itemsBeyondTheBoundAreTold() {
+        const Outcome outcome = check({"-"}, feed(QByteArray("<item/>").repeated(100'000) +
+                                                  "\n<item><title>x</title></item>"));
+        QCOMPARE(outcome.exitCode, 0);
+        QVERIFY(outcome.report().contains("100000 items in the language"));
+        QCOMPARE(outcome.findings().size(), 100);
+        QCOMPARE(outcome.findings().last(),
+                 "4: the document breaks off here, and what follows is "
+                 "lost: more than 100000 items at line 4, column 1");
+        const Outcome json =
+            check({"--json", "-"}, feed(QByteArray("<item/>").repeated(100'000) + "\n<item/>"));
+        QCOMPARE(json.json().value("items").toArray().size(), 100'000);
+        QCOMPARE(json.json().value("error").toObject().value("description"),
+                 QJsonValue("more than 100000 items at line 4, column 1"));
     }
 
     void nothingIsLeftBehind() {

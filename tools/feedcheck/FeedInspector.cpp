@@ -2,6 +2,7 @@
 
 #include <QRegularExpression>
 
+#include <OlvNewsParser.h>
 #include <algorithm>
 #include <array>
 
@@ -18,7 +19,7 @@ QString fromUtf8(std::string_view text) {
 }
 
 QString tag(std::string_view name) {
-    return QLatin1Char('<') + fromUtf8(name) + QLatin1Char('>');
+    return QLatin1Char('<') + forOneLine(fromUtf8(name)) + QLatin1Char('>');
 }
 
 template <class Names>
@@ -37,22 +38,6 @@ std::string_view meant(const Names &names, std::string_view name) {
 }
 
 }  // namespace
-
-QString forOneLine(const QString &text, qsizetype longest) {
-    QString line = text.simplified();
-    if (line.size() > longest) {
-        qsizetype kept = longest - 1;
-        if (line[kept - 1].isHighSurrogate())
-            --kept;
-        line = line.first(kept) + QChar(u'…');
-    }
-    for (QChar &character : line) {
-        const QChar::Category category = character.category();
-        if (category == QChar::Other_Control || category == QChar::Other_Format)
-            character = QChar::ReplacementCharacter;
-    }
-    return line;
-}
 
 FeedInspector::FeedInspector(QStringView text) : reader(*this) {
     checkDeclaration(text);
@@ -81,6 +66,10 @@ void FeedInspector::parserDidStartElement(std::string_view name) {
                                             "line %1: it is lost")
                                  .arg(reader.lineNumber()));
         item = InspectedItem{reader.lineNumber(), {}, {}};
+        if (closed.size() == OlvNewsParser::mostItems) {
+            item.reset();
+            reader.refuse(OlvNewsParser::tooManyItems());
+        }
         return;
     }
     const bool wanted = name == "language" || (item && contains(inItem, name));
@@ -128,6 +117,7 @@ void FeedInspector::parserParseErrorOccurred(const Error &error) {
     const QString reason = error.userInfo.value(Error::localizedDescriptionKey()).toString();
     note(std::max<qint64>(1, error.userInfo.value(XmlReader::lineNumberKey()).toLongLong()),
          QStringLiteral("the document breaks off here, and what follows is lost: %1").arg(reason));
+    found.back().breaksOff = true;
 }
 
 void FeedInspector::parserValidationErrorOccurred(const Error &error) {

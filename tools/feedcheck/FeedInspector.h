@@ -1,5 +1,7 @@
 #pragma once
 
+#include <pelorinnews/PrintableText.h>
+
 #include <QString>
 #include <QStringView>
 
@@ -15,6 +17,8 @@ namespace pelorinnews {
 struct Finding {
     qint64 line = 1;
     QString text;
+    /// The document ends here for the panel.
+    bool breaksOff = false;
 };
 
 /// Where one item and its elements stand; lines count from one.
@@ -76,8 +80,9 @@ private:
     int depth = 0;
 };
 
-/// `text` fit for one line of a terminal: white space simplified, control characters replaced,
-/// at most `longest` characters.
-[[nodiscard]] QString forOneLine(const QString &text, qsizetype longest = 60);
+/// `text` fit for one line of a terminal.
+[[nodiscard]] inline QString forOneLine(const QString &text, qsizetype longest = 60) {
+    return printableText(text, longest);
+}
 
 }  // namespace pelorinnews

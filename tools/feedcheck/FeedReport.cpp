@@ -189,6 +189,11 @@ QString findingRows(std::vector<Finding> findings) {
         return line(QStringLiteral("There is nothing to mend."));
     std::stable_sort(findings.begin(), findings.end(),
                      [](const Finding &a, const Finding &b) { return a.line < b.line; });
+    // Where the document breaks off is told however long the list.
+    const auto broken = std::find_if(findings.begin(), findings.end(),
+                                     [](const Finding &finding) { return finding.breaksOff; });
+    if (broken != findings.end() && broken - findings.begin() >= mostRows)
+        std::rotate(findings.begin() + mostRows - 1, broken, broken + 1);
     QString rows = line(QStringLiteral("What to mend (%1)").arg(findings.size()));
     qsizetype number = 0;
     for (const Finding &finding : findings) {
