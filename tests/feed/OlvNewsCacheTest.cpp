@@ -85,11 +85,14 @@ private Q_SLOTS:
     void buildsTheAddress_data();
     void buildsTheAddress();
     void logsTheAddressAtInfoLevel();
+    void logsTheAddressAsItStands();
+    void asksForAnAddressThatIsNotQuiteRight();
     void asksForSixtySecondsOfPatience();
     void takesAFeedAndWritesItToTheFile();
     void aFeedThatIsInPlaceAlreadyLeavesItemsAndFileAndDatesTheFileAnew();
     void aFeedThatIsInPlaceAlreadyIsWrittenAgainWhereTheFileIsNotAsItWas_data();
     void aFeedThatIsInPlaceAlreadyIsWrittenAgainWhereTheFileIsNotAsItWas();
+    void aFeedThatComesAgainAfterOneThatDidNotParseIsWrittenAgain();
     void aFeedThatCameBeforeIsReadAgainWhereOtherItemsHaveTakenItsPlace();
     void aFeedOfTheSameLengthIsAnother();
     void takesAResponseWithoutAStatus();
@@ -105,6 +108,7 @@ private Q_SLOTS:
     void dataThatAreNotUtf8KeepTheItemsAndTheFile();
     void anEmptyFeedReplacesTheItems();
     void aFeedThatBreaksOffGivesTheItemsBefore();
+    void aFeedOfTooManyItemsGivesThoseBeforeAndReachesTheFile();
     void aByteOrderMarkIsKeptInTheFileAndReadOver();
     void aFailedWriteIsLoggedOnly_data();
     void aFailedWriteIsLoggedOnly();
@@ -208,6 +212,11 @@ void OlvNewsCacheTest::buildsTheAddress_data() {
     QTest::newRow("static") << b + ".xml"
                             << "de"
                             << "standard" << b + ".xml";
+    QTest::newRow("as if static, but further on") << "https://h.example/a.xml/p"
+                                                  << "de"
+                                                  << "standard"
+                                                  << "https://h.example/a.xml/"
+                                                     "p?&locale=de&type=standard";
     QTest::newRow("static in capitals") << b + ".XML"
                                         << ""
                                         << "" << b + ".XML?";
@@ -246,6 +255,21 @@ void OlvNewsCacheTest::logsTheAddressAtInfoLevel() {
     cache->setFeedBaseURL({});
     QVERIFY(!cache->feedRequest());
     QCOMPARE(logger->entries().size(), 1);
+}
+
+void OlvNewsCacheTest::logsTheAddressAsItStands() {
+    cache->setDesiredLocale(QStringLiteral("de\n\x1b[31m  \u202e"));
+    QVERIFY(cache->feedRequest());
+    QCOMPARE(logger->entries().last().text, QStringLiteral("News Cache -feedRequest returning: ") +
+                                                base +
+                                                QStringLiteral("?&locale=de\n\x1b[31m  \u202e"));
+}
+
+void OlvNewsCacheTest::asksForAnAddressThatIsNotQuiteRight() {
+    cache->setFeedBaseURL(QStringLiteral("https://h.example/a b\"c%zz"));
+    const auto request = cache->feedRequest();
+    QVERIFY(request);
+    QCOMPARE(request->toEncoded(), "https://h.example/a%20b%22c%25zz?");
 }
 
 void OlvNewsCacheTest::asksForSixtySecondsOfPatience() {
@@ -316,6 +340,18 @@ void OlvNewsCacheTest::aFeedThatIsInPlaceAlreadyIsWrittenAgainWhereTheFileIsNotA
     download(feed);
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(feed));
     QCOMPARE(titles(*cache), QStringList{"a"});
+}
+
+void OlvNewsCacheTest::aFeedThatComesAgainAfterOneThatDidNotParseIsWrittenAgain() {
+    const QString good = feedOfTitles("en", {"a"});
+    const QString bad = QStringLiteral("<rss>");
+    download(good);
+    download(bad);
+    QCOMPARE(titles(*cache), QStringList{"a"});
+    QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(bad));
+    download(good);
+    QCOMPARE(titles(*cache), QStringList{"a"});
+    QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(good));
 }
 
 void OlvNewsCacheTest::aFeedThatCameBeforeIsReadAgainWhereOtherItemsHaveTakenItsPlace() {
@@ -471,6 +507,17 @@ void OlvNewsCacheTest::aFeedThatBreaksOffGivesTheItemsBefore() {
     download(text.left(text.indexOf(QStringLiteral("second"))));
     QCOMPARE(titles(*cache), QStringList{"first"});
     QCOMPARE(kinds(*logger), QStringList{asked});
+}
+
+void OlvNewsCacheTest::aFeedOfTooManyItemsGivesThoseBeforeAndReachesTheFile() {
+    const QString text = QStringLiteral("<rss><language>en</language>") +
+                         QStringLiteral("<item/>").repeated(100'000) +
+                         QStringLiteral("<item><title>one more</title></item></rss>");
+    download(text);
+    QCOMPARE(cache->count(), 100'000U);
+    QVERIFY(cache->itemAtIndex(99'999)->title().isNull());
+    QCOMPARE(kinds(*logger), QStringList{asked});
+    QVERIFY(readBytes(file()) == byteOrderMark() + utf16Bytes(text));
 }
 
 void OlvNewsCacheTest::aByteOrderMarkIsKeptInTheFileAndReadOver() {
