@@ -71,7 +71,11 @@ std::shared_ptr<OlvNewsWindowController> OlvNewsWindowController::initWithWindow
     std::shared_ptr<OlvNewsWindowController> controller(
         new OlvNewsWindowController(windowNibName, std::move(services)), destroyOnMainThread);
     controller->initWithWindow();
-    return controller;
+    // The caller's references count apart from those of timer and pending work.
+    const auto outside = std::make_shared<std::shared_ptr<OlvNewsWindowController>>(controller);
+    const std::shared_ptr<OlvNewsWindowController> reference(outside, controller.get());
+    controller->_outsideReference = reference;
+    return reference;
 }
 
 void OlvNewsWindowController::initWithWindow() {
@@ -273,6 +277,7 @@ void OlvNewsWindowController::windowWillClose() {
 }
 
 void OlvNewsWindowController::exit() {
+    _exited = true;
     if (_refreshTimer)
         _refreshTimer->invalidate();
     // Also one that was shown a moment ago and has not become key yet.
@@ -312,14 +317,19 @@ bool OlvNewsWindowController::hasNewsInTheUsersLanguage() const {
 
 void OlvNewsWindowController::showingRefreshEnded(const std::optional<Error> &error) {
     if (hasNewsInTheUsersLanguage())
-        MainQueue::dispatchAsync([self = shared_from_this()] {
-            if (self->_windowIsVisible)
-                self->refreshControls();
-            else
-                self->showWindow();
-        });
+        MainQueue::dispatchAsync([self = shared_from_this()] { self->showNews(); });
     if (error)
         logMessage(LogLevelError, LogVocabulary::refreshContentShowingWindowFailed, *error);
+}
+
+void OlvNewsWindowController::showNews() {
+    // Nobody is left who could close the window again.
+    if (_exited && _outsideReference.expired())
+        return;
+    if (_windowIsVisible)
+        refreshControls();
+    else
+        showWindow();
 }
 
 void OlvNewsWindowController::backgroundRefreshEnded(const std::optional<Error> &error) {

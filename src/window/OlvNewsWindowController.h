@@ -127,6 +127,7 @@ private:
     void enlargeOnFirstShow();
     [[nodiscard]] bool hasNewsInTheUsersLanguage() const;
     void showingRefreshEnded(const std::optional<Error> &error);
+    void showNews();
     void backgroundRefreshEnded(const std::optional<Error> &error);
     void announceLatestItem();
     [[nodiscard]] QString statusKey() const;
@@ -148,6 +149,9 @@ private:
     quint64 _currentIndex = 0;
     bool _refreshOnClose = false;
     bool _windowIsVisible = false;
+    bool _exited = false;
+    /// What `initWithWindowNibName` gave to the caller: expired once nobody outside holds it.
+    std::weak_ptr<OlvNewsWindowController> _outsideReference;
     /// What the window measured when it was last closed with edges of its own.
     QSize _closedSize;
     /// Where a window that was closed maximized is to be once it is not maximized any more.

@@ -8,6 +8,7 @@
 
 #include <QApplication>
 #include <QPluginLoader>
+#include <QPointer>
 #include <QSettings>
 
 using namespace pelorinnews;
@@ -53,6 +54,7 @@ private Q_SLOTS:
     void keepsTheDelegateAliveUntilAnotherOrItsOwnEnd();
     void showsAtOnceAndBringsForwardOnceForEachCall();
     void showAfterExitShowsTheWindowAgain();
+    void whatShowPostedRunsAfterExitAndRelease();
     void theLoggerReceivesNoMessageOfTheCache();
     void aHostThatForgetsToExitStillEnds();
 
@@ -137,6 +139,19 @@ void NewsControllerTest::showAfterExitShowsTheWindowAgain() {
     QVERIFY(newsWindow()->isVisible());
     QCoreApplication::processEvents();
     newsWindow()->close();
+}
+
+void NewsControllerTest::whatShowPostedRunsAfterExitAndRelease() {
+    controller->show();
+    const QPointer<QWidget> window = newsWindow();
+    controller->exit();
+    QVERIFY(!window->isVisible());
+    Closer closer;
+    window->installEventFilter(&closer);
+    controller.reset();
+    QCoreApplication::processEvents();
+    QCOMPARE(closer.shown, 1);
+    QTRY_VERIFY(!window);
 }
 
 void NewsControllerTest::theLoggerReceivesNoMessageOfTheCache() {

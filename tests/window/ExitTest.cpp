@@ -5,11 +5,28 @@
 #include "WindowFixture.h"
 
 #include <QApplication>
+#include <QFile>
 
 #include <thread>
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
+
+namespace {
+
+// Whether a news window was made since this was, even if it is gone again.
+class MadeWindows : public QObject {
+public:
+    MadeWindows() { qApp->installEventFilter(this); }
+    bool any = false;
+
+    bool eventFilter(QObject *watched, QEvent *) override {
+        any = any || qobject_cast<OlvNewsWindow *>(watched);
+        return false;
+    }
+};
+
+}  // namespace
 
 class ExitTest : public QObject {
     Q_OBJECT
@@ -30,6 +47,8 @@ private Q_SLOTS:
     void exitReleasesTheController();
     void aRefreshUnderWayKeepsTheController_data();
     void aRefreshUnderWayKeepsTheController();
+    void newsThatComeAfterExitOpenTheWindowOnlyOfAControllerThatIsHeld_data();
+    void newsThatComeAfterExitOpenTheWindowOnlyOfAControllerThatIsHeld();
     void isDestroyedOnTheMainThreadWhoeverLetsGoLast();
 
 private:
@@ -121,10 +140,9 @@ void ExitTest::exitReleasesTheController() {
     WindowFixture::settle(*controller);
     QPointer<OlvNewsWindowController> watched = controller.get();
     QVERIFY(controller->window());
-    const std::weak_ptr<OlvNewsWindowController> weak = controller;
     controller.reset();
     QVERIFY(watched);  // held by its timer
-    weak.lock()->exit();
+    watched->weak_from_this().lock()->exit();
     QTRY_VERIFY(!watched);
     QVERIFY(!WindowFixture::isShown());
 }
@@ -154,6 +172,49 @@ void ExitTest::aRefreshUnderWayKeepsTheController() {
     service.answer("<rss><channel><language>en</language></channel></rss>", status);
     QTRY_VERIFY(!watched);
     QVERIFY(!WindowFixture::isShown());
+}
+
+void ExitTest::newsThatComeAfterExitOpenTheWindowOnlyOfAControllerThatIsHeld_data() {
+    QTest::addColumn<bool>("exits");
+    QTest::addColumn<bool>("held");
+    QTest::addColumn<bool>("opens");
+    QTest::newRow("no exit, held") << false << true << true;
+    QTest::newRow("no exit, released: its timer goes on") << false << false << true;
+    QTest::newRow("exit, held") << true << true << true;
+    QTest::newRow("exit, released") << true << false << false;
+}
+
+void ExitTest::newsThatComeAfterExitOpenTheWindowOnlyOfAControllerThatIsHeld() {
+    QFETCH(const bool, exits);
+    QFETCH(const bool, held);
+    QFile feed(fixture->feedFile(QStringLiteral("standard.en-US.xml")));
+    QVERIFY(feed.open(QFile::ReadOnly));
+    const QByteArray news = feed.readAll();
+    HeldFeed service;
+    fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
+    const MadeWindows made;
+    auto controller = fixture->beginController();
+    QVERIFY(service.isAsked());
+    const QPointer<OlvNewsWindowController> watched = controller.get();
+    // Another refresh under way keeps the controller, but is nobody who could close its window.
+    controller->refreshCache();
+    if (exits)
+        controller->exit();
+    if (!held)
+        controller.reset();
+    service.answer(news);
+    QVERIFY(watched);
+    WindowFixture::settle(*watched);
+    QCOMPARE(watched->newsCache().unfilteredCount(), 5U);
+    QTEST(made.any, "opens");
+    QTEST(WindowFixture::isShown(), "opens");
+
+    QVERIFY(service.isAsked());
+    service.answer(news);
+    if (!exits)
+        watched->exit();
+    controller.reset();
+    QTRY_VERIFY(!watched);
 }
 
 void ExitTest::isDestroyedOnTheMainThreadWhoeverLetsGoLast() {
