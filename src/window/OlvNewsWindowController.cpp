@@ -133,7 +133,7 @@ void OlvNewsWindowController::loadWindow() {
         return;
     _loadedWindow = made.release();
     _loadedWindow->installEventFilter(this);
-    connect(_loadedWindow, &OlvNewsWindow::ending, this, [this] { _loadedWindow.clear(); });
+    connect(_loadedWindow, &OlvNewsWindow::ending, this, [this] { windowIsDeleted(); });
     centre(*_loadedWindow);
     connectOutlets();
     windowDidLoad();
@@ -166,6 +166,17 @@ void OlvNewsWindowController::windowDidLoad() {
     initializeControls();
     if (shownOnce)
         adoptOptionsState();
+}
+
+// Somebody else may delete the window, too. While it is open that closes it.
+void OlvNewsWindowController::windowIsDeleted() {
+    const auto self = weak_from_this().lock();
+    if (self && _windowIsVisible)
+        windowWillClose();
+    _exposeTimer.stop();
+    _ordinaryGeometry = {};
+    _optionsFold.reset();
+    _loadedWindow.clear();
 }
 
 void OlvNewsWindowController::showWindow() {

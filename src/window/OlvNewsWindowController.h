@@ -47,7 +47,8 @@ public:
         const QString &windowNibName, WindowServices services = WindowServices::standard());
     ~OlvNewsWindowController() override;
 
-    /// The window, loaded from its description when first asked for; null when that fails.
+    /// The window, loaded from its description when first asked for and when asked for after
+    /// somebody else deleted it; null when that fails.
     [[nodiscard]] OlvNewsWindow *window();
     void showWindow();
     void setLogger(std::shared_ptr<OlvLogger> logger) { _logger.set(std::move(logger)); }
@@ -123,6 +124,7 @@ private:
     void initWithWindow();
     void loadWindow();
     void connectOutlets();
+    void windowIsDeleted();
     [[nodiscard]] bool isOnScreen() const;
     void enlargeOnFirstShow();
     [[nodiscard]] bool hasNewsInTheUsersLanguage() const;

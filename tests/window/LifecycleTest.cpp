@@ -53,6 +53,9 @@ private Q_SLOTS:
     void becomesKeyOnceMoreAfterClosing();
     void showsAMinimisedWindowAgain();
     void opensMaximizedAgain();
+    void aWindowDeletedBySomebodyElseIsMadeAnew_data();
+    void aWindowDeletedBySomebodyElseIsMadeAnew();
+    void deletingTheOpenWindowClosesIt();
     void closingDoesNotEndTheHost();
     void logsTheFailureOfEitherRefreshAndNothingOfTheCache();
     void staysUsableWithoutAWindowDescription();
@@ -205,6 +208,54 @@ void LifecycleTest::opensMaximizedAgain() {
     reopen();
     QTRY_COMPARE(controller->window()->size(), maximized);
     QVERIFY(controller->window()->isMaximized());
+}
+
+void LifecycleTest::aWindowDeletedBySomebodyElseIsMadeAnew_data() {
+    QTest::addColumn<bool>("active");
+    QTest::addColumn<bool>("closed");
+    QTest::newRow("as soon as it is shown") << false << false;
+    QTest::newRow("while it is open") << true << false;
+    QTest::newRow("after its closing") << true << true;
+}
+
+void LifecycleTest::aWindowDeletedBySomebodyElseIsMadeAnew() {
+    QFETCH(const bool, active);
+    QFETCH(const bool, closed);
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    fixture->prefer(QStringLiteral("newsFilter"), 1);
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    if (active)
+        QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    if (closed)
+        controller->window()->performClose();
+    delete controller->window();
+    QVERIFY(!WindowFixture::isShown());
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
+    QVERIFY(controller->nextItem()->isEnabled());
+    controller->onNextItem();
+    QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 2</p>"));
+}
+
+void LifecycleTest::deletingTheOpenWindowClosesIt() {
+    auto items = WindowFixture::items(5);
+    std::swap(items[0], items[3]);  // so that the first one shown leaves something new
+    fixture->serve(items);
+    const auto controller = fixture->makeController();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    controller->onRefreshTimerFire();
+    QVERIFY(controller->newsCache().sinceLastViewingCount() > 0);
+    delete controller->window();
+    QCOMPARE(controller->newsCache().sinceLastViewingCount(), 0);
+    QVERIFY(fixture->server().waitForRequests(2));
+    WindowFixture::settle(*controller);
+    // Nothing is open any more that the next refresh had to wait for.
+    controller->onRefreshTimerFire();
+    QVERIFY(fixture->server().waitForRequests(3));
+    WindowFixture::settle(*controller);
+    QVERIFY(!WindowFixture::isShown());
 }
 
 void LifecycleTest::closingDoesNotEndTheHost() {
