@@ -74,24 +74,24 @@
         <translation>Zu Ihrer Auswahl gibt es keine Neuigkeiten.</translation>
     </message>
     <message id="StatusNothingFoundRecent">
-        <extracomment>Page, as above.</extracomment>
+        <extracomment>Page, as above. Names SettingsShowOptions and SettingsDisplayContentAll as they are called.</extracomment>
         <source></source>
-        <translation>In den letzten 30 Tagen gab es keine Neuigkeiten.</translation>
+        <translation>Zu Ihrer Auswahl gibt es keine Neuigkeiten aus den letzten 30 Tagen. Ältere Neuigkeiten: „Optionen einblenden“, dann „Alle“.</translation>
     </message>
     <message id="StatusNothingFoundUnread">
-        <extracomment>Page, as above.</extracomment>
+        <extracomment>Page, as above. Names SettingsShowOptions and SettingsDisplayContentAll as they are called.</extracomment>
         <source></source>
-        <translation>Es gibt keine ungelesenen Neuigkeiten.</translation>
+        <translation>Es gibt keine ungelesenen Neuigkeiten. Ältere Neuigkeiten: „Optionen einblenden“, dann „Alle“.</translation>
     </message>
     <message id="StatusRetrievingContent">
-        <extracomment>Page, as above.</extracomment>
+        <extracomment>Page, as above. It may stay after the download has ended: say only what is true then, too.</extracomment>
         <source></source>
-        <translation>Neuigkeiten werden geladen …</translation>
+        <translation>Hier sind noch keine Neuigkeiten. Sie wurden gerade abgerufen, als diese Seite erschien; schließen Sie dieses Fenster und öffnen Sie es gleich noch einmal.</translation>
     </message>
     <message id="StatusErrorRetrievingContent">
-        <extracomment>Page, as above.</extracomment>
+        <extracomment>Page, as above, for a download that failed, a feed that cannot be read and one without items: name no cause. It stays while the window is open.</extracomment>
         <source></source>
-        <translation>Die Neuigkeiten konnten nicht geladen werden. Bitte prüfen Sie Ihre Internetverbindung.</translation>
+        <translation>Hier sind noch keine Neuigkeiten. Solange dieses Fenster geschlossen ist, werden sie von Zeit zu Zeit erneut abgerufen; schließen Sie es und sehen Sie später wieder nach.</translation>
     </message>
 </context>
 </TS>

@@ -74,24 +74,24 @@
         <translation>No news matches your selection.</translation>
     </message>
     <message id="StatusNothingFoundRecent">
-        <extracomment>Page, as above.</extracomment>
+        <extracomment>Page, as above. Names SettingsShowOptions and SettingsDisplayContentAll as they are called.</extracomment>
         <source></source>
-        <translation>There is no news from the last 30 days.</translation>
+        <translation>No news from the last 30 days matches your selection. Older news: “Show options”, then “All”.</translation>
     </message>
     <message id="StatusNothingFoundUnread">
-        <extracomment>Page, as above.</extracomment>
+        <extracomment>Page, as above. Names SettingsShowOptions and SettingsDisplayContentAll as they are called.</extracomment>
         <source></source>
-        <translation>There is no unread news.</translation>
+        <translation>There is no unread news. Older news: “Show options”, then “All”.</translation>
     </message>
     <message id="StatusRetrievingContent">
-        <extracomment>Page, as above.</extracomment>
+        <extracomment>Page, as above. It may stay after the download has ended: say only what is true then, too.</extracomment>
         <source></source>
-        <translation>Loading the news …</translation>
+        <translation>There is no news here yet. It was being fetched when this page appeared; close this window and open it again in a moment.</translation>
     </message>
     <message id="StatusErrorRetrievingContent">
-        <extracomment>Page, as above.</extracomment>
+        <extracomment>Page, as above, for a download that failed, a feed that cannot be read and one without items: name no cause. It stays while the window is open.</extracomment>
         <source></source>
-        <translation>The news could not be loaded. Please check your Internet connection.</translation>
+        <translation>There is no news here yet. It is fetched again from time to time while this window is closed; close it and look again later.</translation>
     </message>
 </context>
 </TS>

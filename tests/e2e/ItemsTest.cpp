@@ -82,7 +82,9 @@ void ItemsTest::aPageSaysWhyThereIsNoItem_data() {
     QTest::addColumn<QString>("status");
     QTest::newRow("unreachable")
         << QStringLiteral("newsFeedBaseURL") << QVariant(QStringLiteral("https://127.0.0.1:1/"))
-        << QStringLiteral("The news could not be loaded. Please check your Internet connection.");
+        << QStringLiteral(
+               "There is no news here yet. It is fetched again from time to time while this "
+               "window is closed; close it and look again later.");
     QTest::newRow("none of the chosen type") << QStringLiteral("newsTypeFilter") << QVariant(2)
                                              << QStringLiteral("No news matches your selection.");
 }

@@ -94,6 +94,21 @@ private Q_SLOTS:
         }
     }
 
+    void pagesNameTheControlsAsTheyAreCalled_data() { addLanguages(); }
+    void pagesNameTheControlsAsTheyAreCalled() {
+        QFETCH(QString, language);
+        const QStringList names{ownText(language, "SettingsShowOptions"),
+                                ownText(language, "SettingsDisplayContentAll")};
+        static const QRegularExpression quoted(QStringLiteral("[“„]([^“”]+)[“”]"));
+        for (const QString &key : {QStringLiteral("StatusNothingFoundRecent"),
+                                   QStringLiteral("StatusNothingFoundUnread")}) {
+            QStringList named;
+            for (const auto &match : quoted.globalMatch(ownText(language, key)))
+                named.append(match.captured(1));
+            QCOMPARE(named, names);
+        }
+    }
+
     void theLanguagesAreAskedInTheUsersOrder_data() {
         QTest::addColumn<QStringList>("languages");
         QTest::addColumn<QString>("text");
