@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QLayout>
+#include <QScreen>
 #include <QWindow>
 
 #include <algorithm>
@@ -47,12 +48,20 @@ void OlvNewsWindow::makeKeyAndOrderFront() {
 
 // Texts and fonts set how narrow the window may be. How low it may be is not the layout's to say:
 // it changes while the options fold.
+void OlvNewsWindow::takeWidthOfTexts() {
+    if (!layout())
+        return;
+    if (_describedMinimumWidth < 0)
+        _describedMinimumWidth = minimumWidth();
+    layout()->activate();
+    const int frame = frameGeometry().width() - width();
+    const int room = screen()->availableGeometry().width() - frame;
+    setMinimumWidth(qMax(_describedMinimumWidth, qMin(layout()->totalMinimumSize().width(), room)));
+}
+
 bool OlvNewsWindow::event(QEvent *event) {
-    if (event->type() == QEvent::LayoutRequest && layout()) {
-        if (_describedMinimumWidth < 0)
-            _describedMinimumWidth = minimumWidth();
-        setMinimumWidth(qMax(_describedMinimumWidth, layout()->totalMinimumSize().width()));
-    }
+    if (event->type() == QEvent::LayoutRequest)
+        takeWidthOfTexts();
     return QWidget::event(event);
 }
 

@@ -10,8 +10,8 @@ namespace pelorinnews {
 ///
 /// Key equivalents are asked of the window first and then of the views in it, whichever control
 /// has the focus and before that control sees the key. Pop-up lists are windows of their own and
-/// keep their keys. It never gets too narrow for the texts of its controls, nor narrower than it
-/// was described. Main thread only.
+/// keep their keys. It never gets too narrow for the texts of its controls, but where the screen
+/// is, nor narrower than it was described. Main thread only.
 class OlvNewsWindow final : public QWidget {
     Q_OBJECT
 
@@ -28,6 +28,10 @@ public:
     /// Shows the window if it is closed or minimised, brings it to the front and gives it the
     /// keyboard, as far as the desktop lets a program do so.
     void makeKeyAndOrderFront();
+
+    /// Becomes as wide as the texts of its controls need it. By itself it does so, when they
+    /// change, with the next events.
+    void takeWidthOfTexts();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 

@@ -10,6 +10,7 @@
 #include "OwnerlessControllers.h"
 #include "SleepAwareTimer.h"
 #include "WindowDescription.h"
+#include "WindowPlacement.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -39,18 +40,6 @@ bool shownOnce = false;
 
 bool runsOnGuiThread() {
     return qobject_cast<QApplication *>(QCoreApplication::instance()) && MainQueue::isMainThread();
-}
-
-// In the middle of the first screen, of which a description knows nothing, and with room around it
-// for its frame where that screen is small.
-void centre(OlvNewsWindow &window) {
-    const QScreen *screen = QGuiApplication::primaryScreen();
-    if (!screen)
-        return;
-    const QRect available = screen->availableGeometry();
-    QRect place(QPoint(), window.size().boundedTo(available.size() * 9 / 10));
-    place.moveCenter(available.center());
-    window.setGeometry(place);
 }
 
 }  // namespace
@@ -134,9 +123,10 @@ void OlvNewsWindowController::loadWindow() {
     _loadedWindow = made.release();
     _loadedWindow->installEventFilter(this);
     connect(_loadedWindow, &OlvNewsWindow::ending, this, [this] { windowIsDeleted(); });
-    centre(*_loadedWindow);
     connectOutlets();
     windowDidLoad();
+    _loadedWindow->takeWidthOfTexts();
+    WindowPlacement::centre(*_loadedWindow);
     // What is told last about the application's end is asked first: the window goes before what
     // its renderer brought into the process.
     destroyWithApplication(_loadedWindow);
@@ -186,6 +176,9 @@ void OlvNewsWindowController::showWindow() {
     // The desktop may have answered to an earlier step of its folding after it was closed.
     if (shown->isHidden() && _closedSize.isValid() && !hasDesktopsEdges(shown))
         shown->resize(_closedSize);
+    // The screen that it was closed on may be gone.
+    if (shown->isHidden())
+        bringOntoScreen();
     shown->makeKeyAndOrderFront();
 }
 
@@ -237,14 +230,23 @@ void OlvNewsWindowController::windowDidBecomeKey() {
         return;
     _exposeTimer.stop();
     _windowIsVisible = true;
+    // Only now its frame is known.
+    bringOntoScreen();
     if (!std::exchange(shownOnce, true)) {
         enlargeOnFirstShow();
-        onOptionsButton();
+        toggleOptions([this] { bringOntoScreen(); });
     } else {
         catchUpWithOptionsState();
     }
     refreshControls();
     removeNotification();
+}
+
+void OlvNewsWindowController::bringOntoScreen() {
+    if (!_loadedWindow)
+        return;
+    _loadedWindow->takeWidthOfTexts();
+    WindowPlacement::bringOntoScreen(*_loadedWindow);
 }
 
 void OlvNewsWindowController::enlargeOnFirstShow() {
@@ -265,9 +267,11 @@ void OlvNewsWindowController::enlargeOnFirstShow() {
 
 // The desktop forgets with a window's closing what its edges were before it was maximized.
 void OlvNewsWindowController::restoreOrdinaryGeometry() {
-    if (_ordinaryGeometry.isValid() && !hasDesktopsEdges(_loadedWindow) &&
-        !_loadedWindow->isMinimized())
-        _loadedWindow->setGeometry(std::exchange(_ordinaryGeometry, {}));
+    if (!_ordinaryGeometry.isValid() || hasDesktopsEdges(_loadedWindow) ||
+        _loadedWindow->isMinimized())
+        return;
+    _loadedWindow->setGeometry(std::exchange(_ordinaryGeometry, {}));
+    bringOntoScreen();
 }
 
 void OlvNewsWindowController::windowWillClose() {

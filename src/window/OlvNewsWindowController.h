@@ -19,6 +19,7 @@
 #include <QPointer>
 #include <QRect>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -126,6 +127,7 @@ private:
     void connectOutlets();
     void windowIsDeleted();
     [[nodiscard]] bool isOnScreen() const;
+    void bringOntoScreen();
     void enlargeOnFirstShow();
     [[nodiscard]] bool hasNewsInTheUsersLanguage() const;
     void showingRefreshEnded(const std::optional<Error> &error);
@@ -136,6 +138,7 @@ private:
     [[nodiscard]] QString localized(const char *key) const;
     void setAccessibilityValue(const QString &text);
     void showOptionControls(bool visible);
+    void toggleOptions(std::function<void()> finished);
     void optionsChanged(const QString &label);
     void adoptOptionsState();
     void turnOptionsButton();

@@ -77,21 +77,29 @@ void OlvNewsWindowController::optionsChanged(const QString &label) {
 }
 
 void OlvNewsWindowController::onOptionsButton() {
+    toggleOptions([] {});
+}
+
+void OlvNewsWindowController::toggleOptions(std::function<void()> finished) {
     optionsAreOpen = !optionsAreOpen;
     turnOptionsButton();
     if (!_optionsFold)
         return;
     if (optionsAreOpen) {
-        _optionsFold->start(true, [this] {
+        _optionsFold->start(true, [this, finished = std::move(finished)] {
             showOptionControls(true);
             optionsChanged(localized("SettingsHideOptions"));
+            finished();
         });
         return;
     }
     // A running unfolding must not show the controls again after they were hidden here.
     _optionsFold->complete();
     showOptionControls(false);
-    _optionsFold->start(false, [this] { optionsChanged(localized("SettingsShowOptions")); });
+    _optionsFold->start(false, [this, finished = std::move(finished)] {
+        optionsChanged(localized("SettingsShowOptions"));
+        finished();
+    });
 }
 
 void OlvNewsWindowController::catchUpWithOptionsState() {

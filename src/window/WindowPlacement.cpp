@@ -1,0 +1,86 @@
+#include "WindowPlacement.h"
+
+#include "OptionsFold.h"
+
+#include <QGuiApplication>
+#include <QRegion>
+#include <QScreen>
+#include <QWidget>
+
+#include <algorithm>
+
+namespace pelorinnews::WindowPlacement {
+
+namespace {
+
+// Pixels are the only unit in which screens of several scales lie side by side. `rect` is in the
+// device-independent ones of `screen`, which count from its corner.
+QRect inPixels(const QRect &rect, const QScreen &screen) {
+    const QPoint corner = screen.geometry().topLeft();
+    const double scale = screen.devicePixelRatio();
+    const QRectF moved = QRectF(rect).translated(-corner);
+    return QRectF(moved.topLeft() * scale, moved.size() * scale).translated(corner).toRect();
+}
+
+qint64 surface(const QRect &rect) {
+    return rect.isEmpty() ? 0 : qint64{rect.width()} * rect.height();
+}
+
+}  // namespace
+
+bool isCovered(const QRect &frame, const QList<QRect> &areas) {
+    QRegion left(frame);
+    for (const QRect &area : areas)
+        left -= area;
+    return left.isEmpty();
+}
+
+QRect broughtInto(const QRect &frame, const QRect &area, const QSize &smallest) {
+    QRect place(frame.topLeft(), frame.size().boundedTo(area.size().expandedTo(smallest)));
+    place.moveRight(std::min(place.right(), area.right()));
+    place.moveBottom(std::min(place.bottom(), area.bottom()));
+    place.moveLeft(std::max(place.left(), area.left()));
+    place.moveTop(std::max(place.top(), area.top()));
+    return place;
+}
+
+void centre(QWidget &window) {
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return;
+    const QRect available = screen->availableGeometry();
+    QRect place(
+        QPoint(),
+        window.size().boundedTo(available.size() * 9 / 10).expandedTo(window.minimumSize()));
+    place.moveCenter(available.center());
+    window.setGeometry(place);
+}
+
+void bringOntoScreen(QWidget &window) {
+    if (QGuiApplication::platformName() != QLatin1String("xcb") || window.isMinimized() ||
+        hasDesktopsEdges(&window))
+        return;
+    const QRect frame = window.frameGeometry();
+    const QRect shown = inPixels(frame, *window.screen());
+    QList<QRect> areas;
+    const QScreen *best = QGuiApplication::primaryScreen();
+    qint64 most = 0;
+    const auto screens = QGuiApplication::screens();
+    for (const QScreen *screen : screens) {
+        areas.append(inPixels(screen->availableGeometry(), *screen));
+        const qint64 part = surface(areas.last() & shown);
+        if (part <= most)
+            continue;
+        most = part;
+        best = screen;
+    }
+    if (!best || isCovered(shown, areas))
+        return;
+    const QRect inner = window.geometry();
+    const QSize margins = frame.size() - inner.size();
+    QRect place = broughtInto(frame, best->availableGeometry(), window.minimumSize() + margins);
+    place = QRect(place.topLeft() + (inner.topLeft() - frame.topLeft()), place.size() - margins);
+    window.setGeometry(place);
+}
+
+}  // namespace pelorinnews::WindowPlacement
