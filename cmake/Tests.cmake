@@ -10,13 +10,13 @@ function(pelorin_watches_the_disk)
 endfunction()
 
 # pelorin_test(<name> SOURCES <file>... [LIBS <target>...] [LABELS <label>...] [TIMEOUT <s>]
-#              [SESSION] [DISPLAY | WAYLAND])
+#              [SESSION] [DISPLAY | WAYLAND] [TILING])
 #
 # One executable, one entry of CTest. SESSION gives it a D-Bus session of its own, DISPLAY an Xvfb
-# with a window manager, WAYLAND a compositor. In a sanitized build the entry is called
-# "<preset>.<name>".
+# with a window manager, WAYLAND a compositor; TILING makes either one that tiles. In a sanitized
+# build the entry is called "<preset>.<name>".
 function(pelorin_test name)
-    cmake_parse_arguments(ARG "SESSION;DISPLAY;WAYLAND" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "SESSION;DISPLAY;WAYLAND;TILING" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
     set(target test_${name})
     add_executable(${target} ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE ${ARG_LIBS} pelorin_testsupport pelorin_options Qt6::Test)
@@ -26,6 +26,9 @@ function(pelorin_test name)
         PELORIN_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}"
         PELORIN_APP_DIR="${PELORIN_APP_DIR}")
     set(command $<TARGET_FILE:${target}>)
+    if(ARG_TILING)
+        set(command --tiling ${command})
+    endif()
     if(ARG_DISPLAY)
         set(command ${CMAKE_SOURCE_DIR}/tests/support/with-display ${command})
     endif()

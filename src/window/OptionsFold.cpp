@@ -1,7 +1,12 @@
 #include "OptionsFold.h"
 
+#include "WindowEdges.h"
+
+#include <QResizeEvent>
 #include <QStyle>
+#include <QTimerEvent>
 #include <QWidget>
+#include <QWindow>
 
 #include <algorithm>
 #include <utility>
@@ -11,6 +16,11 @@ namespace pelorinnews {
 namespace {
 
 constexpr int resizeMilliseconds = 200;
+
+// A window manager that has not answered after so many ticks refuses a size. They are counted, not
+// the time, since after a pause of this process both the tick and the answer are due.
+constexpr int answerTickMilliseconds = 50;
+constexpr int answerTicks = 20;
 
 }  // namespace
 
@@ -32,16 +42,34 @@ OptionsFold::OptionsFold(QWidget *window, QWidget *content, QWidget *optionsArea
     connect(&_animation, &QVariantAnimation::finished, this, &OptionsFold::finish);
     if (_window)
         _window->installEventFilter(this);
+    hearAnswers();
 }
 
 OptionsFold::~OptionsFold() {
     complete();
 }
 
+bool OptionsFold::isHeld() const {
+    return _window && WindowEdges::areSetByDesktop(*_window);
+}
+
+int OptionsFold::lowestHeight() const {
+    return _foldedMinimum + (_open ? foldHeight : 0);
+}
+
+// By how much the window changes its height when the area unfolds (`open`) or folds.
+int OptionsFold::growth(bool open) const {
+    if (isHeld())
+        return 0;
+    if (!open)
+        return -_grown;
+    return WindowEdges::roomBelow(*_window) >= foldHeight ? foldHeight : 0;
+}
+
 // A widget that is resized takes itself for an ordinary one from then on, whatever the desktop
 // says.
 void OptionsFold::resizeTo(int height) {
-    if (_window && !hasDesktopsEdges(_window))
+    if (_window && !isHeld())
         _window->resize(_window->width(), height);
 }
 
@@ -50,7 +78,10 @@ void OptionsFold::start(bool open, std::function<void()> whenFinished) {
     _finished = std::move(whenFinished);
     _running = true;
     const bool changes = std::exchange(_open, open) != open;
-    if (!changes || !_window || !_optionsArea || hasDesktopsEdges(_window)) {
+    const int change = changes && _window && _optionsArea ? growth(open) : 0;
+    if (changes && open)
+        _grown = change;
+    if (change == 0) {
         finish();
         return;
     }
@@ -62,7 +93,7 @@ void OptionsFold::start(bool open, std::function<void()> whenFinished) {
         _content->setFixedHeight(_content->height());
     _window->setMinimumHeight(_foldedMinimum);
     const int height = _window->height();
-    _change = {height, height + (open ? foldHeight : -foldHeight)};
+    _change = {height, height + change};
     _cutShort.reset();
     _animation.setStartValue(_change->from);
     _animation.setEndValue(_change->to);
@@ -81,12 +112,18 @@ void OptionsFold::complete() {
 
 void OptionsFold::setLaidOut(bool open) {
     _open = open;
+    _grown = foldHeight;
+    layOut();
+}
+
+void OptionsFold::layOut() {
     if (!_optionsArea)
         return;
-    _optionsArea->setVisible(open);
-    _optionsArea->setFixedHeight(open ? foldHeight : 0);
+    _optionsArea->setVisible(_open);
+    _optionsArea->setFixedHeight(_open ? foldHeight : 0);
+    // A higher minimum would make the window grow.
     if (_window)
-        _window->setMinimumHeight(_foldedMinimum + (open ? foldHeight : 0));
+        _window->setMinimumHeight(qMin(lowestHeight(), _window->height()));
 }
 
 void OptionsFold::finish() {
@@ -94,12 +131,13 @@ void OptionsFold::finish() {
         return;
     _animation.stop();
     if (const auto change = std::exchange(_change, std::nullopt)) {
-        if (hasDesktopsEdges(_window))
+        if (isHeld())
             _cutShort = change;
         resizeTo(change->to);
+        awaitAnswer(change->from);
     }
     if (_window && _optionsArea) {
-        setLaidOut(_open);
+        layOut();
         if (_content) {
             _content->setMinimumHeight(0);
             _content->setMaximumHeight(QWIDGETSIZE_MAX);
@@ -109,17 +147,73 @@ void OptionsFold::finish() {
         done();
 }
 
+void OptionsFold::hearAnswers() {
+    if (!_window || !_window->windowHandle())
+        return;
+    _reported = _window->size();
+    _window->windowHandle()->installEventFilter(this);
+}
+
+// An X11 window manager may leave a window as it is. Qt then corrects its QWindow, if it was told,
+// but never the widget, which goes on as if it had got what it asked for.
+void OptionsFold::awaitAnswer(int from) {
+    if (!_window || !_window->isVisible() || _reported == _window->size())
+        return;
+    _unanswered = from;
+    _silentTicks = 0;
+    _answerTimer.start(answerTickMilliseconds, this);
+}
+
+void OptionsFold::timerEvent(QTimerEvent *event) {
+    if (event->timerId() != _answerTimer.timerId())
+        return QObject::timerEvent(event);
+    ++_silentTicks;
+    if (_window && _window->isVisible()) {
+        // One tick may come between the answer and its event.
+        const bool refused = _silentTicks > 1 && _window->windowHandle()->size() != _window->size();
+        if (!refused && _silentTicks < answerTicks)
+            return;
+    }
+    takeAnswer();
+}
+
+// The window is as the desktop reports it; what it did not get, the content gives.
+void OptionsFold::takeAnswer() {
+    _answerTimer.stop();
+    const auto from = std::exchange(_unanswered, std::nullopt);
+    if (!from || !_window || !_window->isVisible() || isHeld())
+        return;
+    if (_open)
+        _grown = qBound(0, _reported.height() - *from, foldHeight);
+    if (_reported == _window->size())
+        return;
+    _window->setMinimumHeight(qMin(lowestHeight(), _reported.height()));
+    _window->resize(_reported);
+}
+
 bool OptionsFold::eventFilter(QObject *watched, QEvent *event) {
     const auto type = event->type();
+    if (_window && watched == _window->windowHandle()) {
+        if (type == QEvent::Resize) {
+            _reported = static_cast<QResizeEvent *>(event)->size();
+            _silentTicks = 0;
+            if (_unanswered && _reported == _window->size())
+                takeAnswer();
+        }
+        return QObject::eventFilter(watched, event);
+    }
+    if (type == QEvent::Show)
+        hearAnswers();
     if (type == QEvent::WindowStateChange || type == QEvent::Resize) {
         // The state may be known before the size. A window that is lower yet than it may be then
         // would be made higher by Qt, and be an ordinary one again.
-        const int lowest = _foldedMinimum + (_open ? foldHeight : 0);
-        if (hasDesktopsEdges(_window) && _window->height() >= lowest)
+        if (isHeld() && _window->height() >= lowestHeight())
             complete();
-        else if (_cutShort && !hasDesktopsEdges(_window))  // Not from within the event of a size.
+        else if (_cutShort && !isHeld())  // Not from within the event of a size.
             QMetaObject::invokeMethod(
                 this, [this, type] { catchUp(type); }, Qt::QueuedConnection);
+        if (!_running && _window->height() > _window->minimumHeight())
+            _window->setMinimumHeight(qMin(lowestHeight(), _window->height()));
     }
     return QObject::eventFilter(watched, event);
 }
@@ -127,7 +221,7 @@ bool OptionsFold::eventFilter(QObject *watched, QEvent *event) {
 // The desktop gives a window back the height that it took it at, half-way. Any other is somebody's
 // wish; but the event of the state may come before that of the size.
 void OptionsFold::catchUp(QEvent::Type type) {
-    if (!_cutShort || !_window || hasDesktopsEdges(_window))
+    if (!_cutShort || !_window || isHeld())
         return;
     const auto [lowest, highest] = std::minmax(_cutShort->from, _cutShort->to);
     const int height = _window->height();

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QBasicTimer>
 #include <QEvent>
 #include <QObject>
 #include <QPointer>
+#include <QSize>
 #include <QVariantAnimation>
 
 #include <functional>
@@ -22,9 +24,10 @@ namespace pelorinnews {
 /// Nothing waits for it. `start` while a change runs first completes that one; so do `complete` and
 /// the destructor. Heights are computed from end states, so nothing drifts.
 ///
-/// The edges of a maximized window, or one that fills the screen, are the desktop's: there the
-/// content gives and takes the room. A window that becomes one while a change runs has the height
-/// it was to have once it gets its own size back.
+/// Where the window cannot grow, the content gives the room, and gets it back when the area folds:
+/// in a window that is maximized, full screen or tiled, in one that would leave the screen, and in
+/// one that the window manager does not resize. A window that is taken by the desktop while a
+/// change runs has the height it was to have once it gets its own size back.
 class OptionsFold final : public QObject {
     Q_OBJECT
 
@@ -40,8 +43,8 @@ public:
     /// Whether the area is open, or about to be. It is at first.
     [[nodiscard]] bool isOpen() const { return _open; }
 
-    /// Grows (`open`) or shrinks the window, then calls `finished` once; that alone where the area
-    /// is so already.
+    /// Unfolds (`open`) or folds the area, then calls `finished` once; that alone where the area is
+    /// so already.
     void start(bool open, std::function<void()> finished);
 
     /// Brings a running change to its end at once.
@@ -53,15 +56,25 @@ public:
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
+protected:
+    void timerEvent(QTimerEvent *event) override;
+
 private:
     struct Change {
         int from;
         int to;
     };
 
+    [[nodiscard]] bool isHeld() const;
+    [[nodiscard]] int lowestHeight() const;
+    [[nodiscard]] int growth(bool open) const;
     void resizeTo(int height);
+    void layOut();
     void finish();
     void catchUp(QEvent::Type type);
+    void hearAnswers();
+    void awaitAnswer(int from);
+    void takeAnswer();
 
     QPointer<QWidget> _window;
     QPointer<QWidget> _content;
@@ -75,6 +88,15 @@ private:
     std::function<void()> _finished;
     bool _open = true;
     bool _running = false;
+    /// How much of its height the window has got for the open area; the content gave the rest.
+    int _grown = foldHeight;
+
+    /// The size that the desktop reported last; the widget's own is what was asked for.
+    QSize _reported;
+    /// The height before a change that the desktop has not answered yet.
+    std::optional<int> _unanswered;
+    QBasicTimer _answerTimer;
+    int _silentTicks = 0;
 };
 
 }  // namespace pelorinnews

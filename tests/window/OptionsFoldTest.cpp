@@ -4,6 +4,7 @@
 #include "TestMain.h"
 
 #include <QApplication>
+#include <QScreen>
 #include <QTest>
 #include <QVBoxLayout>
 #include <QWidget>
@@ -32,6 +33,14 @@ struct Folding {
 
     void start(bool open) {
         fold.start(open, [this] { ++finished; });
+    }
+    // Folds at once, and leaves so much room below the window.
+    void foldAbove(int room, int height = 262) {
+        start(false);
+        fold.complete();
+        window.resize(400, height);
+        const int bottom = window.screen()->availableGeometry().bottom() - room;
+        window.move(window.x(), window.y() + bottom - window.frameGeometry().bottom());
     }
 
     struct Window : QWidget {
@@ -95,6 +104,9 @@ private Q_SLOTS:
     void aWindowTakenByTheDesktopMeanwhileKeepsItsEdges();
     void aWindowOfTheSmallestHeightTakenMeanwhileStaysTaken();
     void aHeightGivenMeanwhileIsLeftAlone();
+    void aWindowThatWouldLeaveTheScreenKeepsItsEdge();
+    void theContentGetsBackWhatItGaveWhereverTheWindowIsThen();
+    void aLowWindowAtTheBottomOfTheScreenStaysAsLowAsItIs();
     void mayFoldAWindowOfTheSmallestHeight();
     void endsWithItsOwner();
     void itsWindowMayGoWhileItRuns();
@@ -323,6 +335,67 @@ void OptionsFoldTest::aHeightGivenMeanwhileIsLeftAlone() {
     folding.window.resize(500, 281);
     QTest::qWait(50);
     QCOMPARE(folding.window.size(), QSize(500, 281));
+}
+
+void OptionsFoldTest::aWindowThatWouldLeaveTheScreenKeepsItsEdge() {
+    Folding folding;
+    folding.foldAbove(37);
+    QTRY_COMPARE(folding.content.height(), 222);
+    const QRect place = folding.window.geometry();
+    folding.start(true);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QTRY_COMPARE(folding.content.height(), 184);
+    QCOMPARE(folding.window.geometry(), place);
+    QCOMPARE(folding.area.geometry(), QRect(0, 224, 400, 38));
+    folding.start(false);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 3, patience);
+    QTRY_COMPARE(folding.content.height(), 222);
+    QCOMPARE(folding.window.geometry(), place);
+
+    folding.foldAbove(38);
+    folding.start(true);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 5, patience);
+    QCOMPARE(folding.window.height(), 300);
+    QCOMPARE(folding.content.height(), 222);
+    folding.start(false);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 6, patience);
+    QCOMPARE(folding.window.height(), 262);
+}
+
+void OptionsFoldTest::theContentGetsBackWhatItGaveWhereverTheWindowIsThen() {
+    Folding folding;
+    folding.foldAbove(0);
+    folding.start(true);
+    QTRY_COMPARE(folding.content.height(), 184);
+    folding.window.move(0, 0);
+    folding.start(false);
+    QTRY_COMPARE(folding.content.height(), 222);
+    QCOMPARE(folding.window.height(), 262);
+
+    // What the window has grown by it gives back at the bottom, too.
+    folding.start(true);
+    QTRY_COMPARE(folding.window.height(), 300);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 4, patience);
+    const QRect available = folding.window.screen()->availableGeometry();
+    folding.window.move(0, available.bottom() + 1 - 300);
+    folding.start(false);
+    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 5, patience);
+    QCOMPARE(folding.window.height(), 262);
+    QCOMPARE(folding.content.height(), 222);
+}
+
+void OptionsFoldTest::aLowWindowAtTheBottomOfTheScreenStaysAsLowAsItIs() {
+    Folding folding;
+    folding.foldAbove(0, 120);
+    folding.start(true);
+    QTRY_COMPARE(folding.content.height(), 42);
+    QCOMPARE(folding.window.height(), 120);
+    // Once it is high enough it may not get as low again.
+    folding.window.resize(400, 170);
+    QTRY_COMPARE(folding.window.minimumHeight(), 150);
+    folding.start(false);
+    QTRY_COMPARE(folding.window.minimumHeight(), 112);
+    QCOMPARE(folding.window.height(), 170);
 }
 
 void OptionsFoldTest::mayFoldAWindowOfTheSmallestHeight() {

@@ -1,0 +1,52 @@
+#include "WindowEdges.h"
+
+#include <QGuiApplication>
+#include <QLibrary>
+#include <QLibraryInfo>
+#include <QScreen>
+#include <QVersionNumber>
+#include <QWidget>
+#include <QWindow>
+#include <qpa/qplatformwindow.h>
+
+namespace pelorinnews::WindowEdges {
+
+namespace {
+
+// Gives the tiled states of a QWaylandWindow as flags.
+using TilingStates = int (*)(const void *window);
+
+// Qt tells a window's tiled states to the decorations that it draws and to nobody else. Their
+// accessor is private, so only the one of the Qt that this was built with is used.
+TilingStates tilingStates() {
+    const QVersionNumber builtWith(QT_VERSION_MAJOR, QT_VERSION_MINOR, QT_VERSION_PATCH);
+    if (QLibraryInfo::version() != builtWith)
+        return nullptr;
+    return reinterpret_cast<TilingStates>(
+        QLibrary::resolve(QStringLiteral("Qt6WaylandClient"), 6,
+                          "_ZNK15QtWaylandClient14QWaylandWindow26toplevelWindowTilingStatesEv"));
+}
+
+}  // namespace
+
+bool isTiled(const QWindow *window) {
+    if (!window || !window->handle() ||
+        !QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        return false;
+    static const TilingStates states = tilingStates();
+    // Every window of this platform is a QWaylandWindow first of all.
+    return states && states(dynamic_cast<const void *>(window->handle())) != 0;
+}
+
+bool areSetByDesktop(const QWidget &window) {
+    return window.isMaximized() || window.isFullScreen() || isTiled(window.windowHandle());
+}
+
+int roomBelow(const QWidget &window) {
+    const QRect available = window.screen()->availableGeometry();
+    const QRect frame = window.frameGeometry();
+    // On Wayland a program is not told where its windows are.
+    return qMin(available.bottom() - frame.bottom(), available.height() - frame.height());
+}
+
+}  // namespace pelorinnews::WindowEdges

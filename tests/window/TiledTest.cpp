@@ -1,0 +1,201 @@
+// The window as one of several tiles, whose edges the desktop alone moves. Runs with two desktops:
+// i3 on X11 and sway on Wayland, which take the same commands.
+
+#include "TestMain.h"
+#include "WindowFixture.h"
+
+#include <QApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+QByteArray tell(const QStringList &arguments) {
+    QProcess process;
+    process.start(qEnvironmentVariable("PELORIN_TILING_CONTROL"), arguments);
+    process.waitForFinished(testPatience);
+    return process.readAllStandardOutput();
+}
+
+// What the desktop gives the window of this title, found in a part of its tree; empty without it.
+QSize tileIn(const QJsonObject &node, const QString &title) {
+    if (node[QStringLiteral("name")].toString() == title) {
+        const QJsonObject place = node[QStringLiteral("window_rect")].toObject();
+        return {place[QStringLiteral("width")].toInt(), place[QStringLiteral("height")].toInt()};
+    }
+    QSize found;
+    for (const char *kind : {"nodes", "floating_nodes"}) {
+        const QJsonArray children = node[QLatin1String(kind)].toArray();
+        for (const QJsonValue &child : children) {
+            if (found.isEmpty())
+                found = tileIn(child.toObject(), title);
+        }
+    }
+    return found;
+}
+
+QSize tile() {
+    const QByteArray tree = tell({QStringLiteral("-t"), QStringLiteral("get_tree")});
+    return tileIn(QJsonDocument::fromJson(tree).object(), QStringLiteral("Pelorin News"));
+}
+
+}  // namespace
+
+class TiledTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void theContentGivesTheRoomAndGetsItBack();
+    void theContentGivesTheRoomInATileLowerThanTheWindowMayBe();
+    void aWindowTiledWhileItsOptionsAreOpenKeepsItsTile();
+    void aFloatingWindowGrows();
+
+private:
+    /// Has the desktop do something with the window.
+    void order(const char *command) const {
+        tell({QStringLiteral("[title=\"^Pelorin News$\"]"), QLatin1String(command)});
+    }
+    [[nodiscard]] bool isFolded() const {
+        return area->isHidden() &&
+               controller->optionsLabel()->text() == QLatin1String("Show options");
+    }
+    [[nodiscard]] bool isOpen() const {
+        return area->isVisible() &&
+               controller->optionsLabel()->text() == QLatin1String("Hide options");
+    }
+    /// Whether window and desktop agree about its size, and all of the options are in it.
+    [[nodiscard]] bool isInSight() const {
+        const QWidget *window = controller->window();
+        const int bottom =
+            area->isHidden() ? controls->geometry().bottom() + 1 : area->geometry().bottom() + 1;
+        return window->size() == tile() && bottom == window->height();
+    }
+
+    /// Whether the window floats, and has settled.
+    [[nodiscard]] bool isFloating() const { return tile() != halfTheScreen && isInSight(); }
+
+    const QSize halfTheScreen{720, 900};
+    std::unique_ptr<WindowFixture> fixture;
+    std::shared_ptr<OlvNewsWindowController> controller;
+    std::unique_ptr<QWidget> other;
+    QWidget *area = nullptr;
+    QWidget *controls = nullptr;
+};
+
+void TiledTest::init() {
+    fixture = std::make_unique<WindowFixture>();
+    other = std::make_unique<QWidget>();
+    other->setWindowTitle(QStringLiteral("Other"));
+    other->show();
+    controller = fixture->unshown(WindowFixture::items(2));
+    QWidget *window = controller->window();
+    QVERIFY(window);
+    area = window->findChild<QWidget *>(QStringLiteral("optionsArea"));
+    controls = window->findChild<QWidget *>(QStringLiteral("controls"));
+    QVERIFY(area && controls);
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
+    // Beside the other window.
+    QTRY_COMPARE(tile(), halfTheScreen);
+    QTRY_VERIFY(isFolded());
+    QTRY_VERIFY(isInSight());
+}
+
+void TiledTest::cleanup() {
+    if (isOpen()) {
+        controller->onOptionsButton();
+        QTRY_VERIFY(isFolded());
+    }
+    controller->exit();
+    controller.reset();
+    other.reset();
+    fixture.reset();
+}
+
+void TiledTest::theContentGivesTheRoomAndGetsItBack() {
+    const int page = controller->webView()->height();
+    for (int round = 0; round < 2; ++round) {
+        controller->onOptionsButton();
+        QTRY_VERIFY(isOpen());
+        QTRY_VERIFY(isInSight());
+        QCOMPARE(tile(), halfTheScreen);
+        QTRY_COMPARE(controller->webView()->height(), page - 38);
+        for (const QWidget *menu : {static_cast<QWidget *>(controller->displayContentType()),
+                                    static_cast<QWidget *>(controller->displayContentFrom())})
+            QVERIFY(controller->window()->rect().contains(
+                QRect(menu->mapTo(controller->window(), QPoint()), menu->size())));
+
+        controller->onOptionsButton();
+        QTRY_VERIFY(isFolded());
+        QTRY_VERIFY(isInSight());
+        QCOMPARE(tile(), halfTheScreen);
+        QTRY_COMPARE(controller->webView()->height(), page);
+    }
+}
+
+void TiledTest::theContentGivesTheRoomInATileLowerThanTheWindowMayBe() {
+    // One above the other.
+    order("layout splitv");
+    QTRY_COMPARE(tile(), QSize(1440, 450));
+    order("resize set height 240 px");
+    QTRY_COMPARE(tile(), QSize(1440, 240));
+    QTRY_VERIFY(isInSight());
+    const int page = controller->webView()->height();
+    controller->onOptionsButton();
+    QTRY_VERIFY(isOpen());
+    QTRY_VERIFY(isInSight());
+    QCOMPARE(tile(), QSize(1440, 240));
+    QTRY_COMPARE(controller->webView()->height(), page - 38);
+    controller->onOptionsButton();
+    QTRY_VERIFY(isFolded());
+    QTRY_VERIFY(isInSight());
+    QTRY_COMPARE(controller->webView()->height(), page);
+}
+
+void TiledTest::aWindowTiledWhileItsOptionsAreOpenKeepsItsTile() {
+    const int page = controller->webView()->height();
+    order("floating enable");
+    QTRY_VERIFY(isFloating());
+    const QSize folded = tile();
+    controller->onOptionsButton();
+    QTRY_VERIFY(isOpen());
+    QTRY_COMPARE(tile(), folded + QSize(0, 38));
+    order("floating disable");
+    QTRY_COMPARE(tile(), halfTheScreen);
+    QTRY_VERIFY(isInSight());
+    controller->onOptionsButton();
+    QTRY_VERIFY(isFolded());
+    QTRY_VERIFY(isInSight());
+    QCOMPARE(tile(), halfTheScreen);
+    QTRY_COMPARE(controller->webView()->height(), page);
+}
+
+void TiledTest::aFloatingWindowGrows() {
+    order("floating enable");
+    QTRY_VERIFY(isFloating());
+    const QSize folded = tile();
+    const int page = controller->webView()->height();
+    for (int round = 0; round < 2; ++round) {
+        controller->onOptionsButton();
+        QTRY_VERIFY(isOpen());
+        QTRY_COMPARE(tile(), folded + QSize(0, 38));
+        QTRY_VERIFY(isInSight());
+        QTRY_COMPARE(controller->webView()->height(), page);
+        controller->onOptionsButton();
+        QTRY_VERIFY(isFolded());
+        QTRY_COMPARE(tile(), folded);
+        QTRY_VERIFY(isInSight());
+        QTRY_COMPARE(controller->webView()->height(), page);
+    }
+}
+
+PELORIN_WIDGET_TEST_MAIN(TiledTest)
+#include "TiledTest.moc"
