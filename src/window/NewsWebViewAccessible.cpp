@@ -23,13 +23,13 @@ OlvNewsWebView *NewsWebViewAccessible::view() const {
     return static_cast<OlvNewsWebView *>(widget());
 }
 
-QString NewsWebViewAccessible::value() const {
+QString NewsWebViewAccessible::wholeText() const {
     return view()->accessibilityAttributeValue(AccessibilityAttribute::Value).toString();
 }
 
 QString NewsWebViewAccessible::text(QAccessible::Text which) const {
     if (which == QAccessible::Name || which == QAccessible::Value)
-        return value();
+        return wholeText();
     return QAccessibleWidget::text(which);
 }
 
@@ -51,27 +51,6 @@ void *NewsWebViewAccessible::interface_cast(QAccessible::InterfaceType type) {
     if (type == QAccessible::EditableTextInterface)
         return static_cast<QAccessibleEditableTextInterface *>(this);
     return QAccessibleWidget::interface_cast(type);
-}
-
-void NewsWebViewAccessible::selection(int, int *startOffset, int *endOffset) const {
-    *startOffset = 0;
-    *endOffset = 0;
-}
-
-QString NewsWebViewAccessible::text(int startOffset, int endOffset) const {
-    const QString whole = value();
-    const int end = endOffset < 0 ? static_cast<int>(whole.size()) : endOffset;
-    return whole.mid(startOffset, end - startOffset);
-}
-
-int NewsWebViewAccessible::characterCount() const {
-    return static_cast<int>(value().size());
-}
-
-QString NewsWebViewAccessible::attributes(int, int *startOffset, int *endOffset) const {
-    *startOffset = 0;
-    *endOffset = characterCount();
-    return {};
 }
 
 void NewsWebViewAccessible::deleteText(int startOffset, int endOffset) {

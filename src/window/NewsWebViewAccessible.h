@@ -1,5 +1,7 @@
 #pragma once
 
+#include "AccessibleText.h"
+
 #include <QAccessibleWidget>
 
 namespace pelorinnews {
@@ -10,7 +12,7 @@ class OlvNewsWebView;
 /// and its text are both the view's value, since screen readers differ in which they read, and a
 /// client may set the value through the editable-text interface.
 class NewsWebViewAccessible final : public QAccessibleWidget,
-                                    public QAccessibleTextInterface,
+                                    public AccessibleText,
                                     public QAccessibleEditableTextInterface {
 public:
     explicit NewsWebViewAccessible(OlvNewsWebView *view);
@@ -18,6 +20,7 @@ public:
     /// Tells clients that the view's value changed from `before`, also when it is the same again.
     static void announceValue(OlvNewsWebView *view, const QString &before);
 
+    using AccessibleText::text;
     [[nodiscard]] QString text(QAccessible::Text which) const override;
     void setText(QAccessible::Text which, const QString &text) override;
     [[nodiscard]] QAccessible::State state() const override;
@@ -30,29 +33,17 @@ public:
     [[nodiscard]] QAccessibleInterface *focusChild() const override { return nullptr; }
     [[nodiscard]] int indexOfChild(const QAccessibleInterface *) const override { return -1; }
 
-    // QAccessibleTextInterface: one run of text with the caret at its start.
-    void selection(int index, int *startOffset, int *endOffset) const override;
-    [[nodiscard]] int selectionCount() const override { return 0; }
-    void addSelection(int, int) override {}
-    void removeSelection(int) override {}
-    void setSelection(int, int, int) override {}
-    [[nodiscard]] int cursorPosition() const override { return 0; }
-    void setCursorPosition(int) override {}
-    [[nodiscard]] QString text(int startOffset, int endOffset) const override;
-    [[nodiscard]] int characterCount() const override;
-    [[nodiscard]] QRect characterRect(int) const override { return rect(); }
-    [[nodiscard]] int offsetAtPoint(const QPoint &) const override { return 0; }
-    void scrollToSubstring(int, int) override {}
-    QString attributes(int offset, int *startOffset, int *endOffset) const override;
-
     // QAccessibleEditableTextInterface: the value as a whole is what a client changes.
     void deleteText(int startOffset, int endOffset) override;
     void insertText(int offset, const QString &text) override;
     void replaceText(int startOffset, int endOffset, const QString &text) override;
 
+protected:
+    [[nodiscard]] QString wholeText() const override;
+    [[nodiscard]] QRect textRect() const override { return rect(); }
+
 private:
     [[nodiscard]] OlvNewsWebView *view() const;
-    [[nodiscard]] QString value() const;
 };
 
 }  // namespace pelorinnews

@@ -2,6 +2,8 @@
 
 #include "DisclosureButton.h"
 #include "DisclosureButtonAccessible.h"
+#include "FilterMenu.h"
+#include "FilterMenuAccessible.h"
 #include "NewsWebViewAccessible.h"
 #include "OlvNewsWebView.h"
 #include "OlvNewsWindow.h"
@@ -20,6 +22,8 @@ QAccessibleInterface *accessibleFor(const QString &className, QObject *object) {
         return new NewsWebViewAccessible(static_cast<OlvNewsWebView *>(object));
     if (names<DisclosureButton>(className))
         return new DisclosureButtonAccessible(static_cast<DisclosureButton *>(object));
+    if (names<FilterMenu>(className))
+        return new FilterMenuAccessible(static_cast<FilterMenu *>(object));
     // Otherwise it would be a mere part of a window, and nobody told that it became active.
     if (names<OlvNewsWindow>(className))
         return new QAccessibleWidget(static_cast<OlvNewsWindow *>(object), QAccessible::Window);

@@ -100,6 +100,8 @@ void AccessibilityTest::everyControlSaysWhatItIs() {
         for (const char *state : {"enabled", "sensitive", "focusable", "expandable"})
             QVERIFY2(found.is(state), state);
         QVERIFY(!found.is("expanded") && !found.is("editable"));
+        QCOMPARE(found.text, QLatin1String(menu));
+        QVERIFY(!found.takesText);
     }
     for (const char *button : {"Hide options", "Previous news item", "Next news item"}) {
         for (const char *state : {"enabled", "sensitive", "focusable"})
@@ -197,6 +199,19 @@ void AccessibilityTest::whatControlsBecomeIsTold() {
         QTRY_COMPARE(told(state), able);
     QVERIFY(isTold(listener, nameChange, QStringLiteral("Critical only")));
     QVERIFY(isTold(listener, "object:selection-changed", QStringLiteral("Critical only")));
+    const auto saidByMenu = [&listener](const char *type) {
+        QStringList all;
+        for (const Assistive::Event &each : listener.events()) {
+            if (each.type.startsWith(QLatin1String(type)) &&
+                each.role == QLatin1String("combo box"))
+                all.append(each.said);
+        }
+        return all;
+    };
+    QTRY_COMPARE(saidByMenu("object:text-changed:delete"), QStringList{QStringLiteral("All news")});
+    QTRY_COMPARE(saidByMenu("object:text-changed:insert"),
+                 QStringList{QStringLiteral("Critical only")});
+    QVERIFY(isTold(listener, "object:state-changed:focused", QStringLiteral("Critical only")));
     QVERIFY(isTold(listener, nameChange, QStringLiteral("1 / 1")));
     panel->press("Up");
     able << QStringLiteral("1 Next news item") << QStringLiteral("1 Previous news item");

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "AccessibleText.h"
+
+#include <QAccessibleWidget>
+
+namespace pelorinnews {
+
+class FilterMenu;
+
+/// A filter menu as assistive technologies see it: the combo box that Qt makes of it, whose chosen
+/// entry is its text as well. Screen readers take the value of a labelled combo box from there.
+class FilterMenuAccessible final : public QAccessibleWidget, public AccessibleText {
+public:
+    explicit FilterMenuAccessible(FilterMenu *menu);
+
+    using AccessibleText::text;
+    [[nodiscard]] QString text(QAccessible::Text which) const override;
+    [[nodiscard]] QAccessible::State state() const override;
+    void *interface_cast(QAccessible::InterfaceType type) override;
+
+    // The only child is the list, open or not.
+    [[nodiscard]] int childCount() const override { return 1; }
+    [[nodiscard]] QAccessibleInterface *child(int index) const override;
+    [[nodiscard]] QAccessibleInterface *childAt(int, int) const override { return nullptr; }
+    [[nodiscard]] int indexOfChild(const QAccessibleInterface *child) const override;
+
+    [[nodiscard]] QStringList actionNames() const override;
+    void doAction(const QString &actionName) override;
+
+protected:
+    [[nodiscard]] QString wholeText() const override;
+    [[nodiscard]] QRect textRect() const override { return rect(); }
+
+private:
+    [[nodiscard]] FilterMenu *menu() const;
+};
+
+}  // namespace pelorinnews

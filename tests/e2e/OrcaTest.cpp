@@ -1,0 +1,88 @@
+// What a screen reader speaks of the news window.
+
+#include "PanelTestMain.h"
+#include "ScreenReader.h"
+
+using namespace pelorinnews::test;
+
+class OrcaTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void speaksTheItemsAndTheControls();
+    void speaksWhatIsChosenInTheMenus();
+
+private:
+    /// Whether it says all of this once something was done.
+    template <class Action>
+    [[nodiscard]] bool says(const QStringList &texts, Action action) const {
+        const qsizetype before = reader->spoken().size();
+        action();
+        for (const QString &text : texts) {
+            if (!reader->says(text, before)) {
+                qWarning() << "instead:" << reader->spoken().mid(before);
+                return false;
+            }
+        }
+        return true;
+    }
+    [[nodiscard]] bool says(const QStringList &texts, const char *key) const {
+        return says(texts, [this, key] { panel->press(key); });
+    }
+
+    std::unique_ptr<Panel> panel;
+    std::unique_ptr<ScreenReader> reader;
+};
+
+void OrcaTest::init() {
+    panel = std::make_unique<Panel>();
+    reader = std::make_unique<ScreenReader>();
+    // It hears what happens from its first word on.
+    QVERIFY(reader->says(QStringLiteral("Screen reader on."), 0));
+    QList<FeedEntry> news = Panel::items(2);
+    news.last().category = QStringLiteral("mac pelorin critical");
+    QVERIFY(says({QStringLiteral("Pelorin News frame."), QStringLiteral("Item 1 label.")},
+                 [&] { QVERIFY(panel->open(news)); }));
+}
+
+void OrcaTest::cleanup() {
+    reader.reset();
+    panel.reset();
+}
+
+void OrcaTest::speaksTheItemsAndTheControls() {
+    QVERIFY(says({QStringLiteral("Item 2 label.")}, [this] {
+        Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Next news item"));
+    }));
+    QVERIFY(says({QStringLiteral("Show options collapsed push button.")}, "Tab"));
+    QVERIFY(says({QStringLiteral("Hide options expanded push button.")}, "space"));
+    QVERIFY(says({QStringLiteral("Show news on start check box checked.")}, "Tab"));
+    QVERIFY(says({QStringLiteral("not checked")}, "space"));
+    QVERIFY(says({QStringLiteral("Previous news item push button.")}, "Tab"));
+    QVERIFY(says({QStringLiteral("Next news item push button.")}, "Tab"));
+}
+
+void OrcaTest::speaksWhatIsChosenInTheMenus() {
+    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Show options"));
+    QTRY_VERIFY(panel->object("combo box", "All").is("showing"));
+    const QString type = QStringLiteral("Type: combo box.");
+    const QString show = QStringLiteral("Show: combo box.");
+    QVERIFY(says({type, QStringLiteral("All news.")}, "alt+t"));
+    QVERIFY(says({type, QStringLiteral("Critical only.")}, "Down"));
+    QTRY_COMPARE(panel->position(), QStringLiteral("1 / 1"));
+    QVERIFY(says({type, QStringLiteral("All news.")}, "Up"));
+    QVERIFY(says({show, QStringLiteral("All.")}, "Tab"));
+    QVERIFY(says({show, QStringLiteral("Last 30 days.")}, "Up"));
+    QVERIFY(says({show, QStringLiteral("All.")}, "Down"));
+
+    // From its list.
+    QVERIFY(says({QStringLiteral("List with 3 items.")}, "space"));
+    QVERIFY(says({QStringLiteral("Last 30 days.")}, "Up"));
+    QVERIFY(says({show, QStringLiteral("Last 30 days.")}, "Return"));
+}
+
+PELORIN_PANEL_TEST_MAIN(OrcaTest)
+#include "OrcaTest.moc"

@@ -1,0 +1,47 @@
+#include "ScreenReader.h"
+
+#include <QFile>
+#include <QRegularExpression>
+#include <QTest>
+
+namespace pelorinnews::test {
+
+ScreenReader::ScreenReader() {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), folder.path());
+    for (const char *name : {"CONFIG", "DATA", "STATE", "CACHE"})
+        environment.insert(QStringLiteral("XDG_%1_HOME").arg(QLatin1String(name)), folder.path());
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    environment.insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("memory"));
+    process.setProcessEnvironment(environment);
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(QStringLiteral(PELORIN_TEST_DATA "/orca"), {folder.path()});
+    if (!process.waitForStarted(testPatience))
+        qFatal("no screen reader: %s", qPrintable(process.errorString()));
+}
+
+ScreenReader::~ScreenReader() {
+    process.terminate();
+    if (!process.waitForFinished(10000)) {
+        process.kill();
+        process.waitForFinished();
+    }
+}
+
+QStringList ScreenReader::spoken() const {
+    QFile log(folder.filePath(QStringLiteral("log")));
+    if (!log.open(QFile::ReadOnly))
+        return {};
+    static const QRegularExpression entry(QStringLiteral("SPEECH OUTPUT: '(.*?)'[^']*(\\{.*)?\\n"));
+    QStringList all;
+    auto each = entry.globalMatch(QString::fromUtf8(log.readAll()));
+    while (each.hasNext())
+        all.append(each.next().captured(1));
+    return all;
+}
+
+bool ScreenReader::says(const QString &text, qsizetype heard) const {
+    return QTest::qWaitFor([&] { return spoken().mid(heard).contains(text); }, testPatience);
+}
+
+}  // namespace pelorinnews::test

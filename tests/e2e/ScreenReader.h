@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QProcess>
+#include <QStringList>
+#include <QTemporaryDir>
+
+namespace pelorinnews::test {
+
+/// Orca, the screen reader, on the display and in the D-Bus session of the test, without a voice.
+/// It ends with the object, by process id.
+class ScreenReader {
+public:
+    ScreenReader();
+    ~ScreenReader();
+    ScreenReader(const ScreenReader &) = delete;
+    ScreenReader &operator=(const ScreenReader &) = delete;
+
+    /// All that it has said so far. What it says at once is one entry.
+    [[nodiscard]] QStringList spoken() const;
+
+    /// Whether it says this, after the first `heard` entries. False in vain.
+    [[nodiscard]] bool says(const QString &text, qsizetype heard) const;
+
+private:
+    QTemporaryDir folder;
+    QProcess process;
+};
+
+}  // namespace pelorinnews::test
