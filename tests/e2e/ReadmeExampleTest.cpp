@@ -1,0 +1,149 @@
+// The example program of README, built as README says and laid out as README says.
+
+#include "FeedServer.h"
+#include "FeedTemplate.h"
+#include "Program.h"
+#include "Screen.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <TestMain.h>
+
+namespace pelorinnews::test {
+
+namespace {
+
+const QByteArray feed =
+    "<rss version=\"2.0\"><channel><language>en</language><item><title>News</title>"
+    "<pubDate>{{now-1h}}</pubDate><category>mac pelorin</category>"
+    "<comments>News of today</comments>"
+    "<description><![CDATA[<p>News of today</p>]]></description></item></channel></rss>";
+
+void copy(const QString &from, const QString &to) {
+    int failed = -1;
+    QVERIFY(QDir().mkpath(QFileInfo(to).path()));
+    outputOf(QStringLiteral("cp"), {QStringLiteral("-r"), from, to}, &failed);
+    QCOMPARE(failed, 0);
+}
+
+}  // namespace
+
+class ReadmeExampleTest final : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void endsWhenItsOwnWindowIsClosed_data();
+    void endsWhenItsOwnWindowIsClosed();
+    void tellsWhyThereIsNoPanel_data();
+    void tellsWhyThereIsNoPanel();
+
+private:
+    QString at(const char *path) const { return folder->filePath(QLatin1String(path)); }
+    void start(const QStringList &wrapper = {});
+    QString window(const char *title) const {
+        return Screen::window(editor.processId(), QLatin1String(title));
+    }
+
+    std::unique_ptr<QTemporaryDir> folder;
+    FeedServer server;
+    QProcess editor;
+};
+
+void ReadmeExampleTest::init() {
+    folder = std::make_unique<QTemporaryDir>();
+    copy(QStringLiteral(PELORIN_EXAMPLE), at("bin/editor"));
+}
+
+void ReadmeExampleTest::cleanup() {
+    if (editor.state() != QProcess::NotRunning) {
+        editor.terminate();
+        if (!editor.waitForFinished(5000))
+            editor.kill();
+        editor.waitForFinished();
+    }
+    server.stop();
+    server.clearRequests();
+    folder.reset();
+}
+
+void ReadmeExampleTest::start(const QStringList &wrapper) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("EXAMPLE_FEED"), server.feedAddress());
+    // The panel remembers what was seen: each run is of another user.
+    for (const char *name : {"CONFIG", "DATA", "STATE", "CACHE"})
+        environment.insert(QStringLiteral("XDG_%1_HOME").arg(QLatin1String(name)), at(name));
+    editor.setProcessEnvironment(environment);
+    const QStringList command = wrapper + QStringList(at("bin/editor"));
+    editor.start(command.first(), command.mid(1));
+    QVERIFY(editor.waitForStarted());
+}
+
+void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed_data() {
+    QTest::addColumn<bool>("panelIsOpen");
+    QTest::newRow("the news window is closed") << false;
+    QTest::newRow("the news window is open") << true;
+}
+
+void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed() {
+    QFETCH(const bool, panelIsOpen);
+    copy(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin"), at("lib/pelorin"));
+    copy(QStringLiteral(PELORIN_APP_DIR "/share/pelorin-news"), at("share/pelorin-news"));
+    QVERIFY(server.start());
+    FeedReply reply;
+    reply.body = FeedTemplate::render(feed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
+    server.setReply(reply);
+    start();
+    QVERIFY(server.waitForRequests(1, std::chrono::milliseconds(testPatience)));
+    // It shows its news by itself.
+    QTRY_VERIFY(!window("Pelorin News").isEmpty());
+    Screen::press(window("Pelorin News"), QStringLiteral("Escape"));
+    QTRY_VERIFY(window("Pelorin News").isEmpty());
+    QTRY_VERIFY(!window("editor").isEmpty());
+    QCOMPARE(editor.state(), QProcess::Running);
+
+    if (panelIsOpen) {
+        Screen::press(window("editor"), QStringLiteral("space"));
+        QTRY_VERIFY(!window("Pelorin News").isEmpty());
+    }
+    Screen::press(window("editor"), QStringLiteral("alt+F4"));
+    QVERIFY(editor.waitForFinished());
+    QCOMPARE(editor.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(editor.exitCode(), 0);
+}
+
+void ReadmeExampleTest::tellsWhyThereIsNoPanel_data() {
+    QTest::addColumn<QString>("module");
+    QTest::addColumn<QByteArray>("reason");
+    QTest::newRow("no module") << QString() << QByteArray("PelorinNews.so: ");
+    QTest::newRow("no plug-in at all")
+        << QStringLiteral(PELORIN_EXAMPLE) << QByteArray("PelorinNews.so: ");
+    QTest::newRow("another plug-in")
+        << QStringLiteral(PELORIN_FOREIGN_MODULE) << QByteArray("PelorinNews.so is no news module");
+    QTest::newRow("a panel that cannot be created")
+        << QStringLiteral(PELORIN_FAILING_MODULE) << QByteArray("Nothing works today.");
+}
+
+void ReadmeExampleTest::tellsWhyThereIsNoPanel() {
+    QFETCH(const QString, module);
+    QFETCH(const QByteArray, reason);
+    QVERIFY(QDir().mkpath(at("lib/pelorin")));
+    if (!module.isEmpty())
+        copy(module, at("lib/pelorin/PelorinNews.so"));
+    start();
+    QVERIFY(editor.waitForFinished());
+    QCOMPARE(editor.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(editor.exitCode(), 1);
+    const QByteArray told = editor.readAllStandardError();
+    QVERIFY2(told.contains(reason), told.constData());
+    QCOMPARE(told.count('\n'), 1);
+}
+
+}  // namespace pelorinnews::test
+
+PELORIN_CORE_TEST_MAIN(pelorinnews::test::ReadmeExampleTest)
+#include "ReadmeExampleTest.moc"
