@@ -18,6 +18,9 @@ namespace pelorinnews::RendererLoader {
 
 namespace {
 
+// The one that this module made for the present application object.
+QOpenGLContext *sharedContext = nullptr;
+
 std::unique_ptr<NewsRenderer> webRenderer(QWidget *parent, const QString &pluginFolder) {
     const QString file = (pluginFolder.isNull() ? ModuleBundle::folder() : pluginFolder) +
                          QStringLiteral("/PelorinNewsWeb.so");
@@ -28,20 +31,27 @@ std::unique_ptr<NewsRenderer> webRenderer(QWidget *parent, const QString &plugin
     return plugin ? plugin->createRenderer(parent) : nullptr;
 }
 
+// A later application object's contexts must not share with one of a display that is gone. The
+// context itself is left alone: nothing tells when the engine's last thread has let go of it.
+void withdrawSharedContext() {
+    if (QOpenGLContext::globalShareContext() == sharedContext)
+        qt_gl_set_global_share_context(nullptr);
+    sharedContext = nullptr;
+}
+
 bool shareContextNow() {
     // Platforms without a display have no context to share, and asking some of them crashes.
     const QString platform = QGuiApplication::platformName();
     if (platform != QLatin1String("xcb") && !platform.startsWith(QLatin1String("wayland")))
         return false;
-    // Kept until the process ends: the engine's threads use it as long as they run.
-    static QOpenGLContext *context = nullptr;
-    if (!context) {
+    if (!sharedContext) {
         auto candidate = std::make_unique<QOpenGLContext>();
         if (!candidate->create())
             return false;
-        context = candidate.release();
-        qt_gl_set_global_share_context(context);
+        sharedContext = candidate.release();
+        qt_gl_set_global_share_context(sharedContext);
         QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+        qAddPostRoutine(withdrawSharedContext);
     }
     return true;
 }

@@ -15,8 +15,9 @@ public:
     RendererPlugin(const RendererPlugin &) = delete;
     RendererPlugin &operator=(const RendererPlugin &) = delete;
 
-    /// A renderer whose widget is a child of `parent`, or null where this process cannot have one
-    /// (the engine is in use by the host in a way that shuts us out).
+    /// A renderer whose widget is a child of `parent`, or null where this process cannot have one:
+    /// the host uses the engine in a way that shuts us out, or the engine has ended with an
+    /// earlier application object.
     virtual std::unique_ptr<NewsRenderer> createRenderer(QWidget *parent) = 0;
 
 protected:

@@ -21,7 +21,7 @@ private:
     struct End {
         int status = -1;
         QByteArray output;
-        QByteArray renderer;
+        QByteArray renderer;  // of each application object, if there are several
         QStringList children;
     };
     // Runs a host to its end; `surroundings` are variables as NAME=VALUE.
@@ -94,7 +94,7 @@ DecisionTest::End DecisionTest::run(const QString &program, const QStringList &o
     end.output = process.readAllStandardOutput();
     for (const QByteArray &line : process.readAllStandardError().split('\n'))
         if (line.startsWith("renderer: "))
-            end.renderer = line.mid(10);
+            end.renderer += (end.renderer.isEmpty() ? "" : ", ") + line.mid(10);
     return end;
 }
 
@@ -120,6 +120,20 @@ void DecisionTest::givesTheRendererThatIsSafe_data() {
     row("on Wayland, a host that does not", wayland, {host, painted, plugin, plugins}, {}, "web");
     row("on Wayland, no GL", wayland, {host, plugin, plugins},
         {QStringLiteral("QT_WAYLAND_CLIENT_BUFFER_INTEGRATION=none")}, "text");
+    const QString again = QStringLiteral("--again");
+    row("two applications, a host that shares", host, {share, painted, again, plugin, plugins}, {},
+        "web, text");
+    row("two applications, a host that does not", host, {painted, again, plugin, plugins}, {},
+        "web, text");
+    row("two applications, a host that uses the engine itself", engineHost,
+        {share, painted, again, plugin, plugins}, {}, "text, text");
+    row("two applications, one that knows the panel, too", engineHost,
+        {share, QStringLiteral("--register"), painted, again, plugin, plugins}, {}, "web, text");
+    row("two applications, on Wayland", wayland, {host, again, plugin, plugins}, {}, "web, text");
+    row("the second application's first window, a host that shares", host,
+        {share, painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
+    row("the second application's first window", host,
+        {painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
     row("no plug-in", host, {share, plugin, QStringLiteral("/nonexistent")}, {}, "text");
     row("no display", host, {plugin, plugins}, offscreen, "text");
     row("no display, a host that shares", host, {share, plugin, plugins}, offscreen, "text");

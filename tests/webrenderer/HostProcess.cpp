@@ -7,6 +7,8 @@
 // --quit       ends by exit(), with everything alive
 // --register   makes the items' scheme known to the engine, as a host may that uses it itself
 // --painted    ends well only once the page is on the screen, as far as this process can see
+// --again      does it all once more under a second application object
+// --late       shows the page only under a second application object
 
 #include "OlvNewsWebView.h"
 
@@ -25,6 +27,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
+#include <utility>
 
 using namespace pelorinnews;
 
@@ -40,12 +44,8 @@ bool isPainted(QWidget &view) {
     return !shot.isNull() && shot.toImage().pixel(0, 0) == background;
 }
 
-}  // namespace
-
-int main(int argc, char *argv[]) {
-    QStringList options;
-    for (int each = 1; each < argc; ++each)
-        options.append(QString::fromLocal8Bit(argv[each]));
+// The life of one application object; gives the status to end with.
+int run(int argc, char *argv[], const QStringList &options) {
     const auto has = [&options](const char *name) { return options.contains(QLatin1String(name)); };
     QApplication::setAttribute(Qt::AA_ShareOpenGLContexts, has("--share"));
     QApplication application(argc, argv);
@@ -56,9 +56,15 @@ int main(int argc, char *argv[]) {
         scheme.setFlags(QWebEngineUrlScheme::SecureScheme);
         QWebEngineUrlScheme::registerScheme(scheme);
     }
-    QWebEngineProfile profile;
-    QWebEnginePage page(&profile);
-    page.setHtml(QStringLiteral("The host's own page"));
+    // A second one would end the process.
+    static bool isUsed = false;
+    std::optional<QWebEngineProfile> profile;
+    std::optional<QWebEnginePage> page;
+    if (!std::exchange(isUsed, true)) {
+        profile.emplace();
+        page.emplace(&*profile);
+        page->setHtml(QStringLiteral("The host's own page"));
+    }
 #endif
     OlvNewsWebView view;
     view.setRendererFolder(options.value(options.indexOf(QStringLiteral("--folder")) + 1));
@@ -82,4 +88,18 @@ int main(int argc, char *argv[]) {
     if (has("--quit"))
         std::exit(0);
     return has("--painted") && !isPainted(view) ? 1 : 0;
+}
+
+}  // namespace
+
+int main(int argc, char *argv[]) {
+    QStringList options;
+    for (int each = 1; each < argc; ++each)
+        options.append(QString::fromLocal8Bit(argv[each]));
+    if (options.contains(QLatin1String("--late")))
+        const QApplication first(argc, argv);
+    const int status = run(argc, argv, options);
+    if (status != 0 || !options.contains(QLatin1String("--again")))
+        return status;
+    return run(argc, argv, options);
 }
