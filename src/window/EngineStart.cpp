@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <dirent.h>
+#include <memory>
 #include <sched.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -70,10 +73,30 @@ bool mayMakeNamespaces() {
     return child > 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
+// The engine ends the process where it gets no descriptor. With a page shown it has 40 of them
+// here, and 28 in each process of its own, which has the same limit; this leaves room for more
+// pages.
+constexpr rlim_t descriptorsOfEngine = 128;
+
+bool hasDescriptorsLeft() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return false;
+    if (limit.rlim_cur == RLIM_INFINITY)
+        return true;
+    const std::unique_ptr<DIR, int (*)(DIR *)> open(::opendir("/proc/self/fd"), &::closedir);
+    if (!open)
+        return false;
+    rlim_t used = 0;
+    while (const dirent *entry = ::readdir(open.get()))
+        used += entry->d_name[0] == '.' ? 0 : 1;
+    return limit.rlim_cur >= used + descriptorsOfEngine;
+}
+
 }  // namespace
 
 bool canStartEngine() {
-    return hasItsFiles() &&
+    return hasItsFiles() && hasDescriptorsLeft() &&
            (isToldToDoWithoutSandbox() || (::geteuid() != 0 && mayMakeNamespaces()));
 }
 

@@ -85,19 +85,23 @@ void ReadmeExampleTest::start(const QStringList &wrapper) {
 
 void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed_data() {
     QTest::addColumn<bool>("panelIsOpen");
-    QTest::newRow("the news window is closed") << false;
-    QTest::newRow("the news window is open") << true;
+    QTest::addColumn<QStringList>("wrapper");
+    QTest::newRow("the news window is closed") << false << QStringList();
+    QTest::newRow("the news window is open") << true << QStringList();
+    QTest::newRow("few descriptors")
+        << true << QStringList{QStringLiteral("prlimit"), QStringLiteral("--nofile=64")};
 }
 
 void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed() {
     QFETCH(const bool, panelIsOpen);
+    QFETCH(const QStringList, wrapper);
     copy(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin"), at("lib/pelorin"));
     copy(QStringLiteral(PELORIN_APP_DIR "/share/pelorin-news"), at("share/pelorin-news"));
     QVERIFY(server.start());
     FeedReply reply;
     reply.body = FeedTemplate::render(feed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
     server.setReply(reply);
-    start();
+    start(wrapper);
     QVERIFY(server.waitForRequests(1, std::chrono::milliseconds(testPatience)));
     // It shows its news by itself.
     QTRY_VERIFY(!window("Pelorin News").isEmpty());

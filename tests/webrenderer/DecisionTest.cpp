@@ -134,6 +134,14 @@ void DecisionTest::givesTheRendererThatIsSafe_data() {
         {share, painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
     row("the second application's first window", host,
         {painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
+    // The system's own program sets the limit and becomes the host.
+    const auto limited = [](const char *limit, const QStringList &command) {
+        return QStringList{QStringLiteral("--nofile=") + QLatin1String(limit)} + command;
+    };
+    row("few descriptors", QStringLiteral("prlimit"),
+        limited("40", {host, share, painted, plugin, plugins}), {}, "text");
+    row("enough descriptors", QStringLiteral("prlimit"),
+        limited("192", {host, share, painted, plugin, plugins}), {}, "web");
     row("no plug-in", host, {share, plugin, QStringLiteral("/nonexistent")}, {}, "text");
     row("no display", host, {plugin, plugins}, offscreen, "text");
     row("no display, a host that shares", host, {share, plugin, plugins}, offscreen, "text");

@@ -8,6 +8,8 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace pelorinnews;
@@ -62,6 +64,8 @@ private Q_SLOTS:
     void isNotNeededByWhoToldTheEngineSo();
     void readsTheSwitchesOnlyWhereTheEngineDoes();
     void needsTheEnginesFiles();
+    void needsDescriptors_data();
+    void needsDescriptors();
     void leavesNoProcessBehind();
 };
 
@@ -101,6 +105,38 @@ void EngineStartTest::needsTheEnginesFiles() {
     QCOMPARE(asked({without, QStringLiteral("QTWEBENGINE_RESOURCES_PATH=/nonexistent")}), 1);
     QTemporaryDir folder;
     QCOMPARE(asked({without, QStringLiteral("QTWEBENGINE_RESOURCES_PATH=") + folder.path()}), 1);
+}
+
+void EngineStartTest::needsDescriptors_data() {
+    QTest::addColumn<int>("limit");
+    QTest::addColumn<int>("opened");
+    QTest::addColumn<bool>("enough");
+    QTest::newRow("the usual limit") << 1024 << 0 << true;
+    QTest::newRow("few") << 64 << 0 << false;
+    QTest::newRow("many, but the host has opened most") << 1024 << 950 << false;
+    QTest::newRow("many, and the host has opened some") << 1024 << 500 << true;
+    QTest::newRow("the host has opened all") << 64 << 1000 << false;
+}
+
+void EngineStartTest::needsDescriptors() {
+    QFETCH(const int, limit);
+    QFETCH(const int, opened);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+        const auto number = static_cast<rlim_t>(limit);
+        const rlimit descriptors{number, number};
+        if (::setrlimit(RLIMIT_NOFILE, &descriptors) != 0)
+            ::_exit(2);
+        for (int i = 0; i < opened && ::dup(STDERR_FILENO) >= 0; ++i) {
+        }
+        ::_exit(canStartEngine() ? 0 : 1);
+    }
+    int status = -1;
+    QCOMPARE(::waitpid(child, &status, 0), child);
+    QVERIFY(WIFEXITED(status));
+    QTEST(WEXITSTATUS(status) == 0, "enough");
+    QVERIFY(WEXITSTATUS(status) != 2);
 }
 
 void EngineStartTest::leavesNoProcessBehind() {
