@@ -1,6 +1,7 @@
 #include "NetworkRequest.h"
 
-#include <QNetworkReply>
+#include "TransportError.h"
+
 #include <QRunnable>
 
 #include <mutex>
@@ -39,21 +40,16 @@ private:
 
 }  // namespace
 
-Error networkError(int code, const QString &description) {
-    return {QStringLiteral("QNetworkReply::NetworkError"),
-            code,
-            {{Error::localizedDescriptionKey(), description}}};
-}
-
 void completeRequest(NetworkRequest request, NetworkOutcome outcome) {
     QThreadPool *queue = request.queue ? request.queue : QThreadPool::globalInstance();
     queue->start(new CompletionTask(std::move(request), std::move(outcome)));
 }
 
 void cancelRequest(NetworkRequest request) {
-    completeRequest(std::move(request), {std::nullopt, std::nullopt,
-                                         networkError(QNetworkReply::OperationCanceledError,
-                                                      QStringLiteral("The loader was shut down"))});
+    completeRequest(
+        std::move(request),
+        {std::nullopt, std::nullopt,
+         transportError(TransportError::Cancelled, QStringLiteral("The loader was shut down"))});
 }
 
 }  // namespace pelorinnews

@@ -2,8 +2,6 @@
 
 #include "UrlLoader.h"
 
-#include <QString>
-
 namespace pelorinnews {
 
 /// One request on its way through the loader.
@@ -20,9 +18,6 @@ struct NetworkOutcome {
     std::optional<QByteArray> data;
     std::optional<Error> connectionError;
 };
-
-/// An error of the transport; `code` is a QNetworkReply::NetworkError.
-[[nodiscard]] Error networkError(int code, const QString &description);
 
 /// Queues the call of `request`'s completion with `outcome` on its queue.
 void completeRequest(NetworkRequest request, NetworkOutcome outcome);

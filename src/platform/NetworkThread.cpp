@@ -1,91 +1,81 @@
 #include "NetworkThread.h"
 
+#include "HostNetwork.h"
 #include "LibraryPages.h"
-#include "NetworkTransfer.h"
+#include "LocalFileRequest.h"
 
-#include <QBasicTimer>
 #include <QCoreApplication>
-#include <QEvent>
-#include <QFileInfo>
-#include <QNetworkReply>
+#include <QDeadlineTimer>
+
+#include <algorithm>
+#include <csignal>
 
 namespace pelorinnews {
 
 namespace {
 
 /// How long after the last transfer what came of it has surely been dealt with, mostly.
-constexpr int restMilliseconds = 1000;
+constexpr std::chrono::seconds rest{1};
 
 /// What a transfer, and the reading of the feed that it brings, bring into memory: several times
 /// what all else of this module takes, to lie there unused until the next one in hours.
 void releaseTransferLibraries() {
-    releaseLibraryPages({"libQt6Network", "libqopensslbackend", "libqcertonlybackend", "libssl",
-                         "libcrypto", "libgssapi_krb5", "libkrb5", "libk5crypto", "libkeyutils",
-                         "libcom_err", "libresolv", "libproxy", "libicu", "libpcre2-16"});
+    releaseLibraryPages({"libcurl",
+                         "libQt6Network",
+                         "libqopensslbackend",
+                         "libqcertonlybackend",
+                         "libssl",
+                         "libcrypto",
+                         "libnghttp2",
+                         "libidn2",
+                         "librtmp",
+                         "libssh2",
+                         "libpsl",
+                         "libldap",
+                         "liblber",
+                         "libsasl2",
+                         "libzstd",
+                         "libbrotli",
+                         "libgnutls",
+                         "libnettle",
+                         "libhogweed",
+                         "libgmp",
+                         "libp11-kit",
+                         "libtasn1",
+                         "libunistring",
+                         "libffi",
+                         "libgssapi_krb5",
+                         "libkrb5",
+                         "libk5crypto",
+                         "libkeyutils",
+                         "libcom_err",
+                         "libresolv",
+                         "libproxy",
+                         "libicu",
+                         "libpcre2-16"});
 }
 
-/// Why an address is not to be asked for at all. Opening a pipe waits for its other end, and that
-/// would hold up every transfer.
-std::optional<Error> refusal(QUrl url) {
-    if (!url.isLocalFile())
-        return std::nullopt;
-    // "localhost" is the only host that Qt takes a file from.
-    url.setHost({});
-    const QFileInfo info(url.toLocalFile());
-    if (info.isFile() || !info.exists())
-        return std::nullopt;
-    return networkError(QNetworkReply::ContentOperationNotPermittedError,
-                        QStringLiteral("Not a regular file: ") + info.filePath());
+/// A write to a connection that the other end has closed raises a signal that ends the process,
+/// unless the thread that writes blocks it.
+void blockPipeSignal() {
+    sigset_t pipe;
+    sigemptyset(&pipe);
+    sigaddset(&pipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
 }
 
 }  // namespace
 
-class NetworkThread::Bell final : public QObject {
-public:
-    explicit Bell(NetworkThread &owner) : thread(owner) {}
-
-    void ring() { QCoreApplication::postEvent(this, new QEvent(QEvent::User)); }
-
-    bool event(QEvent *event) override {
-        if (event->type() != QEvent::User)
-            return QObject::event(event);
-        thread.startTransfers();
-        thread.dropFinished();
-        if (thread.transfers.empty())
-            rest.start(restMilliseconds, this);
-        else
-            rest.stop();
-        return true;
-    }
-
-    void stopResting() { rest.stop(); }
-
-protected:
-    void timerEvent(QTimerEvent *) override {
-        rest.stop();
-        // With the manager go its connections, their timers and its inner thread. Not before: the
-        // thread has to hear first that a transfer was given up, or what it holds of it is lost.
-        thread.manager.reset();
-        releaseTransferLibraries();
-    }
-
-private:
-    NetworkThread &thread;
-    QBasicTimer rest;
-};
-
-NetworkThread::NetworkThread(qint64 longest)
-    : longestBody(longest), bell(std::make_unique<Bell>(*this)) {
+NetworkThread::NetworkThread(qint64 longestBody, std::function<void()> beforeLibrariesAreUsed)
+    : beforeUse(std::move(beforeLibrariesAreUsed)) {
+    settings.longestBody = longestBody;
     setObjectName(QStringLiteral("PelorinNewsLoad"));
-    bell->moveToThread(this);
 }
 
 NetworkThread::~NetworkThread() = default;
 
 void NetworkThread::add(NetworkRequest request) {
-    if (takes(request))
-        bell->ring();
-    else
+    if (!takes(request))
         cancelRequest(std::move(request));
 }
 
@@ -95,12 +85,18 @@ bool NetworkThread::takes(NetworkRequest &request) {
     const std::lock_guard lock(mutex);
     // Starting under the lock keeps a stop from slipping in between; it runs no code of others.
     if (!stopping && !started) {
-        start();
+        if (beforeUse)
+            beforeUse();
+        QThread::start();
         started = isRunning();
     }
     if (stopping || !started)
         return false;
     waiting.push_back(std::move(request));
+    if (active)
+        curl->multiWakeup(active);
+    else
+        changed.notify_one();
     return true;
 }
 
@@ -108,8 +104,11 @@ bool NetworkThread::stop(std::chrono::milliseconds timeout) {
     {
         const std::lock_guard lock(mutex);
         stopping = true;
+        if (active)
+            curl->multiWakeup(active);
+        else
+            changed.notify_one();
     }
-    quit();
     if (!wait(QDeadlineTimer(timeout)))
         return false;
     const std::lock_guard lock(mutex);
@@ -117,46 +116,144 @@ bool NetworkThread::stop(std::chrono::milliseconds timeout) {
 }
 
 void NetworkThread::run() {
-    exec();
-    bell->stopResting();
-    cancelAll();
+    blockPipeSignal();
+    curl = CurlLibrary::instance();
+    // What these make for the rest of the process, it makes here.
+    static_cast<void>(HostNetwork::trustedAuthorities());
+    if (beforeUse)
+        beforeUse();
+    // Thread-safe since libcurl 7.84, and counted: a host that uses it, too, is not disturbed.
+    if (curl && curl->globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK)
+        curl = nullptr;
+    while (waitForRequests())
+        transfer();
+    cancelAll(nullptr);
     // Joining orders what was done here before what comes after; a lock of our own also shows that
     // order to race detectors.
     const std::lock_guard lock(mutex);
 }
 
-void NetworkThread::startTransfers() {
-    for (NetworkRequest &request : takeWaiting()) {
-        if (const auto refused = refusal(request.url)) {
-            completeRequest(std::move(request), {std::nullopt, std::nullopt, refused});
+bool NetworkThread::waitForRequests() {
+    std::unique_lock lock(mutex);
+    const auto somethingToDo = [this] { return stopping || !waiting.empty(); };
+    if (!changed.wait_until(lock, std::chrono::system_clock::now() + rest, somethingToDo)) {
+        lock.unlock();
+        releaseTransferLibraries();
+        lock.lock();
+        changed.wait(lock, somethingToDo);
+    }
+    return !stopping;
+}
+
+void NetworkThread::transfer() {
+    const std::unique_ptr<CURLM, void (*)(CURLM *)> multi(
+        curl ? curl->multiInit() : nullptr,
+        [](CURLM *ended) { CurlLibrary::instance()->multiCleanup(ended); });
+    settings.trustedAuthorities = HostNetwork::trustedAuthorities();
+    {
+        const std::lock_guard lock(mutex);
+        active = multi.get();
+    }
+    while (startTransfers(multi.get())) {
+        if (transfers.empty())
             continue;
+        int running = 0;
+        curl->multiPerform(multi.get(), &running);
+        finishTransfers(multi.get());
+        giveUpStalled(multi.get());
+        if (!transfers.empty())
+            curl->multiPoll(multi.get(), nullptr, 0, millisecondsToNextDeadline(), nullptr);
+    }
+    cancelAll(multi.get());
+    settings.trustedAuthorities = {};
+}
+
+bool NetworkThread::startTransfers(CURLM *multi) {
+    std::vector<NetworkRequest> taken;
+    {
+        const std::lock_guard lock(mutex);
+        if (stopping || (waiting.empty() && transfers.empty())) {
+            // From here on nobody may wake what is about to go.
+            active = nullptr;
+            return false;
         }
-        // One that still waits for its end has connections of what was trusted before.
-        if (transfers.empty()) {
-            manager = std::make_unique<QNetworkAccessManager>();
-            manager->setRedirectPolicy(QNetworkRequest::NoLessSafeRedirectPolicy);
-        }
-        transfers.push_back(std::make_unique<NetworkTransfer>(
-            std::move(request), *manager, longestBody, [this] { bell->ring(); }));
+        taken.swap(waiting);
+    }
+    for (NetworkRequest &request : taken)
+        start(multi, std::move(request));
+    return true;
+}
+
+void NetworkThread::start(CURLM *multi, NetworkRequest request) {
+    if (request.url.isLocalFile()) {
+        NetworkOutcome outcome = readLocalFile(request.url, settings.longestBody);
+        completeRequest(std::move(request), std::move(outcome));
+        return;
+    }
+    if (!multi) {
+        completeRequest(
+            std::move(request),
+            {std::nullopt, std::nullopt,
+             transportError(TransportError::Other, QStringLiteral("libcurl cannot be loaded"))});
+        return;
+    }
+    NetworkTransfer &added = transfers.emplace_back(*curl, std::move(request), settings);
+    if (added.hasFailed() || curl->multiAddHandle(multi, added.handle()) != CURLM_OK) {
+        static_cast<void>(added.goesOnAfter(CURLE_FAILED_INIT));
+        transfers.pop_back();
     }
 }
 
-void NetworkThread::dropFinished() {
-    transfers.remove_if([](const auto &transfer) { return transfer->hasEnded(); });
+void NetworkThread::finishTransfers(CURLM *multi) {
+    int left = 0;
+    while (const CURLMsg *message = curl->multiInfoRead(multi, &left)) {
+        CURL *handle = message->easy_handle;
+        const CURLcode result = message->data.result;
+        curl->multiRemoveHandle(multi, handle);
+        const auto ended = std::find_if(transfers.begin(), transfers.end(),
+                                        [&](const auto &one) { return one.handle() == handle; });
+        if (!ended->goesOnAfter(result))
+            transfers.erase(ended);
+        else
+            curl->multiAddHandle(multi, handle);
+    }
 }
 
-void NetworkThread::cancelAll() {
-    for (NetworkRequest &request : takeWaiting())
-        cancelRequest(std::move(request));
-    for (const auto &transfer : transfers)
-        transfer->cancel();
+void NetworkThread::giveUpStalled(CURLM *multi) {
+    const auto now = NetworkTransfer::Clock::now();
+    transfers.remove_if([&](NetworkTransfer &transfer) {
+        if (transfer.deadline() > now)
+            return false;
+        curl->multiRemoveHandle(multi, transfer.handle());
+        transfer.timeOut();
+        return true;
+    });
+}
+
+int NetworkThread::millisecondsToNextDeadline() const {
+    auto first = NetworkTransfer::Clock::time_point::max();
+    for (const NetworkTransfer &transfer : transfers)
+        first = std::min(first, transfer.deadline());
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(first - NetworkTransfer::Clock::now());
+    return static_cast<int>(std::clamp<qint64>(left.count(), 0, 24 * 60 * 60 * 1000));
+}
+
+void NetworkThread::cancelAll(CURLM *multi) {
+    for (NetworkTransfer &transfer : transfers) {
+        curl->multiRemoveHandle(multi, transfer.handle());
+        transfer.cancel();
+    }
     transfers.clear();
-    manager.reset();
-}
-
-std::vector<NetworkRequest> NetworkThread::takeWaiting() {
-    const std::lock_guard lock(mutex);
-    return std::exchange(waiting, {});
+    std::vector<NetworkRequest> taken;
+    {
+        const std::lock_guard lock(mutex);
+        if (!stopping)
+            return;
+        taken.swap(waiting);
+    }
+    for (NetworkRequest &request : taken)
+        cancelRequest(std::move(request));
 }
 
 }  // namespace pelorinnews

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "NetworkRequest.h"
+#include "NetworkTransfer.h"
 
-#include <QNetworkAccessManager>
 #include <QThread>
 
 #include <chrono>
+#include <condition_variable>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -13,13 +14,13 @@
 
 namespace pelorinnews {
 
-class NetworkTransfer;
-
-/// The thread on which a loader's transfers run. It starts with the first request; from a second
-/// after the last transfer on it holds no connection and no timer.
+/// The thread on which a loader's transfers run. It starts with the first request. When the last
+/// transfer ends it closes all connections, gives memory back a second later, and sleeps.
 class NetworkThread final : public QThread {
 public:
-    explicit NetworkThread(qint64 longestBody);
+    /// `beforeLibrariesAreUsed` is called by whoever starts the thread, and on the thread once more
+    /// when the libraries that it uses have been loaded.
+    NetworkThread(qint64 longestBody, std::function<void()> beforeLibrariesAreUsed);
     ~NetworkThread() override;
 
     /// Takes a request, which is completed exactly once whatever happens. Callable from any thread.
@@ -33,28 +34,35 @@ protected:
     void run() override;
 
 private:
-    /// Wakes the thread's event loop; its events carry nothing.
-    class Bell;
-
     /// Takes `request` up, or leaves it as it is and gives false.
     [[nodiscard]] bool takes(NetworkRequest &request);
-    void startTransfers();
-    void dropFinished();
-    void cancelAll();
-    [[nodiscard]] std::vector<NetworkRequest> takeWaiting();
+    /// Sleeps until there is something to do; false when that is to end.
+    [[nodiscard]] bool waitForRequests();
+    /// Transfers until nothing is left to transfer, or the thread is to end.
+    void transfer();
+    /// Makes transfers of what waits; false when there are none at all, or they are to end.
+    [[nodiscard]] bool startTransfers(CURLM *multi);
+    void start(CURLM *multi, NetworkRequest request);
+    void finishTransfers(CURLM *multi);
+    void giveUpStalled(CURLM *multi);
+    [[nodiscard]] int millisecondsToNextDeadline() const;
+    void cancelAll(CURLM *multi);
 
-    const qint64 longestBody;
-    std::unique_ptr<Bell> bell;
+    const std::function<void()> beforeUse;
 
-    /// Guards the three below.
+    /// Guards the four below.
     std::mutex mutex;
     std::vector<NetworkRequest> waiting;
     bool started = false;
     bool stopping = false;
+    /// What to wake while there are transfers; null otherwise.
+    CURLM *active = nullptr;
+    std::condition_variable changed;
 
     // Of the thread itself.
-    std::unique_ptr<QNetworkAccessManager> manager;
-    std::list<std::unique_ptr<NetworkTransfer>> transfers;
+    const CurlLibrary *curl = nullptr;
+    NetworkTransfer::Settings settings;
+    std::list<NetworkTransfer> transfers;
 };
 
 }  // namespace pelorinnews

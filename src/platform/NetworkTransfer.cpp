@@ -1,161 +1,322 @@
 #include "NetworkTransfer.h"
 
+#include "HostNetwork.h"
+
 #include <algorithm>
-#include <chrono>
-#include <thread>
+#include <sys/socket.h>
 
 namespace pelorinnews {
 
 namespace {
 
-/// How far a claimed length is believed before the bytes come.
-constexpr qint64 longestReserve = qint64(64) * 1024 * 1024;
+constexpr int mostRedirects = 50;
 
-/// How much Qt reads ahead of us. Without a bound it goes on reading as long as bytes are there,
-/// and hears of nothing else meanwhile: a sender that is fast and never ends would fill the memory
-/// while our giving up waits behind it.
-constexpr int longestReadAhead = 4 * 1024 * 1024;
-
-/// How long a piece waits for others to come with it. Qt tells of every 4 KB by itself; waking for
-/// each would cost a feed of 3 MB a sixth more processor.
-constexpr auto pieceDelay = std::chrono::milliseconds(1);
-
-QNetworkRequest networkRequest(const NetworkRequest &request) {
-    constexpr int longestTimeout = 24 * 60 * 60;
-    QNetworkRequest network(request.url);
-    network.setTransferTimeout(std::clamp(request.idleTimeoutSeconds, 1, longestTimeout) * 1000);
-    // One short GET in hours gains nothing from HTTP/2, and what ends early is told more plainly
-    // by HTTP/1.1.
-    network.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
-    // Qt checks no length of a body that it decompresses, so a cut one would pass for whole.
-    network.setRawHeader("Accept-Encoding", "identity");
-    // A body of no more than that whose length is told comes in one buffer, not as a list of
-    // pieces, which saves a tenth of a refresh. It is Qt's own affair: a Qt that does not know it
-    // does without.
-    network.setAttribute(QNetworkRequest::MaximumDownloadBufferSizeAttribute, longestReadAhead);
-    network.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    network.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
-    network.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
-    return network;
+std::chrono::seconds bounded(int timeoutSeconds) {
+    constexpr int longest = 24 * 60 * 60;
+    return std::chrono::seconds(std::clamp(timeoutSeconds, 1, longest));
 }
 
-/// The error of an answer that Qt calls whole and that is not; absent where it is. Qt lets a body
-/// shorter than its claimed length pass when the connection's end overtakes the bytes.
-std::optional<Error> unmetPromise(const QNetworkReply &reply, int status, qint64 received) {
-    const QByteArray encoding = reply.rawHeader("Content-Encoding");
-    if (!encoding.isEmpty() && encoding.compare("identity", Qt::CaseInsensitive) != 0)
-        return networkError(QNetworkReply::ProtocolFailure,
-                            QStringLiteral("The body is encoded as ") +
-                                QString::fromLatin1(encoding) + QStringLiteral(", unasked"));
-    const bool hasBody = status != 204 && status != 304;
-    if (hasBody && reply.rawHeader("Content-Length").toLongLong() > received)
-        return networkError(QNetworkReply::RemoteHostClosedError,
-                            QStringLiteral("The connection closed before the body's end"));
-    return std::nullopt;
+/// Whether an address can be asked for over the network.
+bool isHttp(const QUrl &url) {
+    const QString scheme = url.scheme();
+    return url.isValid() && !url.host().isEmpty() &&
+           (scheme == QLatin1String("http") || scheme == QLatin1String("https"));
 }
 
-/// Whether `error` is what a finished answer's status was made into, not a failure of its own.
-bool onlyTellsStatus(QNetworkReply::NetworkError error) {
-    constexpr int firstContentError = 200;
-    return error == QNetworkReply::NoError || error > firstContentError ||
-           error == QNetworkReply::ProxyAuthenticationRequiredError;
+TransportError meaning(CURLcode result) {
+    switch (result) {
+        case CURLE_URL_MALFORMAT:
+            return TransportError::BadAddress;
+        case CURLE_COULDNT_RESOLVE_PROXY:
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_COULDNT_CONNECT:
+        case CURLE_PROXY:
+            return TransportError::Unreachable;
+        case CURLE_OPERATION_TIMEDOUT:
+            return TransportError::TimedOut;
+        case CURLE_SSL_CONNECT_ERROR:
+        case CURLE_PEER_FAILED_VERIFICATION:
+        case CURLE_SSL_CERTPROBLEM:
+        case CURLE_SSL_CIPHER:
+        case CURLE_SSL_CACERT_BADFILE:
+        case CURLE_SSL_ISSUER_ERROR:
+        case CURLE_SSL_PINNEDPUBKEYNOTMATCH:
+            return TransportError::Insecure;
+        case CURLE_PARTIAL_FILE:
+        case CURLE_GOT_NOTHING:
+        case CURLE_SEND_ERROR:
+        case CURLE_RECV_ERROR:
+            return TransportError::Incomplete;
+        // Unless the address has another scheme, which it has not, the answer is of HTTP/0.9.
+        case CURLE_UNSUPPORTED_PROTOCOL:
+        case CURLE_WEIRD_SERVER_REPLY:
+        case CURLE_BAD_CONTENT_ENCODING:
+            return TransportError::Malformed;
+        default:
+            return TransportError::Other;
+    }
+}
+
+/// Sockets that programs started by the host do not inherit.
+curl_socket_t openSocket(void *, curlsocktype, curl_sockaddr *address) {
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
+/// libcurl 7.88 takes a TLS connection that ends without saying so for one that ended in order.
+/// This notes in the transfer whether it has said so.
+void noteAlert(const SSL *connection, int event, int alert) {
+    const CurlLibrary *curl = CurlLibrary::instance();
+    constexpr int descriptionMask = 0xff;
+    if (event == SSL_CB_READ_ALERT && (alert & descriptionMask) == SSL_AD_CLOSE_NOTIFY)
+        *static_cast<bool *>(curl->contextGetData(curl->sslContext(connection), 0)) = true;
+}
+
+CURLcode watchAlerts(CURL *, void *context, void *closeNotified) {
+    const CurlLibrary *curl = CurlLibrary::instance();
+    auto *tls = static_cast<SSL_CTX *>(context);
+    curl->contextSetData(tls, 0, closeNotified);
+    curl->contextSetInfoCallback(tls, &noteAlert);
+    return CURLE_OK;
 }
 
 }  // namespace
 
-NetworkTransfer::NetworkTransfer(NetworkRequest sending, QNetworkAccessManager &manager,
-                                 qint64 longest, std::function<void()> whenEnded)
-    : request(std::move(sending)),
-      longestBody(longest),
-      onEnd(std::move(whenEnded)),
-      reply(manager.get(networkRequest(request))) {
-    reply->setReadBufferSize(longestReadAhead);
-    // Qt forgets it with every redirect. Queued: in the signal, the next request is not there yet.
-    connect(
-        reply.get(), &QNetworkReply::redirected, reply.get(),
-        [all = reply.get()] { all->setReadBufferSize(longestReadAhead); }, Qt::QueuedConnection);
-    connect(reply.get(), &QIODevice::readyRead, this, [this] {
-        gather();
-        std::this_thread::sleep_for(pieceDelay);
-    });
-    connect(reply.get(), &QNetworkReply::finished, this, &NetworkTransfer::finish);
+NetworkTransfer::NetworkTransfer(const CurlLibrary &library, NetworkRequest sending,
+                                 const Settings &common)
+    : curl(library),
+      request(std::move(sending)),
+      settings(common),
+      idleTimeout(bounded(request.idleTimeoutSeconds)),
+      address(request.url),
+      headers(curl.slistAppend(nullptr, ContentDecoder::acceptEncoding), curl.slistFreeAll),
+      easy(curl.easyInit(), curl.easyCleanup) {
+    if (!isHttp(address))
+        fail(TransportError::BadAddress,
+             QStringLiteral("Not an address of HTTP, HTTPS or a file: ") +
+                 address.toString(QUrl::RemoveUserInfo));
+    else if (easy)
+        prepare();
 }
 
-NetworkTransfer::~NetworkTransfer() {
-    reply->disconnect(this);
+NetworkTransfer::~NetworkTransfer() = default;
+
+template <typename Value>
+void NetworkTransfer::set(CURLoption option, Value value) {
+    curl.easySetopt(easy.get(), option, value);
+}
+
+void NetworkTransfer::prepare() {
+    set(CURLOPT_ERRORBUFFER, errorText.data());
+    set(CURLOPT_HEADERFUNCTION, &NetworkTransfer::headerCame);
+    set(CURLOPT_HEADERDATA, this);
+    set(CURLOPT_WRITEFUNCTION, &NetworkTransfer::bodyCame);
+    set(CURLOPT_WRITEDATA, this);
+    set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
+    // No handlers for signals: the process is the host's.
+    set(CURLOPT_NOSIGNAL, 1L);
+    // A name that is still looked up must not hold up a shutdown.
+    set(CURLOPT_QUICK_EXIT, 1L);
+    set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(idleTimeout.count()));
+    // One short GET in hours gains nothing from HTTP/2.
+    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    set(CURLOPT_PATH_AS_IS, 1L);
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    set(CURLOPT_BUFFERSIZE, 256L * 1024);
+    // libcurl does not notice that a compressed body ends early; ContentDecoder does.
+    set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
+    set(CURLOPT_HTTPHEADER, headers.get());
+    // Some services refuse who does not say who he is.
+    set(CURLOPT_USERAGENT, "PelorinNews");
+    set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    if (curl.usesOpenSsl) {
+        set(CURLOPT_SSL_CTX_FUNCTION, &watchAlerts);
+        set(CURLOPT_SSL_CTX_DATA, &closeNotified);
+    }
+    // A connection that was kept may have been closed meanwhile; one of a transfer's own has not.
+    set(CURLOPT_FRESH_CONNECT, 1L);
+    set(CURLOPT_FORBID_REUSE, 1L);
+    // Only where the service asks for them, and never to where a redirect leads.
+    set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
+    if (!address.userName().isEmpty()) {
+        set(CURLOPT_USERNAME, address.userName(QUrl::FullyDecoded).toUtf8().constData());
+        set(CURLOPT_PASSWORD, address.password(QUrl::FullyDecoded).toUtf8().constData());
+    }
+    const QByteArray &authorities = settings.trustedAuthorities;
+    const char *folder = nullptr;
+    curl.easyGetinfo(easy.get(), CURLINFO_CAPATH, &folder);
+    if (!authorities.isEmpty()) {
+        curl_blob blob{const_cast<char *>(authorities.constData()),
+                       static_cast<std::size_t>(authorities.size()), CURL_BLOB_NOCOPY};
+        set(CURLOPT_CAINFO_BLOB, &blob);
+        set<const char *>(CURLOPT_CAINFO, nullptr);
+        set<const char *>(CURLOPT_CAPATH, nullptr);
+    } else if (folder) {
+        // Its certificates are looked up one by one; the system's one file is read as a whole.
+        set<const char *>(CURLOPT_CAINFO, nullptr);
+    }
+    aim();
+}
+
+void NetworkTransfer::aim() {
+    const QByteArray target = address.toEncoded(QUrl::RemoveFragment | QUrl::RemoveUserInfo);
+    set(CURLOPT_URL, target.constData());
+    set(CURLOPT_PROXY, HostNetwork::proxyFor(address).constData());
+    set(CURLOPT_NOPROXY, "");
+}
+
+std::size_t NetworkTransfer::headerCame(char *bytes, std::size_t one, std::size_t size,
+                                        void *self) {
+    auto *transfer = static_cast<NetworkTransfer *>(self);
+    const std::size_t all = one * size;
+    return transfer->takeHeader(QByteArray(bytes, static_cast<qsizetype>(all))) ? all : 0;
+}
+
+std::size_t NetworkTransfer::bodyCame(char *bytes, std::size_t one, std::size_t size, void *self) {
+    auto *transfer = static_cast<NetworkTransfer *>(self);
+    const std::size_t all = one * size;
+    return transfer->takeBody(bytes, all) ? all : 0;
+}
+
+bool NetworkTransfer::takeHeader(const QByteArray &line) {
+    lastProgress = Clock::now();
+    return head.addLine(line) ||
+           fail(TransportError::TooLong, QStringLiteral("The head of the answer has no end"));
+}
+
+bool NetworkTransfer::takeBody(const char *bytes, std::size_t size) {
+    lastProgress = Clock::now();
+    // What comes with a redirect is of no interest: stopping here ends the transfer.
+    if (error || head.isRedirect() || (!decoder && !startBody()))
+        return false;
+    received += static_cast<qint64>(size);
+    const auto result = received > settings.longestBody ? ContentDecoder::Result::TooLong
+                                                        : decoder->add(bytes, size, body);
+    switch (result) {
+        case ContentDecoder::Result::Fine:
+            return true;
+        case ContentDecoder::Result::TooLong:
+            body = QByteArray("");
+            return failTooLong();
+        case ContentDecoder::Result::Malformed:
+            break;
+    }
+    return fail(TransportError::Malformed, QStringLiteral("The body cannot be decompressed"));
+}
+
+bool NetworkTransfer::startBody() {
+    const QByteArray problem = head.problem();
+    if (!problem.isEmpty())
+        return fail(TransportError::Malformed, QString::fromLatin1(problem));
+    const auto coding = ContentDecoder::codingNamed(head.contentEncoding());
+    if (!coding)
+        return fail(TransportError::Malformed,
+                    QStringLiteral("The body is encoded as ") +
+                        QString::fromLatin1(head.contentEncoding().left(40)) +
+                        QStringLiteral(", unasked"));
+    const qint64 length = head.contentLength().value_or(0);
+    if (length > settings.longestBody)
+        return failTooLong();
+    decoder = std::make_unique<ContentDecoder>(*coding, settings.longestBody);
+    body.reserve(static_cast<qsizetype>(std::min(length, settings.longestBody)));
+    return true;
+}
+
+bool NetworkTransfer::fail(TransportError code, const QString &text) {
+    if (!error)
+        error = transportError(code, text);
+    return false;
+}
+
+bool NetworkTransfer::failTooLong() {
+    return fail(TransportError::TooLong,
+                QStringLiteral("The body is longer than %1 bytes").arg(settings.longestBody));
+}
+
+bool NetworkTransfer::goesOnAfter(CURLcode result) {
+    if (head.isRedirect() && !error) {
+        followRedirect();
+        if (!error)
+            return true;
+    }
+    checkWhole(result);
+    complete();
+    return false;
+}
+
+void NetworkTransfer::followRedirect() {
+    const QUrl target = address.resolved(QUrl::fromEncoded(head.location(), QUrl::TolerantMode));
+    const bool isLessSafe =
+        address.scheme() == QLatin1String("https") && target.scheme() != address.scheme();
+    if (redirects >= mostRedirects)
+        fail(TransportError::BadRedirect, QStringLiteral("More than %1 redirects").arg(redirects));
+    else if (!isHttp(target) || isLessSafe)
+        fail(TransportError::BadRedirect,
+             QStringLiteral("A redirect leads to ") + target.toString(QUrl::RemoveUserInfo));
+    if (error)
+        return;
+    ++redirects;
+    address = target;
+    head = {};
+    closeNotified = false;
+    lastProgress = Clock::now();
+    set<const char *>(CURLOPT_USERNAME, nullptr);
+    set<const char *>(CURLOPT_PASSWORD, nullptr);
+    aim();
+}
+
+void NetworkTransfer::checkWhole(CURLcode result) {
+    // What stopped the transfer here was said here.
+    if (error)
+        return;
+    const QString text = errorText.front() != '\0' ? QString::fromUtf8(errorText.data())
+                                                   : QString::fromUtf8(curl.easyStrerror(result));
+    if (result != CURLE_OK) {
+        fail(meaning(result), text);
+        return;
+    }
+    if (!head.status()) {
+        fail(TransportError::Incomplete,
+             QStringLiteral("The connection closed before the head's end"));
+        return;
+    }
+    const QByteArray problem = head.problem();
+    if (!problem.isEmpty()) {
+        fail(TransportError::Malformed, QString::fromLatin1(problem));
+        return;
+    }
+    const int status = *head.status();
+    // These have no body, whatever their head says of one.
+    if (status == 204 || status == 304)
+        return;
+    if (!decoder && !startBody())
+        return;
+    const bool isTls = address.scheme() == QLatin1String("https");
+    if (isTls && head.bodyEndsWithConnection() && !closeNotified)
+        fail(TransportError::Incomplete,
+             QStringLiteral("The connection was cut, and only its end tells the body's"));
+    else if (!decoder->isComplete())
+        fail(TransportError::Incomplete, QStringLiteral("The compressed body ends early"));
+}
+
+void NetworkTransfer::complete() {
+    NetworkOutcome outcome;
+    const int status = head.status().value_or(0);
+    if (status >= 200)
+        outcome.response = UrlResponse{status};
+    if (!error || status >= 400)
+        outcome.data = std::move(body);
+    outcome.connectionError = std::move(error);
+    completeRequest(std::move(request), std::move(outcome));
+}
+
+void NetworkTransfer::timeOut() {
+    fail(TransportError::TimedOut,
+         QStringLiteral("No progress for %1 seconds").arg(idleTimeout.count()));
+    complete();
 }
 
 void NetworkTransfer::cancel() {
-    if (ended)
-        return;
-    ended = true;
-    reply->disconnect(this);
-    reply->abort();
     cancelRequest(std::move(request));
-}
-
-void NetworkTransfer::gather() {
-    const qint64 available = reply->bytesAvailable();
-    if (tooLong || available <= 0)
-        return;
-    if (available > longestBody - body.size()) {
-        tooLong = true;
-        body = QByteArray();
-        reply->abort();
-        return;
-    }
-    if (body.isEmpty()) {
-        const qint64 claimed = reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
-        body.reserve(std::clamp(claimed, available, std::max(available, longestReserve)));
-    }
-    // Read in place: a piece of its own for each read would double a large body's memory.
-    const qsizetype had = body.size();
-    body.resize(had + available);
-    const qint64 got = reply->read(body.data() + had, available);
-    body.truncate(had + std::max(got, qint64(0)));
-}
-
-void NetworkTransfer::finish() {
-    if (ended)
-        return;
-    gather();
-    ended = true;
-    NetworkOutcome result = outcome();
-    completeRequest(std::move(request), std::move(result));
-    onEnd();
-}
-
-NetworkOutcome NetworkTransfer::outcome() {
-    // Qt gives a file a status of its own making.
-    const QVariant statusOfHttp = reply->url().isLocalFile()
-                                      ? QVariant()
-                                      : reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    const int status = statusOfHttp.toInt();
-    NetworkOutcome result;
-    result.connectionError = transportError(status);
-    if (statusOfHttp.isValid())
-        result.response = UrlResponse{status};
-    else if (!result.connectionError)
-        result.response = UrlResponse{};
-    if (!result.connectionError || status >= 400)
-        result.data = std::move(body);
-    return result;
-}
-
-std::optional<Error> NetworkTransfer::transportError(int status) const {
-    if (tooLong)
-        return networkError(QNetworkReply::UnknownContentError,
-                            QStringLiteral("The body is longer than %1 bytes").arg(longestBody));
-    // Nobody else aborts a transfer that is not cancelled.
-    if (reply->error() == QNetworkReply::OperationCanceledError)
-        return networkError(
-            QNetworkReply::TimeoutError,
-            QStringLiteral("No progress for %1 seconds").arg(request.idleTimeoutSeconds));
-    const bool cameWhole =
-        status >= 400 ? onlyTellsStatus(reply->error()) : reply->error() == QNetworkReply::NoError;
-    if (!cameWhole)
-        return networkError(reply->error(), reply->errorString());
-    return unmetPromise(*reply, status, body.size());
 }
 
 }  // namespace pelorinnews

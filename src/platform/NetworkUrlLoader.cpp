@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 
+#include <cstdlib>
 #include <mutex>
 
 namespace pelorinnews {
@@ -22,7 +23,8 @@ public:
     std::shared_ptr<NetworkUrlLoader> get() {
         const std::lock_guard lock(mutex);
         if (!loader) {
-            loader = std::make_shared<NetworkUrlLoader>();
+            loader = std::make_shared<NetworkUrlLoader>(NetworkUrlLoader::defaultLongestBody,
+                                                        &endBeforeLibraries);
             qAddPostRoutine([] { instance().end(); });
         }
         return loader;
@@ -34,6 +36,12 @@ public:
     }
 
 private:
+    /// At the end of a process without an end of its application object, libraries tidy up behind
+    /// themselves. Transfers must have ended before, and what is registered last runs first.
+    static void endBeforeLibraries() {
+        std::atexit([] { instance().end(); });
+    }
+
     void end() {
         std::shared_ptr<NetworkUrlLoader> ending;
         {
@@ -54,8 +62,8 @@ std::shared_ptr<UrlLoader> UrlLoader::shared() {
     return SharedLoader::instance().get();
 }
 
-NetworkUrlLoader::NetworkUrlLoader(qint64 longestBody)
-    : thread(std::make_shared<NetworkThread>(longestBody)) {}
+NetworkUrlLoader::NetworkUrlLoader(qint64 longestBody, std::function<void()> beforeLibrariesAreUsed)
+    : thread(std::make_shared<NetworkThread>(longestBody, std::move(beforeLibrariesAreUsed))) {}
 
 NetworkUrlLoader::~NetworkUrlLoader() {
     shutdown();

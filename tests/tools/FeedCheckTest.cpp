@@ -286,7 +286,7 @@ private Q_SLOTS:
         QCOMPARE(cut.exitCode, 1);
         QVERIFY(cut.json().value("language").isNull());
         QCOMPARE(cut.json().value("error").toObject().value("domain"),
-                 QJsonValue("QNetworkReply::NetworkError"));
+                 QJsonValue("com.Olvane.PelorinNews.Transport.ErrorDomain"));
     }
 
     void wrongUsageSaysSo_data() {

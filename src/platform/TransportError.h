@@ -1,0 +1,33 @@
+#pragma once
+
+#include <pelorinnews/Error.h>
+
+#include <QString>
+
+namespace pelorinnews {
+
+/// Why a transfer failed. The numbers are the codes of its `Error`, so they never change.
+enum class TransportError {
+    Cancelled = 1,    ///< The loader was shut down, or there is no application object.
+    TimedOut = 2,     ///< No progress for as long as the request allows.
+    BadAddress = 3,   ///< Malformed, or of another scheme than HTTP, HTTPS and `file:`.
+    Unreachable = 4,  ///< The host or proxy has no address or takes no connection.
+    Insecure = 5,     ///< The TLS handshake failed, or the certificate is not trusted.
+    BadRedirect = 6,  ///< Too many redirects, or one to where none may lead.
+    Incomplete = 7,   ///< The connection ended before the answer did.
+    Malformed = 8,    ///< The answer breaks the protocol or the coding of its body.
+    TooLong = 9,      ///< The body, or its head, is longer than any feed's.
+    Unreadable = 10,  ///< A `file:` address names no regular file that can be read.
+    Other = 11        ///< None of these; the text says what.
+};
+
+/// The domain of these errors.
+[[nodiscard]] inline QString transportErrorDomain() {
+    return QStringLiteral("com.Olvane.PelorinNews.Transport.ErrorDomain");
+}
+
+/// `description` is one line for logs. What it quotes from the network may hold anything: control
+/// characters become blanks.
+[[nodiscard]] Error transportError(TransportError code, const QString &description);
+
+}  // namespace pelorinnews

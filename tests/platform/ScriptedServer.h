@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <list>
+#include <thread>
+
+using SSL_CTX = struct ssl_ctx_st;
+
+namespace pelorinnews::test {
+
+/// What a ScriptedServer sends for one request, byte for byte.
+struct Script {
+    enum class End {
+        Close,  ///< An orderly end: on TLS a close_notify, then FIN.
+        Cut,    ///< FIN alone: on TLS as if the connection had been cut.
+        Reset,  ///< RST.
+        Hold    ///< The connection stays open until the client closes it.
+    };
+    /// Sent one after the other with `pause` in between.
+    QList<QByteArray> pieces;
+    End end = End::Close;
+    std::chrono::milliseconds pause{0};
+    /// The last piece is sent again and again until the client closes the connection.
+    bool endless = false;
+};
+
+/// A server on the loopback interface that answers each request with the bytes it is told to,
+/// whether they are HTTP or not, over plain TCP or TLS. It knows nothing of HTTP but where a
+/// request's head ends. Its threads serve one connection each.
+class ScriptedServer {
+public:
+    /// Gives the script for a request; called on the connections' threads.
+    using Choice = std::function<Script(const QByteArray &requestHead)>;
+
+    /// Plain TCP without `certificateFile` and `keyFile` (PEM). Ends the test on failure.
+    explicit ScriptedServer(Choice choice, const QString &certificateFile = {},
+                            const QString &keyFile = {});
+    /// Ends every connection.
+    ~ScriptedServer();
+    ScriptedServer(const ScriptedServer &) = delete;
+    ScriptedServer &operator=(const ScriptedServer &) = delete;
+
+    /// "http://127.0.0.1:PORT" or "https://…" with `path` appended.
+    [[nodiscard]] QString address(const QString &path) const;
+    [[nodiscard]] int port() const { return listeningPort; }
+
+private:
+    class Connection;
+
+    void accept();
+    void serve(int descriptor);
+
+    const Choice choice;
+    SSL_CTX *tls = nullptr;
+    int listening = -1;
+    int listeningPort = 0;
+    std::atomic<bool> ending = false;
+    std::list<std::thread> connections;
+    std::thread acceptor;
+};
+
+}  // namespace pelorinnews::test
