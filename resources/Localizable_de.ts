@@ -8,6 +8,11 @@
         <source></source>
         <translation>Neues von Pelorin</translation>
     </message>
+    <message id="NotificationCenterOpen">
+        <extracomment>Button of a desktop notification, on desktops that show one; opens the news window. No mnemonic.</extracomment>
+        <source></source>
+        <translation>Öffnen</translation>
+    </message>
     <message id="WebViewAccessibilityTitle">
         <extracomment>What a screen reader says for the page when items are not to be read aloud.</extracomment>
         <source></source>

@@ -3,6 +3,8 @@
 #include "GuardedSlot.h"
 #include "HostBundle.h"
 #include "MainQueue.h"
+#include "ModuleBundle.h"
+#include "OlvLocalization.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -10,6 +12,27 @@
 #include <utility>
 
 namespace pelorinnews {
+
+namespace {
+
+QString openLabel() {
+    OlvLocalization localization;
+    localization.setBundle(ModuleBundle::resourceFolder());
+    localization.setTable(QStringLiteral("Localizable"));
+    return localization.stringForKey(QStringLiteral("NotificationCenterOpen"));
+}
+
+// Main thread only.
+NotificationSender hostAsSender() {
+    NotificationSender sender;
+    sender.identifier = HostBundle::mainBundle().identifier();
+    sender.applicationName = QCoreApplication::applicationName();
+    sender.actionLabel = openLabel();
+    sender.stateFolder = DesktopNotificationCenter::stateFolder(sender.identifier);
+    return sender;
+}
+
+}  // namespace
 
 struct DesktopNotificationCenter::Shared {
     const std::shared_ptr<NotificationList> list = std::make_shared<NotificationList>();
@@ -56,14 +79,9 @@ DesktopNotificationCenter::~DesktopNotificationCenter() {
 std::shared_ptr<DesktopNotificationCenter>
 DesktopNotificationCenter::defaultUserNotificationCenter() {
     static const std::shared_ptr<DesktopNotificationCenter> center = [] {
-        const QString identifier = HostBundle::mainBundle().identifier();
-        NotificationSender sender;
-        sender.identifier = identifier;
-        sender.applicationName = QCoreApplication::applicationName();
-        sender.stateFolder = stateFolder(identifier);
         // Before the objects go that the thread's event loop needs.
         qAddPostRoutine([] { defaultUserNotificationCenter()->shutDown(); });
-        return std::make_shared<DesktopNotificationCenter>(sender);
+        return std::make_shared<DesktopNotificationCenter>(hostAsSender());
     }();
     return center;
 }

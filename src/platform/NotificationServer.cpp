@@ -66,6 +66,12 @@ QString plainText(QString text) {
     return text;
 }
 
+// Some servers report a click only for an action that has a label, so every one gets it, but for
+// those that draw a button for it though they report clicks without.
+bool hearsClicksWithoutButton(const QString &serverName) {
+    return serverName == QLatin1String("lxqt-notificationd");
+}
+
 QString soundName(const QString &name) {
     return name == UserNotification::defaultSoundName() ? QStringLiteral("message-new-instant")
                                                         : name;
@@ -73,9 +79,11 @@ QString soundName(const QString &name) {
 
 }  // namespace
 
-NotificationServer::NotificationServer(QString originName, QString originDesktopEntry)
+NotificationServer::NotificationServer(QString originName, QString originDesktopEntry,
+                                       QString actionLabel)
     : applicationName(std::move(originName)),
       desktopEntry(std::move(originDesktopEntry)),
+      label(std::move(actionLabel)),
       connectionLabel(QStringLiteral("pelorinnews-notifications-") +
                       QUuid::createUuid().toString(QUuid::WithoutBraces)),
       connection(QString()) {}
@@ -129,33 +137,47 @@ void NotificationServer::call(const QDBusMessage &message,
     });
 }
 
-void NotificationServer::askCapabilities(CapabilitiesCallback done) {
+void NotificationServer::askTraits(TraitsCallback done) {
+    const auto askName = [this, done](Traits traits) {
+        call(serverCall(service, QStringLiteral("GetServerInformation")),
+             [done, traits = std::move(traits)](const QDBusMessage &reply) mutable {
+                 if (!isError(reply))
+                     traits.name = firstArgument(reply).toString();
+                 done(std::move(traits));
+             });
+    };
     call(serverCall(service, QStringLiteral("GetCapabilities")),
-         [done = std::move(done)](const QDBusMessage &reply) {
+         [done = std::move(done), askName](const QDBusMessage &reply) {
              if (!isError(reply))
-                 done(firstArgument(reply).toStringList());
+                 askName({firstArgument(reply).toStringList(), QString()});
              else if (QDBusError(reply).type() == QDBusError::UnknownMethod)
-                 done(QStringList());
+                 askName({});
              else
                  done(std::nullopt);
          });
 }
 
-void NotificationServer::notify(const UserNotification &notification,
-                                const QStringList &capabilities, NotifyCallback done) {
+QStringList NotificationServer::actionsFor(const Traits &traits) const {
+    // A server without actions may show a dialog in place of a pop-up (notify-osd).
+    if (traits.capabilities && !traits.capabilities->contains(QLatin1String("actions")))
+        return {};
+    return {QStringLiteral("default"), hearsClicksWithoutButton(traits.name) ? QString() : label};
+}
+
+void NotificationServer::notify(const UserNotification &notification, const Traits &traits,
+                                NotifyCallback done) {
     QString body = plainText(notification.informativeText);
-    if (capabilities.contains(QLatin1String("body-markup")))
+    if (traits.capabilities && traits.capabilities->contains(QLatin1String("body-markup")))
         body = body.toHtmlEscaped();
 
     QVariantMap hints{{QStringLiteral("desktop-entry"), desktopEntry}};
     if (!notification.soundName.isNull())
         hints.insert(QStringLiteral("sound-name"), soundName(notification.soundName));
-    const QStringList actions{QStringLiteral("default"), QString()};
 
     // To the very server whose notifications the list is about, not to its successor.
     QDBusMessage message = serverCall(serverOwner, QStringLiteral("Notify"));
     message << applicationName << quint32(0) << QString() << plainText(notification.title) << body
-            << actions << hints << qint32(-1);
+            << actionsFor(traits) << hints << qint32(-1);
     call(message, [done = std::move(done)](const QDBusMessage &reply) {
         if (isError(reply)) {
             done(isServerGone(reply) ? Outcome::ServerGone : Outcome::Refused, 0);

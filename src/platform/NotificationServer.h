@@ -22,13 +22,21 @@ class NotificationServer : public QObject {
 public:
     /// What came of a delivery.
     enum class Outcome { Delivered, Refused, ServerGone };
-    using CapabilitiesCallback = std::function<void(std::optional<QStringList>)>;
+    /// What a server says of itself.
+    struct Traits {
+        /// Absent capabilities: it knows no such question.
+        std::optional<QStringList> capabilities;
+        /// Null where it does not tell.
+        QString name;
+    };
+    using TraitsCallback = std::function<void(std::optional<Traits>)>;
     using NotifyCallback = std::function<void(Outcome, quint32 id)>;
     using Callback = std::function<void()>;
     using BoolCallback = std::function<void(bool)>;
 
-    /// `originName` is shown by some desktops, `originDesktopEntry` names the host's desktop file.
-    NotificationServer(QString originName, QString originDesktopEntry);
+    /// `originName` is shown by some desktops, `originDesktopEntry` names the host's desktop file,
+    /// `actionLabel` names the click where the desktop shows it as a button.
+    NotificationServer(QString originName, QString originDesktopEntry, QString actionLabel);
     ~NotificationServer() override;
 
     /// Connects to the bus at `address`, or the session's where that is empty, and listens, before
@@ -44,13 +52,12 @@ public:
     /// Our own unique name.
     [[nodiscard]] QString connectionName() const { return connection.baseService(); }
 
-    /// Asks what the server can do, and has the bus start one where none runs. Absent where there
-    /// is no server that could be asked.
-    void askCapabilities(CapabilitiesCallback done);
+    /// Asks what the server can do and who it is, and has the bus start one where none runs.
+    /// Absent where there is no server that could be asked.
+    void askTraits(TraitsCallback done);
 
-    /// Delivers `notification` as one who can do `capabilities` wants it.
-    void notify(const UserNotification &notification, const QStringList &capabilities,
-                NotifyCallback done);
+    /// Delivers `notification`, formatted for a server with these traits.
+    void notify(const UserNotification &notification, const Traits &traits, NotifyCallback done);
 
     /// Closes notification `id`. Called back whether the server knew it or not.
     void close(quint32 id, Callback done);
@@ -79,10 +86,12 @@ private Q_SLOTS:
 private:
     void listen();
     void call(const QDBusMessage &message, std::function<void(const QDBusMessage &)> done);
+    [[nodiscard]] QStringList actionsFor(const Traits &traits) const;
     [[nodiscard]] bool isFromServer(const QDBusMessage &message) const;
 
     const QString applicationName;
     const QString desktopEntry;
+    const QString label;
     const QString connectionLabel;
     QDBusConnection connection;
     QString bus;

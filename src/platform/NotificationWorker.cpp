@@ -50,7 +50,8 @@ void NotificationWorker::stop() {
 void NotificationWorker::connectIfNeeded() {
     if (server)
         return;
-    server = std::make_unique<NotificationServer>(sender.applicationName, sender.identifier);
+    server = std::make_unique<NotificationServer>(sender.applicationName, sender.identifier,
+                                                  sender.actionLabel);
     connect(server.get(), &NotificationServer::serverChanged, this,
             &NotificationWorker::serverChanged);
     connect(server.get(), &NotificationServer::closed, this, &NotificationWorker::onClosed);
@@ -137,11 +138,11 @@ void NotificationWorker::present() {
     presenting = true;
     // Asked before the first of those that wait; each other one goes when the one before it was
     // answered. A server that hangs gets nothing to show later that was taken back in the meantime.
-    server->askCapabilities([this, asked = generation](const auto &capabilities) {
+    server->askTraits([this, asked = generation](const auto &traits) {
         if (asked != generation)
             return;
-        if (capabilities && !server->owner().isEmpty()) {
-            presentNext(*capabilities);
+        if (traits && !server->owner().isEmpty()) {
+            presentNext(*traits);
             return;
         }
         // Tried again when a server comes, or something else is asked for.
@@ -150,7 +151,7 @@ void NotificationWorker::present() {
     });
 }
 
-void NotificationWorker::presentNext(const QStringList &capabilities) {
+void NotificationWorker::presentNext(const NotificationServer::Traits &traits) {
     const auto notification = list->takeWaiting();
     if (!notification) {
         presenting = false;
@@ -159,16 +160,16 @@ void NotificationWorker::presentNext(const QStringList &capabilities) {
     }
     closedEarly.clear();
     activatedEarly.clear();
-    server->notify(*notification, capabilities,
-                   [this, asked = generation, identity = notification->identity, capabilities](
+    server->notify(*notification, traits,
+                   [this, asked = generation, identity = notification->identity, traits](
                        NotificationServer::Outcome outcome, quint32 id) {
                        if (asked == generation)
-                           onSent(identity, outcome, id, capabilities);
+                           onSent(identity, outcome, id, traits);
                    });
 }
 
 void NotificationWorker::onSent(const QString &identity, NotificationServer::Outcome outcome,
-                                quint32 id, const QStringList &capabilities) {
+                                quint32 id, const NotificationServer::Traits &traits) {
     if (outcome == NotificationServer::Outcome::ServerGone) {
         // The bus tells next who serves now, and that presents it again.
         list->setUnsent(identity);
@@ -178,7 +179,7 @@ void NotificationWorker::onSent(const QString &identity, NotificationServer::Out
     }
     if (outcome == NotificationServer::Outcome::Refused) {
         list->drop(identity);
-        presentNext(capabilities);
+        presentNext(traits);
         return;
     }
     list->setSent(identity, id, server->connectionName());
@@ -188,7 +189,7 @@ void NotificationWorker::onSent(const QString &identity, NotificationServer::Out
     else if (closedEarly.contains(id))
         list->end(id);
     withdraw();
-    presentNext(capabilities);
+    presentNext(traits);
 }
 
 std::optional<RegistryEntry> NotificationWorker::findOwn(quint32 id) {

@@ -21,6 +21,9 @@ struct NotificationSender {
     QString identifier;
     /// What desktops may show as the origin.
     QString applicationName;
+    /// What desktops that show a button for the click write on it. Not empty: some ignore clicks
+    /// then.
+    QString actionLabel;
     /// The folder of the registry.
     QString stateFolder;
     /// The bus; the session's where empty.
@@ -51,9 +54,9 @@ private:
     void save();
     void withdraw();
     void present();
-    void presentNext(const QStringList &capabilities);
+    void presentNext(const NotificationServer::Traits &traits);
     void onSent(const QString &identity, NotificationServer::Outcome outcome, quint32 id,
-                const QStringList &capabilities);
+                const NotificationServer::Traits &traits);
     void onClosed(quint32 id, quint32 reason);
     void onActivated(quint32 id);
     void activate(const RegistryEntry &entry);

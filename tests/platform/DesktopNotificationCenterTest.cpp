@@ -27,6 +27,8 @@ private Q_SLOTS:
 
     void costsNothingUntilSomethingIsDelivered();
     void sendsTitleTextSoundOriginAndClick();
+    void labelsTheClickForEveryServerButThoseThatWouldShowIt_data();
+    void labelsTheClickForEveryServerButThoseThatWouldShowIt();
     void sendsNoSoundWhereNoneIsWanted();
     void escapesTheTextWhereTheServerReadsMarkup_data();
     void escapesTheTextWhereTheServerReadsMarkup();
@@ -139,12 +141,38 @@ void DesktopNotificationCenterTest::sendsTitleTextSoundOriginAndClick() {
     QCOMPARE(delivery.replaces, 0U);
     QCOMPARE(delivery.summary, QStringLiteral("News"));
     QCOMPARE(delivery.body, QStringLiteral("Text of News"));
-    QCOMPARE(delivery.actions, (QStringList{QStringLiteral("default"), QString()}));
+    QCOMPARE(delivery.actions, (QStringList{QStringLiteral("default"), QStringLiteral("Open")}));
     QCOMPARE(delivery.hints.value(QStringLiteral("desktop-entry")).toString(),
              QStringLiteral("com.example.Host"));
     QCOMPARE(delivery.hints.value(QStringLiteral("sound-name")).toString(),
              QStringLiteral("message-new-instant"));
     QCOMPARE(delivery.timeout, -1);
+}
+
+void DesktopNotificationCenterTest::labelsTheClickForEveryServerButThoseThatWouldShowIt_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QStringList>("capabilities");
+    QTest::addColumn<QStringList>("actions");
+    const QStringList canAct{"body", "actions"};
+    const QStringList labelled{"default", "Open"};
+    QTest::newRow("Xfce") << "Xfce Notify Daemon" << canAct << labelled;
+    QTest::newRow("unheard of") << "Other" << canAct << labelled;
+    QTest::newRow("without a name") << QString() << canAct << labelled;
+    QTest::newRow("LXQt") << "lxqt-notificationd" << canAct << QStringList{"default", ""};
+    QTest::newRow("without actions") << "notify-osd" << QStringList{"body"} << QStringList();
+}
+
+void DesktopNotificationCenterTest::labelsTheClickForEveryServerButThoseThatWouldShowIt() {
+    QFETCH(QString, name);
+    QFETCH(QStringList, capabilities);
+    QFETCH(QStringList, actions);
+    serve();
+    server->serverName = name;
+    server->capabilities = capabilities;
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QCOMPARE(server->deliveries[0].actions, actions);
 }
 
 void DesktopNotificationCenterTest::sendsNoSoundWhereNoneIsWanted() {

@@ -38,6 +38,14 @@ uint FakeNotificationServer::Notify(const QString &applicationName, uint replace
     return nextId++;
 }
 
+QString FakeNotificationServer::GetServerInformation(QString &vendor, QString &version,
+                                                     QString &specVersion) {
+    vendor = QStringLiteral("Tests");
+    version = QStringLiteral("1");
+    specVersion = QStringLiteral("1.2");
+    return serverName;
+}
+
 void FakeNotificationServer::answer(std::size_t index, quint32 id) {
     bus.send(deliveries.at(index).call.createReply(QVariant(id)));
 }

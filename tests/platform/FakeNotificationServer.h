@@ -35,7 +35,8 @@ public:
 
     std::vector<Delivery> deliveries;
     QList<quint32> closeCalls;
-    QStringList capabilities;
+    QStringList capabilities{QStringLiteral("actions")};
+    QString serverName = QStringLiteral("Fake");
     bool holdsAnswers = false;
     bool refuses = false;
     quint32 nextId = 1;
@@ -47,6 +48,7 @@ public:
 
 public Q_SLOTS:
     QStringList GetCapabilities() { return capabilities; }
+    QString GetServerInformation(QString &vendor, QString &version, QString &specVersion);
     uint Notify(const QString &applicationName, uint replaces, const QString &icon,
                 const QString &summary, const QString &body, const QStringList &actions,
                 const QVariantMap &hints, int timeout);

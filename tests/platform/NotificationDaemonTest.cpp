@@ -1,10 +1,10 @@
 #include "DesktopNotificationCenter.h"
 #include "NotificationTesting.h"
+#include "PopUps.h"
 #include "PrivateBus.h"
 #include "RecordingDelegate.h"
 #include "TestMain.h"
 
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -29,9 +29,8 @@ private:
     [[nodiscard]] NotificationSender sender() const;
     [[nodiscard]] std::vector<RegistryEntry> registered() const;
     /// The pop-ups on the screen, by the number of their window.
-    [[nodiscard]] QStringList popUps() const;
-    void click(const QString &window) const;
-    void run(const QString &program, const QStringList &arguments) const;
+    [[nodiscard]] static QStringList popUps();
+    static void click(const QString &window);
 
     std::unique_ptr<QTemporaryDir> home;
     std::unique_ptr<PrivateBus> bus;
@@ -76,30 +75,13 @@ std::vector<RegistryEntry> NotificationDaemonTest::registered() const {
     return registeredIn(sender().stateFolder);
 }
 
-QStringList NotificationDaemonTest::popUps() const {
-    QProcess process;
-    process.start(QStringLiteral("xdotool"),
-                  {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                   QStringLiteral("--class"), QStringLiteral("notification-daemon")});
-    process.waitForFinished(5000);
-    return QString::fromUtf8(process.readAllStandardOutput())
-        .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+QStringList NotificationDaemonTest::popUps() {
+    return PopUps::ofClass(QStringLiteral("notification-daemon"));
 }
 
-void NotificationDaemonTest::run(const QString &program, const QStringList &arguments) const {
-    QProcess process;
-    process.setProcessEnvironment(bus->environment());
-    process.start(program, arguments);
-    QVERIFY(process.waitForFinished(5000));
-    QCOMPARE(process.exitCode(), 0);
-}
-
-void NotificationDaemonTest::click(const QString &window) const {
+void NotificationDaemonTest::click(const QString &window) {
     // Into the text: the close button is at the right.
-    run(QStringLiteral("xdotool"),
-        {QStringLiteral("mousemove"), QStringLiteral("--window"), window, QStringLiteral("60"),
-         QStringLiteral("40"), QStringLiteral("sleep"), QStringLiteral("0.2"),
-         QStringLiteral("click"), QStringLiteral("1")});
+    PopUps::click(window, 60, 40);
 }
 
 void NotificationDaemonTest::showsAPopUpAndTakesItBack() {

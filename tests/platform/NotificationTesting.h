@@ -39,6 +39,7 @@ inline NotificationSender senderOn(const PrivateBus &bus, const QString &stateFo
     NotificationSender made;
     made.identifier = QStringLiteral("com.example.Host");
     made.applicationName = QStringLiteral("Host");
+    made.actionLabel = QStringLiteral("Open");
     made.stateFolder = stateFolder;
     made.busAddress = bus.address();
     return made;

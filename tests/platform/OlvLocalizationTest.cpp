@@ -25,11 +25,9 @@ const QStringList accessibleNames{
     "NavigationAccessibilityTitleNext", "SettingsShowOptions", "SettingsHideOptions"};
 const QStringList withMnemonic{"SettingsShowOnStartCheckbox", "SettingsDisplayContentTypeLabel",
                                "SettingsDisplayContentFromLabel"};
-const QStringList plain{"NotificationCenterTitle",
-                        "SettingsDisplayContentTypeAll",
-                        "SettingsDisplayContentTypeCritical",
-                        "SettingsDisplayContentUnread",
-                        "SettingsDisplayContentRecent",
+const QStringList plain{"NotificationCenterTitle",       "NotificationCenterOpen",
+                        "SettingsDisplayContentTypeAll", "SettingsDisplayContentTypeCritical",
+                        "SettingsDisplayContentUnread",  "SettingsDisplayContentRecent",
                         "SettingsDisplayContentAll"};
 const QStringList allKeys = pages + accessibleNames + withMnemonic + plain;
 
@@ -63,7 +61,7 @@ private Q_SLOTS:
     void everyKeyHasATextOfItsOwn_data() { addLanguages(); }
     void everyKeyHasATextOfItsOwn() {
         QFETCH(QString, language);
-        QCOMPARE(allKeys.size(), 19);
+        QCOMPARE(allKeys.size(), 20);
         const auto texts = localization({language});
         for (const QString &key : allKeys) {
             const QString text = ownText(language, key);

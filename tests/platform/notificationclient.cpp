@@ -42,6 +42,7 @@ int main(int argc, char *argv[]) {
     NotificationSender sender;
     sender.identifier = QStringLiteral("com.example.Host");
     sender.applicationName = QStringLiteral("Host");
+    sender.actionLabel = QStringLiteral("Open");
     sender.stateFolder = application.arguments().value(1);
     DesktopNotificationCenter center(sender);
     std::thread commands([&] {
