@@ -2,6 +2,7 @@
 
 #include "FileError.h"
 #include "FilePaths.h"
+#include "RegularFile.h"
 #include "TemporaryNames.h"
 
 #include <QDir>
@@ -70,8 +71,20 @@ bool FileReplacement::checkTarget() {
            fail(FileError::fromSystem(QFileDevice::OpenError, errno));
 }
 
-void FileReplacement::makePrivate() {
-    if (!problem && ::fchmod(file.get(), S_IRUSR | S_IWUSR) != 0)
+bool FileReplacement::copy(const QString &from, const QString &to, qint64 longest) {
+    Error unused;
+    struct stat status {};
+    const auto bytes = RegularFile::contents(from, longest, &unused);
+    if (!bytes || ::stat(QFile::encodeName(from).constData(), &status) != 0)
+        return false;
+    FileReplacement file(to);
+    file.setPermissions(status.st_mode & permissionBits);
+    file.write(*bytes);
+    return file.commit().has_value();
+}
+
+void FileReplacement::setPermissions(mode_t permissions) {
+    if (!problem && ::fchmod(file.get(), permissions) != 0)
         fail(FileError::fromSystem(QFileDevice::WriteError, errno));
 }
 

@@ -30,8 +30,12 @@ public:
     /// Without `commit`, the file stays as it was.
     ~FileReplacement();
 
-    /// The new file is for its owner only, whatever the earlier one was.
-    void makePrivate();
+    /// Replaces the file at `to` by a copy of the one at `from`, which has at most `longest` bytes,
+    /// permissions included. False where that failed.
+    [[nodiscard]] static bool copy(const QString &from, const QString &to, qint64 longest);
+
+    /// Gives the new file these permissions, whatever those of the earlier one.
+    void setPermissions(mode_t permissions);
 
     /// False where there is no room for `size` bytes beside the file that is to be replaced.
     bool reserve(qint64 size);

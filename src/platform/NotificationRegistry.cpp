@@ -116,7 +116,7 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
 
     FileReplacement file(filePath);
     // Titles of what a person was told are nobody else's business.
-    file.makePrivate();
+    file.setPermissions(S_IRUSR | S_IWUSR);
     file.write(RegistryFormat::write(contents));
     if (!file.commit())
         return std::nullopt;

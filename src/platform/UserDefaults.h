@@ -21,12 +21,18 @@ namespace pelorinnews {
 ///
 /// **Writing.** A value reaches the file when the event loop of the main thread next turns, with
 /// `synchronize`, or at the end of the process. Nothing is written, nor any folder made, before the
-/// first value is set. The file is replaced as a whole, so a reader never meets half of it.
+/// first value is set. The file is replaced as a whole, so a reader never meets half of it. A file
+/// that is a symbolic link stays one, and what it leads to is replaced.
 ///
-/// **Trouble.** A file that cannot be read counts as empty, and one that cannot be written leaves
-/// the values in memory, to be tried again with each later write. Lines that cannot be read are
-/// skipped, and before the file is first rewritten it is copied to the same name with ".damaged"
-/// added. None of this is reported.
+/// **Trouble.** None of this is reported.
+/// - A file that cannot be read counts as empty, and one that cannot be written leaves the values
+///   in memory, to be tried again with each later write.
+/// - The same where the disk has no room: the file, in which a host keeps its own settings, too,
+///   stays as it was. Only what the host's own `QSettings` writes by itself is out of our hands.
+/// - What is no regular file (a pipe, a device) is neither read nor written; if it is there from the
+///   beginning, all values stay in memory.
+/// - Lines that cannot be read are skipped, and before the file is first rewritten it is copied to
+///   the same name with ".damaged" added. Where the copy fails, the file is not rewritten.
 ///
 /// Every operation may be called from any thread. An empty key holds nothing.
 class UserDefaults {

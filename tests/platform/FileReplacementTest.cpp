@@ -64,7 +64,7 @@ private Q_SLOTS:
     void leavesTheFileWithoutACommit();
     void keepsThePermissionsOfTheReplacedFile();
     void aNewFileHasThePermissionsOfTheProcess();
-    void aPrivateFileIsPrivateWhateverItWas();
+    void permissionsThatAreAskedForReplaceTheEarlierOnes();
     void aReadOnlyFileIsNotReplaced();
     void aRelativePathIsInTheCurrentFolder();
     void followsAChainOfLinks();
@@ -129,11 +129,11 @@ void FileReplacementTest::aNewFileHasThePermissionsOfTheProcess() {
     QCOMPARE(status.st_mode & 07777U, 0640U);
 }
 
-void FileReplacementTest::aPrivateFileIsPrivateWhateverItWas() {
+void FileReplacementTest::permissionsThatAreAskedForReplaceTheEarlierOnes() {
     QVERIFY(put(path(), "old"));
     QCOMPARE(::chmod(path().toUtf8().constData(), 0666), 0);
     FileReplacement file(path());
-    file.makePrivate();
+    file.setPermissions(S_IRUSR | S_IWUSR);
     QVERIFY(file.write("new"));
     QVERIFY(file.commit());
     struct stat status {};

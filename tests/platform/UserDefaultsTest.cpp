@@ -1,4 +1,5 @@
 #include "HostBundle.h"
+#include "SpecialFile.h"
 #include "TestMain.h"
 #include "UserDefaults.h"
 
@@ -29,6 +30,26 @@ void writeFile(const QString &path, const QByteArray &bytes) {
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     QCOMPARE(file.write(bytes), bytes.size());
+}
+
+/// The program takes this argument, a file and a prefix of keys: it writes them, one by one.
+const QString writerArgument = QStringLiteral("--writer");
+constexpr int writerRounds = 25;
+
+int writeInRounds(const QString &path, const QString &prefix) {
+    UserDefaults defaults(path);
+    QSettings host(path, QSettings::IniFormat);
+    for (int round = 0; round < writerRounds; ++round) {
+        const QString name = prefix + QLatin1Char('_') + QString::number(round);
+        if (prefix.startsWith(QLatin1String("host"))) {
+            host.setValue(name, QStringLiteral("x"));
+            host.sync();
+        } else {
+            defaults.setValue(name, QStringLiteral("x"));
+            defaults.synchronize();
+        }
+    }
+    return 0;
 }
 
 }  // namespace
@@ -225,6 +246,103 @@ private Q_SLOTS:
         QCOMPARE(contentsOf(path), QByteArray("[General]\nnewsFilter=1\n"));
     }
 
+    void whatIsNoRegularFileIsNeitherReadNorReplaced_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("suffix");
+        const QStringList kinds = pelorinnews::test::SpecialFile::kinds();
+        for (const QString &suffix : {QString(), QStringLiteral(".lock")}) {
+            for (const QString &kind : kinds)
+                QTest::newRow(qPrintable(kind + suffix)) << kind << suffix;
+        }
+    }
+    void whatIsNoRegularFileIsNeitherReadNorReplaced() {
+        QFETCH(QString, kind);
+        QFETCH(QString, suffix);
+        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        const pelorinnews::test::SpecialFile special(kind, path + suffix);
+        if (!special.whyNot().isEmpty())
+            QSKIP(qPrintable(special.whyNot()));
+        {
+            UserDefaults defaults(path);
+            QCOMPARE(defaults.integerForKey(key), 0);
+            defaults.setValue(key, 2);
+            defaults.synchronize();
+            QCoreApplication::processEvents();
+            QCOMPARE(defaults.integerForKey(key), 2);
+        }
+        QCOMPARE(special.harm(), QString());
+        QVERIFY(suffix.isEmpty() || !QFileInfo::exists(path));
+    }
+
+    void whatComesInTheFilesPlaceIsNotReplaced() {
+        UserDefaults defaults(path);
+        defaults.setValue(key, 2);
+        defaults.synchronize();
+        QVERIFY(QFile::remove(path));
+        {
+            const pelorinnews::test::SpecialFile special(QStringLiteral("pipe"), path);
+            defaults.setValue(key, 1);
+            QCoreApplication::processEvents();
+            defaults.synchronize();
+            QCOMPARE(special.harm(), QString());
+        }
+        defaults.synchronize();
+        QVERIFY(contentsOf(path).contains("newsFilter=1"));
+    }
+
+    void aLinkStaysALink_data() {
+        QTest::addColumn<bool>("isThere");
+        QTest::newRow("to a file") << true;
+        QTest::newRow("to nothing yet") << false;
+    }
+    void aLinkStaysALink() {
+        QFETCH(bool, isThere);
+        const QString kept = path + QStringLiteral(".kept");
+        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        if (isThere)
+            writeFile(kept, "[General]\ntheirs=7\n");
+        QVERIFY(QFile::link(kept, path));
+        UserDefaults defaults(path);
+        QCOMPARE(defaults.integerForKey("theirs"), isThere ? 7 : 0);
+        for (const int value : {1, 2}) {
+            defaults.setValue(key, value);
+            defaults.synchronize();
+            QVERIFY(contentsOf(kept).contains("newsFilter=" + QByteArray::number(value)));
+            QCOMPARE(contentsOf(kept).contains("theirs=7"), isThere);
+        }
+        QCOMPARE(QFile::symLinkTarget(path), kept);
+        QVERIFY(!QFileInfo(kept).isSymLink());
+        QCOMPARE(QDir(QFileInfo(path).path())
+                     .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
+                     .size(),
+                 2);
+    }
+
+    void severalProcessesLoseNothingOfEachOther() {
+        // Each of them writes through the preferences, or as a host does through its own QSettings.
+        writeFile(path, "[General]\ntheirs=7\n");
+        std::vector<std::unique_ptr<QProcess>> writers;
+        for (const char *const kind : {"panel1", "panel2", "host1"}) {
+            writers.push_back(std::make_unique<QProcess>());
+            writers.back()->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+            writers.back()->start(QCoreApplication::applicationFilePath(),
+                                  {writerArgument, path, QLatin1String(kind)});
+        }
+        for (const auto &writer : writers) {
+            QVERIFY(writer->waitForFinished(testPatience));
+            QCOMPARE(writer->exitCode(), 0);
+        }
+        const QByteArray bytes = contentsOf(path);
+        QVERIFY(bytes.contains("theirs=7\n"));
+        for (const char *const kind : {"panel1", "panel2", "host1"}) {
+            for (int round = 0; round < writerRounds; ++round) {
+                const QByteArray line = QByteArray(kind) + "_" + QByteArray::number(round) + "=x\n";
+                QVERIFY2(bytes.contains(line), line.constData());
+            }
+        }
+        QCOMPARE(QDir(QFileInfo(path).path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+    }
+
     void severalThreadsReadAndWriteAtOnce() {
         UserDefaults defaults(path);
         defaults.registerDefaults({{"shared", 1}});
@@ -321,5 +439,12 @@ private:
     int files = 0;
 };
 
-PELORIN_CORE_TEST_MAIN(UserDefaultsTest)
+int main(int argc, char *argv[]) {
+    if (argc == 4 && writerArgument == QLatin1String(argv[1]))
+        return writeInRounds(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]));
+    const pelorinnews::test::TestHome home;
+    const QCoreApplication application(argc, argv);
+    UserDefaultsTest test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "UserDefaultsTest.moc"
