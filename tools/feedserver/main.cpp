@@ -4,8 +4,8 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
-#include <QSaveFile>
 
+#include <FileReplacement.h>
 #include <csignal>
 #include <cstdio>
 
@@ -25,8 +25,9 @@ int usage(const QString &message) {
 }
 
 bool writeWhole(const QString &path, const QString &text) {
-    QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) >= 0 && file.commit();
+    FileReplacement file(path);
+    file.write(text.toUtf8());
+    return file.commit().has_value();
 }
 
 }  // namespace
