@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <FileStamp.h>
+#include <NetworkUrlLoader.h>
 #include <optional>
 
 namespace pelorinnews {
@@ -22,7 +23,7 @@ public:
     using Stamp = FileStamp;
 
     /// The longest text that can be read, in bytes of UTF-8: no feed is longer.
-    static constexpr qint64 longestText = qint64(32) * 1024 * 1024;
+    static constexpr qint64 longestText = NetworkUrlLoader::defaultLongestBody;
 
     /// A null path is a file that can be neither written nor read.
     explicit LocalCacheFile(QString path) : filePath(std::move(path)) {}
