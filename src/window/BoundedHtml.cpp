@@ -1,329 +1,547 @@
 #include "BoundedHtml.h"
 
-#include "HtmlElements.h"
+#include "CssValues.h"
+#include "HtmlAttributes.h"
 
 #include <algorithm>
 
 namespace pelorinnews {
 
-using namespace HtmlElements;
-
 namespace {
 
-constexpr int widestSpan = 1000;
-// So much text at once, between looks at the work.
-constexpr qsizetype sliceOfText = 1024;
+// Elements in each other: those that count at all, and those that are written.
+constexpr std::size_t mostOpen = 512;
+constexpr int mostWritten = 64;
+constexpr std::ptrdiff_t deepestTable = 5;
+// A table with its rows and cells, and what is in them.
+constexpr int levelsOfTable = 4;
+constexpr int mostTables = 500;
+constexpr int mostFloats = 50;
+constexpr int mostPictures = 1000;
+constexpr int mostPicturesOfBlock = 50;
+// In pixels, for all margins, lists and quotations around a line together.
+constexpr int mostIndent = 240;
+constexpr int indentOfList = 40;
+constexpr qsizetype mostClasses = 8;
+constexpr qsizetype longestAlternative = 1000;
 
-/// Whether the page hides the element. The document knows neither way of saying so.
-bool isHidden(const QList<std::pair<QString, QString>> &attributes) {
-    return std::any_of(attributes.begin(), attributes.end(), [](const auto &attribute) {
-        if (attribute.first == QStringLiteral("hidden"))
-            return true;
-        QString style = attribute.second;
-        return attribute.first == QStringLiteral("style") &&
-               style.remove(QLatin1Char(' '))
-                   .contains(QStringLiteral("display:none"), Qt::CaseInsensitive);
-    });
+QStringList classesIn(const QString &value) {
+    if (value.isEmpty())
+        return {};
+    return value.left(512)
+        .simplified()
+        .split(QLatin1Char(' '), Qt::SkipEmptyParts)
+        .mid(0, mostClasses);
 }
 
-bool isLetter(QChar c) {
-    return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) ||
-           (c >= QLatin1Char('A') && c <= QLatin1Char('Z'));
+bool isPlain(const QString &written) {
+    return written == QStringLiteral("div") || written == QStringLiteral("td");
 }
 
-bool isNamePart(QChar c) {
-    return c.isLetterOrNumber() || c == QLatin1Char('-') || c == QLatin1Char('_') ||
-           c == QLatin1Char(':');
+int pixelsIn(const CssStyle &style, const char *property) {
+    const QString value = style.value(property);
+    return value.left(value.size() - 2).toInt();
 }
 
-qsizetype indexOf(const QList<std::pair<QString, QString>> &attributes, const QString &name) {
-    const auto found = std::find_if(attributes.begin(), attributes.end(),
-                                    [&](const auto &attribute) { return attribute.first == name; });
-    return found == attributes.end() ? -1 : std::distance(attributes.begin(), found);
-}
-
-int spanOf(const QString &value) {
-    return std::clamp(value.trimmed().toInt(), 1, widestSpan);
+QString sizeIn(const QString &value) {
+    const int size = std::clamp(value.left(6).toInt(), 0, 2000);
+    return size > 0 ? QString::number(size) : QString();
 }
 
 }  // namespace
 
-std::optional<QString> BoundedHtml::prepared(const QString &html) {
+std::optional<BoundedPage> BoundedHtml::prepared(const QString &html) {
     if (html.isNull())
         return std::nullopt;
     BoundedHtml bounded(html, HtmlWork::Purpose::Copy);
     if (!bounded.run())
         return std::nullopt;
-    // Present even where nothing is left.
-    return bounded._out.isNull() ? QStringLiteral("") : bounded._out;
+    return std::move(bounded._page);
 }
 
-QString BoundedHtml::beginning(const QString &html) {
+BoundedPage BoundedHtml::beginning(const QString &html) {
     BoundedHtml bounded(html, HtmlWork::Purpose::Display);
     if (!bounded.run())
-        bounded._out += QChar(0x2026);
-    return bounded._out;
+        bounded._page.html += QChar(0x2026);
+    return std::move(bounded._page);
 }
 
 bool BoundedHtml::run() {
-    while (_position < _html.size()) {
-        const qsizetype tag = _html.indexOf(QLatin1Char('<'), _position);
-        const qsizetype end = tag < 0 ? _html.size() : tag;
-        const QStringView text = QStringView(_html).mid(_position, end - _position);
-        for (qsizetype at = 0; at < text.size() && !_work.isTooMuch(); at += sliceOfText)
-            writeText(text.mid(at, sliceOfText));
-        _position = end;
-        const qsizetype written = _out.size();
-        if (_position < _html.size() && !_work.isTooMuch())
-            readMarkup();
-        if (_work.isTooMuch()) {
-            // What was one tag too many must not be in it. The document itself ends what is open.
-            _out.truncate(written);
-            return false;
-        }
-    }
-    return true;
-}
-
-void BoundedHtml::readMarkup() {
-    const QChar next = _position + 1 < _html.size() ? _html[_position + 1] : QChar();
-    if (next == QLatin1Char('!') || next == QLatin1Char('?')) {
-        readComment();
-    } else if (next == QLatin1Char('/')) {
-        readEndTag();
-    } else if (isLetter(next)) {
-        readStartTag();
-    } else {
-        writeText(u"&lt;");
-        ++_position;
-    }
-}
-
-void BoundedHtml::readComment() {
-    const bool comment = QStringView(_html).mid(_position).startsWith(QStringLiteral("<!--"));
-    _position += 2;
-    skipPast(comment ? QStringView(u"-->") : QStringView(u">"));
-}
-
-void BoundedHtml::readEndTag() {
-    _position += 2;
-    const qsizetype start = _position;
-    while (_position < _html.size() && isNamePart(_html[_position]))
-        ++_position;
-    const QString name = _html.mid(start, _position - start).toLower();
-    skipPast(u">");
-    _work.addEndTag(name);
-    if (_openByName.value(name) == 0)
-        return;
-    while (_elements.last() != name)
-        popElement();
-    popElement();
-}
-
-void BoundedHtml::readStartTag() {
-    const qsizetype start = ++_position;
-    while (_position < _html.size() && isNamePart(_html[_position]))
-        ++_position;
-    const QString name = _html.mid(start, _position - start).toLower();
-    Attributes attributes = readAttributes();
-    if (_position >= _html.size())
-        return;
-    ++_position;
-    _work.addStartTag(name, _elements.size());
-    for (const auto &[key, value] : attributes)
-        _work.addAttribute(key, value);
-    if (isDropped(name)) {
-        static_cast<void>(readRawText(name));
-    } else if (name == QStringLiteral("style")) {
-        QString rules = readRawText(name).toString();
-        rules.remove(QLatin1Char('<'));
-        _work.addStyleSheet(rules);
-        _out += QStringLiteral("<style>") + rules + QStringLiteral("</style>");
-    } else if (name == QStringLiteral("wbr")) {
-        writeText(u"&#8203;");
-    } else {
-        open(name, std::move(attributes));
-    }
-}
-
-BoundedHtml::Attributes BoundedHtml::readAttributes() {
-    Attributes attributes;
-    for (;;) {
-        skipSpace();
-        if (_position >= _html.size() || _html[_position] == QLatin1Char('>'))
-            return attributes;
-        const QString name = readWord().toLower();
-        if (name.isEmpty()) {
-            ++_position;
+    bool whole = true;
+    for (HtmlToken token = _reader.next(); whole && token.kind != HtmlToken::Kind::End;
+         token = _reader.next()) {
+        const qsizetype written = _page.html.size();
+        read(token);
+        if (!_work.isTooMuch())
             continue;
-        }
-        skipSpace();
-        QString value;
-        if (_position < _html.size() && _html[_position] == QLatin1Char('=')) {
-            ++_position;
-            skipSpace();
-            value = readWord();
-        }
-        // The document takes addresses as they stand, where pages may surround them with space.
-        if (name == QStringLiteral("href") || name == QStringLiteral("src"))
-            value = value.trimmed();
-        if (std::all_of(name.begin(), name.end(), isNamePart))
-            attributes.emplaceBack(name, value);
+        // What was one tag too many must not be in it. The document itself ends what is open.
+        _page.html.truncate(written);
+        whole = false;
     }
+    _page.items = _lists.takeItems();
+    _page.isLong = _work.isMuch();
+    return whole;
 }
 
-QString BoundedHtml::readWord() {
-    if (_position >= _html.size())
-        return {};
-    const QChar quote = _html[_position];
-    if (quote == QLatin1Char('"') || quote == QLatin1Char('\'')) {
-        const qsizetype end = _html.indexOf(quote, _position + 1);
-        const qsizetype stop = end < 0 ? _html.size() : end;
-        QString word = _html.mid(_position + 1, stop - _position - 1);
-        _position = std::min(stop + 1, _html.size());
-        return word;
-    }
-    const qsizetype start = _position;
-    while (_position < _html.size()) {
-        const QChar c = _html[_position];
-        if (c.isSpace() || c == QLatin1Char('>') || c == QLatin1Char('='))
+void BoundedHtml::read(const HtmlToken &token) {
+    switch (token.kind) {
+        case HtmlToken::Kind::Text:
+            writeText(token.text);
             break;
-        ++_position;
+        case HtmlToken::Kind::StartTag:
+            start(token);
+            break;
+        case HtmlToken::Kind::EndTag:
+            end(token.name);
+            break;
+        case HtmlToken::Kind::End:
+            break;
     }
-    return _html.mid(start, _position - start);
 }
 
-QStringView BoundedHtml::readRawText(const QString &name) {
-    const qsizetype start = _position;
-    const qsizetype end =
-        _html.indexOf(QStringLiteral("</") + name, _position, Qt::CaseInsensitive);
-    if (end < 0) {
-        _position = _html.size();
-        return QStringView(_html).mid(start);
-    }
-    _position = end;
-    skipPast(u">");
-    return QStringView(_html).mid(start, end - start);
-}
-
-void BoundedHtml::skipSpace() {
-    while (_position < _html.size() && _html[_position].isSpace())
-        ++_position;
-}
-
-void BoundedHtml::skipPast(QStringView end) {
-    const qsizetype found = _html.indexOf(end, _position);
-    _position = found < 0 ? _html.size() : found + end.size();
-}
-
-void BoundedHtml::open(const QString &name, Attributes attributes) {
-    if (isVoid(name)) {
-        closeImplied(name);
-        if (isShownVoid(name) && !isHidden(attributes))
-            writeStartTag(name, attributes);
+void BoundedHtml::start(const HtmlToken &token) {
+    _work.addTag();
+    if (token.element->isDropped)
+        return;
+    if (token.name == QStringLiteral("style")) {
+        _sheet.add(token.text);
         return;
     }
-    closeImplied(name);
-    if (_shownElements < 0 && isHidden(attributes))
-        _shownElements = _elements.size();
-    if (name == QStringLiteral("table"))
-        _tables.emplaceBack();
-    else if (name == QStringLiteral("tr"))
-        countRow();
-    else if (isCell(name))
-        countCell(attributes);
-    inheritDirection(attributes);
-    _elements.append(name);
-    ++_openByName[name];
-    writeStartTag(name, attributes);
-}
-
-void BoundedHtml::countRow() {
-    if (_tables.isEmpty())
+    closeImplied(token);
+    if (_open.size() >= mostOpen)
         return;
-    Table &table = _tables.last();
-    const qint64 before = table.cells();
-    ++table.rows;
-    table.columnsOfRow = 0;
-    _work.addCells(table.cells() - before, _tables.size());
-}
-
-void BoundedHtml::countCell(Attributes &attributes) {
-    int columns = 1;
-    int rows = 1;
-    for (auto &[name, value] : attributes) {
-        if (name != QStringLiteral("colspan") && name != QStringLiteral("rowspan"))
-            continue;
-        const int span = spanOf(value);
-        value = QString::number(span);
-        (name == QStringLiteral("colspan") ? columns : rows) = span;
-    }
-    if (_tables.isEmpty())
+    _path.push_back({token.name, valueOf(token.attributes, QLatin1String("id")).left(64),
+                     classesIn(valueOf(token.attributes, QLatin1String("class")))});
+    const CssStyle style = styleOf(token);
+    if (!token.element->isVoid) {
+        open(token.name, token.attributes, style);
         return;
-    Table &table = _tables.last();
-    const qint64 before = table.cells();
-    table.rows = std::max<qint64>(table.rows, 1);
-    table.columnsOfRow += columns;
-    table.columns = std::max(table.columns, table.columnsFromAbove + table.columnsOfRow);
-    if (rows > 1) {
-        table.columnsFromAbove += columns;
-        table.rowsBelow = std::max<qint64>(table.rowsBelow, rows);
     }
-    _work.addCells(table.cells() - before, _tables.size());
+    _path.pop_back();
+    if (!isHidden() && style.value("display") != QStringLiteral("none"))
+        startVoid(token.name, token.attributes, style);
 }
 
-void BoundedHtml::inheritDirection(Attributes &attributes) {
-    const QString key = QStringLiteral("dir");
-    const qsizetype own = indexOf(attributes, key);
-    if (own >= 0)
-        _directions.append(attributes.at(own).second);
+void BoundedHtml::end(const QString &name) {
+    const auto found = std::find_if(_open.rbegin(), _open.rend(),
+                                    [&](const Element &each) { return each.name == name; });
+    _work.addTag(std::distance(_open.rbegin(), found));
+    if (found == _open.rend() || name.isEmpty())
+        return;
+    for (auto count = std::distance(_open.rbegin(), found); count >= 0; --count)
+        pop();
+}
+
+CssStyle BoundedHtml::styleOf(const HtmlToken &token) {
+    CssStyle style;
+    if (isHidden())
+        return style;
+    style = _sheet.styleOf(_path);
+    const QString own = valueOf(token.attributes, QLatin1String("style"));
+    if (!own.isEmpty())
+        style.overlay(CssStyle::of(withoutEntities(own.left(4096))));
+    if (!valueOf(token.attributes, QLatin1String("hidden")).isNull())
+        style.set("display", QStringLiteral("none"));
+    return style;
+}
+
+void BoundedHtml::startVoid(const QString &name, const HtmlAttributes &attributes,
+                            const CssStyle &style) {
+    if (name == QStringLiteral("wbr")) {
+        writeText(u"&#8203;");
+    } else if (name == QStringLiteral("img")) {
+        writePicture(attributes, style);
+    } else if (name == QStringLiteral("br")) {
+        enterCell();
+        _page.html += QStringLiteral("<br>");
+        _work.addLineBreak();
+        _text.startWord();
+    } else if (name == QStringLiteral("hr")) {
+        enterCell();
+        Element rule = child(name);
+        rule.written = name;
+        write(rule, boundedAttributes(name, attributes), {});
+        _afterBlock = true;
+    }
+}
+
+BoundedHtml::Element BoundedHtml::child(const QString &name) const {
+    Element element;
+    if (!_open.empty())
+        element = _open.back();
+    element.name = name;
+    element.kind = &HtmlElement::named(name);
+    element.written.clear();
+    element.role = Role::Plain;
+    element.item = -1;
+    return element;
+}
+
+void BoundedHtml::open(const QString &name, const HtmlAttributes &attributes, CssStyle style) {
+    if (!isHidden() && style.value("display") == QStringLiteral("none"))
+        _shownElements = static_cast<qsizetype>(_open.size());
+    if (isHidden()) {
+        _open.push_back(child(name));
+        return;
+    }
+    HtmlNode node = std::move(_path.back());
+    _path.pop_back();
+    leaveCell(HtmlElement::named(name));
+    _path.push_back(std::move(node));
+
+    Element element = child(name);
+    giveRole(element);
+    if (element.role == Role::List)
+        _lists.open(name, attributes, style.value("list-style-type"));
+    else if (name == QStringLiteral("li") && _lists.isOpen())
+        markItem(element, attributes, style);
+    giveIndent(element, style);
+    giveDirection(element, attributes, style);
+    element.preserved = element.preserved || name == QStringLiteral("pre");
+    if (const QString space = style.value("white-space"); !space.isEmpty())
+        element.preserved = space.startsWith(QStringLiteral("pre"));
+    for (const char *consumed : {"direction", "display", "list-style-type"})
+        style.remove(consumed);
+
+    HtmlAttributes kept = boundedAttributes(element.written, attributes);
+    giveLook(element, kept, style);
+    if (element.role == Role::Cell)
+        _tables.back().openCell(kept, _work);
+    write(element, kept, style);
+    if (!element.written.isEmpty())
+        ++_written;
+    _open.push_back(std::move(element));
+}
+
+void BoundedHtml::giveRole(Element &element) {
+    const QString &name = element.name;
+    const bool room = _written < mostWritten;
+    if (element.kind->isTablePart()) {
+        if (!isBesideCells()) {
+            // Outside of a table, a cell is a block like others.
+            element.written = element.kind->isCell && room ? QStringLiteral("div") : QString();
+            return;
+        }
+        const bool written = _tables.back().isWritten();
+        if (written)
+            element.written = name;
+        if (element.kind->isRow) {
+            element.role = Role::Row;
+            _tables.back().openRow(_work);
+        } else if (element.kind->isCell) {
+            element.role = Role::Cell;
+            if (written)
+                element.indent = 0;
+            else if (room)
+                element.written = QStringLiteral("div");
+        }
+        return;
+    }
+    const bool fits = room && !isBesideCells();
+    if (fits)
+        element.written = element.kind->written;
+    if (element.kind->isList)
+        element.role = Role::List;
+    if (name == QStringLiteral("body")) {
+        if (_written > 0 || _bodyWritten)
+            element.written.clear();
+        _bodyWritten = true;
+    }
+    if (name != QStringLiteral("table"))
+        return;
+    const auto depth = std::count_if(_tables.begin(), _tables.end(),
+                                     [](const HtmlTable &each) { return each.isWritten(); });
+    const bool written = fits && depth < deepestTable && _tablesWritten < mostTables &&
+                         _written + levelsOfTable <= mostWritten;
+    element.role = Role::Table;
+    _tables.emplace_back(written ? static_cast<int>(depth) + 1 : 0);
+    if (written)
+        ++_tablesWritten;
+    else if (fits)
+        element.written = QStringLiteral("div");
+}
+
+void BoundedHtml::giveIndent(Element &element, CssStyle &style) const {
+    const bool block = isBlock(element) && element.role != Role::Cell;
+    int own = pixelsIn(style, "margin-left") + pixelsIn(style, "margin-right");
+    if (!block || element.indent + own > mostIndent) {
+        style.remove("margin-left");
+        style.remove("margin-right");
+        own = 0;
+    }
+    if (!block) {
+        for (const char *property : {"margin-top", "margin-bottom", "text-indent"})
+            style.remove(property);
+        return;
+    }
+    if (element.role == Role::List || element.written == QStringLiteral("dd"))
+        own += indentOfList;
+    else if (element.written == QStringLiteral("blockquote"))
+        own += 2 * indentOfList;
+    if (element.indent + own <= mostIndent)
+        element.indent += own;
     else
-        _directions.append(_directions.isEmpty() ? QString() : _directions.last());
-    _directed = _directed || own >= 0;
-    if (!_directed || own >= 0)
+        element.written = QStringLiteral("div");
+}
+
+void BoundedHtml::giveDirection(Element &element, const HtmlAttributes &attributes,
+                                const CssStyle &style) {
+    const QString stated = style.value("direction");
+    const QString direction =
+        stated.isEmpty() ? valueOf(attributes, QLatin1String("dir")).trimmed().toLower() : stated;
+    if (direction != QStringLiteral("ltr") && direction != QStringLiteral("rtl"))
         return;
-    const QString &direction = _directions.last();
-    attributes.emplaceBack(key, direction.isEmpty() ? QStringLiteral("ltr") : direction);
+    element.direction = direction;
+    _directed = true;
 }
 
-void BoundedHtml::closeImplied(const QString &next) {
-    while (!_elements.isEmpty() && isImpliedEnd(_elements.last(), next))
-        popElement();
+void BoundedHtml::giveLook(Element &element, HtmlAttributes &attributes, CssStyle &style) {
+    const auto removeAll = [&attributes](auto isRemoved) {
+        attributes.removeIf([&](const auto &each) { return isRemoved(each.first); });
+    };
+    const bool table = element.role == Role::Table;
+    const QString align = valueOf(attributes, QLatin1String("align"));
+    if (!table)
+        style.remove("float");
+    else if ((!style.value("float").isEmpty() ||
+              (!align.isEmpty() && align != QLatin1String("center"))) &&
+             ++_floats > mostFloats) {
+        style.remove("float");
+        removeAll([](const QString &name) { return name == QLatin1String("align"); });
+    }
+    const bool otherFont = element.kind->isOtherFont && !element.written.isEmpty();
+    QString font = style.fontText();
+    QString rest = style.text();
+    for (const auto &[name, value] : std::as_const(attributes)) {
+        const bool ofFont = name == QStringLiteral("face") || name == QStringLiteral("size");
+        if (ofFont || (name != QStringLiteral("href") && name != QStringLiteral("title")))
+            (ofFont ? font : rest) += name + value + QLatin1Char(';');
+    }
+    if (otherFont || !font.isEmpty()) {
+        const size_t asked =
+            qHashMulti(element.font, otherFont ? element.written : QString(), font);
+        if (!_work.isDisplay() || _looks.admitFont(asked)) {
+            element.font = asked;
+        } else {
+            style.removeFont();
+            removeAll([](const QString &name) {
+                return name == QLatin1String("face") || name == QLatin1String("size");
+            });
+            if (otherFont && element.role != Role::Cell)
+                element.written = isBlock(element) ? QStringLiteral("div") : QString();
+        }
+    }
+    const bool look = !element.written.isEmpty() && !isPlain(element.written) &&
+                      (element.kind->isOtherFont || element.kind->isOtherLook);
+    if (!look && rest.isEmpty() && font.isEmpty())
+        return;
+    const size_t asked = qHashMulti(element.look, look ? element.written : QString(), rest, font);
+    if (_looks.admitLook(asked)) {
+        element.look = asked;
+        return;
+    }
+    style.clear();
+    removeAll([](const QString &name) {
+        return name != QLatin1String("href") && name != QLatin1String("colspan") &&
+               name != QLatin1String("rowspan");
+    });
+    if (look && element.role != Role::Cell && element.written != QStringLiteral("a"))
+        element.written = isBlock(element) ? QStringLiteral("div") : QString();
 }
 
-void BoundedHtml::popElement() {
-    const QString name = _elements.takeLast();
-    _directions.removeLast();
-    --_openByName[name];
-    if (name == QStringLiteral("table") && !_tables.isEmpty())
-        _tables.removeLast();
-    if (_shownElements < 0)
-        _out += QStringLiteral("</") + name + QLatin1Char('>');
-    else if (_elements.size() == _shownElements)
-        _shownElements = -1;
+void BoundedHtml::markItem(Element &element, const HtmlAttributes &attributes, CssStyle &style) {
+    const bool first = _lists.isAtStart();
+    element.item = _lists.addItem(attributes, style.value("list-style-type"));
+    // As a document sets a list of its own apart.
+    if (first && style.value("margin-top").isEmpty())
+        style.set("margin-top", QString::number(PageLists::margin) + QStringLiteral("px"));
+}
+
+void BoundedHtml::write(Element &element, HtmlAttributes attributes, const CssStyle &style) {
+    if (element.written.isEmpty())
+        return;
+    QString styles = style.text();
+    if (element.item >= 0)
+        styles += (styles.isEmpty() ? QStringLiteral("-qt-user-state:")
+                                    : QStringLiteral(";-qt-user-state:")) +
+                  QString::number(element.item);
+    if (!styles.isEmpty())
+        attributes.emplaceBack(QStringLiteral("style"), styles);
+    // The document would carry a direction on past the end of a list or table, so once there is
+    // one, every element states its own.
+    if (_directed)
+        attributes.emplaceBack(QStringLiteral("dir"), element.direction.isEmpty()
+                                                          ? QStringLiteral("ltr")
+                                                          : element.direction);
+    if (attributes.isEmpty() && element.written == QStringLiteral("span")) {
+        element.written.clear();
+        return;
+    }
+    const qsizetype before = _page.html.size();
+    _page.html += QLatin1Char('<') + element.written;
+    for (auto &[key, value] : attributes) {
+        value.remove(QChar(QChar::Null));
+        value.replace(QLatin1Char('"'), QStringLiteral("&quot;"));
+        _page.html += QLatin1Char(' ') + key + QStringLiteral("=\"") + value + QLatin1Char('"');
+    }
+    _page.html += QLatin1Char('>');
+    const bool block = isBlock(element);
+    _work.addElement(block, _page.html.size() - before);
+    _work.addDeclarations(style.size() + (element.item >= 0 ? 1 : 0));
+    if (block)
+        startLine();
+}
+
+void BoundedHtml::writePicture(const HtmlAttributes &attributes, const CssStyle &style) {
+    const QString address = withoutEntities(valueOf(attributes, QLatin1String("src"))).trimmed();
+    const QString alternative =
+        valueOf(attributes, QLatin1String("alt")).simplified().left(longestAlternative);
+    const bool carried = address.startsWith(QStringLiteral("data:image/"), Qt::CaseInsensitive);
+    if (!carried || _picturesWritten >= mostPictures || _picturesOfBlock >= mostPicturesOfBlock) {
+        writeText(alternative);
+        return;
+    }
+    enterCell();
+    if (_afterBlock)
+        openAnonymous(QStringLiteral("div"));
+    auto known = _pictures.constFind(address);
+    if (known == _pictures.constEnd()) {
+        known = _pictures.insert(address, _page.pictures.size());
+        _page.pictures << address;
+    }
+    HtmlAttributes kept{{QStringLiteral("src"), BoundedPage::pictureName(*known)}};
+    for (const char *side : {"width", "height"}) {
+        const QString size = sizeIn(valueOf(attributes, QLatin1String(side)).trimmed());
+        if (!size.isEmpty())
+            kept.emplaceBack(QLatin1String(side), size);
+    }
+    if (!alternative.isEmpty())
+        kept.emplaceBack(QStringLiteral("alt"), alternative);
+    CssStyle place;
+    for (const char *property : {"float", "vertical-align"}) {
+        if (const QString value = style.value(property); !value.isEmpty())
+            place.set(property, value);
+    }
+    const QString align = valueOf(attributes, QLatin1String("align")).trimmed().toLower();
+    if (!CssValues::keyword(align, "left right").isEmpty())
+        place.set("float", align);
+    if (!place.value("float").isEmpty() && ++_floats > mostFloats)
+        place.remove("float");
+    Element picture = child(QStringLiteral("img"));
+    picture.written = picture.name;
+    ++_picturesWritten;
+    _work.addPicture(_picturesOfBlock++, address.size());
+    write(picture, std::move(kept), place);
+    _text.startWord();
 }
 
 void BoundedHtml::writeText(QStringView text) {
-    if (_shownElements >= 0)
+    if (isHidden())
         return;
-    _work.addText(text);
-    if (!text.contains(QChar(QChar::Null))) {
-        _out += text;
+    const bool blank = text.trimmed().isEmpty();
+    if (blank && isBesideCells())
         return;
+    if (!blank) {
+        enterCell();
+        _afterBlock = false;
     }
-    _out += text.toString().remove(QChar(QChar::Null));
+    if (_open.empty())
+        _text.write(text, 0, false);
+    else
+        _text.write(text, _open.back().font, _open.back().preserved);
 }
 
-void BoundedHtml::writeStartTag(const QString &name, const Attributes &attributes) {
-    if (_shownElements >= 0)
+void BoundedHtml::enterCell() {
+    if (!isBesideCells())
         return;
-    _out += QLatin1Char('<') + name;
-    for (const auto &[key, value] : attributes) {
-        _out += QLatin1Char(' ') + key + QStringLiteral("=\"");
-        _out += QString(value).replace(QLatin1Char('"'), QStringLiteral("&quot;"));
-        _out += QLatin1Char('"');
+    if (!_tables.back().isRowOpen())
+        openAnonymous(QStringLiteral("tr"));
+    openAnonymous(QStringLiteral("td"));
+}
+
+void BoundedHtml::leaveCell(const HtmlElement &next) {
+    if (!next.isTablePart() || _tables.empty())
+        return;
+    while (_tables.back().isCellOpen())
+        pop();
+    while (!next.isCell && _tables.back().isRowOpen())
+        pop();
+    if (next.isCell && !_tables.back().isRowOpen())
+        openAnonymous(QStringLiteral("tr"));
+}
+
+void BoundedHtml::openAnonymous(const QString &name) {
+    Element element = child(name);
+    if (element.kind->isTablePart()) {
+        giveRole(element);
+        if (element.role == Role::Cell)
+            _tables.back().openCell({}, _work);
+    } else if (_written < mostWritten) {
+        element.written = name;
     }
-    _out += QLatin1Char('>');
+    write(element, {}, {});
+    if (!element.written.isEmpty())
+        ++_written;
+    element.name.clear();
+    _path.push_back({});
+    _open.push_back(std::move(element));
+}
+
+void BoundedHtml::closeImplied(const HtmlToken &next) {
+    while (!_open.empty()) {
+        const Element &last = _open.back();
+        const bool anonymous =
+            last.name.isEmpty() && last.role == Role::Plain && next.element->isBlock;
+        if (!anonymous && !last.kind->endsBefore(last.name, next.name, *next.element))
+            return;
+        pop();
+    }
+}
+
+void BoundedHtml::pop() {
+    const Element element = std::move(_open.back());
+    _open.pop_back();
+    _path.pop_back();
+    if (isHidden()) {
+        if (static_cast<qsizetype>(_open.size()) == _shownElements)
+            _shownElements = -1;
+        return;
+    }
+    switch (element.role) {
+        case Role::Table:
+            _tables.pop_back();
+            break;
+        case Role::Row:
+            _tables.back().closeRow();
+            break;
+        case Role::Cell:
+            _tables.back().closeCell();
+            break;
+        case Role::List:
+            _lists.close();
+            break;
+        case Role::Plain:
+            break;
+    }
+    if (element.written.isEmpty())
+        return;
+    _page.html += QStringLiteral("</") + element.written + QLatin1Char('>');
+    --_written;
+    if (!isBlock(element))
+        return;
+    startLine();
+    // After a table the document begins a block by itself.
+    _afterBlock = element.role != Role::Table;
+}
+
+bool BoundedHtml::isBlock(const Element &element) {
+    return !element.written.isEmpty() && (element.kind->isBlock || isPlain(element.written));
+}
+
+void BoundedHtml::startLine() {
+    _text.startBlock();
+    _picturesOfBlock = 0;
+    _afterBlock = false;
 }
 
 }  // namespace pelorinnews

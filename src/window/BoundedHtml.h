@@ -1,83 +1,122 @@
 #pragma once
 
+#include "BoundedPage.h"
+#include "CssStyle.h"
+#include "HtmlReader.h"
+#include "HtmlTable.h"
+#include "HtmlTextWriter.h"
 #include "HtmlWork.h"
+#include "PageLooks.h"
+#include "StyleSheet.h"
 
 #include <QHash>
-#include <QList>
 #include <QString>
-#include <QStringList>
 
 #include <optional>
+#include <vector>
 
 namespace pelorinnews {
 
-/// Prepares a page's HTML for a text document, which takes hostile or careless HTML in badly: its
-/// time and memory grow with the square of the nesting, of the longest word and of the pictures in
-/// a paragraph, with tags times style rules, and with two to the power of tables in each other, so
-/// that some hundred bytes can occupy it for ever.
+/// Writes a page anew for a text document, which takes hostile or careless HTML in badly: some
+/// kilobytes can occupy it for minutes. Only what is known to be harmless reaches it: elements that
+/// it knows, attributes and styles with values of a known form within bounds, no style sheet, no
+/// lists, tables and nesting only so deep. What a page asks for beyond that is left out, and its
+/// text stays.
 ///
-/// The result means the same, but is written in one plain way: comments, scripts, frames and other
-/// content that a page does not show as text are gone, end tags match, attributes are quoted,
-/// column and row spans are numbers within bounds. It costs a document about a quarter of a second
-/// at most; pages beyond that are some hundred thousand words long, or mean no good.
+/// All of it together costs a document, laid out and painted, about a quarter of a second at most
+/// on the computer that the rates of `HtmlWork` were measured on. Pages beyond that are some
+/// hundred thousand words long, or mean no good; they are cut, or not copied.
 class BoundedHtml {
 public:
     /// The whole page, for a document that is copied from; absent for an absent text and for one
     /// that costs too much.
-    static std::optional<QString> prepared(const QString &html);
+    static std::optional<BoundedPage> prepared(const QString &html);
 
     /// As much of the page, from its beginning, as a document can take in and lay out in time; an
     /// ellipsis ends what had to be cut.
-    static QString beginning(const QString &html);
+    static BoundedPage beginning(const QString &html);
 
 private:
-    struct Table {
-        qint64 rows = 0;
-        qint64 columns = 0;
-        qint64 columnsOfRow = 0;
-        qint64 columnsFromAbove = 0;
-        qint64 rowsBelow = 0;
+    enum class Role { Plain, List, Table, Row, Cell };
 
-        [[nodiscard]] qint64 cells() const { return (rows + rowsBelow) * columns; }
+    struct Element {
+        /// In the page; empty for one that the page does not have.
+        QString name;
+        /// What that name means; never null.
+        const HtmlElement *kind = nullptr;
+        /// In the document; empty where only its content is.
+        QString written;
+        Role role = Role::Plain;
+        QString direction;
+        size_t look = 0;
+        size_t font = 0;
+        /// Of a list's item, its index among those of the page; otherwise -1.
+        int item = -1;
+        /// How much narrower its lines are than the page's or the cell's, in pixels.
+        int indent = 0;
+        bool preserved = false;
     };
-    using Attributes = QList<std::pair<QString, QString>>;
 
-    BoundedHtml(const QString &html, HtmlWork::Purpose purpose) : _html(html), _work(purpose) {}
+    BoundedHtml(const QString &html, HtmlWork::Purpose purpose)
+        : _reader(html), _work(purpose), _text(_page.html, _work) {}
 
-    // False where it became too much; what was prepared until then is there.
+    // False where it became too much; what was written until then is there.
     bool run();
-    void readMarkup();
-    void readComment();
-    void readEndTag();
-    void readStartTag();
-    [[nodiscard]] Attributes readAttributes();
-    [[nodiscard]] QString readWord();
-    [[nodiscard]] QStringView readRawText(const QString &name);
-    void skipSpace();
-    void skipPast(QStringView end);
+    void read(const HtmlToken &token);
+    void start(const HtmlToken &token);
+    void end(const QString &name);
+    void startVoid(const QString &name, const HtmlAttributes &attributes, const CssStyle &style);
+    void open(const QString &name, const HtmlAttributes &attributes, CssStyle style);
 
-    void open(const QString &name, Attributes attributes);
-    // Once a direction is stated, every element states its own: the document would carry it on past
-    // the end of a list or table.
-    void inheritDirection(Attributes &attributes);
-    void countCell(Attributes &attributes);
-    void countRow();
-    void closeImplied(const QString &next);
-    void popElement();
+    void giveRole(Element &element);
+    void giveIndent(Element &element, CssStyle &style) const;
+    void giveLook(Element &element, HtmlAttributes &attributes, CssStyle &style);
+    void giveDirection(Element &element, const HtmlAttributes &attributes, const CssStyle &style);
+    void markItem(Element &element, const HtmlAttributes &attributes, CssStyle &style);
+    // Nothing for an element that is not written, or that would say nothing.
+    void write(Element &element, HtmlAttributes attributes, const CssStyle &style);
+    void writePicture(const HtmlAttributes &attributes, const CssStyle &style);
     void writeText(QStringView text);
-    void writeStartTag(const QString &name, const Attributes &attributes);
 
-    const QString &_html;
-    qsizetype _position = 0;
-    QString _out;
-    QStringList _elements;
-    QStringList _directions;
+    // Text and pictures stand in a cell, not beside it.
+    void enterCell();
+    // Makes room for a row or a cell beside the one that is open.
+    void leaveCell(const HtmlElement &next);
+    void openAnonymous(const QString &name);
+    void closeImplied(const HtmlToken &next);
+    void pop();
+
+    [[nodiscard]] CssStyle styleOf(const HtmlToken &token);
+    [[nodiscard]] bool isHidden() const { return _shownElements >= 0; }
+    [[nodiscard]] bool isBesideCells() const {
+        return !_tables.empty() && !_tables.back().isCellOpen();
+    }
+    [[nodiscard]] static bool isBlock(const Element &element);
+    [[nodiscard]] Element child(const QString &name) const;
+    void startLine();
+
+    HtmlReader _reader;
+    BoundedPage _page;
+    HtmlWork _work;
+    HtmlTextWriter _text;
+    PageLists _lists;
+    PageLooks _looks;
+    StyleSheet _sheet;
+    std::vector<Element> _open;
+    std::vector<HtmlNode> _path;
+    std::vector<HtmlTable> _tables;
+    QHash<QString, qsizetype> _pictures;
+    int _written = 0;
+    int _tablesWritten = 0;
+    int _floats = 0;
+    int _picturesWritten = 0;
+    int _picturesOfBlock = 0;
     bool _directed = false;
-    QHash<QString, int> _openByName;
-    QList<Table> _tables;
+    bool _bodyWritten = false;
+    // A block has just ended: a picture would go into it.
+    bool _afterBlock = false;
     // How many elements stood open before the hidden one that we are in; -1 outside of any.
     qsizetype _shownElements = -1;
-    HtmlWork _work;
 };
 
 }  // namespace pelorinnews

@@ -8,6 +8,7 @@
 #include <QTextCursor>
 #include <QTextDocument>
 
+#include <algorithm>
 #include <array>
 
 namespace pelorinnews {
@@ -75,17 +76,21 @@ bool showsPicture(const QTextBlock &block) {
 
 }  // namespace
 
-void repairHtmlDocument(QTextDocument &document) {
+void repairHtmlDocument(QTextDocument &document, const std::vector<PageListItem> &items) {
     // What a document tells of a heading is only a size and an enlargement. A size that ordinary
     // text has as well is the page's, and the heading stands out from it; any other is its own.
     const QSet<double> ordinary = ordinarySizes(document);
     const QBrush desktopsLink = QGuiApplication::palette().link();
     QList<Run> runs;
     QList<int> pictures;
+    QList<int> endsOfLists;
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
         if (block.blockFormat().lineHeightType() == QTextBlockFormat::ProportionalHeight &&
             showsPicture(block))
             pictures.append(block.position());
+        const auto item = static_cast<std::size_t>(block.userState());
+        if (block.userState() >= 0 && item < items.size() && items[item].last)
+            endsOfLists.append(block.position());
         const bool heading = block.blockFormat().headingLevel() != 0;
         for (auto each = block.begin(); !each.atEnd(); ++each) {
             const QTextCharFormat given = each.fragment().charFormat();
@@ -114,6 +119,13 @@ void repairHtmlDocument(QTextDocument &document) {
         QTextBlockFormat single;
         single.setLineHeight(0, QTextBlockFormat::SingleHeight);
         cursor.mergeBlockFormat(single);
+    }
+    for (const int position : std::as_const(endsOfLists)) {
+        cursor.setPosition(position);
+        QTextBlockFormat apart;
+        apart.setBottomMargin(
+            std::max<double>(PageLists::margin, cursor.blockFormat().bottomMargin()));
+        cursor.mergeBlockFormat(apart);
     }
     cursor.endEditBlock();
 }

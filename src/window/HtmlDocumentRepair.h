@@ -1,5 +1,9 @@
 #pragma once
 
+#include "PageList.h"
+
+#include <vector>
+
 class QTextDocument;
 
 namespace pelorinnews {
@@ -10,9 +14,10 @@ namespace pelorinnews {
 /// - A picture's line is as high as the picture, whatever line height the text around it has.
 /// - A link without a colour of its own has the one that browsers give it. The document's is the
 ///   desktop's, which may be meant for a dark ground.
+/// - Below a list is the space that belongs there; `items` are those of the page's lists.
 ///
 /// Sizes that text has from a style and from its element are one size afterwards, so whoever reads
 /// the formats need not know how the document combines the two. Main thread only.
-void repairHtmlDocument(QTextDocument &document);
+void repairHtmlDocument(QTextDocument &document, const std::vector<PageListItem> &items = {});
 
 }  // namespace pelorinnews

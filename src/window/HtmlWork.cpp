@@ -1,6 +1,6 @@
 #include "HtmlWork.h"
 
-#include "HtmlElements.h"
+#include <QChar>
 
 #include <algorithm>
 
@@ -8,107 +8,113 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr qint64 most = 25'000'000;
+constexpr qint64 most = 200'000'000;
 
-constexpr qint64 copiedCharacter = 25;
-constexpr qint64 copiedTag = 300;
-constexpr qint64 copiedCell = 1'500;
+struct Rate {
+    qint64 copied;
+    qint64 shown;
+};
 
-constexpr qint64 shownCharacter = 15;
-// A block is laid out as a whole once any of it is seen, others only when they come into view.
-constexpr qint64 shownCharacterOfLongBlock = 60;
-constexpr qint64 longBlock = 5'000;
-// Lines can end before and after each of these.
-constexpr qint64 shownIdeograph = 200;
-constexpr char16_t firstIdeograph = 0x2e80;
-constexpr qint64 shownTag = 500;
-constexpr qint64 shownLineBreak = 1'200;
-// For a table that lies in no other; every table around doubles it.
-constexpr qint64 shownCell = 5'000;
-constexpr qsizetype deepestTable = 30;
+constexpr Rate plainCharacter{60, 350};
+constexpr Rate otherCharacter{150, 600};
+// Lines can end before and after each of these, and their fonts are the largest.
+constexpr Rate farCharacter{150, 1'300};
+constexpr char32_t firstOther = 0x80;
+constexpr char32_t firstFar = 0x0e00;
+// Text of another script is shaped by itself.
+constexpr Rate scriptChange{0, 4'000};
+constexpr qint64 fontOfScript = 600'000;
+// Where no font of the computer can shape the script, all of them are tried.
+constexpr qint64 fontOfComplexScript = 16'000'000;
 
+constexpr qint64 tag = 800;
+constexpr qint64 lookAtOpen = 10;
+constexpr Rate block{6'000, 10'000};
+constexpr Rate inlineElement{4'000, 14'000};
+constexpr Rate characterOfTag{20, 20};
+constexpr Rate declaration{2'500, 2'700};
+constexpr Rate lineBreak{5'000, 10'000};
+constexpr Rate picture{20'000, 60'000};
 // Each is laid out anew with every one that follows in its block, even before anything is shown.
-constexpr qint64 pictureBeforeAnother = 20;
+constexpr Rate pictureBefore{300, 300};
+constexpr Rate characterOfAddress{30, 30};
+constexpr Rate cell{7'000, 42'000};
+constexpr Rate spanInCells{5, 5};
 
-constexpr qint64 attribute = 100;
-constexpr qint64 styleRule = 800;
-constexpr qint64 ruleHeldAgainstElement = 10;
-constexpr qint64 fontLookedUp = 30'000;
+bool isOfOwnScript(QChar::Script script) {
+    return script != QChar::Script_Common && script != QChar::Script_Inherited &&
+           script != QChar::Script_Unknown;
+}
+
+/// Those for which Qt asks fonts for more than their characters.
+bool isComplex(QChar::Script script) {
+    return (script >= QChar::Script_Devanagari && script <= QChar::Script_Sinhala) ||
+           script == QChar::Script_Syriac || script == QChar::Script_Thaana ||
+           script == QChar::Script_Khmer || script == QChar::Script_Nko;
+}
 
 }  // namespace
 
-void HtmlWork::addText(QStringView text) {
-    _charactersOfBlock += text.size();
-    if (!_display) {
-        _sum += text.size() * copiedCharacter;
-        return;
+void HtmlWork::addCharacter(char32_t character, size_t font) {
+    const auto cost = [this](const Rate &rate) { return _display ? rate.shown : rate.copied; };
+    if (character < firstOther) {
+        _nanoseconds += cost(plainCharacter);
+        if (!_display)
+            return;
+    } else {
+        _nanoseconds += cost(character < firstFar ? otherCharacter : farCharacter);
+        if (!_display)
+            return;
     }
-    const qint64 each = _charactersOfBlock > longBlock ? shownCharacterOfLongBlock : shownCharacter;
-    for (const QChar c : text) {
-        if (c.isSpace()) {
-            _charactersOfWord = 0;
-        } else if (c.unicode() >= firstIdeograph && !c.isSurrogate()) {
-            _charactersOfWord = 0;
-            _sum += shownIdeograph;
-        } else {
-            // A word that fills many lines is looked through from its start for each of them.
-            _sum += ++_charactersOfWord / 20;
-        }
+    const QChar::Script script = QChar::script(character);
+    if (isOfOwnScript(script) && script != _script) {
+        _script = script;
+        _nanoseconds += cost(scriptChange);
     }
-    _sum += text.size() * each;
-}
-
-void HtmlWork::addStartTag(const QString &name, qsizetype depth) {
-    addEndTag(name);
-    if (name == QStringLiteral("img"))
-        _sum += _picturesOfBlock++ * pictureBeforeAnother;
-    // Each rule is held against the element and against those around it.
-    _sum += (_styleRules + 1) * (depth + 1) * ruleHeldAgainstElement;
-}
-
-void HtmlWork::addEndTag(const QString &name) {
-    if (HtmlElements::isBlock(name)) {
-        _charactersOfBlock = 0;
-        _charactersOfWord = 0;
-        _picturesOfBlock = 0;
-    }
-    if (!_display) {
-        _sum += copiedTag;
+    const size_t pair = qHashMulti(0, font, static_cast<int>(script));
+    if (pair == _pair || _fonts.contains(pair))
         return;
-    }
-    const bool lineBreak = name == QStringLiteral("br");
-    if (lineBreak)
-        _charactersOfWord = 0;
-    _sum += lineBreak ? shownLineBreak : shownTag;
+    _pair = pair;
+    _fonts.insert(pair);
+    _nanoseconds += isComplex(script) ? fontOfComplexScript : fontOfScript;
 }
 
-void HtmlWork::addAttribute(const QString &name, const QString &value) {
-    _sum += attribute + value.size();
-    if (!_display)
-        return;
-    const bool font = name == QStringLiteral("face") ||
-                      (name == QStringLiteral("style") && value.contains(QStringLiteral("font")));
-    if (!font || _fontStyles.contains(value))
-        return;
-    _fontStyles.insert(value);
-    _sum += fontLookedUp;
+void HtmlWork::addTag(qsizetype looks) {
+    _nanoseconds += tag + looks * lookAtOpen;
 }
 
-void HtmlWork::addStyleSheet(const QString &rules) {
-    const qint64 count = rules.count(QLatin1Char('{')) + rules.count(QLatin1Char(','));
-    _styleRules += count;
-    _sum += count * styleRule;
-    if (_display)
-        _sum += rules.count(QStringLiteral("font")) * fontLookedUp;
+void HtmlWork::addElement(bool isBlock, qsizetype length) {
+    const Rate &rate = isBlock ? block : inlineElement;
+    _nanoseconds += (_display ? rate.shown : rate.copied) + length * characterOfTag.copied;
 }
 
-void HtmlWork::addCells(qint64 count, qsizetype depth) {
-    const auto doublings = std::clamp<qsizetype>(depth - 1, 0, deepestTable);
-    _sum += count * (_display ? shownCell << doublings : copiedCell);
+void HtmlWork::addDeclarations(qsizetype count) {
+    _nanoseconds += count * (_display ? declaration.shown : declaration.copied);
+}
+
+void HtmlWork::addLineBreak() {
+    _nanoseconds += _display ? lineBreak.shown : lineBreak.copied;
+}
+
+void HtmlWork::addPicture(int before, qsizetype addressLength) {
+    _nanoseconds += (_display ? picture.shown : picture.copied) + before * pictureBefore.copied +
+                    addressLength * characterOfAddress.copied;
+}
+
+void HtmlWork::addCells(qint64 count, int depth) {
+    _nanoseconds += count * (_display ? cell.shown << std::max(depth - 1, 0) : cell.copied);
+}
+
+void HtmlWork::addSpans(qint64 count) {
+    _nanoseconds += count * spanInCells.copied;
+}
+
+bool HtmlWork::isMuch() const {
+    return _nanoseconds > most / 4;
 }
 
 bool HtmlWork::isTooMuch() const {
-    return _sum > most;
+    return _nanoseconds > most;
 }
 
 }  // namespace pelorinnews

@@ -6,8 +6,9 @@
 
 namespace pelorinnews {
 
-/// Estimates what a page's HTML costs a text document, while it is being read. The rates were
-/// measured; they need to be right within a factor of two or three.
+/// Adds up what a page costs a text document, while it is being written for one. What is written
+/// is of a few plain forms, so that each costs about as much wherever it stands; the rates were
+/// measured, and are meant to be too high rather than too low.
 class HtmlWork {
 public:
     /// A document that is only copied from is never laid out, which is what costs most.
@@ -15,27 +16,33 @@ public:
 
     explicit HtmlWork(Purpose purpose) : _display(purpose == Purpose::Display) {}
 
-    void addText(QStringView text);
-    /// `depth` elements stand open around it.
-    void addStartTag(const QString &name, qsizetype depth);
-    void addEndTag(const QString &name);
-    void addAttribute(const QString &name, const QString &value);
-    void addStyleSheet(const QString &rules);
+    /// `font` tells fonts apart: text that is the first of its font and script has that looked up.
+    void addCharacter(char32_t character, size_t font);
+    /// An end tag is looked for among `looks` open elements.
+    void addTag(qsizetype looks = 0);
+    /// A start tag that is written, with all attributes in `length` characters.
+    void addElement(bool block, qsizetype length);
+    void addDeclarations(qsizetype count);
+    void addLineBreak();
+    /// `before` other pictures stand in the same block.
+    void addPicture(int before, qsizetype addressLength);
     /// Places in the grid of a table that lies in `depth` - 1 others.
-    void addCells(qint64 count, qsizetype depth);
+    void addCells(qint64 count, int depth);
+    /// Cells that span others, times places in the grid of their table.
+    void addSpans(qint64 count);
 
-    /// About a quarter of a second is used up.
+    /// The time that a page may take is used up.
     [[nodiscard]] bool isTooMuch() const;
+    /// A good part of it is: no window shows the whole page at once.
+    [[nodiscard]] bool isMuch() const;
+    [[nodiscard]] bool isDisplay() const { return _display; }
 
 private:
     bool _display;
-    // In hundredths of a microsecond.
-    qint64 _sum = 0;
-    qint64 _styleRules = 0;
-    qint64 _charactersOfBlock = 0;
-    qint64 _charactersOfWord = 0;
-    qint64 _picturesOfBlock = 0;
-    QSet<QString> _fontStyles;
+    qint64 _nanoseconds = 0;
+    int _script = 0;
+    size_t _pair = 0;
+    QSet<size_t> _fonts;
 };
 
 }  // namespace pelorinnews

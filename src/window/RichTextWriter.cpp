@@ -58,7 +58,7 @@ bool isTable(const QTextFrame *frame) {
 /// Whether `block` is there only because a document cannot begin with a table.
 bool isMadeForTable(const QTextBlock &block, const QTextFrame::iterator &next,
                     const QTextFrame::iterator &end) {
-    return block.length() <= 1 && block.textList() == nullptr && next != end &&
+    return block.length() <= 1 && block.userState() < 0 && next != end &&
            isTable(next.currentFrame());
 }
 
@@ -67,13 +67,13 @@ bool isMadeForTable(const QTextBlock &block, const QTextFrame::iterator &next,
 std::optional<QByteArray> richTextFromHtml(const QString &html) {
     if (qGuiApp == nullptr || QThread::currentThread() != qGuiApp->thread())
         return std::nullopt;
-    const std::optional<QString> bounded = BoundedHtml::prepared(html);
-    if (!bounded)
+    const std::optional<BoundedPage> page = BoundedHtml::prepared(html);
+    if (!page)
         return std::nullopt;
     RichTextDocument document;
-    document.setHtml(*bounded);
-    repairHtmlDocument(document);
-    return RichTextWriter(document).write();
+    document.setHtml(page->html);
+    repairHtmlDocument(document, page->items);
+    return RichTextWriter(document, *page).write();
 }
 
 QByteArray RichTextWriter::write() {
@@ -107,11 +107,15 @@ void RichTextWriter::writeContents(QTextFrame::iterator from, const QTextFrame::
 
 void RichTextWriter::writeParagraph(const QTextBlock &block, const Place &place,
                                     const QByteArray &end) {
-    _body += rtfParagraphFormat(block,
-                                {.tableDepth = place.tableDepth,
-                                 .spaceBefore = _spaceBelow,
-                                 .background = place.tableDepth == 0 ? _background : QColor()},
-                                _header);
+    const int item = block.userState();
+    const bool known = item >= 0 && static_cast<std::size_t>(item) < _page.items.size();
+    _body +=
+        rtfParagraphFormat(block,
+                           {.item = known ? &_page.items[static_cast<std::size_t>(item)] : nullptr,
+                            .tableDepth = place.tableDepth,
+                            .spaceBefore = _spaceBelow,
+                            .background = place.tableDepth == 0 ? _background : QColor()},
+                           _header);
     for (auto fragment = block.begin(); !fragment.atEnd(); ++fragment)
         writeFragment(fragment.fragment());
     closeLink();
@@ -140,8 +144,8 @@ void RichTextWriter::writeFragment(const QTextFragment &fragment) {
 }
 
 void RichTextWriter::writePicture(const QTextImageFormat &format) {
-    const QByteArray picture =
-        rtfPicture(_pictures.read(format.name()), QSizeF(format.width(), format.height()));
+    const QByteArray picture = rtfPicture(_pictures.read(_page.pictureAddress(format.name())),
+                                          QSizeF(format.width(), format.height()));
     if (picture.isEmpty())
         appendRtfText(_body, format.property(QTextFormat::ImageAltText).toString());
     else

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BoundedPage.h"
 #include "PagePictures.h"
 #include "RtfHeader.h"
 #include "RtfParagraphFormat.h"
@@ -23,8 +24,9 @@ namespace pelorinnews {
 /// Writes one text document as RTF. Used once.
 class RichTextWriter {
 public:
-    /// `document` outlives the writer and does not change meanwhile.
-    explicit RichTextWriter(const QTextDocument &document) : _document(document) {}
+    /// `document` is one of `page`. Both outlive the writer and do not change meanwhile.
+    RichTextWriter(const QTextDocument &document, const BoundedPage &page)
+        : _document(document), _page(page) {}
 
     [[nodiscard]] QByteArray write();
 
@@ -48,6 +50,7 @@ private:
     void writeCellsInTurn(const QTextTable &table, const Place &place);
 
     const QTextDocument &_document;
+    const BoundedPage &_page;
     RtfHeader _header;
     QByteArray _body;
     QString _link;

@@ -2,8 +2,6 @@
 
 #include "RtfText.h"
 
-#include <QTextBlock>
-
 #include <algorithm>
 
 namespace pelorinnews {
@@ -15,44 +13,33 @@ constexpr std::size_t mostLists = 2000;
 constexpr int deepestLevel = 8;
 constexpr int twipsPerIndent = 40 * twipsPerPixel;
 
-bool isBullet(QTextListFormat::Style style) {
-    return style == QTextListFormat::ListDisc || style == QTextListFormat::ListCircle ||
-           style == QTextListFormat::ListSquare;
-}
-
 /// RTF's number for a kind of numbering.
-int numberFormat(QTextListFormat::Style style) {
-    switch (style) {
-        case QTextListFormat::ListUpperRoman:
+int numberFormat(ListMarker marker) {
+    switch (marker) {
+        case ListMarker::UpperRoman:
             return 1;
-        case QTextListFormat::ListLowerRoman:
+        case ListMarker::LowerRoman:
             return 2;
-        case QTextListFormat::ListUpperAlpha:
+        case ListMarker::UpperAlpha:
             return 3;
-        case QTextListFormat::ListLowerAlpha:
+        case ListMarker::LowerAlpha:
             return 4;
-        case QTextListFormat::ListDecimal:
+        case ListMarker::Decimal:
             return 0;
         default:
             return 23;
     }
 }
 
-char16_t bullet(QTextListFormat::Style style) {
-    if (style == QTextListFormat::ListCircle)
-        return u'\u25E6';
-    return style == QTextListFormat::ListSquare ? u'\u25AA' : u'\u2022';
-}
-
-void appendLevel(QByteArray &out, QTextListFormat::Style style, int level) {
-    const int format = numberFormat(style);
+void appendLevel(QByteArray &out, ListMarker marker, int start, int level) {
+    const int format = numberFormat(marker);
     appendRtfWord(out, "{\\listlevel\\levelnfc", format);
     appendRtfWord(out, "\\levelnfcn", format);
-    out += "\\leveljc0\\leveljcn0\\levelfollow0\\levelstartat1{\\leveltext";
-    if (isBullet(style)) {
-        const char16_t sign = bullet(style);
+    appendRtfWord(out, "\\leveljc0\\leveljcn0\\levelfollow0\\levelstartat", start);
+    out += "{\\leveltext";
+    if (!isNumbered(marker)) {
         out += "\\'01";
-        appendRtfText(out, QStringView(&sign, 1));
+        appendRtfText(out, markerText({.marker = marker}));
         out += ";}{\\levelnumbers;}";
     } else {
         appendRtfWord(out, "\\'02\\'0", level);
@@ -65,33 +52,31 @@ void appendLevel(QByteArray &out, QTextListFormat::Style style, int level) {
 
 }  // namespace
 
-int RtfListTable::level(const QTextListFormat &format) {
-    return std::clamp(format.indent() - 1, 0, deepestLevel);
+int RtfListTable::level(const PageListItem &item) {
+    return std::clamp(item.depth - 1, 0, deepestLevel);
 }
 
-int RtfListTable::textIndent(const QTextListFormat &format) {
-    return (level(format) + 1) * twipsPerIndent;
+int RtfListTable::number(const PageListItem &item) {
+    if (!isNumbered(item.marker)) {
+        int &number = _bulletNumbers[static_cast<int>(item.marker) * 16 + level(item)];
+        if (number == 0)
+            number = add({item.marker, 1});
+        return number;
+    }
+    if (item.reversed || item.number < 0)
+        return 0;
+    Counting &counting = _countings[item.list];
+    if (counting.number == 0 || counting.marker != item.marker || counting.next != item.number)
+        counting = {add({item.marker, item.number}), item.marker, item.number};
+    ++counting.next;
+    return counting.number;
 }
 
-QString RtfListTable::marker(const QTextList &list, const QTextBlock &item) {
-    const QTextListFormat::Style style = list.format().style();
-    return isBullet(style) ? QString(QChar(bullet(style))) : list.itemText(item);
-}
-
-int RtfListTable::number(const QTextList &list) {
-    const QTextListFormat format = list.format();
-    const Entry entry{format.style(), level(format)};
-    QHash<int, int> &numbers = isBullet(entry.style) ? _bulletNumbers : _numbersByObject;
-    const int key = isBullet(entry.style) ? entry.style * 16 + entry.level : list.objectIndex();
-    const auto known = numbers.constFind(key);
-    if (known != numbers.constEnd())
-        return *known;
+int RtfListTable::add(const Entry &entry) {
     if (_entries.size() >= mostLists)
         return 0;
     _entries.push_back(entry);
-    const int number = static_cast<int>(_entries.size());
-    numbers.insert(key, number);
-    return number;
+    return static_cast<int>(_entries.size());
 }
 
 QByteArray RtfListTable::bytes() const {
@@ -104,7 +89,7 @@ QByteArray RtfListTable::bytes() const {
         ++number;
         appendRtfWord(lists, "{\\list\\listtemplateid", number);
         for (int level = 0; level <= deepestLevel; ++level)
-            appendLevel(lists, entry.style, level);
+            appendLevel(lists, entry.marker, entry.start, level);
         appendRtfWord(lists, "{\\listname ;}\\listid", number);
         lists += "}\n";
         appendRtfWord(overrides, "{\\listoverride\\listid", number);

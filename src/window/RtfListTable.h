@@ -1,30 +1,26 @@
 #pragma once
 
+#include "PageList.h"
+
 #include <QByteArray>
 #include <QHash>
-#include <QTextList>
 
 #include <vector>
 
 namespace pelorinnews {
 
-/// The lists of an RTF document. Each list of the text document, nested ones included, is a list
-/// of its own here, so that every numbering counts by itself; bulleted ones of the same kind and
-/// depth share an entry.
+/// The lists of an RTF document. Each numbered list of the page, nested ones included, is a list of
+/// its own here, so that every numbering counts by itself, and so is the rest of one that goes on
+/// with another number. Bulleted ones of the same kind and depth share an entry.
 class RtfListTable {
 public:
-    /// The number of `list`, from 1, for the body's `\ls`; 0 when there are too many: then the
-    /// item has to carry its number as text.
-    [[nodiscard]] int number(const QTextList &list);
+    /// The number of the list that `item` goes into, from 1, for the body's `\ls`; 0 when there are
+    /// too many and for numbers that RTF does not count, below 0 or downwards: then the item has to
+    /// carry its number as text. Items come in the page's order.
+    [[nodiscard]] int number(const PageListItem &item);
 
     /// How deep the list lies, 0 to 8, for `\ilvl`.
-    static int level(const QTextListFormat &format);
-
-    /// Where the items' text begins, in twips from the margin.
-    static int textIndent(const QTextListFormat &format);
-
-    /// The number or bullet of `item`, as text.
-    static QString marker(const QTextList &list, const QTextBlock &item);
+    static int level(const PageListItem &item);
 
     /// How far before their text the items' markers stand, in twips.
     static constexpr int markerWidth = 360;
@@ -34,12 +30,19 @@ public:
 
 private:
     struct Entry {
-        QTextListFormat::Style style;
-        int level;
+        ListMarker marker;
+        int start;
+    };
+    struct Counting {
+        int number = 0;
+        ListMarker marker = ListMarker::Decimal;
+        int next = 0;
     };
 
+    [[nodiscard]] int add(const Entry &entry);
+
     std::vector<Entry> _entries;
-    QHash<int, int> _numbersByObject;
+    QHash<int, Counting> _countings;
     QHash<int, int> _bulletNumbers;
 };
 

@@ -4,8 +4,6 @@
 #include "RtfHeader.h"
 #include "RtfText.h"
 
-#include <QTextList>
-
 #include <algorithm>
 #include <cmath>
 
@@ -50,16 +48,16 @@ void appendIndents(QByteArray &out, int left, int first, int right) {
 
 /// The list's control words, then the item's marker as text: for readers without lists, or for
 /// every reader where the list has no entry in the table.
-QByteArray listItem(const QTextBlock &block, const QTextList &list, RtfHeader &header) {
-    const int number = header.lists().number(list);
+QByteArray listItem(const PageListItem &item, RtfHeader &header) {
+    const int number = header.lists().number(item);
     QByteArray out;
     if (number != 0) {
         appendRtfWord(out, "\\ls", number);
-        appendRtfWord(out, "\\ilvl", RtfListTable::level(list.format()));
+        appendRtfWord(out, "\\ilvl", RtfListTable::level(item));
         out += "{\\listtext";
     }
     out += ' ';
-    appendRtfText(out, RtfListTable::marker(list, block));
+    appendRtfText(out, markerText(item));
     out += "\\tab";
     out += number != 0 ? '}' : ' ';
     return out;
@@ -100,15 +98,15 @@ QByteArray rtfParagraphFormat(const QTextBlock &block, const RtfParagraphPlace &
     const int left =
         twips(format.leftMargin()) + std::clamp(format.indent(), 0, 50) * twipsPerIndent;
     const int right = twips(format.rightMargin());
-    const QTextList *const list = block.textList();
-    if (list == nullptr) {
+    if (place.item == nullptr || place.item->marker == ListMarker::None) {
         appendIndents(out, left, twips(format.textIndent()), right);
         return out + ' ';
     }
-    const int text = left + RtfListTable::textIndent(list->format());
+    // In a cell, an item may lie in a list that is around the table.
+    const int text = std::max(left, twipsPerIndent);
     appendIndents(out, text, -RtfListTable::markerWidth, right);
     appendRtfWord(out, "\\tx", text);
-    return out + listItem(block, *list, header);
+    return out + listItem(*place.item, header);
 }
 
 }  // namespace pelorinnews

@@ -6,9 +6,12 @@
 namespace pelorinnews {
 
 class RtfHeader;
+struct PageListItem;
 
 /// What a paragraph's place in the document decides.
 struct RtfParagraphPlace {
+    /// The item of a list that begins with it; null for none.
+    const PageListItem *item = nullptr;
     /// In how many tables it lies.
     int tableDepth = 0;
     /// The space that the paragraph before leaves below itself, in twips; the larger of both

@@ -4,12 +4,17 @@
 #include "BoundedHtml.h"
 #include "HtmlDocumentRepair.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QFrame>
 #include <QImage>
 #include <QMouseEvent>
+#include <QPaintEvent>
+#include <QPainter>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
+#include <QTextFrame>
+#include <QTextLayout>
 
 #include <utility>
 #include <vector>
@@ -89,9 +94,12 @@ void TextNewsRenderer::reportClick(const QString &link) {
 
 void TextNewsRenderer::loadHtmlString(const QString &html) {
     _pictures = {};
-    setHtml(BoundedHtml::beginning(html));
+    _page = BoundedHtml::beginning(html);
+    // Without its scroll bar, a long page would be laid out twice.
+    setVerticalScrollBarPolicy(_page.isLong ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAsNeeded);
+    setHtml(_page.html);
     tellOfPicturesLeftOut(*document());
-    repairHtmlDocument(*document());
+    repairHtmlDocument(*document(), _page.items);
     verticalScrollBar()->setValue(0);
 }
 
@@ -106,7 +114,7 @@ void TextNewsRenderer::setStandardFontFamily(const QString &family) {
 QVariant TextNewsRenderer::loadResource(int type, const QUrl &name) {
     if (type != QTextDocument::ImageResource)
         return QByteArray("");
-    const QImage picture = _pictures.read(name.toString(QUrl::FullyEncoded)).image;
+    const QImage picture = _pictures.read(_page.pictureAddress(name.toString())).image;
     if (!picture.isNull())
         return QPixmap::fromImage(picture);
     static const QImage nothing = [] {
@@ -115,6 +123,53 @@ QVariant TextNewsRenderer::loadResource(int type, const QUrl &name) {
         return image;
     }();
     return nothing;
+}
+
+void TextNewsRenderer::paintEvent(QPaintEvent *event) {
+    QTextBrowser::paintEvent(event);
+    if (_page.items.empty())
+        return;
+    QPainter painter(viewport());
+    painter.setClipRect(event->rect());
+    const QPointF scrolled(horizontalScrollBar()->value(), verticalScrollBar()->value());
+    const QRectF visible = QRectF(event->rect()).translated(scrolled);
+    // Cells stand beside each other, so of a table that is seen all blocks are looked at.
+    const QTextFrame *const root = document()->rootFrame();
+    QTextBlock block = cursorForPosition(event->rect().topLeft()).block();
+    const QTextFrame *frame = document()->frameAt(block.position());
+    while (frame != root && frame->parentFrame() != root)
+        frame = frame->parentFrame();
+    if (frame != root)
+        block = document()->findBlock(frame->firstPosition());
+    painter.translate(-scrolled);
+    for (; block.isValid(); block = block.next()) {
+        const QRectF place = document()->documentLayout()->blockBoundingRect(block);
+        if (place.top() > visible.bottom() && document()->frameAt(block.position()) == root)
+            return;
+        if (block.userState() >= 0 && place.bottom() >= visible.top() &&
+            place.top() <= visible.bottom())
+            paintMarker(painter, block, place.topLeft());
+    }
+}
+
+void TextNewsRenderer::paintMarker(QPainter &painter, const QTextBlock &block,
+                                   const QPointF &place) const {
+    const auto item = static_cast<std::size_t>(block.userState());
+    if (item >= _page.items.size() || block.layout()->lineCount() == 0)
+        return;
+    const QTextLine line = block.layout()->lineAt(0);
+    const QTextCharFormat format = QTextCursor(block).charFormat();
+    const QFontMetricsF metrics(format.font());
+    const QString text = markerText(_page.items[item]);
+    const qreal space = metrics.horizontalAdvance(QLatin1Char(' '));
+    const bool rightToLeft = block.textDirection() == Qt::RightToLeft;
+    const QRectF lines = line.naturalTextRect();
+    const qreal x = rightToLeft ? lines.right() + space
+                                : lines.left() - space - metrics.horizontalAdvance(text);
+    painter.setFont(format.font());
+    painter.setPen(format.hasProperty(QTextFormat::ForegroundBrush) ? format.foreground().color()
+                                                                    : palette().text().color());
+    painter.drawText(place + QPointF(x, line.y() + line.ascent()), text);
 }
 
 void TextNewsRenderer::doSetSource(const QUrl &, QTextDocument::ResourceType) {}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BoundedPage.h"
 #include "NewsRenderer.h"
 #include "PagePictures.h"
 
@@ -9,7 +10,8 @@ namespace pelorinnews {
 
 /// Paints a page with Qt's own rich text: for hosts that ship without a web engine, or in which
 /// starting one would end the process. Shows pictures that the page itself carries (`data:`),
-/// within the bounds of `PagePictures`, and fetches nothing.
+/// within the bounds of `PagePictures`, and fetches nothing. Writes the numbers and bullets of
+/// lists itself: a document can count from 1 only.
 class TextNewsRenderer final : public QTextBrowser, public NewsRenderer {
 public:
     explicit TextNewsRenderer(QWidget *parent);
@@ -22,6 +24,7 @@ public:
 
 protected:
     QVariant loadResource(int type, const QUrl &name) override;
+    void paintEvent(QPaintEvent *event) override;
     void doSetSource(const QUrl &name, QTextDocument::ResourceType type) override;
     // The middle button clicks links, too; the base class knows the left one alone.
     void mousePressEvent(QMouseEvent *event) override;
@@ -29,7 +32,9 @@ protected:
 
 private:
     void reportClick(const QString &link);
+    void paintMarker(QPainter &painter, const QTextBlock &block, const QPointF &place) const;
 
+    BoundedPage _page;
     PagePictures _pictures;
     QString _pressedLink;
     NavigationPolicyDelegate *_policy = nullptr;

@@ -1,0 +1,49 @@
+#include "HtmlTable.h"
+
+#include "HtmlWork.h"
+
+#include <algorithm>
+
+namespace pelorinnews {
+
+namespace {
+
+int spanIn(const HtmlAttributes &attributes, const char *name) {
+    return std::max(valueOf(attributes, QLatin1String(name)).toInt(), 1);
+}
+
+}  // namespace
+
+void HtmlTable::openRow(HtmlWork &work) {
+    const qint64 before = cells();
+    _row = true;
+    ++_rows;
+    _columnsOfRow = 0;
+    addWork(before, _spans, work);
+}
+
+void HtmlTable::openCell(const HtmlAttributes &attributes, HtmlWork &work) {
+    const qint64 before = cells();
+    const qint64 spansBefore = _spans;
+    const int columns = spanIn(attributes, "colspan");
+    const int rows = spanIn(attributes, "rowspan");
+    _cell = true;
+    _columnsOfRow += columns;
+    _columns = std::max(_columns, _columnsFromAbove + _columnsOfRow);
+    if (rows > 1) {
+        _columnsFromAbove += columns;
+        _rowsBelow = std::max<qint64>(_rowsBelow, rows);
+    }
+    if (rows > 1 || columns > 1)
+        ++_spans;
+    addWork(before, spansBefore, work);
+}
+
+void HtmlTable::addWork(qint64 cellsBefore, qint64 spansBefore, HtmlWork &work) {
+    if (!isWritten())
+        return;
+    work.addCells(cells() - cellsBefore, _depth);
+    work.addSpans(cells() * _spans - cellsBefore * spansBefore);
+}
+
+}  // namespace pelorinnews

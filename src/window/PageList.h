@@ -1,0 +1,79 @@
+#pragma once
+
+#include "HtmlReader.h"
+
+#include <QString>
+
+#include <vector>
+
+namespace pelorinnews {
+
+/// What stands before an item of a list.
+enum class ListMarker {
+    None,
+    Disc,
+    Circle,
+    Square,
+    Decimal,
+    LowerAlpha,
+    UpperAlpha,
+    LowerRoman,
+    UpperRoman,
+};
+
+/// One item of a page's lists.
+struct PageListItem {
+    ListMarker marker = ListMarker::Disc;
+    int number = 1;
+    /// Which of the page's lists it is in, from 0.
+    int list = 0;
+    /// In how many lists it lies, at least 1.
+    int depth = 1;
+    /// The last item of a list that is in no other, or of those in it.
+    bool last = false;
+    /// The list counts downwards.
+    bool reversed = false;
+};
+
+[[nodiscard]] bool isNumbered(ListMarker marker);
+
+/// The bullet, or the number with its point; empty for none. What letters or Roman numerals cannot
+/// express is written in digits.
+[[nodiscard]] QString markerText(const PageListItem &item);
+
+/// Counts the items of a page's lists as browsers do: by `start`, `reversed`, `type` and `value`.
+class PageLists {
+public:
+    /// The space above and below a list that is in no other, in pixels.
+    static constexpr int margin = 12;
+
+    /// `style` is the list's `list-style-type`; empty where nothing states it.
+    void open(const QString &name, const HtmlAttributes &attributes, const QString &style);
+    void close();
+    /// Adds an item to the innermost list, which is open, and gives its index among all.
+    [[nodiscard]] int addItem(const HtmlAttributes &attributes, const QString &style);
+
+    [[nodiscard]] bool isOpen() const { return !_open.empty(); }
+    /// A list that is in no other is open and has no items yet.
+    [[nodiscard]] bool isAtStart() const { return _open.size() == 1 && _open.front().count == 0; }
+    /// Closes what is open, and gives the items of all lists.
+    [[nodiscard]] std::vector<PageListItem> takeItems();
+
+private:
+    struct List {
+        int number = 0;
+        ListMarker marker = ListMarker::Disc;
+        int next = 1;
+        bool reversed = false;
+        /// No start is stated for a reversed list: it is the number of items, known at its end.
+        bool startsAtCount = false;
+        std::vector<std::size_t> counted;
+        int count = 0;
+    };
+
+    std::vector<List> _open;
+    std::vector<PageListItem> _items;
+    int _lists = 0;
+};
+
+}  // namespace pelorinnews

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QSet>
+
+namespace pelorinnews {
+
+/// How many ways of looking a page's text may have. A text document keeps each once and looks for
+/// it among those with the same hash, which a page can bring about by choosing its colours; and
+/// each font has to be loaded.
+class PageLooks {
+public:
+    static constexpr qsizetype mostLooks = 1000;
+    static constexpr qsizetype mostFonts = 48;
+
+    /// Whether text may look so: it did before, or there is room.
+    [[nodiscard]] bool admitLook(size_t look) { return admit(_looks, look, mostLooks); }
+    [[nodiscard]] bool admitFont(size_t font) { return admit(_fonts, font, mostFonts); }
+
+private:
+    static bool admit(QSet<size_t> &known, size_t each, qsizetype most) {
+        if (known.contains(each))
+            return true;
+        if (known.size() >= most)
+            return false;
+        known.insert(each);
+        return true;
+    }
+
+    QSet<size_t> _looks;
+    QSet<size_t> _fonts;
+};
+
+}  // namespace pelorinnews
