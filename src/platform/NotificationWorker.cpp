@@ -75,6 +75,7 @@ void NotificationWorker::serverChanged() {
     closedEarly.clear();
     activatedEarly.clear();
     activationTokens.clear();
+    foreignClicks.clear();
     if (server->isKnown()) {
         list->setServer(server->busId(), server->owner());
     } else {
@@ -104,15 +105,22 @@ void NotificationWorker::save() {
     const auto change = list->unsavedChange();
     if (!change)
         return;
-    if (const auto contents = registry.apply(*change)) {
+    QStringList removed;
+    if (const auto contents = registry.apply(*change, &removed)) {
         list->setSaved(*change, *contents);
         saveAttemptsLeft = saveAttempts;
         saveTimer.stop();
+        decideForeignClicks(change->erased, removed);
         return;
     }
-    if (saveAttemptsLeft > 0 && !saveTimer.isActive()) {
+    if (saveTimer.isActive())
+        return;
+    if (saveAttemptsLeft > 0) {
         --saveAttemptsLeft;
         saveTimer.start();
+    } else {
+        // Too late to act on them.
+        foreignClicks.clear();
     }
 }
 
@@ -225,16 +233,28 @@ void NotificationWorker::onActivated(quint32 id) {
     }
     // A click ends the notification, whoever acts on it; its end is often reported right after.
     list->end(id);
+    const bool isOurs = entry->sender == server->connectionName();
+    if (!isOurs)
+        foreignClicks.emplace(entry->notification.identity, *entry);
     save();
-    if (entry->sender == server->connectionName()) {
+    if (isOurs)
         activate(*entry);
-        return;
+}
+
+void NotificationWorker::decideForeignClicks(const QStringList &erased,
+                                             const QStringList &removed) {
+    for (const QString &identity : erased) {
+        const auto click = foreignClicks.extract(identity);
+        // Every process of this host hears the click; the one whose change ended it acts.
+        if (click.empty() || !removed.contains(identity))
+            continue;
+        // The process that delivered it hears the click itself as long as it lives.
+        const RegistryEntry entry = click.mapped();
+        server->askIsOnBus(entry.sender, [this, entry, asked = generation](bool isOnBus) {
+            if (asked == generation && !isOnBus)
+                activate(entry);
+        });
     }
-    // The process that delivered it hears the click itself as long as it lives.
-    server->askIsOnBus(entry->sender, [this, entry, asked = generation](bool isOnBus) {
-        if (asked == generation && !isOnBus)
-            activate(*entry);
-    });
 }
 
 void NotificationWorker::activate(const RegistryEntry &entry) {

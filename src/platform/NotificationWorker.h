@@ -59,6 +59,7 @@ private:
                 const NotificationServer::Traits &traits);
     void onClosed(quint32 id, quint32 reason);
     void onActivated(quint32 id);
+    void decideForeignClicks(const QStringList &erased, const QStringList &removed);
     void activate(const RegistryEntry &entry);
     void close(quint32 id);
     [[nodiscard]] std::optional<RegistryEntry> findOwn(quint32 id);
@@ -82,6 +83,9 @@ private:
     std::set<quint32> closedEarly;
     std::set<quint32> activatedEarly;
     std::map<quint32, QString> activationTokens;
+    /// What was clicked and delivered by another process, by identity, until our change to the
+    /// registry tells whether it was us who ended it.
+    std::map<QString, RegistryEntry> foreignClicks;
 };
 
 }  // namespace pelorinnews

@@ -1,6 +1,7 @@
-// A host of its own process: delivers and lists through the session's bus as told on standard
-// input, until it is killed or its input ends.
+// A host of its own process: delivers, lists and hears clicks through the session's bus as told on
+// standard input, until it is killed or its input ends.
 #include "DesktopNotificationCenter.h"
+#include "MainQueue.h"
 #include "RecordingDelegate.h"
 
 #include <QCoreApplication>
@@ -17,6 +18,19 @@ void answer(const QString &line) {
     QTextStream(stdout) << line << '\n' << Qt::flush;
 }
 
+/// For the rest of the process.
+const std::shared_ptr<test::RecordingDelegate> &delegate() {
+    static const auto only = std::make_shared<test::RecordingDelegate>();
+    return only;
+}
+
+QString titles(const QList<UserNotification> &notifications) {
+    QStringList list;
+    for (const UserNotification &each : notifications)
+        list.append(each.title);
+    return list.join(QLatin1Char(','));
+}
+
 void obey(NotificationCenter &center, const QString &command, const QString &argument) {
     if (command == QLatin1String("deliver")) {
         UserNotification notification;
@@ -27,11 +41,14 @@ void obey(NotificationCenter &center, const QString &command, const QString &arg
         answer(center.flush(std::chrono::seconds(5)) ? QStringLiteral("done")
                                                      : QStringLiteral("late"));
     } else if (command == QLatin1String("list")) {
-        QStringList titles;
-        const auto delivered = center.deliveredNotifications();
-        for (const UserNotification &each : delivered)
-            titles.append(each.title);
-        answer(titles.join(QLatin1Char(',')));
+        answer(titles(center.deliveredNotifications()));
+    } else if (command == QLatin1String("listen")) {
+        center.setDelegate(delegate());
+        answer(center.flush(std::chrono::seconds(5)) ? QStringLiteral("done")
+                                                     : QStringLiteral("late"));
+    } else if (command == QLatin1String("clicks")) {
+        // On the main thread, after all that it was told so far.
+        MainQueue::dispatchAsync([] { answer(titles(delegate()->activated)); });
     }
 }
 

@@ -1,0 +1,134 @@
+#include "FakeNotificationServer.h"
+#include "NotificationTesting.h"
+#include "PrivateBus.h"
+#include "TestMain.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace pelorinnews::test {
+
+/// Several processes of one host, and a server that tells each of them of every click.
+class NotificationProcessesTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void theProcessThatDeliveredActsOnAClick();
+    void oneOfTheOthersActsOnAClickWhereTheDeliveringProcessDied();
+
+private:
+    using Process = std::unique_ptr<BusProgram>;
+    [[nodiscard]] QString stateFolder() const { return home->filePath(QStringLiteral("state")); }
+    [[nodiscard]] Process start() const;
+    /// A process that hears clicks.
+    [[nodiscard]] Process startListening() const;
+    /// Has `process` deliver one and waits until it stands. Its number.
+    [[nodiscard]] quint32 deliver(BusProgram &process, const QString &title) const;
+    /// The titles of what was clicked according to `process`, which has heard by then whatever the
+    /// server has told so far.
+    [[nodiscard]] QStringList clicksOf(BusProgram &process) const;
+    void click(quint32 id) const;
+
+    std::unique_ptr<QTemporaryDir> home;
+    std::unique_ptr<PrivateBus> bus;
+    std::unique_ptr<FakeNotificationServer> server;
+};
+
+namespace {
+
+QString ask(BusProgram &process, const QString &command) {
+    process.writeLine(command);
+    return process.readLine();
+}
+
+}  // namespace
+
+void NotificationProcessesTest::init() {
+    home = std::make_unique<QTemporaryDir>();
+    bus = std::make_unique<PrivateBus>();
+    server = std::make_unique<FakeNotificationServer>(bus->connection());
+}
+
+void NotificationProcessesTest::cleanup() {
+    server.reset();
+    bus.reset();
+    home.reset();
+}
+
+NotificationProcessesTest::Process NotificationProcessesTest::start() const {
+    return std::make_unique<BusProgram>(
+        *bus,
+        QCoreApplication::applicationDirPath() + QStringLiteral("/pelorin-notificationclient"),
+        QStringList{stateFolder()});
+}
+
+NotificationProcessesTest::Process NotificationProcessesTest::startListening() const {
+    Process process = start();
+    if (ask(*process, QStringLiteral("listen")) != QLatin1String("done"))
+        qFatal("the process does not listen");
+    return process;
+}
+
+quint32 NotificationProcessesTest::deliver(BusProgram &process, const QString &title) const {
+    process.writeLine(QStringLiteral("deliver ") + title);
+    quint32 id = 0;
+    const auto stands = [&] {
+        for (const RegistryEntry &entry : registeredIn(stateFolder())) {
+            if (entry.notification.title == title)
+                id = entry.serverId;
+        }
+        return id != 0;
+    };
+    if (!QTest::qWaitFor(stands, testPatience))
+        qFatal("nothing was delivered");
+    static_cast<void>(process.readLine());
+    return id;
+}
+
+QStringList NotificationProcessesTest::clicksOf(BusProgram &process) const {
+    // The server answers a delivery after all that it has told before.
+    static int count = 0;
+    static_cast<void>(deliver(process, QStringLiteral("barrier %1").arg(++count)));
+    return ask(process, QStringLiteral("clicks")).split(QLatin1Char(','), Qt::SkipEmptyParts);
+}
+
+void NotificationProcessesTest::click(quint32 id) const {
+    server->emitSignal(QStringLiteral("ActionInvoked"), {id, QStringLiteral("default")});
+    server->emitSignal(QStringLiteral("NotificationClosed"), {id, 2U});
+}
+
+void NotificationProcessesTest::theProcessThatDeliveredActsOnAClick() {
+    const Process deliverer = startListening();
+    const Process other = startListening();
+    click(deliver(*deliverer, QStringLiteral("one")));
+    QCOMPARE(clicksOf(*deliverer), QStringList{QStringLiteral("one")});
+    QCOMPARE(clicksOf(*other), QStringList());
+}
+
+void NotificationProcessesTest::oneOfTheOthersActsOnAClickWhereTheDeliveringProcessDied() {
+    Process deliverer = start();
+    static_cast<void>(deliver(*deliverer, QStringLiteral("standing")));
+    const Process first = startListening();
+    const Process second = startListening();
+    // Several times, since who of the two comes first is a matter of chance.
+    QStringList expected;
+    for (int round = 0; round < 5; ++round) {
+        const QString title = QStringLiteral("of the dead %1").arg(round);
+        const quint32 id = deliver(*deliverer, title);
+        deliverer->kill();
+        click(id);
+        expected.append(title);
+        QStringList clicks = clicksOf(*first) + clicksOf(*second);
+        clicks.sort();
+        QCOMPARE(clicks, expected);
+        deliverer = start();
+    }
+}
+
+}  // namespace pelorinnews::test
+
+PELORIN_CORE_TEST_MAIN(pelorinnews::test::NotificationProcessesTest)
+
+#include "NotificationProcessesTest.moc"
