@@ -67,6 +67,12 @@ std::shared_ptr<OlvNewsWindowController> OlvNewsWindowController::initWithWindow
     return reference;
 }
 
+std::shared_ptr<OlvNewsWindowController> OlvNewsWindowController::initWithWindowNibName(
+    const QString &windowNibName) {
+    return runsOnGuiThread() ? initWithWindowNibName(windowNibName, WindowServices::standard())
+                             : nullptr;
+}
+
 void OlvNewsWindowController::initWithWindow() {
     _localization = std::make_unique<OlvLocalization>();
     _localization->setBundle(ModuleBundle::resourceFolder());

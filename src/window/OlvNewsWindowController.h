@@ -45,7 +45,10 @@ public:
     /// is no `QApplication` or the caller is not on its thread. Neither the window nor a renderer
     /// is made before it is needed. `windowNibName` names the window description.
     static std::shared_ptr<OlvNewsWindowController> initWithWindowNibName(
-        const QString &windowNibName, WindowServices services = WindowServices::standard());
+        const QString &windowNibName, WindowServices services);
+    /// The same with the process's own services, which are left alone where that gives null.
+    static std::shared_ptr<OlvNewsWindowController> initWithWindowNibName(
+        const QString &windowNibName);
     ~OlvNewsWindowController() override;
 
     /// The window, loaded from its description when first asked for and when asked for after

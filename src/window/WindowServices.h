@@ -14,7 +14,8 @@ struct WindowServices {
     std::shared_ptr<NotificationCenter> notificationCenter;
     std::function<std::shared_ptr<OlvPelorinFinder>()> makeFinder;
 
-    /// The process's own notification centre, and a finder of the running host.
+    /// The process's own notification centre, and a finder of the running host. Main thread, with
+    /// the application object alive.
     [[nodiscard]] static WindowServices standard();
 };
 
