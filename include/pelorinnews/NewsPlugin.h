@@ -39,10 +39,11 @@ public:
     virtual std::shared_ptr<NewsController> init(Error *error = nullptr) = 0;
 
     /// The process's notification centre, for notifications of the host's own. Ask for it once the
-    /// application object exists and the host's identity is stated. The panel is its
-    /// delegate from creation on, until the host lets go of the controller after `exit`: a click on
-    /// any notification opens the news window. It leaves alone every notification that it did not
-    /// deliver itself.
+    /// application object exists and the host's identity is stated; null where there is no
+    /// application object, or off its thread. It ends with the application object: under another
+    /// one, ask for a new one. The panel is its delegate from creation on, until the host lets go
+    /// of the controller after `exit`: a click on any notification opens the news window. It leaves
+    /// alone every notification that it did not deliver itself.
     virtual std::shared_ptr<NotificationCenter> notificationCenter() = 0;
 
 protected:

@@ -78,11 +78,14 @@ DesktopNotificationCenter::~DesktopNotificationCenter() {
 
 std::shared_ptr<DesktopNotificationCenter>
 DesktopNotificationCenter::defaultUserNotificationCenter() {
-    static const std::shared_ptr<DesktopNotificationCenter> center = [] {
+    if (!MainQueue::isMainThread())
+        return nullptr;
+    static std::shared_ptr<DesktopNotificationCenter> center;
+    if (!center) {
+        center = std::make_shared<DesktopNotificationCenter>(hostAsSender());
         // Before the objects go that the thread's event loop needs.
-        qAddPostRoutine([] { defaultUserNotificationCenter()->shutDown(); });
-        return std::make_shared<DesktopNotificationCenter>(hostAsSender());
-    }();
+        qAddPostRoutine([] { std::exchange(center, nullptr)->shutDown(); });
+    }
     return center;
 }
 

@@ -21,8 +21,9 @@ public:
     explicit DesktopNotificationCenter(const NotificationSender &sender);
     ~DesktopNotificationCenter() override;
 
-    /// The centre of this process and its host, made on first use; main thread. It ends with the
-    /// application object.
+    /// The centre of this process and its host, made on first use. It ends with the application
+    /// object; under another one there is a new centre. Null where there is no application object,
+    /// or off its thread.
     [[nodiscard]] static std::shared_ptr<DesktopNotificationCenter> defaultUserNotificationCenter();
 
     /// The user's state folder of the host `identifier`: where its registry belongs.
