@@ -96,6 +96,14 @@ void OlvNewsWindowController::initializeControls() {
     }
     nameArrow(_previousItem, localized("NavigationAccessibilityTitlePrevious"));
     nameArrow(_nextItem, localized("NavigationAccessibilityTitleNext"));
+    if (_itemIndicator) {
+        // Room for most positions in any font, so that the window need not get wider for them.
+        const QString before = _itemIndicator->text();
+        _itemIndicator->setText(QStringLiteral("88 / 88"));
+        const int width = _itemIndicator->sizeHint().width();
+        _itemIndicator->setText(before);
+        _itemIndicator->setMinimumWidth(qMax(width, _itemIndicator->minimumWidth()));
+    }
     if (_optionsLabel) {
         // As wide as either of its texts, so that nothing beside it moves when they change.
         _optionsLabel->setText(localized("SettingsHideOptions"));

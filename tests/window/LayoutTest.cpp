@@ -34,6 +34,7 @@ private Q_SLOTS:
     void bearsTheApplicationsIcon();
     void isNeverTooNarrowForItsTexts();
     void fitsTheScreen();
+    void aLargeFontLeavesRoomForThePosition();
     void theKeyboardGoesWhereTheEyeGoes();
     void labelsLeadToTheirControls();
 
@@ -134,6 +135,21 @@ void LayoutTest::fitsTheScreen() {
     QVERIFY(window->width() <= screen.width() * 9 / 10);
     QVERIFY(window->height() <= screen.height() * 9 / 10);
     QVERIFY(QGuiApplication::primaryScreen()->availableGeometry().contains(window->geometry()));
+}
+
+void LayoutTest::aLargeFontLeavesRoomForThePosition() {
+    const auto restored =
+        qScopeGuard([before = QApplication::font()] { QApplication::setFont(before); });
+    QFont large = QApplication::font();
+    large.setPointSize(large.pointSize() * 2);
+    QApplication::setFont(large);
+    const auto controller = fixture->shown(WindowFixture::items(12));
+    controller->onPreviousItem();
+    QLabel *position = controller->itemIndicator();
+    QCOMPARE(position->text(), QStringLiteral("12 / 12"));
+    controller->window()->resize(10, 300);
+    QTRY_COMPARE(controller->window()->width(), controller->window()->minimumWidth());
+    QVERIFY(position->width() >= position->minimumSizeHint().width());
 }
 
 void LayoutTest::theKeyboardGoesWhereTheEyeGoes() {
