@@ -25,6 +25,25 @@ QWidget *newsWindow() {
     return nullptr;
 }
 
+// A host's delegate that notes, when it goes, whether the window controller's window is there
+// still.
+class Delegate {
+public:
+    Delegate(const QPointer<QWidget> &window, bool &windowIsThere)
+        : _window(window), _windowIsThere(windowIsThere) {}
+    Delegate(const Delegate &) = delete;
+    Delegate &operator=(const Delegate &) = delete;
+    ~Delegate() {
+        // A window controller that nobody holds any more goes now, and its window with it.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        _windowIsThere = !_window.isNull();
+    }
+
+private:
+    QPointer<QWidget> _window;
+    bool &_windowIsThere;
+};
+
 // Counts how often the window appears, and closes it again each time.
 class Closer : public QObject {
 public:
@@ -52,6 +71,7 @@ private Q_SLOTS:
     void cleanup();
     void successLeavesTheErrorPlaceUntouched();
     void keepsTheDelegateAliveUntilAnotherOrItsOwnEnd();
+    void letsGoOfTheDelegateBeforeTheWindowController();
     void showsAtOnceAndBringsForwardOnceForEachCall();
     void showAfterExitShowsTheWindowAgain();
     void whatShowPostedRunsAfterExitAndRelease();
@@ -115,6 +135,18 @@ void NewsControllerTest::keepsTheDelegateAliveUntilAnotherOrItsOwnEnd() {
     QVERIFY(!watchedSecond.expired());
     controller.reset();
     QVERIFY(watchedSecond.expired());
+}
+
+void NewsControllerTest::letsGoOfTheDelegateBeforeTheWindowController() {
+    controller->show();
+    const QPointer<QWidget> window = newsWindow();
+    bool windowIsThere = false;
+    controller->setDelegate(std::make_shared<Delegate>(window, windowIsThere));
+    controller->exit();
+    QTRY_COMPARE(controller.use_count(), 1);
+    controller.reset();
+    QVERIFY(windowIsThere);
+    QTRY_VERIFY(!window);
 }
 
 void NewsControllerTest::showsAtOnceAndBringsForwardOnceForEachCall() {

@@ -35,6 +35,7 @@ private Q_SLOTS:
     void cleanup() { fixture.reset(); }
 
     void wrapsAroundATwelveItemList();
+    void steppingGoesOnFromBeyondAListThatBecameShorter();
     void oneItemLeavesNowhereToGo();
     void showsExactlyTheItemsHtml();
     void saysThatContentIsBeingRetrieved();
@@ -71,6 +72,31 @@ void DisplayTest::wrapsAroundATwelveItemList() {
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("2 / 12"));
     QTest::mouseClick(controller->previousItem(), Qt::LeftButton);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 12"));
+}
+
+void DisplayTest::steppingGoesOnFromBeyondAListThatBecameShorter() {
+    fixture->prefer(QStringLiteral("newsFilter"), 1);
+    auto items = WindowFixture::items(5);
+    for (const int kept : {0, 1, 2})
+        items[kept].category += QStringLiteral(" kept");
+    const auto controller = fixture->shown(items);
+    controller->onPreviousItem();
+    QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("5 / 5"));
+    controller->newsCache().setCategoriesOfInterest({QStringLiteral("kept")});
+    QCOMPARE(controller->newsCache().count(), 3U);
+    // Only the place after the last item leads back to the first.
+    controller->onNextItem();
+    QCOMPARE(controller->itemIndicator()->text(), QString());
+    QTRY_COMPARE(controller->webView()->outerHTML(),
+                 WindowFixture::localized("StatusNothingFound"));
+    for (const char *position : {"", "", "3 / 3", "2 / 3"}) {
+        controller->onPreviousItem();
+        QCOMPARE(controller->itemIndicator()->text(), QLatin1String(position));
+    }
+    controller->onNextItem();
+    QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("3 / 3"));
+    controller->onNextItem();
+    QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 3"));
 }
 
 void DisplayTest::oneItemLeavesNowhereToGo() {

@@ -30,6 +30,7 @@ private Q_SLOTS:
     void opensWithItemsFromTheLocalFileWhenTheServiceFails();
     void neverOpensByItselfWithShowOnStartOff();
     void newsAppearInAWindowThatWasOpenedBeforeTheyCame();
+    void newsOfABackgroundRefreshAppearAtTheNextOpening();
     void newsThatCameStartAgainAtTheFirstItem();
 
 private:
@@ -134,6 +135,29 @@ void OpeningTest::newsAppearInAWindowThatWasOpenedBeforeTheyCame() {
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     QVERIFY(controller->nextItem()->isEnabled());
     WindowFixture::settle(*controller);
+    controller->exit();
+}
+
+void OpeningTest::newsOfABackgroundRefreshAppearAtTheNextOpening() {
+    HeldFeed service;
+    fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
+    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    fixture->prefer(QStringLiteral("newsFilter"), 1);
+    const auto controller = fixture->beginController();
+    controller->showWindow();
+    const QString status = WindowFixture::localized("StatusRetrievingContent");
+    QTRY_COMPARE(controller->webView()->outerHTML(), status);
+    QVERIFY(service.isAsked());
+    service.answer(feed());
+    WindowFixture::settle(*controller);
+    QCOMPARE(controller->newsCache().count(), 5U);
+    QCOMPARE(controller->webView()->outerHTML(), status);
+    QCOMPARE(controller->itemIndicator()->text(), QString());
+    QVERIFY(!controller->nextItem()->isEnabled());
+    controller->window()->performClose();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     controller->exit();
 }
 
