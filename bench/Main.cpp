@@ -5,6 +5,7 @@
 int main(int argc, char *argv[]) {
     // English dates, whoever runs this.
     qputenv("LC_ALL", "en_US.UTF-8");
+    qunsetenv("LANGUAGE");
     const QCoreApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))

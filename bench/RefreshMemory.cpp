@@ -32,6 +32,7 @@ double measure(const std::shared_ptr<OlvNewsCacheFiltered> &cache, qint64 bodySi
 
 int main(int argc, char *argv[]) {
     qputenv("LC_ALL", "en_US.UTF-8");
+    qunsetenv("LANGUAGE");
     const QTemporaryDir folder;
     qputenv("XDG_DATA_HOME", folder.path().toUtf8());
     const QCoreApplication application(argc, argv);

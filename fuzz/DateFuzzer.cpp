@@ -8,8 +8,25 @@ using namespace pelorinnews;
 
 namespace {
 
-constexpr std::array<const char *, 6> locales = {"en_US", "de_DE", "fr_FR",
-                                                 "vi_VN", "ar_EG", "th_TH"};
+/// Each with what is left of it without its region.
+constexpr std::array<std::array<const char *, 2>, 8> locales = {{{"en_US", "en"},
+                                                                 {"de_DE", "de"},
+                                                                 {"fr_FR", "fr"},
+                                                                 {"vi_VN", "vi"},
+                                                                 {"ar_EG", "ar"},
+                                                                 {"th_TH", "th"},
+                                                                 {"en_GB", "en"},
+                                                                 {"de_AT", "de"}}};
+const QString pattern = QStringLiteral("EEE, dd LLL yyyy HH:mm:ss zzz");
+
+std::unique_ptr<icu::SimpleDateFormat> formatFor(const char *locale) {
+    UErrorCode status = U_ZERO_ERROR;
+    auto format = std::make_unique<icu::SimpleDateFormat>(
+        icu::UnicodeString(false, pattern.utf16(), static_cast<int32_t>(pattern.size())),
+        icu::Locale(locale), status);
+    format->setLenient(false);
+    return format;
+}
 
 /// What ICU makes of `text`, in milliseconds since the epoch; absent when it makes nothing of it.
 std::optional<qint64> readByIcu(const icu::SimpleDateFormat &format, std::string_view text) {
@@ -24,27 +41,27 @@ std::optional<qint64> readByIcu(const icu::SimpleDateFormat &format, std::string
 }  // namespace
 
 /// The first byte picks a locale; the rest are dates, one a line, all read by one formatter. Each
-/// must come out as ICU alone reads it, also after others have been read.
+/// must come out as ICU alone reads it, in the locale or without its region, also after others have
+/// been read.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size == 0 || size > 4096)
         return 0;
-    static std::array<std::unique_ptr<icu::SimpleDateFormat>, locales.size()> formats;
+    static std::array<std::array<std::unique_ptr<icu::SimpleDateFormat>, 2>, locales.size()> all;
     const size_t index = data[0] % locales.size();
-    const QString pattern = QStringLiteral("EEE, dd LLL yyyy HH:mm:ss zzz");
-    if (!formats.at(index)) {
-        UErrorCode status = U_ZERO_ERROR;
-        formats.at(index) = std::make_unique<icu::SimpleDateFormat>(
-            icu::UnicodeString(false, pattern.utf16(), static_cast<int32_t>(pattern.size())),
-            icu::Locale(locales.at(index)), status);
-        formats.at(index)->setLenient(false);
+    auto &formats = all.at(index);
+    for (size_t i = 0; i < formats.size(); ++i) {
+        if (!formats.at(i))
+            formats.at(i) = formatFor(locales.at(index).at(i));
     }
-    DateFormatter formatter(pattern, QString::fromLatin1(locales.at(index)));
+    DateFormatter formatter(pattern, QString::fromLatin1(locales.at(index).front()));
     const QByteArray lines(reinterpret_cast<const char *>(data + 1),
                            static_cast<qsizetype>(size - 1));
     for (const QByteArray &line : lines.split('\n')) {
         const QDateTime date = formatter.dateFromString(QUtf8StringView(line));
-        const auto expected =
-            readByIcu(*formats.at(index), {line.constData(), static_cast<size_t>(line.size())});
+        const std::string_view text(line.constData(), static_cast<size_t>(line.size()));
+        auto expected = readByIcu(*formats.front(), text);
+        if (!expected)
+            expected = readByIcu(*formats.back(), text);
         const QDateTime expectedDate =
             expected ? QDateTime::fromMSecsSinceEpoch(*expected, Qt::UTC) : QDateTime();
         if (date != expectedDate)

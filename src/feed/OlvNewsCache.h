@@ -90,6 +90,11 @@ public:
     void initializeLocalCache();
 
 protected:
+    /// Puts what a parser gave in place and returns true; without a result keeps what is there,
+    /// logs `place` as where the parse error is, and returns false.
+    bool keepFeed(const std::optional<QVariantMap> &feed, const Error *place,
+                  const FeedMark &mark = {});
+
     /// What one successful parse gave; replaced as a whole, never changed in place.
     struct Retrieved {
         OlvNewsItemListRef _feedItems;
@@ -109,8 +114,6 @@ private:
                           const RefreshCompletion &completion);
     std::optional<Error> takeFeed(const QByteArray &body);
     [[nodiscard]] bool isInPlace(const FeedMark &mark);
-    bool keepFeed(const std::optional<QVariantMap> &feed, const Error *place,
-                  const FeedMark &mark = {});
     void restoreLocalCache();
 
     template <class... Arguments>

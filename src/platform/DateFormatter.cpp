@@ -1,5 +1,7 @@
 #include "DateFormatter.h"
 
+#include "PreferredLanguages.h"
+
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -24,6 +26,45 @@ constexpr int firstQuickYear = 1800;
 
 icu::Locale icuLocale(const QString &identifier) {
     return icu::Locale::createCanonical(identifier.toUtf8().constData());
+}
+
+/// Script and region may be empty.
+icu::Locale icuLocale(const std::string &language, const std::string &script,
+                      const std::string &region) {
+    std::string name = language;
+    for (const std::string &part : {script, region}) {
+        if (!part.empty())
+            name += '_' + part;
+    }
+    return icu::Locale::createCanonical(name.c_str());
+}
+
+icu::Locale withLikelySubtags(icu::Locale locale) {
+    UErrorCode status = U_ZERO_ERROR;
+    locale.addLikelySubtags(status);
+    return locale;
+}
+
+/// The type of the calendar that is used in `locale`.
+std::string calendarOf(const icu::Locale &locale) {
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(locale, status));
+    return calendar ? calendar->getType() : "gregorian";
+}
+
+icu::Locale withCalendar(icu::Locale locale, const std::string &calendar) {
+    UErrorCode status = U_ZERO_ERROR;
+    locale.setKeywordValue("calendar", calendar.c_str(), status);
+    return locale;
+}
+
+/// The region in a POSIX locale's name, or in a language tag; empty where it names none.
+std::string regionIn(const QString &name) {
+    const QString place = name.section(u'@', 0, 0).section(u'.', 0, 0);
+    // ICU would make "en_US" of these.
+    if (place == u"C" || place == u"POSIX")
+        return {};
+    return icuLocale(place).getCountry();
 }
 
 /// Reads the digits at the front of `text` into `number` and takes them off.
@@ -97,8 +138,18 @@ std::string quickName(const icu::UnicodeString &name) {
 
 class DateFormatter::Icu {
 public:
-    Icu(QString datePattern, const QString &localeIdentifier)
-        : pattern(std::move(datePattern)), locale(icuLocale(localeIdentifier)) {}
+    Icu(QString datePattern, icu::Locale dateLocale)
+        : pattern(std::move(datePattern)), locale(std::move(dateLocale)) {}
+
+    /// One for the same language, script and calendar in no region; null where this one has none.
+    [[nodiscard]] std::unique_ptr<Icu> withoutRegion() const {
+        if (*locale.getCountry() == '\0')
+            return nullptr;
+        const icu::Locale whole = withLikelySubtags(locale);
+        return std::make_unique<Icu>(
+            pattern, withCalendar(icuLocale(whole.getLanguage(), whole.getScript(), {}),
+                                  calendarOf(locale)));
+    }
 
     QDateTime read(std::string_view text) {
         if (!prepared)
@@ -231,35 +282,42 @@ private:
 };
 
 QString DateFormatter::userLocaleIdentifier() {
-    QByteArray name;
+    QString formats;
     for (const char *const variable : {"LC_ALL", "LC_TIME", "LANG"}) {
-        name = qgetenv(variable);
-        if (!name.isEmpty())
+        formats = QString::fromLatin1(qgetenv(variable));
+        if (!formats.isEmpty())
             break;
     }
-    const qsizetype modifier = name.indexOf('@');
-    const QByteArray script = modifier < 0 ? QByteArray() : name.sliced(modifier + 1);
-    if (modifier >= 0)
-        name.truncate(modifier);
-    if (const qsizetype charset = name.indexOf('.'); charset >= 0)
-        name.truncate(charset);
-    if (name.isEmpty() || name == "C" || name == "POSIX")
-        return QStringLiteral("en");
-    if (script == "latin")
-        name.replace('_', "_Latn_");
-    else if (script == "cyrillic")
-        name.replace('_', "_Cyrl_");
-    return QString::fromUtf8(name);
+    return localeIdentifier(preferredLanguages().first(), formats);
+}
+
+QString DateFormatter::localeIdentifier(const QString &language, const QString &formats) {
+    const bool isEnglish = language.isEmpty() || language == u"C" || language == u"POSIX";
+    const icu::Locale asked = icuLocale(isEnglish ? QStringLiteral("en") : language);
+    const std::string region = regionIn(formats);
+    icu::Locale locale = icuLocale(asked.getLanguage(), asked.getScript(), region);
+    // A region brings a script and a calendar of its own, but not for news in this language.
+    const icu::Locale whole = withLikelySubtags(asked);
+    if (std::string_view(whole.getScript()) != withLikelySubtags(locale).getScript())
+        locale = icuLocale(asked.getLanguage(), whole.getScript(), region);
+    if (const std::string calendar = calendarOf(asked); calendar != calendarOf(locale))
+        locale = withCalendar(locale, calendar);
+    return QString::fromLatin1(locale.getName());
 }
 
 DateFormatter::DateFormatter(QString pattern, const QString &localeIdentifier)
-    : icu(std::make_unique<Icu>(std::move(pattern), localeIdentifier)) {}
+    : icu(std::make_unique<Icu>(std::move(pattern), icuLocale(localeIdentifier))) {}
 
 DateFormatter::~DateFormatter() = default;
 
 QDateTime DateFormatter::dateFromString(QUtf8StringView text) {
-    return icu->read(
-        {reinterpret_cast<const char *>(text.data()), static_cast<size_t>(text.size())});
+    const std::string_view date(reinterpret_cast<const char *>(text.data()),
+                                static_cast<size_t>(text.size()));
+    if (const QDateTime read = icu->read(date); read.isValid())
+        return read;
+    if (!fallback)
+        fallback = icu->withoutRegion();
+    return fallback ? fallback->read(date) : QDateTime();
 }
 
 }  // namespace pelorinnews

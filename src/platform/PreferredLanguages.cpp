@@ -1,11 +1,50 @@
 #include "PreferredLanguages.h"
 
+#include <QByteArray>
 #include <QLocale>
 
 namespace pelorinnews {
 
+namespace {
+
+/// The name of the user's first language as it stands in the environment ("sr_RS.UTF-8@latin").
+QString firstName() {
+    for (const QByteArray &name : qgetenv("LANGUAGE").split(':')) {
+        if (!name.isEmpty())
+            return QString::fromLatin1(name);
+    }
+    for (const char *const variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        if (const QByteArray name = qgetenv(variable); !name.isEmpty())
+            return QString::fromLatin1(name);
+    }
+    return {};
+}
+
+/// What the modifier of a name adds to a language tag.
+QLatin1StringView scriptOf(const QString &name) {
+    const QString modifier = name.section(u'@', 1);
+    return modifier == u"latin"      ? QLatin1StringView("-Latn")
+           : modifier == u"cyrillic" ? QLatin1StringView("-Cyrl")
+                                     : QLatin1StringView();
+}
+
+}  // namespace
+
 QStringList preferredLanguages() {
-    return languagesForTexts(QLocale::system().uiLanguages());
+    QStringList languages = QLocale::system().uiLanguages();
+    // Qt drops a modifier that chooses a script, or takes it for a country.
+    if (const QString name = firstName(); !scriptOf(name).isEmpty())
+        languages.prepend(languageOfLocale(name));
+    return languagesForTexts(languages);
+}
+
+QString languageOfLocale(const QString &locale) {
+    const QString place = locale.section(u'@', 0, 0).section(u'.', 0, 0).replace(u'_', u'-');
+    if (place == u"POSIX")
+        return QStringLiteral("C");
+    const QString language = place.section(u'-', 0, 0);
+    return language.isEmpty() ? QString()
+                              : language + scriptOf(locale) + place.sliced(language.size());
 }
 
 QStringList languagesForTexts(const QStringList &languages) {

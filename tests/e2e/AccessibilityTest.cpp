@@ -113,7 +113,7 @@ void AccessibilityTest::everyControlSaysWhatItIs() {
 }
 
 void AccessibilityTest::everyNameIsInTheUsersLanguage() {
-    panel->desktop.setVariable(QStringLiteral("LANGUAGE"), QStringLiteral("de"));
+    panel->setLanguage({QStringLiteral("LANGUAGE=de")}, QStringLiteral("de"));
     QVERIFY(panel->open(Panel::items(2)));
     QCOMPARE(names("push button"), QStringList({QStringLiteral("Optionen einblenden"),
                                                 QStringLiteral("Vorherige Neuigkeit"),

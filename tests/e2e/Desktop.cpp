@@ -8,11 +8,11 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLocale>
 #include <QSaveFile>
 #include <QSettings>
 #include <QTest>
 
+#include <FeedTemplate.h>
 #include <algorithm>
 #include <sched.h>
 #include <sys/stat.h>
@@ -88,22 +88,25 @@ Desktop::~Desktop() {
     end(notificationDaemon);
 }
 
-void Desktop::serve(const QList<FeedEntry> &entries) const {
-    QByteArray text = "<rss version=\"2.0\"><channel><language>en</language>";
-    for (const FeedEntry &entry : entries) {
-        const QString date = QLocale::c().toString(
-            entry.date.toUTC(), QStringLiteral("ddd, dd MMM yyyy HH:mm:ss '+0000'"));
-        text += "<item><title>" + entry.title.toUtf8() + "</title><pubDate>" + date.toUtf8() +
+void Desktop::serve(const QList<FeedEntry> &entries, const QString &language) const {
+    QByteArray text =
+        "<rss version=\"2.0\"><channel><language>" + language.toUtf8() + "</language>";
+    for (const FeedEntry &entry : entries)
+        text += "<item><title>" + entry.title.toUtf8() + "</title><pubDate>" +
+                FeedTemplate::publicationDate(entry.date, language).toUtf8() +
                 "</pubDate><category>" + entry.category.toUtf8() + "</category><comments>" +
                 entry.plainText.toUtf8() + "</comments><description><![CDATA[" +
                 entry.html.toUtf8() + "]]></description></item>";
-    }
-    write(path(QStringLiteral("feeds/standard.en.xml")), text + "</channel></rss>\n");
+    write(path(QStringLiteral("feeds/standard.") + language + QStringLiteral(".xml")),
+          text + "</channel></rss>\n");
 }
 
 void Desktop::prefer(const QString &key, const QVariant &value) const {
     QSettings settings(path(QStringLiteral("config/Olvane/Pelorin.conf")), QSettings::IniFormat);
-    settings.setValue(key, value);
+    if (value.isValid())
+        settings.setValue(key, value);
+    else
+        settings.remove(key);
 }
 
 QVariant Desktop::preference(const QString &key) const {

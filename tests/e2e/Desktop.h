@@ -28,9 +28,10 @@ public:
     Desktop(const Desktop &) = delete;
     Desktop &operator=(const Desktop &) = delete;
 
-    /// What the feed service answers from now on.
-    void serve(const QList<FeedEntry> &entries) const;
-    /// Stores a preference, before the host starts.
+    /// What the feed service answers from now on to a user of `language`.
+    void serve(const QList<FeedEntry> &entries,
+               const QString &language = QStringLiteral("en")) const;
+    /// Stores a preference, before the host starts; removes it where `value` is invalid.
     void prefer(const QString &key, const QVariant &value) const;
     /// A preference as it is stored now.
     [[nodiscard]] QVariant preference(const QString &key) const;

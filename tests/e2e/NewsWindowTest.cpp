@@ -15,6 +15,8 @@ private Q_SLOTS:
 
     void loadsNeitherWindowNorWebEngineBeforeItIsShown();
     void opensByItselfFoldedAndPaintsTheFirstItem();
+    void opensByItselfWhateverTheFormats_data();
+    void opensByItselfWhateverTheFormats();
     void closesOnItsKeysAndOpensAsItWas_data();
     void closesOnItsKeysAndOpensAsItWas();
     void keepsItsItemWhenTheFocusComesBack();
@@ -63,6 +65,29 @@ void NewsWindowTest::opensByItselfFoldedAndPaintsTheFirstItem() {
     QTRY_COMPARE(Screen::geometry(panel->window).size(), folded);
     QVERIFY(panel->object("label", "Show options").is("showing"));
     QCOMPARE(panel->object("combo box", "All").role, QString());
+}
+
+void NewsWindowTest::opensByItselfWhateverTheFormats_data() {
+    QTest::addColumn<QStringList>("variables");
+    QTest::addColumn<QString>("feedLanguage");
+    const auto row = [](const char *variables, const char *feedLanguage) {
+        QTest::newRow(variables) << QString::fromLatin1(variables).split(u' ')
+                                 << QString::fromLatin1(feedLanguage);
+    };
+    row("LANG=en_US.UTF-8 LC_TIME=de_DE.UTF-8", "en");
+    row("LANG=en_US LANGUAGE=de:en", "de");
+    row("LANG=de_DE LANGUAGE=en_US", "en");
+    row("LANG=de_DE LC_TIME=C.UTF-8", "de");
+}
+
+void NewsWindowTest::opensByItselfWhateverTheFormats() {
+    QFETCH(const QStringList, variables);
+    QFETCH(const QString, feedLanguage);
+    panel->setLanguage(variables, feedLanguage);
+    // The names of month and day differ between the languages.
+    QList<FeedEntry> news = Panel::items(1);
+    news.first().date = QDateTime(QDate(2024, 5, 15), QTime(10, 0), Qt::UTC);
+    QVERIFY(panel->open(news));
 }
 
 void NewsWindowTest::closesOnItsKeysAndOpensAsItWas_data() {

@@ -26,8 +26,17 @@ QList<FeedEntry> Panel::items(int count) {
     return all;
 }
 
+void Panel::setLanguage(const QStringList &variables, const QString &feedLanguage) {
+    for (const char *const name : {"LC_ALL", "LC_TIME", "LC_MESSAGES", "LANG", "LANGUAGE"})
+        desktop.setVariable(QString::fromLatin1(name), {});
+    for (const QString &variable : variables)
+        desktop.setVariable(variable.section(u'=', 0, 0), variable.section(u'=', 1));
+    desktop.prefer(QStringLiteral("newsFeedLocale"), {});
+    language = feedLanguage;
+}
+
 void Panel::begin(const QList<FeedEntry> &news) {
-    desktop.serve(news);
+    desktop.serve(news, language);
     if (withoutWebEngine)
         desktop.startHost(desktop.applicationWithoutWebEngine());
     else

@@ -17,6 +17,10 @@ public:
     /// News of which the newest is the first: `count` items, "Item 1" being the first's text.
     [[nodiscard]] static QList<FeedEntry> items(int count);
 
+    /// Gives the user only these variables ("LANG=de_DE") to tell their language and formats by,
+    /// and no stored language of the feed. The news is served to users of `feedLanguage`.
+    void setLanguage(const QStringList &variables, const QString &feedLanguage);
+
     /// Starts the host with these news.
     void begin(const QList<FeedEntry> &news);
     /// Starts the host with these news, and waits for the first to be shown. False in vain.
@@ -48,6 +52,9 @@ public:
     Desktop desktop;
     /// The number of the news window.
     QString window;
+
+private:
+    QString language = QStringLiteral("en");
 };
 
 }  // namespace pelorinnews::test

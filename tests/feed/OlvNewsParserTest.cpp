@@ -22,8 +22,9 @@ QString feed(const QString &items) {
     return QStringLiteral("<rss><language>en</language>") + items + QStringLiteral("</rss>");
 }
 
-QDateTime onlyDateOf(const QString &date) {
-    const auto list = listOf(OlvNewsParser().parse(
+/// The date as a user of `locale` reads it; as this one does without.
+QDateTime onlyDateOf(const QString &date, const QString &locale = {}) {
+    const auto list = listOf(OlvNewsParser(locale).parse(
         feed(QStringLiteral("<item><pubDate>") + date + QStringLiteral("</pubDate></item>"))));
     return list && list->size() == 1 ? list->front()->date() : QDateTime();
 }
@@ -145,41 +146,49 @@ private Q_SLOTS:
     }
 
     void theSampleDateIsReadUnderAnEnglishLocaleOnly_data() {
-        QTest::addColumn<QByteArray>("locale");
+        QTest::addColumn<QString>("locale");
         QTest::addColumn<bool>("english");
-        QTest::newRow("en_US") << QByteArray("en_US.UTF-8") << true;
-        QTest::newRow("C") << QByteArray("C") << true;
-        QTest::newRow("de") << QByteArray("de_DE.UTF-8") << false;
-        QTest::newRow("fr") << QByteArray("fr_FR.UTF-8") << false;
-        QTest::newRow("th") << QByteArray("th_TH.UTF-8") << false;
-        QTest::newRow("fa") << QByteArray("fa_IR.UTF-8") << false;
+        for (const char *const locale : {"en", "en_US", "en_GB", "en_DE"})
+            QTest::newRow(locale) << QString::fromLatin1(locale) << true;
+        for (const char *const locale : {"de", "de_DE", "de_US", "fr_FR", "th_TH", "fa_IR"})
+            QTest::newRow(locale) << QString::fromLatin1(locale) << false;
     }
 
     void theSampleDateIsReadUnderAnEnglishLocaleOnly() {
-        QFETCH(const QByteArray, locale);
+        QFETCH(const QString, locale);
         QFETCH(const bool, english);
-        const Variable all("LC_ALL", locale);
-        QCOMPARE(onlyDateOf(sampleDate), english ? sampleInstant : QDateTime());
+        QCOMPARE(onlyDateOf(sampleDate, locale), english ? sampleInstant : QDateTime());
     }
 
     void aDateInTheUsersLanguageIsRead_data() {
-        QTest::addColumn<QByteArray>("locale");
+        QTest::addColumn<QString>("locale");
         QTest::addColumn<QString>("date");
-        QTest::newRow("de") << QByteArray("de_DE.UTF-8")
-                            << QStringLiteral("Mo., 02 Mär 2015 10:00:00 GMT");
-        QTest::newRow("fr") << QByteArray("fr_FR.UTF-8")
-                            << QStringLiteral("lun., 02 mars 2015 10:00:00 GMT");
-        QTest::newRow("th") << QByteArray("th_TH.UTF-8")
-                            << QStringLiteral("จ., 02 มี.ค. 2558 10:00:00 GMT");
-        QTest::newRow("fa") << QByteArray("fa_IR.UTF-8")
-                            << QStringLiteral("دوشنبه, ۱۱ اسفند ۱۳۹۳ ۱۰:۰۰:۰۰ GMT");
+        const auto row = [](const char *locale, const char *date) {
+            QTest::newRow(locale) << QString::fromLatin1(locale) << QString::fromUtf8(date);
+        };
+        row("de_DE", "Mo., 02 Mär 2015 10:00:00 GMT");
+        row("de_AT", "Mo., 02 Mär 2015 10:00:00 GMT");
+        row("fr_FR", "lun., 02 mars 2015 10:00:00 GMT");
+        row("th_TH", "จ., 02 มี.ค. 2558 10:00:00 GMT");
+        row("fa_IR", "دوشنبه, ۱۱ اسفند ۱۳۹۳ ۱۰:۰۰:۰۰ GMT");
     }
 
     void aDateInTheUsersLanguageIsRead() {
-        QFETCH(const QByteArray, locale);
+        QFETCH(const QString, locale);
         QFETCH(const QString, date);
-        const Variable all("LC_ALL", locale);
-        QCOMPARE(onlyDateOf(date), sampleInstant);
+        QCOMPARE(onlyDateOf(date, locale), sampleInstant);
+    }
+
+    void datesAreReadAsTheUserOfTheMomentReadsThem() {
+        // The language is the same all the time, the region decides how September is called.
+        const QString september = QStringLiteral("Wed, 02 Sept 2015 10:00:00 GMT");
+        {
+            const Variable all("LC_ALL", "en_GB.UTF-8");
+            QVERIFY(onlyDateOf(september).isValid());
+        }
+        const Variable all("LC_ALL", "en_US.UTF-8");
+        QVERIFY(!onlyDateOf(september).isValid());
+        QVERIFY(onlyDateOf(sampleDate).isValid());
     }
 
     void theUsersTimeZoneDoesNotMoveADateWithAZone() {
@@ -295,5 +304,13 @@ private Q_SLOTS:
     }
 };
 
-PELORIN_CORE_TEST_MAIN(OlvNewsParserTest)
+int main(int argc, char *argv[]) {
+    // The user's language, which the platform looks at once.
+    qputenv("LANGUAGE", "en_US");
+    const test::TestHome home;
+    const QCoreApplication application(argc, argv);
+    OlvNewsParserTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "OlvNewsParserTest.moc"

@@ -1,7 +1,10 @@
 #include "DateFormatter.h"
 #include "TestMain.h"
 
+#include <QProcess>
+
 #include <cmath>
+#include <cstdio>
 #include <unicode/dtfmtsym.h>
 #include <unicode/smpdtfmt.h>
 
@@ -9,6 +12,7 @@ using namespace pelorinnews;
 
 namespace {
 
+const QString printArgument = QStringLiteral("--print-identifier");
 const QString pattern = QStringLiteral("EEE, dd LLL yyyy HH:mm:ss zzz");
 
 std::unique_ptr<icu::SimpleDateFormat> formatFor(const icu::Locale &locale) {
@@ -36,6 +40,39 @@ QDateTime readByIcu(const icu::SimpleDateFormat &format, const QString &date) {
     return QDateTime::fromMSecsSinceEpoch(std::llround(instant), Qt::UTC);
 }
 
+/// The locale that is left of `locale` without its region, with the calendar of before.
+icu::Locale withoutRegion(const icu::Locale &locale) {
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Locale whole = locale;
+    whole.addLikelySubtags(status);
+    icu::Locale rest(whole.getLanguage(), whole.getScript());
+    rest.setKeywordValue("calendar", formatFor(locale)->getCalendar()->getType(), status);
+    return rest;
+}
+
+/// Writes the dates of feeds, in GMT.
+std::unique_ptr<icu::SimpleDateFormat> writerFor(const icu::Locale &locale) {
+    auto writer = formatFor(locale);
+    writer->setTimeZone(*icu::TimeZone::getGMT());
+    return writer;
+}
+
+QString written(const icu::SimpleDateFormat &writer, qint64 instant) {
+    icu::UnicodeString characters;
+    return text(writer.format(static_cast<UDate>(instant) * 1000, characters));
+}
+
+/// Days of 2026, at ten o'clock: each of the twelve months with each of the seven weekdays.
+QList<qint64> everyMonthAndWeekday() {
+    QList<qint64> instants;
+    for (int month = 1; month <= 12; ++month) {
+        for (int day = 10; day < 17; ++day)
+            instants
+                << QDateTime(QDate(2026, month, day), QTime(10, 0), Qt::UTC).toSecsSinceEpoch();
+    }
+    return instants;
+}
+
 /// `date` and the ways in which it may be not quite right.
 QStringList variantsOf(const QString &date) {
     QStringList variants = {date,
@@ -58,32 +95,22 @@ QStringList variantsOf(const QString &date) {
     return variants;
 }
 
-/// The three variables that name the user's locale, null for one that is not set.
-class Environment {
-public:
-    explicit Environment(const char *all, const char *time = nullptr, const char *lang = nullptr) {
-        set("LC_ALL", all);
-        set("LC_TIME", time);
-        set("LANG", lang);
-    }
-    Environment(const Environment &) = delete;
-    Environment &operator=(const Environment &) = delete;
-    ~Environment() {
-        for (const auto &[name, value] : before)
-            qputenv(name, value);
-    }
-
-private:
-    void set(const char *name, const char *value) {
-        before.append({name, qgetenv(name)});
-        if (value)
-            qputenv(name, value);
-        else
-            qunsetenv(name);
-    }
-
-    QList<std::pair<const char *, QByteArray>> before;
-};
+/// What `DateFormatter::userLocaleIdentifier` gives in an environment of these variables
+/// ("LANG=de_DE") and of no other that names a language. Another process tells: the platform reads
+/// its environment once.
+QString identifierUnder(const QStringList &variables) {
+    QProcess other;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char *const name : {"LC_ALL", "LC_TIME", "LC_MESSAGES", "LANG", "LANGUAGE"})
+        environment.remove(QString::fromLatin1(name));
+    for (const QString &variable : variables)
+        environment.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
+    other.setProcessEnvironment(environment);
+    other.start(QCoreApplication::applicationFilePath(), {printArgument});
+    if (!other.waitForFinished() || other.exitCode() != 0)
+        return other.errorString();
+    return QString::fromUtf8(other.readAllStandardOutput());
+}
 
 }  // namespace
 
@@ -91,42 +118,147 @@ class DateFormatterTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void theUsersLocaleIsTheFirstSetOfThree() {
-        {
-            const Environment environment("de_DE.UTF-8", "fr_FR");
-            QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("de_DE"));
-        }
-        {
-            const Environment environment("", "fr_FR", "th");
-            QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("fr_FR"));
-        }
-        const Environment environment(nullptr, nullptr, "th_TH.UTF-8");
-        QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("th_TH"));
+    void theUsersLocaleIsOfOneLanguage_data() {
+        QTest::addColumn<QString>("variables");
+        QTest::addColumn<QString>("identifier");
+        const auto row = [](const char *variables, const char *identifier) {
+            QTest::newRow(*variables ? variables : "nothing")
+                << QString::fromLatin1(variables) << QString::fromLatin1(identifier);
+        };
+        row("LANG=en_US.UTF-8 LC_TIME=de_DE.UTF-8", "en_DE");
+        row("LANG=en_US LANGUAGE=de:en", "de_US");
+        row("LANG=de_DE LANGUAGE=en_US", "en_DE");
+        row("LANG=de_DE LC_TIME=C.UTF-8", "de");
+        row("LANG=de_DE LC_TIME=POSIX", "de");
+        row("LC_ALL=de_AT.UTF-8 LC_TIME=en_US LANG=fr_FR", "de_AT");
+        row("LC_ALL= LC_TIME= LANG=th_TH.UTF-8", "th_TH");
+        row("LANG=de_DE LC_MESSAGES=fr_FR", "fr_DE");
+        row("LANG=de_DE.ISO-8859-15@euro", "de_DE");
+        row("LANG=sr_RS@latin", "sr_Latn_RS");
+        row("LANG=sr_RS.UTF-8@latin LC_TIME=C", "sr_Latn");
+        row("LANG=sr_RS LANGUAGE=sr@latin:en", "sr_Latn_RS");
+        row("LC_ALL=C", "en");
+        row("LC_ALL=C.UTF-8", "en");
+        row("LC_ALL=POSIX", "en");
+        row("LC_ALL=.UTF-8", "en");
+        row("LC_ALL=@latin", "en");
+        row("LANG=garbage LC_TIME=_", "en");
+        row("", "en");
     }
 
-    void noLocaleAndThePortableOnesCountAsEnglish() {
-        for (const char *const name : {"", "C", "C.UTF-8", "POSIX", ".UTF-8"}) {
-            const Environment environment(name);
-            QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("en"));
-        }
-        const Environment environment(nullptr);
-        QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("en"));
+    void theUsersLocaleIsOfOneLanguage() {
+        QFETCH(const QString, variables);
+        QFETCH(const QString, identifier);
+        QCOMPARE(identifierUnder(variables.split(u' ', Qt::SkipEmptyParts)), identifier);
     }
 
-    void aModifierThatNamesAScriptIsKept() {
-        {
-            const Environment environment("sr_RS@latin");
-            QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("sr_Latn_RS"));
-        }
-        const Environment environment("de_DE.ISO-8859-15@euro");
-        QCOMPARE(DateFormatter::userLocaleIdentifier(), QStringLiteral("de_DE"));
+    void onlyTheRegionIsThatOfTheFormats_data() {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("formats");
+        QTest::addColumn<QString>("identifier");
+        const auto row = [](const char *language, const char *formats, const char *identifier) {
+            QTest::addRow("%s with %s", language, formats)
+                << QString::fromLatin1(language) << QString::fromLatin1(formats)
+                << QString::fromLatin1(identifier);
+        };
+        row("en-US", "de_DE.UTF-8", "en_DE");
+        row("de", "en_GB", "de_GB");
+        row("en-GB", "", "en");
+        row("C", "de_DE", "en_DE");
+        row("", "", "en");
+        row("en-US", "de-AT", "en_AT");
+        row("es-419", "de_DE", "es_DE");
+        row("en-US", "es_419", "en_419");
+        // The script is the one in which the language asked for is written …
+        row("sr-RS", "sr_ME", "sr_Cyrl_ME");
+        row("sr-Latn-RS", "de_DE", "sr_Latn_DE");
+        row("sr-RS", "sr_RS@latin", "sr_RS");
+        row("zh-TW", "zh_CN", "zh_Hant_CN");
+        row("zh-TW", "C", "zh_Hant");
+        // … and the calendar, too.
+        row("en-US", "th_TH", "en_TH@calendar=gregorian");
+        row("en-TH", "th_TH", "en_TH");
+        row("th-TH", "th_TH", "th_TH");
+        row("th-TH", "en_US", "th_US@calendar=buddhist");
+        row("fa", "en_US", "fa_US@calendar=persian");
     }
 
-    void aFormatterKeepsTheLocaleItWasMadeWith() {
-        const Environment environment("en_US");
-        DateFormatter formatter(pattern);
-        qputenv("LC_ALL", "de_DE");
-        QVERIFY(formatter.dateFromString("Mon, 02 Mar 2015 10:00:00 GMT").isValid());
+    void onlyTheRegionIsThatOfTheFormats() {
+        QFETCH(const QString, language);
+        QFETCH(const QString, formats);
+        QTEST(DateFormatter::localeIdentifier(language, formats), "identifier");
+    }
+
+    void everyRegionsEnglishAndGermanReadsItsOwnNamesAndThoseOfTheLanguage() {
+        int32_t count = 0;
+        const icu::Locale *const locales = icu::Locale::getAvailableLocales(count);
+        QMap<QByteArray, int> regions;
+        for (int32_t i = 0; i < count; ++i) {
+            const QByteArray language = locales[i].getLanguage();
+            if ((language != "en" && language != "de") || *locales[i].getCountry() == '\0')
+                continue;
+            ++regions[language];
+            // As a user has it whose every setting is of this region, and one whose formats are.
+            for (const QString &preferred :
+                 {QString::fromLatin1(locales[i].getName()), QString::fromLatin1(language)}) {
+                DateFormatter formatter(pattern,
+                                        DateFormatter::localeIdentifier(
+                                            preferred, QString::fromLatin1(locales[i].getName())));
+                const auto own = writerFor(locales[i]);
+                const auto plain = writerFor(icu::Locale(language.constData()));
+                for (const qint64 instant : everyMonthAndWeekday()) {
+                    for (const QString &date : {written(*own, instant), written(*plain, instant)}) {
+                        const QDateTime read = formatter.dateFromString(date.toUtf8());
+                        if (read != QDateTime::fromSecsSinceEpoch(instant, Qt::UTC))
+                            QFAIL(qPrintable(date + QStringLiteral(" under ") +
+                                             QLatin1String(locales[i].getName())));
+                    }
+                }
+            }
+        }
+        QVERIFY(regions["en"] > 90);
+        QVERIFY(regions["de"] >= 6);
+    }
+
+    void whatIsWrittenForTheLanguageIsReadInAnyRegion_data() {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("formats");
+        const auto row = [](const char *language, const char *formats) {
+            QTest::addRow("%s with %s", language, formats)
+                << QString::fromLatin1(language) << QString::fromLatin1(formats);
+        };
+        for (const char *const formats : {"de_DE", "C.UTF-8", "th_TH", "fa_IR", "ar_SA", "ja_JP"}) {
+            for (const char *const language : {"en-US", "de-DE", "fr", "sr-Latn-RS", "zh-TW"})
+                row(language, formats);
+        }
+        for (const char *const formats : {"en_US", "de_DE", "C.UTF-8"}) {
+            for (const char *const language : {"th-TH", "fa-IR", "ar-EG"})
+                row(language, formats);
+        }
+    }
+
+    void whatIsWrittenForTheLanguageIsReadInAnyRegion() {
+        QFETCH(const QString, language);
+        QFETCH(const QString, formats);
+        DateFormatter formatter(pattern, DateFormatter::localeIdentifier(language, formats));
+        const auto writer = writerFor(icu::Locale::createCanonical(qPrintable(language)));
+        for (const qint64 instant : everyMonthAndWeekday()) {
+            const QString date = written(*writer, instant);
+            const QDateTime read = formatter.dateFromString(date.toUtf8());
+            QVERIFY2(read == QDateTime::fromSecsSinceEpoch(instant, Qt::UTC), qPrintable(date));
+        }
+    }
+
+    void aDateInAnotherLanguageIsNone() {
+        for (const auto &[language, formats] :
+             {std::pair("en-US", "de_DE"), {"en-GB", "en_GB"}, {"en", "C"}}) {
+            DateFormatter formatter(pattern, DateFormatter::localeIdentifier(
+                                                 QLatin1String(language), QLatin1String(formats)));
+            QVERIFY(!formatter.dateFromString("Mo., 02 Mär 2015 10:00:00 GMT").isValid());
+            QVERIFY(!formatter.dateFromString("lun., 02 mars 2015 10:00:00 GMT").isValid());
+        }
+        DateFormatter formatter(pattern, DateFormatter::localeIdentifier("de-DE", "en_US"));
+        QVERIFY(!formatter.dateFromString("Mon, 02 Mar 2015 10:00:00 GMT").isValid());
     }
 
     void anotherPatternIsReadToo() {
@@ -173,13 +305,12 @@ private Q_SLOTS:
         for (int32_t i = 0; i < count; ++i) {
             const auto icu = formatFor(locales[i]);
             QVERIFY(icu);
+            const auto fallback = formatFor(withoutRegion(locales[i]));
             QStringList dates = {QStringLiteral("Mon, 02 Mar 2015 10:00:00 GMT")};
-            for (const qint64 instant : {1425290400, 1456740000, 1767175200}) {
-                icu::UnicodeString written;
-                std::unique_ptr<icu::SimpleDateFormat> writer(icu->clone());
-                writer->setTimeZone(*icu::TimeZone::getGMT());
-                dates << text(writer->format(static_cast<UDate>(instant) * 1000, written));
-            }
+            const auto own = writerFor(locales[i]);
+            const auto plain = writerFor(withoutRegion(locales[i]));
+            for (const qint64 instant : {1425290400, 1456740000, 1767175200})
+                dates << written(*own, instant) << written(*plain, instant);
             // Twice each: what was once read counts in the second reading.
             dates += dates;
             // Variants are slow to refuse: ICU looks for zones by name in all languages.
@@ -187,7 +318,9 @@ private Q_SLOTS:
                 dates += variantsOf(dates.at(i / 8 % 4));
             DateFormatter formatter(pattern, QString::fromLatin1(locales[i].getName()));
             for (const QString &date : std::as_const(dates)) {
-                const QDateTime expected = readByIcu(*icu, date);
+                QDateTime expected = readByIcu(*icu, date);
+                if (!expected.isValid())
+                    expected = readByIcu(*fallback, date);
                 const QDateTime actual = formatter.dateFromString(date.toUtf8());
                 if (actual != expected)
                     QFAIL(qPrintable(QStringLiteral("%1 under %2: %3 instead of %4")
@@ -213,14 +346,13 @@ private Q_SLOTS:
     void everyNameOfALocaleIsReadAsIcuReadsIt() {
         QFETCH(const QString, locale);
         const auto icu = formatFor(icu::Locale(locale.toLatin1().constData()));
-        icu->setTimeZone(*icu::TimeZone::getGMT());
+        const auto writer = writerFor(icu::Locale(locale.toLatin1().constData()));
         DateFormatter formatter(pattern, locale);
         for (int pass = 0; pass < 2; ++pass) {
             for (qint64 day = 16000; day < 16800; day += 3) {
                 // Names are met at midnight first, then again at all times of the day.
                 const qint64 instant = day * 86'400 + (pass == 0 ? 0 : day * 7919 % 86'400);
-                icu::UnicodeString written;
-                const QString date = text(icu->format(static_cast<UDate>(instant) * 1000, written));
+                const QString date = written(*writer, instant);
                 const QDateTime expected = readByIcu(*icu, date);
                 QCOMPARE(expected, QDateTime::fromSecsSinceEpoch(instant, Qt::UTC));
                 QCOMPARE(formatter.dateFromString(date.toUtf8()), expected);
@@ -229,5 +361,13 @@ private Q_SLOTS:
     }
 };
 
-PELORIN_CORE_TEST_MAIN(DateFormatterTest)
+int main(int argc, char *argv[]) {
+    const test::TestHome home;
+    const QCoreApplication application(argc, argv);
+    if (QCoreApplication::arguments().value(1) == printArgument)
+        return std::fputs(qPrintable(DateFormatter::userLocaleIdentifier()), stdout) < 0;
+    DateFormatterTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "DateFormatterTest.moc"

@@ -35,11 +35,13 @@ struct Outcome {
 
 /// Runs the program on `input` in a user's environment of English dates.
 Outcome check(const QStringList &arguments, const QByteArray &input = {},
-              const QByteArray &locale = "en_US.UTF-8") {
+              const QByteArray &variables = "LC_ALL=en_US.UTF-8") {
     QProcess program;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(QStringLiteral("LANGUAGE"));
-    environment.insert(QStringLiteral("LC_ALL"), QString::fromLatin1(locale));
+    for (const char *const name : {"LC_ALL", "LC_TIME", "LC_MESSAGES", "LANG", "LANGUAGE"})
+        environment.remove(QString::fromLatin1(name));
+    for (const QString &variable : QString::fromLatin1(variables).split(u' '))
+        environment.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
     program.setProcessEnvironment(environment);
     program.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedcheck"), arguments);
     program.write(input);
@@ -179,14 +181,14 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("options");
         QTest::addColumn<QByteArray>("environment");
         QTest::addColumn<bool>("readable");
-        QTest::newRow("English user") << QStringList() << QByteArray("en_US.UTF-8") << true;
-        QTest::newRow("German user") << QStringList() << QByteArray("de_DE.UTF-8") << false;
+        QTest::newRow("English user") << QStringList() << QByteArray("LC_ALL=en_US.UTF-8") << true;
+        QTest::newRow("German user") << QStringList() << QByteArray("LC_ALL=de_DE.UTF-8") << false;
         QTest::newRow("for an English user")
-            << QStringList{"--locale", "en_US"} << QByteArray("de_DE.UTF-8") << true;
+            << QStringList{"--locale", "en_US"} << QByteArray("LC_ALL=de_DE.UTF-8") << true;
         QTest::newRow("for a German user")
-            << QStringList{"--locale=de_DE"} << QByteArray("en_US.UTF-8") << false;
+            << QStringList{"--locale=de_DE"} << QByteArray("LC_ALL=en_US.UTF-8") << false;
         QTest::newRow("with a hyphen")
-            << QStringList{"--locale=de-DE"} << QByteArray("en_US.UTF-8") << false;
+            << QStringList{"--locale=de-DE"} << QByteArray("LC_ALL=en_US.UTF-8") << false;
     }
     void datesAreReadAsTheUserWould() {
         QFETCH(QStringList, options);
@@ -197,6 +199,54 @@ private Q_SLOTS:
         QTEST(outcome.json().value("items").toArray().at(0).toObject().value("date") ==
                   QJsonValue("2015-03-03T10:00:00Z"),
               "readable");
+    }
+
+    void whatTheServiceWritesIsReadWhateverTheFormats_data() {
+        QTest::addColumn<QByteArray>("variables");
+        QTest::addColumn<QByteArray>("asked");
+        const auto row = [](const char *variables, const char *asked) {
+            QTest::newRow(variables) << QByteArray(variables) << QByteArray(asked);
+        };
+        row("LANG=en_US.UTF-8 LC_TIME=de_DE.UTF-8", "en-US");
+        row("LANG=en_US LANGUAGE=de:en", "de");
+        row("LANG=de_DE LANGUAGE=en_US", "en-US");
+        row("LANG=de_DE LC_TIME=C.UTF-8", "de-DE");
+        row("LANG=en_GB.UTF-8", "en-GB");
+        row("LANG=en_GB.UTF-8 LC_TIME=en_US.UTF-8", "en-GB");
+        row("LANG=de_AT.UTF-8 LC_TIME=de_DE.UTF-8", "de-AT");
+        row("LANG=en_US.UTF-8 LC_TIME=th_TH.UTF-8", "en-US");
+        row("LANG=th_TH.UTF-8 LC_TIME=en_US.UTF-8", "th-TH");
+        row("LANG=sr_RS.UTF-8@latin", "sr-Latn-RS");
+    }
+    void whatTheServiceWritesIsReadWhateverTheFormats() {
+        QFETCH(const QByteArray, variables);
+        QFETCH(const QByteArray, asked);
+        const QTemporaryDir feeds;
+        QFile file(feeds.filePath("standard.en.xml"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        // A year's worth of months, and of weekdays.
+        QByteArray items;
+        for (int month = 0; month < 12; ++month)
+            items +=
+                "<item><pubDate>{{now-" + QByteArray::number(month * 30) + "d}}</pubDate></item>";
+        file.write(feed(items));
+        file.close();
+        FeedServerOptions options;
+        options.feedFolder = feeds.path();
+        FeedServer server(options);
+        QVERIFY(server.start());
+        const Outcome outcome = check({"--json", server.feedAddress()}, {}, variables);
+        QCOMPARE(server.requests().front().target(),
+                 "/RSS_Feed/PelorinNews.php?&locale=" + asked + "&type=standard");
+        const QJsonArray read = outcome.json().value("items").toArray();
+        QCOMPARE(read.size(), 12);
+        for (int month = 0; month < 12; ++month) {
+            const QDateTime date = QDateTime::fromString(
+                read.at(month).toObject().value("date").toString(), Qt::ISODate);
+            const qint64 age = date.secsTo(QDateTime::currentDateTimeUtc());
+            QVERIFY2(date.isValid() && qAbs(age - month * 30 * 86'400) < 3600,
+                     outcome.output.constData());
+        }
     }
 
     void readsAFile() {

@@ -30,6 +30,12 @@ void FeedTemplateTest::datesAreRelativeAndInTheLanguageAskedFor_data() {
     row("German", "{{now}}", "de", "Mo., 02 Mär 2015 10:00:00 GMT");
     row("German of Germany", "{{now}}", "de-DE", "Mo., 02 Mär 2015 10:00:00 GMT");
     row("an underscore", "{{now}}", "de_DE", "Mo., 02 Mär 2015 10:00:00 GMT");
+    row("the language's name of a month, not the region's", "{{now+190d}}", "en-GB",
+        "Tue, 08 Sep 2015 10:00:00 GMT");
+    row("German of Austria", "{{now-40d}}", "de-AT", "Mi., 21 Jan 2015 10:00:00 GMT");
+    row("a script", "{{now}}", "sr-Latn-RS", "pon, 02 mar 2015 10:00:00 GMT");
+    row("a region's script", "{{now}}", "zh-TW", "週一, 02 3月 2015 10:00:00 GMT");
+    row("a region's calendar", "{{now}}", "th-TH", "จ., 02 มี.ค. 2558 10:00:00 GMT");
     row("no locale is English", "{{now}}", "", "Mon, 02 Mar 2015 10:00:00 GMT");
     row("twice", "{{now}}{{now}}", "en",
         "Mon, 02 Mar 2015 10:00:00 GMTMon, 02 Mar 2015 10:00:00 GMT");

@@ -10,12 +10,19 @@ namespace {
 
 constexpr double thirtyDays = 30.0 * 24 * 60 * 60;
 
+/// A cache that takes what was parsed elsewhere, dates as another user reads them included.
+class PreviewCache : public OlvNewsCacheFiltered {
+public:
+    using OlvNewsCacheFiltered::OlvNewsCacheFiltered;
+    bool take(const std::optional<QVariantMap> &feed) { return keepFeed(feed, nullptr); }
+};
+
 /// A cache whose folder is not the user's.
-std::shared_ptr<OlvNewsCacheFiltered> makeCache(const QString &folder) {
+std::shared_ptr<PreviewCache> makeCache(const QString &folder) {
     constexpr auto variable = "XDG_DATA_HOME";
     const QByteArray before = qgetenv(variable);
     qputenv(variable, QFile::encodeName(folder));
-    auto cache = std::make_shared<OlvNewsCacheFiltered>();
+    auto cache = std::make_shared<PreviewCache>();
     if (before.isNull())
         qunsetenv(variable);
     else
@@ -32,10 +39,10 @@ QStringList FeedPreview::categoriesOf(Type type) {
     return words;
 }
 
-FeedPreview::FeedPreview(const QString &text) {
+FeedPreview::FeedPreview(const std::optional<QVariantMap> &feed) {
     const QTemporaryDir folder;
     const auto cache = makeCache(folder.path());
-    if (!cache->parseFeed(text, nullptr))
+    if (!cache->take(feed))
         return;
     for (quint64 index = 0; index < cache->unfilteredCount(); ++index)
         all.push_back(cache->OlvNewsCache::itemAtIndex(index));

@@ -10,14 +10,14 @@
 
 namespace pelorinnews {
 
-/// What the panel would make of a feed: it puts the text into the panel's own cache and runs the
-/// panel's own filters over it, for somebody who has not looked at the news yet.
+/// What the panel would make of a feed: it puts what the parser gave into the panel's own cache and
+/// runs the panel's own filters over it, for somebody who has not looked at the news yet.
 class FeedPreview {
 public:
     enum Type { AllTypes, CriticalOnly, TypeCount };
     enum Age { Unread, Recent, AnyAge, AgeCount };
 
-    explicit FeedPreview(const QString &text);
+    explicit FeedPreview(const std::optional<QVariantMap> &feed);
 
     /// All items, in feed order.
     [[nodiscard]] const OlvNewsItemList &items() const { return all; }

@@ -3,6 +3,7 @@
 #include "FeedPreview.h"
 #include "JsonOutput.h"
 
+#include <OlvNewsParser.h>
 #include <algorithm>
 
 namespace pelorinnews {
@@ -207,8 +208,8 @@ QString findingRows(std::vector<Finding> findings) {
 
 }  // namespace
 
-QString feedReport(const FeedSource &source, const QString &text, const QString &language,
-                   const QString &locale) {
+QString feedReport(const FeedSource &source, const QString &text,
+                   const std::optional<QVariantMap> &feed, const QString &locale) {
     QString report = line(forOneLine(source.name, 500));
     if (!source.body)
         return report +
@@ -220,7 +221,9 @@ QString feedReport(const FeedSource &source, const QString &text, const QString 
                                             "this feed and keeps the news it has")}});
 
     const FeedInspector inspector(text);
-    const FeedPreview preview(text);
+    const FeedPreview preview(feed);
+    const QString language =
+        feed ? feed->value(OlvNewsFeedChannelLanguageKeyName).toString() : QString();
     std::vector<Finding> findings = inspector.findings();
     judgeLanguage(inspector, language, findings);
     if (!language.isNull()) {

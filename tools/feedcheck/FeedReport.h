@@ -8,9 +8,8 @@
 namespace pelorinnews {
 
 /// A report on a feed for the people who publish it: what the panel shows of it under each filter,
-/// and what to mend, by line. `language` is the one the panel takes from the feed, null when it
-/// takes nothing; `locale` the one whose user reads the dates.
+/// and what to mend, by line. `feed` is what the panel's parser gave for a user of `locale`.
 [[nodiscard]] QString feedReport(const FeedSource &source, const QString &text,
-                                 const QString &language, const QString &locale);
+                                 const std::optional<QVariantMap> &feed, const QString &locale);
 
 }  // namespace pelorinnews

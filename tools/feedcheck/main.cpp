@@ -23,11 +23,9 @@ int usage(const QString &message) {
     return BadUsage;
 }
 
-/// "de_DE" for the dates is "de-DE" for the feed service, which knows neither encodings nor
-/// modifiers ("sr_RS.UTF-8@latin").
+/// The language that a user of `locale` prefers: "de-DE" for "de_DE.UTF-8".
 QString languageFor(const QString &locale) {
-    QString language = locale.section(QLatin1Char('@'), 0, 0).section(QLatin1Char('.'), 0, 0);
-    return language.replace(QLatin1Char('_'), QLatin1Char('-'));
+    return languagesForTexts({languageOfLocale(locale)}).first();
 }
 
 bool print(const QByteArray &bytes) {
@@ -70,32 +68,33 @@ int main(int argc, char *argv[]) {
                            "(\\.[A-Za-z0-9-]+)?(@[A-Za-z]+)?$"));
         if (!form.match(line.value(localeOption)).hasMatch())
             return usage(QStringLiteral("no locale: ") + line.value(localeOption));
-        // Dates are read by the environment's locale, and only they: the application object has
-        // looked at it already.
-        qputenv("LC_ALL", line.value(localeOption).toLatin1());
     }
-    const QString locale = DateFormatter::userLocaleIdentifier();
+    // A user of LOCALE has nothing set but that.
+    const QString given = line.value(localeOption);
     const QString language =
-        line.isSet(localeOption) ? languageFor(locale) : preferredLanguages().first();
+        line.isSet(localeOption) ? languageFor(given) : preferredLanguages().first();
+    const QString locale = line.isSet(localeOption)
+                               ? DateFormatter::localeIdentifier(language, given)
+                               : DateFormatter::userLocaleIdentifier();
 
     const FeedSource source = readFeed(arguments.first(), language);
     const QString text = source.body ? FeedExchange::text(*source.body) : QString();
     std::optional<Error> error = source.error;
     Error parseError;
-    const std::optional<QVariantMap> feed = OlvNewsParser().parse(text, &parseError);
+    const std::optional<QVariantMap> feed = OlvNewsParser(locale).parse(text, &parseError);
     if (!parseError.domain.isEmpty())
         error = parseError;
-    const QString feedLanguage =
-        feed ? feed->value(OlvNewsFeedChannelLanguageKeyName).toString() : QString();
 
     bool printed = false;
     if (line.isSet(json)) {
+        const QString feedLanguage =
+            feed ? feed->value(OlvNewsFeedChannelLanguageKeyName).toString() : QString();
         const auto items = feed ? feed->value(OlvNewsFeedNewsCacheItemsKeyName)
                                       .value<std::shared_ptr<OlvNewsItemList>>()
                                 : std::make_shared<OlvNewsItemList>();
         printed = print(jsonOutput(feedLanguage, *items, error));
     } else {
-        printed = print(feedReport(source, text, feedLanguage, locale).toUtf8());
+        printed = print(feedReport(source, text, feed, locale).toUtf8());
     }
     return feed && printed ? HasResult : NoResult;
 }

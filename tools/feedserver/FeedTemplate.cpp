@@ -2,6 +2,8 @@
 
 #include <QRegularExpression>
 
+#include <memory>
+#include <unicode/calendar.h>
 #include <unicode/smpdtfmt.h>
 
 namespace pelorinnews {
@@ -26,19 +28,20 @@ qint64 offsetSeconds(const QString &terms) {
     return seconds;
 }
 
-/// The formatter of publication dates in `locale`. A bare language is written as in its most
-/// usual country, as a reader's settings would name it.
+/// The formatter of publication dates in `locale`: with the names of its language and script, which
+/// every reader of that language knows, whatever the region, and with its calendar.
 icu::SimpleDateFormat formatter(const QString &locale) {
-    QString name = locale;
-    name.replace(QLatin1Char('-'), QLatin1Char('_'));
-    if (name.isEmpty())
-        name = QStringLiteral("en");
-    icu::Locale icuLocale(name.toLatin1().constData());
+    const icu::Locale asked =
+        icu::Locale::createCanonical(locale.isEmpty() ? "en" : qPrintable(locale));
     UErrorCode status = U_ZERO_ERROR;
-    if (*icuLocale.getCountry() == '\0')
-        icuLocale.addLikelySubtags(status);
+    icu::Locale whole = asked;
+    whole.addLikelySubtags(status);
+    icu::Locale language(whole.getLanguage(), whole.getScript());
+    const std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(asked, status));
+    if (calendar)
+        language.setKeywordValue("calendar", calendar->getType(), status);
     status = U_ZERO_ERROR;
-    icu::SimpleDateFormat format(icu::UnicodeString("EEE, dd LLL yyyy HH:mm:ss zzz"), icuLocale,
+    icu::SimpleDateFormat format(icu::UnicodeString("EEE, dd LLL yyyy HH:mm:ss zzz"), language,
                                  status);
     format.adoptTimeZone(icu::TimeZone::createTimeZone("GMT"));
     return format;

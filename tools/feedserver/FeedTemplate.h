@@ -10,12 +10,13 @@ namespace pelorinnews {
 /// units d, h, m and s, each term with its own sign or the sign before it.
 class FeedTemplate {
 public:
-    /// `text` with every such place replaced by its date, written in `locale` (as "de", "de-DE"
-    /// or "de_DE"). Anything else, other double braces included, stays as it is.
+    /// `text` with every such place replaced by its date, written in the language and script of
+    /// `locale` (as "de", "de-DE" or "de_DE"). Anything else, other double braces included, stays
+    /// as it is.
     [[nodiscard]] static QByteArray render(const QByteArray &text, const QString &locale,
                                            const QDateTime &now);
 
-    /// `date` in the form of a feed's publication dates, in GMT, written in `locale`.
+    /// `date` in the form of a feed's publication dates, in GMT, written likewise.
     [[nodiscard]] static QString publicationDate(const QDateTime &date, const QString &locale);
 };
 
