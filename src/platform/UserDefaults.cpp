@@ -13,6 +13,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QList>
+#include <QLockFile>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QThread>
@@ -302,6 +303,21 @@ void UserDefaults::setValue(const QString &key, const QVariant &value) {
 
 void UserDefaults::removeObjectForKey(const QString &key) {
     store->write(key, {});
+}
+
+void UserDefaults::setDateUnlessEarlier(const QString &key, const QDateTime &date) {
+    // Between reading and writing no other process may write a later one.
+    const QString lockName = store->fileName() + QStringLiteral(".date.lock");
+    QLockFile lock(lockName);
+    constexpr int longestWait = 1000;
+    // Without a lock it is stored all the same: where no lock file can be made, or is no file.
+    if (QDir().mkpath(QFileInfo(lockName).path()) && RegularFile::isRegularOrAbsent(lockName))
+        lock.tryLock(longestWait);
+    synchronize();
+    if (dateForKey(key) > date)
+        return;
+    setValue(key, date);
+    synchronize();
 }
 
 void UserDefaults::synchronize() {

@@ -68,6 +68,10 @@ public:
     void setValue(const QString &key, const QVariant &value);
     void removeObjectForKey(const QString &key);
 
+    /// Stores `date`, and writes it at once, unless a later one is stored: by whichever process, as
+    /// it is in the file at this moment. Blocks meanwhile, some milliseconds as a rule.
+    void setDateUnlessEarlier(const QString &key, const QDateTime &date);
+
     /// Writes what is not yet written and reads what other processes wrote. Blocks meanwhile.
     void synchronize();
 

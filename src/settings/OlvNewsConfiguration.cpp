@@ -98,7 +98,10 @@ QDateTime OlvNewsConfiguration::lastViewing() const {
 }
 
 void OlvNewsConfiguration::setLastViewing(const QDateTime &lastViewing) {
-    _userDefaults->setValue(lastViewingKey, lastViewing);
+    if (lastViewing.isValid())
+        _userDefaults->setDateUnlessEarlier(lastViewingKey, lastViewing);
+    else
+        _userDefaults->removeObjectForKey(lastViewingKey);
 }
 
 quint64 OlvNewsConfiguration::refreshInterval() const {

@@ -60,6 +60,8 @@ public:
     /// Never absent: without a date no item would ever count as new, so what is stored and is no
     /// date reads as the default.
     [[nodiscard]] QDateTime lastViewing() const;
+    /// Never stores an earlier date than is stored, for another instance of the host may have
+    /// stored it. Writes at once. An invalid date brings the default back.
     void setLastViewing(const QDateTime &lastViewing);
 
     /// Seconds between two refreshes.

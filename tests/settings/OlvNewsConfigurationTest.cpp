@@ -2,13 +2,17 @@
 #include "PreferredLanguages.h"
 #include "TestMain.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QProcess>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <limits>
+#include <memory>
 #include <thread>
+#include <vector>
 
 using namespace pelorinnews;
 
@@ -16,6 +20,7 @@ namespace {
 
 const auto feedService = QStringLiteral("https://news.olvane.example/RSS_Feed/PelorinNews.php");
 const auto restartArgument = QStringLiteral("--print-settings-of");
+const auto viewingArgument = QStringLiteral("--store-last-viewing");
 const QDateTime viewed({2015, 3, 2}, {10, 0, 0, 123}, Qt::UTC);
 
 /// All nine settings in one text.
@@ -168,6 +173,54 @@ private Q_SLOTS:
         }
     }
 
+    void anEarlierLastViewingIsNeverStored() {
+        OlvNewsConfiguration configuration = store();
+        configuration.setLastViewing(viewed);
+        configuration.setLastViewing(viewed.addMSecs(-1));
+        QCOMPARE(configuration.lastViewing(), viewed);
+        configuration.setLastViewing(viewed.addMSecs(1));
+        QCOMPARE(configuration.lastViewing(), viewed.addMSecs(1));
+        // What is no date is none that is later.
+        database->setValue("newsLastViewing", "yesterday");
+        configuration.setLastViewing(viewed);
+        QCOMPARE(configuration.lastViewing(), viewed);
+    }
+
+    void anotherInstancesLaterLastViewingIsKept() {
+        OlvNewsConfiguration configuration = store();
+        configuration.setLastViewing(viewed);
+        // It ends first, and this one knows the file as it was before.
+        QVERIFY(elsewhere({viewed.addDays(2)}));
+        configuration.setLastViewing(viewed.addDays(1));
+        QCOMPARE(configuration.lastViewing(), viewed.addDays(2));
+        database.reset();
+        database = std::make_shared<UserDefaults>(path);
+        QCOMPARE(store().lastViewing(), viewed.addDays(2));
+        configuration.setLastViewing(viewed.addDays(3));
+        QVERIFY(elsewhere({viewed}));
+        QCOMPARE(store().lastViewing(), viewed.addDays(3));
+    }
+
+    void ofManyInstancesThatEndAtOnceTheLatestLastViewingStays() {
+        for (int round = 0; round < 5; ++round) {
+            QList<QDateTime> dates;
+            for (int instance = 0; instance < 6; ++instance)
+                dates << viewed.addDays(round * 10 + (instance * 5 + round) % 6);
+            QVERIFY(elsewhere(dates));
+            const auto file = std::make_shared<UserDefaults>(path);
+            QCOMPARE(OlvNewsConfiguration(file, {}).lastViewing(), viewed.addDays(round * 10 + 5));
+        }
+        QCOMPARE(QFileInfo(path).dir().entryList(QDir::Files | QDir::Hidden),
+                 QStringList{"P.conf"});
+    }
+
+    void aLockThatIsNoFileKeepsNothingBack() {
+        QVERIFY(QDir().mkpath(path + ".date.lock"));
+        OlvNewsConfiguration configuration = store();
+        configuration.setLastViewing(viewed);
+        QCOMPARE(configuration.lastViewing(), viewed);
+    }
+
     void anEmptyAddressIsNoAbsentOne() {
         OlvNewsConfiguration configuration = store();
         configuration.setFeedBaseURL(QStringLiteral(""));
@@ -201,8 +254,11 @@ private Q_SLOTS:
 
     void theLanguagesComeFromTheSystem() {
         // The platform reads its environment once for each process.
-        for (const auto &[variable, expected] :
-             {std::pair("de_DE.UTF-8", "de-DE"), {"C", "en"}, {"POSIX", "en"}, {"", "en"}}) {
+        for (const auto &[variable, expected] : {std::pair("de_DE.UTF-8", "de-DE"),
+                                                 {"sr_RS.UTF-8@latin", "sr-Latn-RS"},
+                                                 {"C", "en"},
+                                                 {"POSIX", "en"},
+                                                 {"", "en"}}) {
             QProcess other;
             QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
             for (const char *name : {"LANGUAGE", "LC_MESSAGES", "LANG"})
@@ -250,6 +306,19 @@ private:
         return OlvNewsConfiguration(database, {QStringLiteral("de-DE"), QStringLiteral("en-US")});
     }
 
+    /// Has as many other processes store a last viewing each, all at once.
+    [[nodiscard]] bool elsewhere(const QList<QDateTime> &dates) const {
+        std::vector<std::unique_ptr<QProcess>> others;
+        for (const QDateTime &date : dates) {
+            others.push_back(std::make_unique<QProcess>());
+            others.back()->start(QCoreApplication::applicationFilePath(),
+                                 {viewingArgument, path, date.toString(Qt::ISODateWithMs)});
+        }
+        return std::all_of(others.begin(), others.end(), [](const auto &other) {
+            return other->waitForFinished() && other->exitCode() == 0;
+        });
+    }
+
     static void change(OlvNewsConfiguration &configuration) {
         configuration.setShowOnStart(false);
         configuration.setFeedBaseURL("https://a.example/feed.xml");
@@ -274,6 +343,12 @@ int main(int argc, char *argv[]) {
     if (arguments.value(1) == restartArgument) {
         const auto database = std::make_shared<UserDefaults>(arguments.value(2));
         return print(summary(OlvNewsConfiguration(database, {QStringLiteral("de-DE")})));
+    }
+    if (arguments.value(1) == viewingArgument) {
+        const auto database = std::make_shared<UserDefaults>(arguments.value(2));
+        OlvNewsConfiguration configuration(database, {});
+        configuration.setLastViewing(QDateTime::fromString(arguments.value(3), Qt::ISODateWithMs));
+        return 0;
     }
     if (arguments.value(1) == u"--print-language")
         return print(preferredLanguages().first());
