@@ -274,7 +274,7 @@ private Q_SLOTS:
     void anotherThreadMayReadAndWriteAtTheSameTime() {
         OlvNewsConfiguration configuration = store();
         std::atomic<int> wrong = 0;
-        constexpr int rounds = 200;
+        constexpr int rounds = 50;
         std::thread queue([&] {
             for (int round = 0; round < rounds; ++round) {
                 if (configuration.feedLocale() != u"de-DE" || configuration.newsFilter() < 1)
