@@ -1,22 +1,17 @@
 #include "UserDefaults.h"
 
-#include "FileReplacement.h"
 #include "HostBundle.h"
 #include "PreferenceValue.h"
 #include "RegularFile.h"
-#include "SettingsBackup.h"
+#include "UserDefaultsStore.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QEvent>
-#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QList>
 #include <QLockFile>
-#include <QSettings>
 #include <QStandardPaths>
-#include <QThread>
 
 #include <mutex>
 #include <utility>
@@ -38,174 +33,6 @@ QString firstName(const QStringList &names) {
 }
 
 }  // namespace
-
-/// The file, with the one lock that guards it and the defaults. A QSettings object writes itself
-/// from an event of its thread, when it is synchronized and when it is destroyed: each of them goes
-/// through `writeOut`, since a QSettings that has no room destroys its file.
-class UserDefaults::Store : public QSettings {
-public:
-    explicit Store(const QString &path) : QSettings(usablePath(path), QSettings::IniFormat) {
-        if (const QCoreApplication *application = QCoreApplication::instance())
-            moveToThread(application->thread());
-    }
-
-    /// The main thread may be in this object's event while another drops the last reference.
-    static void release(Store *store) {
-        if (store->thread() == QThread::currentThread())
-            end(store);
-        else
-            QMetaObject::invokeMethod(
-                store, [store] { end(store); }, Qt::QueuedConnection);
-    }
-
-    QVariant read(const QString &key) const {
-        const std::lock_guard lock(mutex);
-        if (key.isEmpty())
-            return {};
-        const QVariant stored = value(key);
-        return stored.isValid() ? stored : defaults.value(key);
-    }
-
-    void write(const QString &key, const QVariant &newValue) {
-        const std::lock_guard lock(mutex);
-        if (key.isEmpty())
-            return;
-        if (PreferenceValue::isAbsent(newValue))
-            remove(key);
-        else
-            setValue(key, newValue);
-        unwritten += roomFor(key) + roomFor(newValue.toString());
-        // QSettings asks for its event once only, until it has written.
-        if (std::exchange(isRefused, false))
-            QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
-    }
-
-    void addDefaults(const QVariantMap &added) {
-        const std::lock_guard lock(mutex);
-        defaults.insert(added);
-    }
-
-    /// False where what was set could not be written.
-    bool flush() {
-        const std::lock_guard lock(mutex);
-        isRefused = !writeOut();
-        return !isRefused;
-    }
-
-protected:
-    bool event(QEvent *event) override {
-        // Only the turn that writes: another event may be this object's end, lock and all.
-        if (event->type() != QEvent::UpdateRequest)
-            return QSettings::event(event);
-        const std::lock_guard lock(mutex);
-        // What could not be written is not tried again in each turn of the event loop.
-        if (!isRefused)
-            isRefused = !writeOut();
-        return true;
-    }
-
-private:
-    /// QSettings opens whatever is there, and opening a pipe blocks. In its place comes a path
-    /// where there can be nothing.
-    static QString usablePath(const QString &path) {
-        return RegularFile::isRegularOrAbsent(path) ? path : QStringLiteral("/dev/null") + path;
-    }
-
-    /// About what a text takes in the file.
-    static qint64 roomFor(const QString &text) {
-        constexpr qint64 atLeast = 64;
-        return text.toUtf8().size() + atLeast;
-    }
-
-    static void end(Store *store) {
-        if (store->flush()) {
-            delete store;
-            return;
-        }
-        // Its destructor would write, whatever room there is.
-        static std::mutex mutex;
-        static QList<Store *> &kept = *std::make_unique<QList<Store *>>().release();
-        const std::lock_guard lock(mutex);
-        kept.append(store);
-    }
-
-    /// False where something stays unwritten.
-    bool writeOut() {
-        const bool isChanged = unwritten > 0;
-        // A lock file that is a pipe would block QSettings, too.
-        if (!RegularFile::isRegularOrAbsent(fileName()) ||
-            !RegularFile::isRegularOrAbsent(fileName() + QStringLiteral(".lock")))
-            return !isChanged;
-        if (isChanged)
-            QDir().mkpath(QFileInfo(fileName()).path());
-        // Without changes of ours, those that the host's own QSettings has not written yet are.
-        SettingsBackup backup(fileName());
-        if (isChanged && !(backup.isKept() && backup.hasRoomFor(unwritten) && keepDamagedFile()))
-            return false;
-        sync();
-        const QVariantMap wanted = everything();
-        const auto outcome = backup.check(wanted.size());
-        if (outcome == SettingsBackup::Outcome::Restored)
-            takeBack(wanted);
-        if (outcome == SettingsBackup::Outcome::Whole)
-            unwritten = 0;
-        return unwritten == 0;
-    }
-
-    QVariantMap everything() const {
-        QVariantMap all;
-        const QStringList keys = allKeys();
-        for (const QString &key : keys)
-            all.insert(key, value(key));
-        return all;
-    }
-
-    /// QSettings believes that `wanted` was written: reads what is in the file instead, and sets
-    /// what is not.
-    void takeBack(const QVariantMap &wanted) {
-        sync();
-        const QVariantMap stored = everything();
-        for (auto each = wanted.cbegin(); each != wanted.cend(); ++each) {
-            if (!stored.contains(each.key()) || stored.value(each.key()) != each.value())
-                setValue(each.key(), each.value());
-        }
-        for (auto each = stored.cbegin(); each != stored.cend(); ++each) {
-            if (!wanted.contains(each.key()))
-                remove(each.key());
-        }
-    }
-
-    /// False where there is damage and the file could not be copied.
-    bool keepDamagedFile() {
-        if (damageLookedFor)
-            return true;
-        // Sections are parsed when they are first asked for, and only then is damage known.
-        static_cast<void>(allKeys());
-        damageLookedFor = status() != QSettings::FormatError || copyDamagedFile();
-        return damageLookedFor;
-    }
-
-    bool copyDamagedFile() const {
-        const QString name = fileName() + QStringLiteral(".damaged");
-        constexpr int mostCopies = 9;
-        for (int number = 1; number <= mostCopies; ++number) {
-            const QString copy =
-                number == 1 ? name : name + QLatin1Char('-') + QString::number(number);
-            if (!QFileInfo::exists(copy))
-                return FileReplacement::copy(fileName(), copy, SettingsBackup::largestFile) ||
-                       !QFile::exists(fileName());
-        }
-        return true;
-    }
-
-    mutable std::mutex mutex;
-    QVariantMap defaults;
-    bool damageLookedFor = false;
-    /// About how many bytes have been set and are not known to be in the file.
-    qint64 unwritten = 0;
-    /// The last attempt to write failed: the next is made with the next change.
-    bool isRefused = false;
-};
 
 /// The preferences that hosts of this process have had. What was set last, often while the host
 /// quits, has no turn of an event loop left to be written in, so the end of the application object
@@ -269,7 +96,8 @@ QString UserDefaults::filePath(const HostIdentity &stated, const QString &bundle
            suffix;
 }
 
-UserDefaults::UserDefaults(const QString &filePath) : store(new Store(filePath), &Store::release) {}
+UserDefaults::UserDefaults(const QString &filePath)
+    : store(new UserDefaultsStore(filePath), &UserDefaultsStore::release) {}
 
 UserDefaults::~UserDefaults() = default;
 

@@ -11,6 +11,8 @@
 
 namespace pelorinnews {
 
+class UserDefaultsStore;
+
 /// The user's preferences of the host application: values by key in a file of the user's
 /// configuration folder, over defaults that live in memory only. `PreferenceValue` tells what a
 /// typed read makes of each kind of stored value.
@@ -29,7 +31,8 @@ namespace pelorinnews {
 ///   in memory, to be tried again with each later write.
 /// - The same where the disk has no room: the file, in which a host keeps its own settings, too,
 ///   stays as it was. Only what the host's own `QSettings` writes by itself is out of our hands.
-/// - What is no regular file (a pipe, a device) is neither read nor written; if it is there from the
+/// - What is no regular file (a pipe, a device) is neither read nor written; if it is there from
+/// the
 ///   beginning, all values stay in memory.
 /// - Lines that cannot be read are skipped, and before the file is first rewritten it is copied to
 ///   the same name with ".damaged" added. Where the copy fails, the file is not rewritten.
@@ -77,8 +80,7 @@ public:
 
 private:
     class Opened;
-    class Store;
-    std::unique_ptr<Store, void (*)(Store *)> store;
+    std::unique_ptr<UserDefaultsStore, void (*)(UserDefaultsStore *)> store;
 };
 
 }  // namespace pelorinnews
