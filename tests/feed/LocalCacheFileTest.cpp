@@ -9,7 +9,9 @@
 #include <csignal>
 #include <cstdio>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
@@ -166,6 +168,15 @@ private Q_SLOTS:
         const auto stamp = file.stamp();
         QVERIFY(stamp && file.touchIfUnchanged(*stamp));
         QVERIFY(QFile::remove(kept));
+    }
+
+    void aReadOnlyFileIsNotReplaced() {
+        QVERIFY(writeBytes(path(), "theirs"));
+        QCOMPARE(::chmod(path().toUtf8().constData(), S_IRUSR), 0);
+        if (::access(path().toUtf8().constData(), W_OK) == 0)
+            QSKIP("this user may write to any file");
+        QVERIFY(!write(text()));
+        QCOMPARE(readBytes(path()), QByteArray("theirs"));
     }
 
     void failsToBeWrittenWhereThereIsNoFolder() {

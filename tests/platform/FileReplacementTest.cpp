@@ -65,7 +65,6 @@ private Q_SLOTS:
     void keepsThePermissionsOfTheReplacedFile();
     void aNewFileHasThePermissionsOfTheProcess();
     void permissionsThatAreAskedForReplaceTheEarlierOnes();
-    void aReadOnlyFileIsNotReplaced();
     void aRelativePathIsInTheCurrentFolder();
     void followsAChainOfLinks();
     void replacesNothingThatIsNoRegularFile_data();
@@ -139,15 +138,6 @@ void FileReplacementTest::permissionsThatAreAskedForReplaceTheEarlierOnes() {
     struct stat status {};
     QCOMPARE(::stat(path().toUtf8().constData(), &status), 0);
     QCOMPARE(status.st_mode & 07777U, 0600U);
-}
-
-void FileReplacementTest::aReadOnlyFileIsNotReplaced() {
-    if (::geteuid() == 0)
-        QSKIP("root writes to read-only files");
-    QVERIFY(put(path(), "old"));
-    QCOMPARE(::chmod(path().toUtf8().constData(), 0400), 0);
-    QVERIFY(!replace(path(), "new"));
-    QCOMPARE(contents(path()), QByteArray("old"));
 }
 
 void FileReplacementTest::aRelativePathIsInTheCurrentFolder() {
