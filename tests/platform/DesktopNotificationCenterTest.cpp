@@ -12,7 +12,9 @@
 #include <QTest>
 
 #include <csignal>
+#include <sys/inotify.h>
 #include <thread>
+#include <unistd.h>
 
 namespace pelorinnews::test {
 
@@ -42,6 +44,7 @@ private Q_SLOTS:
     void keepsOneThatExpired();
     void endsOneThatWasClosedBeforeItsNumberCame();
     void ignoresSignalsOfOtherProgramsNotifications();
+    void readsTheRegistryOnceForAllOtherProgramsNotifications();
     void ignoresSignalsOfOthersThanTheServer();
     void endsOneThatWasClickedAndTellsTheDelegate();
     void handsOverTheActivationToken();
@@ -333,6 +336,42 @@ void DesktopNotificationCenterTest::endsOneThatWasClosedBeforeItsNumberCame() {
     server->emitSignal(QStringLiteral("NotificationClosed"), {9U, 2U});
     server->answer(0, 9);
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+}
+
+void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotifications() {
+    serve();
+    const auto center = newCenter();
+    deliverStanding(*center, QStringLiteral("ours"));
+    // Until then, the file may have been changed again within one tick of its clock.
+    QTest::qWait(2100);
+    // Opening and closing keep two reads from becoming one event.
+    const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    const QByteArray file = NotificationRegistry(stateFolder()).path().toUtf8();
+    constexpr uint32_t watched = IN_OPEN | IN_ACCESS | IN_CLOSE_NOWRITE | IN_DELETE_SELF;
+    QVERIFY(::inotify_add_watch(watch, file.constData(), watched) >= 0);
+    constexpr quint32 firstForeign = 100;
+    for (quint32 id = firstForeign; id < firstForeign + 300; ++id)
+        server->emitSignal(QStringLiteral("NotificationClosed"), {id, 2U});
+    server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
+
+    // Our own dismissal comes last, and puts a new file in place.
+    int opened = 0;
+    int read = 0;
+    bool replaced = false;
+    const auto look = [&] {
+        inotify_event event{};
+        while (::read(watch, &event, sizeof event) == sizeof event) {
+            opened += (event.mask & IN_OPEN) != 0 ? 1 : 0;
+            read += (event.mask & IN_ACCESS) != 0 ? 1 : 0;
+            replaced = replaced || (event.mask & IN_DELETE_SELF) != 0;
+        }
+        return replaced;
+    };
+    QTRY_VERIFY(look());
+    ::close(watch);
+    QVERIFY2(opened >= 300, "it looks whether the file has changed");
+    QCOMPARE(read, 1);
+    QVERIFY(center->deliveredNotifications().isEmpty());
 }
 
 void DesktopNotificationCenterTest::ignoresSignalsOfOtherProgramsNotifications() {
