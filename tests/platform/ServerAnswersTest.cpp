@@ -4,6 +4,7 @@
 #include "ServerAnswers.h"
 #include "TestAuthority.h"
 #include "TestMain.h"
+#include "TransportError.h"
 
 #include <map>
 
@@ -121,6 +122,8 @@ void ServerAnswersTest::answers() {
     } else {
         QVERIFY2(error, qPrintable(came));
         QVERIFY2(!loaded.data(), qPrintable(came));
+        const bool timedOut = error->code == static_cast<int>(TransportError::TimedOut);
+        QVERIFY2(timedOut == (answer.outcome == Outcome::Timeout), qPrintable(came));
         QVERIFY(!error->userInfo.value(Error::localizedDescriptionKey()).toString().isEmpty());
     }
     QCOMPARE(loaded.calls(), 1);
