@@ -4,6 +4,10 @@
 #include <QList>
 
 #include <algorithm>
+#include <linux/magic.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/vfs.h>
 
 namespace pelorinnews {
 
@@ -25,48 +29,130 @@ QByteArray unescaped(const QByteArray &field) {
     return text;
 }
 
+bool isInKernelsFolders(const QByteArray &path) {
+    const QList<QByteArray> folders = {"/dev", "/proc", "/sys"};
+    return std::any_of(folders.begin(), folders.end(), [&path](const QByteArray &folder) {
+        return MountTable::isAtOrBelow(path, folder);
+    });
+}
+
 /// File systems with a block device have a major number; the network's and the kernel's have none,
 /// and neither have a few that do keep files here.
 bool keepsLocalFiles(const MountTable::Mount &mount) {
     if (mount.type == "overlay")
         return mount.mountPoint == "/";  // elsewhere it is a container's view of files kept here
-    if (mount.type == "tmpfs" || mount.type == "ramfs") {
-        const QList<QByteArray> kernelFolders = {"/dev", "/proc", "/sys"};
-        return std::none_of(kernelFolders.begin(), kernelFolders.end(),
-                            [&mount](const QByteArray &folder) {
-                                return MountTable::isAtOrBelow(mount.mountPoint, folder);
-                            });
-    }
+    if (mount.type == "tmpfs" || mount.type == "ramfs")
+        return !isInKernelsFolders(mount.mountPoint);
     if (mount.type == "btrfs" || mount.type == "zfs" || mount.type == "bcachefs" ||
         mount.type == "ubifs")
         return true;
     return !mount.device.startsWith("0:");
 }
 
+/// The absolute paths among those in `list`, which colons separate.
+void addPaths(const QByteArray &list, std::vector<QByteArray> &paths) {
+    for (const QByteArray &path : unescaped(list).split(':')) {
+        if (path.startsWith('/'))
+            paths.push_back(path);
+    }
+}
+
+std::vector<QByteArray> layersOf(const QByteArray &type, const QByteArray &source,
+                                 const QByteArray &options) {
+    std::vector<QByteArray> layers;
+    if (type != "overlay") {
+        if (source.startsWith('/'))
+            addPaths(source, layers);
+        return layers;
+    }
+    const QList<QByteArray> keys = {"lowerdir", "lowerdir+", "upperdir"};
+    for (const QByteArray &option : options.split(',')) {
+        const qsizetype equals = option.indexOf('=');
+        if (equals > 0 && keys.contains(option.left(equals)))
+            addPaths(option.mid(equals + 1), layers);
+    }
+    return layers;
+}
+
+/// The names, as the kernel's table has them, of those file systems that keep files here without a
+/// block device.
+QByteArray typeOfRoot() {
+    struct statfs status {};
+    if (::statfs("/", &status) != 0)
+        return {};
+    constexpr auto zfs = 0x2fc12fc1;
+    constexpr auto bcachefs = 0xca451a4e;
+    constexpr auto ubifs = 0x24051905;
+    switch (status.f_type) {
+        case BTRFS_SUPER_MAGIC:
+            return "btrfs";
+        case TMPFS_MAGIC:
+            return "tmpfs";
+        case RAMFS_MAGIC:
+            return "ramfs";
+        case OVERLAYFS_SUPER_MAGIC:
+            return "overlay";
+        case zfs:
+            return "zfs";
+        case bcachefs:
+            return "bcachefs";
+        case ubifs:
+            return "ubifs";
+        default:
+            return "unknown";
+    }
+}
+
 }  // namespace
 
 MountTable MountTable::current() {
+    MountTable table;
     QFile file(QStringLiteral("/proc/self/mountinfo"));
-    return file.open(QIODevice::ReadOnly) ? parse(file.readAll()) : MountTable();
+    if (file.open(QIODevice::ReadOnly)) {
+        for (const QByteArray &line : file.readAll().split('\n'))
+            table.addLine(line);
+    }
+    if (!table.mountOf("/"))
+        table.addRoot();
+    table.markLocal();
+    return table;
 }
 
 MountTable MountTable::parse(const QByteArray &text) {
     MountTable table;
-    for (const QByteArray &line : text.split('\n')) {
-        const QList<QByteArray> fields = line.split(' ');
-        const qsizetype separator = fields.indexOf("-", 6);
-        if (separator < 0 || separator + 1 >= fields.size())
-            continue;
-        Mount mount;
-        mount.id = fields.at(0).toInt();
-        mount.device = fields.at(2);
-        mount.root = unescaped(fields.at(3));
-        mount.mountPoint = unescaped(fields.at(4));
-        mount.type = fields.at(separator + 1);
-        table.entries.push_back(std::move(mount));
-    }
+    for (const QByteArray &line : text.split('\n'))
+        table.addLine(line);
     table.markLocal();
     return table;
+}
+
+void MountTable::addLine(const QByteArray &line) {
+    const QList<QByteArray> fields = line.split(' ');
+    const qsizetype separator = fields.indexOf("-", 6);
+    if (separator < 0 || separator + 1 >= fields.size())
+        return;
+    Mount mount;
+    mount.id = fields.at(0).toInt();
+    mount.device = fields.at(2);
+    mount.root = unescaped(fields.at(3));
+    mount.mountPoint = unescaped(fields.at(4));
+    mount.type = fields.at(separator + 1);
+    mount.layers = layersOf(mount.type, fields.value(separator + 2), fields.value(separator + 3));
+    entries.push_back(std::move(mount));
+}
+
+void MountTable::addRoot() {
+    struct stat status {};
+    if (::stat("/", &status) != 0)
+        return;
+    Mount mount;
+    // Which folder of its file system it is the kernel does not tell; no other mount is below it.
+    mount.root = QByteArrayLiteral("unknown");
+    mount.mountPoint = QByteArrayLiteral("/");
+    mount.device = QByteArray::number(gnu_dev_major(status.st_dev)) + ':' +
+                   QByteArray::number(gnu_dev_minor(status.st_dev));
+    mount.type = typeOfRoot();
+    entries.insert(entries.begin(), std::move(mount));
 }
 
 void MountTable::markLocal() {
@@ -83,7 +169,10 @@ void MountTable::markLocal() {
             return earlier->local && earlier->device == candidate.device &&
                    isAtOrBelow(candidate.root, earlier->root);
         });
-        candidate.local = !isHidden && !isDuplicate && keepsLocalFiles(candidate);
+        const bool isToBeFound = !isHidden && !isDuplicate;
+        candidate.local = isToBeFound && keepsLocalFiles(candidate);
+        candidate.remote =
+            isToBeFound && !candidate.local && !isInKernelsFolders(candidate.mountPoint);
     }
 }
 

@@ -16,12 +16,19 @@ public:
         /// "major:minor"; the same for every mount of one file system.
         QByteArray device;
         QByteArray type;
+        /// The folders that it shows in another form, by what it was mounted with: an overlay's
+        /// layers, the folder behind a mirror or an encrypted one. Not all file systems tell.
+        std::vector<QByteArray> layers;
         int id = 0;
         /// To be searched: kept on this computer, of files, and reachable by no other local mount.
         bool local = false;
+        /// Of files that another computer or another file system keeps, and reachable by no local
+        /// mount.
+        bool remote = false;
     };
 
-    /// The kernel's table for this process; empty where there is none.
+    /// The kernel's table for this process; without `/proc`, of "/" alone. Below a root that is no
+    /// mount point, as a `chroot` may make one, the kernel names none, and "/" is added here.
     static MountTable current();
 
     /// Reads the text of a `mountinfo` file. Lines that are not whole are left out.
@@ -40,6 +47,8 @@ public:
     static bool isAtOrBelow(const QByteArray &inner, const QByteArray &outer);
 
 private:
+    void addLine(const QByteArray &line);
+    void addRoot();
     void markLocal();
 
     std::vector<Mount> entries;
