@@ -27,23 +27,34 @@ bool isFolder(int parent, const dirent64 &entry) {
 
 }  // namespace
 
-FileWalk::FileWalk(FileNamePattern names) : pattern(std::move(names)), buffer(bufferSize) {}
+FileWalk::FileWalk(EntryPattern wanted) : pattern(std::move(wanted)), buffer(bufferSize) {}
 
-void FileWalk::run(const QByteArray &folder, const std::atomic<bool> &stop) {
+bool FileWalk::run(const QByteArray &folder, const std::atomic<bool> &stop, const Bounds &bounds) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point started = Clock::now();
+    const quint64 entriesBefore = entries;
+    bool isCut = false;
+    const auto mayGoOn = [&] {
+        isCut = isCut || stop || entries - entriesBefore > bounds.entries ||
+                std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started) >=
+                    bounds.time;
+        return !isCut;
+    };
     top = folder.endsWith('/') ? folder : folder + '/';
     topFolder = FileDescriptor(::open(folder.constData(), folderFlags));
     struct stat status {};
     if (!topFolder.isValid() || ::fstat(topFolder.get(), &status) != 0)
-        return;
+        return true;
     topDevice = status.st_dev;
     unread = {QByteArray()};
-    while (!unread.empty() && !stop) {
+    while (!unread.empty() && mayGoOn()) {
         const QByteArray next = std::move(unread.back());
         unread.pop_back();
-        readFolder(next, stop);
+        readFolder(next, mayGoOn);
     }
     unread.clear();
     topFolder = FileDescriptor();
+    return !isCut;
 }
 
 FileDescriptor FileWalk::openFolder(const QByteArray &relative) const {
@@ -65,12 +76,13 @@ FileDescriptor FileWalk::openFolder(const QByteArray &relative) const {
     return stays ? std::move(folder) : FileDescriptor();
 }
 
-void FileWalk::readFolder(const QByteArray &relative, const std::atomic<bool> &stop) {
+template <typename MayGoOn>
+void FileWalk::readFolder(const QByteArray &relative, const MayGoOn &mayGoOn) {
     const FileDescriptor folder = openFolder(relative);
     if (!folder.isValid())
         return;
     const QByteArray prefix = relative.isEmpty() ? relative : relative + '/';
-    while (!stop) {
+    while (mayGoOn()) {
         const auto byteCount = ::getdents64(folder.get(), buffer.data(), buffer.size());
         if (byteCount <= 0)
             return;
@@ -87,9 +99,10 @@ void FileWalk::readEntries(int folder, const QByteArray &prefix, qsizetype byteC
         if (name == "." || name == "..")
             continue;
         ++entries;
-        if (pattern.matches(name))
+        const bool entryIsFolder = isFolder(folder, *entry);
+        if (pattern.mayMatch(name, entryIsFolder))
             found.push_back(top + prefix + entry->d_name);
-        else if (isFolder(folder, *entry))
+        else if (entryIsFolder)
             unread.push_back(prefix + entry->d_name);
     }
 }

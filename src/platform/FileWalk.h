@@ -1,16 +1,18 @@
 #pragma once
 
+#include "EntryPattern.h"
 #include "FileDescriptor.h"
-#include "FileNamePattern.h"
 
 #include <QByteArray>
 
 #include <atomic>
+#include <chrono>
+#include <limits>
 #include <vector>
 
 namespace pelorinnews {
 
-/// Reads a tree of folders once and notes the entries, of whatever kind, whose names match.
+/// Reads a tree of folders once and notes the entries that may match, by what the folders tell.
 ///
 /// It stays on the file system it starts on, follows no symbolic link and does not look into an
 /// entry that matches: what lies in an application's folder is part of that application. Folders
@@ -20,11 +22,21 @@ namespace pelorinnews {
 /// Used by one thread.
 class FileWalk {
 public:
-    explicit FileWalk(FileNamePattern names);
+    /// How much one run reads at most, give or take some hundred entries. Without limit unless set.
+    struct Bounds {
+        quint64 entries = std::numeric_limits<quint64>::max();
+        std::chrono::milliseconds time = std::chrono::milliseconds::max();
+    };
 
-    /// Walks `folder` (absolute; itself not considered), until it is done or `stop` becomes true,
-    /// which takes no longer than reading some hundred entries.
-    void run(const QByteArray &folder, const std::atomic<bool> &stop);
+    explicit FileWalk(EntryPattern wanted);
+
+    /// Walks `folder` (absolute; itself not considered), until it is done, it has reached its
+    /// bounds or `stop` becomes true, which takes no longer than reading some hundred entries.
+    /// True where it was done.
+    bool run(const QByteArray &folder, const std::atomic<bool> &stop, const Bounds &bounds);
+    bool run(const QByteArray &folder, const std::atomic<bool> &stop) {
+        return run(folder, stop, Bounds());
+    }
 
     /// The absolute paths found so far.
     [[nodiscard]] const std::vector<QByteArray> &matches() const { return found; }
@@ -34,10 +46,11 @@ public:
 
 private:
     [[nodiscard]] FileDescriptor openFolder(const QByteArray &relative) const;
-    void readFolder(const QByteArray &relative, const std::atomic<bool> &stop);
+    template <typename MayGoOn>
+    void readFolder(const QByteArray &relative, const MayGoOn &mayGoOn);
     void readEntries(int folder, const QByteArray &prefix, qsizetype byteCount);
 
-    FileNamePattern pattern;
+    EntryPattern pattern;
     QByteArray top;                  // of the current run, with a slash at its end
     FileDescriptor topFolder;        // of the current run
     quint64 topDevice = 0;           // of the current run

@@ -28,6 +28,8 @@ private Q_SLOTS:
     void passesOverWhatIsNotThere();
     void survivesATreeDeeperThanAPath();
     void readsBigFolders();
+    void stopsAtItsBounds();
+    void looksIntoFoldersOfAProgramsName();
     void stopsInTheMiddle();
 
 private:
@@ -125,6 +127,42 @@ void FileWalkTest::readsBigFolders() {
     const std::atomic<bool> stop = false;
     fileWalk.run(QFile::encodeName(folder->path()), stop);
     QCOMPARE(fileWalk.entryCount(), quint64(5000));
+}
+
+void FileWalkTest::stopsAtItsBounds() {
+    for (int i = 0; i < 20; ++i)
+        make("folder-" + QByteArray::number(i) + "/P.app");
+    const std::atomic<bool> stop = false;
+    const QByteArray top = QFile::encodeName(folder->path());
+    const auto run = [&](const FileWalk::Bounds &bounds, std::size_t *matches = nullptr) {
+        FileWalk fileWalk(FileNamePattern::like(QStringLiteral("P.app")));
+        const bool isDone = fileWalk.run(top, stop, bounds);
+        // Each run has the whole of its bounds.
+        const bool isDoneAgain = fileWalk.run(top, stop, bounds);
+        if (matches)
+            *matches = fileWalk.matches().size();
+        return isDone && isDoneAgain;
+    };
+    std::size_t matches = 0;
+    QVERIFY(run({.entries = 40}, &matches));
+    QCOMPARE(matches, std::size_t(40));
+    QVERIFY(!run({.entries = 39}));
+    QVERIFY(!run({.entries = 20}, &matches));
+    // Not cut within what the kernel gives at once, but before the next folder.
+    QCOMPARE(matches, std::size_t(2));
+    QVERIFY(!run({.time = std::chrono::milliseconds(0)}));
+    QVERIFY(run({.time = std::chrono::hours(1)}));
+}
+
+void FileWalkTest::looksIntoFoldersOfAProgramsName() {
+    make("usr/share/pelorin/bin/x/pelorin");
+    FileWalk fileWalk(EntryPattern(FileNamePattern::like(QStringLiteral("pelorin")),
+                                   EntryPattern::Kind::program));
+    const std::atomic<bool> stop = false;
+    QFile file(QFile::decodeName(full("usr/share/pelorin/bin/pelorin")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(fileWalk.run(QFile::encodeName(folder->path()), stop));
+    QCOMPARE(fileWalk.matches(), std::vector<QByteArray>{full("usr/share/pelorin/bin/pelorin")});
 }
 
 void FileWalkTest::stopsInTheMiddle() {

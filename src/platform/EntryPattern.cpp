@@ -1,0 +1,45 @@
+#include "EntryPattern.h"
+
+#include "FileDescriptor.h"
+
+#include <array>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <utility>
+
+namespace pelorinnews {
+
+namespace {
+
+/// Scripts of a program's name start it from elsewhere. What may not be read is taken for a
+/// program.
+bool isScript(const QByteArray &path) {
+    const FileDescriptor file(
+        ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    std::array<char, 2> start{};
+    return file.isValid() && ::read(file.get(), start.data(), start.size()) == 2 &&
+           start[0] == '#' && start[1] == '!';
+}
+
+}  // namespace
+
+EntryPattern::EntryPattern(FileNamePattern names, Kind kind)
+    : pattern(std::move(names)), wanted(kind) {}
+
+bool EntryPattern::mayMatch(std::string_view name, bool isFolder) const {
+    return !(isFolder && wanted == Kind::program) && pattern.matches(name);
+}
+
+bool EntryPattern::matches(const QByteArray &path) const {
+    const QByteArray name = path.mid(path.lastIndexOf('/') + 1);
+    struct stat status {};
+    if (!pattern.matches({name.constData(), static_cast<std::size_t>(name.size())}) ||
+        ::lstat(path.constData(), &status) != 0 || S_ISLNK(status.st_mode))
+        return false;
+    if (wanted == Kind::program)
+        return S_ISREG(status.st_mode) && (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0 &&
+               !isScript(path);
+    return !(S_ISREG(status.st_mode) && name.endsWith(".desktop"));
+}
+
+}  // namespace pelorinnews
