@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <limits>
 #include <memory>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -215,7 +216,9 @@ private Q_SLOTS:
     }
 
     void aLockThatIsNoFileKeepsNothingBack() {
-        QVERIFY(QDir().mkpath(path + ".date.lock"));
+        // Whoever opened a pipe would wait for somebody to write.
+        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        QCOMPARE(mkfifo(QFile::encodeName(path + ".date.lock").constData(), 0600), 0);
         OlvNewsConfiguration configuration = store();
         configuration.setLastViewing(viewed);
         QCOMPARE(configuration.lastViewing(), viewed);
