@@ -113,7 +113,7 @@ std::optional<FileStamp> FileReplacement::commit() {
         return std::nullopt;
     // Network file systems and those that give out room late report a full disk only here. It also
     // keeps a power failure from leaving the new name with nothing in it.
-    while (::fsync(file.get()) != 0) {
+    while (::fdatasync(file.get()) != 0) {
         if (errno == EINTR)
             continue;
         if (isUnsupported(errno))

@@ -6,7 +6,8 @@
 
 namespace pelorinnews {
 
-/// Identity, size and times of a file: any change of the file by anybody changes its stamp.
+/// Identity, size and times of a file: a change of the file by anybody changes its stamp, unless it
+/// keeps the size and comes within the same tick of the file system's clock.
 struct FileStamp {
     quint64 device = 0;
     quint64 number = 0;

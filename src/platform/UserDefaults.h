@@ -31,9 +31,8 @@ class UserDefaultsStore;
 ///   in memory, to be tried again with each later write.
 /// - The same where the disk has no room: the file, in which a host keeps its own settings, too,
 ///   stays as it was. Only what the host's own `QSettings` writes by itself is out of our hands.
-/// - What is no regular file (a pipe, a device) is neither read nor written; if it is there from
-/// the
-///   beginning, all values stay in memory.
+/// - What is no regular file (a pipe, a device) is neither read nor written; if it is there when
+///   the preferences are opened, all values stay in memory.
 /// - Lines that cannot be read are skipped, and before the file is first rewritten it is copied to
 ///   the same name with ".damaged" added. Where the copy fails, the file is not rewritten.
 ///

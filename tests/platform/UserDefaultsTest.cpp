@@ -318,6 +318,33 @@ private Q_SLOTS:
                  2);
     }
 
+    void whateverAHostKeepsInTheFileIsTakenForWhole() {
+        const QStringList names{"plain",      "with space", "a=b",          "[General]",
+                                "#hash",      ";semicolon", "General/x",    "general/x",
+                                "a/b/c",      "%General/x", "\u00e4\u4e16", "line\nfeed",
+                                "\"quoted\"", "back\\slash"};
+        const QVariantList values{QStringLiteral("[text]\n;x=1\r\n"),
+                                  QString(),
+                                  QVariant(),
+                                  QByteArray("a\0b\n", 4),
+                                  QStringList{"a", "", "b\n"},
+                                  QStringList(),
+                                  QVariantMap{{"x", 1}},
+                                  QDateTime::currentDateTime(),
+                                  -1.5};
+        UserDefaults defaults(path);
+        QSettings host(path, QSettings::IniFormat);
+        for (const QString &name : names) {
+            for (qsizetype number = 0; number < values.size(); ++number) {
+                host.setValue(name + QString::number(number), values.at(number));
+                defaults.setValue(key, number);
+                defaults.synchronize();
+                QVERIFY(contentsOf(path).contains("newsFilter=" + QByteArray::number(number)));
+            }
+        }
+        QCOMPARE(host.allKeys().size(), names.size() * values.size() + 1);
+    }
+
     void severalProcessesLoseNothingOfEachOther() {
         // Each of them writes through the preferences, or as a host does through its own QSettings.
         writeFile(path, "[General]\ntheirs=7\n");
