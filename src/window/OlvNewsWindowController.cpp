@@ -10,6 +10,7 @@
 #include "OwnerlessControllers.h"
 #include "SleepAwareTimer.h"
 #include "WindowDescription.h"
+#include "WindowEdges.h"
 #include "WindowPlacement.h"
 
 #include <QApplication>
@@ -180,7 +181,7 @@ void OlvNewsWindowController::showWindow() {
     if (!shown)
         return;
     // The desktop may have answered to an earlier step of its folding after it was closed.
-    if (shown->isHidden() && _closedSize.isValid() && !hasDesktopsEdges(shown))
+    if (shown->isHidden() && _closedSize.isValid() && !WindowEdges::isMaximizedOrFullScreen(*shown))
         shown->resize(_closedSize);
     // The screen that it was closed on may be gone.
     if (shown->isHidden())
@@ -257,7 +258,8 @@ void OlvNewsWindowController::bringOntoScreen() {
 
 void OlvNewsWindowController::enlargeOnFirstShow() {
     const QScreen *screen = QGuiApplication::primaryScreen();
-    if (!_loadedWindow || !screen)
+    // A tile is as large as the compositor makes it.
+    if (!_loadedWindow || !screen || WindowEdges::isTiled(_loadedWindow->windowHandle()))
         return;
     const QRect frame = _loadedWindow->frameGeometry();
     const auto atLeast = [](int length, int screenLength) {
@@ -273,8 +275,8 @@ void OlvNewsWindowController::enlargeOnFirstShow() {
 
 // The desktop forgets with a window's closing what its edges were before it was maximized.
 void OlvNewsWindowController::restoreOrdinaryGeometry() {
-    if (!_ordinaryGeometry.isValid() || hasDesktopsEdges(_loadedWindow) ||
-        _loadedWindow->isMinimized())
+    if (!_ordinaryGeometry.isValid() || !_loadedWindow || _loadedWindow->isMinimized() ||
+        WindowEdges::isMaximizedOrFullScreen(*_loadedWindow))
         return;
     _loadedWindow->setGeometry(std::exchange(_ordinaryGeometry, {}));
     bringOntoScreen();
@@ -284,7 +286,7 @@ void OlvNewsWindowController::windowWillClose() {
     _exposeTimer.stop();
     if (_optionsFold)
         _optionsFold->complete();
-    if (!hasDesktopsEdges(_loadedWindow))
+    if (!_loadedWindow || !WindowEdges::isMaximizedOrFullScreen(*_loadedWindow))
         _closedSize = _loadedWindow ? _loadedWindow->size() : QSize();
     else if (!_ordinaryGeometry.isValid())
         _ordinaryGeometry = _loadedWindow->normalGeometry();

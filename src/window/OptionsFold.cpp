@@ -24,10 +24,6 @@ constexpr int answerTicks = 20;
 
 }  // namespace
 
-bool hasDesktopsEdges(const QWidget *window) {
-    return window && (window->isMaximized() || window->isFullScreen());
-}
-
 OptionsFold::OptionsFold(QWidget *window, QWidget *content, QWidget *optionsArea)
     : _window(window),
       _content(content),
@@ -188,7 +184,8 @@ void OptionsFold::takeAnswer() {
     if (_reported == _window->size())
         return;
     _window->setMinimumHeight(qMin(lowestHeight(), _reported.height()));
-    _window->resize(_reported);
+    // It may have been refused another place as well.
+    _window->setGeometry(QRect(_window->windowHandle()->position(), _reported));
 }
 
 bool OptionsFold::eventFilter(QObject *watched, QEvent *event) {

@@ -14,10 +14,6 @@ class QWidget;
 
 namespace pelorinnews {
 
-/// Whether the edges of `window`, which may be absent, are the desktop's: it is maximized or fills
-/// the screen.
-[[nodiscard]] bool hasDesktopsEdges(const QWidget *window);
-
 /// Changes a window's height at its bottom edge, animated, while what stands above the options
 /// area keeps its size and its place from the top.
 ///

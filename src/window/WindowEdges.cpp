@@ -29,6 +29,10 @@ TilingStates tilingStates() {
 
 }  // namespace
 
+bool isMaximizedOrFullScreen(const QWidget &window) {
+    return window.isMaximized() || window.isFullScreen();
+}
+
 bool isTiled(const QWindow *window) {
     if (!window || !window->handle() ||
         !QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
@@ -39,7 +43,7 @@ bool isTiled(const QWindow *window) {
 }
 
 bool areSetByDesktop(const QWidget &window) {
-    return window.isMaximized() || window.isFullScreen() || isTiled(window.windowHandle());
+    return isMaximizedOrFullScreen(window) || isTiled(window.windowHandle());
 }
 
 int roomBelow(const QWidget &window) {

@@ -6,6 +6,8 @@ class QWindow;
 /// Who says where the edges of a window are: its program or the desktop. Main thread only.
 namespace pelorinnews::WindowEdges {
 
+[[nodiscard]] bool isMaximizedOrFullScreen(const QWidget &window);
+
 /// Whether the compositor tiles `window`, which may be absent: beside others, or in a half of the
 /// screen. False where that cannot be known, as on X11.
 [[nodiscard]] bool isTiled(const QWindow *window);

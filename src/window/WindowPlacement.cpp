@@ -1,6 +1,6 @@
 #include "WindowPlacement.h"
 
-#include "OptionsFold.h"
+#include "WindowEdges.h"
 
 #include <QGuiApplication>
 #include <QRegion>
@@ -58,7 +58,7 @@ void centre(QWidget &window) {
 
 void bringOntoScreen(QWidget &window) {
     if (QGuiApplication::platformName() != QLatin1String("xcb") || window.isMinimized() ||
-        hasDesktopsEdges(&window))
+        WindowEdges::isMaximizedOrFullScreen(window))
         return;
     const QRect frame = window.frameGeometry();
     const QRect shown = inPixels(frame, *window.screen());
