@@ -1,0 +1,101 @@
+// A host that ends its application object and makes another one, with the module as it is shipped.
+
+#include "FeedServer.h"
+#include "FeedTemplate.h"
+#include "TestHome.h"
+
+#include <pelorinnews/NewsPlugin.h>
+
+#include <QApplication>
+#include <QDateTime>
+#include <QPluginLoader>
+#include <QSettings>
+#include <QTest>
+#include <QTextBrowser>
+
+using namespace pelorinnews;
+
+namespace {
+
+const QByteArray feed =
+    "<rss version=\"2.0\"><channel><language>en</language><item><title>News</title>"
+    "<pubDate>{{now-1h}}</pubDate><category>mac pelorin</category>"
+    "<comments>News of today</comments>"
+    "<description><![CDATA[<p>News of today</p>]]></description></item></channel></rss>";
+
+QWidget *newsWindow() {
+    const auto windows = QApplication::topLevelWidgets();
+    for (QWidget *window : windows) {
+        if (QLatin1String(window->metaObject()->className()).contains(QLatin1String("NewsWindow")))
+            return window;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+class SecondApplicationTest : public QObject {
+    Q_OBJECT
+
+public:
+    int argc = 1;
+    char **argv = nullptr;
+
+private Q_SLOTS:
+    void showsItsNewsUnderEachApplication();
+
+private:
+    /// Shows the panel under an application object of its own, closes it, and ends both. Gives
+    /// whether the web engine painted it.
+    void show(bool *isWeb);
+
+    FeedServer server;
+};
+
+void SecondApplicationTest::show(bool *isWeb) {
+    const QApplication application(argc, argv);
+    QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
+    auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());
+    QVERIFY2(plugin, qPrintable(loader.errorString()));
+    plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
+                             QStringLiteral("Pelorin")});
+    server.clearRequests();
+    const auto controller = plugin->init();
+    QVERIFY(controller);
+    QVERIFY(server.waitForRequests(1, std::chrono::milliseconds(testPatience)));
+    controller->show();
+    QTRY_VERIFY(newsWindow() && newsWindow()->isVisible());
+    *isWeb = !newsWindow()->findChild<QTextBrowser *>();
+    QVERIFY(QTest::qWaitForWindowExposed(newsWindow(), testPatience));
+    controller->exit();
+}
+
+void SecondApplicationTest::showsItsNewsUnderEachApplication() {
+    QVERIFY(server.start());
+    FeedReply reply;
+    reply.body = FeedTemplate::render(feed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
+    server.setReply(reply);
+    QSettings preferences(QStringLiteral("Olvane"), QStringLiteral("Pelorin"));
+    preferences.setValue(QStringLiteral("newsFeedBaseURL"), server.feedAddress());
+    preferences.setValue(QStringLiteral("newsShowOnStart"), false);
+    preferences.sync();
+
+    bool isWeb = false;
+    show(&isWeb);
+    QVERIFY(!QTest::currentTestFailed());
+    QVERIFY(isWeb);
+    // The engine has ended with the first.
+    for (int further = 0; further < 2; ++further) {
+        show(&isWeb);
+        QVERIFY(!QTest::currentTestFailed());
+        QVERIFY(!isWeb);
+    }
+}
+
+int main(int argc, char *argv[]) {
+    const pelorinnews::test::TestHome home;
+    SecondApplicationTest test;
+    test.argv = argv;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "SecondApplicationTest.moc"
