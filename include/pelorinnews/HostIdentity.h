@@ -8,9 +8,8 @@ namespace pelorinnews {
 /// Each field may be absent (a null text); what then takes its place is told beside it.
 struct HostIdentity {
     /// The name of the host's desktop file, without ".desktop", in reverse-domain form:
-    /// "com.Olvane.Pelorin". Names the folders of the feed's copy and of the notifications' list;
-    /// notifications bear it as their sender's desktop entry; and where the host is installed for
-    /// the whole system, copies of it are known by the desktop file of this name.
+    /// "com.Olvane.Pelorin". Names the folders of the feed's copy and of the notifications' list,
+    /// and notifications bear it as their sender's desktop entry.
     ///
     /// Absent: the Flatpak's identifier, the desktop file's name that the application object bears,
     /// the organisation's domain, reversed, with the application's name, or the executable's name,

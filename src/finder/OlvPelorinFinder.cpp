@@ -9,13 +9,15 @@
 namespace pelorinnews {
 
 std::shared_ptr<OlvPelorinFinder> OlvPelorinFinder::init() {
-    return init(HostBundle::mainBundle().name(), {SearchScope::localComputer()});
+    return init(HostBundle::mainBundle().copies(), {SearchScope::localComputer()});
 }
 
-std::shared_ptr<OlvPelorinFinder> OlvPelorinFinder::init(const QString &bundleName,
-                                                         const QStringList &searchScopes) {
+std::shared_ptr<OlvPelorinFinder> OlvPelorinFinder::init(const EntryPattern &copies,
+                                                         const QStringList &searchScopes,
+                                                         const FileWalk::Bounds &remoteBounds) {
     std::shared_ptr<OlvPelorinFinder> finder(new OlvPelorinFinder);
     finder->_query.setSearchScopes(searchScopes);
+    finder->_query.setRemoteBounds(remoteBounds);
     const std::weak_ptr<OlvPelorinFinder> weak = finder;
     const auto *center = MetadataQueryCenter::defaultCenter();
     finder->_observations = {
@@ -30,7 +32,7 @@ std::shared_ptr<OlvPelorinFinder> OlvPelorinFinder::init(const QString &bundleNa
                                  observer->queryGatheringFinished();
                          }),
     };
-    finder->_query.setPredicate(FileNamePattern::like(bundleName));
+    finder->_query.setPredicate(copies);
     MainQueue::dispatchAsync([finder] { finder->_query.startQuery(); });
     return finder;
 }

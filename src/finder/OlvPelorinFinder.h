@@ -26,8 +26,10 @@ enum OlvFinderResult : std::int32_t {
 /// the name of its bundle. The search runs as long as the finder lives, and the result follows the
 /// copies that come and go.
 ///
-/// Copies under another name are not found, and something else of that name is. Reports no failure
-/// and never times out: what is not known stays pending. All its work happens on the main thread;
+/// Copies under another name are not found, and something else of that name is, but for launchers
+/// (see `EntryPattern`). Reports no failure and never times out: what is not known stays pending,
+/// and so it does where a remote home folder is too big to be read to its end, unless two copies
+/// were found. All its work happens on the main thread;
 /// `init` may be called, and the last reference dropped, on any thread.
 class OlvPelorinFinder : public std::enable_shared_from_this<OlvPelorinFinder> {
 public:
@@ -35,10 +37,11 @@ public:
     /// to the main thread's queue; until that has run, the queue holds the finder too.
     [[nodiscard]] static std::shared_ptr<OlvPelorinFinder> init();
 
-    /// The same for entries named `bundleName` (`*` and `?` are wildcards) in `searchScopes` (see
-    /// `MetadataQuery::setSearchScopes`).
-    [[nodiscard]] static std::shared_ptr<OlvPelorinFinder> init(const QString &bundleName,
-                                                                const QStringList &searchScopes);
+    /// The same for the entries that match `copies` in `searchScopes`, reading no more of each
+    /// remote folder than `remoteBounds` (see `MetadataQuery`).
+    [[nodiscard]] static std::shared_ptr<OlvPelorinFinder> init(
+        const EntryPattern &copies, const QStringList &searchScopes,
+        const FileWalk::Bounds &remoteBounds = MetadataQuery::defaultRemoteBounds);
 
     OlvPelorinFinder(const OlvPelorinFinder &) = delete;
     OlvPelorinFinder &operator=(const OlvPelorinFinder &) = delete;

@@ -16,8 +16,10 @@ bool FolderWatch::watch(const QByteArray &folder, Interest interest) {
     if (known == folders.end() && folders.size() >= folderLimit)
         return false;
     std::uint32_t mask = IN_ONLYDIR | IN_DONT_FOLLOW | IN_MASK_ADD | IN_DELETE_SELF | IN_MOVE_SELF;
-    if (interest == Interest::entries)
+    if (interest >= Interest::entries)
         mask |= IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
+    if (interest == Interest::entriesAndTheirContent)
+        mask |= IN_ATTRIB | IN_CLOSE_WRITE;
     const int number = ::inotify_add_watch(kernelQueue.get(), folder.constData(), mask);
     if (number < 0)
         return false;
@@ -51,9 +53,14 @@ std::vector<FolderWatch::Change> FolderWatch::takeChanges() {
             }
             if (event->len == 0)
                 continue;
-            const bool appeared = (event->mask & (IN_CREATE | IN_MOVED_TO)) != 0;
-            changes.push_back({appeared ? Change::Kind::entryAppeared : Change::Kind::entryGone,
-                               folder, QByteArray(event->name), (event->mask & IN_ISDIR) != 0});
+            Change::Kind kind = Change::Kind::entryGone;
+            if ((event->mask & (IN_CREATE | IN_MOVED_TO)) != 0)
+                kind = Change::Kind::entryAppeared;
+            else if ((event->mask & (IN_ATTRIB | IN_CLOSE_WRITE)) != 0)
+                kind = Change::Kind::entryChanged;
+            const bool isFolder = (event->mask & IN_ISDIR) != 0;
+            if (kind != Change::Kind::entryChanged || !isFolder)
+                changes.push_back({kind, folder, QByteArray(event->name), isFolder});
         }
     }
 }

@@ -18,12 +18,13 @@ public:
     static constexpr std::size_t folderLimit = 1024;
 
     enum class Interest {
-        itself,  ///< tell only when the folder is moved, removed or unmounted
-        entries  ///< tell also what appears in it and goes from it
+        itself,                 ///< tell only when the folder is moved, removed or unmounted
+        entries,                ///< tell also what appears in it and goes from it
+        entriesAndTheirContent  ///< tell of files also when they were written or their mode changed
     };
 
     struct Change {
-        enum class Kind { entryAppeared, entryGone, folderGone, changesLost };
+        enum class Kind { entryAppeared, entryChanged, entryGone, folderGone, changesLost };
         Kind kind;
         QByteArray folder;  ///< absolute; empty where changes were lost
         QByteArray name;    ///< of the entry

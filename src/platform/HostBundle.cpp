@@ -80,15 +80,18 @@ HostBundle HostBundle::mainBundle() {
 }
 
 QString HostBundle::location() const {
-    QStringList desktopFileNames;
-    if (!bundleIdentifier.isNull())
-        desktopFileNames << bundleIdentifier;
-    return hostBundleLocation(HostProcess::current(desktopFileNames));
+    return hostBundleLocation(HostProcess::current());
 }
 
 QString HostBundle::name() const {
     const QString path = location();
     return path.isNull() ? path : path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+EntryPattern HostBundle::copies() const {
+    const bool isProgram = location() == HostProcess::current().executable;
+    return {FileNamePattern::like(name()),
+            isProgram ? EntryPattern::Kind::program : EntryPattern::Kind::any};
 }
 
 }  // namespace pelorinnews

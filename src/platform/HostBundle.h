@@ -1,5 +1,7 @@
 #pragma once
 
+#include "EntryPattern.h"
+
 #include <pelorinnews/HostIdentity.h>
 
 #include <QString>
@@ -39,6 +41,10 @@ public:
 
     /// The last component of the location, as it is on disk ("Pelorin.app"); null with it.
     [[nodiscard]] QString name() const;
+
+    /// What a copy of the application is: an entry of this name (`*` and `?` in it are wildcards),
+    /// and a program where the application is one executable. None where the name is null.
+    [[nodiscard]] EntryPattern copies() const;
 
 private:
     QString bundleIdentifier;

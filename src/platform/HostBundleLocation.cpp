@@ -1,7 +1,6 @@
 #include "HostBundleLocation.h"
 
 #include <QFileInfo>
-#include <QStandardPaths>
 
 namespace pelorinnews {
 
@@ -29,24 +28,12 @@ QString applicationFolder(const QString &executable) {
     if (binaries == QLatin1String("bin") || binaries.startsWith(QLatin1String("lib")))
         folder = aboveBinaries;
     const auto [aboveUsr, usr] = split(folder);
-    const bool isSystems = folder == QLatin1String("/usr");
-    return usr == QLatin1String("usr") && !isSystems ? aboveUsr : folder;
-}
-
-QString installedDesktopFile(const HostProcess &process) {
-    for (const QString &name : process.desktopFileNames) {
-        for (const QString &folder : process.desktopFileFolders) {
-            const QFileInfo file(folder + QLatin1Char('/') + name + QLatin1String(".desktop"));
-            if (file.isFile())
-                return file.absoluteFilePath();
-        }
-    }
-    return {};
+    return usr == QLatin1String("usr") ? aboveUsr : folder;
 }
 
 }  // namespace
 
-HostProcess HostProcess::current(const QStringList &desktopFileNames) {
+HostProcess HostProcess::current() {
     HostProcess process;
     process.executable = QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
     // So the kernel shows a program that was replaced while it runs.
@@ -55,10 +42,6 @@ HostProcess HostProcess::current(const QStringList &desktopFileNames) {
         process.executable.chop(replaced.size());
     process.appImage = qEnvironmentVariable("APPIMAGE");
     process.appDir = qEnvironmentVariable("APPDIR");
-    process.desktopFileNames = desktopFileNames;
-    process.desktopFileNames << split(process.executable).second;
-    process.desktopFileFolders =
-        QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
     return process;
 }
 
@@ -67,13 +50,11 @@ QString hostBundleLocation(const HostProcess &process) {
         return {};
     if (isAppImageOf(process))
         return QFileInfo(process.appImage).canonicalFilePath();
-    QString folder = applicationFolder(process.executable);
-    const QStringList systemFolders = {QStringLiteral("/"), QStringLiteral("/usr"),
-                                       QStringLiteral("/usr/local")};
-    if (!systemFolders.contains(folder))
-        return folder;
-    const QString desktopFile = installedDesktopFile(process);
-    return desktopFile.isEmpty() ? process.executable : desktopFile;
+    if (process.executable.startsWith(QLatin1String("/usr/")) ||
+        process.executable.startsWith(QLatin1String("/app/")))
+        return process.executable;
+    const QString folder = applicationFolder(process.executable);
+    return folder == QLatin1String("/") ? process.executable : folder;
 }
 
 }  // namespace pelorinnews

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <QStringList>
 
 namespace pelorinnews {
 
@@ -13,21 +12,17 @@ struct HostProcess {
     /// hand both on to those they start, so they need not be about this one.
     QString appImage;
     QString appDir;
-    /// Names under which the program may be installed, without ".desktop", best first.
-    QStringList desktopFileNames;
-    /// The folders of installed desktop files, best first.
-    QStringList desktopFileFolders;
 
-    /// This process, with the given names before its executable's own.
-    static HostProcess current(const QStringList &desktopFileNames);
+    static HostProcess current();
 };
 
 /// The file or folder that is the application as it lies on disk:
 /// - the AppImage file, where the program runs from one;
+/// - the executable, where it lies among those of the whole system (below `/usr`, in `/bin` and the
+///   like) or of a sandbox (below `/app`): a folder there is shared, or bears the package's name,
+///   as many folders of data do;
 /// - else the executable's folder without a trailing `bin`, `libexec` or `lib...`, and then without
-///   a trailing `usr`;
-/// - where that is a folder of the whole system (`/`, `/usr`, `/usr/local`), the installed desktop
-///   file, or the executable where there is none.
+///   a trailing `usr`.
 ///
 /// Null where the executable is not known. Reads the disk, briefly.
 [[nodiscard]] QString hostBundleLocation(const HostProcess &process);

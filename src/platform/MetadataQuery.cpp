@@ -7,13 +7,17 @@
 #include "MetadataQueryCenter.h"
 #include "MetadataQueryWorker.h"
 
+#include <QDir>
+#include <QFile>
+
 #include <utility>
 
 namespace pelorinnews {
 
 struct MetadataQuery::State {
     QStringList scopes{SearchScope::localComputer()};
-    FileNamePattern predicate;
+    EntryPattern predicate;
+    FileWalk::Bounds remoteBounds = defaultRemoteBounds;
     GuardedSlot<std::shared_ptr<BackgroundTask>> task;
     GuardedSlot<QStringList> results;
 };
@@ -28,8 +32,12 @@ void MetadataQuery::setSearchScopes(const QStringList &scopes) {
     state->scopes = scopes;
 }
 
-void MetadataQuery::setPredicate(const FileNamePattern &predicate) {
+void MetadataQuery::setPredicate(const EntryPattern &predicate) {
     state->predicate = predicate;
+}
+
+void MetadataQuery::setRemoteBounds(const FileWalk::Bounds &bounds) {
+    state->remoteBounds = bounds;
 }
 
 bool MetadataQuery::startQuery() {
@@ -37,7 +45,9 @@ bool MetadataQuery::startQuery() {
         return false;
     state->results.set({});
     const MetadataQuery *identity = this;
-    MetadataQueryWorker::Search search{state->predicate, state->scopes, applicationFolders()};
+    MetadataQueryWorker::Search search{state->predicate, state->scopes,
+                                       QFile::encodeName(QDir::homePath()), applicationFolders(),
+                                       state->remoteBounds};
     auto work = [weak = std::weak_ptr(state), identity, search](BackgroundTask &task) {
         auto tell = [weak, identity, running = task.weak_from_this()](
                         const QStringList &paths, MetadataQueryWorker::News news) {

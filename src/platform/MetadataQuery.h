@@ -1,6 +1,7 @@
 #pragma once
 
-#include "FileNamePattern.h"
+#include "EntryPattern.h"
+#include "FileWalk.h"
 #include "SearchScope.h"
 
 #include <QStringList>
@@ -9,8 +10,8 @@
 
 namespace pelorinnews {
 
-/// A live search for the file-system entries whose names match: gathers those that exist, then
-/// follows what comes and goes, until it is stopped or destroyed.
+/// A live search for the file-system entries that match: gathers those that exist, then follows
+/// what comes and goes, until it is stopped or destroyed.
 ///
 /// Where the desktop's file index answers, it is asked and listened to. The whole scope, what the
 /// index covers included, is walked in the background, once, and later what is mounted or appears;
@@ -19,6 +20,9 @@ namespace pelorinnews {
 /// on the main thread; every other call is for any thread.
 class MetadataQuery {
 public:
+    /// A remote home folder that is bigger is not searched to its end.
+    static constexpr FileWalk::Bounds defaultRemoteBounds = {500'000, std::chrono::minutes(5)};
+
     MetadataQuery();
     ~MetadataQuery();
     MetadataQuery(const MetadataQuery &) = delete;
@@ -27,7 +31,11 @@ public:
     /// Folders, or `SearchScope::localComputer()`, which it is without this call.
     void setSearchScopes(const QStringList &scopes);
 
-    void setPredicate(const FileNamePattern &predicate);
+    void setPredicate(const EntryPattern &predicate);
+
+    /// How much of one folder of a remote file system is read. Where that is not all, the gathering
+    /// ends only once two matches have been found: fewer would be no answer.
+    void setRemoteBounds(const FileWalk::Bounds &bounds);
 
     /// Begins to gather, from nothing. False, and nothing happens, where the query is running or
     /// the system gives no thread.

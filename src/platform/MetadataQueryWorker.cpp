@@ -1,10 +1,8 @@
 #include "MetadataQueryWorker.h"
 
 #include "FilePaths.h"
-#include "FileWalk.h"
 #include "LibraryPages.h"
 
-#include <QDir>
 #include <QEventLoop>
 #include <QFile>
 #include <QSocketNotifier>
@@ -47,11 +45,14 @@ void MetadataQueryWorker::run(BackgroundTask &task, const Search &search, Tell t
 
 MetadataQueryWorker::MetadataQueryWorker(const Search &search, Tell listener)
     : pattern(search.predicate),
-      scope(search.scopes),
+      bounds(search.remoteBounds),
+      home(search.home),
+      scope(search.scopes, search.home),
       applicationFolders(search.applicationFolders),
       tell(std::move(listener)),
       mountInfo(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)),
-      index(pattern, [this](const std::vector<QByteArray> &paths) { indexAnswered(paths); }) {}
+      index(pattern.names(),
+            [this](const std::vector<QByteArray> &paths) { indexAnswered(paths); }) {}
 
 MetadataQueryWorker::~MetadataQueryWorker() {
     if (walkTask)
@@ -59,7 +60,7 @@ MetadataQueryWorker::~MetadataQueryWorker() {
 }
 
 void MetadataQueryWorker::start() {
-    if (!pattern.canMatch()) {
+    if (!pattern.names().canMatch()) {
         tell({}, News::gathered);
         return;
     }
@@ -82,36 +83,52 @@ void MetadataQueryWorker::walk(std::vector<QByteArray> roots) {
         rootsToWalk.insert(rootsToWalk.end(), roots.begin(), roots.end());
         return;
     }
+    std::vector<std::pair<QByteArray, FileWalk::Bounds>> tasks;
+    for (const QByteArray &root : roots)
+        tasks.emplace_back(root, scope.isRemote(root) ? bounds : FileWalk::Bounds());
     auto result = std::make_shared<WalkResult>();
     result->arrived = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (result->arrived.isValid()) {
         walkTask = BackgroundTask::start(
             "pelorin-walk",
-            [result, roots = std::move(roots), predicate = pattern](BackgroundTask &task) {
+            [result, tasks = std::move(tasks), predicate = pattern](BackgroundTask &task) {
                 task.enterIdleClass();
                 FileWalk fileWalk(predicate);
-                for (const QByteArray &root : roots)
-                    fileWalk.run(root, task.stopFlag());
+                std::vector<QByteArray> unfinishedRoots;
+                for (const auto &[root, rootBounds] : tasks) {
+                    if (!fileWalk.run(root, task.stopFlag(), rootBounds))
+                        unfinishedRoots.push_back(root);
+                }
                 result->matches.set(fileWalk.matches());
+                result->unfinished.set(std::move(unfinishedRoots));
                 static_cast<void>(::eventfd_write(result->arrived.get(), 1));
             });
     }
     if (!walkTask) {
-        walkEnded({});
+        result->unfinished.set(roots);
+        walkEnded(roots, *result);
         return;
     }
     walkArrived = std::make_unique<QSocketNotifier>(result->arrived.get(), QSocketNotifier::Read);
-    connect(walkArrived.get(), &QSocketNotifier::activated, this, [this, result] {
-        walkArrived->setEnabled(false);
-        walkArrived.release()->deleteLater();
-        walkTask.reset();
-        walkEnded(result->matches.get());
-    });
+    connect(walkArrived.get(), &QSocketNotifier::activated, this,
+            [this, result, walked = std::move(roots)] {
+                walkArrived->setEnabled(false);
+                walkArrived.release()->deleteLater();
+                walkTask.reset();
+                walkEnded(walked, *result);
+            });
 }
 
-void MetadataQueryWorker::walkEnded(const std::vector<QByteArray> &matches) {
+void MetadataQueryWorker::walkEnded(const std::vector<QByteArray> &roots,
+                                    const WalkResult &result) {
     hasWalked = true;
-    for (const QByteArray &path : matches)
+    for (const QByteArray &root : roots)
+        std::erase_if(unfinished, [&root](const QByteArray &folder) {
+            return MountTable::isAtOrBelow(folder, root);
+        });
+    for (const QByteArray &root : result.unfinished.get())
+        unfinished.insert(root);
+    for (const QByteArray &path : result.matches.get())
         consider(path);
     std::vector<QByteArray> next = std::exchange(rootsToWalk, {});
     if (!next.empty()) {
@@ -151,6 +168,9 @@ void MetadataQueryWorker::mountsChanged() {
             scope.contains(joined(mount.mountPoint, {}), pattern))
             changed.push_back(mount.mountPoint);
     }
+    std::erase_if(unfinished, [this](const QByteArray &folder) {
+        return !scope.contains(joined(folder, {}), pattern);
+    });
     if (!changed.empty())
         walk(std::move(changed));
     considerFound("/");
@@ -167,8 +187,9 @@ void MetadataQueryWorker::foldersChanged() {
             walk(scope.roots(pattern));
         } else if (change.kind == Kind::folderGone) {
             considerFound(change.folder);
-        } else if (pattern.matches(
-                       {change.name.constData(), static_cast<std::size_t>(change.name.size())})) {
+        } else if (pattern.mayMatch(
+                       {change.name.constData(), static_cast<std::size_t>(change.name.size())},
+                       change.entryIsFolder)) {
             consider(path);
         } else if (change.entryIsFolder && change.kind == Kind::entryAppeared) {
             folderAppeared(path, levels[change.folder]);
@@ -194,7 +215,6 @@ void MetadataQueryWorker::folderAppeared(const QByteArray &path, int level) {
 }
 
 void MetadataQueryWorker::watchApplicationFolders() {
-    const QByteArray home = QFile::encodeName(QDir::homePath());
     for (const QByteArray &place : applicationFolders) {
         QByteArray folder = place;
         while (folder != "/" && FilePaths::canonical(folder).isEmpty())
@@ -223,7 +243,9 @@ void MetadataQueryWorker::watchAroundMatches() {
 
 bool MetadataQueryWorker::watchFolder(const QByteArray &folder, int level, int depth) {
     if (!scope.contains(joined(folder, {}), pattern) ||
-        !watch.watch(folder, FolderWatch::Interest::entries))
+        !watch.watch(folder, pattern.kind() == EntryPattern::Kind::program
+                                 ? FolderWatch::Interest::entriesAndTheirContent
+                                 : FolderWatch::Interest::entries))
         return false;
     levels[folder] = level;
     // What came before the watch was set.
@@ -254,6 +276,9 @@ void MetadataQueryWorker::settle() {
     if (!hasWalked || !hasAskedIndex)
         return;
     watchAroundMatches();
+    // What was not read may hold more, so that fewer than two say nothing.
+    if (!unfinished.empty() && found.size() < 2)
+        return;
     if (hasGathered && !hasChanged)
         return;
     QStringList paths;

@@ -1,9 +1,10 @@
 #pragma once
 
 #include "BackgroundTask.h"
+#include "EntryPattern.h"
 #include "FileDescriptor.h"
 #include "FileIndexQuery.h"
-#include "FileNamePattern.h"
+#include "FileWalk.h"
 #include "FolderWatch.h"
 #include "GuardedSlot.h"
 #include "SearchScope.h"
@@ -33,9 +34,11 @@ class MetadataQueryWorker : public QObject {
 
 public:
     struct Search {
-        FileNamePattern predicate;
+        EntryPattern predicate;
         QStringList scopes;
+        QByteArray home;
         std::vector<QByteArray> applicationFolders;
+        FileWalk::Bounds remoteBounds;  // of each root on a remote file system
     };
 
     enum class News { gathered, updated };
@@ -51,6 +54,7 @@ private:
     struct WalkResult {
         FileDescriptor arrived;
         GuardedSlot<std::vector<QByteArray>> matches;
+        GuardedSlot<std::vector<QByteArray>> unfinished;  // roots that reached their bounds
     };
 
     MetadataQueryWorker(const Search &search, Tell listener);
@@ -58,7 +62,7 @@ private:
 
     void start();
     void walk(std::vector<QByteArray> roots);
-    void walkEnded(const std::vector<QByteArray> &matches);
+    void walkEnded(const std::vector<QByteArray> &roots, const WalkResult &result);
     void indexAnswered(const std::vector<QByteArray> &paths);
     void mountsChanged();
     void foldersChanged();
@@ -72,12 +76,15 @@ private:
     void considerFound(const QByteArray &folder);
     void settle();
 
-    FileNamePattern pattern;
+    EntryPattern pattern;
+    FileWalk::Bounds bounds;
+    QByteArray home;
     SearchScope scope;
     std::vector<QByteArray> applicationFolders;
     Tell tell;
 
     std::set<QByteArray> found;
+    std::set<QByteArray> unfinished;  // folders that no walk has read to their end
     bool hasChanged = false;
     bool hasWalked = false;
     bool hasAskedIndex = false;

@@ -55,7 +55,7 @@ private:
     static void make(const QString &path) { QVERIFY(QDir().mkpath(at(path))); }
     static void remove(const QString &path) { QVERIFY(QDir(at(path)).removeRecursively()); }
     static std::shared_ptr<OlvPelorinFinder> find(const QString &bundle = name) {
-        return OlvPelorinFinder::init(bundle, {folder()});
+        return OlvPelorinFinder::init(FileNamePattern::like(bundle), {folder()});
     }
     void index() {
         if (withIndex)

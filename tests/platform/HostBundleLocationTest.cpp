@@ -16,8 +16,8 @@ private Q_SLOTS:
     void isTheExecutablesFolderWithoutTheUsualFolders();
     void isTheAppImageFileWhenRunFromOne();
     void isNotAnAppImageThatThisProgramDoesNotLieIn();
-    void isTheInstalledDesktopFileOfASystemsProgram();
-    void isTheExecutableWhereNoDesktopFileIsInstalled();
+    void isTheExecutableAmongTheSystems_data();
+    void isTheExecutableAmongTheSystems();
     void isNullWhereTheExecutableIsUnknown();
     void isThisTestsFolder();
 };
@@ -49,6 +49,8 @@ void HostBundleLocationTest::isTheExecutablesFolderWithoutTheUsualFolders_data()
     row("/opt/Pelorin.app/binary/pelorin", "/opt/Pelorin.app/binary");
     row("/home/u/P\xC3\xA9lorin app/bin/p", "/home/u/P\xC3\xA9lorin app");
     row("/opt/bin/pelorin", "/opt");
+    row("/srv/usr/bin/pelorin", "/srv");
+    row("/application/bin/pelorin", "/application");
 }
 
 void HostBundleLocationTest::isTheExecutablesFolderWithoutTheUsualFolders() {
@@ -86,27 +88,20 @@ void HostBundleLocationTest::isNotAnAppImageThatThisProgramDoesNotLieIn() {
     QCOMPARE(hostBundleLocation(process), QStringLiteral("/opt/Pelorin.app"));
 }
 
-void HostBundleLocationTest::isTheInstalledDesktopFileOfASystemsProgram() {
-    const QTemporaryDir folder;
-    const QString desktopFile = folder.filePath(QStringLiteral("b/com.Olvane.Pelorin.desktop"));
-    touch(desktopFile);
-    touch(folder.filePath(QStringLiteral("a/pelorin.desktop")));
-    HostProcess process;
-    process.desktopFileNames = {QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("pelorin")};
-    process.desktopFileFolders = {folder.filePath(QStringLiteral("a")),
-                                  folder.filePath(QStringLiteral("b"))};
-    for (const char *executable : {"/usr/bin/pelorin", "/usr/local/bin/pelorin", "/bin/pelorin",
-                                   "/usr/lib/pelorin", "/usr/pelorin", "/pelorin"}) {
-        process.executable = QLatin1String(executable);
-        QCOMPARE(hostBundleLocation(process), desktopFile);
-    }
+void HostBundleLocationTest::isTheExecutableAmongTheSystems_data() {
+    QTest::addColumn<QString>("executable");
+    for (const char *executable :
+         {"/usr/bin/pelorin", "/usr/local/bin/pelorin", "/bin/pelorin", "/usr/lib/pelorin",
+          "/usr/lib/pelorin/pelorin", "/usr/libexec/pelorin", "/usr/games/pelorin", "/usr/pelorin",
+          "/usr/local/pelorin/bin/pelorin", "/pelorin", "/app/bin/pelorin", "/app/pelorin/pelorin"})
+        QTest::newRow(executable) << QString::fromLatin1(executable);
 }
 
-void HostBundleLocationTest::isTheExecutableWhereNoDesktopFileIsInstalled() {
+void HostBundleLocationTest::isTheExecutableAmongTheSystems() {
+    QFETCH(QString, executable);
     HostProcess process;
-    process.executable = QStringLiteral("/usr/bin/pelorin");
-    process.desktopFileNames = {QStringLiteral("pelorin")};
-    QCOMPARE(hostBundleLocation(process), process.executable);
+    process.executable = executable;
+    QCOMPARE(hostBundleLocation(process), executable);
 }
 
 void HostBundleLocationTest::isNullWhereTheExecutableIsUnknown() {
@@ -118,6 +113,8 @@ void HostBundleLocationTest::isThisTestsFolder() {
     const QString folder = QCoreApplication::applicationDirPath();
     QCOMPARE(bundle.location(), folder);
     QCOMPARE(bundle.name(), QDir(folder).dirName());
+    QCOMPARE(bundle.copies().kind(), EntryPattern::Kind::any);
+    QVERIFY(bundle.copies().mayMatch(QDir(folder).dirName().toStdString(), true));
 }
 
 }  // namespace pelorinnews::test

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "HostBundle.h"
+#include "OlvPelorinFinder.h"
+#include "SearchThreads.h"
+
+#include <QCoreApplication>
+#include <QProcess>
+#include <QSocketNotifier>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace pelorinnews::test {
+
+/// What a test's own executable does when it runs as an application somewhere: it looks for copies
+/// of itself, prints the name that it looks for and then a line for each result, and ends when its
+/// standard input does.
+inline int reportResults(int argc, char *argv[]) {
+    const QCoreApplication application(argc, argv);
+    const HurriedWalks hurriedWalks;
+    std::printf("%s\n", qPrintable(HostBundle::mainBundle().name()));
+    const auto finder = OlvPelorinFinder::init();
+    int reported = 0;
+    QTimer timer;
+    timer.callOnTimeout([&] {
+        if (finder->result() == reported)
+            return;
+        reported = finder->result();
+        std::printf("%d\n", reported);
+        std::fflush(stdout);
+    });
+    timer.start(10);
+    QSocketNotifier ended(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&ended, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
+    return QCoreApplication::exec();
+}
+
+/// The next line that such an application prints.
+inline QByteArray nextLine(QProcess &process) {
+    constexpr int patienceMilliseconds = 100000;
+    while (!process.canReadLine()) {
+        if (!process.waitForReadyRead(patienceMilliseconds))
+            return "nothing";
+    }
+    return process.readLine().trimmed();
+}
+
+}  // namespace pelorinnews::test

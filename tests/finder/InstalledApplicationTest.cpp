@@ -1,0 +1,194 @@
+// Programs as packages bring them: installed for the whole system, in a sandbox, or in one file.
+// Each looks for itself on this computer, among the launchers and data that such programs have.
+
+#include "FinderReport.h"
+#include "Mounts.h"
+#include "TestHome.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <sys/stat.h>
+
+namespace pelorinnews::test {
+
+namespace {
+
+bool mayMount = false;
+
+void write(const QString &path, const QByteArray &text, mode_t mode) {
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(text), text.size());
+    file.close();
+    QCOMPARE(::chmod(QFile::encodeName(path).constData(), mode), 0);
+}
+
+void install(const QString &path) {
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), path));
+}
+
+/// Launchers of `program`, and the data of one, in the folder `home`.
+void surround(const QString &home, const QString &program) {
+    const QString name = QFileInfo(program).fileName();
+    for (const char *place : {".config/autostart", "Desktop", ".local/share/applications"})
+        write(home + QLatin1Char('/') + QLatin1String(place) + QLatin1Char('/') + name +
+                  QStringLiteral(".desktop"),
+              "[Desktop Entry]\nType=Application\nExec=" + program.toUtf8() + '\n', 0755);
+    QVERIFY(QFile::link(program, home + QStringLiteral("/Desktop/") + name));
+}
+
+void surroundWithData(const QString &home, const QString &program) {
+    const QString name = QFileInfo(program).fileName();
+    write(home + QStringLiteral("/.local/bin/") + name,
+          "#!/bin/sh\nexec " + program.toUtf8() + '\n', 0755);
+    write(home + QStringLiteral("/.config/default/") + name, "quiet=yes\n", 0644);
+    for (const char *place : {".config", ".cache", ".local/share"})
+        QVERIFY(QDir().mkpath(home + QLatin1Char('/') + QLatin1String(place) + QLatin1Char('/') +
+                              name));
+}
+
+}  // namespace
+
+class InstalledApplicationTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void countsAProgramOfTheSystem();
+    void countsAProgramInASandboxBelowARootThatIsNoMountPoint();
+    void countsAnAppImage();
+
+private:
+    QString at(const char *path) const { return folder->filePath(QLatin1String(path)); }
+    void start(const QStringList &command, const QString &home, const QStringList &variables = {});
+    /// The application has found one copy; a second comes into its home and goes again.
+    void followsAnotherCopy(const QString &copy);
+
+    const QString name = QStringLiteral("pelorintest%1").arg(::getpid());
+    std::unique_ptr<QTemporaryDir> folder;
+    Mounts mounts;
+    QProcess process;
+};
+
+void InstalledApplicationTest::initTestCase() {
+    if (!mayMount)
+        QSKIP("mounting is not permitted here");
+}
+
+void InstalledApplicationTest::init() {
+    folder = std::make_unique<QTemporaryDir>(QDir::homePath() + QStringLiteral("/test-XXXXXX"));
+}
+
+void InstalledApplicationTest::cleanup() {
+    process.closeWriteChannel();
+    if (process.state() != QProcess::NotRunning && !process.waitForFinished())
+        process.kill();
+    process.waitForFinished();
+    mounts.clear();
+    folder.reset();
+}
+
+void InstalledApplicationTest::start(const QStringList &command, const QString &home,
+                                     const QStringList &variables) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), home);
+    for (const QString &variable : variables)
+        environment.insert(variable.section(QLatin1Char('='), 0, 0),
+                           variable.section(QLatin1Char('='), 1));
+    process.setProcessEnvironment(environment);
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(command.first(), command.mid(1) + QStringList(QStringLiteral("--report")));
+}
+
+void InstalledApplicationTest::followsAnotherCopy(const QString &copy) {
+    install(copy);
+    QCOMPARE(nextLine(process), QByteArray("4"));
+    QVERIFY(QFile::remove(copy));
+    QCOMPARE(nextLine(process), QByteArray("3"));
+}
+
+void InstalledApplicationTest::countsAProgramOfTheSystem() {
+    const QString program = QStringLiteral("/usr/local/bin/") + name;
+    install(at("local/bin/") + name);
+    for (const char *data : {"local/share/", "local/lib/", "local/share/doc/"})
+        QVERIFY(QDir().mkpath(at(data) + name));
+    QVERIFY(mounts.bind(at("local"), QStringLiteral("/usr/local")));
+    surround(at("home"), program);
+    surroundWithData(at("home"), program);
+
+    start({program}, at("home"));
+    QCOMPARE(nextLine(process), name.toUtf8());
+    QCOMPARE(nextLine(process), QByteArray("1"));
+    QCOMPARE(nextLine(process), QByteArray("3"));
+    const QString copy = at("home/Applications/") + name;
+    followsAnotherCopy(copy);
+    // What can no longer be started is no program, until it can be again.
+    install(copy);
+    QCOMPARE(nextLine(process), QByteArray("4"));
+    QCOMPARE(::chmod(QFile::encodeName(copy).constData(), 0644), 0);
+    QCOMPARE(nextLine(process), QByteArray("3"));
+    QCOMPARE(::chmod(QFile::encodeName(copy).constData(), 0755), 0);
+    QCOMPARE(nextLine(process), QByteArray("4"));
+}
+
+void InstalledApplicationTest::countsAProgramInASandboxBelowARootThatIsNoMountPoint() {
+    for (const char *place : {"root/usr", "root/proc", "root/home/user"})
+        QVERIFY(QDir().mkpath(at(place)));
+    QVERIFY(mounts.bind(QStringLiteral("/usr"), at("root/usr")));
+    QVERIFY(mounts.bind(QStringLiteral("/proc"), at("root/proc")));
+    for (const char *shared : {"bin", "lib", "lib64"})
+        QVERIFY(QFile::link(QStringLiteral("usr/") + QLatin1String(shared),
+                            at("root/") + QLatin1String(shared)));
+    const QString program = QStringLiteral("/app/bin/") + name;
+    install(at("root") + program);
+    QVERIFY(QDir().mkpath(at("root/app/share/") + name));
+    surround(at("root/home/user"), program);
+    surroundWithData(at("root/home/user"), program);
+
+    start({QStringLiteral("chroot"), at("root"), program}, QStringLiteral("/home/user"));
+    QCOMPARE(nextLine(process), name.toUtf8());
+    QCOMPARE(nextLine(process), QByteArray("1"));
+    QCOMPARE(nextLine(process), QByteArray("3"));
+    followsAnotherCopy(at("root/home/user/Applications/") + name);
+}
+
+void InstalledApplicationTest::countsAnAppImage() {
+    if (!Mounts::hasFuse())
+        QSKIP("no FUSE here");
+    const QString image = at("home/Downloads/") + name + QStringLiteral("-5.AppImage");
+    write(image,
+          "\x7f"
+          "ELF",
+          0755);
+    install(at("content/usr/bin/pelorin"));
+    QVERIFY(QDir().mkpath(at(".mount_Pelorin")));
+    QVERIFY(mounts.fuse(at("content"), at(".mount_Pelorin")));
+    surround(at("home"), image);
+
+    start({at(".mount_Pelorin/usr/bin/pelorin")}, at("home"),
+          {QStringLiteral("APPIMAGE=") + image, QStringLiteral("APPDIR=") + at(".mount_Pelorin")});
+    QCOMPARE(nextLine(process), QFileInfo(image).fileName().toUtf8());
+    QCOMPARE(nextLine(process), QByteArray("1"));
+    QCOMPARE(nextLine(process), QByteArray("3"));
+    followsAnotherCopy(at("home/Applications/") + QFileInfo(image).fileName());
+}
+
+}  // namespace pelorinnews::test
+
+int main(int argc, char *argv[]) {
+    if (argc > 1 && qstrcmp(argv[1], "--report") == 0)
+        return pelorinnews::test::reportResults(argc, argv);
+    pelorinnews::test::mayMount = pelorinnews::test::Mounts::enterNameSpace();
+    const pelorinnews::test::TestHome home;
+    const QCoreApplication application(argc, argv);
+    pelorinnews::test::InstalledApplicationTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "InstalledApplicationTest.moc"

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "MountTable.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QString>
+#include <QTest>
+
+#include <memory>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+#include <vector>
+
+namespace pelorinnews::test {
+
+/// What a test mounts, in a name space of its own process: gone with the object.
+class Mounts {
+public:
+    Mounts() = default;
+    ~Mounts() { clear(); }
+    Mounts(const Mounts &) = delete;
+    Mounts &operator=(const Mounts &) = delete;
+
+    /// Call it first in `main`: a name space is its thread's. False where mounting is not
+    /// permitted.
+    static bool enterNameSpace() {
+        return ::unshare(CLONE_NEWNS) == 0 &&
+               ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    }
+
+    [[nodiscard]] bool bind(const QString &from, const QString &to) {
+        return mount(from, to, nullptr, MS_BIND, {});
+    }
+
+    [[nodiscard]] bool memory(const QString &at) { return mount({}, at, "tmpfs", 0, {}); }
+
+    /// An overlay of `lower` whose changes lie in "upper" of `changes`.
+    [[nodiscard]] bool overlay(const QString &lower, const QString &changes, const QString &at) {
+        return mount(
+            QStringLiteral("overlay"), at, "overlay", 0,
+            QStringLiteral("lowerdir=%1,upperdir=%2/upper,workdir=%2/work").arg(lower, changes));
+    }
+
+    [[nodiscard]] static bool hasFuse() { return ::access("/dev/fuse", R_OK | W_OK) == 0; }
+
+    /// A FUSE file system that shows `folder`.
+    [[nodiscard]] bool fuse(const QString &folder, const QString &at) {
+        mirrors.push_back(std::make_unique<QProcess>());
+        mirrors.back()->setProcessChannelMode(QProcess::ForwardedChannels);
+        mirrors.back()->start(QStringLiteral("bindfs"), {QStringLiteral("-f"), folder, at});
+        if (!QTest::qWaitFor([&at] { return isMounted(at); }, testPatience))
+            return false;
+        points.push_back(QFile::encodeName(at));
+        return true;
+    }
+
+    void clear() {
+        while (!points.empty()) {
+            ::umount2(points.back().constData(), MNT_DETACH);
+            points.pop_back();
+        }
+        for (const auto &mirror : mirrors) {
+            mirror->terminate();
+            mirror->waitForFinished();
+        }
+        mirrors.clear();
+    }
+
+private:
+    static bool isMounted(const QString &at) {
+        const QByteArray point = QFile::encodeName(at);
+        const MountTable table = MountTable::current();
+        const MountTable::Mount *found = table.mountOf(point);
+        return found && found->mountPoint == point;
+    }
+
+    bool mount(const QString &from, const QString &to, const char *type, unsigned long flags,
+               const QString &options) {
+        const QByteArray point = QFile::encodeName(to);
+        if (::mount(QFile::encodeName(from).constData(), point.constData(), type, flags,
+                    QFile::encodeName(options).constData()) != 0)
+            return false;
+        points.push_back(point);
+        return true;
+    }
+
+    std::vector<QByteArray> points;
+    std::vector<std::unique_ptr<QProcess>> mirrors;
+};
+
+}  // namespace pelorinnews::test

@@ -1,0 +1,188 @@
+// The home folder on file systems that are not this computer's own disks: a real FUSE one and a
+// real overlay. What the others are like the mount table tells (platform.search_scope).
+
+#include "FilePaths.h"
+#include "MetadataQueryCenter.h"
+#include "Mounts.h"
+#include "OlvPelorinFinder.h"
+#include "SearchThreads.h"
+#include "TestHome.h"
+
+#include <QCoreApplication>
+#include <QDir>
+
+#include <sys/stat.h>
+
+namespace pelorinnews::test {
+
+namespace {
+
+bool mayMount = false;
+
+/// Whether this process has the kernel tell it of changes in `folder`.
+bool watches(const QString &folder) {
+    struct stat status {};
+    if (::stat(QFile::encodeName(folder).constData(), &status) != 0)
+        return false;
+    const QByteArray watch = " ino:" + QByteArray::number(status.st_ino, 16) + ' ';
+    const QDir descriptors(QStringLiteral("/proc/self/fdinfo"));
+    const QStringList all = descriptors.entryList(QDir::Files);
+    return std::any_of(all.begin(), all.end(), [&](const QString &each) {
+        QFile file(descriptors.filePath(each));
+        return file.open(QIODevice::ReadOnly) && file.readAll().contains(watch);
+    });
+}
+
+}  // namespace
+
+class RemoteHomeTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void countsACopyInItOnce_data() { kinds(); }
+    void countsACopyInItOnce();
+    void leavesOtherMountsOut_data() { kinds(); }
+    void leavesOtherMountsOut();
+    void staysPendingWhereItIsTooBigUnlessTwoAreFound_data() { kinds(); }
+    void staysPendingWhereItIsTooBigUnlessTwoAreFound();
+
+private:
+    static void kinds() {
+        QTest::addColumn<bool>("isFuse");
+        QTest::newRow("overlay") << false;
+        QTest::newRow("FUSE") << true;
+    }
+    QString at(const QString &path) const { return folder->filePath(path); }
+    void make(const QString &path) const { QVERIFY(QDir().mkpath(at(path))); }
+    /// Mounts the folder "kept" of this computer's disk at the folder `point`.
+    void mount(bool isFuse, const QString &point);
+    std::shared_ptr<OlvPelorinFinder> find(
+        const FileWalk::Bounds &bounds = MetadataQuery::defaultRemoteBounds) const {
+        return OlvPelorinFinder::init(FileNamePattern::like(name), {SearchScope::localComputer()},
+                                      bounds);
+    }
+
+    const QString name = QStringLiteral("PelorinTest%1.app").arg(::getpid());
+    const HurriedWalks hurriedWalks;
+    QByteArray home;
+    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<Mounts> mounts;
+};
+
+void RemoteHomeTest::initTestCase() {
+    if (!mayMount)
+        QSKIP("mounting is not permitted here");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    home = qgetenv("HOME");
+}
+
+void RemoteHomeTest::init() {
+    folder =
+        std::make_unique<QTemporaryDir>(QFile::decodeName(home) + QStringLiteral("/test-XXXXXX"));
+    mounts = std::make_unique<Mounts>();
+    QFETCH(const bool, isFuse);
+    if (isFuse && !Mounts::hasFuse())
+        QSKIP("no FUSE here");
+    for (const char *each : {"home", "kept", "other", "changes/upper", "changes/work"})
+        make(QLatin1String(each));
+    qputenv("HOME", QFile::encodeName(at(QStringLiteral("home"))));
+}
+
+void RemoteHomeTest::cleanup() {
+    QTRY_COMPARE(threadCount("pelorin-search") + threadCount("pelorin-walk"), 0);
+    mounts.reset();
+    folder.reset();
+    qputenv("HOME", home);
+}
+
+void RemoteHomeTest::mount(bool isFuse, const QString &point) {
+    if (isFuse)
+        QVERIFY(mounts->fuse(at(QStringLiteral("kept")), at(point)));
+    else
+        QVERIFY(
+            mounts->overlay(at(QStringLiteral("kept")), at(QStringLiteral("changes")), at(point)));
+}
+
+void RemoteHomeTest::countsACopyInItOnce() {
+    QFETCH(const bool, isFuse);
+    // It lies on this computer's disk, too, where it is the same copy.
+    make(QStringLiteral("kept/a/deep/place/") + name);
+    mount(isFuse, QStringLiteral("home"));
+    const auto finder = find();
+    QTRY_COMPARE_WITH_TIMEOUT(finder->result(), OlvFinderResultOne, 60000);
+    const QString copy = at(QStringLiteral("home/a/deep/place/") + name);
+    QCOMPARE(finder->instances().value_or(QStringList()), QStringList(copy));
+    const QString second = at(QStringLiteral("home/Applications/") + name);
+    QVERIFY(QDir().mkpath(second));
+    QTRY_COMPARE(finder->result(), OlvFinderResultMany);
+    QVERIFY(QDir(second).removeRecursively());
+    QTRY_COMPARE(finder->result(), OlvFinderResultOne);
+    QVERIFY(QDir(copy).removeRecursively());
+    QTRY_COMPARE(finder->result(), OlvFinderResultNone);
+}
+
+void RemoteHomeTest::leavesOtherMountsOut() {
+    QFETCH(const bool, isFuse);
+    make(QStringLiteral("here/") + name);
+    // Elsewhere, below the home, and the home of somebody else. The files behind them are on no
+    // disk that can be seen.
+    QVERIFY(mounts->memory(at(QStringLiteral("kept"))));
+    QVERIFY(mounts->memory(at(QStringLiteral("changes"))));
+    for (const char *each : {"kept", "changes/upper", "changes/work"})
+        make(QLatin1String(each));
+    make(QStringLiteral("kept/") + name);
+    make(QStringLiteral("kept/user/Applications/") + name);
+    make(QStringLiteral("home/drive"));
+    mount(isFuse, QStringLiteral("home/drive"));
+    QVERIFY(mounts->bind(at(QStringLiteral("home/drive")), at(QStringLiteral("other"))));
+    for (const char *each : {"kept", "changes"})
+        QCOMPARE(::umount2(QFile::encodeName(at(QLatin1String(each))).constData(), MNT_DETACH), 0);
+    QVERIFY(QFileInfo::exists(at(QStringLiteral("home/drive/") + name)));
+
+    const auto finder = find();
+    QTRY_COMPARE_WITH_TIMEOUT(finder->result(), OlvFinderResultOne, 60000);
+    QCOMPARE(finder->instances().value_or(QStringList()),
+             QStringList(at(QStringLiteral("here/") + name)));
+}
+
+void RemoteHomeTest::staysPendingWhereItIsTooBigUnlessTwoAreFound() {
+    QFETCH(const bool, isFuse);
+    make(QStringLiteral("here/") + name);
+    for (int i = 0; i < 30; ++i)
+        make(QStringLiteral("kept/folder-%1/a").arg(i));
+    mount(isFuse, QStringLiteral("home"));
+    const auto finder = find({.entries = 40});
+    QList<int> results;
+    const auto *center = MetadataQueryCenter::defaultCenter();
+    const auto note = [&] { results << finder->result(); };
+    const auto gathered =
+        QObject::connect(center, &MetadataQueryCenter::didFinishGathering, center, note);
+    const auto updated = QObject::connect(center, &MetadataQueryCenter::didUpdate, center, note);
+    // What was found is watched once the walks are over.
+    QTRY_VERIFY_WITH_TIMEOUT(watches(at(QStringLiteral("here"))), 60000);
+    QCOMPARE(finder->result(), OlvFinderResultPending);
+    make(QStringLiteral("second/") + name);
+    QTRY_VERIFY(!results.isEmpty());
+    QObject::disconnect(gathered);
+    QObject::disconnect(updated);
+    QCOMPARE(results.first(), static_cast<int>(OlvFinderResultMany));
+    QCOMPARE(
+        finder->instances().value_or(QStringList()),
+        QStringList({at(QStringLiteral("here/") + name), at(QStringLiteral("second/") + name)}));
+}
+
+}  // namespace pelorinnews::test
+
+int main(int argc, char *argv[]) {
+    // Before any other thread.
+    pelorinnews::test::mayMount = pelorinnews::test::Mounts::enterNameSpace();
+    const pelorinnews::test::TestHome home;
+    const QCoreApplication application(argc, argv);
+    pelorinnews::test::RemoteHomeTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "RemoteHomeTest.moc"
