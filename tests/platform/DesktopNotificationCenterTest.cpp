@@ -66,6 +66,7 @@ private Q_SLOTS:
     void survivesACorruptRegistry();
     void knowsAtOnceWhatAnEarlierRunDelivered();
     void finishesAWithdrawalOfAnEarlierRun();
+    void actsOnAnEarlierRunsClickOnceTheRegistryIsFree();
     void leavesAClickToTheProcessThatDelivered();
     void neverBlocksOnAHungBus();
     void worksFromManyThreadsAtOnce();
@@ -163,6 +164,7 @@ void DesktopNotificationCenterTest::labelsTheClickForEveryServerButThoseThatWoul
     QTest::newRow("without a name") << QString() << canAct << labelled;
     QTest::newRow("LXQt") << "lxqt-notificationd" << canAct << QStringList{"default", ""};
     QTest::newRow("without actions") << "notify-osd" << QStringList{"body"} << QStringList();
+    QTest::newRow("without answers") << QString() << QStringList() << labelled;
 }
 
 void DesktopNotificationCenterTest::labelsTheClickForEveryServerButThoseThatWouldShowIt() {
@@ -172,6 +174,7 @@ void DesktopNotificationCenterTest::labelsTheClickForEveryServerButThoseThatWoul
     serve();
     server->serverName = name;
     server->capabilities = capabilities;
+    server->tellsTraits = !capabilities.isEmpty();
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_COMPARE(server->deliveries.size(), 1U);
@@ -714,6 +717,26 @@ void DesktopNotificationCenterTest::finishesAWithdrawalOfAnEarlierRun() {
     QVERIFY(center->deliveredNotifications().isEmpty());
     QTRY_COMPARE(server->closeCalls, QList<quint32>{1});
     QTRY_VERIFY(registered().empty());
+}
+
+void DesktopNotificationCenterTest::actsOnAnEarlierRunsClickOnceTheRegistryIsFree() {
+    serve();
+    deliverStanding(*newCenter(), QStringLiteral("earlier"));
+    const auto center = newCenter();
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    center->setDelegate(delegate);
+    QVERIFY(center->flush(plenty));
+    QLockFile lock(NotificationRegistry(stateFolder()).path() + QStringLiteral(".lock"));
+    QVERIFY(lock.lock());
+    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+    // Who else heard it may have ended it: that is not known before the change is made.
+    QTest::qWait(NotificationRegistry::lockTimeout + 200);
+    QVERIFY(delegate->activated.isEmpty());
+    lock.unlock();
+    QTRY_COMPARE(delegate->activated.size(), 1);
+    QCOMPARE(delegate->activated[0].title, QStringLiteral("earlier"));
+    QVERIFY(registered().empty());
 }
 
 void DesktopNotificationCenterTest::leavesAClickToTheProcessThatDelivered() {

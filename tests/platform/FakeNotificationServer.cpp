@@ -38,8 +38,16 @@ uint FakeNotificationServer::Notify(const QString &applicationName, uint replace
     return nextId++;
 }
 
+QStringList FakeNotificationServer::GetCapabilities() {
+    if (!tellsTraits)
+        sendErrorReply(QDBusError::UnknownMethod);
+    return capabilities;
+}
+
 QString FakeNotificationServer::GetServerInformation(QString &vendor, QString &version,
                                                      QString &specVersion) {
+    if (!tellsTraits)
+        sendErrorReply(QDBusError::UnknownMethod);
     vendor = QStringLiteral("Tests");
     version = QStringLiteral("1");
     specVersion = QStringLiteral("1.2");

@@ -39,6 +39,8 @@ public:
     QString serverName = QStringLiteral("Fake");
     bool holdsAnswers = false;
     bool refuses = false;
+    /// Whether it knows the questions what it can do and who it is.
+    bool tellsTraits = true;
     quint32 nextId = 1;
 
     /// Answers the held delivery `index` as number `id`.
@@ -47,7 +49,7 @@ public:
     void emitSignal(const QString &name, const QVariantList &arguments);
 
 public Q_SLOTS:
-    QStringList GetCapabilities() { return capabilities; }
+    QStringList GetCapabilities();
     QString GetServerInformation(QString &vendor, QString &version, QString &specVersion);
     uint Notify(const QString &applicationName, uint replaces, const QString &icon,
                 const QString &summary, const QString &body, const QStringList &actions,
