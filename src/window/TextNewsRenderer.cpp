@@ -158,15 +158,19 @@ void TextNewsRenderer::paintMarker(QPainter &painter, const QTextBlock &block,
     if (item >= _page.items.size() || block.layout()->lineCount() == 0)
         return;
     const QTextLine line = block.layout()->lineAt(0);
-    const QTextCharFormat format = QTextCursor(block).charFormat();
-    const QFontMetricsF metrics(format.font());
+    const QTextCharFormat format =
+        block.begin().atEnd() ? block.charFormat() : block.begin().fragment().charFormat();
+    QFont font = format.font();
+    // A painter would put the widget's font in the place of the document's.
+    font.setResolveMask(QFont::AllPropertiesResolved);
+    const QFontMetricsF metrics(font);
     const QString text = markerText(_page.items[item]);
     const qreal space = metrics.horizontalAdvance(QLatin1Char(' '));
     const bool rightToLeft = block.textDirection() == Qt::RightToLeft;
     const QRectF lines = line.naturalTextRect();
     const qreal x = rightToLeft ? lines.right() + space
                                 : lines.left() - space - metrics.horizontalAdvance(text);
-    painter.setFont(format.font());
+    painter.setFont(font);
     painter.setPen(format.hasProperty(QTextFormat::ForegroundBrush) ? format.foreground().color()
                                                                     : palette().text().color());
     painter.drawText(place + QPointF(x, line.y() + line.ascent()), text);

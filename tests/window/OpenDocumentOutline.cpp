@@ -67,7 +67,11 @@ void OpenDocumentOutline::readListStyle() {
     const QString name = attribute("style:name");
     QStringList levels;
     while (_reader.readNextStartElement()) {
-        levels << attribute("text:bullet-char") + attribute("style:num-format");
+        const QString start = attribute("text:start-value");
+        levels << attribute("text:bullet-char") + attribute("style:num-format") +
+                      (start.isEmpty() || start == QStringLiteral("1")
+                           ? QString()
+                           : QStringLiteral(" from ") + start);
         _reader.skipCurrentElement();
     }
     _listStyles.insert(name, levels);
