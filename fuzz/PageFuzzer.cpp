@@ -1,0 +1,176 @@
+// Whatever the page: the text renderer shows it, and a copy of it is made, each within a quarter of
+// a second.
+
+#include "BoundedHtml.h"
+#include "RichTextWriter.h"
+#include "TextNewsRenderer.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QApplication>
+#include <QFile>
+#include <QPixmap>
+#include <QTextBlock>
+#include <QTextDocument>
+
+#include <algorithm>
+#include <ctime>
+#include <functional>
+#include <random>
+
+using namespace pelorinnews;
+
+extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t most);
+
+namespace {
+
+constexpr double mostMilliseconds = 250;
+// What the calibration takes on the computer that the bound is meant for, with nothing else to do.
+constexpr double calibratedMilliseconds = 7.3;
+constexpr size_t longestPage = 65'536;
+
+double milliseconds() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+}
+
+double timeOf(const std::function<void()> &work) {
+    const double start = milliseconds();
+    work();
+    return milliseconds() - start;
+}
+
+/// How much slower this computer is right now; never less than 1.
+double slowness() {
+    static const QString article =
+        QStringLiteral(
+            "<p>Lorem ipsum dolor sit amet consectetur <b>Lorem ipsum dolor sit amet consectetur "
+            "</b>Lorem ipsum dolor sit amet consectetur </p>")
+            .repeated(200);
+    double best = 1e9;
+    for (int i = 0; i < 3; ++i)
+        best = std::min(best, timeOf([] {
+                            QTextDocument document;
+                            document.setHtml(article);
+                            document.setTextWidth(576);
+                            static_cast<void>(document.documentLayout()->documentSize());
+                        }));
+    return std::max(1.0, best / calibratedMilliseconds);
+}
+
+void show(const QString &html) {
+    static auto *const renderer = [] {
+        auto *made = new TextNewsRenderer(nullptr);
+        made->resize(576, 322);
+        made->setStandardFontFamily(QStringLiteral("Verdana"));
+        return made;
+    }();
+    renderer->loadHtmlString(html);
+    static_cast<void>(renderer->grab());
+    // To the last block, which is else laid out in the background.
+    static_cast<void>(renderer->document()->documentLayout()->blockBoundingRect(
+        renderer->document()->lastBlock()));
+}
+
+void copy(const QString &html) {
+    const std::optional<QByteArray> bytes = richTextFromHtml(html);
+    if (bytes && !bytes->startsWith("{\\rtf1"))
+        qFatal("no rich text");
+}
+
+void require(const char *what, const QString &html, void (*work)(const QString &)) {
+    const double first = timeOf([&] { work(html); });
+    if (first <= mostMilliseconds)
+        return;
+    // Other programs slow this one down. The best of some is what the page itself takes.
+    double best = 1e9;
+    for (int i = 0; i < 5; ++i) {
+        const double taken = timeOf([&] { work(html); });
+        best = std::min(best, taken / slowness());
+    }
+    if (best > mostMilliseconds)
+        qFatal("%s: %.0f ms, at first %.0f", what, best, first);
+}
+
+/// Pieces that pages are made of. Bytes alone get no further than to the first few.
+const std::vector<std::string> &pieces() {
+    static const std::vector<std::string> all = [] {
+        std::vector<std::string> found;
+        QFile file(QStringLiteral(PELORIN_PAGE_DICTIONARY));
+        if (!file.open(QIODevice::ReadOnly))
+            qFatal("no dictionary");
+        for (const QByteArray &line : file.readAll().split('\n')) {
+            if (!line.startsWith('"'))
+                continue;
+            QByteArray piece = line.mid(1, line.lastIndexOf('"') - 1);
+            for (qsizetype at = piece.indexOf("\\x"); at >= 0; at = piece.indexOf("\\x", at + 1))
+                piece.replace(at, 4, QByteArray::fromHex(piece.mid(at + 2, 2)));
+            found.push_back(piece.replace("\\\"", "\"").toStdString());
+        }
+        return found;
+    }();
+    return all;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_LOGGING_RULES", "*.warning=false");
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
+        if (type == QtFatalMsg)
+            fprintf(stderr, "%s\n", qPrintable(text));
+    });
+    static QApplication application(*argc, *argv);
+    fprintf(stderr, "slowness %.2f\n", slowness());
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    if (size > longestPage)
+        return 0;
+    const QString html =
+        QString::fromUtf8(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
+    require("shown", html, show);
+    require("copied", html, copy);
+    return 0;
+}
+
+/// Besides what bytes do: puts pieces of pages in, and repeats a part up to thousands of times,
+/// which is what costs time.
+extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t most,
+                                          unsigned int seed) {
+    std::minstd_rand random(seed);
+    const auto below = [&random](size_t limit) { return limit == 0 ? 0 : random() % limit; };
+    std::string page(reinterpret_cast<const char *>(data), size);
+    switch (below(5)) {
+        case 0:
+            return LLVMFuzzerMutate(data, size, most);
+        case 1:
+        case 2:
+            for (size_t count = 1 + below(6); count > 0; --count)
+                page.insert(below(page.size() + 1), pieces()[below(pieces().size())]);
+            break;
+        case 3: {
+            // From one tag's start to another's.
+            const size_t from = std::min(page.find('<', below(page.size() + 1)), page.size());
+            const size_t length = 1 + below(std::min<size_t>(page.size() - from + 1, 400));
+            const std::string part = page.substr(from, length);
+            std::string repeated;
+            for (size_t count = size_t{1} << below(14);
+                 count > 0 && page.size() + repeated.size() + part.size() <= most; --count)
+                repeated += part;
+            page.insert(from, repeated);
+            break;
+        }
+        default: {
+            const size_t from = below(page.size() + 1);
+            page.erase(from, below(200));
+            break;
+        }
+    }
+    if (page.size() > most)
+        page.resize(most);
+    std::copy(page.begin(), page.end(), data);
+    return page.size();
+}
