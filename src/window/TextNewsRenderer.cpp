@@ -171,6 +171,7 @@ void TextNewsRenderer::paintMarker(QPainter &painter, const QTextBlock &block,
     const qreal x = rightToLeft ? lines.right() + space
                                 : lines.left() - space - metrics.horizontalAdvance(text);
     painter.setFont(font);
+    painter.setLayoutDirection(block.textDirection());
     painter.setPen(format.hasProperty(QTextFormat::ForegroundBrush) ? format.foreground().color()
                                                                     : palette().text().color());
     painter.drawText(place + QPointF(x, line.y() + line.ascent()), text);
