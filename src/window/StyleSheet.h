@@ -53,7 +53,7 @@ private:
     std::vector<CssStyle> _styles;
     QHash<QString, std::vector<std::size_t>> _rulesByKey;
     qsizetype _charactersRead = 0;
-    int _stepsLeft = 1'000'000;
+    int _stepsLeft = 400'000;
 };
 
 }  // namespace pelorinnews
