@@ -315,6 +315,8 @@ void PlacementTest::theFirstShowingEndsOnTheScreen() {
     QFont enlarged = QApplication::font();
     enlarged.setPointSize(enlarged.pointSize() * font);
     QApplication::setFont(enlarged);
+    // All news: those who read German read no English dates, and have nothing unread.
+    fixture->prefer(QStringLiteral("newsFilter"), 1);
     const auto controller = fixture->unshown(WindowFixture::items(2));
     OlvNewsWindow *window = controller->window();
     QVERIFY(window);
