@@ -23,7 +23,7 @@ class NetworkThread;
 /// - A body that does not come whole is an error: one shorter than its length, chunks without the
 ///   last one, on TLS a connection that ends without saying so, compressed data that is cut or has
 ///   something behind it. So is an answer that breaks the protocol, or whose length is ambiguous.
-/// - Errors are those of TransportError.
+/// - Errors are those of TransportError, and of a `file:` address those of FileError.
 /// - A body longer than the limit, compressed or not, is an error, so that no service can exhaust
 ///   the host's memory.
 ///

@@ -17,8 +17,7 @@ enum class TransportError {
     Incomplete = 7,   ///< The connection ended before the answer did.
     Malformed = 8,    ///< The answer breaks the protocol or the coding of its body.
     TooLong = 9,      ///< The body, or its head, is longer than any feed's.
-    Unreadable = 10,  ///< A `file:` address names no regular file that can be read.
-    Other = 11        ///< None of these; the text says what.
+    Other = 10        ///< None of these; the text says what.
 };
 
 /// The domain of these errors.

@@ -478,7 +478,7 @@ void OlvNewsCacheNetworkTest::aFileAddressWithoutAFileIsAConnectionError() {
     cache->setFeedBaseURL(QUrl::fromLocalFile(folder.filePath("none.xml")).toString());
     const RefreshOutcome outcome = refreshAndWait(cache);
     QVERIFY(outcome.error);
-    checkFellBack(*outcome.error, transportDomain);
+    checkFellBack(*outcome.error, QStringLiteral("QFileDevice"));
 }
 
 PELORIN_CORE_TEST_MAIN(OlvNewsCacheNetworkTest)
