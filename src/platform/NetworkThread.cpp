@@ -222,7 +222,7 @@ void NetworkThread::finishTransfers(CURLM *multi) {
 void NetworkThread::giveUpStalled(CURLM *multi) {
     const auto now = NetworkTransfer::Clock::now();
     transfers.remove_if([&](NetworkTransfer &transfer) {
-        if (transfer.deadline() > now)
+        if (transfer.deadline() > now || transfer.postponesDeadline())
             return false;
         curl->multiRemoveHandle(multi, transfer.handle());
         transfer.timeOut();

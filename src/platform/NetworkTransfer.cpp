@@ -3,6 +3,8 @@
 #include "HostNetwork.h"
 
 #include <algorithm>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 namespace pelorinnews {
@@ -58,8 +60,10 @@ TransportError meaning(CURLcode result) {
 }
 
 /// Sockets that programs started by the host do not inherit.
-curl_socket_t openSocket(void *, curlsocktype, curl_sockaddr *address) {
-    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+curl_socket_t openSocket(void *opened, curlsocktype, curl_sockaddr *address) {
+    const int made = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    static_cast<std::vector<curl_socket_t> *>(opened)->push_back(made);
+    return made;
 }
 
 /// libcurl 7.88 takes a TLS connection that ends without saying so for one that ended in order.
@@ -112,6 +116,7 @@ void NetworkTransfer::prepare() {
     set(CURLOPT_WRITEFUNCTION, &NetworkTransfer::bodyCame);
     set(CURLOPT_WRITEDATA, this);
     set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
+    set(CURLOPT_OPENSOCKETDATA, &sockets);
     // No handlers for signals: the process is the host's.
     set(CURLOPT_NOSIGNAL, 1L);
     // A name that is still looked up must not hold up a shutdown.
@@ -121,7 +126,9 @@ void NetworkTransfer::prepare() {
     set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     set(CURLOPT_PATH_AS_IS, 1L);
     set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-    set(CURLOPT_BUFFERSIZE, 256L * 1024);
+    // Enough to read in few steps, and small enough to leave the limits of malloc alone: freeing a
+    // bigger one keeps more of the heap in the process from then on.
+    set(CURLOPT_BUFFERSIZE, 64L * 1024);
     // libcurl does not notice that a compressed body ends early; ContentDecoder does.
     set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
     set(CURLOPT_HTTPHEADER, headers.get());
@@ -232,6 +239,18 @@ bool NetworkTransfer::failTooLong() {
                 QStringLiteral("The body is longer than %1 bytes").arg(settings.longestBody));
 }
 
+bool NetworkTransfer::postponesDeadline() {
+    const auto now = Clock::now();
+    for (const curl_socket_t connection : sockets) {
+        tcp_info info{};
+        socklen_t size = sizeof info;
+        if (::getsockopt(connection, IPPROTO_TCP, TCP_INFO, &info, &size) == 0)
+            lastProgress =
+                std::max(lastProgress, now - std::chrono::milliseconds(info.tcpi_last_data_recv));
+    }
+    return deadline() > now;
+}
+
 bool NetworkTransfer::goesOnAfter(CURLcode result) {
     if (head.isRedirect() && !error) {
         followRedirect();
@@ -258,6 +277,7 @@ void NetworkTransfer::followRedirect() {
     address = target;
     head = {};
     closeNotified = false;
+    sockets.clear();
     lastProgress = Clock::now();
     set<const char *>(CURLOPT_USERNAME, nullptr);
     set<const char *>(CURLOPT_PASSWORD, nullptr);

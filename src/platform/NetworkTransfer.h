@@ -12,6 +12,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace pelorinnews {
 
@@ -41,6 +42,10 @@ public:
 
     /// When it has gone without progress for too long, should none come.
     [[nodiscard]] Clock::time_point deadline() const { return lastProgress + idleTimeout; }
+
+    /// Whether bytes have come of which libcurl tells nothing yet, such as half a header line. The
+    /// deadline is then a later one.
+    [[nodiscard]] bool postponesDeadline();
 
     /// To be told when libcurl has ended the transfer. True where a redirect is to be followed: the
     /// handle is then to be added anew. Else the request has been completed.
@@ -77,6 +82,8 @@ private:
     QUrl address;
     int redirects = 0;
     Clock::time_point lastProgress = Clock::now();
+    /// Those opened for this address. Of several that were tried, all but one are closed.
+    std::vector<curl_socket_t> sockets;
     ResponseHead head;
     /// Whether the other end has closed the TLS connection in order.
     bool closeNotified = false;

@@ -40,7 +40,7 @@ struct ServerAnswer {
 constexpr qint64 answerLimit = qint64(1) * 1024 * 1024;
 /// The idle timeout that such a loader is to be given for an answer with `Outcome::Timeout`, and
 /// for those that are slow on purpose.
-constexpr int answerIdleTimeoutSeconds = 2;
+constexpr int answerIdleTimeoutSeconds = 1;
 
 /// All of them; no two bear one name.
 [[nodiscard]] QList<ServerAnswer> serverAnswers();
