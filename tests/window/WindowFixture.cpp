@@ -42,7 +42,8 @@ WindowFixture::WindowFixture() {
     sender.busAddress = QStringLiteral("unix:path=/nonexistent/bus");
     services.notificationCenter = std::make_shared<DesktopNotificationCenter>(sender);
     services.makeFinder = [folder = _applications.path()] {
-        return OlvPelorinFinder::init(QStringLiteral("Pelorin.app"), {folder});
+        return OlvPelorinFinder::init(FileNamePattern::like(QStringLiteral("Pelorin.app")),
+                                      {folder});
     };
     prefer(QStringLiteral("newsFeedBaseURL"), _server->feedAddress());
     prefer(QStringLiteral("newsFeedLocale"), QStringLiteral("en-US"));
