@@ -20,6 +20,8 @@ constexpr int mostFloats = 50;
 constexpr int mostPictures = 1000;
 constexpr int mostPicturesOfBlock = 50;
 // In pixels, for all margins, lists and quotations around a line together.
+// A style attribute is read more than once before its end.
+constexpr qsizetype readingsOfStyle = 8;
 constexpr int mostIndent = 240;
 constexpr int indentOfList = 40;
 constexpr qsizetype mostClasses = 8;
@@ -68,9 +70,13 @@ BoundedPage BoundedHtml::beginning(const QString &html) {
 
 bool BoundedHtml::run() {
     bool whole = true;
-    for (HtmlToken token = _reader.next(); whole && token.kind != HtmlToken::Kind::End;
-         token = _reader.next()) {
+    while (whole) {
+        const qsizetype start = _reader.position();
+        const HtmlToken token = _reader.next();
+        if (token.kind == HtmlToken::Kind::End)
+            break;
         const qsizetype written = _page.html.size();
+        _work.addRead(_reader.position() - start);
         read(token);
         if (!_work.isTooMuch())
             continue;
@@ -104,7 +110,7 @@ void BoundedHtml::start(const HtmlToken &token) {
     if (token.element->isDropped)
         return;
     if (token.name == QStringLiteral("style")) {
-        _sheet.add(token.text);
+        _sheet.add(token.text, _pictureNames);
         return;
     }
     closeImplied(token);
@@ -138,8 +144,10 @@ CssStyle BoundedHtml::styleOf(const HtmlToken &token) {
         return style;
     style = _sheet.styleOf(_path);
     const QString own = valueOf(token.attributes, QLatin1String("style"));
-    if (!own.isEmpty())
-        style.overlay(CssStyle::of(withoutEntities(own.left(4096))));
+    if (!own.isEmpty()) {
+        _work.addRead(readingsOfStyle * own.size());
+        style.overlay(CssStyle::of(withoutEntities(own), _pictureNames));
+    }
     if (!valueOf(token.attributes, QLatin1String("hidden")).isNull())
         style.set("display", QStringLiteral("none"));
     return style;
@@ -392,24 +400,33 @@ void BoundedHtml::write(Element &element, HtmlAttributes attributes, const CssSt
         startLine();
 }
 
+QString BoundedHtml::nameOfPicture(const QString &address) {
+    if (!address.startsWith(QStringLiteral("data:image/"), Qt::CaseInsensitive) ||
+        _picturesWritten >= mostPictures)
+        return {};
+    ++_picturesWritten;
+    auto known = _pictures.constFind(address);
+    if (known == _pictures.constEnd()) {
+        known = _pictures.insert(address, _page.pictures.size());
+        _page.pictures << address;
+    }
+    return BoundedPage::pictureName(*known);
+}
+
 void BoundedHtml::writePicture(const HtmlAttributes &attributes, const CssStyle &style) {
     const QString address = withoutEntities(valueOf(attributes, QLatin1String("src"))).trimmed();
     const QString alternative =
         valueOf(attributes, QLatin1String("alt")).simplified().left(longestAlternative);
-    const bool carried = address.startsWith(QStringLiteral("data:image/"), Qt::CaseInsensitive);
-    if (!carried || _picturesWritten >= mostPictures || _picturesOfBlock >= mostPicturesOfBlock) {
+    const QString name =
+        _picturesOfBlock < mostPicturesOfBlock ? nameOfPicture(address) : QString();
+    if (name.isNull()) {
         writeText(alternative);
         return;
     }
     enterCell();
     if (_afterBlock)
         openAnonymous(QStringLiteral("div"));
-    auto known = _pictures.constFind(address);
-    if (known == _pictures.constEnd()) {
-        known = _pictures.insert(address, _page.pictures.size());
-        _page.pictures << address;
-    }
-    HtmlAttributes kept{{QStringLiteral("src"), BoundedPage::pictureName(*known)}};
+    HtmlAttributes kept{{QStringLiteral("src"), name}};
     for (const char *side : {"width", "height"}) {
         const QString size = sizeIn(valueOf(attributes, QLatin1String(side)).trimmed());
         if (!size.isEmpty())
@@ -429,14 +446,13 @@ void BoundedHtml::writePicture(const HtmlAttributes &attributes, const CssStyle 
         place.remove("float");
     Element picture = child(QStringLiteral("img"));
     picture.written = picture.name;
-    ++_picturesWritten;
     _work.addPicture(_picturesOfBlock++, address.size());
     write(picture, std::move(kept), place);
     _text.startWord();
 }
 
 void BoundedHtml::writeText(QStringView text) {
-    if (isHidden())
+    if (isHidden() || text.isEmpty())
         return;
     const bool blank = text.trimmed().isEmpty();
     if (blank && isBesideCells())

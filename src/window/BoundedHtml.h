@@ -75,6 +75,8 @@ private:
     void markItem(Element &element, const HtmlAttributes &attributes, CssStyle &style);
     // Nothing for an element that is not written, or that would say nothing.
     void write(Element &element, HtmlAttributes attributes, const CssStyle &style);
+    // Null for one that the page does not carry, and beyond the most pictures of a page.
+    [[nodiscard]] QString nameOfPicture(const QString &address);
     void writePicture(const HtmlAttributes &attributes, const CssStyle &style);
     void writeText(QStringView text);
 
@@ -106,6 +108,9 @@ private:
     std::vector<HtmlNode> _path;
     std::vector<HtmlTable> _tables;
     QHash<QString, qsizetype> _pictures;
+    const CssStyle::PictureNames _pictureNames = [this](const QString &address) {
+        return nameOfPicture(address);
+    };
     int _written = 0;
     int _tablesWritten = 0;
     int _floats = 0;

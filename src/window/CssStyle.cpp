@@ -77,6 +77,21 @@ qsizetype endOfDeclaration(QStringView text, qsizetype from) {
     return text.size();
 }
 
+/// Takes the first `url(…)` out of `value` and returns its address; empty where there is none.
+QString takeAddress(QString &value) {
+    const QString open = QStringLiteral("url(");
+    const qsizetype start = value.indexOf(open, 0, Qt::CaseInsensitive);
+    const qsizetype end = start < 0 ? start : value.indexOf(QLatin1Char(')'), start);
+    if (end < 0)
+        return {};
+    QString address = value.sliced(start + open.size(), end - start - open.size()).trimmed();
+    value.remove(start, end - start + 1);
+    const bool isQuoted =
+        address.size() >= 2 && address.front() == address.back() &&
+        (address.front() == QLatin1Char('"') || address.front() == QLatin1Char('\''));
+    return isQuoted ? address.sliced(1, address.size() - 2) : address;
+}
+
 QString checked(const QString &property, const QString &value) {
     for (const Keywords &each : keywords) {
         if (property == QLatin1String(each.property))
@@ -108,7 +123,7 @@ QString checked(const QString &property, const QString &value) {
 
 }  // namespace
 
-CssStyle CssStyle::of(QStringView text) {
+CssStyle CssStyle::of(QStringView text, const PictureNames &pictures) {
     CssStyle style;
     qsizetype at = 0;
     for (int count = 0; count < mostDeclarations && at < text.size(); ++count) {
@@ -116,15 +131,25 @@ CssStyle CssStyle::of(QStringView text) {
         const QStringView declaration = text.sliced(at, end - at);
         at = end + 1;
         const qsizetype colon = declaration.indexOf(QLatin1Char(':'));
-        if (colon < 0 || declaration.size() > longestValue)
+        if (colon < 0)
             continue;
-        QString value = declaration.sliced(colon + 1).toString().simplified();
+        const QString property = declaration.first(colon).trimmed().toString().toLower();
+        QString value = declaration.sliced(colon + 1).toString();
+        if (property.startsWith(QStringLiteral("background"))) {
+            const QString name = pictures(takeAddress(value));
+            if (!name.isNull())
+                style.put(QStringLiteral("background-image"),
+                          QStringLiteral("url(") + name + QLatin1Char(')'), false);
+        }
+        if (value.size() > longestValue)
+            continue;
+        value = value.simplified();
         const qsizetype mark = value.indexOf(QLatin1Char('!'));
         const bool important =
             mark >= 0 && value.mid(mark).contains(QStringLiteral("important"), Qt::CaseInsensitive);
         if (mark >= 0)
             value = value.left(mark).trimmed();
-        style.declare(declaration.first(colon).trimmed().toString().toLower(), value, important);
+        style.declare(property, value, important);
     }
     return style;
 }

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringView>
 
+#include <functional>
+
 namespace pelorinnews {
 
 /// Declarations of a style sheet or of a `style` attribute, as far as they reach a text document:
@@ -14,8 +16,12 @@ namespace pelorinnews {
 /// be laid over each other and equal styles are equal texts.
 class CssStyle {
 public:
-    /// Reads at most the first 64 declarations of `text`.
-    static CssStyle of(QStringView text);
+    /// What a document calls the picture at an address; null for one that it may not show.
+    using PictureNames = std::function<QString(const QString &address)>;
+
+    /// Reads at most the first 64 declarations of `text`. Background pictures are those that
+    /// `pictures` has a name for.
+    static CssStyle of(QStringView text, const PictureNames &pictures);
 
     /// `other` wins, but for what is `!important` here and not there.
     void overlay(const CssStyle &other);

@@ -11,6 +11,8 @@ constexpr qsizetype sliceOfText = 1024;
 // No element that we know has more.
 constexpr qsizetype mostAttributes = 32;
 constexpr qsizetype longestName = 32;
+// In one tag, attributes that are not taken included: nobody can stop within a tag.
+constexpr int mostWords = 1000;
 
 bool isLetter(QChar c) {
     return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) ||
@@ -33,20 +35,21 @@ QString valueOf(const HtmlAttributes &attributes, QLatin1String name) {
 }
 
 HtmlToken HtmlReader::next() {
-    while (_position < _html.size()) {
-        if (_html[_position] != QLatin1Char('<'))
-            return readText();
-        const QChar next = _position + 1 < _html.size() ? _html[_position + 1] : QChar();
-        if (next == QLatin1Char('!') || next == QLatin1Char('?'))
-            skipComment();
-        else if (next == QLatin1Char('/'))
-            return readEndTag();
-        else if (isLetter(next))
-            return readStartTag();
-        else
-            return readText();
-    }
-    return {};
+    if (_position >= _html.size())
+        return {};
+    if (_html[_position] != QLatin1Char('<'))
+        return readText();
+    const QChar next = _position + 1 < _html.size() ? _html[_position + 1] : QChar();
+    if (next == QLatin1Char('/'))
+        return readEndTag();
+    if (isLetter(next))
+        return readStartTag();
+    if (next != QLatin1Char('!') && next != QLatin1Char('?'))
+        return readText();
+    skipComment();
+    HtmlToken nothing;
+    nothing.kind = HtmlToken::Kind::Text;
+    return nothing;
 }
 
 HtmlToken HtmlReader::readText() {
@@ -101,7 +104,7 @@ QString HtmlReader::readName() {
 
 HtmlAttributes HtmlReader::readAttributes() {
     HtmlAttributes attributes;
-    for (;;) {
+    for (int words = 0; words < mostWords; ++words) {
         skipSpace();
         if (_position >= _html.size() || _html[_position] == QLatin1Char('>'))
             return attributes;
@@ -120,6 +123,21 @@ HtmlAttributes HtmlReader::readAttributes() {
         if (attributes.size() < mostAttributes && name.size() <= longestName &&
             valueOf(attributes, QLatin1String(name.toLatin1())).isNull())
             attributes.emplaceBack(name, value);
+    }
+    skipAttributes();
+    return attributes;
+}
+
+void HtmlReader::skipAttributes() {
+    QChar quote;
+    for (; _position < _html.size(); ++_position) {
+        const QChar c = _html[_position];
+        if (!quote.isNull())
+            quote = c == quote ? QChar() : quote;
+        else if (c == QLatin1Char('"') || c == QLatin1Char('\''))
+            quote = c;
+        else if (c == QLatin1Char('>'))
+            return;
     }
 }
 

@@ -30,14 +30,17 @@ struct HtmlToken {
     QStringView text;
 };
 
-/// Takes a page's HTML apart, in time that grows with its length alone. Comments, declarations and
-/// a tag that the page's end cuts off are passed over.
+/// Takes a page's HTML apart, in time that grows with its length alone. Comments and declarations
+/// come as empty text; a tag that the page's end cuts off is passed over.
 class HtmlReader {
 public:
     /// `html` outlives the reader and what it gives.
     explicit HtmlReader(QStringView html) : _html(html) {}
 
     [[nodiscard]] HtmlToken next();
+
+    /// How much of the page has been read.
+    [[nodiscard]] qsizetype position() const { return _position; }
 
 private:
     [[nodiscard]] HtmlToken readText();
@@ -48,6 +51,7 @@ private:
     [[nodiscard]] QString readWord();
     [[nodiscard]] QStringView readRawText(const QString &name);
     void skipComment();
+    void skipAttributes();
     void skipSpace();
     void skipPast(QStringView end);
 

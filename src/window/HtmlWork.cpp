@@ -27,12 +27,14 @@ constexpr qint64 fontOfScript = 600'000;
 // Where no font of the computer can shape the script, all of them are tried.
 constexpr qint64 fontOfComplexScript = 16'000'000;
 
-constexpr qint64 tag = 800;
+constexpr qint64 piece = 60;
+constexpr qint64 characterRead = 1;
+constexpr qint64 tag = 700;
 constexpr qint64 lookAtOpen = 10;
 constexpr Rate block{6'000, 10'000};
 constexpr Rate inlineElement{4'000, 14'000};
 constexpr Rate characterOfTag{20, 20};
-constexpr Rate declaration{2'500, 2'700};
+constexpr Rate declaration{3'000, 6'000};
 constexpr Rate lineBreak{5'000, 10'000};
 constexpr Rate picture{20'000, 60'000};
 // Each is laid out anew with every one that follows in its block, even before anything is shown.
@@ -77,6 +79,10 @@ void HtmlWork::addCharacter(char32_t character, size_t font) {
     _pair = pair;
     _fonts.insert(pair);
     _nanoseconds += isComplex(script) ? fontOfComplexScript : fontOfScript;
+}
+
+void HtmlWork::addRead(qsizetype characters) {
+    _nanoseconds += piece + characters * characterRead;
 }
 
 void HtmlWork::addTag(qsizetype looks) {

@@ -18,6 +18,8 @@ public:
 
     /// `font` tells fonts apart: text that is the first of its font and script has that looked up.
     void addCharacter(char32_t character, size_t font);
+    /// One piece of the page is read, whatever becomes of it.
+    void addRead(qsizetype characters);
     /// An end tag is looked for among `looks` open elements.
     void addTag(qsizetype looks = 0);
     /// A start tag that is written, with all attributes in `length` characters.

@@ -49,7 +49,7 @@ QString keyOf(const HtmlNode &node) {
 
 }  // namespace
 
-void StyleSheet::add(QStringView css) {
+void StyleSheet::add(QStringView css, const CssStyle::PictureNames &pictures) {
     const QString text = withoutComments(
         css.first(std::min(css.size(), std::max<qsizetype>(0, mostCharacters - _charactersRead))));
     _charactersRead += css.size();
@@ -66,14 +66,15 @@ void StyleSheet::add(QStringView css) {
             selectors = selectors.sliced(statement + 1).trimmed();
         if (!selectors.startsWith(QLatin1Char('@')))
             addRule(selectors.toString(),
-                    view.sliced(brace + 1, std::min(end, view.size()) - brace - 1));
+                    view.sliced(brace + 1, std::min(end, view.size()) - brace - 1), pictures);
     }
 }
 
-void StyleSheet::addRule(const QString &selectors, QStringView declarations) {
+void StyleSheet::addRule(const QString &selectors, QStringView declarations,
+                         const CssStyle::PictureNames &pictures) {
     if (_rules.size() >= mostSelectors)
         return;
-    CssStyle style = CssStyle::of(declarations);
+    CssStyle style = CssStyle::of(declarations, pictures);
     if (style.isEmpty())
         return;
     _styles.push_back(std::move(style));

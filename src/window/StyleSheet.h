@@ -24,7 +24,7 @@ struct HtmlNode {
 /// All looking up for one page is bounded, too; after that nothing matches any more.
 class StyleSheet {
 public:
-    void add(QStringView css);
+    void add(QStringView css, const CssStyle::PictureNames &pictures);
 
     /// What the rules say of the last element of `path`, which lies in all those before it.
     [[nodiscard]] CssStyle styleOf(const std::vector<HtmlNode> &path);
@@ -43,7 +43,8 @@ private:
         std::size_t style = 0;
     };
 
-    void addRule(const QString &selectors, QStringView declarations);
+    void addRule(const QString &selectors, QStringView declarations,
+                 const CssStyle::PictureNames &pictures);
     [[nodiscard]] static std::vector<Part> partsOf(const QString &selector);
     [[nodiscard]] static bool readPart(const QString &text, HtmlNode &node);
     [[nodiscard]] bool matches(const Rule &rule, const std::vector<HtmlNode> &path);

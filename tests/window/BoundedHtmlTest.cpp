@@ -226,8 +226,8 @@ void BoundedHtmlTest::leavesOutWhatIsBeyondBounds_data() {
         "<font size=\"+7\">a</font>");
     row("direction", QStringLiteral("<p dir=%1>a</p>").arg(QString(32'000, u'a')), "<p>a</p>");
     row("long address", QStringLiteral("<a href=%1>a</a>").arg(QString(5'000, u'a')), "<a>a</a>");
-    row("long style", QStringLiteral("<p style='%1;color:red'>a</p>").arg(QString(5'000, u'a')),
-        "<p>a</p>");
+    row("long declaration",
+        QStringLiteral("<p style='color:%1;x:y'>a</p>").arg(QString(5'000, u'a')), "<p>a</p>");
     row("sizes of a picture",
         QStringLiteral("<img src='data:image/png,x' width=1e9 height=-5 align=middle>"),
         "<img src=\"picture-0\">");
@@ -336,6 +336,11 @@ void BoundedHtmlTest::refusesWhatADocumentCannotTakeIn_data() {
     QTest::newRow("20,000 elements") << repeated("<p>a</p>", 20'000) << true;
     QTest::newRow("300,000 elements") << repeated("<p>a</p>", 300'000) << false;
     QTest::newRow("300,000 end tags that end nothing") << repeated("</b>", 300'000) << false;
+    QTest::newRow("ten million characters in one tag")
+        << QStringLiteral("<p ") + repeated("a ", 5'000'000) + QStringLiteral(">b") << true;
+    QTest::newRow("ten million signs, hidden")
+        << QStringLiteral("<p hidden>") + repeated("<", 10'000'000) << false;
+    QTest::newRow("four million comments") << repeated("<!>", 4'000'000) << false;
     QTest::newRow("1,000 pictures in as many paragraphs")
         << repeated("<p><img src='data:image/png,x'>", 1'000) << true;
     QTest::newRow("100 by 100 cells")

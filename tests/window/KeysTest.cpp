@@ -57,6 +57,7 @@ private Q_SLOTS:
     void winsOverAShortcutOfTheHost();
 
 private:
+    static QString tooMuchToCopy() { return QStringLiteral("<p>a</p>").repeated(300'000); }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers) {
         QTest::keyClick(window->windowHandle(), key, modifiers);
     }
@@ -134,13 +135,13 @@ void KeysTest::copiesTheWholeItemAsRichTextOnly() {
 }
 
 void KeysTest::copiesTheValueWhereThePageIsNoDocument() {
-    controller->webView()->loadHtmlString(QStringLiteral("<div>").repeated(100'000));
+    controller->webView()->loadHtmlString(tooMuchToCopy());
     press(Qt::Key_C, Qt::ControlModifier);
     QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("Plain 1"));
 }
 
 void KeysTest::passesTheKeyOnWhenThereIsNothingToCopy() {
-    controller->webView()->loadHtmlString(QStringLiteral("<div>").repeated(100'000));
+    controller->webView()->loadHtmlString(tooMuchToCopy());
     controller->webView()->accessibilitySetValueForAttribute(QString(),
                                                              AccessibilityAttribute::Value);
     QKeyEvent event(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier);
