@@ -108,8 +108,6 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
     const auto seen = look();
     if (!seen && QFile::exists(filePath))
         return std::nullopt;
-    if (seen && !seen->contents)
-        setAside();
     RegistryContents contents =
         seen ? seen->contents.value_or(RegistryContents()) : RegistryContents();
     QStringList erased = applyTo(contents, change);
@@ -118,6 +116,9 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
     // Titles of what a person was told are nobody else's business.
     file.setPermissions(S_IRUSR | S_IWUSR);
     file.write(RegistryFormat::write(contents));
+    // Not before there is something to put in its place: the disk may be full.
+    if (seen && !seen->contents && !file.error())
+        setAside();
     if (!file.commit())
         return std::nullopt;
     if (removed)

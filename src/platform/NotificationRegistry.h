@@ -67,8 +67,9 @@ public:
     [[nodiscard]] std::optional<RegistryContents> read() const;
 
     /// Applies `change` and returns what the file holds then; absent where it could not be locked
-    /// or written, and then it is as before. A file that cannot be understood is set aside first,
-    /// under the name with ".corrupt" at its end. Waits for the lock and the disk.
+    /// or written, and then it is as before, but for one that cannot be understood, which may be
+    /// set aside already: it gets the name with ".corrupt" at its end before the new one takes its
+    /// place. Waits for the lock and the disk.
     ///
     /// `removed`, if given, gets those of `change.erased` that the file held until now: of several
     /// processes that erase one entry, exactly one is told that it did. It stays empty where the

@@ -24,6 +24,7 @@ private Q_SLOTS:
 
     void theRegistryIsWholeOrAsItWas_data();
     void theRegistryIsWholeOrAsItWas();
+    void aRegistryThatIsNotUnderstoodStaysWhereNoOtherCanBeWritten();
 
     void thePreferencesAreWholeOrAsTheyWere_data();
     void thePreferencesAreWholeOrAsTheyWere();
@@ -130,6 +131,21 @@ void FullDiskTest::theRegistryIsWholeOrAsItWas() {
     disk->freeRoom();
     QVERIFY(registry.apply(change));
     QCOMPARE(registry.read()->entries.size(), 2U);
+}
+
+void FullDiskTest::aRegistryThatIsNotUnderstoodStaysWhereNoOtherCanBeWritten() {
+    const NotificationRegistry registry(folder->path());
+    QVERIFY(put(registry.path(), "not understood"));
+    disk->leaveRoom(SmallDisk::block);
+    const auto change = putting(QStringLiteral("new"), QStringLiteral("New"));
+    QVERIFY(!registry.apply(change));
+    QCOMPARE(bytesOf(registry.path()), QByteArray("not understood"));
+    const QString aside = registry.path() + QStringLiteral(".corrupt");
+    QVERIFY(!QFile::exists(aside));
+
+    disk->freeRoom();
+    QVERIFY(registry.apply(change));
+    QCOMPARE(bytesOf(aside), QByteArray("not understood"));
 }
 
 void FullDiskTest::thePreferencesAreWholeOrAsTheyWere_data() {
