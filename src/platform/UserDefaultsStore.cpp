@@ -126,7 +126,9 @@ bool UserDefaultsStore::writeOut() {
         takeBack(wanted);
     if (outcome == SettingsBackup::Outcome::Whole)
         unwritten = 0;
-    return unwritten == 0;
+    // What was restored may lack only what the host's own QSettings has not written yet. By now
+    // this object holds that, too, and would write it unguarded at its end.
+    return outcome != SettingsBackup::Outcome::Restored && unwritten == 0;
 }
 
 QVariantMap UserDefaultsStore::everything() const {

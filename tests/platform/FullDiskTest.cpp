@@ -5,10 +5,13 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 
+#include <chrono>
+#include <filesystem>
 #include <functional>
 
 namespace pelorinnews::test {
@@ -31,6 +34,7 @@ private Q_SLOTS:
     void preferencesThatHaveNoRoomStayInMemoryUntilThereIsSome();
     void aNewPreferencesFileIsWholeOrAbsent();
     void whatTheHostHasNotWrittenYetIsNotLostWithOurs();
+    void whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs();
     void aProcessThatEndsLeavesThePreferencesWhole();
     void aDamagedFileIsRewrittenOnlyWhereItCouldBeCopied();
 
@@ -277,6 +281,33 @@ void FullDiskTest::whatTheHostHasNotWrittenYetIsNotLostWithOurs() {
     QVERIFY(bytes().contains("more=mmm"));
     QVERIFY(bytes().contains("newsFeedBaseURL=new"));
     QVERIFY(!bytes().contains("last=kept"));
+}
+
+void FullDiskTest::whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs() {
+    QVERIFY(put(path(), settingsOfTheHost()));
+    QSettings host(path(), QSettings::IniFormat);
+    auto defaults = std::make_optional<UserDefaults>(path());
+    disk->leaveRoom(5 * SmallDisk::block);
+    host.setValue(QStringLiteral("more"), QString(9000, QLatin1Char('m')));
+    // The host's own object would cut the file in the next turn.
+    QCoreApplication::removePostedEvents(&host);
+    defaults->synchronize();
+    QCOMPARE(bytes(), settingsOfTheHost());
+
+    // Whoever makes a file in the folder changes its time.
+    const std::filesystem::path parent = QFileInfo(path()).path().toStdString();
+    const auto earlier = std::filesystem::last_write_time(parent) - std::chrono::hours(1);
+    std::filesystem::last_write_time(parent, earlier);
+    for (int turn = 0; turn < 3; ++turn)
+        QCoreApplication::processEvents();
+    QVERIFY(std::filesystem::last_write_time(parent) == earlier);
+    defaults.reset();
+    QCOMPARE(bytes(), settingsOfTheHost());
+
+    disk->freeRoom();
+    host.sync();
+    QVERIFY(bytes().contains("more=mmm"));
+    QVERIFY(bytes().contains("last=kept"));
 }
 
 void FullDiskTest::aProcessThatEndsLeavesThePreferencesWhole() {
