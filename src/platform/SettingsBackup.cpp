@@ -9,7 +9,9 @@
 #include <QLockFile>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace pelorinnews {
@@ -31,6 +33,13 @@ std::optional<QByteArray> contentsOf(const QString &path) {
     return RegularFile::contents(path, SettingsBackup::largestFile, &unused);
 }
 
+/// Whether there is certainly nothing, rather than something that cannot be looked at.
+bool isAbsent(const QString &path) {
+    struct stat status {};
+    return ::stat(QFile::encodeName(path).constData(), &status) != 0 &&
+           (errno == ENOENT || errno == ENOTDIR);
+}
+
 /// Whether `bytes` are `keys` keys as QSettings writes them, or more: a line for each, and a
 /// line feed at the end of each. A file that was cut anywhere is not.
 bool isWhole(const QByteArray &bytes, qsizetype keys) {
@@ -48,7 +57,8 @@ bool isWhole(const QByteArray &bytes, qsizetype keys) {
 SettingsBackup::SettingsBackup(const QString &filePath)
     : path(filePath),
       target(FilePaths::endOfLinks(QFile::encodeName(filePath))),
-      earlier(contentsOf(filePath)) {
+      earlier(contentsOf(filePath)),
+      wasAbsent(!earlier && isAbsent(filePath)) {
     if (!earlier)
         return;
     const QByteArray name = TemporaryNames::beside(target);
@@ -82,9 +92,9 @@ SettingsBackup::Outcome SettingsBackup::check(qsizetype keys) {
 }
 
 void SettingsBackup::restore() {
-    if (!earlier)
+    if (wasAbsent)
         ::unlink(target.constData());
-    else if (std::rename(kept.constData(), target.constData()) == 0)
+    else if (!kept.isEmpty() && std::rename(kept.constData(), target.constData()) == 0)
         kept.clear();
 }
 

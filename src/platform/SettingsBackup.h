@@ -15,7 +15,8 @@ namespace pelorinnews {
 /// no room; where the file system has no such names, a copy. Any thread, one at a time.
 class SettingsBackup {
 public:
-    /// Settings files are some kilobytes; a larger one is neither kept nor restored.
+    /// Settings files are some kilobytes. A larger one is neither kept nor restored, and so no
+    /// change of ours is written to it at all.
     static constexpr qint64 largestFile = qint64(16) * 1024 * 1024;
 
     /// Keeps the file at `path`, which is a regular one or none.
@@ -25,7 +26,7 @@ public:
     ~SettingsBackup();
 
     /// Whether there was no file, or it can be restored.
-    [[nodiscard]] bool isKept() const { return !earlier || !kept.isEmpty(); }
+    [[nodiscard]] bool isKept() const { return wasAbsent || !kept.isEmpty(); }
 
     /// Whether the file may be replaced by one of about `added` bytes more, and has room for it.
     [[nodiscard]] bool hasRoomFor(qint64 added) const;
@@ -48,8 +49,9 @@ private:
 
     QString path;
     QByteArray target;
-    /// Absent where there was no file.
+    /// Absent where there was no file, or none that could be read.
     std::optional<QByteArray> earlier;
+    bool wasAbsent;
     QByteArray kept;
 };
 

@@ -1,4 +1,5 @@
 #include "NotificationRegistry.h"
+#include "SettingsBackup.h"
 #include "SmallDisk.h"
 #include "TestMain.h"
 #include "UserDefaults.h"
@@ -35,6 +36,7 @@ private Q_SLOTS:
     void aNewPreferencesFileIsWholeOrAbsent();
     void whatTheHostHasNotWrittenYetIsNotLostWithOurs();
     void whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs();
+    void aFileThatCouldNotBeKeptIsNeverRemoved();
     void aProcessThatEndsLeavesThePreferencesWhole();
     void aDamagedFileIsRewrittenOnlyWhereItCouldBeCopied();
 
@@ -308,6 +310,17 @@ void FullDiskTest::whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs() {
     host.sync();
     QVERIFY(bytes().contains("more=mmm"));
     QVERIFY(bytes().contains("last=kept"));
+}
+
+void FullDiskTest::aFileThatCouldNotBeKeptIsNeverRemoved() {
+    QFile file(path());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(file.resize(SettingsBackup::largestFile + 1));
+    SettingsBackup backup(path());
+    QVERIFY(!backup.isKept());
+    QVERIFY(file.resize(1));
+    QVERIFY(backup.check(1) == SettingsBackup::Outcome::Untouched);
+    QVERIFY(file.exists());
 }
 
 void FullDiskTest::aProcessThatEndsLeavesThePreferencesWhole() {
