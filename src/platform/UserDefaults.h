@@ -33,8 +33,10 @@ class UserDefaultsStore;
 ///   stays as it was. Only what the host's own `QSettings` writes by itself is out of our hands.
 /// - What is no regular file (a pipe, a device) is neither read nor written; if it is there when
 ///   the preferences are opened, all values stay in memory.
+/// - A file of more than 16 MB is read, but no value is written to it.
 /// - Lines that cannot be read are skipped, and before the file is first rewritten it is copied to
-///   the same name with ".damaged" added. Where the copy fails, the file is not rewritten.
+///   the same name with ".damaged" added, later ones with ".damaged-2" to ".damaged-9"; a tenth is
+///   rewritten without a copy. Where a copy fails, the file is not rewritten.
 ///
 /// Every operation may be called from any thread. An empty key holds nothing.
 class UserDefaults {
