@@ -1,4 +1,5 @@
 #include "HostBundle.h"
+#include "SettingsBackup.h"
 #include "SpecialFile.h"
 #include "TestMain.h"
 #include "UserDefaults.h"
@@ -211,6 +212,29 @@ private Q_SLOTS:
         { UserDefaults(path).setValue("a", 2); }
         QCOMPARE(contentsOf(path + ".damaged"), damaged);
         QCOMPARE(contentsOf(path + ".damaged-2"), QByteArray("[General]\nsecond damage\n"));
+    }
+
+    void afterNineCopiesOfDamagedFilesTheNextIsRewrittenWithoutOne() {
+        const QByteArray damaged = "[General]\nno equals sign\n";
+        for (int number = 1; number <= 10; ++number) {
+            writeFile(path, damaged);
+            UserDefaults(path).setValue(key, number);
+        }
+        QVERIFY(contentsOf(path).contains("newsFilter=10"));
+        QCOMPARE(contentsOf(path + ".damaged-9"), damaged);
+        QCOMPARE(QFileInfo(path).dir().entryList(QDir::Files | QDir::Hidden).size(), 10);
+    }
+
+    void aFileThatIsTooLargeIsReadButNotWritten() {
+        const QByteArray large =
+            "[General]\nnewsFilter=2\nhost=" + QByteArray(SettingsBackup::largestFile, 'h') + '\n';
+        writeFile(path, large);
+        UserDefaults defaults(path);
+        QCOMPARE(defaults.integerForKey(key), 2);
+        defaults.setValue(key, 3);
+        defaults.synchronize();
+        QCOMPARE(defaults.integerForKey(key), 3);
+        QVERIFY(contentsOf(path) == large);
     }
 
     void aFileThatCannotBeReadCountsAsEmpty() {
