@@ -6,8 +6,9 @@ namespace pelorinnews {
 
 namespace {
 
-/// How deep Expat itself may follow entities from one to the next.
-constexpr int deepestNesting = 16;
+/// How deep Expat itself may follow entities from one to the next. It takes some 150 bytes of stack
+/// for each; a thread has megabytes.
+constexpr int deepestNesting = 1000;
 
 bool isOfEntities(XML_Error code) {
     return code == XML_ERROR_UNDEFINED_ENTITY || code == XML_ERROR_RECURSIVE_ENTITY_REF ||
@@ -187,7 +188,7 @@ void ExpatEvents::entityDeclaration(void *self, const XML_Char *name, int isPara
     if (reader->entities.nestedCount() <= deepestNesting)
         return;
     // Expat follows entities by calling itself, which a long chain makes overflow the stack.
-    // From here on it may not expand any.
+    // From here on it may not expand any, which it takes to include the predefined ones.
     XML_SetBillionLaughsAttackProtectionActivationThreshold(reader->parser, 0);
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(reader->parser, 1);
 }

@@ -50,6 +50,22 @@ std::string_view predefined(std::string_view name) {
     return found == all.end() ? std::string_view() : found->second;
 }
 
+/// The entity's name in the next reference in `markup` to one that is not predefined, a broken
+/// reference included; absent where there is none. `markup` then starts at the name.
+std::optional<std::string_view> nextName(std::string_view &markup) {
+    while (true) {
+        const std::size_t start = markup.find('&');
+        if (start == std::string_view::npos)
+            return std::nullopt;
+        markup.remove_prefix(start + 1);
+        if (markup.starts_with('#'))
+            continue;
+        const std::string_view name = markup.substr(0, markup.find(';'));
+        if (predefined(name).empty())
+            return name;
+    }
+}
+
 }  // namespace
 
 void XmlEntities::declare(std::string_view name, std::optional<std::string_view> value) {
@@ -57,7 +73,7 @@ void XmlEntities::declare(std::string_view name, std::optional<std::string_view>
     if (!isFirst)
         return;
     place->second = value ? judge(*value) : Declared{Kind::External, {}};
-    if (value && value->find('&') != std::string_view::npos)
+    if (value && nextName(*value))
         ++nested;
 }
 
@@ -125,18 +141,12 @@ std::optional<XmlEntities::Refusal> XmlEntities::use(std::string_view name,
 }
 
 std::optional<XmlEntities::Refusal> XmlEntities::useAll(std::string_view markup) {
-    while (true) {
-        const std::size_t start = markup.find('&');
-        if (start == std::string_view::npos)
-            return std::nullopt;
-        markup.remove_prefix(start + 1);
-        const std::string_view name = markup.substr(0, markup.find(';'));
+    while (const auto name = nextName(markup)) {
         std::string_view text;
-        if (name.starts_with('#') || !predefined(name).empty())
-            continue;
-        if (auto refusal = use(name, text))
+        if (auto refusal = use(*name, text))
             return refusal;
     }
+    return std::nullopt;
 }
 
 }  // namespace pelorinnews

@@ -31,7 +31,8 @@ public:
     /// there; the first refusal where there is one.
     [[nodiscard]] std::optional<Refusal> useAll(std::string_view markup);
 
-    /// How many declarations refer to other entities. No chain of references is longer than this.
+    /// How many declarations refer to others that need a declaration. No chain of references is
+    /// longer than this.
     [[nodiscard]] int nestedCount() const { return nested; }
 
 private:

@@ -53,8 +53,9 @@ protected:
 /// included, may come to `mostExpansion` bytes. A use of any other entity, or of one that is not
 /// declared, is a fatal error, whether or not the document names an external type. The first of
 /// several declarations counts, and one that is never used does no harm, whatever it holds; but
-/// where more than 16 refer to others, attributes may use none. Nothing external is ever loaded,
-/// and no declaration behind a reference to a parameter entity counts.
+/// once more than 1,000 have referred to others, the predefined ones such as "&amp;", and any in an
+/// attribute, may be fatal errors, too. Nothing external is ever loaded, and no declaration behind
+/// a reference to a parameter entity counts.
 ///
 /// A reader serves one document: feed it the bytes in any pieces, then `finish`, or hand the whole
 /// over by one of the `read` operations. It belongs to one thread at a time.

@@ -106,6 +106,8 @@ qint64 peakMemory() {
 
 /// Long enough to overflow a thread's stack where each step calls the next.
 constexpr int longChain = 100'000;
+/// Long enough for that only on a small one.
+constexpr int shorterChain = 24'000;
 
 }  // namespace
 
@@ -336,6 +338,14 @@ private Q_SLOTS:
                 "<!ENTITY a" + QByteArray::number(i) + " '&a" + QByteArray::number(i + 1) + ";'>";
         forward += "<!ENTITY a" + QByteArray::number(longChain) + " 'x'>";
         QTest::newRow("declared the other way round, in text") << withSubset(forward, "&a0;");
+        QTest::newRow("declared the other way round, in an attribute")
+            << withSubset(forward, "<b c='&a0;'>x</b>");
+        QTest::newRow("one that Expat may follow, in an attribute")
+            << withSubset(chain(1000), "<b c='&a1000;'>x</b>");
+        const QByteArray middle = "&a" + QByteArray::number(shorterChain) + ";";
+        QTest::newRow("a shorter one, in text") << withSubset(chain(shorterChain), middle);
+        QTest::newRow("a shorter one, in an attribute")
+            << withSubset(chain(shorterChain), "<b c='" + middle + "'>x</b>");
     }
 
     void aLongChainNeitherRecursesNorExpands() {
@@ -351,6 +361,40 @@ private Q_SLOTS:
         const Outcome outcome = read(withSubset(chain(longChain), "a&a0;<b c='d'/>"));
         QVERIFY2(outcome.code == 0, qPrintable(outcome.description));
         QCOMPARE(outcome.text, QByteArray("ax"));
+    }
+
+    void unusedDeclarationsLeavePredefinedEntitiesAlone_data() {
+        QTest::addColumn<QByteArray>("declarations");
+        QTest::addColumn<QByteArray>("used");
+        QByteArray usable;
+        for (int i = 0; i < 2000; ++i)
+            usable += "<!ENTITY e" + QByteArray::number(i) + " 'x&#38;amp;&#38;#121;&lt;'>";
+        // Replacement texts with an ampersand that needs no other declaration.
+        QTest::newRow("usable ones of references") << usable << QByteArray("&e1999;");
+        QTest::newRow("17 nested ones") << chain(17) << QByteArray("&a0;");
+        QTest::newRow("1000 nested ones") << chain(1000) << QByteArray("&a0;");
+    }
+
+    void unusedDeclarationsLeavePredefinedEntitiesAlone() {
+        QFETCH(const QByteArray, declarations);
+        QFETCH(const QByteArray, used);
+        const QByteArray plain = read(withSubset(declarations, used)).text;
+        QVERIFY(!plain.isEmpty());
+        for (const QByteArray &content :
+             {QByteArray("a&amp;b<b c='d&lt;e'/>"), "a&amp;b<b c='d" + used + "e&amp;'/>" + used}) {
+            const QByteArray document = withSubset(declarations, content);
+            for (const Outcome &outcome : {read(document), readByteByByte(document)}) {
+                QVERIFY2(outcome.code == 0, qPrintable(outcome.description));
+                QCOMPARE(outcome.text, content.endsWith("/>") ? "a&b" : "a&b" + plain);
+            }
+        }
+    }
+
+    void whereVeryManyAreNestedAttributesAndPredefinedEntitiesAreErrors() {
+        const QByteArray declarations = chain(1001);
+        QCOMPARE(read(withSubset(declarations, "a&a0;&#65;<b c='&#65;'/>")).text, "axA");
+        for (const char *content : {"&amp;", "<b c='&amp;'/>", "<b c='&a0;'/>"})
+            QVERIFY(read(withSubset(declarations, content)).code != 0);
     }
 
     void aHugeEntityIsNeverExpanded() {
