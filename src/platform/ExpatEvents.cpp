@@ -135,6 +135,12 @@ void ExpatEvents::startElement(void *self, const XML_Char *name, const XML_Char 
     auto *const reader = reading(self);
     if (!reader)
         return;
+    if (++reader->openElements > XmlReader::mostOpenElements) {
+        reader->refuse(XmlReader::TooDeep,
+                       QStringLiteral("more than %1 elements inside one another")
+                           .arg(XmlReader::mostOpenElements));
+        return;
+    }
     if (reader->hasDoctype && *attributes) {
         reader->refuse(reader->entities.useAll(reader->currentToken()));
         if (reader->failure)
@@ -144,8 +150,11 @@ void ExpatEvents::startElement(void *self, const XML_Char *name, const XML_Char 
 }
 
 void ExpatEvents::endElement(void *self, const XML_Char *name) {
-    if (auto *const reader = reading(self))
-        reader->delegate.parserDidEndElement(name);
+    auto *const reader = reading(self);
+    if (!reader)
+        return;
+    --reader->openElements;
+    reader->delegate.parserDidEndElement(name);
 }
 
 void ExpatEvents::characters(void *self, const XML_Char *text, int length) {

@@ -74,6 +74,7 @@ private:
     XML_Parser parser;
     std::optional<Error> failure;
     bool hasDoctype = false;
+    int openElements = 0;
     XmlEntities entities;
     bool inCdata = false;
     /// The section being read: it comes line by line and is reported whole.

@@ -57,12 +57,15 @@ protected:
 /// attribute, may be fatal errors, too. Nothing external is ever loaded, and no declaration behind
 /// a reference to a parameter entity counts.
 ///
+/// More than `mostOpenElements` elements inside one another are a fatal error.
+///
 /// A reader serves one document: feed it the bytes in any pieces, then `finish`, or hand the whole
 /// over by one of the `read` operations. It belongs to one thread at a time.
 class XmlReader {
 public:
     static constexpr qsizetype longestEntity = 100;
     static constexpr qsizetype mostExpansion = 1'000'000;
+    static constexpr int mostOpenElements = 200'000;
 
     /// The domain of a fatal error; its code is Expat's, or one of these.
     static QString errorDomain();
@@ -71,6 +74,7 @@ public:
         TooMuchExpansion,
         /// The delegate wants no more of the document.
         RefusedByDelegate,
+        TooDeep,
     };
     /// Entries of an error's user information: where the document broke, counted from one.
     static QString lineNumberKey();

@@ -274,6 +274,18 @@ private Q_SLOTS:
         QCOMPARE(list->front()->title(), QStringLiteral("Deep"));
     }
 
+    void endlessNestingIsAnErrorThatKeepsTheItemsBefore() {
+        const QString text = feed(QStringLiteral("<item/>") +
+                                  QStringLiteral("<a>").repeated(2 * XmlReader::mostOpenElements) +
+                                  QStringLiteral("<item/>"));
+        Error error;
+        const auto result = OlvNewsParser().parse(text, &error);
+        QCOMPARE(languageOf(result), QStringLiteral("en"));
+        QCOMPARE(listOf(result)->size(), 1U);
+        QCOMPARE(error.domain, XmlReader::errorDomain());
+        QCOMPARE(error.code, XmlReader::TooDeep);
+    }
+
     void aHugeAttributeTakesLinearTime() {
         const QString text = QStringLiteral("<rss a=\"") + QString(50'000'000, u'x') +
                              QStringLiteral("\"><language>en</language></rss>");

@@ -397,6 +397,24 @@ private Q_SLOTS:
             QVERIFY(read(withSubset(declarations, content)).code != 0);
     }
 
+    void elementsInsideOneAnotherAreLimited() {
+        const auto nested = [](int depth) {
+            return "<r><b/>" + QByteArray("<a>").repeated(depth - 1) + "x" +
+                   QByteArray("</a>").repeated(depth - 1) + "</r>";
+        };
+        QCOMPARE(read(nested(XmlReader::mostOpenElements)).code, 0);
+        const Outcome outcome = read(nested(XmlReader::mostOpenElements + 1));
+        QCOMPARE(outcome.code, XmlReader::TooDeep);
+        QVERIFY2(outcome.description.startsWith(
+                     QStringLiteral("more than 200000 elements inside one another at line 1")),
+                 qPrintable(outcome.description));
+        QCOMPARE(outcome.text, QByteArray());
+        // Those that are closed count no more.
+        QCOMPARE(
+            read("<r>" + QByteArray("<a/>").repeated(XmlReader::mostOpenElements) + "</r>").code,
+            0);
+    }
+
     void aHugeEntityIsNeverExpanded() {
         const QByteArray declaration = "<!ENTITY e '" + QByteArray(3'000'000, 'x') + "'>";
         const QByteArray uses = QByteArray("&e;").repeated(95);
