@@ -276,7 +276,8 @@ void MetadataQueryWorker::settle() {
     if (!hasWalked || !hasAskedIndex)
         return;
     watchAroundMatches();
-    // What was not read may hold more, so that fewer than two say nothing.
+    // What was not read may hold more, so that fewer than two say nothing. Once several were found
+    // beside a home that was not read to its end, the answer stays "several" although one goes.
     if (!unfinished.empty() && found.size() < 2)
         return;
     if (hasGathered && !hasChanged)
