@@ -14,7 +14,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// How long after the last transfer what came of it has surely been dealt with, mostly.
+/// How long after the last transfer what it brought has, as a rule, been dealt with.
 constexpr std::chrono::seconds rest{1};
 
 /// What a transfer, and the reading of the feed that it brings, bring into memory: several times
@@ -146,9 +146,9 @@ bool NetworkThread::waitForRequests() {
 }
 
 void NetworkThread::transfer() {
-    const std::unique_ptr<CURLM, void (*)(CURLM *)> multi(
+    std::unique_ptr<CURLM, void (*)(CURLM *)> multi(
         curl ? curl->multiInit() : nullptr,
-        [](CURLM *ended) { CurlLibrary::instance()->multiCleanup(ended); });
+        [](CURLM *handle) { CurlLibrary::instance()->multiCleanup(handle); });
     settings.trustedAuthorities = HostNetwork::trustedAuthorities();
     {
         const std::lock_guard lock(mutex);
@@ -165,6 +165,8 @@ void NetworkThread::transfer() {
             curl->multiPoll(multi.get(), nullptr, 0, millisecondsToNextDeadline(), nullptr);
     }
     cancelAll(multi.get());
+    multi.reset();
+    ended.clear();
     settings.trustedAuthorities = {};
 }
 
@@ -191,10 +193,10 @@ void NetworkThread::start(CURLM *multi, NetworkRequest request) {
         return;
     }
     if (!multi) {
-        completeRequest(
-            std::move(request),
-            {std::nullopt, std::nullopt,
-             transportError(TransportError::Other, QStringLiteral("libcurl cannot be loaded"))});
+        completeRequest(std::move(request),
+                        {std::nullopt, std::nullopt,
+                         transportError(TransportError::Other,
+                                        QStringLiteral("libcurl cannot be loaded or started"))});
         return;
     }
     NetworkTransfer &added = transfers.emplace_back(*curl, std::move(request), settings);
@@ -210,24 +212,26 @@ void NetworkThread::finishTransfers(CURLM *multi) {
         CURL *handle = message->easy_handle;
         const CURLcode result = message->data.result;
         curl->multiRemoveHandle(multi, handle);
-        const auto ended = std::find_if(transfers.begin(), transfers.end(),
-                                        [&](const auto &one) { return one.handle() == handle; });
-        if (!ended->goesOnAfter(result))
-            transfers.erase(ended);
-        else
-            curl->multiAddHandle(multi, handle);
+        const auto transfer = std::find_if(transfers.begin(), transfers.end(),
+                                           [&](const auto &one) { return one.handle() == handle; });
+        bool goesOn = transfer->goesOnAfter(result);
+        if (goesOn && curl->multiAddHandle(multi, handle) != CURLM_OK)
+            goesOn = transfer->goesOnAfter(CURLE_FAILED_INIT);
+        if (!goesOn)
+            ended.splice(ended.end(), transfers, transfer);
     }
 }
 
 void NetworkThread::giveUpStalled(CURLM *multi) {
     const auto now = NetworkTransfer::Clock::now();
-    transfers.remove_if([&](NetworkTransfer &transfer) {
-        if (transfer.deadline() > now || transfer.postponesDeadline())
-            return false;
-        curl->multiRemoveHandle(multi, transfer.handle());
-        transfer.timeOut();
-        return true;
-    });
+    for (auto next = transfers.begin(); next != transfers.end();) {
+        const auto transfer = next++;
+        if (transfer->deadline() > now || transfer->postponesDeadline())
+            continue;
+        curl->multiRemoveHandle(multi, transfer->handle());
+        transfer->timeOut();
+        ended.splice(ended.end(), transfers, transfer);
+    }
 }
 
 int NetworkThread::millisecondsToNextDeadline() const {
@@ -244,7 +248,7 @@ void NetworkThread::cancelAll(CURLM *multi) {
         curl->multiRemoveHandle(multi, transfer.handle());
         transfer.cancel();
     }
-    transfers.clear();
+    ended.splice(ended.end(), transfers);
     std::vector<NetworkRequest> taken;
     {
         const std::lock_guard lock(mutex);

@@ -63,6 +63,9 @@ private:
     const CurlLibrary *curl = nullptr;
     NetworkTransfer::Settings settings;
     std::list<NetworkTransfer> transfers;
+    /// Those that have ended, to be destroyed after the multi handle: libcurl may close their
+    /// connections as late as that, and newer versions do, and tells the transfers of it.
+    std::list<NetworkTransfer> ended;
 };
 
 }  // namespace pelorinnews

@@ -6,6 +6,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 namespace pelorinnews {
 
@@ -60,10 +61,16 @@ TransportError meaning(CURLcode result) {
 }
 
 /// Sockets that programs started by the host do not inherit.
-curl_socket_t openSocket(void *opened, curlsocktype, curl_sockaddr *address) {
+curl_socket_t openSocket(void *sockets, curlsocktype, curl_sockaddr *address) {
     const int made = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-    static_cast<std::vector<curl_socket_t> *>(opened)->push_back(made);
+    if (made >= 0)
+        static_cast<std::vector<curl_socket_t> *>(sockets)->push_back(made);
     return made;
+}
+
+int closeSocket(void *sockets, curl_socket_t closing) {
+    std::erase(*static_cast<std::vector<curl_socket_t> *>(sockets), closing);
+    return ::close(closing);
 }
 
 /// libcurl 7.88 takes a TLS connection that ends without saying so for one that ended in order.
@@ -75,7 +82,9 @@ void noteAlert(const SSL *connection, int event, int alert) {
         *static_cast<bool *>(curl->contextGetData(curl->sslContext(connection), 0)) = true;
 }
 
+/// Called for each TLS connection.
 CURLcode watchAlerts(CURL *, void *context, void *closeNotified) {
+    *static_cast<bool *>(closeNotified) = false;
     const CurlLibrary *curl = CurlLibrary::instance();
     auto *tls = static_cast<SSL_CTX *>(context);
     curl->contextSetData(tls, 0, closeNotified);
@@ -117,6 +126,8 @@ void NetworkTransfer::prepare() {
     set(CURLOPT_WRITEDATA, this);
     set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
     set(CURLOPT_OPENSOCKETDATA, &sockets);
+    set(CURLOPT_CLOSESOCKETFUNCTION, &closeSocket);
+    set(CURLOPT_CLOSESOCKETDATA, &sockets);
     // No handlers for signals: the process is the host's.
     set(CURLOPT_NOSIGNAL, 1L);
     // A name that is still looked up must not hold up a shutdown.
@@ -132,7 +143,7 @@ void NetworkTransfer::prepare() {
     // libcurl does not notice that a compressed body ends early; ContentDecoder does.
     set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
     set(CURLOPT_HTTPHEADER, headers.get());
-    // Some services refuse who does not say who he is.
+    // Some services refuse clients that name no user agent.
     set(CURLOPT_USERAGENT, "PelorinNews");
     set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
     if (curl.usesOpenSsl) {
@@ -276,6 +287,7 @@ void NetworkTransfer::followRedirect() {
     ++redirects;
     address = target;
     head = {};
+    errorText.front() = '\0';
     closeNotified = false;
     sockets.clear();
     lastProgress = Clock::now();
@@ -291,7 +303,11 @@ void NetworkTransfer::checkWhole(CURLcode result) {
     const QString text = errorText.front() != '\0' ? QString::fromUtf8(errorText.data())
                                                    : QString::fromUtf8(curl.easyStrerror(result));
     if (result != CURLE_OK) {
-        fail(meaning(result), text);
+        long proxyAnswer = 0;
+        if (easy)
+            curl.easyGetinfo(easy.get(), CURLINFO_HTTP_CONNECTCODE, &proxyAnswer);
+        // To libcurl a proxy that refuses to connect is a connection that ends early.
+        fail(proxyAnswer >= 300 ? TransportError::Unreachable : meaning(result), text);
         return;
     }
     if (!head.status()) {
@@ -327,6 +343,8 @@ void NetworkTransfer::complete() {
         outcome.data = std::move(body);
     outcome.connectionError = std::move(error);
     completeRequest(std::move(request), std::move(outcome));
+    body = {};
+    decoder.reset();
 }
 
 void NetworkTransfer::timeOut() {

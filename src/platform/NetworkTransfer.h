@@ -29,7 +29,8 @@ public:
         QByteArray trustedAuthorities;
     };
 
-    /// Ready to be added to a multi handle. `settings` must outlive it.
+    /// Ready to be added to a multi handle; the transfer is then to outlive that.
+    /// `settings` must outlive it.
     NetworkTransfer(const CurlLibrary &library, NetworkRequest sending, const Settings &settings);
     ~NetworkTransfer();
     NetworkTransfer(const NetworkTransfer &) = delete;
@@ -82,7 +83,7 @@ private:
     QUrl address;
     int redirects = 0;
     Clock::time_point lastProgress = Clock::now();
-    /// Those opened for this address. Of several that were tried, all but one are closed.
+    /// Those open for this address: of several that are tried, in the end one.
     std::vector<curl_socket_t> sockets;
     ResponseHead head;
     /// Whether the other end has closed the TLS connection in order.

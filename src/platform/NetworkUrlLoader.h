@@ -17,9 +17,8 @@ class NetworkThread;
 ///   most 50, never from HTTPS to HTTP and never out of HTTP. Certificates are checked against the
 ///   authorities of the process's default QSslConfiguration, or the system's where it names none.
 ///   Proxies are those of the application, the system and the environment, as Qt knows them.
-/// - Nothing is kept between requests: no response cache, no cookies, no credentials. After the
-/// last
-///   request its connections are closed, and the thread sleeps without timers.
+/// - Nothing is kept between requests: no response cache, no cookies, no credentials. When the last
+///   request has ended, all connections are closed, and the thread sleeps without timers.
 /// - A body that does not come whole is an error: one shorter than its length, chunks without the
 ///   last one, on TLS a connection that ends without saying so, compressed data that is cut or has
 ///   something behind it. So is an answer that breaks the protocol, or whose length is ambiguous.

@@ -71,7 +71,11 @@ private Q_SLOTS:
     void aFileBeyondTheLimitIsAnError();
     void theLimitIsThatOfAFeed();
     void proxiesAreThoseOfTheApplicationAndTheEnvironment();
+    void aProxyThatRefusesATunnelIsUnreachable_data();
+    void aProxyThatRefusesATunnelIsUnreachable();
     void anAddressWithAUserNamesItWhereAsked();
+    void anOrderlyEndCountsForItsOwnConnectionAlone_data();
+    void anOrderlyEndCountsForItsOwnConnectionAlone();
     void onlyTheTimeWithoutProgressCounts();
     void aBodyBeyondTheLimitIsAnError_data();
     void aBodyBeyondTheLimitIsAnError();
@@ -605,6 +609,32 @@ void NetworkUrlLoaderTest::proxiesAreThoseOfTheApplicationAndTheEnvironment() {
     QCOMPARE(direct.connectionError().value_or(Error()).code, int(TransportError::Unreachable));
 }
 
+void NetworkUrlLoaderTest::aProxyThatRefusesATunnelIsUnreachable_data() {
+    QTest::addColumn<QByteArray>("refusal");
+    QTest::newRow("forbidden") << QByteArray("403 Forbidden");
+    QTest::newRow("wants a password")
+        << QByteArray("407 Who\r\nProxy-Authenticate: Basic realm=\"p\"");
+    QTest::newRow("cannot reach the host") << QByteArray("502 Bad Gateway");
+}
+
+void NetworkUrlLoaderTest::aProxyThatRefusesATunnelIsUnreachable() {
+    QFETCH(const QByteArray, refusal);
+    std::atomic<bool> asked = false;
+    ScriptedServer proxy([&](const QByteArray &head) {
+        asked = head.startsWith("CONNECT feed.invalid:443 HTTP/1.1\r\n");
+        return Script{{"HTTP/1.1 " + refusal + "\r\nContent-Length: 0\r\n\r\n"}};
+    });
+    qputenv("https_proxy", proxy.address({}).toLatin1());
+    LoadedAddress loaded = load(QUrl(QStringLiteral("https://feed.invalid/plain.xml")));
+    QVERIFY(loaded.wait());
+    qunsetenv("https_proxy");
+    QVERIFY(asked);
+    QCOMPARE(loaded.connectionError().value_or(Error()).code, int(TransportError::Unreachable));
+    // What the proxy says is no answer of the service's.
+    QVERIFY(!loaded.hasResponse());
+    QVERIFY(!loaded.data());
+}
+
 void NetworkUrlLoaderTest::anAddressWithAUserNamesItWhereAsked() {
     std::mutex mutex;
     QList<QByteArray> heads;
@@ -625,6 +655,35 @@ void NetworkUrlLoaderTest::anAddressWithAUserNamesItWhereAsked() {
     const std::lock_guard lock(mutex);
     QCOMPARE(heads.size(), 2);
     QVERIFY(!heads[0].contains("Authorization"));
+}
+
+void NetworkUrlLoaderTest::anOrderlyEndCountsForItsOwnConnectionAlone_data() {
+    QTest::addColumn<bool>("cut");
+    QTest::newRow("the second one ends in order, too") << false;
+    QTest::newRow("the second one is cut") << true;
+}
+
+void NetworkUrlLoaderTest::anOrderlyEndCountsForItsOwnConnectionAlone() {
+    QFETCH(const bool, cut);
+    const auto files = authority->issue(Kind::Valid);
+    // Without lengths: the client reads each connection to its end.
+    ScriptedServer server(
+        [cut](const QByteArray &head) {
+            if (head.contains("Authorization: Basic dTpw"))
+                return Script{{"HTTP/1.1 200 OK\r\n\r\nin"},
+                              cut ? Script::End::Cut : Script::End::Close};
+            return Script{
+                {"HTTP/1.1 401 Who\r\nWWW-Authenticate: Basic realm=\"feeds\"\r\n\r\nwho"}};
+        },
+        files.certificate, files.privateKey);
+    QUrl url(server.address(QStringLiteral("/")));
+    url.setUserInfo(QStringLiteral("u:p"));
+    LoadedAddress loaded = load(url);
+    QVERIFY(loaded.wait());
+    QCOMPARE(loaded.status().value_or(0), 200);
+    QCOMPARE(loaded.data(), cut ? std::nullopt : std::optional(QByteArray("in")));
+    QCOMPARE(loaded.connectionError().value_or(Error()).code,
+             cut ? int(TransportError::Incomplete) : 0);
 }
 
 void NetworkUrlLoaderTest::onlyTheTimeWithoutProgressCounts() {
