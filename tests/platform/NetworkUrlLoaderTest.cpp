@@ -14,12 +14,18 @@
 #include <QSslConfiguration>
 #include <QSslSocket>
 #include <QTcpServer>
+#include <QTcpSocket>
 
+#include <arpa/inet.h>
 #include <atomic>
 #include <cerrno>
+#include <fcntl.h>
 #include <mutex>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
@@ -77,6 +83,7 @@ private Q_SLOTS:
     void anOrderlyEndCountsForItsOwnConnectionAlone_data();
     void anOrderlyEndCountsForItsOwnConnectionAlone();
     void onlyTheTimeWithoutProgressCounts();
+    void theHostsOwnTrafficIsNoProgress();
     void aBodyBeyondTheLimitIsAnError_data();
     void aBodyBeyondTheLimitIsAnError();
     void aLongBodyComesWhole_data();
@@ -699,6 +706,75 @@ void NetworkUrlLoaderTest::onlyTheTimeWithoutProgressCounts() {
         QCOMPARE(loaded.data(), std::optional(QByteArray("<rss>grün</rss>")));
         QVERIFY2(elapsed.elapsed() > 2000, "too fast to tell");
     }
+}
+
+namespace {
+
+/// The descriptor of this process's connection to a port of its own, seen from the client; -1 where
+/// there is none.
+int connectionTo(int port) {
+    constexpr int most = 1024;
+    for (int descriptor = 3; descriptor < most; ++descriptor) {
+        sockaddr_in peer{};
+        socklen_t size = sizeof peer;
+        if (::getpeername(descriptor, reinterpret_cast<sockaddr *>(&peer), &size) == 0 &&
+            peer.sin_family == AF_INET && ntohs(peer.sin_port) == port)
+            return descriptor;
+    }
+    return -1;
+}
+
+}  // namespace
+
+void NetworkUrlLoaderTest::theHostsOwnTrafficIsNoProgress() {
+    // A connection of the host's, on which something comes all the time.
+    QTcpServer listening;
+    QVERIFY(listening.listen(QHostAddress::LocalHost));
+    QTcpSocket sending;
+    sending.connectToHost(QHostAddress::LocalHost, listening.serverPort());
+    QVERIFY(sending.waitForConnected() && listening.waitForNewConnection(5000));
+    const std::unique_ptr<QTcpSocket> receiving(listening.nextPendingConnection());
+    const int traffic = int(sending.socketDescriptor());
+    const int arriving = int(receiving->socketDescriptor());
+    std::atomic<bool> done = false;
+    std::thread sender([&] {
+        while (!done) {
+            ::send(traffic, "x", 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+    });
+    // Both ends of the second connection take these numbers, so that the first one's stays free.
+    const int spare[] = {::dup(traffic), ::dup(traffic)};
+    std::atomic<int> first = -1;
+    std::atomic<int> taken = -1;
+    {
+        std::atomic<int> port = 0;
+        ScriptedServer server([&](const QByteArray &head) {
+            if (!head.contains("Authorization")) {
+                first = connectionTo(port);
+                ::close(spare[0]);
+                ::close(spare[1]);
+                return Script{
+                    {"HTTP/1.1 401 Who\r\nWWW-Authenticate: Basic realm=\"feeds\"\r\n"
+                     "Content-Length: 0\r\nConnection: close\r\n\r\n"}};
+            }
+            // The host takes the number of the connection that has been closed.
+            taken = ::fcntl(arriving, F_DUPFD_CLOEXEC, first.load());
+            return Script{{}, Script::End::Hold};
+        });
+        port = server.port();
+        QUrl url(server.address(QStringLiteral("/")));
+        url.setUserInfo(QStringLiteral("u:p"));
+        LoadedAddress loaded = load(url, 1);
+        const bool ended = loaded.wait(std::chrono::seconds(10));
+        done = true;
+        sender.join();
+        QVERIFY(first >= 0);
+        QCOMPARE(taken.load(), first.load());
+        QVERIFY2(ended, "the host's traffic is taken for progress");
+        QCOMPARE(loaded.connectionError().value_or(Error()).code, int(TransportError::TimedOut));
+    }
+    ::close(taken);
 }
 
 void NetworkUrlLoaderTest::aBodyBeyondTheLimitIsAnError_data() {
