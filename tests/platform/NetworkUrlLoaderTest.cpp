@@ -547,12 +547,12 @@ void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce() {
     // A thread that hung could not even be stopped, so it must not be the other tests'.
     NetworkUrlLoader own;
     LoadedAddress loaded(own, tolerant(address), &queue, 10);
-    QVERIFY(loaded.wait(std::chrono::seconds(5)));
+    QVERIFY(loaded.wait(std::chrono::seconds(30)));
     QCOMPARE(loaded.connectionError().value_or(Error()).domain, QStringLiteral("QFileDevice"));
     QVERIFY(!loaded.hasResponse());
     QVERIFY(!loaded.data());
     LoadedAddress next(own, tolerant(http->address(QStringLiteral("/plain.xml"))), &queue, 10);
-    QVERIFY(next.wait(std::chrono::seconds(5)));
+    QVERIFY(next.wait(std::chrono::seconds(30)));
     QVERIFY(next.data());
 }
 

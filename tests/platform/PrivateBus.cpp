@@ -105,7 +105,7 @@ void BusProgram::kill() {
 
 QString BusProgram::readLine() {
     while (!process.canReadLine()) {
-        if (!process.waitForReadyRead(20000))
+        if (!process.waitForReadyRead(60000))
             return {};
     }
     return QString::fromUtf8(process.readLine()).trimmed();
