@@ -100,15 +100,23 @@ bool NotificationServer::open(const QString &address) {
     if (!connection.isConnected())
         return false;
     listen();
-    call(busCall(QStringLiteral("GetId")),
-         [this](const QDBusMessage &reply) { bus = firstArgument(reply).toString(); });
-    call(busCall(QStringLiteral("GetNameOwner"), {service}), [this](const QDBusMessage &reply) {
-        serverOwner = isError(reply) ? QString() : firstArgument(reply).toString();
-        known = !bus.isEmpty();
-        if (known)
-            Q_EMIT serverChanged();
+    // One after the other, since two answers may come in either order.
+    call(busCall(QStringLiteral("GetId")), [this](const QDBusMessage &reply) {
+        bus = firstArgument(reply).toString();
+        if (!bus.isEmpty())
+            askOwner();
     });
     return true;
+}
+
+void NotificationServer::askOwner() {
+    call(busCall(QStringLiteral("GetNameOwner"), {service}), [this](const QDBusMessage &reply) {
+        // A change that was told in the meantime is as recent as this answer, or more so.
+        if (!ownerChanged && !isError(reply))
+            serverOwner = firstArgument(reply).toString();
+        known = true;
+        Q_EMIT serverChanged();
+    });
 }
 
 void NotificationServer::listen() {
@@ -131,10 +139,14 @@ void NotificationServer::call(const QDBusMessage &message,
                               std::function<void(const QDBusMessage &)> done) {
     auto *watcher =
         new QDBusPendingCallWatcher(connection.asyncCall(message, withoutTimeout), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, done = std::move(done)] {
+    const auto finish = [watcher, done = std::move(done)] {
         watcher->deleteLater();
         done(watcher->reply());
-    });
+    };
+    // Once only: a watcher may report twice what was answered while it was made, and later than
+    // what was answered after that.
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, finish,
+            static_cast<Qt::ConnectionType>(Qt::AutoConnection | Qt::SingleShotConnection));
 }
 
 void NotificationServer::askTraits(TraitsCallback done) {
@@ -225,6 +237,7 @@ void NotificationServer::onNameOwnerChanged(const QDBusMessage &message) {
     if (message.signature() != QLatin1String("sss"))
         return;
     serverOwner = message.arguments().value(2).toString();
+    ownerChanged = true;
     if (known)
         Q_EMIT serverChanged();
 }

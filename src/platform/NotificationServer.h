@@ -85,6 +85,7 @@ private Q_SLOTS:
 
 private:
     void listen();
+    void askOwner();
     void call(const QDBusMessage &message, std::function<void(const QDBusMessage &)> done);
     [[nodiscard]] QStringList actionsFor(const Traits &traits) const;
     [[nodiscard]] bool isFromServer(const QDBusMessage &message) const;
@@ -96,6 +97,7 @@ private:
     QDBusConnection connection;
     QString bus;
     QString serverOwner;
+    bool ownerChanged = false;
     bool known = false;
 };
 
