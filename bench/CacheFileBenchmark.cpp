@@ -1,5 +1,5 @@
 #include "FeedGenerator.h"
-#include "LocalCacheFile.h"
+#include "feed/LocalCacheFile.h"
 
 #include <QTemporaryDir>
 

@@ -1,5 +1,5 @@
 #include "FeedGenerator.h"
-#include "OlvNewsCacheFiltered.h"
+#include "feed/OlvNewsCacheFiltered.h"
 
 #include <benchmark/benchmark.h>
 

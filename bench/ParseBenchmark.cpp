@@ -1,6 +1,6 @@
 #include "FeedGenerator.h"
-#include "OlvNewsParser.h"
 #include "PeakMemory.h"
+#include "feed/OlvNewsParser.h"
 
 #include <QStringDecoder>
 

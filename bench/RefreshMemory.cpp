@@ -2,10 +2,10 @@
 // included, as a multiple of the body's size: once into an empty cache and once over old items.
 
 #include "FeedGenerator.h"
-#include "HostBundle.h"
-#include "NetworkUrlLoader.h"
-#include "OlvNewsCacheFiltered.h"
 #include "PeakMemory.h"
+#include "feed/OlvNewsCacheFiltered.h"
+#include "network/NetworkUrlLoader.h"
+#include "platform/HostBundle.h"
 
 #include <QCoreApplication>
 #include <QFile>

@@ -1,5 +1,5 @@
-#include "BackgroundTask.h"
-#include "FileWalk.h"
+#include "finder/FileWalk.h"
+#include "platform/BackgroundTask.h"
 
 #include <QByteArray>
 

@@ -1,40 +1,85 @@
-# The libraries stand in layers, and each may use only what stands below it. A library sees the
-# headers of those it links and of no other, so that a forbidden include does not compile and a
-# forbidden link does not configure.
-set(PELORIN_LAYER_platform 1)
-set(PELORIN_LAYER_logging 1)
-set(PELORIN_LAYER_feed 2)
-set(PELORIN_LAYER_settings 2)
-set(PELORIN_LAYER_finder 2)
-set(PELORIN_LAYER_window 3)
-
-# pelorin_library(<name> SOURCES <file>... [USES <library>...] [LINKS <target>...] [PRIVATE_LINKS <target>...])
+# The rooms: each is a folder of src/ and a library. Its row names the rooms whose doors it uses:
+# SHOWS those that its own headers include, so that whoever includes these sees them too, and USES
+# those that only its sources include. A room can only name what stands above it here, so there are
+# no circles. A GUI room may link Qt Gui, a WIDGETS room Qt Widgets as well, an ENGINE room all.
 #
-# USES names libraries of this project by their short names; LINKS names others.
-function(pelorin_library name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;USES;LINKS;PRIVATE_LINKS" ${ARGN})
-    if(NOT DEFINED PELORIN_LAYER_${name})
-        message(FATAL_ERROR "${name} has no layer")
-    endif()
-    add_library(pelorin_${name} STATIC ${ARG_SOURCES})
-    target_include_directories(pelorin_${name} PUBLIC
-        ${CMAKE_CURRENT_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include)
-    target_link_libraries(pelorin_${name} PUBLIC ${ARG_LINKS}
-        PRIVATE pelorin_options ${ARG_PRIVATE_LINKS})
-    foreach(used IN LISTS ARG_USES)
-        if(PELORIN_LAYER_${used} GREATER PELORIN_LAYER_${name})
-            message(FATAL_ERROR "${name} must not use ${used}, which stands above it")
+# An include of another room names it: #include "network/UrlLoader.h". The include path of a room
+# holds the rooms of its row and what these show, so any other include does not compile.
+function(pelorin_room name)
+    cmake_parse_arguments(ARG "GUI;WIDGETS;ENGINE" "" "SHOWS;USES" ${ARGN})
+    get_property(rooms GLOBAL PROPERTY PELORIN_ROOMS)
+    foreach(used IN LISTS ARG_SHOWS ARG_USES)
+        if(NOT used IN_LIST rooms)
+            message(FATAL_ERROR "${name} must not use ${used}, which stands below it")
         endif()
-        if(PELORIN_LAYER_${used} EQUAL PELORIN_LAYER_${name} AND PELORIN_LAYER_${name} GREATER 1)
-            message(FATAL_ERROR "${name} must not use ${used}, which stands beside it")
-        endif()
-        target_link_libraries(pelorin_${name} PUBLIC pelorin_${used})
     endforeach()
-    if(PELORIN_LAYER_${name} LESS PELORIN_LAYER_window)
-        foreach(link IN LISTS ARG_LINKS ARG_PRIVATE_LINKS)
-            if(link MATCHES "Gui|Widgets|WebEngine|Qml|Quick")
-                message(FATAL_ERROR "${name} must not link ${link}: nothing below the window may")
+    set_property(GLOBAL APPEND PROPERTY PELORIN_ROOMS ${name})
+    # For tests/quality/check-rooms.
+    list(JOIN ARG_SHOWS " " shows)
+    list(JOIN ARG_USES " " uses)
+    file(APPEND ${CMAKE_BINARY_DIR}/rooms.txt "${name}|${shows}|${uses}\n")
+    set_property(GLOBAL PROPERTY PELORIN_ROOM_${name}_SHOWS ${ARG_SHOWS})
+    set_property(GLOBAL PROPERTY PELORIN_ROOM_${name}_USES ${ARG_USES})
+    if(ARG_ENGINE)
+        set(forbidden)
+    elseif(ARG_WIDGETS)
+        set(forbidden WebEngine Qml Quick)
+    elseif(ARG_GUI)
+        set(forbidden WebEngine Qml Quick Widgets)
+    else()
+        set(forbidden WebEngine Qml Quick Widgets Gui)
+    endif()
+    set_property(GLOBAL PROPERTY PELORIN_ROOM_${name}_FORBIDDEN ${forbidden})
+endfunction()
+
+file(WRITE ${CMAKE_BINARY_DIR}/rooms.txt "")
+pelorin_room(platform)
+pelorin_room(logging)
+pelorin_room(network                                USES platform)
+pelorin_room(notifications SHOWS platform)
+pelorin_room(settings                               USES platform)
+pelorin_room(finder        SHOWS platform)
+pelorin_room(feed          SHOWS network platform   USES logging)
+pelorin_room(page                                                                         GUI)
+pelorin_room(richtext      SHOWS page                                                     GUI)
+pelorin_room(rendering     SHOWS page               USES platform                         WIDGETS)
+pelorin_room(window        SHOWS feed finder platform rendering settings
+                           USES logging notifications page richtext                       WIDGETS)
+# The plug-ins.
+pelorin_room(entry                                  USES notifications platform window    WIDGETS)
+pelorin_room(web           SHOWS rendering          USES page platform                    ENGINE)
+
+# pelorin_link(<target> <room> [LINKS <target>...] [PRIVATE_LINKS <target>...])
+#
+# Links what the room's row names, and these libraries of others; LINKS are those that its headers
+# include.
+function(pelorin_link target room)
+    cmake_parse_arguments(ARG "" "" "LINKS;PRIVATE_LINKS" ${ARGN})
+    get_property(shown GLOBAL PROPERTY PELORIN_ROOM_${room}_SHOWS)
+    get_property(used GLOBAL PROPERTY PELORIN_ROOM_${room}_USES)
+    get_property(forbidden GLOBAL PROPERTY PELORIN_ROOM_${room}_FORBIDDEN)
+    foreach(link IN LISTS ARG_LINKS ARG_PRIVATE_LINKS)
+        foreach(word IN LISTS forbidden)
+            if(link MATCHES "${word}")
+                message(FATAL_ERROR "${room} must not link ${link}")
             endif()
         endforeach()
-    endif()
+    endforeach()
+    list(TRANSFORM shown PREPEND pelorin_)
+    list(TRANSFORM used PREPEND pelorin_)
+    target_link_libraries(${target} PUBLIC ${shown} ${ARG_LINKS}
+        PRIVATE ${used} pelorin_options ${ARG_PRIVATE_LINKS})
+endfunction()
+
+# pelorin_library(<room> SOURCES <file>... [LINKS <target>...] [PRIVATE_LINKS <target>...])
+#
+# The room's static library, pelorin_<room>, and its door in the include path.
+function(pelorin_library room)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+    set(door ${CMAKE_BINARY_DIR}/include/${room})
+    file(MAKE_DIRECTORY ${door})
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${door}/${room} SYMBOLIC)
+    add_library(pelorin_${room} STATIC ${ARG_SOURCES})
+    target_include_directories(pelorin_${room} PUBLIC ${door} ${CMAKE_SOURCE_DIR}/include)
+    pelorin_link(pelorin_${room} ${room} LINKS ${ARG_LINKS} PRIVATE_LINKS ${ARG_PRIVATE_LINKS})
 endfunction()

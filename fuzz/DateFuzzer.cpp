@@ -1,4 +1,4 @@
-#include "DateFormatter.h"
+#include "platform/DateFormatter.h"
 
 #include <array>
 #include <cmath>

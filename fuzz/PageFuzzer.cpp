@@ -1,9 +1,9 @@
 // Whatever the page: the text renderer shows it, and a copy of it is made, each within a quarter of
 // a second.
 
-#include "BoundedHtml.h"
-#include "RichTextWriter.h"
-#include "TextNewsRenderer.h"
+#include "page/BoundedHtml.h"
+#include "rendering/TextNewsRenderer.h"
+#include "richtext/RichTextWriter.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>

@@ -1,4 +1,4 @@
-#include "OlvNewsParser.h"
+#include "feed/OlvNewsParser.h"
 
 #include <QStringDecoder>
 

@@ -1,7 +1,7 @@
 #include "OlvNewsController.h"
 
-#include "MainQueue.h"
-#include "OlvNewsWindowController.h"
+#include "platform/MainQueue.h"
+#include "window/OlvNewsWindowController.h"
 
 #include <QCoreApplication>
 

@@ -1,8 +1,8 @@
 #include "OlvNewsPlugin.h"
 
-#include "DesktopNotificationCenter.h"
-#include "HostBundle.h"
 #include "OlvNewsController.h"
+#include "notifications/DesktopNotificationCenter.h"
+#include "platform/HostBundle.h"
 
 namespace pelorinnews {
 

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "network/UrlLoader.h"
+
 #include <pelorinnews/Error.h>
 
 #include <QByteArray>
 #include <QString>
 
-#include <UrlLoader.h>
 #include <optional>
 
 /// What passes between the panel and the feed service.

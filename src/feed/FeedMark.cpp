@@ -1,9 +1,9 @@
 #include "FeedMark.h"
 
+#include "platform/DateFormatter.h"
+
 #include <QHashFunctions>
 #include <QRandomGenerator>
-
-#include <DateFormatter.h>
 
 namespace pelorinnews {
 

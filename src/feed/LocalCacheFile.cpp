@@ -1,11 +1,12 @@
 #include "LocalCacheFile.h"
 
+#include "platform/FileError.h"
+#include "platform/FileReplacement.h"
+#include "platform/RegularFile.h"
+
 #include <QStringDecoder>
 #include <QtEndian>
 
-#include <FileError.h>
-#include <FileReplacement.h>
-#include <RegularFile.h>
 #include <algorithm>
 
 namespace pelorinnews {

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "network/NetworkUrlLoader.h"
+#include "platform/FileStamp.h"
+
 #include <pelorinnews/Error.h>
 
 #include <QByteArrayView>
 #include <QString>
 
-#include <FileStamp.h>
-#include <NetworkUrlLoader.h>
 #include <optional>
 
 namespace pelorinnews {

@@ -2,13 +2,13 @@
 
 #include "FeedExchange.h"
 #include "OlvNewsParser.h"
+#include "logging/LogMessage.h"
+#include "logging/LogVocabulary.h"
+#include "platform/HostBundle.h"
 
 #include <QFile>
 #include <QStandardPaths>
 
-#include <HostBundle.h>
-#include <LogMessage.h>
-#include <LogVocabulary.h>
 #include <filesystem>
 #include <system_error>
 

@@ -5,6 +5,9 @@
 #include "LocalCacheFile.h"
 #include "OlvNewsCacheItem.h"
 #include "OlvNewsItemList.h"
+#include "network/UrlLoader.h"
+#include "platform/GuardedSlot.h"
+#include "platform/OperationQueue.h"
 
 #include <pelorinnews/Error.h>
 #include <pelorinnews/OlvLogger.h>
@@ -14,9 +17,6 @@
 #include <QUrl>
 #include <QVariantMap>
 
-#include <GuardedSlot.h>
-#include <OperationQueue.h>
-#include <UrlLoader.h>
 #include <atomic>
 #include <functional>
 #include <memory>

@@ -1,7 +1,7 @@
 #include "OlvNewsItemList.h"
 
-#include "Background.h"
-#include "MainQueue.h"
+#include "platform/Background.h"
+#include "platform/MainQueue.h"
 
 #include <utility>
 

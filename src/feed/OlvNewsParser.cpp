@@ -1,6 +1,6 @@
 #include "OlvNewsParser.h"
 
-#include "DateFormatter.h"
+#include "platform/DateFormatter.h"
 
 #include <QStringDecoder>
 

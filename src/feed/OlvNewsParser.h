@@ -1,7 +1,7 @@
 #pragma once
 
 #include "OlvNewsCacheItem.h"
-#include "XmlReader.h"
+#include "platform/XmlReader.h"
 
 #include <pelorinnews/Error.h>
 

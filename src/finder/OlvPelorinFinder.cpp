@@ -1,8 +1,8 @@
 #include "OlvPelorinFinder.h"
 
-#include "HostBundle.h"
-#include "MainQueue.h"
 #include "MetadataQueryCenter.h"
+#include "platform/HostBundle.h"
+#include "platform/MainQueue.h"
 
 #include <QObject>
 

@@ -1,6 +1,6 @@
 #include "OlvNewsConfiguration.h"
 
-#include "PreferredLanguages.h"
+#include "platform/PreferredLanguages.h"
 
 #include <utility>
 

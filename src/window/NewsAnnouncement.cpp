@@ -1,6 +1,6 @@
 #include "NewsAnnouncement.h"
 
-#include "OlvNewsCacheItem.h"
+#include "feed/OlvNewsCacheItem.h"
 
 namespace pelorinnews::NewsAnnouncement {
 

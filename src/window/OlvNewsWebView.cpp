@@ -2,10 +2,10 @@
 
 #include "KeyEquivalent.h"
 #include "NewsWebViewAccessible.h"
-#include "RendererLoader.h"
-#include "RichTextMimeData.h"
-#include "RichTextWriter.h"
 #include "WindowAccessibles.h"
+#include "rendering/RendererLoader.h"
+#include "richtext/RichTextMimeData.h"
+#include "richtext/RichTextWriter.h"
 
 #include <QAccessible>
 #include <QClipboard>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NewsRenderer.h"
+#include "rendering/NewsRenderer.h"
 
 #include <QWidget>
 

@@ -2,16 +2,16 @@
 
 #include "OlvNewsWindowController.h"
 
-#include "LogMessage.h"
-#include "LogVocabulary.h"
-#include "MainQueue.h"
-#include "ModuleBundle.h"
-#include "OlvLocalization.h"
 #include "OwnerlessControllers.h"
-#include "SleepAwareTimer.h"
 #include "WindowDescription.h"
 #include "WindowEdges.h"
 #include "WindowPlacement.h"
+#include "logging/LogMessage.h"
+#include "logging/LogVocabulary.h"
+#include "platform/MainQueue.h"
+#include "platform/ModuleBundle.h"
+#include "platform/OlvLocalization.h"
+#include "platform/SleepAwareTimer.h"
 
 #include <QApplication>
 #include <QEvent>

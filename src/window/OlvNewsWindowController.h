@@ -1,13 +1,13 @@
 #pragma once
 
-#include "GuardedSlot.h"
-#include "NewsRenderer.h"
-#include "OlvNewsCacheFiltered.h"
-#include "OlvNewsConfiguration.h"
 #include "OlvNewsWebView.h"
 #include "OlvNewsWindow.h"
 #include "OptionsFold.h"
 #include "WindowServices.h"
+#include "feed/OlvNewsCacheFiltered.h"
+#include "platform/GuardedSlot.h"
+#include "rendering/NewsRenderer.h"
+#include "settings/OlvNewsConfiguration.h"
 
 #include <pelorinnews/OlvLogger.h>
 

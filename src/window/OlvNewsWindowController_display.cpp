@@ -1,10 +1,10 @@
 // Showing the items, and stepping through them.
 
-#include "MainQueue.h"
-#include "OlvLocalization.h"
 #include "OlvNewsFilterMenuItem.h"
 #include "OlvNewsTypeFilterMenuItem.h"
 #include "OlvNewsWindowController.h"
+#include "platform/MainQueue.h"
+#include "platform/OlvLocalization.h"
 
 #include <QAbstractItemView>
 #include <QDesktopServices>

@@ -1,8 +1,8 @@
 // Announcing news while the window is closed, and what a click on an announcement does.
 
 #include "NewsAnnouncement.h"
-#include "OlvLocalization.h"
 #include "OlvNewsWindowController.h"
+#include "platform/OlvLocalization.h"
 
 #include <QGuiApplication>
 

@@ -1,6 +1,6 @@
 #include "WindowServices.h"
 
-#include "DesktopNotificationCenter.h"
+#include "notifications/DesktopNotificationCenter.h"
 
 namespace pelorinnews {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OlvPelorinFinder.h"
+#include "finder/OlvPelorinFinder.h"
 
 #include <pelorinnews/NotificationCenter.h>
 

@@ -1,10 +1,10 @@
 #include "CacheTesting.h"
 #include "FeedServer.h"
-#include "HostBundle.h"
-#include "NetworkUrlLoader.h"
-#include "OlvNewsCacheFiltered.h"
 #include "TestMain.h"
-#include "TransportError.h"
+#include "feed/OlvNewsCacheFiltered.h"
+#include "network/NetworkUrlLoader.h"
+#include "network/TransportError.h"
+#include "platform/HostBundle.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OlvNewsCache.h"
+#include "feed/OlvNewsCache.h"
 
 #include <QDateTime>
 #include <QDir>

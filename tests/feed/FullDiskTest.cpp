@@ -1,11 +1,11 @@
 #include "CacheTesting.h"
-#include "HostBundle.h"
-#include "LocalCacheFile.h"
-#include "LogMessage.h"
 #include "RecordingLogger.h"
 #include "ScriptedLoader.h"
 #include "SmallDisk.h"
 #include "TestMain.h"
+#include "feed/LocalCacheFile.h"
+#include "logging/LogMessage.h"
+#include "platform/HostBundle.h"
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;

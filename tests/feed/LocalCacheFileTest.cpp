@@ -1,7 +1,7 @@
 #include "CacheTesting.h"
-#include "LocalCacheFile.h"
 #include "SpecialFile.h"
 #include "TestMain.h"
+#include "feed/LocalCacheFile.h"
 
 #include <QTemporaryDir>
 

@@ -1,8 +1,8 @@
 #include "CacheTesting.h"
-#include "HostBundle.h"
-#include "OlvNewsCacheFiltered.h"
 #include "ScriptedLoader.h"
 #include "TestMain.h"
+#include "feed/OlvNewsCacheFiltered.h"
+#include "platform/HostBundle.h"
 
 #include <limits>
 

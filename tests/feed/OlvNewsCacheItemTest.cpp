@@ -1,5 +1,5 @@
-#include "OlvNewsCacheItem.h"
 #include "TestMain.h"
+#include "feed/OlvNewsCacheItem.h"
 
 #include <atomic>
 #include <thread>

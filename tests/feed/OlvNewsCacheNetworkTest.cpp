@@ -1,13 +1,13 @@
 #include "CacheTesting.h"
 #include "DevelopmentCertificates.h"
 #include "FeedServer.h"
-#include "HostBundle.h"
-#include "LogVocabulary.h"
-#include "NetworkUrlLoader.h"
-#include "OlvNewsCacheFiltered.h"
 #include "RecordingLogger.h"
 #include "TestMain.h"
-#include "TransportError.h"
+#include "feed/OlvNewsCacheFiltered.h"
+#include "logging/LogVocabulary.h"
+#include "network/NetworkUrlLoader.h"
+#include "network/TransportError.h"
+#include "platform/HostBundle.h"
 
 #include <QSslConfiguration>
 #include <QTcpServer>

@@ -1,10 +1,10 @@
 #include "CacheTesting.h"
-#include "HostBundle.h"
-#include "LogVocabulary.h"
-#include "OlvNewsItemList.h"
 #include "RecordingLogger.h"
 #include "ScriptedLoader.h"
 #include "TestMain.h"
+#include "feed/OlvNewsItemList.h"
+#include "logging/LogVocabulary.h"
+#include "platform/HostBundle.h"
 
 #include <QSemaphore>
 

@@ -1,9 +1,9 @@
 #include "CacheTesting.h"
-#include "HostBundle.h"
-#include "OlvNewsCacheFiltered.h"
 #include "RecordingLogger.h"
 #include "ScriptedLoader.h"
 #include "TestMain.h"
+#include "feed/OlvNewsCacheFiltered.h"
+#include "platform/HostBundle.h"
 
 #include <QSemaphore>
 

@@ -1,5 +1,5 @@
-#include "OlvNewsParser.h"
 #include "TestMain.h"
+#include "feed/OlvNewsParser.h"
 
 #include <thread>
 #include <vector>

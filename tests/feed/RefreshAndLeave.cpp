@@ -2,7 +2,7 @@
 // "waiting" (soon, before the answer is whole) or "working" (later, when a big answer may be being
 // worked on). What must not happen shows in the exit status.
 
-#include "OlvNewsCacheFiltered.h"
+#include "feed/OlvNewsCacheFiltered.h"
 
 #include <QCoreApplication>
 #include <QThread>

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "network/UrlLoader.h"
+
 #include <QList>
 
-#include <UrlLoader.h>
 #include <deque>
 #include <mutex>
 #include <utility>

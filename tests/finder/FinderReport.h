@@ -1,8 +1,8 @@
 #pragma once
 
-#include "HostBundle.h"
-#include "OlvPelorinFinder.h"
 #include "SearchThreads.h"
+#include "finder/OlvPelorinFinder.h"
+#include "platform/HostBundle.h"
 
 #include <QCoreApplication>
 #include <QProcess>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MountTable.h"
+#include "finder/MountTable.h"
 
 #include <QFile>
 #include <QProcess>

@@ -1,8 +1,8 @@
-#include "MetadataQueryCenter.h"
-#include "OlvPelorinFinder.h"
 #include "SearchThreads.h"
 #include "TestMain.h"
 #include "TrackerSession.h"
+#include "finder/MetadataQueryCenter.h"
+#include "finder/OlvPelorinFinder.h"
 
 #include <QDir>
 #include <QElapsedTimer>

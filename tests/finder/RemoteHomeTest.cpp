@@ -1,12 +1,12 @@
 // The home folder on file systems that are not this computer's own disks: a real FUSE one and a
-// real overlay. What the others are like the mount table tells (platform.search_scope).
+// real overlay. What the others are like the mount table tells (finder.search_scope).
 
-#include "FilePaths.h"
-#include "MetadataQueryCenter.h"
 #include "Mounts.h"
-#include "OlvPelorinFinder.h"
 #include "SearchThreads.h"
 #include "TestHome.h"
+#include "finder/MetadataQueryCenter.h"
+#include "finder/OlvPelorinFinder.h"
+#include "platform/FilePaths.h"
 
 #include <QCoreApplication>
 #include <QDir>

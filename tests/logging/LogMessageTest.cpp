@@ -1,8 +1,8 @@
-#include "GuardedSlot.h"
-#include "LogMessage.h"
-#include "LogVocabulary.h"
 #include "RecordingLogger.h"
 #include "TestMain.h"
+#include "logging/LogMessage.h"
+#include "logging/LogVocabulary.h"
+#include "platform/GuardedSlot.h"
 
 #include <atomic>
 #include <limits>

@@ -1,5 +1,5 @@
-#include "DateFormatter.h"
 #include "TestMain.h"
+#include "platform/DateFormatter.h"
 
 #include <QProcess>
 

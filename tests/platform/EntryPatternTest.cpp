@@ -1,5 +1,5 @@
-#include "EntryPattern.h"
 #include "TestMain.h"
+#include "platform/EntryPattern.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,5 +1,5 @@
-#include "FileNamePattern.h"
 #include "TestMain.h"
+#include "platform/FileNamePattern.h"
 
 namespace pelorinnews::test {
 

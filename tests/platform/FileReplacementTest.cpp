@@ -1,8 +1,8 @@
-#include "FileReplacement.h"
-#include "RegularFile.h"
 #include "SmallDisk.h"
 #include "SpecialFile.h"
 #include "TestMain.h"
+#include "platform/FileReplacement.h"
+#include "platform/RegularFile.h"
 
 #include <QDir>
 #include <QProcess>

@@ -1,6 +1,6 @@
-#include "HostBundle.h"
-#include "HostBundleLocation.h"
 #include "TestMain.h"
+#include "platform/HostBundle.h"
+#include "platform/HostBundleLocation.h"
 
 #include <QDir>
 #include <QFile>

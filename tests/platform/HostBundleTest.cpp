@@ -1,5 +1,5 @@
-#include "HostBundle.h"
 #include "TestMain.h"
+#include "platform/HostBundle.h"
 
 #include <QFileInfo>
 

@@ -1,5 +1,5 @@
-#include "LibraryPages.h"
 #include "TestHome.h"
+#include "platform/LibraryPages.h"
 
 #include <QFile>
 #include <QTest>

@@ -1,5 +1,5 @@
-#include "MainQueue.h"
 #include "TestHome.h"
+#include "platform/MainQueue.h"
 
 #include <QCoreApplication>
 #include <QTest>

@@ -1,5 +1,5 @@
-#include "OlvLocalization.h"
 #include "TestMain.h"
+#include "platform/OlvLocalization.h"
 
 #include <QRegularExpression>
 #include <QTranslator>

@@ -1,6 +1,6 @@
-#include "Background.h"
-#include "OperationQueue.h"
 #include "TestHome.h"
+#include "platform/Background.h"
+#include "platform/OperationQueue.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -1,5 +1,5 @@
-#include "SleepAwareTimer.h"
 #include "TestMain.h"
+#include "platform/SleepAwareTimer.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -1,5 +1,5 @@
 #include "TestMain.h"
-#include "XmlReader.h"
+#include "platform/XmlReader.h"
 
 #include <expat.h>
 #include <sys/resource.h>

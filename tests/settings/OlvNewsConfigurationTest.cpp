@@ -1,6 +1,6 @@
-#include "OlvNewsConfiguration.h"
-#include "PreferredLanguages.h"
 #include "TestMain.h"
+#include "platform/PreferredLanguages.h"
+#include "settings/OlvNewsConfiguration.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 // The content view as accessibility clients ask it and change it.
 
-#include "OlvNewsWebView.h"
 #include "TestMain.h"
+#include "window/OlvNewsWebView.h"
 
 #include <QAccessible>
 #include <QApplication>

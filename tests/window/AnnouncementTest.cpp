@@ -1,10 +1,10 @@
 // When the controller announces news, and when it takes the announcement back.
 
 #include "HeldFeed.h"
-#include "OlvLocalization.h"
 #include "RecordingLogger.h"
 #include "TestMain.h"
 #include "WindowFixture.h"
+#include "platform/OlvLocalization.h"
 
 #include <QApplication>
 #include <QDir>

@@ -2,9 +2,9 @@
 // has only one, so this executable has but one test of it. Built twice: with
 // PELORIN_WITH_WEB_ENGINE the web renderer is beside it.
 
-#include "OlvLocalization.h"
 #include "TestMain.h"
 #include "WindowFixture.h"
+#include "platform/OlvLocalization.h"
 
 #include <QApplication>
 #include <QScreen>

@@ -1,5 +1,5 @@
-#include "KeyEquivalent.h"
 #include "TestMain.h"
+#include "window/KeyEquivalent.h"
 
 #include <QTest>
 

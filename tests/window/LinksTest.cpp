@@ -1,8 +1,8 @@
 // Where links of an item lead.
 
-#include "BareHttpLinks.h"
 #include "TestMain.h"
 #include "WindowFixture.h"
+#include "page/BareHttpLinks.h"
 
 #include <QApplication>
 #include <QDesktopServices>

@@ -1,7 +1,7 @@
-#include "DesktopNotificationCenter.h"
-#include "NewsAnnouncement.h"
-#include "OlvNewsCacheItem.h"
 #include "TestMain.h"
+#include "feed/OlvNewsCacheItem.h"
+#include "notifications/DesktopNotificationCenter.h"
+#include "window/NewsAnnouncement.h"
 
 #include <QTemporaryDir>
 #include <QTest>

@@ -1,7 +1,7 @@
 // Folding and unfolding the options area, with what a user may do in between.
 
-#include "OptionsFold.h"
 #include "TestMain.h"
+#include "window/OptionsFold.h"
 
 #include <QApplication>
 #include <QScreen>

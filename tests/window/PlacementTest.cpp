@@ -3,7 +3,7 @@
 
 #include "TestMain.h"
 #include "WindowFixture.h"
-#include "WindowPlacement.h"
+#include "window/WindowPlacement.h"
 
 #include <QApplication>
 #include <QProcess>

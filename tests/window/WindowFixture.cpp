@@ -1,9 +1,9 @@
 #include "WindowFixture.h"
 
-#include "DesktopNotificationCenter.h"
-#include "HostBundle.h"
-#include "OlvLocalization.h"
-#include "UserDefaults.h"
+#include "notifications/DesktopNotificationCenter.h"
+#include "platform/HostBundle.h"
+#include "platform/OlvLocalization.h"
+#include "settings/UserDefaults.h"
 
 #include <QApplication>
 #include <QLocale>

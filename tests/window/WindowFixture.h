@@ -1,7 +1,7 @@
 #pragma once
 
 #include "FeedServer.h"
-#include "OlvNewsWindowController.h"
+#include "window/OlvNewsWindowController.h"
 
 #include <QDateTime>
 #include <QTemporaryDir>

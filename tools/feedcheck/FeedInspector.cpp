@@ -1,8 +1,9 @@
 #include "FeedInspector.h"
 
+#include "feed/OlvNewsParser.h"
+
 #include <QRegularExpression>
 
-#include <OlvNewsParser.h>
 #include <algorithm>
 #include <array>
 

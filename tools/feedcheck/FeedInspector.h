@@ -1,11 +1,12 @@
 #pragma once
 
+#include "platform/XmlReader.h"
+
 #include <pelorinnews/PrintableText.h>
 
 #include <QString>
 #include <QStringView>
 
-#include <XmlReader.h>
 #include <map>
 #include <optional>
 #include <string>

@@ -1,8 +1,8 @@
 #include "FeedPreview.h"
 
-#include <QTemporaryDir>
+#include "settings/OlvNewsConfiguration.h"
 
-#include <OlvNewsConfiguration.h>
+#include <QTemporaryDir>
 
 namespace pelorinnews {
 

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "feed/OlvNewsCacheFiltered.h"
+
 #include <pelorinnews/Error.h>
 
 #include <QStringList>
 
-#include <OlvNewsCacheFiltered.h>
 #include <array>
 #include <set>
 

@@ -2,8 +2,8 @@
 
 #include "FeedPreview.h"
 #include "JsonOutput.h"
+#include "feed/OlvNewsParser.h"
 
-#include <OlvNewsParser.h>
 #include <algorithm>
 
 namespace pelorinnews {

@@ -1,12 +1,13 @@
 #include "FeedSource.h"
 
+#include "feed/FeedExchange.h"
+#include "feed/OlvNewsCache.h"
+#include "network/NetworkUrlLoader.h"
+#include "network/UrlLoader.h"
+
 #include <QFile>
 #include <QUrl>
 
-#include <FeedExchange.h>
-#include <NetworkUrlLoader.h>
-#include <OlvNewsCache.h>
-#include <UrlLoader.h>
 #include <cstdio>
 #include <future>
 #include <memory>

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "feed/OlvNewsCacheItem.h"
+
 #include <pelorinnews/Error.h>
 
 #include <QByteArray>
 #include <QString>
 
-#include <OlvNewsCacheItem.h>
 #include <optional>
 
 namespace pelorinnews {

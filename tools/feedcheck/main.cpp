@@ -1,15 +1,15 @@
 #include "FeedReport.h"
 #include "FeedSource.h"
 #include "JsonOutput.h"
+#include "feed/FeedExchange.h"
+#include "feed/OlvNewsParser.h"
+#include "platform/DateFormatter.h"
+#include "platform/PreferredLanguages.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QRegularExpression>
 
-#include <DateFormatter.h>
-#include <FeedExchange.h>
-#include <OlvNewsParser.h>
-#include <PreferredLanguages.h>
 #include <cstdio>
 
 using namespace pelorinnews;

@@ -1,11 +1,11 @@
 #include "DevelopmentCertificates.h"
 #include "FeedServer.h"
+#include "platform/FileReplacement.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
 
-#include <FileReplacement.h>
 #include <csignal>
 #include <cstdio>
 

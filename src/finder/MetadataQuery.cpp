@@ -1,0 +1,86 @@
+#include "MetadataQuery.h"
+
+#include "MetadataQueryCenter.h"
+#include "MetadataQueryWorker.h"
+#include "platform/ApplicationFolders.h"
+#include "platform/BackgroundTask.h"
+#include "platform/GuardedSlot.h"
+#include "platform/MainQueue.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <utility>
+
+namespace pelorinnews {
+
+struct MetadataQuery::State {
+    QStringList scopes{SearchScope::localComputer()};
+    EntryPattern predicate;
+    FileWalk::Bounds remoteBounds = defaultRemoteBounds;
+    GuardedSlot<std::shared_ptr<BackgroundTask>> task;
+    GuardedSlot<QStringList> results;
+};
+
+MetadataQuery::MetadataQuery() : state(std::make_shared<State>()) {}
+
+MetadataQuery::~MetadataQuery() {
+    stopQuery();
+}
+
+void MetadataQuery::setSearchScopes(const QStringList &scopes) {
+    state->scopes = scopes;
+}
+
+void MetadataQuery::setPredicate(const EntryPattern &predicate) {
+    state->predicate = predicate;
+}
+
+void MetadataQuery::setRemoteBounds(const FileWalk::Bounds &bounds) {
+    state->remoteBounds = bounds;
+}
+
+bool MetadataQuery::startQuery() {
+    if (state->task.get())
+        return false;
+    state->results.set({});
+    const MetadataQuery *identity = this;
+    MetadataQueryWorker::Search search{state->predicate, state->scopes,
+                                       QFile::encodeName(QDir::homePath()), applicationFolders(),
+                                       state->remoteBounds};
+    auto work = [weak = std::weak_ptr(state), identity, search](BackgroundTask &task) {
+        auto tell = [weak, identity, running = task.weak_from_this()](
+                        const QStringList &paths, MetadataQueryWorker::News news) {
+            MainQueue::dispatchAsync([weak, identity, running, paths, news] {
+                const auto query = weak.lock();
+                const auto teller = running.lock();
+                // What a search that was stopped had still to say is not said.
+                if (!query || !teller || query->task.get() != teller)
+                    return;
+                query->results.set(paths);
+                MetadataQueryCenter *center = MetadataQueryCenter::defaultCenter();
+                if (news == MetadataQueryWorker::News::gathered)
+                    Q_EMIT center->didFinishGathering(identity);
+                else
+                    Q_EMIT center->didUpdate(identity);
+            });
+        };
+        MetadataQueryWorker::run(task, search, std::move(tell));
+    };
+    auto task = BackgroundTask::start("pelorin-search", std::move(work));
+    if (!task)
+        return false;
+    state->task.set(std::move(task));
+    return true;
+}
+
+void MetadataQuery::stopQuery() {
+    if (const auto task = state->task.exchange(nullptr))
+        task->stop();
+}
+
+QStringList MetadataQuery::results() const {
+    return state->results.get();
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "FileIndexQuery.h"
+#include "FileWalk.h"
+#include "FolderWatch.h"
+#include "SearchScope.h"
+#include "platform/BackgroundTask.h"
+#include "platform/EntryPattern.h"
+#include "platform/FileDescriptor.h"
+#include "platform/GuardedSlot.h"
+
+#include <QByteArray>
+#include <QObject>
+#include <QStringList>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <vector>
+
+class QSocketNotifier;
+
+namespace pelorinnews {
+
+/// The search behind a metadata query, on its own thread: brings together what the index says, what
+/// a walk of the disks finds and what the watched folders report.
+///
+/// The walk looks at every folder, those included that the index covers: which of the folders in
+/// there it leaves out (hidden ones, ones under version control, ...) shows only in the folders
+/// themselves. The index is what keeps that part up to date afterwards.
+class MetadataQueryWorker : public QObject {
+    Q_OBJECT
+
+public:
+    struct Search {
+        EntryPattern predicate;
+        QStringList scopes;
+        QByteArray home;
+        std::vector<QByteArray> applicationFolders;
+        FileWalk::Bounds remoteBounds;  // of each root on a remote file system
+    };
+
+    enum class News { gathered, updated };
+    using Tell = std::function<void(const QStringList &paths, News news)>;
+
+    /// How far below a watched folder new folders are watched too.
+    static constexpr int deepestLevel = 3;
+
+    /// Searches until `task` is stopped.
+    static void run(BackgroundTask &task, const Search &search, Tell tell);
+
+private:
+    struct WalkResult {
+        FileDescriptor arrived;
+        GuardedSlot<std::vector<QByteArray>> matches;
+        GuardedSlot<std::vector<QByteArray>> unfinished;  // roots that reached their bounds
+    };
+
+    MetadataQueryWorker(const Search &search, Tell listener);
+    ~MetadataQueryWorker() override;
+
+    void start();
+    void walk(std::vector<QByteArray> roots);
+    void walkEnded(const std::vector<QByteArray> &roots, const WalkResult &result);
+    void indexAnswered(const std::vector<QByteArray> &paths);
+    void mountsChanged();
+    void foldersChanged();
+    void folderAppeared(const QByteArray &path, int level);
+
+    void watchApplicationFolders();
+    void watchAroundMatches();
+    bool watchFolder(const QByteArray &folder, int level, int depth);
+
+    void consider(const QByteArray &path);
+    void considerFound(const QByteArray &folder);
+    void settle();
+
+    EntryPattern pattern;
+    FileWalk::Bounds bounds;
+    QByteArray home;
+    SearchScope scope;
+    std::vector<QByteArray> applicationFolders;
+    Tell tell;
+
+    std::set<QByteArray> found;
+    std::set<QByteArray> unfinished;  // folders that no walk has read to their end
+    bool hasChanged = false;
+    bool hasWalked = false;
+    bool hasAskedIndex = false;
+    bool hasGathered = false;
+
+    FolderWatch watch;
+    std::map<QByteArray, int> levels;  // of the folders whose entries are watched
+    FileDescriptor mountInfo;
+    FileIndexQuery index;
+    std::shared_ptr<BackgroundTask> walkTask;
+    std::unique_ptr<QSocketNotifier> walkArrived;
+    std::vector<QByteArray> rootsToWalk;
+};
+
+}  // namespace pelorinnews

@@ -1,0 +1,131 @@
+#include "SearchScope.h"
+
+#include "platform/FilePaths.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <string_view>
+
+namespace pelorinnews {
+
+namespace {
+
+/// Whether one of the folders between `outer` and the entry at `path` matches.
+bool isInsideMatch(const QByteArray &path, const QByteArray &outer, const EntryPattern &pattern) {
+    qsizetype start = outer.endsWith('/') ? outer.size() : outer.size() + 1;
+    for (;;) {
+        const qsizetype end = path.indexOf('/', start);
+        if (end < 0)
+            return false;
+        const std::string_view name(path.constData() + start,
+                                    static_cast<std::size_t>(end - start));
+        if (!name.empty() && pattern.mayMatch(name, true))
+            return true;
+        start = end + 1;
+    }
+}
+
+}  // namespace
+
+QString SearchScope::localComputer() {
+    return QStringLiteral("local computer");
+}
+
+SearchScope::SearchScope(const QStringList &scopes, const QByteArray &homeFolder)
+    : isLocalComputer(scopes.contains(localComputer())) {
+    if (isLocalComputer) {
+        folders = {QByteArrayLiteral("/")};
+        home = homeFolder.startsWith('/') ? FilePaths::canonical(homeFolder) : QByteArray();
+        return;
+    }
+    for (const QString &scope : scopes) {
+        QByteArray folder = FilePaths::canonical(QFile::encodeName(scope));
+        if (!folder.isEmpty())
+            folders.push_back(std::move(folder));
+    }
+}
+
+void SearchScope::setMounts(MountTable table) {
+    mounts = std::move(table);
+    shownElsewhere.clear();
+    for (const MountTable::Mount &mount : mounts.mounts()) {
+        const bool showsHome = isHomesMount(mount);
+        if (!showsHome && !(mount.local && mount.type == "overlay"))
+            continue;
+        const QByteArray shown = showsHome ? home : mount.mountPoint;
+        const QByteArray below = shown.mid(mount.mountPoint == "/" ? 0 : mount.mountPoint.size());
+        for (const QByteArray &layer : mount.layers) {
+            const QByteArray folder = FilePaths::canonical(
+                layer + (mount.root == "/" ? QByteArray() : mount.root) + below);
+            if (!folder.isEmpty() && !MountTable::isAtOrBelow(shown, folder))
+                shownElsewhere.push_back(folder);
+        }
+    }
+}
+
+bool SearchScope::isHomesMount(const MountTable::Mount &mount) const {
+    return !home.isEmpty() && mount.remote && mounts.mountOf(home) == &mount;
+}
+
+bool SearchScope::isRemote(const QByteArray &root) const {
+    const MountTable::Mount *mount = mounts.mountOf(root);
+    return mount && mount->remote;
+}
+
+std::vector<QByteArray> SearchScope::roots(const EntryPattern &pattern) const {
+    std::vector<QByteArray> found;
+    if (!isLocalComputer)
+        found = folders;
+    for (const MountTable::Mount &mount : mounts.mounts()) {
+        const QByteArray &point = mount.mountPoint;
+        const bool isExtra =
+            isLocalComputer || std::find(folders.begin(), folders.end(), point) == folders.end();
+        // The slash makes the mount point itself one of the folders that must not match.
+        if (mount.local && isExtra && contains(FilePaths::joined(point, {}), pattern))
+            found.push_back(point);
+    }
+    // Last: it may take long.
+    const MountTable::Mount *homesMount = home.isEmpty() ? nullptr : mounts.mountOf(home);
+    if (homesMount && homesMount->remote && contains(FilePaths::joined(home, {}), pattern))
+        found.push_back(home);
+    return found;
+}
+
+bool SearchScope::contains(const QByteArray &path, const EntryPattern &pattern) const {
+    const MountTable::Mount *mount = mounts.mountOf(path);
+    const bool isShownElsewhere = std::any_of(
+        shownElsewhere.begin(), shownElsewhere.end(),
+        [&path](const QByteArray &folder) { return MountTable::isAtOrBelow(path, folder); });
+    if (isShownElsewhere)
+        return false;
+    const bool isInHome = mount && isHomesMount(*mount) && MountTable::isAtOrBelow(path, home);
+    for (const QByteArray &folder : folders) {
+        if (!MountTable::isAtOrBelow(path, folder) || isInsideMatch(path, folder, pattern))
+            continue;
+        if (isInHome || (mount && mount->local) ||
+            (!isLocalComputer && mounts.mountOf(folder) == mount))
+            return true;
+    }
+    return false;
+}
+
+std::optional<QByteArray> SearchScope::located(const QByteArray &path,
+                                               const EntryPattern &pattern) const {
+    const qsizetype slash = path.lastIndexOf('/');
+    const QByteArray name = path.mid(slash + 1);
+    if (slash < 0 ||
+        !pattern.names().matches({name.constData(), static_cast<std::size_t>(name.size())}))
+        return std::nullopt;
+    const QByteArray holder = FilePaths::canonical(FilePaths::parentOf(path));
+    if (holder.isEmpty())
+        return std::nullopt;
+    // The entry belongs to the file system that its folder is on: something mounted at the entry
+    // itself, or a link it may be, does not change where it is.
+    QByteArray place = FilePaths::joined(holder, name);
+    if (!pattern.matches(place) || !contains(FilePaths::joined(holder, {}), pattern))
+        return std::nullopt;
+    return place;
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,150 @@
+#include "DesktopNotificationCenter.h"
+
+#include "platform/GuardedSlot.h"
+#include "platform/HostBundle.h"
+#include "platform/MainQueue.h"
+#include "platform/ModuleBundle.h"
+#include "platform/OlvLocalization.h"
+
+#include <QCoreApplication>
+#include <QDir>
+
+#include <utility>
+
+namespace pelorinnews {
+
+namespace {
+
+QString openLabel() {
+    OlvLocalization localization;
+    localization.setBundle(ModuleBundle::resourceFolder());
+    localization.setTable(QStringLiteral("Localizable"));
+    return localization.stringForKey(QStringLiteral("NotificationCenterOpen"));
+}
+
+// Main thread only.
+NotificationSender hostAsSender() {
+    NotificationSender sender;
+    sender.identifier = HostBundle::mainBundle().identifier();
+    sender.applicationName = QCoreApplication::applicationName();
+    sender.actionLabel = openLabel();
+    sender.stateFolder = DesktopNotificationCenter::stateFolder(sender.identifier);
+    return sender;
+}
+
+}  // namespace
+
+struct DesktopNotificationCenter::Shared {
+    const std::shared_ptr<NotificationList> list = std::make_shared<NotificationList>();
+    const std::shared_ptr<NotificationProgress> progress = std::make_shared<NotificationProgress>();
+    GuardedSlot<std::weak_ptr<NotificationCenterDelegate>> delegate;
+    std::unique_ptr<NotificationThread> thread;
+
+    /// Main thread only.
+    void askDelegate() {
+        const std::vector<UserNotification> notifications = list->unasked();
+        for (const UserNotification &notification : notifications) {
+            const auto asked = delegate.get().lock();
+            list->answer(
+                notification.identity,
+                !asked || asked->userNotificationCenterShouldPresentNotification(notification));
+        }
+        if (!notifications.empty())
+            thread->wake();
+    }
+
+    /// Main thread only.
+    void tellDelegate(const UserNotification &notification) {
+        if (const auto told = delegate.get().lock())
+            told->userNotificationCenterDidActivateNotification(notification);
+    }
+};
+
+DesktopNotificationCenter::DesktopNotificationCenter(const NotificationSender &sender)
+    : registry(sender.stateFolder), shared(std::make_shared<Shared>()) {
+    const std::weak_ptr<Shared> weakly = shared;
+    shared->thread = std::make_unique<NotificationThread>(
+        sender, shared->list, shared->progress, [weakly](const UserNotification &notification) {
+            MainQueue::dispatchAsync([weakly, notification] {
+                if (const auto alive = weakly.lock())
+                    alive->tellDelegate(notification);
+            });
+        });
+}
+
+DesktopNotificationCenter::~DesktopNotificationCenter() {
+    shutDown();
+}
+
+std::shared_ptr<DesktopNotificationCenter>
+DesktopNotificationCenter::defaultUserNotificationCenter() {
+    if (!MainQueue::isMainThread())
+        return nullptr;
+    static std::shared_ptr<DesktopNotificationCenter> center;
+    if (!center) {
+        center = std::make_shared<DesktopNotificationCenter>(hostAsSender());
+        // Before the objects go that the thread's event loop needs.
+        qAddPostRoutine([] { std::exchange(center, nullptr)->shutDown(); });
+    }
+    return center;
+}
+
+QString DesktopNotificationCenter::stateFolder(const QString &identifier) {
+    const QString stated = qEnvironmentVariable("XDG_STATE_HOME");
+    const QString base = QDir::isAbsolutePath(stated)
+                             ? stated
+                             : QDir::home().filePath(QStringLiteral(".local/state"));
+    return QDir(base).filePath(identifier);
+}
+
+void DesktopNotificationCenter::deliverNotification(const UserNotification &notification) {
+    const bool isAsked =
+        shared->delegate.get().expired() || QCoreApplication::instance() == nullptr;
+    shared->list->add(notification, isAsked ? NotificationList::Presentation::Asked
+                                            : NotificationList::Presentation::Unasked);
+    if (isAsked)
+        shared->thread->wake();
+    else
+        MainQueue::dispatchAsync([asking = shared] { asking->askDelegate(); });
+}
+
+QList<UserNotification> DesktopNotificationCenter::deliveredNotifications() const {
+    readRegistry();
+    return shared->list->delivered();
+}
+
+void DesktopNotificationCenter::removeDeliveredNotification(const UserNotification &notification) {
+    if (shared->list->remove(notification.identity))
+        shared->thread->wake();
+}
+
+void DesktopNotificationCenter::setDelegate(std::weak_ptr<NotificationCenterDelegate> delegate) {
+    shared->delegate.set(std::move(delegate));
+    readRegistry();
+}
+
+bool DesktopNotificationCenter::flush(std::chrono::milliseconds timeout) {
+    if (MainQueue::isMainThread())
+        shared->askDelegate();
+    return !shared->thread->isRunning() || shared->progress->waitUntilSettled(timeout);
+}
+
+void DesktopNotificationCenter::shutDown() {
+    shared->thread->stop(shutDownTimeout);
+}
+
+bool DesktopNotificationCenter::isActive() const {
+    return shared->thread->isRunning();
+}
+
+void DesktopNotificationCenter::readRegistry() const {
+    const auto contents = registry.read();
+    if (!contents)
+        return;
+    shared->list->merge(*contents);
+    // What was taken on trust is to be checked with the bus, and its clicks are to be heard.
+    if (!contents->entries.empty())
+        shared->thread->start();
+}
+
+}  // namespace pelorinnews

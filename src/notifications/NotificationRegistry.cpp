@@ -1,0 +1,135 @@
+#include "NotificationRegistry.h"
+
+#include "RegistryFormat.h"
+#include "platform/FilePaths.h"
+#include "platform/FileReplacement.h"
+#include "platform/RegularFile.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QLockFile>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace pelorinnews {
+
+namespace {
+
+/// A file that was changed so recently may be changed again without a change of its stamp: the
+/// clocks of file systems tick this seldom, in nanoseconds.
+constexpr qint64 coarsestTick = 2'000'000'000;
+
+bool isSettled(const FileStamp &stamp) {
+    const qint64 now = QDateTime::currentMSecsSinceEpoch() * 1'000'000;
+    return std::max(stamp.changed, stamp.modified) < now - coarsestTick;
+}
+
+bool hasIdentity(const RegistryEntry &entry, const QString &identity) {
+    return entry.notification.identity == identity;
+}
+
+/// Returns the identities that `change` erased.
+QStringList applyTo(RegistryContents &contents, const RegistryChange &change) {
+    std::vector<RegistryEntry> &entries = contents.entries;
+    if (contents.bus != change.bus || contents.server != change.server)
+        entries.clear();
+    contents.bus = change.bus;
+    contents.server = change.server;
+    contents.serial = std::max(contents.serial, change.serial) + 1;
+    QStringList removed;
+    std::erase_if(entries, [&change, &removed](const RegistryEntry &entry) {
+        const bool isErased = change.erased.contains(entry.notification.identity);
+        if (isErased)
+            removed.append(entry.notification.identity);
+        return isErased;
+    });
+    for (const RegistryEntry &added : change.put) {
+        const auto found =
+            std::find_if(entries.begin(), entries.end(), [&added](const auto &entry) {
+                return hasIdentity(entry, added.notification.identity);
+            });
+        if (found == entries.end())
+            entries.push_back(RegistryFormat::kept(added));
+        else
+            *found = RegistryFormat::kept(added);
+    }
+    if (entries.size() > NotificationRegistry::maximumEntries) {
+        const auto excess = entries.size() - NotificationRegistry::maximumEntries;
+        entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(excess));
+    }
+    return removed;
+}
+
+}  // namespace
+
+NotificationRegistry::NotificationRegistry(const QString &folder)
+    : folderPath(folder), filePath(QDir(folder).filePath(QStringLiteral("notifications.json"))) {}
+
+std::optional<RegistryContents> NotificationRegistry::read() const {
+    const auto seen = look();
+    return seen ? seen->contents : std::nullopt;
+}
+
+std::shared_ptr<const NotificationRegistry::Seen> NotificationRegistry::look() const {
+    Error unused;
+    auto file = RegularFile::open(filePath, &unused);
+    if (!file)
+        return nullptr;
+    const auto last = lastRead.get();
+    if (last && last->stamp == file->stamp())
+        return last;
+    Seen seen{file->stamp(), std::nullopt};
+    if (seen.stamp.size <= RegistryFormat::largestFile) {
+        QByteArray bytes(seen.stamp.size, Qt::Uninitialized);
+        if (!file->read(bytes.data(), bytes.size(), &unused))
+            return nullptr;
+        seen.contents = RegistryFormat::read(bytes);
+    }
+    const auto shared = std::make_shared<const Seen>(std::move(seen));
+    lastRead.set(isSettled(shared->stamp) ? shared : nullptr);
+    return shared;
+}
+
+std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange &change,
+                                                            QStringList *removed) const {
+    if (removed)
+        removed->clear();
+    const QString lockPath = filePath + QStringLiteral(".lock");
+    // A lock file that is a pipe would block whoever looks whether its owner is still there.
+    if (!QDir().mkpath(folderPath) || !RegularFile::isRegularOrAbsent(filePath) ||
+        !RegularFile::isRegularOrAbsent(lockPath))
+        return std::nullopt;
+    QLockFile lock(lockPath);
+    if (!lock.tryLock(lockTimeout))
+        return std::nullopt;
+
+    const auto seen = look();
+    if (!seen && QFile::exists(filePath))
+        return std::nullopt;
+    RegistryContents contents =
+        seen ? seen->contents.value_or(RegistryContents()) : RegistryContents();
+    QStringList erased = applyTo(contents, change);
+
+    FileReplacement file(filePath);
+    // Titles of what a person was told are nobody else's business.
+    file.setPermissions(S_IRUSR | S_IWUSR);
+    file.write(RegistryFormat::write(contents));
+    // Not before there is something to put in its place: the disk may be full.
+    if (seen && !seen->contents && !file.error())
+        setAside();
+    if (!file.commit())
+        return std::nullopt;
+    if (removed)
+        *removed = std::move(erased);
+    return contents;
+}
+
+void NotificationRegistry::setAside() const {
+    // Of a link the target: a new one is made in its place.
+    const QByteArray target = FilePaths::endOfLinks(QFile::encodeName(filePath));
+    std::rename(target.constData(), (target + ".corrupt").constData());
+}
+
+}  // namespace pelorinnews

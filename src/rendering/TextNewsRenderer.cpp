@@ -1,0 +1,194 @@
+#include "TextNewsRenderer.h"
+
+#include "page/BareHttpLinks.h"
+#include "page/BoundedHtml.h"
+#include "page/HtmlDocumentRepair.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QFrame>
+#include <QImage>
+#include <QMouseEvent>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextFrame>
+#include <QTextLayout>
+
+#include <utility>
+#include <vector>
+
+namespace pelorinnews {
+
+namespace {
+
+// What browsers give a page that asks for nothing else.
+constexpr int standardFontPixels = 16;
+constexpr qreal pageMargin = 8;
+
+/// Puts the text that stands for a picture (`alt`) in the place of each that is not shown, which is
+/// else a hole of the picture's size.
+void tellOfPicturesLeftOut(QTextDocument &document) {
+    struct LeftOut {
+        int position;
+        int length;
+        QTextCharFormat format;
+    };
+    std::vector<LeftOut> all;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        for (auto each = block.begin(); !each.atEnd(); ++each) {
+            const QTextFragment fragment = each.fragment();
+            const QTextCharFormat format = fragment.charFormat();
+            if (!format.isImageFormat())
+                continue;
+            const QUrl name(format.toImageFormat().name());
+            const QVariant picture = document.resource(QTextDocument::ImageResource, name);
+            if (picture.typeId() != QMetaType::QPixmap)
+                all.push_back({fragment.position(), fragment.length(), format});
+        }
+    }
+    QTextCursor cursor(&document);
+    cursor.beginEditBlock();
+    // From the end, since texts are longer than what they replace.
+    for (auto each = all.rbegin(); each != all.rend(); ++each) {
+        cursor.setPosition(each->position);
+        cursor.setPosition(each->position + each->length, QTextCursor::KeepAnchor);
+        QTextCharFormat format = each->format;
+        const QString text = format.stringProperty(QTextFormat::ImageAltText).simplified();
+        format.setObjectType(QTextFormat::NoObject);
+        for (const int property : {QTextFormat::ImageName, QTextFormat::ImageAltText,
+                                   QTextFormat::ImageWidth, QTextFormat::ImageHeight})
+            format.clearProperty(property);
+        cursor.insertText(text, format);
+    }
+    cursor.endEditBlock();
+}
+
+}  // namespace
+
+TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
+    setFocusPolicy(Qt::NoFocus);
+    setContextMenuPolicy(Qt::NoContextMenu);
+    setFrameShape(QFrame::NoFrame);
+    setOpenLinks(false);
+    setUndoRedoEnabled(false);
+    document()->setDocumentMargin(pageMargin);
+
+    // A page is black on white unless it says otherwise, whatever the desktop's colours.
+    QPalette colours = palette();
+    colours.setColor(QPalette::Base, Qt::white);
+    colours.setColor(QPalette::Text, Qt::black);
+    setPalette(colours);
+
+    connect(this, &QTextBrowser::anchorClicked, this,
+            [this](const QUrl &link) { reportClick(link.toString(QUrl::FullyEncoded)); });
+}
+
+// The page never goes anywhere by itself, so it does not matter what the delegate decides.
+void TextNewsRenderer::reportClick(const QString &link) {
+    if (_policy)
+        _policy->webViewDecidePolicyForNavigationAction(NavigationType::LinkClicked,
+                                                        resolvedAgainstBareHttp(link));
+}
+
+void TextNewsRenderer::loadHtmlString(const QString &html) {
+    _pictures = {};
+    _page = BoundedHtml::beginning(html);
+    // Without its scroll bar, a long page would be laid out twice.
+    setVerticalScrollBarPolicy(_page.isLong ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAsNeeded);
+    setHtml(_page.html);
+    tellOfPicturesLeftOut(*document());
+    repairHtmlDocument(*document(), _page.items);
+    verticalScrollBar()->setValue(0);
+}
+
+void TextNewsRenderer::setStandardFontFamily(const QString &family) {
+    QFont font(family);
+    font.setPixelSize(standardFontPixels);
+    document()->setDefaultFont(font);
+}
+
+// Something is always given: where nothing is, the document looks for a file of that name itself,
+// and shows it.
+QVariant TextNewsRenderer::loadResource(int type, const QUrl &name) {
+    if (type != QTextDocument::ImageResource)
+        return QByteArray("");
+    const QImage picture = _pictures.read(_page.pictureAddress(name.toString())).image;
+    if (!picture.isNull())
+        return QPixmap::fromImage(picture);
+    static const QImage nothing = [] {
+        QImage image(1, 1, QImage::Format_ARGB32);
+        image.fill(Qt::transparent);
+        return image;
+    }();
+    return nothing;
+}
+
+void TextNewsRenderer::paintEvent(QPaintEvent *event) {
+    QTextBrowser::paintEvent(event);
+    if (_page.items.empty())
+        return;
+    QPainter painter(viewport());
+    painter.setClipRect(event->rect());
+    const QPointF scrolled(horizontalScrollBar()->value(), verticalScrollBar()->value());
+    const QRectF visible = QRectF(event->rect()).translated(scrolled);
+    // Cells stand beside each other, so of a table that is seen all blocks are looked at.
+    const QTextFrame *const root = document()->rootFrame();
+    QTextBlock block = cursorForPosition(event->rect().topLeft()).block();
+    const QTextFrame *frame = document()->frameAt(block.position());
+    while (frame != root && frame->parentFrame() != root)
+        frame = frame->parentFrame();
+    if (frame != root)
+        block = document()->findBlock(frame->firstPosition());
+    painter.translate(-scrolled);
+    for (; block.isValid(); block = block.next()) {
+        const QRectF place = document()->documentLayout()->blockBoundingRect(block);
+        if (place.top() > visible.bottom() && document()->frameAt(block.position()) == root)
+            return;
+        if (block.userState() >= 0 && place.bottom() >= visible.top() &&
+            place.top() <= visible.bottom())
+            paintMarker(painter, block, place.topLeft());
+    }
+}
+
+void TextNewsRenderer::paintMarker(QPainter &painter, const QTextBlock &block,
+                                   const QPointF &place) const {
+    const auto item = static_cast<std::size_t>(block.userState());
+    if (item >= _page.items.size() || block.layout()->lineCount() == 0)
+        return;
+    const QTextLine line = block.layout()->lineAt(0);
+    const QTextCharFormat format =
+        block.begin().atEnd() ? block.charFormat() : block.begin().fragment().charFormat();
+    QFont font = format.font();
+    // A painter would put the widget's font in the place of the document's.
+    font.setResolveMask(QFont::AllPropertiesResolved);
+    const QFontMetricsF metrics(font);
+    const QString text = markerText(_page.items[item]);
+    const qreal space = metrics.horizontalAdvance(QLatin1Char(' '));
+    const bool rightToLeft = block.textDirection() == Qt::RightToLeft;
+    const QRectF lines = line.naturalTextRect();
+    const qreal x = rightToLeft ? lines.right() + space
+                                : lines.left() - space - metrics.horizontalAdvance(text);
+    painter.setFont(font);
+    painter.setLayoutDirection(block.textDirection());
+    painter.setPen(format.hasProperty(QTextFormat::ForegroundBrush) ? format.foreground().color()
+                                                                    : palette().text().color());
+    painter.drawText(place + QPointF(x, line.y() + line.ascent()), text);
+}
+
+void TextNewsRenderer::doSetSource(const QUrl &, QTextDocument::ResourceType) {}
+
+void TextNewsRenderer::mousePressEvent(QMouseEvent *event) {
+    _pressedLink = event->button() == Qt::MiddleButton ? anchorAt(event->pos()) : QString();
+    QTextBrowser::mousePressEvent(event);
+}
+
+void TextNewsRenderer::mouseReleaseEvent(QMouseEvent *event) {
+    const QString link = std::exchange(_pressedLink, QString());
+    if (event->button() == Qt::MiddleButton && !link.isEmpty() && link == anchorAt(event->pos()))
+        reportClick(link);
+    QTextBrowser::mouseReleaseEvent(event);
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "NewsRenderer.h"
+#include "page/BoundedPage.h"
+#include "page/PagePictures.h"
+
+#include <QTextBrowser>
+
+namespace pelorinnews {
+
+/// Paints a page with Qt's own rich text: for hosts that ship without a web engine, or in which
+/// starting one would end the process. Shows pictures that the page itself carries (`data:`),
+/// within the bounds of `PagePictures`, and fetches nothing. Writes the numbers and bullets of
+/// lists itself: a document can count from 1 only.
+class TextNewsRenderer final : public QTextBrowser, public NewsRenderer {
+public:
+    explicit TextNewsRenderer(QWidget *parent);
+
+    [[nodiscard]] QWidget *widget() const override { return const_cast<TextNewsRenderer *>(this); }
+    [[nodiscard]] QWidget *inputWidget() const override { return widget(); }
+    void loadHtmlString(const QString &html) override;
+    void setStandardFontFamily(const QString &family) override;
+    void setPolicyDelegate(NavigationPolicyDelegate *delegate) override { _policy = delegate; }
+
+protected:
+    QVariant loadResource(int type, const QUrl &name) override;
+    void paintEvent(QPaintEvent *event) override;
+    void doSetSource(const QUrl &name, QTextDocument::ResourceType type) override;
+    // The middle button clicks links, too; the base class knows the left one alone.
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+
+private:
+    void reportClick(const QString &link);
+    void paintMarker(QPainter &painter, const QTextBlock &block, const QPointF &place) const;
+
+    BoundedPage _page;
+    PagePictures _pictures;
+    QString _pressedLink;
+    NavigationPolicyDelegate *_policy = nullptr;
+};
+
+}  // namespace pelorinnews

@@ -1,0 +1,110 @@
+#include "ItemPage.h"
+
+#include "page/BareHttpLinks.h"
+
+#include <QAuthenticator>
+#include <QWebEngineHistory>
+#include <QWebEngineNewWindowRequest>
+#include <QWebEngineScriptCollection>
+#include <QWebEngineSettings>
+
+namespace pelorinnews {
+
+ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage(profile, parent) {
+    QWebEngineSettings *engine = settings();
+    for (const auto attribute : {
+             QWebEngineSettings::JavascriptEnabled,
+             QWebEngineSettings::JavascriptCanOpenWindows,
+             QWebEngineSettings::JavascriptCanAccessClipboard,
+             QWebEngineSettings::JavascriptCanPaste,
+             QWebEngineSettings::LocalStorageEnabled,
+             QWebEngineSettings::LocalContentCanAccessRemoteUrls,
+             QWebEngineSettings::LocalContentCanAccessFileUrls,
+             QWebEngineSettings::PluginsEnabled,
+             QWebEngineSettings::PdfViewerEnabled,
+             QWebEngineSettings::FullScreenSupportEnabled,
+             QWebEngineSettings::ScreenCaptureEnabled,
+             QWebEngineSettings::WebGLEnabled,
+             QWebEngineSettings::AutoLoadIconsForPage,
+             QWebEngineSettings::DnsPrefetchEnabled,
+             QWebEngineSettings::HyperlinkAuditingEnabled,
+             QWebEngineSettings::AllowRunningInsecureContent,
+             QWebEngineSettings::AllowGeolocationOnInsecureOrigins,
+             QWebEngineSettings::NavigateOnDropEnabled,
+         })
+        engine->setAttribute(attribute, false);
+    engine->setAttribute(QWebEngineSettings::PlaybackRequiresUserGesture, true);
+    engine->setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
+    scripts().insert(_clicks.script());
+
+    connect(this, &QWebEnginePage::newWindowRequested, this,
+            [this](const QWebEngineNewWindowRequest &request) {
+                // A request that is not taken up opens nothing.
+                if (request.isUserInitiated())
+                    static_cast<void>(
+                        allows(pelorinnews::NavigationType::LinkClicked, request.requestedUrl()));
+            });
+    connect(this, &QWebEnginePage::urlChanged, this,
+            [this](const QUrl &shown) { _itemHasCome = _itemHasCome || shown == _item; });
+    // A mouse's back button must not lead to the item before, which is not served any more.
+    connect(this, &QWebEnginePage::loadFinished, this, [this] {
+        if (url() == _item)
+            history()->clear();
+    });
+    // An answer that is left as it comes counts as a name and a password, both empty, and the
+    // server is asked again and again.
+    connect(this, &QWebEnginePage::authenticationRequired, this,
+            [](const QUrl &, QAuthenticator *answer) { *answer = QAuthenticator(); });
+    connect(
+        this, &QWebEnginePage::proxyAuthenticationRequired, this,
+        [](const QUrl &, QAuthenticator *answer, const QString &) { *answer = QAuthenticator(); });
+    connect(this, &QWebEnginePage::featurePermissionRequested, this,
+            [this](const QUrl &origin, Feature feature) {
+                setFeaturePermission(origin, feature, PermissionDeniedByUser);
+            });
+}
+
+void ItemPage::showItem(const QUrl &address) {
+    if (_itemHasCome)
+        _shown = _item;
+    _item = address;
+    _itemHasCome = false;
+    load(address);
+}
+
+bool ItemPage::allows(pelorinnews::NavigationType type, const QUrl &url) {
+    if (!_policy)
+        return false;
+    const QUrl address = rebasedOnBareHttp(url, _itemHasCome ? _item : _shown);
+    return _policy->webViewDecidePolicyForNavigationAction(type, address) ==
+           NavigationDecision::Use;
+}
+
+bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, bool) {
+    using Type = pelorinnews::NavigationType;
+    switch (type) {
+        case NavigationTypeLinkClicked:
+            return allows(Type::LinkClicked, url);
+        case NavigationTypeFormSubmitted:
+            return allows(Type::FormSubmitted, url);
+        case NavigationTypeBackForward:
+            return allows(Type::BackForward, url);
+        case NavigationTypeReload:
+            return allows(Type::Reload, url);
+        case NavigationTypeTyped:
+            return true;
+        case NavigationTypeRedirect:
+        case NavigationTypeOther:
+            return allows(Type::Other, url);
+    }
+    return false;
+}
+
+void ItemPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &message, int,
+                                        const QString &) {
+    // Nothing is left to allow: the script has kept the engine from following the link.
+    if (const auto link = _clicks.reported(message))
+        static_cast<void>(allows(pelorinnews::NavigationType::LinkClicked, *link));
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "LinkClicks.h"
+#include "rendering/NewsRenderer.h"
+
+#include <QWebEnginePage>
+
+namespace pelorinnews {
+
+/// The engine's page that shows one item. Everything by which a page could do more than be read is
+/// switched off; every navigation that is left is the policy delegate's to decide.
+class ItemPage final : public QWebEnginePage {
+    Q_OBJECT
+
+public:
+    ItemPage(QWebEngineProfile *profile, QObject *parent);
+
+    /// Loads the item that is served under `address`.
+    void showItem(const QUrl &address);
+
+    /// Whether the engine has begun to show the item. Until then the page before is still there.
+    [[nodiscard]] bool itemHasCome() const { return _itemHasCome; }
+
+    void setPolicyDelegate(NavigationPolicyDelegate *delegate) { _policy = delegate; }
+
+protected:
+    bool acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) override;
+    QWebEnginePage *createWindow(WebWindowType) override { return nullptr; }
+    QStringList chooseFiles(FileSelectionMode, const QStringList &, const QStringList &) override {
+        return {};
+    }
+    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &message, int,
+                                  const QString &) override;
+
+private:
+    bool allows(pelorinnews::NavigationType type, const QUrl &url);
+
+    NavigationPolicyDelegate *_policy = nullptr;
+    QUrl _item;
+    /// The page before, while the item is on its way.
+    QUrl _shown;
+    bool _itemHasCome = false;
+    LinkClicks _clicks;
+};
+
+}  // namespace pelorinnews

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "RtfHeader.h"
+#include "RtfParagraphFormat.h"
+#include "page/BoundedPage.h"
+#include "page/PagePictures.h"
+
+#include <QString>
+#include <QTextFrame>
+#include <QTextTable>
+
+#include <optional>
+
+namespace pelorinnews {
+
+/// A page's HTML as RTF: headings, character styles, fonts, colours, links, lists, tables,
+/// alignment, both writing directions and pictures that are part of the page itself.
+///
+/// Absent when the HTML cannot be turned into a document: for an absent text, for one beyond the
+/// bounds of `BoundedHtml`, off the main thread, and where there is no QGuiApplication. HTML that
+/// shows nothing gives a document without text. Nothing outside `html` is read or asked for.
+[[nodiscard]] std::optional<QByteArray> richTextFromHtml(const QString &html);
+
+/// Writes one text document as RTF. Used once.
+class RichTextWriter {
+public:
+    /// `document` is one of `page`. Both outlive the writer and do not change meanwhile.
+    RichTextWriter(const QTextDocument &document, const BoundedPage &page)
+        : _document(document), _page(page) {}
+
+    [[nodiscard]] QByteArray write();
+
+private:
+    /// Where contents lie: in how many tables, and how much room there is, in twips.
+    struct Place {
+        int tableDepth = 0;
+        int width = 0;
+    };
+
+    void writeContents(QTextFrame::iterator from, const QTextFrame::iterator &end,
+                       const Place &place, const QByteArray &lastEnd);
+    void writeParagraph(const QTextBlock &block, const Place &place, const QByteArray &end);
+    void writeFragment(const QTextFragment &fragment);
+    void writePicture(const QTextImageFormat &format);
+    void openLink(const QString &address);
+    void closeLink();
+    void writeTable(const QTextTable &table, const Place &place);
+    void writeRow(const QTextTable &table, int row, const class RtfTableGrid &grid,
+                  const Place &place);
+    void writeCellsInTurn(const QTextTable &table, const Place &place);
+
+    const QTextDocument &_document;
+    const BoundedPage &_page;
+    RtfHeader _header;
+    QByteArray _body;
+    QString _link;
+    QColor _background;
+    PagePictures _pictures;
+    int _spaceBelow = 0;
+};
+
+}  // namespace pelorinnews

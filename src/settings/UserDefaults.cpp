@@ -1,0 +1,155 @@
+#include "UserDefaults.h"
+
+#include "PreferenceValue.h"
+#include "UserDefaultsStore.h"
+#include "platform/HostBundle.h"
+#include "platform/RegularFile.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QHash>
+#include <QList>
+#include <QLockFile>
+#include <QStandardPaths>
+
+#include <mutex>
+#include <utility>
+
+namespace pelorinnews {
+
+namespace {
+
+constexpr QLatin1StringView suffix(".conf");
+
+/// The first of `names` that is not empty, made fit to name one folder: slashes lead nowhere.
+QString firstName(const QStringList &names) {
+    for (QString name : names) {
+        name.replace(QLatin1Char('/'), QLatin1Char(' '));
+        if (!name.isEmpty() && name != u"." && name != u"..")
+            return name;
+    }
+    return {};
+}
+
+}  // namespace
+
+/// The preferences that hosts of this process have had. What was set last, often while the host
+/// quits, has no turn of an event loop left to be written in, so the end of the application object
+/// writes it, and the end of the process once more; neither depends on who still holds them.
+class UserDefaults::Opened {
+public:
+    std::shared_ptr<UserDefaults> at(const QString &path) {
+        const std::lock_guard lock(mutex);
+        if (!std::exchange(isWrittenAtEnd, true))
+            qAddPostRoutine([] { instance().applicationEnds(); });
+        std::shared_ptr<UserDefaults> &defaults = byPath[path];
+        if (!defaults)
+            defaults = std::make_shared<UserDefaults>(path);
+        return defaults;
+    }
+
+    ~Opened() { synchronizeAll(); }
+
+    static Opened &instance() {
+        static Opened only;
+        return only;
+    }
+
+private:
+    void applicationEnds() {
+        synchronizeAll();
+        const std::lock_guard lock(mutex);
+        isWrittenAtEnd = false;
+    }
+
+    void synchronizeAll() {
+        QList<std::shared_ptr<UserDefaults>> all;
+        {
+            const std::lock_guard lock(mutex);
+            all = byPath.values();
+        }
+        for (const auto &defaults : all)
+            defaults->synchronize();
+    }
+
+    std::mutex mutex;
+    QHash<QString, std::shared_ptr<UserDefaults>> byPath;
+    bool isWrittenAtEnd = false;
+};
+
+std::shared_ptr<UserDefaults> UserDefaults::standard() {
+    return Opened::instance().at(
+        filePath(HostBundle::identity(), HostBundle::mainBundle().identifier()));
+}
+
+QString UserDefaults::filePath(const HostIdentity &stated, const QString &bundleIdentifier) {
+    const QString folder =
+        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QLatin1Char('/');
+    const QString organization =
+        firstName({stated.organizationName, QCoreApplication::organizationName()});
+    if (organization.isEmpty())
+        return folder + firstName({bundleIdentifier, QStringLiteral("PelorinNews")}) + suffix;
+    return folder + organization + QLatin1Char('/') +
+           firstName({stated.applicationName, QCoreApplication::applicationName(), bundleIdentifier,
+                      organization}) +
+           suffix;
+}
+
+UserDefaults::UserDefaults(const QString &filePath)
+    : store(new UserDefaultsStore(filePath), &UserDefaultsStore::release) {}
+
+UserDefaults::~UserDefaults() = default;
+
+void UserDefaults::registerDefaults(const QVariantMap &defaults) {
+    store->addDefaults(defaults);
+}
+
+QVariant UserDefaults::objectForKey(const QString &key) const {
+    return store->read(key);
+}
+
+bool UserDefaults::boolForKey(const QString &key) const {
+    return PreferenceValue::toBool(store->read(key));
+}
+
+qint64 UserDefaults::integerForKey(const QString &key) const {
+    return PreferenceValue::toInteger(store->read(key));
+}
+
+QString UserDefaults::stringForKey(const QString &key) const {
+    return PreferenceValue::toText(store->read(key));
+}
+
+QDateTime UserDefaults::dateForKey(const QString &key) const {
+    return PreferenceValue::toDate(store->read(key));
+}
+
+void UserDefaults::setValue(const QString &key, const QVariant &value) {
+    store->write(key, value);
+}
+
+void UserDefaults::removeObjectForKey(const QString &key) {
+    store->write(key, {});
+}
+
+void UserDefaults::setDateUnlessEarlier(const QString &key, const QDateTime &date) {
+    // Between reading and writing no other process may write a later one.
+    const QString lockName = store->fileName() + QStringLiteral(".date.lock");
+    QLockFile lock(lockName);
+    constexpr int longestWait = 1000;
+    // Without a lock it is stored all the same: where no lock file can be made, or is no file.
+    if (QDir().mkpath(QFileInfo(lockName).path()) && RegularFile::isRegularOrAbsent(lockName))
+        lock.tryLock(longestWait);
+    synchronize();
+    if (dateForKey(key) > date)
+        return;
+    setValue(key, date);
+    synchronize();
+}
+
+void UserDefaults::synchronize() {
+    store->flush();
+}
+
+}  // namespace pelorinnews

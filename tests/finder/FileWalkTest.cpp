@@ -1,0 +1,194 @@
+#include "TestMain.h"
+#include "finder/FileWalk.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace pelorinnews::test {
+
+class FileWalkTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void findsEntriesOfEveryKind();
+    void doesNotLookIntoAMatch();
+    void followsNoLinks();
+    void takesNamesThatAreNoText();
+    void passesOverFoldersThatMayNotBeRead();
+    void passesOverWhatIsNotThere();
+    void survivesATreeDeeperThanAPath();
+    void readsBigFolders();
+    void stopsAtItsBounds();
+    void looksIntoFoldersOfAProgramsName();
+    void stopsInTheMiddle();
+
+private:
+    void make(const QByteArray &path) { QVERIFY(QDir().mkpath(QFile::decodeName(full(path)))); }
+    QByteArray full(const QByteArray &path) const {
+        return QFile::encodeName(folder->path()) + '/' + path;
+    }
+    std::vector<QByteArray> walk(const QString &pattern) const {
+        FileWalk fileWalk(FileNamePattern::like(pattern));
+        const std::atomic<bool> stop = false;
+        fileWalk.run(QFile::encodeName(folder->path()), stop);
+        std::vector<QByteArray> found = fileWalk.matches();
+        std::sort(found.begin(), found.end());
+        return found;
+    }
+
+    std::unique_ptr<QTemporaryDir> folder;
+};
+
+void FileWalkTest::init() {
+    folder = std::make_unique<QTemporaryDir>();
+}
+
+void FileWalkTest::findsEntriesOfEveryKind() {
+    make("a/P.app");
+    make("b/c/.hidden");
+    QFile file(QFile::decodeName(full("b/c/.hidden/P.app")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    make("d");
+    QCOMPARE(::symlink("nowhere", full("d/P.app").constData()), 0);
+    make("e/p.app");
+    make("e/P.app2");
+    const std::vector<QByteArray> expected = {full("a/P.app"), full("b/c/.hidden/P.app"),
+                                              full("d/P.app")};
+    QCOMPARE(walk(QStringLiteral("P.app")), expected);
+}
+
+void FileWalkTest::doesNotLookIntoAMatch() {
+    make("a/P.app/Contents/P.app");
+    QCOMPARE(walk(QStringLiteral("P.app")), std::vector<QByteArray>{full("a/P.app")});
+}
+
+void FileWalkTest::followsNoLinks() {
+    make("a/P.app");
+    QCOMPARE(::symlink("..", full("a/up").constData()), 0);
+    QCOMPARE(::symlink("a", full("b").constData()), 0);
+    QCOMPARE(walk(QStringLiteral("P.app")), std::vector<QByteArray>{full("a/P.app")});
+}
+
+void FileWalkTest::takesNamesThatAreNoText() {
+    for (const char *name : {"\xFF\xFE", "two\nlines", "per%20cent", " "}) {
+        QCOMPARE(::mkdir(full(name).constData(), 0700), 0);
+        QCOMPARE(::mkdir((full(name) + "/P.app").constData(), 0700), 0);
+    }
+    QCOMPARE(walk(QStringLiteral("P.app")).size(), std::size_t(4));
+    QCOMPARE(walk(QStringLiteral("??")), std::vector<QByteArray>{full("\xFF\xFE")});
+    ::rmdir((full("\xFF\xFE") + "/P.app").constData());
+    ::rmdir(full("\xFF\xFE").constData());
+}
+
+void FileWalkTest::passesOverFoldersThatMayNotBeRead() {
+    if (::geteuid() == 0)
+        QSKIP("the administrator may read every folder");
+    make("a/P.app");
+    make("b/P.app");
+    QCOMPARE(::chmod(full("a").constData(), 0), 0);
+    QCOMPARE(walk(QStringLiteral("P.app")), std::vector<QByteArray>{full("b/P.app")});
+    QCOMPARE(::chmod(full("a").constData(), 0700), 0);
+}
+
+void FileWalkTest::passesOverWhatIsNotThere() {
+    QVERIFY(folder->remove());
+    QVERIFY(walk(QStringLiteral("*")).empty());
+}
+
+void FileWalkTest::survivesATreeDeeperThanAPath() {
+    // 300 folders of 20 bytes each: longer than the path of one call may be.
+    FileDescriptor deepest(::open(folder->path().toUtf8().constData(), O_RDONLY | O_DIRECTORY));
+    const char *const name = "a-folder-in-a-folder";
+    for (int depth = 0; depth < 300; ++depth) {
+        QCOMPARE(::mkdirat(deepest.get(), name, 0700), 0);
+        deepest = FileDescriptor(::openat(deepest.get(), name, O_RDONLY | O_DIRECTORY));
+    }
+    make("z/P.app");
+    QCOMPARE(walk(QStringLiteral("P.app")), std::vector<QByteArray>{full("z/P.app")});
+    QCOMPARE(QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-r"), folder->path()}), 0);
+}
+
+void FileWalkTest::readsBigFolders() {
+    for (int i = 0; i < 5000; ++i)
+        QCOMPARE(::mkdir(full("a-folder-among-many-" + QByteArray::number(i)).constData(), 0700),
+                 0);
+    QCOMPARE(walk(QStringLiteral("*-4999")).size(), std::size_t(1));
+    FileWalk fileWalk(FileNamePattern::like(QStringLiteral("P.app")));
+    const std::atomic<bool> stop = false;
+    fileWalk.run(QFile::encodeName(folder->path()), stop);
+    QCOMPARE(fileWalk.entryCount(), quint64(5000));
+}
+
+void FileWalkTest::stopsAtItsBounds() {
+    for (int i = 0; i < 20; ++i)
+        make("folder-" + QByteArray::number(i) + "/P.app");
+    const std::atomic<bool> stop = false;
+    const QByteArray top = QFile::encodeName(folder->path());
+    const auto run = [&](const FileWalk::Bounds &bounds, std::size_t *matches = nullptr) {
+        FileWalk fileWalk(FileNamePattern::like(QStringLiteral("P.app")));
+        const bool isDone = fileWalk.run(top, stop, bounds);
+        // Each run has the whole of its bounds.
+        const bool isDoneAgain = fileWalk.run(top, stop, bounds);
+        if (matches)
+            *matches = fileWalk.matches().size();
+        return isDone && isDoneAgain;
+    };
+    std::size_t matches = 0;
+    QVERIFY(run({.entries = 40}, &matches));
+    QCOMPARE(matches, std::size_t(40));
+    QVERIFY(!run({.entries = 39}));
+    QVERIFY(!run({.entries = 20}, &matches));
+    // Not cut within what the kernel gives at once, but before the next folder.
+    QCOMPARE(matches, std::size_t(2));
+    QVERIFY(!run({.time = std::chrono::milliseconds(0)}));
+    QVERIFY(run({.time = std::chrono::hours(1)}));
+}
+
+void FileWalkTest::looksIntoFoldersOfAProgramsName() {
+    make("usr/share/pelorin/bin/x/pelorin");
+    FileWalk fileWalk(EntryPattern(FileNamePattern::like(QStringLiteral("pelorin")),
+                                   EntryPattern::Kind::program));
+    const std::atomic<bool> stop = false;
+    QFile file(QFile::decodeName(full("usr/share/pelorin/bin/pelorin")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(fileWalk.run(QFile::encodeName(folder->path()), stop));
+    QCOMPARE(fileWalk.matches(), std::vector<QByteArray>{full("usr/share/pelorin/bin/pelorin")});
+}
+
+void FileWalkTest::stopsInTheMiddle() {
+    for (int i = 0; i < 5000; ++i)
+        QCOMPARE(::mkdir(full(QByteArray::number(i)).constData(), 0700), 0);
+    FileWalk fileWalk(FileNamePattern::like(QStringLiteral("P.app")));
+    std::atomic<bool> stop = false;
+    QElapsedTimer clock;
+    std::thread stopper([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        clock.start();
+        stop = true;
+    });
+    // However fast the disk, a hundred walks take longer than that.
+    int walks = 0;
+    while (!stop && walks < 100) {
+        fileWalk.run(QFile::encodeName(folder->path()), stop);
+        ++walks;
+    }
+    stopper.join();
+    QVERIFY2(clock.elapsed() < 50, qPrintable(QString::number(clock.elapsed())));
+    QVERIFY(walks < 100);
+    QVERIFY(fileWalk.entryCount() > 0);
+}
+
+}  // namespace pelorinnews::test
+
+PELORIN_CORE_TEST_MAIN(pelorinnews::test::FileWalkTest)
+#include "FileWalkTest.moc"

@@ -1,0 +1,124 @@
+#include "TestMain.h"
+#include "finder/SearchScope.h"
+
+#include <QDir>
+
+namespace pelorinnews::test {
+
+/// The scope by what the mount table tells, for file systems that are not here to be mounted.
+class SearchScopeTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(QDir().mkpath(QFile::decodeName(home()))); }
+    void searchesTheHomeWhereverItLies_data();
+    void searchesTheHomeWhereverItLies();
+    void searchesNoMoreOfAMountThanTheHome();
+    void searchesAHomeOnALocalDiskWithThatDisk();
+    void leavesOutWhatBelongsToTheKernel();
+    void leavesOutTheHomeWhereFoldersAreGiven();
+    void leavesOutWhatTheHomeShows();
+    void keepsWhatHoldsTheHome();
+
+private:
+    static SearchScope scope(const QByteArray &mounts) {
+        SearchScope made({SearchScope::localComputer()}, home());
+        made.setMounts(MountTable::parse(root() + mounts));
+        return made;
+    }
+    static QByteArray root() { return "1 0 8:1 / / rw - ext4 /dev/sda1 rw\n"; }
+    static QByteArray place() { return QFile::encodeName(QDir(QDir::homePath()).canonicalPath()); }
+    static QByteArray home() { return place() + "/homes/user"; }
+    static std::vector<QByteArray> folders(const std::vector<QByteArray> &all) { return all; }
+
+    const EntryPattern pattern = FileNamePattern::like(QStringLiteral("Pelorin.app"));
+};
+
+void SearchScopeTest::searchesTheHomeWhereverItLies_data() {
+    QTest::addColumn<QByteArray>("mount");
+    QTest::newRow("NFS") << QByteArray("0:43 / %1 rw - nfs4 server:/home/user rw");
+    QTest::newRow("old NFS") << QByteArray("0:43 /user %1 rw - nfs server:/home rw");
+    QTest::newRow("eCryptfs") << QByteArray("0:44 / %1 rw - ecryptfs /home/.e/user/.Private rw");
+    QTest::newRow("encrypted by FUSE") << QByteArray("0:45 / %1 rw - fuse.gocryptfs /cipher rw");
+    QTest::newRow("another computer by FUSE") << QByteArray("0:45 / %1 rw - fuse.sshfs h:/ rw");
+    QTest::newRow("Windows network") << QByteArray("0:46 / %1 rw - cifs //server/user rw");
+    QTest::newRow("overlay") << QByteArray("0:47 / %1 rw - overlay o rw,lowerdir=/a,upperdir=/b");
+    QTest::newRow("virtual machine's host") << QByteArray("0:48 / %1 rw - virtiofs home rw");
+}
+
+void SearchScopeTest::searchesTheHomeWhereverItLies() {
+    QFETCH(QByteArray, mount);
+    const SearchScope searched = scope("2 1 " + mount.replace("%1", home()));
+    QCOMPARE(searched.roots(pattern), folders({"/", home()}));
+    QVERIFY(searched.contains(home() + "/", pattern));
+    QVERIFY(searched.contains(home() + "/a/b", pattern));
+    QVERIFY(!searched.contains(home() + "/Pelorin.app/b", pattern));
+    QVERIFY(searched.isRemote(home()));
+    QVERIFY(!searched.isRemote("/"));
+}
+
+void SearchScopeTest::searchesNoMoreOfAMountThanTheHome() {
+    // The homes of all users on one server, and further mounts below one of them and elsewhere.
+    const QByteArray above = place() + "/homes";
+    const SearchScope searched = scope("2 1 0:43 / " + above +
+                                       " rw - nfs4 server:/home rw\n"
+                                       "3 2 0:44 / " +
+                                       home() +
+                                       "/drive rw - fuse.sshfs host:/ rw\n"
+                                       "4 2 8:2 / " +
+                                       home() +
+                                       "/disk rw - ext4 /dev/sdb1 rw\n"
+                                       "5 1 0:45 / /srv/share rw - nfs4 server:/share rw\n");
+    QCOMPARE(searched.roots(pattern), folders({"/", home() + "/disk", home()}));
+    QVERIFY(!searched.contains(above + "/somebody/a", pattern));
+    QVERIFY(!searched.contains(home() + "er/a", pattern));
+    QVERIFY(!searched.contains(home() + "/drive/a", pattern));
+    QVERIFY(searched.contains(home() + "/disk/a", pattern));
+    QVERIFY(!searched.contains("/srv/share/a", pattern));
+}
+
+void SearchScopeTest::searchesAHomeOnALocalDiskWithThatDisk() {
+    QCOMPARE(scope({}).roots(pattern), folders({"/"}));
+    QCOMPARE(scope("2 1 8:2 / " + home() + " rw - ext4 /dev/sda2 rw\n").roots(pattern),
+             folders({"/", home()}));
+    // A folder of a disk that is walked anyway.
+    const SearchScope bound = scope("2 1 8:1 /data/user " + home() + " rw - ext4 /dev/sda1 rw\n");
+    QCOMPARE(bound.roots(pattern), folders({"/"}));
+    QVERIFY(!bound.contains(home() + "/a", pattern));
+}
+
+void SearchScopeTest::leavesOutWhatBelongsToTheKernel() {
+    SearchScope searched({SearchScope::localComputer()}, "/proc/self");
+    searched.setMounts(MountTable::parse(root() + "2 1 0:5 / /proc rw - proc proc rw\n"));
+    QCOMPARE(searched.roots(pattern), folders({"/"}));
+}
+
+void SearchScopeTest::leavesOutTheHomeWhereFoldersAreGiven() {
+    SearchScope searched({QStringLiteral("/usr")}, home());
+    searched.setMounts(
+        MountTable::parse(root() + "2 1 0:43 / " + home() + " rw - nfs4 server:/ rw\n"));
+    QCOMPARE(searched.roots(pattern), folders({"/usr"}));
+    QVERIFY(!searched.contains(home() + "/a", pattern));
+}
+
+void SearchScopeTest::leavesOutWhatTheHomeShows() {
+    const QByteArray kept = place() + "/kept";
+    QVERIFY(QDir().mkpath(QFile::decodeName(kept + "/user")));
+    const SearchScope searched =
+        scope("2 1 0:43 / " + place() + "/homes rw - fuse " + kept + " rw\n");
+    QVERIFY(!searched.contains(kept + "/user/a", pattern));
+    QVERIFY(searched.contains(kept + "/somebody/a", pattern));
+    QVERIFY(searched.contains(home() + "/a", pattern));
+}
+
+void SearchScopeTest::keepsWhatHoldsTheHome() {
+    // A layer that holds the home itself would leave nothing to search.
+    const SearchScope searched = scope("2 1 0:43 / " + home() + " rw - fuse / rw\n");
+    QVERIFY(searched.contains(home() + "/a", pattern));
+    QVERIFY(searched.contains("/opt/a", pattern));
+}
+
+}  // namespace pelorinnews::test
+
+PELORIN_CORE_TEST_MAIN(pelorinnews::test::SearchScopeTest)
+#include "SearchScopeTest.moc"

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "SearchThreads.h"
+#include "finder/MetadataQuery.h"
+#include "finder/MetadataQueryCenter.h"
+
+#include <QObject>
+#include <QStringList>
+
+namespace pelorinnews::test {
+
+/// A metadata query that counts its own news.
+class WatchedQuery {
+public:
+    WatchedQuery(const QString &pattern, const QStringList &scopes) {
+        query.setPredicate(FileNamePattern::like(pattern));
+        query.setSearchScopes(scopes);
+        const auto *center = MetadataQueryCenter::defaultCenter();
+        QObject::connect(center, &MetadataQueryCenter::didFinishGathering, &context,
+                         [this](const MetadataQuery *from) { gathered += from == &query ? 1 : 0; });
+        QObject::connect(center, &MetadataQueryCenter::didUpdate, &context,
+                         [this](const MetadataQuery *from) { updated += from == &query ? 1 : 0; });
+    }
+
+    MetadataQuery query;
+    int gathered = 0;
+    int updated = 0;
+
+private:
+    QObject context;
+    HurriedWalks hurriedWalks;
+};
+
+}  // namespace pelorinnews::test

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "network/UrlLoader.h"
+
+#include <QThread>
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+
+namespace pelorinnews::test {
+
+/// One request sent through a loader, and what its completion heard. It waits by blocking its
+/// thread, so whatever arrives does so without that thread's event loop.
+class LoadedAddress {
+public:
+    LoadedAddress(UrlLoader &loader, const QUrl &url, QThreadPool *queue, int idleTimeoutSeconds) {
+        loader.sendAsynchronousRequest(
+            url, idleTimeoutSeconds, queue,
+            [shared = result](auto response, auto data, auto connectionError) {
+                const std::lock_guard lock(shared->mutex);
+                ++shared->calls;
+                shared->response = std::move(response);
+                shared->data = std::move(data);
+                shared->connectionError = std::move(connectionError);
+                shared->thread = QThread::currentThread();
+                shared->came.notify_all();
+            });
+    }
+
+    /// False when the completion has not come within `timeout`.
+    [[nodiscard]] bool wait(std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
+        const auto deadline = std::chrono::system_clock::now() + timeout;
+        std::unique_lock lock(result->mutex);
+        return result->came.wait_until(lock, deadline, [this] { return result->calls > 0; });
+    }
+
+    // Of the completion; read them after a wait that succeeded.
+    [[nodiscard]] std::optional<int> status() const {
+        const std::lock_guard lock(result->mutex);
+        return result->response ? result->response->statusCode : std::nullopt;
+    }
+    [[nodiscard]] bool hasResponse() const {
+        const std::lock_guard lock(result->mutex);
+        return result->response.has_value();
+    }
+    [[nodiscard]] std::optional<QByteArray> data() const {
+        const std::lock_guard lock(result->mutex);
+        return result->data;
+    }
+    [[nodiscard]] std::optional<Error> connectionError() const {
+        const std::lock_guard lock(result->mutex);
+        return result->connectionError;
+    }
+    [[nodiscard]] QThread *thread() const {
+        const std::lock_guard lock(result->mutex);
+        return result->thread;
+    }
+    [[nodiscard]] int calls() const {
+        const std::lock_guard lock(result->mutex);
+        return result->calls;
+    }
+
+private:
+    struct Result {
+        std::mutex mutex;
+        std::condition_variable came;
+        int calls = 0;
+        std::optional<UrlResponse> response;
+        std::optional<QByteArray> data;
+        std::optional<Error> connectionError;
+        QThread *thread = nullptr;
+    };
+    std::shared_ptr<Result> result = std::make_shared<Result>();
+};
+
+}  // namespace pelorinnews::test

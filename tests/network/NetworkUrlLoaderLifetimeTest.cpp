@@ -1,0 +1,194 @@
+#include "FeedServer.h"
+#include "LoadedAddress.h"
+#include "TestAuthority.h"
+#include "network/NetworkUrlLoader.h"
+#include "network/TransportError.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+
+#include <thread>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+/// An application for the length of one test.
+struct Application {
+    int count = 1;
+    char name[5] = "test";
+    char *arguments[2] = {name, nullptr};
+    QCoreApplication application{count, arguments};
+};
+
+FeedReply answering(const QByteArray &body) {
+    FeedReply reply;
+    reply.body = body;
+    return reply;
+}
+
+/// The folders of this process's threads whose name begins with `name`.
+QStringList threadsNamed(const QByteArray &name) {
+    QStringList found;
+    const QDir tasks(QStringLiteral("/proc/self/task"));
+    for (const QString &task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile comm(tasks.filePath(task + QStringLiteral("/comm")));
+        if (comm.open(QIODevice::ReadOnly) && comm.readAll().startsWith(name))
+            found += tasks.filePath(task);
+    }
+    return found;
+}
+
+QByteArray wakeUps(const QString &task) {
+    QFile status(task + QStringLiteral("/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return {};
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith("voluntary_ctxt_switches"))
+            return line;
+    return {};
+}
+
+}  // namespace
+
+/// The loader beside an application object that is not there yet, goes, or comes again.
+class NetworkUrlLoaderLifetimeTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aRequestWithoutAnApplicationEndsWithAnError();
+    void aLoaderMadeBeforeTheApplicationWorks();
+    void theSharedLoaderEndsWithTheApplicationAndComesAgain();
+    void aProcessThatExitsInTheMiddleOfADownloadEndsCleanly();
+    void aProcessThatExitsAsItsFirstDownloadBeginsDoesNotCrash();
+    void anIdleLoaderNeverWakesUp();
+};
+
+void NetworkUrlLoaderLifetimeTest::aRequestWithoutAnApplicationEndsWithAnError() {
+    QThreadPool queue;
+    NetworkUrlLoader loader;
+    LoadedAddress loaded(loader, QUrl(QStringLiteral("http://127.0.0.1:1/")), &queue, 10);
+    QVERIFY(loaded.wait());
+    QCOMPARE(loaded.connectionError().value_or(Error()).code, int(TransportError::Cancelled));
+}
+
+void NetworkUrlLoaderLifetimeTest::aLoaderMadeBeforeTheApplicationWorks() {
+    QThreadPool queue;
+    NetworkUrlLoader loader;
+    const Application application;
+    FeedServer server;
+    server.setReply(answering("late"));
+    QVERIFY(server.start());
+    LoadedAddress loaded(loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10);
+    QVERIFY(loaded.wait());
+    QCOMPARE(loaded.data(), std::optional(QByteArray("late")));
+}
+
+void NetworkUrlLoaderLifetimeTest::theSharedLoaderEndsWithTheApplicationAndComesAgain() {
+    QThreadPool queue;
+    for (int life = 0; life < 2; ++life) {
+        auto application = std::make_unique<Application>();
+        FeedServer server;
+        server.setReply(answering("here"));
+        FeedReply never;
+        never.delayBeforeHead = std::chrono::hours(1);
+        server.setReplyForPath("/never", never);
+        QVERIFY(server.start());
+        const std::shared_ptr<UrlLoader> loader = UrlLoader::shared();
+        LoadedAddress whole(*loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10);
+        QVERIFY(whole.wait());
+        QCOMPARE(whole.data(), std::optional(QByteArray("here")));
+        LoadedAddress cut(*loader, QUrl(server.address(QStringLiteral("/never"))), &queue, 60);
+        QVERIFY(server.waitForRequests(2));
+
+        QElapsedTimer elapsed;
+        elapsed.start();
+        application.reset();
+        QVERIFY(elapsed.elapsed() < NetworkUrlLoader::shutdownTimeout.count());
+        // The thread has run its last line; the system takes a moment to forget it.
+        for (int i = 0; i < 100 && !threadsNamed("PelorinNewsLoad").isEmpty(); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        QVERIFY(threadsNamed("PelorinNewsLoad").isEmpty());
+        QVERIFY(cut.wait(std::chrono::seconds(1)));
+        QCOMPARE(cut.connectionError().value_or(Error()).code, int(TransportError::Cancelled));
+
+        LoadedAddress after(*loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10);
+        QVERIFY(after.wait(std::chrono::seconds(1)));
+        QCOMPARE(after.connectionError().value_or(Error()).code, int(TransportError::Cancelled));
+    }
+}
+
+void NetworkUrlLoaderLifetimeTest::aProcessThatExitsInTheMiddleOfADownloadEndsCleanly() {
+    const Application application;
+    const TestAuthority authority;
+    const auto files = authority.issue(DevelopmentCertificates::Kind::Valid);
+    FeedServerOptions options;
+    options.certificateFile = files.certificate;
+    options.privateKeyFile = files.privateKey;
+    FeedServer server(options);
+    QVERIFY(server.start());
+    for (const char *reply : {"size=30m,drip=1000:1", "stall=3", "delay=60000"}) {
+        server.setReply(FeedReply::parse(QString::fromLatin1(reply)).value());
+        server.clearRequests();
+        QProcess leaving;
+        leaving.setProcessChannelMode(QProcess::MergedChannels);
+        leaving.start(QStringLiteral(PELORIN_LOAD_AND_LEAVE),
+                      {server.address(QStringLiteral("/")), authority.path() + "/ca.pem"});
+        QVERIFY(server.waitForRequests(4));
+        leaving.write("\n");
+        QVERIFY(leaving.waitForFinished(20000));
+        QCOMPARE(leaving.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(leaving.exitCode(), 0);
+        QCOMPARE(leaving.readAll(), QByteArray());
+    }
+}
+
+void NetworkUrlLoaderLifetimeTest::aProcessThatExitsAsItsFirstDownloadBeginsDoesNotCrash() {
+    const Application application;
+    const TestAuthority authority;
+    // The TLS library is being loaded and initialised meanwhile; the address does not matter.
+    for (int milliseconds = 0; milliseconds < 40; milliseconds += 2) {
+        QProcess leaving;
+        leaving.setProcessChannelMode(QProcess::MergedChannels);
+        leaving.start(QStringLiteral(PELORIN_LOAD_AND_LEAVE),
+                      {QStringLiteral("https://127.0.0.1:1/"), authority.path() + "/ca.pem",
+                       QString::number(milliseconds)});
+        QVERIFY(leaving.waitForFinished(20000));
+        QCOMPARE(leaving.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(leaving.exitCode(), 0);
+    }
+}
+
+void NetworkUrlLoaderLifetimeTest::anIdleLoaderNeverWakesUp() {
+    QThreadPool queue;
+    const Application application;
+    FeedServer server;
+    FeedReply reply = answering("kept");
+    reply.keepAlive = true;
+    server.setReply(reply);
+    QVERIFY(server.start());
+    NetworkUrlLoader loader;
+    QVERIFY(threadsNamed("PelorinNewsLoad").isEmpty());
+    LoadedAddress loaded(loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10);
+    QVERIFY(loaded.wait());
+    const QStringList threads = threadsNamed("PelorinNewsLoad");
+    QCOMPARE(threads.size(), 1);
+    // Once it gives memory back, a moment after the transfer; from then on it sleeps.
+    const auto sleeps = [&threads] {
+        const QByteArray before = wakeUps(threads.front());
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        return !before.isEmpty() && wakeUps(threads.front()) == before;
+    };
+    QVERIFY(sleeps() || sleeps() || sleeps());
+}
+
+int main(int argc, char *argv[]) {
+    NetworkUrlLoaderLifetimeTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "NetworkUrlLoaderLifetimeTest.moc"

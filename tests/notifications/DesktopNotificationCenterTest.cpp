@@ -1,0 +1,836 @@
+#include "FakeNotificationServer.h"
+#include "NotificationTesting.h"
+#include "PrivateBus.h"
+#include "RecordingDelegate.h"
+#include "TestMain.h"
+#include "notifications/DesktopNotificationCenter.h"
+
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QLockFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <sys/inotify.h>
+#include <thread>
+#include <unistd.h>
+
+namespace pelorinnews::test {
+
+using std::chrono::milliseconds;
+
+/// What no installed notification server can be made to do.
+class DesktopNotificationCenterTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void costsNothingUntilSomethingIsDelivered();
+    void sendsTitleTextSoundOriginAndClick();
+    void labelsTheClickForEveryServerButThoseThatWouldShowIt_data();
+    void labelsTheClickForEveryServerButThoseThatWouldShowIt();
+    void sendsNoSoundWhereNoneIsWanted();
+    void escapesTheTextWhereTheServerReadsMarkup_data();
+    void escapesTheTextWhereTheServerReadsMarkup();
+    void sendsTextsThatTheBusCanCarry();
+    void givesEachDeliveryAnIdentityOfItsOwn();
+    void listsWhatIsOnItsWay();
+    void cancelsOneThatWaitsForAServer();
+    void withdrawsOneWhoseNumberComesLater();
+    void forgetsOneThatTheServerRefuses();
+    void keepsOneThatExpired_data();
+    void keepsOneThatExpired();
+    void endsOneThatWasClosedBeforeItsNumberCame();
+    void ignoresSignalsOfOtherProgramsNotifications();
+    void readsTheRegistryOnceForAllOtherProgramsNotifications();
+    void ignoresSignalsOfOthersThanTheServer();
+    void endsOneThatWasClickedAndTellsTheDelegate();
+    void handsOverTheActivationToken();
+    void asksTheDelegateBeforeItPresents();
+    void dropsWhatTheDelegateDoesNotWantPresented();
+    void doesNotKeepTheDelegateAlive();
+    void keepsTheNewestOfWhatWaitsForAServer();
+    void presentsWhatWaitedWhenAServerComes();
+    void presentsAgainWhatAServerTookAndNeverAnswered_data();
+    void presentsAgainWhatAServerTookAndNeverAnswered();
+    void hasTheBusStartAServer();
+    void dropsTheListWhenTheServerIsReplaced();
+    void dropsTheListWithoutARegistryToo();
+    void dropsTheRegistryOfAnotherBus();
+    void survivesTheLossOfTheBus();
+    void worksWithoutABus();
+    void worksWithoutAStateFolder();
+    void savesWhenTheRegistryIsFreeAgain();
+    void survivesACorruptRegistry();
+    void knowsAtOnceWhatAnEarlierRunDelivered();
+    void finishesAWithdrawalOfAnEarlierRun();
+    void actsOnAnEarlierRunsClickOnceTheRegistryIsFree();
+    void leavesAClickToTheProcessThatDelivered();
+    void neverBlocksOnAHungBus();
+    void worksFromManyThreadsAtOnce();
+    void goesNowhereAfterTheShutDown();
+
+private:
+    [[nodiscard]] QString stateFolder() const { return home->filePath(QStringLiteral("state")); }
+    [[nodiscard]] NotificationSender sender() const;
+    [[nodiscard]] std::unique_ptr<DesktopNotificationCenter> newCenter() const {
+        return std::make_unique<DesktopNotificationCenter>(sender());
+    }
+    void serve() { server = std::make_unique<FakeNotificationServer>(bus->connection()); }
+    /// Delivers one and waits until it stands.
+    UserNotification deliverStanding(NotificationCenter &center, const QString &title) const;
+    [[nodiscard]] std::vector<RegistryEntry> registered() const;
+
+    std::unique_ptr<QTemporaryDir> home;
+    std::unique_ptr<PrivateBus> bus;
+    std::unique_ptr<FakeNotificationServer> server;
+};
+
+void DesktopNotificationCenterTest::init() {
+    home = std::make_unique<QTemporaryDir>();
+    bus = std::make_unique<PrivateBus>();
+}
+
+void DesktopNotificationCenterTest::cleanup() {
+    server.reset();
+    bus.reset();
+    home.reset();
+}
+
+NotificationSender DesktopNotificationCenterTest::sender() const {
+    return senderOn(*bus, stateFolder());
+}
+
+std::vector<RegistryEntry> DesktopNotificationCenterTest::registered() const {
+    return registeredIn(stateFolder());
+}
+
+UserNotification DesktopNotificationCenterTest::deliverStanding(NotificationCenter &center,
+                                                                const QString &title) const {
+    center.deliverNotification(notification(title));
+    const auto stands = [&] {
+        const auto entries = registered();
+        return std::any_of(entries.begin(), entries.end(), [&title](const RegistryEntry &entry) {
+            return entry.notification.title == title;
+        });
+    };
+    [&] { QTRY_VERIFY(stands()); }();
+    return center.deliveredNotifications().constLast();
+}
+
+void DesktopNotificationCenterTest::costsNothingUntilSomethingIsDelivered() {
+    serve();
+    const auto center = newCenter();
+    center->setDelegate(std::make_shared<RecordingDelegate>());
+    QVERIFY(center->deliveredNotifications().isEmpty());
+    center->removeDeliveredNotification(notification(QStringLiteral("none")));
+    QVERIFY(center->flush(milliseconds(0)));
+    QVERIFY(!center->isActive());
+    QVERIFY(!QFile::exists(stateFolder()));
+
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_VERIFY(center->isActive());
+}
+
+void DesktopNotificationCenterTest::sendsTitleTextSoundOriginAndClick() {
+    serve();
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("News")));
+    QTRY_COMPARE(server->deliveries.size(), 1U);
+
+    const auto &delivery = server->deliveries[0];
+    QCOMPARE(delivery.applicationName, QStringLiteral("Host"));
+    QCOMPARE(delivery.replaces, 0U);
+    QCOMPARE(delivery.summary, QStringLiteral("News"));
+    QCOMPARE(delivery.body, QStringLiteral("Text of News"));
+    QCOMPARE(delivery.actions, (QStringList{QStringLiteral("default"), QStringLiteral("Open")}));
+    QCOMPARE(delivery.hints.value(QStringLiteral("desktop-entry")).toString(),
+             QStringLiteral("com.example.Host"));
+    QCOMPARE(delivery.hints.value(QStringLiteral("sound-name")).toString(),
+             QStringLiteral("message-new-instant"));
+    QCOMPARE(delivery.timeout, -1);
+}
+
+void DesktopNotificationCenterTest::labelsTheClickForEveryServerButThoseThatWouldShowIt_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QStringList>("capabilities");
+    QTest::addColumn<QStringList>("actions");
+    const QStringList canAct{"body", "actions"};
+    const QStringList labelled{"default", "Open"};
+    QTest::newRow("Xfce") << "Xfce Notify Daemon" << canAct << labelled;
+    QTest::newRow("unheard of") << "Other" << canAct << labelled;
+    QTest::newRow("without a name") << QString() << canAct << labelled;
+    QTest::newRow("LXQt") << "lxqt-notificationd" << canAct << QStringList{"default", ""};
+    QTest::newRow("without actions") << "notify-osd" << QStringList{"body"} << QStringList();
+    QTest::newRow("without answers") << QString() << QStringList() << labelled;
+}
+
+void DesktopNotificationCenterTest::labelsTheClickForEveryServerButThoseThatWouldShowIt() {
+    QFETCH(QString, name);
+    QFETCH(QStringList, capabilities);
+    QFETCH(QStringList, actions);
+    serve();
+    server->serverName = name;
+    server->capabilities = capabilities;
+    server->tellsTraits = !capabilities.isEmpty();
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QCOMPARE(server->deliveries[0].actions, actions);
+}
+
+void DesktopNotificationCenterTest::sendsNoSoundWhereNoneIsWanted() {
+    serve();
+    const auto center = newCenter();
+    UserNotification silent = notification(QStringLiteral("Silent"));
+    silent.soundName = QString();
+    center->deliverNotification(silent);
+    UserNotification ringing = notification(QStringLiteral("Bell"));
+    ringing.soundName = QStringLiteral("bell");
+    center->deliverNotification(ringing);
+    QTRY_COMPARE(server->deliveries.size(), 2U);
+    QVERIFY(!server->deliveries[0].hints.contains(QStringLiteral("sound-name")));
+    QCOMPARE(server->deliveries[1].hints.value(QStringLiteral("sound-name")).toString(),
+             QStringLiteral("bell"));
+}
+
+void DesktopNotificationCenterTest::escapesTheTextWhereTheServerReadsMarkup_data() {
+    QTest::addColumn<QStringList>("capabilities");
+    QTest::addColumn<QString>("body");
+    QTest::newRow("markup") << QStringList{"actions", "body-markup"} << "&lt;b&gt;1 &amp;amp; 2";
+    QTest::newRow("no markup") << QStringList{"actions", "body"} << "<b>1 &amp; 2";
+    QTest::newRow("nothing") << QStringList() << "<b>1 &amp; 2";
+}
+
+void DesktopNotificationCenterTest::escapesTheTextWhereTheServerReadsMarkup() {
+    QFETCH(QStringList, capabilities);
+    QFETCH(QString, body);
+    serve();
+    server->capabilities = capabilities;
+    const auto center = newCenter();
+    UserNotification marked = notification(QStringLiteral("<i>T"));
+    marked.informativeText = QStringLiteral("<b>1 &amp; 2");
+    center->deliverNotification(marked);
+    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QCOMPARE(server->deliveries[0].body, body);
+    QCOMPARE(server->deliveries[0].summary, QStringLiteral("<i>T"));
+}
+
+void DesktopNotificationCenterTest::sendsTextsThatTheBusCanCarry() {
+    serve();
+    const auto center = newCenter();
+    UserNotification odd;
+    odd.title = QStringLiteral("a") + QChar(QChar::Null) + QChar(0xd800) + QStringLiteral("b");
+    odd.informativeText = QStringLiteral("x") + QStringLiteral("\U0001F4F0").repeated(1000000);
+    center->deliverNotification(odd);
+    center->deliverNotification(UserNotification());
+    QTRY_COMPARE(server->deliveries.size(), 2U);
+    QVERIFY(server->deliveries[0].summary.startsWith(QLatin1Char('a')));
+    QVERIFY(server->deliveries[0].summary.endsWith(QLatin1Char('b')));
+    QCOMPARE(server->deliveries[0].body.size(), 4095);
+    QVERIFY(server->deliveries[0].body.endsWith(QStringLiteral("\U0001F4F0")));
+    QVERIFY(server->deliveries[1].summary.isEmpty());
+    // What is listed is what was delivered, not what was shown.
+    QCOMPARE(center->deliveredNotifications().at(0).informativeText, odd.informativeText);
+}
+
+void DesktopNotificationCenterTest::givesEachDeliveryAnIdentityOfItsOwn() {
+    serve();
+    const auto center = newCenter();
+    const UserNotification first = deliverStanding(*center, QStringLiteral("same"));
+    center->deliverNotification(first);
+    const auto list = center->deliveredNotifications();
+    QCOMPARE(list.size(), 2);
+    QVERIFY(!list[0].identity.isEmpty());
+    QVERIFY(list[0].identity != list[1].identity);
+}
+
+void DesktopNotificationCenterTest::listsWhatIsOnItsWay() {
+    serve();
+    server->holdsAnswers = true;
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("one")));
+    center->deliverNotification(notification(QStringLiteral("two")));
+    QCOMPARE(titles(*center), (QStringList{QStringLiteral("one"), QStringLiteral("two")}));
+    QCOMPARE(center->deliveredNotifications().at(0).userInfo.value(QStringLiteral("key")),
+             QVariant(QStringLiteral("one")));
+    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QCOMPARE(titles(*center).size(), 2);
+    server->answer(0, 5);
+    QTRY_COMPARE(server->deliveries.size(), 2U);
+    QCOMPARE(titles(*center).size(), 2);
+}
+
+void DesktopNotificationCenterTest::cancelsOneThatWaitsForAServer() {
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("cancelled")));
+    center->deliverNotification(notification(QStringLiteral("kept")));
+    QVERIFY(center->flush(plenty));
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("kept")});
+
+    serve();
+    QTRY_COMPARE(registered().size(), 1U);
+    QCOMPARE(server->deliveries.size(), 1U);
+    QCOMPARE(server->deliveries[0].summary, QStringLiteral("kept"));
+}
+
+void DesktopNotificationCenterTest::withdrawsOneWhoseNumberComesLater() {
+    serve();
+    server->holdsAnswers = true;
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("late")));
+    QTRY_COMPARE(server->deliveries.size(), 1U);
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QVERIFY(center->deliveredNotifications().isEmpty());
+    QVERIFY(!center->flush(milliseconds(100)));
+    QVERIFY(server->closeCalls.isEmpty());
+
+    server->answer(0, 17);
+    QTRY_COMPARE(server->closeCalls, QList<quint32>{17});
+    QTRY_VERIFY(registered().empty());
+    QVERIFY(center->deliveredNotifications().isEmpty());
+}
+
+void DesktopNotificationCenterTest::forgetsOneThatTheServerRefuses() {
+    serve();
+    server->refuses = true;
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("refused")));
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+    server->refuses = false;
+    deliverStanding(*center, QStringLiteral("next"));
+    QCOMPARE(server->deliveries.size(), 2U);
+}
+
+void DesktopNotificationCenterTest::keepsOneThatExpired_data() {
+    QTest::addColumn<quint32>("reason");
+    QTest::addColumn<bool>("kept");
+    QTest::newRow("expired") << 1U << true;
+    QTest::newRow("dismissed") << 2U << false;
+    QTest::newRow("closed by a program") << 3U << false;
+    QTest::newRow("undefined") << 4U << true;
+    QTest::newRow("unheard of") << 77U << true;
+}
+
+void DesktopNotificationCenterTest::keepsOneThatExpired() {
+    QFETCH(quint32, reason);
+    QFETCH(bool, kept);
+    serve();
+    const auto center = newCenter();
+    deliverStanding(*center, QStringLiteral("one"));
+    server->emitSignal(QStringLiteral("NotificationClosed"), {1U, reason});
+    // A second one that is dismissed for certain tells when the first signal has arrived.
+    deliverStanding(*center, QStringLiteral("two"));
+    server->emitSignal(QStringLiteral("NotificationClosed"), {2U, 2U});
+    QTRY_VERIFY(!titles(*center).contains(QStringLiteral("two")));
+    QCOMPARE(titles(*center).contains(QStringLiteral("one")), kept);
+    QTRY_COMPARE(registered().size(), kept ? 1U : 0U);
+}
+
+void DesktopNotificationCenterTest::endsOneThatWasClosedBeforeItsNumberCame() {
+    serve();
+    server->holdsAnswers = true;
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("quick")));
+    QTRY_COMPARE(server->deliveries.size(), 1U);
+    server->emitSignal(QStringLiteral("NotificationClosed"), {9U, 2U});
+    server->answer(0, 9);
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+}
+
+void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotifications() {
+    serve();
+    const auto center = newCenter();
+    deliverStanding(*center, QStringLiteral("ours"));
+    // Until then, the file may have been changed again within one tick of its clock.
+    QTest::qWait(2100);
+    // Opening and closing keep two reads from becoming one event.
+    const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    const QByteArray file = NotificationRegistry(stateFolder()).path().toUtf8();
+    constexpr uint32_t watched = IN_OPEN | IN_ACCESS | IN_CLOSE_NOWRITE | IN_DELETE_SELF;
+    QVERIFY(::inotify_add_watch(watch, file.constData(), watched) >= 0);
+    constexpr quint32 firstForeign = 100;
+    for (quint32 id = firstForeign; id < firstForeign + 300; ++id)
+        server->emitSignal(QStringLiteral("NotificationClosed"), {id, 2U});
+    server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
+
+    // Our own dismissal comes last, and puts a new file in place.
+    int opened = 0;
+    int read = 0;
+    bool replaced = false;
+    const auto look = [&] {
+        inotify_event event{};
+        while (::read(watch, &event, sizeof event) == sizeof event) {
+            opened += (event.mask & IN_OPEN) != 0 ? 1 : 0;
+            read += (event.mask & IN_ACCESS) != 0 ? 1 : 0;
+            replaced = replaced || (event.mask & IN_DELETE_SELF) != 0;
+        }
+        return replaced;
+    };
+    QTRY_VERIFY(look());
+    ::close(watch);
+    QVERIFY2(opened >= 300, "it looks whether the file has changed");
+    QCOMPARE(read, 1);
+    QVERIFY(center->deliveredNotifications().isEmpty());
+}
+
+void DesktopNotificationCenterTest::ignoresSignalsOfOtherProgramsNotifications() {
+    serve();
+    const auto center = newCenter();
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    center->setDelegate(delegate);
+    deliverStanding(*center, QStringLiteral("ours"));
+    server->emitSignal(QStringLiteral("ActionInvoked"), {99U, QStringLiteral("default")});
+    server->emitSignal(QStringLiteral("NotificationClosed"), {99U, 2U});
+    server->emitSignal(QStringLiteral("NotificationClosed"), {QStringLiteral("1"), 2U});
+    server->emitSignal(QStringLiteral("NotificationClosed"), {});
+    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    QTRY_COMPARE(delegate->activated.size(), 1);
+    QCOMPARE(delegate->activated[0].title, QStringLiteral("ours"));
+    QCOMPARE(server->closeCalls, QList<quint32>{1});
+}
+
+void DesktopNotificationCenterTest::ignoresSignalsOfOthersThanTheServer() {
+    serve();
+    const auto center = newCenter();
+    deliverStanding(*center, QStringLiteral("ours"));
+    const QString name = QStringLiteral("impostor");
+    {
+        QDBusConnection other = QDBusConnection::connectToBus(bus->address(), name);
+        QDBusMessage signal = QDBusMessage::createSignal(
+            QStringLiteral("/org/freedesktop/Notifications"),
+            QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("NotificationClosed"));
+        signal << 1U << 2U;
+        QVERIFY(other.send(signal));
+    }
+    QDBusConnection::disconnectFromBus(name);
+    deliverStanding(*center, QStringLiteral("second"));
+    QCOMPARE(titles(*center), (QStringList{QStringLiteral("ours"), QStringLiteral("second")}));
+}
+
+void DesktopNotificationCenterTest::endsOneThatWasClickedAndTellsTheDelegate() {
+    serve();
+    const auto center = newCenter();
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    center->setDelegate(delegate);
+    const UserNotification delivered = deliverStanding(*center, QStringLiteral("one"));
+    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    QTRY_COMPARE(delegate->activated.size(), 1);
+    QVERIFY(!delegate->wasOffMainThread);
+    QCOMPARE(delegate->activated[0], delivered);
+    QVERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_COMPARE(server->closeCalls, QList<quint32>{1});
+    QTRY_VERIFY(registered().empty());
+
+    // The server's own report that it is gone, and a second click, are no news.
+    server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
+    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    deliverStanding(*center, QStringLiteral("two"));
+    QCoreApplication::processEvents();
+    QCOMPARE(delegate->activated.size(), 1);
+}
+
+void DesktopNotificationCenterTest::handsOverTheActivationToken() {
+    serve();
+    const auto center = newCenter();
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    center->setDelegate(delegate);
+    deliverStanding(*center, QStringLiteral("one"));
+    deliverStanding(*center, QStringLiteral("two"));
+    server->emitSignal(QStringLiteral("ActivationToken"), {2U, QStringLiteral("token-2")});
+    server->emitSignal(QStringLiteral("ActionInvoked"), {2U, QStringLiteral("default")});
+    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    QTRY_COMPARE(delegate->activated.size(), 2);
+    QCOMPARE(delegate->activated[0].activationToken, QStringLiteral("token-2"));
+    QVERIFY(delegate->activated[1].activationToken.isNull());
+}
+
+void DesktopNotificationCenterTest::asksTheDelegateBeforeItPresents() {
+    serve();
+    const auto center = newCenter();
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    center->setDelegate(delegate);
+    std::thread([&center] {
+        center->deliverNotification(notification(QStringLiteral("one")));
+    }).join();
+    // Not asked on the caller's stack, and not presented before it was asked.
+    QVERIFY(delegate->asked.isEmpty());
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
+    QTest::qSleep(200);
+    QCOMPARE(server->deliveries.size(), 0U);
+    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QCOMPARE(delegate->asked.size(), 1);
+    QCOMPARE(delegate->asked[0].title, QStringLiteral("one"));
+    QVERIFY(!delegate->wasOffMainThread);
+}
+
+void DesktopNotificationCenterTest::dropsWhatTheDelegateDoesNotWantPresented() {
+    serve();
+    const auto center = newCenter();
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    delegate->presents = false;
+    center->setDelegate(delegate);
+    center->deliverNotification(notification(QStringLiteral("unwanted")));
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+    delegate->presents = true;
+    deliverStanding(*center, QStringLiteral("wanted"));
+    QCOMPARE(server->deliveries.size(), 1U);
+    QCOMPARE(server->deliveries[0].summary, QStringLiteral("wanted"));
+}
+
+void DesktopNotificationCenterTest::doesNotKeepTheDelegateAlive() {
+    serve();
+    const auto center = newCenter();
+    auto delegate = std::make_shared<RecordingDelegate>();
+    const std::weak_ptr<RecordingDelegate> watched = delegate;
+    center->setDelegate(delegate);
+    center->deliverNotification(notification(QStringLiteral("one")));
+    delegate.reset();
+    QVERIFY(watched.expired());
+    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QTRY_COMPARE(registered().size(), 1U);
+    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+}
+
+void DesktopNotificationCenterTest::keepsTheNewestOfWhatWaitsForAServer() {
+    const auto center = newCenter();
+    for (int i = 0; i < 20; ++i)
+        center->deliverNotification(notification(QString::number(i)));
+    const QStringList waiting = titles(*center);
+    QCOMPARE(waiting.size(), 16);
+    QCOMPARE(waiting.constFirst(), QStringLiteral("4"));
+    QCOMPARE(waiting.constLast(), QStringLiteral("19"));
+}
+
+void DesktopNotificationCenterTest::presentsWhatWaitedWhenAServerComes() {
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("early")));
+    QVERIFY(center->flush(plenty));
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("early")});
+    serve();
+    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QTRY_COMPARE(registered().size(), 1U);
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("early")});
+}
+
+void DesktopNotificationCenterTest::presentsAgainWhatAServerTookAndNeverAnswered_data() {
+    QTest::addColumn<bool>("isTakenBack");
+    QTest::newRow("kept") << false;
+    QTest::newRow("taken back") << true;
+}
+
+void DesktopNotificationCenterTest::presentsAgainWhatAServerTookAndNeverAnswered() {
+    QFETCH(bool, isTakenBack);
+    const QString name = QStringLiteral("first-server");
+    auto dying = std::make_unique<FakeNotificationServer>(
+        QDBusConnection::connectToBus(bus->address(), name));
+    dying->holdsAnswers = true;
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("under way")));
+    center->deliverNotification(notification(QStringLiteral("next")));
+    QTRY_COMPARE(dying->deliveries.size(), 1U);
+    if (isTakenBack)
+        center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    const QStringList expected = titles(*center);
+    QCOMPARE(expected.size(), isTakenBack ? 1 : 2);
+    dying.reset();
+    QDBusConnection::disconnectFromBus(name);
+
+    serve();
+    QTRY_COMPARE(registered().size(), std::size_t(expected.size()));
+    QCOMPARE(titles(*center), expected);
+    QCOMPARE(server->deliveries.size(), std::size_t(expected.size()));
+}
+
+void DesktopNotificationCenterTest::hasTheBusStartAServer() {
+    // A "server" that only leaves a mark: what counts is that it was started.
+    const QString mark = home->filePath(QStringLiteral("started"));
+    QFile file(home->filePath(QStringLiteral("n.service")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("[D-BUS Service]\nName=org.freedesktop.Notifications\nExec=/bin/sh -c \"touch '" +
+               mark.toUtf8() + "'; exit 1\"\n");
+    file.close();
+    bus = std::make_unique<PrivateBus>(home->path());
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_VERIFY(QFile::exists(mark));
+    // It went without serving; the notification waits on.
+    QVERIFY(center->flush(plenty));
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
+}
+
+void DesktopNotificationCenterTest::dropsTheListWhenTheServerIsReplaced() {
+    const QString name = QStringLiteral("old-server");
+    auto old = std::make_unique<FakeNotificationServer>(
+        QDBusConnection::connectToBus(bus->address(), name));
+    const auto center = newCenter();
+    deliverStanding(*center, QStringLiteral("old"));
+    old.reset();
+    QDBusConnection::disconnectFromBus(name);
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_VERIFY(registered().empty());
+
+    serve();
+    deliverStanding(*center, QStringLiteral("new"));
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("new")});
+    QCOMPARE(server->deliveries.size(), 1U);
+}
+
+void DesktopNotificationCenterTest::dropsTheListWithoutARegistryToo() {
+    QFile file(stateFolder());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    serve();
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("old")));
+    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QTest::qWait(100);
+    server.reset();
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+}
+
+void DesktopNotificationCenterTest::dropsTheRegistryOfAnotherBus() {
+    serve();
+    deliverStanding(*newCenter(), QStringLiteral("old"));
+    server.reset();
+    bus = std::make_unique<PrivateBus>();
+    serve();
+    const auto center = newCenter();
+    // Believed until the bus has been asked, which costs the caller nothing.
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("old")});
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_VERIFY(registered().empty());
+    QVERIFY(server->closeCalls.isEmpty());
+}
+
+void DesktopNotificationCenterTest::survivesTheLossOfTheBus() {
+    serve();
+    const auto center = newCenter();
+    deliverStanding(*center, QStringLiteral("one"));
+    server.reset();
+    bus->stop();
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+    center->deliverNotification(notification(QStringLiteral("two")));
+    QVERIFY(center->flush(plenty));
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("two")});
+}
+
+void DesktopNotificationCenterTest::worksWithoutABus() {
+    NotificationSender nowhere = sender();
+    nowhere.busAddress = QStringLiteral("unix:path=/nonexistent/bus");
+    DesktopNotificationCenter center(nowhere);
+    center.deliverNotification(notification(QStringLiteral("one")));
+    QVERIFY(center.flush(plenty));
+    QCOMPARE(titles(center), QStringList{QStringLiteral("one")});
+    center.removeDeliveredNotification(center.deliveredNotifications().constFirst());
+    QVERIFY(center.deliveredNotifications().isEmpty());
+}
+
+void DesktopNotificationCenterTest::worksWithoutAStateFolder() {
+    QFile file(stateFolder());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    serve();
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QTest::qWait(100);
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QTRY_COMPARE(server->closeCalls, QList<quint32>{1});
+    QVERIFY(center->deliveredNotifications().isEmpty());
+}
+
+void DesktopNotificationCenterTest::savesWhenTheRegistryIsFreeAgain() {
+    serve();
+    const auto center = newCenter();
+    deliverStanding(*center, QStringLiteral("one"));
+    QLockFile lock(NotificationRegistry(stateFolder()).path() + QStringLiteral(".lock"));
+    QVERIFY(lock.lock());
+    center->deliverNotification(notification(QStringLiteral("two")));
+    QTRY_COMPARE(server->deliveries.size(), 2U);
+    QVERIFY(!center->flush(milliseconds(300)));
+    QCOMPARE(titles(*center).size(), 2);
+    // Longer than the attempts last that the delivery itself brings about.
+    QTest::qWait(800);
+    QCOMPARE(registered().size(), 1U);
+    lock.unlock();
+    QTRY_COMPARE(registered().size(), 2U);
+    QVERIFY(center->flush(plenty));
+}
+
+void DesktopNotificationCenterTest::survivesACorruptRegistry() {
+    serve();
+    deliverStanding(*newCenter(), QStringLiteral("old"));
+    QFile file(NotificationRegistry(stateFolder()).path());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("{\"version\": 1, ");
+    file.close();
+    const auto center = newCenter();
+    QVERIFY(center->deliveredNotifications().isEmpty());
+    center->deliverNotification(notification(QStringLiteral("new")));
+    QTRY_COMPARE(registered().size(), 1U);
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("new")});
+}
+
+void DesktopNotificationCenterTest::knowsAtOnceWhatAnEarlierRunDelivered() {
+    serve();
+    const QDateTime date = QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC);
+    {
+        const auto earlier = newCenter();
+        UserNotification dated = notification(QStringLiteral("earlier"));
+        dated.userInfo.insert(QStringLiteral("originationDate"), date);
+        earlier->deliverNotification(dated);
+        QTRY_COMPARE(registered().size(), 1U);
+    }
+    const auto center = newCenter();
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    center->setDelegate(delegate);
+    const auto list = center->deliveredNotifications();
+    QCOMPARE(list.size(), 1);
+    QCOMPARE(list[0].userInfo.value(QStringLiteral("originationDate")).toDateTime(), date);
+
+    // The click finds its way without any delivery by this run.
+    QVERIFY(center->flush(plenty));
+    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    QTRY_COMPARE(delegate->activated.size(), 1);
+    QCOMPARE(delegate->activated[0].title, QStringLiteral("earlier"));
+    QTRY_VERIFY(registered().empty());
+}
+
+void DesktopNotificationCenterTest::finishesAWithdrawalOfAnEarlierRun() {
+    serve();
+    deliverStanding(*newCenter(), QStringLiteral("earlier"));
+    const NotificationRegistry registry(stateFolder());
+    RegistryChange change;
+    const auto contents = registry.read();
+    change.bus = contents->bus;
+    change.server = contents->server;
+    change.put = contents->entries;
+    change.put[0].withdrawn = true;
+    QVERIFY(registry.apply(change));
+
+    const auto center = newCenter();
+    QVERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_COMPARE(server->closeCalls, QList<quint32>{1});
+    QTRY_VERIFY(registered().empty());
+}
+
+void DesktopNotificationCenterTest::actsOnAnEarlierRunsClickOnceTheRegistryIsFree() {
+    serve();
+    deliverStanding(*newCenter(), QStringLiteral("earlier"));
+    const auto center = newCenter();
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    center->setDelegate(delegate);
+    QVERIFY(center->flush(plenty));
+    QLockFile lock(NotificationRegistry(stateFolder()).path() + QStringLiteral(".lock"));
+    QVERIFY(lock.lock());
+    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+    // Who else heard it may have ended it: that is not known before the change is made.
+    QTest::qWait(NotificationRegistry::lockTimeout + 200);
+    QVERIFY(delegate->activated.isEmpty());
+    lock.unlock();
+    QTRY_COMPARE(delegate->activated.size(), 1);
+    QCOMPARE(delegate->activated[0].title, QStringLiteral("earlier"));
+    QVERIFY(registered().empty());
+}
+
+void DesktopNotificationCenterTest::leavesAClickToTheProcessThatDelivered() {
+    serve();
+    const auto first = newCenter();
+    const auto second = newCenter();
+    const auto firstDelegate = std::make_shared<RecordingDelegate>();
+    const auto secondDelegate = std::make_shared<RecordingDelegate>();
+    first->setDelegate(firstDelegate);
+    second->setDelegate(secondDelegate);
+    deliverStanding(*first, QStringLiteral("of the first"));
+    QCOMPARE(titles(*second), QStringList{QStringLiteral("of the first")});
+    deliverStanding(*second, QStringLiteral("of the second"));
+    QCOMPARE(titles(*first).size(), 2);
+
+    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    QTRY_COMPARE(firstDelegate->activated.size(), 1);
+    QTRY_COMPARE(registered().size(), 1U);
+    QTest::qWait(100);
+    QCOMPARE(secondDelegate->activated.size(), 0);
+
+    // Either may take back what the other delivered.
+    first->removeDeliveredNotification(first->deliveredNotifications().constFirst());
+    QTRY_VERIFY(server->closeCalls.contains(2U));
+    QTRY_VERIFY(registered().empty());
+    QVERIFY(second->deliveredNotifications().isEmpty());
+}
+
+void DesktopNotificationCenterTest::neverBlocksOnAHungBus() {
+    serve();
+    deliverStanding(*newCenter(), QStringLiteral("earlier"));
+    ::kill(static_cast<pid_t>(bus->processId()), SIGSTOP);
+
+    QElapsedTimer timer;
+    timer.start();
+    auto center = newCenter();
+    center->setDelegate(std::make_shared<RecordingDelegate>());
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QCOMPARE(titles(*center).size(), 2);
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
+    QVERIFY2(timer.elapsed() < 100, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY(!center->flush(milliseconds(100)));
+    center.reset();
+    QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+    ::kill(static_cast<pid_t>(bus->processId()), SIGCONT);
+    QTest::qWait(200);
+}
+
+void DesktopNotificationCenterTest::worksFromManyThreadsAtOnce() {
+    serve();
+    const auto center = newCenter();
+    center->setDelegate(std::make_shared<RecordingDelegate>());
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&center, t] {
+            for (int i = 0; i < 25; ++i) {
+                center->deliverNotification(notification(QString::number(100 * t + i)));
+                const auto list = center->deliveredNotifications();
+                if (!list.isEmpty())
+                    center->removeDeliveredNotification(list.constLast());
+            }
+        });
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    const auto rest = center->deliveredNotifications();
+    for (const UserNotification &each : rest)
+        center->removeDeliveredNotification(each);
+    QVERIFY(center->deliveredNotifications().isEmpty());
+
+    // Whatever reached the server was taken back there.
+    QTRY_VERIFY(center->flush(milliseconds(10)));
+    QCOMPARE(std::size_t(server->closeCalls.size()), server->deliveries.size());
+    QVERIFY(registered().empty());
+}
+
+void DesktopNotificationCenterTest::goesNowhereAfterTheShutDown() {
+    serve();
+    const auto center = newCenter();
+    const UserNotification delivered = deliverStanding(*center, QStringLiteral("one"));
+    center->shutDown();
+    QVERIFY(!center->isActive());
+    center->deliverNotification(notification(QStringLiteral("two")));
+    center->removeDeliveredNotification(delivered);
+    QVERIFY(center->flush(plenty));
+    QTest::qWait(50);
+    QCOMPARE(server->deliveries.size(), 1U);
+    QVERIFY(server->closeCalls.isEmpty());
+    center->shutDown();
+}
+
+}  // namespace pelorinnews::test
+
+PELORIN_CORE_TEST_MAIN(pelorinnews::test::DesktopNotificationCenterTest)
+
+#include "DesktopNotificationCenterTest.moc"

@@ -1,0 +1,391 @@
+#include "NotificationTesting.h"
+#include "PrivateBus.h"
+#include "RecordingDelegate.h"
+#include "TestMain.h"
+#include "notifications/DesktopNotificationCenter.h"
+
+#include <QDBusReply>
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+
+namespace pelorinnews::test {
+
+using std::chrono::milliseconds;
+
+/// Against dunst, acted on by its own control program.
+class DunstTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void showsWhatIsDelivered();
+    void showsMarkupAsItStands();
+    void replacesOneByAnother();
+    void keepsOneWhosePopUpExpired();
+    void withdrawsOneFromTheScreen();
+    void withdrawsOneWhosePopUpExpired();
+    void forgetsOneThatTheUserDismissed();
+    void tellsTheDelegateOfAClick();
+    void leavesForeignNotificationsAlone();
+    void findsItsOwnAfterTheProcessWasKilled();
+    void missesTheClickOnOneOfAKilledProcess();
+    void sharesTheListBetweenTwoProcesses();
+    void dropsTheListWhenTheDaemonIsStartedAgain();
+    void waitsForADaemonThatStartsLate();
+    void neverBlocksOnAHungDaemon();
+    void presentsAgainWhatAHungDaemonDiedWith();
+
+private:
+    [[nodiscard]] NotificationSender sender() const;
+    void startDaemon();
+    void stopDaemon();
+    QString control(const QStringList &arguments) const;
+    [[nodiscard]] int displayed() const;
+    [[nodiscard]] QStringList history() const;
+    [[nodiscard]] std::vector<RegistryEntry> registered() const;
+    [[nodiscard]] std::unique_ptr<BusProgram> startHost() const;
+
+    std::unique_ptr<QTemporaryDir> home;
+    std::unique_ptr<PrivateBus> bus;
+    std::unique_ptr<BusProgram> daemon;
+    std::unique_ptr<DesktopNotificationCenter> center;
+    std::shared_ptr<RecordingDelegate> delegate;
+};
+
+void DunstTest::init() {
+    home = std::make_unique<QTemporaryDir>();
+    QFile file(home->filePath(QStringLiteral("dunstrc")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    // Pop-ups of low urgency end soon, so that the test need not wait for it long.
+    file.write(
+        "[global]\nmarkup = full\nhistory_length = 50\nidle_threshold = 0\n"
+        "[urgency_low]\ntimeout = 0\n[urgency_normal]\ntimeout = 60\n"
+        "[soon_gone]\nsummary = \"*brief*\"\ntimeout = 1\n");
+    file.close();
+    bus = std::make_unique<PrivateBus>();
+    startDaemon();
+    center = std::make_unique<DesktopNotificationCenter>(sender());
+    delegate = std::make_shared<RecordingDelegate>();
+    center->setDelegate(delegate);
+}
+
+void DunstTest::cleanup() {
+    center.reset();
+    daemon.reset();
+    bus.reset();
+    home.reset();
+}
+
+NotificationSender DunstTest::sender() const {
+    return senderOn(*bus, home->filePath(QStringLiteral("state")));
+}
+
+void DunstTest::startDaemon() {
+    daemon = std::make_unique<BusProgram>(
+        *bus, QStringLiteral("dunst"),
+        QStringList{QStringLiteral("-conf"), home->filePath(QStringLiteral("dunstrc"))});
+    QTRY_VERIFY(bus->hasNotificationServer());
+}
+
+void DunstTest::stopDaemon() {
+    daemon->kill();
+    daemon.reset();
+    QTRY_VERIFY(!bus->hasNotificationServer());
+}
+
+QString DunstTest::control(const QStringList &arguments) const {
+    QProcess process;
+    process.setProcessEnvironment(bus->environment());
+    process.start(QStringLiteral("dunstctl"), arguments);
+    if (!process.waitForFinished(5000) || process.exitCode() != 0)
+        qWarning("dunstctl %s failed", qPrintable(arguments.join(QLatin1Char(' '))));
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+}
+
+int DunstTest::displayed() const {
+    return control({QStringLiteral("count"), QStringLiteral("displayed")}).toInt();
+}
+
+QStringList DunstTest::history() const {
+    const QJsonObject object =
+        QJsonDocument::fromJson(control({QStringLiteral("history")}).toUtf8()).object();
+    QStringList summaries;
+    const QJsonArray entries = object.value(QStringLiteral("data")).toArray().at(0).toArray();
+    for (const QJsonValue &entry : entries)
+        summaries.append(entry[QStringLiteral("summary")][QStringLiteral("data")].toString());
+    return summaries;
+}
+
+std::vector<RegistryEntry> DunstTest::registered() const {
+    return registeredIn(sender().stateFolder);
+}
+
+std::unique_ptr<BusProgram> DunstTest::startHost() const {
+    return std::make_unique<BusProgram>(
+        *bus,
+        QCoreApplication::applicationDirPath() + QStringLiteral("/pelorin-notificationclient"),
+        QStringList{sender().stateFolder});
+}
+
+void DunstTest::showsWhatIsDelivered() {
+    center->deliverNotification(notification(QStringLiteral("News")));
+    QTRY_COMPARE(registered().size(), 1U);
+    QCOMPARE(displayed(), 1);
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("News")});
+}
+
+void DunstTest::showsMarkupAsItStands() {
+    UserNotification marked = notification(QStringLiteral("R&D <b>1</b>"));
+    marked.informativeText = QStringLiteral("<b>5 < 6</b> &amp;");
+    center->deliverNotification(marked);
+    QTRY_COMPARE(registered().size(), 1U);
+    control({QStringLiteral("close")});
+    QTRY_COMPARE(history().size(), 1);
+    // The message as drawn, in the markup of what draws it.
+    const QJsonObject object =
+        QJsonDocument::fromJson(control({QStringLiteral("history")}).toUtf8()).object();
+    const QString message =
+        object[QStringLiteral("data")][0][0][QStringLiteral("message")][QStringLiteral("data")]
+            .toString();
+    QVERIFY2(message.contains(QStringLiteral("&lt;b&gt;5 &lt; 6&lt;/b&gt; &amp;amp;")),
+             qPrintable(message));
+    QVERIFY2(message.contains(QStringLiteral("R&amp;D &lt;b&gt;1&lt;/b&gt;")), qPrintable(message));
+}
+
+void DunstTest::replacesOneByAnother() {
+    center->deliverNotification(notification(QStringLiteral("old")));
+    QTRY_COMPARE(registered().size(), 1U);
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    center->deliverNotification(notification(QStringLiteral("new")));
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("new")});
+    QTRY_COMPARE(registered().size(), 1U);
+    QTRY_COMPARE(registered().at(0).notification.title, QStringLiteral("new"));
+    QCOMPARE(displayed(), 1);
+    QCOMPARE(history(), QStringList{QStringLiteral("old")});
+}
+
+void DunstTest::keepsOneWhosePopUpExpired() {
+    center->deliverNotification(notification(QStringLiteral("a brief one")));
+    QTRY_COMPARE(history(), QStringList{QStringLiteral("a brief one")});
+    QCOMPARE(displayed(), 0);
+    QVERIFY(center->flush(plenty));
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("a brief one")});
+
+    // Called back to the screen from the history, it can be taken back still.
+    control({QStringLiteral("history-pop")});
+    QTRY_COMPARE(displayed(), 1);
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QTRY_COMPARE(displayed(), 0);
+}
+
+void DunstTest::withdrawsOneFromTheScreen() {
+    center->deliverNotification(notification(QStringLiteral("one")));
+    center->deliverNotification(notification(QStringLiteral("two")));
+    QTRY_COMPARE(registered().size(), 2U);
+    QCOMPARE(displayed(), 2);
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QTRY_COMPARE(displayed(), 1);
+    QCOMPARE(history(), QStringList{QStringLiteral("one")});
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("two")});
+    QTRY_COMPARE(registered().size(), 1U);
+}
+
+void DunstTest::withdrawsOneWhosePopUpExpired() {
+    center->deliverNotification(notification(QStringLiteral("brief")));
+    QTRY_COMPARE(history().size(), 1);
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QVERIFY(center->flush(plenty));
+    QVERIFY(center->deliveredNotifications().isEmpty());
+    QVERIFY(registered().empty());
+}
+
+void DunstTest::forgetsOneThatTheUserDismissed() {
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_COMPARE(registered().size(), 1U);
+    control({QStringLiteral("close")});
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_VERIFY(registered().empty());
+    QVERIFY(delegate->activated.isEmpty());
+}
+
+void DunstTest::tellsTheDelegateOfAClick() {
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_COMPARE(registered().size(), 1U);
+    control({QStringLiteral("action")});
+    QTRY_COMPARE(delegate->activated.size(), 1);
+    QCOMPARE(delegate->activated[0].title, QStringLiteral("one"));
+    QVERIFY(!delegate->wasOffMainThread);
+    QVERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_COMPARE(displayed(), 0);
+}
+
+void DunstTest::leavesForeignNotificationsAlone() {
+    center->deliverNotification(notification(QStringLiteral("ours")));
+    QTRY_COMPARE(registered().size(), 1U);
+    QProcess foreign;
+    foreign.setProcessEnvironment(bus->environment());
+    foreign.start(QStringLiteral("dunstify"),
+                  {QStringLiteral("--action=default,Open"), QStringLiteral("foreign")});
+    QTRY_COMPARE(displayed(), 2);
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("ours")});
+
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QVERIFY(center->flush(plenty));
+    QCOMPARE(displayed(), 1);
+    QCOMPARE(history(), QStringList{QStringLiteral("ours")});
+    control({QStringLiteral("action")});
+    QVERIFY(foreign.waitForFinished(5000));
+    QTest::qWait(100);
+    QVERIFY(delegate->activated.isEmpty());
+}
+
+void DunstTest::findsItsOwnAfterTheProcessWasKilled() {
+    auto host = startHost();
+    host->writeLine(QStringLiteral("deliver of the killed"));
+    QCOMPARE(host->readLine(), QStringLiteral("done"));
+    host->kill();
+    QCOMPARE(displayed(), 1);
+
+    host = startHost();
+    host->writeLine(QStringLiteral("list"));
+    QCOMPARE(host->readLine(), QStringLiteral("of the killed"));
+    host.reset();
+    const auto found = center->deliveredNotifications();
+    QCOMPARE(found.size(), 1);
+    QCOMPARE(found[0].userInfo.value(QStringLiteral("originationDate")).toDateTime(),
+             QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC));
+    center->removeDeliveredNotification(found[0]);
+    QTRY_COMPARE(displayed(), 0);
+    QTRY_VERIFY(registered().empty());
+}
+
+void DunstTest::missesTheClickOnOneOfAKilledProcess() {
+    // dunst tells a click to nobody but the connection that delivered, and that is gone with its
+    // process. The notification stays and can be taken back.
+    auto host = startHost();
+    host->writeLine(QStringLiteral("deliver of the killed"));
+    QCOMPARE(host->readLine(), QStringLiteral("done"));
+    host->kill();
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("of the killed")});
+    QVERIFY(center->flush(plenty));
+    control({QStringLiteral("action")});
+    QTest::qWait(200);
+    QVERIFY(delegate->activated.isEmpty());
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("of the killed")});
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QTRY_COMPARE(displayed(), 0);
+}
+
+void DunstTest::sharesTheListBetweenTwoProcesses() {
+    auto host = startHost();
+    center->deliverNotification(notification(QStringLiteral("ours")));
+    QTRY_COMPARE(registered().size(), 1U);
+    host->writeLine(QStringLiteral("deliver theirs"));
+    QCOMPARE(host->readLine(), QStringLiteral("done"));
+    const QStringList both{QStringLiteral("ours"), QStringLiteral("theirs")};
+    QCOMPARE(titles(*center), both);
+    host->writeLine(QStringLiteral("list"));
+    QCOMPARE(host->readLine(), both.join(QLatin1Char(',')));
+
+    center->removeDeliveredNotification(center->deliveredNotifications().constLast());
+    QTRY_COMPARE(registered().size(), 1U);
+    QTRY_COMPARE(displayed(), 1);
+    host->writeLine(QStringLiteral("list"));
+    QCOMPARE(host->readLine(), QStringLiteral("ours"));
+}
+
+void DunstTest::dropsTheListWhenTheDaemonIsStartedAgain() {
+    center->deliverNotification(notification(QStringLiteral("old")));
+    QTRY_COMPARE(registered().size(), 1U);
+    stopDaemon();
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+    startDaemon();
+    center->deliverNotification(notification(QStringLiteral("new")));
+    QTRY_COMPARE(registered().size(), 1U);
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("new")});
+    QCOMPARE(displayed(), 1);
+
+    // While no process of ours looked on, too.
+    center.reset();
+    stopDaemon();
+    startDaemon();
+    center = std::make_unique<DesktopNotificationCenter>(sender());
+    center->setDelegate(delegate);
+    QVERIFY(center->flush(plenty));
+    QVERIFY(center->deliveredNotifications().isEmpty());
+    QVERIFY(registered().empty());
+}
+
+void DunstTest::waitsForADaemonThatStartsLate() {
+    stopDaemon();
+    QElapsedTimer timer;
+    timer.start();
+    center->deliverNotification(notification(QStringLiteral("cancelled")));
+    center->deliverNotification(notification(QStringLiteral("early")));
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QVERIFY2(timer.elapsed() < 50, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("early")});
+    QVERIFY(center->flush(plenty));
+
+    startDaemon();
+    QTRY_COMPARE(displayed(), 1);
+    QTRY_COMPARE(registered().size(), 1U);
+    QCOMPARE(registered().at(0).notification.title, QStringLiteral("early"));
+    QVERIFY(history().isEmpty());
+}
+
+void DunstTest::neverBlocksOnAHungDaemon() {
+    center->deliverNotification(notification(QStringLiteral("standing")));
+    QTRY_COMPARE(registered().size(), 1U);
+    daemon->signal(SIGSTOP);
+
+    QElapsedTimer timer;
+    timer.start();
+    center->deliverNotification(notification(QStringLiteral("cancelled")));
+    center->deliverNotification(notification(QStringLiteral("patient")));
+    QCOMPARE(titles(*center).size(), 3);
+    center->removeDeliveredNotification(center->deliveredNotifications().at(1));
+    center->removeDeliveredNotification(center->deliveredNotifications().at(0));
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("patient")});
+    QVERIFY2(timer.elapsed() < 50, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY(!center->flush(milliseconds(200)));
+    QVERIFY2(timer.elapsed() < 400, qPrintable(QString::number(timer.elapsed())));
+
+    daemon->signal(SIGCONT);
+    QVERIFY(center->flush(plenty));
+    QCOMPARE(displayed(), 1);
+    // The cancelled one was never shown, not even for a moment.
+    QCOMPARE(history(), QStringList{QStringLiteral("standing")});
+    QCOMPARE(registered().size(), 1U);
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("patient")});
+}
+
+void DunstTest::presentsAgainWhatAHungDaemonDiedWith() {
+    center->deliverNotification(notification(QStringLiteral("first")));
+    QTRY_COMPARE(registered().size(), 1U);
+    daemon->signal(SIGSTOP);
+    center->deliverNotification(notification(QStringLiteral("second")));
+    QVERIFY(!center->flush(milliseconds(200)));
+    stopDaemon();
+    QTRY_COMPARE(titles(*center), QStringList{QStringLiteral("second")});
+    startDaemon();
+    QTRY_COMPARE(displayed(), 1);
+    QTRY_COMPARE(registered().size(), 1U);
+    QCOMPARE(registered().at(0).notification.title, QStringLiteral("second"));
+}
+
+}  // namespace pelorinnews::test
+
+PELORIN_CORE_TEST_MAIN(pelorinnews::test::DunstTest)
+
+#include "DunstTest.moc"

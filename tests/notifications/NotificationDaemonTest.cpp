@@ -1,0 +1,172 @@
+#include "NotificationTesting.h"
+#include "PopUps.h"
+#include "PrivateBus.h"
+#include "RecordingDelegate.h"
+#include "TestMain.h"
+#include "notifications/DesktopNotificationCenter.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace pelorinnews::test {
+
+using std::chrono::milliseconds;
+
+/// Against notification-daemon, which signals to everybody, clicked with a real pointer.
+class NotificationDaemonTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void showsAPopUpAndTakesItBack();
+    void tellsTheDelegateOfAClick();
+    void hearsTheClickOnOneOfAKilledProcess();
+    void leavesForeignNotificationsAlone();
+    void withdrawsOneThatTheServerNoLongerKnows();
+
+private:
+    [[nodiscard]] NotificationSender sender() const;
+    [[nodiscard]] std::vector<RegistryEntry> registered() const;
+    /// The pop-ups on the screen, by the number of their window.
+    [[nodiscard]] static QStringList popUps();
+    static void click(const QString &window);
+
+    std::unique_ptr<QTemporaryDir> home;
+    std::unique_ptr<PrivateBus> bus;
+    std::unique_ptr<BusProgram> daemon;
+    std::unique_ptr<DesktopNotificationCenter> center;
+    std::shared_ptr<RecordingDelegate> delegate;
+};
+
+namespace {
+
+QDBusMessage call(const QString &method) {
+    return QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.Notifications"),
+                                          QStringLiteral("/org/freedesktop/Notifications"),
+                                          QStringLiteral("org.freedesktop.Notifications"), method);
+}
+
+}  // namespace
+
+void NotificationDaemonTest::init() {
+    home = std::make_unique<QTemporaryDir>();
+    bus = std::make_unique<PrivateBus>();
+    daemon = std::make_unique<BusProgram>(
+        *bus, QStringLiteral("/usr/lib/notification-daemon/notification-daemon"), QStringList());
+    QTRY_VERIFY(bus->hasNotificationServer());
+    center = std::make_unique<DesktopNotificationCenter>(sender());
+    delegate = std::make_shared<RecordingDelegate>();
+    center->setDelegate(delegate);
+}
+
+void NotificationDaemonTest::cleanup() {
+    center.reset();
+    daemon.reset();
+    bus.reset();
+    home.reset();
+}
+
+NotificationSender NotificationDaemonTest::sender() const {
+    return senderOn(*bus, home->filePath(QStringLiteral("state")));
+}
+
+std::vector<RegistryEntry> NotificationDaemonTest::registered() const {
+    return registeredIn(sender().stateFolder);
+}
+
+QStringList NotificationDaemonTest::popUps() {
+    return PopUps::ofClass(QStringLiteral("notification-daemon"));
+}
+
+void NotificationDaemonTest::click(const QString &window) {
+    // Into the text: the close button is at the right.
+    PopUps::click(window, 60, 40);
+}
+
+void NotificationDaemonTest::showsAPopUpAndTakesItBack() {
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_COMPARE(registered().size(), 1U);
+    QTRY_COMPARE(popUps().size(), 1);
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QTRY_COMPARE(popUps().size(), 0);
+    QTRY_VERIFY(registered().empty());
+}
+
+void NotificationDaemonTest::tellsTheDelegateOfAClick() {
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_COMPARE(popUps().size(), 1);
+    QTRY_COMPARE(registered().size(), 1U);
+    click(popUps().constFirst());
+    QTRY_COMPARE(delegate->activated.size(), 1);
+    QCOMPARE(delegate->activated[0].title, QStringLiteral("one"));
+    QVERIFY(!delegate->wasOffMainThread);
+    QVERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_COMPARE(popUps().size(), 0);
+    QTRY_VERIFY(registered().empty());
+}
+
+void NotificationDaemonTest::hearsTheClickOnOneOfAKilledProcess() {
+    BusProgram host(
+        *bus,
+        QCoreApplication::applicationDirPath() + QStringLiteral("/pelorin-notificationclient"),
+        {sender().stateFolder});
+    host.writeLine(QStringLiteral("deliver of the killed"));
+    QCOMPARE(host.readLine(), QStringLiteral("done"));
+    host.kill();
+    QTRY_COMPARE(popUps().size(), 1);
+
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("of the killed")});
+    QVERIFY(center->flush(plenty));
+    click(popUps().constFirst());
+    QTRY_COMPARE(delegate->activated.size(), 1);
+    QCOMPARE(delegate->activated[0].title, QStringLiteral("of the killed"));
+    QTRY_VERIFY(registered().empty());
+}
+
+void NotificationDaemonTest::leavesForeignNotificationsAlone() {
+    // This server shows one pop-up after the other.
+    QDBusMessage notify = call(QStringLiteral("Notify"));
+    notify << QStringLiteral("Other") << 0U << QString() << QStringLiteral("foreign") << QString()
+           << QStringList{QStringLiteral("default"), QString()} << QVariantMap() << -1;
+    QCOMPARE(bus->connection().call(notify).type(), QDBusMessage::ReplyMessage);
+    QTRY_COMPARE(popUps().size(), 1);
+    const QStringList foreign = popUps();
+
+    center->deliverNotification(notification(QStringLiteral("first")));
+    QTRY_COMPARE(registered().size(), 1U);
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QVERIFY(center->flush(plenty));
+    QCOMPARE(popUps(), foreign);
+
+    center->deliverNotification(notification(QStringLiteral("second")));
+    QTRY_COMPARE(registered().size(), 1U);
+    click(foreign.constFirst());
+    QTRY_VERIFY(popUps().size() == 1 && popUps() != foreign);
+    QVERIFY(delegate->activated.isEmpty());
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("second")});
+}
+
+void NotificationDaemonTest::withdrawsOneThatTheServerNoLongerKnows() {
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_COMPARE(registered().size(), 1U);
+    const UserNotification delivered = center->deliveredNotifications().constFirst();
+    // While nobody of ours listens, it goes.
+    const quint32 id = registered().at(0).serverId;
+    center = nullptr;
+    QDBusMessage close = call(QStringLiteral("CloseNotification"));
+    close << id;
+    QCOMPARE(bus->connection().call(close).type(), QDBusMessage::ReplyMessage);
+
+    center = std::make_unique<DesktopNotificationCenter>(sender());
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
+    center->removeDeliveredNotification(delivered);
+    QVERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_VERIFY(registered().empty());
+}
+
+}  // namespace pelorinnews::test
+
+PELORIN_CORE_TEST_MAIN(pelorinnews::test::NotificationDaemonTest)
+
+#include "NotificationDaemonTest.moc"

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "PrivateBus.h"
+#include "notifications/NotificationRegistry.h"
+#include "notifications/NotificationWorker.h"
+
+#include <pelorinnews/NotificationCenter.h>
+
+#include <chrono>
+#include <vector>
+
+// What the tests of the notification centre share, whichever server answers it.
+namespace pelorinnews::test {
+
+/// More than a flush takes.
+inline constexpr std::chrono::milliseconds plenty{testPatience};
+
+/// One to be delivered, with a text, a sound and user information of its own.
+inline UserNotification notification(const QString &title) {
+    UserNotification made;
+    made.title = title;
+    made.informativeText = QStringLiteral("Text of ") + title;
+    made.soundName = UserNotification::defaultSoundName();
+    made.userInfo = {{QStringLiteral("key"), title}};
+    return made;
+}
+
+/// The titles of what stands, in the centre's order.
+inline QStringList titles(const NotificationCenter &center) {
+    QStringList list;
+    const auto delivered = center.deliveredNotifications();
+    for (const UserNotification &each : delivered)
+        list.append(each.title);
+    return list;
+}
+
+/// A host on `bus` that keeps its registry in `stateFolder`.
+inline NotificationSender senderOn(const PrivateBus &bus, const QString &stateFolder) {
+    NotificationSender made;
+    made.identifier = QStringLiteral("com.example.Host");
+    made.applicationName = QStringLiteral("Host");
+    made.actionLabel = QStringLiteral("Open");
+    made.stateFolder = stateFolder;
+    made.busAddress = bus.address();
+    return made;
+}
+
+/// What the registry in `stateFolder` holds; nothing where it is absent or unreadable.
+inline std::vector<RegistryEntry> registeredIn(const QString &stateFolder) {
+    auto contents = NotificationRegistry(stateFolder).read();
+    return contents ? std::move(contents->entries) : std::vector<RegistryEntry>();
+}
+
+}  // namespace pelorinnews::test

@@ -1,0 +1,76 @@
+// A host of its own process: delivers, lists and hears clicks through the session's bus as told on
+// standard input, until it is killed or its input ends.
+#include "RecordingDelegate.h"
+#include "notifications/DesktopNotificationCenter.h"
+#include "platform/MainQueue.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QTextStream>
+
+#include <thread>
+
+using namespace pelorinnews;
+
+namespace {
+
+// The registry is written to the disk, which a busy machine may take long for.
+constexpr std::chrono::seconds longestFlush(30);
+
+void answer(const QString &line) {
+    QTextStream(stdout) << line << '\n' << Qt::flush;
+}
+
+/// For the rest of the process.
+const std::shared_ptr<test::RecordingDelegate> &delegate() {
+    static const auto only = std::make_shared<test::RecordingDelegate>();
+    return only;
+}
+
+QString titles(const QList<UserNotification> &notifications) {
+    QStringList list;
+    for (const UserNotification &each : notifications)
+        list.append(each.title);
+    return list.join(QLatin1Char(','));
+}
+
+void obey(NotificationCenter &center, const QString &command, const QString &argument) {
+    if (command == QLatin1String("deliver")) {
+        UserNotification notification;
+        notification.title = argument;
+        notification.userInfo = {{QStringLiteral("originationDate"),
+                                  QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC)}};
+        center.deliverNotification(notification);
+        answer(center.flush(longestFlush) ? QStringLiteral("done") : QStringLiteral("late"));
+    } else if (command == QLatin1String("list")) {
+        answer(titles(center.deliveredNotifications()));
+    } else if (command == QLatin1String("listen")) {
+        center.setDelegate(delegate());
+        answer(center.flush(longestFlush) ? QStringLiteral("done") : QStringLiteral("late"));
+    } else if (command == QLatin1String("clicks")) {
+        // On the main thread, after all that it was told so far.
+        MainQueue::dispatchAsync([] { answer(titles(delegate()->activated)); });
+    }
+}
+
+}  // namespace
+
+int main(int argc, char *argv[]) {
+    QCoreApplication application(argc, argv);
+    NotificationSender sender;
+    sender.identifier = QStringLiteral("com.example.Host");
+    sender.applicationName = QStringLiteral("Host");
+    sender.actionLabel = QStringLiteral("Open");
+    sender.stateFolder = application.arguments().value(1);
+    DesktopNotificationCenter center(sender);
+    std::thread commands([&] {
+        QTextStream input(stdin);
+        QString line;
+        while (input.readLineInto(&line))
+            obey(center, line.section(QLatin1Char(' '), 0, 0), line.section(QLatin1Char(' '), 1));
+        QMetaObject::invokeMethod(&application, "quit", Qt::QueuedConnection);
+    });
+    const int result = QCoreApplication::exec();
+    commands.join();
+    return result;
+}

@@ -1,0 +1,401 @@
+// Pages that mean no good. None runs code, opens a window, reads a file, asks the user for anything
+// or brings the host down; what each may do stands beside it.
+
+#include "FeedServer.h"
+#include "FileWatch.h"
+#include "HostilePage.h"
+#include "HostilePictures.h"
+#include "PageServer.h"
+#include "RendererFixture.h"
+#include "RendererTestMain.h"
+#include "TestAuthority.h"
+#include "richtext/RichTextWriter.h"
+
+#include <QBuffer>
+#include <QDataStream>
+#include <QDir>
+#include <QImage>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QWebEngineDownloadRequest>
+#include <QWebEnginePage>
+#include <QWebEngineProfile>
+#include <QWebEngineView>
+#include <QWindow>
+
+#include <algorithm>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+constexpr int patience = 30000;
+const QString pages = QStringLiteral(PELORIN_TEST_DATA "/hostile");
+
+QByteArray picture(const QColor &color) {
+    QImage image(20, 20, QImage::Format_RGB32);
+    image.fill(color);
+    QBuffer buffer;
+    image.save(&buffer, "PNG");
+    return buffer.data();
+}
+
+// Half a second of a loud tone.
+QByteArray sound() {
+    constexpr quint32 rate = 8000;
+    constexpr quint32 samples = rate / 2;
+    QByteArray file;
+    QDataStream stream(&file, QIODevice::WriteOnly);
+    stream.setByteOrder(QDataStream::LittleEndian);
+    const auto name = [&stream](const char *four) { stream.writeRawData(four, 4); };
+    name("RIFF");
+    stream << quint32(36 + samples);
+    name("WAVE");
+    name("fmt ");
+    // Sixteen bytes of format: PCM, one channel, one byte a sample.
+    stream << quint32(16) << quint16(1) << quint16(1) << rate << rate << quint16(1) << quint16(8);
+    name("data");
+    stream << samples;
+    for (quint32 sample = 0; sample < samples; ++sample)
+        stream << quint8(sample % 16 < 8 ? 0x10 : 0xf0);
+    return file;
+}
+
+bool shows(const QImage &screen, const QColor &color) {
+    for (int y = 0; y < screen.height(); ++y)
+        for (int x = 0; x < screen.width(); ++x)
+            if (screen.pixelColor(x, y) == color)
+                return true;
+    return false;
+}
+
+// Notes what the engine's page does that the screen does not tell.
+class Doings final : public QObject {
+public:
+    explicit Doings(const RendererFixture &fixture) {
+        if (!fixture.web())
+            return;
+        const QWebEnginePage *page = fixture.web()->page();
+        connect(page, &QWebEnginePage::recentlyAudibleChanged, this, [this] { heard = true; });
+        // Called after the renderer has seen to it.
+        connect(page->profile(), &QWebEngineProfile::downloadRequested, this,
+                [this](const QWebEngineDownloadRequest *download) {
+                    ++downloads;
+                    goesOn = goesOn || !download->isFinished();
+                });
+        connect(page, &QWebEnginePage::featurePermissionRequested, this,
+                [this](const QUrl &, QWebEnginePage::Feature feature) { wanted.append(feature); });
+        folders += page->profile()->downloadPath();
+    }
+
+    bool heard = false;
+    int downloads = 0;
+    // Whether one of them went on although nobody wants it.
+    bool goesOn = false;
+    QList<QWebEnginePage::Feature> wanted;
+
+    [[nodiscard]] QStringList saved() const {
+        QStringList files;
+        for (const QString &folder : folders)
+            files += QDir(folder).entryList(QDir::Files | QDir::Hidden);
+        return files;
+    }
+
+private:
+    QStringList folders{QStandardPaths::writableLocation(QStandardPaths::DownloadLocation)};
+};
+
+// Notes every window that comes up while it lives, however short.
+class NewWindows final : public QObject {
+public:
+    NewWindows() { qApp->installEventFilter(this); }
+    QStringList shown;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        if (event->type() == QEvent::Show && qobject_cast<QWindow *>(watched))
+            shown.append(watched->objectName());
+        return false;
+    }
+};
+
+// Films without sound may run.
+const QString soundHasCome = QStringLiteral(
+    "(all => all.length > 0 && all.every(each => each.readyState === each.HAVE_ENOUGH_DATA))"
+    "([...document.querySelectorAll('audio,video')])");
+const QString noSoundWasPlayed = QStringLiteral(
+    "[...document.querySelectorAll('audio,video')]"
+    ".every(each => each.muted || (each.paused && each.played.length === 0))");
+
+}  // namespace
+
+class HostileTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase_data();
+    void initTestCase();
+    void cleanupTestCase() { fixture.reset(); }
+
+    void doesNoMoreThanStandsBesideIt_data();
+    void doesNoMoreThanStandsBesideIt();
+    void nobodyGetsAPermission_data();
+    void nobodyGetsAPermission();
+
+private:
+    void serve();
+    void writeFiles() const;
+    [[nodiscard]] QByteArray drawingOfFile() const;
+    [[nodiscard]] QString asked(const HostilePage &page) const;
+
+    PageServer server;
+    std::unique_ptr<TestAuthority> authority;
+    std::unique_ptr<FeedServer> untrusted;
+    QTemporaryDir files;
+    QMap<QString, QString> addresses;
+    std::unique_ptr<RendererFixture> fixture;
+    Painter shownBy = Painter::Text;
+};
+
+void HostileTest::initTestCase_data() {
+    QTest::addColumn<Painter>("painter");
+    QTest::newRow("web") << Painter::Web;
+    QTest::newRow("text") << Painter::Text;
+}
+
+void HostileTest::initTestCase() {
+    // A camera and a microphone to be refused: without any, nobody would be asked.
+    qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--use-fake-device-for-media-stream");
+    authority = std::make_unique<TestAuthority>();
+    const auto certificate = authority->issue(DevelopmentCertificates::Kind::SelfSigned);
+    FeedServerOptions options;
+    options.certificateFile = certificate.certificate;
+    options.privateKeyFile = certificate.privateKey;
+    untrusted = std::make_unique<FeedServer>(options);
+    QVERIFY(untrusted->start());
+    writeFiles();
+    addresses = {
+        {QStringLiteral("server"), server.address()},
+        {QStringLiteral("tls"), untrusted->address()},
+        {QStringLiteral("files"), QUrl::fromLocalFile(files.path()).toString()},
+        {QStringLiteral("folder"), files.path()},
+        {QStringLiteral("bomb"), QString::fromLatin1(hugePicture().toBase64())},
+        {QStringLiteral("large"), QString::fromLatin1(plainPicture(QSize(5656, 5656)).toBase64())},
+        {QStringLiteral("drawing"), QString::fromLatin1(drawingOfFile().toBase64())},
+    };
+    serve();
+
+    // The watch sees what it is there for.
+    FileWatch watch(files.path());
+    QFile file(files.filePath(QStringLiteral("page.html")));
+    QVERIFY(file.open(QFile::ReadOnly));
+    QCOMPARE(watch.opened(), QStringList{QStringLiteral("page.html")});
+}
+
+void HostileTest::writeFiles() const {
+    const QByteArray red = "body { background: #ff00ff } p { color: #ff00ff }";
+    const QList<std::pair<const char *, QByteArray>> all = {
+        {"marker.png", picture(QColor(0xff, 0, 0xff))},
+        {"page.html", "<body style='background:#ff00ff'>SECRET"},
+        {"style.css", red},
+        {"script.js", "document.write('SECRET')"},
+        {"font.ttf", "no font"},
+        {"sound.wav", "no sound"},
+    };
+    for (const auto &[name, content] : all) {
+        QFile file(files.filePath(QLatin1String(name)));
+        if (!file.open(QFile::WriteOnly) || file.write(content) != content.size())
+            qFatal("cannot write %s", name);
+    }
+}
+
+// A drawing that shows a picture from the disk.
+QByteArray HostileTest::drawingOfFile() const {
+    return "<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' "
+           "width='300' height='100'><image xlink:href='" +
+           QFile::encodeName(files.filePath(QStringLiteral("marker.png"))) +
+           "' width='300' height='100'/></svg>";
+}
+
+void HostileTest::serve() {
+    const QByteArray base = server.address().toLatin1();
+    const QByteArray local = addresses[QStringLiteral("files")].toLatin1();
+    const QByteArray ran = "new Image().src='" + base + "/ran';document.write('R'+'AN')";
+    server.setAnswer("/ran.js", {ran, "text/javascript"});
+    server.setAnswer("/sound.wav", {sound(), "audio/wav"});
+    server.setAnswer("/seen.png", {picture(Qt::green), "image/png"});
+    server.setAnswer("/bomb.png", {hugePicture(), "image/png"});
+    server.setAnswer("/frame.html", {"<p>Framed<script>" + ran + "</script>"});
+    server.setAnswer("/page.html", {"<p>Another page<script>" + ran + "</script>"});
+    server.setAnswer("/leave.html",
+                     {"<base target=_top><meta http-equiv=refresh content='0;url=" + local +
+                      "/page.html'><script>top.location='" + base + "/ran'</script>"});
+    server.setAnswer("/drawing.svg",
+                     {"<svg xmlns='http://www.w3.org/2000/svg' id='a'><script>" + ran +
+                          "</script><image href='" + local + "/marker.png'/></svg>",
+                      "image/svg+xml"});
+    server.setAnswer("/style.css", {"@import '" + local + "/style.css'; body { background: url(" +
+                                        local + "/marker.png) }",
+                                    "text/css"});
+    server.setAnswer("/password", {"none", "text/html", "401 Unauthorized",
+                                   "WWW-Authenticate: Basic realm=\"Your password\"\r\n"});
+    server.setAnswer("/download", {"evil", "application/octet-stream", "200 OK",
+                                   "Content-Disposition: attachment; filename=evil.desktop\r\n"});
+    server.setAnswer("/to-file",
+                     {{}, "text/html", "302 Found", "Location: " + local + "/page.html\r\n"});
+}
+
+QString HostileTest::asked(const HostilePage &page) const {
+    QStringList lines;
+    for (const auto &question : fixture->questions)
+        lines.append(asLine(question));
+    if (page.keepsAsking == lines.value(0) && lines.count(page.keepsAsking) == lines.size())
+        lines.clear();
+    lines.sort();
+    return lines.join(u'\n');
+}
+
+void HostileTest::doesNoMoreThanStandsBesideIt_data() {
+    QTest::addColumn<QString>("name");
+    const QStringList names = QDir(pages).entryList({QStringLiteral("*.html")});
+    for (const QString &file : names) {
+        const QString name = file.chopped(5);
+        QTest::newRow(qPrintable(name)) << name;
+    }
+}
+
+void HostileTest::doesNoMoreThanStandsBesideIt() {
+    QFETCH_GLOBAL(const Painter, painter);
+    QFETCH(const QString, name);
+    if (!fixture || shownBy != painter)
+        fixture = std::make_unique<RendererFixture>(painter);
+    shownBy = painter;
+    const auto page = HostilePage::read(pages, name, painter, addresses);
+    const auto requested = [this] {
+        QStringList all = server.requests();
+        all.sort();
+        return all.join(u'\n');
+    };
+
+    server.clear();
+    fixture->questions.clear();
+    FileWatch watch(files.path());
+    NewWindows windows;
+    const Doings doings(*fixture);
+    const QImage before = fixture->screen();
+    if (page.hangs)
+        fixture->view.loadHtmlString(page.html);
+    else
+        fixture->load(page.html);
+    if (page.click) {
+        // The engine drops clicks on what it has not painted yet.
+        QTRY_VERIFY_WITH_TIMEOUT(fixture->screen() != before, patience);
+        QTest::qWait(100);
+        QTest::mouseMove(fixture->target(), QPoint(40, 50));
+        QTest::mouseClick(fixture->target(), Qt::LeftButton, {}, QPoint(40, 50));
+        // Where nothing is to come of it, the click must have arrived all the same.
+        if (page.asks.isEmpty() && painter == Painter::Web)
+            QTRY_VERIFY_WITH_TIMEOUT(fixture->hasFocusInPage(), patience);
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(requested(), page.requests.join(u'\n'), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(asked(page), page.asks.join(u'\n'), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(doings.downloads, page.downloads, patience);
+    // Where nothing is to be heard, there must have been something to play.
+    if (page.silent)
+        QTRY_VERIFY_WITH_TIMEOUT(fixture->evaluated(soundHasCome).toBool(), patience);
+    // Time for whatever else it may be up to.
+    QTest::qWait(painter == Painter::Web ? 250 : 10);
+
+    QCOMPARE(requested(), page.requests.join(u'\n'));
+    QCOMPARE(asked(page), page.asks.join(u'\n'));
+    QCOMPARE(doings.downloads, page.downloads);
+    QVERIFY(!doings.goesOn);
+    QCOMPARE(doings.saved(), QStringList());
+    QVERIFY(!doings.heard);
+    if (page.silent)
+        QVERIFY(fixture->evaluated(noSoundWasPlayed).toBool());
+    QString text;
+    const auto showsAll = [&] {
+        text = page.hangs ? QString() : fixture->text();
+        return std::all_of(page.shows.begin(), page.shows.end(),
+                           [&](const QString &each) { return text.contains(each); });
+    };
+    QTRY_VERIFY2_WITH_TIMEOUT(showsAll(), qPrintable(text.left(1000)), patience);
+    for (const QString &hidden : page.hides + QStringList{QStringLiteral("RAN")})
+        QVERIFY2(!text.contains(hidden), qPrintable(text.left(1000)));
+    for (const QColor &color : page.never)
+        QVERIFY(!shows(fixture->screen(), color));
+    QCOMPARE(windows.shown.size(), page.opensList ? 1 : 0);
+    QVERIFY(QApplication::activeModalWidget() == nullptr);
+
+    // A copy of it holds no way to run code or to open a file either.
+    if (const auto rtf = richTextFromHtml(page.html)) {
+        static const QRegularExpression other(
+            QStringLiteral("HYPERLINK \"(?!((http|https|ftp)://[^/]|(mailto|tel|news):))"));
+        QVERIFY(!QString::fromLatin1(*rtf).contains(other));
+        QVERIFY(!rtf->contains("SECRET"));
+    }
+    QCOMPARE(watch.opened().join(u'|'), QString());
+
+    // The panel goes on.
+    fixture->load(QStringLiteral("<body style='background:#fffff0'><p>An ordinary page</p>"));
+    QTRY_COMPARE_WITH_TIMEOUT(fixture->text(), QStringLiteral("An ordinary page"), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture->pixel(QPoint(480, 280)), QColor(0xff, 0xff, 0xf0), patience);
+    QVERIFY(QApplication::activePopupWidget() == nullptr);
+    // The engine may hold back a click that follows such a page for some seconds.
+    if (page.hangs)
+        fixture.reset();
+}
+
+// Pages run no code. Should one find a way to, it is still refused what a user would be asked for.
+void HostileTest::nobodyGetsAPermission_data() {
+    QTest::addColumn<QString>("request");
+    QTest::addColumn<QWebEnginePage::Feature>("feature");
+    QTest::addColumn<QString>("answer");
+    const auto row = [](const char *name, const char *request, QWebEnginePage::Feature feature,
+                        const char *answer) {
+        QTest::newRow(name) << QString::fromLatin1(request) << feature
+                            << QString::fromLatin1(answer);
+    };
+    row("place", "navigator.geolocation.getCurrentPosition(given, refused)",
+        QWebEnginePage::Geolocation, "refused 1");
+    row("notifications", "Notification.requestPermission().then(refused, refused)",
+        QWebEnginePage::Notifications, "refused denied");
+    row("microphone", "navigator.mediaDevices.getUserMedia({audio: true}).then(given, refused)",
+        QWebEnginePage::MediaAudioCapture, "refused NotAllowedError");
+    row("camera", "navigator.mediaDevices.getUserMedia({video: true}).then(given, refused)",
+        QWebEnginePage::MediaVideoCapture, "refused NotAllowedError");
+    row("camera and microphone",
+        "navigator.mediaDevices.getUserMedia({audio: true, video: true}).then(given, refused)",
+        QWebEnginePage::MediaAudioVideoCapture, "refused NotAllowedError");
+}
+
+void HostileTest::nobodyGetsAPermission() {
+    QFETCH_GLOBAL(const Painter, painter);
+    QFETCH(const QString, request);
+    QFETCH(const QWebEnginePage::Feature, feature);
+    QFETCH(const QString, answer);
+    if (painter == Painter::Text)
+        QSKIP("knows of no permissions");
+    fixture = std::make_unique<RendererFixture>(painter);
+    shownBy = painter;
+    fixture->load(QStringLiteral("<p>Still here"));
+    NewWindows windows;
+    const Doings doings(*fixture);
+    fixture->evaluated(QStringLiteral("var answer = 'none';"
+                                      "const given = () => answer = 'given';"
+                                      "const refused = why => answer = 'refused ' + "
+                                      "(why.code || why.name || why);") +
+                       request + QStringLiteral(";0"));
+    const auto answered = [this] {
+        return fixture->evaluated(QStringLiteral("answer")).toString();
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(answered(), answer, patience);
+    QCOMPARE(doings.wanted, QList<QWebEnginePage::Feature>{feature});
+    QCOMPARE(windows.shown, QStringList());
+    QVERIFY(QApplication::activeModalWidget() == nullptr);
+}
+
+PELORIN_RENDERER_TEST_MAIN(HostileTest)
+#include "HostileTest.moc"

@@ -1,0 +1,501 @@
+#include "SpecialFile.h"
+#include "TestMain.h"
+#include "platform/HostBundle.h"
+#include "settings/SettingsBackup.h"
+#include "settings/UserDefaults.h"
+
+#include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSettings>
+#include <QStandardPaths>
+
+#include <atomic>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using namespace pelorinnews;
+
+namespace {
+
+const QString key = QStringLiteral("newsFilter");
+
+QByteArray contentsOf(const QString &path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeFile(const QString &path, const QByteArray &bytes) {
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(bytes), bytes.size());
+}
+
+/// The program takes this argument, a file and a prefix of keys: it writes them, one by one.
+const QString writerArgument = QStringLiteral("--writer");
+constexpr int writerRounds = 25;
+
+int writeInRounds(const QString &path, const QString &prefix) {
+    UserDefaults defaults(path);
+    QSettings host(path, QSettings::IniFormat);
+    for (int round = 0; round < writerRounds; ++round) {
+        const QString name = prefix + QLatin1Char('_') + QString::number(round);
+        if (prefix.startsWith(QLatin1String("host"))) {
+            host.setValue(name, QStringLiteral("x"));
+            host.sync();
+        } else {
+            defaults.setValue(name, QStringLiteral("x"));
+            defaults.synchronize();
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+
+class UserDefaultsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { path = folder.filePath(QString::number(++files) + QStringLiteral("/P.conf")); }
+
+    void whatIsSetAfterTheEventLoopIsWrittenThoughSomebodyHoldsOn() {
+        QProcess leaving;
+        leaving.start(QStringLiteral(PELORIN_SET_AND_LEAVE), QStringList());
+        QVERIFY(leaving.waitForFinished());
+        QCOMPARE(leaving.exitCode(), 0);
+        const QSettings file(
+            QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                QStringLiteral("/Olvane/Leaving.conf"),
+            QSettings::IniFormat);
+        QCOMPARE(file.value(QStringLiteral("newsShowOnStart")).toString(), QStringLiteral("false"));
+    }
+
+    void nothingIsWrittenBeforeAValueIsSet() {
+        {
+            UserDefaults defaults(path);
+            defaults.registerDefaults({{key, 3}});
+            QCOMPARE(defaults.integerForKey(key), 3);
+            defaults.synchronize();
+        }
+        QVERIFY(!QFileInfo::exists(QFileInfo(path).path()));
+    }
+
+    void aStoredValueBeatsTheDefaultAndRemovalBringsItBack() {
+        UserDefaults defaults(path);
+        defaults.registerDefaults({{key, 3}});
+        defaults.setValue(key, 2);
+        QCOMPARE(defaults.integerForKey(key), 2);
+        defaults.removeObjectForKey(key);
+        QCOMPARE(defaults.integerForKey(key), 3);
+        defaults.removeObjectForKey(key);
+        QCOMPARE(defaults.integerForKey(key), 3);
+    }
+
+    void aStoredValueThatDoesNotConvertBeatsTheDefaultToo() {
+        UserDefaults defaults(path);
+        defaults.registerDefaults({{key, 3}});
+        defaults.setValue(key, QStringLiteral("all of them"));
+        QCOMPARE(defaults.integerForKey(key), 0);
+    }
+
+    void laterDefaultsReplaceEarlierOnesKeyByKey() {
+        UserDefaults defaults(path);
+        defaults.registerDefaults({{"a", 1}, {"b", 1}});
+        defaults.registerDefaults({{"b", 2}, {"c", 2}});
+        QCOMPARE(defaults.integerForKey("a"), 1);
+        QCOMPARE(defaults.integerForKey("b"), 2);
+        QCOMPARE(defaults.integerForKey("c"), 2);
+    }
+
+    void defaultsNeverReachTheFile() {
+        UserDefaults defaults(path);
+        defaults.registerDefaults({{"default", "memory"}});
+        defaults.setValue("stored", "disk");
+        defaults.synchronize();
+        QVERIFY(contentsOf(path).contains("stored=disk"));
+        QVERIFY(!contentsOf(path).contains("memory"));
+    }
+
+    void writingAnAbsentValueRemovesTheKey() {
+        UserDefaults defaults(path);
+        for (const QVariant &absent : {QVariant(), QVariant(QString()), QVariant(QDateTime())}) {
+            defaults.setValue(key, 2);
+            defaults.setValue(key, absent);
+            QVERIFY(!defaults.objectForKey(key).isValid());
+        }
+        defaults.setValue(key, QStringLiteral(""));
+        QCOMPARE(defaults.objectForKey(key), QVariant(QStringLiteral("")));
+    }
+
+    void anEmptyKeyHoldsNothing() {
+        QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
+        UserDefaults defaults(path);
+        defaults.setValue(QString(), 5);
+        defaults.removeObjectForKey(QString());
+        QVERIFY(!defaults.objectForKey(QString()).isValid());
+        QVERIFY(!QFileInfo::exists(path));
+    }
+
+    void aMissingKeyReadsAsNoZeroAndAbsent() {
+        const UserDefaults defaults(path);
+        QCOMPARE(defaults.boolForKey(key), false);
+        QCOMPARE(defaults.integerForKey(key), 0);
+        QVERIFY(defaults.stringForKey(key).isNull());
+        QVERIFY(!defaults.dateForKey(key).isValid());
+        QVERIFY(!defaults.objectForKey(key).isValid());
+    }
+
+    void theEventLoopWritesWhatWasSet() {
+        UserDefaults defaults(path);
+        defaults.setValue(key, 2);
+        QTRY_VERIFY(contentsOf(path).contains("newsFilter=2"));
+    }
+
+    void destructionWritesWhatWasSet() {
+        { UserDefaults(path).setValue(key, 2); }
+        QVERIFY(contentsOf(path).contains("newsFilter=2"));
+    }
+
+    void otherReadersInThisProcessSeeAValueAtOnce() {
+        UserDefaults first(path);
+        UserDefaults second(path);
+        QSettings ofTheHost(path, QSettings::NativeFormat);
+        first.setValue(key, 2);
+        QCOMPARE(second.integerForKey(key), 2);
+        QCOMPARE(ofTheHost.value(key).toInt(), 2);
+        ofTheHost.setValue(key, 1);
+        QCOMPARE(first.integerForKey(key), 1);
+    }
+
+    void whatAnotherProcessWroteIsSeenAfterSynchronizing() {
+        UserDefaults defaults(path);
+        defaults.setValue(key, 2);
+        defaults.setValue("mine", "kept");
+        defaults.synchronize();
+        writeFile(path, "[General]\nnewsFilter=1\ntheirs=\"a, b\"\n");
+        QCOMPARE(defaults.integerForKey(key), 2);
+        defaults.synchronize();
+        QCOMPARE(defaults.integerForKey(key), 1);
+        QCOMPARE(defaults.stringForKey("theirs"), "a, b");
+    }
+
+    void whatAnotherProcessWroteSurvivesOurNextWrite() {
+        UserDefaults defaults(path);
+        defaults.setValue(key, 2);
+        defaults.synchronize();
+        writeFile(path, "[General]\nnewsFilter=1\ntheirs=7\n");
+        defaults.setValue("mine", 5);
+        defaults.synchronize();
+        QCOMPARE(defaults.integerForKey("theirs"), 7);
+        QCOMPARE(defaults.integerForKey("mine"), 5);
+        QVERIFY(contentsOf(path).contains("theirs=7"));
+    }
+
+    void aDamagedFileKeepsWhatCanBeReadAndIsCopiedBeforeTheFirstWrite() {
+        const QByteArray damaged = "[General]\nnewsFilter=2\nno equals sign here\n";
+        writeFile(path, damaged);
+        {
+            UserDefaults defaults(path);
+            QCOMPARE(defaults.integerForKey(key), 2);
+            QVERIFY(!QFileInfo::exists(path + ".damaged"));
+            defaults.setValue("a", 1);
+            defaults.setValue("b", 1);
+        }
+        QCOMPARE(contentsOf(path + ".damaged"), damaged);
+        QVERIFY(!QFileInfo::exists(path + ".damaged-2"));
+        QVERIFY(contentsOf(path).contains("newsFilter=2"));
+
+        writeFile(path, "[General]\nsecond damage\n");
+        { UserDefaults(path).setValue("a", 2); }
+        QCOMPARE(contentsOf(path + ".damaged"), damaged);
+        QCOMPARE(contentsOf(path + ".damaged-2"), QByteArray("[General]\nsecond damage\n"));
+    }
+
+    void afterNineCopiesOfDamagedFilesTheNextIsRewrittenWithoutOne() {
+        const QByteArray damaged = "[General]\nno equals sign\n";
+        for (int number = 1; number <= 10; ++number) {
+            writeFile(path, damaged);
+            UserDefaults(path).setValue(key, number);
+        }
+        QVERIFY(contentsOf(path).contains("newsFilter=10"));
+        QCOMPARE(contentsOf(path + ".damaged-9"), damaged);
+        QCOMPARE(QFileInfo(path).dir().entryList(QDir::Files | QDir::Hidden).size(), 10);
+    }
+
+    void aFileThatIsTooLargeIsReadButNotWritten() {
+        const QByteArray large =
+            "[General]\nnewsFilter=2\nhost=" + QByteArray(SettingsBackup::largestFile, 'h') + '\n';
+        writeFile(path, large);
+        UserDefaults defaults(path);
+        QCOMPARE(defaults.integerForKey(key), 2);
+        defaults.setValue(key, 3);
+        defaults.synchronize();
+        QCOMPARE(defaults.integerForKey(key), 3);
+        QVERIFY(contentsOf(path) == large);
+    }
+
+    void aFileThatCannotBeReadCountsAsEmpty() {
+        QVERIFY(QDir().mkpath(path));
+        UserDefaults defaults(path);
+        defaults.registerDefaults({{key, 3}});
+        QCOMPARE(defaults.integerForKey(key), 3);
+    }
+
+    void aFileThatCannotBeWrittenLeavesTheValuesInMemoryUntilItCan() {
+        const QString folderPath = QFileInfo(path).path();
+        writeFile(folderPath, "a file where the folder should be");
+        UserDefaults defaults(path);
+        defaults.setValue(key, 2);
+        defaults.synchronize();
+        QCOMPARE(defaults.integerForKey(key), 2);
+        QVERIFY(!QFileInfo::exists(path));
+
+        QVERIFY(QFile::remove(folderPath));
+        defaults.synchronize();
+        QVERIFY(contentsOf(path).contains("newsFilter=2"));
+    }
+
+    void aReadOnlyFileIsLeftAloneAndTheValuesStayInMemory() {
+        if (geteuid() == 0)
+            QSKIP("root writes to read-only files");
+        writeFile(path, "[General]\nnewsFilter=1\n");
+        QVERIFY(QFile::setPermissions(path, QFile::ReadOwner));
+        UserDefaults defaults(path);
+        defaults.setValue(key, 2);
+        defaults.synchronize();
+        QCOMPARE(defaults.integerForKey(key), 2);
+        QCOMPARE(contentsOf(path), QByteArray("[General]\nnewsFilter=1\n"));
+    }
+
+    void whatIsNoRegularFileIsNeitherReadNorReplaced_data() {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("suffix");
+        const QStringList kinds = pelorinnews::test::SpecialFile::kinds();
+        for (const QString &suffix : {QString(), QStringLiteral(".lock")}) {
+            for (const QString &kind : kinds)
+                QTest::newRow(qPrintable(kind + suffix)) << kind << suffix;
+        }
+    }
+    void whatIsNoRegularFileIsNeitherReadNorReplaced() {
+        QFETCH(QString, kind);
+        QFETCH(QString, suffix);
+        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        const pelorinnews::test::SpecialFile special(kind, path + suffix);
+        if (!special.whyNot().isEmpty())
+            QSKIP(qPrintable(special.whyNot()));
+        {
+            UserDefaults defaults(path);
+            QCOMPARE(defaults.integerForKey(key), 0);
+            defaults.setValue(key, 2);
+            defaults.synchronize();
+            QCoreApplication::processEvents();
+            QCOMPARE(defaults.integerForKey(key), 2);
+        }
+        QCOMPARE(special.harm(), QString());
+        QVERIFY(suffix.isEmpty() || !QFileInfo::exists(path));
+    }
+
+    void whatComesInTheFilesPlaceIsNotReplaced() {
+        UserDefaults defaults(path);
+        defaults.setValue(key, 2);
+        defaults.synchronize();
+        QVERIFY(QFile::remove(path));
+        {
+            const pelorinnews::test::SpecialFile special(QStringLiteral("pipe"), path);
+            defaults.setValue(key, 1);
+            QCoreApplication::processEvents();
+            defaults.synchronize();
+            QCOMPARE(special.harm(), QString());
+        }
+        defaults.synchronize();
+        QVERIFY(contentsOf(path).contains("newsFilter=1"));
+    }
+
+    void aLinkStaysALink_data() {
+        QTest::addColumn<bool>("isThere");
+        QTest::newRow("to a file") << true;
+        QTest::newRow("to nothing yet") << false;
+    }
+    void aLinkStaysALink() {
+        QFETCH(bool, isThere);
+        const QString kept = path + QStringLiteral(".kept");
+        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        if (isThere)
+            writeFile(kept, "[General]\ntheirs=7\n");
+        QVERIFY(QFile::link(kept, path));
+        UserDefaults defaults(path);
+        QCOMPARE(defaults.integerForKey("theirs"), isThere ? 7 : 0);
+        for (const int value : {1, 2}) {
+            defaults.setValue(key, value);
+            defaults.synchronize();
+            QVERIFY(contentsOf(kept).contains("newsFilter=" + QByteArray::number(value)));
+            QCOMPARE(contentsOf(kept).contains("theirs=7"), isThere);
+        }
+        QCOMPARE(QFile::symLinkTarget(path), kept);
+        QVERIFY(!QFileInfo(kept).isSymLink());
+        QCOMPARE(QDir(QFileInfo(path).path())
+                     .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
+                     .size(),
+                 2);
+    }
+
+    void whateverAHostKeepsInTheFileIsTakenForWhole() {
+        const QStringList names{"plain",      "with space", "a=b",          "[General]",
+                                "#hash",      ";semicolon", "General/x",    "general/x",
+                                "a/b/c",      "%General/x", "\u00e4\u4e16", "line\nfeed",
+                                "\"quoted\"", "back\\slash"};
+        const QVariantList values{QStringLiteral("[text]\n;x=1\r\n"),
+                                  QString(),
+                                  QVariant(),
+                                  QByteArray("a\0b\n", 4),
+                                  QStringList{"a", "", "b\n"},
+                                  QStringList(),
+                                  QVariantMap{{"x", 1}},
+                                  QDateTime::currentDateTime(),
+                                  -1.5};
+        UserDefaults defaults(path);
+        QSettings host(path, QSettings::IniFormat);
+        for (const QString &name : names) {
+            for (qsizetype number = 0; number < values.size(); ++number) {
+                host.setValue(name + QString::number(number), values.at(number));
+                defaults.setValue(key, number);
+                defaults.synchronize();
+                QVERIFY(contentsOf(path).contains("newsFilter=" + QByteArray::number(number)));
+            }
+        }
+        QCOMPARE(host.allKeys().size(), names.size() * values.size() + 1);
+    }
+
+    void severalProcessesLoseNothingOfEachOther() {
+        // Each of them writes through the preferences, or as a host does through its own QSettings.
+        writeFile(path, "[General]\ntheirs=7\n");
+        std::vector<std::unique_ptr<QProcess>> writers;
+        for (const char *const kind : {"panel1", "panel2", "host1"}) {
+            writers.push_back(std::make_unique<QProcess>());
+            writers.back()->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+            writers.back()->start(QCoreApplication::applicationFilePath(),
+                                  {writerArgument, path, QLatin1String(kind)});
+        }
+        for (const auto &writer : writers) {
+            QVERIFY(writer->waitForFinished(testPatience));
+            QCOMPARE(writer->exitCode(), 0);
+        }
+        const QByteArray bytes = contentsOf(path);
+        QVERIFY(bytes.contains("theirs=7\n"));
+        for (const char *const kind : {"panel1", "panel2", "host1"}) {
+            for (int round = 0; round < writerRounds; ++round) {
+                const QByteArray line = QByteArray(kind) + "_" + QByteArray::number(round) + "=x\n";
+                QVERIFY2(bytes.contains(line), line.constData());
+            }
+        }
+        QCOMPARE(QDir(QFileInfo(path).path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+    }
+
+    void severalThreadsReadAndWriteAtOnce() {
+        UserDefaults defaults(path);
+        defaults.registerDefaults({{"shared", 1}});
+        std::atomic<int> wrong = 0;
+        std::vector<std::thread> threads;
+        constexpr int threadCount = 3;
+        constexpr int rounds = 60;
+        for (int number = 0; number < threadCount; ++number) {
+            threads.emplace_back([&defaults, &wrong, number] {
+                const QString own = QStringLiteral("own") + QString::number(number);
+                for (int round = 1; round <= rounds; ++round) {
+                    defaults.setValue(own, round);
+                    defaults.setValue("shared", round);
+                    if (defaults.integerForKey(own) != round ||
+                        defaults.integerForKey("shared") < 1)
+                        ++wrong;
+                    if (round % 10 == 0)
+                        defaults.synchronize();
+                }
+            });
+        }
+        for (int round = 0; round < rounds; ++round)
+            QCoreApplication::processEvents();
+        for (std::thread &thread : threads)
+            thread.join();
+        QCOMPARE(wrong, 0);
+        defaults.synchronize();
+        for (int number = 0; number < threadCount; ++number)
+            QVERIFY(contentsOf(path).contains("own" + QByteArray::number(number) + "=60\n"));
+    }
+
+    void anotherThreadMayDropTheLastReference() {
+        auto defaults = std::make_shared<UserDefaults>(path);
+        defaults->setValue(key, 2);
+        std::thread([last = std::move(defaults)]() mutable { last.reset(); }).join();
+        QTRY_VERIFY(contentsOf(path).contains("newsFilter=2"));
+    }
+
+    void theFileIsNamedByOrganisationAndApplication_data() {
+        QTest::addColumn<HostIdentity>("stated");
+        QTest::addColumn<QString>("applicationsOwn");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("stated") << HostIdentity{{}, "Olvane", "Pelorin"} << "Other"
+                                << "Olvane/Pelorin.conf";
+        QTest::newRow("organisation of the application object")
+            << HostIdentity{{}, {}, "Pelorin"} << "Other"
+            << "Other/Pelorin.conf";
+        QTest::newRow("name of the application object") << HostIdentity{{}, "Olvane", {}} << ""
+                                                        << "Olvane/test_name.conf";
+        QTest::newRow("no organisation") << HostIdentity{{}, {}, "Pelorin"} << ""
+                                         << "com.Olvane.Pelorin.conf";
+        QTest::newRow("the folder above is no organisation")
+            << HostIdentity{{}, "..", "Pelorin"} << ""
+            << "com.Olvane.Pelorin.conf";
+        QTest::newRow("slashes lead nowhere") << HostIdentity{{}, "../Olvane", "a/b"} << ""
+                                              << ".. Olvane/a b.conf";
+    }
+
+    void theFileIsNamedByOrganisationAndApplication() {
+        QFETCH(HostIdentity, stated);
+        QFETCH(QString, applicationsOwn);
+        QFETCH(QString, expected);
+        QCoreApplication::setOrganizationName(applicationsOwn);
+        QCoreApplication::setApplicationName("test_name");
+        QCOMPARE(UserDefaults::filePath(stated, "com.Olvane.Pelorin"),
+                 qEnvironmentVariable("XDG_CONFIG_HOME") + u'/' + expected);
+        QCoreApplication::setOrganizationName({});
+    }
+
+    void theStandardPreferencesFollowTheStatedIdentity() {
+        const QString folderPath = qEnvironmentVariable("XDG_CONFIG_HOME");
+        HostBundle::setIdentity({"com.Olvane.Pelorin", "Olvane", "Pelorin"});
+        const auto first = UserDefaults::standard();
+        QCOMPARE(UserDefaults::standard(), first);
+        first->setValue(key, 2);
+        first->synchronize();
+        QVERIFY(contentsOf(folderPath + "/Olvane/Pelorin.conf").contains("newsFilter=2"));
+
+        HostBundle::setIdentity({"com.Olvane.Other", {}, {}});
+        const auto second = UserDefaults::standard();
+        second->setValue(key, 1);
+        second->synchronize();
+        QVERIFY(contentsOf(folderPath + "/com.Olvane.Other.conf").contains("newsFilter=1"));
+        QCOMPARE(first->integerForKey(key), 2);
+
+        HostBundle::setIdentity({"com.Olvane.Pelorin", "Olvane", "Pelorin"});
+        QCOMPARE(UserDefaults::standard(), first);
+        HostBundle::setIdentity({});
+    }
+
+private:
+    QTemporaryDir folder;
+    QString path;
+    int files = 0;
+};
+
+int main(int argc, char *argv[]) {
+    if (argc == 4 && writerArgument == QLatin1String(argv[1]))
+        return writeInRounds(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]));
+    const pelorinnews::test::TestHome home;
+    const QCoreApplication application(argc, argv);
+    UserDefaultsTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "UserDefaultsTest.moc"
