@@ -69,6 +69,13 @@ function(pelorin_link target room)
     list(TRANSFORM used PREPEND pelorin_)
     target_link_libraries(${target} PUBLIC ${shown} ${ARG_LINKS}
         PRIVATE ${used} pelorin_options ${ARG_PRIVATE_LINKS})
+    if(Gui IN_LIST forbidden)
+        pelorin_precompile(${target} core)
+    elseif(Widgets IN_LIST forbidden)
+        pelorin_precompile(${target} gui)
+    else()
+        pelorin_precompile(${target} widgets)
+    endif()
 endfunction()
 
 # pelorin_library(<room> SOURCES <file>... [LINKS <target>...] [PRIVATE_LINKS <target>...])

@@ -9,7 +9,19 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 find_program(PELORIN_CCACHE ccache)
 if(PELORIN_CCACHE)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${PELORIN_CCACHE})
+    # By itself it does not keep what was compiled with precompiled headers.
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
+        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+        ${PELORIN_CCACHE})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+        add_compile_options(-fpch-preprocess)
+    endif()
+endif()
+
+# Three times as fast as the default one.
+find_program(PELORIN_LLD ld.lld)
+if(PELORIN_LLD)
+    add_link_options(-fuse-ld=lld)
 endif()
 
 add_library(pelorin_options INTERFACE)
@@ -23,6 +35,6 @@ target_link_options(pelorin_options INTERFACE -Wl,--as-needed)
 
 if(PELORIN_SANITIZE)
     add_compile_options(-fsanitize=${PELORIN_SANITIZE} -fno-sanitize-recover=all
-                        -fno-omit-frame-pointer -g)
+                        -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${PELORIN_SANITIZE})
 endif()

@@ -1,5 +1,21 @@
 find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
 
+# Qt Test tells each folder's sources where they lie, which nobody asks for (QFINDTESTDATA), and for
+# which each folder would have to precompile the headers anew.
+get_target_property(definitions Qt6::Test INTERFACE_COMPILE_DEFINITIONS)
+list(FILTER definitions EXCLUDE REGEX "QT_TESTCASE_")
+set_target_properties(Qt6::Test PROPERTIES INTERFACE_COMPILE_DEFINITIONS "${definitions}")
+
+# Patience.h is for every source of the tests. Qt Test's headers that look at which libraries of Qt
+# are linked stay out.
+set(headers ${CMAKE_SOURCE_DIR}/tests/support/Patience.h <QSignalSpy>)
+pelorin_precompiled(test_core "${headers};${PELORIN_CORE_HEADERS}" Qt6::Test)
+if(PELORIN_WINDOW)
+    pelorin_precompiled(test_widgets "${headers};${PELORIN_WIDGETS_HEADERS}" "Qt6::Test;Qt6::Widgets")
+endif()
+# Which of them the tests of a folder take.
+set(PELORIN_TEST_HEADERS test_core)
+
 # Tests of which only one may run at a time: a host looks for its copies on the whole disk, and two
 # such searches take more of the kernel's watches than one user has. Whoever else wants a watch then
 # would get none.
@@ -20,8 +36,7 @@ function(pelorin_test name)
     set(target test_${name})
     add_executable(${target} ${ARG_SOURCES})
     target_link_libraries(${target} PRIVATE ${ARG_LIBS} pelorin_testsupport pelorin_options Qt6::Test)
-    target_compile_options(${target} PRIVATE
-        -include ${CMAKE_SOURCE_DIR}/tests/support/Patience.h)
+    pelorin_precompile(${target} ${PELORIN_TEST_HEADERS})
     target_compile_definitions(${target} PRIVATE
         PELORIN_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}"
         PELORIN_APP_DIR="${PELORIN_APP_DIR}")

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QTest>
+#include <QtTest/qtestcase.h>
 
 // Every test waits for what must come as long as this, in milliseconds: Qt's five seconds are not
-// enough for a sanitized build on a busy computer. Included into every source of the tests by the
-// build.
+// enough for a sanitized build on a busy computer. The build includes it into every source of the
+// tests.
 constexpr int testPatience = 30000;
 
 #undef QTRY_COMPARE
