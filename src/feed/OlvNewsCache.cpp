@@ -1,6 +1,6 @@
 #include "OlvNewsCache.h"
 
-#include "FeedExchange.h"
+#include "FeedDownload.h"
 #include "OlvNewsParser.h"
 #include "logging/LogMessage.h"
 #include "logging/LogVocabulary.h"
@@ -19,7 +19,7 @@ namespace {
 enum ErrorCode { NoBaseAddress = -2, NoRequest = -3 };
 
 Error cacheError(ErrorCode code) {
-    return {FeedExchange::errorDomain(), code, {}};
+    return {FeedDownload::errorDomain(), code, {}};
 }
 
 Error systemError(const std::error_code &code) {
@@ -69,7 +69,7 @@ void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
                                     const RefreshCompletion &completion) {
     if (_downloadOperationQueue->isClosed())
         return;
-    std::optional<Error> error = FeedExchange::downloadError(response, data, connectionError);
+    std::optional<Error> error = FeedDownload::downloadError(response, data, connectionError);
     if (!error)
         error = takeFeed(*data);
 
@@ -84,14 +84,14 @@ void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
 std::optional<Error> OlvNewsCache::takeFeed(const QByteArray &body) {
     // The bytes go to the parser and the file without ever being one text: of a big feed, that text
     // would be the largest thing in memory. Bytes that are no text are an absent one.
-    const FeedMark mark{QByteArrayView(body)};
-    if (isInPlace(mark))
+    const FeedFingerprint fingerprint{QByteArrayView(body)};
+    if (isInPlace(fingerprint))
         return std::nullopt;
     const bool isText = body.isValidUtf8();
     Error parseError;
     OlvNewsParser parser;
     keepFeed(isText ? parser.parse(QByteArrayView(body), &parseError) : std::nullopt, &parseError,
-             mark);
+             fingerprint);
     if (!feedItems())
         return parseError;
     // What was downloaded is kept even where it did not parse.
@@ -99,21 +99,21 @@ std::optional<Error> OlvNewsCache::takeFeed(const QByteArray &body) {
         return std::nullopt;
     Error writeError;
     if (const auto stamp = LocalCacheFile(_localCacheFileName.get()).write(body, &writeError))
-        _written.set({mark, *stamp});
+        _written.set({fingerprint, *stamp});
     else
         logMessage(LogLevelError, LogVocabulary::writingLocalCacheFailed, writeError);
     return std::nullopt;
 }
 
-bool OlvNewsCache::isInPlace(const FeedMark &mark) {
+bool OlvNewsCache::isInPlace(const FeedFingerprint &fingerprint) {
     // Most downloads bring what is there already, and then reading it and writing it again would
     // change nothing but the file's date.
     const Written written = _written.get();
-    if (_retrieved.get().mark != mark || written.mark != mark)
+    if (_retrieved.get().fingerprint != fingerprint || written.fingerprint != fingerprint)
         return false;
     const auto stamp = LocalCacheFile(_localCacheFileName.get()).touchIfUnchanged(written.stamp);
     if (stamp)
-        _written.set({mark, *stamp});
+        _written.set({fingerprint, *stamp});
     return stamp.has_value();
 }
 
@@ -136,7 +136,7 @@ bool OlvNewsCache::parseFeed(const QString &text, Error *error) {
 }
 
 bool OlvNewsCache::keepFeed(const std::optional<QVariantMap> &feed, const Error *place,
-                            const FeedMark &mark) {
+                            const FeedFingerprint &fingerprint) {
     if (!feed) {
         logMessage(LogLevelError, LogVocabulary::parsingFeedFailed, place);
         return false;
@@ -144,7 +144,7 @@ bool OlvNewsCache::keepFeed(const std::optional<QVariantMap> &feed, const Error 
     const OlvNewsItemListRef items = shareItemList(
         feed->value(OlvNewsFeedNewsCacheItemsKeyName).value<std::shared_ptr<OlvNewsItemList>>());
     _retrieved.set({items, feed->value(OlvNewsFeedChannelLanguageKeyName).toString(),
-                    std::make_shared<ItemIndex>(items), mark});
+                    std::make_shared<ItemIndex>(items), fingerprint});
     return true;
 }
 
@@ -166,7 +166,7 @@ std::optional<QUrl> OlvNewsCache::feedRequest() const {
     const QString base = _feedBaseURL.get();
     if (base.isNull())
         return std::nullopt;
-    const QString address = FeedExchange::address(base, _desiredLocale.get(), _feedType.get());
+    const QString address = FeedDownload::address(base, _desiredLocale.get(), _feedType.get());
     logMessage(LogLevelInfo, LogVocabulary::feedRequestReturning, address);
     return QUrl(address, QUrl::TolerantMode);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FeedMark.h"
+#include "FeedFingerprint.h"
 #include "ItemIndex.h"
 #include "LocalCacheFile.h"
 #include "OlvNewsCacheItem.h"
@@ -93,7 +93,7 @@ protected:
     /// Puts what a parser gave in place and returns true; without a result keeps what is there,
     /// logs `place` as where the parse error is, and returns false.
     bool keepFeed(const std::optional<QVariantMap> &feed, const Error *place,
-                  const FeedMark &mark = {});
+                  const FeedFingerprint &fingerprint = {});
 
     /// What one successful parse gave; replaced as a whole, never changed in place.
     struct Retrieved {
@@ -101,7 +101,7 @@ protected:
         QString _retrievedLocale;
         std::shared_ptr<const ItemIndex> index;
         /// Of the download that gave all this; of none where it came another way.
-        FeedMark mark{};
+        FeedFingerprint fingerprint{};
     };
     GuardedSlot<Retrieved> _retrieved;
 
@@ -113,7 +113,7 @@ private:
                           const std::optional<Error> &connectionError,
                           const RefreshCompletion &completion);
     std::optional<Error> takeFeed(const QByteArray &body);
-    [[nodiscard]] bool isInPlace(const FeedMark &mark);
+    [[nodiscard]] bool isInPlace(const FeedFingerprint &fingerprint);
     void restoreLocalCache();
 
     template <class... Arguments>
@@ -127,7 +127,7 @@ private:
     GuardedSlot<QString> _localCacheFileName;
     /// The file as it was left when a download's text had been written into it.
     struct Written {
-        FeedMark mark;
+        FeedFingerprint fingerprint;
         LocalCacheFile::Stamp stamp;
     };
     GuardedSlot<Written> _written;

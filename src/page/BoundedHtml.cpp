@@ -55,14 +55,14 @@ QString sizeIn(const QString &value) {
 std::optional<BoundedPage> BoundedHtml::prepared(const QString &html) {
     if (html.isNull())
         return std::nullopt;
-    BoundedHtml bounded(html, HtmlWork::Purpose::Copy);
+    BoundedHtml bounded(html, HtmlCost::Purpose::Copy);
     if (!bounded.run())
         return std::nullopt;
     return std::move(bounded._page);
 }
 
 BoundedPage BoundedHtml::beginning(const QString &html) {
-    BoundedHtml bounded(html, HtmlWork::Purpose::Display);
+    BoundedHtml bounded(html, HtmlCost::Purpose::Display);
     if (!bounded.run())
         bounded._page.html += QChar(0x2026);
     return std::move(bounded._page);

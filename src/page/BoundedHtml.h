@@ -2,10 +2,10 @@
 
 #include "BoundedPage.h"
 #include "CssStyle.h"
+#include "HtmlCost.h"
 #include "HtmlReader.h"
 #include "HtmlTable.h"
 #include "HtmlTextWriter.h"
-#include "HtmlWork.h"
 #include "PageLooks.h"
 #include "StyleSheet.h"
 
@@ -24,7 +24,7 @@ namespace pelorinnews {
 /// text stays.
 ///
 /// All of it together costs a document, laid out and painted, about a quarter of a second at most
-/// on the computer that the rates of `HtmlWork` were measured on. Pages beyond that are some
+/// on the computer that the rates of `HtmlCost` were measured on. Pages beyond that are some
 /// hundred thousand words long, or mean no good; they are cut, or not copied.
 class BoundedHtml {
 public:
@@ -57,7 +57,7 @@ private:
         bool preserved = false;
     };
 
-    BoundedHtml(const QString &html, HtmlWork::Purpose purpose)
+    BoundedHtml(const QString &html, HtmlCost::Purpose purpose)
         : _reader(html), _work(purpose), _text(_page.html, _work) {}
 
     // False where it became too much; what was written until then is there.
@@ -99,7 +99,7 @@ private:
 
     HtmlReader _reader;
     BoundedPage _page;
-    HtmlWork _work;
+    HtmlCost _work;
     HtmlTextWriter _text;
     PageLists _lists;
     PageLooks _looks;

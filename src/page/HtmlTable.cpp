@@ -1,6 +1,6 @@
 #include "HtmlTable.h"
 
-#include "HtmlWork.h"
+#include "HtmlCost.h"
 
 #include <algorithm>
 
@@ -14,7 +14,7 @@ int spanIn(const HtmlAttributes &attributes, const char *name) {
 
 }  // namespace
 
-void HtmlTable::openRow(HtmlWork &work) {
+void HtmlTable::openRow(HtmlCost &work) {
     const qint64 before = cells();
     _row = true;
     ++_rows;
@@ -22,7 +22,7 @@ void HtmlTable::openRow(HtmlWork &work) {
     addWork(before, _spans, work);
 }
 
-void HtmlTable::openCell(const HtmlAttributes &attributes, HtmlWork &work) {
+void HtmlTable::openCell(const HtmlAttributes &attributes, HtmlCost &work) {
     const qint64 before = cells();
     const qint64 spansBefore = _spans;
     const int columns = spanIn(attributes, "colspan");
@@ -39,7 +39,7 @@ void HtmlTable::openCell(const HtmlAttributes &attributes, HtmlWork &work) {
     addWork(before, spansBefore, work);
 }
 
-void HtmlTable::addWork(qint64 cellsBefore, qint64 spansBefore, HtmlWork &work) {
+void HtmlTable::addWork(qint64 cellsBefore, qint64 spansBefore, HtmlCost &work) {
     if (!isWritten())
         return;
     work.addCells(cells() - cellsBefore, _depth);

@@ -4,7 +4,7 @@
 
 namespace pelorinnews {
 
-class HtmlWork;
+class HtmlCost;
 
 /// One table of a page while it is written: what is open in it, and how large its grid becomes.
 class HtmlTable {
@@ -18,15 +18,15 @@ public:
     [[nodiscard]] bool isRowOpen() const { return _row; }
     [[nodiscard]] bool isCellOpen() const { return _cell; }
 
-    void openRow(HtmlWork &work);
+    void openRow(HtmlCost &work);
     void closeRow() { _row = false; }
     /// `attributes` are bounded ones.
-    void openCell(const HtmlAttributes &attributes, HtmlWork &work);
+    void openCell(const HtmlAttributes &attributes, HtmlCost &work);
     void closeCell() { _cell = false; }
 
 private:
     [[nodiscard]] qint64 cells() const { return (_rows + _rowsBelow) * _columns; }
-    void addWork(qint64 cellsBefore, qint64 spansBefore, HtmlWork &work);
+    void addWork(qint64 cellsBefore, qint64 spansBefore, HtmlCost &work);
 
     int _depth;
     bool _row = false;

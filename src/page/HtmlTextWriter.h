@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HtmlWork.h"
+#include "HtmlCost.h"
 
 #include <QString>
 #include <QStringView>
@@ -12,7 +12,7 @@ namespace pelorinnews {
 /// keeps no more than 100 characters of direction (isolates, embeddings) in a block.
 class HtmlTextWriter {
 public:
-    HtmlTextWriter(QString &out, HtmlWork &work) : _out(out), _work(work) {}
+    HtmlTextWriter(QString &out, HtmlCost &work) : _out(out), _work(work) {}
 
     /// `text` as it stands in the page, with its character references. `preserved`: lines end where
     /// the page's do.
@@ -27,7 +27,7 @@ private:
     void countWord(bool mark);
 
     QString &_out;
-    HtmlWork &_work;
+    HtmlCost &_work;
     int _word = 0;
     int _directionsInBlock = 0;
 };

@@ -37,7 +37,7 @@ QString firstName(const QStringList &names) {
 /// The preferences that hosts of this process have had. What was set last, often while the host
 /// quits, has no turn of an event loop left to be written in, so the end of the application object
 /// writes it, and the end of the process once more; neither depends on who still holds them.
-class UserDefaults::Opened {
+class UserDefaults::OpenStores {
 public:
     std::shared_ptr<UserDefaults> at(const QString &path) {
         const std::lock_guard lock(mutex);
@@ -49,10 +49,10 @@ public:
         return defaults;
     }
 
-    ~Opened() { synchronizeAll(); }
+    ~OpenStores() { synchronizeAll(); }
 
-    static Opened &instance() {
-        static Opened only;
+    static OpenStores &instance() {
+        static OpenStores only;
         return only;
     }
 
@@ -79,7 +79,7 @@ private:
 };
 
 std::shared_ptr<UserDefaults> UserDefaults::standard() {
-    return Opened::instance().at(
+    return OpenStores::instance().at(
         filePath(HostBundle::identity(), HostBundle::mainBundle().identifier()));
 }
 

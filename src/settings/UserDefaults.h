@@ -80,7 +80,7 @@ public:
     void synchronize();
 
 private:
-    class Opened;
+    class OpenStores;
     std::unique_ptr<UserDefaultsStore, void (*)(UserDefaultsStore *)> store;
 };
 

@@ -1,6 +1,6 @@
 #include "FeedSource.h"
 
-#include "feed/FeedExchange.h"
+#include "feed/FeedDownload.h"
 #include "feed/OlvNewsCache.h"
 #include "network/NetworkUrlLoader.h"
 #include "network/UrlLoader.h"
@@ -74,7 +74,7 @@ FeedSource fetch(const QString &argument, const QString &language) {
     const QString address =
         argument.contains(QLatin1Char('?'))
             ? argument
-            : FeedExchange::address(argument, language, QStringLiteral("standard"));
+            : FeedDownload::address(argument, language, QStringLiteral("standard"));
     FeedSource source{address, {}, {}};
     // Held by the completion too: it may still be in the call that wakes this thread.
     const auto fetched = std::make_shared<std::promise<void>>();
@@ -83,7 +83,7 @@ FeedSource fetch(const QString &argument, const QString &language) {
         [&source, fetched](const std::optional<UrlResponse> &response,
                            std::optional<QByteArray> data,
                            const std::optional<Error> &connectionError) {
-            source.error = FeedExchange::downloadError(response, data, connectionError);
+            source.error = FeedDownload::downloadError(response, data, connectionError);
             if (!source.error)
                 source.body = std::move(data);
             fetched->set_value();

@@ -1,7 +1,7 @@
 #include "FeedReport.h"
 #include "FeedSource.h"
 #include "JsonOutput.h"
-#include "feed/FeedExchange.h"
+#include "feed/FeedDownload.h"
 #include "feed/OlvNewsParser.h"
 #include "platform/DateFormatter.h"
 #include "platform/PreferredLanguages.h"
@@ -78,7 +78,7 @@ int main(int argc, char *argv[]) {
                                : DateFormatter::userLocaleIdentifier();
 
     const FeedSource source = readFeed(arguments.first(), language);
-    const QString text = source.body ? FeedExchange::text(*source.body) : QString();
+    const QString text = source.body ? FeedDownload::text(*source.body) : QString();
     std::optional<Error> error = source.error;
     Error parseError;
     const std::optional<QVariantMap> feed = OlvNewsParser(locale).parse(text, &parseError);

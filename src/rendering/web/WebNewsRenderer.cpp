@@ -73,7 +73,7 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _surround(new Surround(paren
     view->setContextMenuPolicy(Qt::NoContextMenu);
 
     _late.setSingleShot(true);
-    QObject::connect(&_late, &QTimer::timeout, _page, [this] { helpALateItem(); });
+    QObject::connect(&_late, &QTimer::timeout, _page, [this] { loadLateItemElsewhere(); });
     _rest.setSingleShot(true);
     _rest.setInterval(restMilliseconds);
     QObject::connect(&_rest, &QTimer::timeout, _page, [this] { rest(); });
@@ -101,7 +101,7 @@ QWidget *WebNewsRenderer::inputWidget() const {
     return _view ? _view->focusProxy() : nullptr;
 }
 
-void WebNewsRenderer::helpALateItem() {
+void WebNewsRenderer::loadLateItemElsewhere() {
     if (_page->itemHasCome())
         return;
     _late.start(_late.interval() * 2);

@@ -27,7 +27,7 @@ private:
     /// Gives back what a closed window does not need.
     void rest();
     /// Loads the item by another process if the page before holds it up.
-    void helpALateItem();
+    void loadLateItemElsewhere();
 
     QPointer<QWidget> _surround;
     /// The engine's view, as what it still is when it is asked for while it is being destroyed.

@@ -1,4 +1,4 @@
-#include "FeedMark.h"
+#include "FeedFingerprint.h"
 
 #include "platform/DateFormatter.h"
 
@@ -17,7 +17,7 @@ const std::array<std::size_t, 2> &seeds() {
 
 }  // namespace
 
-FeedMark::FeedMark(QByteArrayView bytes)
+FeedFingerprint::FeedFingerprint(QByteArrayView bytes)
     : size(bytes.size()), dateLocale(DateFormatter::userLocaleIdentifier()) {
     for (std::size_t i = 0; i < hashes.size(); ++i)
         hashes.at(i) = qHashBits(bytes.data(), static_cast<std::size_t>(size), seeds().at(i));

@@ -1,8 +1,8 @@
-#include "FeedExchange.h"
+#include "FeedDownload.h"
 
 #include <QStringDecoder>
 
-namespace pelorinnews::FeedExchange {
+namespace pelorinnews::FeedDownload {
 
 namespace {
 
@@ -47,4 +47,4 @@ std::optional<Error> downloadError(const std::optional<UrlResponse> &response,
     return Error{errorDomain(), neitherDataNorError, {}};
 }
 
-}  // namespace pelorinnews::FeedExchange
+}  // namespace pelorinnews::FeedDownload

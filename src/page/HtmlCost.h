@@ -9,12 +9,12 @@ namespace pelorinnews {
 /// Adds up what a page costs a text document, while it is being written for one. What is written
 /// is of a few plain forms, so that each costs about as much wherever it stands; the rates were
 /// measured, and are meant to be too high rather than too low.
-class HtmlWork {
+class HtmlCost {
 public:
     /// A document that is only copied from is never laid out, which is what costs most.
     enum class Purpose { Copy, Display };
 
-    explicit HtmlWork(Purpose purpose) : _display(purpose == Purpose::Display) {}
+    explicit HtmlCost(Purpose purpose) : _display(purpose == Purpose::Display) {}
 
     /// `font` tells fonts apart: text that is the first of its font and script has that looked up.
     void addCharacter(char32_t character, size_t font);

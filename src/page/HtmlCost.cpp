@@ -1,4 +1,4 @@
-#include "HtmlWork.h"
+#include "HtmlCost.h"
 
 #include <QChar>
 
@@ -57,7 +57,7 @@ bool isComplex(QChar::Script script) {
 
 }  // namespace
 
-void HtmlWork::addCharacter(char32_t character, size_t font) {
+void HtmlCost::addCharacter(char32_t character, size_t font) {
     const auto cost = [this](const Rate &rate) { return _display ? rate.shown : rate.copied; };
     if (character < firstOther) {
         _nanoseconds += cost(plainCharacter);
@@ -81,45 +81,45 @@ void HtmlWork::addCharacter(char32_t character, size_t font) {
     _nanoseconds += isComplex(script) ? fontOfComplexScript : fontOfScript;
 }
 
-void HtmlWork::addRead(qsizetype characters) {
+void HtmlCost::addRead(qsizetype characters) {
     _nanoseconds += piece + characters * characterRead;
 }
 
-void HtmlWork::addTag(qsizetype looks) {
+void HtmlCost::addTag(qsizetype looks) {
     _nanoseconds += tag + looks * lookAtOpen;
 }
 
-void HtmlWork::addElement(bool isBlock, qsizetype length) {
+void HtmlCost::addElement(bool isBlock, qsizetype length) {
     const Rate &rate = isBlock ? block : inlineElement;
     _nanoseconds += (_display ? rate.shown : rate.copied) + length * characterOfTag.copied;
 }
 
-void HtmlWork::addDeclarations(qsizetype count) {
+void HtmlCost::addDeclarations(qsizetype count) {
     _nanoseconds += count * (_display ? declaration.shown : declaration.copied);
 }
 
-void HtmlWork::addLineBreak() {
+void HtmlCost::addLineBreak() {
     _nanoseconds += _display ? lineBreak.shown : lineBreak.copied;
 }
 
-void HtmlWork::addPicture(int before, qsizetype addressLength) {
+void HtmlCost::addPicture(int before, qsizetype addressLength) {
     _nanoseconds += (_display ? picture.shown : picture.copied) + before * pictureBefore.copied +
                     addressLength * characterOfAddress.copied;
 }
 
-void HtmlWork::addCells(qint64 count, int depth) {
+void HtmlCost::addCells(qint64 count, int depth) {
     _nanoseconds += count * (_display ? cell.shown << std::max(depth - 1, 0) : cell.copied);
 }
 
-void HtmlWork::addSpans(qint64 count) {
+void HtmlCost::addSpans(qint64 count) {
     _nanoseconds += count * spanInCells.copied;
 }
 
-bool HtmlWork::isMuch() const {
+bool HtmlCost::isMuch() const {
     return _nanoseconds > most / 4;
 }
 
-bool HtmlWork::isTooMuch() const {
+bool HtmlCost::isTooMuch() const {
     return _nanoseconds > most;
 }
 

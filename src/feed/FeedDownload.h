@@ -10,7 +10,7 @@
 #include <optional>
 
 /// What passes between the panel and the feed service.
-namespace pelorinnews::FeedExchange {
+namespace pelorinnews::FeedDownload {
 
 /// The address to ask. A base address that ends in ".xml" is a file and stands alone; any other
 /// gets a query of those of the two values that are present and not empty, each as it stands: the
@@ -31,4 +31,4 @@ namespace pelorinnews::FeedExchange {
                                                  const std::optional<QByteArray> &data,
                                                  const std::optional<Error> &connectionError);
 
-}  // namespace pelorinnews::FeedExchange
+}  // namespace pelorinnews::FeedDownload

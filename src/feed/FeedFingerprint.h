@@ -9,15 +9,15 @@ namespace pelorinnews {
 
 /// Fingerprint of a downloaded feed: size, two randomly seeded hashes, date locale. Two of one
 /// process are equal where the same bytes would give the same items.
-class FeedMark {
+class FeedFingerprint {
 public:
-    /// Equal to no mark of any bytes.
-    FeedMark() = default;
+    /// Equal to the fingerprint of no bytes at all.
+    FeedFingerprint() = default;
 
     /// Dates are read in the user's locale of this moment.
-    explicit FeedMark(QByteArrayView bytes);
+    explicit FeedFingerprint(QByteArrayView bytes);
 
-    friend bool operator==(const FeedMark &, const FeedMark &) = default;
+    friend bool operator==(const FeedFingerprint &, const FeedFingerprint &) = default;
 
 private:
     qsizetype size = -1;
