@@ -4,7 +4,7 @@ namespace pelorinnews {
 
 namespace {
 
-// QUrl knows no address that is nothing but a scheme and slashes, so the text is put together.
+// QUrl cannot represent a URL of only a scheme and slashes, so build it as text.
 QUrl bareHttp(const QString &authority, const QString &path, const QUrl &tail) {
     QString text = QStringLiteral("http://") + authority + path;
     if (tail.hasQuery())
@@ -12,7 +12,8 @@ QUrl bareHttp(const QString &authority, const QString &path, const QUrl &tail) {
     if (tail.hasFragment())
         text += QLatin1Char('#') + tail.fragment(QUrl::FullyEncoded);
     QUrl address = QUrl(text, QUrl::TolerantMode).adjusted(QUrl::NormalizePathSegments);
-    // The root is where the page itself lies: an engine tells no link to it from one to the page.
+    // The page itself is served at the root: an engine cannot tell a link to the root from a link
+    // to the page.
     if (authority.isEmpty() && address.path() == QLatin1String("/"))
         return bareHttp(QString(), QString(), tail);
     return address;
@@ -36,7 +37,7 @@ QUrl rebasedOnBareHttp(const QUrl &address, const QUrl &page) {
     const bool ownHost = address.authority() == page.authority();
     const bool samePage = ownHost && address.path() == page.path();
     QUrl tail = address;
-    // A link to a place within the page keeps the page's own query, which is no part of the link.
+    // A link to a fragment of the page carries the page's own query, which is not part of the link.
     if (samePage && address.query() == page.query())
         tail.setQuery(QString());
     return bareHttp(ownHost ? QString() : address.authority(QUrl::FullyEncoded),

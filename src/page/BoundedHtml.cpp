@@ -9,19 +9,19 @@ namespace pelorinnews {
 
 namespace {
 
-// Elements in each other: those that count at all, and those that are written.
+// Nesting depth: of all elements that are tracked, and of those that are written.
 constexpr std::size_t mostOpen = 512;
 constexpr int mostWritten = 64;
 constexpr std::ptrdiff_t deepestTable = 5;
-// A table with its rows and cells, and what is in them.
+// Nesting levels for a table, its rows, its cells and their content.
 constexpr int levelsOfTable = 4;
 constexpr int mostTables = 500;
 constexpr int mostFloats = 50;
 constexpr int mostPictures = 1000;
 constexpr int mostPicturesOfBlock = 50;
-// In pixels, for all margins, lists and quotations around a line together.
-// A style attribute is read more than once before its end.
+// A style attribute is read more than once; the cost counts each reading.
 constexpr qsizetype readingsOfStyle = 8;
+// In pixels, for all margins, lists and quotations around a line together.
 constexpr int mostIndent = 240;
 constexpr int indentOfList = 40;
 constexpr qsizetype mostClasses = 8;
@@ -76,16 +76,16 @@ bool BoundedHtml::run() {
         if (token.kind == HtmlToken::Kind::End)
             break;
         const qsizetype written = _page.html.size();
-        _work.addRead(_reader.position() - start);
+        _cost.addRead(_reader.position() - start);
         read(token);
-        if (!_work.isTooMuch())
+        if (!_cost.isTooMuch())
             continue;
-        // What was one tag too many must not be in it. The document itself ends what is open.
+        // Drop the token that exceeded the limit. The document itself closes what is open.
         _page.html.truncate(written);
         whole = false;
     }
     _page.items = _lists.takeItems();
-    _page.isLong = _work.isMuch();
+    _page.isLong = _cost.isMuch();
     return whole;
 }
 
@@ -106,7 +106,7 @@ void BoundedHtml::read(const HtmlToken &token) {
 }
 
 void BoundedHtml::start(const HtmlToken &token) {
-    _work.addTag();
+    _cost.addTag();
     if (token.element->isDropped)
         return;
     if (token.name == QStringLiteral("style")) {
@@ -131,7 +131,7 @@ void BoundedHtml::start(const HtmlToken &token) {
 void BoundedHtml::end(const QString &name) {
     const auto found = std::find_if(_open.rbegin(), _open.rend(),
                                     [&](const Element &each) { return each.name == name; });
-    _work.addTag(std::distance(_open.rbegin(), found));
+    _cost.addTag(std::distance(_open.rbegin(), found));
     if (found == _open.rend() || name.isEmpty())
         return;
     for (auto count = std::distance(_open.rbegin(), found); count >= 0; --count)
@@ -145,7 +145,7 @@ CssStyle BoundedHtml::styleOf(const HtmlToken &token) {
     style = _sheet.styleOf(_path);
     const QString own = valueOf(token.attributes, QLatin1String("style"));
     if (!own.isEmpty()) {
-        _work.addRead(readingsOfStyle * own.size());
+        _cost.addRead(readingsOfStyle * own.size());
         style.overlay(CssStyle::of(withoutEntities(own), _pictureNames));
     }
     if (!valueOf(token.attributes, QLatin1String("hidden")).isNull())
@@ -162,7 +162,7 @@ void BoundedHtml::startVoid(const QString &name, const HtmlAttributes &attribute
     } else if (name == QStringLiteral("br")) {
         enterCell();
         _page.html += QStringLiteral("<br>");
-        _work.addLineBreak();
+        _cost.addLineBreak();
         _text.startWord();
     } else if (name == QStringLiteral("hr")) {
         enterCell();
@@ -214,7 +214,7 @@ void BoundedHtml::open(const QString &name, const HtmlAttributes &attributes, Cs
     HtmlAttributes kept = boundedAttributes(element.written, attributes);
     giveLook(element, kept, style);
     if (element.role == Role::Cell)
-        _tables.back().openCell(kept, _work);
+        _tables.back().openCell(kept, _cost);
     write(element, kept, style);
     if (!element.written.isEmpty())
         ++_written;
@@ -235,7 +235,7 @@ void BoundedHtml::giveRole(Element &element) {
             element.written = name;
         if (element.kind->isRow) {
             element.role = Role::Row;
-            _tables.back().openRow(_work);
+            _tables.back().openRow(_cost);
         } else if (element.kind->isCell) {
             element.role = Role::Cell;
             if (written)
@@ -328,7 +328,7 @@ void BoundedHtml::giveLook(Element &element, HtmlAttributes &attributes, CssStyl
     if (otherFont || !font.isEmpty()) {
         const size_t asked =
             qHashMulti(element.font, otherFont ? element.written : QString(), font);
-        if (!_work.isDisplay() || _looks.admitFont(asked)) {
+        if (!_cost.isDisplay() || _looks.admitFont(asked)) {
             element.font = asked;
         } else {
             style.removeFont();
@@ -360,7 +360,7 @@ void BoundedHtml::giveLook(Element &element, HtmlAttributes &attributes, CssStyl
 void BoundedHtml::markItem(Element &element, const HtmlAttributes &attributes, CssStyle &style) {
     const bool first = _lists.isAtStart();
     element.item = _lists.addItem(attributes, style.value("list-style-type"));
-    // As a document sets a list of its own apart.
+    // The space that a document puts above its own lists.
     if (first && style.value("margin-top").isEmpty())
         style.set("margin-top", QString::number(PageLists::margin) + QStringLiteral("px"));
 }
@@ -375,7 +375,7 @@ void BoundedHtml::write(Element &element, HtmlAttributes attributes, const CssSt
                   QString::number(element.item);
     if (!styles.isEmpty())
         attributes.emplaceBack(QStringLiteral("style"), styles);
-    // The document would carry a direction on past the end of a list or table, so once there is
+    // The document would keep a direction past the end of a list or table. So once the page states
     // one, every element states its own.
     if (_directed)
         attributes.emplaceBack(QStringLiteral("dir"), element.direction.isEmpty()
@@ -394,8 +394,8 @@ void BoundedHtml::write(Element &element, HtmlAttributes attributes, const CssSt
     }
     _page.html += QLatin1Char('>');
     const bool block = isBlock(element);
-    _work.addElement(block, _page.html.size() - before);
-    _work.addDeclarations(style.size() + (element.item >= 0 ? 1 : 0));
+    _cost.addElement(block, _page.html.size() - before);
+    _cost.addDeclarations(style.size() + (element.item >= 0 ? 1 : 0));
     if (block)
         startLine();
 }
@@ -446,7 +446,7 @@ void BoundedHtml::writePicture(const HtmlAttributes &attributes, const CssStyle 
         place.remove("float");
     Element picture = child(QStringLiteral("img"));
     picture.written = picture.name;
-    _work.addPicture(_picturesOfBlock++, address.size());
+    _cost.addPicture(_picturesOfBlock++, address.size());
     write(picture, std::move(kept), place);
     _text.startWord();
 }
@@ -491,7 +491,7 @@ void BoundedHtml::openAnonymous(const QString &name) {
     if (element.kind->isTablePart()) {
         giveRole(element);
         if (element.role == Role::Cell)
-            _tables.back().openCell({}, _work);
+            _tables.back().openCell({}, _cost);
     } else if (_written < mostWritten) {
         element.written = name;
     }

@@ -17,40 +17,39 @@
 
 namespace pelorinnews {
 
-/// Writes a page anew for a text document, which takes hostile or careless HTML in badly: some
-/// kilobytes can occupy it for minutes. Only what is known to be harmless reaches it: elements that
-/// it knows, attributes and styles with values of a known form within bounds, no style sheet, no
-/// lists, tables and nesting only so deep. What a page asks for beyond that is left out, and its
-/// text stays.
+/// Rewrites a page for a text document, in which some kilobytes of hostile or careless HTML can use
+/// the CPU for minutes. Only what is known to be harmless reaches the document: elements that it
+/// knows, attributes and styles with values of a known form within bounds, no style sheet, no
+/// lists, and tables and nesting of limited depth. Everything else is left out, but its text stays.
 ///
-/// All of it together costs a document, laid out and painted, about a quarter of a second at most
-/// on the computer that the rates of `HtmlCost` were measured on. Pages beyond that are some
-/// hundred thousand words long, or mean no good; they are cut, or not copied.
+/// Loading, layout and painting of the result take a document about a quarter of a second at most,
+/// on the computer on which the rates of `HtmlCost` were measured. Pages beyond that are some
+/// hundred thousand words long, or hostile; they are truncated when shown, and not copied.
 class BoundedHtml {
 public:
-    /// The whole page, for a document that is copied from; absent for an absent text and for one
-    /// that costs too much.
+    /// The whole page, for a document that is copied from; absent if `html` is null or costs too
+    /// much.
     static std::optional<BoundedPage> prepared(const QString &html);
 
-    /// As much of the page, from its beginning, as a document can take in and lay out in time; an
-    /// ellipsis ends what had to be cut.
+    /// As much of the page, from its beginning, as a document can load and lay out in time. A
+    /// truncated page ends with an ellipsis.
     static BoundedPage beginning(const QString &html);
 
 private:
     enum class Role { Plain, List, Table, Row, Cell };
 
     struct Element {
-        /// In the page; empty for one that the page does not have.
+        /// The name in the page; empty for an element that the page does not have.
         QString name;
-        /// What that name means; never null.
+        /// The properties of that element; never null.
         const HtmlElement *kind = nullptr;
-        /// In the document; empty where only its content is.
+        /// The name in the document; empty if only the content is written.
         QString written;
         Role role = Role::Plain;
         QString direction;
         size_t look = 0;
         size_t font = 0;
-        /// Of a list's item, its index among those of the page; otherwise -1.
+        /// Index among the page's list items; -1 for other elements.
         int item = -1;
         /// How much narrower its lines are than the page's or the cell's, in pixels.
         int indent = 0;
@@ -58,9 +57,9 @@ private:
     };
 
     BoundedHtml(const QString &html, HtmlCost::Purpose purpose)
-        : _reader(html), _work(purpose), _text(_page.html, _work) {}
+        : _reader(html), _cost(purpose), _text(_page.html, _cost) {}
 
-    // False where it became too much; what was written until then is there.
+    // False if the page costs too much; what was written until then stays.
     bool run();
     void read(const HtmlToken &token);
     void start(const HtmlToken &token);
@@ -73,16 +72,17 @@ private:
     void giveLook(Element &element, HtmlAttributes &attributes, CssStyle &style);
     void giveDirection(Element &element, const HtmlAttributes &attributes, const CssStyle &style);
     void markItem(Element &element, const HtmlAttributes &attributes, CssStyle &style);
-    // Nothing for an element that is not written, or that would say nothing.
+    // Writes nothing for an element without a written name, or for a `span` without attributes.
     void write(Element &element, HtmlAttributes attributes, const CssStyle &style);
-    // Null for one that the page does not carry, and beyond the most pictures of a page.
+    // Null if the picture is not embedded in the page, or beyond the most pictures of a page.
     [[nodiscard]] QString nameOfPicture(const QString &address);
     void writePicture(const HtmlAttributes &attributes, const CssStyle &style);
     void writeText(QStringView text);
 
-    // Text and pictures stand in a cell, not beside it.
+    // Opens a cell if a table is open and no cell is: text and pictures must be inside a cell.
     void enterCell();
-    // Makes room for a row or a cell beside the one that is open.
+    // Before a table part, closes the open cell, and also the row unless `next` is a cell. Opens a
+    // row for a cell if none is open.
     void leaveCell(const HtmlElement &next);
     void openAnonymous(const QString &name);
     void closeImplied(const HtmlToken &next);
@@ -99,7 +99,7 @@ private:
 
     HtmlReader _reader;
     BoundedPage _page;
-    HtmlCost _work;
+    HtmlCost _cost;
     HtmlTextWriter _text;
     PageLists _lists;
     PageLooks _looks;
@@ -118,9 +118,9 @@ private:
     int _picturesOfBlock = 0;
     bool _directed = false;
     bool _bodyWritten = false;
-    // A block has just ended: a picture would go into it.
+    // A block has just ended: the document would put a picture into it.
     bool _afterBlock = false;
-    // How many elements stood open before the hidden one that we are in; -1 outside of any.
+    // How many elements were open before the current hidden one; -1 outside hidden elements.
     qsizetype _shownElements = -1;
 };
 

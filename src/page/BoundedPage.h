@@ -9,17 +9,16 @@
 
 namespace pelorinnews {
 
-/// A page as a text document is given it.
+/// A page in the form that a text document gets.
 struct BoundedPage {
     QString html;
     /// The items of its lists. In the document an item is a plain block; the block's user state is
-    /// its index here. (A document's own lists cost the square of their length, and cannot count
-    /// from anything but 1.)
+    /// its index here. (A document's own lists take quadratic time, and can count only from 1.)
     std::vector<PageListItem> items;
-    /// The addresses (`data:`) of its pictures. In the document a picture's name is the one of
-    /// `pictureName`.
+    /// The addresses (`data:`) of its pictures. In the document, `pictureName` gives a picture's
+    /// name.
     QStringList pictures;
-    /// It is many windows long.
+    /// The page is many windows long.
     bool isLong = false;
 
     [[nodiscard]] static QString pictureName(qsizetype index) {

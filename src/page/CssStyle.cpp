@@ -57,7 +57,8 @@ constexpr std::array<Lengths, 9> lengths{{
 constexpr std::array<const char *, 5> fontProperties{"font-family", "font-size", "font-style",
                                                      "font-variant", "font-weight"};
 
-/// The end of the declaration that starts at `from`: its semicolon, but none in quotes or brackets.
+/// The end of the declaration that starts at `from`: its semicolon, but not one in quotes or
+/// parentheses.
 qsizetype endOfDeclaration(QStringView text, qsizetype from) {
     QChar quote;
     int depth = 0;

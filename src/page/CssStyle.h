@@ -8,37 +8,40 @@
 
 namespace pelorinnews {
 
-/// Declarations of a style sheet or of a `style` attribute, as far as they reach a text document:
-/// properties that it knows, with values of a known form within bounds. Anything else a page states
-/// is left out here.
+/// Declarations of a style sheet or of a `style` attribute, reduced to those that a text document
+/// may get: properties that it knows, with values of a known form within bounds. Everything else is
+/// dropped.
 ///
-/// Shorthands are taken apart, lengths are whole pixels (`em` counts as 16), so that properties can
-/// be laid over each other and equal styles are equal texts.
+/// Shorthands are expanded. Lengths are whole pixels (`em` counts as 16), except font sizes in
+/// points and line heights in percent. This form lets properties override each other, and gives
+/// equal styles equal texts.
 class CssStyle {
 public:
-    /// What a document calls the picture at an address; null for one that it may not show.
+    /// Returns the document's name for the picture at an address; null for a picture that it may
+    /// not show.
     using PictureNames = std::function<QString(const QString &address)>;
 
-    /// Reads at most the first 64 declarations of `text`. Background pictures are those that
-    /// `pictures` has a name for.
+    /// Reads at most the first 64 declarations of `text`. Keeps a background picture only if
+    /// `pictures` has a name for it.
     static CssStyle of(QStringView text, const PictureNames &pictures);
 
-    /// `other` wins, but for what is `!important` here and not there.
+    /// Overrides this style with `other`, except for values that are `!important` here and not
+    /// there.
     void overlay(const CssStyle &other);
 
-    /// The value of `property`; null where it is not stated.
+    /// The value of `property`; null if it is not set.
     [[nodiscard]] QString value(const char *property) const;
     void set(const char *property, const QString &value);
     void remove(const char *property);
-    /// Removes what gives text another font: family, size, weight and slant.
+    /// Removes the font's properties: family, size, style, variant and weight.
     void removeFont();
     void clear() { _values.clear(); }
 
     [[nodiscard]] bool isEmpty() const { return _values.isEmpty(); }
     [[nodiscard]] qsizetype size() const { return _values.size(); }
-    /// The part of the text that concerns the font.
+    /// The font's properties only, as text; each ends with a semicolon.
     [[nodiscard]] QString fontText() const;
-    /// As a `style` attribute has it.
+    /// All properties, as the text of a `style` attribute.
     [[nodiscard]] QString text() const;
 
 private:

@@ -137,7 +137,7 @@ QString fontWeight(const QString &value) {
 QString fontFamily(const QString &value) {
     QString family = value.left(longestFamily);
     family.replace(QLatin1Char('"'), QLatin1Char('\''));
-    // Nothing that ends the value or the attribute; names are matched without it.
+    // Drops every character that could end the value or the attribute; fonts match without them.
     family.removeIf([](QChar c) {
         return !c.isLetterOrNumber() && !c.isSpace() && c != QLatin1Char(',') &&
                c != QLatin1Char('-') && c != QLatin1Char('_') && c != QLatin1Char('.') &&

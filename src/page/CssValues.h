@@ -3,20 +3,20 @@
 #include <QString>
 #include <QStringList>
 
-/// Values of style sheets, checked: each function gives what a text document may be handed, or an
-/// empty text for a value that it may not. `value` is in small letters, without space around it.
+/// Checks values of style sheets: each function returns the value in the form that a text document
+/// may get, or an empty text for a value that it may not get. `value` is lower-case and trimmed.
 namespace pelorinnews::CssValues {
 
-/// The parts of a value, by its spaces outside of brackets and quotes; at most 16.
+/// Splits a value at the spaces outside parentheses and quotes; at most 16 parts.
 [[nodiscard]] QStringList parts(const QString &value);
 
 /// A name, `#rgb`, `rgb(…)` and the like.
 [[nodiscard]] QString color(const QString &value);
-/// In whole pixels, from `least` to `most`.
+/// A length in whole pixels, clamped to the range from `least` to `most`.
 [[nodiscard]] QString pixels(const QString &value, int least, int most);
 [[nodiscard]] QString fontSize(const QString &value);
 [[nodiscard]] QString fontWeight(const QString &value);
-/// Takes capitals, too.
+/// `value` may contain capitals.
 [[nodiscard]] QString fontFamily(const QString &value);
 [[nodiscard]] QString lineHeight(const QString &value);
 /// Width, style and colour of a line, in any order.

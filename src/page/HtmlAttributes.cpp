@@ -14,7 +14,7 @@ namespace {
 constexpr qsizetype longestAddress = 4096;
 constexpr qsizetype longestTitle = 500;
 
-/// A whole number from 0 to `most`, of pixels or, where `percent` is allowed, of hundredths.
+/// A whole number of pixels from 0 to `most`, or, if `percent` is allowed, a percentage up to 100.
 QString number(const QString &value, int most, bool percent) {
     qsizetype end = 0;
     while (end < value.size() && end < 9 && value[end].isDigit())
@@ -30,11 +30,10 @@ QString number(const QString &value, int most, bool percent) {
 
 QString color(const QString &value) {
     const QString found = CssValues::color(value);
-    // Old pages leave out the sign before a number.
-    return found.isEmpty() || value.size() != 6 ||
-                   !CssValues::color(QLatin1Char('#') + value).size()
-               ? found
-               : value;
+    if (!found.isEmpty() || value.size() != 6)
+        return found;
+    // Old pages omit the "#" before a hexadecimal colour.
+    return CssValues::color(QLatin1Char('#') + value);
 }
 
 QString fontSize(const QString &value) {

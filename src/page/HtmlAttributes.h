@@ -4,14 +4,14 @@
 
 namespace pelorinnews {
 
-/// Those of an element's attributes that a text document may be handed: known ones, with values of
-/// a known form within bounds. `element` is the name that is written. What counts lists, and
-/// `style`, `class`, `id`, `dir` and pictures' `src`, is not among them: others deal with it.
+/// The attributes of an element that a text document may get: known ones, with values of a known
+/// form within bounds. `element` is the written name. Excludes the attributes that number lists,
+/// and `style`, `class`, `id`, `dir` and the `src` of pictures, which are handled elsewhere.
 [[nodiscard]] HtmlAttributes boundedAttributes(const QString &element,
                                                const HtmlAttributes &attributes);
 
-/// The value with its character references replaced, as far as they are numbers or stand for the
-/// five signs of HTML itself.
+/// `value` with its numeric character references decoded, and those for HTML's own five characters
+/// (&, <, >, quote and apostrophe). Others stay.
 [[nodiscard]] QString withoutEntities(const QString &value);
 
 }  // namespace pelorinnews

@@ -8,6 +8,7 @@ namespace pelorinnews {
 
 namespace {
 
+// In nanoseconds, like all rates below.
 constexpr qint64 most = 200'000'000;
 
 struct Rate {
@@ -17,14 +18,14 @@ struct Rate {
 
 constexpr Rate plainCharacter{60, 350};
 constexpr Rate otherCharacter{150, 600};
-// Lines can end before and after each of these, and their fonts are the largest.
+// Lines can break before and after each of these characters, and their fonts are the largest.
 constexpr Rate farCharacter{150, 1'300};
 constexpr char32_t firstOther = 0x80;
 constexpr char32_t firstFar = 0x0e00;
-// Text of another script is shaped by itself.
+// Text of another script is shaped separately.
 constexpr Rate scriptChange{0, 4'000};
 constexpr qint64 fontOfScript = 600'000;
-// Where no font of the computer can shape the script, all of them are tried.
+// If no installed font can shape the script, all of them are tried.
 constexpr qint64 fontOfComplexScript = 16'000'000;
 
 constexpr qint64 piece = 60;
@@ -37,7 +38,8 @@ constexpr Rate characterOfTag{20, 20};
 constexpr Rate declaration{3'000, 6'000};
 constexpr Rate lineBreak{5'000, 10'000};
 constexpr Rate picture{20'000, 60'000};
-// Each is laid out anew with every one that follows in its block, even before anything is shown.
+// Each picture is laid out again for every later picture in its block, even before anything is
+// shown.
 constexpr Rate pictureBefore{300, 300};
 constexpr Rate characterOfAddress{30, 30};
 constexpr Rate cell{7'000, 42'000};
@@ -48,7 +50,7 @@ bool isOfOwnScript(QChar::Script script) {
            script != QChar::Script_Unknown;
 }
 
-/// Those for which Qt asks fonts for more than their characters.
+/// Scripts for which Qt requires more of a font than their characters.
 bool isComplex(QChar::Script script) {
     return (script >= QChar::Script_Devanagari && script <= QChar::Script_Sinhala) ||
            script == QChar::Script_Syriac || script == QChar::Script_Thaana ||

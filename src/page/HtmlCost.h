@@ -6,36 +6,36 @@
 
 namespace pelorinnews {
 
-/// Adds up what a page costs a text document, while it is being written for one. What is written
-/// is of a few plain forms, so that each costs about as much wherever it stands; the rates were
-/// measured, and are meant to be too high rather than too low.
+/// Adds up the estimated CPU time that a text document needs for a page, while the page is being
+/// written for it. The output has only a few plain forms, so each costs about the same wherever it
+/// occurs. The rates were measured, and are too high rather than too low.
 class HtmlCost {
 public:
-    /// A document that is only copied from is never laid out, which is what costs most.
+    /// A document that is only copied from is never laid out, and layout costs most.
     enum class Purpose { Copy, Display };
 
     explicit HtmlCost(Purpose purpose) : _display(purpose == Purpose::Display) {}
 
-    /// `font` tells fonts apart: text that is the first of its font and script has that looked up.
+    /// `font` identifies the font: the first text of each font and script costs a font lookup.
     void addCharacter(char32_t character, size_t font);
-    /// One piece of the page is read, whatever becomes of it.
+    /// `characters` of the page are read, whether or not they are written.
     void addRead(qsizetype characters);
-    /// An end tag is looked for among `looks` open elements.
+    /// A tag of the page; for an end tag, `looks` open elements are searched.
     void addTag(qsizetype looks = 0);
-    /// A start tag that is written, with all attributes in `length` characters.
+    /// A start tag is written; `length` is its number of characters, all attributes included.
     void addElement(bool block, qsizetype length);
     void addDeclarations(qsizetype count);
     void addLineBreak();
-    /// `before` other pictures stand in the same block.
+    /// `before` is the number of earlier pictures in the same block.
     void addPicture(int before, qsizetype addressLength);
-    /// Places in the grid of a table that lies in `depth` - 1 others.
+    /// `count` is a number of grid positions of a table that lies in `depth` - 1 others.
     void addCells(qint64 count, int depth);
-    /// Cells that span others, times places in the grid of their table.
+    /// `count` is the number of spanning cells times the grid positions of their table.
     void addSpans(qint64 count);
 
-    /// The time that a page may take is used up.
+    /// The page exceeds its time limit.
     [[nodiscard]] bool isTooMuch() const;
-    /// A good part of it is: no window shows the whole page at once.
+    /// More than a quarter of the limit is used: no window shows the whole page at once.
     [[nodiscard]] bool isMuch() const;
     [[nodiscard]] bool isDisplay() const { return _display; }
 

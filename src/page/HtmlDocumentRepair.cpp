@@ -39,7 +39,7 @@ double statedSize(const QTextCharFormat &format) {
                : -format.fontPointSize();
 }
 
-/// The stated size times what HTML's sizes 1 to 7 mean around 3.
+/// Multiplies the stated size by the factor for HTML's sizes 1 to 7, where 3 is the default.
 void enlarge(QTextCharFormat &format) {
     static constexpr std::array<double, 7> factors{0.7, 0.8, 1.0, 1.2, 1.5, 2.0, 2.4};
     const int step = format.intProperty(QTextFormat::FontSizeAdjustment);
@@ -51,7 +51,7 @@ void enlarge(QTextCharFormat &format) {
         format.setFontPointSize(format.fontPointSize() * factor);
 }
 
-/// The sizes that text outside of headings has from styles.
+/// The sizes that styles give to text outside headings.
 QSet<double> ordinarySizes(const QTextDocument &document) {
     QSet<double> sizes;
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
@@ -77,8 +77,8 @@ bool showsPicture(const QTextBlock &block) {
 }  // namespace
 
 void repairHtmlDocument(QTextDocument &document, const std::vector<PageListItem> &items) {
-    // What a document tells of a heading is only a size and an enlargement. A size that ordinary
-    // text has as well is the page's, and the heading stands out from it; any other is its own.
+    // For a heading, the document has only a size and an enlargement. A size that ordinary text has
+    // too is the page's, and the heading is enlarged from it; any other size is the heading's own.
     const QSet<double> ordinary = ordinarySizes(document);
     const QBrush desktopsLink = QGuiApplication::palette().link();
     QList<Run> runs;

@@ -4,14 +4,14 @@
 
 namespace pelorinnews {
 
-/// What an element of a page means for its text.
+/// How an HTML element affects a page's text.
 struct HtmlElement {
-    /// The element that stands for it in a text document: itself, or a `div` for the many that are
-    /// blocks and no more. Empty for one that adds nothing to its content.
+    /// The element that is written for it to a text document: itself, another one, or `div` for
+    /// plain blocks. Empty if only its content is written.
     QString written;
-    /// Its content is no text of the page.
+    /// Its content is not text of the page, and is dropped.
     bool isDropped = false;
-    /// Nothing in it is a tag but its own end.
+    /// Its content has no tags but its own end tag.
     bool isRawText = false;
     /// It never has content.
     bool isVoid = false;
@@ -23,19 +23,19 @@ struct HtmlElement {
     bool isDefinition = false;
     /// Its text has another size, weight, slant or family.
     bool isOtherFont = false;
-    /// Its text looks otherwise without another font.
+    /// Its text looks different, but in the same font.
     bool isOtherLook = false;
-    /// A paragraph left open ends before it; what follows stands on a line of its own.
+    /// It ends an open paragraph; what follows starts on a new line.
     bool isBlock = false;
 
     [[nodiscard]] bool isTablePart() const { return isCell || isRow || isRowGroup; }
 
-    /// The one with that name, in small letters; for a name that HTML does not have, one that adds
-    /// nothing.
+    /// The element `name`, which is lower-case. For a name that HTML does not have, an element that
+    /// adds nothing.
     static const HtmlElement &named(const QString &name);
 
-    /// Whether this one, open under `name`, ends where `next` starts, its own end tag being
-    /// optional.
+    /// Whether this element, open as `name`, ends implicitly where `next` starts, because its end
+    /// tag is optional.
     [[nodiscard]] bool endsBefore(const QString &name, const QString &nextName,
                                   const HtmlElement &next) const;
 };

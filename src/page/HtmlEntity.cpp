@@ -51,7 +51,7 @@ HtmlEntity HtmlEntity::at(QStringView html) {
     } else {
         entity.text = signOf(name);
         entity.isNamed = true;
-        // Without its end, a name may as well be a part of an address.
+        // Without its semicolon, a name may just as well be part of an address.
         if (!closed)
             return {};
     }

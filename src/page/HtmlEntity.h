@@ -7,16 +7,17 @@ namespace pelorinnews {
 
 /// A character reference (`&#8203;`, `&amp;`, `&eacute;`).
 struct HtmlEntity {
-    /// How much of the page's text it is; 1 where the sign stands for itself.
+    /// Its length in the page's text; 1 if the "&" stands for itself.
     qsizetype length = 1;
-    /// The character of a number, or of a name that the signs of HTML itself have.
+    /// The character, for a numeric reference or for the name of one of HTML's own five characters;
+    /// otherwise empty.
     QString text;
-    /// It has the form of a name, of which a text document knows what it stands for.
+    /// It has the form of a name, which the text document resolves.
     bool isNamed = false;
 
     [[nodiscard]] bool isKnown() const { return !text.isEmpty(); }
 
-    /// The one that `html`, which begins with "&", begins with.
+    /// The reference at the beginning of `html`, which begins with "&".
     static HtmlEntity at(QStringView html);
 };
 

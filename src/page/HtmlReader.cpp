@@ -6,12 +6,12 @@ namespace pelorinnews {
 
 namespace {
 
-// So much text in one token, so that whoever counts the work can stop in between.
+// The most text in one token, so that the caller can stop in between when the cost is too high.
 constexpr qsizetype sliceOfText = 1024;
 // No element that we know has more.
 constexpr qsizetype mostAttributes = 32;
 constexpr qsizetype longestName = 32;
-// In one tag, attributes that are not taken included: nobody can stop within a tag.
+// For one tag, including attributes that are dropped: the caller cannot stop within a tag.
 constexpr int mostWords = 1000;
 
 bool isLetter(QChar c) {
@@ -55,12 +55,12 @@ HtmlToken HtmlReader::next() {
 HtmlToken HtmlReader::readText() {
     HtmlToken token;
     token.kind = HtmlToken::Kind::Text;
-    // The first character is text even if it is the sign that begins a tag.
+    // The first character is text even if it is "<".
     const QStringView slice =
         _html.sliced(_position).first(std::min(sliceOfText, _html.size() - _position));
     const qsizetype tag = slice.indexOf(QLatin1Char('<'), 1);
     qsizetype end = _position + (tag < 0 ? slice.size() : tag);
-    // An entity is not cut in two: its name is short, and only what follows "&" can be one.
+    // Do not split an entity: its name is short, and only text after "&" can be one.
     const qsizetype entity = _html.sliced(_position, end - _position).lastIndexOf(QLatin1Char('&'));
     if (entity > 0 && end - _position == sliceOfText && entity > sliceOfText - longestName)
         end = _position + entity;

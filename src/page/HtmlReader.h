@@ -10,7 +10,7 @@ namespace pelorinnews {
 
 using HtmlAttributes = QList<std::pair<QString, QString>>;
 
-/// The value of the attribute `name`; null where it is absent.
+/// The value of the attribute `name`; null if it is absent.
 [[nodiscard]] QString valueOf(const HtmlAttributes &attributes, QLatin1String name);
 
 /// One piece of a page's HTML: text between tags, a start tag or an end tag.
@@ -18,23 +18,23 @@ struct HtmlToken {
     enum class Kind { Text, StartTag, EndTag, End };
 
     Kind kind = Kind::End;
-    /// Of a tag, in small letters.
+    /// For a tag, its name in lower case.
     QString name;
-    /// Of a start tag, what that name means; never null.
+    /// For a start tag, the properties of that element; never null.
     const HtmlElement *element = nullptr;
-    /// Of a start tag, in the page's order; of the same name twice, the first counts. Entities are
-    /// as they stand in the page.
+    /// For a start tag, in the page's order; of several with the same name, the first counts.
+    /// Entities are not decoded.
     HtmlAttributes attributes;
-    /// Text as it stands in the page, or the content of an element that has no elements in it
+    /// Undecoded text of the page, or the content of an element that has no child elements
     /// (`style`, `script`...).
     QStringView text;
 };
 
-/// Takes a page's HTML apart, in time that grows with its length alone. Comments and declarations
-/// come as empty text; a tag that the page's end cuts off is passed over.
+/// Splits a page's HTML into tokens, in linear time. Comments and declarations become empty text; a
+/// tag that is cut off by the end of the page is skipped.
 class HtmlReader {
 public:
-    /// `html` outlives the reader and what it gives.
+    /// `html` must outlive the reader and its tokens.
     explicit HtmlReader(QStringView html) : _html(html) {}
 
     [[nodiscard]] HtmlToken next();

@@ -14,15 +14,15 @@ int spanIn(const HtmlAttributes &attributes, const char *name) {
 
 }  // namespace
 
-void HtmlTable::openRow(HtmlCost &work) {
+void HtmlTable::openRow(HtmlCost &cost) {
     const qint64 before = cells();
     _row = true;
     ++_rows;
     _columnsOfRow = 0;
-    addWork(before, _spans, work);
+    addWork(before, _spans, cost);
 }
 
-void HtmlTable::openCell(const HtmlAttributes &attributes, HtmlCost &work) {
+void HtmlTable::openCell(const HtmlAttributes &attributes, HtmlCost &cost) {
     const qint64 before = cells();
     const qint64 spansBefore = _spans;
     const int columns = spanIn(attributes, "colspan");
@@ -36,14 +36,14 @@ void HtmlTable::openCell(const HtmlAttributes &attributes, HtmlCost &work) {
     }
     if (rows > 1 || columns > 1)
         ++_spans;
-    addWork(before, spansBefore, work);
+    addWork(before, spansBefore, cost);
 }
 
-void HtmlTable::addWork(qint64 cellsBefore, qint64 spansBefore, HtmlCost &work) {
+void HtmlTable::addWork(qint64 cellsBefore, qint64 spansBefore, HtmlCost &cost) {
     if (!isWritten())
         return;
-    work.addCells(cells() - cellsBefore, _depth);
-    work.addSpans(cells() * _spans - cellsBefore * spansBefore);
+    cost.addCells(cells() - cellsBefore, _depth);
+    cost.addSpans(cells() * _spans - cellsBefore * spansBefore);
 }
 
 }  // namespace pelorinnews

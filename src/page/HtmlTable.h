@@ -6,11 +6,11 @@ namespace pelorinnews {
 
 class HtmlCost;
 
-/// One table of a page while it is written: what is open in it, and how large its grid becomes.
+/// One table of a page while it is written: what is open in it, and the size of its grid.
 class HtmlTable {
 public:
-    /// `depth`: in how many tables it lies, itself included; 0 for one that is too deep, whose
-    /// cells are written as blocks.
+    /// `depth`: table nesting depth, itself included; 0 for a table beyond the limits, whose cells
+    /// are written as blocks.
     explicit HtmlTable(int depth) : _depth(depth) {}
 
     [[nodiscard]] bool isWritten() const { return _depth > 0; }
@@ -18,15 +18,15 @@ public:
     [[nodiscard]] bool isRowOpen() const { return _row; }
     [[nodiscard]] bool isCellOpen() const { return _cell; }
 
-    void openRow(HtmlCost &work);
+    void openRow(HtmlCost &cost);
     void closeRow() { _row = false; }
-    /// `attributes` are bounded ones.
-    void openCell(const HtmlAttributes &attributes, HtmlCost &work);
+    /// `attributes` come from `boundedAttributes`.
+    void openCell(const HtmlAttributes &attributes, HtmlCost &cost);
     void closeCell() { _cell = false; }
 
 private:
     [[nodiscard]] qint64 cells() const { return (_rows + _rowsBelow) * _columns; }
-    void addWork(qint64 cellsBefore, qint64 spansBefore, HtmlCost &work);
+    void addWork(qint64 cellsBefore, qint64 spansBefore, HtmlCost &cost);
 
     int _depth;
     bool _row = false;

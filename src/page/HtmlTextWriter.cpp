@@ -6,8 +6,8 @@ namespace pelorinnews {
 
 namespace {
 
-// Where a line is looked for from its word's start, this is as long as a word may be; another half
-// to wait for a place where no character is split from its marks.
+// Layout searches each line break from the start of the word, so this limits a word's length. Half
+// as much is added to wait for a place that does not split a character from its marks.
 constexpr int longestWord = 200;
 constexpr int mostDirections = 100;
 constexpr QChar breakHere(0x200B);
@@ -36,7 +36,7 @@ void HtmlTextWriter::write(QStringView text, size_t font, bool preserved) {
             } else if (entity.isNamed) {
                 countWord(false);
                 _out += text.sliced(at - entity.length, entity.length);
-                _work.addCharacter(QChar::ReplacementCharacter, font);
+                _cost.addCharacter(QChar::ReplacementCharacter, font);
             } else {
                 writeCharacter(U'&', font, preserved);
             }
@@ -55,11 +55,11 @@ void HtmlTextWriter::write(QStringView text, size_t font, bool preserved) {
 void HtmlTextWriter::writeCharacter(char32_t character, size_t font, bool preserved) {
     if (character == 0 || (isDirection(character) && ++_directionsInBlock > mostDirections))
         return;
-    _work.addCharacter(character, font);
+    _cost.addCharacter(character, font);
     if (QChar::isSpace(character) && character != QChar::Nbsp) {
         _word = 0;
         if (preserved && character == U'\n')
-            _work.addLineBreak();
+            _cost.addLineBreak();
     } else {
         const QChar::Category category = QChar::category(character);
         countWord(category >= QChar::Mark_NonSpacing && category <= QChar::Mark_Enclosing);
@@ -75,7 +75,7 @@ void HtmlTextWriter::writeCharacter(char32_t character, size_t font, bool preser
 }
 
 void HtmlTextWriter::countWord(bool mark) {
-    if (!_work.isDisplay() || ++_word <= longestWord || (mark && _word <= longestWord * 3 / 2))
+    if (!_cost.isDisplay() || ++_word <= longestWord || (mark && _word <= longestWord * 3 / 2))
         return;
     _out += breakHere;
     _word = 1;

@@ -7,19 +7,19 @@
 
 namespace pelorinnews {
 
-/// Writes a page's text for a text document: as it stands, with what no tag can begin in it, and
-/// without what makes layout slow. Text that is to be shown can break within endless words, and
-/// keeps no more than 100 characters of direction (isolates, embeddings) in a block.
+/// Writes a page's text for a text document: unchanged, but escaped so that no tag can begin in it,
+/// and without what makes layout slow. Text for display can break within very long words. A block
+/// keeps at most 100 direction characters (isolates, embeddings).
 class HtmlTextWriter {
 public:
-    HtmlTextWriter(QString &out, HtmlCost &work) : _out(out), _work(work) {}
+    HtmlTextWriter(QString &out, HtmlCost &cost) : _out(out), _cost(cost) {}
 
-    /// `text` as it stands in the page, with its character references. `preserved`: lines end where
-    /// the page's do.
+    /// `text` is undecoded text of the page, with its character references. `preserved`: the page's
+    /// line breaks are kept.
     void write(QStringView text, size_t font, bool preserved);
-    /// What follows stands on a line of its own.
+    /// The following text starts on a new line.
     void startBlock();
-    /// A line can end here.
+    /// A line can break here.
     void startWord() { _word = 0; }
 
 private:
@@ -27,7 +27,7 @@ private:
     void countWord(bool mark);
 
     QString &_out;
-    HtmlCost &_work;
+    HtmlCost &_cost;
     int _word = 0;
     int _directionsInBlock = 0;
 };

@@ -8,7 +8,7 @@ namespace pelorinnews {
 
 namespace {
 
-// Far from where counting on would overflow.
+// Small enough that counting on does not overflow.
 constexpr int largestNumber = 1'000'000'000;
 
 std::optional<int> numberIn(const QString &text) {

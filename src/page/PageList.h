@@ -8,7 +8,7 @@
 
 namespace pelorinnews {
 
-/// What stands before an item of a list.
+/// The marker before an item of a list.
 enum class ListMarker {
     None,
     Disc,
@@ -27,9 +27,9 @@ struct PageListItem {
     int number = 1;
     /// Which of the page's lists it is in, from 0.
     int list = 0;
-    /// In how many lists it lies, at least 1.
+    /// List nesting depth, at least 1.
     int depth = 1;
-    /// The last item of a list that is in no other, or of those in it.
+    /// The last item of an outermost list, items of nested lists included.
     bool last = false;
     /// The list counts downwards.
     bool reversed = false;
@@ -37,26 +37,27 @@ struct PageListItem {
 
 [[nodiscard]] bool isNumbered(ListMarker marker);
 
-/// The bullet, or the number with its point; empty for none. What letters or Roman numerals cannot
-/// express is written in digits.
+/// The bullet, or the number with a full stop; empty for `None`. Numbers that letters or Roman
+/// numerals cannot express are written in digits.
 [[nodiscard]] QString markerText(const PageListItem &item);
 
 /// Counts the items of a page's lists as browsers do: by `start`, `reversed`, `type` and `value`.
 class PageLists {
 public:
-    /// The space above and below a list that is in no other, in pixels.
+    /// The space above and below an outermost list, in pixels.
     static constexpr int margin = 12;
 
-    /// `style` is the list's `list-style-type`; empty where nothing states it.
+    /// `style` is the list's `list-style-type`; empty if it is not set.
     void open(const QString &name, const HtmlAttributes &attributes, const QString &style);
     void close();
-    /// Adds an item to the innermost list, which is open, and gives its index among all.
+    /// Adds an item to the innermost list, which must be open, and returns its index among all
+    /// items.
     [[nodiscard]] int addItem(const HtmlAttributes &attributes, const QString &style);
 
     [[nodiscard]] bool isOpen() const { return !_open.empty(); }
-    /// A list that is in no other is open and has no items yet.
+    /// An outermost list is open and has no items yet.
     [[nodiscard]] bool isAtStart() const { return _open.size() == 1 && _open.front().count == 0; }
-    /// Closes what is open, and gives the items of all lists.
+    /// Closes the open lists, and returns the items of all lists.
     [[nodiscard]] std::vector<PageListItem> takeItems();
 
 private:
@@ -65,7 +66,8 @@ private:
         ListMarker marker = ListMarker::Disc;
         int next = 1;
         bool reversed = false;
-        /// No start is stated for a reversed list: it is the number of items, known at its end.
+        /// For a reversed list without a stated start: it starts at the number of its items, which
+        /// is known at its end.
         bool startsAtCount = false;
         std::vector<std::size_t> counted;
         int count = 0;

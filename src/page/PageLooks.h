@@ -4,15 +4,15 @@
 
 namespace pelorinnews {
 
-/// How many ways of looking a page's text may have. A text document keeps each once and looks for
-/// it among those with the same hash, which a page can bring about by choosing its colours; and
-/// each font has to be loaded.
+/// Limits how many different looks and fonts a page's text may have. A text document stores each
+/// look once and searches for it among those with the same hash, and a page can force hash
+/// collisions by its choice of colours. Each font has to be loaded.
 class PageLooks {
 public:
     static constexpr qsizetype mostLooks = 1000;
     static constexpr qsizetype mostFonts = 48;
 
-    /// Whether text may look so: it did before, or there is room.
+    /// Whether text may have this look: it is known, or there is room.
     [[nodiscard]] bool admitLook(size_t look) { return admit(_looks, look, mostLooks); }
     [[nodiscard]] bool admitFont(size_t font) { return admit(_fonts, font, mostFonts); }
 

@@ -12,16 +12,16 @@ namespace pelorinnews {
 
 namespace {
 
-// The thread's own, so that a busy machine takes no picture from anyone.
+// CPU time of this thread, so that a busy machine does not make pictures time out.
 qint64 processorNanoseconds() {
     timespec now{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
     return qint64{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
 }
 
-/// A file that can no longer be read once the time is up. Some bytes can keep a decoder busy for
-/// hours or have it take up all memory, whatever size they state: each of these asks for more bytes
-/// now and then. (No QBuffer: a decoder may take all that one has at once.)
+/// A file whose reads fail after a timeout. Some files can keep a decoder busy for hours or make it
+/// use up all memory, whatever size they state; but every such decoder asks for more bytes now and
+/// then. (No QBuffer: a decoder may take all of its bytes at once.)
 class TimedFile final : public QIODevice {
 public:
     TimedFile(const QByteArray &bytes, qint64 end) : _bytes(bytes), _end(end) {}
@@ -60,7 +60,8 @@ QByteArray bytesOf(const QString &address) {
     return QByteArray::fromBase64(payload);
 }
 
-/// Told by the first bytes, so that no reader but that of the kind is ever handed them.
+/// Detects the format by the first bytes, so that the file reaches no reader but that of its
+/// format.
 QByteArray formatOf(const QByteArray &file) {
     struct Kind {
         QByteArrayView start;
@@ -80,7 +81,7 @@ QByteArray formatOf(const QByteArray &file) {
     return {};
 }
 
-/// The PNG without what stands beside its pixels: some bytes of text can unpack to all memory.
+/// The PNG without its text chunks: a few bytes of text can unpack to all memory.
 QByteArray withoutTexts(const QByteArray &png) {
     constexpr qsizetype signature = 8;
     constexpr qint64 frame = 12;  // a chunk's length, name and checksum
@@ -98,8 +99,8 @@ QByteArray withoutTexts(const QByteArray &png) {
     return kept;
 }
 
-/// The screen that a GIF's pictures are put together on, which may be larger than what it states to
-/// be its size.
+/// The GIF's logical screen, on which its frames are composed. It may be larger than the size that
+/// the reader reports.
 QSize screenOf(const QByteArray &gif) {
     constexpr qsizetype head = 10;
     if (gif.size() < head)
@@ -131,7 +132,7 @@ PagePicture PagePictures::read(const QString &address) {
     if (!stated.isEmpty() && cost(stated) <= _pixelsLeft)
         picture.image = reader.read();
     _nanosecondsLeft -= processorNanoseconds() - start;
-    // The size that a GIF states is not always the one that it has.
+    // A GIF's actual size may differ from the size that it states.
     const qint64 pixels = cost(picture.image.size());
     if (device.isTimeUp() || pixels > _pixelsLeft)
         return {};

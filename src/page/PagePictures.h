@@ -6,27 +6,27 @@
 
 namespace pelorinnews {
 
-/// A picture that was read whole.
+/// A picture that was read completely.
 struct PagePicture {
     QImage image;
-    /// What it was read from: a file of the kind `format`, "png" or "jpeg" for instance.
+    /// The file that it was read from, in the format `format`, for example "png" or "jpeg".
     QByteArray file;
     QByteArray format;
 };
 
-/// Reads the pictures of one page that it carries in its own text (`data:` addresses), for
-/// documents of Qt's, which read such pictures without bounds. Used once for each page.
+/// Reads the pictures that a page embeds in its own text (`data:` addresses), for Qt's documents,
+/// which would read such pictures without limits. Use one object for each page.
 ///
-/// PNG, JPEG, GIF, BMP and, where Qt has its reader, WebP are read, whichever of them the address
-/// claims. Drawings (SVG) never are: what reads them opens files that they name.
+/// PNG, JPEG, GIF, BMP and, if Qt has its reader, WebP are read, whatever type the address claims.
+/// SVG drawings never are: their reader opens files that the drawing names.
 ///
-/// All pictures of a page together have 32 million pixels at most, and take a second of the
-/// processor's time at most. Kinds other than PNG and JPEG count four times: a copy has to write
-/// them anew. One that is too large is passed over, and smaller ones may follow it.
+/// All pictures of a page together are limited to 32 million pixels and to a second of CPU time.
+/// Kinds other than PNG and JPEG count four times, because a copy has to encode them again. A
+/// picture that is too large is skipped; smaller ones after it may still be read.
 class PagePictures {
 public:
-    /// The picture at `address`; its image is null where the address is no picture's, and where the
-    /// picture is broken, of another kind or beyond what is left to the page.
+    /// The picture at `address`. Its image is null if the address is not a picture's, or if the
+    /// picture is broken, of another kind, or beyond what is left of the page's limits.
     [[nodiscard]] PagePicture read(const QString &address);
 
 private:

@@ -24,11 +24,11 @@ QString withoutComments(QStringView css) {
             break;
         at = end + 2;
     }
-    // Pages hide style sheets from very old browsers.
+    // Pages put style sheets into HTML comments to hide them from very old browsers.
     return text.remove(QStringLiteral("<!--")).remove(QStringLiteral("-->"));
 }
 
-/// Where the block that `brace` opens ends.
+/// The end of the block that `brace` opens.
 qsizetype endOfBlock(QStringView css, qsizetype brace) {
     int depth = 0;
     for (qsizetype at = brace; at < css.size(); ++at) {
@@ -40,7 +40,7 @@ qsizetype endOfBlock(QStringView css, qsizetype brace) {
     return css.size();
 }
 
-/// The list of rules that the element's own have to be in, by the most particular of its marks.
+/// The node's key in `_rulesByKey`: its id, else its first class, else its name.
 QString keyOf(const HtmlNode &node) {
     if (!node.id.isEmpty())
         return QLatin1Char('#') + node.id;
@@ -61,7 +61,7 @@ void StyleSheet::add(QStringView css, const CssStyle::PictureNames &pictures) {
         QStringView selectors = view.sliced(at, brace - at).trimmed();
         const qsizetype end = endOfBlock(view, brace);
         at = end + 1;
-        // Of rules without a block, such as an import, only the end is of interest.
+        // Skip rules without a block, such as `@import`, up to their semicolon.
         if (const qsizetype statement = selectors.lastIndexOf(QLatin1Char(';')); statement >= 0)
             selectors = selectors.sliced(statement + 1).trimmed();
         if (!selectors.startsWith(QLatin1Char('@')))
@@ -163,7 +163,7 @@ CssStyle StyleSheet::styleOf(const std::vector<HtmlNode> &path) {
         return std::pair(_rules[a].specificity, a) < std::pair(_rules[b].specificity, b);
     });
     for (const std::size_t rule : found) {
-        // Laying a style over another takes about as long as this many looks at a selector.
+        // Overlaying one declaration takes about as long as this many matching steps.
         _stepsLeft -= 4 * static_cast<int>(_styles[_rules[rule].style].size());
         style.overlay(_styles[_rules[rule].style]);
     }
@@ -174,8 +174,8 @@ bool StyleSheet::matches(const Rule &rule, const std::vector<HtmlNode> &path) {
     const auto &parts = rule.parts;
     if (!matches(parts.back().node, path.back()))
         return false;
-    // The nearest element that a part fits is taken, as if there were no other: with a child in
-    // between, that can miss one further out.
+    // Each part takes the nearest ancestor that fits, without backtracking. With a child combinator
+    // in between, that can miss a match further out.
     auto part = parts.rbegin();
     for (auto around = std::next(path.rbegin()); std::next(part) != parts.rend(); ++around) {
         if (around == path.rend() || _stepsLeft <= 0)

@@ -10,23 +10,24 @@
 
 namespace pelorinnews {
 
-/// What selectors look at in an element.
+/// The parts of an element that selectors match.
 struct HtmlNode {
     QString name;
     QString id;
     QStringList classes;
 };
 
-/// A page's own style sheet, reduced to rules that cost next to nothing: the first 200 selectors
-/// of at most three parts, each an element's name, classes and an id, with "inside" or "child of"
-/// between them. Rules with other selectors, and those in `@media` and the like, are passed over.
+/// A page's own style sheet, reduced to cheap rules: the first 200 selectors of at most three
+/// parts, each an element's name, classes and an id, joined by descendant or child combinators.
+/// Rules with other selectors, and those in `@media` and the like, are skipped.
 ///
-/// All looking up for one page is bounded, too; after that nothing matches any more.
+/// The matching steps for one page are limited too; beyond the limit nothing matches any more.
 class StyleSheet {
 public:
     void add(QStringView css, const CssStyle::PictureNames &pictures);
 
-    /// What the rules say of the last element of `path`, which lies in all those before it.
+    /// The style that the rules give the last element of `path`. The elements before it are its
+    /// ancestors, outermost first.
     [[nodiscard]] CssStyle styleOf(const std::vector<HtmlNode> &path);
 
     [[nodiscard]] bool isEmpty() const { return _rules.empty(); }
@@ -34,7 +35,7 @@ public:
 private:
     struct Part {
         HtmlNode node;
-        /// Whether the part before it is the parent, instead of any element around.
+        /// Whether the part before it must match the parent, instead of any ancestor.
         bool isChild = false;
     };
     struct Rule {

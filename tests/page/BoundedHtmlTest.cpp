@@ -14,7 +14,7 @@ QString repeated(const char *text, int times) {
     return QString::fromUtf8(text).repeated(times);
 }
 
-// As articles are: paragraphs with some emphasis and links.
+// Like articles: paragraphs with some emphasis and links.
 QString article() {
     const QString paragraph = QStringLiteral(
         "<p>Lorem ipsum dolor sit amet, <b>consectetur</b> adipiscing <a href=\"http://h/a\">elit"
@@ -76,6 +76,8 @@ void BoundedHtmlTest::writesOnePlainForm_data() {
     row("quotes", "<a title='x>\"y'>a</a>", "<a title=\"x>&quot;y\">a</a>");
     row("space around an address", "<a href=' b c\n'>a</a>", "<a href=\"b c\">a</a>");
     row("the same attribute twice", "<a href=b href=c>a</a>", "<a href=\"b\">a</a>");
+    row("colour without its sign", "<font color=00ff00>a</font>",
+        "<font color=\"#00ff00\">a</font>");
     row("attributes that say nothing", "<p onclick=x data-y class=z role=note>a</p>", "<p>a</p>");
     row("comment", "a<!-- <b> -->b", "ab");
     row("unfinished comment", "a<!-- b", "a");
@@ -494,7 +496,7 @@ void BoundedHtmlTest::breaksEndlessWordsThatAreShown() {
     const QString breakHere(QChar(0x200b));
     QCOMPARE(BoundedHtml::beginning(word).html,
              a + breakHere + a + breakHere + QString(100, u'a') + QStringLiteral("&eacute;"));
-    // Not between a letter and its marks.
+    // No break between a letter and its combining marks.
     const QString marked = a + QChar(0x301) + QStringLiteral("b");
     QCOMPARE(BoundedHtml::beginning(marked).html,
              a + QChar(0x301) + breakHere + QStringLiteral("b"));

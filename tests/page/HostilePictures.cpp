@@ -47,7 +47,7 @@ QByteArray number16(int value) {
 }  // namespace
 
 QByteArray hugePicture() {
-    // 65,000 by 65,000, eight bits for each of four channels, and next to nothing in it.
+    // 65,000 by 65,000 pixels, eight bits for each of four channels, and almost no data.
     return pngStart +
            chunk("IHDR" + number(65000) + number(65000) + QByteArray("\x08\x06\x00\x00\x00", 5)) +
            chunk("IDAT" + qCompress(QByteArray(100000, '\0')).mid(4)) + chunk("IEND");

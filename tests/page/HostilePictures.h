@@ -3,19 +3,19 @@
 #include <QByteArray>
 #include <QSize>
 
-/// Picture files that mean no good, each a few kilobytes or megabytes.
+/// Malicious picture files, each a few kilobytes or megabytes.
 namespace pelorinnews::test {
 
-/// A PNG that says it is as large as pages may ask for, in a few bytes.
+/// A PNG of a few bytes that declares the largest size that pages may ask for.
 [[nodiscard]] QByteArray hugePicture();
 
-/// A black picture of that size, as it would be written honestly.
+/// An ordinary black picture of that size.
 [[nodiscard]] QByteArray plainPicture(QSize size, const char *format = "PNG");
 
-/// A PNG of few pixels with `count` pieces of text beside them, packed from 8 MB each.
+/// A PNG of few pixels with `count` text chunks, each of 8 MB compressed.
 [[nodiscard]] QByteArray pictureWithTexts(int count);
 
-/// A GIF with an area of `screen`, only `frame` of which it fills and says it has.
+/// A GIF with an area of `screen`, whose only frame covers and declares just `frame`.
 [[nodiscard]] QByteArray framedPicture(QSize screen, QSize frame);
 
 /// A progressive JPEG of 25 million pixels that is painted over `count` more times.

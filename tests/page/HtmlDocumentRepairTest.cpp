@@ -1,4 +1,4 @@
-// What a text document makes of sizes and pictures, corrected.
+// Corrections to sizes and pictures as a text document reads them.
 
 #include "GuiTestMain.h"
 #include "page/HtmlDocumentRepair.h"
@@ -84,7 +84,7 @@ void HtmlDocumentRepairTest::keepsTextAndOtherFormats() {
     QVERIFY(format.fontItalic());
     QCOMPARE(format.foreground().color(), QColor(1, 2, 3));
     QCOMPARE(document.begin().blockFormat().headingLevel(), 1);
-    // A heading without any stated size keeps the document's own enlargement.
+    // A heading without any stated size keeps the document's own larger size.
     document.setHtml(QStringLiteral("<h1>X</h1>"));
     repairHtmlDocument(document);
     QCOMPARE(formatOf(document, QStringLiteral("X")).intProperty(QTextFormat::FontSizeAdjustment),
