@@ -4,7 +4,7 @@
 
 namespace pelorinnews {
 
-/// What assistive technologies may read of a text that shows no caret and no selection.
+/// The text interface that assistive technologies get for a text without caret and selection.
 class AccessibleText : public QAccessibleTextInterface {
 public:
     void selection(int index, int *startOffset, int *endOffset) const override;
@@ -23,7 +23,7 @@ public:
 
 protected:
     [[nodiscard]] virtual QString wholeText() const = 0;
-    /// Where it stands on the screen.
+    /// The text's rectangle on the screen.
     [[nodiscard]] virtual QRect textRect() const = 0;
 };
 

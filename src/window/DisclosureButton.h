@@ -4,15 +4,15 @@
 
 namespace pelorinnews {
 
-/// A triangle that folds and unfolds something: it points along the reading direction while
-/// unchecked and down while checked. A click turns it.
+/// A disclosure triangle: points in the reading direction while unchecked (folded) and down while
+/// checked (unfolded). A click toggles it.
 class DisclosureButton final : public QToolButton {
     Q_OBJECT
 
 public:
     explicit DisclosureButton(QWidget *parent = nullptr);
 
-    /// Turns the triangle without telling anybody.
+    /// Sets the state without emitting signals.
     void setOpen(bool open);
 
 protected:

@@ -7,8 +7,8 @@ namespace pelorinnews {
 class DisclosureButton;
 
 /// The disclosure triangle as assistive technologies see it: a button that is expanded or
-/// collapsed. There is no role of its own for it, and a check box would be "checked" while its name
-/// offers to hide.
+/// collapsed. Qt has no accessibility role for such a triangle, and a check box would read
+/// "checked" while its name offers to hide the options.
 class DisclosureButtonAccessible final : public QAccessibleWidget {
 public:
     explicit DisclosureButtonAccessible(DisclosureButton *button);

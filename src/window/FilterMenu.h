@@ -4,8 +4,8 @@
 
 namespace pelorinnews {
 
-/// A pop-up menu whose choice takes effect at once. Screen readers speak its entry when it gets the
-/// focus and whenever the user chooses another.
+/// A pop-up menu; a choice takes effect at once. Screen readers speak the current entry when the
+/// menu gets the focus and whenever the user chooses another entry.
 class FilterMenu final : public QComboBox {
     Q_OBJECT
 
@@ -15,7 +15,7 @@ public:
 private:
     void tellText();
 
-    /// The entry that accessibility clients were told last.
+    /// The entry last announced to accessibility clients.
     QString _told;
 };
 

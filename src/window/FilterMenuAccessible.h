@@ -8,8 +8,8 @@ namespace pelorinnews {
 
 class FilterMenu;
 
-/// A filter menu as assistive technologies see it: the combo box that Qt makes of it, whose chosen
-/// entry is its text as well. Screen readers take the value of a labelled combo box from there.
+/// A filter menu as assistive technologies see it: a combo box like Qt's own, but with the current
+/// entry as its text as well. Screen readers read the value of a labelled combo box from its text.
 class FilterMenuAccessible final : public QAccessibleWidget, public AccessibleText {
 public:
     explicit FilterMenuAccessible(FilterMenu *menu);
@@ -19,7 +19,7 @@ public:
     [[nodiscard]] QAccessible::State state() const override;
     void *interface_cast(QAccessible::InterfaceType type) override;
 
-    // The only child is the list, open or not.
+    // The list is the only child, open or not.
     [[nodiscard]] int childCount() const override { return 1; }
     [[nodiscard]] QAccessibleInterface *child(int index) const override;
     [[nodiscard]] QAccessibleInterface *childAt(int, int) const override { return nullptr; }

@@ -4,7 +4,7 @@
 
 namespace pelorinnews {
 
-/// An arrow that leads on or back, in the reading direction of its surroundings.
+/// An arrow button to the next or the previous item. The arrow follows the layout direction.
 class NavigationButton final : public QToolButton {
     Q_OBJECT
     Q_PROPERTY(bool forward READ isForward WRITE setForward)
@@ -12,7 +12,7 @@ class NavigationButton final : public QToolButton {
 public:
     explicit NavigationButton(QWidget *parent = nullptr);
 
-    /// Whether it leads on, to what comes next; it does unless told otherwise.
+    /// True for the next item (the default), false for the previous one.
     [[nodiscard]] bool isForward() const { return _forward; }
     void setForward(bool forward);
 

@@ -9,20 +9,20 @@ namespace pelorinnews {
 
 class OlvNewsCacheItem;
 
-/// The desktop notification by which the panel announces news, and how the panel tells its own
-/// from the host's: by a mark in the user information. The centre's list is the only memory.
+/// The desktop notification that announces news. A mark in `userInfo` tells the panel's own
+/// notifications from the host's. Keeps no state: the centre's list is the only record.
 ///
-/// Any thread.
+/// Callable from any thread.
 namespace NewsAnnouncement {
 
-/// The latest date among the panel's delivered notifications; invalid where none stands.
+/// The latest date among the panel's delivered notifications; invalid if there is none.
 [[nodiscard]] QDateTime notificationDate(const NotificationCenter &center);
 
 /// Withdraws every delivered notification of the panel, and no other.
 void removeNotification(NotificationCenter &center);
 
-/// Announces `latest` under `title`, in place of an older announcement; does nothing where one
-/// stands that is as new, or where `latest` has no date.
+/// Announces `latest` under `title` and withdraws an older announcement. No-op if an announcement
+/// at least as new is present, or if `latest` has no date.
 void announce(NotificationCenter &center, const QString &title, const OlvNewsCacheItem &latest);
 
 }  // namespace NewsAnnouncement

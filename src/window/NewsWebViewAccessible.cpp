@@ -62,7 +62,7 @@ void NewsWebViewAccessible::insertText(int offset, const QString &text) {
 }
 
 void NewsWebViewAccessible::replaceText(int startOffset, int endOffset, const QString &text) {
-    // What stands for an absent value is no text of the view's.
+    // Edits the value as it was set, never the placeholder for an absent one.
     QString whole = view()->ownValue();
     const int length = static_cast<int>(whole.size());
     const int start = qBound(0, startOffset, length);

@@ -95,8 +95,8 @@ QWidget *OlvNewsWebView::inputWidget() const {
     return _renderer ? _renderer->inputWidget() : nullptr;
 }
 
-// Were the focus the renderer's, assistive technologies would be told of an object inside it
-// instead of the view.
+// The view keeps the focus and forwards input to the renderer. If the renderer had the focus,
+// assistive technologies would be told of an object inside it instead of the view.
 bool OlvNewsWebView::event(QEvent *event) {
     switch (event->type()) {
         case QEvent::FocusIn:

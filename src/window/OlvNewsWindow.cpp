@@ -46,8 +46,8 @@ void OlvNewsWindow::makeKeyAndOrderFront() {
     activateWindow();
 }
 
-// Texts and fonts set how narrow the window may be. How low it may be is not the layout's to say:
-// it changes while the options fold.
+// The layout decides about the minimum width only. `OptionsFold` sets the minimum height, which
+// changes while the options fold.
 void OlvNewsWindow::takeWidthOfTexts() {
     if (!layout())
         return;
@@ -65,7 +65,7 @@ bool OlvNewsWindow::event(QEvent *event) {
     return QWidget::event(event);
 }
 
-// The filter sees all of the host's events, so it stands only while the window is shown.
+// The filter sees all events of the host, so it is installed only while the window is shown.
 void OlvNewsWindow::showEvent(QShowEvent *event) {
     qApp->installEventFilter(this);
     QWidget::showEvent(event);
@@ -92,13 +92,14 @@ bool OlvNewsWindow::eventFilter(QObject *watched, QEvent *event) {
         return QWidget::eventFilter(watched, event);
     const auto &keyEvent = *static_cast<QKeyEvent *>(event);
     if (type == QEvent::ShortcutOverride) {
-        // Claims the key before the host's shortcuts; it then comes as a key press.
+        // Claims the key before the host's shortcuts do; it then arrives as a key press.
         if (!isOurs(keyEvent))
             return QWidget::eventFilter(watched, event);
         event->accept();
         return true;
     }
-    // The window is the first to see a key press; what it passes on is not asked for again.
+    // A key press reaches the `QWindow` first. Only that event is checked, so a key that is passed
+    // on is not offered again.
     return watched == windowHandle() && askForKeyEquivalent(keyEvent);
 }
 

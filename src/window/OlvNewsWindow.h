@@ -8,10 +8,10 @@ namespace pelorinnews {
 
 /// The news window. It closes on Escape and on Command-W, and closing it never ends the host.
 ///
-/// Key equivalents are asked of the window first and then of the views in it, whichever control
-/// has the focus and before that control sees the key. Pop-up lists are windows of their own and
-/// keep their keys. It never gets too narrow for the texts of its controls, but where the screen
-/// is, nor narrower than it was described. Main thread only.
+/// Key equivalents are offered to the window first and then to the content views in it, before the
+/// focused control sees the key. Pop-up lists are windows of their own and keep their keys. The
+/// minimum width fits the texts of the controls, up to the width of the screen, and is never below
+/// the one in the window description. Main thread only.
 class OlvNewsWindow final : public QWidget {
     Q_OBJECT
 
@@ -19,25 +19,27 @@ public:
     explicit OlvNewsWindow(QWidget *parent = nullptr);
     ~OlvNewsWindow() override;
 
-    /// Handles the closing keys; says whether the event was handled.
+    /// Handles the closing keys; returns whether the event was handled.
     bool performKeyEquivalent(const QKeyEvent &event);
 
     /// Closes the window as its close button does.
     void performClose() { close(); }
 
     /// Shows the window if it is closed or minimised, brings it to the front and gives it the
-    /// keyboard, as far as the desktop lets a program do so.
+    /// keyboard focus, as far as the desktop lets a program do so.
     void makeKeyAndOrderFront();
 
-    /// Becomes as wide as the texts of its controls need it. By itself it does so, when they
-    /// change, with the next events.
+    /// Updates the minimum width to fit the texts of the controls; a narrower window grows. After a
+    /// text change this also happens automatically, when the event loop delivers the layout
+    /// request.
     void takeWidthOfTexts();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 Q_SIGNALS:
-    /// The window is being destroyed, and still whole. Later it tells of its closing once more, as
-    /// the plain widget that is left then.
+    /// Emitted at the start of the destructor, while the object is still an `OlvNewsWindow`. Later
+    /// in its destruction the window reports its closing once more, as the plain `QWidget` that is
+    /// left then.
     void ending();
 
 protected:
@@ -48,7 +50,7 @@ protected:
 private:
     bool askForKeyEquivalent(const QKeyEvent &event);
 
-    /// Its minimum width before texts had a say; negative until then.
+    /// The minimum width from the window description; negative until it is first needed.
     int _describedMinimumWidth = -1;
 };
 

@@ -30,13 +30,14 @@ namespace {
 // having become key.
 constexpr int exposedMilliseconds = 250;
 
-// The part of the first screen that the window takes up at least, each way.
+// On the first show the window grows to at least the primary screen's width and height divided by
+// this.
 constexpr double firstShowDivisor = 2.5;
 
-// How long the host's end may wait for the desktop to show and take back announcements.
+// How long `exit` may wait for the desktop to show and withdraw announcements.
 constexpr std::chrono::milliseconds announcementBound{250};
 
-// Whether any window of the process was shown before.
+// Whether a news window of this process was shown before.
 bool shownOnce = false;
 
 bool runsOnGuiThread() {
@@ -61,7 +62,7 @@ std::shared_ptr<OlvNewsWindowController> OlvNewsWindowController::initWithWindow
     std::shared_ptr<OlvNewsWindowController> controller(
         new OlvNewsWindowController(windowNibName, std::move(services)), destroyOnMainThread);
     controller->initWithWindow();
-    // The caller's references count apart from those of timer and pending work.
+    // Counts the caller's references separately from those of the timer and pending work.
     const auto outside = std::make_shared<std::shared_ptr<OlvNewsWindowController>>(controller);
     const std::shared_ptr<OlvNewsWindowController> reference(outside, controller.get());
     controller->_outsideReference = reference;
@@ -134,8 +135,8 @@ void OlvNewsWindowController::loadWindow() {
     windowDidLoad();
     _loadedWindow->takeWidthOfTexts();
     WindowPlacement::centre(*_loadedWindow);
-    // What is told last about the application's end is asked first: the window goes before what
-    // its renderer brought into the process.
+    // Post routines run last in, first out: this destroys the window before the things that its
+    // renderer brought into the process.
     destroyWithApplication(_loadedWindow);
 }
 
@@ -165,7 +166,7 @@ void OlvNewsWindowController::windowDidLoad() {
         adoptOptionsState();
 }
 
-// Somebody else may delete the window, too. While it is open that closes it.
+// Other code may delete the window, too. If the window is open, that counts as closing it.
 void OlvNewsWindowController::windowIsDeleted() {
     const auto self = weak_from_this().lock();
     if (self && _windowIsVisible)
@@ -180,22 +181,23 @@ void OlvNewsWindowController::showWindow() {
     OlvNewsWindow *shown = window();
     if (!shown)
         return;
-    // The desktop may have answered to an earlier step of its folding after it was closed.
+    // Restores the size of the last close: since then the desktop may have answered an earlier step
+    // of the folding and changed it.
     if (shown->isHidden() && _closedSize.isValid() && !WindowEdges::isMaximizedOrFullScreen(*shown))
         shown->resize(_closedSize);
-    // The screen that it was closed on may be gone.
+    // The screen on which the window was closed may be gone.
     if (shown->isHidden())
         bringOntoScreen();
     shown->makeKeyAndOrderFront();
 }
 
 bool OlvNewsWindowController::eventFilter(QObject *watched, QEvent *event) {
-    // One whose last reference went on another thread still waits for its end; it is over for it.
+    // Already released and waiting for deletion: ignore events.
     const auto self = weak_from_this().lock();
     if (self && watched == _loadedWindow) {
         switch (event->type()) {
             case QEvent::WindowActivate:
-                // It may arrive after the window was closed again.
+                // The event may arrive after the window was closed again.
                 if (_loadedWindow->isVisible())
                     windowDidBecomeKey();
                 break;
@@ -237,7 +239,7 @@ void OlvNewsWindowController::windowDidBecomeKey() {
         return;
     _exposeTimer.stop();
     _windowIsVisible = true;
-    // Only now its frame is known.
+    // The frame is not known before.
     bringOntoScreen();
     if (!std::exchange(shownOnce, true)) {
         enlargeOnFirstShow();
@@ -258,7 +260,7 @@ void OlvNewsWindowController::bringOntoScreen() {
 
 void OlvNewsWindowController::enlargeOnFirstShow() {
     const QScreen *screen = QGuiApplication::primaryScreen();
-    // A tile is as large as the compositor makes it.
+    // The compositor decides the size of a tiled window.
     if (!_loadedWindow || !screen || WindowEdges::isTiled(_loadedWindow->windowHandle()))
         return;
     const QRect frame = _loadedWindow->frameGeometry();
@@ -268,12 +270,12 @@ void OlvNewsWindowController::enlargeOnFirstShow() {
     const QSize size(atLeast(frame.width(), screen->geometry().width()),
                      atLeast(frame.height(), screen->geometry().height()));
     const QSize growth = size - frame.size();
-    // The lower-left corner stays.
+    // The lower-left corner stays in place.
     const QRect inner = _loadedWindow->geometry();
     _loadedWindow->setGeometry(inner.adjusted(0, -growth.height(), growth.width(), 0));
 }
 
-// The desktop forgets with a window's closing what its edges were before it was maximized.
+// When a maximized window is closed, the desktop forgets its normal geometry.
 void OlvNewsWindowController::restoreOrdinaryGeometry() {
     if (!_ordinaryGeometry.isValid() || !_loadedWindow || _loadedWindow->isMinimized() ||
         WindowEdges::isMaximizedOrFullScreen(*_loadedWindow))
@@ -291,8 +293,8 @@ void OlvNewsWindowController::windowWillClose() {
     else if (!_ordinaryGeometry.isValid())
         _ordinaryGeometry = _loadedWindow->normalGeometry();
     _windowIsVisible = false;
-    // Reading an item marks it as viewed: whatever stood in the list when the window closed was
-    // there to be seen.
+    // `itemAtIndex` marks an item as viewed: every item that is in the list when the window closes
+    // counts as seen.
     for (quint64 index = 0; index < _newsCache->count(); ++index)
         static_cast<void>(_newsCache->itemAtIndex(index));
     if (std::exchange(_refreshOnClose, false))
@@ -303,11 +305,11 @@ void OlvNewsWindowController::exit() {
     _exited = true;
     if (_refreshTimer)
         _refreshTimer->invalidate();
-    // Also one that was shown a moment ago and has not become key yet.
+    // Also close a window that was shown a moment ago and has not become key yet.
     if (_loadedWindow && (_windowIsVisible || _loadedWindow->isVisible()))
         _loadedWindow->performClose();
-    // With just this one copy of the host the announcement stays and leads back to it; with none
-    // or several a click could end anywhere.
+    // With exactly one copy of the host on this computer the announcement stays, and a click on it
+    // leads back to the host. With none or several copies, a click could open anything.
     if (!_plFinder || _plFinder->result() != OlvFinderResultOne)
         removeNotification();
     _services.notificationCenter->flush(announcementBound);
@@ -346,7 +348,7 @@ void OlvNewsWindowController::showingRefreshEnded(const std::optional<Error> &er
 }
 
 void OlvNewsWindowController::showNews() {
-    // Nobody is left who could close the window again.
+    // The host has called `exit` and released the controller: nobody could close the window again.
     if (_exited && _outsideReference.expired())
         return;
     if (_windowIsVisible)

@@ -31,9 +31,10 @@ class SleepAwareTimer;
 /// Drives the news window: owns settings, cache and refresh timer, shows the items, steps through
 /// them, and shuts everything down on `exit`.
 ///
-/// Held by whoever created it, by its pending completions and by its refresh timer until `exit`.
+/// Kept alive by its creator, by its pending completions and, until `exit`, by its refresh timer.
 /// Used on the main thread and always destroyed there; only the two refresh completions run on the
-/// cache's queue. A control that the window description lacks makes what concerns it do nothing.
+/// cache's queue. If the window description lacks a control, everything about that control is a
+/// no-op.
 class OlvNewsWindowController final : public QObject,
                                       public NavigationPolicyDelegate,
                                       public NotificationCenterDelegate,
@@ -41,18 +42,18 @@ class OlvNewsWindowController final : public QObject,
     Q_OBJECT
 
 public:
-    /// The controller, with its first refresh started and its timer running, or null where there
-    /// is no `QApplication` or the caller is not on its thread. Neither the window nor a renderer
-    /// is made before it is needed. `windowNibName` names the window description.
+    /// Creates a controller, starts its first refresh and its refresh timer. Null without a
+    /// `QApplication` or off its thread. The window and the renderer are not created before they
+    /// are needed. `windowNibName` names the window description.
     static std::shared_ptr<OlvNewsWindowController> initWithWindowNibName(
         const QString &windowNibName, WindowServices services);
-    /// The same with the process's own services, which are left alone where that gives null.
+    /// The same with `WindowServices::standard()`, which is not touched if this returns null.
     static std::shared_ptr<OlvNewsWindowController> initWithWindowNibName(
         const QString &windowNibName);
     ~OlvNewsWindowController() override;
 
-    /// The window, loaded from its description when first asked for and when asked for after
-    /// somebody else deleted it; null when that fails.
+    /// The window. Loaded from its description on first use, and again if other code has deleted
+    /// it; null if that fails.
     [[nodiscard]] OlvNewsWindow *window();
     void showWindow();
     void setLogger(std::shared_ptr<OlvLogger> logger) { _logger.set(std::move(logger)); }
@@ -158,11 +159,13 @@ private:
     bool _refreshOnClose = false;
     bool _windowIsVisible = false;
     bool _exited = false;
-    /// What `initWithWindowNibName` gave to the caller: expired once nobody outside holds it.
+    /// The reference that `initWithWindowNibName` returned: expired once the caller's last copy is
+    /// gone.
     std::weak_ptr<OlvNewsWindowController> _outsideReference;
-    /// What the window measured when it was last closed with edges of its own.
+    /// The window's size when it was last closed neither maximized nor full screen.
     QSize _closedSize;
-    /// Where a window that was closed maximized is to be once it is not maximized any more.
+    /// Normal geometry of a window that was closed maximized or full screen, to be restored when it
+    /// leaves that state.
     QRect _ordinaryGeometry;
     GuardedSlot<std::shared_ptr<OlvLogger>> _logger;
     std::shared_ptr<OlvPelorinFinder> _plFinder;

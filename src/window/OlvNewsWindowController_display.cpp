@@ -24,12 +24,12 @@ void addEntry(QComboBox &menu, const QString &title, quint64 value) {
         entries->appendRow(new Entry(title, value));
 }
 
-// What the list of a menu is called while it is open: as the label beside the menu.
+// Names a menu's open list for accessibility clients, after the label beside the menu.
 void nameList(QComboBox &menu, QString label) {
     menu.view()->setAccessibleName(label.remove(QLatin1Char('&')));
 }
 
-// Selects the first entry that carries `setting`; without one nothing is selected.
+// Selects the first entry that carries `setting`, or nothing if there is none.
 template <class Entry>
 void selectEntry(QComboBox &menu, quint64 setting, quint64 (Entry::*value)() const) {
     const auto *entries = qobject_cast<QStandardItemModel *>(menu.model());
@@ -43,7 +43,7 @@ void selectEntry(QComboBox &menu, quint64 setting, quint64 (Entry::*value)() con
     }
 }
 
-// Arrows bear no text: those who listen have a name instead, those who see a tool tip.
+// Arrows have no text: screen readers get a name instead, sighted users a tool tip.
 void nameArrow(QAbstractButton *button, const QString &name) {
     if (!button)
         return;
@@ -97,7 +97,7 @@ void OlvNewsWindowController::initializeControls() {
     nameArrow(_previousItem, localized("NavigationAccessibilityTitlePrevious"));
     nameArrow(_nextItem, localized("NavigationAccessibilityTitleNext"));
     if (_itemIndicator) {
-        // Room for most positions in any font, so that the window need not get wider for them.
+        // Reserve room for most positions in any font, so that the window need not grow for them.
         const QString before = _itemIndicator->text();
         _itemIndicator->setText(QStringLiteral("88 / 88"));
         const int width = _itemIndicator->sizeHint().width();
@@ -105,7 +105,7 @@ void OlvNewsWindowController::initializeControls() {
         _itemIndicator->setMinimumWidth(qMax(width, _itemIndicator->minimumWidth()));
     }
     if (_optionsLabel) {
-        // As wide as either of its texts, so that nothing beside it moves when they change.
+        // Wide enough for both texts, so that nothing beside the label moves when its text changes.
         _optionsLabel->setText(localized("SettingsHideOptions"));
         const int width = _optionsLabel->sizeHint().width();
         _optionsLabel->setText(localized("SettingsShowOptions"));
@@ -143,7 +143,7 @@ void OlvNewsWindowController::displayItemAtCurrentIndex() {
     }
     if (_itemIndicator)
         _itemIndicator->setText(position);
-    // Page and spoken text change together, after the event that is being handled.
+    // Page and spoken text change together, after the current event.
     MainQueue::dispatchAsync([self = shared_from_this(), page, spoken] {
         if (self->_webView)
             self->_webView->loadHtmlString(page);

@@ -35,8 +35,9 @@ bool OlvNewsWindowController::userNotificationCenterShouldPresentNotification(
 
 void OlvNewsWindowController::userNotificationCenterDidActivateNotification(
     const UserNotification &notification) {
-    // The desktop's permission to come to the front. Wayland's window code looks for it here, and
-    // no child process may find it later.
+    // The activation token is the desktop's permission to bring the window to the front. Qt's
+    // Wayland code reads it from the environment. The old value is restored right after, so that no
+    // child process inherits the token.
     const bool hasPermission = !notification.activationToken.isEmpty() &&
                                QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
     const std::optional<QByteArray> before = qEnvironmentVariableIsSet(activationVariable)

@@ -15,8 +15,8 @@ namespace {
 
 constexpr double recentSeconds = 30.0 * 86400.0;
 
-// Shared by all controllers of the process, and never reset: the description lays the window out
-// open, and the first showing folds it.
+// Shared by all controllers of the process and never reset. Initially true because the window
+// description has the area open; the first show folds it.
 bool optionsAreOpen = true;
 
 template <class Entry>
@@ -116,8 +116,8 @@ void OlvNewsWindowController::adoptOptionsState() {
     turnOptionsButton();
 }
 
-// The button turns with its own clicks, but the state may have come from elsewhere: from another
-// window, or from the first showing.
+// The button turns on its own clicks, but the state may also change elsewhere: in another window,
+// or on the first show.
 void OlvNewsWindowController::turnOptionsButton() {
     if (auto *button = qobject_cast<DisclosureButton *>(_optionsButton))
         button->setOpen(optionsAreOpen);

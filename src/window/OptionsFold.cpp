@@ -17,8 +17,9 @@ namespace {
 
 constexpr int resizeMilliseconds = 200;
 
-// A window manager that has not answered after so many ticks refuses a size. They are counted, not
-// the time, since after a pause of this process both the tick and the answer are due.
+// A window manager that has not answered after this many ticks counts as refusing the size.
+// Counting ticks instead of time avoids a false timeout: after a pause of this process, both a tick
+// and the answer are due.
 constexpr int answerTickMilliseconds = 50;
 constexpr int answerTicks = 20;
 
@@ -53,7 +54,7 @@ int OptionsFold::lowestHeight() const {
     return _foldedMinimum + (_open ? foldHeight : 0);
 }
 
-// By how much the window changes its height when the area unfolds (`open`) or folds.
+// By how much the window's height changes when the area unfolds (`open`) or folds.
 int OptionsFold::growth(bool open) const {
     if (isHeld())
         return 0;
@@ -62,8 +63,8 @@ int OptionsFold::growth(bool open) const {
     return WindowEdges::roomBelow(*_window) >= foldHeight ? foldHeight : 0;
 }
 
-// A widget that is resized takes itself for an ordinary one from then on, whatever the desktop
-// says.
+// No resize while the desktop sets the size: a resized widget considers itself in the normal state
+// from then on, whatever the desktop says.
 void OptionsFold::resizeTo(int height) {
     if (_window && !isHeld())
         _window->resize(_window->width(), height);
@@ -81,7 +82,8 @@ void OptionsFold::start(bool open, std::function<void()> whenFinished) {
         finish();
         return;
     }
-    // The area alone takes up what the window gains and loses; all else stays fixed meanwhile.
+    // Only the area absorbs the change of the window's height; everything else stays fixed
+    // meanwhile.
     _optionsArea->setMinimumHeight(0);
     _optionsArea->setMaximumHeight(foldHeight);
     _optionsArea->setVisible(true);
@@ -150,8 +152,8 @@ void OptionsFold::hearAnswers() {
     _window->windowHandle()->installEventFilter(this);
 }
 
-// An X11 window manager may leave a window as it is. Qt then corrects its QWindow, if it was told,
-// but never the widget, which goes on as if it had got what it asked for.
+// An X11 window manager may ignore a resize. Qt then corrects the `QWindow`, if it is notified, but
+// never the widget, which goes on as if it had the requested size.
 void OptionsFold::awaitAnswer(int from) {
     if (!_window || !_window->isVisible() || _reported == _window->size())
         return;
@@ -165,7 +167,7 @@ void OptionsFold::timerEvent(QTimerEvent *event) {
         return QObject::timerEvent(event);
     ++_silentTicks;
     if (_window && _window->isVisible()) {
-        // One tick may come between the answer and its event.
+        // One tick may fall between the answer and its event.
         const bool refused = _silentTicks > 1 && _window->windowHandle()->size() != _window->size();
         if (!refused && _silentTicks < answerTicks)
             return;
@@ -173,7 +175,8 @@ void OptionsFold::timerEvent(QTimerEvent *event) {
     takeAnswer();
 }
 
-// The window is as the desktop reports it; what it did not get, the content gives.
+// Adopts the size that the desktop reported; the content makes up for the height that the window
+// did not get.
 void OptionsFold::takeAnswer() {
     _answerTimer.stop();
     const auto from = std::exchange(_unanswered, std::nullopt);
@@ -184,7 +187,7 @@ void OptionsFold::takeAnswer() {
     if (_reported == _window->size())
         return;
     _window->setMinimumHeight(qMin(lowestHeight(), _reported.height()));
-    // It may have been refused another place as well.
+    // The window manager may have refused the position as well.
     _window->setGeometry(QRect(_window->windowHandle()->position(), _reported));
 }
 
@@ -202,11 +205,11 @@ bool OptionsFold::eventFilter(QObject *watched, QEvent *event) {
     if (type == QEvent::Show)
         hearAnswers();
     if (type == QEvent::WindowStateChange || type == QEvent::Resize) {
-        // The state may be known before the size. A window that is lower yet than it may be then
-        // would be made higher by Qt, and be an ordinary one again.
+        // The state event may arrive before the new size. If the window is then still lower than
+        // its minimum height, Qt would enlarge it, which returns it to the normal state.
         if (isHeld() && _window->height() >= lowestHeight())
             complete();
-        else if (_cutShort && !isHeld())  // Not from within the event of a size.
+        else if (_cutShort && !isHeld())  // Queued: no resize inside a resize event.
             QMetaObject::invokeMethod(
                 this, [this, type] { catchUp(type); }, Qt::QueuedConnection);
         if (!_running && _window->height() > _window->minimumHeight())
@@ -215,8 +218,8 @@ bool OptionsFold::eventFilter(QObject *watched, QEvent *event) {
     return QObject::eventFilter(watched, event);
 }
 
-// The desktop gives a window back the height that it took it at, half-way. Any other is somebody's
-// wish; but the event of the state may come before that of the size.
+// On restore the desktop gives back the mid-animation height: finish the change. Any other height
+// was set on purpose, but only a resize event proves that: the state event may come before it.
 void OptionsFold::catchUp(QEvent::Type type) {
     if (!_cutShort || !_window || isHeld())
         return;

@@ -14,16 +14,17 @@ class QWidget;
 
 namespace pelorinnews {
 
-/// Changes a window's height at its bottom edge, animated, while what stands above the options
-/// area keeps its size and its place from the top.
+/// Folds and unfolds the options area by changing the window's height at its bottom edge, animated.
+/// Everything above the area keeps its size and position.
 ///
-/// Nothing waits for it. `start` while a change runs first completes that one; so do `complete` and
-/// the destructor. Heights are computed from end states, so nothing drifts.
+/// Does not block. `start`, `complete` and the destructor first finish a running change at once.
+/// Heights are computed from end states, so they do not drift.
 ///
-/// Where the window cannot grow, the content gives the room, and gets it back when the area folds:
-/// in a window that is maximized, full screen or tiled, in one that would leave the screen, and in
-/// one that the window manager does not resize. A window that is taken by the desktop while a
-/// change runs has the height it was to have once it gets its own size back.
+/// If the window cannot grow, the content gives up the room instead, and gets it back when the area
+/// folds. That is the case in a window that is maximized, full screen or tiled, in one that would
+/// leave the screen, and in one that the window manager does not resize. If the desktop takes over
+/// the window's size during a change, the window gets the final height of that change once it has
+/// its own size back.
 class OptionsFold final : public QObject {
     Q_OBJECT
 
@@ -31,23 +32,22 @@ public:
     /// Height of the options area, in device-independent pixels.
     static constexpr int foldHeight = 38;
 
-    /// `optionsArea` is the widget that gives way; `content` keeps its height meanwhile. Any may be
-    /// absent. The window's minimum height is that of the open state.
+    /// `optionsArea` is the widget that folds; `content` keeps its height during a change. Any of
+    /// the three may be null. The window's minimum height is taken as that of the open state.
     OptionsFold(QWidget *window, QWidget *content, QWidget *optionsArea);
     ~OptionsFold() override;
 
-    /// Whether the area is open, or about to be. It is at first.
+    /// Whether the area is open or opening. True at first.
     [[nodiscard]] bool isOpen() const { return _open; }
 
-    /// Unfolds (`open`) or folds the area, then calls `finished` once; that alone where the area is
-    /// so already.
+    /// Unfolds (`open`) or folds the area, then calls `finished` once. If the area is already in
+    /// that state, only calls `finished`.
     void start(bool open, std::function<void()> finished);
 
-    /// Brings a running change to its end at once.
+    /// Finishes a running change at once.
     void complete();
 
-    /// Puts the area into `open` without moving the window's edge: for a window that is laid out
-    /// before it was ever shown.
+    /// Sets the state without resizing the window, for example before the window is first shown.
     void setLaidOut(bool open);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -77,17 +77,17 @@ private:
     QPointer<QWidget> _optionsArea;
     int _foldedMinimum;
     QVariantAnimation _animation;
-    /// The change of height that runs.
+    /// The running change of height.
     std::optional<Change> _change;
-    /// One that the desktop cut short, until the window has its own size again.
+    /// A change that the desktop interrupted; kept until the window has its own size again.
     std::optional<Change> _cutShort;
     std::function<void()> _finished;
     bool _open = true;
     bool _running = false;
-    /// How much of its height the window has got for the open area; the content gave the rest.
+    /// By how much the window grew for the open area; the content gave up the rest.
     int _grown = foldHeight;
 
-    /// The size that the desktop reported last; the widget's own is what was asked for.
+    /// The size that the desktop reported last; the widget's own size is only the requested one.
     QSize _reported;
     /// The height before a change that the desktop has not answered yet.
     std::optional<int> _unanswered;

@@ -13,7 +13,7 @@ namespace pelorinnews {
 
 namespace {
 
-// The controllers that wait for the main thread.
+// Controllers that wait for their deletion on the main thread.
 class Abandoned {
 public:
     static Abandoned &instance() {

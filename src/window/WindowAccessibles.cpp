@@ -24,7 +24,8 @@ QAccessibleInterface *accessibleFor(const QString &className, QObject *object) {
         return new DisclosureButtonAccessible(static_cast<DisclosureButton *>(object));
     if (names<FilterMenu>(className))
         return new FilterMenuAccessible(static_cast<FilterMenu *>(object));
-    // Otherwise it would be a mere part of a window, and nobody told that it became active.
+    // Otherwise clients would see only a part of a window and would not be told when it becomes
+    // active.
     if (names<OlvNewsWindow>(className))
         return new QAccessibleWidget(static_cast<OlvNewsWindow *>(object), QAccessible::Window);
     return nullptr;
@@ -43,13 +44,15 @@ void install() {
 void speakAgain(QWidget *widget) {
     if (!QAccessible::isActive() || !widget->hasFocus())
         return;
-    // A client that asked for the change is being served by the very object that goes.
+    // Queued: a client that triggered the change is still being served by the interface that is
+    // deleted here.
     QMetaObject::invokeMethod(
         widget,
         [widget] {
             if (!widget->hasFocus())
                 return;
-            // An object that they have not met and that has the focus is spoken.
+            // Screen readers speak a focused object that they do not know yet, so replace the
+            // interface.
             if (QAccessibleInterface *known = QAccessible::queryAccessibleInterface(widget))
                 QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(known));
             QAccessibleEvent focus(widget, QAccessible::Focus);

@@ -4,13 +4,13 @@ class QWidget;
 
 namespace pelorinnews::WindowAccessibles {
 
-/// Makes accessibility clients meet the window, the content view, the disclosure triangle and the
-/// filter menus as what they are instead of as plain widgets. Once for the process; before the
-/// first of them is made.
+/// Makes accessibility clients see the window, the content view, the disclosure triangle and the
+/// filter menus as what they are instead of as plain widgets. Call it before the first of them is
+/// created; further calls in the process are no-ops.
 void install();
 
-/// Has screen readers speak `widget` anew if it has the keyboard focus, after the current event.
-/// They are silent about much that changes in an object that they know.
+/// Makes screen readers speak `widget` again, after the current event, if it has the keyboard
+/// focus. They ignore many changes of an object that they already know.
 void speakAgain(QWidget *widget);
 
 }  // namespace pelorinnews::WindowAccessibles

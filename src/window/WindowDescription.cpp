@@ -9,9 +9,9 @@ namespace pelorinnews::WindowDescription {
 
 namespace {
 
-// Only what the user does counts, not what a program sets: menus select their first entry by
-// themselves. Assistive technologies toggle a checkable button without clicking it, so there the
-// toggling counts, and whoever sets the state by program blocks the button's signals.
+// Actions run only on user input, not on changes by code: menus select their first entry by
+// themselves. Assistive technologies toggle a checkable button without clicking it, so such a
+// button is connected by `toggled`, and code that sets its state must block its signals.
 void connectAction(QWidget &control, const std::function<void()> &action) {
     auto *button = qobject_cast<QAbstractButton *>(&control);
     if (button && button->isCheckable())

@@ -10,19 +10,18 @@
 
 namespace pelorinnews {
 
-/// The window description: a form that Qt Designer edits, compiled into the module. (Read at run
-/// time it would bring every Designer plug-in of the machine into the host, web engines included.)
+/// The window description: a Qt Designer form, compiled into the module. (Reading the form at run
+/// time would load every Designer plug-in of the machine into the host, web engines included.)
 ///
-/// Controls that act carry the dynamic property "action" with the name of an operation of the
-/// window's owner; `load` connects them, so that no code sets a target. Controls are found by
-/// their object names; one that is missing is simply absent.
+/// A control's dynamic property "action" names an operation of the window's owner. `load` connects
+/// the two, so no other code does. Controls are found by object name; any of them may be missing.
 namespace WindowDescription {
 
 using Actions = std::map<QString, std::function<void()>>;
 
-/// Makes the window that the description `name` tells of and connects its controls to `actions`;
-/// names that `actions` lacks stay unconnected. Null for a name without a description. Main thread
-/// only.
+/// Creates the window from the description `name` and connects its controls to `actions`. A control
+/// whose action is not in `actions` stays unconnected. Null if there is no such description. Main
+/// thread only.
 [[nodiscard]] std::unique_ptr<OlvNewsWindow> load(const QString &name, const Actions &actions);
 
 }  // namespace WindowDescription

@@ -13,11 +13,11 @@ namespace pelorinnews::WindowEdges {
 
 namespace {
 
-// Gives the tiled states of a QWaylandWindow as flags.
+// Returns the tiled states of a QWaylandWindow as flags.
 using TilingStates = int (*)(const void *window);
 
-// Qt tells a window's tiled states to the decorations that it draws and to nobody else. Their
-// accessor is private, so only the one of the Qt that this was built with is used.
+// Qt passes a window's tiled states only to the decorations that it draws. Their accessor is
+// private API, so it is used only if the running Qt is the version of the build.
 TilingStates tilingStates() {
     const QVersionNumber builtWith(QT_VERSION_MAJOR, QT_VERSION_MINOR, QT_VERSION_PATCH);
     if (QLibraryInfo::version() != builtWith)
@@ -38,7 +38,8 @@ bool isTiled(const QWindow *window) {
         !QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
         return false;
     static const TilingStates states = tilingStates();
-    // Every window of this platform is a QWaylandWindow first of all.
+    // On this platform a QWaylandWindow is the first base of every window, so the pointer is valid
+    // for the accessor.
     return states && states(dynamic_cast<const void *>(window->handle())) != 0;
 }
 
@@ -49,7 +50,8 @@ bool areSetByDesktop(const QWidget &window) {
 int roomBelow(const QWidget &window) {
     const QRect available = window.screen()->availableGeometry();
     const QRect frame = window.frameGeometry();
-    // On Wayland a program is not told where its windows are.
+    // On Wayland a program does not know where its windows are, so the height limits the room as
+    // well.
     return qMin(available.bottom() - frame.bottom(), available.height() - frame.height());
 }
 

@@ -13,8 +13,8 @@ namespace pelorinnews::WindowPlacement {
 
 namespace {
 
-// Pixels are the only unit in which screens of several scales lie side by side. `rect` is in the
-// device-independent ones of `screen`, which count from its corner.
+// Converts `rect` from device-independent pixels of `screen`, which count from the screen's corner,
+// to physical pixels: only in those do screens of different scales lie side by side.
 QRect inPixels(const QRect &rect, const QScreen &screen) {
     const QPoint corner = screen.geometry().topLeft();
     const double scale = screen.devicePixelRatio();

@@ -7,24 +7,24 @@ class QWidget;
 
 namespace pelorinnews {
 
-/// Where a window stands on the desktop. Main thread only.
+/// The position of a window on the desktop. Main thread only.
 namespace WindowPlacement {
 
-/// Puts a window that was not shown yet into the middle of the first screen, no larger than leaves
-/// room for its frame there, as far as its minimum size allows.
+/// Centres a window that was not shown yet on the primary screen. Shrinks it, down to its minimum
+/// size at most, if its frame needs the room.
 void centre(QWidget &window);
 
-/// Where a part of the window, its frame included, lies outside of what every screen has available,
-/// brings the window onto the screen that shows most of it, or onto the first where none shows any.
-/// A maximized or minimized window stays where it is. On X11 only: elsewhere the desktop alone
-/// places windows.
+/// If part of the window, its frame included, lies outside the available area of all screens, moves
+/// it onto the screen that shows most of it, or onto the primary screen if none shows any of it,
+/// and shrinks it if needed. A maximized, full-screen or minimized window stays where it is. X11
+/// only: elsewhere only the desktop places windows.
 void bringOntoScreen(QWidget &window);
 
-/// Whether every part of `frame` lies in some of `areas`.
+/// Whether `areas` together cover `frame`.
 [[nodiscard]] bool isCovered(const QRect &frame, const QList<QRect> &areas);
 
-/// `frame`, moved no farther than needed to lie in `area`, and no smaller than needed for that nor
-/// than `smallest`. Where that is too large, its upper left corner is in the area.
+/// `frame`, moved and shrunk no more than needed to lie in `area`, and never shrunk below
+/// `smallest`. If that is still too large, its upper left corner lies in the area.
 [[nodiscard]] QRect broughtInto(const QRect &frame, const QRect &area, const QSize &smallest);
 
 }  // namespace WindowPlacement

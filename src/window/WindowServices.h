@@ -9,13 +9,13 @@
 
 namespace pelorinnews {
 
-/// What a window controller uses of the world around the process. Neither may be absent.
+/// The external services that a window controller uses. Neither may be null.
 struct WindowServices {
     std::shared_ptr<NotificationCenter> notificationCenter;
     std::function<std::shared_ptr<OlvPelorinFinder>()> makeFinder;
 
-    /// The process's own notification centre, and a finder of the running host. Main thread, with
-    /// the application object alive.
+    /// The process's own notification centre, and a finder for the running host. Main thread, while
+    /// the application object exists.
     [[nodiscard]] static WindowServices standard();
 };
 
