@@ -20,8 +20,8 @@ namespace {
 
 constexpr auto flagsVariable = "QTWEBENGINE_CHROMIUM_FLAGS";
 
-// The engine's own switches; the host decides about them, not this module. The engine reads them
-// from the command line only behind a mark, and not at all where the variable is set.
+// Checks the engine's own switches; the host decides about them, not this module. The engine reads
+// them from the command line only after `--webEngineArgs`, and not at all if the variable is set.
 bool isToldToDoWithoutSandbox() {
     if (qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
         return true;
@@ -37,7 +37,7 @@ bool isToldToDoWithoutSandbox() {
     return switches.contains(QLatin1String("--no-sandbox"));
 }
 
-// Looked for in the order in which the engine does.
+// Searches in the same order as the engine.
 bool isFound(const char *file, const char *variable, const QString &folder) {
     if (qEnvironmentVariableIsSet(variable)) {
         const QFileInfo stated(qEnvironmentVariable(variable));
@@ -58,8 +58,8 @@ bool hasItsFiles() {
                    QLibraryInfo::path(QLibraryInfo::DataPath) + QStringLiteral("/resources"));
 }
 
-// Tries what the engine will do. The child makes two calls to the kernel and ends, which is all
-// that the child of a process with threads may do, and its end sends no signal to the host.
+// Tries what the engine will do. The child makes two system calls and ends; the child of a process
+// with threads may do no more. Its end sends no signal to the host.
 bool mayMakeNamespaces() {
     const long child = ::syscall(SYS_clone, CLONE_NEWUSER, nullptr, nullptr, nullptr, 0L);
     if (child == 0)
@@ -73,8 +73,8 @@ bool mayMakeNamespaces() {
     return child > 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-// The engine ends the process where it gets no descriptor. With a page shown it has 40 of them
-// here, and 28 in each process of its own, which has the same limit; this leaves room for more
+// The engine ends the process when it runs out of file descriptors. With one page shown, it uses 40
+// here and 28 in each process of its own, which has the same limit; this leaves room for more
 // pages.
 constexpr rlim_t descriptorsOfEngine = 128;
 

@@ -2,16 +2,15 @@
 
 namespace pelorinnews {
 
-/// Whether a web engine started in this process would find what it needs. Where it does not, it
-/// ends the whole process at its start, so this is asked before anything of it is loaded:
-/// - Its helper program and its resources lie where Qt, or the environment, says.
-/// - This process may open as many more files as the engine takes. What the host opens afterwards
-///   is not foreseen.
-/// - It can put its helpers into a sandbox, or was told by its own switches to do without. It
-///   cannot for the system's administrator, and where the kernel lets no program make namespaces
-///   of its own (containers, hardened systems).
+/// Whether a web engine can start in this process. An engine that cannot start ends the whole
+/// process, so call this before loading any of its code. The engine needs:
+/// - Its helper program and its resources, where Qt or the environment says they are.
+/// - Enough free file descriptors. Files that the host opens afterwards are not accounted for.
+/// - A sandbox for its helpers, unless its own switches disable the sandbox. The sandbox does not
+///   work as root, nor where the kernel does not let unprivileged programs create namespaces
+///   (containers, hardened systems).
 ///
-/// Asks the kernel by starting a process that ends at once; some milliseconds at most.
+/// Checks the kernel by starting a process that ends at once; takes a few milliseconds at most.
 [[nodiscard]] bool canStartEngine();
 
 }  // namespace pelorinnews

@@ -7,7 +7,7 @@ class QWidget;
 
 namespace pelorinnews {
 
-/// Why a page wants to go to another address. The numbers are those that policy delegates know.
+/// Why a page navigates. Policy delegates rely on these numbers.
 enum class NavigationType : int {
     LinkClicked = 0,
     FormSubmitted = 1,
@@ -26,7 +26,7 @@ public:
     NavigationPolicyDelegate(const NavigationPolicyDelegate &) = delete;
     NavigationPolicyDelegate &operator=(const NavigationPolicyDelegate &) = delete;
 
-    /// `url` is resolved already, relative links against a bare "http://".
+    /// `url` is already resolved; relative links are resolved against a bare "http://".
     virtual NavigationDecision webViewDecidePolicyForNavigationAction(NavigationType type,
                                                                       const QUrl &url) = 0;
 
@@ -34,10 +34,10 @@ protected:
     NavigationPolicyDelegate() = default;
 };
 
-/// Paints one HTML page inside a widget. Everything happens on the main thread.
+/// Paints one HTML page inside a widget. Main thread only.
 ///
-/// A page runs no code, reads no local file and opens no window of its own, whatever it says; that
-/// is the renderer's duty, not the policy delegate's.
+/// Whatever its HTML says, a page runs no code, reads no local file and opens no window of its own.
+/// The renderer ensures that, not the policy delegate.
 class NewsRenderer {
 public:
     virtual ~NewsRenderer() = default;
@@ -48,18 +48,19 @@ public:
     /// the keyboard focus, which stays with the view around it.
     [[nodiscard]] virtual QWidget *widget() const = 0;
 
-    /// What the view hands keys, text of input methods and the news of its own focus to. May be
-    /// absent, and another one for the next page.
+    /// Receives forwarded key, IME and focus events. May be null, and may be another widget for the
+    /// next page.
     [[nodiscard]] virtual QWidget *inputWidget() const = 0;
 
-    /// Shows `html`, of any size, in place of the page before; null and empty give an empty page.
+    /// Replaces the current page by `html`, which may have any size; null or empty gives an empty
+    /// page.
     virtual void loadHtmlString(const QString &html) = 0;
 
-    /// The font of text whose page names none.
+    /// Sets the font of text for which the page specifies none.
     virtual void setStandardFontFamily(const QString &family) = 0;
 
-    /// Keeps `delegate`, which must outlive the renderer or be replaced by null before it goes.
-    /// Without one every navigation is refused.
+    /// Does not take ownership: `delegate` must outlive the renderer or be replaced by null before
+    /// it is destroyed. Without a delegate every navigation is refused.
     virtual void setPolicyDelegate(NavigationPolicyDelegate *delegate) = 0;
 
 protected:

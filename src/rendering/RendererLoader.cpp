@@ -10,15 +10,15 @@
 #include <QOpenGLContext>
 #include <QPluginLoader>
 
-// Exported by Qt Gui for its own modules. It is the only way to share a context after the
-// application object was made.
+// Exported by Qt Gui for Qt's own modules. The only way to share a context after the application
+// object was created.
 Q_GUI_EXPORT void qt_gl_set_global_share_context(QOpenGLContext *context);
 
 namespace pelorinnews::RendererLoader {
 
 namespace {
 
-// The one that this module made for the present application object.
+// The context that this module created for the current application object; null if none.
 QOpenGLContext *sharedContext = nullptr;
 
 std::unique_ptr<NewsRenderer> webRenderer(QWidget *parent, const QString &pluginFolder) {
@@ -31,8 +31,9 @@ std::unique_ptr<NewsRenderer> webRenderer(QWidget *parent, const QString &plugin
     return plugin ? plugin->createRenderer(parent) : nullptr;
 }
 
-// A later application object's contexts must not share with one of a display that is gone. The
-// context itself is left alone: nothing tells when the engine's last thread has let go of it.
+// The contexts of a later application object must not share with a context of a display that is
+// gone. The context itself is leaked on purpose: nothing tells when the engine's last thread has
+// released it.
 void withdrawSharedContext() {
     if (QOpenGLContext::globalShareContext() == sharedContext)
         qt_gl_set_global_share_context(nullptr);
@@ -65,7 +66,7 @@ std::unique_ptr<NewsRenderer> createRenderer(QWidget *parent, const QString &plu
 }
 
 bool canShareGraphics() {
-    // A host may have asked for sharing where there is no GL: the context is there then, but dead.
+    // If the host asked for sharing but there is no GL, the context exists and is invalid.
     if (const QOpenGLContext *shared = QOpenGLContext::globalShareContext())
         return shared->isValid();
     return shareContextNow();

@@ -8,16 +8,16 @@
 
 namespace pelorinnews {
 
-/// What a renderer in a plug-in of its own gives.
+/// The interface of a renderer's plug-in.
 class RendererPlugin {
 public:
     virtual ~RendererPlugin() = default;
     RendererPlugin(const RendererPlugin &) = delete;
     RendererPlugin &operator=(const RendererPlugin &) = delete;
 
-    /// A renderer whose widget is a child of `parent`, or null where this process cannot have one:
-    /// the host uses the engine in a way that shuts us out, or the engine has ended with an
-    /// earlier application object.
+    /// Creates a renderer whose widget is a child of `parent`. Null if this process cannot have
+    /// one: the host already uses the engine in a way that excludes this renderer, or the engine
+    /// has ended with an earlier application object.
     virtual std::unique_ptr<NewsRenderer> createRenderer(QWidget *parent) = 0;
 
 protected:

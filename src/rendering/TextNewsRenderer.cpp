@@ -23,12 +23,12 @@ namespace pelorinnews {
 
 namespace {
 
-// What browsers give a page that asks for nothing else.
+// The defaults of browsers, for pages that specify nothing else.
 constexpr int standardFontPixels = 16;
 constexpr qreal pageMargin = 8;
 
-/// Puts the text that stands for a picture (`alt`) in the place of each that is not shown, which is
-/// else a hole of the picture's size.
+/// Replaces each picture that is not shown by its `alt` text; otherwise it leaves a gap of the
+/// picture's size.
 void tellOfPicturesLeftOut(QTextDocument &document) {
     struct LeftOut {
         int position;
@@ -50,7 +50,7 @@ void tellOfPicturesLeftOut(QTextDocument &document) {
     }
     QTextCursor cursor(&document);
     cursor.beginEditBlock();
-    // From the end, since texts are longer than what they replace.
+    // Backwards, because a text is longer than the picture it replaces and shifts later positions.
     for (auto each = all.rbegin(); each != all.rend(); ++each) {
         cursor.setPosition(each->position);
         cursor.setPosition(each->position + each->length, QTextCursor::KeepAnchor);
@@ -85,7 +85,7 @@ TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
             [this](const QUrl &link) { reportClick(link.toString(QUrl::FullyEncoded)); });
 }
 
-// The page never goes anywhere by itself, so it does not matter what the delegate decides.
+// This renderer never navigates, so it ignores the delegate's decision.
 void TextNewsRenderer::reportClick(const QString &link) {
     if (_policy)
         _policy->webViewDecidePolicyForNavigationAction(NavigationType::LinkClicked,
@@ -95,7 +95,7 @@ void TextNewsRenderer::reportClick(const QString &link) {
 void TextNewsRenderer::loadHtmlString(const QString &html) {
     _pictures = {};
     _page = BoundedHtml::beginning(html);
-    // Without its scroll bar, a long page would be laid out twice.
+    // If the scroll bar appeared only later, a long page would be laid out twice.
     setVerticalScrollBarPolicy(_page.isLong ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAsNeeded);
     setHtml(_page.html);
     tellOfPicturesLeftOut(*document());
@@ -109,8 +109,8 @@ void TextNewsRenderer::setStandardFontFamily(const QString &family) {
     document()->setDefaultFont(font);
 }
 
-// Something is always given: where nothing is, the document looks for a file of that name itself,
-// and shows it.
+// Always returns something: without a result the document itself looks for a local file of that
+// name and shows it.
 QVariant TextNewsRenderer::loadResource(int type, const QUrl &name) {
     if (type != QTextDocument::ImageResource)
         return QByteArray("");
@@ -133,7 +133,7 @@ void TextNewsRenderer::paintEvent(QPaintEvent *event) {
     painter.setClipRect(event->rect());
     const QPointF scrolled(horizontalScrollBar()->value(), verticalScrollBar()->value());
     const QRectF visible = QRectF(event->rect()).translated(scrolled);
-    // Cells stand beside each other, so of a table that is seen all blocks are looked at.
+    // Table cells lie side by side, so check all blocks of a visible table.
     const QTextFrame *const root = document()->rootFrame();
     QTextBlock block = cursorForPosition(event->rect().topLeft()).block();
     const QTextFrame *frame = document()->frameAt(block.position());
@@ -161,7 +161,7 @@ void TextNewsRenderer::paintMarker(QPainter &painter, const QTextBlock &block,
     const QTextCharFormat format =
         block.begin().atEnd() ? block.charFormat() : block.begin().fragment().charFormat();
     QFont font = format.font();
-    // A painter would put the widget's font in the place of the document's.
+    // Otherwise the painter would replace the document's font by the widget's.
     font.setResolveMask(QFont::AllPropertiesResolved);
     const QFontMetricsF metrics(font);
     const QString text = markerText(_page.items[item]);

@@ -9,8 +9,7 @@ namespace pelorinnews {
 
 void EngineView::childEvent(QChildEvent *event) {
     QWebEngineView::childEvent(event);
-    // What the engine paints its pages on takes no keyboard focus, and is no window of its own to
-    // accessibility clients.
+    // With these flags, accessibility clients do not see the canvas as a separate window.
     auto *canvas = event->added() ? qobject_cast<QQuickWidget *>(event->child()) : nullptr;
     if (canvas) {
         canvas->setFocusPolicy(Qt::NoFocus);
@@ -21,7 +20,7 @@ void EngineView::childEvent(QChildEvent *event) {
     if (!dialog)
         return;
     dialog->setAttribute(Qt::WA_DontShowOnScreen);
-    // Not at once: it is about to be shown.
+    // Queued: the dialog is about to be shown.
     QMetaObject::invokeMethod(dialog, &QDialog::reject, Qt::QueuedConnection);
 }
 

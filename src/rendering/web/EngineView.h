@@ -4,9 +4,9 @@
 
 namespace pelorinnews {
 
-/// The engine's view, kept from opening the one dialog that it opens without asking: the choice of
-/// a colour, which needs no script, just a form field to be clicked. What it paints on takes no
-/// keyboard focus and is no window of its own to accessibility clients.
+/// The engine's view. Suppresses the one dialog that the engine opens without asking: the colour
+/// dialog, which needs no script, only a click on a form field. The widget that the engine paints
+/// on takes no keyboard focus and is not a separate window to accessibility clients.
 class EngineView final : public QWebEngineView {
     Q_OBJECT
 

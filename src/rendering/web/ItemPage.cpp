@@ -39,20 +39,20 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
 
     connect(this, &QWebEnginePage::newWindowRequested, this,
             [this](const QWebEngineNewWindowRequest &request) {
-                // A request that is not taken up opens nothing.
+                // A request that is not accepted opens nothing.
                 if (request.isUserInitiated())
                     static_cast<void>(
                         allows(pelorinnews::NavigationType::LinkClicked, request.requestedUrl()));
             });
     connect(this, &QWebEnginePage::urlChanged, this,
             [this](const QUrl &shown) { _itemHasCome = _itemHasCome || shown == _item; });
-    // A mouse's back button must not lead to the item before, which is not served any more.
+    // A mouse's back button must not lead to the previous item, which is no longer served.
     connect(this, &QWebEnginePage::loadFinished, this, [this] {
         if (url() == _item)
             history()->clear();
     });
-    // An answer that is left as it comes counts as a name and a password, both empty, and the
-    // server is asked again and again.
+    // An authenticator left unchanged counts as an empty name and password, and the engine retries
+    // again and again. A null one cancels.
     connect(this, &QWebEnginePage::authenticationRequired, this,
             [](const QUrl &, QAuthenticator *answer) { *answer = QAuthenticator(); });
     connect(
@@ -102,7 +102,7 @@ bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, boo
 
 void ItemPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &message, int,
                                         const QString &) {
-    // Nothing is left to allow: the script has kept the engine from following the link.
+    // The decision is ignored: the script has already kept the engine from following the link.
     if (const auto link = _clicks.reported(message))
         static_cast<void>(allows(pelorinnews::NavigationType::LinkClicked, *link));
 }

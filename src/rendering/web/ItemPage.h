@@ -7,8 +7,8 @@
 
 namespace pelorinnews {
 
-/// The engine's page that shows one item. Everything by which a page could do more than be read is
-/// switched off; every navigation that is left is the policy delegate's to decide.
+/// The engine's page that shows one item. Every feature that reading does not need is switched off;
+/// the policy delegate decides about the navigations that remain possible.
 class ItemPage final : public QWebEnginePage {
     Q_OBJECT
 
@@ -18,7 +18,7 @@ public:
     /// Loads the item that is served under `address`.
     void showItem(const QUrl &address);
 
-    /// Whether the engine has begun to show the item. Until then the page before is still there.
+    /// Whether the engine has begun to show the item. Until then it still shows the previous page.
     [[nodiscard]] bool itemHasCome() const { return _itemHasCome; }
 
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) { _policy = delegate; }
@@ -37,7 +37,7 @@ private:
 
     NavigationPolicyDelegate *_policy = nullptr;
     QUrl _item;
-    /// The page before, while the item is on its way.
+    /// Address of the previous page while the item is loading.
     QUrl _shown;
     bool _itemHasCome = false;
     LinkClicks _clicks;

@@ -6,8 +6,8 @@
 
 namespace pelorinnews {
 
-/// Serves the shown item under a scheme of the module's own: unlike pages handed over inside an
-/// address, such a page may have any size, and its relative links reach the policy delegate.
+/// Serves the current item under the module's own URL scheme. Unlike a page passed inside a URL,
+/// such a page may have any size, and its relative links reach the policy delegate.
 class ItemSchemeHandler final : public QWebEngineUrlSchemeHandler {
     Q_OBJECT
 
@@ -16,19 +16,19 @@ public:
 
     [[nodiscard]] static bool isRegistered();
 
-    /// Makes the scheme known to the engine. False where the engine was started before and takes
-    /// no more schemes.
+    /// Registers the scheme with the engine. False if the engine is already started and takes no
+    /// more schemes.
     [[nodiscard]] static bool registerScheme();
 
     [[nodiscard]] static QByteArray scheme();
 
-    /// Serves `html` from now on and gives its address. Every page has an address of its own: one
-    /// that is loaded again would be shown scrolled to where it was left.
-    /// All have one host: for another one the engine would start another process with every page.
+    /// Serves `html` from now on and returns its address. Every page gets a new address: if one
+    /// were loaded again, the engine would restore its old scroll position. All pages share one
+    /// host: for each new host the engine would start another process.
     [[nodiscard]] QUrl setPage(const QString &html);
 
-    /// Serves the page under another host from now on, so that the engine takes another process
-    /// than one that hangs over the page before, and gives its new address.
+    /// Serves the page under a new host from now on and returns its new address. The engine then
+    /// uses another process than the one in which the previous page hangs.
     [[nodiscard]] QUrl moveToAnotherHost();
 
     void requestStarted(QWebEngineUrlRequestJob *job) override;

@@ -6,8 +6,8 @@ namespace pelorinnews {
 
 namespace {
 
-// Listens on the window: a document's own names can be taken by elements of the page. Events that
-// nobody but a script could have made do not count, nor do the mouse's other buttons.
+// Listens on the window, because elements of the page can shadow the names of a document. Ignores
+// events made by scripts, and mouse buttons other than left and middle.
 constexpr auto listener = R"((() => {
     const xlink = 'http://www.w3.org/1999/xlink';
     const addressOf = node => {

@@ -4,8 +4,9 @@
 
 namespace pelorinnews {
 
-/// Lets a page load what the web and the page itself hold, and nothing of this computer: whatever
-/// other schemes the engine or the host know, the host's own resources among them, is refused.
+/// Lets a page load from the web, from the page itself and from the item's own scheme. Blocks every
+/// other scheme that the engine or the host knows, including the host's own resources, so that a
+/// page reads nothing from this computer.
 class RequestFilter final : public QWebEngineUrlRequestInterceptor {
     Q_OBJECT
 

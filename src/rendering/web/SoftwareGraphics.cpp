@@ -22,8 +22,8 @@ bool choiceIsMade() {
 }
 
 bool glIsEmulated() {
-    QOpenGLContext *const hosts = QOpenGLContext::currentContext();
-    QSurface *const hostsSurface = hosts ? hosts->surface() : nullptr;
+    QOpenGLContext *const hostContext = QOpenGLContext::currentContext();
+    QSurface *const hostSurface = hostContext ? hostContext->surface() : nullptr;
     QOffscreenSurface surface;
     surface.create();
     QOpenGLContext context;
@@ -33,9 +33,9 @@ bool glIsEmulated() {
     const QByteArray renderer(
         reinterpret_cast<const char *>(context.functions()->glGetString(GL_RENDERER)));
     context.doneCurrent();
-    if (hosts)
-        hosts->makeCurrent(hostsSurface);
-    // Mesa's and Google's programs that do a graphics card's work.
+    if (hostContext)
+        hostContext->makeCurrent(hostSurface);
+    // The software rasterizers of Mesa and Google.
     return renderer.contains("llvmpipe") || renderer.contains("softpipe") ||
            renderer.contains("SwiftShader");
 }

@@ -19,15 +19,15 @@ namespace pelorinnews {
 
 namespace {
 
-/// A window that was closed for this long has probably been read. Until then it opens again at
-/// once; afterwards a page's process has to be started first.
+/// How long a closed window keeps its page's process. After that time the news has probably been
+/// read. Until then the window opens again at once; afterwards the process has to start first.
 constexpr int restMilliseconds = 10'000;
 
-/// How long an item may take to come before the page before is taken for hanging. Twice as long
-/// with each attempt: a busy computer takes its time, too.
+/// Timeout for an item to come up before the previous page counts as hanging. Doubled with each
+/// retry, because a busy computer is slow, too.
 constexpr int lateMilliseconds = 1000;
 
-// Keys that a page had no use for come here, and end here. Starts the rest when it is closed.
+// Swallows keys that the page did not use. Starts the `rest` timer when the window is closed.
 class Surround final : public QWidget {
 public:
     Surround(QWidget *parent, QTimer &rest) : QWidget(parent), _rest(rest) {}
@@ -36,7 +36,7 @@ protected:
     void keyPressEvent(QKeyEvent *) override {}
     void keyReleaseEvent(QKeyEvent *) override {}
     void showEvent(QShowEvent *) override { _rest.stop(); }
-    // The page of a minimised window is out of sight, too, but not done with.
+    // A minimised window (a spontaneous hide) is out of sight, too, but still in use.
     void hideEvent(QHideEvent *event) override {
         if (!event->spontaneous())
             _rest.start();
@@ -54,8 +54,8 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _surround(new Surround(paren
     auto *layout = new QVBoxLayout(_surround);
     layout->setContentsMargins({});
     layout->addWidget(view);
-    // Without a name a profile keeps nothing on disk. It must outlive its page, hence the order of
-    // the deletions below.
+    // A profile without a name keeps nothing on disk. It must outlive its page, hence the order in
+    // the destructor.
     auto *profile = new QWebEngineProfile(view);
     profile->setHttpCacheType(QWebEngineProfile::MemoryHttpCache);
     profile->setPersistentCookiesPolicy(QWebEngineProfile::NoPersistentCookies);
@@ -77,7 +77,7 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _surround(new Surround(paren
     _rest.setSingleShot(true);
     _rest.setInterval(restMilliseconds);
     QObject::connect(&_rest, &QTimer::timeout, _page, [this] { rest(); });
-    // Once for each item: one that ends every process is not worth more.
+    // Retry only once for each item: it may end every process that loads it.
     QObject::connect(
         _page, &QWebEnginePage::renderProcessTerminated, _page,
         [this](QWebEnginePage::RenderProcessTerminationStatus status) {
@@ -92,7 +92,7 @@ WebNewsRenderer::~WebNewsRenderer() {
 }
 
 void WebNewsRenderer::rest() {
-    // Ends the page's process; it starts anew with the view's next showing.
+    // Ends the page's process; a new one starts when the view is shown again.
     _page->setLifecycleState(QWebEnginePage::LifecycleState::Discarded);
     releaseLibraryPages({"libQt6WebEngineCore", "libQt6Quick", "libQt6Qml"});
 }

@@ -11,7 +11,7 @@ namespace pelorinnews {
 class ItemPage;
 class ItemSchemeHandler;
 
-/// Paints a page with the web engine, off the record.
+/// Paints a page with the web engine, off the record: keeps nothing on disk.
 class WebNewsRenderer final : public NewsRenderer {
 public:
     explicit WebNewsRenderer(QWidget *parent);
@@ -24,19 +24,20 @@ public:
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) override;
 
 private:
-    /// Gives back what a closed window does not need.
+    /// Frees what a closed window does not need: the page's process and the memory of library code.
     void rest();
-    /// Loads the item by another process if the page before holds it up.
+    /// Loads the item in another process if it has not come up yet because the previous page hangs.
     void loadLateItemElsewhere();
 
     QPointer<QWidget> _surround;
-    /// The engine's view, as what it still is when it is asked for while it is being destroyed.
+    /// The engine's view. A `QWidget` pointer, because it is also used while the view is being
+    /// destroyed, when only that base class is left.
     QPointer<QWidget> _view;
     QPointer<ItemPage> _page;
     ItemSchemeHandler *_handler = nullptr;
     QTimer _rest;
     QTimer _late;
-    /// Whether the item was shown anew after its process had died.
+    /// Whether the item was reloaded after its process had died.
     bool _revived = false;
 };
 

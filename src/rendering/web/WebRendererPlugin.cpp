@@ -10,8 +10,8 @@ namespace pelorinnews {
 
 namespace {
 
-// The engine ends with the application object under which it was started, and for good: under the
-// next one its first object would bring the process down.
+// The engine ends for good with the application object under which it was started. Under the next
+// one, creating its first object would end the process.
 bool engineHasEnded = false;
 
 void noteEnd() {
@@ -21,7 +21,8 @@ void noteEnd() {
 }  // namespace
 
 std::unique_ptr<NewsRenderer> WebRendererPlugin::createRenderer(QWidget *parent) {
-    // A scheme that the host has registered may mean that it has started the engine as well.
+    // If the scheme is already registered, by an earlier call or by a host that uses the engine,
+    // the engine may be running, and it is too late to choose its graphics.
     const bool engineMayRun = ItemSchemeHandler::isRegistered();
     if (engineHasEnded || !ItemSchemeHandler::registerScheme())
         return nullptr;

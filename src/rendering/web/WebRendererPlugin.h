@@ -6,7 +6,7 @@
 
 namespace pelorinnews {
 
-/// The plug-in's face: makes web renderers.
+/// The plug-in's entry object: creates web renderers.
 class WebRendererPlugin final : public QObject, public RendererPlugin {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID PELORINNEWS_RENDERER_IID)
