@@ -14,14 +14,14 @@ struct Error {
     int code = 0;
     QVariantMap userInfo;
 
-    /// The entry of `userInfo` that holds a text for people, where the reporter has one.
+    /// Key in `userInfo` of a human-readable text; the entry may be absent.
     static QString localizedDescriptionKey() { return QStringLiteral("NSLocalizedDescription"); }
 
-    /// The entry of `userInfo` under which the entry object puts its message text.
+    /// Key in `userInfo` under which `NewsPlugin::init` stores its message text.
     static QString underlyingErrorKey() { return QStringLiteral("NSUnderlyingErrorKey"); }
 
-    /// One line for logs: domain and code, then the text for people where there is one, without
-    /// control characters: it may have come from the network.
+    /// One line for logs: domain and code, then the human-readable text, if any. That text may come
+    /// from the network, so its control characters are replaced.
     [[nodiscard]] QString description() const {
         QString line = QStringLiteral("Error Domain=") + domain + QStringLiteral(" Code=") +
                        QString::number(code);

@@ -4,24 +4,25 @@
 
 namespace pelorinnews {
 
-/// Who the host is, stated through `NewsPlugin::setHostIdentity` before a controller is created.
-/// Each field may be absent (a null text); what then takes its place is told beside it.
+/// Who the host is. Set it through `NewsPlugin::setHostIdentity` before creating a controller. Each
+/// field may be absent (a null string); its comment names the fallback.
 struct HostIdentity {
     /// The name of the host's desktop file, without ".desktop", in reverse-domain form:
-    /// "com.Olvane.Pelorin". Names the folders of the feed's copy and of the notifications' list,
-    /// and notifications bear it as their sender's desktop entry.
+    /// "com.Olvane.Pelorin". It names the folders of the feed's local copy and of the notification
+    /// list, and notifications carry it as their sender's desktop entry.
     ///
-    /// Absent: the Flatpak's identifier, the desktop file's name that the application object bears,
-    /// the organisation's domain, reversed, with the application's name, or the executable's name,
-    /// whichever is there first.
+    /// Absent: the first one that is set of the Flatpak identifier, the application object's
+    /// desktop file name, the reversed organisation domain followed by the application name, and
+    /// the executable's name.
     QString bundleIdentifier;
     /// Folder of the preferences file below the user's configuration folder: "Olvane".
     ///
-    /// Absent: the application object's. Where that is empty too, the file lies in the
-    /// configuration folder itself, by the name of the bundle identifier, and `applicationName`
-    /// has no effect.
+    /// Absent: the application object's organisation name. If that is empty too, the file lies in
+    /// the configuration folder itself and is named after the bundle identifier; `applicationName`
+    /// then has no effect.
     QString organizationName;
-    /// Name of the preferences file, without ".conf": "Pelorin". Absent: the application object's.
+    /// Name of the preferences file, without ".conf": "Pelorin". Absent: the application object's
+    /// application name.
     QString applicationName;
 };
 

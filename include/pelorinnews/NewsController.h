@@ -6,33 +6,33 @@
 
 namespace pelorinnews {
 
-/// The news panel, as the host drives it: create it through `NewsPlugin::init`, hand over the
-/// logger, `show` it any number of times, `exit` once, release it.
+/// The news panel, as the host drives it: create it through `NewsPlugin::init`, set the logger,
+/// `show` it any number of times, `exit` once, release it.
 ///
-/// All operations belong on the main thread. None fails. Two take their time: the first `show`
-/// loads the window and the web engine, a third of a second or so; `exit` waits a quarter of a
-/// second at most for the desktop to take back what the panel announced.
+/// Main thread only. No operation fails. Two operations block: the first `show` loads the window
+/// and the web engine, which takes about a third of a second; `exit` waits up to 250 ms until the
+/// desktop has confirmed what the panel asked of it, such as withdrawing its announcement.
 class NewsController {
 public:
     virtual ~NewsController() = default;
     NewsController(const NewsController &) = delete;
     NewsController &operator=(const NewsController &) = delete;
 
-    /// Shows the news window and brings it to the front, now and once more when the event that is
-    /// being handled is over.
+    /// Shows the news window and brings it to the front, at once and again after the current event
+    /// has been handled.
     virtual void show() = 0;
 
     /// Shuts the panel down: stops its timer, closes its window, stores what was viewed. Call it
     /// once, before releasing the controller: without it the refresh timer keeps the panel alive.
     virtual void exit() = 0;
 
-    /// Takes the logger that is told of each refresh that got no feed, in one error message, and of
-    /// nothing else; null switches logging off. Set it once, right after creation: messages from
-    /// before are dropped.
+    /// Sets the logger. It receives one error message for each refresh that got no feed, and
+    /// nothing else. Null switches logging off. Set it once, right after creation: earlier messages
+    /// are dropped.
     virtual void setLogger(std::shared_ptr<OlvLogger> logger) = 0;
 
-    /// Keeps `delegate` alive until another is set or the controller goes. The panel never calls
-    /// it.
+    /// Keeps `delegate` alive until another one is set or the controller is destroyed. The panel
+    /// never calls it.
     virtual void setDelegate(std::shared_ptr<void> delegate) = 0;
 
 protected:

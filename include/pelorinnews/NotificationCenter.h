@@ -9,28 +9,30 @@
 
 namespace pelorinnews {
 
-/// A desktop notification: what its maker states, and, once it was delivered, which one it is.
+/// A desktop notification: its content and, once delivered, its identity.
 struct UserNotification {
-    /// First line. Plain text; what looks like markup is shown as it stands.
+    /// First line. Plain text: markup is shown literally.
     QString title;
     /// The text below the title. Plain text as well.
     QString informativeText;
-    /// A name of the desktop's sound theme, or `defaultSoundName()`. Absent: silent.
+    /// A sound name of the desktop's sound theme, or `defaultSoundName()`. Absent: silent.
     QString soundName;
-    /// What the maker wants back with the delivered notification. It is never shown and never
-    /// leaves the computer. In a later run, or another process of the host, only a date under
-    /// "originationDate" (to the millisecond) and a text under "originatorName" come back.
+    /// The sender's own data, returned with the delivered notification. It is never shown and never
+    /// leaves the computer. Only two entries are persisted and come back in a later run or in
+    /// another process of the host: a date under "originationDate" (to the millisecond) and a text
+    /// under "originatorName".
     QVariantMap userInfo;
 
-    /// Which delivered notification this is. Given by the centre, absent before.
+    /// Identifies a delivered notification. Set by the centre; absent before delivery.
     QString identity;
-    /// The right to come to the front that the desktop gave with a click: only in a notification
-    /// that `userNotificationCenterDidActivateNotification` receives, and only from desktops that
-    /// send one. On Wayland, put it into the environment as XDG_ACTIVATION_TOKEN right before the
-    /// window is shown or activated.
+    /// The activation token that the desktop sent with a click: permission to bring a window to the
+    /// front. Present only in a notification passed to
+    /// `userNotificationCenterDidActivateNotification`, and only from desktops that send a token.
+    /// On Wayland, put it into the environment as XDG_ACTIVATION_TOKEN right before showing or
+    /// activating the window.
     QString activationToken;
 
-    /// Stands for the sound that the desktop plays with an arriving message.
+    /// Stands for the sound that the desktop plays for an incoming message.
     static QString defaultSoundName() {
         return QStringLiteral("NSUserNotificationDefaultSoundName");
     }
@@ -38,18 +40,19 @@ struct UserNotification {
     friend bool operator==(const UserNotification &, const UserNotification &) = default;
 };
 
-/// Is asked and told about the notifications of the process, its host's included, always on the
-/// main thread.
+/// Callbacks about all notifications of the process, the host's included. Always called on the main
+/// thread.
 class NotificationCenterDelegate {
 public:
     virtual ~NotificationCenterDelegate() = default;
 
-    /// Whether `notification` may be presented now. One that may not is dropped: it leaves the
-    /// list of the delivered ones and never reaches the desktop.
+    /// Whether `notification` may be presented now. If not, it is dropped: it leaves the list of
+    /// delivered notifications and never reaches the desktop.
     virtual bool userNotificationCenterShouldPresentNotification(
         const UserNotification &notification) = 0;
 
-    /// The user clicked `notification`, which may be one of an earlier run. It has left the list.
+    /// The user clicked `notification`, possibly one of an earlier run. It has already left the
+    /// list of delivered notifications.
     virtual void userNotificationCenterDidActivateNotification(
         const UserNotification &notification) = 0;
 
@@ -59,38 +62,39 @@ protected:
     NotificationCenterDelegate &operator=(const NotificationCenterDelegate &) = default;
 };
 
-/// The desktop notifications of this process: delivers them, knows which still stand, takes them
-/// back, reports clicks.
+/// The desktop notifications of this process: delivers them, tracks which are still present,
+/// withdraws them and reports clicks.
 ///
-/// Every operation may be called from any thread and returns at once, whatever the desktop's
-/// notification service does; only `flush` waits. Nothing is reported as failed: what the desktop
-/// cannot be told now it is told later, as far as it is kept, and what it refuses leaves the list.
+/// Thread-safe: every operation may be called from any thread. All return at once, whatever the
+/// desktop's notification service does, except `flush`, which waits. No operation reports failure:
+/// a request that the desktop cannot take now is sent later, as long as it is kept, and a
+/// notification that the desktop refuses leaves the list.
 class NotificationCenter {
 public:
     virtual ~NotificationCenter() = default;
     NotificationCenter(const NotificationCenter &) = delete;
     NotificationCenter &operator=(const NotificationCenter &) = delete;
 
-    /// Delivers `notification` (its identity is ignored, every call delivers a new one). Where no
-    /// notification service runs, it is kept until one does; at most the newest 16 wait so, and an
-    /// older one leaves the list unseen.
+    /// Delivers `notification` as a new one; its identity is ignored. While no notification service
+    /// runs, it is queued. The queue holds the newest 16; an older one leaves the list without
+    /// being shown.
     virtual void deliverNotification(const UserNotification &notification) = 0;
 
-    /// What stands, and what is on its way there, in the order of delivery: a snapshot. Includes
-    /// what earlier runs of this host delivered and nobody dismissed.
+    /// A snapshot of the notifications that are present or still being delivered, in the order of
+    /// delivery. Includes those of earlier runs of this host that nobody dismissed.
     [[nodiscard]] virtual QList<UserNotification> deliveredNotifications() const = 0;
 
-    /// Takes back the delivered notification that has the identity of `notification`. One that was
-    /// not presented yet never will be. Does nothing for one that is not in the list.
+    /// Withdraws the delivered notification that has the identity of `notification`. If it was not
+    /// presented yet, it never will be. No-op if it is not in the list.
     virtual void removeDeliveredNotification(const UserNotification &notification) = 0;
 
-    /// Makes `delegate` the one that is asked and told, in place of any other. It is not kept
-    /// alive; without one, everything is presented and clicks only end their notification.
+    /// Replaces the delegate, which is not kept alive. Without a delegate, every notification is
+    /// presented and a click only removes its notification.
     virtual void setDelegate(std::weak_ptr<NotificationCenterDelegate> delegate) = 0;
 
-    /// Waits until the desktop has confirmed everything asked for so far, but no longer than
-    /// `timeout`. True when it has; what waits for a service that does not run is not waited for.
-    /// For the end of the program.
+    /// Waits until the desktop has confirmed all requests so far, at most for `timeout`. True if it
+    /// has. Does not wait for notifications that are queued because no service runs. Meant for the
+    /// end of the program.
     virtual bool flush(std::chrono::milliseconds timeout) = 0;
 
 protected:

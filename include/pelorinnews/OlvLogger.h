@@ -8,8 +8,8 @@ namespace pelorinnews {
 /// `NewsController::setLogger`.
 ///
 /// Each operation takes one finished line of text, without a time stamp, a level name or a line
-/// end. **Every operation may be called from any thread**, several at once included, and must
-/// return soon: the caller waits.
+/// end. **Implementations must be thread-safe**: the module calls every operation from any thread,
+/// also concurrently. They must return soon, because the caller waits.
 class OlvLogger {
 public:
     virtual ~OlvLogger() = default;

@@ -6,10 +6,10 @@
 
 namespace pelorinnews {
 
-/// `text` fit for one line of a log or a terminal, for texts that came from elsewhere: white space
-/// simplified, control and format characters and lone surrogates replaced by U+FFFD (but for the
-/// two joiners that scripts need), and cut to `longest` UTF-16 units, at least one, the last of
-/// which is then an ellipsis. A null text stays null.
+/// Makes `text` from an outside source safe for one line of a log or a terminal. Simplifies white
+/// space; replaces control characters, lone surrogates and format characters (except the two
+/// joiners that scripts need) with U+FFFD; cuts to `longest` UTF-16 units, the last of which is
+/// then an ellipsis. `longest` must be at least 1. A null text stays null.
 [[nodiscard]] inline QString printableText(
     const QString &text, qsizetype longest = std::numeric_limits<qsizetype>::max()) {
     if (text.isNull())

@@ -38,8 +38,7 @@ void OlvNewsController::show() {
     if (!_windowController)
         return;
     _windowController->showWindow();
-    // Once more when the event that is being handled is over, which may bring the host to the
-    // front.
+    // Again after the current event, which may itself bring the host to the front.
     MainQueue::dispatchAsync([self = shared_from_this()] {
         if (OlvNewsWindow *window = self->_windowController->window())
             window->makeKeyAndOrderFront();

@@ -11,15 +11,15 @@ class OlvNewsWindowController;
 
 /// The entry object: owns the window controller, which does the work, and forwards to it.
 ///
-/// Main thread only. One that was made without a window controller does nothing at all.
+/// Main thread only. Without a window controller, `show`, `exit` and `setLogger` are no-ops.
 class OlvNewsController final : public NewsController,
                                 public std::enable_shared_from_this<OlvNewsController> {
 public:
-    /// Without a place for an error, a controller without a window controller is given where only
-    /// that one cannot be made; null where there is no application object.
+    /// Null only without an application object. If just the window controller cannot be created,
+    /// returns a controller without one.
     static std::shared_ptr<OlvNewsController> init() { return init(nullptr); }
 
-    /// Null on failure, with the reason in `error`; on success `error` is left as it is.
+    /// Null on failure, with the reason in `*error`; on success `*error` is untouched.
     static std::shared_ptr<OlvNewsController> init(Error *error);
 
     ~OlvNewsController() override;
@@ -33,7 +33,7 @@ private:
     OlvNewsController() = default;
 
     std::shared_ptr<OlvNewsWindowController> _windowController;
-    // Goes before the window controller.
+    // Declared last, so destroyed before the window controller.
     std::shared_ptr<void> _delegate;
 };
 

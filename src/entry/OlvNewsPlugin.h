@@ -6,7 +6,7 @@
 
 namespace pelorinnews {
 
-/// The module's face towards plug-in loaders.
+/// The object that plug-in loaders get from the module.
 class OlvNewsPlugin final : public QObject, public NewsPlugin {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID PELORINNEWS_PLUGIN_IID)
