@@ -10,8 +10,9 @@ enum class LogLevel { Error = 1, Warning, Info, Debug };
 
 /// The host's log, as the news module sees it: turns each message into a signal.
 ///
-/// The module calls from its own threads, too. A receiver that lives on the main thread gets the
-/// signal there, in the order in which one thread logged; nobody waits for it.
+/// Thread-safe: the module also logs from its own threads. A receiver on the main thread gets the
+/// signal there. The messages of one thread keep their order, and a background thread does not wait
+/// for the receiver.
 class HostLogger final : public QObject, public OlvLogger {
     Q_OBJECT
 

@@ -10,8 +10,8 @@ class QTreeWidgetItem;
 
 namespace pelorinnews::host {
 
-/// Lists log messages with their time and level, newest last, and shows those of the chosen level
-/// and graver. Keeps the newest 5,000. Main thread only.
+/// Lists log messages with their time and level, newest last. Shows the messages of the chosen
+/// level and of more severe ones. Keeps the newest 5,000. Main thread only.
 class LogPane final : public QWidget {
     Q_OBJECT
 

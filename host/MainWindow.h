@@ -20,10 +20,11 @@ class MainWindow final : public QMainWindow {
 public:
     explicit MainWindow(const HostLogger &logger);
 
-    /// Gives the News action its panel. Until then, and with null, the action is disabled.
+    /// Sets the panel that the News action opens. Before this call, and with null, the action is
+    /// disabled.
     void setNews(std::shared_ptr<NewsController> controller);
 
-    /// Tells the user that there will be no news, and why.
+    /// Shows the user why there is no news panel.
     void showProblem(const QString &problem);
 
 private:

@@ -27,7 +27,7 @@ std::shared_ptr<NewsController> createNews(const QString &path, QString *problem
         *problem = sentence(QStringLiteral("There is no news module at"), path);
         return nullptr;
     }
-    // The loader may go: the module stays loaded until the process ends.
+    // The loader may be destroyed: the module stays loaded until the process ends.
     QPluginLoader loader(path);
     QObject *const instance = loader.instance();
     if (!instance) {

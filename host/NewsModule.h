@@ -8,13 +8,13 @@
 
 namespace pelorinnews::host {
 
-/// Where the news module is looked for: beside the executable's folder, in `../lib/pelorin`.
+/// The default path of the news module: in `../lib/pelorin`, relative to the executable's folder.
 QString newsModulePath();
 
 /// Loads the news module at `path`, tells it who this host is, and creates its panel.
 ///
-/// Null when that fails; then `problem` says why, in words for the user. Call it once, on the main
-/// thread, after the application object was made.
+/// On failure, returns null and sets `*problem` to a message for the user. Call it once, on the
+/// main thread, after creating the application object.
 std::shared_ptr<NewsController> createNews(const QString &path, QString *problem);
 
 }  // namespace pelorinnews::host

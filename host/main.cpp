@@ -27,7 +27,8 @@ void complain(const QString &text) {
     std::fprintf(stderr, "pelorin: %s\n", qUtf8Printable(text));
 }
 
-/// Adds the authorities in a PEM file to those that this process trusts. False when there is none.
+/// Makes this process trust the certificate authorities in a PEM file as well. False if there are
+/// none in it.
 bool trust(const QString &file) {
     const QList<QSslCertificate> authorities = QSslCertificate::fromPath(file);
     if (authorities.isEmpty())
@@ -46,7 +47,7 @@ void useDarkColours() {
     QApplication::setPalette(palette);
 }
 
-/// The feed's address as the preferences hold it; the name of an existing file will do.
+/// The feed's address as the preferences store it. Also accepts the name of an existing file.
 QString feedAddress(const QString &addressOrFile) {
     const QFileInfo file(addressOrFile);
     if (!file.exists())
@@ -57,8 +58,8 @@ QString feedAddress(const QString &addressOrFile) {
 }  // namespace
 
 int main(int argc, char *argv[]) {
-    // The panel's web renderer draws with GL in a context shared by the whole process. That has to
-    // be settled before the application object exists.
+    // The panel's web renderer draws with GL in a context shared by the whole process. The
+    // attribute must be set before the application object exists.
     const bool sharesGl = std::none_of(argv + 1, argv + argc, [](std::string_view argument) {
         return argument == withoutGlSharing;
     });
@@ -116,7 +117,7 @@ int main(int argc, char *argv[]) {
     const std::shared_ptr<NewsController> news = host::createNews(options.value(module), &problem);
     if (news) {
         news->setLogger(logger);
-        // The panel keeps the delegate and asks nothing of it: any object of the host will do.
+        // The panel only keeps the delegate alive and never calls it: any object will do.
         news->setDelegate(std::make_shared<QString>(QApplication::applicationName()));
         window.setNews(news);
     } else {
@@ -129,7 +130,7 @@ int main(int argc, char *argv[]) {
         QTimer::singleShot(0, &window, [&news] { news->show(); });
     const int status = QApplication::exec();
 
-    // The panel stores what was viewed and stops its timer; without this call it would live on.
+    // Stores what was viewed and stops the refresh timer, which otherwise keeps the panel alive.
     if (news)
         news->exit();
     return status;
