@@ -6,8 +6,8 @@
 
 namespace pelorinnews {
 
-/// What a clipboard is given for rich text: the same bytes under each type that applications look
-/// for it by, and no plain text beside them.
+/// Clipboard data for rich text: the same bytes under each MIME type that applications look for,
+/// and no plain-text alternative.
 [[nodiscard]] std::unique_ptr<QMimeData> richTextMimeData(const QByteArray &rtf);
 
 }  // namespace pelorinnews

@@ -24,7 +24,8 @@ namespace {
 // Six inches: the width of the text on a sheet with ordinary margins.
 constexpr int textWidth = 8640;
 constexpr int cellPadding = 140;
-// Beyond these, readers lose text or give up; the cells' contents then follow one another.
+// Beyond these, RTF readers lose text or give up; the contents of the cells are then written one
+// after another, without a table.
 constexpr int deepestTable = 8;
 constexpr int mostColumns = 63;
 
@@ -33,9 +34,9 @@ const QByteArray &paragraphEnd() {
     return end;
 }
 
-/// The address as it stands in a field's instruction; empty if it is none that a document should
-/// carry: a link in a pasted text must not run anything, nor open a file, as one without a scheme
-/// or a host would.
+/// The address in the form for a field's instruction. Empty if a document should not carry it: a
+/// link in a pasted text must not run anything or open a file, as one without a scheme or a host
+/// would.
 QByteArray linkAddress(const QString &address) {
     static constexpr std::array withHost{"http", "https", "ftp"};
     static constexpr std::array withoutHost{"mailto", "tel", "news"};
@@ -47,7 +48,7 @@ QByteArray linkAddress(const QString &address) {
     const bool carried = isAmong(withoutHost) || (isAmong(withHost) && !url.host().isEmpty());
     if (!carried || !url.isValid())
         return {};
-    // Without the backslash and the quote, the encoded form needs no escapes but those of text.
+    // With backslashes and quotes percent-encoded, the address needs only RTF's escapes for text.
     return url.toEncoded().replace('\\', "%5C").replace('"', "%22");
 }
 
@@ -202,7 +203,7 @@ void RichTextWriter::writeRow(const QTextTable &table, int row, const RtfTableGr
             _body += cellEnd;
         }
     }
-    // Repeated at the end of the row: tables inside its cells have changed what a row is.
+    // Repeated at the end of the row, because tables inside its cells redefine the current row.
     if (nested)
         _body += "{\\*\\nesttableprops" + definition + "\\nestrow}{\\nonesttables\\par}\n";
     else

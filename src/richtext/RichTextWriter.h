@@ -14,24 +14,24 @@
 namespace pelorinnews {
 
 /// A page's HTML as RTF: headings, character styles, fonts, colours, links, lists, tables,
-/// alignment, both writing directions and pictures that are part of the page itself.
+/// alignment, both writing directions and pictures embedded in the page.
 ///
-/// Absent when the HTML cannot be turned into a document: for an absent text, for one beyond the
-/// bounds of `BoundedHtml`, off the main thread, and where there is no QGuiApplication. HTML that
-/// shows nothing gives a document without text. Nothing outside `html` is read or asked for.
+/// Absent if the HTML cannot be turned into a document: for a null text, for one beyond the bounds
+/// of `BoundedHtml`, off the main thread, and without a QGuiApplication. HTML that shows nothing
+/// gives a document without text. Reads and requests nothing outside `html`.
 [[nodiscard]] std::optional<QByteArray> richTextFromHtml(const QString &html);
 
 /// Writes one text document as RTF. Used once.
 class RichTextWriter {
 public:
-    /// `document` is one of `page`. Both outlive the writer and do not change meanwhile.
+    /// `document` was made from `page`. Both must outlive the writer and must not change meanwhile.
     RichTextWriter(const QTextDocument &document, const BoundedPage &page)
         : _document(document), _page(page) {}
 
     [[nodiscard]] QByteArray write();
 
 private:
-    /// Where contents lie: in how many tables, and how much room there is, in twips.
+    /// Where contents lie: table nesting depth, and the available width in twips.
     struct Place {
         int tableDepth = 0;
         int width = 0;

@@ -10,7 +10,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// The size in half points, from whichever of three ways it was stated.
+/// The size in half points. A format states it in points, in pixels or as one of HTML's sizes.
 int halfPoints(const QTextCharFormat &format) {
     double points = RtfHeader::defaultFontHalfPoints / 2.0;
     if (format.hasProperty(QTextFormat::FontPointSize)) {
@@ -18,7 +18,7 @@ int halfPoints(const QTextCharFormat &format) {
     } else if (format.hasProperty(QTextFormat::FontPixelSize)) {
         points = format.intProperty(QTextFormat::FontPixelSize) * 0.75;
     } else if (format.hasProperty(QTextFormat::FontSizeAdjustment)) {
-        // HTML's sizes 1 to 7 around 3.
+        // Factors for HTML's sizes 1 to 7, where 3 is the default.
         static constexpr std::array<double, 7> factors{0.65, 0.85, 1.0, 1.15, 1.5, 2.0, 3.0};
         const int size = format.intProperty(QTextFormat::FontSizeAdjustment);
         points *= factors.at(static_cast<std::size_t>(qBound(0, size + 2, 6)));
@@ -48,7 +48,7 @@ void appendColors(QByteArray &out, const QTextCharFormat &format, RtfHeader &hea
         appendRtfWord(out, "\\cf", header.color(format.foreground().color()));
     if (!isVisible(format.background()))
         return;
-    // No one word is understood everywhere.
+    // No single control word works in all readers.
     const int background = header.color(format.background().color());
     appendRtfWord(out, "\\cb", background);
     appendRtfWord(out, "\\chshdng0\\chcbpat", background);
@@ -61,7 +61,7 @@ bool isVisible(const QBrush &brush) {
 }
 
 QByteArray rtfCharacterFormat(const QTextCharFormat &format, RtfHeader &header) {
-    // Right-to-left scripts have font, size, weight and slant of their own, under other names.
+    // RTF has separate control words for the font, size, weight and slant of right-to-left scripts.
     QByteArray ofComplexScripts;
     QByteArray out;
     if (const int font = header.font(format.fontFamilies().toStringList()); font != 0) {

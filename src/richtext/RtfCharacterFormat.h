@@ -10,7 +10,7 @@ class RtfHeader;
 /// Whether a brush paints anything, so that its colour is worth writing.
 [[nodiscard]] bool isVisible(const QBrush &brush);
 
-/// The control words that give text the look of `format`, to stand in a group before the text;
+/// The control words for text formatted as `format`, to be written in a group before the text;
 /// empty for text that looks like the document's default. Ends without a delimiter.
 [[nodiscard]] QByteArray rtfCharacterFormat(const QTextCharFormat &format, RtfHeader &header);
 

@@ -8,14 +8,15 @@ namespace pelorinnews {
 
 namespace {
 
-// Readers number both in 16 bits or less, and no item that a person wrote comes near.
+// Readers number fonts and colours in 16 bits or less, and no hand-written item comes near these
+// limits.
 constexpr qsizetype mostFonts = 1000;
 constexpr std::size_t mostColors = 10000;
 
 QString fontName(const QStringList &families) {
     if (families.isEmpty())
         return {};
-    // One entry may itself be a list, where the style sheet's text was not taken apart.
+    // One entry may itself be a list, if the style sheet's text was not split.
     QString name = families.first().section(QLatin1Char(','), 0, 0).trimmed();
     name.remove(QLatin1Char('"')).remove(QLatin1Char('\'')).remove(QLatin1Char(';'));
     if (name.compare(QStringLiteral("monospace"), Qt::CaseInsensitive) == 0)

@@ -18,23 +18,23 @@ class RtfHeader {
 public:
     RtfHeader();
 
-    /// The number of the font that a list of CSS families asks for first; 0, the default font, for
-    /// an empty list.
+    /// The number of the first font in a list of CSS families. 0, the default font, for an empty
+    /// list or if there are too many fonts.
     [[nodiscard]] int font(const QStringList &families);
 
-    /// The number of `color`; what shines through a translucent one is white paper. 0, the
-    /// reader's own colour, when there are too many.
+    /// The number of `color`; a translucent colour is blended with white. 0, the reader's own
+    /// colour, if there are too many.
     [[nodiscard]] int color(const QColor &color);
 
     [[nodiscard]] RtfListTable &lists() { return _lists; }
 
-    /// The head's bytes, from the opening brace of the document on.
+    /// The header's bytes, from the opening brace of the document on.
     [[nodiscard]] QByteArray bytes() const;
 
     static QString defaultFontFamily() { return QStringLiteral("Verdana"); }
     static constexpr int defaultFontHalfPoints = 24;
 
-    /// The size of a heading of `level` 1 to 6.
+    /// The font size of a heading of `level` 1 to 6.
     static int headingHalfPoints(int level);
 
 private:

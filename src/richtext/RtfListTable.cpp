@@ -8,7 +8,7 @@ namespace pelorinnews {
 
 namespace {
 
-// The most that common word processors keep of a document.
+// The most lists that common word processors keep in a document.
 constexpr std::size_t mostLists = 2000;
 constexpr int deepestLevel = 8;
 constexpr int twipsPerIndent = 40 * twipsPerPixel;

@@ -9,23 +9,23 @@
 
 namespace pelorinnews {
 
-/// The lists of an RTF document. Each numbered list of the page, nested ones included, is a list of
-/// its own here, so that every numbering counts by itself, and so is the rest of one that goes on
-/// with another number. Bulleted ones of the same kind and depth share an entry.
+/// The lists of an RTF document. Each numbered list of the page, nested ones included, gets its own
+/// entry, so that each counts by itself. If its numbering jumps or its marker changes, it continues
+/// in a new entry. Bulleted lists of the same kind and depth share an entry.
 class RtfListTable {
 public:
-    /// The number of the list that `item` goes into, from 1, for the body's `\ls`; 0 when there are
-    /// too many and for numbers that RTF does not count, below 0 or downwards: then the item has to
-    /// carry its number as text. Items come in the page's order.
+    /// The number, from 1, of the list that `item` belongs to, for `\ls` in the body. 0 if there
+    /// are too many lists, or if RTF cannot count the item's number (below 0 or downwards): then
+    /// write the number as text. Pass the items in the page's order.
     [[nodiscard]] int number(const PageListItem &item);
 
-    /// How deep the list lies, 0 to 8, for `\ilvl`.
+    /// Nesting depth of the list, 0 to 8, for `\ilvl`.
     static int level(const PageListItem &item);
 
-    /// How far before their text the items' markers stand, in twips.
+    /// Distance from a marker to the text of its item, in twips.
     static constexpr int markerWidth = 360;
 
-    /// Both tables' bytes; empty without lists.
+    /// The bytes of the list table and the list override table; empty without lists.
     [[nodiscard]] QByteArray bytes() const;
 
 private:

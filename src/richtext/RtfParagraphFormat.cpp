@@ -11,7 +11,7 @@ namespace pelorinnews {
 
 namespace {
 
-// 22 inches: the most that readers take for a length on a page.
+// 22 inches in twips: the longest length on a page that readers accept.
 constexpr int longest = 31680;
 constexpr int twipsPerIndent = 40 * twipsPerPixel;
 
@@ -27,7 +27,7 @@ const char *alignment(Qt::Alignment alignment, bool rightToLeft) {
         return "\\qc";
     if (alignment & Qt::AlignJustify)
         return "\\qj";
-    // Left stands for the side where lines begin, unless it is meant literally.
+    // `AlignLeft` means the side where lines begin, unless `AlignAbsolute` is set.
     const bool mirrored = rightToLeft && !(alignment & Qt::AlignAbsolute);
     const bool right = (alignment & Qt::AlignRight) != 0;
     return right != mirrored ? "\\qr" : "\\ql";
@@ -46,8 +46,8 @@ void appendIndents(QByteArray &out, int left, int first, int right) {
     }
 }
 
-/// The list's control words, then the item's marker as text: for readers without lists, or for
-/// every reader where the list has no entry in the table.
+/// The list's control words, then the item's marker as text: for readers without list support, or
+/// for all readers if the list has no entry in the table.
 QByteArray listItem(const PageListItem &item, RtfHeader &header) {
     const int number = header.lists().number(item);
     QByteArray out;
@@ -102,7 +102,7 @@ QByteArray rtfParagraphFormat(const QTextBlock &block, const RtfParagraphPlace &
         appendIndents(out, left, twips(format.textIndent()), right);
         return out + ' ';
     }
-    // In a cell, an item may lie in a list that is around the table.
+    // An item in a cell may belong to a list that encloses the table.
     const int text = std::max(left, twipsPerIndent);
     appendIndents(out, text, -RtfListTable::markerWidth, right);
     appendRtfWord(out, "\\tx", text);

@@ -8,21 +8,20 @@ namespace pelorinnews {
 class RtfHeader;
 struct PageListItem;
 
-/// What a paragraph's place in the document decides.
+/// The formatting that depends on a paragraph's place in the document.
 struct RtfParagraphPlace {
-    /// The item of a list that begins with it; null for none.
+    /// The list item that begins with the paragraph; null if none does.
     const PageListItem *item = nullptr;
-    /// In how many tables it lies.
+    /// Table nesting depth; 0 outside tables.
     int tableDepth = 0;
-    /// The space that the paragraph before leaves below itself, in twips; the larger of both
-    /// counts, as on a page.
+    /// Space below the previous paragraph, in twips. Margins collapse, as in HTML: only the larger
+    /// of this and the paragraph's own space above counts.
     int spaceBefore = 0;
-    /// The colour behind it unless it has its own; invalid for none.
+    /// Background colour, unless the paragraph has its own; invalid for none.
     QColor background;
 };
 
-/// What comes before a paragraph's text: its control words, in a list with the item's marker, and
-/// the delimiter.
+/// The start of a paragraph: its control words, for a list item also its marker, and the delimiter.
 [[nodiscard]] QByteArray rtfParagraphFormat(const QTextBlock &block, const RtfParagraphPlace &place,
                                             RtfHeader &header);
 

@@ -7,9 +7,9 @@ namespace pelorinnews {
 
 struct PagePicture;
 
-/// `picture` as an RTF picture; empty if its image is null. `size` is how large it is to be shown,
-/// in CSS pixels; a side of 0 or less follows from the picture. PNG and JPEG go as they are, other
-/// kinds as PNG.
+/// `picture` as an RTF picture; empty if its image is null. `size` is the display size in CSS
+/// pixels; a side of 0 or less is derived from the picture. PNG and JPEG files are embedded
+/// unchanged, other kinds are converted to PNG.
 [[nodiscard]] QByteArray rtfPicture(const PagePicture &picture, QSizeF size);
 
 }  // namespace pelorinnews

@@ -21,11 +21,11 @@ int tableWidth(const QTextTableFormat &format, int room) {
         width = length.rawValue() * twipsPerPixel;
     else if (length.type() == QTextLength::PercentageLength)
         width = length.rawValue() / 100 * room;
-    // Wider than the room is cut off by readers, so it gives way.
+    // Readers cut off a table that is wider than the available width, so limit it.
     return width > 0 && width < room ? static_cast<int>(width) : room;
 }
 
-/// The width that a column asks for, or 0.
+/// The width that a column requests, in twips; 0 if it requests none.
 double askedWidth(const QTextLength &length, int width) {
     if (length.type() == QTextLength::FixedLength)
         return std::clamp(length.rawValue() * twipsPerPixel, 0.0, 1.0 * width);
@@ -68,7 +68,7 @@ const char *lineStyle(QTextFrameFormat::BorderStyle style) {
 void appendBorder(QByteArray &out, double pixels, QTextFrameFormat::BorderStyle style,
                   const QBrush &brush, RtfHeader &header) {
     out += lineStyle(style);
-    // Readers take at most 75 twips for a line.
+    // Readers accept at most 75 twips for the width of a line.
     appendRtfWord(out, "\\brdrw",
                   static_cast<int>(std::lround(std::clamp(pixels * twipsPerPixel, 1.0, 75.0))));
     if (isVisible(brush))
@@ -102,7 +102,8 @@ RtfTableGrid::RtfTableGrid(const QTextTable &table, int room) : _table(table) {
         column = std::max<double>(column > 0 ? column : share, narrowestColumn);
         total += column;
     }
-    // Columns that ask for more than there is shrink alike; a table of many small ones grows.
+    // If the columns request more than the available width, all shrink in proportion; a table with
+    // many narrow columns grows.
     const double least = static_cast<double>(columns) * narrowestColumn;
     const double scale = std::max<double>(width, least) / total;
     double edge = 0;

@@ -9,10 +9,10 @@ namespace pelorinnews {
 
 class RtfHeader;
 
-/// Where the columns of a table lie, and the RTF definition of its rows.
+/// The column positions of a table, and the RTF definition of its rows.
 class RtfTableGrid {
 public:
-    /// `width` is the room there is, in twips. The table outlives the grid.
+    /// `width` is the available width, in twips. The table must outlive the grid.
     RtfTableGrid(const QTextTable &table, int width);
 
     /// The definition of row `row`, from `\trowd` to the last `\cellx`.

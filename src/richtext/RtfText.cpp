@@ -6,7 +6,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// What stands for a character that has a control word, or null.
+/// The control word for a character, or null if it has none.
 const char *controlWord(char16_t unit) {
     switch (unit) {
         case u'\t':
