@@ -23,7 +23,7 @@ QString address(const QString &base, const QString &locale, const QString &type)
 }
 
 QString text(const QByteArray &body) {
-    // A decoder with state would hold back the bytes of a cut last character without a word.
+    // A stateful decoder would silently hold back the bytes of a truncated last character.
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless |
                                                      QStringDecoder::Flag::ConvertInitialBom);
     QString decoded = decoder.decode(body);

@@ -9,24 +9,24 @@
 
 #include <optional>
 
-/// What passes between the panel and the feed service.
+/// Builds the feed service's URL and interprets its response.
 namespace pelorinnews::FeedDownload {
 
-/// The address to ask. A base address that ends in ".xml" is a file and stands alone; any other
-/// gets a query of those of the two values that are present and not empty, each as it stands: the
-/// service reads its query as it is put together here, "?&" and no percent-encoding.
+/// The URL to request. A base URL that ends in ".xml" is a file and is used alone. Any other gets a
+/// query with those of `locale` and `type` that are not empty, appended verbatim: the service
+/// expects exactly this form, with "?&" and without percent-encoding.
 [[nodiscard]] QString address(const QString &base, const QString &locale, const QString &type);
 
-/// The text of a body, kept whole: a byte-order mark is the reader's to pass over. Null where the
-/// bytes are not UTF-8; not null, if empty, for an empty body.
+/// A body decoded as UTF-8. A byte-order mark is kept; the parser skips it. Null if the bytes are
+/// not UTF-8; empty, not null, for an empty body.
 [[nodiscard]] QString text(const QByteArray &body);
 
-/// The domain of the errors that the panel makes of its own accord.
+/// Domain of the errors that the panel itself creates.
 [[nodiscard]] QString errorDomain();
 
-/// Why an answer gives no feed to read; absent where its data are to be read. A status of 400 or
-/// more (domain "HTTP Property Status Code") goes before the transport's error, and that before
-/// any data; an answer with neither data nor error is an error of `errorDomain()`, code -4.
+/// Why a response gives no feed; absent if its data should be parsed. A status of 400 or more
+/// (domain "HTTP Property Status Code") takes precedence over the transport's error, and that over
+/// any data. A response with neither data nor error gives an error of `errorDomain()`, code -4.
 [[nodiscard]] std::optional<Error> downloadError(const std::optional<UrlResponse> &response,
                                                  const std::optional<QByteArray> &data,
                                                  const std::optional<Error> &connectionError);

@@ -7,14 +7,15 @@
 
 namespace pelorinnews {
 
-/// Fingerprint of a downloaded feed: size, two randomly seeded hashes, date locale. Two of one
-/// process are equal where the same bytes would give the same items.
+/// Fingerprint of a downloaded feed: size, two randomly seeded hashes, date locale. Valid within
+/// one process, because the seeds are random. Equal if bytes and date locale are equal, so that
+/// parsing gives the same items.
 class FeedFingerprint {
 public:
-    /// Equal to the fingerprint of no bytes at all.
+    /// Matches no feed: differs from the fingerprint of any bytes, even of zero bytes.
     FeedFingerprint() = default;
 
-    /// Dates are read in the user's locale of this moment.
+    /// Includes the user's current date locale, in which the dates are read.
     explicit FeedFingerprint(QByteArrayView bytes);
 
     friend bool operator==(const FeedFingerprint &, const FeedFingerprint &) = default;

@@ -9,9 +9,9 @@
 
 namespace pelorinnews {
 
-/// What the filter asks of each item of a list, side by side in memory and read from the items
-/// once: asking 100,000 items themselves, each with its own guards, takes longer than a main
-/// thread may be kept waiting. Never changed; the items must not be either.
+/// The fields that the filter needs from each item of a list, read once and contiguous in memory.
+/// Reading them from 100,000 items, each with its own lock, would block the main thread too long.
+/// Immutable; the items must not change either.
 class ItemIndex {
 public:
     static constexpr qint64 undated = std::numeric_limits<qint64>::min();
@@ -20,7 +20,7 @@ public:
     struct Entry {
         /// The item's date in milliseconds since the epoch, or `undated`.
         qint64 instant;
-        /// The place of the item's category among `categories`, or `uncategorized`.
+        /// Index of the item's category in `categories`, or `uncategorized`.
         qint32 category;
     };
 
@@ -29,7 +29,7 @@ public:
     [[nodiscard]] const OlvNewsItemListRef &items() const { return listed; }
     /// One for each item, in the order of the list.
     [[nodiscard]] const std::vector<Entry> &entries() const { return indexed; }
-    /// The different categories.
+    /// The distinct categories.
     [[nodiscard]] const std::vector<QString> &categories() const { return found; }
 
 private:

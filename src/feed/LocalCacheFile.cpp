@@ -16,7 +16,7 @@ namespace {
 constexpr char16_t byteOrderMark = u'\uFEFF';
 constexpr char16_t swappedByteOrderMark = u'\uFFFE';
 constexpr qint64 unitSize = sizeof(char16_t);
-/// Of a text of ASCII and its mark: no other text takes more UTF-16 for its UTF-8.
+/// In bytes: an ASCII text, which takes the most UTF-16 per byte of UTF-8, and the mark.
 constexpr qint64 largestFile = unitSize * (LocalCacheFile::longestText + 1);
 
 Error noPath() {
@@ -24,7 +24,7 @@ Error noPath() {
                            QStringLiteral("There is no local cache folder"));
 }
 
-/// How many bytes are turned from UTF-8 into UTF-16 at a time.
+/// How many bytes are converted from UTF-8 to UTF-16 at a time.
 constexpr qsizetype pieceSize = qsizetype(256) * 1024;
 
 bool writeUnits(FileReplacement &file, QStringView text) {
@@ -32,8 +32,8 @@ bool writeUnits(FileReplacement &file, QStringView text) {
 }
 
 bool writeText(FileReplacement &file, QByteArrayView utf8) {
-    // A mark of the text's own is part of the text. The decoder's state carries a character that
-    // two pieces share from one to the next.
+    // A byte-order mark inside the text is part of the text. The decoder is stateful, because a
+    // character may be split between two pieces.
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
     if (!writeUnits(file, QStringView(&byteOrderMark, 1)))
         return false;
@@ -46,7 +46,7 @@ bool writeText(FileReplacement &file, QByteArrayView utf8) {
     return true;
 }
 
-/// Reads straight into the text's own memory: a big feed is in memory once.
+/// Reads directly into the string's buffer, so that a big feed is in memory only once.
 std::optional<QString> readUnits(RegularFile &file, qint64 count, Error *error) {
     QString text(count, Qt::Uninitialized);
     if (!file.read(reinterpret_cast<char *>(text.data()), count * unitSize, error))
@@ -58,7 +58,7 @@ std::optional<QString> readUnits(RegularFile &file, qint64 count, Error *error) 
 qint64 utf8Size(QStringView text) {
     qint64 size = 0;
     for (const QChar unit : text) {
-        // Both halves of a pair together are four bytes.
+        // A surrogate pair takes four bytes, so each half counts two.
         const qint64 ofUnit = unit < u'\u0080' ? 1 : unit < u'\u0800' || unit.isSurrogate() ? 2 : 3;
         size += ofUnit;
     }

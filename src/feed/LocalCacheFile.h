@@ -12,13 +12,13 @@
 
 namespace pelorinnews {
 
-/// The file that keeps the text of the feed last downloaded: UTF-16 after a byte-order mark, in the
+/// The file that caches the text of the last downloaded feed: a byte-order mark, then UTF-16 in the
 /// byte order of the machine that wrote it, and nothing else. It is a regular file, or a symbolic
-/// link to one, which stays a link.
+/// link to one; the link stays a link.
 ///
-/// Operations may run on any thread, several at once on one file included: a reader sees one whole
-/// text, of several writers the last one stays. Errors are of the domain "QFileDevice", with the
-/// code of `QFileDevice::FileError` and a text for people.
+/// Thread-safe, even with several operations at once on one file: a reader sees one complete text,
+/// and the last of several writers wins. Errors have the domain "QFileDevice", a code from
+/// `QFileDevice::FileError` and a human-readable text.
 class LocalCacheFile {
 public:
     using Stamp = FileStamp;
@@ -26,26 +26,26 @@ public:
     /// The longest text that can be read, in bytes of UTF-8: no feed is longer.
     static constexpr qint64 longestText = NetworkUrlLoader::defaultLongestBody;
 
-    /// A null path is a file that can be neither written nor read.
+    /// With a null path, every read and write fails.
     explicit LocalCacheFile(QString path) : filePath(std::move(path)) {}
 
-    /// Replaces the file by the text of these bytes, which must be UTF-8, in one step, and returns
-    /// the stamp of exactly this text: it is not the file's any more once another writer came. A
-    /// failure leaves the earlier file as it was and returns nothing, with `error` set. Takes no
-    /// memory to speak of.
+    /// Atomically replaces the file by the text of these bytes, which must be UTF-8. Returns the
+    /// stamp of exactly this text; if another writer has replaced the file since, the file's stamp
+    /// differs. On failure leaves the earlier file as it was and returns nothing, with `error` set.
+    /// Converts the text in pieces, so it needs little memory.
     [[nodiscard]] std::optional<Stamp> write(QByteArrayView utf8, Error *error) const;
 
-    /// Nothing where there is no regular file, or it may not be read.
+    /// Nothing if there is no regular file, or it may not be read.
     [[nodiscard]] std::optional<Stamp> stamp() const;
 
-    /// Sets the time of last modification to now where the file is still `before`, and returns its
-    /// new stamp; nothing where it is another file, or cannot be touched.
+    /// Sets the modification time to now if the file still has the stamp `before`, and returns its
+    /// new stamp. Nothing if the file differs or cannot be touched.
     [[nodiscard]] std::optional<Stamp> touchIfUnchanged(const Stamp &before) const;
 
-    /// The text of the file, not null even where it is empty, or nothing with `error` set. A file
-    /// that is not whole UTF-16 is unreadable: no byte-order mark (an empty file included), an odd
-    /// number of bytes, a lone surrogate. So is one whose text is longer than `longestText`. A mark
-    /// in the other byte order is honoured.
+    /// The text of the file, or nothing with `error` set. An empty text is not null. Fails for a
+    /// file that is not valid UTF-16: no byte-order mark (an empty file included), an odd number of
+    /// bytes, a lone surrogate. Also fails for a text longer than `longestText`. A mark in the
+    /// opposite byte order is honoured.
     [[nodiscard]] std::optional<QString> read(Error *error) const;
 
 private:

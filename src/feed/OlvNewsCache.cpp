@@ -82,8 +82,8 @@ void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
 }
 
 std::optional<Error> OlvNewsCache::takeFeed(const QByteArray &body) {
-    // The bytes go to the parser and the file without ever being one text: of a big feed, that text
-    // would be the largest thing in memory. Bytes that are no text are an absent one.
+    // The parser and the file get the bytes, never one decoded string: for a big feed, that string
+    // would be the largest object in memory. Bytes that are not UTF-8 count as an absent text.
     const FeedFingerprint fingerprint{QByteArrayView(body)};
     if (isInPlace(fingerprint))
         return std::nullopt;
@@ -94,7 +94,7 @@ std::optional<Error> OlvNewsCache::takeFeed(const QByteArray &body) {
              fingerprint);
     if (!feedItems())
         return parseError;
-    // What was downloaded is kept even where it did not parse.
+    // Write the download to the file even if it did not parse.
     if (!isText)
         return std::nullopt;
     Error writeError;
@@ -106,7 +106,7 @@ std::optional<Error> OlvNewsCache::takeFeed(const QByteArray &body) {
 }
 
 bool OlvNewsCache::isInPlace(const FeedFingerprint &fingerprint) {
-    // Most downloads bring what is there already, and then reading it and writing it again would
+    // Cache hit: most downloads bring the same bytes again. Parsing and writing them again would
     // change nothing but the file's date.
     const Written written = _written.get();
     if (_retrieved.get().fingerprint != fingerprint || written.fingerprint != fingerprint)

@@ -28,11 +28,11 @@ namespace pelorinnews {
 using RefreshCompletion = std::function<void(const std::optional<Error> &error)>;
 
 /// Holds the news items: asks the feed service for the feed, parses it, keeps a copy of its text in
-/// a file of the user's, and falls back to that file when a download fails. A failed download never
-/// empties the news.
+/// a file in the user's data folder, and falls back to that file when a download fails. A failed
+/// download never removes the items.
 ///
-/// Always held by a `std::shared_ptr`. Everything may be called from any thread, several at once;
-/// the last reference may be dropped on any thread.
+/// Always owned by a `std::shared_ptr`. Thread-safe; the last reference may be released on any
+/// thread.
 ///
 /// Errors of `refresh`:
 /// - "com.Olvane.PelorinNews.NewsCache.ErrorDomain": -2 no base address, -3 no request, -4 the
@@ -41,10 +41,10 @@ using RefreshCompletion = std::function<void(const std::optional<Error> &error)>
 /// - otherwise the transport's.
 class OlvNewsCache : public std::enable_shared_from_this<OlvNewsCache> {
 public:
-    /// How long a download may stand still.
+    /// Timeout of a download that makes no progress.
     static constexpr int requestTimeoutSeconds = 60;
 
-    /// Makes an empty cache and the folder of its file.
+    /// Creates an empty cache, and the folder of its file.
     explicit OlvNewsCache(std::shared_ptr<UrlLoader> loader = UrlLoader::shared());
     OlvNewsCache(const OlvNewsCache &) = delete;
     OlvNewsCache &operator=(const OlvNewsCache &) = delete;
@@ -59,18 +59,20 @@ public:
     void setLogger(std::shared_ptr<OlvLogger> logger) { _logger.set(std::move(logger)); }
 
     /// Starts a download and returns at once. `completion`, which may be empty, is called on the
-    /// download queue when the items are in place, or on this thread before `refresh` returns when
-    /// there is nothing to ask. The cache and the completion live at least until then.
+    /// download queue when the items are in place, or on the calling thread before `refresh`
+    /// returns if there is no URL to request. The cache and the completion stay alive at least
+    /// until then.
     ///
-    /// A refresh that is under way when the application ends is dropped, without its completion.
+    /// A refresh that is in progress when the application ends is abandoned: its completion is not
+    /// called.
     virtual void refresh(RefreshCompletion completion);
 
     /// Replaces the items and the retrieved language by those of the feed `text` and returns true,
-    /// or keeps what is there and returns false. `error` may get an error either way: a feed that
-    /// breaks off after its language still gives the items before.
+    /// or keeps the current ones and returns false. `error` may be set in both cases: a feed that
+    /// breaks off after its language still gives the items before that point.
     bool parseFeed(const QString &text, Error *error);
 
-    /// Whether a download is under way. With several at once, the first that ends clears it.
+    /// Whether a download is in progress. With several at once, the first that ends clears it.
     [[nodiscard]] bool retrievingContent() const { return _retrievingContent; }
 
     /// The number of items.
@@ -82,25 +84,25 @@ public:
     /// The item at `index` in feed order, or null when there is none.
     [[nodiscard]] virtual std::shared_ptr<OlvNewsCacheItem> itemAtIndex(quint64 index);
 
-    /// The address to ask, or nothing without a base address: the base alone when it ends in
-    /// ".xml", else with its query. Overridable, so that a cache may refuse to ask.
+    /// The URL to request, or nothing without a base URL: the base alone if it ends in ".xml", else
+    /// with its query. Virtual, so that a subclass may refuse to request.
     [[nodiscard]] virtual std::optional<QUrl> feedRequest() const;
 
-    /// Finds or makes the folder of the cache file. Without one, the cache works from memory.
+    /// Finds or creates the folder of the cache file. Without one, the cache works from memory.
     void initializeLocalCache();
 
 protected:
-    /// Puts what a parser gave in place and returns true; without a result keeps what is there,
-    /// logs `place` as where the parse error is, and returns false.
+    /// Installs a parser's result and returns true. Without a result keeps the current items, logs
+    /// `place`, the address of the parse error, and returns false.
     bool keepFeed(const std::optional<QVariantMap> &feed, const Error *place,
                   const FeedFingerprint &fingerprint = {});
 
-    /// What one successful parse gave; replaced as a whole, never changed in place.
+    /// The result of one successful parse; replaced as a whole, never changed in place.
     struct Retrieved {
         OlvNewsItemListRef _feedItems;
         QString _retrievedLocale;
         std::shared_ptr<const ItemIndex> index;
-        /// Of the download that gave all this; of none where it came another way.
+        /// Fingerprint of the download; the default one if the items come from elsewhere.
         FeedFingerprint fingerprint{};
     };
     GuardedSlot<Retrieved> _retrieved;
@@ -125,7 +127,7 @@ private:
     GuardedSlot<QString> _feedType;
     GuardedSlot<QString> _desiredLocale;
     GuardedSlot<QString> _localCacheFileName;
-    /// The file as it was left when a download's text had been written into it.
+    /// The cache file as it was after a download's text had been written into it.
     struct Written {
         FeedFingerprint fingerprint;
         LocalCacheFile::Stamp stamp;

@@ -22,9 +22,9 @@ std::optional<qint64> instantOf(const OlvNewsCacheItem &item) {
 /// The conditions of one filter run.
 struct Conditions {
     QStringList categories;
-    /// A floating-point number, because an age may be infinite, or none at all.
+    /// Milliseconds since the epoch. Floating-point, because an age may be infinite or NaN.
     std::optional<double> cutOff;
-    /// May be `ItemIndex::undated`: nothing is later than a last viewing that is not set.
+    /// May be `ItemIndex::undated`: if the last viewing is not set, no item is later.
     std::optional<qint64> lastViewing;
 
     [[nodiscard]] bool none() const { return categories.isEmpty() && !cutOff && !lastViewing; }
@@ -83,8 +83,8 @@ void OlvNewsCacheFiltered::refresh(RefreshCompletion completion) {
 }
 
 void OlvNewsCacheFiltered::applyFilter() {
-    // Every change comes before its own run takes a number, so the run with the highest number has
-    // seen all changes: an older run that ends after it must not replace its view.
+    // Each change happens before its own run takes a number, so the run with the highest number has
+    // seen all changes. An older run that ends later is stale: it must not replace the view.
     const quint64 run = ++_filterRuns;
 
     Conditions conditions;
@@ -118,7 +118,7 @@ std::shared_ptr<OlvNewsCacheItem> OlvNewsCacheFiltered::itemAtIndex(quint64 inde
         return nullptr;
     const std::shared_ptr<OlvNewsCacheItem> &item = (*items)[index];
     if (const std::optional<qint64> instant = instantOf(*item)) {
-        // Another thread may move it at the same time: the latest date stays.
+        // Another thread may move it concurrently: the latest date wins.
         qint64 viewed = _lastViewing;
         while (viewed != ItemIndex::undated && viewed < *instant &&
                !_lastViewing.compare_exchange_weak(viewed, *instant)) {

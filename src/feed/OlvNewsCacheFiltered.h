@@ -10,22 +10,22 @@
 namespace pelorinnews {
 
 /// The news cache as the window sees it: only the items that meet every condition of the filter, in
-/// feed order, and with the moment the user last looked at the news.
+/// feed order, plus the time at which the user last viewed the news.
 ///
-/// Each change of the filter, and each refresh that leaves items, filters anew; when the call that
-/// changed something returns, the view shows the change, whatever other threads do meanwhile.
-/// Comparing with a date that is absent never holds: an item without a date meets no condition on
-/// dates, and without a last viewing no item counts as unviewed.
+/// Each change of the filter, and each refresh after which there are items, runs the filter again.
+/// When the changing call returns, the view shows the change, even if other threads change the
+/// filter concurrently. Comparing with an absent date is always false: an item without a date meets
+/// no condition on dates, and without a last viewing no item counts as unviewed.
 class OlvNewsCacheFiltered : public OlvNewsCache {
 public:
-    /// Tells the present time.
+    /// Returns the current time.
     using Clock = std::function<QDateTime()>;
 
     explicit OlvNewsCacheFiltered(std::shared_ptr<UrlLoader> loader = UrlLoader::shared(),
                                   Clock clock = QDateTime::currentDateTimeUtc);
 
-    /// Refreshes and filters anew before `completion` (which may be empty) is called, even when
-    /// the download failed. An empty feed leaves the view as it was.
+    /// Refreshes, and runs the filter again before `completion` (which may be empty) is called,
+    /// even if the download failed. An empty feed leaves the view as it was.
     void refresh(RefreshCompletion completion) override;
 
     /// The number of items in the view; 0 before the first filter run.
@@ -34,9 +34,9 @@ public:
     /// The number of all items.
     [[nodiscard]] quint64 unfilteredCount() const { return OlvNewsCache::count(); }
 
-    /// The item at `index` of the view, or null when there is none. It counts as viewed from now
-    /// on, with every older item: a last viewing that is set moves forward to its date. The view
-    /// stays as it is until the next filter run.
+    /// The item at `index` of the view, or null when there is none. Marks it and every older item
+    /// as viewed: a last viewing that is set moves forward to its date. The view does not change
+    /// until the next filter run.
     [[nodiscard]] std::shared_ptr<OlvNewsCacheItem> itemAtIndex(quint64 index) override;
 
     /// The item of the view with the latest date, the first of several; the first item when none
@@ -46,13 +46,13 @@ public:
     /// Builds the view from all items.
     void applyFilter();
 
-    /// Keeps only items whose category contains every one of these texts, each taken as it stands
-    /// (quotes too), case counting. The empty text is contained in every category that is present.
+    /// Keeps only items whose category contains every one of these texts, literally (quotes too)
+    /// and case-sensitively. Every category that is present contains the empty text.
     void setCategoriesOfInterest(const QStringList &categories);
 
     /// Keeps only items dated later than this many seconds ago; 0 is no limit. A negative age keeps
-    /// items that far in the future, an infinite one all items with a date (negative: none), one
-    /// that is not a number none.
+    /// only items dated that far in the future, infinity keeps all items with a date, negative
+    /// infinity and NaN keep none.
     void setFilterTimeInterval(double seconds);
 
     /// Keeps only items dated later than the last viewing.

@@ -13,9 +13,9 @@ namespace pelorinnews {
 
 /// One entry of the news feed.
 ///
-/// Any field may be absent (a null text, an invalid date), and all are in a new item; an empty text
-/// is present. Each field may be read and set from any thread; there is no guard over the item as a
-/// whole. Two items are never equal: an item is who it is.
+/// Any field may be absent (a null text, an invalid date), and in a new item all are; an empty text
+/// is present. Each field may be read and set from any thread; no lock covers several fields
+/// together. Items have identity: two items are never equal.
 class OlvNewsCacheItem {
 public:
     OlvNewsCacheItem() = default;
@@ -53,7 +53,7 @@ private:
         return field;
     }
 
-    /// What was there goes after the lock is released.
+    /// The old value is destroyed after the lock is released.
     template <class T>
     void set(T &field, T value) {
         const std::lock_guard lock(_mutex);
@@ -65,7 +65,7 @@ private:
     QString _htmlContent;
     QString _plainTextContent;
     QString _category;
-    /// One for all fields, and Qt's, which takes 8 bytes: a feed may have 100,000 items.
+    /// One for all fields, and a QMutex, which takes 8 bytes: a feed may have 100,000 items.
     mutable QMutex _mutex;
 };
 

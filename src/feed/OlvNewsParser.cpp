@@ -10,11 +10,11 @@ namespace {
 
 constexpr auto datePattern = "EEE, dd LLL yyyy HH:mm:ss zzz";
 
-/// A feed has a handful of different categories; what comes on top of this many is not shared.
+/// A feed has a handful of different categories; beyond this many, they are not shared.
 constexpr qsizetype mostSharedCategories = 256;
 
-/// What `utf8` reads, of exactly its size in memory; empty, never null, for empty bytes.
-/// `QString::fromUtf8` would swallow a leading byte-order mark.
+/// Decodes `utf8` into a string without spare capacity; empty, never null, for empty bytes.
+/// `QString::fromUtf8` would drop a leading byte-order mark.
 QString textFromUtf8(std::string_view utf8) {
     const auto size = static_cast<qsizetype>(utf8.size());
     if (size == 0)
@@ -115,7 +115,7 @@ void OlvNewsParser::parserDidEndElement(std::string_view name) {
     if (!_currentItem)
         return;
     if (name == "item") {
-        // Only an item with an empty description is left out, and no description is ever empty.
+        // No check for an empty `description()`, which would leave the item out: it is never empty.
         _feedItems->push_back(std::move(_currentItem));
         _currentItem.reset();
     } else if (name == "pubDate") {

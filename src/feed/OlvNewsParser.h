@@ -17,7 +17,7 @@ namespace pelorinnews {
 
 class DateFormatter;
 
-/// The entries of a parser's result: the feed's language, a `QString`, and its items, a
+/// The keys of a parser's result: the feed's language, a `QString`, and its items, a
 /// `std::shared_ptr<OlvNewsItemList>` in the order of the feed.
 inline const QString OlvNewsFeedChannelLanguageKeyName =
     QStringLiteral("OlvNewsFeedChannelLanguageKeyName");
@@ -26,30 +26,31 @@ inline const QString OlvNewsFeedNewsCacheItemsKeyName =
 
 /// Turns the text of a feed into the feed's language and its items.
 ///
-/// Elements count by their exact name, wherever they stand; the last one of a kind wins. A parser
-/// is used for one parse and then dropped: its list of items is emptied by the next one. It belongs
-/// to one thread at a time. A character section that is not UTF-8 is reported through Qt's log.
+/// Elements are recognised by their exact name, at any depth; the last one of a kind wins. Use a
+/// parser for one parse only: the next parse would empty the list of items that the previous one
+/// returned. One thread at a time. A CDATA section that is not UTF-8 is skipped, with a warning in
+/// Qt's log.
 class OlvNewsParser final : public XmlReaderDelegate {
 public:
-    /// How many items a feed may have. The beginning of one more is a fatal error of the document.
+    /// How many items a feed may have. The start tag of one more is a fatal parse error.
     static constexpr std::size_t mostItems = 100'000;
-    /// The reason that this error gives.
+    /// The text of that error.
     [[nodiscard]] static QString tooManyItems();
 
-    /// Dates are read in the user's locale, or in `dateLocale` where one is given.
+    /// Dates are read in the user's locale, or in `dateLocale` if it is not empty.
     explicit OlvNewsParser(QString dateLocale = {});
     ~OlvNewsParser() override;
     OlvNewsParser(const OlvNewsParser &) = delete;
     OlvNewsParser &operator=(const OlvNewsParser &) = delete;
 
-    /// The language and the items under the keys above; absent when the text is absent
-    /// or names no language. A document that breaks half-way gives what was complete before. Where
-    /// it breaks and `error` is given, the error is stored there, result or not; else `error` is
-    /// left alone.
+    /// The language and the items under the keys above; absent if the text is absent or has no
+    /// language. A malformed document gives the items that were complete before the error. The
+    /// error is stored in `error`, if given, with or without a result; without a parse error,
+    /// `error` is left alone.
     std::optional<QVariantMap> parse(const QString &text, Error *error = nullptr);
 
-    /// The same from the text's UTF-8 bytes, without ever having the text in memory; null bytes
-    /// are an absent text. Bytes that are not UTF-8 break the document where they stand.
+    /// The same from the text's UTF-8 bytes, without decoding the whole text in memory. Null bytes
+    /// are an absent text. Invalid UTF-8 is a parse error at its position.
     std::optional<QVariantMap> parse(QByteArrayView utf8, Error *error = nullptr);
 
     void parserDidStartElement(std::string_view name) override;
@@ -81,8 +82,8 @@ private:
     std::unique_ptr<DateFormatter> _dateFormatter;
     QHash<QByteArray, QString> _categories;
 
-    /// Items that are made together lie next to each other, so that a walk over a long list stays
-    /// in the processor's caches. A block goes when the last of its items is let go.
+    /// Items are allocated in contiguous blocks, so that a walk over a long list stays in the CPU
+    /// caches. A block is freed with the last reference to one of its items.
     using ItemBlock = std::array<OlvNewsCacheItem, 16>;
     std::shared_ptr<ItemBlock> _block;
     size_t _usedOfBlock = 0;
