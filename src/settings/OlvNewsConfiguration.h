@@ -11,17 +11,17 @@
 
 namespace pelorinnews {
 
-/// The panel's nine settings, typed, over the user's preferences. It keeps no value: every read and
-/// every write goes to the preferences, so a value written through one store is seen at once
-/// through every other.
+/// Typed access to the panel's nine settings in the user's preferences. It caches no value: every
+/// read and write goes to the preferences, so a value written through one instance is visible at
+/// once through every other.
 ///
-/// A key without a stored value reads as its default. A stored value that does not convert reads
-/// as no, 0 or absent, as `PreferenceValue` tells; whoever uses a setting decides what that means.
+/// A key without a stored value reads as its default. A stored value that does not convert reads as
+/// false, 0 or absent (see `PreferenceValue`); the caller decides what that means.
 ///
 /// | key                   | type    | default                                            |
 /// |-----------------------|---------|----------------------------------------------------|
 /// | "newsShowOnStart"     | boolean | yes                                                |
-/// | "newsFeedBaseURL"     | text    | a placeholder that answers nowhere                 |
+/// | "newsFeedBaseURL"     | text    | a placeholder address without a server             |
 /// | "newsTypeFilter"      | integer | 1, all types; 2 is critical                        |
 /// | "newsFilter"          | integer | 3, unread; 1 is all, 2 is recent                   |
 /// | "newsFeedLocale"      | text    | the user's first preferred language                |
@@ -31,10 +31,10 @@ namespace pelorinnews {
 /// | "newsFeedType"        | text    | "standard"; the panel never writes it              |
 class OlvNewsConfiguration {
 public:
-    /// Over the running host's preferences, for the user's languages as they are now.
+    /// Uses the running host's preferences and the user's current preferred languages.
     OlvNewsConfiguration();
 
-    /// Over other preferences and languages. An empty list of languages counts as English.
+    /// Uses the given preferences and languages. An empty list of languages counts as English.
     OlvNewsConfiguration(std::shared_ptr<UserDefaults> userDefaults,
                          const QStringList &preferredLanguages);
 
@@ -44,7 +44,7 @@ public:
     [[nodiscard]] QString feedBaseURL() const;
     void setFeedBaseURL(const QString &feedBaseURL);
 
-    /// A stored negative number reads as a huge one, here and in the two other integers.
+    /// A stored negative number reads as a huge one, here and in the two other integer settings.
     [[nodiscard]] quint64 newsTypeFilter() const;
     void setNewsTypeFilter(quint64 newsTypeFilter);
 
@@ -57,11 +57,12 @@ public:
     [[nodiscard]] bool readItemContent() const;
     void setReadItemContent(bool readItemContent);
 
-    /// Never absent: without a date no item would ever count as new, so what is stored and is no
+    /// Never absent: without a date no item would count as new, so a stored value that is not a
     /// date reads as the default.
     [[nodiscard]] QDateTime lastViewing() const;
-    /// Never stores an earlier date than is stored, for another instance of the host may have
-    /// stored it. Writes at once. An invalid date brings the default back.
+    /// Never replaces a later stored date, which another instance of the host may have written.
+    /// Writes a valid date at once. An invalid date removes the stored one, so that the default
+    /// applies again.
     void setLastViewing(const QDateTime &lastViewing);
 
     /// Seconds between two refreshes.
@@ -69,7 +70,7 @@ public:
 
     [[nodiscard]] QString feedType() const;
 
-    /// Removes every stored setting, so that the defaults count again, and writes that at once.
+    /// Removes every stored setting, so that the defaults apply again, and writes the file at once.
     void restoreDefaults();
 
     /// The date before all news: the first instant of the year 1, UTC.

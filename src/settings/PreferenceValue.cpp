@@ -12,7 +12,8 @@ namespace {
 constexpr qint64 largest = std::numeric_limits<qint64>::max();
 constexpr qint64 smallest = std::numeric_limits<qint64>::min();
 
-/// A list of one text comes back from the file as the text, so it is one from the start.
+/// A list of one text comes back from the file as that text, so it reads as that text from the
+/// start.
 QVariant unwrapped(const QVariant &stored) {
     if (stored.typeId() != QMetaType::QStringList)
         return stored;
@@ -59,7 +60,7 @@ QStringView leadingDigits(QStringView text) {
 }
 
 qint64 truncated(double number) {
-    // 2^63 itself is a double, the largest integer is not: hence the comparisons on this side.
+    // 2^63 is a double, the largest qint64 is not. So compare with 2^63.
     if (number >= std::ldexp(1.0, 63))
         return largest;
     if (number < -std::ldexp(1.0, 63))

@@ -4,38 +4,37 @@
 #include <QString>
 #include <QVariant>
 
-/// What a preference reads as, whatever is stored under its key.
+/// Converts what is stored under a preference's key, of whatever type, to a typed value.
 ///
-/// The preferences file keeps booleans and numbers as plain texts, and a list of one text as that
-/// text. So that a value reads the same before and after the file was reread, the conversions to
-/// boolean and integer first turn what is stored into the text that the file would hold, and look
-/// at that text alone:
+/// The preferences file stores booleans and numbers as plain texts, and a list of one text as that
+/// text. A value must read the same before and after the file is reread. So the conversions to
+/// boolean and integer first make the text that the file would hold, and use only that text:
 ///
 /// | stored                    | boolean | integer            | text         | date         |
 /// |---------------------------|---------|--------------------|--------------|--------------|
 /// | nothing                   | false   | 0                  | absent       | absent       |
-/// | boolean yes, text "true"  | true    | 1                  | text alone   | absent       |
-/// | boolean no, text "false"  | false   | 0                  | text alone   | absent       |
-/// | number, or its text       | not 0   | towards zero       | text alone   | absent       |
-/// | "YES", "y", "True", " t"  | true    | 0                  | as it stands | absent       |
-/// | "no", "off", "on", ""     | false   | 0                  | as it stands | absent       |
-/// | "12abc", "1,5"            | true    | 12, 1              | as it stands | absent       |
-/// | "007", "-1", "3.7", "1e3" | true    | 7, -1, 3, 1000     | as it stands | absent       |
-/// | "0", "-0", "0.5", "x1"    | false   | 0                  | as it stands | absent       |
-/// | beyond 64 bits            | true    | largest, smallest  | as it stands | absent       |
-/// | ISO 8601 text             | digits  | leading digits     | as it stands | that instant |
-/// | date                      | false   | 0                  | absent       | as it stands |
+/// | boolean yes, text "true"  | true    | 1                  | text only    | absent       |
+/// | boolean no, text "false"  | false   | 0                  | text only    | absent       |
+/// | number, or its text       | not 0   | towards zero       | text only    | absent       |
+/// | "YES", "y", "True", " t"  | true    | 0                  | unchanged    | absent       |
+/// | "no", "off", "on", ""     | false   | 0                  | unchanged    | absent       |
+/// | "12abc", "1,5"            | true    | 12, 1              | unchanged    | absent       |
+/// | "007", "-1", "3.7", "1e3" | true    | 7, -1, 3, 1000     | unchanged    | absent       |
+/// | "0", "-0", "0.5", "x1"    | false   | 0                  | unchanged    | absent       |
+/// | beyond 64 bits            | true    | largest, smallest  | unchanged    | absent       |
+/// | ISO 8601 text             | digits  | leading digits     | unchanged    | that instant |
+/// | date                      | false   | 0                  | absent       | unchanged    |
 /// | list of one text          | as that text                                               |
 /// | anything else             | false   | 0                  | absent       | absent       |
 ///
-/// "text alone": the text reads as it stands; the boolean or the number itself, which is not text,
-/// reads as absent as long as it was not reread from the file.
+/// "text only": a text reads unchanged. A boolean or a number is not a text, and reads as absent
+/// until the file is reread.
 ///
-/// A text counts as true when it begins, after white space, one sign and zeros, with one of
-/// Y, y, T, t or a digit from 1 to 9.
+/// A text counts as true when it begins, after white space, one sign and zeros, with one of Y, y,
+/// T, t or a digit from 1 to 9.
 namespace pelorinnews::PreferenceValue {
 
-/// Whether writing `value` means removing it: nothing, a null text, an invalid date, or an empty
+/// Whether writing `value` removes the key: for nothing, a null text, an invalid date, or an empty
 /// list, which the file cannot hold.
 [[nodiscard]] bool isAbsent(const QVariant &value);
 

@@ -18,30 +18,30 @@ namespace pelorinnews {
 
 namespace {
 
-/// What QSettings needs beside the file itself: a block for its lock file.
+/// Bytes that QSettings needs besides the file itself: a block for its lock file.
 constexpr qint64 besides = 4096;
-/// How long the file is waited for to restore it, in milliseconds. QSettings never holds it longer.
+/// How long a restore waits for the file's lock, in milliseconds. QSettings never holds it longer.
 constexpr int longestWait = 1000;
 
 QString lockPath(const QString &path) {
     return path + QStringLiteral(".lock");
 }
 
-/// Absent where there is no file, or none that can be read.
+/// Absent if there is no file, or none that can be read.
 std::optional<QByteArray> contentsOf(const QString &path) {
     Error unused;
     return RegularFile::contents(path, SettingsBackup::largestFile, &unused);
 }
 
-/// Whether there is certainly nothing, rather than something that cannot be looked at.
+/// Whether nothing exists at `path`, as opposed to something that cannot be accessed.
 bool isAbsent(const QString &path) {
     struct stat status {};
     return ::stat(QFile::encodeName(path).constData(), &status) != 0 &&
            (errno == ENOENT || errno == ENOTDIR);
 }
 
-/// Whether `bytes` are `keys` keys as QSettings writes them, or more: a line for each, and a
-/// line feed at the end of each. A file that was cut anywhere is not.
+/// Whether `bytes` hold at least `keys` keys as QSettings writes them: a line for each, and a line
+/// feed at the end of each. False for a file that was truncated anywhere.
 bool isWhole(const QByteArray &bytes, qsizetype keys) {
     if (bytes.isEmpty())
         return keys == 0;
@@ -82,7 +82,8 @@ SettingsBackup::Outcome SettingsBackup::check(qsizetype keys) {
         return Outcome::Whole;
     if (now == earlier || !isKept())
         return Outcome::Untouched;
-    // No other process may be writing; without room for the lock, none can.
+    // The lock keeps other processes from writing. On a disk without room for the lock file, they
+    // cannot write either.
     QLockFile lock(lockPath(path));
     static_cast<void>(lock.tryLock(longestWait));
     if (isWhole(contentsOf(path).value_or(QByteArray()), keys))

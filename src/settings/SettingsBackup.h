@@ -7,49 +7,50 @@
 
 namespace pelorinnews {
 
-/// Keeps what a settings file holds while a QSettings object replaces it. QSettings puts a cut or
-/// empty file in place where the disk is full, and reports success: it does not see that the last
-/// bytes could not be written.
+/// Backs up a settings file while a QSettings object replaces it. On a full disk, QSettings leaves
+/// a truncated or empty file and reports success: it does not notice that the last bytes could not
+/// be written.
 ///
-/// The file that is kept is a second name of the same file, so that keeping and restoring it takes
-/// no room; where the file system has no such names, a copy. Any thread, one at a time.
+/// The backup is a hard link, so that making and restoring it takes no disk space; on a file system
+/// without hard links it is a copy. Any thread, one at a time.
 class SettingsBackup {
 public:
-    /// Settings files are some kilobytes. A larger one is neither kept nor restored, and so no
-    /// change of ours is written to it at all.
+    /// In bytes. Settings files are some kilobytes. A larger file is neither backed up nor
+    /// restored, so no change of ours is written to it.
     static constexpr qint64 largestFile = qint64(16) * 1024 * 1024;
 
-    /// Keeps the file at `path`, which is a regular one or none.
+    /// Backs up the file at `path`, which is a regular file or absent.
     explicit SettingsBackup(const QString &path);
     SettingsBackup(const SettingsBackup &) = delete;
     SettingsBackup &operator=(const SettingsBackup &) = delete;
     ~SettingsBackup();
 
-    /// Whether there was no file, or it can be restored.
+    /// Whether the earlier state can be restored: a backup exists, or there was no file.
     [[nodiscard]] bool isKept() const { return wasAbsent || !kept.isEmpty(); }
 
-    /// Whether the file may be replaced by one of about `added` bytes more, and has room for it.
+    /// Whether the file may be replaced, and the disk has room for one that is about `added` bytes
+    /// larger.
     [[nodiscard]] bool hasRoomFor(qint64 added) const;
 
     enum class Outcome {
         /// The file holds everything.
         Whole,
-        /// It is as it was, and lacks something.
+        /// The file lacks some keys and was not restored: it is unchanged, or there is no backup.
         Untouched,
-        /// It had been cut and is again as it was.
+        /// The file was truncated, and the earlier state was restored.
         Restored,
     };
 
-    /// What has become of the file, which should hold `keys` keys now.
+    /// Checks that the file now holds `keys` keys, and restores it if it was truncated. Before
+    /// that, waits at most a second for the file's lock.
     [[nodiscard]] Outcome check(qsizetype keys);
 
 private:
-    void keep();
     void restore();
 
     QString path;
     QByteArray target;
-    /// Absent where there was no file, or none that could be read.
+    /// The earlier contents; absent if there was no file, or none that could be read.
     std::optional<QByteArray> earlier;
     bool wasAbsent;
     QByteArray kept;

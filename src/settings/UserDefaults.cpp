@@ -22,7 +22,8 @@ namespace {
 
 constexpr QLatin1StringView suffix(".conf");
 
-/// The first of `names` that is not empty, made fit to name one folder: slashes lead nowhere.
+/// The first of `names` that is usable as one path component: slashes become spaces, and "." and
+/// ".." are skipped.
 QString firstName(const QStringList &names) {
     for (QString name : names) {
         name.replace(QLatin1Char('/'), QLatin1Char(' '));
@@ -34,9 +35,9 @@ QString firstName(const QStringList &names) {
 
 }  // namespace
 
-/// The preferences that hosts of this process have had. What was set last, often while the host
-/// quits, has no turn of an event loop left to be written in, so the end of the application object
-/// writes it, and the end of the process once more; neither depends on who still holds them.
+/// All preferences opened in this process. Values set last, often while the host quits, get no
+/// further turn of an event loop. So they are written when the application object is destroyed, and
+/// again when the process ends; both work whether or not the preferences are still in use.
 class UserDefaults::OpenStores {
 public:
     std::shared_ptr<UserDefaults> at(const QString &path) {
@@ -134,11 +135,12 @@ void UserDefaults::removeObjectForKey(const QString &key) {
 }
 
 void UserDefaults::setDateUnlessEarlier(const QString &key, const QDateTime &date) {
-    // Between reading and writing no other process may write a later one.
+    // Locked so that no other process writes a later date between our read and our write.
     const QString lockName = store->fileName() + QStringLiteral(".date.lock");
     QLockFile lock(lockName);
     constexpr int longestWait = 1000;
-    // Without a lock it is stored all the same: where no lock file can be made, or is no file.
+    // Store the date even without the lock: if no lock file can be made, if its path is not a
+    // regular file, or on timeout.
     if (QDir().mkpath(QFileInfo(lockName).path()) && RegularFile::isRegularOrAbsent(lockName))
         lock.tryLock(longestWait);
     synchronize();

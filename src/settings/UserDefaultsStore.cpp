@@ -20,13 +20,13 @@ namespace pelorinnews {
 
 namespace {
 
-/// QSettings opens whatever is there, and opening a pipe blocks. In its place comes a path where
-/// there can be nothing.
+/// QSettings opens any kind of file, and opening a pipe blocks. For such a path, returns one where
+/// no file can exist.
 QString usablePath(const QString &path) {
     return RegularFile::isRegularOrAbsent(path) ? path : QStringLiteral("/dev/null") + path;
 }
 
-/// About what a text takes in the file.
+/// Estimated size of a text in the file, in bytes.
 qint64 roomFor(const QString &text) {
     constexpr qint64 atLeast = 64;
     return text.toUtf8().size() + atLeast;
@@ -41,7 +41,8 @@ UserDefaultsStore::UserDefaultsStore(const QString &path)
 }
 
 void UserDefaultsStore::release(UserDefaultsStore *store) {
-    // The main thread may be in this object's event while another drops the last reference.
+    // Another thread may drop the last reference while the main thread is inside this object's
+    // `event`.
     if (store->thread() == QThread::currentThread())
         end(store);
     else
@@ -78,7 +79,8 @@ void UserDefaultsStore::write(const QString &key, const QVariant &newValue) {
     else
         setValue(key, newValue);
     unwritten += roomFor(key) + roomFor(newValue.toString());
-    // QSettings asks for its event once only, until it has written.
+    // QSettings posts its update event only once until it has written, so post it again after a
+    // failed write.
     if (std::exchange(isRefused, false))
         QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
 }
@@ -95,11 +97,12 @@ bool UserDefaultsStore::flush() {
 }
 
 bool UserDefaultsStore::event(QEvent *event) {
-    // Only the turn that writes: another event may be this object's end, lock and all.
+    // Lock only for the event that writes: another event may be the queued `end`, which takes the
+    // lock itself and deletes this object.
     if (event->type() != QEvent::UpdateRequest)
         return QSettings::event(event);
     const std::lock_guard lock(mutex);
-    // What could not be written is not tried again in each turn of the event loop.
+    // After a failed write, do not retry on every turn of the event loop.
     if (!isRefused)
         isRefused = !writeOut();
     return true;
@@ -114,8 +117,8 @@ bool UserDefaultsStore::writeOut() {
         return !isChanged;
     if (isChanged)
         QDir().mkpath(QFileInfo(fileName()).path());
-    // Kept without changes of ours, too: what the host's own QSettings has not written yet is
-    // written as well.
+    // Back up even without changes of our own: `sync` also writes what the host's own QSettings has
+    // not written yet.
     SettingsBackup backup(fileName());
     if (isChanged && !(backup.isKept() && backup.hasRoomFor(unwritten) && keepDamagedFile()))
         return false;
@@ -126,8 +129,8 @@ bool UserDefaultsStore::writeOut() {
         takeBack(wanted);
     if (outcome == SettingsBackup::Outcome::Whole)
         unwritten = 0;
-    // What was restored may lack only what the host's own QSettings has not written yet. By now
-    // this object holds that, too, and would write it unguarded at its end.
+    // A restored file may lack only values that the host's own QSettings has not written yet. But
+    // this object now holds them too, and its destructor would write them unguarded.
     return outcome != SettingsBackup::Outcome::Restored && unwritten == 0;
 }
 
@@ -139,8 +142,8 @@ QVariantMap UserDefaultsStore::everything() const {
     return all;
 }
 
-/// QSettings believes that `wanted` was written: reads what is in the file instead, and sets what
-/// is not.
+/// QSettings believes that `wanted` was written: rereads the file, then sets and removes values
+/// until they match `wanted` again.
 void UserDefaultsStore::takeBack(const QVariantMap &wanted) {
     sync();
     const QVariantMap stored = everything();
@@ -158,7 +161,7 @@ void UserDefaultsStore::takeBack(const QVariantMap &wanted) {
 bool UserDefaultsStore::keepDamagedFile() {
     if (damageLookedFor)
         return true;
-    // Sections are parsed when they are first asked for, and only then is damage known.
+    // QSettings parses a section on first access, and detects damage only then.
     static_cast<void>(allKeys());
     damageLookedFor = status() != QSettings::FormatError || copyDamagedFile();
     return damageLookedFor;

@@ -9,32 +9,31 @@
 
 namespace pelorinnews {
 
-/// A preferences file, with the one lock that guards it and the defaults over which it lies.
+/// A preferences file with its defaults, and the one mutex that guards both.
 ///
-/// A QSettings object writes itself from an event of its thread, when it is synchronized and when
-/// it is destroyed, and destroys its file where the disk has no room. So each of these ways goes
-/// through one function that takes the lock, writes and checks, and restores the file if need be.
-/// Any thread.
+/// A QSettings object writes its file from an event on its thread, on `sync`, and in its
+/// destructor. On a full disk it destroys the file. So all three go through `writeOut`, which runs
+/// under the lock, checks the file after writing, and restores it if necessary. Thread-safe.
 class UserDefaultsStore : public QSettings {
 public:
-    /// Lives on the main thread, where there is an application.
+    /// Lives on the main thread if there is an application object.
     explicit UserDefaultsStore(const QString &path);
 
-    /// Writes and deletes `store`, on its own thread. One that cannot be written is never deleted,
-    /// since it would write on that occasion, room or no room.
+    /// Writes and deletes `store`, on its own thread. A store that cannot be written is leaked on
+    /// purpose: its destructor would write again, even on a full disk.
     static void release(UserDefaultsStore *store);
 
-    /// What is stored, else the default, else an invalid variant.
+    /// The stored value, else the default, else an invalid variant.
     [[nodiscard]] QVariant read(const QString &key) const;
 
-    /// Stores `newValue`; an absent one removes the key. Reaches the file with the next turn of the
-    /// event loop.
+    /// Stores `newValue`; an absent one removes the key. The file is written when the event loop
+    /// next runs.
     void write(const QString &key, const QVariant &newValue);
 
     void addDefaults(const QVariantMap &added);
 
-    /// Writes what is not yet written and reads what others wrote. False where something stays
-    /// unwritten; it is tried again with the next `write` or `flush`.
+    /// Writes pending values and reads changes by other processes. False if something stays
+    /// unwritten; the next `write` or `flush` retries.
     bool flush();
 
 protected:
@@ -51,9 +50,9 @@ private:
     mutable std::mutex mutex;
     QVariantMap defaults;
     bool damageLookedFor = false;
-    /// About how many bytes have been set and are not known to be in the file.
+    /// Estimated number of bytes that were set and are not known to be in the file.
     qint64 unwritten = 0;
-    /// The last attempt to write failed: the next is made with the next change.
+    /// The last write failed; the next change retries.
     bool isRefused = false;
 };
 
