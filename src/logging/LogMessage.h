@@ -16,8 +16,8 @@
 
 namespace pelorinnews {
 
-/// The levels that reach a logger. A level travels as a plain number, and any other number is
-/// valid too: its message is dropped.
+/// The levels that reach a logger. A level is passed as a plain number. Any other number is
+/// allowed; its message is dropped.
 enum LogLevel : std::int32_t {
     LogLevelError = 1,
     LogLevelWarning = 2,
@@ -33,8 +33,7 @@ enum LogLevel : std::int32_t {
 [[nodiscard]] QString logDescription(const QDateTime &date);
 [[nodiscard]] QString logDescription(const Error &error);
 
-/// A place where an error would be stored prints its address, such as "0x7ffd1c2b3a40", whatever
-/// is stored there.
+/// A pointer prints its address, such as "0x7ffd1c2b3a40", not the error that it points to.
 [[nodiscard]] QString logDescription(const Error *place);
 
 template <class T>
@@ -43,7 +42,7 @@ requires std::integral<T> &&(!std::same_as<T, bool>) [[nodiscard]] QString
     return QString::number(number);
 }
 
-/// An object prints what its `description()` says.
+/// An object prints its `description()`.
 template <class T>
 [[nodiscard]] QString logDescription(const std::shared_ptr<T> &object) {
     return object ? object->description() : logDescription(nullptr);
@@ -54,14 +53,13 @@ template <class T>
     return value ? logDescription(*value) : logDescription(nullptr);
 }
 
-/// Replaces each `%@` of `format`, from left to right, by the next of `descriptions`, in one pass:
-/// what a description holds is never read as format. `%%` prints one percent sign; any other `%`
-/// stands for itself. A `%@` without a description stays as it is, and descriptions without a
-/// `%@` are left out.
+/// Replaces each `%@` of `format`, from left to right, by the next of `descriptions`, in a single
+/// pass: a `%` in a description is never read as format. `%%` prints one percent sign; any other
+/// `%` is copied. A `%@` without a description is copied too; surplus descriptions are dropped.
 [[nodiscard]] QString formatLogMessage(QStringView format, const QStringList &descriptions);
 
-/// Hands `text` to the operation of `logger` that stands for `level`, or drops it where the level
-/// is none of the four.
+/// Calls the function of `logger` for `level` with `text`; drops the text if the level is none of
+/// the four.
 void deliverLogMessage(OlvLogger &logger, std::int32_t level, const QString &text);
 
 /// The bridge between the panel's messages and the host's logger. Each object that logs keeps its
@@ -69,9 +67,9 @@ void deliverLogMessage(OlvLogger &logger, std::int32_t level, const QString &tex
 ///
 ///     logMessage(_logger.get(), LogLevelError, LogVocabulary::refreshContentFailed, error);
 ///
-/// Without a logger nothing happens: the format is not expanded and the arguments are not asked
-/// for their descriptions. Runs on the caller's thread. The reference given is the caller's own, as
-/// `GuardedSlot::get` makes one, so replacing the logger meanwhile is harmless.
+/// Without a logger it is a no-op: the format is not expanded and no description is computed. Runs
+/// on the caller's thread. The caller passes its own reference (`GuardedSlot::get` returns a copy),
+/// so another thread may replace the logger meanwhile.
 template <class... Arguments>
 void logMessage(const std::shared_ptr<OlvLogger> &logger, std::int32_t level, QStringView format,
                 const Arguments &...arguments) {

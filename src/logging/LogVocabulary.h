@@ -5,10 +5,10 @@
 namespace pelorinnews::LogVocabulary {
 
 // Every message of the module, as a format for `logMessage`. People and programs search logs for
-// these texts, so they stay as they are, odd spaces, hyphens and operation names included.
+// these texts, so they must not change, odd spaces, hyphens and operation names included.
 //
-// The host's logger receives the first two alone: the panel does not hand it to the news cache,
-// whose messages the others are.
+// The host's logger receives only the first two: the others come from the news cache, and the panel
+// does not pass the logger on to the cache.
 
 /// Error; argument: the error given to the completion of the refresh that may open the window.
 inline constexpr QStringView refreshContentShowingWindowFailed =
@@ -22,7 +22,7 @@ inline constexpr QStringView refreshContentFailed =
 inline constexpr QStringView writingLocalCacheFailed =
     u"News Cache -refresh failed to write local cache: %@";
 
-/// Error; argument: why the local cache file, though read, gave no items.
+/// Error; argument: why the local cache file, which could be read, gave no items.
 inline constexpr QStringView parsingLocalCacheFailed =
     u"News Cache -refresh failed to parse local cache: %@";
 
@@ -30,8 +30,7 @@ inline constexpr QStringView parsingLocalCacheFailed =
 inline constexpr QStringView readingLocalCacheFailed =
     u"News Cache -refresh failed to read local cache: %@";
 
-/// Error; argument: the place where the caller wants a parse error stored (`Error *`), not the
-/// error in it.
+/// Error; argument: the caller's `Error *` for a parse error. It prints the address, not the error.
 inline constexpr QStringView parsingFeedFailed =
     u"News Cache -parseFeed:error: failed to parse, using old data (%@)";
 
