@@ -28,7 +28,8 @@ bool contains(const Names &names, std::string_view name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-/// The name among `names` that `name` would be if case did not count.
+/// The name in `names` that `name` equals except for case; empty if there is none, or if they are
+/// identical.
 template <class Names>
 std::string_view meant(const Names &names, std::string_view name) {
     const QString written = fromUtf8(name);

@@ -14,25 +14,24 @@
 
 namespace pelorinnews {
 
-/// Something an editor should mend, and the line it stands in.
+/// A problem that an editor should fix, and its line.
 struct Finding {
     qint64 line = 1;
     QString text;
-    /// The document ends here for the panel.
+    /// The panel stops reading the document here.
     bool breaksOff = false;
 };
 
-/// Where one item and its elements stand; lines count from one.
+/// Line numbers of one item and its elements, counted from one.
 struct InspectedItem {
     qint64 line = 1;
-    /// The lines of the elements that the panel reads, by name: of the last one where there are
-    /// several.
+    /// The lines of the elements that the panel reads, by name; of repeated ones, the last.
     std::map<std::string, qint64> elements;
     QString dateText;
 };
 
-/// Walks a feed as the parser does and notes what gets lost on the way: everything that shows in
-/// the document alone. What the fields that the parser made of it are worth is for others to judge.
+/// Walks a feed as the parser does and records what gets lost: everything that is visible in the
+/// document itself. It does not judge the values of the parsed fields; `feedReport` does.
 class FeedInspector final : public XmlReaderDelegate {
 public:
     explicit FeedInspector(QStringView text);
@@ -40,13 +39,13 @@ public:
     FeedInspector &operator=(const FeedInspector &) = delete;
     ~FeedInspector() override = default;
 
-    /// In the order met.
+    /// In the order found.
     [[nodiscard]] const std::vector<Finding> &findings() const { return found; }
 
-    /// The items that were closed, as many and in the same order as the parser's.
+    /// The items that have an end tag, in the same number and order as the parser's items.
     [[nodiscard]] const std::vector<InspectedItem> &items() const { return closed; }
 
-    /// The line of the language that counts, 0 where there is none.
+    /// The line of the language that counts (the last one); 0 if there is none.
     [[nodiscard]] qint64 languageLine() const { return lastLanguage; }
 
     void parserDidStartElement(std::string_view name) override;
@@ -57,7 +56,7 @@ public:
     void parserValidationErrorOccurred(const Error &error) override;
 
 private:
-    /// An element whose text is being gathered.
+    /// An element whose text is being collected.
     struct Element {
         std::string name;
         int depth = 0;
@@ -81,7 +80,7 @@ private:
     int depth = 0;
 };
 
-/// `text` fit for one line of a terminal.
+/// `text` made safe for one line of a terminal, at most `longest` UTF-16 units.
 [[nodiscard]] inline QString forOneLine(const QString &text, qsizetype longest = 60) {
     return printableText(text, longest);
 }

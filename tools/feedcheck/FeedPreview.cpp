@@ -10,14 +10,15 @@ namespace {
 
 constexpr double thirtyDays = 30.0 * 24 * 60 * 60;
 
-/// A cache that takes what was parsed elsewhere, dates as another user reads them included.
+/// A cache that takes a result that was parsed elsewhere, including dates read in another user's
+/// locale.
 class PreviewCache : public OlvNewsCacheFiltered {
 public:
     using OlvNewsCacheFiltered::OlvNewsCacheFiltered;
     bool take(const std::optional<QVariantMap> &feed) { return keepFeed(feed, nullptr); }
 };
 
-/// A cache whose folder is not the user's.
+/// A cache whose file is in `folder`, not in the user's data folder.
 std::shared_ptr<PreviewCache> makeCache(const QString &folder) {
     constexpr auto variable = "XDG_DATA_HOME";
     const QByteArray before = qgetenv(variable);

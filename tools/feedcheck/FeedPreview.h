@@ -11,8 +11,8 @@
 
 namespace pelorinnews {
 
-/// What the panel would make of a feed: it puts what the parser gave into the panel's own cache and
-/// runs the panel's own filters over it, for somebody who has not looked at the news yet.
+/// What the panel would show of a feed: puts the parser's result into the panel's own cache and
+/// runs the panel's own filters over it, for a user who has not viewed the news yet.
 class FeedPreview {
 public:
     enum Type { AllTypes, CriticalOnly, TypeCount };

@@ -12,7 +12,7 @@ namespace {
 
 constexpr qsizetype mostRows = 100;
 
-/// What is wrong with the language that the feed states.
+/// Reports problems of the language that the feed states.
 void judgeLanguage(const FeedInspector &inspector, const QString &language,
                    std::vector<Finding> &findings) {
     const qint64 line = inspector.languageLine();
@@ -124,7 +124,8 @@ void judgeOrder(const FeedPreview &preview, const FeedInspector &inspector,
                             .arg(index + 1)});
 }
 
-/// No part of a character of several bytes is a line feed, so each line can be judged by itself.
+/// In UTF-8, no byte of a multi-byte character is a line feed, so each line can be checked
+/// separately.
 qint64 firstLineNotUtf8(const QByteArray &bytes) {
     const QList<QByteArray> lines = bytes.split('\n');
     const auto found = std::find_if(lines.begin(), lines.end(),
@@ -190,7 +191,7 @@ QString findingRows(std::vector<Finding> findings) {
         return line(QStringLiteral("There is nothing to mend."));
     std::stable_sort(findings.begin(), findings.end(),
                      [](const Finding &a, const Finding &b) { return a.line < b.line; });
-    // Where the document breaks off is told however long the list.
+    // Always report where the document breaks off, however long the list is.
     const auto broken = std::find_if(findings.begin(), findings.end(),
                                      [](const Finding &finding) { return finding.breaksOff; });
     if (broken != findings.end() && broken - findings.begin() >= mostRows)

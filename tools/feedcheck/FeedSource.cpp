@@ -28,7 +28,7 @@ bool isAddress(const QString &argument) {
     return false;
 }
 
-/// Reads to the end; pipes and devices too, but not without end.
+/// Reads to the end, from pipes and devices too; fails for more bytes than a feed may have.
 void readDevice(QFile &file, FeedSource &source) {
     constexpr qint64 pieceSize = qint64(1) << 20;
     constexpr qint64 longest = NetworkUrlLoader::defaultLongestBody;
@@ -76,7 +76,7 @@ FeedSource fetch(const QString &argument, const QString &language) {
             ? argument
             : FeedDownload::address(argument, language, QStringLiteral("standard"));
     FeedSource source{address, {}, {}};
-    // Held by the completion too: it may still be in the call that wakes this thread.
+    // The completion shares ownership: it may still be inside the call that wakes this thread.
     const auto fetched = std::make_shared<std::promise<void>>();
     UrlLoader::shared()->sendAsynchronousRequest(
         QUrl(address, QUrl::TolerantMode), OlvNewsCache::requestTimeoutSeconds, nullptr,

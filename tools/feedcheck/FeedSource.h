@@ -9,15 +9,15 @@
 
 namespace pelorinnews {
 
-/// The bytes of a feed, or why there are none (just one of the two is present), and where they came
-/// from in words for people.
+/// The bytes of a feed or the error (exactly one of the two is present), and a human-readable name
+/// of the source.
 struct FeedSource {
     QString name;
     std::optional<QByteArray> body;
     std::optional<Error> error;
 };
 
-/// Reads the feed that `argument` names, waiting for it:
+/// Reads the feed that `argument` names, and blocks until it is read:
 ///
 /// - "-" is standard input;
 /// - a text that begins with http://, https:// or file: is an address, fetched as the panel does,

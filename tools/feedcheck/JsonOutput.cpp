@@ -17,7 +17,8 @@ QByteArray compact(const QJsonObject &object) {
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
-/// A document is an array or an object: the brackets come off again.
+/// A QJsonDocument must be an array or an object, so wrap the value in an array and strip the
+/// brackets.
 QByteArray compact(const QJsonValue &value) {
     const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
     return array.sliced(1, array.size() - 2);

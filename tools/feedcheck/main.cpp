@@ -69,7 +69,7 @@ int main(int argc, char *argv[]) {
         if (!form.match(line.value(localeOption)).hasMatch())
             return usage(QStringLiteral("no locale: ") + line.value(localeOption));
     }
-    // A user of LOCALE has nothing set but that.
+    // With --locale, assume a user who has set only that locale.
     const QString given = line.value(localeOption);
     const QString language =
         line.isSet(localeOption) ? languageFor(given) : preferredLanguages().first();

@@ -6,16 +6,16 @@
 
 namespace pelorinnews {
 
-/// A certificate authority for development and tests in a folder of its own, made with the
-/// `openssl` tool; nothing outside the folder trusts it unless told to. Its certificate is
-/// `ca.pem` there, which clients are to trust.
+/// A certificate authority for development and tests, in its own folder, created with the `openssl`
+/// tool. Nothing trusts it by default: clients must be told to trust its certificate, `ca.pem` in
+/// that folder.
 class DevelopmentCertificates {
 public:
     enum class Kind {
         Valid,      ///< For localhost and 127.0.0.1, from the authority.
         WrongName,  ///< For another host, from the authority.
-        Expired,    ///< For localhost and 127.0.0.1, from the authority, ended yesterday.
-        SelfSigned  ///< For localhost and 127.0.0.1, signed by itself.
+        Expired,    ///< For localhost and 127.0.0.1, from the authority, expired yesterday.
+        SelfSigned  ///< For localhost and 127.0.0.1, self-signed.
     };
     /// PEM files.
     struct Files {
@@ -23,16 +23,16 @@ public:
         QString privateKey;
     };
 
-    /// The authority in `folder`, made there when there is none or it ends within a day. Absent
-    /// when that fails; `whyNot`, where given, says why.
+    /// The authority in `folder`, created there if there is none or if it expires within a day.
+    /// Absent on failure; `whyNot`, if given, gets the reason.
     [[nodiscard]] static std::optional<DevelopmentCertificates> inFolder(const QString &folder,
                                                                          QString *whyNot = nullptr);
 
     /// The authority's own certificate.
     [[nodiscard]] QString authorityFile() const;
 
-    /// A server certificate of `kind`, made anew at each call, for ten days where it is valid.
-    /// Absent when that fails; `whyNot`, where given, says why.
+    /// Creates a new server certificate of `kind`, valid for ten days unless expired. Absent on
+    /// failure; `whyNot`, if given, gets the reason.
     [[nodiscard]] std::optional<Files> issue(Kind kind, QString *whyNot = nullptr) const;
 
 private:

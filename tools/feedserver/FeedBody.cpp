@@ -57,7 +57,7 @@ void FeedBody::makeMore() {
         ++items;
         return;
     }
-    // White space fills what is too short for a further item.
+    // White space fills a rest that is too short for another item.
     buffer = QByteArray(toMake - frameEnd.size(), '\n') + frameEnd;
     toMake = 0;
 }

@@ -8,7 +8,8 @@
 
 namespace pelorinnews {
 
-/// The bytes of one answer, taken piece by piece: given ones, or a feed made while it is taken.
+/// The body of one response, read in pieces: given bytes, or a feed that is generated while it is
+/// read.
 class FeedBody {
 public:
     /// An empty body.
@@ -16,13 +17,12 @@ public:
 
     explicit FeedBody(QByteArray bytes);
 
-    /// A well-formed feed of exactly `bytes` bytes (a claim below its frame's size gives the
-    /// frame), of items of about 3 KB whose dates are `date`; without an end where `bytes` is
-    /// absent.
+    /// A well-formed feed of exactly `bytes` bytes (at least the size of a feed without items),
+    /// with items of about 3 KB whose dates are `date`. Endless if `bytes` is absent.
     static FeedBody generated(std::optional<qint64> bytes, const QString &language,
                               const QString &date);
 
-    /// The number of bytes still to come; absent when they have no end.
+    /// The number of bytes still to come; absent for an endless body.
     [[nodiscard]] std::optional<qint64> remaining() const;
 
     /// The next bytes, at most `most`; empty at the end.
@@ -33,7 +33,7 @@ private:
 
     QByteArray buffer;
     qsizetype position = 0;
-    /// Bytes still to be made, the frame's end included; 0 when all stand in the buffer.
+    /// Bytes still to be generated, the closing tags included; 0 if all are in the buffer.
     qint64 toMake = 0;
     QByteArray itemDate;
     qint64 items = 0;

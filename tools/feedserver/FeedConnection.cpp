@@ -17,7 +17,8 @@ namespace {
 
 constexpr qint64 longestHead = qint64{64} * 1024;
 constexpr qint64 pieceSize = qint64{64} * 1024;
-/// Bytes under way before the next piece is made, so that a huge body never stands in memory.
+/// The next piece is made only when at most this many bytes are unsent, so that a huge body is
+/// never in memory as a whole.
 constexpr qint64 highWater = qint64{256} * 1024;
 
 const QByteArray feedPath = "/RSS_Feed/PelorinNews.php";
@@ -62,11 +63,11 @@ FeedConnection::FeedConnection(std::unique_ptr<QTcpSocket> connected,
     state->connectionOpened();
     connect(socket.get(), &QTcpSocket::readyRead, this, &FeedConnection::readHead);
     connect(socket.get(), &QTcpSocket::bytesWritten, this, &FeedConnection::sendBody);
-    // A TLS socket's bytesWritten only tells that bytes are encrypted.
+    // A TLS socket's bytesWritten means only that the bytes are encrypted.
     if (auto *tls = qobject_cast<QSslSocket *>(socket.get()))
         connect(tls, &QSslSocket::encryptedBytesWritten, this, &FeedConnection::sendBody);
     connect(socket.get(), &QTcpSocket::disconnected, this, &QObject::deleteLater);
-    // A TLS handshake that fails may never have been "connected".
+    // If its TLS handshake fails, a socket may never emit `disconnected`.
     connect(socket.get(), &QTcpSocket::errorOccurred, this, [this] {
         if (socket->state() == QAbstractSocket::UnconnectedState)
             deleteLater();
@@ -266,8 +267,8 @@ void FeedConnection::bodyEnded() {
 void FeedConnection::end() {
     if (std::exchange(phase, Phase::Ending) == Phase::Ending)
         return;
-    // Not from here: the caller may be the socket, in the middle of writing, and a TLS socket has
-    // a flush of its own queued that must find it whole.
+    // Queued, because the caller may be the socket, in the middle of a write, and a TLS socket has
+    // its own queued flush, which needs the socket intact.
     QMetaObject::invokeMethod(this, &FeedConnection::cut, Qt::QueuedConnection);
 }
 
@@ -276,7 +277,7 @@ void FeedConnection::cut() {
         socket->disconnectFromHost();
         return;
     }
-    // What was to be sent before the cut goes out first.
+    // Send pending bytes before the reset.
     if (bytesUnderWay() > 0) {
         QTimer::singleShot(1, this, &FeedConnection::cut);
         return;

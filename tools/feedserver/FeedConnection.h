@@ -15,11 +15,11 @@ namespace pelorinnews {
 
 class FeedServerState;
 
-/// One connection of the feed server: reads a request's head, answers as the reply for it says,
+/// One connection of the feed server: reads a request's head, answers with the reply set for it,
 /// and deletes itself when the connection has ended. Lives on the server's thread.
 class FeedConnection : public QObject {
 public:
-    /// Takes over `connected`, which is open, and on TLS still to be encrypted.
+    /// Takes ownership of `connected`, which is open; on TLS, encryption has not started yet.
     FeedConnection(std::unique_ptr<QTcpSocket> connected, std::shared_ptr<FeedServerState> shared,
                    FeedFolder feedFolder, QObject *parent);
     ~FeedConnection() override;
@@ -33,7 +33,7 @@ private:
     void sendBody();
     void sendPiece(const QByteArray &piece);
     void bodyEnded();
-    /// Ends the connection, in the way that the reply asks for, once what was written is out.
+    /// Ends the connection, in the reply's `cutStyle`, after pending bytes are sent.
     void end();
     void cut();
     [[nodiscard]] qint64 bytesUnderWay() const;

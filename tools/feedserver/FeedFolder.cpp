@@ -11,7 +11,7 @@ namespace {
 
 const QString defaultLocale = QStringLiteral("en");
 
-/// Names only, so that no request leaves the folder.
+/// Accepts plain names only, so that no request reads outside the folder.
 bool isPlainName(const QString &text) {
     static const QRegularExpression plain(QStringLiteral("\\A[A-Za-z0-9_-]+\\z"));
     return plain.match(text).hasMatch();

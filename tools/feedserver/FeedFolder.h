@@ -8,19 +8,21 @@
 
 namespace pelorinnews {
 
-/// The folder of feed templates that a feed service answers from: `TYPE.LOCALE.xml` (for example
-/// `standard.de.xml`, `standard.pt-BR.xml`) for the service's address, any `.xml` by its name.
+/// The folder of feed templates that a feed service serves. `TYPE.LOCALE.xml` (for example
+/// `standard.de.xml`, `standard.pt-BR.xml`) answers the service's address; any `.xml` file is
+/// served by its name.
 class FeedFolder {
 public:
     /// An empty path is a folder without feeds.
     explicit FeedFolder(const QString &path);
 
-    /// The feed of `type` in `locale`, else in its base language, else in English; its dates are
-    /// written in `locale`, whose reader will read them. Absent when there is no such type.
+    /// The feed of `type` in `locale`, else in its base language, else in English. Its dates are
+    /// written in `locale`, because the reader parses them in that locale. Absent if there is no
+    /// such type.
     [[nodiscard]] std::optional<QByteArray> feed(const QString &type, const QString &locale) const;
 
-    /// The file `name` of the folder, which ends in ".xml". Its dates are written in the locale
-    /// of its name, else in English.
+    /// The file `name` of the folder, which ends in ".xml". Its dates are written in the locale in
+    /// its name, else in English.
     [[nodiscard]] std::optional<QByteArray> file(const QString &name) const;
 
 private:

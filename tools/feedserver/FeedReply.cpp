@@ -12,7 +12,7 @@ namespace {
 struct Option {
     const char *name;
     const char *help;
-    /// Applies the value, null where none was given; false when it cannot be read.
+    /// Applies the value, which is null if none was given; false if it is invalid.
     bool (*apply)(FeedReply &reply, const QString &value);
 };
 

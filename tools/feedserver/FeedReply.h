@@ -10,9 +10,9 @@
 
 namespace pelorinnews {
 
-/// How the feed server answers a request. As constructed: the feed asked for, with status 200 and
-/// the right length, and the connection closed after it. Each field is one way to misbehave, and
-/// they combine.
+/// How the feed server answers a request. By default: with the requested feed, status 200 and the
+/// right length, and the connection closes after it. Each field is one way to misbehave; they can
+/// be combined.
 struct FeedReply {
     enum class Framing {
         Length,   ///< A Content-Length header.
@@ -35,18 +35,18 @@ struct FeedReply {
     };
 
     int status = 200;
-    /// Headers beside the server's own, sent as they stand.
+    /// Headers in addition to the server's own, sent verbatim.
     std::vector<std::pair<QByteArray, QByteArray>> headers;
 
-    /// These bytes instead of the feed asked for; present and empty for an empty body.
+    /// Sends these bytes instead of the requested feed; present and empty for an empty body.
     std::optional<QByteArray> body;
-    /// A feed of exactly so many bytes (at least 1 KiB), made while it is sent.
+    /// Sends a feed of exactly this many bytes (at least 1 KiB), generated while it is sent.
     std::optional<qint64> generatedBytes;
-    /// A generated feed without an end; never with a Content-Length.
+    /// Sends an endless generated feed; never with a Content-Length.
     bool endless = false;
-    /// One byte of the body that no UTF-8 has, after the body's own.
+    /// Appends one byte that is invalid in UTF-8 to the body.
     bool invalidUtf8 = false;
-    /// The body compressed, with Content-Encoding: gzip. Not for a generated one.
+    /// Compresses the body, with Content-Encoding: gzip. Not for a generated body.
     bool gzip = false;
 
     Framing framing = Framing::Length;
@@ -55,29 +55,28 @@ struct FeedReply {
     ChunkError chunkError = ChunkError::None;
 
     std::chrono::milliseconds delayBeforeHead{0};
-    /// After so many bytes of the body nothing more is sent and the connection stays.
+    /// Stalls after this many bytes of the body: sends nothing more, but keeps the connection open.
     std::optional<qint64> stallAfter;
-    /// After so many bytes of the body the connection ends.
+    /// Ends the connection after this many bytes of the body.
     std::optional<qint64> cutAfter;
-    /// The connection ends when the request has come.
+    /// Ends the connection when the request has arrived, without an answer.
     bool cutBeforeHead = false;
     CutStyle cutStyle = CutStyle::Close;
     std::optional<Drip> drip;
 
-    /// The Location of a 302 (or of `status`, where that is 3xx), sent as it stands.
+    /// The Location of a 302 (or of `status`, where that is 3xx), sent verbatim.
     std::optional<QByteArray> redirectTo;
-    /// So many redirects first, one after another.
+    /// The number of redirects before the answer, one after another.
     int redirects = 0;
-    /// A redirect to the address asked for.
+    /// Redirects to the requested address itself.
     bool redirectLoop = false;
 
-    /// Whether the connection may carry a further request.
+    /// Whether the connection may carry another request.
     bool keepAlive = false;
 
-    /// Reads options separated by commas, for example `status=503,delay=200,empty`; values are
-    /// percent-decoded, so a slash or a comma in one is written %2F or %2C. Absent when one is
-    /// unknown or its value cannot be read; `whyNot`, where given, then says which. See
-    /// `optionsHelp`.
+    /// Reads options separated by commas, for example `status=503,delay=200,empty`. Values are
+    /// percent-decoded, so write a slash or a comma in a value as %2F or %2C. Absent if an option
+    /// is unknown or its value is invalid; `whyNot`, if given, gets that option. See `optionsHelp`.
     [[nodiscard]] static std::optional<FeedReply> parse(const QString &text,
                                                         QString *whyNot = nullptr);
 

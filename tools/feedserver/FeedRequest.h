@@ -11,10 +11,10 @@ namespace pelorinnews {
 struct FeedRequest {
     /// The first line, byte for byte, without its line end.
     QByteArray requestLine;
-    /// Names as sent, values without the white space around them, in the order sent.
+    /// In the order sent; names as sent, values without surrounding white space.
     std::vector<std::pair<QByteArray, QByteArray>> headers;
 
-    /// The value of the header `name` in any case; null where there is none.
+    /// The value of the header `name`, ignoring case; null if there is none.
     [[nodiscard]] QByteArray header(const QByteArray &name) const {
         for (const auto &[key, value] : headers)
             if (key.compare(name, Qt::CaseInsensitive) == 0)
@@ -22,7 +22,8 @@ struct FeedRequest {
         return {};
     }
 
-    /// What stands between the request line's two spaces; empty when there are not two.
+    /// The text between the first and the last space of the request line; empty unless there are
+    /// two.
     [[nodiscard]] QByteArray target() const {
         const qsizetype first = requestLine.indexOf(' ');
         const qsizetype last = requestLine.lastIndexOf(' ');

@@ -18,7 +18,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// Makes a FeedConnection of every connection that comes.
+/// Makes a FeedConnection for every incoming connection.
 class Listener final : public QTcpServer {
 public:
     Listener(const FeedFolder &feedFolder, std::optional<QSslConfiguration> tlsConfiguration,
@@ -76,14 +76,14 @@ std::optional<QSslConfiguration> tlsConfiguration(const FeedServerOptions &optio
 
 }  // namespace
 
-/// Runs the listener. What it learns is handed over under a mutex of its own, before the event
-/// loop begins.
+/// Runs the listener. The port or the reason of the failure is handed over under a mutex, before
+/// the event loop starts.
 class FeedServer::Thread final : public QThread {
 public:
     Thread(FeedServerOptions serverOptions, std::shared_ptr<FeedServerState> shared)
         : options(std::move(serverOptions)), state(std::move(shared)) {}
 
-    /// Waits until it listens or has failed; the port, or 0 with the reason.
+    /// Blocks until it listens or has failed. Returns the port, or 0 with the reason in `whyNot`.
     quint16 listeningPort(QString &whyNot) {
         std::unique_lock lock(mutex);
         settled.wait(lock, [this] { return isSettled; });

@@ -29,13 +29,13 @@ struct FeedServerOptions {
 
 /// A feed service on the loopback interface for development and tests.
 ///
-/// It answers `/RSS_Feed/PelorinNews.php` by the query's `locale` and `type`, and `/NAME.xml`
-/// with that file of the folder. How it answers can be changed by `FeedReply` for all requests,
-/// for one path, or by the request itself: a path that begins with `/+OPTIONS/` is answered as
-/// `FeedReply::parse` reads OPTIONS, and stands for what follows (`/+status=503/feed.xml`).
+/// It answers `/RSS_Feed/PelorinNews.php` by the query's `locale` and `type`, and `/NAME.xml` with
+/// that file of the folder. A `FeedReply` changes the answer for all requests, for one path, or in
+/// the request itself: a path that begins with `/+OPTIONS/` is answered with the reply that
+/// `FeedReply::parse` reads from OPTIONS, for the path that follows (`/+status=503/feed.xml`).
 ///
-/// The sockets live on a thread of the server's own, so it answers while the caller's thread is
-/// blocked. Every member may be called from any thread, but `start` and `stop` from one at a time.
+/// The sockets live on the server's own thread, so it answers while the caller's thread is blocked.
+/// Every member may be called from any thread, but `start` and `stop` must not run concurrently.
 class FeedServer {
 public:
     explicit FeedServer(FeedServerOptions options = {});
@@ -44,11 +44,11 @@ public:
     FeedServer(const FeedServer &) = delete;
     FeedServer &operator=(const FeedServer &) = delete;
 
-    /// Begins to listen; it answers from the moment this returns true. On failure gives false and
-    /// says why in `whyNot`, where given.
+    /// Starts to listen; the server answers once this returns true. On failure returns false;
+    /// `whyNot`, if given, gets the reason.
     [[nodiscard]] bool start(QString *whyNot = nullptr);
 
-    /// Cuts every connection and ends the thread. What was recorded and set stays.
+    /// Closes every connection and ends the thread. Recorded requests and set replies stay.
     void stop();
 
     /// The port it listens on; 0 unless started.
@@ -60,25 +60,26 @@ public:
     /// The base address of the feed service, to which a client adds "?&locale=…".
     [[nodiscard]] QString feedAddress() const;
 
-    /// How every request is answered from now on.
+    /// Sets how every request is answered from now on.
     void setReply(const FeedReply &reply);
 
-    /// How requests for `path` (without query, as on the request line) are answered from now on.
+    /// Sets how requests for `path` (without query, as on the request line) are answered from now
+    /// on. Takes precedence over `setReply`.
     void setReplyForPath(const QByteArray &path, const FeedReply &reply);
 
-    /// Back to the plain answers.
+    /// Restores the default answers.
     void clearReplies();
 
-    /// The requests whose heads came whole, oldest first.
+    /// The requests whose headers arrived completely, oldest first.
     [[nodiscard]] std::vector<FeedRequest> requests() const;
 
     void clearRequests();
 
-    /// Waits until `count` requests have come; false when they have not within `timeout`.
+    /// Blocks until `count` requests have arrived; false on timeout.
     [[nodiscard]] bool waitForRequests(
         std::size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(10)) const;
 
-    /// The connections now open.
+    /// The number of open connections.
     [[nodiscard]] int openConnections() const;
 
 private:

@@ -40,8 +40,8 @@ std::vector<FeedRequest> FeedServerState::requests() const {
 }
 
 bool FeedServerState::waitForRequests(std::size_t count, std::chrono::milliseconds timeout) const {
-    // The system clock, because waiting on the steady one is a call that race detectors of
-    // older compilers do not know.
+    // Uses the system clock, because race detectors of older compilers do not know the call that
+    // waits on the steady clock.
     const auto deadline = std::chrono::system_clock::now() + timeout;
     std::unique_lock lock(mutex);
     return requestCame.wait_until(lock, deadline, [&] { return recorded.size() >= count; });

@@ -13,7 +13,7 @@
 
 namespace pelorinnews {
 
-/// What the server's thread and its callers share, guarded.
+/// State that the server's thread and its callers share. Thread-safe.
 class FeedServerState {
 public:
     void setReply(const FeedReply &reply);

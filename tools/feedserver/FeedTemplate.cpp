@@ -28,8 +28,9 @@ qint64 offsetSeconds(const QString &terms) {
     return seconds;
 }
 
-/// The formatter of publication dates in `locale`: with the names of its language and script, which
-/// every reader of that language knows, whatever the region, and with its calendar.
+/// The formatter of publication dates in `locale`, with its calendar. The names are those of its
+/// language and script without the region, which every reader of that language knows, in any
+/// region.
 icu::SimpleDateFormat formatter(const QString &locale) {
     const icu::Locale asked =
         icu::Locale::createCanonical(locale.isEmpty() ? "en" : qPrintable(locale));
@@ -62,7 +63,7 @@ QByteArray FeedTemplate::render(const QByteArray &text, const QString &locale,
     if (!text.contains("{{now"))
         return text;
     const icu::SimpleDateFormat format = formatter(locale);
-    // Latin-1 keeps every byte through the search, so that a feed that is not UTF-8 stays so.
+    // Latin-1 preserves every byte during the search, so a feed that is not UTF-8 stays as it is.
     const QString source = QString::fromLatin1(text);
     QByteArray rendered;
     qsizetype copied = 0;

@@ -6,17 +6,18 @@
 
 namespace pelorinnews {
 
-/// Feeds whose dates stand relative to now: `{{now}}`, `{{now-3d}}`, `{{now-1d2h30m}}`, with the
-/// units d, h, m and s, each term with its own sign or the sign before it.
+/// Feeds with dates relative to now: `{{now}}`, `{{now-3d}}`, `{{now-1d2h30m}}`. The units are d,
+/// h, m and s; a term without a sign takes the sign of the term before it.
 class FeedTemplate {
 public:
-    /// `text` with every such place replaced by its date, written in the language and script of
-    /// `locale` (as "de", "de-DE" or "de_DE"). Anything else, other double braces included, stays
-    /// as it is.
+    /// `text` with every such placeholder replaced by its date, written in the language and script
+    /// of `locale` (as "de", "de-DE" or "de_DE"). Anything else, other double braces included,
+    /// stays unchanged.
     [[nodiscard]] static QByteArray render(const QByteArray &text, const QString &locale,
                                            const QDateTime &now);
 
-    /// `date` in the form of a feed's publication dates, in GMT, written likewise.
+    /// `date` in the form of a feed's publication dates, in GMT, in the language and script of
+    /// `locale`.
     [[nodiscard]] static QString publicationDate(const QDateTime &date, const QString &locale);
 };
 

@@ -33,7 +33,7 @@ bool writeWhole(const QString &path, const QString &text) {
 }  // namespace
 
 int main(int argc, char *argv[]) {
-    // Blocked before any thread starts, so that only the wait below ever takes them.
+    // Block the signals before any thread starts, so that only `sigwait` below receives them.
     sigset_t ending;
     sigemptyset(&ending);
     sigaddset(&ending, SIGTERM);
