@@ -18,12 +18,12 @@ namespace pelorinnews {
 
 namespace {
 
-// How long the index is left alone after a question, however busy it is.
+// Debounce: minimum time from the start of one query to the start of the next.
 constexpr int pauseMilliseconds = 250;
-// More than any sane number of matches; what the index would send beyond it is not read.
+// Bytes. No sane number of matches needs more; a longer reply counts as empty.
 constexpr qsizetype rowsLimit = qsizetype{16} * 1024 * 1024;
 
-/// The names that the index has had, newest first.
+/// The bus names that the index has had, newest first.
 const QStringList &services() {
     static const QStringList names = {QStringLiteral("org.freedesktop.LocalSearch3"),
                                       QStringLiteral("org.freedesktop.Tracker3.Miner.Files")};
@@ -57,7 +57,7 @@ FileIndexQuery::~FileIndexQuery() {
 }
 
 void FileIndexQuery::start() {
-    // A connection of its own: making the shared one would let the main thread wait for it too.
+    // Own connection: if this thread opened the shared one, the main thread could block on it too.
     bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
     if (!bus.isConnected()) {
         finish({});
@@ -114,10 +114,10 @@ void FileIndexQuery::askService(qsizetype number) {
     auto *call = new QDBusPendingCallWatcher(bus.asyncCall(message, answerMilliseconds), this);
     connect(call, &QDBusPendingCallWatcher::finished, this,
             [this, number, question = ++questions](QDBusPendingCallWatcher *done) {
-                // The call holds our copy of the pipe's other end: the rows end only once it is
-                // gone.
+                // The call holds our copy of the pipe's write end. End of file comes only after
+                // that is closed.
                 done->deleteLater();
-                // The answer to an earlier question may come while a later one is under way.
+                // Drop stale replies: a later query may be running by now.
                 if (question == questions)
                     replied(number, *done);
             });
@@ -157,8 +157,8 @@ void FileIndexQuery::finish(const std::vector<QByteArray> &paths) {
 }
 
 std::vector<QByteArray> FileIndexQuery::parseRows(const QByteArray &stream) {
-    // Each row: the number of columns, then for each its type and the place of its end, then the
-    // texts, each closed by a NUL.
+    // Row layout: column count; type and end offset per column; then the texts, each
+    // NUL-terminated.
     constexpr qsizetype headerSize = 3 * sizeof(qint32);
     const QByteArray scheme = QByteArrayLiteral("file://");
     std::vector<QByteArray> paths;

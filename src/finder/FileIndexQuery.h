@@ -18,25 +18,25 @@ class QSocketNotifier;
 
 namespace pelorinnews {
 
-/// Asks the desktop's file index, where one runs on the session bus, for the entries whose names
-/// match, and asks again whenever the index says that its files have changed, or the index comes
-/// or goes. It never starts an index.
+/// Queries the desktop's file index on the session bus for entries whose names match. Repeats the
+/// query whenever the index reports changed files, starts or stops. Never starts an index.
 ///
-/// Spoken to over the bus itself, by the protocol that the index's own library speaks: nothing
-/// has to be installed or loaded for it. What it says may be out of date; the caller checks.
+/// Talks to the index over D-Bus, in the protocol of the index's own client library, so nothing has
+/// to be installed or loaded. Results may be stale: the caller checks them.
 ///
-/// Belongs to one thread with an event loop, not the main one: it may wait for the bus.
+/// Belongs to one thread with an event loop, but not to the main thread: it may block on the bus.
 class FileIndexQuery : public QObject {
     Q_OBJECT
 
 public:
-    /// An index that has not answered by then counts as one that is not there.
+    /// Timeout of one query. After it the index counts as absent.
     static constexpr int answerMilliseconds = 5000;
 
-    /// Takes the absolute paths that the index knows; none where it does not answer.
+    /// Receives the absolute paths that the index knows; empty if no index replies.
     using Answer = std::function<void(const std::vector<QByteArray> &paths)>;
 
-    /// `taker` is called at least once after `start`, and once for each change.
+    /// `taker` is called at least once after `start`, and again after changes. Changes in quick
+    /// succession are debounced into one call.
     FileIndexQuery(FileNamePattern names, Answer taker);
     ~FileIndexQuery() override;
     FileIndexQuery(const FileIndexQuery &) = delete;
@@ -44,7 +44,8 @@ public:
 
     void start();
 
-    /// Reads the rows of one column that the index writes; absent rows where they are not whole.
+    /// Parses the single-column rows that the index writes and returns the paths of their "file:"
+    /// URLs. Stops at the first malformed or incomplete row.
     static std::vector<QByteArray> parseRows(const QByteArray &stream);
 
 private:

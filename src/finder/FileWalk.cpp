@@ -13,7 +13,7 @@ namespace pelorinnews {
 
 namespace {
 
-// What one call of the kernel fills: some hundred entries, so that a stop is seen soon.
+// Bytes that one getdents call fills: some hundred entries, so that `stop` is noticed soon.
 constexpr std::size_t bufferSize = std::size_t{32} * 1024;
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
 
@@ -67,8 +67,8 @@ FileDescriptor FileWalk::openFolder(const QByteArray &relative) const {
         return FileDescriptor(static_cast<int>(opened));
     if (errno != ENOSYS && errno != EPERM)
         return {};
-    // An old kernel or a sandbox that does not know the call: then only another device is noticed,
-    // not another mount of the same one.
+    // Fallback for an old kernel, or a sandbox, without openat2: it notices another device, but not
+    // another mount of the same device.
     FileDescriptor folder(::openat(topFolder.get(), path, folderFlags));
     struct stat status {};
     const bool stays =

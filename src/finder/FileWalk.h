@@ -12,17 +12,18 @@
 
 namespace pelorinnews {
 
-/// Reads a tree of folders once and notes the entries that may match, by what the folders tell.
+/// Reads a folder tree once and records the entries that may match, judged by the folder listings
+/// alone (`EntryPattern::mayMatch`).
 ///
-/// It stays on the file system it starts on, follows no symbolic link and does not look into an
-/// entry that matches: what lies in an application's folder is part of that application. Folders
-/// that may not be read, that go while they are read, or whose path is longer than the system
-/// takes, are passed over. A folder that is moved meanwhile may be missed.
+/// Stays on the file system it starts on, follows no symbolic link, and does not descend into an
+/// entry that matches: the contents of an application's folder are part of that application. Skips
+/// folders that are unreadable, disappear during the walk, or have a path longer than the system
+/// allows. May miss a folder that is moved during the walk.
 ///
 /// Used by one thread.
 class FileWalk {
 public:
-    /// How much one run reads at most, give or take some hundred entries. Without limit unless set.
+    /// Limits of one run, which may be exceeded by some hundred entries. Unlimited by default.
     struct Bounds {
         quint64 entries = std::numeric_limits<quint64>::max();
         std::chrono::milliseconds time = std::chrono::milliseconds::max();
@@ -30,9 +31,9 @@ public:
 
     explicit FileWalk(EntryPattern wanted);
 
-    /// Walks `folder` (absolute; itself not considered), until it is done, it has reached its
-    /// bounds or `stop` becomes true, which takes no longer than reading some hundred entries.
-    /// True where it was done.
+    /// Walks `folder` (absolute; the folder itself is not matched) until it is done, reaches its
+    /// bounds, or `stop` becomes true. Notices `stop` within some hundred entries. True if it is
+    /// done, or if `folder` cannot be opened.
     bool run(const QByteArray &folder, const std::atomic<bool> &stop, const Bounds &bounds);
     bool run(const QByteArray &folder, const std::atomic<bool> &stop) {
         return run(folder, stop, Bounds());

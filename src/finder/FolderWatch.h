@@ -9,7 +9,8 @@
 
 namespace pelorinnews {
 
-/// Tells what happens to the entries of a set of folders, and when one of the folders itself goes.
+/// Watches a set of folders with inotify. Reports changes of their entries, and when a folder
+/// itself is moved, removed or unmounted.
 ///
 /// The number of folders is limited, by this class and by the system; a folder beyond the limit is
 /// not watched. Used by one thread.
@@ -18,30 +19,30 @@ public:
     static constexpr std::size_t folderLimit = 1024;
 
     enum class Interest {
-        itself,                 ///< tell only when the folder is moved, removed or unmounted
-        entries,                ///< tell also what appears in it and goes from it
-        entriesAndTheirContent  ///< tell of files also when they were written or their mode changed
+        itself,                 ///< report only when the folder is moved, removed or unmounted
+        entries,                ///< also report entries that appear or disappear
+        entriesAndTheirContent  ///< also report files that are written or change mode
     };
 
     struct Change {
         enum class Kind { entryAppeared, entryChanged, entryGone, folderGone, changesLost };
         Kind kind;
-        QByteArray folder;  ///< absolute; empty where changes were lost
-        QByteArray name;    ///< of the entry
+        QByteArray folder;  ///< absolute; empty for `changesLost`
+        QByteArray name;    ///< of the entry; empty for `folderGone` and `changesLost`
         bool entryIsFolder = false;
     };
 
     FolderWatch();
 
-    /// Becomes readable when there are changes; negative where the system grants no watching.
+    /// Becomes readable when changes are pending. Negative if the system provides no inotify.
     [[nodiscard]] int descriptor() const { return kernelQueue.get(); }
 
-    /// Watches `folder` (absolute), or more of it than before. True where it was not yet watched
-    /// with this interest and now is.
+    /// Watches `folder` (absolute), or widens its interest. False if it is already watched with
+    /// this interest or a wider one, if the limit is reached, or if the system refuses.
     bool watch(const QByteArray &folder, Interest interest);
 
-    /// What has changed since the last call. Folders that went are no longer watched, and neither
-    /// are those below them, whose paths are no longer theirs.
+    /// The changes since the last call. A folder that is gone is no longer watched, and neither are
+    /// the folders below it: their paths are stale.
     [[nodiscard]] std::vector<Change> takeChanges();
 
 private:

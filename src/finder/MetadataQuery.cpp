@@ -54,7 +54,7 @@ bool MetadataQuery::startQuery() {
             MainQueue::dispatchAsync([weak, identity, running, paths, news] {
                 const auto query = weak.lock();
                 const auto teller = running.lock();
-                // What a search that was stopped had still to say is not said.
+                // Drop stale reports of a search that has been stopped.
                 if (!query || !teller || query->task.get() != teller)
                     return;
                 query->results.set(paths);

@@ -10,17 +10,17 @@
 
 namespace pelorinnews {
 
-/// A live search for the file-system entries that match: gathers those that exist, then follows
-/// what comes and goes, until it is stopped or destroyed.
+/// A live search for file-system entries that match. Gathers the existing ones, then follows
+/// entries that appear and disappear, until it is stopped or destroyed.
 ///
-/// Where the desktop's file index answers, it is asked and listened to. The whole scope, what the
-/// index covers included, is walked in the background, once, and later what is mounted or appears;
-/// it is watched where applications are kept and where matches were found. News are told by
-/// `MetadataQueryCenter`, on the main thread. No call waits for the search. Set it up and start it
-/// on the main thread; every other call is for any thread.
+/// Queries the desktop's file index, if one replies, and follows its change signals. Also walks the
+/// whole scope once in the background, including what the index covers, and later whatever is
+/// mounted or appears. Watches the folders where applications are kept and those around matches.
+/// `MetadataQueryCenter` reports results on the main thread. No call blocks on the search. Set up
+/// and start on the main thread; all other calls are thread-safe.
 class MetadataQuery {
 public:
-    /// A remote home folder that is bigger is not searched to its end.
+    /// The walk of a remote home folder stops at these bounds.
     static constexpr FileWalk::Bounds defaultRemoteBounds = {500'000, std::chrono::minutes(5)};
 
     MetadataQuery();
@@ -28,25 +28,25 @@ public:
     MetadataQuery(const MetadataQuery &) = delete;
     MetadataQuery &operator=(const MetadataQuery &) = delete;
 
-    /// Folders, or `SearchScope::localComputer()`, which it is without this call.
+    /// Folders, or `SearchScope::localComputer()`, which is the default.
     void setSearchScopes(const QStringList &scopes);
 
     void setPredicate(const EntryPattern &predicate);
 
-    /// How much of one folder of a remote file system is read. Where that is not all, the gathering
-    /// ends only once two matches have been found: fewer would be no answer.
+    /// Bounds for the walk of each folder on a remote file system. If a walk stops at its bounds,
+    /// gathering ends only once two matches are found: fewer prove nothing.
     void setRemoteBounds(const FileWalk::Bounds &bounds);
 
-    /// Begins to gather, from nothing. False, and nothing happens, where the query is running or
-    /// the system gives no thread.
+    /// Clears the results and starts to gather. False if the query is already running (then a
+    /// no-op) or the system provides no thread.
     bool startQuery();
 
-    /// Ends the search: from now on nothing changes and nothing is told. The results stay.
+    /// Ends the search: afterwards nothing changes and nothing is reported. The results stay.
     void stopQuery();
 
     [[nodiscard]] qsizetype resultCount() const { return results().size(); }
 
-    /// The paths found, in the order of their bytes. Empty until the first gathering has ended.
+    /// The paths found, sorted by their bytes. Empty until the first gathering has ended.
     [[nodiscard]] QStringList results() const;
 
 private:

@@ -6,11 +6,11 @@ namespace pelorinnews {
 
 class MetadataQuery;
 
-/// Where every metadata query of the process says that it has news. It lives on the main thread,
-/// says everything there, and is never destroyed.
+/// Emits the signals of all metadata queries of the process. Lives on the main thread, emits only
+/// there, and is never destroyed.
 ///
-/// The queries named in its signals are there to be compared only: one that belongs to somebody
-/// else may be gone.
+/// The query pointers in its signals are for comparison only: another owner's query may be
+/// dangling.
 class MetadataQueryCenter : public QObject {
     Q_OBJECT
 
@@ -19,10 +19,10 @@ public:
     static MetadataQueryCenter *defaultCenter();
 
 Q_SIGNALS:
-    /// The matches that existed have been gathered.
+    /// The existing matches have been gathered.
     void didFinishGathering(const pelorinnews::MetadataQuery *query);
 
-    /// After that: matches have come or gone.
+    /// After `didFinishGathering`: matches have appeared or disappeared.
     void didUpdate(const pelorinnews::MetadataQuery *query);
 
 private:

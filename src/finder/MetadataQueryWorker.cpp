@@ -162,7 +162,7 @@ void MetadataQueryWorker::mountsChanged() {
         if (!isKnown || (mount && !before.holds(*mount)))
             changed.push_back(root);
     }
-    // Where a mount has gone, what it covered is to be seen again.
+    // An unmounted file system uncovers its mount point: walk that again.
     for (const MountTable::Mount &mount : before.mounts()) {
         if (!scope.mountTable().holds(mount) &&
             scope.contains(joined(mount.mountPoint, {}), pattern))
@@ -203,7 +203,7 @@ void MetadataQueryWorker::foldersChanged() {
 void MetadataQueryWorker::folderAppeared(const QByteArray &path, int level) {
     if (!scope.contains(joined(path, {}), pattern))
         return;
-    // Watched first: what is put into it while it is walked is not missed.
+    // Watch before walking: nothing that is added during the walk is missed.
     if (level < deepestLevel)
         watchFolder(path, level + 1, deepestLevel - level - 1);
     walk({path});
@@ -219,14 +219,14 @@ void MetadataQueryWorker::watchApplicationFolders() {
         QByteArray folder = place;
         while (folder != "/" && FilePaths::canonical(folder).isEmpty())
             folder = parentOf(folder);
-        // One level below as well: makers' folders. What lies in the user's home is no application
-        // folder, and neither is what stands in for one that does not exist yet.
+        // Also watch one level below, for vendors' folders. Not below the home folder, nor below
+        // the existing parent that stands in for a missing application folder.
         watchFolder(FilePaths::canonical(folder), 0, folder == place && place != home ? 1 : 0);
     }
 }
 
 void MetadataQueryWorker::watchAroundMatches() {
-    // Watching a folder may show another match.
+    // Watching a folder may reveal another match.
     for (bool isComplete = false; !isComplete;) {
         isComplete = true;
         const std::set<QByteArray> matches = found;
@@ -248,7 +248,7 @@ bool MetadataQueryWorker::watchFolder(const QByteArray &folder, int level, int d
                                  : FolderWatch::Interest::entries))
         return false;
     levels[folder] = level;
-    // What came before the watch was set.
+    // Entries that appeared before the watch was set.
     for (const QByteArray &path : entriesOf(folder)) {
         if (scope.located(path, pattern))
             consider(path);
@@ -276,8 +276,8 @@ void MetadataQueryWorker::settle() {
     if (!hasWalked || !hasAskedIndex)
         return;
     watchAroundMatches();
-    // What was not read may hold more, so that fewer than two say nothing. Once several were found
-    // beside a home that was not read to its end, the answer stays "several" although one goes.
+    // Unread folders may hold more matches, so fewer than two prove nothing. If a home folder is
+    // too big to read completely, a reported "several" therefore stays when a match disappears.
     if (!unfinished.empty() && found.size() < 2)
         return;
     if (hasGathered && !hasChanged)

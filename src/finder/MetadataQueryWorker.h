@@ -23,12 +23,12 @@ class QSocketNotifier;
 
 namespace pelorinnews {
 
-/// The search behind a metadata query, on its own thread: brings together what the index says, what
-/// a walk of the disks finds and what the watched folders report.
+/// Runs the search of a metadata query on its own thread: combines the index's replies, the walk of
+/// the disks and the events of the watched folders.
 ///
-/// The walk looks at every folder, those included that the index covers: which of the folders in
-/// there it leaves out (hidden ones, ones under version control, ...) shows only in the folders
-/// themselves. The index is what keeps that part up to date afterwards.
+/// The walk reads every folder, including those that the index covers: which folders the index
+/// leaves out there (hidden ones, ones under version control, ...) shows only in the folders
+/// themselves. Afterwards the index keeps its part up to date.
 class MetadataQueryWorker : public QObject {
     Q_OBJECT
 
@@ -84,7 +84,7 @@ private:
     Tell tell;
 
     std::set<QByteArray> found;
-    std::set<QByteArray> unfinished;  // folders that no walk has read to their end
+    std::set<QByteArray> unfinished;  // folders that no walk has read completely
     bool hasChanged = false;
     bool hasWalked = false;
     bool hasAskedIndex = false;

@@ -36,8 +36,8 @@ bool isInKernelsFolders(const QByteArray &path) {
     });
 }
 
-/// File systems with a block device have a major number; the network's and the kernel's have none,
-/// and neither have a few that do keep files here.
+/// File systems on a block device have a major number other than 0. Those of the network and of the
+/// kernel have 0, and so do a few that keep files on this computer.
 bool keepsLocalFiles(const MountTable::Mount &mount) {
     if (mount.type == "overlay")
         return mount.mountPoint == "/";  // elsewhere it is a container's view of files kept here
@@ -49,7 +49,7 @@ bool keepsLocalFiles(const MountTable::Mount &mount) {
     return !mount.device.startsWith("0:");
 }
 
-/// The absolute paths among those in `list`, which colons separate.
+/// Appends the absolute paths in `list`, which is separated by colons.
 void addPaths(const QByteArray &list, std::vector<QByteArray> &paths) {
     for (const QByteArray &path : unescaped(list).split(':')) {
         if (path.startsWith('/'))
@@ -74,8 +74,8 @@ std::vector<QByteArray> layersOf(const QByteArray &type, const QByteArray &sourc
     return layers;
 }
 
-/// The names, as the kernel's table has them, of those file systems that keep files here without a
-/// block device.
+/// The type of "/", spelled as in the kernel's table, if it keeps files here without a block
+/// device; else "unknown". Empty if the system does not report it.
 QByteArray typeOfRoot() {
     struct statfs status {};
     if (::statfs("/", &status) != 0)
@@ -146,7 +146,8 @@ void MountTable::addRoot() {
     if (::stat("/", &status) != 0)
         return;
     Mount mount;
-    // Which folder of its file system it is the kernel does not tell; no other mount is below it.
+    // The kernel does not report which folder of its file system "/" is. With this value, no other
+    // mount counts as a duplicate of it.
     mount.root = QByteArrayLiteral("unknown");
     mount.mountPoint = QByteArrayLiteral("/");
     mount.device = QByteArray::number(gnu_dev_major(status.st_dev)) + ':' +
@@ -179,7 +180,7 @@ void MountTable::markLocal() {
 const MountTable::Mount *MountTable::mountOf(const QByteArray &path) const {
     const Mount *found = nullptr;
     for (const Mount &mount : entries) {
-        // Of several at one place the last one covers the others.
+        // Of several mounts at one place, the last covers the earlier ones.
         if (isAtOrBelow(path, mount.mountPoint) &&
             (!found || mount.mountPoint.size() >= found->mountPoint.size()))
             found = &mount;

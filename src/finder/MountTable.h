@@ -6,44 +6,46 @@
 
 namespace pelorinnews {
 
-/// What is mounted where, and which of it holds this computer's own files: a value, read once.
+/// The mount table, and which mounts hold this computer's own files. A value, read once.
 class MountTable {
 public:
     struct Mount {
         QByteArray mountPoint;
-        /// The folder of the mounted file system that lies at the mount point.
+        /// The folder of the mounted file system that is visible at the mount point.
         QByteArray root;
         /// "major:minor"; the same for every mount of one file system.
         QByteArray device;
         QByteArray type;
-        /// The folders that it shows in another form, by what it was mounted with: an overlay's
-        /// layers, the folder behind a mirror or an encrypted one. Not all file systems tell.
+        /// The folders that this mount shows in another form, from its source and options: an
+        /// overlay's layers, the folder behind a mirror or an encrypted file system. Not all file
+        /// systems report them.
         std::vector<QByteArray> layers;
         int id = 0;
-        /// To be searched: kept on this computer, of files, and reachable by no other local mount.
+        /// To be searched: holds files that are kept on this computer and that no other local mount
+        /// reaches.
         bool local = false;
-        /// Of files that another computer or another file system keeps, and reachable by no local
-        /// mount.
+        /// Holds files that are kept by another computer or another file system and that no local
+        /// mount reaches.
         bool remote = false;
     };
 
-    /// The kernel's table for this process; without `/proc`, of "/" alone. Below a root that is no
-    /// mount point, as a `chroot` may make one, the kernel names none, and "/" is added here.
+    /// The kernel's table for this process; without `/proc`, only "/". In a `chroot` whose root is
+    /// no mount point the kernel lists no mount for it; then "/" is added.
     static MountTable current();
 
-    /// Reads the text of a `mountinfo` file. Lines that are not whole are left out.
+    /// Parses the text of a `mountinfo` file. Skips incomplete lines.
     static MountTable parse(const QByteArray &text);
 
     [[nodiscard]] const std::vector<Mount> &mounts() const { return entries; }
 
-    /// The mount that `path` (absolute, without symbolic links) lies on, null where none is known.
+    /// The mount that holds `path` (absolute, no symbolic links); null if unknown.
     [[nodiscard]] const Mount *mountOf(const QByteArray &path) const;
 
-    /// Whether `mount` is here too, of the same files at the same place. Its number alone does not
-    /// tell: the kernel gives one that is free to the next mount.
+    /// Whether this table also holds `mount`, with the same files at the same place. The id alone
+    /// does not prove it: the kernel reuses free ids.
     [[nodiscard]] bool holds(const Mount &mount) const;
 
-    /// Whether the path `inner` is `outer` or lies below it; by text alone.
+    /// Whether the path `inner` equals `outer` or is below it. Compares text only.
     static bool isAtOrBelow(const QByteArray &inner, const QByteArray &outer);
 
 private:

@@ -22,23 +22,23 @@ enum OlvFinderResult : std::int32_t {
     OlvFinderResultMany = 4  ///< two or more
 };
 
-/// Searches this computer for copies of the host application: for file-system entries that bear
-/// the name of its bundle. The search runs as long as the finder lives, and the result follows the
-/// copies that come and go.
+/// Searches this computer for copies of the host application: file-system entries with the name of
+/// its bundle. The search runs for the finder's lifetime, and the result follows copies that appear
+/// and disappear.
 ///
-/// Copies under another name are not found, and something else of that name is, but for launchers
-/// (see `EntryPattern`). Reports no failure and never times out: what is not known stays pending,
-/// and so it does where a remote home folder is too big to be read to its end, unless two copies
-/// were found. All its work happens on the main thread;
-/// `init` may be called, and the last reference dropped, on any thread.
+/// Misses copies under another name, and counts other things with that name, except launchers (see
+/// `EntryPattern`). Reports no errors and has no timeout: an unknown result stays pending. It also
+/// stays pending if a remote home folder is too big to be read completely, unless two copies are
+/// found. All its work happens on the main thread; `init` may be called, and the last reference
+/// dropped, on any thread.
 class OlvPelorinFinder : public std::enable_shared_from_this<OlvPelorinFinder> {
 public:
-    /// Makes a finder for the application that this process is, and posts the start of its search
-    /// to the main thread's queue; until that has run, the queue holds the finder too.
+    /// Makes a finder for the running application and posts the start of its search to the main
+    /// thread's queue. Until that has run, the queue also holds a reference to the finder.
     [[nodiscard]] static std::shared_ptr<OlvPelorinFinder> init();
 
-    /// The same for the entries that match `copies` in `searchScopes`, reading no more of each
-    /// remote folder than `remoteBounds` (see `MetadataQuery`).
+    /// The same for entries that match `copies` in `searchScopes`. `remoteBounds` limits the walk
+    /// of each remote folder (see `MetadataQuery`).
     [[nodiscard]] static std::shared_ptr<OlvPelorinFinder> init(
         const EntryPattern &copies, const QStringList &searchScopes,
         const FileWalk::Bounds &remoteBounds = MetadataQuery::defaultRemoteBounds);
@@ -47,18 +47,18 @@ public:
     OlvPelorinFinder &operator=(const OlvPelorinFinder &) = delete;
     ~OlvPelorinFinder();
 
-    /// The answer as it stands. Never waits.
+    /// The current result. Never blocks.
     [[nodiscard]] OlvFinderResult result() const { return _result; }
 
-    /// Computes the answer anew from what the search has found by now.
+    /// Recomputes the result from the matches found so far.
     void setResult();
 
-    /// What to do when a search has gathered, or has news. The finder listens to every search of
-    /// the process: it only counts its own results, so another's news do no harm.
+    /// Called when any search of the process has finished gathering or has an update, not only the
+    /// finder's own. Counts only the finder's own matches.
     void queryGatheringFinished();
     void queryUpdated();
 
-    /// The paths of the copies found, in the search's order; absent where there are none.
+    /// The paths of the copies found, in the search's order; absent if there are none.
     [[nodiscard]] std::optional<QStringList> instances() const;
 
 private:

@@ -81,7 +81,7 @@ std::vector<QByteArray> SearchScope::roots(const EntryPattern &pattern) const {
         const QByteArray &point = mount.mountPoint;
         const bool isExtra =
             isLocalComputer || std::find(folders.begin(), folders.end(), point) == folders.end();
-        // The slash makes the mount point itself one of the folders that must not match.
+        // The trailing slash makes `contains` check the mount point itself for a match, too.
         if (mount.local && isExtra && contains(FilePaths::joined(point, {}), pattern))
             found.push_back(point);
     }
@@ -120,8 +120,8 @@ std::optional<QByteArray> SearchScope::located(const QByteArray &path,
     const QByteArray holder = FilePaths::canonical(FilePaths::parentOf(path));
     if (holder.isEmpty())
         return std::nullopt;
-    // The entry belongs to the file system that its folder is on: something mounted at the entry
-    // itself, or a link it may be, does not change where it is.
+    // An entry belongs to the file system of its folder, even if it is a symbolic link or a mount
+    // point.
     QByteArray place = FilePaths::joined(holder, name);
     if (!pattern.matches(place) || !contains(FilePaths::joined(holder, {}), pattern))
         return std::nullopt;

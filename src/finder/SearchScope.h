@@ -11,37 +11,39 @@
 
 namespace pelorinnews {
 
-/// Where a metadata query looks: on this computer's own disks and in the user's home folder, or
-/// below given folders.
+/// The scope of a metadata query: this computer's own disks and the user's home folder, or a list
+/// of given folders.
 ///
-/// Below the home and a given folder its own file system counts, whatever it is, and every local
-/// one mounted there. What such a file system shows of folders that lie on this computer too counts
-/// only there. A plain value; its calls read the disk, so none belongs on the main thread.
+/// Covers the file system of the home folder and of each given folder, whatever its kind, and every
+/// local file system mounted below. If a mount shows folders of this computer in another form
+/// (`MountTable::Mount::layers`), their content counts only where the mount shows it. A plain
+/// value. Its calls read the disk: do not make them on the main thread.
 class SearchScope {
 public:
-    /// Stands for every local file system and the home folder, in a list of scopes.
+    /// In a list of scopes: every local file system and the home folder.
     static QString localComputer();
 
     SearchScope() = default;
 
-    /// The folders in `scopes` need not exist; `localComputer()` among them makes the rest void.
+    /// Ignores folders in `scopes` that do not exist. If `localComputer()` is among them, ignores
+    /// the rest.
     explicit SearchScope(const QStringList &scopes, const QByteArray &homeFolder = {});
 
     void setMounts(MountTable table);
     [[nodiscard]] const MountTable &mountTable() const { return mounts; }
 
-    /// The folders to walk, each on its own file system, to have seen the whole scope.
+    /// The folders to walk, each within its own file system, to cover the whole scope.
     [[nodiscard]] std::vector<QByteArray> roots(const EntryPattern &pattern) const;
 
     /// Whether `root` lies on a file system that is not this computer's own.
     [[nodiscard]] bool isRemote(const QByteArray &root) const;
 
-    /// Whether the folder or entry at `path` (absolute, without symbolic links) is in the scope
-    /// and in no entry that matches.
+    /// Whether the folder or entry at `path` (absolute, no symbolic links) is in the scope and not
+    /// inside an entry that matches.
     [[nodiscard]] bool contains(const QByteArray &path, const EntryPattern &pattern) const;
 
-    /// The path by which the walk would find the entry at `path`: absent where there is none, it
-    /// does not match, or it is outside the scope.
+    /// The path under which the walk finds the entry at `path`. Absent if there is no such entry,
+    /// it does not match, or it is outside the scope.
     [[nodiscard]] std::optional<QByteArray> located(const QByteArray &path,
                                                     const EntryPattern &pattern) const;
 
@@ -50,7 +52,7 @@ private:
 
     std::vector<QByteArray> folders;
     bool isLocalComputer = false;
-    QByteArray home;  // without symbolic links; empty where none is to be searched
+    QByteArray home;  // no symbolic links; empty if none is to be searched
     MountTable mounts;
     std::vector<QByteArray> shownElsewhere;  // folders whose content counts where a mount shows it
 };
