@@ -83,7 +83,7 @@ DesktopNotificationCenter::defaultUserNotificationCenter() {
     static std::shared_ptr<DesktopNotificationCenter> center;
     if (!center) {
         center = std::make_shared<DesktopNotificationCenter>(hostAsSender());
-        // Before the objects go that the thread's event loop needs.
+        // Shut down before the objects are destroyed that the thread's event loop needs.
         qAddPostRoutine([] { std::exchange(center, nullptr)->shutDown(); });
     }
     return center;
@@ -142,7 +142,7 @@ void DesktopNotificationCenter::readRegistry() const {
     if (!contents)
         return;
     shared->list->merge(*contents);
-    // What was taken on trust is to be checked with the bus, and its clicks are to be heard.
+    // The entries are assumed valid: the thread checks them with the bus and listens for clicks.
     if (!contents->entries.empty())
         shared->thread->start();
 }

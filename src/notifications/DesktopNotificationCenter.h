@@ -10,10 +10,10 @@ namespace pelorinnews {
 
 /// The notification centre over the desktop's notification server (freedesktop Notifications).
 ///
-/// A thread and a bus connection of its own start when something is delivered, or when the registry
-/// holds notifications of an earlier run whose clicks are to be heard; until then it costs nothing.
-/// Both end with the centre, within `shutDownTimeout`; a thread that does not end in time (a bus
-/// that hangs) is left behind.
+/// Starts its own thread and bus connection when something is delivered, or when the registry holds
+/// notifications of an earlier run whose clicks must be received; costs nothing until then. Both
+/// end with the centre, within `shutDownTimeout`. A thread that does not end in time (on a hung
+/// bus) is left behind.
 class DesktopNotificationCenter final : public NotificationCenter {
 public:
     static constexpr std::chrono::milliseconds shutDownTimeout{500};
@@ -22,11 +22,11 @@ public:
     ~DesktopNotificationCenter() override;
 
     /// The centre of this process and its host, made on first use. It ends with the application
-    /// object; under another one there is a new centre. Null where there is no application object,
-    /// or off its thread.
+    /// object; a later application object gets a new centre. Null without an application object, or
+    /// off its thread.
     [[nodiscard]] static std::shared_ptr<DesktopNotificationCenter> defaultUserNotificationCenter();
 
-    /// The user's state folder of the host `identifier`: where its registry belongs.
+    /// The user's state folder of the host `identifier`, which holds the registry.
     [[nodiscard]] static QString stateFolder(const QString &identifier);
 
     void deliverNotification(const UserNotification &notification) override;
@@ -35,7 +35,7 @@ public:
     void setDelegate(std::weak_ptr<NotificationCenterDelegate> delegate) override;
     bool flush(std::chrono::milliseconds timeout) override;
 
-    /// Ends the thread. What is delivered or removed afterwards goes nowhere.
+    /// Ends the thread. Later deliveries and removals never reach the server.
     void shutDown();
 
     /// Whether the thread runs.
@@ -47,7 +47,7 @@ private:
     void readRegistry() const;
 
     const NotificationRegistry registry;
-    /// What tasks for the main thread use too, however long those last.
+    /// Shared with tasks on the main thread, which may outlive this object.
     const std::shared_ptr<Shared> shared;
 };
 

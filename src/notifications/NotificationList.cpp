@@ -89,8 +89,8 @@ void NotificationList::mergeLocked(const RegistryContents &contents) {
     bus = contents.bus;
     server = contents.server;
 
-    // What stands goes in the file's order, which is that of delivery for all processes alike. What
-    // the file held and holds no longer was ended by another process.
+    // Standing entries take the file's order: the order of delivery, the same for all processes. An
+    // entry that the file held and no longer holds was ended by another process.
     Items merged;
     for (const RegistryEntry &entry : contents.entries) {
         if (erased.contains(entry.notification.identity))

@@ -8,12 +8,12 @@
 
 namespace pelorinnews {
 
-/// The delivered notifications of the process in memory: those that wait for the notification
-/// server, those that stand, and those that were taken back and not confirmed yet. It also knows
-/// what of that the registry file does not hold yet.
+/// The process's delivered notifications in memory: those that wait for the notification server,
+/// those that stand (the server accepted them and they have not ended), and those that are
+/// withdrawn but not confirmed yet. Also tracks what of that the registry file does not hold yet.
 ///
-/// What it takes from the registry before `setServer` counts on trust: whoever asks is not made to
-/// wait for the bus. Guards itself; any thread.
+/// Until `setServer()`, entries from the registry are assumed valid, so that no caller has to wait
+/// for the bus. Thread-safe.
 class NotificationList {
 public:
     /// At most this many wait for a server; beyond it the oldest is dropped.
@@ -21,55 +21,55 @@ public:
 
     enum class Presentation { Asked, Unasked };
 
-    /// Appends `notification` with a new identity. One that is unasked waits for `answer`.
+    /// Appends `notification` with a new identity. An `Unasked` one waits for `answer`.
     void add(const UserNotification &notification, Presentation presentation);
 
     [[nodiscard]] QList<UserNotification> delivered() const;
 
-    /// Takes a notification back. True where that leaves work to do.
+    /// Withdraws a notification. True if it was sent or is being sent, so that the worker must act.
     bool remove(const QString &identity);
 
     [[nodiscard]] std::vector<UserNotification> unasked() const;
 
-    /// The delegate's word on an unasked one; any other is left as it is.
+    /// The delegate's answer for an unasked notification. For any other, a no-op.
     void answer(const QString &identity, bool present);
 
     [[nodiscard]] bool isEmpty() const;
 
-    /// Takes over what the file holds, unless something newer is known.
+    /// Takes over the contents of the registry file, unless newer contents are known.
     void merge(const RegistryContents &contents);
 
-    /// Says for which bus and server the list holds. Where that changes, nothing stands any more
-    /// and what was being sent waits again.
+    /// Sets the bus and server that the list is about. If they change, nothing stands any more and
+    /// notifications that were being sent wait again.
     void setServer(const QString &bus, const QString &server);
 
     [[nodiscard]] bool hasWaiting() const;
 
-    /// The first one that waits; from now on it is being sent.
+    /// Marks the first waiting notification as being sent and returns it.
     [[nodiscard]] std::optional<UserNotification> takeWaiting();
 
-    /// The one being sent stands, as number `serverId`.
+    /// The notification being sent now stands under server id `serverId`.
     void setSent(const QString &identity, quint32 serverId, const QString &sender);
 
-    /// The one being sent never arrived and waits again.
+    /// The notification being sent did not arrive. It waits again, or is dropped if withdrawn.
     void setUnsent(const QString &identity);
 
-    /// The number of each one that was taken back and is to be closed; each is given once.
+    /// The server ids of the withdrawn notifications to close. Returns each server id once.
     [[nodiscard]] std::vector<quint32> takeWithdrawn();
 
-    /// The one that stands as `serverId`, also where it was taken back.
+    /// The notification that stands under `serverId`, even if it is withdrawn.
     [[nodiscard]] std::optional<RegistryEntry> find(quint32 serverId) const;
 
-    /// Forgets the one that stands as `serverId`.
+    /// Forgets the notification that stands under `serverId`.
     void end(quint32 serverId);
 
-    /// Forgets the one being sent: the server refused it.
+    /// Forgets the notification being sent: the server refused it.
     void drop(const QString &identity);
 
-    /// What the registry lacks; absent where it lacks nothing.
+    /// The change that the registry file lacks; absent if it lacks none.
     [[nodiscard]] std::optional<RegistryChange> unsavedChange() const;
 
-    /// `change` is in the file, which now holds `contents`.
+    /// To be called once `change` is in the file, which now holds `contents`.
     void setSaved(const RegistryChange &change, const RegistryContents &contents);
 
 private:

@@ -8,11 +8,11 @@
 
 namespace pelorinnews {
 
-/// How far a worker thread has come with what was asked of it, for those who wait until it has
-/// nothing left to do. Any thread.
+/// Tracks how many requests a worker thread has handled, so that others can wait until it is idle.
+/// Thread-safe.
 class NotificationProgress {
 public:
-    /// Something new was asked for.
+    /// Counts a new request.
     void request() {
         const std::lock_guard lock(mutex);
         ++requested;
@@ -23,7 +23,8 @@ public:
         return requested;
     }
 
-    /// The worker has looked at the first `seen` requests; `isBusy`: answers are still to come.
+    /// For the worker: it has handled the first `seen` requests. `isBusy`: replies or retries are
+    /// still pending.
     void report(quint64 seen, bool isBusy) {
         {
             const std::lock_guard lock(mutex);
@@ -33,10 +34,10 @@ public:
         changed.notify_all();
     }
 
-    /// False where the worker was still at it when `timeout` was over.
+    /// False if the worker is still busy after `timeout`.
     bool waitUntilSettled(std::chrono::milliseconds timeout) {
         std::unique_lock lock(mutex);
-        // Not `wait_for`: race detectors do not see through the wait on the steady clock.
+        // Not `wait_for`: race detectors do not understand its wait on the steady clock.
         return changed.wait_until(lock, std::chrono::system_clock::now() + timeout,
                                   [this] { return done == requested && !busy; });
     }

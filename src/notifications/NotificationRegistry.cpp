@@ -17,8 +17,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// A file that was changed so recently may be changed again without a change of its stamp: the
-/// clocks of file systems tick this seldom, in nanoseconds.
+/// Nanoseconds. The coarsest tick of a file system's clock: a file that was changed more recently
+/// may change again without a change of its stamp.
 constexpr qint64 coarsestTick = 2'000'000'000;
 
 bool isSettled(const FileStamp &stamp) {
@@ -97,7 +97,7 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
     if (removed)
         removed->clear();
     const QString lockPath = filePath + QStringLiteral(".lock");
-    // A lock file that is a pipe would block whoever looks whether its owner is still there.
+    // If the lock file were a pipe, checking whether its owner still runs would block.
     if (!QDir().mkpath(folderPath) || !RegularFile::isRegularOrAbsent(filePath) ||
         !RegularFile::isRegularOrAbsent(lockPath))
         return std::nullopt;
@@ -113,10 +113,10 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
     QStringList erased = applyTo(contents, change);
 
     FileReplacement file(filePath);
-    // Titles of what a person was told are nobody else's business.
+    // What a user was notified of is private.
     file.setPermissions(S_IRUSR | S_IWUSR);
     file.write(RegistryFormat::write(contents));
-    // Not before there is something to put in its place: the disk may be full.
+    // Only once the new contents are written: the disk may be full.
     if (seen && !seen->contents && !file.error())
         setAside();
     if (!file.commit())
@@ -127,7 +127,7 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
 }
 
 void NotificationRegistry::setAside() const {
-    // Of a link the target: a new one is made in its place.
+    // Renames the target of a symbolic link, not the link: the new file replaces the target.
     const QByteArray target = FilePaths::endOfLinks(QFile::encodeName(filePath));
     std::rename(target.constData(), (target + ".corrupt").constData());
 }

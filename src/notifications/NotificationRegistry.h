@@ -17,17 +17,17 @@ namespace pelorinnews {
 /// One delivered notification as the registry keeps it.
 struct RegistryEntry {
     UserNotification notification;
-    /// The number that the notification server gave it.
+    /// The server id: the number that the notification server gave the notification.
     quint32 serverId = 0;
     /// The bus name of the connection that delivered it.
     QString sender;
-    /// It was taken back, but the server has not confirmed that yet.
+    /// Withdrawn, but not yet confirmed by the server.
     bool withdrawn = false;
 };
 
-/// The delivered notifications that stand, and for which server on which bus that is true.
+/// The delivered notifications that stand, and the bus and server for which they do.
 struct RegistryContents {
-    /// Grows with each change: of two contents the one with the greater number is the newer.
+    /// Grows with each change: contents with a greater serial are newer.
     quint64 serial = 0;
     QString bus;
     QString server;
@@ -38,41 +38,42 @@ struct RegistryContents {
 struct RegistryChange {
     QString bus;
     QString server;
-    /// The number of the newest contents that the changer knows.
+    /// The serial of the newest contents that the changing process knows.
     quint64 serial = 0;
     QStringList erased;
-    /// Each replaces the entry of the same identity, or comes last.
+    /// Each replaces the entry with the same identity, or is appended.
     std::vector<RegistryEntry> put;
 };
 
-/// The file in which delivered notifications outlive the process that delivered them: no
-/// notification server can be asked whether a number still stands. It keeps the texts, and of the
-/// user information a date under "originationDate" and a text under "originatorName".
+/// The file that persists delivered notifications beyond the process that delivered them: no
+/// notification server can be asked whether a server id is still valid. Of a notification it keeps
+/// the texts, and of its user information a date under "originationDate" and a text under
+/// "originatorName".
 ///
-/// Shared by all processes of the same host and the same user: it is changed under a lock file and
-/// replaced as a whole, so that it can be read without one. A regular file of at most 128 KB, or a
-/// symbolic link to one; anything else is neither read nor written. Any thread.
+/// Shared by all processes of the same host and user. It is changed under a lock file and replaced
+/// as a whole, so reading needs no lock. A regular file of at most 128 KB, or a symbolic link to
+/// one; anything else is neither read nor written. Thread-safe.
 class NotificationRegistry {
 public:
-    /// More entries than this are neither kept nor read; the oldest go first. So they do where the
-    /// file would become too large.
+    /// Limit for writing and for reading; the oldest entries are dropped first. They are also
+    /// dropped if the file would become too large.
     static constexpr std::size_t maximumEntries = 200;
-    /// A change waits this long for another process's, in milliseconds.
+    /// How long a change waits for another process's lock, in milliseconds.
     static constexpr int lockTimeout = 200;
 
     explicit NotificationRegistry(const QString &folder);
 
-    /// What the file holds. Absent where there is none or it cannot be read or understood. Never
-    /// blocks. A file that has not changed since is not read again.
+    /// The contents of the file. Absent if there is no file or it cannot be read or parsed. Never
+    /// blocks. An unchanged file is a cache hit.
     [[nodiscard]] std::optional<RegistryContents> read() const;
 
-    /// Applies `change` and returns what the file holds then; absent where it could not be locked
-    /// or written, and then it is as before, but for one that cannot be understood, which may be
-    /// set aside already: it gets the name with ".corrupt" at its end before the new one takes its
-    /// place. Waits for the lock and the disk.
+    /// Applies `change` and returns the new contents of the file. Absent if the file cannot be
+    /// locked or written; it is then unchanged, with one exception: a file that cannot be parsed is
+    /// renamed to its name plus ".corrupt" before the new file takes its place, and may be renamed
+    /// already. Blocks on the lock and the disk.
     ///
-    /// `removed`, if given, gets those of `change.erased` that the file held until now: of several
-    /// processes that erase one entry, exactly one is told that it did. It stays empty where the
+    /// `removed`, if given, receives those of `change.erased` that the file held until now: if
+    /// several processes erase one entry, exactly one of them is told that it did. Empty if the
     /// change failed.
     [[nodiscard]] std::optional<RegistryContents> apply(const RegistryChange &change,
                                                         QStringList *removed = nullptr) const;
@@ -80,13 +81,13 @@ public:
     [[nodiscard]] QString path() const { return filePath; }
 
 private:
-    /// A file and what it holds, where that can be understood.
+    /// A file and its contents; these are absent if they cannot be parsed.
     struct Seen {
         FileStamp stamp;
         std::optional<RegistryContents> contents;
     };
 
-    /// Null where there is no file that can be read.
+    /// Null if there is no readable file.
     [[nodiscard]] std::shared_ptr<const Seen> look() const;
     void setAside() const;
 

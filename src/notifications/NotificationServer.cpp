@@ -16,10 +16,11 @@ const QString path = QStringLiteral("/org/freedesktop/Notifications");
 const QString busService = QStringLiteral("org.freedesktop.DBus");
 const QString busPath = QStringLiteral("/org/freedesktop/DBus");
 
-// A hung server may answer after any time, and the answer to a delivery must not get lost: it
-// holds the number by which alone the notification can be taken back.
+// No timeout: a hung server may reply at any time, and the reply to a delivery must not get lost.
+// It holds the server id, without which the notification cannot be withdrawn.
 constexpr int withoutTimeout = std::numeric_limits<int>::max();
-// Nobody reads more in a pop-up, and a message of the size of a broken feed would cost us the bus.
+// UTF-16 units. Nobody reads more in a pop-up, and a message as large as a broken feed would make
+// the bus disconnect us.
 constexpr int maximumTextLength = 4096;
 
 QDBusMessage serverCall(const QString &destination, const QString &method) {
@@ -36,7 +37,7 @@ bool isError(const QDBusMessage &reply) {
     return reply.type() != QDBusMessage::ReplyMessage;
 }
 
-// Whether the error says that nobody received the call, rather than what somebody thought of it.
+// Whether the error means that nobody received the call, and not that a server refused it.
 bool isServerGone(const QDBusMessage &reply) {
     switch (QDBusError(reply).type()) {
         case QDBusError::ServiceUnknown:
@@ -66,8 +67,8 @@ QString plainText(QString text) {
     return text;
 }
 
-// Some servers report a click only for an action that has a label, so every one gets it, but for
-// those that draw a button for it though they report clicks without.
+// Some servers report a click only for an action that has a label, so every server gets the label.
+// The exceptions are servers that draw a button for it although they report clicks without one.
 bool hearsClicksWithoutButton(const QString &serverName) {
     return serverName == QLatin1String("lxqt-notificationd");
 }
@@ -100,7 +101,7 @@ bool NotificationServer::open(const QString &address) {
     if (!connection.isConnected())
         return false;
     listen();
-    // One after the other, since two answers may come in either order.
+    // Sequential calls: two replies may arrive in either order.
     call(busCall(QStringLiteral("GetId")), [this](const QDBusMessage &reply) {
         bus = firstArgument(reply).toString();
         if (!bus.isEmpty())
@@ -111,7 +112,8 @@ bool NotificationServer::open(const QString &address) {
 
 void NotificationServer::askOwner() {
     call(busCall(QStringLiteral("GetNameOwner"), {service}), [this](const QDBusMessage &reply) {
-        // A change that was told in the meantime is as recent as this answer, or more so.
+        // If the owner changed meanwhile, the signal is at least as recent as this reply: keep its
+        // value.
         if (!ownerChanged && !isError(reply))
             serverOwner = firstArgument(reply).toString();
         known = true;
@@ -125,8 +127,8 @@ void NotificationServer::listen() {
     connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                        QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
                        this, SLOT(onDisconnected()));
-    // Without a sender in the rule, since Qt would wait for the bus to tell it who that is; each
-    // signal says itself whom it is from.
+    // No sender in the match rule: Qt would block on the bus to resolve it. Each signal carries its
+    // sender, which the slots check.
     connection.connect(QString(), path, service, QStringLiteral("NotificationClosed"), this,
                        SLOT(onNotificationClosed(QDBusMessage)));
     connection.connect(QString(), path, service, QStringLiteral("ActivationToken"), this,
@@ -143,8 +145,8 @@ void NotificationServer::call(const QDBusMessage &message,
         watcher->deleteLater();
         done(watcher->reply());
     };
-    // Once only: a watcher may report twice what was answered while it was made, and later than
-    // what was answered after that.
+    // Single shot: if the reply arrives while the watcher is being made, the watcher may emit
+    // `finished` twice, and later than the watchers of subsequent replies.
     connect(watcher, &QDBusPendingCallWatcher::finished, this, finish,
             static_cast<Qt::ConnectionType>(Qt::AutoConnection | Qt::SingleShotConnection));
 }
@@ -170,7 +172,8 @@ void NotificationServer::askTraits(TraitsCallback done) {
 }
 
 QStringList NotificationServer::actionsFor(const Traits &traits) const {
-    // A server without actions may show a dialog in place of a pop-up (notify-osd).
+    // No actions for a server without support: it may show a dialog instead of a pop-up
+    // (notify-osd).
     if (traits.capabilities && !traits.capabilities->contains(QLatin1String("actions")))
         return {};
     return {QStringLiteral("default"), hearsClicksWithoutButton(traits.name) ? QString() : label};
@@ -186,7 +189,7 @@ void NotificationServer::notify(const UserNotification &notification, const Trai
     if (!notification.soundName.isNull())
         hints.insert(QStringLiteral("sound-name"), soundName(notification.soundName));
 
-    // To the very server whose notifications the list is about, not to its successor.
+    // To the unique name: the server that the list is about, never its successor.
     QDBusMessage message = serverCall(serverOwner, QStringLiteral("Notify"));
     message << applicationName << quint32(0) << QString() << plainText(notification.title) << body
             << actionsFor(traits) << hints << qint32(-1);

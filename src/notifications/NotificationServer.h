@@ -12,21 +12,22 @@
 
 namespace pelorinnews {
 
-/// The desktop's notification server as one bus connection of our own sees it. Delivering, closing
-/// and listening use the same connection, since many servers signal only to the one that delivered.
+/// Client of the desktop's notification server, on its own bus connection. Delivers, closes and
+/// listens on the same connection, since many servers send signals only to the connection that
+/// delivered.
 ///
-/// Belongs to one thread, on which everything is called back. No operation waits for an answer but
-/// `open`, which connects.
+/// Belongs to one thread, on which all callbacks run. Only `open` blocks, while it connects; no
+/// other operation waits for a reply.
 class NotificationServer : public QObject {
     Q_OBJECT
 public:
-    /// What came of a delivery.
+    /// The result of a delivery.
     enum class Outcome { Delivered, Refused, ServerGone };
-    /// What a server says of itself.
+    /// What a server reports about itself.
     struct Traits {
-        /// Absent capabilities: it knows no such question.
+        /// Absent if the server does not implement this query.
         std::optional<QStringList> capabilities;
-        /// Null where it does not tell.
+        /// Null if the server does not report it.
         QString name;
     };
     using TraitsCallback = std::function<void(std::optional<Traits>)>;
@@ -34,32 +35,33 @@ public:
     using Callback = std::function<void()>;
     using BoolCallback = std::function<void(bool)>;
 
-    /// `originName` is shown by some desktops, `originDesktopEntry` names the host's desktop file,
-    /// `actionLabel` names the click where the desktop shows it as a button.
+    /// Some desktops show `originName`. `originDesktopEntry` is the name of the host's desktop
+    /// file. `actionLabel` is the text of the button on desktops that show one for the click.
     NotificationServer(QString originName, QString originDesktopEntry, QString actionLabel);
     ~NotificationServer() override;
 
-    /// Connects to the bus at `address`, or the session's where that is empty, and listens, before
-    /// anything can be delivered. `serverChanged` follows as soon as the bus has said who serves.
+    /// Connects to the bus at `address`, or to the session bus if that is empty, and listens to
+    /// signals before anything can be delivered. False if there is no connection. `serverChanged`
+    /// follows once the bus has reported who owns the server's name.
     bool open(const QString &address);
 
-    /// Whether `serverChanged` was emitted and the bus is still there.
+    /// Whether `serverChanged` has been emitted and the bus is still connected.
     [[nodiscard]] bool isKnown() const { return known; }
     /// The identifier of the bus.
     [[nodiscard]] QString busId() const { return bus; }
     /// The unique name of the server; empty where none runs.
     [[nodiscard]] QString owner() const { return serverOwner; }
-    /// Our own unique name.
+    /// The unique name of our connection.
     [[nodiscard]] QString connectionName() const { return connection.baseService(); }
 
-    /// Asks what the server can do and who it is, and has the bus start one where none runs.
-    /// Absent where there is no server that could be asked.
+    /// Queries the server's capabilities and identity. The bus starts a server if none runs. The
+    /// traits are absent if no server can be asked.
     void askTraits(TraitsCallback done);
 
     /// Delivers `notification`, formatted for a server with these traits.
     void notify(const UserNotification &notification, const Traits &traits, NotifyCallback done);
 
-    /// Closes notification `id`. Called back whether the server knew it or not.
+    /// Closes the notification with server id `id`. Calls back whether or not the server knew it.
     void close(quint32 id, Callback done);
 
     /// Asks whether the connection `name` is still on the bus.
@@ -68,12 +70,13 @@ public:
 Q_SIGNALS:
     /// The server came, went, was replaced, or the bus was lost.
     void serverChanged();
-    /// Notification `id`, of any program, is gone. Reasons: 1 expired, 2 dismissed, 3 closed by a
-    /// program, 4 anything else.
+    /// The notification with server id `id`, of any program, is gone. Reasons: 1 expired, 2
+    /// dismissed, 3 closed by a program, 4 anything else.
     void closed(quint32 id, quint32 reason);
-    /// Notification `id`, of any program, is about to be activated, with the right to the front.
+    /// The notification with server id `id`, of any program, is about to be activated. `token` is
+    /// the right to bring a window to the front.
     void activationTokenReceived(quint32 id, const QString &token);
-    /// The user clicked notification `id`, of any program.
+    /// The user clicked the notification with server id `id`, of any program.
     void activated(quint32 id);
 
 private Q_SLOTS:

@@ -9,7 +9,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// A QThread must not be destroyed while it runs: it goes when it ends, if that ever happens.
+/// A QThread must not be destroyed while it runs: delete it when it ends, if it ever does.
 void leaveBehind(QThread *thread) {
     QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     if (thread->isFinished())

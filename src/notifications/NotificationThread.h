@@ -10,8 +10,7 @@
 
 namespace pelorinnews {
 
-/// The thread on which the notification worker runs: started when it is first needed, ended once.
-/// Any thread.
+/// The notification worker's thread: starts when first needed, ends once. Thread-safe.
 class NotificationThread {
 public:
     NotificationThread(NotificationSender origin, std::shared_ptr<NotificationList> notifications,
@@ -21,22 +20,22 @@ public:
     NotificationThread(const NotificationThread &) = delete;
     NotificationThread &operator=(const NotificationThread &) = delete;
 
-    /// Lets the worker run unless it already does.
+    /// Starts the worker unless it already runs or `stop` was called.
     void start();
 
-    /// Has the worker look at the list; starts it where needed. Does nothing after `stop`.
+    /// Makes the worker look at the list; starts it if needed. A no-op after `stop`.
     void wake();
 
     [[nodiscard]] bool isRunning() const;
 
-    /// Ends the thread and waits for that, but no longer than `timeout`; a thread that waits for
-    /// something that never comes is left behind then. No worker runs afterwards.
+    /// Ends the thread and waits for it, at most `timeout`. A thread that is blocked for longer is
+    /// left behind. No worker starts afterwards.
     void stop(std::chrono::milliseconds timeout);
 
 private:
     enum class State { Idle, Running, Stopped };
-    /// Between us and the thread, which may outlive us. Nothing is posted to the thread before it
-    /// has opened the gate itself: its first look at the list comes right after.
+    /// Shared with the thread, which may outlive us. Nothing is posted to the thread until it has
+    /// opened the gate itself: it looks at the list right after that, so no request is missed.
     struct Gate {
         std::mutex mutex;
         bool isOpen = false;

@@ -10,10 +10,10 @@ namespace {
 
 constexpr quint32 dismissed = 2;
 constexpr quint32 closedByProgram = 3;
-// A registry that cannot be written is tried again this often, at this distance in milliseconds.
+// Retries if the registry cannot be written: how many, and their interval in milliseconds.
 constexpr int saveAttempts = 10;
 constexpr int saveInterval = 1000;
-// Signals of other programs' notifications reach us too; nobody else's business fills our memory.
+// We also receive signals about other programs' notifications; they must not fill our memory.
 constexpr std::size_t maximumRemembered = 64;
 
 }  // namespace
@@ -63,7 +63,7 @@ void NotificationWorker::connectIfNeeded() {
             });
     if (server->open(sender.busAddress))
         return;
-    // Without a bus nothing can stand.
+    // Without a bus no notification can stand.
     server.reset();
     list->setServer(QString(), QString());
 }
@@ -79,7 +79,7 @@ void NotificationWorker::serverChanged() {
     if (server->isKnown()) {
         list->setServer(server->busId(), server->owner());
     } else {
-        // The bus is gone. This runs on the server's own stack.
+        // The bus is gone. The server object is emitting this signal, so delete it later.
         server.release()->deleteLater();
         list->setServer(QString(), QString());
     }
@@ -119,7 +119,7 @@ void NotificationWorker::save() {
         --saveAttemptsLeft;
         saveTimer.start();
     } else {
-        // Too late to act on them.
+        // No retry is left: too late to act on them.
         foreignClicks.clear();
     }
 }
@@ -144,8 +144,9 @@ void NotificationWorker::present() {
     if (presenting || !list->hasWaiting())
         return;
     presenting = true;
-    // Asked before the first of those that wait; each other one goes when the one before it was
-    // answered. A server that hangs gets nothing to show later that was taken back in the meantime.
+    // Query the traits before the first waiting notification; send each further one after the reply
+    // to the previous one. So a server that hangs does not later show notifications that were
+    // withdrawn in the meantime.
     server->askTraits([this, asked = generation](const auto &traits) {
         if (asked != generation)
             return;
@@ -153,7 +154,7 @@ void NotificationWorker::present() {
             presentNext(*traits);
             return;
         }
-        // Tried again when a server comes, or something else is asked for.
+        // Retried when a server appears, or with the next request.
         presenting = false;
         progress->report(seenRequests, isBusy());
     });
@@ -179,7 +180,7 @@ void NotificationWorker::presentNext(const NotificationServer::Traits &traits) {
 void NotificationWorker::onSent(const QString &identity, NotificationServer::Outcome outcome,
                                 quint32 id, const NotificationServer::Traits &traits) {
     if (outcome == NotificationServer::Outcome::ServerGone) {
-        // The bus tells next who serves now, and that presents it again.
+        // The bus reports the server's new owner next, and `serverChanged` presents it again.
         list->setUnsent(identity);
         presenting = false;
         progress->report(seenRequests, isBusy());
@@ -204,15 +205,15 @@ std::optional<RegistryEntry> NotificationWorker::findOwn(quint32 id) {
     auto entry = list->find(id);
     if (entry)
         return entry;
-    // It may be one that another process of this host delivered after we looked.
+    // Another process of this host may have delivered it since we last read the registry.
     if (const auto contents = registry.read())
         list->merge(*contents);
     return list->find(id);
 }
 
 void NotificationWorker::onClosed(quint32 id, quint32 reason) {
-    // One that expired still stands in the desktop's list of notifications, or at least was not
-    // answered: it must not be announced again.
+    // An expired notification stays in the desktop's list, or at least was not answered. It must
+    // not be announced again, so keep it.
     if (reason != dismissed && reason != closedByProgram)
         return;
     if (findOwn(id)) {
@@ -231,7 +232,8 @@ void NotificationWorker::onActivated(quint32 id) {
             activatedEarly.insert(id);
         return;
     }
-    // A click ends the notification, whoever acts on it; its end is often reported right after.
+    // A click ends the notification, no matter which process acts on it. The server often reports
+    // it closed right after.
     list->end(id);
     const bool isOurs = entry->sender == server->connectionName();
     if (!isOurs)
@@ -245,10 +247,11 @@ void NotificationWorker::decideForeignClicks(const QStringList &erased,
                                              const QStringList &removed) {
     for (const QString &identity : erased) {
         const auto click = foreignClicks.extract(identity);
-        // Every process of this host hears the click; the one whose change ended it acts.
+        // Every process of this host receives the click; the process whose change ended the
+        // notification acts on it.
         if (click.empty() || !removed.contains(identity))
             continue;
-        // The process that delivered it hears the click itself as long as it lives.
+        // While the process that delivered it is on the bus, that process handles the click itself.
         const RegistryEntry entry = click.mapped();
         server->askIsOnBus(entry.sender, [this, entry, asked = generation](bool isOnBus) {
             if (asked == generation && !isOnBus)
@@ -262,7 +265,7 @@ void NotificationWorker::activate(const RegistryEntry &entry) {
     const auto token = activationTokens.extract(entry.serverId);
     if (!token.empty())
         notification.activationToken = token.mapped();
-    // Some desktops leave a clicked one in place.
+    // Some desktops do not remove a clicked notification.
     close(entry.serverId);
     if (!entry.withdrawn)
         activated(notification);

@@ -15,23 +15,23 @@
 
 namespace pelorinnews {
 
-/// Who delivers, and where.
+/// The origin of notifications, and the folder and bus that they go through.
 struct NotificationSender {
-    /// The host's identifier; names its desktop file too.
+    /// The host's identifier; also the name of its desktop file.
     QString identifier;
-    /// What desktops may show as the origin.
+    /// Desktops may show it as the origin.
     QString applicationName;
-    /// What desktops that show a button for the click write on it. Not empty: some ignore clicks
-    /// then.
+    /// The text of the button on desktops that show one for the click. Not empty: some desktops
+    /// ignore clicks then.
     QString actionLabel;
-    /// The folder of the registry.
+    /// The registry's folder.
     QString stateFolder;
-    /// The bus; the session's where empty.
+    /// The bus address; the session bus if empty.
     QString busAddress;
 };
 
-/// Keeps the notification server, the list in memory and the registry file in step. Lives on a
-/// thread of its own, where it may wait for the bus and the disk; it never waits for the server.
+/// Keeps the notification server, the list in memory and the registry file in step. Lives on its
+/// own thread, where it may block on the bus and the disk; it never blocks on the server.
 class NotificationWorker : public QObject {
     Q_OBJECT
 public:
@@ -41,10 +41,10 @@ public:
     NotificationWorker(NotificationSender origin, std::shared_ptr<NotificationList> notifications,
                        std::shared_ptr<NotificationProgress> reports, Activated onActivation);
 
-    /// Does what the list has to do. The first time, connects to the bus.
+    /// Does the list's pending work. Connects to the bus first, if not connected.
     Q_INVOKABLE void work();
 
-    /// Leaves the bus and ends the thread. What was not done by then is done by the next process.
+    /// Disconnects from the bus and ends the thread. Unfinished work is left to the next process.
     Q_INVOKABLE void stop();
 
 private:
@@ -75,16 +75,17 @@ private:
     QTimer saveTimer;
     int saveAttemptsLeft;
     quint64 seenRequests = 0;
-    /// Answers to calls that were made before the server changed are nobody's.
+    /// Bumped on server change; stale replies are dropped.
     quint64 generation = 0;
     bool presenting = false;
     int closing = 0;
-    /// What happened to numbers that nobody knew while a delivery's number was still to come.
+    /// Server ids that nobody knew when they were closed or clicked, while the reply with the
+    /// server id of a delivery was still pending.
     std::set<quint32> closedEarly;
     std::set<quint32> activatedEarly;
     std::map<quint32, QString> activationTokens;
-    /// What was clicked and delivered by another process, by identity, until our change to the
-    /// registry tells whether it was us who ended it.
+    /// Clicked notifications that another process delivered, by identity. They wait until our
+    /// change to the registry shows whether we are the process that ended them.
     std::map<QString, RegistryEntry> foreignClicks;
 };
 

@@ -14,9 +14,9 @@ namespace pelorinnews::RegistryFormat {
 namespace {
 
 constexpr int formatVersion = 2;
-/// The format of before: it differs in the user information only.
+/// The previous format; only the user information differs.
 constexpr int streamedVersion = 1;
-/// Beyond it, integers in JSON are not exact.
+/// JSON integers beyond this are not exact.
 constexpr qint64 largestSerial = qint64(1) << 53;
 constexpr qint64 largestId = 0xffffffffLL;
 
@@ -30,7 +30,7 @@ QString cut(const QString &text) {
     return text.left(isWithinPair ? longestText - 1 : longestText);
 }
 
-// An absent text is left out, so that it comes back absent and not empty.
+// Omits an absent text, so that it is read back as absent and not as empty.
 void put(QJsonObject &object, const QString &key, const QString &text) {
     if (!text.isNull())
         object.insert(key, text);
@@ -41,7 +41,7 @@ QString textIn(const QJsonObject &object, const QString &key) {
     return value.isString() ? cut(value.toString()) : QString();
 }
 
-/// The two known values, if they are of the known types.
+/// The values of the two known keys, if they have the known types.
 QVariantMap knownUserInfo(const QVariantMap &userInfo) {
     QVariantMap known;
     const QVariant date = userInfo.value(dateKey);
@@ -73,9 +73,9 @@ QVariantMap userInfoFromObject(const QJsonObject &object) {
     return userInfo;
 }
 
-/// Version 1 had a QVariantMap as QDataStream writes it. QDataStream itself must not read it: a map
-/// in a map in a map, nested deep enough, overflows the stack. Reading ends at the first value that
-/// is neither a text nor a date.
+/// Version 1 stored a QVariantMap as QDataStream writes it. QDataStream itself must not read it:
+/// deeply nested maps overflow the stack. Stops at the first value that is neither a text nor a
+/// date.
 QVariantMap userInfoFromStream(const QString &base64) {
     const QByteArray bytes = QByteArray::fromBase64(base64.toLatin1());
     QDataStream stream(bytes);
@@ -168,7 +168,7 @@ QByteArray write(RegistryContents &contents) {
     std::vector<RegistryEntry> &entries = contents.entries;
     QByteArray bytes = bytesFromContents(contents);
     while (bytes.size() > largestFile && !entries.empty()) {
-        // A tenth at a time: which of the oldest go exactly matters less than the time it takes.
+        // A tenth at a time: speed matters more than keeping as many entries as possible.
         const auto excess = static_cast<std::ptrdiff_t>((entries.size() + 9) / 10);
         entries.erase(entries.begin(), entries.begin() + excess);
         bytes = bytesFromContents(contents);

@@ -6,30 +6,29 @@
 
 #include <optional>
 
-/// What the bytes of the notification registry mean: JSON, as `docs/notifications.md` describes it.
+/// The byte format of the notification registry: JSON, as described in `docs/notifications.md`.
 ///
-/// Of a notification's user information only a date under "originationDate" and a text under
-/// "originatorName" are kept. The two keys are known here, so that no value of any other type can
-/// come out of a file, however it was made.
+/// Of a notification's user information, keeps only a date under "originationDate" and a text under
+/// "originatorName". Both keys are fixed here, so that no file, however crafted, yields a value of
+/// another type.
 namespace pelorinnews::RegistryFormat {
 
-/// No registry is larger, so that reading one cannot be felt on the main thread: it takes less than
-/// a millisecond, and 20 where somebody made the file to be slow. There is room for 200
+/// Maximum size in bytes, so that reading a registry cannot be felt on the main thread: it takes
+/// less than 1 ms, and 20 ms if the file was crafted to be slow. There is room for 200
 /// notifications of 650 bytes; an ordinary one takes 400.
 constexpr qint64 largestFile = qint64(128) * 1024;
 
-/// Texts are kept up to this many UTF-16 units, the same that servers are sent.
+/// Texts are cut to this many UTF-16 units, the same limit as for texts sent to servers.
 constexpr qsizetype longestText = 4096;
 
 /// The part of `entry` that a file keeps.
 [[nodiscard]] RegistryEntry kept(RegistryEntry entry);
 
-/// The bytes of `contents`. Removes the oldest entries for which `largestFile` has no room.
+/// Serializes `contents`. First removes the oldest entries for which `largestFile` has no room.
 [[nodiscard]] QByteArray write(RegistryContents &contents);
 
-/// Absent where these are not the bytes of a registry. Entries that make no sense are left out, so
-/// are all but the last of one identity and all but the newest
-/// `NotificationRegistry::maximumEntries`.
+/// Absent if `bytes` are no registry. Skips invalid entries. Keeps only the last entry of an
+/// identity, and only the newest `NotificationRegistry::maximumEntries`.
 [[nodiscard]] std::optional<RegistryContents> read(const QByteArray &bytes);
 
 }  // namespace pelorinnews::RegistryFormat
