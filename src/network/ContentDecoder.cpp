@@ -11,7 +11,7 @@ constexpr int gzipFormat = 16 + MAX_WBITS;
 constexpr int zlibFormat = MAX_WBITS;
 constexpr int rawFormat = -MAX_WBITS;
 
-/// Many servers send "deflate" without the wrapping that the protocol means by it.
+/// Many servers send "deflate" without the zlib wrapper that the protocol prescribes for it.
 int formatOfDeflate(const QByteArray &start) {
     const int first = static_cast<unsigned char>(start[0]);
     const int second = static_cast<unsigned char>(start[1]);
@@ -80,13 +80,13 @@ ContentDecoder::Result ContentDecoder::inflateInto(QByteArray &body) {
     bool outputIsFull = false;
     while (stream.avail_in > 0 || outputIsFull) {
         if (streamEnded) {
-            // A gzip may consist of several; behind a deflate there is nothing.
+            // Gzip data may consist of several members; nothing may follow deflate data.
             if (coding != Coding::Gzip || inflateReset(&stream) != Z_OK)
                 return Result::Malformed;
             streamEnded = false;
         }
         const qsizetype had = body.size();
-        // One byte beyond the limit, to see whether there is one.
+        // One byte beyond the limit, to detect a body that is too long.
         const auto room = static_cast<qsizetype>(std::min<qint64>(step, longest + 1 - had));
         body.resize(had + room);
         stream.next_out = reinterpret_cast<Bytef *>(body.data() + had);

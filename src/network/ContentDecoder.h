@@ -7,30 +7,32 @@
 
 namespace pelorinnews {
 
-/// Undoes the content coding of one body, piece by piece, and tells whether it came whole. For one
-/// thread.
+/// Decodes the content coding of one body, piece by piece, and checks that the body is complete.
+/// For one thread.
 class ContentDecoder {
 public:
     enum class Coding { Identity, Gzip, Deflate };
     enum class Result { Fine, Malformed, TooLong };
 
-    /// The header field that asks for the codings that can be undone.
+    /// The request header for the codings that this class decodes.
     static constexpr const char *acceptEncoding = "Accept-Encoding: gzip, deflate";
 
-    /// The coding that a Content-Encoding field names; absent where it cannot be undone. An empty
-    /// `field` stands for no coding.
+    /// The coding that a Content-Encoding field names; absent if it is not supported. An empty
+    /// `field` means no coding.
     [[nodiscard]] static std::optional<Coding> codingNamed(const QByteArray &field);
 
-    /// At most `longest` bytes are decoded.
+    /// More than `longest` decoded bytes give `TooLong`.
     ContentDecoder(Coding coding, qint64 longest);
     ~ContentDecoder();
     ContentDecoder(const ContentDecoder &) = delete;
     ContentDecoder &operator=(const ContentDecoder &) = delete;
 
-    /// Appends to `body` what `bytes` mean. After anything but `Fine` there is no more to ask for.
+    /// Decodes `bytes` and appends the result to `body`. Must not be called again after any result
+    /// but `Fine`.
     [[nodiscard]] Result add(const char *bytes, std::size_t size, QByteArray &body);
 
-    /// Whether what was added is the whole of a coded body. Its check sum has been compared.
+    /// Whether the bytes so far are a complete coded body. Its checksum, if it has one, has been
+    /// verified. Always true for `Identity`.
     [[nodiscard]] bool isComplete() const;
 
 private:
@@ -41,7 +43,7 @@ private:
     const Coding coding;
     const qint64 longest;
     std::unique_ptr<Inflater> inflater;
-    /// The first two bytes of a deflated body tell how it is wrapped.
+    /// Held back until there are two bytes, which show how a deflated body is wrapped.
     QByteArray start;
     bool streamEnded = false;
 };

@@ -39,9 +39,9 @@ std::optional<CurlLibrary> load() {
                        find(library, "SSL_CTX_set_info_callback", curl.contextSetInfoCallback);
     if (!isComplete)
         return std::nullopt;
-    // A process that ends while another thread uses OpenSSL crashes where OpenSSL tidies up behind
-    // itself. It does not if it is initialised like this first; a host that was earlier has its
-    // way.
+    // A process that exits while another thread uses OpenSSL crashes in OpenSSL's exit handler.
+    // Initialising OpenSSL like this first disables that handler. If the host initialised it
+    // earlier, the host's choice stays.
     decltype(&OPENSSL_init_crypto) initialize = nullptr;
     if (find(library, "OPENSSL_init_crypto", initialize) &&
         initialize(OPENSSL_INIT_NO_ATEXIT, nullptr) != 1)

@@ -5,11 +5,11 @@
 
 namespace pelorinnews {
 
-/// The functions of libcurl that are used here, and of the TLS library below it. They are looked up
-/// when they are first needed, on the loader's thread: loading libcurl and all that it brings takes
-/// longer than a host's main thread may be held up.
+/// The functions of libcurl, and of the TLS library below it, that are used here. They are looked
+/// up when first needed, on the loader's thread: loading libcurl and its dependencies takes longer
+/// than a host's main thread may be blocked.
 struct CurlLibrary {
-    /// Null where there is no libcurl, or the process is ending. It is loaded once, and stays.
+    /// Null if there is no libcurl, or the process is ending. Loaded once and never unloaded.
     /// Thread-safe.
     [[nodiscard]] static const CurlLibrary *instance();
 
@@ -30,7 +30,7 @@ struct CurlLibrary {
     decltype(&curl_multi_wakeup) multiWakeup = nullptr;
     decltype(&curl_multi_info_read) multiInfoRead = nullptr;
 
-    /// Of OpenSSL; false where libcurl uses another.
+    /// Whether libcurl uses OpenSSL, whose functions follow; false if it uses another TLS library.
     bool usesOpenSsl = false;
     decltype(&SSL_get_SSL_CTX) sslContext = nullptr;
     decltype(&SSL_CTX_set_ex_data) contextSetData = nullptr;

@@ -26,7 +26,7 @@ QByteArray proxyFor(const QUrl &url) {
                 address.setScheme(QStringLiteral("http"));
                 break;
             case QNetworkProxy::Socks5Proxy:
-                // The proxy looks the name up: ours may not know it.
+                // The proxy resolves the host name: our resolver may not know it.
                 address.setScheme(QStringLiteral("socks5h"));
                 break;
             default:

@@ -4,9 +4,10 @@
 
 namespace pelorinnews {
 
-/// What a request for the file that `url` names comes to; its query is left aside. Blocks while the
-/// file is read. Failures are those of `RegularFile::contents`: a file of more than `longest` bytes
-/// is one, and so is what is no regular file.
+/// Reads the file that `url` names, without regard to the query, and returns the outcome of the
+/// request. Blocks while it reads. Fails with `TransportError::BadAddress` for a file of another
+/// computer, otherwise with the errors of `RegularFile::contents`; a file of more than `longest`
+/// bytes and anything but a regular file are errors.
 [[nodiscard]] NetworkOutcome readLocalFile(QUrl url, qint64 longest);
 
 }  // namespace pelorinnews

@@ -12,8 +12,8 @@ namespace {
 
 /// Carries an outcome to the queue's thread.
 ///
-/// The pool itself orders what it hands over. The mutex says so a second time, in terms that a
-/// race detector understands when Qt is not built for it.
+/// The pool already synchronizes the hand-over. The mutex does it a second time, in a way that a
+/// race detector understands even if Qt is not built for it.
 class CompletionTask final : public QRunnable {
 public:
     CompletionTask(NetworkRequest completed, NetworkOutcome itsOutcome)

@@ -12,17 +12,17 @@ struct NetworkRequest {
     UrlCompletion completion;
 };
 
-/// How a request ended, as its completion will hear it.
+/// The outcome of a request, as its completion receives it.
 struct NetworkOutcome {
     std::optional<UrlResponse> response;
     std::optional<QByteArray> data;
     std::optional<Error> connectionError;
 };
 
-/// Queues the call of `request`'s completion with `outcome` on its queue.
+/// Queues the call of `request.completion` with `outcome` on `request.queue`.
 void completeRequest(NetworkRequest request, NetworkOutcome outcome);
 
-/// `completeRequest` for a request that the loader's end, or its missing application, cuts short.
+/// Completes `request` as cancelled: the loader was shut down, or there is no application object.
 void cancelRequest(NetworkRequest request);
 
 }  // namespace pelorinnews

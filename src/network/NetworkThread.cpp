@@ -14,11 +14,12 @@ namespace pelorinnews {
 
 namespace {
 
-/// How long after the last transfer what it brought has, as a rule, been dealt with.
+/// How long after the last transfer its result has usually been processed.
 constexpr std::chrono::seconds rest{1};
 
-/// What a transfer, and the reading of the feed that it brings, bring into memory: several times
-/// what all else of this module takes, to lie there unused until the next one in hours.
+/// Releases the memory of the libraries that a transfer, and parsing the feed afterwards, page in.
+/// It is several times what the rest of this module takes, and unused for hours until the next
+/// transfer.
 void releaseTransferLibraries() {
     releaseLibraryPages({"libcurl",
                          "libQt6Network",
@@ -55,8 +56,8 @@ void releaseTransferLibraries() {
                          "libpcre2-16"});
 }
 
-/// A write to a connection that the other end has closed raises a signal that ends the process,
-/// unless the thread that writes blocks it.
+/// Writing to a connection that the peer has closed raises SIGPIPE, which ends the process unless
+/// the writing thread blocks it.
 void blockPipeSignal() {
     sigset_t pipe;
     sigemptyset(&pipe);
@@ -83,7 +84,7 @@ bool NetworkThread::takes(NetworkRequest &request) {
     if (!QCoreApplication::instance())
         return false;
     const std::lock_guard lock(mutex);
-    // Starting under the lock keeps a stop from slipping in between; it runs no code of others.
+    // Starting under the lock prevents a race with `stop`; it runs no foreign code.
     if (!stopping && !started) {
         if (beforeUse)
             beforeUse();
@@ -118,18 +119,19 @@ bool NetworkThread::stop(std::chrono::milliseconds timeout) {
 void NetworkThread::run() {
     blockPipeSignal();
     curl = CurlLibrary::instance();
-    // What these make for the rest of the process, it makes here.
+    // Makes the libraries create their process-wide objects now, before `beforeUse` runs again.
     static_cast<void>(HostNetwork::trustedAuthorities());
     if (beforeUse)
         beforeUse();
-    // Thread-safe since libcurl 7.84, and counted: a host that uses it, too, is not disturbed.
+    // Thread-safe since libcurl 7.84, and reference-counted: does not disturb a host that uses
+    // libcurl, too.
     if (curl && curl->globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK)
         curl = nullptr;
     while (waitForRequests())
         transfer();
     cancelAll(nullptr);
-    // Joining orders what was done here before what comes after; a lock of our own also shows that
-    // order to race detectors.
+    // Joining already synchronizes this thread with what comes after. A lock of our own makes that
+    // visible to race detectors.
     const std::lock_guard lock(mutex);
 }
 
@@ -175,7 +177,7 @@ bool NetworkThread::startTransfers(CURLM *multi) {
     {
         const std::lock_guard lock(mutex);
         if (stopping || (waiting.empty() && transfers.empty())) {
-            // From here on nobody may wake what is about to go.
+            // From here on nobody may wake the multi handle: it is about to be destroyed.
             active = nullptr;
             return false;
         }

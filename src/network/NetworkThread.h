@@ -15,32 +15,33 @@
 namespace pelorinnews {
 
 /// The thread on which a loader's transfers run. It starts with the first request. When the last
-/// transfer ends it closes all connections, gives memory back a second later, and sleeps.
+/// transfer ends, it closes all connections, releases memory a second later, and sleeps.
 class NetworkThread final : public QThread {
 public:
-    /// `beforeLibrariesAreUsed` is called by whoever starts the thread, and on the thread once more
-    /// when the libraries that it uses have been loaded.
+    /// `beforeLibrariesAreUsed` is called on the thread that starts this one, and again on this one
+    /// once the libraries that it uses are loaded.
     NetworkThread(qint64 longestBody, std::function<void()> beforeLibrariesAreUsed);
     ~NetworkThread() override;
 
-    /// Takes a request, which is completed exactly once whatever happens. Callable from any thread.
+    /// Takes a request and completes it exactly once, whatever happens. Thread-safe.
     void add(NetworkRequest request);
 
     /// Cancels all requests, present and future, and waits until the thread has ended, at most
-    /// `timeout`; says whether it has. Callable from any thread but this, also twice.
+    /// `timeout`. True if it has ended. Idempotent; callable from any thread but this one.
     [[nodiscard]] bool stop(std::chrono::milliseconds timeout);
 
 protected:
     void run() override;
 
 private:
-    /// Takes `request` up, or leaves it as it is and gives false.
+    /// Takes `request`, or leaves it unchanged and returns false.
     [[nodiscard]] bool takes(NetworkRequest &request);
-    /// Sleeps until there is something to do; false when that is to end.
+    /// Sleeps until there is a request. False if the thread is to end.
     [[nodiscard]] bool waitForRequests();
-    /// Transfers until nothing is left to transfer, or the thread is to end.
+    /// Runs transfers until none is left or the thread is to end.
     void transfer();
-    /// Makes transfers of what waits; false when there are none at all, or they are to end.
+    /// Starts transfers for the waiting requests. False if there are neither requests nor
+    /// transfers, or the thread is to end.
     [[nodiscard]] bool startTransfers(CURLM *multi);
     void start(CURLM *multi, NetworkRequest request);
     void finishTransfers(CURLM *multi);
@@ -50,21 +51,22 @@ private:
 
     const std::function<void()> beforeUse;
 
-    /// Guards the four below.
+    /// Guards the four members below.
     std::mutex mutex;
     std::vector<NetworkRequest> waiting;
     bool started = false;
     bool stopping = false;
-    /// What to wake while there are transfers; null otherwise.
+    /// The handle to wake while there are transfers; null otherwise.
     CURLM *active = nullptr;
     std::condition_variable changed;
 
-    // Of the thread itself.
+    // Changed by the thread itself only.
     const CurlLibrary *curl = nullptr;
     NetworkTransfer::Settings settings;
     std::list<NetworkTransfer> transfers;
-    /// Those that have ended, to be destroyed after the multi handle: libcurl may close their
-    /// connections as late as that, and newer versions do, and tells the transfers of it.
+    /// Transfers that have ended. They are destroyed after the multi handle: libcurl may close
+    /// their connections as late as that (newer versions do) and then calls back into the
+    /// transfers.
     std::list<NetworkTransfer> ended;
 };
 

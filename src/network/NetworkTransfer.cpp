@@ -19,7 +19,7 @@ std::chrono::seconds bounded(int timeoutSeconds) {
     return std::chrono::seconds(std::clamp(timeoutSeconds, 1, longest));
 }
 
-/// Whether an address can be asked for over the network.
+/// Whether `url` can be requested over the network.
 bool isHttp(const QUrl &url) {
     const QString scheme = url.scheme();
     return url.isValid() && !url.host().isEmpty() &&
@@ -50,7 +50,7 @@ TransportError meaning(CURLcode result) {
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
             return TransportError::Incomplete;
-        // Unless the address has another scheme, which it has not, the answer is of HTTP/0.9.
+        // The scheme is a supported one, so the reply is HTTP/0.9.
         case CURLE_UNSUPPORTED_PROTOCOL:
         case CURLE_WEIRD_SERVER_REPLY:
         case CURLE_BAD_CONTENT_ENCODING:
@@ -60,7 +60,7 @@ TransportError meaning(CURLcode result) {
     }
 }
 
-/// Sockets that programs started by the host do not inherit.
+/// Opens a socket that programs started by the host do not inherit.
 curl_socket_t openSocket(void *sockets, curlsocktype, curl_sockaddr *address) {
     const int made = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
     if (made >= 0)
@@ -73,8 +73,8 @@ int closeSocket(void *sockets, curl_socket_t closing) {
     return ::close(closing);
 }
 
-/// libcurl 7.88 takes a TLS connection that ends without saying so for one that ended in order.
-/// This notes in the transfer whether it has said so.
+/// libcurl 7.88 takes a TLS connection that ends without close_notify for one that ended in order.
+/// This records in the transfer that close_notify has arrived.
 void noteAlert(const SSL *connection, int event, int alert) {
     const CurlLibrary *curl = CurlLibrary::instance();
     constexpr int descriptionMask = 0xff;
@@ -128,17 +128,17 @@ void NetworkTransfer::prepare() {
     set(CURLOPT_OPENSOCKETDATA, &sockets);
     set(CURLOPT_CLOSESOCKETFUNCTION, &closeSocket);
     set(CURLOPT_CLOSESOCKETDATA, &sockets);
-    // No handlers for signals: the process is the host's.
+    // No signal handlers: the process belongs to the host.
     set(CURLOPT_NOSIGNAL, 1L);
-    // A name that is still looked up must not hold up a shutdown.
+    // A pending name lookup must not delay a shutdown.
     set(CURLOPT_QUICK_EXIT, 1L);
     set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(idleTimeout.count()));
     // One short GET in hours gains nothing from HTTP/2.
     set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     set(CURLOPT_PATH_AS_IS, 1L);
     set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-    // Enough to read in few steps, and small enough to leave the limits of malloc alone: freeing a
-    // bigger one keeps more of the heap in the process from then on.
+    // Enough to read in few steps, but small enough not to raise malloc's thresholds: freeing a
+    // bigger buffer makes malloc keep more of the heap from then on.
     set(CURLOPT_BUFFERSIZE, 64L * 1024);
     // libcurl does not notice that a compressed body ends early; ContentDecoder does.
     set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
@@ -150,10 +150,10 @@ void NetworkTransfer::prepare() {
         set(CURLOPT_SSL_CTX_FUNCTION, &watchAlerts);
         set(CURLOPT_SSL_CTX_DATA, &closeNotified);
     }
-    // A connection that was kept may have been closed meanwhile; one of a transfer's own has not.
+    // A reused connection may have been closed meanwhile; a fresh one has not.
     set(CURLOPT_FRESH_CONNECT, 1L);
     set(CURLOPT_FORBID_REUSE, 1L);
-    // Only where the service asks for them, and never to where a redirect leads.
+    // Credentials: only if the service asks for them, and never to the target of a redirect.
     set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
     if (!address.userName().isEmpty()) {
         set(CURLOPT_USERNAME, address.userName(QUrl::FullyDecoded).toUtf8().constData());
@@ -169,7 +169,8 @@ void NetworkTransfer::prepare() {
         set<const char *>(CURLOPT_CAINFO, nullptr);
         set<const char *>(CURLOPT_CAPATH, nullptr);
     } else if (folder) {
-        // Its certificates are looked up one by one; the system's one file is read as a whole.
+        // Certificates in a folder are looked up one by one; the system's single file would be read
+        // as a whole.
         set<const char *>(CURLOPT_CAINFO, nullptr);
     }
     aim();
@@ -203,7 +204,7 @@ bool NetworkTransfer::takeHeader(const QByteArray &line) {
 
 bool NetworkTransfer::takeBody(const char *bytes, std::size_t size) {
     lastProgress = Clock::now();
-    // What comes with a redirect is of no interest: stopping here ends the transfer.
+    // The body of a redirect is not needed: returning false ends the transfer.
     if (error || head.isRedirect() || (!decoder && !startBody()))
         return false;
     received += static_cast<qint64>(size);
@@ -297,7 +298,7 @@ void NetworkTransfer::followRedirect() {
 }
 
 void NetworkTransfer::checkWhole(CURLcode result) {
-    // What stopped the transfer here was said here.
+    // We stopped the transfer ourselves and have recorded why.
     if (error)
         return;
     const QString text = errorText.front() != '\0' ? QString::fromUtf8(errorText.data())
@@ -306,7 +307,7 @@ void NetworkTransfer::checkWhole(CURLcode result) {
         long proxyAnswer = 0;
         if (easy)
             curl.easyGetinfo(easy.get(), CURLINFO_HTTP_CONNECTCODE, &proxyAnswer);
-        // To libcurl a proxy that refuses to connect is a connection that ends early.
+        // libcurl reports a proxy that refuses to connect as a connection that ends early.
         fail(proxyAnswer >= 300 ? TransportError::Unreachable : meaning(result), text);
         return;
     }
@@ -321,7 +322,7 @@ void NetworkTransfer::checkWhole(CURLcode result) {
         return;
     }
     const int status = *head.status();
-    // These have no body, whatever their head says of one.
+    // These have no body, whatever their head says.
     if (status == 204 || status == 304)
         return;
     if (!decoder && !startBody())

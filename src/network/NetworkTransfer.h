@@ -16,43 +16,44 @@
 
 namespace pelorinnews {
 
-/// One request to a server under way on the loader's thread: a transfer of libcurl's, what came of
-/// the answer so far, and the redirects that it led to. For one thread.
+/// One request to a server, in progress on the loader's thread: its libcurl transfer, the reply so
+/// far, and the redirects that it followed. For one thread.
 class NetworkTransfer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// What all transfers of one time have in common.
+    /// Common to all transfers that run at the same time.
     struct Settings {
         qint64 longestBody = 0;
-        /// PEM; empty for the system's.
+        /// PEM; empty for the system's authorities.
         QByteArray trustedAuthorities;
     };
 
-    /// Ready to be added to a multi handle; the transfer is then to outlive that.
-    /// `settings` must outlive it.
+    /// The transfer is ready to be added to a multi handle, and must then outlive that handle.
+    /// `settings` must outlive the transfer.
     NetworkTransfer(const CurlLibrary &library, NetworkRequest sending, const Settings &settings);
     ~NetworkTransfer();
     NetworkTransfer(const NetworkTransfer &) = delete;
     NetworkTransfer &operator=(const NetworkTransfer &) = delete;
 
-    /// Whether it failed before it began: it is then to be told of an end at once.
+    /// Whether it failed before it began. `goesOnAfter` must then be called at once.
     [[nodiscard]] bool hasFailed() const { return error || !easy; }
 
     [[nodiscard]] CURL *handle() const { return easy.get(); }
 
-    /// When it has gone without progress for too long, should none come.
+    /// When the idle timeout expires, unless there is progress before.
     [[nodiscard]] Clock::time_point deadline() const { return lastProgress + idleTimeout; }
 
-    /// Whether bytes have come of which libcurl tells nothing yet, such as half a header line. The
-    /// deadline is then a later one.
+    /// Postpones the deadline if bytes have arrived that libcurl does not report yet, such as half
+    /// a header line. False if the deadline has passed nevertheless.
     [[nodiscard]] bool postponesDeadline();
 
-    /// To be told when libcurl has ended the transfer. True where a redirect is to be followed: the
-    /// handle is then to be added anew. Else the request has been completed.
+    /// To be called when libcurl has ended the transfer. True if it follows a redirect: the handle
+    /// must be added again. False if the request has been completed.
     [[nodiscard]] bool goesOnAfter(CURLcode result);
 
-    /// Completes the request with an error. The handle must have been removed from its multi.
+    /// Completes the request with an error. The handle must have been removed from its multi
+    /// handle.
     void timeOut();
     void cancel();
 
@@ -69,7 +70,7 @@ private:
     [[nodiscard]] bool takeHeader(const QByteArray &line);
     [[nodiscard]] bool takeBody(const char *bytes, std::size_t size);
     [[nodiscard]] bool startBody();
-    /// Remembers the first error; always false.
+    /// Records the first error; always returns false.
     bool fail(TransportError code, const QString &text);
     bool failTooLong();
     void followRedirect();
@@ -83,10 +84,11 @@ private:
     QUrl address;
     int redirects = 0;
     Clock::time_point lastProgress = Clock::now();
-    /// Those open for this address: of several that are tried, in the end one.
+    /// The sockets that are open for this address: several while connections are tried, in the end
+    /// one.
     std::vector<curl_socket_t> sockets;
     ResponseHead head;
-    /// Whether the other end has closed the TLS connection in order.
+    /// Whether the peer has closed the TLS connection in order (close_notify).
     bool closeNotified = false;
     std::unique_ptr<ContentDecoder> decoder;
     QByteArray body{""};

@@ -11,8 +11,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// The process-wide loader. It must end before Qt does: with the application object, or, where
-/// the process leaves without destroying that, with the module's own static objects.
+/// The process-wide loader. It must end before Qt does: with the application object, or, if the
+/// process exits without destroying that, with the module's own static objects.
 class SharedLoader {
 public:
     SharedLoader() = default;
@@ -36,8 +36,8 @@ public:
     }
 
 private:
-    /// At the end of a process without an end of its application object, libraries tidy up behind
-    /// themselves. Transfers must have ended before, and what is registered last runs first.
+    /// If the process exits without destroying its application object, libraries clean up after
+    /// themselves. Transfers must end before that: exit handlers run last in, first out.
     static void endBeforeLibraries() {
         std::atexit([] { instance().end(); });
     }
@@ -77,7 +77,7 @@ void NetworkUrlLoader::sendAsynchronousRequest(const QUrl &url, int idleTimeoutS
 void NetworkUrlLoader::shutdown() {
     if (thread->stop(shutdownTimeout))
         return;
-    // Destroying a running QThread ends the process, so what still runs is left behind for good.
+    // Destroying a running QThread ends the process: leak it instead.
     static_cast<void>(new std::shared_ptr<NetworkThread>(thread));
 }
 

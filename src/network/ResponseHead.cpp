@@ -6,7 +6,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// Of all heads and trailers of one answer.
+/// Bytes, for all heads and trailers of one reply together.
 constexpr qint64 longestHead = qint64(256) * 1024;
 
 bool isNumber(const QByteArray &value) {

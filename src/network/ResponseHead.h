@@ -7,31 +7,32 @@
 
 namespace pelorinnews {
 
-/// The head of an HTTP answer, line by line, as far as it tells what becomes of the body. The heads
-/// of interim answers and of a proxy's are replaced by the next one; trailers are left aside.
+/// The head of an HTTP reply, line by line, as far as it determines the treatment of the body. The
+/// next head replaces the heads of interim replies and of a proxy; trailers are ignored.
 ///
-/// It is stricter than the HTTP client that reads the same lines: two lengths that differ, a sign
-/// before one, or a transfer coding beside "chunked" make an answer that cannot be told whole.
+/// Stricter than the HTTP client that reads the same lines. Two lengths that differ, a sign before
+/// a length, or a transfer coding besides "chunked" are a `problem`: whether such a reply is
+/// complete cannot be determined.
 class ResponseHead {
 public:
-    /// Takes the next line, with or without its line end. False when heads and trailers have become
-    /// longer than any that is meant well.
+    /// Takes the next line, with or without its line end. False once heads and trailers are longer
+    /// than any legitimate ones.
     [[nodiscard]] bool addLine(const QByteArray &line);
 
-    /// The status code of the last head that is whole; absent before there is one.
+    /// The status code of the last complete head; absent before there is one.
     [[nodiscard]] std::optional<int> status() const;
 
-    /// Whether the answer leads to another address: by its status, with a Location.
+    /// Whether the reply is a redirect: its status is one, and it has a Location.
     [[nodiscard]] bool isRedirect() const;
 
-    /// Why this head must not be trusted, in words for a log; empty where it may.
+    /// Why this head must not be trusted, as text for a log; empty if it may be.
     [[nodiscard]] QByteArray problem() const;
 
-    /// Of the body, where it is told.
+    /// The body's length in bytes; absent if the head does not determine it.
     [[nodiscard]] std::optional<qint64> contentLength() const;
-    /// Whether only the connection's end tells where the body ends.
+    /// Whether only the end of the connection marks the end of the body.
     [[nodiscard]] bool bodyEndsWithConnection() const;
-    /// Empty where there is none; several in one text with commas.
+    /// Empty if there is none; several are joined with commas.
     [[nodiscard]] QByteArray contentEncoding() const { return joined(contentEncodings); }
     [[nodiscard]] QByteArray location() const { return locations.value(0); }
 

@@ -13,11 +13,11 @@ enum class TransportError {
     BadAddress = 3,   ///< Malformed, or of another scheme than HTTP, HTTPS and `file:`.
     Unreachable = 4,  ///< The host or proxy has no address or takes no connection.
     Insecure = 5,     ///< The TLS handshake failed, or the certificate is not trusted.
-    BadRedirect = 6,  ///< Too many redirects, or one to where none may lead.
-    Incomplete = 7,   ///< The connection ended before the answer did.
-    Malformed = 8,    ///< The answer breaks the protocol or the coding of its body.
+    BadRedirect = 6,  ///< Too many redirects, or one to a forbidden address.
+    Incomplete = 7,   ///< The connection ended before the reply was complete.
+    Malformed = 8,    ///< The reply breaks the protocol or the coding of its body.
     TooLong = 9,      ///< The body, or its head, is longer than any feed's.
-    Other = 10        ///< None of these; the text says what.
+    Other = 10        ///< None of these; the description says what.
 };
 
 /// The domain of these errors.
@@ -25,8 +25,8 @@ enum class TransportError {
     return QStringLiteral("com.Olvane.PelorinNews.Transport.ErrorDomain");
 }
 
-/// `description` is one line for logs. What it quotes from the network may hold anything: control
-/// characters become blanks.
+/// `description` is one line for logs. It may quote anything from the network: control characters
+/// become blanks.
 [[nodiscard]] Error transportError(TransportError code, const QString &description);
 
 }  // namespace pelorinnews

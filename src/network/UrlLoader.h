@@ -19,11 +19,12 @@ struct UrlResponse {
 
 /// Receives the outcome of one request: any of the three may be absent.
 ///
-/// - A status of 400 or more comes with `response`, whatever became of the transfer; `data` then
-///   holds what came of the body, and `connectionError` is present only where the transfer failed.
-/// - Below 400, or without a status, a failed transfer has `connectionError` and no `data`,
-///   however many bytes had come.
-/// - A transfer that came whole has `data`, present and empty for an empty body.
+/// - With a status of 400 or more, `response` is present even if the transfer failed. `data` then
+///   holds the part of the body that arrived, and `connectionError` is present only if the transfer
+///   failed.
+/// - Below 400, or without a status, a failed transfer has `connectionError` and no `data`, however
+///   many bytes arrived.
+/// - A complete transfer has `data`, present and empty for an empty body.
 using UrlCompletion =
     std::function<void(std::optional<UrlResponse> response, std::optional<QByteArray> data,
                        std::optional<Error> connectionError)>;
@@ -35,15 +36,15 @@ public:
     UrlLoader(const UrlLoader &) = delete;
     UrlLoader &operator=(const UrlLoader &) = delete;
 
-    /// Sends a GET for `url` past every local response cache, follows redirects, gives up after
-    /// `idleTimeoutSeconds` without progress (at least one second), and runs `completion` exactly
-    /// once on `queue`, never on the caller's stack. Callable from any thread; the main event loop
-    /// is not needed.
+    /// Sends a GET for `url`, bypasses every local response cache, follows redirects, gives up
+    /// after `idleTimeoutSeconds` without progress (at least one second), and calls `completion`
+    /// exactly once on `queue`, never on the caller's stack. Thread-safe; does not need the main
+    /// event loop.
     ///
-    /// `queue` must live until `completion` has been called; null stands for the global pool. The
-    /// completion is destroyed on `queue`'s thread after its call, so whoever lets it hold the
-    /// last reference to the owner of `queue` must not destroy that queue from there: a pool's
-    /// destructor waits for its own threads.
+    /// `queue` must live until `completion` has been called; null means the global pool. The
+    /// completion is destroyed on `queue`'s thread after its call. If it holds the last reference
+    /// to the owner of `queue`, the owner must not destroy the queue there: a pool's destructor
+    /// waits for its own threads (deadlock).
     virtual void sendAsynchronousRequest(const QUrl &url, int idleTimeoutSeconds,
                                          QThreadPool *queue, UrlCompletion completion) = 0;
 
