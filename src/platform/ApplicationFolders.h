@@ -6,8 +6,8 @@
 
 namespace pelorinnews {
 
-/// The folders in which people and packages put applications, by custom and by this process's
-/// environment. Not all of them exist. Reads the environment: call it where that is safe.
+/// The folders where users and packages usually put applications, for this process's environment.
+/// Not all of them exist. Reads the environment: call it where that is safe.
 [[nodiscard]] std::vector<QByteArray> applicationFolders();
 
 }  // namespace pelorinnews

@@ -11,8 +11,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// What waits to be let go of. The pool is not handed the objects themselves: a lock of our own is
-/// one that race detectors see.
+/// Objects to be released. They are not handed to the pool itself: race detectors see a lock of our
+/// own.
 struct Waiting {
     std::mutex mutex;
     std::vector<std::shared_ptr<const void>> objects;
@@ -33,7 +33,7 @@ void releaseWaiting() {
 }  // namespace
 
 void releaseInBackground(std::shared_ptr<const void> object) {
-    // The pool ends with the application, and must not be asked for after that.
+    // The pool ends with the application and must not be used after that.
     if (QCoreApplication::instance() == nullptr)
         return;
     {

@@ -25,7 +25,7 @@ struct Registry {
     bool stopsWithApplication = false;
 };
 
-// Never destroyed: a thread that outlives the wait at the end still signs off here.
+// Never destroyed: a thread that outlives the wait at the end still removes its task here.
 Registry &registry() {
     static Registry &instance = *std::make_unique<Registry>().release();
     return instance;
@@ -87,8 +87,8 @@ void BackgroundTask::stop() {
     const std::lock_guard lock(mutex);
     if (idleThread == 0)
         return;
-    // On a busy computer an idle thread might not even get to see that it is to stop. Where the
-    // user may not do this it ends when it next gets the processor.
+    // On a busy computer an idle thread may get no CPU time to notice the stop, so raise it again.
+    // If the user may not do that, it ends when it next gets the CPU.
     const sched_param ordinary{};
     ::sched_setscheduler(idleThread, SCHED_OTHER, &ordinary);
     setInputOutputClass(idleThread, 0);

@@ -10,19 +10,19 @@
 
 namespace pelorinnews {
 
-/// One long piece of work on a thread of its own, which can be told to stop and which nobody waits
-/// for: a thread that sits in a slow system call delays no caller of `stop`.
+/// One long piece of work on its own thread. It can be cancelled, and nobody waits for it: a thread
+/// that is blocked in a slow system call delays no caller of `stop`.
 ///
-/// What the work uses must be owned by it (captured by value or shared). When the application
-/// object goes, every task is told to stop, and the process waits for all of them together,
-/// `joinMilliseconds` at most.
+/// The work must own what it uses (captured by value or shared). When the application object is
+/// destroyed, every task is told to stop, and the process waits for all of them together, at most
+/// `joinMilliseconds`.
 class BackgroundTask : public std::enable_shared_from_this<BackgroundTask> {
 public:
     static constexpr int joinMilliseconds = 1000;
     using Work = std::function<void(BackgroundTask &task)>;
 
-    /// Runs `work` on a new thread, which tools show as `name` (15 characters at most). Null where
-    /// the system gives no thread or no descriptor.
+    /// Runs `work` on a new thread, which tools show as `name` (a literal of at most 15
+    /// characters). Null if the system provides no thread or no descriptor.
     [[nodiscard]] static std::shared_ptr<BackgroundTask> start(const char *name, Work work);
 
     BackgroundTask() = default;
@@ -30,7 +30,7 @@ public:
     BackgroundTask &operator=(const BackgroundTask &) = delete;
     ~BackgroundTask() = default;
 
-    /// Tells the work to end and returns at once. From any thread, any number of times.
+    /// Tells the work to end and returns at once. Thread-safe and idempotent.
     void stop();
 
     [[nodiscard]] const std::atomic<bool> &stopFlag() const { return stopped; }
@@ -38,8 +38,8 @@ public:
     /// Becomes readable when the task is told to stop, and stays so.
     [[nodiscard]] int stopDescriptor() const { return stopEvent.get(); }
 
-    /// Gives this thread only the processor and the disk that nobody else wants. To be called by
-    /// the work. An ordinary user's thread cannot go back.
+    /// Gives this thread only the CPU time and the disk access that nobody else wants. To be called
+    /// by the work. An ordinary user's thread cannot undo it.
     void enterIdleClass();
 
 private:
@@ -49,7 +49,7 @@ private:
     std::atomic<bool> stopped = false;
     FileDescriptor stopEvent;
     std::mutex mutex;
-    pid_t idleThread = 0;  // guarded by the mutex; 0 where the thread is not idle or has ended
+    pid_t idleThread = 0;  // guarded by the mutex; 0 if the thread is not idle or has ended
 };
 
 }  // namespace pelorinnews

@@ -19,9 +19,10 @@ namespace pelorinnews {
 
 namespace {
 
-/// The one pattern that has a quick way.
+/// The only pattern with a fast path.
 constexpr QStringView quickPattern = u"EEE, dd LLL yyyy HH:mm:ss zzz";
-/// Years far enough from the change of calendars on both sides.
+/// The fast path starts at a year safely after the switch from the Julian to the Gregorian
+/// calendar.
 constexpr int firstQuickYear = 1800;
 
 icu::Locale icuLocale(const QString &identifier) {
@@ -58,7 +59,7 @@ icu::Locale withCalendar(icu::Locale locale, const std::string &calendar) {
     return locale;
 }
 
-/// The region in a POSIX locale's name, or in a language tag; empty where it names none.
+/// The region in the name of a POSIX locale, or in a language tag; empty if there is none.
 std::string regionIn(const QString &name) {
     const QString place = name.section(u'@', 0, 0).section(u'.', 0, 0);
     // ICU would make "en_US" of these.
@@ -88,8 +89,8 @@ bool take(std::string_view &text, std::string_view expected) {
     return true;
 }
 
-/// One name of the locale or one zone. ICU decides what it means: `proven` once ICU has read a
-/// text with it and came to what the quick way came to.
+/// A name of the locale, or a time zone. ICU has the last word: `proven` is set once ICU has parsed
+/// a text with it to the same result as the fast path.
 struct Name {
     std::string text;
     bool proven = false;
@@ -107,7 +108,7 @@ Name *takeName(std::string_view &text, Names &names, std::string_view behind) {
     return nullptr;
 }
 
-/// The offset in minutes of "GMT", "UTC" or "+hhmm", which must be all there is.
+/// The offset in minutes of "GMT", "UTC" or "+hhmm"; absent if `zone` is anything else.
 std::optional<int> zoneOffset(std::string_view zone) {
     if (zone == "GMT" || zone == "UTC")
         return 0;
@@ -122,8 +123,9 @@ std::optional<int> zoneOffset(std::string_view zone) {
     return sign * (hours * 60 + minutes);
 }
 
-/// Names may stand where the quick way looks for them only if nothing around them could belong to
-/// a longer name: neither digits nor blanks nor commas, in ASCII or other digits.
+/// `name` in UTF-8 if the fast path can use it, else empty. It must not hold digits, blanks or
+/// commas, in ASCII or other scripts: next to the text around it these could belong to a longer
+/// name.
 std::string quickName(const icu::UnicodeString &name) {
     for (int32_t i = 0; i < name.length(); i = name.moveIndex32(i, 1)) {
         const UChar32 character = name.char32At(i);
@@ -141,7 +143,8 @@ public:
     Icu(QString datePattern, icu::Locale dateLocale)
         : pattern(std::move(datePattern)), locale(std::move(dateLocale)) {}
 
-    /// One for the same language, script and calendar in no region; null where this one has none.
+    /// The same for the language, script and calendar without the region; null if this one has no
+    /// region.
     [[nodiscard]] std::unique_ptr<Icu> withoutRegion() const {
         if (*locale.getCountry() == '\0')
             return nullptr;
@@ -195,7 +198,7 @@ private:
             return;
         int32_t count = 0;
         const icu::DateFormatSymbols *const symbols = format->getDateFormatSymbols();
-        // ICU's weekdays are counted from one; the place before them is empty.
+        // ICU counts weekdays from one; element 0 is empty.
         const icu::UnicodeString *names = symbols->getWeekdays(
             count, icu::DateFormatSymbols::FORMAT, icu::DateFormatSymbols::ABBREVIATED);
         for (int32_t i = 1; i < std::min(count, 8); ++i)
@@ -206,8 +209,8 @@ private:
             months[static_cast<size_t>(i)].text = quickName(names[i]);
     }
 
-    /// What `text` would mean if its names mean what they seem to; absent unless it has exactly
-    /// the pattern's form, ASCII digits and a zone of plain offset included.
+    /// The result of the fast path, if the names mean what they seem to. Absent unless `text` has
+    /// exactly the pattern's form, with ASCII digits and a zone with a plain offset.
     std::optional<Reading> readQuickly(std::string_view text) {
         using namespace std::chrono;
         Reading reading{};
@@ -267,7 +270,7 @@ private:
         return QDateTime::fromMSecsSinceEpoch(std::llround(*milliseconds), Qt::UTC);
     }
 
-    /// What ICU's sizes can hold.
+    /// Bytes; fits ICU's 32-bit sizes.
     static constexpr size_t longestText = 1U << 30U;
     static constexpr size_t mostZones = 16;
 
@@ -296,7 +299,7 @@ QString DateFormatter::localeIdentifier(const QString &language, const QString &
     const icu::Locale asked = icuLocale(isEnglish ? QStringLiteral("en") : language);
     const std::string region = regionIn(formats);
     icu::Locale locale = icuLocale(asked.getLanguage(), asked.getScript(), region);
-    // A region brings a script and a calendar of its own, but not for news in this language.
+    // A region implies its own script and calendar, but news in this language does not use them.
     const icu::Locale whole = withLikelySubtags(asked);
     if (std::string_view(whole.getScript()) != withLikelySubtags(locale).getScript())
         locale = icuLocale(asked.getLanguage(), whole.getScript(), region);

@@ -8,28 +8,27 @@
 
 namespace pelorinnews {
 
-/// Reads dates by a Unicode date-format pattern, not leniently: a one-digit day where the pattern
-/// has two, or 32 March, does not match.
+/// Parses dates by a Unicode date-format pattern, strictly: a one-digit day where the pattern has
+/// two, or 32 March, does not match.
 ///
-/// Day and month names are those of the formatter's locale, in its own calendar and digits. A text
-/// that does not match is tried once more with the names of the language and script without the
-/// region: regional abbreviations change with every release of Unicode's locale data ("Sept" in
-/// most English regions, "Sep" in English). Time zone names that a text leaves out are the user's.
+/// Day and month names are those of the formatter's locale, in its own calendar and digits.
+/// Fallback for a text that does not match: the names of the language and script without the
+/// region, since regional abbreviations change with every release of Unicode's locale data ("Sept"
+/// in most English regions, "Sep" in English). Time zone names that a text omits are the user's.
 ///
-/// Making a formatter costs nothing until the first date, which costs some 0.1 ms; dates after it
-/// in the common form cost next to nothing. A formatter belongs to one thread at a time, and sees
-/// the user's locale as it was when it was made: do not keep one.
+/// Making a formatter costs nothing until the first date, which takes about 0.1 ms; later dates in
+/// the common form cost next to nothing. A formatter belongs to one thread at a time. It uses the
+/// user's locale as of its construction: do not keep one.
 class DateFormatter {
 public:
-    /// The user's locale for dates, a Unicode locale identifier ("en_DE"): that of the first
-    /// preferred language with the region of the first of LC_ALL, LC_TIME and LANG that is not
-    /// empty.
+    /// The user's locale for dates as a Unicode locale identifier ("en_DE"): the first preferred
+    /// language, with the region of the first of LC_ALL, LC_TIME and LANG that is not empty.
     static QString userLocaleIdentifier();
 
-    /// The locale of a user who prefers `language` ("en-US") and whose formats are those of the
-    /// POSIX locale `formats` ("de_DE.UTF-8"; it may name no region, as "C" does not): "en_DE".
-    /// Only the region is taken from `formats`; the script and the calendar are the ones in which
-    /// news in `language` is written. Without a language, or with "C" for one, it is English.
+    /// The locale of a user who prefers `language` ("en-US") and uses the formats of the POSIX
+    /// locale `formats` ("de_DE.UTF-8"; it may have no region, such as "C"): "en_DE". Takes only
+    /// the region from `formats`; script and calendar are those in which news in `language` is
+    /// written. If `language` is empty or "C", it is English.
     static QString localeIdentifier(const QString &language, const QString &formats);
 
     explicit DateFormatter(QString pattern,
@@ -38,8 +37,8 @@ public:
     DateFormatter(const DateFormatter &) = delete;
     DateFormatter &operator=(const DateFormatter &) = delete;
 
-    /// The instant that `text` names, in UTC; invalid when the text does not match the pattern.
-    /// White space before the date and anything after it are no part of the match.
+    /// The instant that `text` names, in UTC; invalid if the text does not match the pattern.
+    /// Ignores white space before the date and anything after it.
     [[nodiscard]] QDateTime dateFromString(QUtf8StringView text);
 
 private:

@@ -11,8 +11,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// Scripts of a program's name start it from elsewhere. What may not be read is taken for a
-/// program.
+/// A script with a program's name starts a program that is elsewhere. An unreadable file counts as
+/// a program.
 bool isScript(const QByteArray &path) {
     const FileDescriptor file(
         ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));

@@ -8,27 +8,27 @@
 
 namespace pelorinnews {
 
-/// What a metadata query looks for: file-system entries, by their whole name and by what they are.
+/// What a metadata query searches for: file-system entries, by their whole name and their kind.
 ///
-/// A launcher is never a match, whatever its name: neither a symbolic link nor a desktop file,
-/// which start a copy that lies elsewhere. A plain value.
+/// A launcher never matches, whatever its name: a symbolic link or a desktop file starts a copy
+/// that is elsewhere. A plain value.
 class EntryPattern {
 public:
     enum class Kind {
         any,     ///< files and folders; what lies in a folder that matches is part of it
-        program  ///< executable files that are no scripts; folders of the name are just folders
+        program  ///< executable files except scripts; a folder never matches
     };
 
     /// A pattern that no entry satisfies.
     EntryPattern() = default;
 
-    // Implicit: a name alone says what to look for, too.
+    // Implicit: a name alone is a complete pattern.
     EntryPattern(FileNamePattern names, Kind kind = Kind::any);
 
     [[nodiscard]] const FileNamePattern &names() const { return pattern; }
     [[nodiscard]] Kind kind() const { return wanted; }
 
-    /// Whether an entry may match, by what the listing of its folder tells.
+    /// Whether an entry may match, judged by its folder's listing alone.
     [[nodiscard]] bool mayMatch(std::string_view name, bool isFolder) const;
 
     /// Whether the entry at `path` (absolute) matches. Reads the disk.

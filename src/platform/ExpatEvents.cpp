@@ -6,8 +6,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// How deep Expat itself may follow entities from one to the next. It takes some 150 bytes of stack
-/// for each; a thread has megabytes.
+/// How deep Expat itself may follow entities from one to the next. Each level takes about 150 bytes
+/// of stack; a thread has megabytes.
 constexpr int deepestNesting = 1000;
 
 bool isOfEntities(XML_Error code) {
@@ -16,7 +16,7 @@ bool isOfEntities(XML_Error code) {
            code == XML_ERROR_AMPLIFICATION_LIMIT_BREACH;
 }
 
-/// The name in the reference `&name;`; empty where `text` is none.
+/// The name in the reference `&name;`; empty if `text` is no reference.
 std::string_view nameIn(std::string_view text) {
     return text.starts_with('&') && text.ends_with(';') ? text.substr(1, text.size() - 2)
                                                         : std::string_view();
@@ -32,14 +32,14 @@ ExpatEvents::ExpatEvents(XmlReaderDelegate &receiver)
     XML_SetElementHandler(parser, startElement, endElement);
     XML_SetCharacterDataHandler(parser, characters);
     XML_SetCdataSectionHandler(parser, startCdata, endCdata);
-    // A default handler keeps Expat from expanding entities in character data by itself:
-    // references reach `skippedEntity`, those to external ones the handler itself.
+    // A default handler keeps Expat from expanding entities in character data by itself: references
+    // reach `skippedEntity`, and those to external entities reach the default handler.
     XML_SetDefaultHandler(parser, otherMarkup);
     XML_SetSkippedEntityHandler(parser, skippedEntity);
     XML_SetEntityDeclHandler(parser, entityDeclaration);
     XML_SetStartDoctypeDeclHandler(parser, startDoctype);
     XML_SetAttlistDeclHandler(parser, attributeDeclaration);
-    // In attributes Expat does expand them, and they are counted afterwards. What it may hold
+    // In attributes Expat does expand them, and they are counted afterwards. The memory it needs
     // meanwhile is small, or as large again as the document.
     constexpr float mostAmplification = 2;
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser, mostAmplification);
@@ -48,7 +48,7 @@ ExpatEvents::ExpatEvents(XmlReaderDelegate &receiver)
 void ExpatEvents::fail(XML_Error code) {
     if (failure)
         return;
-    // Expat does not name the entity; its event is the reference, or the tag that it stands in.
+    // Expat does not name the entity. Its current event is the reference, or the tag that holds it.
     const auto refusal = isOfEntities(code) ? entities.useAll(currentToken()) : std::nullopt;
     if (refusal)
         report(refusal->code, refusal->reason);
@@ -88,13 +88,13 @@ qint64 ExpatEvents::lineNumber() const {
 qint64 ExpatEvents::columnNumber() const {
     if (!parser)
         return 1;
-    // The byte-order mark is no column of the document's first line.
+    // Expat counts columns from zero, but on the first line the byte-order mark counts as one.
     const auto column = static_cast<qint64>(XML_GetCurrentColumnNumber(parser));
     return lineNumber() == 1 ? column : column + 1;
 }
 
-/// The tag, quoted value or reference at which the current event starts, as it stands in the
-/// document. Expat's own size of an event is 0 after an error.
+/// The tag, quoted value or reference at which the current event starts, verbatim. After an error,
+/// Expat's own size of the event is 0.
 std::string_view ExpatEvents::currentToken() const {
     int offset = 0;
     int size = 0;
@@ -196,8 +196,8 @@ void ExpatEvents::entityDeclaration(void *self, const XML_Char *name, int isPara
         value ? std::optional(std::string_view(value, static_cast<size_t>(length))) : std::nullopt);
     if (reader->entities.nestedCount() <= deepestNesting)
         return;
-    // Expat follows entities by calling itself, which a long chain makes overflow the stack.
-    // From here on it may not expand any, which it takes to include the predefined ones.
+    // Expat follows entities recursively, so a long chain overflows the stack. From here on it may
+    // not expand any; for Expat that includes the predefined ones.
     XML_SetBillionLaughsAttackProtectionActivationThreshold(reader->parser, 0);
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(reader->parser, 1);
 }

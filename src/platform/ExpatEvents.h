@@ -6,7 +6,7 @@
 
 #include <QString>
 
-// Expat declares its limits on entities to those only who say that it was built for them.
+// Expat declares its limits on entities only if this macro says that it was built with them.
 #ifndef XML_DTD
 #define XML_DTD 1
 #endif
@@ -19,8 +19,8 @@ namespace pelorinnews {
 
 class XmlReaderDelegate;
 
-/// What Expat tells of one document, turned into the events of an `XmlReader`: CDATA sections are
-/// gathered, entities are this module's own affair, and nothing follows the first error.
+/// Turns what Expat reports about one document into the events of an `XmlReader`: collects CDATA
+/// sections, resolves entities itself, and reports nothing after the first error.
 class ExpatEvents {
 public:
     explicit ExpatEvents(XmlReaderDelegate &delegate);
@@ -28,10 +28,10 @@ public:
     ExpatEvents &operator=(const ExpatEvents &) = delete;
     ~ExpatEvents() { XML_ParserFree(parser); }
 
-    /// Expat's parser, to be fed by the caller; null where there is no memory for one.
+    /// Expat's parser, which the caller feeds; null if there is no memory for one.
     [[nodiscard]] XML_Parser handle() const { return parser; }
 
-    /// Takes what made Expat stop, unless the document has failed already.
+    /// Fails with the error that made Expat stop, unless the document has failed already.
     void fail(XML_Error code);
 
     /// Fails at the current event and stops Expat. `reason` is a text for people.
@@ -41,12 +41,12 @@ public:
     [[nodiscard]] qint64 lineNumber() const;
     [[nodiscard]] qint64 columnNumber() const;
 
-    /// The fatal error, where there was one.
+    /// The fatal error, if there was one.
     [[nodiscard]] const std::optional<Error> &error() const { return failure; }
 
 private:
-    /// The one that Expat calls, or null once the document has failed: Expat still tells what
-    /// belongs to the event that was refused.
+    /// The object behind a callback of Expat's, or null once the document has failed: Expat still
+    /// reports the rest of the event that was refused.
     static ExpatEvents *reading(void *self);
 
     static void startElement(void *self, const XML_Char *name, const XML_Char **attributes);
@@ -77,7 +77,7 @@ private:
     int openElements = 0;
     XmlEntities entities;
     bool inCdata = false;
-    /// The section being read: it comes line by line and is reported whole.
+    /// The section being read: it arrives line by line and is reported as a whole.
     std::string cdata;
 };
 

@@ -7,15 +7,15 @@
 
 #include <system_error>
 
-/// Errors of files: of the domain "QFileDevice", with the code of `QFileDevice::FileError` and a
-/// text for people.
+/// File errors: domain "QFileDevice", a code of `QFileDevice::FileError`, and a text for people.
 namespace pelorinnews::FileError {
 
 [[nodiscard]] inline Error make(QFileDevice::FileError code, const QString &text) {
     return {QStringLiteral("QFileDevice"), code, {{Error::localizedDescriptionKey(), text}}};
 }
 
-/// The error `number` of the system, as it is in `errno`. No room is an error of its own.
+/// The error for the system's error `number`, as in `errno`. A lack of room always gives
+/// `ResourceError`, whatever `code` is.
 [[nodiscard]] inline Error fromSystem(QFileDevice::FileError code, int number) {
     const bool isFull = number == ENOSPC || number == EDQUOT || number == EFBIG;
     return make(isFull ? QFileDevice::ResourceError : code,

@@ -8,7 +8,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// How many bytes the character at the start of `text` takes; one for a byte that starts none.
+/// The length in bytes of the character at the start of `text`; one for a byte that starts none.
 std::size_t characterLength(std::string_view text) {
     const auto lead = static_cast<unsigned char>(text.front());
     std::size_t length = 1;
@@ -69,7 +69,8 @@ bool FileNamePattern::matches(std::string_view name) const {
     if (pattern.isEmpty())
         return false;
     std::string_view left = view(pattern);
-    // Where the last star was met: what follows it, and the rest of the name it may still widen to.
+    // State at the last star: the pattern after it, and the rest of the name that it may still
+    // absorb.
     std::optional<std::pair<std::string_view, std::string_view>> star;
     while (!name.empty() || !left.empty()) {
         if (!left.empty() && left.front() == '*') {

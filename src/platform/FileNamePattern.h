@@ -7,11 +7,11 @@
 
 namespace pelorinnews {
 
-/// A condition on the whole name of a file-system entry, as a LIKE comparison takes it: `*` stands
-/// for any run of characters, none included, `?` for exactly one, and everything else, `[` and `\`
-/// included, for itself. Case and diacritics count.
+/// A condition on the whole name of a file-system entry, as in a LIKE comparison: `*` stands for
+/// any run of characters, even an empty one, `?` for exactly one, and everything else, including
+/// `[` and `\`, for itself. Case and diacritics count.
 ///
-/// A plain value. Names are compared as the bytes that the file system keeps; a byte that is no
+/// A plain value. Compares names as the bytes that the file system stores; a byte that is not valid
 /// UTF-8 counts as one character for `?`.
 class FileNamePattern {
 public:
@@ -22,10 +22,10 @@ public:
 
     [[nodiscard]] bool matches(std::string_view name) const;
 
-    /// False where no name can ever satisfy the pattern: it is empty or holds a slash or a NUL.
+    /// False if no name can ever match: the pattern is empty or holds a slash or a NUL.
     [[nodiscard]] bool canMatch() const;
 
-    /// The group graph pattern that binds `?n` to a name and holds for the names that match.
+    /// The SPARQL group graph pattern that binds `?n` to a name and holds for the names that match.
     [[nodiscard]] QString sparqlCondition() const;
 
 private:

@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-/// Absolute paths as the bytes that the kernel takes: a name need not be text.
+/// Absolute paths as raw bytes, as the kernel takes them: a name need not be valid text.
 namespace pelorinnews::FilePaths {
 
 [[nodiscard]] inline QByteArray parentOf(const QByteArray &path) {
@@ -20,15 +20,16 @@ namespace pelorinnews::FilePaths {
     return folder.endsWith('/') ? folder + name : folder + '/' + name;
 }
 
-/// Without symbolic links; empty where there is nothing at `path`.
+/// `path` without symbolic links; empty if there is nothing at `path`.
 [[nodiscard]] inline QByteArray canonical(const QByteArray &path) {
     const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.constData(), nullptr),
                                                            &std::free);
     return QByteArray(real.get());
 }
 
-/// What `path` leads to: itself, but for a symbolic link the end of its chain, even where nothing
-/// is there. Empty where the chain has no end. Links in the folders above stay as they are.
+/// The end of the chain of symbolic links that starts at `path`, even if nothing is there; `path`
+/// itself if it is no link. Empty if the chain has no end. Does not resolve links in the folders
+/// above.
 [[nodiscard]] inline QByteArray endOfLinks(QByteArray path) {
     constexpr int longestChain = 40;
     constexpr qsizetype longestTarget = 4096;
@@ -48,7 +49,7 @@ namespace pelorinnews::FilePaths {
     return ::lstat(path.constData(), &status) == 0;
 }
 
-/// Whether there is a folder, and not a link to one.
+/// Whether `path` is a folder, and not a link to one.
 [[nodiscard]] inline bool isFolder(const QByteArray &path) {
     struct stat status {};
     return ::lstat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode);

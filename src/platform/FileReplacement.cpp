@@ -22,7 +22,7 @@ QByteArray absolutePath(const QString &path) {
     return QFile::encodeName(QDir::isRelativePath(path) ? QDir::current().filePath(path) : path);
 }
 
-/// What the file system cannot do is no failed write.
+/// Whether the file system does not support the operation, which is no failed write.
 bool isUnsupported(int number) {
     return number == EINVAL || number == ENOSYS || number == EOPNOTSUPP || number == EROFS;
 }
@@ -111,8 +111,8 @@ bool FileReplacement::write(QByteArrayView bytes) {
 std::optional<FileStamp> FileReplacement::commit() {
     if (problem)
         return std::nullopt;
-    // Network file systems and those that give out room late report a full disk only here. It also
-    // keeps a power failure from leaving the new name with nothing in it.
+    // Network file systems, and those that allocate late, report a full disk only here. It also
+    // prevents a power failure from leaving an empty file under the new name.
     while (::fdatasync(file.get()) != 0) {
         if (errno == EINTR)
             continue;
@@ -130,8 +130,8 @@ std::optional<FileStamp> FileReplacement::commit() {
     if (problem)
         return std::nullopt;
     temporary.clear();
-    // Renaming changes the time of the file itself and nothing else. Asked of the open file, since
-    // the name may lead to somebody else's by now.
+    // Renaming changes only the status-change time (ctime). Ask the open file: the name may lead to
+    // somebody else's file by now.
     FileStamp stamp = FileStamp::of(before);
     if (::fstat(file.get(), &after) == 0)
         stamp.changed = FileStamp::of(after).changed;

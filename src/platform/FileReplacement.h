@@ -13,15 +13,15 @@
 
 namespace pelorinnews {
 
-/// Replaces a file by new contents in one step, or leaves it as it was: what is written goes into a
-/// temporary file beside it, which takes its name once every byte is known to be on the disk.
+/// Replaces the contents of a file atomically, or leaves it unchanged: writes to a temporary file
+/// beside it, which takes its name once every byte is known to be on the disk.
 ///
-/// Symbolic links are followed: the link stays and what it leads to is replaced, or made where
-/// nothing is there yet. A target that is not a regular file, or may not be written, is an error
-/// and stays untouched. A replaced file keeps its permissions.
+/// Follows symbolic links: the link stays, and its target is replaced, or created if it does not
+/// exist. A target that is not a regular file, or may not be written, is an error and stays
+/// untouched. A replaced file keeps its permissions.
 ///
-/// Errors are those of `FileError`; after the first one nothing more is written. Several may
-/// replace one file at once, the last one stays. Any thread, one at a time. Waits for the disk.
+/// Errors are those of `FileError`; after the first one nothing more is written. If several replace
+/// one file at once, the last one wins. Any thread, one at a time. Blocks on the disk.
 class FileReplacement {
 public:
     explicit FileReplacement(const QString &path);
@@ -30,23 +30,23 @@ public:
     /// Without `commit`, the file stays as it was.
     ~FileReplacement();
 
-    /// Replaces the file at `to` by a copy of the one at `from`, which has at most `longest` bytes,
-    /// permissions included. False where that failed.
+    /// Replaces the file at `to` by a copy of the file at `from`, permissions included. False if
+    /// that fails, or if `from` has more than `longest` bytes.
     [[nodiscard]] static bool copy(const QString &from, const QString &to, qint64 longest);
 
-    /// Gives the new file these permissions, whatever those of the earlier one.
+    /// Gives the new file these permissions, instead of those of the earlier file.
     void setPermissions(mode_t permissions);
 
-    /// False where there is no room for `size` bytes beside the file that is to be replaced.
+    /// False if there is no room for `size` bytes beside the file to be replaced.
     bool reserve(qint64 size);
 
     bool write(QByteArrayView bytes);
 
-    /// Puts the new contents in place. The stamp that the file bears then as long as nobody else
-    /// touches it; absent where it failed.
+    /// Puts the new contents in place. Returns the file's stamp, which is valid until somebody else
+    /// touches the file; absent on failure.
     [[nodiscard]] std::optional<FileStamp> commit();
 
-    /// Why something failed.
+    /// The first error, if there was one.
     [[nodiscard]] const std::optional<Error> &error() const { return problem; }
 
 private:

@@ -6,13 +6,14 @@
 
 namespace pelorinnews {
 
-/// Identity, size and times of a file: a change of the file by anybody changes its stamp, unless it
-/// keeps the size and comes within the same tick of the file system's clock.
+/// Identity, size and times of a file. Any change of the file changes its stamp, unless the size
+/// stays the same and the change falls into the same tick of the file system's clock.
 struct FileStamp {
     quint64 device = 0;
     quint64 number = 0;
     qint64 size = 0;
-    /// Of its contents and of itself, in nanoseconds since the epoch.
+    /// Last change of the contents (mtime) and of the status (ctime), in nanoseconds since the
+    /// epoch.
     qint64 modified = 0;
     qint64 changed = 0;
 

@@ -7,8 +7,8 @@ namespace pelorinnews {
 
 /// One value that several threads read and replace as a whole.
 ///
-/// `get` copies the value out, `set` swaps a new one in; the value that went is destroyed after
-/// the lock is released, so no foreign code ever runs under it. Meant for values that are cheap to
+/// `get` copies the value out, `set` swaps a new one in. The old value is destroyed after the lock
+/// is released, so no foreign code ever runs under the lock. Meant for values that are cheap to
 /// copy: shared pointers, implicitly shared Qt types, numbers.
 template <class T>
 class GuardedSlot {

@@ -25,8 +25,8 @@ bool namesOneFolder(const QString &name) {
            name != QLatin1String("..");
 }
 
-/// The application object of a program with windows has this name as a property; asking for it by
-/// name spares this library the link to the GUI one.
+/// In a program with windows, the application object has this property. Reading it by name avoids
+/// linking this library to Qt Gui.
 QString desktopFileName() {
     const QCoreApplication *application = QCoreApplication::instance();
     if (application == nullptr)

@@ -10,7 +10,8 @@ bool isAppImageOf(const HostProcess &process) {
     const QFileInfo file(process.appImage);
     if (!file.isAbsolute() || !file.isFile())
         return false;
-    // Inherited from a program that started this one, unless this one lies in the AppImage.
+    // If this program is not in the AppImage, it inherited the variable from the program that
+    // started it.
     return process.appDir.isEmpty() ||
            process.executable.startsWith(QFileInfo(process.appDir).canonicalFilePath() +
                                          QLatin1Char('/'));
@@ -36,7 +37,7 @@ QString applicationFolder(const QString &executable) {
 HostProcess HostProcess::current() {
     HostProcess process;
     process.executable = QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
-    // So the kernel shows a program that was replaced while it runs.
+    // The kernel appends this if the program was replaced while it runs.
     const QLatin1String replaced(" (deleted)");
     if (process.executable.endsWith(replaced) && !QFileInfo::exists(process.executable))
         process.executable.chop(replaced.size());

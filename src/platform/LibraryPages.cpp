@@ -43,7 +43,7 @@ bool isWanted(const dl_phdr_info &library, const Search &search) {
 
 int gather(dl_phdr_info *library, size_t, void *data) {
     auto &search = *static_cast<Search *>(data);
-    // The program itself has no name here, and is the host.
+    // The entry without a name is the program itself, the host.
     if (*library->dlpi_name == '\0' || !isWanted(*library, search))
         return 0;
     for (int i = 0; i < library->dlpi_phnum; ++i) {
@@ -57,7 +57,7 @@ int gather(dl_phdr_info *library, size_t, void *data) {
     return 0;
 }
 
-/// Whether every page of `range` that is in memory is its file's.
+/// Whether every page of `range` that is in memory still comes from its file.
 bool isUnchanged(const FileDescriptor &pageMap, Range range, std::uintptr_t pageSize) {
     constexpr std::uint64_t present = std::uint64_t(1) << 63U;
     constexpr std::uint64_t swapped = std::uint64_t(1) << 62U;

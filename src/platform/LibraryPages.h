@@ -5,15 +5,15 @@
 
 namespace pelorinnews {
 
-/// Gives the memory that the code and the constants of libraries take in this process back to the
-/// system, for libraries that are needed now and then and for a moment. Nothing is lost: the pages
-/// stay in the system's file cache as long as it has room, and come back one by one when they are
-/// next used, by this module or by the host.
+/// Returns to the system the memory that libraries' code and constants take in this process. Meant
+/// for libraries that are used rarely and briefly. Nothing is lost: the pages stay in the system's
+/// file cache while it has room, and are loaded one by one when this module or the host next uses
+/// them.
 ///
-/// Of each library whose file's name begins with one of `names`, and of this module itself, only
-/// what no program can have changed is given back: pages that are not writable and, checked with
-/// the kernel, not copied either (a debugger copies them). Does nothing where the kernel does not
-/// tell. Callable from any thread, takes well under a millisecond.
+/// Covers each library whose file name begins with one of `names`, and this module itself. Releases
+/// only pages that no program can have changed: they are not writable and, as checked with the
+/// kernel, not copied either (a debugger copies them). A no-op if the kernel does not report that.
+/// Thread-safe; takes well under a millisecond.
 void releaseLibraryPages(const std::vector<std::string_view> &names);
 
 }  // namespace pelorinnews

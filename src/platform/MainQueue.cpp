@@ -12,11 +12,12 @@ namespace pelorinnews::MainQueue {
 
 namespace {
 
-// Tasks stand in a list of our own and not in posted events: those are destroyed under a lock of
-// the event queue when the application ends, and what a task holds may post events when it goes.
+// Tasks are kept in a list of our own and not in posted events: at the application's end Qt
+// destroys those under a lock of the event queue, and destroying what a task holds may post events
+// (deadlock).
 class Queue {
 public:
-    // Whether the caller has to see to it that the queue is emptied at the application's end.
+    // True if the caller must arrange for `drop` to be called at the application's end.
     bool append(std::function<void()> task) {
         const std::lock_guard lock(mutex);
         tasks.push_back(std::move(task));
@@ -40,7 +41,7 @@ public:
         const std::lock_guard lock(mutex);
         dropped.swap(tasks);
         isEmptiedAtEnd = false;
-        // `dropped` was made before the lock, so it goes after it.
+        // `dropped` was declared before the lock, so it is destroyed after the lock is released.
     }
 
 private:

@@ -4,11 +4,12 @@
 
 namespace pelorinnews::ModuleBundle {
 
-/// The folder of the file that holds this code: the module's own, not the host's. With a trailing
-/// symbolic link resolved; null where the system does not tell.
+/// The folder of the module's own file, not the host's. Symbolic links are resolved; null if the
+/// system does not report it.
 [[nodiscard]] QString folder();
 
-/// Where the module's resources lie, relative to the folder above: `<prefix>/share/pelorin-news`.
+/// The folder of the module's resources, found relative to `folder()`:
+/// `<prefix>/share/pelorin-news`.
 [[nodiscard]] QString resourceFolder();
 
 }  // namespace pelorinnews::ModuleBundle

@@ -7,8 +7,8 @@
 
 namespace pelorinnews {
 
-/// One language's file, read into memory: a file that is replaced while the host runs cannot pull
-/// the pages from under a translator.
+/// One language's file, read into memory: if the file is replaced while the host runs, a translator
+/// has no dangling pages.
 struct OlvLocalization::Table {
     explicit Table(QByteArray contents) : bytes(std::move(contents)) {
         constexpr qsizetype largest = 1 << 24;
@@ -23,7 +23,7 @@ struct OlvLocalization::Table {
 
 namespace {
 
-/// Each of `languages` followed by what it is a variant of, then English; each once.
+/// Each of `languages` followed by its more general forms, then English; without duplicates.
 QStringList withFallbacks(const QStringList &languages) {
     QStringList all;
     const auto add = [&all](const QString &language) {

@@ -12,10 +12,10 @@ namespace pelorinnews {
 
 /// Localized texts by key, from the tables of one folder.
 ///
-/// A table has a file for each language, `<folder>/<table>_<language>.qm`. A key is looked up in
-/// the user's languages, best first, each followed by what it is a variant of ("de-AT", then "de");
-/// then in English. The translators are never installed in the application, so the host's own
-/// texts cannot collide with these.
+/// A table has one file for each language, `<folder>/<table>_<language>.qm`. A key is looked up in
+/// the user's languages, best first, each followed by its more general forms ("de-AT", then "de");
+/// then in English. The translators are never installed in the application, so the host's own texts
+/// cannot collide with these.
 ///
 /// Set the folder and the table once; `stringForKey` may be called from any thread.
 class OlvLocalization {
@@ -30,11 +30,11 @@ public:
     /// The folder of the tables' files.
     void setBundle(const QString &folder);
 
-    /// The table to look in. A file that is missing or damaged has no texts.
+    /// The table to look in. A missing or damaged file has no texts.
     void setTable(const QString &name);
 
-    /// The text for `key`, or `key` itself where no language has one, as before folder and table
-    /// are set. The empty key gives itself.
+    /// The text for `key`. Returns `key` itself if no language has one, before folder and table are
+    /// set, and if it is empty.
     [[nodiscard]] QString stringForKey(const QString &key) const;
 
 private:

@@ -17,7 +17,7 @@ struct OperationQueue::Registry {
     Registry(const Registry &) = delete;
     Registry &operator=(const Registry &) = delete;
     /// A transport that ends after the queues may have given them a last task, and a process may
-    /// leave without destroying its application object.
+    /// exit without destroying its application object.
     ~Registry() { closeAll(*this); }
 
     static Registry &instance() {
@@ -27,8 +27,8 @@ struct OperationQueue::Registry {
 
     std::mutex mutex;
     std::vector<std::weak_ptr<OperationQueue>> queues;
-    /// Queues that have ended with an application. They stay until the next one begins, so that no
-    /// thread of theirs destroys anything while the process leaves.
+    /// Queues that have ended with an application object. Kept until the next queue is made, so
+    /// that none of their threads destroys anything while the process exits.
     std::vector<std::shared_ptr<OperationQueue>> ended;
     bool closesWithApplication = false;
 };
@@ -70,7 +70,7 @@ void OperationQueue::closeAll(Registry &all) {
         }
     }
     const QDeadlineTimer deadline(joinMilliseconds);
-    // Whoever does not end in time is not waited for again.
+    // A queue that does not finish in time is not waited for again.
     std::erase_if(open, [&deadline](const auto &queue) {
         return !queue->pool.waitForDone(static_cast<int>(deadline.remainingTime()));
     });

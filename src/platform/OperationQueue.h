@@ -9,15 +9,15 @@ namespace pelorinnews {
 
 /// A thread pool for the background work of one owner.
 ///
-/// What a plain `QThreadPool` lacks for that: the last reference may be dropped on any thread, the
-/// pool's own included (a plain pool would wait there for itself), and the pool's work never
-/// outlives the application. When the application object goes, and again when the process leaves,
-/// every queue is closed and its running work is waited for, `joinMilliseconds` at most for all of
-/// them together.
+/// Unlike with a plain `QThreadPool`, the last reference may be dropped on any thread, even one of
+/// the pool's own (a plain pool would wait there for itself: deadlock), and the pool's work never
+/// outlives the application. When the application object is destroyed, and again when the process
+/// exits, every queue is closed and its running work is waited for, at most `joinMilliseconds` for
+/// all of them together.
 class OperationQueue {
 public:
     static constexpr int joinMilliseconds = 5000;
-    /// A thread that has had no work for this long ends: work comes every few hours.
+    /// A thread ends after this long without work: work comes every few hours.
     static constexpr int idleMilliseconds = 500;
 
     [[nodiscard]] static std::shared_ptr<OperationQueue> make();
@@ -27,11 +27,11 @@ public:
     OperationQueue &operator=(const OperationQueue &) = delete;
     ~OperationQueue() = default;
 
-    /// Where to start work; valid as long as the queue is held.
+    /// The pool to start work on; valid as long as the queue is held.
     [[nodiscard]] QThreadPool *threadPool() { return &pool; }
 
-    /// True once the application has begun to end: work that starts now should return at once,
-    /// for nobody waits for it.
+    /// True once the application has begun to end. Work that starts now should return at once,
+    /// since nobody waits for it.
     [[nodiscard]] bool isClosed() const { return closed; }
 
 private:

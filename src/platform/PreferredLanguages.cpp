@@ -7,7 +7,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// The name of the user's first language as it stands in the environment ("sr_RS.UTF-8@latin").
+/// The name of the user's first language, as in the environment ("sr_RS.UTF-8@latin").
 QString firstName() {
     for (const QByteArray &name : qgetenv("LANGUAGE").split(':')) {
         if (!name.isEmpty())
@@ -20,7 +20,7 @@ QString firstName() {
     return {};
 }
 
-/// What the modifier of a name adds to a language tag.
+/// The script subtag for the modifier of a locale's name.
 QLatin1StringView scriptOf(const QString &name) {
     const QString modifier = name.section(u'@', 1);
     return modifier == u"latin"      ? QLatin1StringView("-Latn")
@@ -32,7 +32,7 @@ QLatin1StringView scriptOf(const QString &name) {
 
 QStringList preferredLanguages() {
     QStringList languages = QLocale::system().uiLanguages();
-    // Qt drops a modifier that chooses a script, or takes it for a country.
+    // Qt drops a modifier that selects a script, or mistakes it for a country.
     if (const QString name = firstName(); !scriptOf(name).isEmpty())
         languages.prepend(languageOfLocale(name));
     return languagesForTexts(languages);

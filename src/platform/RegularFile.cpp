@@ -12,7 +12,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// Absent where `file` is none or not a regular one.
+/// Absent if `file` is invalid or not a regular file.
 std::optional<FileStamp> regularStamp(const FileDescriptor &file) {
     struct stat status {};
     if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
@@ -29,8 +29,8 @@ std::optional<RegularFile> RegularFile::open(const QString &path, Error *error) 
     };
     constexpr int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     const QByteArray name = QFile::encodeName(path);
-    // This only takes hold of what is there. What is then opened is the very thing that was looked
-    // at, whatever bears the name by now.
+    // O_PATH only refers to what is there, without opening it. Opening it through that descriptor
+    // opens exactly what was checked, whatever has the name by now (no race).
     const FileDescriptor held(::open(name.constData(), O_PATH | O_CLOEXEC));
     if (!held.isValid())
         return fail(FileError::fromSystem(QFileDevice::OpenError, errno));

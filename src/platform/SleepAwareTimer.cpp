@@ -42,7 +42,7 @@ std::chrono::milliseconds timeSinceBoot() {
 }
 
 #ifdef Q_OS_LINUX
-/// The notifier of an alarm, and the alarm's owner.
+/// The notifier of an alarm. Owns the alarm's descriptor.
 class AlarmNotifier final : public QSocketNotifier {
 public:
     explicit AlarmNotifier(int alarm) : QSocketNotifier(alarm, Read), _alarm(alarm) {}
@@ -50,7 +50,7 @@ public:
     AlarmNotifier &operator=(const AlarmNotifier &) = delete;
 
     ~AlarmNotifier() override {
-        // Before the descriptor goes: its number may be another file's a moment later.
+        // Before the descriptor is closed: another file may get its number at once.
         setEnabled(false);
         ::close(_alarm);
     }
@@ -109,7 +109,7 @@ bool SleepAwareTimer::startAlarm() {
 
 void SleepAwareTimer::alarmRang(int alarm) {
 #ifdef Q_OS_LINUX
-    // One read takes every expiration so far, which is what keeps firings from stacking.
+    // One read takes all expirations so far, so that firings do not pile up.
     quint64 expirations = 0;
     if (::read(alarm, &expirations, sizeof expirations) != sizeof expirations)
         return;
@@ -143,7 +143,7 @@ void SleepAwareTimer::pollClock() {
 }
 
 void SleepAwareTimer::armPolling(std::chrono::milliseconds now) {
-    // Short steps: the timer underneath does not count sleep, and takes at most 24 days.
+    // Poll in short steps: QTimer does not count sleep, and takes at most 24 days.
     static_cast<QTimer *>(_source.get())->start(std::min(_deadline - now, longestPoll));
 }
 

@@ -8,44 +8,44 @@
 
 namespace pelorinnews {
 
-/// A repeating timer that counts the time the computer slept.
+/// A repeating timer that also counts the time for which the computer sleeps.
 ///
 /// The first firing comes one full interval after construction, the next ones an interval apart on
-/// the same grid, however long a firing takes. Intervals missed while the computer slept or the
-/// thread was busy are made up for by one firing, never by several. A firing that falls due while
-/// the callback still runs (in an event loop of its own) is dropped.
+/// the same grid, however long a firing takes. Intervals that are missed while the computer sleeps
+/// or the thread is busy give one firing, never several. A firing that falls due while the callback
+/// still runs (in an event loop of its own) is dropped.
 ///
-/// The callback, and whatever it holds, lives until `invalidate` or destruction; both may happen
-/// inside the callback itself, which then ends undisturbed and is destroyed right after. Nothing
-/// fires afterwards.
+/// The callback, and whatever it holds, lives until `invalidate` or destruction. Both may happen
+/// inside the callback itself (reentrant), which then finishes undisturbed and is destroyed right
+/// after. Nothing fires afterwards.
 ///
 /// Belongs to the thread that constructs it: it fires there, and needs that thread's event loop;
-/// without one it never fires. Where the system has alarms on a clock that runs during sleep, the
-/// thread is not woken between firings; elsewhere it is woken once a minute to read the clock.
+/// without one it never fires. If the system has alarms on a clock that runs during sleep, the
+/// thread is not woken between firings. Otherwise it polls the clock once a minute.
 class SleepAwareTimer final : public QObject {
 public:
     using Clock = std::function<std::chrono::milliseconds()>;
 
-    /// Intervals outside these bounds count as the nearer one: zero as one second, and anything
-    /// beyond a century as a century, far within what every system clock can add up.
+    /// Intervals are clamped to these bounds: zero to one second, and anything beyond a century to
+    /// a century, which every system clock can still add up.
     static constexpr std::chrono::seconds minimumInterval{1};
     static constexpr std::chrono::seconds maximumInterval{std::chrono::hours{24 * 36525}};
 
     /// `interval` is in seconds. An empty callback makes a timer that is invalid from the start.
     SleepAwareTimer(quint64 interval, std::function<void()> callback);
 
-    /// The same on a clock handed in, which never runs backwards: for systems whose alarms do not
-    /// count sleep. An empty clock is the system's.
+    /// The same with a given clock, which never runs backwards: for systems whose alarms do not
+    /// count sleep. An empty clock means the system's.
     SleepAwareTimer(quint64 interval, std::function<void()> callback, Clock clock);
 
     ~SleepAwareTimer() override;
 
     /// Stops the timer for good and releases the callback, which may destroy the timer's owner and
-    /// so the timer. A second call does nothing. On a foreign thread it takes effect as soon as
-    /// the timer's own thread gets to it.
+    /// so the timer. Idempotent. On another thread it takes effect as soon as the timer's own
+    /// thread processes it.
     void invalidate();
 
-    /// Whether the timer will fire again. For the timer's own thread.
+    /// Whether the timer will fire again. To be called on the timer's own thread.
     [[nodiscard]] bool isValid() const { return _callback != nullptr; }
 
 private:

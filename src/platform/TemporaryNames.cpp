@@ -19,8 +19,8 @@ QByteArray prefix(const QByteArray &path) {
     return path + ".tmp-";
 }
 
-/// Whether `rest`, what follows the prefix, is of the form that `beside` gives, and from long ago.
-/// A time to come was given by a clock that was wrong.
+/// Whether `rest`, the part after the prefix, has the form that `beside` gives and is stale. A time
+/// in the future comes from a wrong clock and counts as stale, too.
 bool isAbandoned(const QByteArray &rest, qint64 now) {
     const qsizetype dash = rest.indexOf('-');
     bool isTime = false;

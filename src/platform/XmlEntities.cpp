@@ -27,7 +27,7 @@ bool isCharacter(char32_t code) {
            (code >= 0xE000 && code < 0xFFFE) || (code >= 0x10000 && code <= 0x10FFFF);
 }
 
-/// What the numeric reference `#…` stands for, in UTF-8; empty for none.
+/// The character of the numeric reference `#…`, in UTF-8; empty if it is invalid.
 std::string numbered(std::string_view reference) {
     const bool isHexadecimal = reference.starts_with("#x");
     reference.remove_prefix(isHexadecimal ? 2 : 1);
@@ -41,7 +41,7 @@ std::string numbered(std::string_view reference) {
     return QString::fromUcs4(&character, 1).toStdString();
 }
 
-/// What the entity `name` stands for if every document has it; empty for any other.
+/// The replacement of the entity `name` if it is predefined for every document; else empty.
 std::string_view predefined(std::string_view name) {
     constexpr std::array<std::pair<std::string_view, std::string_view>, 5> all = {
         {{"amp", "&"}, {"lt", "<"}, {"gt", ">"}, {"apos", "'"}, {"quot", "\""}}};
@@ -50,8 +50,9 @@ std::string_view predefined(std::string_view name) {
     return found == all.end() ? std::string_view() : found->second;
 }
 
-/// The entity's name in the next reference in `markup` to one that is not predefined, a broken
-/// reference included; absent where there is none. `markup` then starts at the name.
+/// Finds the next reference in `markup` that is neither numeric nor predefined, a broken reference
+/// included, and returns its entity's name; absent if there is none. `markup` then starts at the
+/// name.
 std::optional<std::string_view> nextName(std::string_view &markup) {
     while (true) {
         const std::size_t start = markup.find('&');

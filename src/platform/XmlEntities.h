@@ -9,7 +9,7 @@
 
 namespace pelorinnews {
 
-/// The general entities that one document declares, and what it has used of them so far, under the
+/// The general entities that one document declares, and how much it has used them so far, under the
 /// limits that `XmlReader` states.
 class XmlEntities {
 public:
@@ -19,27 +19,27 @@ public:
         QString reason;
     };
 
-    /// Takes a declaration; only the first of a name counts. `value` is the entity's replacement
-    /// text, absent for one that lies outside of the document.
+    /// Takes a declaration; only the first one of a name counts. `value` is the entity's
+    /// replacement text, absent for an external entity.
     void declare(std::string_view name, std::optional<std::string_view> value);
 
-    /// Takes one reference. It stands for `text`, which is left alone where it is refused and lives
-    /// as long as this object.
+    /// Takes one reference and sets `text` to its replacement, which lives as long as this object.
+    /// A refused reference leaves `text` unchanged.
     [[nodiscard]] std::optional<Refusal> use(std::string_view name, std::string_view &text);
 
-    /// Takes every reference to an entity in `markup`, some piece of the document as it stands
-    /// there; the first refusal where there is one.
+    /// Takes every reference to an entity in `markup`, a verbatim piece of the document. Returns
+    /// the first refusal, if any.
     [[nodiscard]] std::optional<Refusal> useAll(std::string_view markup);
 
-    /// How many declarations refer to others that need a declaration. No chain of references is
-    /// longer than this.
+    /// The number of declarations that refer to other entities that need a declaration. No chain of
+    /// references is longer than this.
     [[nodiscard]] int nestedCount() const { return nested; }
 
 private:
     enum class Kind : char { Usable, External, TooLong, Markup, Nested, Malformed };
     struct Declared {
         Kind kind;
-        /// What it stands for, if it is usable.
+        /// The replacement text, if the entity is usable.
         std::string text;
     };
 

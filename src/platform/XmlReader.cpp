@@ -13,13 +13,14 @@ namespace pelorinnews {
 namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-/// Below this an unfinished token is read again from its start with each piece, above it only when
-/// its size has doubled.
+/// Bytes. A smaller unfinished token is parsed again from its start with each piece, a larger one
+/// only when its size has doubled.
 constexpr qint64 smallToken = 1 << 16;
-/// One call takes at most this much: the reader's sizes are `int` and its buffer a power of two.
+/// Bytes. The most that one call passes to Expat, whose sizes are `int` and whose buffer is a power
+/// of two.
 constexpr qsizetype largestPiece = 1'000'000'000;
-/// A text up to this length is handed over in one piece, which spares the reader a second walk
-/// over it to count its lines.
+/// A text up to this length is fed in one piece, which spares the parser a second pass over it to
+/// count its lines.
 constexpr qsizetype shortText = 1 << 19;
 constexpr qsizetype textPiece = 1 << 14;
 
@@ -49,8 +50,8 @@ public:
     ExpatEvents events;
 
 private:
-    /// A mark before the first byte settles the encoding: without one, a NUL among the first two
-    /// bytes would make the reader take the bytes for UTF-16.
+    /// A byte-order mark before the first byte fixes the encoding: without one, a NUL among the
+    /// first two bytes would make Expat take the bytes for UTF-16.
     bool begin(std::string_view bytes) {
         if (bytes.empty())
             return true;
@@ -88,8 +89,8 @@ private:
 
     bool started = false;
     bool finished = false;
-    /// Bytes kept back while one token grows over many pieces: reading it again from its start
-    /// with every piece would take time quadratic in its size.
+    /// Bytes kept back while one token grows over many pieces: parsing it again from its start with
+    /// every piece would take time quadratic in its size.
     std::string held;
     qint64 awaited = 0;
     qint64 taken = 0;

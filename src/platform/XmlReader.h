@@ -13,9 +13,9 @@ namespace pelorinnews {
 
 /// What an `XmlReader` reports, in document order, on the thread that feeds it.
 ///
-/// Every name, text and section is UTF-8 and lives only as long as the call. Attributes are not
-/// reported and namespaces are not processed: a name is what stands in the document, prefix
-/// included. A delegate must not destroy its reader from inside a call.
+/// Every name, text and section is UTF-8 and valid only during the call. Attributes are not
+/// reported and namespaces are not processed: a name is reported as in the document, prefix
+/// included. A delegate must not destroy its reader inside a call.
 class XmlReaderDelegate {
 public:
     virtual ~XmlReaderDelegate() = default;
@@ -34,8 +34,8 @@ public:
     /// The document's first fatal error; nothing is reported after it.
     virtual void parserParseErrorOccurred(const Error &error) = 0;
 
-    /// A document that breaks the rules of its type. `XmlReader` does not validate and never
-    /// reports one.
+    /// A validity error: the document breaks the rules of its type. `XmlReader` does not validate
+    /// and never reports one.
     virtual void parserValidationErrorOccurred(const Error &error) = 0;
 
 protected:
@@ -46,21 +46,21 @@ protected:
 
 /// Reads one XML document from UTF-8 bytes and reports it to a delegate as events.
 ///
-/// The bytes are UTF-8 whatever the document's own declaration says.
+/// The bytes are taken as UTF-8, whatever the document's own declaration says.
 ///
-/// An entity that the document declares is used if its value holds at most `longestEntity` bytes,
-/// no "<" and no reference to another declared entity; all uses together, those in attributes
-/// included, may come to `mostExpansion` bytes. A use of any other entity, or of one that is not
-/// declared, is a fatal error, whether or not the document names an external type. The first of
-/// several declarations counts, and one that is never used does no harm, whatever it holds; but
-/// once more than 1,000 have referred to others, the predefined ones such as "&amp;", and any in an
-/// attribute, may be fatal errors, too. Nothing external is ever loaded, and no declaration behind
-/// a reference to a parameter entity counts.
+/// An entity that the document declares may be used if its value has at most `longestEntity` bytes,
+/// no "<" and no reference to another declared entity. All uses together, including those in
+/// attributes, may expand to `mostExpansion` bytes. The use of any other entity, or of an
+/// undeclared one, is a fatal error, whether or not the document names an external type. Of several
+/// declarations of a name the first counts, and an unused declaration does no harm, whatever it
+/// holds. But once more than 1,000 declarations have referred to others, the use of a predefined
+/// entity such as "&amp;", or of any entity in an attribute, may be a fatal error, too. Nothing
+/// external is ever loaded, and declarations after a reference to a parameter entity do not count.
 ///
-/// More than `mostOpenElements` elements inside one another are a fatal error.
+/// More than `mostOpenElements` nested elements are a fatal error.
 ///
-/// A reader serves one document: feed it the bytes in any pieces, then `finish`, or hand the whole
-/// over by one of the `read` operations. It belongs to one thread at a time.
+/// A reader serves one document: feed it the bytes in pieces of any size, then call `finish`, or
+/// pass the whole document to one of the `read` operations. It belongs to one thread at a time.
 class XmlReader {
 public:
     static constexpr qsizetype longestEntity = 100;
@@ -90,11 +90,11 @@ public:
     /// document has failed or is finished: the bytes are then ignored.
     bool feed(QByteArrayView bytes);
 
-    /// Says that the document ends here. False when it failed, now or earlier.
+    /// Ends the document. False if it has failed, now or earlier.
     bool finish();
 
-    /// Feeds all of `bytes` as one document and finishes it. The fastest way; takes a copy of the
-    /// bytes for the time of the call.
+    /// Feeds all of `bytes` as one document and finishes it. The fastest way; copies the bytes for
+    /// the duration of the call.
     bool read(QByteArrayView bytes);
 
     /// Feeds all of `text` as one document and finishes it. A long text is fed in small pieces, so
@@ -109,7 +109,7 @@ public:
     [[nodiscard]] qint64 lineNumber() const;
     [[nodiscard]] qint64 columnNumber() const;
 
-    /// The fatal error, where there was one.
+    /// The fatal error, if there was one.
     [[nodiscard]] const std::optional<Error> &error() const;
 
 private:
