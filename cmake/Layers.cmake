@@ -1,10 +1,10 @@
-# The rooms: each is a folder of src/ and a library. Its row names the rooms whose doors it uses:
-# SHOWS those that its own headers include, so that whoever includes these sees them too, and USES
-# those that only its sources include. A room can only name what stands above it here, so there are
-# no circles. A GUI room may link Qt Gui, a WIDGETS room Qt Widgets as well, an ENGINE room all.
+# A room is a folder of src/ with a library of its own. Its row lists the rooms whose headers it
+# includes: SHOWS those that its own headers include, so that its users see them too, and USES those
+# that only its sources include. A room can only name rooms above it here, so there are no cycles. A
+# GUI room may link Qt Gui, a WIDGETS room Qt Widgets as well, an ENGINE room everything.
 #
-# An include of another room names it: #include "network/UrlLoader.h". The include path of a room
-# holds the rooms of its row and what these show, so any other include does not compile.
+# An include of another room names it: #include "network/UrlLoader.h". A room's include path holds
+# only the rooms of its row and those that they show, so any other include does not compile.
 function(pelorin_room name)
     cmake_parse_arguments(ARG "GUI;WIDGETS;ENGINE" "" "SHOWS;USES" ${ARGN})
     get_property(rooms GLOBAL PROPERTY PELORIN_ROOMS)
@@ -14,7 +14,7 @@ function(pelorin_room name)
         endif()
     endforeach()
     set_property(GLOBAL APPEND PROPERTY PELORIN_ROOMS ${name})
-    # For tests/quality/check-rooms.
+    # Read by tests/quality/check-rooms.
     list(JOIN ARG_SHOWS " " shows)
     list(JOIN ARG_USES " " uses)
     file(APPEND ${CMAKE_BINARY_DIR}/rooms.txt "${name}|${shows}|${uses}\n")
@@ -51,8 +51,8 @@ pelorin_room(web           SHOWS rendering          USES page platform          
 
 # pelorin_link(<target> <room> [LINKS <target>...] [PRIVATE_LINKS <target>...])
 #
-# Links what the room's row names, and these libraries of others; LINKS are those that its headers
-# include.
+# Links the rooms of the room's row and these external libraries. LINKS are those that the room's
+# headers include.
 function(pelorin_link target room)
     cmake_parse_arguments(ARG "" "" "LINKS;PRIVATE_LINKS" ${ARGN})
     get_property(shown GLOBAL PROPERTY PELORIN_ROOM_${room}_SHOWS)
@@ -80,7 +80,8 @@ endfunction()
 
 # pelorin_library(<room> SOURCES <file>... [LINKS <target>...] [PRIVATE_LINKS <target>...])
 #
-# The room's static library, pelorin_<room>, and its door in the include path.
+# Makes the room's static library, pelorin_<room>, and the folder through which others include its
+# headers (its door).
 function(pelorin_library room)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
     set(door ${CMAKE_BINARY_DIR}/include/${room})

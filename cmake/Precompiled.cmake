@@ -1,8 +1,8 @@
-# Headers that most sources include, compiled once: they take half of a source's time.
+# Headers that most sources include, compiled once: they take half of a source's compile time.
 #
-# pelorin_precompile(<target> <core|gui|widgets>) gives a target those of Qt Core, and of Qt Gui
-# and Qt Widgets as well. What a source uses it includes nevertheless: clang-tidy and the mutation run
-# compile without.
+# pelorin_precompile(<target> <core|gui|widgets>) gives a target the headers of Qt Core (core), also
+# of Qt Gui (gui), and also of Qt Widgets (widgets). A source still includes what it uses:
+# clang-tidy and the mutation run compile without precompiled headers.
 set(PELORIN_CORE_HEADERS
     <QByteArray> <QCoreApplication> <QDateTime> <QDir> <QFile> <QFileInfo> <QHash> <QList> <QMutex>
     <QObject> <QPointer> <QProcess> <QSettings> <QString> <QStringList> <QTemporaryDir> <QThread>

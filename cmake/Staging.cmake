@@ -1,5 +1,5 @@
-# The application folder as a maker of hosts would ship it. Every build assembles one, so that
-# tests and ./run meet the module exactly as a host does.
+# The application folder, laid out as a vendor of hosts would ship it. Every build assembles one, so
+# that tests and ./run load the module exactly as a host does.
 set(PELORIN_APP_DIR ${CMAKE_BINARY_DIR}/Pelorin.app CACHE PATH "Where the application folder is staged")
 
 # pelorin_stage(<target> <bin|lib/pelorin|...>)
@@ -9,12 +9,12 @@ function(pelorin_stage target folder)
         LIBRARY_OUTPUT_DIRECTORY ${PELORIN_APP_DIR}/${folder})
 endfunction()
 
-# pelorin_plugin(<target>): the MODULE library shows its entry as a plug-in and nothing else; and no
-# code is pulled from under a running thread.
+# pelorin_plugin(<target>): the MODULE library exports only its plug-in entry points. It is never
+# unloaded, since that would remove code under a running thread.
 function(pelorin_plugin target)
     set(exported ${CMAKE_SOURCE_DIR}/cmake/plugin.map)
     target_link_options(${target} PRIVATE -Wl,-z,nodelete -Wl,--version-script=${exported})
-    # A sanitizer's functions are those of the program that loads it.
+    # A sanitizer's functions come from the program that loads the module.
     if(NOT PELORIN_SANITIZE)
         target_link_options(${target} PRIVATE -Wl,--no-undefined)
     endif()

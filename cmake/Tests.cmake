@@ -1,24 +1,24 @@
 find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
 
-# Qt Test tells each folder's sources where they lie, which nobody asks for (QFINDTESTDATA), and for
-# which each folder would have to precompile the headers anew.
+# Qt Test defines each source folder's path for QFINDTESTDATA, which no test uses. With it, each
+# folder would have to precompile the headers again.
 get_target_property(definitions Qt6::Test INTERFACE_COMPILE_DEFINITIONS)
 list(FILTER definitions EXCLUDE REGEX "QT_TESTCASE_")
 set_target_properties(Qt6::Test PROPERTIES INTERFACE_COMPILE_DEFINITIONS "${definitions}")
 
-# Patience.h is for every source of the tests. Qt Test's headers that look at which libraries of Qt
-# are linked stay out.
+# Every source of the tests gets Patience.h. Headers of Qt Test that depend on which Qt libraries
+# are linked are left out.
 set(headers ${CMAKE_SOURCE_DIR}/tests/support/Patience.h <QSignalSpy>)
 pelorin_precompiled(test_core "${headers};${PELORIN_CORE_HEADERS}" Qt6::Test)
 if(PELORIN_WINDOW)
     pelorin_precompiled(test_widgets "${headers};${PELORIN_WIDGETS_HEADERS}" "Qt6::Test;Qt6::Widgets")
 endif()
-# Which of them the tests of a folder take.
+# The precompiled headers that a folder's tests use.
 set(PELORIN_TEST_HEADERS test_core)
 
-# Tests of which only one may run at a time: a host looks for its copies on the whole disk, and two
-# such searches take more of the kernel's watches than one user has. Whoever else wants a watch then
-# would get none.
+# Tests of which only one may run at a time: a host searches the whole disk for its copies, and two
+# such searches need more inotify watches than one user may have. Any other program of the user that
+# needs a watch would then get none.
 function(pelorin_watches_the_disk)
     foreach(name IN LISTS ARGN)
         set_property(TEST ${PELORIN_TEST_PREFIX}${name} APPEND PROPERTY RESOURCE_LOCK disk-watches)
@@ -28,9 +28,9 @@ endfunction()
 # pelorin_test(<name> SOURCES <file>... [LIBS <target>...] [LABELS <label>...] [TIMEOUT <s>]
 #              [SESSION] [DISPLAY | WAYLAND] [TILING])
 #
-# One executable, one entry of CTest. SESSION gives it a D-Bus session of its own, DISPLAY an Xvfb
-# with a window manager, WAYLAND a compositor; TILING makes either one that tiles. In a sanitized
-# build the entry is called "<preset>.<name>".
+# One executable and one CTest entry. SESSION gives it its own D-Bus session, DISPLAY an Xvfb with a
+# window manager, WAYLAND a compositor; TILING makes the window manager or compositor a tiling one.
+# In a sanitized build the entry is called "<preset>.<name>".
 function(pelorin_test name)
     cmake_parse_arguments(ARG "SESSION;DISPLAY;WAYLAND;TILING" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
     set(target test_${name})
