@@ -1,4 +1,4 @@
-// The news window as assistive software meets it, by a client of the accessibility bus.
+// The news window as assistive software sees it, through a client of the accessibility bus.
 
 #include "PanelTestMain.h"
 
@@ -56,18 +56,18 @@ void AccessibilityTest::theContentIsOneTextThatClientsMaySet() {
     QCOMPARE(content->text, QStringLiteral("Item 1"));
     for (const char *state : {"focusable", "showing", "enabled", "multi-line"})
         QVERIFY2(content->is(state), state);
-    // No children: what comes next is beside it.
+    // No children: the next object is a sibling.
     QVERIFY((content + 1)->depth <= content->depth);
 
     const QString written = QStringLiteral("Gr\u00fc\u00dfe \U0001f4f0 twice");
     Assistive::write(panel->desktop.hostProcess(), written);
     QTRY_COMPARE(panel->text(), written);
     QCOMPARE(panel->content().name, written);
-    // Nothing at all is told by a fixed text.
+    // If the text is empty, a fixed text is reported.
     Assistive::write(panel->desktop.hostProcess(), QString());
     QTRY_COMPARE(panel->text(), QStringLiteral("Pelorin News content"));
     QCOMPARE(panel->content().name, QStringLiteral("Pelorin News content"));
-    // The next item takes its place.
+    // The next item replaces it.
     QVERIFY(panel->click("push button", "Next news item"));
     QTRY_COMPARE(panel->text(), QStringLiteral("Item 2"));
 }
@@ -134,7 +134,7 @@ void AccessibilityTest::nothingThatTakesTheFocusIsNameless() {
     QTRY_VERIFY(panel->object("combo box", "All").is("showing"));
     for (const Object &each : panel->objects())
         QVERIFY2(!each.is("focusable") || !each.name.isEmpty(), qPrintable(each.role));
-    // Two windows, and none of the engine's.
+    // Two windows, and none of the engine's own.
     QStringList windows;
     for (const Object &each : Assistive::tree(panel->desktop.hostProcess())) {
         if (each.depth == 0)
@@ -160,7 +160,7 @@ void AccessibilityTest::eachItemIsTold() {
     QTRY_COMPARE(said("object:text-changed:insert"), QStringList{QStringLiteral("Item 2")});
     QCOMPARE(said("object:text-changed:delete"), QStringList{QStringLiteral("Item 1")});
 
-    // The same text again is told as well.
+    // Setting the same text again also sends events.
     Assistive::write(panel->desktop.hostProcess(), QStringLiteral("Item 2"));
     QTRY_VERIFY(said("object:text-changed:insert").size() > 1);
     QCOMPARE(said("object:text-changed:delete").last(), QStringLiteral("Item 2"));
@@ -191,7 +191,7 @@ void AccessibilityTest::whatControlsBecomeIsTold() {
     checked.append(QStringLiteral("1 Show news on start"));
     QTRY_COMPARE(told("checked"), checked);
 
-    // Of the two items one is left, so there is nowhere to go.
+    // One of the two items is left, so stepping is not possible.
     panel->press("alt+t");
     panel->press("Down");
     QStringList able{QStringLiteral("0 Next news item"), QStringLiteral("0 Previous news item")};
@@ -241,14 +241,15 @@ void AccessibilityTest::theFocusIsToldByName() {
         expected.append(QLatin1String(next));
         QTRY_COMPARE(focused(), expected);
     }
-    // By mouse into the page, from a control.
+    // Click from a control into the page.
     QVERIFY(panel->click("push button", "Next news item"));
     QTRY_COMPARE(panel->text(), QStringLiteral("Item 2"));
     panel->clickIntoThePage();
     expected << QStringLiteral("push button Next news item") << QStringLiteral("label Item 2");
     QTRY_COMPARE(focused(), expected);
 
-    // What changes while it has the focus is told anew, since screen readers speak the focus.
+    // If the item changes while the page has the focus, the focus event is sent again, since screen
+    // readers speak the focus.
     Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Next news item"));
     expected << QStringLiteral("label Item 1");
     QTRY_COMPARE(focused(), expected);
@@ -258,7 +259,7 @@ void AccessibilityTest::theFocusIsToldByName() {
              << QStringLiteral("push button Hide options");
     QTRY_COMPARE(focused(), expected);
 
-    // The window that comes back says so.
+    // The window sends an activation event when it comes back.
     panel->press("Escape");
     QTRY_VERIFY(!panel->isOpen());
     QVERIFY(panel->reopen());

@@ -1,4 +1,4 @@
-// The way of an announcement through all parts as a user's desktop runs them.
+// The life of an announcement through all components on a user's desktop.
 
 #include "Assistive.h"
 #include "Desktop.h"
@@ -29,8 +29,8 @@ private:
         return {title, QDateTime::currentDateTimeUtc().addSecs(-60 * minutesAgo),
                 QStringLiteral("Told of ") + title, QStringLiteral("<p>%1</p>").arg(title)};
     }
-    /// Copies the application into each folder, under a name that no other copy here bears. The
-    /// path of the first copy, null where one failed.
+    /// Copies the application into each folder, under a name that no other copy here has. Returns
+    /// the path of the first copy, null if one failed.
     [[nodiscard]] QString copyTo(const QStringList &folders) const {
         const QString name = QStringLiteral("/Pelorin") +
                              QUuid::createUuid().toString(QUuid::Id128) + QStringLiteral(".app");
@@ -46,8 +46,8 @@ private:
         }
         return desktop->path(folders.first()) + name;
     }
-    /// Whether the host's search has ended and found the copy in this folder: then, and not
-    /// before, it watches the folder for changes.
+    /// Whether the host's search has ended and found the copy in this folder: it watches the folder
+    /// for changes from then on, and not before.
     [[nodiscard]] bool hasFoundCopyIn(const QString &folder) const {
         return desktop->hostWatches(desktop->path(folder));
     }
@@ -71,7 +71,7 @@ void AnnouncementCycleTest::oneAnnouncementStandsAndOpensTheWindow() {
     desktop->serve({entry(QStringLiteral("Second"), 30), older});
     const QStringList replaced{QStringLiteral("News from Pelorin|First")};
     QTRY_COMPARE_WITH_TIMEOUT(Desktop::history(), replaced, patience);
-    // Several refreshes later still the same one stands.
+    // After several more refreshes the same announcement still stands.
     QTRY_COMPARE_WITH_TIMEOUT(Desktop::displayed(), 1, patience);
     QTest::qWait(3500);
     QCOMPARE(Desktop::displayed(), 1);
@@ -87,7 +87,7 @@ void AnnouncementCycleTest::oneAnnouncementStandsAndOpensTheWindow() {
     };
     QTRY_VERIFY_WITH_TIMEOUT(tellsOfSecond(), patience);
     QTRY_COMPARE_WITH_TIMEOUT(Desktop::displayed(), 0, patience);
-    // A refresh while the window opens may announce it once more; that went away too.
+    // A refresh while the window opens may announce it once more; that announcement is gone too.
     QCOMPARE(Desktop::history().first(), QStringLiteral("News from Pelorin|Second"));
 }
 
@@ -101,7 +101,8 @@ void AnnouncementCycleTest::endingKeepsTheOnlyCopysAnnouncementForTheNextStart()
     QVERIFY(desktop->quitHost());
     QCOMPARE(Desktop::displayed(), 1);
 
-    // Several refreshes of the next run announce nothing twice; newer news take its place.
+    // Several refreshes of the next run announce nothing twice; newer news replaces the
+    // announcement.
     desktop->startHost(copy);
     QTRY_VERIFY_WITH_TIMEOUT(!desktop->window(QStringLiteral("Pelorin")).isEmpty(), patience);
     QTest::qWait(3500);

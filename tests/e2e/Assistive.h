@@ -7,28 +7,28 @@
 
 #include <optional>
 
-/// Assistive software on the host of a test: a real client of the accessibility bus.
+/// Assistive software that inspects a test's host: a real client of the accessibility bus.
 namespace pelorinnews::test::Assistive {
 
-/// One object of the tree that it sees.
+/// One object of the accessibility tree.
 struct Object {
     int depth = 0;
     QString role;
     QString name;
-    /// Null where the object has no text of its own.
+    /// Null if the object has no text of its own.
     QString text;
     QRect place;
     QStringList states;
     /// The names of the objects that label it.
     QStringList labels;
-    /// What can be done with it, and the keys for that.
+    /// Its actions, and the keys for them.
     QMap<QString, QString> actions;
     bool takesText = false;
 
     [[nodiscard]] bool is(const char *state) const { return states.contains(QLatin1String(state)); }
 };
 
-/// The windows of the host and all in them, each after its parent.
+/// The windows of the host and all objects in them, each after its parent.
 [[nodiscard]] QList<Object> tree(qint64 host);
 
 /// Sets the text of the content view, and presses a control by its name.
@@ -38,13 +38,13 @@ void press(qint64 host, const QString &name);
 struct Event {
     QString type;
     int detail = 0;
-    /// The text that came with it.
+    /// The text that came with the event.
     QString said;
     QString role;
     QString name;
 };
 
-/// Hears the host's events from its creation on.
+/// Receives the host's accessibility events from its creation on.
 class Listener {
 public:
     explicit Listener(qint64 host);
@@ -52,9 +52,9 @@ public:
     Listener(const Listener &) = delete;
     Listener &operator=(const Listener &) = delete;
 
-    /// All heard so far.
+    /// All events so far.
     [[nodiscard]] QList<Event> events();
-    /// How many of them are of this type and from an object of this name.
+    /// The number of events of this type from an object of this name.
     [[nodiscard]] int count(const QString &type, const QString &name);
 
 private:

@@ -24,7 +24,7 @@ namespace {
 constexpr int patience = 30000;
 
 void write(const QString &path, const QByteArray &text) {
-    // In one step: the service may read at any time.
+    // Atomically: the service may read at any time.
     QSaveFile file(path);
     if (!file.open(QFile::WriteOnly) || file.write(text) != text.size() || !file.commit())
         qFatal("cannot write %s", qPrintable(path));
@@ -58,7 +58,7 @@ Desktop::Desktop() {
     notificationDaemon.setStandardErrorFile(QProcess::nullDevice());
     notificationDaemon.start(QStringLiteral("dunst"),
                              {QStringLiteral("-conf"), path(QStringLiteral("dunstrc"))});
-    // Asking the daemon itself would have the bus start another one, which knows no display.
+    // A request to the daemon itself would make the bus start another one that has no display.
     const auto answers = [] {
         return outputOf(QStringLiteral("dbus-send"),
                         {QStringLiteral("--session"), QStringLiteral("--print-reply=literal"),
@@ -78,7 +78,7 @@ Desktop::Desktop() {
     feedAddress = QString::fromUtf8(feedService.readLine().trimmed());
     prefer(QStringLiteral("newsFeedBaseURL"), feedAddress);
     prefer(QStringLiteral("newsFeedLocale"), QStringLiteral("en"));
-    // Starts the accessibility bus, which the host looks for but once.
+    // Starts the accessibility bus, which the host looks for only once.
     static_cast<void>(Assistive::tree(0));
 }
 
@@ -176,7 +176,7 @@ bool Desktop::quitHost() {
             },
             patience))
         return false;
-    // On a busy computer the window may get the focus a moment too late for the key.
+    // On a busy computer the window may get the focus only after the key was sent.
     for (int attempt = 0; attempt < 5 && host.state() != QProcess::NotRunning; ++attempt) {
         Screen::press(window, QStringLiteral("ctrl+q"));
         host.waitForFinished(patience / 5);
@@ -187,7 +187,8 @@ bool Desktop::quitHost() {
 
 bool Desktop::hostWatches(const QString &watched) const {
     const QString process = QStringLiteral("/proc/%1").arg(host.processId());
-    // The search gives way to all other work. Only the administrator may hurry it; others wait.
+    // The search runs in the idle class. Only root may raise its priority; for other users it takes
+    // longer.
     const QStringList threads = QDir(process + QStringLiteral("/task")).entryList(QDir::Dirs);
     for (const QString &thread : threads) {
         const sched_param ordinary{};

@@ -18,7 +18,7 @@ struct FeedEntry {
     QString category = QStringLiteral("mac pelorin");
 };
 
-/// A whole desktop of one user as programs: a feed service over HTTPS, a notification daemon, and
+/// A whole user's desktop made of programs: a feed service over HTTPS, a notification daemon, and
 /// the host, on the display and in the D-Bus session that the test runs in. All end with the
 /// object, by process id.
 class Desktop {
@@ -28,41 +28,42 @@ public:
     Desktop(const Desktop &) = delete;
     Desktop &operator=(const Desktop &) = delete;
 
-    /// What the feed service answers from now on to a user of `language`.
+    /// Sets what the feed service answers to a user of `language`.
     void serve(const QList<FeedEntry> &entries,
                const QString &language = QStringLiteral("en")) const;
-    /// Stores a preference, before the host starts; removes it where `value` is invalid.
+    /// Stores a preference, before the host starts; removes it if `value` is invalid.
     void prefer(const QString &key, const QVariant &value) const;
-    /// A preference as it is stored now.
+    /// The currently stored value of a preference.
     [[nodiscard]] QVariant preference(const QString &key) const;
 
     /// Sets a variable of the host's environment, before the host starts.
     void setVariable(const QString &name, const QString &value) { variables[name] = value; }
 
-    /// Makes a program the user's browser that writes down what it is asked to open.
+    /// Installs a default browser that writes down what it is asked to open.
     void installBrowser() const;
     [[nodiscard]] QStringList opened() const;
 
-    /// Starts the host in `application`, its folder on disk; by default as it is shipped.
+    /// Starts the host in `application`, its folder on disk; by default the staged one.
     void startHost(const QString &application = QStringLiteral(PELORIN_APP_DIR));
-    /// A copy of the application as one would ship it that does without the web engine.
+    /// A copy of the application as shipped without the web engine.
     [[nodiscard]] QString applicationWithoutWebEngine() const;
     [[nodiscard]] bool hostIsRunning() const { return host.state() == QProcess::Running; }
-    /// Ends the host by its key for quitting. False where it did not end well.
+    /// Quits the host by its key for quitting. False if it did not exit cleanly.
     [[nodiscard]] bool quitHost();
 
-    /// Whether the host has the kernel tell it of changes in this folder.
+    /// Whether the host watches this folder through the kernel.
     [[nodiscard]] bool hostWatches(const QString &watched) const;
 
     [[nodiscard]] qint64 hostProcess() const { return host.processId(); }
 
-    /// The number of the host's visible window of this title; empty where there is none.
+    /// The number of the host's visible window with this title; empty if there is none.
     [[nodiscard]] QString window(const QString &title) const {
         return Screen::window(hostProcess(), title);
     }
     [[nodiscard]] QString newsWindow() const { return window(QStringLiteral("Pelorin News")); }
 
-    /// What stands on the screen and what went from it, by the notification daemon's account.
+    /// According to the notification daemon: how many notifications it shows now, and those that it
+    /// no longer shows.
     [[nodiscard]] static int displayed();
     [[nodiscard]] static QStringList history();
     static void actOnNotification();

@@ -20,7 +20,7 @@ private Q_SLOTS:
     void linksOpenInTheUsersBrowser();
 
 private:
-    /// Whether this item comes to be shown as the one in this place.
+    /// Waits until this item is shown at this position.
     [[nodiscard]] bool becomes(const char *text, const char *position) const {
         const QStringList expected{QLatin1String(text), QLatin1String(position)};
         QStringList shown;
@@ -56,7 +56,7 @@ void ItemsTest::buttonsGoRoundInBothDirections() {
     QVERIFY(becomes("Item 1", "1 / 3"));
     QVERIFY(panel->click("push button", "Previous news item"));
     QVERIFY(becomes("Item 3", "3 / 3"));
-    // The button has the focus now; its key does the same.
+    // The button now has the focus; the button's key does the same.
     panel->press("space");
     QVERIFY(becomes("Item 2", "2 / 3"));
     panel->press("Tab");
@@ -97,7 +97,8 @@ void ItemsTest::aPageSaysWhyThereIsNoItem() {
     panel->begin(Panel::items(2));
     QTRY_VERIFY(!panel->desktop.window(QStringLiteral("Pelorin")).isEmpty());
     QVERIFY(panel->reopen());
-    // A window that opens before the first refresh has ended keeps saying that news is fetched.
+    // A window that opens before the first refresh has completed keeps saying that news is being
+    // fetched.
     const auto saysWhy = [&] {
         if (panel->text() == status)
             return true;
@@ -111,11 +112,11 @@ void ItemsTest::aPageSaysWhyThereIsNoItem() {
         QVERIFY(button.is("showing") && !button.is("enabled"));
     }
     QCOMPARE(panel->position(), QString());
-    // It is painted: the text that a page begins with does not reach this far.
+    // The status is painted: the first word of a page does not reach this far.
     const QRect page = panel->content().place;
     const QRect part(180, 4, 100, 28);
     QTRY_VERIFY(Screen::colours(panel->window, part) > 4);
-    // And nothing else is.
+    // And nothing else is painted.
     QCOMPARE(Screen::colours(panel->window, QRect(0, 100, page.width(), page.height() - 100)), 1);
 }
 
@@ -162,7 +163,7 @@ void ItemsTest::theCheckBoxIsStored() {
     QVERIFY(!panel->object("check box", "Show news on start").is("checked"));
     panel->press("space");
     QTRY_COMPARE(panel->desktop.preference(key).toString(), QStringLiteral("true"));
-    // Its letter reaches it from anywhere.
+    // The menu's access key works from anywhere.
     panel->clickIntoThePage();
     panel->press("alt+s");
     QTRY_COMPARE(panel->desktop.preference(key).toString(), QStringLiteral("false"));
@@ -181,7 +182,7 @@ void ItemsTest::linksOpenInTheUsersBrowser() {
     const QPoint below(100, 150);
     QTRY_COMPARE(Screen::colour(panel->window, below), QByteArray("20C040"));
     QStringList expected{QStringLiteral("https://news.invalid/one?a=1&b=2#three")};
-    // By keyboard: from the page, where the focus is at first, to the link in it.
+    // By keyboard: from the page, which has the focus at first, to the link in it.
     panel->press("Tab");
     panel->press("Return");
     QTRY_COMPARE(panel->desktop.opened(), expected);

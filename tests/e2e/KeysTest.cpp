@@ -1,4 +1,5 @@
-// The window's keys, pressed on a real keyboard: places on it, whatever they mean in a language.
+// The window's keys, pressed on a real keyboard: physical keys, whatever letter they have in a
+// language.
 
 #include "PanelTestMain.h"
 #include "Program.h"
@@ -22,13 +23,14 @@ private Q_SLOTS:
     void keysOfNoUseEndInThePage();
 
 private:
-    // Where they are on the keyboard.
+    // The keycodes of the physical keys.
     static constexpr auto placeOfC = "54";
     static constexpr auto placeOfW = "25";
     static constexpr auto control = "37";
 
-    /// Copies with the key in this place; whether the item came to the clipboard. A key that is
-    /// pressed while the display takes up another layout may be lost, so it is pressed again.
+    /// Presses the copy shortcut with this physical key; returns whether the item reached the
+    /// clipboard. A key that is pressed while the display switches to another layout may be lost,
+    /// so it is pressed again.
     [[nodiscard]] bool copies(const char *key) const {
         constexpr int attempts = 5;
         const auto hasCome = [] {
@@ -59,7 +61,7 @@ void KeysTest::reachTheWindowFromEveryControl() {
     QVERIFY(panel->click("push button", "Show options"));
     QTRY_VERIFY(panel->object("combo box", "All").is("showing"));
     panel->clickIntoThePage();
-    // In the order in which one reads them, and back to the first.
+    // In reading order, and back to the first.
     const QStringList order{QStringLiteral("label Item 1"),
                             QStringLiteral("push button Hide options"),
                             QStringLiteral("check box Show news on start"),
@@ -73,7 +75,7 @@ void KeysTest::reachTheWindowFromEveryControl() {
         QVERIFY2(copies("c"), qPrintable(expected));
         panel->press("Tab");
     }
-    // And from each of them it closes.
+    // And each of them closes the window.
     for (int steps = 0; steps < order.size() - 1; ++steps) {
         QTRY_VERIFY(panel->isOpen());
         panel->clickIntoThePage();
@@ -98,7 +100,7 @@ void KeysTest::countByTheirPlaceInEveryLayout() {
         outputOf(QStringLiteral("setxkbmap"), arguments);
         QVERIFY2(copies(placeOfC), layout);
     }
-    // The letter W of this layout is elsewhere, and what is in its place is another letter.
+    // In this layout the letter W is elsewhere, and its place has another letter.
     Screen::press(panel->window, QStringLiteral("ctrl+w"));
     QTest::qWait(1000);
     QVERIFY(panel->isOpen());
@@ -114,7 +116,7 @@ void KeysTest::modifiersThatDoNotBelongMakeAnotherKey() {
     for (const char *key :
          {"ctrl+shift+w", "ctrl+alt+w", "w", "shift+Escape", "alt+Escape", "ctrl+Escape"})
         panel->press(key);
-    // The last key came to the window: the focus is on the next control.
+    // The keys have reached the window: the focus is on the next control.
     Screen::activate(panel->window);
     panel->press("Tab");
     QTRY_COMPARE(panel->focus(), QStringLiteral("push button Show options"));
@@ -150,8 +152,8 @@ void KeysTest::keysOfNoUseEndInThePage() {
     panel->clickIntoThePage();
     for (const char *key : {"x", "F7", "ctrl+j"})
         panel->press(key);
-    // Were one handed back and forth between page and window, that would take all the time there
-    // is: two seconds have 200 ticks of the kernel's.
+    // If a key were forwarded back and forth between page and window, it would use all CPU time:
+    // two seconds have 200 kernel ticks.
     const auto ticks = [this] {
         QFile file(QStringLiteral("/proc/%1/stat").arg(panel->desktop.hostProcess()));
         if (!file.open(QFile::ReadOnly))

@@ -1,4 +1,4 @@
-// The news window as a user meets it: it opens, closes and opens again, and is copied from.
+// The news window as a user sees it: it opens, closes and opens again, and is copied from.
 
 #include "PanelTestMain.h"
 
@@ -23,7 +23,7 @@ private Q_SLOTS:
     void copiesTheWholeItemAsRichTextAlone();
 
 private:
-    /// Whether a file whose name begins so is in the host's process.
+    /// Whether the host's process maps a file whose name begins with this.
     [[nodiscard]] bool hasLoaded(const char *library) const {
         QFile maps(QStringLiteral("/proc/%1/maps").arg(panel->desktop.hostProcess()));
         if (!maps.open(QFile::ReadOnly))
@@ -37,7 +37,7 @@ private:
 void NewsWindowTest::loadsNeitherWindowNorWebEngineBeforeItIsShown() {
     panel->desktop.prefer(QStringLiteral("newsShowOnStart"), false);
     panel->begin(Panel::items(2));
-    // The news have come, so the panel has been at work for a while.
+    // The news has arrived, so the panel has been at work for a while.
     QTRY_COMPARE(Desktop::displayed(), 1);
     QVERIFY(hasLoaded("PelorinNews.so"));
     for (const char *library : {"PelorinNewsWeb", "libQt6WebEngine", "libQt6Quick", "libQt6Qml"})
@@ -54,12 +54,12 @@ void NewsWindowTest::opensByItselfFoldedAndPaintsTheFirstItem() {
     news.first().html = QStringLiteral("<body bgcolor='#20c040'><p>Item 1</p></body>");
     QVERIFY(panel->open(news));
     QTRY_COMPARE(panel->position(), QStringLiteral("1 / 2"));
-    // The page is drawn: its own background is what the user sees most of.
+    // The page is painted: most of what the user sees is its background.
     QTRY_COMPARE(Screen::colour(panel->window, QPoint(100, 150)), QByteArray("20C040"));
     QCOMPARE(hasLoaded("libQt6WebEngineCore"), !Panel::withoutWebEngine);
 
-    // As wide as 1440 / 2.5 with its frame, for it is described narrower; as high as described,
-    // which is more than 900 / 2.5, less the 38 of the folded options.
+    // 1440 / 2.5 wide with its frame, since the description is narrower. As high as described,
+    // which is more than 900 / 2.5, minus the 38 of the folded options.
     const QMargins frame = Screen::frame(panel->window);
     const QSize folded(576 - frame.left() - frame.right(), 460 - 38);
     QTRY_COMPARE(Screen::geometry(panel->window).size(), folded);
@@ -84,7 +84,7 @@ void NewsWindowTest::opensByItselfWhateverTheFormats() {
     QFETCH(const QStringList, variables);
     QFETCH(const QString, feedLanguage);
     panel->setLanguage(variables, feedLanguage);
-    // The names of month and day differ between the languages.
+    // The names of months and days depend on the language.
     QList<FeedEntry> news = Panel::items(1);
     news.first().date = QDateTime(QDate(2024, 5, 15), QTime(10, 0), Qt::UTC);
     QVERIFY(panel->open(news));
@@ -110,7 +110,7 @@ void NewsWindowTest::closesOnItsKeysAndOpensAsItWas() {
     QTRY_VERIFY(!panel->isOpen());
     QVERIFY(panel->desktop.hostIsRunning());
 
-    // From the first item on again, and in the size that the user gave it.
+    // It starts again from the first item, in the size that the user chose.
     QVERIFY(panel->reopen());
     QTRY_COMPARE(panel->text(), QStringLiteral("Item 1"));
     QCOMPARE(panel->position(), QStringLiteral("1 / 3"));

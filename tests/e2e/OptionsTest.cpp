@@ -20,7 +20,7 @@ private Q_SLOTS:
 private:
     static constexpr int foldHeight = 38;
 
-    /// Whether the host's window comes up, folded.
+    /// Whether the host's window opens, with the options folded.
     [[nodiscard]] bool opens() const {
         return panel->open(Panel::items(2)) &&
                QTest::qWaitFor([this] { return isFolded(); }, testPatience);
@@ -39,7 +39,7 @@ private:
         return panel->object("push button", "Show options").is("collapsed") &&
                panel->object("combo box", "All").role.isEmpty();
     }
-    /// Where the content view and the six controls above the options are, on the screen.
+    /// The screen positions of the content view and of the six controls above the options.
     [[nodiscard]] QList<QRect> above() const {
         QList<QRect> all{panel->content().place, triangle().place};
         for (const auto &each : panel->objects()) {
@@ -47,7 +47,7 @@ private:
                                        each.name == QLatin1String("Show news on start") ||
                                        each.name == QLatin1String("1 / 2")))
                 all.append(each.place);
-            // Its text changes and with it its width.
+            // Its text changes, and so does its width.
             if (each.role == QLatin1String("label") &&
                 each.name.endsWith(QStringLiteral("options")))
                 all.append(QRect(each.place.topLeft(), QSize(1, each.place.height())));
@@ -81,7 +81,7 @@ void OptionsTest::nothingAboveTheOptionsMoves() {
     QCOMPARE(above(), before);
     QCOMPARE(Screen::frame(panel->window), frame);
 
-    // By keyboard and by assistive software it is the same.
+    // The same by keyboard and through assistive software.
     panel->press("space");
     QTRY_VERIFY(isOpen());
     QCOMPARE(window(), folded.adjusted(0, 0, 0, foldHeight));
@@ -95,14 +95,14 @@ void OptionsTest::pressingAgainWhileItMovesEndsWhereItBegan() {
     QVERIFY(opens());
     const QRect folded = window();
     const QList<QRect> before = above();
-    // Both within the fifth of a second that it takes.
+    // Both within the fifth of a second that the folding takes.
     Screen::click(triangle().place.center());
     Screen::activate(panel->window);
     Screen::press(QStringLiteral("space"));
     QTRY_VERIFY(isFolded());
     QTRY_COMPARE(window(), folded);
     QCOMPARE(above(), before);
-    // Thrice leaves it open.
+    // Three presses leave it open.
     panel->press("space");
     Screen::press(QStringLiteral("space"));
     Screen::press(QStringLiteral("space"));
@@ -156,7 +156,7 @@ void OptionsTest::atTwiceTheSizeItMovesTwiceAsFar() {
     QVERIFY(opens());
     const QRect folded = window();
     const QList<QRect> before = above();
-    // As wide as described, in pixels of the screen.
+    // As wide as described, in screen pixels.
     QCOMPARE(folded.width(), 2 * 560);
     Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Show options"));
     QTRY_VERIFY(isOpen());

@@ -1,4 +1,4 @@
-// What a screen reader speaks of the news window.
+// What a screen reader speaks in the news window.
 
 #include "PanelTestMain.h"
 #include "ScreenReader.h"
@@ -16,7 +16,7 @@ private Q_SLOTS:
     void speaksWhatIsChosenInTheMenus();
 
 private:
-    /// Whether it says all of this once something was done.
+    /// Whether it speaks all of this after an action.
     template <class Action>
     [[nodiscard]] bool says(const QStringList &texts, Action action) const {
         const qsizetype before = reader->spoken().size();
@@ -40,7 +40,7 @@ private:
 void OrcaTest::init() {
     panel = std::make_unique<Panel>();
     reader = std::make_unique<ScreenReader>();
-    // It hears what happens from its first word on.
+    // Orca hears events from its first utterance on.
     QVERIFY(reader->says(QStringLiteral("Screen reader on."), 0));
     QList<FeedEntry> news = Panel::items(2);
     news.last().category = QStringLiteral("mac pelorin critical");
@@ -78,7 +78,7 @@ void OrcaTest::speaksWhatIsChosenInTheMenus() {
     QVERIFY(says({show, QStringLiteral("Last 30 days.")}, "Up"));
     QVERIFY(says({show, QStringLiteral("All.")}, "Down"));
 
-    // From its list.
+    // By opening the list.
     QVERIFY(says({QStringLiteral("List with 3 items.")}, "space"));
     QVERIFY(says({QStringLiteral("Last 30 days.")}, "Up"));
     QVERIFY(says({show, QStringLiteral("Last 30 days.")}, "Return"));

@@ -100,7 +100,7 @@ QString Panel::position() const {
 QString Panel::focus() const {
     QStringList all;
     for (const Object &each : objects()) {
-        // A list keeps its entry's focus when it closes.
+        // A list's entry keeps its focus state when the list closes.
         if (each.is("focused") && each.role != QLatin1String("list item"))
             all.append(each.role + QLatin1Char(' ') + each.name);
     }

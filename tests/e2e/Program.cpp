@@ -7,7 +7,7 @@ namespace pelorinnews::test {
 QByteArray outputOf(const QString &program, const QStringList &arguments, int *exitCode) {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    // What programs print differs between languages.
+    // The output of programs depends on the language.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
     process.setProcessEnvironment(environment);

@@ -1,4 +1,4 @@
-// The example program of README, built as README says and laid out as README says.
+// README's example program, built and laid out as README describes.
 
 #include "FeedServer.h"
 #include "FeedTemplate.h"
@@ -74,7 +74,7 @@ void ReadmeExampleTest::cleanup() {
 void ReadmeExampleTest::start(const QStringList &wrapper) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("EXAMPLE_FEED"), server.feedAddress());
-    // The panel remembers what was seen: each run is of another user.
+    // The panel remembers what was seen, so each run gets a user of its own.
     for (const char *name : {"CONFIG", "DATA", "STATE", "CACHE"})
         environment.insert(QStringLiteral("XDG_%1_HOME").arg(QLatin1String(name)), at(name));
     editor.setProcessEnvironment(environment);
@@ -103,7 +103,7 @@ void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed() {
     server.setReply(reply);
     start(wrapper);
     QVERIFY(server.waitForRequests(1, std::chrono::milliseconds(testPatience)));
-    // It shows its news by itself.
+    // The panel opens its news window by itself.
     QTRY_VERIFY(!window("Pelorin News").isEmpty());
     Screen::press(window("Pelorin News"), QStringLiteral("Escape"));
     QTRY_VERIFY(window("Pelorin News").isEmpty());

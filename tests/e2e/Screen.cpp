@@ -13,7 +13,7 @@ QByteArray xdotool(const QStringList &arguments) {
     return outputOf(QStringLiteral("xdotool"), arguments);
 }
 
-/// The value of a window's property as it is printed.
+/// The value of a window's property, as xprop prints it.
 QString property(const QStringList &which, const char *name) {
     const QString told = QString::fromUtf8(
         outputOf(QStringLiteral("xprop"), which + QStringList{QLatin1String(name)}));
@@ -24,7 +24,7 @@ QString property(const QStringList &which, const char *name) {
 }  // namespace
 
 QString window(qint64 process, const QString &title) {
-    // Asked of the window manager: a search through all windows fails when any of them goes.
+    // Ask the window manager: a search through all windows fails if any of them closes meanwhile.
     const QString all = property({QStringLiteral("-root")}, "_NET_CLIENT_LIST");
     for (const QString &each : all.split(QStringLiteral(", "), Qt::SkipEmptyParts)) {
         const QStringList which{QStringLiteral("-id"), each};
@@ -96,7 +96,7 @@ void click(QPoint place) {
 }
 
 void drag(QPoint from, QPoint to) {
-    // In steps, as a hand does: a jump with the button down is taken for a click by some.
+    // In steps, like a hand: some programs take a jump with the button down for a click.
     QStringList steps{QStringLiteral("mousemove"), QString::number(from.x()),
                       QString::number(from.y()), QStringLiteral("mousedown"), QStringLiteral("1")};
     for (int step = 1; step <= 4; ++step) {
@@ -123,7 +123,7 @@ QByteArray clipboard(const QString &format) {
 }
 
 void clearClipboard() {
-    // Whoever serves an empty text lives on until somebody else takes the clipboard.
+    // The process that serves the empty text lives until another program takes the clipboard.
     QProcess::execute(QStringLiteral("xclip"),
                       {QStringLiteral("-selection"), QStringLiteral("clipboard"),
                        QStringLiteral("-i"), QStringLiteral("/dev/null")});

@@ -4,24 +4,24 @@
 #include <QRect>
 #include <QString>
 
-/// What a user at the display of the test does and sees: real keys, a real mouse, real windows.
-/// Windows are told by their numbers.
+/// What a user at the test's display does and sees: real keys, a real mouse, real windows. Windows
+/// are identified by their numbers.
 namespace pelorinnews::test::Screen {
 
-/// The visible window of this process with this title; empty where there is none.
+/// The visible window of this process with this title; empty if there is none.
 [[nodiscard]] QString window(qint64 process, const QString &title);
 /// The title of the active window.
 [[nodiscard]] QString activeTitle();
 
-/// The window's place on the screen without its frame; `frame` is what is around it.
+/// The window's position and size on the screen without its frame; `frame` is the frame around it.
 [[nodiscard]] QRect geometry(const QString &window);
 [[nodiscard]] QMargins frame(const QString &window);
-/// The colour of one of its pixels, as six hexadecimal digits.
+/// The colour of one of the window's pixels, as six hexadecimal digits.
 [[nodiscard]] QByteArray colour(const QString &window, QPoint pixel);
-/// How many colours there are in a part of it.
+/// The number of different colours in a part of the window.
 [[nodiscard]] int colours(const QString &window, const QRect &part);
 
-/// Gives the window another size, as dragging its lower-right corner would.
+/// Resizes the window, as dragging its lower-right corner would.
 void resize(const QString &window, QSize size);
 void activate(const QString &window);
 
@@ -29,10 +29,10 @@ void click(QPoint place);
 void drag(QPoint from, QPoint to);
 /// Presses a key in the window, which becomes the active one.
 void press(const QString &window, const QString &key);
-/// Presses a key wherever the keyboard is.
+/// Presses a key in the window that has the keyboard focus.
 void press(const QString &key);
 
-/// What another program reads from the clipboard in this format; "TARGETS" lists them.
+/// What another program reads from the clipboard in this format; "TARGETS" lists the formats.
 [[nodiscard]] QByteArray clipboard(const QString &format);
 void clearClipboard();
 

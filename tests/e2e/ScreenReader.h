@@ -15,10 +15,10 @@ public:
     ScreenReader(const ScreenReader &) = delete;
     ScreenReader &operator=(const ScreenReader &) = delete;
 
-    /// All that it has said so far. What it says at once is one entry.
+    /// All utterances so far. What is spoken in one go is one entry.
     [[nodiscard]] QStringList spoken() const;
 
-    /// Whether it says this, after the first `heard` entries. False in vain.
+    /// Waits until it speaks `text`, after the first `heard` entries. False on timeout.
     [[nodiscard]] bool says(const QString &text, qsizetype heard) const;
 
 private:

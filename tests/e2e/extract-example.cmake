@@ -1,5 +1,5 @@
-# cmake -DREADME=… -DOUTPUT=… -P extract-example.cmake: writes README's example program as it stands,
-# but for the address of its feed, which the test gives in the environment.
+# cmake -DREADME=… -DOUTPUT=… -P extract-example.cmake: writes README's example program unchanged,
+# except for its feed's address, which the test sets in the environment.
 file(READ "${README}" text)
 set(opening "```cpp\n")
 string(FIND "${text}" "${opening}" begin)

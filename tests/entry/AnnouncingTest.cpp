@@ -1,5 +1,5 @@
-// The notification centre of the process, application object after application object. Those come
-// and go inside the tests, so there is none outside of them.
+// The process's notification centre under one application object after another. The application
+// objects are created and destroyed inside the tests, so there is none outside.
 
 #include "FakeNotificationServer.h"
 #include "FeedServer.h"
@@ -67,11 +67,11 @@ void AnnouncingTest::thereIsNoCentreWithoutAnApplicationObjectOrOffItsThread() {
 }
 
 void AnnouncingTest::aFailedInitMakesNoCentre() {
-    // Not one that can carry a panel.
+    // Not a QApplication, so `init` must fail.
     const QGuiApplication application(argumentCount, arguments);
     test::FakeNotificationServer server(
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("failed-init")));
-    // Who the host is, is not known yet.
+    // The host's identity is not known yet.
     QApplication::setApplicationName(QStringLiteral("Too early"));
     const auto failToInit = [] {
         Error error;
@@ -95,7 +95,7 @@ void AnnouncingTest::aFailedInitMakesNoCentre() {
 
 void AnnouncingTest::everyApplicationObjectsPanelAnnounces() {
     const QTemporaryDir feeds;
-    // Newer than any viewing of a panel in this process, and each newer than the one before.
+    // Newer than any viewing of a panel in this process, and each newer than the previous one.
     QDateTime published = QDateTime::currentDateTimeUtc();
     for (const QString &name : {QStringLiteral("First"), QStringLiteral("Second")}) {
         published = published.addDays(1);
@@ -121,11 +121,11 @@ void AnnouncingTest::everyApplicationObjectsPanelAnnounces() {
         QTRY_COMPARE(server.deliveries.size(), 1U);
         QCOMPARE(server.deliveries[0].applicationName, name);
         QCOMPARE(server.deliveries[0].body, QStringLiteral("Item of ") + name);
-        // A text of the table, not its key.
+        // The localized text, not its key.
         QCOMPARE(server.deliveries[0].actions,
                  (QStringList{QStringLiteral("default"), QStringLiteral("Open")}));
 
-        // The click of this run finds its way, too.
+        // A click in this run works, too.
         server.emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
         QTRY_COMPARE(server.closeCalls, QList<quint32>{1});
         QTRY_VERIFY(!QApplication::topLevelWidgets().isEmpty());

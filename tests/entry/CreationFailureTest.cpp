@@ -1,5 +1,5 @@
-// Where no panel can be made. The application objects come and go inside the tests, so there is
-// none outside of them.
+// Situations in which no panel can be made. The application objects are created and destroyed
+// inside the tests, so there is none outside.
 
 #include "TestHome.h"
 
@@ -29,7 +29,7 @@ NewsPlugin *module() {
     return plugin;
 }
 
-// Nothing may happen, and nothing may crash.
+// These are no-ops and must not crash.
 void useHalfMade(NewsController &controller) {
     controller.setLogger(nullptr);
     controller.setDelegate(std::make_shared<int>(1));

@@ -1,5 +1,5 @@
-// A host that unloads the module while it is at work. The library has to be let go of by all that
-// load it, so this is the only test of its process.
+// A host that unloads the module while it is at work. Every loader of the library has to release
+// it, so this is the only test of its process.
 
 #include "FeedServer.h"
 #include "TestMain.h"
@@ -18,7 +18,7 @@ namespace {
 
 const QString file = QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so");
 
-// Whether its code is in the process; asking does not load it.
+// Whether the module's code is in the process; the question does not load it.
 bool isLoaded() {
     void *const handle = ::dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD);
     if (!handle)
@@ -49,7 +49,7 @@ void ModuleUnloadTest::staysUnderItsPanelWhenItIsUnloaded() {
 
     QVERIFY(!isLoaded());
     QPluginLoader loader(file);
-    // Qt keeps plug-ins by itself unless it is told not to.
+    // Qt keeps plug-ins loaded unless it is told not to.
     loader.setLoadHints({});
     auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());
     QVERIFY2(plugin, qPrintable(loader.errorString()));
@@ -62,7 +62,7 @@ void ModuleUnloadTest::staysUnderItsPanelWhenItIsUnloaded() {
 
     QVERIFY(loader.unload());
     QVERIFY(isLoaded());
-    // Its download comes to its end, its window opens, and it shuts down.
+    // Its download completes, its window opens, and it shuts down.
     QTRY_COMPARE(server.openConnections(), 0);
     controller->show();
     QVERIFY(!QApplication::topLevelWidgets().isEmpty());

@@ -25,8 +25,8 @@ QWidget *newsWindow() {
     return nullptr;
 }
 
-// A host's delegate that notes, when it goes, whether the window controller's window is there
-// still.
+// A host's delegate that records, when it is destroyed, whether the window controller's window
+// still exists.
 class Delegate {
 public:
     Delegate(const QPointer<QWidget> &window, bool &windowIsThere)
@@ -34,7 +34,7 @@ public:
     Delegate(const Delegate &) = delete;
     Delegate &operator=(const Delegate &) = delete;
     ~Delegate() {
-        // A window controller that nobody holds any more goes now, and its window with it.
+        // A window controller without owners is destroyed here, together with its window.
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         _windowIsThere = !_window.isNull();
     }
@@ -44,7 +44,7 @@ private:
     bool &_windowIsThere;
 };
 
-// Counts how often the window appears, and closes it again each time.
+// Counts how often the window appears, and closes it each time.
 class Closer : public QObject {
 public:
     int shown = 0;
@@ -143,7 +143,7 @@ void NewsControllerTest::letsGoOfTheDelegateBeforeTheWindowController() {
     bool windowIsThere = false;
     controller->setDelegate(std::make_shared<Delegate>(window, windowIsThere));
     QTRY_COMPARE(controller.use_count(), 1);
-    // What the window still had to do has run, and nothing but the entry object holds it.
+    // The window's pending tasks have run, and only the entry object holds the controller.
     QTRY_VERIFY(window->isActiveWindow());
     QCoreApplication::processEvents();
     controller->exit();
@@ -194,7 +194,7 @@ void NewsControllerTest::theLoggerReceivesNoMessageOfTheCache() {
     const auto logger = std::make_shared<RecordingLogger>();
     controller->setLogger(logger);
     controller->show();
-    // The service knows no feed, so every refresh fails.
+    // The service has no feed, so every refresh fails.
     QSettings(QStringLiteral("Olvane"), QStringLiteral("Pelorin"))
         .setValue(QStringLiteral("newsRefreshInterval"), 1);
     const auto another = plugin->init();
@@ -213,7 +213,7 @@ void NewsControllerTest::theLoggerReceivesNoMessageOfTheCache() {
 }
 
 void NewsControllerTest::aHostThatForgetsToExitStillEnds() {
-    // Held by its timer from here on; the process ends with it.
+    // The timer holds it from here on; it lives until the process ends.
     controller->show();
     controller.reset();
     QVERIFY(newsWindow());

@@ -1,4 +1,5 @@
-// A host that ends its application object and makes another one, with the module as it is shipped.
+// A host that destroys its application object and makes another one, with the module as it is
+// shipped.
 
 #include "FeedServer.h"
 #include "FeedTemplate.h"
@@ -45,7 +46,7 @@ private Q_SLOTS:
     void showsItsNewsUnderEachApplication();
 
 private:
-    /// Shows the panel under an application object of its own, closes it, and ends both. Gives
+    /// Shows the panel under its own application object, closes it, and destroys both. Returns
     /// whether the web engine painted it.
     void show(bool *isWeb);
 
@@ -84,7 +85,7 @@ void SecondApplicationTest::showsItsNewsUnderEachApplication() {
     show(&isWeb);
     QVERIFY(!QTest::currentTestFailed());
     QVERIFY(isWeb);
-    // The engine has ended with the first.
+    // The engine has ended with the first application object.
     for (int further = 0; further < 2; ++further) {
         show(&isWeb);
         QVERIFY(!QTest::currentTestFailed());

@@ -21,22 +21,22 @@ namespace {
 
 constexpr qint64 thirtyMegabytes = 30'000'000;
 
-/// How long this thread was ready to run and had to wait for a processor, in milliseconds.
+/// How long this thread was ready to run but waited for a CPU, in milliseconds.
 double timeInTheQueue() {
     // "running waiting slices", in nanoseconds.
     const QList<QByteArray> fields = readBytes("/proc/thread-self/schedstat").split(' ');
     return fields.size() < 2 ? 0 : fields[1].toDouble() / 1e6;
 }
 
-/// How long this thread has run, in milliseconds.
+/// The CPU time of this thread, in milliseconds.
 double timeAtWork() {
     timespec time{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
     return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
 }
 
-/// Watches an event loop: how long it let a timer of one millisecond wait, as the clock has it,
-/// without what the thread waited for a processor that others were using, and at work only.
+/// Watches an event loop: measures the longest delay of a timer of one millisecond as wall time, as
+/// wall time minus the time that the thread waited for a CPU, and as CPU time.
 class LoopWatch {
 public:
     LoopWatch() {
@@ -73,7 +73,7 @@ private:
     double worked = 0;
 };
 
-/// What a refresh's completion heard, told from its thread to this one.
+/// The result of a refresh, passed from the completion callback's thread to this one.
 class Ending {
 public:
     void set(const std::optional<Error> &outcome) {
@@ -85,7 +85,7 @@ public:
         const std::lock_guard lock(mutex);
         return came;
     }
-    /// Until the completion has come, an error that says so.
+    /// Until the completion callback has run: an error that says so.
     [[nodiscard]] std::optional<Error> error() const {
         const std::lock_guard lock(mutex);
         return heard;
@@ -108,19 +108,20 @@ private Q_SLOTS:
     void oneThatIsCutHalfWayLeavesTheOldItems();
 
 private:
-    /// In milliseconds; a sanitizer multiplies all work.
+    /// In milliseconds; sanitizers multiply the work.
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__) || defined(__clang__)
     static constexpr double mostWork = 100;
 #else
     static constexpr double mostWork = 20;
 #endif
-    /// Work is counted exactly. The clock is not asked for as much: on a busy machine whoever holds
-    /// a lock for an instant may lose its processor just then.
+    /// CPU time is measured exactly, so its limit is strict. The wall-time limit is wider: on a
+    /// busy computer a thread that holds a lock for an instant may lose its CPU just then.
     static void checkNotBlocked(const LoopWatch &watch) {
         QVERIFY2(watch.longestWork < mostWork, qPrintable(QString::number(watch.longestWork)));
         QVERIFY2(watch.longestOwnBlock < 200, qPrintable(QString::number(watch.longestOwnBlock)));
     }
-    /// Refreshes while this thread's event loop runs, as the window would use the cache meanwhile.
+    /// Refreshes while this thread's event loop runs, and reads the cache meanwhile as the window
+    /// would.
     std::optional<Error> refreshUnderWatch(LoopWatch &watch);
 
     FeedServer server;
@@ -139,11 +140,12 @@ void BigFeedTest::initTestCase() {
 }
 
 std::optional<Error> BigFeedTest::refreshUnderWatch(LoopWatch &watch) {
-    // Shared with the completion, which comes on another thread and perhaps after this gave up.
+    // Shared with the completion callback, which runs on another thread, perhaps after this
+    // function gave up.
     const auto ending = std::make_shared<Ending>();
     cache->refresh([ending](const std::optional<Error> &outcome) { ending->set(outcome); });
     QEventLoop loop;
-    // Reads of the window's kind, a list held for a moment included.
+    // The reads that the window makes, including a list that is held for a moment.
     QTimer reader;
     QObject::connect(&reader, &QTimer::timeout, [this, &loop, &ending] {
         static_cast<void>(cache->itemAtIndex(cache->count() / 2));

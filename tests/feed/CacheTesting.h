@@ -15,7 +15,7 @@
 
 namespace pelorinnews::test {
 
-/// One item of a feed text; an absent field is left out.
+/// One item of a feed text; absent fields are left out.
 struct FeedEntry {
     QString title;
     QString category = {};
@@ -37,7 +37,7 @@ inline QString feedDate(const QDateTime &date) {
            QLatin1String(" GMT");
 }
 
-/// A feed of these items; without a language element where `language` is null.
+/// A feed with these items; without a language element if `language` is null.
 inline QString feedText(const QString &language, const QList<FeedEntry> &entries) {
     QString text = QStringLiteral("<rss version=\"2.0\"><channel>") + element("language", language);
     for (const FeedEntry &entry : entries)
@@ -54,7 +54,7 @@ inline QString feedOfTitles(const QString &language, const QStringList &titles) 
     return feedText(language, entries);
 }
 
-/// How a refresh ended, as its completion saw it.
+/// The result of a refresh, as its completion callback received it.
 struct RefreshOutcome {
     bool ended = false;
     std::optional<Error> error = std::nullopt;
@@ -62,7 +62,7 @@ struct RefreshOutcome {
     bool stillRetrieving = false;
 };
 
-/// Refreshes and waits for the completion, without running an event loop.
+/// Refreshes and waits for the completion callback, without running an event loop.
 inline RefreshOutcome refreshAndWait(const std::shared_ptr<OlvNewsCache> &cache) {
     using namespace std::chrono_literals;
     auto promise = std::make_shared<std::promise<RefreshOutcome>>();
@@ -84,7 +84,7 @@ inline QStringList titles(OlvNewsCache &cache) {
     return found;
 }
 
-/// The folder of the cache file where the host names itself `identifier`.
+/// The folder of the cache file of a host named `identifier`.
 inline QString cacheFolder(const QString &identifier) {
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
            QLatin1Char('/') + identifier;

@@ -37,7 +37,7 @@ private Q_SLOTS:
         QTest::newRow("a mark of its own") << QChar(QChar::ByteOrderMark) + text();
         QTest::newRow("beyond the basic plane") << QStringLiteral("a\U0001F600b");
         QTest::newRow("zeros") << QString(3, QChar(QChar::Null));
-        // Wherever a piece ends, it ends within a character in one of these.
+        // Wherever a chunk ends, one of these texts has a character that crosses the boundary.
         for (int shift = 0; shift < 4; ++shift)
             QTest::addRow("big, shifted by %d", shift)
                 << QString(shift, QLatin1Char('x')) +
@@ -107,7 +107,7 @@ private Q_SLOTS:
     }
 
     void aFileFarBeyondTheLongestFeedTakesNoMemory() {
-        // Zeros that take no room on the disk.
+        // A sparse file: zeros that take no room on the disk.
         QVERIFY(writeBytes(path(), byteOrderMark()));
         QVERIFY(QFile::resize(path(), qint64(1) << 40));
         Error error;
@@ -223,8 +223,8 @@ private Q_SLOTS:
     }
 
     void aStampIsNeverAnotherWritersWhileManyWrite() {
-        // Somebody else puts a text in place all the time; of another length, since a file system
-        // may give a new file the number that an old one had a moment ago.
+        // Another writer replaces the file all the time, with a text of another length: a file
+        // system may reuse the inode number of a file that was just deleted.
         std::atomic<bool> stop = false;
         const QByteArray ours = "ours";
         std::thread other([this, &stop] {
@@ -240,7 +240,7 @@ private Q_SLOTS:
             const LocalCacheFile file(path());
             const auto stamp = file.write(ours, &error);
             const auto read = file.read(&error);
-            // What was read is what the stamp stands for, if the file has not changed since.
+            // If the file has not changed since, the stamp stands for the text that was read.
             if (!stamp || (file.stamp() == stamp && read != QString::fromUtf8(ours)))
                 ++wrong;
         }

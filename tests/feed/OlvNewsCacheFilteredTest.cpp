@@ -261,7 +261,7 @@ void OlvNewsCacheFilteredTest::readingBeyondTheEndGivesNothingAndChangesNothing(
     QVERIFY(!cache->itemAtIndex(2));
     QVERIFY(!cache->itemAtIndex(std::numeric_limits<quint64>::max()));
     QCOMPARE(cache->lastViewing(), daysAgo(5));
-    // The view's end counts, not that of all items.
+    // The end of the view is the limit, not the end of all items.
     cache->setCategoriesOfInterest({"none"});
     QVERIFY(!cache->itemAtIndex(0));
     QCOMPARE(cache->lastViewing(), daysAgo(5));
@@ -312,7 +312,7 @@ void OlvNewsCacheFilteredTest::anEmptyFeedLeavesTheView() {
     QVERIFY(!refreshAndWait(cache).error);
     QCOMPARE(cache->unfilteredCount(), 0U);
     QCOMPARE(view(), (QStringList{"a", "b"}));
-    // Asked for, the filter runs over what there is.
+    // When called, the filter runs over the existing items.
     cache->applyFilter();
     QCOMPARE(cache->count(), 0U);
 }

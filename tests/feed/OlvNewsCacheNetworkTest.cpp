@@ -23,7 +23,7 @@ const QString identifier = QStringLiteral("com.example.NetworkTest");
 const QString transportDomain = transportErrorDomain();
 const QString statusDomain = QStringLiteral("HTTP Property Status Code");
 
-/// The real transport, less patient.
+/// The real transport with a shorter timeout.
 class ImpatientLoader : public UrlLoader {
 public:
     ImpatientLoader() = default;
@@ -45,7 +45,7 @@ FeedReply reply(const QString &options) {
     return *parsed;
 }
 
-/// How every text made from a format of the vocabulary begins.
+/// The fixed beginning of every text made from a format of the vocabulary.
 QString beginning(QStringView format) {
     return format.left(format.indexOf(u"%@")).toString();
 }
@@ -94,7 +94,7 @@ private:
     }
     FeedServer &server(bool secure) { return secure ? *https : *http; }
     void useServer(bool secure) { cache->setFeedBaseURL(server(secure).feedAddress()); }
-    /// Puts a feed into the cache file that no server sends.
+    /// Puts a feed that no server sends into the cache file.
     static bool putFile() {
         const QString text = feedOfTitles("fr", {"from the file"});
         return writeBytes(file(), byteOrderMark() + utf16Bytes(text));
@@ -104,8 +104,8 @@ private:
         QCOMPARE(titles(*cache), QStringList{"from the file"});
         QCOMPARE(cache->retrievedLocale(), QStringLiteral("fr"));
     }
-    /// What was logged since `since`: the address asked for at info level, then at error level
-    /// just `texts`, each the beginning of its entry.
+    /// Checks the log since `since`: the requested address at info level, then only `texts` at
+    /// error level, each the beginning of its entry.
     void checkLogged(qsizetype since, const QStringList &texts) {
         const auto entries = logger->entries().mid(since);
         QCOMPARE(entries.size(), texts.size() + 1);
@@ -262,7 +262,7 @@ void OlvNewsCacheNetworkTest::aFailedDownloadRestoresTheFileAndIsReported_data()
         row("status=503", 503);
         row("status=404,empty", 404);
         row("status=500,cut=20", 500);
-        // No status: the error is the transport's.
+        // No status: the error comes from the transport.
         row("cut-head", 0);
         row("cut-head,reset", 0);
         row("cut=60", 0);
@@ -304,7 +304,7 @@ void OlvNewsCacheNetworkTest::anAnswerWithoutAUsableFeedKeepsTheItems_data() {
         row("empty", QStringLiteral(""));
         row("status=304,empty", QStringLiteral(""));
         row("body=hello", QStringLiteral("hello"));
-        // What is not UTF-8 does not reach the file.
+        // Text that is not UTF-8 does not reach the file.
         row("invalid-utf8", feedOfTitles("en", {"news"}));
         const QString nameless = feedOfTitles({}, {"of no language"});
         row(("body=" + nameless.toLatin1()).constData(), nameless);
@@ -457,7 +457,7 @@ void OlvNewsCacheNetworkTest::anAddressThatIsNoneIsAConnectionError() {
 void OlvNewsCacheNetworkTest::readsAFileAddress_data() {
     QTest::addColumn<QString>("name");
     QTest::newRow("static") << "static.xml";
-    // What follows the question mark names no other file.
+    // The query does not change which file is read.
     QTest::newRow("with a query") << "feed.php";
 }
 

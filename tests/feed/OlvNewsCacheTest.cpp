@@ -23,21 +23,21 @@ const QString base = QStringLiteral("http://127.0.0.1:9/RSS_Feed/PelorinNews.php
 const QString cacheDomain = QStringLiteral("com.Olvane.PelorinNews.NewsCache.ErrorDomain");
 const Error refused{QStringLiteral("transport"), 1, {}};
 
-/// A cache that refuses to ask.
+/// A cache that has no address to request.
 class Refusing : public OlvNewsCache {
 public:
     using OlvNewsCache::OlvNewsCache;
     [[nodiscard]] std::optional<QUrl> feedRequest() const override { return std::nullopt; }
 };
 
-/// A cache whose list of items is gone, which no parse brings about.
+/// A cache that can lose its list of items, which no parse does.
 class Listless : public OlvNewsCache {
 public:
     using OlvNewsCache::OlvNewsCache;
     void loseItems() { _retrieved.set({}); }
 };
 
-/// The log, each text as the format it was made from; an unknown text as it stands.
+/// The log, each text as the format that it was made from; an unknown text is unchanged.
 QStringList kinds(const RecordingLogger &logger) {
     constexpr std::array vocabulary = {
         LogVocabulary::writingLocalCacheFailed, LogVocabulary::parsingLocalCacheFailed,
@@ -295,7 +295,7 @@ void OlvNewsCacheTest::aFeedThatIsInPlaceAlreadyLeavesItemsAndFileAndDatesTheFil
     const auto item = cache->itemAtIndex(0);
     const QDateTime past = QDateTime::currentDateTimeUtc().addSecs(-1);
     const LocalCacheFile::Stamp before = LocalCacheFile(file()).stamp().value();
-    // So that a new date is a later one on file systems with coarse clocks, too.
+    // So that the new date is later even on file systems with coarse timestamps.
     QTest::qSleep(20);
     download(feed);
     QCOMPARE(titles(*cache), QStringList({"a", "b"}));
@@ -307,7 +307,7 @@ void OlvNewsCacheTest::aFeedThatIsInPlaceAlreadyLeavesItemsAndFileAndDatesTheFil
     QVERIFY(after.modified > before.modified);
     QVERIFY(QFileInfo(file()).lastModified() > past);
     QCOMPARE(kinds(*logger), QStringList({asked, asked}));
-    // And once more, by the date it bears now.
+    // Once more, to test with the date that the file has now.
     download(feed);
     QCOMPARE(cache->itemAtIndex(0), item);
 }
@@ -705,7 +705,7 @@ void OlvNewsCacheTest::theCacheLivesUntilItsCompletionHasRun() {
     });
     cache.reset();
     QVERIFY(!watched.expired());
-    // The last reference goes on a thread of the cache's own queue.
+    // The last reference is released on a thread of the cache's own queue.
     loader->release();
     QVERIFY(ended.tryAcquire(1, 10000));
     QVERIFY(alive);

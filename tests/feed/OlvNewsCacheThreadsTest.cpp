@@ -124,7 +124,7 @@ void OlvNewsCacheThreadsTest::theLastFilterChangeStaysWhateverRunsMeanwhile() {
         QSemaphore refreshed;
         cache->refresh([&](const std::optional<Error> &) { refreshed.release(); });
         cache->setCategoriesOfInterest(mac ? QStringList{"mac"} : QStringList());
-        // Its own change shows at once, and no filter run that began before it undoes it.
+        // The caller's change takes effect at once, and no filter run that began earlier undoes it.
         QCOMPARE(cache->count(), mac ? 200U : 400U);
         QVERIFY(refreshed.tryAcquire(1, 30000));
         QCOMPARE(cache->count(), mac ? 200U : 400U);
@@ -132,7 +132,7 @@ void OlvNewsCacheThreadsTest::theLastFilterChangeStaysWhateverRunsMeanwhile() {
 }
 
 void OlvNewsCacheThreadsTest::anOlderFilterRunDoesNotReplaceANewerView() {
-    // The clock stops the older run after it has read the settings and before it filters.
+    // The clock blocks the older run after it has read the settings and before it filters.
     std::atomic<bool> stopping = false;
     QSemaphore stopped;
     QSemaphore mayGoOn;

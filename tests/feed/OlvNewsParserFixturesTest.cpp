@@ -25,7 +25,8 @@ QJsonObject json(const OlvNewsCacheItem &item) {
             {QStringLiteral("htmlContent"), json(item.htmlContent())}};
 }
 
-/// What a parse gave in the form of the expected files; of the error only what `expected` names.
+/// The result of a parse in the form of the expected files; of the error only the fields that
+/// `expected` names.
 QJsonObject json(const std::optional<QVariantMap> &result, const std::optional<Error> &error,
                  const QJsonObject &expected) {
     QJsonArray items;
@@ -62,7 +63,7 @@ QDir fixtures() {
     return {QStringLiteral(PELORIN_TEST_DATA "/fixtures")};
 }
 
-/// Parses with both forms of input in turn; the error is absent unless one was stored.
+/// Parses both forms of input in turn; the error is absent unless one was stored.
 template <class Input>
 QByteArray shown(const Input &input, const QJsonObject &expected) {
     const Error untouched{QStringLiteral("untouched"), 7, {}};

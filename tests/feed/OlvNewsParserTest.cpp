@@ -22,7 +22,7 @@ QString feed(const QString &items) {
     return QStringLiteral("<rss><language>en</language>") + items + QStringLiteral("</rss>");
 }
 
-/// The date as a user of `locale` reads it; as this one does without.
+/// The date as read for a user of `locale`; without it, for the current user.
 QDateTime onlyDateOf(const QString &date, const QString &locale = {}) {
     const auto list = listOf(OlvNewsParser(locale).parse(
         feed(QStringLiteral("<item><pubDate>") + date + QStringLiteral("</pubDate></item>"))));
@@ -32,7 +32,7 @@ QDateTime onlyDateOf(const QString &date, const QString &locale = {}) {
 const QString sampleDate = QStringLiteral("Mon, 02 Mar 2015 10:00:00 GMT");
 const QDateTime sampleInstant(QDate(2015, 3, 2), QTime(10, 0), Qt::UTC);
 
-/// Sets a variable of the environment for as long as it lives.
+/// Sets an environment variable during the object's lifetime.
 class Variable {
 public:
     Variable(const char *variable, const QByteArray &value)
@@ -131,7 +131,7 @@ private Q_SLOTS:
 
     void aSectionThatIsNotUtf8IsReportedAndLeavesTheText() {
         OlvNewsParser parser;
-        // The list fills as events come, whoever sends them.
+        // The list fills as events arrive, here from direct calls.
         const auto list = listOf(parser.parse(feed({})));
         parser.parserDidStartElement("item");
         parser.parserDidStartElement("title");
@@ -180,7 +180,7 @@ private Q_SLOTS:
     }
 
     void datesAreReadAsTheUserOfTheMomentReadsThem() {
-        // The language is the same all the time, the region decides how September is called.
+        // The language stays the same; the region decides how September is abbreviated.
         const QString september = QStringLiteral("Wed, 02 Sept 2015 10:00:00 GMT");
         {
             const Variable all("LC_ALL", "en_GB.UTF-8");
@@ -218,7 +218,7 @@ private Q_SLOTS:
         QCOMPARE(listOf(OlvNewsParser().parse(feed(items), &error))->size(), 100'000U);
         QCOMPARE(error, untouched);
 
-        // An item that another replaces is none of them.
+        // An item that is replaced by another does not count.
         const QString one = QStringLiteral("\n<item><title>1</title><item/>");
         const auto result = OlvNewsParser().parse(feed(items + one), &error);
         QCOMPARE(languageOf(result), QStringLiteral("en"));
@@ -317,7 +317,7 @@ private Q_SLOTS:
 };
 
 int main(int argc, char *argv[]) {
-    // The user's language, which the platform looks at once.
+    // The user's language, which the platform reads only once, at the start.
     qputenv("LANGUAGE", "en_US");
     const test::TestHome home;
     const QCoreApplication application(argc, argv);

@@ -11,8 +11,8 @@
 
 namespace pelorinnews::test {
 
-/// A transport that answers what it is told, for outcomes and moments a real one cannot be made to
-/// give.
+/// A transport with scripted answers, for outcomes and timings that a real transport cannot be made
+/// to produce.
 class ScriptedLoader : public UrlLoader {
 public:
     struct Outcome {
@@ -37,13 +37,13 @@ public:
         outcome = std::move(newOutcome);
     }
 
-    /// From now on nothing is answered before `release`.
+    /// Holds all answers until `release`.
     void hold() {
         const std::lock_guard lock(mutex);
         holding = true;
     }
 
-    /// Answers what was held, with the outcome of now.
+    /// Answers what was held, with the current outcome.
     void release() {
         std::vector<std::pair<QThreadPool *, UrlCompletion>> answered;
         Outcome now;
@@ -83,7 +83,7 @@ private:
         Outcome outcome;
     };
 
-    /// The answer waits here and not in the queue, behind a lock that race detectors see.
+    /// The answer waits here rather than in the queue, behind a lock that race detectors see.
     void answerOn(QThreadPool *queue, UrlCompletion completion, const Outcome &what) {
         {
             const std::lock_guard lock(mutex);

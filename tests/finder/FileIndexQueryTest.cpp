@@ -12,7 +12,7 @@
 
 namespace pelorinnews::test {
 
-/// Against a real file index, on a session bus of its own.
+/// Uses a real file index, on a session bus of its own.
 class FileIndexQueryTest : public QObject {
     Q_OBJECT
 
@@ -165,7 +165,7 @@ void FileIndexQueryTest::agreesWithTheWalk() {
         walk.run(top, stop);
         std::vector<QByteArray> walked = walk.matches();
         std::sort(walked.begin(), walked.end());
-        // The index lists what lies in a match, too; the query takes it for a part of the match.
+        // The index lists what lies inside a match, too; the query treats it as part of the match.
         if (pattern == QLatin1String("*"))
             std::erase_if(indexed,
                           [&top](const auto &path) { return path.indexOf('/', top.size()) >= 0; });
@@ -203,7 +203,7 @@ void FileIndexQueryTest::takesAnIndexThatStartsLate() {
     make(QStringLiteral("a/b/c/d/Pelorin.app"));
     startMiner();
     QTRY_COMPARE(watched.query.resultCount(), 1);
-    // Without the index what was found stays found, and is watched by other means.
+    // Without the index earlier matches stay found, and are watched by other means.
     miner->stop();
     QTest::qWait(300);
     QCOMPARE(watched.query.resultCount(), 1);

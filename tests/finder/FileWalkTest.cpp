@@ -106,7 +106,7 @@ void FileWalkTest::passesOverWhatIsNotThere() {
 }
 
 void FileWalkTest::survivesATreeDeeperThanAPath() {
-    // 300 folders of 20 bytes each: longer than the path of one call may be.
+    // 300 folders of 20 bytes each: longer than a path that one system call accepts.
     FileDescriptor deepest(::open(folder->path().toUtf8().constData(), O_RDONLY | O_DIRECTORY));
     const char *const name = "a-folder-in-a-folder";
     for (int depth = 0; depth < 300; ++depth) {
@@ -137,7 +137,7 @@ void FileWalkTest::stopsAtItsBounds() {
     const auto run = [&](const FileWalk::Bounds &bounds, std::size_t *matches = nullptr) {
         FileWalk fileWalk(FileNamePattern::like(QStringLiteral("P.app")));
         const bool isDone = fileWalk.run(top, stop, bounds);
-        // Each run has the whole of its bounds.
+        // Each run gets the full bounds.
         const bool isDoneAgain = fileWalk.run(top, stop, bounds);
         if (matches)
             *matches = fileWalk.matches().size();
@@ -148,7 +148,8 @@ void FileWalkTest::stopsAtItsBounds() {
     QCOMPARE(matches, std::size_t(40));
     QVERIFY(!run({.entries = 39}));
     QVERIFY(!run({.entries = 20}, &matches));
-    // Not cut within what the kernel gives at once, but before the next folder.
+    // The walk does not stop within one batch of entries from the kernel, but before the next
+    // folder.
     QCOMPARE(matches, std::size_t(2));
     QVERIFY(!run({.time = std::chrono::milliseconds(0)}));
     QVERIFY(run({.time = std::chrono::hours(1)}));
@@ -176,7 +177,7 @@ void FileWalkTest::stopsInTheMiddle() {
         clock.start();
         stop = true;
     });
-    // However fast the disk, a hundred walks take longer than that.
+    // However fast the disk, a hundred walks take longer than the delay until `stop`.
     int walks = 0;
     while (!stop && walks < 100) {
         fileWalk.run(QFile::encodeName(folder->path()), stop);

@@ -13,9 +13,9 @@
 
 namespace pelorinnews::test {
 
-/// What a test's own executable does when it runs as an application somewhere: it looks for copies
-/// of itself, prints the name that it looks for and then a line for each result, and ends when its
-/// standard input does.
+/// The behaviour of a test's own executable when it runs as an application somewhere: it searches
+/// for copies of itself, prints the name that it searches for and then a line for each result, and
+/// ends when its standard input does.
 inline int reportResults(int argc, char *argv[]) {
     const QCoreApplication application(argc, argv);
     const HurriedWalks hurriedWalks;

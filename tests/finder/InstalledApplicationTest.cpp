@@ -1,5 +1,5 @@
-// Programs as packages bring them: installed for the whole system, in a sandbox, or in one file.
-// Each looks for itself on this computer, among the launchers and data that such programs have.
+// Programs as packages install them: for the whole system, in a sandbox, or in one file. Each
+// searches this computer for itself, among the launchers and data that such programs have.
 
 #include "FinderReport.h"
 #include "Mounts.h"
@@ -31,7 +31,7 @@ void install(const QString &path) {
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), path));
 }
 
-/// Launchers of `program`, and the data of one, in the folder `home`.
+/// Launchers and data of `program`, in the folder `home`.
 void surround(const QString &home, const QString &program) {
     const QString name = QFileInfo(program).fileName();
     for (const char *place : {".config/autostart", "Desktop", ".local/share/applications"})
@@ -68,7 +68,8 @@ private Q_SLOTS:
 private:
     QString at(const char *path) const { return folder->filePath(QLatin1String(path)); }
     void start(const QStringList &command, const QString &home, const QStringList &variables = {});
-    /// The application has found one copy; a second comes into its home and goes again.
+    /// Expects that the application has found one copy, then that it notices a second one appear in
+    /// its home folder and disappear.
     void followsAnotherCopy(const QString &copy);
 
     const QString name = QStringLiteral("pelorintest%1").arg(::getpid());
@@ -129,7 +130,7 @@ void InstalledApplicationTest::countsAProgramOfTheSystem() {
     QCOMPARE(nextLine(process), QByteArray("3"));
     const QString copy = at("home/Applications/") + name;
     followsAnotherCopy(copy);
-    // What can no longer be started is no program, until it can be again.
+    // A file that loses its executable bit is no copy until it gets the bit back.
     install(copy);
     QCOMPARE(nextLine(process), QByteArray("4"));
     QCOMPARE(::chmod(QFile::encodeName(copy).constData(), 0644), 0);
@@ -152,7 +153,7 @@ void InstalledApplicationTest::countsAProgramInASandboxBelowARootThatIsNoMountPo
     surround(at("root/home/user"), program);
     surroundWithData(at("root/home/user"), program);
 
-    // A sanitizer's file of suppressions lies outside of the new root.
+    // A sanitizer's suppressions file lies outside the new root.
     start({QStringLiteral("chroot"), at("root"), QStringLiteral("env"), QStringLiteral("-u"),
            QStringLiteral("TSAN_OPTIONS"), program},
           QStringLiteral("/home/user"));

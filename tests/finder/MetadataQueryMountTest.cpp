@@ -16,7 +16,7 @@ bool mayMount = false;
 const QString name = QStringLiteral("Pelorin.app");
 }  // namespace
 
-/// What is mounted and unmounted while the query runs, in a name space of this process's own.
+/// Mounts and unmounts while the query runs, in a namespace of this process's own.
 class MetadataQueryMountTest : public QObject {
     Q_OBJECT
 
@@ -78,7 +78,7 @@ void MetadataQueryMountTest::walksADiskThatIsMounted() {
     WatchedQuery watched(name, {folder->filePath(QStringLiteral("searched"))});
     GATHER(watched);
     QCOMPARE(watched.query.resultCount(), 1);
-    // Made whole where nobody searches: a walk must not come before its folders.
+    // Completed where nobody searches: otherwise a walk could run before its folders exist.
     mountDisk("other");
     make("other/a/b/c/Pelorin.app");
     QCOMPARE(::mount(at("other").constData(), at("searched/disk").constData(), nullptr, MS_MOVE,
@@ -147,7 +147,7 @@ void MetadataQueryMountTest::searchesTheWholeComputersDisks() {
 }  // namespace pelorinnews::test
 
 int main(int argc, char *argv[]) {
-    // Before any other thread: a name space is its thread's.
+    // Before any other thread starts: a namespace belongs to its thread.
     pelorinnews::test::mayMount = ::unshare(CLONE_NEWNS) == 0 &&
                                   ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
     const pelorinnews::test::TestHome home;

@@ -255,12 +255,12 @@ void MetadataQueryTest::findsAllAgainAfterEventsWereLost() {
     make(QStringLiteral("far/away"));
     WatchedQuery watched(name, {folder->path()});
     GATHER(watched);
-    // Not watched, so that only a new walk can find it.
+    // This folder is not watched, so only a new walk can find the copy.
     make(QStringLiteral("far/away/Pelorin.app"));
     QTest::qWait(200);
     QCOMPARE(watched.query.resultCount(), 1);
-    // Far more events than the queue holds, while the thread that reads them gets only what this
-    // one leaves of their one processor.
+    // Far more events than the queue holds, while the thread that reads them shares a single CPU
+    // with this one.
     const QList<pid_t> searches = threads("pelorin-search");
     QCOMPARE(searches.size(), 1);
     cpu_set_t all;
@@ -316,7 +316,7 @@ void MetadataQueryTest::walksInTheIdleClass() {
         inputOutputClass = ::syscall(SYS_ioprio_get, 1, walks.first()) >> 13;
     }
     QCOMPARE(processorClass, SCHED_IDLE);
-    // Set right after the other.
+    // The I/O class is set right after the CPU class.
     while (inputOutputClass != 3 && clock.elapsed() < 20000) {
         const QList<pid_t> walks = threads("pelorin-walk");
         QVERIFY(!walks.isEmpty());
@@ -353,7 +353,7 @@ void MetadataQueryTest::tellsNothingAfterItWasStopped() {
     make(QStringLiteral("a/Pelorin.app"));
     WatchedQuery stoppedAtOnce(name, {folder->path()});
     QVERIFY(stoppedAtOnce.query.startQuery());
-    // Its answer is by then on its way to the main thread.
+    // By then its answer is on its way to the main thread.
     QTest::qSleep(300);
     stoppedAtOnce.query.stopQuery();
     WatchedQuery watched(name, {folder->path()});

@@ -109,7 +109,7 @@ void MountTableTest::knowsTheFoldersBehindAMount() {
 
 void MountTableTest::searchesEachFileSystemOnce() {
     // A folder of the disk mounted a second time, the whole disk mounted a second time, and two
-    // sub-volumes of one file system, neither of which holds the other.
+    // sub-volumes of one file system, neither of which contains the other.
     const MountTable table = MountTable::parse(
         "5 1 8:1 /home /srv/chroot/home rw - ext4 /dev/sda1 rw\n"
         "1 0 8:1 / / rw - ext4 /dev/sda1 rw\n"
@@ -122,7 +122,7 @@ void MountTableTest::searchesEachFileSystemOnce() {
 }
 
 void MountTableTest::searchesAHomeThatIsMountedTwiceOnce() {
-    // The second is a folder of the first: neither local once more nor remote.
+    // The second mount is a folder of the first: neither local again nor remote.
     const MountTable table = MountTable::parse(
         "1 0 0:42 / / rw - overlay o rw\n"
         "2 1 0:42 /home /home rw - overlay o rw\n"
@@ -202,7 +202,7 @@ void MountTableTest::knowsARootThatIsNoMountPoint() {
     const QTemporaryDir folder;
     const QByteArray root = QFile::encodeName(folder.path());
     QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("proc")));
-    // 0: the root is known and local; 1: it is not; 2: this may not be tried here.
+    // 0: the root is known and local; 1: it is not; 2: the test is not permitted here.
     const pid_t child = ::fork();
     if (child == 0) {
         const QByteArray proc = root + "/proc";

@@ -15,7 +15,7 @@
 
 namespace pelorinnews::test {
 
-/// What a test mounts, in a name space of its own process: gone with the object.
+/// Mounts of a test, in a namespace of its own process; unmounted with the object.
 class Mounts {
 public:
     Mounts() = default;
@@ -23,7 +23,7 @@ public:
     Mounts(const Mounts &) = delete;
     Mounts &operator=(const Mounts &) = delete;
 
-    /// Call it first in `main`: a name space is its thread's. False where mounting is not
+    /// Call it first in `main`: a namespace belongs to its thread. False if mounting is not
     /// permitted.
     static bool enterNameSpace() {
         return ::unshare(CLONE_NEWNS) == 0 &&
@@ -36,7 +36,7 @@ public:
 
     [[nodiscard]] bool memory(const QString &at) { return mount({}, at, "tmpfs", 0, {}); }
 
-    /// An overlay of `lower` whose changes lie in "upper" of `changes`.
+    /// An overlay of `lower`, with its upper layer in "upper" of `changes`.
     [[nodiscard]] bool overlay(const QString &lower, const QString &changes, const QString &at) {
         return mount(
             QStringLiteral("overlay"), at, "overlay", 0,

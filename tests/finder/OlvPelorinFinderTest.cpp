@@ -21,7 +21,7 @@ namespace {
 const QString name = QStringLiteral("Pelorin.app");
 }  // namespace
 
-/// The same behaviour with a real file index and by the walk alone: built once for each.
+/// The same behaviour with a real file index and with the walk alone: built once for each.
 class OlvPelorinFinderTest : public QObject {
     Q_OBJECT
 
@@ -145,7 +145,8 @@ void OlvPelorinFinderTest::followsASecondCopyThatComesAndGoes() {
     make(QStringLiteral("backup/today/Pelorin.app"));
     if (withIndex)
         TRY_RESULT(finder, OlvFinderResultMany);
-    // Without an index a place that never held a copy is not watched; beside the first one is.
+    // Without an index a folder that never held a copy is not watched; the folder next to the first
+    // copy is.
     make(QStringLiteral("second/Pelorin.app"));
     TRY_RESULT(finder, OlvFinderResultMany);
     remove(QStringLiteral("backup/today/Pelorin.app"));
@@ -219,7 +220,7 @@ void OlvPelorinFinderTest::startsItsSearchAtTheNextTurnOfTheMainLoop() {
     make(QStringLiteral("a/Pelorin.app"));
     index();
     const auto finder = find();
-    // However long nothing turns the loop, nothing is searched.
+    // As long as the event loop does not run, nothing is searched.
     QTest::qSleep(300);
     QCOMPARE(threadCount("pelorin-search"), 0);
     QCOMPARE(finder->result(), OlvFinderResultPending);
@@ -245,7 +246,7 @@ void OlvPelorinFinderTest::isKeptUntilItsSearchHasStarted() {
 }
 
 void OlvPelorinFinderTest::recountsOnTheNewsOfAnySearch() {
-    // Its own search has not started, so that the count is none.
+    // Its own search has not started, so the count is 0.
     const auto finder = find();
     QCOMPARE(finder->result(), OlvFinderResultPending);
     Q_EMIT MetadataQueryCenter::defaultCenter()->didFinishGathering(nullptr);

@@ -1,5 +1,5 @@
 // The home folder on file systems that are not this computer's own disks: a real FUSE one and a
-// real overlay. What the others are like the mount table tells (finder.search_scope).
+// real overlay. finder.search_scope tests the others through the mount table.
 
 #include "Mounts.h"
 #include "SearchThreads.h"
@@ -19,7 +19,7 @@ namespace {
 
 bool mayMount = false;
 
-/// Whether this process has the kernel tell it of changes in `folder`.
+/// Whether this process watches `folder` through the kernel.
 bool watches(const QString &folder) {
     struct stat status {};
     if (::stat(QFile::encodeName(folder).constData(), &status) != 0)
@@ -109,7 +109,7 @@ void RemoteHomeTest::mount(bool isFuse, const QString &point) {
 
 void RemoteHomeTest::countsACopyInItOnce() {
     QFETCH(const bool, isFuse);
-    // It lies on this computer's disk, too, where it is the same copy.
+    // The copy is visible on this computer's disk, too, where it is the same copy.
     make(QStringLiteral("kept/a/deep/place/") + name);
     mount(isFuse, QStringLiteral("home"));
     const auto finder = find();
@@ -128,8 +128,8 @@ void RemoteHomeTest::countsACopyInItOnce() {
 void RemoteHomeTest::leavesOtherMountsOut() {
     QFETCH(const bool, isFuse);
     make(QStringLiteral("here/") + name);
-    // Elsewhere, below the home, and the home of somebody else. The files behind them are on no
-    // disk that can be seen.
+    // Elsewhere, below the home folder, and the home folder of another user. The files behind these
+    // mounts are on no visible disk.
     QVERIFY(mounts->memory(at(QStringLiteral("kept"))));
     QVERIFY(mounts->memory(at(QStringLiteral("changes"))));
     for (const char *each : {"kept", "changes/upper", "changes/work"})
@@ -162,7 +162,7 @@ void RemoteHomeTest::staysPendingWhereItIsTooBigUnlessTwoAreFound() {
     const auto gathered =
         QObject::connect(center, &MetadataQueryCenter::didFinishGathering, center, note);
     const auto updated = QObject::connect(center, &MetadataQueryCenter::didUpdate, center, note);
-    // What was found is watched once the walks are over.
+    // Matches are watched once the walks have ended.
     QTRY_VERIFY_WITH_TIMEOUT(watches(at(QStringLiteral("here"))), 60000);
     QCOMPARE(finder->result(), OlvFinderResultPending);
     make(QStringLiteral("second/") + name);
@@ -178,7 +178,7 @@ void RemoteHomeTest::staysPendingWhereItIsTooBigUnlessTwoAreFound() {
 }  // namespace pelorinnews::test
 
 int main(int argc, char *argv[]) {
-    // Before any other thread.
+    // Before any other thread starts.
     pelorinnews::test::mayMount = pelorinnews::test::Mounts::enterNameSpace();
     const pelorinnews::test::TestHome home;
     const QCoreApplication application(argc, argv);

@@ -5,7 +5,7 @@
 
 namespace pelorinnews::test {
 
-/// The scope by what the mount table tells, for file systems that are not here to be mounted.
+/// The scope as computed from the mount table, for file systems that cannot be mounted here.
 class SearchScopeTest : public QObject {
     Q_OBJECT
 
@@ -58,7 +58,8 @@ void SearchScopeTest::searchesTheHomeWhereverItLies() {
 }
 
 void SearchScopeTest::searchesNoMoreOfAMountThanTheHome() {
-    // The homes of all users on one server, and further mounts below one of them and elsewhere.
+    // The home folders of all users on one server, and further mounts below one of them and
+    // elsewhere.
     const QByteArray above = place() + "/homes";
     const SearchScope searched = scope("2 1 0:43 / " + above +
                                        " rw - nfs4 server:/home rw\n"
@@ -81,7 +82,7 @@ void SearchScopeTest::searchesAHomeOnALocalDiskWithThatDisk() {
     QCOMPARE(scope({}).roots(pattern), folders({"/"}));
     QCOMPARE(scope("2 1 8:2 / " + home() + " rw - ext4 /dev/sda2 rw\n").roots(pattern),
              folders({"/", home()}));
-    // A folder of a disk that is walked anyway.
+    // A folder of a disk that is walked in any case.
     const SearchScope bound = scope("2 1 8:1 /data/user " + home() + " rw - ext4 /dev/sda1 rw\n");
     QCOMPARE(bound.roots(pattern), folders({"/"}));
     QVERIFY(!bound.contains(home() + "/a", pattern));
@@ -112,7 +113,7 @@ void SearchScopeTest::leavesOutWhatTheHomeShows() {
 }
 
 void SearchScopeTest::keepsWhatHoldsTheHome() {
-    // A layer that holds the home itself would leave nothing to search.
+    // A layer that holds the home folder itself would leave nothing to search.
     const SearchScope searched = scope("2 1 0:43 / " + home() + " rw - fuse / rw\n");
     QVERIFY(searched.contains(home() + "/a", pattern));
     QVERIFY(searched.contains("/opt/a", pattern));

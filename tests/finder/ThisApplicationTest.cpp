@@ -7,7 +7,7 @@
 
 namespace pelorinnews::test {
 
-/// The whole way: a program in an application folder looks for itself on this computer.
+/// End to end: a program in an application folder searches this computer for itself.
 ///
 /// The test copies its own executable into the folder and runs it there with one argument.
 class ThisApplicationTest : public QObject {

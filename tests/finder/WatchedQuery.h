@@ -9,7 +9,7 @@
 
 namespace pelorinnews::test {
 
-/// A metadata query that counts its own news.
+/// A metadata query that counts its own notifications.
 class WatchedQuery {
 public:
     WatchedQuery(const QString &pattern, const QStringList &scopes) {

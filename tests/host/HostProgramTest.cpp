@@ -7,7 +7,7 @@
 
 namespace pelorinnews::test {
 
-/// The host as a program, on a display, with its keys pressed by another program.
+/// The host as a program on a display; another program presses its keys.
 class HostProgramTest final : public QObject {
     Q_OBJECT
 

@@ -4,8 +4,8 @@
 #include <QObject>
 #include <QThread>
 
-/// A news module that writes down, in the file named by PELORIN_RECORD, what its host does, and
-/// logs one line of each level from a thread of its own.
+/// A news module that records what its host does, in the file named by PELORIN_RECORD, and logs one
+/// line of each level from a thread of its own.
 class RecordingNewsModule final : public QObject, public pelorinnews::NewsPlugin {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID PELORINNEWS_PLUGIN_IID)

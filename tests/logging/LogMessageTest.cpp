@@ -14,7 +14,7 @@ using pelorinnews::test::RecordingLogger;
 
 namespace {
 
-/// An argument that tells whether it was ever asked for its description.
+/// An argument that records whether it was asked for its description.
 struct Watched {
     mutable std::atomic<int> asked = 0;
     [[nodiscard]] QString description() const {
@@ -23,7 +23,7 @@ struct Watched {
     }
 };
 
-/// An object that logs the way the panel's objects do.
+/// An object that logs as the panel's objects do.
 class Owner {
 public:
     void setLogger(std::shared_ptr<OlvLogger> logger) { _logger.set(std::move(logger)); }

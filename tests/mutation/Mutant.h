@@ -1,7 +1,7 @@
 #pragma once
 
 // Included first by every source of a mutation build (see run). Each mutant stands beside the code
-// that it replaces; the environment chooses which one is alive.
+// that it replaces; the environment selects the active mutant.
 
 #include <atomic>
 #include <cstdlib>
@@ -12,8 +12,9 @@ namespace pelorin_mutation {
 
 inline constexpr int limit = 20000;
 
-/// True where `number` is the mutant that PELORIN_MUTANT names. With PELORIN_MUTANT_LOG, a file's
-/// path, the number of every mutant that is reached is appended there once for each process.
+/// True if `number` is the mutant that PELORIN_MUTANT names. If PELORIN_MUTANT_LOG is set to a
+/// file's path, the number of every mutant that is reached is appended to that file, once per
+/// process.
 inline bool alive(int number) {
     static const char *const wanted = std::getenv("PELORIN_MUTANT");
     static const int chosen = wanted ? std::atoi(wanted) : 0;

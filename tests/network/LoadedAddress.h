@@ -11,8 +11,8 @@
 
 namespace pelorinnews::test {
 
-/// One request sent through a loader, and what its completion heard. It waits by blocking its
-/// thread, so whatever arrives does so without that thread's event loop.
+/// One request sent through a loader, and what its completion callback received. It waits by
+/// blocking its thread, so everything arrives without that thread's event loop.
 class LoadedAddress {
 public:
     LoadedAddress(UrlLoader &loader, const QUrl &url, QThreadPool *queue, int idleTimeoutSeconds) {
@@ -29,14 +29,14 @@ public:
             });
     }
 
-    /// False when the completion has not come within `timeout`.
+    /// False if the completion has not arrived within `timeout`.
     [[nodiscard]] bool wait(std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
         const auto deadline = std::chrono::system_clock::now() + timeout;
         std::unique_lock lock(result->mutex);
         return result->came.wait_until(lock, deadline, [this] { return result->calls > 0; });
     }
 
-    // Of the completion; read them after a wait that succeeded.
+    // From the completion callback; read them after a successful wait.
     [[nodiscard]] std::optional<int> status() const {
         const std::lock_guard lock(result->mutex);
         return result->response ? result->response->statusCode : std::nullopt;

@@ -18,7 +18,7 @@ using namespace pelorinnews::test;
 
 namespace {
 
-/// An application for the length of one test.
+/// An application object for the duration of one test.
 struct Application {
     int count = 1;
     char name[5] = "test";
@@ -32,7 +32,7 @@ FeedReply answering(const QByteArray &body) {
     return reply;
 }
 
-/// The folders of this process's threads whose name begins with `name`.
+/// The /proc folders of this process's threads whose name begins with `name`.
 QStringList threadsNamed(const QByteArray &name) {
     QStringList found;
     const QDir tasks(QStringLiteral("/proc/self/task"));
@@ -56,7 +56,8 @@ QByteArray wakeUps(const QString &task) {
 
 }  // namespace
 
-/// The loader beside an application object that is not there yet, goes, or comes again.
+/// The loader with an application object that does not exist yet, is destroyed, or is created
+/// again.
 class NetworkUrlLoaderLifetimeTest : public QObject {
     Q_OBJECT
 
@@ -110,7 +111,7 @@ void NetworkUrlLoaderLifetimeTest::theSharedLoaderEndsWithTheApplicationAndComes
         elapsed.start();
         application.reset();
         QVERIFY(elapsed.elapsed() < NetworkUrlLoader::shutdownTimeout.count());
-        // The thread has run its last line; the system takes a moment to forget it.
+        // The thread has run its last line; the kernel takes a moment to remove it.
         for (int i = 0; i < 100 && !threadsNamed("PelorinNewsLoad").isEmpty(); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         QVERIFY(threadsNamed("PelorinNewsLoad").isEmpty());
@@ -151,7 +152,8 @@ void NetworkUrlLoaderLifetimeTest::aProcessThatExitsInTheMiddleOfADownloadEndsCl
 void NetworkUrlLoaderLifetimeTest::aProcessThatExitsAsItsFirstDownloadBeginsDoesNotCrash() {
     const Application application;
     const TestAuthority authority;
-    // The TLS library is being loaded and initialised meanwhile; the address does not matter.
+    // The TLS library is being loaded and initialised during this time; the address does not
+    // matter.
     for (int milliseconds = 0; milliseconds < 40; milliseconds += 2) {
         QProcess leaving;
         leaving.setProcessChannelMode(QProcess::MergedChannels);
@@ -178,7 +180,7 @@ void NetworkUrlLoaderLifetimeTest::anIdleLoaderNeverWakesUp() {
     QVERIFY(loaded.wait());
     const QStringList threads = threadsNamed("PelorinNewsLoad");
     QCOMPARE(threads.size(), 1);
-    // Once it gives memory back, a moment after the transfer; from then on it sleeps.
+    // It wakes once to give memory back, a moment after the transfer; from then on it sleeps.
     const auto sleeps = [&threads] {
         const QByteArray before = wakeUps(threads.front());
         std::this_thread::sleep_for(std::chrono::milliseconds(1500));

@@ -33,9 +33,9 @@ using Kind = DevelopmentCertificates::Kind;
 
 namespace {
 
-/// Any code, for failures that the transport may name as it likes.
+/// Any code, for failures whose code the transport may choose.
 constexpr int someError = -1;
-/// None or any status below 400: a reset may overtake the head, or not.
+/// None or any status below 400: the head may arrive before a reset, or not.
 constexpr int someStatus = -1;
 
 QUrl tolerant(const QString &address) {
@@ -107,7 +107,7 @@ private:
         return {loader, url, &queue, idleTimeoutSeconds};
     }
 
-    /// What trusts the system's authorities.
+    /// The default configuration, which trusts the system's authorities.
     const QSslConfiguration untouched = QSslConfiguration::defaultConfiguration();
     std::unique_ptr<TestAuthority> authority;
     std::unique_ptr<FeedServer> http;
@@ -308,7 +308,7 @@ void NetworkUrlLoaderTest::cookiesAreNotKept() {
     reply.headers = {{"Set-Cookie", "who=you; Path=/"}};
     reply.redirects = 1;
     http->setReplyForPath("/plain.xml", reply);
-    // Several under way at once, so that nothing is forgotten in between.
+    // Another transfer runs all the time, so that the loader forgets nothing in between.
     FeedReply slow;
     slow.delayBeforeHead = std::chrono::seconds(1);
     http->setReplyForPath("/slow.xml", slow);
@@ -530,7 +530,7 @@ void NetworkUrlLoaderTest::aMissingFileIsAnError() {
 void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce_data() {
     QTest::addColumn<QString>("address");
     const QString pipe = feeds.filePath(QStringLiteral("pipe.xml"));
-    // Nobody writes into this pipe: opening it would never return.
+    // Nobody writes into this pipe: opening it would block for ever.
     QVERIFY(mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0 || errno == EEXIST);
     QVERIFY(QFile::link(pipe, feeds.filePath(QStringLiteral("link.xml"))));
     QTest::newRow("pipe") << QStringLiteral("file://") + pipe;
@@ -544,7 +544,7 @@ void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce_data() {
 
 void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce() {
     QFETCH(const QString, address);
-    // A thread that hung could not even be stopped, so it must not be the other tests'.
+    // A thread that hangs could not even be stopped, so this test uses a loader of its own.
     NetworkUrlLoader own;
     LoadedAddress loaded(own, tolerant(address), &queue, 10);
     QVERIFY(loaded.wait(std::chrono::seconds(30)));
@@ -573,7 +573,7 @@ void NetworkUrlLoaderTest::aFileBeyondTheLimitIsAnError() {
 
 void NetworkUrlLoaderTest::theLimitIsThatOfAFeed() {
     QCOMPARE(NetworkUrlLoader::defaultLongestBody, qint64(32) * 1024 * 1024);
-    // Compressed, it is a thirtieth of that.
+    // The compressed size is a thirtieth of that.
     ScriptedServer server([](const QByteArray &) {
         const QByteArray packed = gzip(QByteArray(33 * 1024 * 1024, 'x'));
         return Script{{"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: " +
@@ -588,7 +588,7 @@ void NetworkUrlLoaderTest::theLimitIsThatOfAFeed() {
 }
 
 void NetworkUrlLoaderTest::proxiesAreThoseOfTheApplicationAndTheEnvironment() {
-    // What a proxy is asked begins with the whole address.
+    // A request to a proxy begins with the full address.
     std::atomic<int> asked = 0;
     ScriptedServer proxy([&asked](const QByteArray &head) {
         if (head.startsWith("GET http://feed.invalid/plain.xml HTTP/1.1\r\n"))
@@ -606,7 +606,7 @@ void NetworkUrlLoaderTest::proxiesAreThoseOfTheApplicationAndTheEnvironment() {
         {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), quint16(proxy.port())});
     LoadedAddress byApplication = load(behind);
     QVERIFY(byApplication.wait());
-    // Back to what the system says.
+    // Restores the system's configuration.
     QNetworkProxyFactory::setUseSystemConfiguration(true);
     QCOMPARE(byApplication.data(), std::optional(QByteArray("via")));
     QCOMPARE(asked.load(), 2);
@@ -637,7 +637,7 @@ void NetworkUrlLoaderTest::aProxyThatRefusesATunnelIsUnreachable() {
     qunsetenv("https_proxy");
     QVERIFY(asked);
     QCOMPARE(loaded.connectionError().value_or(Error()).code, int(TransportError::Unreachable));
-    // What the proxy says is no answer of the service's.
+    // A proxy's answer is not the service's answer.
     QVERIFY(!loaded.hasResponse());
     QVERIFY(!loaded.data());
 }
@@ -673,7 +673,7 @@ void NetworkUrlLoaderTest::anOrderlyEndCountsForItsOwnConnectionAlone_data() {
 void NetworkUrlLoaderTest::anOrderlyEndCountsForItsOwnConnectionAlone() {
     QFETCH(const bool, cut);
     const auto files = authority->issue(Kind::Valid);
-    // Without lengths: the client reads each connection to its end.
+    // No lengths: the client reads each connection to its end.
     ScriptedServer server(
         [cut](const QByteArray &head) {
             if (head.contains("Authorization: Basic dTpw"))
@@ -710,8 +710,8 @@ void NetworkUrlLoaderTest::onlyTheTimeWithoutProgressCounts() {
 
 namespace {
 
-/// The descriptor of this process's connection to a port of its own, seen from the client; -1 where
-/// there is none.
+/// The descriptor of this process's client-side connection to one of its own ports; -1 if there is
+/// none.
 int connectionTo(int port) {
     constexpr int most = 1024;
     for (int descriptor = 3; descriptor < most; ++descriptor) {
@@ -727,7 +727,7 @@ int connectionTo(int port) {
 }  // namespace
 
 void NetworkUrlLoaderTest::theHostsOwnTrafficIsNoProgress() {
-    // A connection of the host's, on which something comes all the time.
+    // A connection of the host's that receives data all the time.
     QTcpServer listening;
     QVERIFY(listening.listen(QHostAddress::LocalHost));
     QTcpSocket sending;
@@ -743,7 +743,8 @@ void NetworkUrlLoaderTest::theHostsOwnTrafficIsNoProgress() {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
     });
-    // Both ends of the second connection take these numbers, so that the first one's stays free.
+    // Both ends of the second connection take these numbers, so that the first connection's number
+    // stays free.
     const int spare[] = {::dup(traffic), ::dup(traffic)};
     std::atomic<int> first = -1;
     std::atomic<int> taken = -1;
@@ -758,7 +759,7 @@ void NetworkUrlLoaderTest::theHostsOwnTrafficIsNoProgress() {
                     {"HTTP/1.1 401 Who\r\nWWW-Authenticate: Basic realm=\"feeds\"\r\n"
                      "Content-Length: 0\r\nConnection: close\r\n\r\n"}};
             }
-            // The host takes the number of the connection that has been closed.
+            // The host reuses the descriptor number of the closed connection.
             taken = ::fcntl(arriving, F_DUPFD_CLOEXEC, first.load());
             return Script{{}, Script::End::Hold};
         });
@@ -791,7 +792,7 @@ void NetworkUrlLoaderTest::aBodyBeyondTheLimitIsAnError() {
     QFETCH(const QString, reply);
     QFETCH(const bool, fits);
     NetworkUrlLoader limited(200 * 1024);
-    // Several times: giving up must not depend on who of server and reader is the faster.
+    // Several times: the result must not depend on whether the server or the reader is faster.
     for (const bool tls : {false, true, false, true, false, true}) {
         serverFor(tls).setReply(FeedReply::parse(reply).value());
         LoadedAddress loaded(
@@ -853,7 +854,7 @@ void NetworkUrlLoaderTest::aLargeBodyCostsItsSizeOnce() {
     QSKIP("A sanitizer's own memory hides what is measured");
 #endif
     constexpr qint64 size = qint64(30) * 1024 * 1024;
-    // A process of its own keeps the server's memory out of the measure.
+    // A separate process keeps the server's memory out of the measurement.
     QProcess server;
     server.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"),
                  {QStringLiteral("--tls"), authority->path(), QStringLiteral("--reply"),
@@ -880,7 +881,7 @@ void NetworkUrlLoaderTest::theCompletionRunsOnTheQueueAndNeverOnTheCallersStack(
     QThreadPool single;
     single.setMaxThreadCount(1);
     std::atomic<bool> release = false;
-    // While the queue's only thread is taken, nothing may complete.
+    // While the queue's only thread is busy, no callback may run.
     single.start([&] {
         while (!release)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));

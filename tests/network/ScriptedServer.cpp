@@ -14,7 +14,8 @@ namespace pelorinnews::test {
 
 namespace {
 
-/// Waits for `descriptor` to be readable, in steps, so that an ending server need not wait.
+/// Waits for `descriptor` to be readable, in short steps, so that the server can end without
+/// waiting.
 bool waitReadable(int descriptor, const std::atomic<bool> &ending) {
     while (!ending) {
         pollfd waiting{descriptor, POLLIN, 0};
@@ -31,7 +32,7 @@ void check(bool held, const char *what) {
 
 }  // namespace
 
-/// One accepted connection, encrypted or not.
+/// One accepted connection, encrypted or plain.
 class ScriptedServer::Connection {
 public:
     Connection(int accepted, SSL_CTX *context, const std::atomic<bool> &serverEnds)
@@ -56,7 +57,7 @@ public:
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
 
-    /// Up to the empty line; null when the client has gone before.
+    /// Reads up to the empty line; null if the client closed before.
     QByteArray readHead() {
         QByteArray head;
         while (usable && !head.contains("\r\n\r\n")) {
@@ -95,7 +96,7 @@ public:
             SSL_shutdown(ssl);
         if (how != Script::End::Hold)
             ::shutdown(descriptor, SHUT_WR);
-        // Closing with something unread would reset the connection.
+        // Closing with unread data would reset the connection.
         char ignored[512];
         while (waitReadable(descriptor, ending) &&
                ::recv(descriptor, ignored, sizeof ignored, 0) > 0) {
@@ -177,8 +178,8 @@ void ScriptedServer::accept() {
 }
 
 void ScriptedServer::serve(int descriptor) {
-    // OpenSSL writes to sockets whose other end has gone. Blocked here alone, so that a client in
-    // the same process that raises the signal is found out.
+    // OpenSSL writes to sockets whose peer has gone. SIGPIPE is blocked here alone, so that a
+    // client in the same process that raises the signal is noticed.
     sigset_t pipe;
     sigemptyset(&pipe);
     sigaddset(&pipe, SIGPIPE);

@@ -18,21 +18,21 @@ namespace pelorinnews::test {
 struct Script {
     enum class End {
         Close,  ///< An orderly end: on TLS a close_notify, then FIN.
-        Cut,    ///< FIN alone: on TLS as if the connection had been cut.
+        Cut,    ///< FIN alone: on TLS this looks as if the connection had been cut off.
         Reset,  ///< RST.
         Hold    ///< The connection stays open until the client closes it.
     };
-    /// Sent one after the other with `pause` in between.
+    /// Sent in order, with `pause` in between.
     QList<QByteArray> pieces;
     End end = End::Close;
     std::chrono::milliseconds pause{0};
-    /// The last piece is sent again and again until the client closes the connection.
+    /// Repeats the last piece until the client closes the connection.
     bool endless = false;
 };
 
-/// A server on the loopback interface that answers each request with the bytes it is told to,
-/// whether they are HTTP or not, over plain TCP or TLS. It knows nothing of HTTP but where a
-/// request's head ends. Its threads serve one connection each.
+/// A server on the loopback interface that answers each request with scripted bytes, HTTP or not,
+/// over plain TCP or TLS. All it knows of HTTP is where a request's head ends. Each of its threads
+/// serves one connection.
 class ScriptedServer {
 public:
     /// Gives the script for a request; called on the connections' threads.

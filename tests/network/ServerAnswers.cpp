@@ -11,7 +11,7 @@ namespace {
 using Outcome = ServerAnswer::Outcome;
 using End = Script::End;
 
-/// Collects the table.
+/// Builds the table.
 class Answers {
 public:
     void whole(const QByteArray &name, const QByteArray &bytes,
@@ -46,7 +46,7 @@ private:
     QList<ServerAnswer> list;
 };
 
-/// A head with a status and these header lines, each to be ended.
+/// A head with a status and these header lines, which the function terminates.
 QByteArray head(const QByteArray &status, const QList<QByteArray> &lines = {}) {
     QByteArray text = "HTTP/1.1 " + status + "\r\n";
     for (const QByteArray &line : lines)
@@ -62,7 +62,7 @@ QByteArray length(qsizetype value) {
     return "Content-Length: " + QByteArray::number(value);
 }
 
-/// A whole answer of that status.
+/// A whole answer with that status.
 QByteArray answer(const QByteArray &status = "200 OK") {
     const QByteArray body = answeredBody();
     return head(status, {length(body.size())}) + body;
@@ -164,8 +164,7 @@ void addChunks(Answers &answers) {
     answers.error("chunks: cut before the last", chunkedAnswer(both));
     answers.error("chunks: cut in the last", chunkedAnswer(both + "0"));
     answers.error("chunks: cut after the last", chunkedAnswer(both + "0\r\n"));
-    // The chunk that ends the body has come, and nothing but the line end of no trailers is
-    // missing.
+    // The final chunk has arrived; only the last byte of the line end after it is missing.
     answers.whole("chunks: cut before the last byte", chunkedAnswer(both + "0\r\n\r"));
     answers.error("chunks: cut in trailers", chunkedAnswer(both + "0\r\nX-Sum: 1\r\n"));
     answers.reset("chunks: a reset between two", chunkedAnswer(first));
@@ -345,7 +344,8 @@ void addHeads(Answers &answers) {
 
 void addRedirects(Answers &answers) {
     const QByteArray body = answeredBody();
-    // The path of every answer of this table has a folder, and what lies in it is answered alike.
+    // Every answer of this table has a folder of its own, and every path inside it gets the same
+    // answer.
     const auto to = [](const QByteArray &location, const QByteArray &status = "302 Found") {
         return head(status, {"Location: " + location, length(0)});
     };
@@ -372,7 +372,7 @@ void addRedirects(Answers &answers) {
 void addSlowAnswers(Answers &answers) {
     const QByteArray body = answeredBody();
     const QByteArray whole = answer();
-    // Each line of the head takes longer than the idle timeout, and no byte of it does.
+    // Each line of the head takes longer than the idle timeout, but no single byte does.
     QList<QByteArray> drip;
     for (const char byte : whole)
         drip += QByteArray(1, byte);
@@ -394,7 +394,7 @@ QByteArray answeredBody() {
 
 QList<ServerAnswer> serverAnswers() {
     Answers answers;
-    // First, since they take longest.
+    // First, since they take the longest.
     addSlowAnswers(answers);
     addLengths(answers);
     addChunks(answers);

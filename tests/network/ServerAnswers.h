@@ -7,12 +7,12 @@
 
 namespace pelorinnews::test {
 
-/// How a server may answer, and what a loader is to make of it.
+/// A way in which a server may answer, and the outcome that a loader must report.
 struct ServerAnswer {
     enum class Outcome {
         Whole,          ///< Status and body arrive.
         Error,          ///< A connection error, and no body.
-        Timeout,        ///< The same, for want of progress.
+        Timeout,        ///< As Error, because no progress is made.
         StatusAndError  ///< The status arrives and a connection error with it.
     };
     enum Channel {
@@ -28,21 +28,21 @@ struct ServerAnswer {
     Outcome outcome = Outcome::Whole;
     int status = 200;
     QByteArray body;
-    /// Where this is what is to come of it. `TlsWithoutNotify` takes the orderly end of `script`
-    /// for a FIN without close_notify.
+    /// The channels for which this outcome is expected. `TlsWithoutNotify` turns the orderly end of
+    /// `script` into a FIN without close_notify.
     int channels = All;
 };
 
 /// The body of most answers.
 [[nodiscard]] QByteArray answeredBody();
 
-/// The most that a loader which is tried on these answers may take for a body.
+/// The size limit of a body for a loader that is tested with these answers.
 constexpr qint64 answerLimit = qint64(1) * 1024 * 1024;
-/// The idle timeout that such a loader is to be given for an answer with `Outcome::Timeout`, and
-/// for those that are slow on purpose.
+/// The idle timeout of such a loader for answers with `Outcome::Timeout` and for those that are
+/// slow on purpose.
 constexpr int answerIdleTimeoutSeconds = 1;
 
-/// All of them; no two bear one name.
+/// All answers; their names are unique.
 [[nodiscard]] QList<ServerAnswer> serverAnswers();
 
 }  // namespace pelorinnews::test

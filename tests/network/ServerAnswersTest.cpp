@@ -20,7 +20,7 @@ const char *const channelNames[] = {"HTTP", "HTTPS", "HTTPS without close_notify
 
 }  // namespace
 
-/// What the loader makes of whatever a server may send, over plain TCP and TLS.
+/// The loader's result for anything that a server may send, over plain TCP and TLS.
 class ServerAnswersTest : public QObject {
     Q_OBJECT
 
@@ -30,13 +30,13 @@ private Q_SLOTS:
     void answers();
 
 private:
-    /// One row: an answer on a channel, by its path.
+    /// One row: an answer on a channel, identified by its path.
     struct Row {
         ServerAnswer answer;
         int channel = 0;
     };
     [[nodiscard]] Script scriptFor(const QByteArray &requestHead) const;
-    /// Sends the requests of the rows up to some way after `row`, so that they run side by side.
+    /// Sends the requests of the rows up to some way past `row`, so that they run in parallel.
     void sendAhead(int row);
 
     QList<Row> rows;

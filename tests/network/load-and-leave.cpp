@@ -1,5 +1,5 @@
-// A program that leaves by exit() in the middle of a download over HTTPS, its application object
-// still there: <address> <file of the authority to trust>.
+// A program that leaves by exit() in the middle of a download over HTTPS, while its application
+// object still exists: <address> <file of the authority to trust>.
 #include "network/UrlLoader.h"
 
 #include <QCoreApplication>
@@ -17,7 +17,7 @@ int main(int argc, char *argv[]) {
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() < 3)
         return 2;
-    // Before anything uses TLS, as in a host that does not: what is made first ends last.
+    // Before anything uses TLS, as in a host that does not use it: objects made first end last.
     const std::shared_ptr<UrlLoader> loader = UrlLoader::shared();
     QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
     trusting.addCaCertificates(arguments[2]);

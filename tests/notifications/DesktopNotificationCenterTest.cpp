@@ -20,7 +20,7 @@ namespace pelorinnews::test {
 
 using std::chrono::milliseconds;
 
-/// What no installed notification server can be made to do.
+/// Behaviour that no installed notification server can be made to show.
 class DesktopNotificationCenterTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -79,7 +79,7 @@ private:
         return std::make_unique<DesktopNotificationCenter>(sender());
     }
     void serve() { server = std::make_unique<FakeNotificationServer>(bus->connection()); }
-    /// Delivers one and waits until it stands.
+    /// Delivers a notification and waits until it stands.
     UserNotification deliverStanding(NotificationCenter &center, const QString &title) const;
     [[nodiscard]] std::vector<RegistryEntry> registered() const;
 
@@ -232,7 +232,7 @@ void DesktopNotificationCenterTest::sendsTextsThatTheBusCanCarry() {
     QCOMPARE(server->deliveries[0].body.size(), 4095);
     QVERIFY(server->deliveries[0].body.endsWith(QStringLiteral("\U0001F4F0")));
     QVERIFY(server->deliveries[1].summary.isEmpty());
-    // What is listed is what was delivered, not what was shown.
+    // The list has the notification as delivered, not as shown.
     QCOMPARE(center->deliveredNotifications().at(0).informativeText, odd.informativeText);
 }
 
@@ -322,7 +322,7 @@ void DesktopNotificationCenterTest::keepsOneThatExpired() {
     const auto center = newCenter();
     deliverStanding(*center, QStringLiteral("one"));
     server->emitSignal(QStringLiteral("NotificationClosed"), {1U, reason});
-    // A second one that is dismissed for certain tells when the first signal has arrived.
+    // A second notification, whose dismissal is certain, shows that the first signal has arrived.
     deliverStanding(*center, QStringLiteral("two"));
     server->emitSignal(QStringLiteral("NotificationClosed"), {2U, 2U});
     QTRY_VERIFY(!titles(*center).contains(QStringLiteral("two")));
@@ -345,9 +345,9 @@ void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotif
     serve();
     const auto center = newCenter();
     deliverStanding(*center, QStringLiteral("ours"));
-    // Until then, the file may have been changed again within one tick of its clock.
+    // Until then, the file may be changed again within the same timestamp tick.
     QTest::qWait(2100);
-    // Opening and closing keep two reads from becoming one event.
+    // The open and close events keep two reads from being merged into one event.
     const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     const QByteArray file = NotificationRegistry(stateFolder()).path().toUtf8();
     constexpr uint32_t watched = IN_OPEN | IN_ACCESS | IN_CLOSE_NOWRITE | IN_DELETE_SELF;
@@ -357,7 +357,7 @@ void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotif
         server->emitSignal(QStringLiteral("NotificationClosed"), {id, 2U});
     server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
 
-    // Our own dismissal comes last, and puts a new file in place.
+    // Our own dismissal comes last, and replaces the file.
     int opened = 0;
     int read = 0;
     bool replaced = false;
@@ -425,7 +425,7 @@ void DesktopNotificationCenterTest::endsOneThatWasClickedAndTellsTheDelegate() {
     QTRY_COMPARE(server->closeCalls, QList<quint32>{1});
     QTRY_VERIFY(registered().empty());
 
-    // The server's own report that it is gone, and a second click, are no news.
+    // The server's own report that it is gone, and a second click, are ignored.
     server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
     server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     deliverStanding(*center, QStringLiteral("two"));
@@ -456,7 +456,8 @@ void DesktopNotificationCenterTest::asksTheDelegateBeforeItPresents() {
     std::thread([&center] {
         center->deliverNotification(notification(QStringLiteral("one")));
     }).join();
-    // Not asked on the caller's stack, and not presented before it was asked.
+    // The delegate is not asked on the caller's stack, and the notification is not presented before
+    // it was asked.
     QVERIFY(delegate->asked.isEmpty());
     QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
     QTest::qSleep(200);
@@ -547,7 +548,7 @@ void DesktopNotificationCenterTest::presentsAgainWhatAServerTookAndNeverAnswered
 }
 
 void DesktopNotificationCenterTest::hasTheBusStartAServer() {
-    // A "server" that only leaves a mark: what counts is that it was started.
+    // A "server" that only creates a file: the test checks only that it was started.
     const QString mark = home->filePath(QStringLiteral("started"));
     QFile file(home->filePath(QStringLiteral("n.service")));
     QVERIFY(file.open(QIODevice::WriteOnly));
@@ -558,7 +559,7 @@ void DesktopNotificationCenterTest::hasTheBusStartAServer() {
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_VERIFY(QFile::exists(mark));
-    // It went without serving; the notification waits on.
+    // It ended without serving; the notification still waits.
     QVERIFY(center->flush(plenty));
     QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
 }
@@ -600,7 +601,7 @@ void DesktopNotificationCenterTest::dropsTheRegistryOfAnotherBus() {
     bus = std::make_unique<PrivateBus>();
     serve();
     const auto center = newCenter();
-    // Believed until the bus has been asked, which costs the caller nothing.
+    // Assumed valid until the bus has replied, so that the caller does not wait.
     QCOMPARE(titles(*center), QStringList{QStringLiteral("old")});
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
     QTRY_VERIFY(registered().empty());
@@ -654,7 +655,7 @@ void DesktopNotificationCenterTest::savesWhenTheRegistryIsFreeAgain() {
     QTRY_COMPARE(server->deliveries.size(), 2U);
     QVERIFY(!center->flush(milliseconds(300)));
     QCOMPARE(titles(*center).size(), 2);
-    // Longer than the attempts last that the delivery itself brings about.
+    // Longer than the retries that the delivery itself causes.
     QTest::qWait(800);
     QCOMPARE(registered().size(), 1U);
     lock.unlock();
@@ -693,7 +694,7 @@ void DesktopNotificationCenterTest::knowsAtOnceWhatAnEarlierRunDelivered() {
     QCOMPARE(list.size(), 1);
     QCOMPARE(list[0].userInfo.value(QStringLiteral("originationDate")).toDateTime(), date);
 
-    // The click finds its way without any delivery by this run.
+    // The click is reported although this run delivered nothing.
     QVERIFY(center->flush(plenty));
     server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_COMPARE(delegate->activated.size(), 1);
@@ -730,7 +731,7 @@ void DesktopNotificationCenterTest::actsOnAnEarlierRunsClickOnceTheRegistryIsFre
     QVERIFY(lock.lock());
     server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
-    // Who else heard it may have ended it: that is not known before the change is made.
+    // Another process that heard the click may have ended it: only our change to the file can tell.
     QTest::qWait(NotificationRegistry::lockTimeout + 200);
     QVERIFY(delegate->activated.isEmpty());
     lock.unlock();
@@ -758,7 +759,7 @@ void DesktopNotificationCenterTest::leavesAClickToTheProcessThatDelivered() {
     QTest::qWait(100);
     QCOMPARE(secondDelegate->activated.size(), 0);
 
-    // Either may take back what the other delivered.
+    // Each process may withdraw what the other delivered.
     first->removeDeliveredNotification(first->deliveredNotifications().constFirst());
     QTRY_VERIFY(server->closeCalls.contains(2U));
     QTRY_VERIFY(registered().empty());
@@ -808,7 +809,7 @@ void DesktopNotificationCenterTest::worksFromManyThreadsAtOnce() {
         center->removeDeliveredNotification(each);
     QVERIFY(center->deliveredNotifications().isEmpty());
 
-    // Whatever reached the server was taken back there.
+    // Everything that reached the server was withdrawn there.
     QTRY_VERIFY(center->flush(milliseconds(10)));
     QCOMPARE(std::size_t(server->closeCalls.size()), server->deliveries.size());
     QVERIFY(registered().empty());

@@ -21,7 +21,7 @@ namespace pelorinnews::test {
 
 using std::chrono::milliseconds;
 
-/// Against dunst, acted on by its own control program.
+/// Uses dunst, controlled by its own command-line program.
 class DunstTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -151,7 +151,7 @@ void DunstTest::showsMarkupAsItStands() {
     QTRY_COMPARE(registered().size(), 1U);
     control({QStringLiteral("close")});
     QTRY_COMPARE(history().size(), 1);
-    // The message as drawn, in the markup of what draws it.
+    // The message as drawn, in dunst's own markup.
     const QJsonObject object =
         QJsonDocument::fromJson(control({QStringLiteral("history")}).toUtf8()).object();
     const QString message =
@@ -181,7 +181,7 @@ void DunstTest::keepsOneWhosePopUpExpired() {
     QVERIFY(center->flush(plenty));
     QCOMPARE(titles(*center), QStringList{QStringLiteral("a brief one")});
 
-    // Called back to the screen from the history, it can be taken back still.
+    // After it was recalled from the history to the screen, it can still be withdrawn.
     control({QStringLiteral("history-pop")});
     QTRY_COMPARE(displayed(), 1);
     center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
@@ -270,8 +270,8 @@ void DunstTest::findsItsOwnAfterTheProcessWasKilled() {
 }
 
 void DunstTest::missesTheClickOnOneOfAKilledProcess() {
-    // dunst tells a click to nobody but the connection that delivered, and that is gone with its
-    // process. The notification stays and can be taken back.
+    // dunst reports a click only to the connection that delivered, which ended with its process.
+    // The notification stays and can be withdrawn.
     auto host = startHost();
     host->writeLine(QStringLiteral("deliver of the killed"));
     QCOMPARE(host->readLine(), QStringLiteral("done"));
@@ -315,7 +315,7 @@ void DunstTest::dropsTheListWhenTheDaemonIsStartedAgain() {
     QCOMPARE(titles(*center), QStringList{QStringLiteral("new")});
     QCOMPARE(displayed(), 1);
 
-    // While no process of ours looked on, too.
+    // Also while none of our processes was running.
     center.reset();
     stopDaemon();
     startDaemon();
@@ -364,7 +364,7 @@ void DunstTest::neverBlocksOnAHungDaemon() {
     daemon->signal(SIGCONT);
     QVERIFY(center->flush(plenty));
     QCOMPARE(displayed(), 1);
-    // The cancelled one was never shown, not even for a moment.
+    // The cancelled notification was never shown, not even for a moment.
     QCOMPARE(history(), QStringList{QStringLiteral("standing")});
     QCOMPARE(registered().size(), 1U);
     QCOMPARE(titles(*center), QStringList{QStringLiteral("patient")});

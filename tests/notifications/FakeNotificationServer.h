@@ -11,8 +11,8 @@
 
 namespace pelorinnews::test {
 
-/// A notification server that behaves as the test says: for what no installed one can be made to
-/// do. Answers on the thread that made it.
+/// A notification server with scripted behaviour, for what no installed server can be made to do.
+/// Replies on the thread that created it.
 class FakeNotificationServer : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
@@ -39,13 +39,13 @@ public:
     QString serverName = QStringLiteral("Fake");
     bool holdsAnswers = false;
     bool refuses = false;
-    /// Whether it knows the questions what it can do and who it is.
+    /// Whether it knows the calls for its capabilities and its name.
     bool tellsTraits = true;
     quint32 nextId = 1;
 
-    /// Answers the held delivery `index` as number `id`.
+    /// Replies to the held delivery `index` with number `id`.
     void answer(std::size_t index, quint32 id);
-    /// Emits a signal to everybody, as many servers do.
+    /// Broadcasts a signal, as many servers do.
     void emitSignal(const QString &name, const QVariantList &arguments);
 
 public Q_SLOTS:

@@ -12,7 +12,7 @@ namespace pelorinnews::test {
 
 using std::chrono::milliseconds;
 
-/// Against notification-daemon, which signals to everybody, clicked with a real pointer.
+/// Uses notification-daemon, which sends its signals to everybody, with clicks of a real pointer.
 class NotificationDaemonTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -28,7 +28,7 @@ private Q_SLOTS:
 private:
     [[nodiscard]] NotificationSender sender() const;
     [[nodiscard]] std::vector<RegistryEntry> registered() const;
-    /// The pop-ups on the screen, by the number of their window.
+    /// The pop-ups on the screen, by window number.
     [[nodiscard]] static QStringList popUps();
     static void click(const QString &window);
 
@@ -80,7 +80,7 @@ QStringList NotificationDaemonTest::popUps() {
 }
 
 void NotificationDaemonTest::click(const QString &window) {
-    // Into the text: the close button is at the right.
+    // Click into the text: the close button is at the right.
     PopUps::click(window, 60, 40);
 }
 
@@ -151,7 +151,7 @@ void NotificationDaemonTest::withdrawsOneThatTheServerNoLongerKnows() {
     center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_COMPARE(registered().size(), 1U);
     const UserNotification delivered = center->deliveredNotifications().constFirst();
-    // While nobody of ours listens, it goes.
+    // It is closed while none of our processes listens.
     const quint32 id = registered().at(0).serverId;
     center = nullptr;
     QDBusMessage close = call(QStringLiteral("CloseNotification"));

@@ -8,7 +8,7 @@
 
 namespace pelorinnews::test {
 
-/// Several processes of one host, and a server that tells each of them of every click.
+/// Several processes of one host, and a server that sends every click to each of them.
 class NotificationProcessesTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -22,12 +22,12 @@ private:
     using Process = std::unique_ptr<BusProgram>;
     [[nodiscard]] QString stateFolder() const { return home->filePath(QStringLiteral("state")); }
     [[nodiscard]] Process start() const;
-    /// A process that hears clicks.
+    /// A process that listens for clicks.
     [[nodiscard]] Process startListening() const;
-    /// Has `process` deliver one and waits until it stands. Its number.
+    /// Makes `process` deliver a notification and waits until it stands. Returns its number.
     [[nodiscard]] quint32 deliver(BusProgram &process, const QString &title) const;
-    /// The titles of what was clicked according to `process`, which has heard by then whatever the
-    /// server has told so far.
+    /// The titles of the clicked notifications according to `process`, after it has received
+    /// everything that the server has sent so far.
     [[nodiscard]] QStringList clicksOf(BusProgram &process) const;
     void click(quint32 id) const;
 
@@ -88,7 +88,7 @@ quint32 NotificationProcessesTest::deliver(BusProgram &process, const QString &t
 }
 
 QStringList NotificationProcessesTest::clicksOf(BusProgram &process) const {
-    // The server answers a delivery after all that it has told before.
+    // The server's reply to a delivery comes after all signals sent before.
     static int count = 0;
     static_cast<void>(deliver(process, QStringLiteral("barrier %1").arg(++count)));
     return ask(process, QStringLiteral("clicks")).split(QLatin1Char(','), Qt::SkipEmptyParts);
@@ -112,7 +112,7 @@ void NotificationProcessesTest::oneOfTheOthersActsOnAClickWhereTheDeliveringProc
     static_cast<void>(deliver(*deliverer, QStringLiteral("standing")));
     const Process first = startListening();
     const Process second = startListening();
-    // Several times, since who of the two comes first is a matter of chance.
+    // Several times, since the two processes race.
     QStringList expected;
     for (int round = 0; round < 5; ++round) {
         const QString title = QStringLiteral("of the dead %1").arg(round);

@@ -113,7 +113,7 @@ QByteArray NotificationRegistryTest::bytes() const {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// A file of version 1 with one entry whose user information is `stream`.
+/// A file of version 1 with one entry, whose user information is `stream`.
 void NotificationRegistryTest::overwriteAsBefore(const QByteArray &stream) const {
     QVERIFY(QDir().mkpath(folder()));
     overwrite(R"({"version": 1, "serial": 5, "bus": "bus", "server": ":1.9", "notifications": [
@@ -130,7 +130,7 @@ QByteArray NotificationRegistryTest::streamed(const QVariantMap &userInfo) {
     return bytes;
 }
 
-/// A map in a map in a map, as deep as a file has room for.
+/// Maps nested as deep as a file has room for.
 QByteArray NotificationRegistryTest::nested() {
     constexpr int levels = 7000;
     QByteArray bytes;
@@ -216,7 +216,7 @@ void NotificationRegistryTest::readsTheFormatOfBefore() {
     QCOMPARE(userInfo.value(dateKey).toDateTime(), date);
     QCOMPARE(userInfo.value(nameKey), QVariant(name));
 
-    // The next change brings the whole file into the format of now.
+    // The next change rewrites the whole file in the current format.
     QVERIFY(registry().apply(putting({entry(QStringLiteral("new"))})));
     QCOMPARE(identities(*registry().read()), QStringList({"before", "new"}));
     QCOMPARE(registry().read()->entries[0].notification.userInfo, userInfo);
@@ -239,7 +239,7 @@ void NotificationRegistryTest::takesNothingElseFromTheFormatOfBefore_data() {
 void NotificationRegistryTest::takesNothingElseFromTheFormatOfBefore() {
     QFETCH(QByteArray, stream);
     overwriteAsBefore(stream);
-    // As little stack as a program may give its main thread.
+    // The smallest stack that a program may give its main thread.
     std::optional<RegistryContents> contents;
     const std::unique_ptr<QThread> thread(
         QThread::create([this, &contents] { contents = registry().read(); }));
@@ -281,7 +281,7 @@ void NotificationRegistryTest::tellsWhatItErased() {
     QVERIFY(registry().apply(change, &removed));
     QCOMPARE(removed, QStringList());
 
-    // What stood on another server was not erased by this change, and nothing is where it fails.
+    // This change did not erase an entry of another server. On failure nothing is erased.
     change.erased = QStringList{QStringLiteral("b")};
     QLockFile lock(registry().path() + QStringLiteral(".lock"));
     QVERIFY(lock.lock());
@@ -409,7 +409,7 @@ void NotificationRegistryTest::breaksTheLockOfAProcessThatDied() {
     QVERIFY(registry().apply(putting({})));
     QFile lock(registry().path() + QStringLiteral(".lock"));
     QVERIFY(lock.open(QIODevice::WriteOnly));
-    // No process has this number.
+    // No process has this ID.
     lock.write("4194399\ngone\n" + QSysInfo::machineHostName().toUtf8() + "\n");
     lock.close();
     QVERIFY(registry().apply(putting({entry(QStringLiteral("a"))})));
@@ -458,7 +458,7 @@ void NotificationRegistryTest::cutsLongTexts() {
     const UserNotification back = registry().read()->entries.at(0).notification;
     QCOMPARE(back, contents->entries.at(0).notification);
     QCOMPARE(back.title, QString(4096, QLatin1Char('t')));
-    // No half of a character is left.
+    // No surrogate pair is cut in half.
     QCOMPARE(back.informativeText,
              QStringLiteral("x") + QStringLiteral("\U0001F600").repeated(2047));
     QCOMPARE(back.soundName.size(), 4096);
@@ -492,7 +492,7 @@ void NotificationRegistryTest::readsNoFileThatIsTooLarge() {
 void NotificationRegistryTest::readsAnUnchangedFileOnce() {
     const NotificationRegistry reading(folder());
     QVERIFY(reading.apply(putting({entry(QStringLiteral("a"))})));
-    // A file that was changed just now may be changed again within the same tick of its clock.
+    // A file that was changed a moment ago may be changed again within the same timestamp tick.
     QTest::qWait(2100);
     QVERIFY(reading.read());
     const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
@@ -505,7 +505,7 @@ void NotificationRegistryTest::readsAnUnchangedFileOnce() {
     QVERIFY2(::read(watch, events.data(), events.size()) > 0, "the watch sees no reading");
     ::close(watch);
 
-    // What anybody changed is read again.
+    // A change by any process is read again.
     QVERIFY(registry().apply(putting({entry(QStringLiteral("b"))})));
     QCOMPARE(identities(*reading.read()), QStringList({"a", "b"}));
     overwrite("");

@@ -17,7 +17,7 @@ private Q_SLOTS:
     void answersComeOnceHoweverFast();
 };
 
-/// An answer may be there before anybody waits for it, which is a matter of chance.
+/// A reply may arrive before anybody waits for it; whether it does is a race.
 void NotificationServerTest::answersComeOnceHoweverFast() {
     constexpr int rounds = 20;
     constexpr int many = 50;

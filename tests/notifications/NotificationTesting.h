@@ -9,13 +9,13 @@
 #include <chrono>
 #include <vector>
 
-// What the tests of the notification centre share, whichever server answers it.
+// Shared by the tests of the notification centre, whichever server they use.
 namespace pelorinnews::test {
 
-/// More than a flush takes.
+/// More time than a flush takes.
 inline constexpr std::chrono::milliseconds plenty{testPatience};
 
-/// One to be delivered, with a text, a sound and user information of its own.
+/// A notification to deliver, with its own text, sound and user information.
 inline UserNotification notification(const QString &title) {
     UserNotification made;
     made.title = title;
@@ -25,7 +25,7 @@ inline UserNotification notification(const QString &title) {
     return made;
 }
 
-/// The titles of what stands, in the centre's order.
+/// The titles of the delivered notifications, in the centre's order.
 inline QStringList titles(const NotificationCenter &center) {
     QStringList list;
     const auto delivered = center.deliveredNotifications();
@@ -45,7 +45,7 @@ inline NotificationSender senderOn(const PrivateBus &bus, const QString &stateFo
     return made;
 }
 
-/// What the registry in `stateFolder` holds; nothing where it is absent or unreadable.
+/// The entries of the registry in `stateFolder`; none if it is absent or unreadable.
 inline std::vector<RegistryEntry> registeredIn(const QString &stateFolder) {
     auto contents = NotificationRegistry(stateFolder).read();
     return contents ? std::move(contents->entries) : std::vector<RegistryEntry>();

@@ -8,7 +8,7 @@ namespace {
 
 QStringList lines(const QStringList &arguments) {
     QProcess process;
-    // It complains about windows that went in the meantime.
+    // xdotool complains about windows that were closed in the meantime.
     process.setStandardErrorFile(QProcess::nullDevice());
     process.start(QStringLiteral("xdotool"), arguments);
     process.waitForFinished(20000);
@@ -40,7 +40,7 @@ void click(const QString &window, int x, int y) {
     }
     if (width == 0 || height == 0)
         return;
-    // Some toolkits take a click only from a pointer that has come to rest.
+    // Some toolkits accept a click only after the pointer has come to rest.
     lines({QStringLiteral("mousemove"), QStringLiteral("--window"), window,
            QString::number(x < 0 ? width + x : x), QString::number(y < 0 ? height + y : y),
            QStringLiteral("sleep"), QStringLiteral("0.2"), QStringLiteral("click"),

@@ -3,17 +3,17 @@
 #include <QString>
 #include <QStringList>
 
-// Windows on the display as a user meets them, by xdotool.
+// Windows on the display as a user sees them, through xdotool.
 namespace pelorinnews::test::PopUps {
 
 /// The visible windows of this class, by number.
 [[nodiscard]] QStringList ofClass(const QString &windowClass);
 
-/// The window that has the focus; none where nothing has it.
+/// The window that has the focus; empty if none has it.
 [[nodiscard]] QStringList active();
 
-/// Clicks into `window`, at (`x`, `y`) pixels from its upper left corner; negative ones count from
-/// the lower right corner. Does nothing where the window is gone.
+/// Clicks into `window`, at (`x`, `y`) pixels from its upper left corner; negative values count
+/// from the lower right corner. No-op if the window is gone.
 void click(const QString &window, int x, int y);
 
 }  // namespace pelorinnews::test::PopUps

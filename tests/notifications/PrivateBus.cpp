@@ -26,7 +26,7 @@ QByteArray configuration(const QString &serviceFolder) {
 void end(QProcess &process) {
     if (process.state() == QProcess::NotRunning)
         return;
-    // A stopped one would not hear the other.
+    // A stopped process would not receive the termination signal.
     ::kill(static_cast<pid_t>(process.processId()), SIGCONT);
     process.terminate();
     if (!process.waitForFinished(3000)) {
@@ -45,7 +45,7 @@ PrivateBus::PrivateBus(const QString &serviceFolder)
         qFatal("cannot write the bus configuration");
     file.write(configuration(serviceFolder));
     file.close();
-    // It complains about limits where it may not raise them.
+    // The bus complains about limits if it may not raise them.
     daemon.setStandardErrorFile(QProcess::nullDevice());
     daemon.start(QStringLiteral("dbus-daemon"),
                  {QStringLiteral("--config-file=") + file.fileName(), QStringLiteral("--nofork"),

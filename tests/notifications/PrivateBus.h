@@ -7,11 +7,11 @@
 
 namespace pelorinnews::test {
 
-/// A message bus of the test's own that starts no service by itself, so that the notification
-/// server under test is the one that answers. Ends with the object, by process id.
+/// A message bus of the test's own. It starts no service by itself, so that the notification server
+/// under test is the one that answers. Ends with the object, by process id.
 class PrivateBus {
 public:
-    /// `serviceFolder`: where the bus finds services to start; none where empty.
+    /// `serviceFolder`: where the bus finds services to start; empty for none.
     explicit PrivateBus(const QString &serviceFolder = QString());
     ~PrivateBus();
     PrivateBus(const PrivateBus &) = delete;
@@ -25,10 +25,10 @@ public:
 
     [[nodiscard]] bool hasNotificationServer() const;
 
-    /// The environment of a program on this bus.
+    /// The environment for a program that uses this bus.
     [[nodiscard]] QProcessEnvironment environment() const;
 
-    /// Ends the bus before the object goes.
+    /// Ends the bus before the object is destroyed.
     void stop();
 
 private:
@@ -49,9 +49,9 @@ public:
 
     /// Sends `signal` to the program.
     void signal(int number) const;
-    /// Ends it at once, as a crash would.
+    /// Kills it at once, like a crash.
     void kill();
-    /// The next line of its standard output; absent after twenty seconds without one.
+    /// The next line of its standard output; absent after a timeout of twenty seconds.
     [[nodiscard]] QString readLine();
     void writeLine(const QString &line);
 

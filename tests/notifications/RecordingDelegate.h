@@ -7,7 +7,7 @@
 
 namespace pelorinnews::test {
 
-/// Remembers what it was asked and told, and whether that was on the main thread.
+/// Records what it was asked and told, and whether that was on the main thread.
 class RecordingDelegate : public NotificationCenterDelegate {
 public:
     bool userNotificationCenterShouldPresentNotification(

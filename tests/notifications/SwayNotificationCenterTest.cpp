@@ -10,8 +10,8 @@
 
 namespace pelorinnews::test {
 
-/// Against SwayNotificationCenter on Wayland, which tells of a click only where its action has a
-/// label, clicked with a real pointer.
+/// Uses SwayNotificationCenter on Wayland, which reports a click only if its action has a label,
+/// with clicks of a real pointer.
 class SwayNotificationCenterTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -31,8 +31,8 @@ void SwayNotificationCenterTest::tellsTheDelegateOfAClick() {
     center.deliverNotification(notification(QStringLiteral("one")));
     QTRY_COMPARE(registeredIn(state).size(), 1U);
 
-    // The only window here is sway's screen. The pop-up comes up in its upper right corner, some
-    // time after the answer.
+    // The only window here is sway's screen. The pop-up appears in its upper right corner, some
+    // time after the reply.
     QStringList screen;
     QTRY_VERIFY(!(screen = PopUps::active()).isEmpty());
     const auto clickUntilItEnds = [&] {

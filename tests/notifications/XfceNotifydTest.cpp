@@ -10,7 +10,7 @@
 
 namespace pelorinnews::test {
 
-/// Against xfce4-notifyd, which tells of a click only from a button, clicked with a real pointer.
+/// Uses xfce4-notifyd, which reports a click only from a button, with clicks of a real pointer.
 class XfceNotifydTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -21,9 +21,9 @@ private Q_SLOTS:
     void isDismissedByAClickBesideTheButton();
 
 private:
-    /// Delivers one and waits until it alone stands.
+    /// Delivers a notification and waits until it is the only one that stands.
     void deliver(const QString &title) const;
-    /// Clicks into the pop-up, which may not be ready yet, until its notification ended.
+    /// Clicks into the pop-up, which may not be ready yet, until its notification has ended.
     [[nodiscard]] bool clickUntilItEnds(int x, int y) const;
 
     std::unique_ptr<QTemporaryDir> home;
@@ -74,7 +74,7 @@ bool XfceNotifydTest::clickUntilItEnds(int x, int y) const {
 }
 
 void XfceNotifydTest::opensByTheButton() {
-    // In the lower right corner, below the text.
+    // The button is in the lower right corner, below the text.
     QVERIFY(clickUntilItEnds(-60, -30));
     QVERIFY(QTest::qWaitFor([this] { return !delegate->activated.isEmpty(); }, testPatience));
     QCOMPARE(delegate->activated.size(), 1);
@@ -84,7 +84,7 @@ void XfceNotifydTest::opensByTheButton() {
 
 void XfceNotifydTest::isDismissedByAClickBesideTheButton() {
     QVERIFY(clickUntilItEnds(30, 20));
-    // Once this one stands, everything of the other has been heard.
+    // Once this notification stands, all signals of the other have arrived.
     deliver(QStringLiteral("two"));
     QCoreApplication::processEvents();
     QVERIFY(delegate->activated.isEmpty());

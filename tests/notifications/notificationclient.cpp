@@ -1,5 +1,5 @@
-// A host of its own process: delivers, lists and hears clicks through the session's bus as told on
-// standard input, until it is killed or its input ends.
+// A host in a process of its own: delivers, lists and listens for clicks on the session bus, as
+// commanded on standard input, until it is killed or its input ends.
 #include "RecordingDelegate.h"
 #include "notifications/DesktopNotificationCenter.h"
 #include "platform/MainQueue.h"
@@ -14,14 +14,14 @@ using namespace pelorinnews;
 
 namespace {
 
-// The registry is written to the disk, which a busy machine may take long for.
+// The registry is written to disk, which may take long on a busy computer.
 constexpr std::chrono::seconds longestFlush(30);
 
 void answer(const QString &line) {
     QTextStream(stdout) << line << '\n' << Qt::flush;
 }
 
-/// For the rest of the process.
+/// Lives as long as the process.
 const std::shared_ptr<test::RecordingDelegate> &delegate() {
     static const auto only = std::make_shared<test::RecordingDelegate>();
     return only;
@@ -48,7 +48,7 @@ void obey(NotificationCenter &center, const QString &command, const QString &arg
         center.setDelegate(delegate());
         answer(center.flush(longestFlush) ? QStringLiteral("done") : QStringLiteral("late"));
     } else if (command == QLatin1String("clicks")) {
-        // On the main thread, after all that it was told so far.
+        // On the main thread, after all events so far.
         MainQueue::dispatchAsync([] { answer(titles(delegate()->activated)); });
     }
 }

@@ -30,7 +30,7 @@ QString text(const icu::UnicodeString &characters) {
     return QString::fromUtf16(characters.getBuffer(), characters.length());
 }
 
-/// What ICU itself makes of `date`.
+/// The date that ICU itself reads from `date`.
 QDateTime readByIcu(const icu::SimpleDateFormat &format, const QString &date) {
     icu::ParsePosition position(0);
     const UDate instant = format.parse(
@@ -40,7 +40,7 @@ QDateTime readByIcu(const icu::SimpleDateFormat &format, const QString &date) {
     return QDateTime::fromMSecsSinceEpoch(std::llround(instant), Qt::UTC);
 }
 
-/// The locale that is left of `locale` without its region, with the calendar of before.
+/// `locale` without its region, but with the calendar that the region implies.
 icu::Locale withoutRegion(const icu::Locale &locale) {
     UErrorCode status = U_ZERO_ERROR;
     icu::Locale whole = locale;
@@ -50,7 +50,7 @@ icu::Locale withoutRegion(const icu::Locale &locale) {
     return rest;
 }
 
-/// Writes the dates of feeds, in GMT.
+/// Formats dates as feeds do, in GMT.
 std::unique_ptr<icu::SimpleDateFormat> writerFor(const icu::Locale &locale) {
     auto writer = formatFor(locale);
     writer->setTimeZone(*icu::TimeZone::getGMT());
@@ -73,7 +73,7 @@ QList<qint64> everyMonthAndWeekday() {
     return instants;
 }
 
-/// `date` and the ways in which it may be not quite right.
+/// `date` and variants of it that are slightly wrong.
 QStringList variantsOf(const QString &date) {
     QStringList variants = {date,
                             date.toLower(),
@@ -95,9 +95,9 @@ QStringList variantsOf(const QString &date) {
     return variants;
 }
 
-/// What `DateFormatter::userLocaleIdentifier` gives in an environment of these variables
-/// ("LANG=de_DE") and of no other that names a language. Another process tells: the platform reads
-/// its environment once.
+/// The result of `DateFormatter::userLocaleIdentifier` in an environment that has these variables
+/// ("LANG=de_DE") and no others that name a language. Runs in another process, because the platform
+/// reads its environment only once.
 QString identifierUnder(const QStringList &variables) {
     QProcess other;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -169,13 +169,13 @@ private Q_SLOTS:
         row("en-US", "de-AT", "en_AT");
         row("es-419", "de_DE", "es_DE");
         row("en-US", "es_419", "en_419");
-        // The script is the one in which the language asked for is written …
+        // The script is that of the requested language …
         row("sr-RS", "sr_ME", "sr_Cyrl_ME");
         row("sr-Latn-RS", "de_DE", "sr_Latn_DE");
         row("sr-RS", "sr_RS@latin", "sr_RS");
         row("zh-TW", "zh_CN", "zh_Hant_CN");
         row("zh-TW", "C", "zh_Hant");
-        // … and the calendar, too.
+        // … and so is the calendar.
         row("en-US", "th_TH", "en_TH@calendar=gregorian");
         row("en-TH", "th_TH", "en_TH");
         row("th-TH", "th_TH", "th_TH");
@@ -198,7 +198,8 @@ private Q_SLOTS:
             if ((language != "en" && language != "de") || *locales[i].getCountry() == '\0')
                 continue;
             ++regions[language];
-            // As a user has it whose every setting is of this region, and one whose formats are.
+            // For a user whose settings all have this region, and for one whose formats alone have
+            // it.
             for (const QString &preferred :
                  {QString::fromLatin1(locales[i].getName()), QString::fromLatin1(language)}) {
                 DateFormatter formatter(pattern,
@@ -311,9 +312,9 @@ private Q_SLOTS:
             const auto plain = writerFor(withoutRegion(locales[i]));
             for (const qint64 instant : {1425290400, 1456740000, 1767175200})
                 dates << written(*own, instant) << written(*plain, instant);
-            // Twice each: what was once read counts in the second reading.
+            // Twice each, so that the second reading is a cache hit.
             dates += dates;
-            // Variants are slow to refuse: ICU looks for zones by name in all languages.
+            // Variants are slow to reject: ICU looks for time zones by name in all languages.
             if (i % 8 == 0)
                 dates += variantsOf(dates.at(i / 8 % 4));
             DateFormatter formatter(pattern, QString::fromLatin1(locales[i].getName()));
@@ -330,7 +331,7 @@ private Q_SLOTS:
                 ++(expected.isValid() ? valid : invalid);
             }
         }
-        // Neither half of the comparison is empty.
+        // Neither side of the comparison is empty.
         QVERIFY(valid > count * 6);
         QVERIFY(invalid > count * 2);
     }
@@ -350,7 +351,7 @@ private Q_SLOTS:
         DateFormatter formatter(pattern, locale);
         for (int pass = 0; pass < 2; ++pass) {
             for (qint64 day = 16000; day < 16800; day += 3) {
-                // Names are met at midnight first, then again at all times of the day.
+                // Each name is first read at midnight, then again at all times of the day.
                 const qint64 instant = day * 86'400 + (pass == 0 ? 0 : day * 7919 % 86'400);
                 const QString date = written(*writer, instant);
                 const QDateTime expected = readByIcu(*icu, date);

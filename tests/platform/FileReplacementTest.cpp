@@ -18,11 +18,11 @@ namespace pelorinnews::test {
 
 namespace {
 
-/// The program takes this argument and a path: it is killed in the middle of a replacement.
+/// With this argument and a path, the program is killed in the middle of a replacement.
 const QString killedArgument = QStringLiteral("--killed-while-replacing");
 
 int dieWhileReplacing(const QString &path) {
-    // The kernel kills a process that writes more than it may.
+    // The kernel kills a process that writes more than its limit.
     const rlimit small{100'000, 100'000};
     static_cast<void>(::setrlimit(RLIMIT_FSIZE, &small));
     const rlimit noCore{0, 0};
@@ -231,7 +231,7 @@ void FileReplacementTest::whatAKilledProcessLeftIsRemovedAnHourLater() {
     QCOMPARE(names().size(), 2);
     const QString left = names().last();
 
-    // It may be another process's that is at work just now.
+    // It may belong to another process that is writing just now.
     QVERIFY(replace(path(), "new"));
     QVERIFY(names().contains(left));
 

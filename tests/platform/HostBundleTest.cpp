@@ -9,7 +9,7 @@ class HostBundleTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    /// Every way to the identifier is open; each test closes those before its own.
+    /// Sets every source of the identifier; each test unsets the sources that precede its own.
     void init() {
         HostBundle::setIdentity({"com.example.Stated", "Organisation", "Application"});
         qputenv("FLATPAK_ID", "com.example.Flatpak");

@@ -12,11 +12,11 @@ using namespace pelorinnews;
 
 namespace {
 
-/// A library that nothing else here touches, and some text in it that is never run.
+/// A library that nothing else here uses, and some text in it that is never executed.
 constexpr auto library = "libmvec.so.1";
 constexpr auto symbol = "_ZGVbN2v_sin";
 
-/// Kilobytes of the code and the constants of a library that are in this process's memory.
+/// Kilobytes of a library's code and constants that are in this process's memory.
 qint64 residentKilobytes(const QByteArray &name) {
     QFile maps(QStringLiteral("/proc/self/smaps"));
     if (!maps.open(QIODevice::ReadOnly))

@@ -9,7 +9,7 @@
 
 using namespace pelorinnews;
 
-// The application objects come and go inside the tests.
+// The application objects are created and destroyed inside the tests.
 class MainQueueTest : public QObject {
     Q_OBJECT
 
@@ -27,7 +27,7 @@ int argumentCount = 1;
 char programName[] = "test";
 char *arguments[] = {programName, nullptr};
 
-// Posts a task when it goes, as objects that a task holds may do.
+// Posts a task when it is destroyed, as objects owned by a task may do.
 struct PostsAtItsEnd {
     ~PostsAtItsEnd() {
         MainQueue::dispatchAsync([] {});

@@ -38,7 +38,7 @@ std::unique_ptr<OlvLocalization> localization(const QStringList &languages) {
     return made;
 }
 
-/// The text of `key` in the file of `language` alone.
+/// The text for `key` in the file of `language` alone.
 QString ownText(const QString &language, const QString &key) {
     QTranslator translator;
     if (!translator.load(tables + QStringLiteral("/Localizable_") + language))

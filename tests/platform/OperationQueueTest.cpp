@@ -15,7 +15,7 @@ using namespace pelorinnews;
 
 namespace {
 
-/// An application object of a test's own, so that it can end.
+/// An application object of a test's own, so that the test can destroy it.
 class Application {
 public:
     void end() { application.reset(); }
@@ -50,8 +50,8 @@ private Q_SLOTS:
         std::atomic<QThread *> thread = nullptr;
         queue->threadPool()->start([&thread] { thread = QThread::currentThread(); });
         QTRY_VERIFY(thread.load() != nullptr);
-        // The pool keeps the object of a thread that has ended. By itself it has threads wait for
-        // half a minute.
+        // The pool keeps the object of an ended thread. By default its threads wait for half a
+        // minute.
         QVERIFY(QTest::qWaitFor([&thread] { return thread.load()->isFinished(); }, 20000));
     }
 

@@ -23,7 +23,7 @@ namespace {
 constexpr int oneAndAHalf = 1500;
 
 #ifdef Q_OS_LINUX
-/// What the kernel says of this process's alarms, one text for each.
+/// The kernel's description of this process's alarms, one text for each.
 QStringList alarms() {
     QStringList found;
     const QDir descriptors(QStringLiteral("/proc/self/fdinfo"));
@@ -47,7 +47,7 @@ qint64 secondsOf(const QString &alarm, const QString &field) {
 }
 #endif
 
-/// Tells, by going, that whatever held it has let go.
+/// Sets a flag when it is destroyed, that is, when its last owner releases it.
 struct Hold {
     explicit Hold(bool &flag) : released(flag) {}
     Hold(const Hold &) = delete;
@@ -56,8 +56,7 @@ struct Hold {
     bool &released;
 };
 
-/// Owns its timer, whose callback holds it in turn: what a window controller and its refresh timer
-/// are to each other.
+/// Owns its timer, whose callback owns it in turn, like a window controller and its refresh timer.
 struct Owner : std::enable_shared_from_this<Owner> {
     void start(quint64 interval) {
         timer.emplace(interval, [self = shared_from_this()] { self->timer->invalidate(); });
@@ -115,7 +114,7 @@ void SleepAwareTimerTest::missedIntervalsAreOneFiring() {
     QThread::msleep(3200);
     QTest::qWait(300);
     QCOMPARE(firings, 1);
-    // The grid stands: the fourth second brings the next one.
+    // The firing times stay on the grid: the fourth second brings the next one.
     QTRY_COMPARE_WITH_TIMEOUT(firings, 2, 1200);
 }
 
@@ -279,8 +278,8 @@ void SleepAwareTimerTest::takesLongIntervals() {
 }
 
 void SleepAwareTimerTest::aClockHandedInCountsTheTimeSlept() {
-    // Half an hour passes by the clock while the thread's own timers see one second: the computer
-    // slept. The interval is over, though the thread was awake for a small part of it.
+    // The clock advances by half an hour while the thread's own timers see one second: the computer
+    // slept. The interval is over, although the thread was awake for only a small part of it.
     std::chrono::milliseconds now = 0ms;
     int firings = 0;
     int readings = 0;

@@ -9,7 +9,7 @@ using namespace pelorinnews;
 
 namespace {
 
-/// All text of a document, whatever elements it stands in, and their names.
+/// Collects all text of a document, whatever elements it is in, and the names of the elements.
 class Gathering final : public XmlReaderDelegate {
 public:
     void parserDidStartElement(std::string_view name) override {
@@ -41,11 +41,11 @@ public:
     std::string refusedEnd;
 };
 
-/// What a document reads as.
+/// The result of reading a document.
 struct Outcome {
     QByteArray text;
     QByteArray elements;
-    /// 0 where it reads to its end.
+    /// 0 if the document is read to its end.
     int code = 0;
     QString description;
     qint64 line = 0;
@@ -97,16 +97,16 @@ QByteArray chain(int length) {
     return declarations;
 }
 
-/// The most memory that this process had resident so far, in bytes.
+/// The peak resident memory of this process, in bytes.
 qint64 peakMemory() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return usage.ru_maxrss * qint64(1024);
 }
 
-/// Long enough to overflow a thread's stack where each step calls the next.
+/// Long enough to overflow a thread's stack if each step is a recursive call.
 constexpr int longChain = 100'000;
-/// Long enough for that only on a small one.
+/// Long enough for that only on a small stack.
 constexpr int shorterChain = 24'000;
 
 }  // namespace
@@ -282,7 +282,8 @@ private Q_SLOTS:
     void hundredBytesAreUsed() {
         const QByteArray value(XmlReader::longestEntity, 'x');
         QCOMPARE(read(withSubset("<!ENTITY e '" + value + "'>", "&e;")).text, value);
-        // Bytes count, not characters, and those that it stands for, not those that declare it.
+        // The limit counts bytes, not characters, and of the replacement text, not of the
+        // declaration.
         const QByteArray fifty = QByteArray("&#160;").repeated(50);
         QCOMPARE(read(withSubset("<!ENTITY e '" + fifty + "'>", "&e;")).text,
                  QByteArray("\xC2\xA0").repeated(50));
@@ -298,14 +299,14 @@ private Q_SLOTS:
         const Outcome outcome = read(withSubset(declaration, uses + "&e;&e;"));
         QCOMPARE(outcome.code, XmlReader::TooMuchExpansion);
         QCOMPARE(outcome.text.size(), XmlReader::mostExpansion);
-        // Those in attributes count too, wherever they stand.
+        // Uses in attributes count too, wherever they are.
         QCOMPARE(read(withSubset(declaration, "<b c='&e;'/>" + uses)).code, 0);
         QCOMPARE(read(withSubset(declaration, "<b c='&e;&e;'/>" + uses)).code,
                  XmlReader::TooMuchExpansion);
         QCOMPARE(
             read(withSubset(declaration + "<!ATTLIST b c CDATA '&e;&e;'>", "<b/>" + uses)).code,
             XmlReader::TooMuchExpansion);
-        // Others do not.
+        // Predefined entities and character references do not count.
         QCOMPARE(read(withSubset(declaration, "&amp;&#65;<b c='&amp;&#65;'/>" + uses + "&e;")).code,
                  0);
     }
@@ -317,7 +318,7 @@ private Q_SLOTS:
                 withSubset(declaration, "<b c='" + QByteArray("&e;").repeated(uses) + "'>x</b>");
             const qint64 before = peakMemory();
             const Outcome outcome = read(document);
-            // Whole, it would be 100 MB.
+            // Fully expanded, it would be 100 MB.
             QVERIFY(peakMemory() - before < 60'000'000);
             QCOMPARE(outcome.code, XmlReader::TooMuchExpansion);
             QCOMPARE(outcome.elements, " r");
@@ -351,7 +352,7 @@ private Q_SLOTS:
     void aLongChainNeitherRecursesNorExpands() {
         QFETCH(const QByteArray, document);
         Outcome outcome;
-        // The stack is that of any thread.
+        // With the stack size of an ordinary thread.
         std::thread([&] { outcome = read(document); }).join();
         QCOMPARE(outcome.code, XmlReader::UnusableEntity);
         QCOMPARE(outcome.text, QByteArray());
@@ -369,7 +370,7 @@ private Q_SLOTS:
         QByteArray usable;
         for (int i = 0; i < 2000; ++i)
             usable += "<!ENTITY e" + QByteArray::number(i) + " 'x&#38;amp;&#38;#121;&lt;'>";
-        // Replacement texts with an ampersand that needs no other declaration.
+        // Replacement texts with an ampersand that need no other declaration.
         QTest::newRow("usable ones of references") << usable << QByteArray("&e1999;");
         QTest::newRow("17 nested ones") << chain(17) << QByteArray("&a0;");
         QTest::newRow("1000 nested ones") << chain(1000) << QByteArray("&a0;");
@@ -409,7 +410,7 @@ private Q_SLOTS:
                      QStringLiteral("more than 200000 elements inside one another at line 1")),
                  qPrintable(outcome.description));
         QCOMPARE(outcome.text, QByteArray());
-        // Those that are closed count no more.
+        // Closed elements no longer count.
         QCOMPARE(
             read("<r>" + QByteArray("<a/>").repeated(XmlReader::mostOpenElements) + "</r>").code,
             0);
@@ -450,7 +451,7 @@ private Q_SLOTS:
                      QStringLiteral("enough of it at line 2, column %1").arg(atEnd ? 5 : 1));
             QVERIFY(!reader.finish());
         }
-        // The document's last event is no exception.
+        // This also holds for the document's last event.
         Gathering gathered;
         XmlReader reader(gathered);
         gathered.reader = &reader;

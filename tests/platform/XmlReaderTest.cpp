@@ -10,7 +10,7 @@ using namespace pelorinnews;
 
 namespace {
 
-/// Notes every event as one line; a run of text is one line however many calls it came in.
+/// Records every event as one line; a run of text is one line however many calls delivered it.
 class Recorder final : public XmlReaderDelegate {
 public:
     void parserDidStartElement(std::string_view name) override { note("<", name); }
@@ -188,7 +188,8 @@ private Q_SLOTS:
                 return -1.0;
             return static_cast<double>(timer.nsecsElapsed()) / 1e9;
         };
-        // Read again with every piece, the longer one would take 400 times as long as the shorter.
+        // If the text were read again with every piece, the longer one would take 400 times as long
+        // as the shorter.
         const double shorter = secondsFor(200);
         const double longer = secondsFor(4000);
         QVERIFY(shorter > 0);

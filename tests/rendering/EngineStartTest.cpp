@@ -1,5 +1,5 @@
-// Whether a web engine can be started: the answer must be right before the engine is, since where
-// it cannot it ends the process.
+// Whether a web engine can be started. The answer must be right before the engine starts, because
+// an engine that cannot start ends the process.
 
 #include "TestMain.h"
 #include "rendering/EngineStart.h"
@@ -18,7 +18,7 @@ namespace {
 
 constexpr auto nobody = "65534";
 
-// This test's own program, which answers as `answers` does, in an environment and as a user.
+// Runs this test's own program, which answers as `answers` does, with an environment and as a user.
 int asked(const QStringList &variables, bool asNobody = false, const QStringList &arguments = {}) {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -39,7 +39,7 @@ int asked(const QStringList &variables, bool asNobody = false, const QStringList
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
-// Whether the kernel lets this user do what the engine does, by another program's account.
+// Whether the kernel lets this user do what the engine does, according to another program.
 bool kernelAllows(bool asNobody) {
     QProcess process;
     QStringList command = {QStringLiteral("unshare"), QStringLiteral("--user"),

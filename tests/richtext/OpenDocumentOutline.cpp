@@ -4,8 +4,8 @@ namespace pelorinnews::test {
 
 namespace {
 
-/// The properties of interest, what each is called in an outline, and the values that go without
-/// saying.
+/// The properties of interest, their names in an outline, and their default values, which are left
+/// out.
 struct Property {
     const char *name;
     const char *label;
@@ -53,8 +53,7 @@ QString OpenDocumentOutline::run() {
 void OpenDocumentOutline::readStyle() {
     const QString name = attribute("style:name");
     Properties properties;
-    // Headings say in their named style what they are; only what the text itself adds is of
-    // interest.
+    // A heading's named style defines it; only what the text itself adds is of interest.
     while (_reader.readNextStartElement()) {
         for (const QXmlStreamAttribute &found : _reader.attributes())
             properties.insert(found.qualifiedName().toString(), found.value().toString());
@@ -95,7 +94,7 @@ void OpenDocumentOutline::readBody() {
                     end();
                 break;
             case QXmlStreamReader::Characters:
-                // Between elements there is layout of the file, not text.
+                // The text between elements is file layout, not content.
                 if (!_reader.text().startsWith(QLatin1Char('\n')))
                     _paragraph += _reader.text();
                 break;

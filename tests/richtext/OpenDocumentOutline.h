@@ -8,7 +8,7 @@
 namespace pelorinnews::test {
 
 /// What a word processor understood of a document, as lines that a person can read and a test can
-/// compare: one for each paragraph, picture, table, row and cell, with what its style says.
+/// compare: one for each paragraph, picture, table, row and cell, with its style's properties.
 class OpenDocumentOutline {
 public:
     /// The outline of a flat OpenDocument text; empty if it is none.

@@ -25,8 +25,8 @@ QByteArray contentsOf(const QString &path) {
 
 }  // namespace
 
-/// A word processor reads what we write: every fixture goes through it in one run, and what it
-/// understood is compared with the outline beside the fixture.
+/// A word processor reads the documents that we write. It reads all fixtures in one run, and its
+/// result is compared with the outline beside each fixture.
 class RichTextReadingTest : public QObject {
     Q_OBJECT
 

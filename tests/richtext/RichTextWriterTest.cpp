@@ -47,7 +47,7 @@ QByteArray rtf(const QString &html) {
     return richTextFromHtml(html).value_or(QByteArrayLiteral("(absent)"));
 }
 
-/// Whether every group that opens closes again, and the document is one group.
+/// Whether every group that opens closes again, and the document is a single group.
 bool isBalanced(const QByteArray &bytes) {
     int depth = 0;
     for (qsizetype i = 0; i < bytes.size(); ++i) {
@@ -209,7 +209,7 @@ void RichTextWriterTest::refusesPicturesThatCannotBeRead() {
     QVERIFY(pictureOf({}).isEmpty());
     QVERIFY(pictureOf("<svg>").isEmpty());
     QVERIFY(pictureOf(pictureFile("PNG", {400, 400}).left(60)).isEmpty());
-    // A header that promises 40,000 x 40,000 pixels.
+    // A header that declares 40,000 x 40,000 pixels.
     QByteArray bomb = pictureFile("BMP");
     for (const int place : {18, 22}) {
         bomb[place] = '\x40';
@@ -449,7 +449,8 @@ void RichTextWriterTest::takesAFewMillisecondsForAnItem() {
         QVERIFY(richTextFromHtml(html));
         best = std::min(best, clock.elapsed());
     }
-    // A few in an optimised build; the bound leaves room for sanitizers and busy machines.
+    // A few milliseconds in an optimised build; the bound leaves room for sanitizers and busy
+    // computers.
     QVERIFY2(best < 100, qPrintable(QString::number(best)));
 }
 

@@ -17,7 +17,7 @@
 
 namespace pelorinnews::test {
 
-/// The notification registry and the preferences on a real disk that is full, or nearly.
+/// The notification registry and the preferences on a real disk that is full, or nearly full.
 class FullDiskTest : public QObject {
     Q_OBJECT
 
@@ -45,7 +45,7 @@ private:
     [[nodiscard]] QByteArray bytes() const { return bytesOf(path()); }
     [[nodiscard]] static QByteArray bytesOf(const QString &file);
     [[nodiscard]] static bool put(const QString &file, const QByteArray &bytes);
-    /// The host's own settings, in a section before and one after the panel's.
+    /// The host's own settings, in a section before and a section after the panel's.
     [[nodiscard]] static QByteArray settingsOfTheHost();
     [[nodiscard]] QStringList filesBesideThePreferences() const;
 
@@ -106,7 +106,7 @@ QStringList FullDiskTest::filesBesideThePreferences() const {
 void FullDiskTest::theRegistryIsWholeOrAsItWas_data() {
     QTest::addColumn<qint64>("room");
     QTest::addColumn<int>("title");
-    // Besides the file, the lock file takes a block.
+    // The lock file takes a block in addition to the file.
     constexpr qint64 block = SmallDisk::block;
     QTest::newRow("no room at all") << qint64(0) << 10;
     QTest::newRow("room for the lock") << block << 10;
@@ -160,8 +160,8 @@ void FullDiskTest::thePreferencesAreWholeOrAsTheyWere_data() {
     using Make = std::function<QVariant(int)>;
     const std::vector<std::pair<const char *, Make>> makers = {
         {"plain", [](int size) { return QString(size, QLatin1Char('n')); }},
-        // What takes three times as much room in the file, and what takes more than anybody knows
-        // beforehand.
+        // Values that take three times as much room in the file, and values whose size in the file
+        // is hard to predict.
         {"escaped", [](int size) { return QString(size / 3, QChar(1)); }},
         {"binary", [](int size) { return QByteArray(size / 3, '\x01'); }},
         {"list", [](int size) { return QStringList(2 + size / 4, QStringLiteral("ab")); }},
@@ -175,12 +175,12 @@ void FullDiskTest::thePreferencesAreWholeOrAsTheyWere_data() {
 void FullDiskTest::thePreferencesAreWholeOrAsTheyWere() {
     QFETCH(const std::function<QVariant(int)>, make);
     QFETCH(QString, way);
-    // From what has room to what has none, so that every way to fail is met on the way.
+    // From sizes that fit to sizes that do not, so that every kind of failure occurs on the way.
     constexpr int step = 640;
     int written = 0;
     int refused = 0;
     for (int size = 2 * SmallDisk::block; size < 6 * SmallDisk::block; size += step) {
-        // Each a file of its own: QSettings remembers those that it has seen.
+        // Each in its own file: QSettings caches the files that it has read.
         const QString name = QStringLiteral("P%1.conf").arg(size);
         const QString file = folder->filePath(QStringLiteral("Olvane/")) + name;
         QVERIFY(put(file, settingsOfTheHost()));
@@ -230,7 +230,7 @@ void FullDiskTest::preferencesThatHaveNoRoomStayInMemoryUntilThereIsSome() {
     QCOMPARE(bytes(), settingsOfTheHost());
     QCOMPARE(defaults.stringForKey(key), QStringLiteral("new"));
     disk->freeRoom();
-    // The next change writes both, without being asked to.
+    // The next change writes both values, without any other call.
     defaults.setValue(QStringLiteral("newsFilter"), 2);
     QTRY_VERIFY(bytes().contains("newsFeedBaseURL=new"));
     QVERIFY(bytes().contains("newsFilter=2"));
@@ -267,7 +267,7 @@ void FullDiskTest::whatTheHostHasNotWrittenYetIsNotLostWithOurs() {
     QVERIFY(put(path(), settingsOfTheHost()));
     QSettings host(path(), QSettings::IniFormat);
     UserDefaults defaults(path());
-    // Room for what the panel set, but not for what the host set; the panel writes both.
+    // There is room for the panel's changes, but not for the host's; the panel writes both.
     disk->leaveRoom(5 * SmallDisk::block);
     host.setValue(QStringLiteral("more"), QString(9000, QLatin1Char('m')));
     host.remove(QStringLiteral("Window/last"));
@@ -291,12 +291,12 @@ void FullDiskTest::whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs() {
     auto defaults = std::make_optional<UserDefaults>(path());
     disk->leaveRoom(5 * SmallDisk::block);
     host.setValue(QStringLiteral("more"), QString(9000, QLatin1Char('m')));
-    // The host's own object would cut the file in the next turn.
+    // The host's own object would truncate the file in the next event loop iteration.
     QCoreApplication::removePostedEvents(&host);
     defaults->synchronize();
     QCOMPARE(bytes(), settingsOfTheHost());
 
-    // Whoever makes a file in the folder changes its time.
+    // Creating a file in the folder changes the folder's time.
     const std::filesystem::path parent = QFileInfo(path()).path().toStdString();
     const auto earlier = std::filesystem::last_write_time(parent) - std::chrono::hours(1);
     std::filesystem::last_write_time(parent, earlier);
@@ -347,7 +347,8 @@ void FullDiskTest::aProcessThatEndsLeavesThePreferencesWhole() {
 void FullDiskTest::aDamagedFileIsRewrittenOnlyWhereItCouldBeCopied() {
     const QByteArray damaged = settingsOfTheHost() + "no equals sign here\n";
     QVERIFY(put(path(), damaged));
-    // Room for the new file, but not for the copy as well: both are made one after the other.
+    // There is room for the new file, but not for the copy as well: they are made one after the
+    // other.
     disk->leaveRoom(4 * SmallDisk::block);
     UserDefaults defaults(path());
     defaults.setValue(key, QStringLiteral("new"));

@@ -181,7 +181,7 @@ private Q_SLOTS:
         QCOMPARE(configuration.lastViewing(), viewed);
         configuration.setLastViewing(viewed.addMSecs(1));
         QCOMPARE(configuration.lastViewing(), viewed.addMSecs(1));
-        // What is no date is none that is later.
+        // A stored value that is not a date does not count as later.
         database->setValue("newsLastViewing", "yesterday");
         configuration.setLastViewing(viewed);
         QCOMPARE(configuration.lastViewing(), viewed);
@@ -190,7 +190,7 @@ private Q_SLOTS:
     void anotherInstancesLaterLastViewingIsKept() {
         OlvNewsConfiguration configuration = store();
         configuration.setLastViewing(viewed);
-        // It ends first, and this one knows the file as it was before.
+        // The other process ends first, while this one still knows the earlier file.
         QVERIFY(elsewhere({viewed.addDays(2)}));
         configuration.setLastViewing(viewed.addDays(1));
         QCOMPARE(configuration.lastViewing(), viewed.addDays(2));
@@ -216,7 +216,7 @@ private Q_SLOTS:
     }
 
     void aLockThatIsNoFileKeepsNothingBack() {
-        // Whoever opened a pipe would wait for somebody to write.
+        // Opening a pipe would block until another process writes.
         QVERIFY(QDir().mkpath(QFileInfo(path).path()));
         QCOMPARE(mkfifo(QFile::encodeName(path + ".date.lock").constData(), 0600), 0);
         OlvNewsConfiguration configuration = store();
@@ -256,7 +256,7 @@ private Q_SLOTS:
     }
 
     void theLanguagesComeFromTheSystem() {
-        // The platform reads its environment once for each process.
+        // The platform reads its environment only once for each process.
         for (const auto &[variable, expected] : {std::pair("de_DE.UTF-8", "de-DE"),
                                                  {"sr_RS.UTF-8@latin", "sr-Latn-RS"},
                                                  {"C", "en"},
@@ -309,7 +309,7 @@ private:
         return OlvNewsConfiguration(database, {QStringLiteral("de-DE"), QStringLiteral("en-US")});
     }
 
-    /// Has as many other processes store a last viewing each, all at once.
+    /// Makes several processes store a last viewing each, all at once.
     [[nodiscard]] bool elsewhere(const QList<QDateTime> &dates) const {
         std::vector<std::unique_ptr<QProcess>> others;
         for (const QDateTime &date : dates) {

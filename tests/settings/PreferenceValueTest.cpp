@@ -139,8 +139,8 @@ private Q_SLOTS:
     }
 
 private:
-    /// What `value` comes back as when another process reads the file. Each value has a file of
-    /// its own, renamed once written, since QSettings shares what it read within a process.
+    /// The value that another process reads back for `value`. Each value has its own file, which is
+    /// renamed once written, because QSettings shares what it has read within a process.
     QVariant throughFile(const QVariant &value) {
         const QString written = folder.filePath(QString::number(++files));
         {

@@ -1,4 +1,5 @@
-// A program that sets a preference after its event loop, and ends with the preferences still held.
+// A program that sets a preference after its event loop has ended, and exits while the preferences
+// object is still held.
 
 #include "settings/UserDefaults.h"
 

@@ -33,7 +33,7 @@ void writeFile(const QString &path, const QByteArray &bytes) {
     QCOMPARE(file.write(bytes), bytes.size());
 }
 
-/// The program takes this argument, a file and a prefix of keys: it writes them, one by one.
+/// With this argument, a file and a prefix of keys, the program writes these keys one by one.
 const QString writerArgument = QStringLiteral("--writer");
 constexpr int writerRounds = 25;
 
@@ -370,7 +370,7 @@ private Q_SLOTS:
     }
 
     void severalProcessesLoseNothingOfEachOther() {
-        // Each of them writes through the preferences, or as a host does through its own QSettings.
+        // Each of them writes through the preferences, or, like a host, through its own QSettings.
         writeFile(path, "[General]\ntheirs=7\n");
         std::vector<std::unique_ptr<QProcess>> writers;
         for (const char *const kind : {"panel1", "panel2", "host1"}) {

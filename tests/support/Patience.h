@@ -2,9 +2,8 @@
 
 #include <QtTest/qtestcase.h>
 
-// Every test waits for what must come as long as this, in milliseconds: Qt's five seconds are not
-// enough for a sanitized build on a busy computer. The build includes it into every source of the
-// tests.
+// The timeout of every wait in the tests, in milliseconds: Qt's five seconds are not enough for a
+// sanitized build on a busy computer. The build includes it into every source of the tests.
 constexpr int testPatience = 30000;
 
 #undef QTRY_COMPARE

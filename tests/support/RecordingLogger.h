@@ -8,7 +8,7 @@
 
 namespace pelorinnews::test {
 
-/// A logger that remembers what it was given, from whichever thread.
+/// A logger that records what it receives. Thread-safe.
 class RecordingLogger : public OlvLogger {
 public:
     struct Entry {

@@ -10,7 +10,7 @@
 
 namespace pelorinnews::test {
 
-/// The threads of this process that bear `name`.
+/// The threads of this process with this name.
 inline QList<pid_t> threads(const QByteArray &name) {
     QList<pid_t> found;
     const QStringList all = QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs);
@@ -26,8 +26,8 @@ inline qsizetype threadCount(const QByteArray &name) {
     return threads(name).size();
 }
 
-/// Takes the walks of this process out of the idle class, in which they would hardly get on beside
-/// the other tests. Only the administrator may; others wait longer.
+/// Takes the walks of this process out of the idle class, in which they would make hardly any
+/// progress beside the other tests. Only root may do so; for other users the walks take longer.
 class HurriedWalks : public QObject {
 public:
     HurriedWalks() {

@@ -6,18 +6,18 @@
 
 namespace pelorinnews::test {
 
-/// Gives this process mounts of its own, for which an ordinary user needs a user namespace. Call it
-/// first in `main`, while there is one thread. Where it is refused, `SmallDisk` tells why.
+/// Gives this process mounts of its own; an ordinary user needs a user namespace for that. Call it
+/// first in `main`, while there is one thread. If it is refused, `SmallDisk` says why.
 void enterOwnMounts();
 
-/// A tmpfs of 64 KB, mounted over a folder of this process as long as the object lives.
+/// A tmpfs of 64 KB, mounted over a folder of this process during the object's lifetime.
 class SmallDisk {
 public:
     static constexpr qint64 size = 65536;
-    /// What room is given out in.
+    /// The unit in which disk space is allocated.
     static constexpr qint64 block = 4096;
 
-    /// Why there can be none here; empty where there can.
+    /// Why a small disk is not available here; empty if it is.
     [[nodiscard]] static QString whyNot();
 
     explicit SmallDisk(const QString &folder);
@@ -27,13 +27,13 @@ public:
 
     [[nodiscard]] bool isMounted() const { return mounted; }
 
-    /// How many bytes still have room.
+    /// How many bytes are free.
     [[nodiscard]] qint64 room() const;
 
-    /// Fills it up so that `left` bytes, in whole blocks, still have room.
+    /// Fills the disk so that `left` bytes, in whole blocks, stay free.
     void leaveRoom(qint64 left) const;
 
-    /// Takes back what `leaveRoom` did.
+    /// Undoes `leaveRoom`.
     void freeRoom() const;
 
 private:

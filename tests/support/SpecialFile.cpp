@@ -22,7 +22,7 @@ QByteArray elsewhere(const QString &path) {
     return QFile::encodeName(path + QStringLiteral(".elsewhere"));
 }
 
-/// One of the test's own: a mistake would cost the computer its `/dev/zero`.
+/// The test makes a device of its own: a mistake would destroy the computer's `/dev/zero`.
 bool makeZeroDevice(const char *name) {
     constexpr unsigned memoryDevices = 1;
     constexpr unsigned zero = 5;
@@ -48,7 +48,8 @@ struct SpecialFile::Watch {
     explicit Watch(const QByteArray &name) : watched(name), events(::inotify_init1(IN_NONBLOCK)) {
         ::lstat(name.constData(), &itself);
         hasTarget = ::stat(name.constData(), &target) == 0;
-        // Whoever searches the disk opens folders. A link to itself leads to nothing to be watched.
+        // Programs that search the disk open folders, so folders are not watched. A link to itself
+        // has no target to watch.
         if (hasTarget && !S_ISDIR(target.st_mode))
             ::inotify_add_watch(events, name.constData(), IN_OPEN | IN_MODIFY | IN_ATTRIB);
     }

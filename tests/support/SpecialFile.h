@@ -7,22 +7,22 @@
 
 namespace pelorinnews::test {
 
-/// Something that stands where a file of ours belongs and is no regular file, and a watch over it.
+/// Something other than a regular file in place of a file of ours, and a watch over it.
 class SpecialFile {
 public:
-    /// What there can be: a pipe, a device, a link to one, and so on.
+    /// The kinds of special file: a pipe, a device, a link to one, and so on.
     [[nodiscard]] static QStringList kinds();
 
-    /// Makes a `kind` at `path`; what it leads to, if it is a link, beside it.
+    /// Makes a `kind` at `path`; if it is a link, its target is made beside it.
     SpecialFile(const QString &kind, const QString &path);
     SpecialFile(const SpecialFile &) = delete;
     SpecialFile &operator=(const SpecialFile &) = delete;
     ~SpecialFile();
 
-    /// Why it could not be made; empty where it could.
+    /// Why it could not be made; empty on success.
     [[nodiscard]] QString whyNot() const { return refusal; }
 
-    /// What has happened to it: "opened", "changed", "replaced"; empty where nothing has.
+    /// What has happened to it: "opened", "changed", "replaced"; empty if nothing has.
     [[nodiscard]] QString harm() const;
 
 private:

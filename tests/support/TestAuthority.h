@@ -10,7 +10,7 @@
 
 namespace pelorinnews::test {
 
-/// A certificate authority made for one test and gone with it; while it lives, the process's
+/// A certificate authority made for one test and removed with it. During its lifetime the process's
 /// default TLS configuration trusts it, as a host would arrange. Needs pelorin_feedserver.
 class TestAuthority {
 public:
@@ -27,10 +27,10 @@ public:
     TestAuthority(const TestAuthority &) = delete;
     TestAuthority &operator=(const TestAuthority &) = delete;
 
-    /// Where the authority is, for a server that is a program of its own.
+    /// The authority's folder, for a server that is a separate program.
     [[nodiscard]] QString path() const { return folder.path(); }
 
-    /// A server certificate with its key; ends the test where it cannot be made.
+    /// A server certificate with its key; aborts the test on failure.
     [[nodiscard]] DevelopmentCertificates::Files issue(DevelopmentCertificates::Kind kind) const {
         QString whyNot;
         const auto files = authority->issue(kind, &whyNot);

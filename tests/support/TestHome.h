@@ -4,7 +4,7 @@
 
 namespace pelorinnews::test {
 
-/// A home folder of the test's own, with every user folder in it, gone when the object goes.
+/// A home folder of the test's own, with every user folder in it; removed with the object.
 /// Construct it before any application object, so that nothing reads the real user's folders.
 class TestHome {
 public:

@@ -5,7 +5,8 @@
 #include <QCoreApplication>
 #include <QTest>
 
-/// The main function of a test without a window: a home of its own first, then the application.
+/// The main function of a test without a window: creates a home folder of its own first, then the
+/// application.
 #define PELORIN_CORE_TEST_MAIN(TestClass)               \
     int main(int argc, char *argv[]) {                  \
         const pelorinnews::test::TestHome home;         \

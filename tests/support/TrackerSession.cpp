@@ -48,8 +48,8 @@ void makeHome(const QDir &home) {
 
 namespace {
 
-/// A bus that starts no service by itself: neither the index that the user has, nor what belongs
-/// to one that has just been stopped.
+/// A bus that starts no service by itself: neither the user's own index nor services of an index
+/// that has just been stopped.
 QString busConfiguration(const QDir &home) {
     const QString path = home.filePath(QStringLiteral("bus.conf"));
     QFile file(path);
@@ -88,7 +88,8 @@ bool isInTrackerSession() {
 bool TrackerMiner::start() {
     if (!isInTrackerSession())
         return false;
-    // One that was stopped while it made its index left one that no other can open.
+    // An index process that was stopped while it created its index leaves an index that no other
+    // can open.
     QDir(qEnvironmentVariable(insideVariable) + QStringLiteral("/.cache/tracker3"))
         .removeRecursively();
     process.setStandardErrorFile(QProcess::nullDevice());

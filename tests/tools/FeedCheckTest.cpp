@@ -33,7 +33,7 @@ struct Outcome {
     }
 };
 
-/// Runs the program on `input` in a user's environment of English dates.
+/// Runs the program on `input`, in the environment of a user with English dates.
 Outcome check(const QStringList &arguments, const QByteArray &input = {},
               const QByteArray &variables = "LC_ALL=en_US.UTF-8") {
     QProcess program;
@@ -62,7 +62,7 @@ QByteArray daysAgo(int days) {
         .toLatin1();
 }
 
-/// An item without fault, in one line.
+/// An item without mistakes, in one line.
 QByteArray item(const QByteArray &title, int ageInDays = 1,
                 const QByteArray &category = "mac pelorin") {
     return "<item><title>" + title + "</title><pubDate>" + daysAgo(ageInDays) +
@@ -224,7 +224,7 @@ private Q_SLOTS:
         const QTemporaryDir feeds;
         QFile file(feeds.filePath("standard.en.xml"));
         QVERIFY(file.open(QIODevice::WriteOnly));
-        // A year's worth of months, and of weekdays.
+        // Every month of a year, and every weekday.
         QByteArray items;
         for (int month = 0; month < 12; ++month)
             items +=

@@ -23,7 +23,7 @@ private Q_SLOTS:
     void theAuthorityIsMadeOnceAndSignsTheServer();
 
 private:
-    /// Starts the program and reads the address it prints; null when it does not.
+    /// Starts the program and reads the address that it prints; null on failure.
     static QByteArray started(QProcess &program, const QStringList &arguments) {
         program.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"), arguments);
         if (!program.waitForReadyRead(20000))

@@ -376,7 +376,7 @@ void FeedServerTest::badRequestsAreRefused() {
 }
 
 void FeedServerTest::itAnswersWhileTheCallersThreadIsBlocked() {
-    // The exchange blocks this thread, and no event loop has run since the server started.
+    // The exchange blocks this thread, so no event loop has run since the server started.
     FeedServer server;
     QVERIFY(server.start());
     FeedReply reply;

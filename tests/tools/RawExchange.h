@@ -7,8 +7,8 @@
 
 namespace pelorinnews::test {
 
-/// One exchange over a socket of its own: what was sent, and every byte that came back, with no
-/// HTTP client in between to hide anything.
+/// One exchange over its own socket: what was sent, and every byte that came back, with no HTTP
+/// client in between to hide anything.
 class RawExchange {
 public:
     RawExchange(quint16 port, bool tls) {
@@ -31,7 +31,7 @@ public:
         send("GET " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
     }
 
-    /// Gathers until the connection has ended, `enough` bytes have come or `timeout` is over.
+    /// Reads until the connection has ended, `enough` bytes have arrived or `timeout` has expired.
     void gather(std::chrono::milliseconds timeout = std::chrono::seconds(10),
                 qint64 enough = std::numeric_limits<qint64>::max()) {
         QElapsedTimer elapsed;
@@ -49,7 +49,7 @@ public:
     [[nodiscard]] bool hasEnded() const {
         return socket.state() != QAbstractSocket::ConnectedState;
     }
-    /// Everything before the empty line, with its line's end.
+    /// Everything before the empty line, including the line end of the last header line.
     [[nodiscard]] QByteArray head() const {
         return received.left(received.indexOf("\r\n\r\n") + 2);
     }

@@ -1,4 +1,4 @@
-// The content view as accessibility clients ask it and change it.
+// The content view as accessibility clients read and change it.
 
 #include "TestMain.h"
 #include "window/OlvNewsWebView.h"
@@ -48,7 +48,7 @@ void AccessibleViewTest::aFixedTextStandsForAnAbsentValue() {
 
 void AccessibleViewTest::otherAttributesCannotBeSet() {
     static QList<QAccessible::Event> told;
-    // Nothing is told where nobody listens.
+    // Events are sent only while accessibility is active.
     QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(true);
     const auto before = QAccessible::installUpdateHandler(
         [](QAccessibleEvent *event) { told.append(event->type()); });

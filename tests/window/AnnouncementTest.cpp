@@ -1,4 +1,4 @@
-// When the controller announces news, and when it takes the announcement back.
+// When the controller announces news, and when it withdraws the announcement.
 
 #include "HeldFeed.h"
 #include "RecordingLogger.h"
@@ -200,8 +200,8 @@ void AnnouncementTest::aClickOnAnyNotificationOpensTheWindow() {
     QVERIFY(delivered().isEmpty());
 }
 
-// Only Wayland's window code looks for the token there, and there is no Wayland here: that it finds
-// it is not for this test to tell.
+// Only Wayland's window code looks for the token there, and there is no Wayland here: this test
+// cannot check that it finds the token.
 void AnnouncementTest::offWaylandAClicksTokenStaysOutOfTheEnvironment() {
     class Watcher : public QObject {
     public:
@@ -258,8 +258,8 @@ void AnnouncementTest::exitKeepsTheAnnouncementForOneCopyOnly() {
 
 void AnnouncementTest::exitWithdrawsWhileTheSearchHasNotAnswered() {
     QVERIFY(QDir(fixture->applications()).mkpath(QStringLiteral("Pelorin.app")));
-    // The search is started by the main loop, which does not turn between creation and exit. The
-    // refresh of the creation must not announce anything in between.
+    // The main loop starts the search, and it does not run between creation and exit. The refresh
+    // at creation must not announce anything in between.
     fixture->serve({});
     UserNotification standing;
     standing.userInfo = {

@@ -1,4 +1,4 @@
-// What the window shows, and stepping through it.
+// What the window shows, and stepping through the items.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -84,7 +84,7 @@ void DisplayTest::steppingGoesOnFromBeyondAListThatBecameShorter() {
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("5 / 5"));
     controller->newsCache().setCategoriesOfInterest({QStringLiteral("kept")});
     QCOMPARE(controller->newsCache().count(), 3U);
-    // Only the place after the last item leads back to the first.
+    // Only the position right after the last item leads back to the first.
     controller->onNextItem();
     QCOMPARE(controller->itemIndicator()->text(), QString());
     QTRY_COMPARE(controller->webView()->outerHTML(),
@@ -219,7 +219,7 @@ void DisplayTest::aSecondWindowTakesOverTheOptionsAsTheyAre() {
     QVERIFY(second->optionsButton()->isChecked());
     QVERIFY(!second->displayContentFrom()->isHidden());
 
-    // Also when they changed between its loading and its opening.
+    // Also if the options changed between the window's loading and its opening.
     first->onOptionsButton();
     QTRY_COMPARE(first->optionsLabel()->text(), WindowFixture::localized("SettingsShowOptions"));
     second->showWindow();
@@ -241,7 +241,8 @@ void DisplayTest::theTriangleOfASecondWindowNeverPointsTheWrongWay() {
                                                   : "SettingsShowOptions"));
         QCOMPARE(pressed->displayContentFrom()->isHidden(), !pressed->optionsButton()->isChecked());
     }
-    // A window takes no room for an area that it does not show, nor too little for one it shows.
+    // A window reserves no room for an area that it does not show, and enough room for one that it
+    // shows.
     second->window()->performClose();
     QTRY_VERIFY(!second->window()->isVisible());
     second->showWindow();
@@ -304,10 +305,10 @@ void DisplayTest::whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone() {
             QCOMPARE(control->isHidden(), !open);
     };
     isDone();
-    // Nor does anything come after it.
+    // Nothing changes afterwards either.
     QTest::qWait(300);
     isDone();
-    // As the next test finds them.
+    // Restore the state that the next test expects.
     if (open) {
         controller->onOptionsButton();
         QTRY_VERIFY(controller->displayContentFrom()->isHidden());
@@ -388,7 +389,7 @@ void DisplayTest::withoutOutletsEveryOperationIsHarmless() {
     controller->onOptionsButton();
     WindowFixture::settle(*controller);
     QCOMPARE(controller->newsCache().count(), 2U);
-    // The others do their part as ever.
+    // The other controls work as usual.
     if (controller->webView())
         QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 2</p>"));
     for (const QWidget *button : {controller->previousItem(), controller->nextItem()})
@@ -432,7 +433,7 @@ void DisplayTest::drawsItemsThatNameNoFontInTheStandardFont() {
     QTRY_COMPARE(controller->webView()->outerHTML(), items[0].html);
     const auto *browser = controller->webView()->findChild<QTextBrowser *>();
     QVERIFY(browser);
-    // What the text is laid out with, whether this computer has such a font or a cousin of it.
+    // The font that the text is laid out with, whether this computer has that font or a substitute.
     const auto font = [browser](int block) {
         const QTextBlock text = browser->document()->findBlockByNumber(block);
         return text.begin().fragment().charFormat().font().resolve(

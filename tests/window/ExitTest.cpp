@@ -1,4 +1,4 @@
-// Shutting down: what the host's `exit` closes, stores and lets go of.
+// Shutting down: what the host's `exit` closes, stores and releases.
 
 #include "HeldFeed.h"
 #include "TestMain.h"
@@ -14,7 +14,7 @@ using namespace pelorinnews::test;
 
 namespace {
 
-// Whether a news window was made since this was, even if it is gone again.
+// Whether a news window was made during this object's lifetime, even if it is gone again.
 class MadeWindows : public QObject {
 public:
     MadeWindows() { qApp->installEventFilter(this); }
@@ -52,7 +52,7 @@ private Q_SLOTS:
     void isDestroyedOnTheMainThreadWhoeverLetsGoLast();
 
 private:
-    /// News of which the latest is not the one that is shown first.
+    /// News whose latest item is not shown first.
     static QList<FeedItem> latestLast() {
         auto items = WindowFixture::items(5);
         std::swap(items[0], items[4]);
@@ -196,7 +196,7 @@ void ExitTest::newsThatComeAfterExitOpenTheWindowOnlyOfAControllerThatIsHeld() {
     auto controller = fixture->beginController();
     QVERIFY(service.isAsked());
     const QPointer<OlvNewsWindowController> watched = controller.get();
-    // Another refresh under way keeps the controller, but is nobody who could close its window.
+    // Another refresh under way keeps the controller alive, but cannot close its window.
     controller->refreshCache();
     if (exits)
         controller->exit();

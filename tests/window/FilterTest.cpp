@@ -1,4 +1,4 @@
-// What the two menus let through, and what stands where nothing passes.
+// What the two menus let through, and what the window shows if nothing passes.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -82,7 +82,7 @@ void FilterTest::tellsWhyNothingPassesTheFilter_data() {
 void FilterTest::tellsWhyNothingPassesTheFilter() {
     QFETCH(const int, filter);
     QFETCH(const QString, page);
-    // Something is shown and spoken first, of which nothing may stay.
+    // First something is shown and spoken; none of it may remain.
     fixture->prefer(QStringLiteral("newsFilter"), 1);
     auto items = WindowFixture::items(2);
     for (FeedItem &item : items)
@@ -121,7 +121,7 @@ void FilterTest::filterChangesStartAgainAtTheFirstItem() {
 }
 
 void FilterTest::agesCountToTheSecondAndChoicesReplaceEachOther() {
-    // One item for each second around the age that divides them, the newest first.
+    // One item for each second around the age limit, the newest first.
     constexpr int seconds = 300;
     const QDateTime now = QDateTime::currentDateTimeUtc();
     auto items = WindowFixture::items(2 * seconds + 1);
@@ -185,7 +185,7 @@ void FilterTest::withoutAChoiceTheStoredOneIsAppliedAgain() {
     items[3].date = items[3].date.addDays(-31);
     const auto controller = fixture->shown(items);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 3"));
-    // Another view than the stored one, so that applying that one again is seen.
+    // A view that differs from the stored settings, so that applying those again is visible.
     controller->newsCache().setFilterTimeInterval(0);
     controller->onNextItem();
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("2 / 4"));

@@ -1,6 +1,6 @@
-// The first showing of a window that is large enough in one direction or in both, or in neither on
-// a screen of odd size. A process has only one first showing, so each case runs in a process of its
-// own: this program again.
+// The first show of a window that is large enough in one direction, in both, or in neither on a
+// screen of odd size. A process has only one first show, so each case runs in its own process: this
+// program again.
 
 #include "TestMain.h"
 #include "WindowFixture.h"

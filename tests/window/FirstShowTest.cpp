@@ -1,5 +1,5 @@
-// The first showing in the process, which sizes the window and folds its options away; a process
-// has only one, so this executable has but one test of it. Built twice: with
+// The first show in the process, which sizes the window and folds its options away. A process has
+// only one first show, so this executable has only one test of it. Built twice: with
 // PELORIN_WITH_WEB_ENGINE the web renderer is beside it.
 
 #include "TestMain.h"
@@ -21,7 +21,7 @@ constexpr bool withWebEngine = true;
 constexpr bool withWebEngine = false;
 #endif
 
-// How much a window manager puts around a window; known only once it has done so.
+// The frame that a window manager puts around a window; known only once it has done so.
 QMargins frameMargins() {
     QWidget probe;
     probe.resize(200, 100);
@@ -34,7 +34,7 @@ QMargins frameMargins() {
             outer.bottom() - inner.bottom()};
 }
 
-// What a window goes through: its frame when it became active, and every size. Sees events before
+// Records a window's history: its frame when it became active, and every size. Sees events before
 // the window's controller does.
 class Watcher : public QObject {
 public:
@@ -100,12 +100,12 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
     QCOMPARE(controller->optionsLabel()->text(),
              texts.stringForKey(QStringLiteral("SettingsShowOptions")));
 
-    // The last steps of folding are too small to be seen in the window's height.
+    // The last steps of folding are too small to change the window's height.
     const auto *area = window->findChild<QWidget *>(QStringLiteral("optionsArea"));
     QVERIFY(area);
     QTRY_VERIFY(area->isHidden());
 
-    // Neither a second opening nor a second controller does it again.
+    // Neither a second opening nor a second controller repeats it.
     window->resize(420, 250);
     QTRY_COMPARE(window->size(), QSize(420, 250));
     window->performClose();

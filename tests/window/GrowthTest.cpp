@@ -1,4 +1,4 @@
-// A panel that is opened, closed and stepped through for a long time stays as large as it was.
+// A panel that is opened, closed and stepped through for a long time does not grow.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -20,8 +20,8 @@ namespace {
 #endif
 #endif
 
-// What the process has allocated, in bytes. A sanitizer keeps its own accounts: it finds what is
-// lost, and this stays 0.
+// The memory that the process has allocated, in bytes. A sanitizer does its own accounting and
+// finds leaks itself; then this stays 0.
 qint64 allocated() {
 #ifdef PELORIN_SANITIZED
     return 0;
@@ -31,11 +31,11 @@ qint64 allocated() {
 #endif
 }
 
-// Kept by caches, lists that grow in steps and timers under way. A leak of one small object a round
+// For caches, lists that grow in steps and timers under way. A leak of one small object per round
 // is more.
 constexpr qint64 tolerance = 16 * 1024;
 
-// What `count` rounds leave behind, after `first` that may fill caches.
+// The memory that `count` rounds leave behind, after `first` rounds that may fill caches.
 template <class Round>
 qint64 growth(int first, int count, Round round) {
     qint64 before = 0;
@@ -79,7 +79,7 @@ void GrowthTest::cleanup() {
 }
 
 void GrowthTest::aThousandOpeningsAndClosings() {
-    // Qt keeps a little of every opening of any window: that is not the panel's.
+    // Qt keeps a little memory after every opening of any window: that is not the panel's.
     QWidget other;
     other.resize(400, 300);
     const qint64 ofAnyWindow = growth(300, 1000, [&other] {

@@ -8,16 +8,15 @@ class QTcpSocket;
 
 namespace pelorinnews::test {
 
-/// A feed service that lets whoever asks wait until the test has it answer: what is to be seen
-/// while a download is under way then stays for as long as it takes to look. For one request at a
-/// time, on the test's own thread.
+/// A feed service that holds its answer until the test releases it, so that the test can examine
+/// the state during a download. Handles one request at a time, on the test's own thread.
 class HeldFeed {
 public:
     HeldFeed();
 
     [[nodiscard]] QString address() const;
 
-    /// Waits for a request. False in vain.
+    /// Waits for a request. False on timeout.
     [[nodiscard]] bool isAsked();
 
     /// Answers the request that `isAsked` found.

@@ -1,5 +1,5 @@
-// A host whose own shortcuts are the window's keys, with a real keyboard: Qt asks for shortcuts
-// before anybody sees the key.
+// A host whose own shortcuts equal the window's keys, with a real keyboard: Qt checks for shortcuts
+// before any widget gets the key.
 
 #include "TestMain.h"
 #include "WindowFixture.h"

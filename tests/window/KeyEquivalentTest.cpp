@@ -51,11 +51,12 @@ void KeyEquivalentTest::recognisesItsPress_data() {
     row("Shift-Escape", escapeKeyEquivalent, 9, Qt::Key_Escape, Qt::ShiftModifier, false);
     row("Control-Escape", escapeKeyEquivalent, 9, Qt::Key_Escape, Qt::MetaModifier, false);
     row("Command-Escape", escapeKeyEquivalent, 9, Qt::Key_Escape, command, false);
-    // Caps Lock is no modifier to Qt, it changes the character; the others it tells.
+    // Qt does not report Caps Lock as a modifier: it changes the character. Qt reports the other
+    // modifiers.
     row("Escape, keypad", escapeKeyEquivalent, 9, Qt::Key_Escape, Qt::KeypadModifier, true);
     row("Command-C, group switch", copyKeyEquivalent, 54, Qt::Key_C,
         command | Qt::GroupSwitchModifier, true);
-    // On a Dvorak keyboard the place of C gives J, and C is where I is elsewhere.
+    // On a Dvorak keyboard the physical key of C gives J, and the physical key of I gives C.
     row("the place of C in another layout", copyKeyEquivalent, 54, Qt::Key_J, command, true);
     row("C at another place", copyKeyEquivalent, 31, Qt::Key_C, command, false);
     row("the place of W, Cyrillic", closeKeyEquivalent, 25, 0x426, command, true);

@@ -1,4 +1,4 @@
-// Keys of the window, as they come from the keyboard: through the window system's queue.
+// Keys of the window as they come from the keyboard: through the window system's queue.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -13,7 +13,7 @@ using namespace pelorinnews::test;
 
 namespace {
 
-// The keys that come as far as a control with the focus.
+// Records the keys that reach a control with the focus.
 class KeysSeen : public QObject {
 public:
     explicit KeysSeen(QWidget &control) {

@@ -1,4 +1,5 @@
-// How the window is laid out: reading direction, narrow and small screens, the keyboard's way.
+// The layout of the window: reading direction, narrow and small screens, and the keyboard's tab
+// order.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -164,7 +165,7 @@ void LayoutTest::theKeyboardGoesWhereTheEyeGoes() {
         controller->optionsButton(),      controller->showOnStart(),
         controller->previousItem(),       controller->nextItem(),
         controller->displayContentType(), controller->displayContentFrom()};
-    // The page is what a user wants to scroll, and a screen reader to read, first.
+    // The page comes first, because users want to scroll it and screen readers to read it first.
     QCOMPARE(QApplication::focusWidget(), controller->webView());
     controller->optionsButton()->setFocus();
     for (QWidget *expected : order) {

@@ -15,7 +15,7 @@ using namespace pelorinnews::test;
 
 namespace {
 
-// A repeating alarm, in seconds: its period, and how long until it rings first.
+// A repeating alarm, in seconds: its period, and the time until it first fires.
 struct Alarm {
     qint64 interval;
     double remaining;
@@ -69,6 +69,7 @@ private Q_SLOTS:
     void regainingTheFocusChangesNothing();
     void becomesKeyOnceMoreAfterClosing();
     void showsAMinimisedWindowAgain();
+    void opensInTheSizeThatItWasClosedIn();
     void opensMaximizedAgain();
     void aWindowDeletedBySomebodyElseIsMadeAnew_data();
     void aWindowDeletedBySomebodyElseIsMadeAnew();
@@ -139,7 +140,7 @@ void LifecycleTest::owesOneRefreshForAnyNumberOfFiringsWhileOpen() {
     QVERIFY(fixture->server().waitForRequests(2));
     WindowFixture::settle(*controller);
     QCOMPARE(fixture->server().requests().size(), 2U);
-    // Once paid nothing is owed any more.
+    // The postponed refresh runs only once.
     controller->itemIndicator()->setText(QStringLiteral("before"));
     controller->showWindow();
     QTRY_VERIFY(controller->itemIndicator()->text() != QLatin1String("before"));
@@ -196,7 +197,7 @@ void LifecycleTest::regainingTheFocusChangesNothing() {
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     controller->onNextItem();
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 2</p>"));
-    // What displaying anything would take away.
+    // Any display would overwrite these marks.
     const auto mark = QStringLiteral("Nothing was displayed since");
     controller->webView()->loadHtmlString(mark);
     controller->itemIndicator()->setText(mark);
@@ -211,7 +212,7 @@ void LifecycleTest::regainingTheFocusChangesNothing() {
     QCOMPARE(controller->itemIndicator()->text(), mark);
     QCOMPARE(controller->webView()->outerHTML(), mark);
     QVERIFY(!controller->nextItem()->isEnabled());
-    // Nor has it gone back to the first item.
+    // It has not gone back to the first item either.
     controller->onNextItem();
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("3 / 5"));
 }
@@ -241,6 +242,18 @@ void LifecycleTest::showsAMinimisedWindowAgain() {
     QVERIFY(controller->window()->isMaximized());
 }
 
+void LifecycleTest::opensInTheSizeThatItWasClosedIn() {
+    const auto controller = fixture->makeController();
+    controller->showWindow();
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
+    controller->window()->performClose();
+    const QSize closed = controller->window()->size();
+    // As a late reply of the desktop to a resize before the closing would.
+    controller->window()->resize(closed + QSize(0, 40));
+    controller->showWindow();
+    QCOMPARE(controller->window()->size(), closed);
+}
+
 void LifecycleTest::opensMaximizedAgain() {
     const auto controller = fixture->makeController();
     const auto reopen = [&controller] {
@@ -250,7 +263,7 @@ void LifecycleTest::opensMaximizedAgain() {
     };
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
-    // What an earlier closing measured must not count any more.
+    // The size from an earlier closing must no longer count.
     reopen();
     const QSize ordinary = controller->window()->size();
     controller->window()->showMaximized();
@@ -302,7 +315,7 @@ void LifecycleTest::deletingTheOpenWindowClosesIt() {
     QCOMPARE(controller->newsCache().sinceLastViewingCount(), 0);
     QVERIFY(fixture->server().waitForRequests(2));
     WindowFixture::settle(*controller);
-    // Nothing is open any more that the next refresh had to wait for.
+    // No window is open any more that would make the next refresh wait.
     controller->onRefreshTimerFire();
     QVERIFY(fixture->server().waitForRequests(3));
     WindowFixture::settle(*controller);
@@ -313,7 +326,7 @@ void LifecycleTest::closingDoesNotEndTheHost() {
     const auto controller = fixture->makeController();
     controller->showWindow();
     QTRY_VERIFY(WindowFixture::isShown());
-    // Only within its main loop does an application end with its last window.
+    // An application ends with its last window only while its main loop runs.
     constexpr int endedByTheTest = 7;
     QTimer::singleShot(0, controller->window(), &QWidget::close);
     QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(endedByTheTest); });

@@ -1,4 +1,4 @@
-// Where links of an item lead.
+// Where an item's links lead.
 
 #include "TestMain.h"
 #include "WindowFixture.h"

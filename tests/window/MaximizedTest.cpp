@@ -1,5 +1,5 @@
-// A window whose edges are the desktop's. Needs a window manager, which alone knows what becomes of
-// such a window.
+// A window whose edges the desktop controls (maximized, full-screen). Needs a window manager, which
+// alone knows what happens to such a window.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -38,8 +38,8 @@ private:
         };
         QTRY_VERIFY(isSettled());
     }
-    // The window manager answers to every step of the folding, to every change by hand, and a late
-    // answer undoes what was asked for meanwhile.
+    // The window manager replies to every step of the folding and to every change by hand, and a
+    // late reply undoes later requests.
     static void waitForAnswers() { QTest::qWait(300); }
 
     std::unique_ptr<WindowFixture> fixture;
@@ -54,7 +54,7 @@ void MaximizedTest::init() {
     controller = fixture->makeController();
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
-    // The first showing in the process folds the options away.
+    // The first show in the process folds the options away.
     QTRY_COMPARE(controller->optionsLabel()->text(), QStringLiteral("Show options"));
     ordinary = QRect(200, 150, 650, 480);
     const auto isThere = [this] {

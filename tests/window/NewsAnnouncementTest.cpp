@@ -8,7 +8,7 @@
 
 namespace pelorinnews::test {
 
-/// On the real centre, without a bus: what is delivered waits in its list.
+/// Uses the real centre, without a bus: deliveries wait in its list.
 class NewsAnnouncementTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:

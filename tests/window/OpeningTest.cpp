@@ -1,4 +1,4 @@
-// When the window opens by itself, and what stands in it when the news come.
+// When the window opens by itself, and what it shows when news arrives.
 
 #include "HeldFeed.h"
 #include "TestMain.h"

@@ -1,4 +1,4 @@
-// Folding and unfolding the options area, with what a user may do in between.
+// Folding and unfolding the options area, and what a user may do meanwhile.
 
 #include "TestMain.h"
 #include "window/OptionsFold.h"
@@ -15,7 +15,7 @@ namespace {
 
 constexpr int patience = 20000;
 
-// Content, a row of controls, and the area below, in a layout as the news window has it.
+// Content, a row of controls, and the area below, in a layout like the news window's.
 struct Folding {
     Folding() {
         window.resize(400, 300);
@@ -34,7 +34,7 @@ struct Folding {
     void start(bool open) {
         fold.start(open, [this] { ++finished; });
     }
-    // Folds at once, and leaves so much room below the window.
+    // Folds at once, and moves the window so that `room` pixels are left below it.
     void foldAbove(int room, int height = 262) {
         start(false);
         fold.complete();
@@ -54,7 +54,7 @@ struct Folding {
     int finished = 0;
 };
 
-// Every height that a widget goes through.
+// Records every height of a widget.
 class Heights : public QObject {
 public:
     explicit Heights(QWidget &widget) { widget.installEventFilter(this); }
@@ -68,7 +68,7 @@ protected:
     }
 };
 
-// Every place from the top that a widget goes through.
+// Records every vertical position of a widget.
 class Places : public QObject {
 public:
     explicit Places(QWidget &widget) { widget.installEventFilter(this); }
@@ -217,10 +217,10 @@ void OptionsFoldTest::aResizeByHandWhileItRunsLeavesNothingHalfDone() {
     QTRY_VERIFY_WITH_TIMEOUT(folding.window.height() < 300, patience);
     folding.window.resize(520, 420);
     QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
-    // The height is the folding's own until it ends.
+    // Until the folding ends, it controls the height.
     QCOMPARE(folding.window.size(), QSize(520, 262));
     QCOMPARE(folding.area.isVisible(), false);
-    // What was held is free again, and everything fills the window.
+    // The constraints are released, and the content fills the window.
     QTRY_COMPARE(folding.controls.geometry().bottom() + 1, folding.window.height());
     QCOMPARE(folding.content.maximumHeight(), QWIDGETSIZE_MAX);
     folding.start(true);
@@ -298,7 +298,7 @@ void OptionsFoldTest::aWindowTakenByTheDesktopMeanwhileKeepsItsEdges() {
     folding.window.setWindowState(Qt::WindowNoState);
     QTRY_COMPARE(folding.window.size(), QSize(400, open ? 300 : 262));
     QTRY_COMPARE(folding.content.height(), 222);
-    // Once: a height in between that the user chooses later stays.
+    // Only once: a height in between that the user chooses later stays.
     folding.window.resize(400, 281);
     QTest::qWait(50);
     QCOMPARE(folding.window.height(), 281);
@@ -372,7 +372,7 @@ void OptionsFoldTest::theContentGetsBackWhatItGaveWhereverTheWindowIsThen() {
     QTRY_COMPARE(folding.content.height(), 222);
     QCOMPARE(folding.window.height(), 262);
 
-    // What the window has grown by it gives back at the bottom, too.
+    // Folding also takes back at the bottom the height that the window has gained.
     folding.start(true);
     QTRY_COMPARE(folding.window.height(), 300);
     QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 4, patience);
@@ -390,7 +390,7 @@ void OptionsFoldTest::aLowWindowAtTheBottomOfTheScreenStaysAsLowAsItIs() {
     folding.start(true);
     QTRY_COMPARE(folding.content.height(), 42);
     QCOMPARE(folding.window.height(), 120);
-    // Once it is high enough it may not get as low again.
+    // Once the window is high enough, it may not become as low again.
     folding.window.resize(400, 170);
     QTRY_COMPARE(folding.window.minimumHeight(), 150);
     folding.start(false);

@@ -1,5 +1,5 @@
-// Where the window stands on the desktop: all of it where it can be seen, and otherwise left where
-// the user put it. Needs a display whose screens come and go, and a window manager.
+// Where the window is placed on the desktop: fully visible if possible, and otherwise where the
+// user put it. Needs a display whose screens can be added and removed, and a window manager.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -14,10 +14,11 @@ using namespace pelorinnews::test;
 
 namespace {
 
-// In a process of its own: which of the first showings it is to be. A process has only one.
+// In a child process: selects which case of the first show to run. A process has only one first
+// show.
 constexpr auto caseVariable = "PELORIN_PLACEMENT";
 
-// Asks the display for other screens, as its settings do.
+// Asks the display for other screens, as the desktop's display settings do.
 bool xrandr(const QStringList &arguments) {
     QProcess program;
     program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -71,7 +72,7 @@ private Q_SLOTS:
 
 private:
     std::shared_ptr<OlvNewsWindowController> opened();
-    // Until the window manager has put the frame of the window there.
+    // Waits until the window manager has put a frame around the window.
     static bool movesTo(OlvNewsWindow *window, QPoint place) {
         window->move(place);
         return QTest::qWaitFor([=] { return window->frameGeometry().topLeft() == place; },
@@ -84,7 +85,7 @@ private:
     [[nodiscard]] static bool isSeenWhole(const OlvNewsWindow *window) {
         return WindowPlacement::isCovered(window->frameGeometry(), screens());
     }
-    // The window manager answers to every request; what it has to say has come by then.
+    // The window manager replies to every request; all its replies have arrived by then.
     static void waitForAnswers() { QTest::qWait(300); }
 
     std::unique_ptr<WindowFixture> fixture;
@@ -202,7 +203,7 @@ void PlacementTest::reopensOnAScreenThatIsThere() {
         window->showNormal();
         QTRY_VERIFY(!window->isMaximized());
     }
-    // A maximized window has less of a frame, and tells of no other before it has got it.
+    // A maximized window has a smaller frame, and does not report another one before it has it.
     const auto isBack = [&] {
         return maximized ? WindowPlacement::isCovered(window->geometry(), screens())
                          : isSeenWhole(window);
@@ -281,7 +282,7 @@ void PlacementTest::theFirstShowingEndsOnTheScreen_data() {
     QTest::newRow("more than the screen is wide") << german << 3 << 1 << small << centred;
     QTest::newRow("all of twice the size") << english << 1 << 2 << small << centred;
     QTest::newRow("all of twice the size, long texts") << german << 1 << 2 << small << centred;
-    // Enlarged to 576 by 360 with the lower left corner kept.
+    // Enlarged to 576 by 360; the lower left corner stays.
     QTest::newRow("beyond the upper edge") << english << 1 << 1 << whole << QPoint(50, 30);
     QTest::newRow("beyond the right edge") << english << 1 << 1 << whole << QPoint(990, 300);
 }
@@ -315,7 +316,8 @@ void PlacementTest::theFirstShowingEndsOnTheScreen() {
     QFont enlarged = QApplication::font();
     enlarged.setPointSize(enlarged.pointSize() * font);
     QApplication::setFont(enlarged);
-    // All news: those who read German read no English dates, and have nothing unread.
+    // Show all news: users with German dates cannot read English dates, so nothing counts as unread
+    // for them.
     fixture->prefer(QStringLiteral("newsFilter"), 1);
     const auto controller = fixture->unshown(WindowFixture::items(2));
     OlvNewsWindow *window = controller->window();
@@ -332,7 +334,7 @@ void PlacementTest::theFirstShowingEndsOnTheScreen() {
     QTRY_VERIFY(isSeenWhole(window));
     waitForAnswers();
     QVERIFY2(isSeenWhole(window), qPrintable(QDebug::toString(window->frameGeometry())));
-    // So are the controls in it.
+    // The controls in it are visible, too.
     QVERIFY(window->rect().contains(controller->nextItem()->geometry().translated(
         controller->nextItem()->parentWidget()->mapTo(window, QPoint()))));
 }

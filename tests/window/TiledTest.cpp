@@ -1,5 +1,5 @@
-// The window as one of several tiles, whose edges the desktop alone moves. Runs with two desktops:
-// i3 on X11 and sway on Wayland, which take the same commands.
+// The window as one of several tiles, whose edges only the desktop moves. Runs with two desktops:
+// i3 on X11 and sway on Wayland, which accept the same commands.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -25,7 +25,8 @@ QByteArray tell(const QStringList &arguments) {
     return process.readAllStandardOutput();
 }
 
-// What the desktop gives the window of this title, found in a part of its tree; empty without it.
+// The size that the desktop gives the window with this title, found in a part of its tree; empty if
+// absent.
 QSize tileIn(const QJsonObject &node, const QString &title) {
     if (node[QStringLiteral("name")].toString() == title) {
         const QJsonObject place = node[QStringLiteral("window_rect")].toObject();
@@ -62,7 +63,7 @@ private Q_SLOTS:
     void aFloatingWindowGrows();
 
 private:
-    /// Has the desktop do something with the window.
+    /// Makes the desktop run a command on the window.
     void order(const char *command) const {
         tell({QStringLiteral("[title=\"^Pelorin News$\"]"), QLatin1String(command)});
     }
@@ -74,7 +75,7 @@ private:
         return area->isVisible() &&
                controller->optionsLabel()->text() == QLatin1String("Hide options");
     }
-    /// Whether window and desktop agree about its size, and all of the options are in it.
+    /// Whether window and desktop agree about the window's size, and all options are inside it.
     [[nodiscard]] bool isInSight() const {
         const QWidget *window = controller->window();
         const int bottom =
@@ -82,7 +83,7 @@ private:
         return window->size() == tile() && bottom == window->height();
     }
 
-    /// Whether the window floats, and has settled.
+    /// Whether the window floats, and its size has settled.
     [[nodiscard]] bool isFloating() const { return tile() != thirdOfTheScreen && isInSight(); }
 
     const QSize thirdOfTheScreen{480, 900};
@@ -105,7 +106,7 @@ void TiledTest::init() {
     QVERIFY(area && controls);
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
-    // Beside the others, and narrower than a first showing would have it.
+    // Beside the other windows, and narrower than a first show would make it.
     QTRY_COMPARE(tile(), thirdOfTheScreen);
     QTRY_VERIFY(isFolded());
     QTRY_VERIFY(isInSight());
@@ -124,7 +125,7 @@ void TiledTest::cleanup() {
 }
 
 void TiledTest::theContentGivesTheRoomAndGetsItBack() {
-    // The first showing asks for another place and size.
+    // The first show requests another place and size.
     const QWidget *window = controller->window();
     QCOMPARE(window->geometry(), window->windowHandle()->geometry());
     const int page = controller->webView()->height();
@@ -148,7 +149,7 @@ void TiledTest::theContentGivesTheRoomAndGetsItBack() {
 }
 
 void TiledTest::theContentGivesTheRoomInATileLowerThanTheWindowMayBe() {
-    // One above the other.
+    // The tiles are stacked vertically.
     order("layout splitv");
     QTRY_COMPARE(tile(), QSize(1440, 300));
     order("resize set height 240 px");

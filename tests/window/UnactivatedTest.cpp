@@ -1,5 +1,5 @@
-// A window that the desktop shows but does not activate, as where it is kept from stealing the
-// focus: what is on the screen counts as opened all the same.
+// A window that the desktop shows but does not activate, for instance to prevent focus stealing: a
+// window on the screen counts as opened all the same.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -12,10 +12,10 @@ using namespace pelorinnews::test;
 
 namespace {
 
-// Longer than a window that is on the screen waits for the focus.
+// Longer than a window on the screen waits for the focus.
 constexpr int longEnough = 600;
 
-// Counts how often some of a window comes to be seen, and tells so.
+// Counts how often part of a window becomes visible, and signals it.
 class Exposures : public QObject {
     Q_OBJECT
 
@@ -63,13 +63,13 @@ void UnactivatedTest::init() {
     fixture->prefer(QStringLiteral("newsFilter"), 1);
     fixture->serve(WindowFixture::items(3));
     controller = fixture->makeController();
-    // A window manager keeps the focus from a window that says so, as it does from one that would
-    // steal it.
+    // A window manager does not give the focus to a window with this flag, just as it withholds it
+    // from a window that would steal it.
     controller->window()->setWindowFlag(Qt::WindowDoesNotAcceptFocus);
 }
 
 void UnactivatedTest::cleanup() {
-    // Whatever was seen here, it was without the focus.
+    // Everything in the test happened without the focus.
     QVERIFY(!QGuiApplication::focusWindow());
     controller.reset();
     fixture.reset();
@@ -82,7 +82,7 @@ void UnactivatedTest::isOpenedOnceItIsOnTheScreen() {
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     QVERIFY(!controller->window()->isActiveWindow());
     QVERIFY(fixture->services.notificationCenter->deliveredNotifications().isEmpty());
-    // It is open in every respect: a refresh waits for its closing.
+    // It counts as open in every respect: a refresh waits until it closes.
     controller->refreshCache();
     WindowFixture::settle(*controller);
     QCOMPARE(fixture->server().requests().size(), 1U);

@@ -11,7 +11,7 @@
 
 namespace pelorinnews::test {
 
-/// One item of a feed to be served.
+/// One item of a served feed.
 struct FeedItem {
     QString title;
     QDateTime date;
@@ -20,8 +20,8 @@ struct FeedItem {
     QString category = QStringLiteral("mac pelorin");
 };
 
-/// A feed service and a host's preferences, with window controllers made over both: what the
-/// window's tests stand on. Everything stored is removed again.
+/// A feed service and a host's preferences, and window controllers that use both: the base of the
+/// window's tests. Removes everything that was stored.
 class WindowFixture {
 public:
     WindowFixture();
@@ -35,14 +35,14 @@ public:
     /// `count` items a minute apart, the newest first and an hour old.
     [[nodiscard]] static QList<FeedItem> items(int count);
 
-    /// A preference, stored before controllers are made.
+    /// Stores a preference. Call it before controllers are created.
     void prefer(const QString &key, const QVariant &value);
 
-    /// A controller whose first refresh has come to its end, main-thread tasks included. With
-    /// `showOnStart` off it is a background refresh.
+    /// A controller whose first refresh has completed, including its main-thread tasks. With
+    /// `showOnStart` off that is a background refresh.
     [[nodiscard]] std::shared_ptr<OlvNewsWindowController> makeController();
 
-    /// A controller over `items` whose window was not opened.
+    /// A controller over `items` whose window has not been opened.
     [[nodiscard]] std::shared_ptr<OlvNewsWindowController> unshown(const QList<FeedItem> &items);
 
     /// A controller whose window shows `items`, active.
@@ -58,18 +58,18 @@ public:
     /// Whether any news window is shown; most tests have one at most.
     [[nodiscard]] static bool isShown();
 
-    /// The text that the key stands for, as the staged module would find it.
+    /// The text for `key`, as the staged module would find it.
     [[nodiscard]] static QString localized(const char *key);
 
-    /// What controllers made from now on use. By default the real notification centre without a
-    /// bus, which keeps what is delivered in its list, and a search of `applications`.
+    /// The services of controllers created from now on. By default the real notification centre
+    /// without a bus, which keeps what is delivered in its list, and a search of `applications`.
     WindowServices services;
 
-    /// The folder in which copies of the host ("Pelorin.app") are looked for.
+    /// The folder that is searched for copies of the host ("Pelorin.app").
     [[nodiscard]] QString applications() const { return _applications.path(); }
 
     FeedServer &server() { return *_server; }
-    /// The path of a file that the service answers with.
+    /// The path of a file that the service serves.
     [[nodiscard]] QString feedFile(const QString &name) const { return _feeds.filePath(name); }
 
 private:

@@ -1,4 +1,4 @@
-// Which renderer a host gets, and how the host ends: each case in a process of its own.
+// Which renderer a host gets, and how the host exits: each case in a process of its own.
 
 #include "TestMain.h"
 
@@ -24,10 +24,10 @@ private:
         QByteArray renderer;  // of each application object, if there are several
         QStringList children;
     };
-    // Runs a host to its end; `surroundings` are variables as NAME=VALUE.
+    // Runs a host to its end; `surroundings` are environment variables as NAME=VALUE.
     static End run(const QString &program, const QStringList &options,
                    const QStringList &surroundings = {});
-    // The processes below this one, by number, as the system knows them now.
+    // The processes below `parent`, by process ID, as they are now.
     static QStringList below(qint64 parent);
 };
 
@@ -134,7 +134,7 @@ void DecisionTest::givesTheRendererThatIsSafe_data() {
         {share, painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
     row("the second application's first window", host,
         {painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
-    // The system's own program sets the limit and becomes the host.
+    // The `prlimit` program sets the limit and becomes the host.
     const auto limited = [](const char *limit, const QStringList &command) {
         return QStringList{QStringLiteral("--nofile=") + QLatin1String(limit)} + command;
     };

@@ -9,7 +9,7 @@
 
 namespace pelorinnews::test {
 
-/// Tells which files of a folder were opened, by any process, since the object was made.
+/// Records which files of a folder were opened, by any process, since the object was created.
 class FileWatch {
 public:
     explicit FileWatch(const QString &folder) : _descriptor(inotify_init1(IN_NONBLOCK)) {
@@ -21,7 +21,7 @@ public:
     FileWatch(const FileWatch &) = delete;
     FileWatch &operator=(const FileWatch &) = delete;
 
-    /// The names since the last call; empty where the folder itself was opened.
+    /// The names opened since the last call; an empty name if the folder itself was opened.
     [[nodiscard]] QStringList opened() const {
         QStringList names;
         alignas(inotify_event) std::array<char, 4096> buffer{};

@@ -1,12 +1,12 @@
-// A host in a process of its own: shows one page in the content view, by whatever renderer this
+// A host in a process of its own: shows one page in the content view, with the renderer that this
 // process can have, and prints which one it is.
 //
 // --share      shares GL contexts before the application is made
 // --folder F   looks for the web renderer in folder F
 // --leave      ends while the page is loading
 // --quit       ends by exit(), with everything alive
-// --register   makes the items' scheme known to the engine, as a host may that uses it itself
-// --painted    ends well only once the page is on the screen, as far as this process can see
+// --register   registers the items' scheme with the engine, as a host that uses the engine may
+// --painted    exits with 0 only once the page is on the screen, as far as this process can see
 // --again      does it all once more under a second application object
 // --late       shows the page only under a second application object
 
@@ -44,7 +44,7 @@ bool isPainted(QWidget &view) {
     return !shot.isNull() && shot.toImage().pixel(0, 0) == background;
 }
 
-// The life of one application object; gives the status to end with.
+// The lifetime of one application object; returns the exit status.
 int run(int argc, char *argv[], const QStringList &options) {
     const auto has = [&options](const char *name) { return options.contains(QLatin1String(name)); };
     QApplication::setAttribute(Qt::AA_ShareOpenGLContexts, has("--share"));
@@ -56,7 +56,7 @@ int run(int argc, char *argv[], const QStringList &options) {
         scheme.setFlags(QWebEngineUrlScheme::SecureScheme);
         QWebEngineUrlScheme::registerScheme(scheme);
     }
-    // A second one would end the process.
+    // Using the engine a second time would end the process.
     static bool isUsed = false;
     std::optional<QWebEngineProfile> profile;
     std::optional<QWebEnginePage> page;

@@ -9,26 +9,26 @@ namespace pelorinnews::test {
 
 enum class Painter;
 
-/// One page of `hostile/` with what is expected of it, read from `NAME.html` and `NAME.expected`.
+/// One page of `hostile/` with its expected behaviour, read from `NAME.html` and `NAME.expected`.
 ///
-/// In both, `{NAME}` stands for an address of this run: `{server}` a web server, `{tls}` one whose
-/// certificate nobody trusts, `{files}` a folder of local files that no page may read. In pages,
-/// `{repeat N|text}` and `{char HEX}` stand for what they say.
+/// In both files, `{NAME}` stands for an address of this run: `{server}` a web server, `{tls}` one
+/// with an untrusted certificate, `{files}` a folder of local files that no page may read. In
+/// pages, `{repeat N|text}` and `{char HEX}` are replaced by the repeated text and the character.
 ///
-/// Each line of the expectation is one of these, for one renderer where it begins with `web` or
-/// `text`:
+/// Each line of `NAME.expected` is one of these; a line that begins with `web` or `text` is for
+/// that renderer alone:
 ///
-///     click              the upper left of the page is clicked once it is shown
-///     hangs              the page never comes to its end; its text is not asked for
-///     shows TEXT         the page's text contains it, after all
-///     hides TEXT         and does not contain this
+///     click              the test clicks the upper left of the page once it is shown
+///     hangs              the page never finishes loading; its text is not asked for
+///     shows TEXT         the page's text contains TEXT in the end
+///     hides TEXT         the page's text does not contain TEXT
 ///     never #RRGGBB      nowhere on the screen is that colour
-///     requests METHOD PATH   the web server is asked for it; for nothing that is not listed
-///     asks N ADDRESS     the policy delegate is asked; about nothing that is not listed
-///     opens-list         the click drops down the list of a form's field
-///     silent             all its sounds and films have come, and none is heard
-///     download           the engine is handed a file to be saved, which it is not
-///     keeps-asking N ADDRESS   it is asked over and over, about this alone
+///     requests METHOD PATH   the web server gets this request, and none that is not listed
+///     asks N ADDRESS     the policy delegate is asked this, and nothing that is not listed
+///     opens-list         the click opens the drop-down list of a form field
+///     silent             all its sounds and films have loaded, and none is heard
+///     download           the engine gets a file to save, and does not save it
+///     keeps-asking N ADDRESS   the delegate is asked this again and again, and nothing else
 struct HostilePage {
     QString html;
     bool click = false;

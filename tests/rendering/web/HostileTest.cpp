@@ -1,5 +1,5 @@
-// Pages that mean no good. None runs code, opens a window, reads a file, asks the user for anything
-// or brings the host down; what each may do stands beside it.
+// Malicious pages. None runs code, opens a window, reads a file, asks the user for anything or
+// crashes the host; the file beside each page says what it may do.
 
 #include "FeedServer.h"
 #include "FileWatch.h"
@@ -70,7 +70,7 @@ bool shows(const QImage &screen, const QColor &color) {
     return false;
 }
 
-// Notes what the engine's page does that the screen does not tell.
+// Records what the engine's page does that the screen does not show.
 class Doings final : public QObject {
 public:
     explicit Doings(const RendererFixture &fixture) {
@@ -78,7 +78,7 @@ public:
             return;
         const QWebEnginePage *page = fixture.web()->page();
         connect(page, &QWebEnginePage::recentlyAudibleChanged, this, [this] { heard = true; });
-        // Called after the renderer has seen to it.
+        // Called after the renderer has handled it.
         connect(page->profile(), &QWebEngineProfile::downloadRequested, this,
                 [this](const QWebEngineDownloadRequest *download) {
                     ++downloads;
@@ -91,7 +91,7 @@ public:
 
     bool heard = false;
     int downloads = 0;
-    // Whether one of them went on although nobody wants it.
+    // Whether a download continued although it should have been refused.
     bool goesOn = false;
     QList<QWebEnginePage::Feature> wanted;
 
@@ -106,7 +106,7 @@ private:
     QStringList folders{QStandardPaths::writableLocation(QStandardPaths::DownloadLocation)};
 };
 
-// Notes every window that comes up while it lives, however short.
+// Records every window that opens during its lifetime, however briefly.
 class NewWindows final : public QObject {
 public:
     NewWindows() { qApp->installEventFilter(this); }
@@ -120,7 +120,7 @@ protected:
     }
 };
 
-// Films without sound may run.
+// Films without sound may play.
 const QString soundHasCome = QStringLiteral(
     "(all => all.length > 0 && all.every(each => each.readyState === each.HAVE_ENOUGH_DATA))"
     "([...document.querySelectorAll('audio,video')])");
@@ -165,7 +165,7 @@ void HostileTest::initTestCase_data() {
 }
 
 void HostileTest::initTestCase() {
-    // A camera and a microphone to be refused: without any, nobody would be asked.
+    // A camera and a microphone to be refused: without devices, nobody would be asked.
     qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--use-fake-device-for-media-stream");
     authority = std::make_unique<TestAuthority>();
     const auto certificate = authority->issue(DevelopmentCertificates::Kind::SelfSigned);
@@ -186,7 +186,7 @@ void HostileTest::initTestCase() {
     };
     serve();
 
-    // The watch sees what it is there for.
+    // The watch does see a file that is opened.
     FileWatch watch(files.path());
     QFile file(files.filePath(QStringLiteral("page.html")));
     QVERIFY(file.open(QFile::ReadOnly));
@@ -289,22 +289,22 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
     else
         fixture->load(page.html);
     if (page.click) {
-        // The engine drops clicks on what it has not painted yet.
+        // The engine drops clicks on content that it has not painted yet.
         QTRY_VERIFY_WITH_TIMEOUT(fixture->screen() != before, patience);
         QTest::qWait(100);
         QTest::mouseMove(fixture->target(), QPoint(40, 50));
         QTest::mouseClick(fixture->target(), Qt::LeftButton, {}, QPoint(40, 50));
-        // Where nothing is to come of it, the click must have arrived all the same.
+        // If the click must have no effect, check that it arrived all the same.
         if (page.asks.isEmpty() && painter == Painter::Web)
             QTRY_VERIFY_WITH_TIMEOUT(fixture->hasFocusInPage(), patience);
     }
     QTRY_COMPARE_WITH_TIMEOUT(requested(), page.requests.join(u'\n'), patience);
     QTRY_COMPARE_WITH_TIMEOUT(asked(page), page.asks.join(u'\n'), patience);
     QTRY_COMPARE_WITH_TIMEOUT(doings.downloads, page.downloads, patience);
-    // Where nothing is to be heard, there must have been something to play.
+    // If nothing must be heard, check that there was something to play.
     if (page.silent)
         QTRY_VERIFY_WITH_TIMEOUT(fixture->evaluated(soundHasCome).toBool(), patience);
-    // Time for whatever else it may be up to.
+    // Leaves time for anything else that the page may do.
     QTest::qWait(painter == Painter::Web ? 250 : 10);
 
     QCOMPARE(requested(), page.requests.join(u'\n'));
@@ -329,7 +329,7 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
     QCOMPARE(windows.shown.size(), page.opensList ? 1 : 0);
     QVERIFY(QApplication::activeModalWidget() == nullptr);
 
-    // A copy of it holds no way to run code or to open a file either.
+    // A copy of the page contains no way to run code or to open a file either.
     if (const auto rtf = richTextFromHtml(page.html)) {
         static const QRegularExpression other(
             QStringLiteral("HYPERLINK \"(?!((http|https|ftp)://[^/]|(mailto|tel|news):))"));
@@ -338,17 +338,18 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
     }
     QCOMPARE(watch.opened().join(u'|'), QString());
 
-    // The panel goes on.
+    // The panel still works.
     fixture->load(QStringLiteral("<body style='background:#fffff0'><p>An ordinary page</p>"));
     QTRY_COMPARE_WITH_TIMEOUT(fixture->text(), QStringLiteral("An ordinary page"), patience);
     QTRY_COMPARE_WITH_TIMEOUT(fixture->pixel(QPoint(480, 280)), QColor(0xff, 0xff, 0xf0), patience);
     QVERIFY(QApplication::activePopupWidget() == nullptr);
-    // The engine may hold back a click that follows such a page for some seconds.
+    // After such a page the engine may delay a click for some seconds.
     if (page.hangs)
         fixture.reset();
 }
 
-// Pages run no code. Should one find a way to, it is still refused what a user would be asked for.
+// Pages run no code. If one found a way to, a request that would need the user's permission is
+// still refused.
 void HostileTest::nobodyGetsAPermission_data() {
     QTest::addColumn<QString>("request");
     QTest::addColumn<QWebEnginePage::Feature>("feature");

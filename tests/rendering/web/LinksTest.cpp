@@ -1,4 +1,4 @@
-// Clicked links: each arrives once, as a clicked link and with its whole address, and the page
+// Clicked links: each is reported once, as a clicked link with its full address, and the page
 // stays.
 
 #include "RendererFixture.h"
@@ -17,7 +17,7 @@ constexpr int patience = 30000;
 const QPoint place(50, 60);
 const QColor linkColor(0x20, 0xc0, 0x40);
 
-// A link so large that `place` lies on it, in both renderers.
+// A link so large that `place` is inside it, in both renderers.
 QString link(const QString &attributes) {
     return QStringLiteral(
                "<body style='margin:0'><p style='margin:0'><a style='background-color:#20c040;"
@@ -58,7 +58,7 @@ private Q_SLOTS:
 private:
     void show(const QString &html);
     void click(Qt::MouseButton button = Qt::LeftButton, Qt::KeyboardModifiers held = {}) const;
-    // The questions as lines, once as many have come and no more follow.
+    // Compares the questions as lines, once as many have arrived and no more follow.
     void compareQuestions(const QStringList &expected);
 
     std::unique_ptr<RendererFixture> fixture;
@@ -239,7 +239,7 @@ void LinksTest::otherButtonsFollowNothing() {
     fixture->load(QStringLiteral("<p>The page before</p>"));
     show(linkTo(QStringLiteral("a.html")));
     click(button);
-    // What would have come of it has come before what comes of this.
+    // Any effect of the first click would arrive before the effect of this one.
     click();
     compareQuestions({QStringLiteral("0 http:///a.html")});
     QVERIFY(fixture->text().contains(QStringLiteral("The page")));

@@ -1,4 +1,4 @@
-// Where pages go without a click, and how one page follows another.
+// How pages navigate without a click, and how one page replaces another.
 
 #include "PageServer.h"
 #include "RendererFixture.h"
@@ -24,7 +24,7 @@ QString page(const QString &body) {
 
 const QString button = QStringLiteral("<button style='width:300px;height:200px'>Send</button>");
 
-// The address of a picture in one colour.
+// The address of a picture of one colour.
 QString picture(QSize size, const QColor &color, const QByteArray &format) {
     QImage image(size, QImage::Format_Grayscale8);
     image.fill(color);
@@ -75,10 +75,10 @@ private:
         QTRY_COMPARE_WITH_TIMEOUT(fixture->text(), text, patience);
     }
 
-    // Presses what lies in the upper left of a page on this ground, once it is painted.
+    // Clicks the upper left of a page with this background, once it is painted.
     void press(const QColor &ground = QColor(0x20, 0xc0, 0x40)) const {
         waitUntil([&] { return fixture->pixel(QPoint(400, 250)) == ground; }, "no page is painted");
-        // The engine drops clicks on what it has only just painted.
+        // The engine drops clicks on content that it has only just painted.
         QTest::qWait(100);
         QTest::mouseMove(fixture->target(), QPoint(50, 50));
         QTest::mouseClick(fixture->target(), Qt::LeftButton, {}, QPoint(50, 50));
@@ -401,7 +401,7 @@ void NavigationTest::anEngineThatDiesShowsItsPageAnew() {
     };
     fixture->load(QStringLiteral("The page"));
     waitFor(QStringLiteral("The page"));
-    // Until then a page that is late is helped.
+    // Wait until the renderer no longer retries a late page.
     QTest::qWait(1200);
     const qint64 first = fixture->web()->page()->renderProcessPid();
     QVERIFY(kill());

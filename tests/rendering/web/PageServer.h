@@ -7,7 +7,7 @@
 
 namespace pelorinnews::test {
 
-/// A web server on the loopback interface for what pages ask for, and a record of it.
+/// A web server on the loopback interface for what pages request. Records the requests.
 class PageServer final : public QObject {
     Q_OBJECT
 
@@ -16,20 +16,20 @@ public:
         QByteArray body;
         QByteArray type = "text/html; charset=utf-8";
         QByteArray status = "200 OK";
-        /// Further header lines, each with its line end.
+        /// Additional header lines, each with its line end.
         QByteArray headers = {};
     };
 
     PageServer();
 
-    /// How requests for `path` are answered from now on; all others with 404.
+    /// Sets the answer to requests for `path`; all other paths get 404.
     void setAnswer(const QByteArray &path, const Answer &answer) { _answers[path] = answer; }
 
     /// "http://127.0.0.1:PORT"
     [[nodiscard]] QString address() const;
 
-    /// "METHOD path" of every request since the last `clear`, in their order; " with a cookie" is
-    /// added where one came along.
+    /// "METHOD path" of every request since the last `clear`, in order; " with a cookie" is
+    /// appended if the request had one.
     [[nodiscard]] QStringList requests() const { return _requests; }
     void clear() { _requests.clear(); }
 

@@ -20,7 +20,7 @@ constexpr int patience = 60000;
 }  // namespace
 
 RendererFixture::RendererFixture(Painter painter) {
-    // A folder without the plug-in leaves the text renderer.
+    // A folder without the plug-in leads to the text renderer.
     view.setRendererFolder(painter == Painter::Web ? QStringLiteral(PELORIN_APP_DIR "/lib/pelorin")
                                                    : QStringLiteral(PELORIN_APP_DIR "/bin"));
     view.setStandardFontFamily(QStringLiteral("Verdana"));
@@ -61,7 +61,7 @@ void RendererFixture::load(const QString &html) {
 QString RendererFixture::text() const {
     if (_browser)
         return _browser->toPlainText();
-    // A page that is being replaced does not answer any more: the next one is asked then.
+    // A page that is being replaced no longer answers: the next one is asked then.
     constexpr int answerMilliseconds = 2000;
     auto told = std::make_shared<std::optional<QString>>();
     QElapsedTimer sinceAsked;

@@ -18,15 +18,15 @@ namespace pelorinnews::test {
 /// Which renderer paints.
 enum class Painter { Web, Text };
 
-/// A content view on the screen, with the renderer asked for, and a record of what its pages ask
-/// the policy delegate. It answers as the window controller does, unless told to refuse more: a
-/// clicked link is refused, everything else is allowed.
+/// A content view on the screen with the requested renderer. Records what its pages ask the policy
+/// delegate. It answers as the window controller does, unless told to refuse more: it refuses
+/// clicked links and allows everything else.
 class RendererFixture final : public NavigationPolicyDelegate {
 public:
     explicit RendererFixture(Painter painter);
     ~RendererFixture() override;
 
-    /// One question: why, and the address.
+    /// One call of the policy delegate: its reason and the address.
     struct Question {
         NavigationType type;
         QString address;
@@ -34,13 +34,13 @@ public:
     };
     QList<Question> questions;
 
-    /// Which addresses it refuses however they are reached; none at first.
+    /// Selects addresses to refuse however they are reached; none at first.
     std::function<bool(const QString &address)> refuses = [](const QString &) { return false; };
 
     NavigationDecision webViewDecidePolicyForNavigationAction(NavigationType type,
                                                               const QUrl &url) override;
 
-    /// Loads the page and waits until its load has come to an end, well or not.
+    /// Loads the page and waits until the load has ended, successfully or not.
     void load(const QString &html);
 
     /// The text that the page now shows.
@@ -52,20 +52,21 @@ public:
     /// The whole view as it is on the screen.
     [[nodiscard]] QImage screen() const;
 
-    /// The widget that takes the mouse and the keys.
+    /// The widget that receives mouse and key events.
     [[nodiscard]] QWidget *target() const;
 
     OlvNewsWebView view;
 
-    /// The renderer's own widget; the other one is null.
+    /// The web renderer's widget; null with the text renderer.
     [[nodiscard]] QWebEngineView *web() const { return _web; }
     [[nodiscard]] QTextBrowser *browser() const { return _browser; }
 
-    /// What `script` comes to in the engine's page, in a world in which scripts run although those
-    /// of the page do not.
+    /// The result of `script` in the engine's page, in a script world in which scripts run although
+    /// the page's own do not.
     QVariant evaluated(const QString &script) const;
 
-    /// Whether an element of the engine's page has the keyboard focus, as after a click on it.
+    /// Whether an element of the engine's page has the keyboard focus, for instance after a click
+    /// on it.
     [[nodiscard]] bool hasFocusInPage() const;
 
 private:
@@ -73,11 +74,11 @@ private:
     QTextBrowser *_browser = nullptr;
 };
 
-/// Waits until `happened` says so; ends the test with `otherwise` where it never does. (Qt's own
-/// way of waiting looks only when no event is left, and an engine that paints always has some.)
+/// Waits until `happened` returns true; fails the test with `otherwise` on timeout. (Qt's own wait
+/// checks only when no event is left, and a painting engine always has some.)
 void waitUntil(const std::function<bool()> &happened, const char *otherwise);
 
-/// The question as a line: its number and its address.
+/// The question as one line: its reason's number and its address.
 [[nodiscard]] QString asLine(const RendererFixture::Question &question);
 
 }  // namespace pelorinnews::test

@@ -6,7 +6,7 @@
 #include <QTest>
 
 /// The main function of a test of the renderers: an application that shares its GL contexts, as
-/// hosts are asked to.
+/// hosts should.
 #define PELORIN_RENDERER_TEST_MAIN(TestClass)                   \
     int main(int argc, char *argv[]) {                          \
         const pelorinnews::test::TestHome home;                 \
