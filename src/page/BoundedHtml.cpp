@@ -12,7 +12,7 @@ namespace {
 // Nesting depth: of all elements that are tracked, and of those that are written.
 constexpr std::size_t mostOpen = 512;
 constexpr int mostWritten = 64;
-constexpr std::ptrdiff_t deepestTable = 5;
+constexpr int deepestTable = 5;
 // Nesting levels for a table, its rows, its cells and their content.
 constexpr int levelsOfTable = 4;
 constexpr int mostTables = 500;
@@ -257,16 +257,21 @@ void BoundedHtml::giveRole(Element &element) {
     }
     if (name != QStringLiteral("table"))
         return;
-    const auto depth = std::count_if(_tables.begin(), _tables.end(),
-                                     [](const HtmlTable &each) { return each.isWritten(); });
+    const int depth = tableDepth();
     const bool written = fits && depth < deepestTable && _tablesWritten < mostTables &&
                          _written + levelsOfTable <= mostWritten;
     element.role = Role::Table;
-    _tables.emplace_back(written ? static_cast<int>(depth) + 1 : 0);
-    if (written)
+    _tables.emplace_back(written);
+    if (written) {
         ++_tablesWritten;
-    else if (fits)
+        _cost.setTableDepth(depth + 1);
+    } else if (fits)
         element.written = QStringLiteral("div");
+}
+
+int BoundedHtml::tableDepth() const {
+    return static_cast<int>(std::count_if(_tables.begin(), _tables.end(),
+                                          [](const HtmlTable &each) { return each.isWritten(); }));
 }
 
 void BoundedHtml::giveIndent(Element &element, CssStyle &style) const {
@@ -526,6 +531,7 @@ void BoundedHtml::pop() {
     switch (element.role) {
         case Role::Table:
             _tables.pop_back();
+            _cost.setTableDepth(tableDepth());
             break;
         case Role::Row:
             _tables.back().closeRow();

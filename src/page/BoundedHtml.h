@@ -89,6 +89,8 @@ private:
     void pop();
 
     [[nodiscard]] CssStyle styleOf(const HtmlToken &token);
+    /// How many written tables are open, one in another.
+    [[nodiscard]] int tableDepth() const;
     [[nodiscard]] bool isHidden() const { return _shownElements >= 0; }
     [[nodiscard]] bool isBesideCells() const {
         return !_tables.empty() && !_tables.back().isCellOpen();

@@ -42,8 +42,18 @@ constexpr Rate picture{20'000, 60'000};
 // shown.
 constexpr Rate pictureBefore{300, 300};
 constexpr Rate characterOfAddress{30, 30};
-constexpr Rate cell{7'000, 42'000};
+constexpr Rate cell{7'000, 0};
 constexpr Rate spanInCells{5, 5};
+
+// The contents of a table are laid out to find its smallest width, its largest, and once more: in
+// tables within tables, twice as often at each level. Each of these layouts costs:
+constexpr qint64 layoutOfPlain = 200;
+constexpr qint64 layoutOfOther = 350;
+constexpr qint64 layoutOfFar = 1'000;
+constexpr qint64 layoutOfScriptChange = 3'500;
+constexpr qint64 layoutOfElement = 6'000;
+constexpr qint64 layoutOfLine = 6'000;
+constexpr qint64 layoutOfCell = 21'000;
 
 bool isOfOwnScript(QChar::Script script) {
     return script != QChar::Script_Common && script != QChar::Script_Inherited &&
@@ -63,17 +73,18 @@ void HtmlCost::addCharacter(char32_t character, size_t font) {
     const auto cost = [this](const Rate &rate) { return _display ? rate.shown : rate.copied; };
     if (character < firstOther) {
         _nanoseconds += cost(plainCharacter);
-        if (!_display)
-            return;
+        addLayout(layoutOfPlain);
     } else {
         _nanoseconds += cost(character < firstFar ? otherCharacter : farCharacter);
-        if (!_display)
-            return;
+        addLayout(character < firstFar ? layoutOfOther : layoutOfFar);
     }
+    if (!_display)
+        return;
     const QChar::Script script = QChar::script(character);
     if (isOfOwnScript(script) && script != _script) {
         _script = script;
         _nanoseconds += cost(scriptChange);
+        addLayout(layoutOfScriptChange);
     }
     const size_t pair = qHashMulti(0, font, static_cast<int>(script));
     if (pair == _pair || _fonts.contains(pair))
@@ -94,6 +105,7 @@ void HtmlCost::addTag(qsizetype looks) {
 void HtmlCost::addElement(bool isBlock, qsizetype length) {
     const Rate &rate = isBlock ? block : inlineElement;
     _nanoseconds += (_display ? rate.shown : rate.copied) + length * characterOfTag.copied;
+    addLayout(layoutOfElement);
 }
 
 void HtmlCost::addDeclarations(qsizetype count) {
@@ -102,15 +114,24 @@ void HtmlCost::addDeclarations(qsizetype count) {
 
 void HtmlCost::addLineBreak() {
     _nanoseconds += _display ? lineBreak.shown : lineBreak.copied;
+    addLayout(layoutOfLine);
 }
 
 void HtmlCost::addPicture(int before, qsizetype addressLength) {
     _nanoseconds += (_display ? picture.shown : picture.copied) + before * pictureBefore.copied +
                     addressLength * characterOfAddress.copied;
+    addLayout(layoutOfElement);
 }
 
-void HtmlCost::addCells(qint64 count, int depth) {
-    _nanoseconds += count * (_display ? cell.shown << std::max(depth - 1, 0) : cell.copied);
+void HtmlCost::addCells(qint64 count) {
+    _nanoseconds += count * (_display ? cell.shown : cell.copied);
+    addLayout(count * layoutOfCell);
+}
+
+/// `nanoseconds` is what one layout costs; outside of tables the rates include it.
+void HtmlCost::addLayout(qint64 nanoseconds) {
+    if (_display && _tableDepth > 0)
+        _nanoseconds += nanoseconds << _tableDepth;
 }
 
 void HtmlCost::addSpans(qint64 count) {

@@ -28,8 +28,10 @@ public:
     void addLineBreak();
     /// `before` is the number of earlier pictures in the same block.
     void addPicture(int before, qsizetype addressLength);
-    /// `count` is a number of grid positions of a table that lies in `depth` - 1 others.
-    void addCells(qint64 count, int depth);
+    /// What follows lies in `depth` tables, one in another; 0 outside of all tables.
+    void setTableDepth(int depth) { _tableDepth = depth; }
+    /// `count` is a number of grid positions of the innermost table.
+    void addCells(qint64 count);
     /// `count` is the number of spanning cells times the grid positions of their table.
     void addSpans(qint64 count);
 
@@ -40,7 +42,10 @@ public:
     [[nodiscard]] bool isDisplay() const { return _display; }
 
 private:
+    void addLayout(qint64 nanoseconds);
+
     bool _display;
+    int _tableDepth = 0;
     qint64 _nanoseconds = 0;
     int _script = 0;
     size_t _pair = 0;

@@ -19,7 +19,7 @@ void HtmlTable::openRow(HtmlCost &cost) {
     _row = true;
     ++_rows;
     _columnsOfRow = 0;
-    addWork(before, _spans, cost);
+    addCost(before, _spans, cost);
 }
 
 void HtmlTable::openCell(const HtmlAttributes &attributes, HtmlCost &cost) {
@@ -36,13 +36,13 @@ void HtmlTable::openCell(const HtmlAttributes &attributes, HtmlCost &cost) {
     }
     if (rows > 1 || columns > 1)
         ++_spans;
-    addWork(before, spansBefore, cost);
+    addCost(before, spansBefore, cost);
 }
 
-void HtmlTable::addWork(qint64 cellsBefore, qint64 spansBefore, HtmlCost &cost) {
+void HtmlTable::addCost(qint64 cellsBefore, qint64 spansBefore, HtmlCost &cost) {
     if (!isWritten())
         return;
-    cost.addCells(cells() - cellsBefore, _depth);
+    cost.addCells(cells() - cellsBefore);
     cost.addSpans(cells() * _spans - cellsBefore * spansBefore);
 }
 

@@ -9,11 +9,10 @@ class HtmlCost;
 /// One table of a page while it is written: what is open in it, and the size of its grid.
 class HtmlTable {
 public:
-    /// `depth`: table nesting depth, itself included; 0 for a table beyond the limits, whose cells
-    /// are written as blocks.
-    explicit HtmlTable(int depth) : _depth(depth) {}
+    /// A table beyond the limits is not written; its cells become blocks.
+    explicit HtmlTable(bool isWritten) : _isWritten(isWritten) {}
 
-    [[nodiscard]] bool isWritten() const { return _depth > 0; }
+    [[nodiscard]] bool isWritten() const { return _isWritten; }
 
     [[nodiscard]] bool isRowOpen() const { return _row; }
     [[nodiscard]] bool isCellOpen() const { return _cell; }
@@ -26,9 +25,9 @@ public:
 
 private:
     [[nodiscard]] qint64 cells() const { return (_rows + _rowsBelow) * _columns; }
-    void addWork(qint64 cellsBefore, qint64 spansBefore, HtmlCost &cost);
+    void addCost(qint64 cellsBefore, qint64 spansBefore, HtmlCost &cost);
 
-    int _depth;
+    bool _isWritten;
     bool _row = false;
     bool _cell = false;
     qint64 _rows = 0;

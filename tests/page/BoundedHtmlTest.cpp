@@ -466,6 +466,10 @@ void BoundedHtmlTest::showsTheBeginningOfWhatIsTooMuch_data() {
         150'000);
     row("tables in each other",
         (repeated("<table><tr><td>a<td>b", 5) + repeated("</table>", 5)).repeated(1'000), 50'000);
+    row("text in tables in each other",
+        repeated("<table><tr><td>", 5) + repeated("some words of it ", 10'000), 40'000);
+    row("elements in tables in each other",
+        repeated("<table><tr><td>", 5) + repeated("<b>a</b> ", 10'000), 20'000);
     row("a cell across everything",
         QStringLiteral("<table>") + repeated("<tr><td rowspan=99 colspan=99>a", 100), 100);
     row(
