@@ -1,8 +1,7 @@
 #include "NetworkUrlLoader.h"
 
 #include "NetworkThread.h"
-
-#include <QCoreApplication>
+#include "platform/ApplicationEnd.h"
 
 #include <cstdlib>
 #include <mutex>
@@ -25,7 +24,7 @@ public:
         if (!loader) {
             loader = std::make_shared<NetworkUrlLoader>(NetworkUrlLoader::defaultLongestBody,
                                                         &endBeforeLibraries);
-            qAddPostRoutine([] { instance().end(); });
+            ApplicationEnd::add(ApplicationEnd::Phase::Downloads, [] { instance().end(); });
         }
         return loader;
     }

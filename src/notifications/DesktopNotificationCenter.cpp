@@ -1,5 +1,6 @@
 #include "DesktopNotificationCenter.h"
 
+#include "platform/ApplicationEnd.h"
 #include "platform/GuardedSlot.h"
 #include "platform/HostBundle.h"
 #include "platform/MainQueue.h"
@@ -84,7 +85,8 @@ DesktopNotificationCenter::defaultUserNotificationCenter() {
     if (!center) {
         center = std::make_shared<DesktopNotificationCenter>(hostAsSender());
         // Shut down before the objects are destroyed that the thread's event loop needs.
-        qAddPostRoutine([] { std::exchange(center, nullptr)->shutDown(); });
+        ApplicationEnd::add(ApplicationEnd::Phase::Notifications,
+                            [] { std::exchange(center, nullptr)->shutDown(); });
     }
     return center;
 }

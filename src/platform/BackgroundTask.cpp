@@ -1,6 +1,6 @@
 #include "BackgroundTask.h"
 
-#include <QCoreApplication>
+#include "ApplicationEnd.h"
 
 #include <algorithm>
 #include <chrono>
@@ -22,7 +22,6 @@ struct Registry {
     std::mutex mutex;
     std::condition_variable ended;
     std::vector<std::shared_ptr<BackgroundTask>> running;
-    bool stopsWithApplication = false;
 };
 
 // Never destroyed: a thread that outlives the wait at the end still removes its task here.
@@ -51,15 +50,12 @@ std::shared_ptr<BackgroundTask> BackgroundTask::start(const char *name, Work wor
     task->stopEvent = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!task->stopEvent.isValid())
         return nullptr;
-    bool isFirst = false;
     {
         Registry &all = registry();
         const std::lock_guard lock(all.mutex);
         all.running.push_back(task);
-        isFirst = !std::exchange(all.stopsWithApplication, true);
     }
-    if (isFirst)
-        qAddPostRoutine(&BackgroundTask::stopAll);
+    ApplicationEnd::add(ApplicationEnd::Phase::Searches, &BackgroundTask::stopAll);
     try {
         std::thread([task, work = std::move(work), name]() mutable {
             ::pthread_setname_np(::pthread_self(), name);
@@ -111,7 +107,6 @@ void BackgroundTask::stopAll() {
     {
         const std::lock_guard lock(all.mutex);
         running = all.running;
-        all.stopsWithApplication = false;
     }
     for (const auto &task : running)
         task->stop();

@@ -1,5 +1,7 @@
 #include "MainQueue.h"
 
+#include "ApplicationEnd.h"
+
 #include <QCoreApplication>
 #include <QMetaObject>
 #include <QThread>
@@ -17,11 +19,9 @@ namespace {
 // (deadlock).
 class Queue {
 public:
-    // True if the caller must arrange for `drop` to be called at the application's end.
-    bool append(std::function<void()> task) {
+    void append(std::function<void()> task) {
         const std::lock_guard lock(mutex);
         tasks.push_back(std::move(task));
-        return !std::exchange(isEmptiedAtEnd, true);
     }
 
     void runFirst() {
@@ -40,14 +40,12 @@ public:
         std::deque<std::function<void()>> dropped;
         const std::lock_guard lock(mutex);
         dropped.swap(tasks);
-        isEmptiedAtEnd = false;
         // `dropped` was declared before the lock, so it is destroyed after the lock is released.
     }
 
 private:
     std::mutex mutex;
     std::deque<std::function<void()>> tasks;
-    bool isEmptiedAtEnd = false;
 };
 
 // Neither is ever destroyed: tasks may be posted as long as the process lives.
@@ -71,8 +69,8 @@ void dispatchAsync(std::function<void()> task) {
     const QCoreApplication *application = QCoreApplication::instance();
     if (!application)
         return;
-    if (queue().append(std::move(task)))
-        qAddPostRoutine([] { queue().drop(); });
+    queue().append(std::move(task));
+    ApplicationEnd::add(ApplicationEnd::Phase::MainTasks, [] { queue().drop(); });
     QMetaObject::invokeMethod(
         context(application->thread()), [] { queue().runFirst(); }, Qt::QueuedConnection);
 }

@@ -1,8 +1,8 @@
 #include "OperationQueue.h"
 
+#include "ApplicationEnd.h"
 #include "Background.h"
 
-#include <QCoreApplication>
 #include <QDeadlineTimer>
 
 #include <algorithm>
@@ -30,7 +30,6 @@ struct OperationQueue::Registry {
     /// Queues that have ended with an application object. Kept until the next queue is made, so
     /// that none of their threads destroys anything while the process exits.
     std::vector<std::shared_ptr<OperationQueue>> ended;
-    bool closesWithApplication = false;
 };
 
 std::shared_ptr<OperationQueue> OperationQueue::make() {
@@ -39,7 +38,6 @@ std::shared_ptr<OperationQueue> OperationQueue::make() {
         releaseInBackground(std::unique_ptr<const OperationQueue>(dropped));
     };
     std::shared_ptr<OperationQueue> queue(std::make_unique<OperationQueue>().release(), letGo);
-    bool hook = false;
     std::vector<std::shared_ptr<OperationQueue>> earlier;
     {
         Registry &all = Registry::instance();
@@ -47,10 +45,8 @@ std::shared_ptr<OperationQueue> OperationQueue::make() {
         earlier.swap(all.ended);
         std::erase_if(all.queues, [](const auto &known) { return known.expired(); });
         all.queues.push_back(queue);
-        hook = !std::exchange(all.closesWithApplication, true);
     }
-    if (hook)
-        qAddPostRoutine([] { closeAll(Registry::instance()); });
+    ApplicationEnd::add(ApplicationEnd::Phase::Queues, [] { closeAll(Registry::instance()); });
     return queue;
 }
 
@@ -61,7 +57,6 @@ void OperationQueue::closeAll(Registry &all) {
         const std::lock_guard lock(all.mutex);
         known.swap(all.queues);
         open.swap(all.ended);
-        all.closesWithApplication = false;
     }
     for (const auto &entry : known) {
         if (auto queue = entry.lock()) {

@@ -3,6 +3,7 @@
 #include "EngineStart.h"
 #include "RendererPlugin.h"
 #include "TextNewsRenderer.h"
+#include "platform/ApplicationEnd.h"
 #include "platform/ModuleBundle.h"
 
 #include <QApplication>
@@ -52,7 +53,7 @@ bool shareContextNow() {
         sharedContext = candidate.release();
         qt_gl_set_global_share_context(sharedContext);
         QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
-        qAddPostRoutine(withdrawSharedContext);
+        ApplicationEnd::add(ApplicationEnd::Phase::Graphics, withdrawSharedContext);
     }
     return true;
 }

@@ -2,10 +2,10 @@
 
 #include "PreferenceValue.h"
 #include "UserDefaultsStore.h"
+#include "platform/ApplicationEnd.h"
 #include "platform/HostBundle.h"
 #include "platform/RegularFile.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
@@ -42,8 +42,8 @@ class UserDefaults::OpenStores {
 public:
     std::shared_ptr<UserDefaults> at(const QString &path) {
         const std::lock_guard lock(mutex);
-        if (!std::exchange(isWrittenAtEnd, true))
-            qAddPostRoutine([] { instance().applicationEnds(); });
+        ApplicationEnd::add(ApplicationEnd::Phase::Preferences,
+                            [] { instance().synchronizeAll(); });
         std::shared_ptr<UserDefaults> &defaults = byPath[path];
         if (!defaults)
             defaults = std::make_shared<UserDefaults>(path);
@@ -58,12 +58,6 @@ public:
     }
 
 private:
-    void applicationEnds() {
-        synchronizeAll();
-        const std::lock_guard lock(mutex);
-        isWrittenAtEnd = false;
-    }
-
     void synchronizeAll() {
         QList<std::shared_ptr<UserDefaults>> all;
         {
@@ -76,7 +70,6 @@ private:
 
     std::mutex mutex;
     QHash<QString, std::shared_ptr<UserDefaults>> byPath;
-    bool isWrittenAtEnd = false;
 };
 
 std::shared_ptr<UserDefaults> UserDefaults::standard() {

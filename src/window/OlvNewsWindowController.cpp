@@ -2,7 +2,7 @@
 
 #include "OlvNewsWindowController.h"
 
-#include "OwnerlessControllers.h"
+#include "DeferredDeletion.h"
 #include "WindowDescription.h"
 #include "WindowEdges.h"
 #include "WindowPlacement.h"
@@ -50,7 +50,7 @@ OlvNewsWindowController::OlvNewsWindowController(QString windowNibName, WindowSe
     : _windowNibName(std::move(windowNibName)), _services(std::move(services)) {}
 
 OlvNewsWindowController::~OlvNewsWindowController() {
-    forgetOwnerless(this);
+    cancelDeferredDeletion(this);
     _optionsFold.reset();
     delete _loadedWindow;
 }
@@ -60,7 +60,7 @@ std::shared_ptr<OlvNewsWindowController> OlvNewsWindowController::initWithWindow
     if (!runsOnGuiThread())
         return nullptr;
     std::shared_ptr<OlvNewsWindowController> controller(
-        new OlvNewsWindowController(windowNibName, std::move(services)), destroyOnMainThread);
+        new OlvNewsWindowController(windowNibName, std::move(services)), deleteOnMainThread);
     controller->initWithWindow();
     // Counts the caller's references separately from those of the timer and pending work.
     const auto outside = std::make_shared<std::shared_ptr<OlvNewsWindowController>>(controller);
@@ -135,9 +135,7 @@ void OlvNewsWindowController::loadWindow() {
     windowDidLoad();
     _loadedWindow->takeWidthOfTexts();
     WindowPlacement::centre(*_loadedWindow);
-    // Post routines run last in, first out: this destroys the window before the things that its
-    // renderer brought into the process.
-    destroyWithApplication(_loadedWindow);
+    deleteWithApplication(_loadedWindow);
 }
 
 void OlvNewsWindowController::connectOutlets() {

@@ -1,0 +1,52 @@
+#include "ApplicationEnd.h"
+
+#include <QCoreApplication>
+
+#include <mutex>
+#include <set>
+#include <utility>
+
+namespace pelorinnews::ApplicationEnd {
+
+namespace {
+
+class Actions {
+public:
+    /// Returns whether Qt must be told of the end.
+    bool add(Phase phase, Action action) {
+        const std::lock_guard lock(mutex);
+        const bool isFirst = waiting.empty();
+        waiting.emplace(phase, action);
+        return isFirst || phase == Phase::Windows;
+    }
+
+    /// Null if none is left.
+    Action takeFirst() {
+        const std::lock_guard lock(mutex);
+        return waiting.empty() ? nullptr : waiting.extract(waiting.begin()).value().second;
+    }
+
+private:
+    std::mutex mutex;
+    std::set<std::pair<Phase, Action>> waiting;
+};
+
+// Never destroyed: threads may add actions as long as the process lives.
+Actions &actions() {
+    static auto *const only = new Actions;
+    return *only;
+}
+
+void run() {
+    while (const Action action = actions().takeFirst())
+        action();
+}
+
+}  // namespace
+
+void add(Phase phase, Action action) {
+    if (actions().add(phase, action))
+        qAddPostRoutine(run);
+}
+
+}  // namespace pelorinnews::ApplicationEnd

@@ -1,0 +1,166 @@
+#include "TestHome.h"
+#include "platform/ApplicationEnd.h"
+
+#include <QCoreApplication>
+#include <QList>
+#include <QTest>
+
+#include <algorithm>
+#include <array>
+#include <thread>
+
+namespace pelorinnews::test {
+
+using ApplicationEnd::Phase;
+
+namespace {
+
+// What ran, in this order. Actions are plain functions, so it is global.
+QList<int> ran;
+// What the other post routines of Qt would be, in this order with the actions.
+constexpr int ofSomebodyElse = -1;
+
+constexpr std::array phases{Phase::Windows,     Phase::Graphics, Phase::Notifications,
+                            Phase::Downloads,   Phase::Queues,   Phase::Searches,
+                            Phase::Preferences, Phase::MainTasks};
+
+template <std::size_t index>
+void note() {
+    ran.append(static_cast<int>(index));
+}
+
+constexpr std::array<ApplicationEnd::Action, phases.size()> notes{
+    note<0>, note<1>, note<2>, note<3>, note<4>, note<5>, note<6>, note<7>};
+
+void add(std::size_t index) {
+    ApplicationEnd::add(phases.at(index), notes.at(index));
+}
+
+class Application {
+public:
+    Application() { ran.clear(); }
+
+private:
+    int count = 1;
+    std::array<char, 5> name{"test"};
+    std::array<char *, 2> arguments{name.data(), nullptr};
+    QCoreApplication application{count, arguments.data()};
+};
+
+}  // namespace
+
+class ApplicationEndTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void phasesRunInTheirOrderWhateverCameFirst();
+    void anActionAddedTwiceRunsOnce();
+    void aLaterApplicationObjectEndsToo();
+    void whatIsAddedWithoutAnApplicationObjectWaitsForTheNextOne();
+    void actionsAddedAtTheEndRun();
+    void windowsGoBeforeWhatTheirRendererBrought();
+    void anyThreadMayAdd();
+};
+
+void ApplicationEndTest::phasesRunInTheirOrderWhateverCameFirst() {
+    // Every order of any four.
+    std::array<std::size_t, phases.size()> order{0, 1, 2, 3, 4, 5, 6, 7};
+    int orders = 0;
+    do {
+        {
+            const Application application;
+            std::for_each(order.begin(), order.begin() + 4, add);
+        }
+        QList<int> expected;
+        std::for_each(order.begin(), order.begin() + 4,
+                      [&](std::size_t index) { expected.append(static_cast<int>(index)); });
+        std::sort(expected.begin(), expected.end());
+        QCOMPARE(ran, expected);
+        ++orders;
+        // The next order of the first four.
+        std::reverse(order.begin() + 4, order.end());
+    } while (std::next_permutation(order.begin(), order.end()));
+    QCOMPARE(orders, 8 * 7 * 6 * 5);
+}
+
+void ApplicationEndTest::anActionAddedTwiceRunsOnce() {
+    {
+        const Application application;
+        add(2);
+        add(0);
+        add(2);
+        add(0);
+    }
+    QCOMPARE(ran, (QList<int>{0, 2}));
+}
+
+void ApplicationEndTest::aLaterApplicationObjectEndsToo() {
+    {
+        const Application application;
+        add(1);
+        add(4);
+    }
+    QCOMPARE(ran, (QList<int>{1, 4}));
+    {
+        const Application application;
+        add(4);
+    }
+    QCOMPARE(ran, QList<int>{4});
+    { const Application application; }
+    QCOMPARE(ran, QList<int>());
+}
+
+void ApplicationEndTest::whatIsAddedWithoutAnApplicationObjectWaitsForTheNextOne() {
+    add(5);
+    { const Application application; }
+    QCOMPARE(ran, QList<int>{5});
+}
+
+void ApplicationEndTest::actionsAddedAtTheEndRun() {
+    {
+        const Application application;
+        ApplicationEnd::add(Phase::Downloads, [] {
+            ran.append(100);
+            add(7);
+            add(0);
+        });
+        add(4);
+    }
+    QCOMPARE(ran, (QList<int>{100, 0, 4, 7}));
+}
+
+void ApplicationEndTest::windowsGoBeforeWhatTheirRendererBrought() {
+    {
+        const Application application;
+        add(6);
+        add(0);
+        qAddPostRoutine([] { ran.append(ofSomebodyElse); });
+        // A second window, which loads a renderer that the first did not.
+        add(0);
+    }
+    QCOMPARE(ran, (QList<int>{0, 6, ofSomebodyElse}));
+}
+
+void ApplicationEndTest::anyThreadMayAdd() {
+    {
+        const Application application;
+        std::array<std::thread, 2> threads;
+        for (std::size_t half = 0; half < threads.size(); ++half) {
+            threads.at(half) = std::thread([half] {
+                for (std::size_t index = half; index < phases.size(); index += 2)
+                    add(index);
+            });
+        }
+        std::for_each(threads.begin(), threads.end(), [](std::thread &each) { each.join(); });
+    }
+    QCOMPARE(ran, (QList<int>{0, 1, 2, 3, 4, 5, 6, 7}));
+}
+
+}  // namespace pelorinnews::test
+
+// Each test makes its application objects itself.
+int main(int argc, char *argv[]) {
+    const pelorinnews::test::TestHome home;
+    pelorinnews::test::ApplicationEndTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "ApplicationEndTest.moc"
