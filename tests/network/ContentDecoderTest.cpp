@@ -1,34 +1,13 @@
+#include "Deflate.h"
 #include "TestMain.h"
 #include "network/ContentDecoder.h"
 
-#include <zlib.h>
-
 using namespace pelorinnews;
+using namespace pelorinnews::test;
 using Coding = ContentDecoder::Coding;
 using Result = ContentDecoder::Result;
 
 namespace {
-
-constexpr int gzipFormat = 16 + MAX_WBITS;
-constexpr int zlibFormat = MAX_WBITS;
-constexpr int rawFormat = -MAX_WBITS;
-
-QByteArray compressed(const QByteArray &text, int format) {
-    z_stream stream{};
-    if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, format, 8, Z_DEFAULT_STRATEGY) !=
-        Z_OK)
-        qFatal("no memory for compression");
-    QByteArray in = text;
-    QByteArray out(qsizetype(deflateBound(&stream, uLong(in.size()))), Qt::Uninitialized);
-    stream.next_in = reinterpret_cast<Bytef *>(in.data());
-    stream.avail_in = uInt(in.size());
-    stream.next_out = reinterpret_cast<Bytef *>(out.data());
-    stream.avail_out = uInt(out.size());
-    deflate(&stream, Z_FINISH);
-    out.truncate(qsizetype(stream.total_out));
-    deflateEnd(&stream);
-    return out;
-}
 
 const QByteArray text = "<rss>news, news and news again</rss>";
 
@@ -59,7 +38,7 @@ private:
 void ContentDecoderTest::comesInAnyPieces() {
     QFETCH(const Coding, coding);
     QFETCH(const int, format);
-    const QByteArray bytes = compressed(text, format);
+    const QByteArray bytes = deflated(text, format);
     for (std::size_t size = 1; size <= std::size_t(bytes.size()); ++size) {
         ContentDecoder decoder(coding, text.size());
         QByteArray body;
@@ -75,7 +54,7 @@ void ContentDecoderTest::comesInAnyPieces() {
 void ContentDecoderTest::noPartIsTheWhole() {
     QFETCH(const Coding, coding);
     QFETCH(const int, format);
-    const QByteArray bytes = compressed(text, format);
+    const QByteArray bytes = deflated(text, format);
     for (qsizetype size = 0; size < bytes.size(); ++size) {
         ContentDecoder decoder(coding, 1000);
         QByteArray body;
@@ -88,14 +67,14 @@ void ContentDecoderTest::noMoreThanTheLimitIsKept() {
     QFETCH(const Coding, coding);
     QFETCH(const int, format);
     constexpr qint64 limit = 200'000;
-    const QByteArray bytes = compressed(QByteArray(20 * limit, 'x'), format);
+    const QByteArray bytes = deflated(QByteArray(20 * limit, 'x'), format);
     ContentDecoder decoder(coding, limit);
     QByteArray body;
     QCOMPARE(decoder.add(bytes.constData(), std::size_t(bytes.size()), body), Result::TooLong);
     QVERIFY(body.size() <= limit + 1);
 
     ContentDecoder fitting(coding, limit);
-    const QByteArray most = compressed(QByteArray(limit, 'x'), format);
+    const QByteArray most = deflated(QByteArray(limit, 'x'), format);
     QByteArray whole;
     QCOMPARE(fitting.add(most.constData(), std::size_t(most.size()), whole), Result::Fine);
     QVERIFY(fitting.isComplete());

@@ -1,8 +1,7 @@
 #include "ServerAnswers.h"
 
+#include "Deflate.h"
 #include "Gzip.h"
-
-#include <zlib.h>
 
 namespace pelorinnews::test {
 
@@ -80,23 +79,6 @@ QByteArray chunkedAnswer(const QByteArray &rest) {
 
 QByteArray coded(const QByteArray &coding, const QByteArray &bytes) {
     return ok({"Content-Encoding: " + coding, length(bytes.size())}) + bytes;
-}
-
-QByteArray deflated(const QByteArray &bytes, int windowBits) {
-    z_stream stream{};
-    if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY) !=
-        Z_OK)
-        qFatal("no memory for compression");
-    QByteArray in = bytes;
-    QByteArray out(qsizetype(deflateBound(&stream, uLong(in.size()))), Qt::Uninitialized);
-    stream.next_in = reinterpret_cast<Bytef *>(in.data());
-    stream.avail_in = uInt(in.size());
-    stream.next_out = reinterpret_cast<Bytef *>(out.data());
-    stream.avail_out = uInt(out.size());
-    deflate(&stream, Z_FINISH);
-    out.truncate(qsizetype(stream.total_out));
-    deflateEnd(&stream);
-    return out;
 }
 
 void addLengths(Answers &answers) {
@@ -250,7 +232,6 @@ void addStatuses(Answers &answers) {
 void addCodings(Answers &answers) {
     const QByteArray body = answeredBody();
     const QByteArray zipped = gzip(body);
-    constexpr int zlibFormat = MAX_WBITS;
     answers.whole("gzip", coded("gzip", zipped));
     answers.whole("gzip by its old name", coded("x-gzip", zipped));
     answers.whole("gzip in capitals", coded("GZIP", zipped));
@@ -260,7 +241,7 @@ void addCodings(Answers &answers) {
                   200, ServerAnswer::Plain | ServerAnswer::Tls);
     answers.whole("gzip in two members", coded("gzip", gzip(body.left(9)) + gzip(body.mid(9))));
     answers.whole("deflate", coded("deflate", deflated(body, zlibFormat)));
-    answers.whole("deflate without its wrapping", coded("deflate", deflated(body, -zlibFormat)));
+    answers.whole("deflate without its wrapping", coded("deflate", deflated(body, rawFormat)));
     answers.whole("identity", coded("identity", body));
     answers.whole("an empty gzip", coded("gzip", gzip("")), "");
     answers.whole("gzip of the most that is taken",
