@@ -83,6 +83,12 @@ private:
         return window->size() == tile() && bottom == window->height();
     }
 
+    /// Takes the window out of its tile. Some desktops leave it as large as the tile was, so it is
+    /// made smaller as well.
+    void makeFloating() const {
+        order("floating enable");
+        order("resize set 560 px 460 px");
+    }
     /// Whether the window floats, and its size has settled.
     [[nodiscard]] bool isFloating() const { return tile() != thirdOfTheScreen && isInSight(); }
 
@@ -169,7 +175,7 @@ void TiledTest::theContentGivesTheRoomInATileLowerThanTheWindowMayBe() {
 
 void TiledTest::aWindowTiledWhileItsOptionsAreOpenKeepsItsTile() {
     const int page = controller->webView()->height();
-    order("floating enable");
+    makeFloating();
     QTRY_VERIFY(isFloating());
     const QSize folded = tile();
     controller->onOptionsButton();
@@ -186,7 +192,7 @@ void TiledTest::aWindowTiledWhileItsOptionsAreOpenKeepsItsTile() {
 }
 
 void TiledTest::aFloatingWindowGrows() {
-    order("floating enable");
+    makeFloating();
     QTRY_VERIFY(isFloating());
     const QSize folded = tile();
     const int page = controller->webView()->height();
