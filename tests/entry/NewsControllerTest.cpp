@@ -76,7 +76,6 @@ private Q_SLOTS:
     void showAfterExitShowsTheWindowAgain();
     void whatShowPostedRunsAfterExitAndRelease();
     void theLoggerReceivesNoMessageOfTheCache();
-    void aHostThatForgetsToExitStillEnds();
 
 private:
     NewsPlugin *plugin = nullptr;
@@ -210,13 +209,6 @@ void NewsControllerTest::theLoggerReceivesNoMessageOfTheCache() {
                  qPrintable(entry.text));
         QVERIFY(entry.text.contains(QStringLiteral("404")));
     }
-}
-
-void NewsControllerTest::aHostThatForgetsToExitStillEnds() {
-    // The timer holds it from here on; it lives until the process ends.
-    controller->show();
-    controller.reset();
-    QVERIFY(newsWindow());
 }
 
 PELORIN_WIDGET_TEST_MAIN(NewsControllerTest)

@@ -1,0 +1,47 @@
+// A host that never calls `exit`. What that leaves lives until the process ends, so this is the
+// only test of its process.
+
+#include "FeedServer.h"
+#include "TestMain.h"
+
+#include <pelorinnews/NewsPlugin.h>
+
+#include <QApplication>
+#include <QPluginLoader>
+#include <QSettings>
+
+#include <algorithm>
+
+using namespace pelorinnews;
+
+class ForgottenExitTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void theProcessEndsNevertheless();
+};
+
+void ForgottenExitTest::theProcessEndsNevertheless() {
+    FeedServer server;
+    QVERIFY(server.start());
+    QSettings preferences(QStringLiteral("Olvane"), QStringLiteral("Pelorin"));
+    preferences.setValue(QStringLiteral("newsFeedBaseURL"), server.feedAddress());
+    preferences.setValue(QStringLiteral("newsShowOnStart"), false);
+    preferences.sync();
+    QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
+    auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());
+    QVERIFY2(plugin, qPrintable(loader.errorString()));
+    plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
+                             QStringLiteral("Pelorin")});
+
+    // Its timer keeps the controller alive from here on.
+    plugin->init()->show();
+    QVERIFY(server.waitForRequests(1));
+    const auto windows = QApplication::topLevelWidgets();
+    QVERIFY(std::any_of(windows.begin(), windows.end(), [](const QWidget *window) {
+        return window->isVisible() && window->windowTitle() == QLatin1String("Pelorin News");
+    }));
+}
+
+PELORIN_WIDGET_TEST_MAIN(ForgottenExitTest)
+#include "ForgottenExitTest.moc"
