@@ -1,5 +1,6 @@
 #include "CssStyle.h"
 
+#include "CssNesting.h"
 #include "CssValues.h"
 
 #include <array>
@@ -60,19 +61,10 @@ constexpr std::array<const char *, 5> fontProperties{"font-family", "font-size",
 /// The end of the declaration that starts at `from`: its semicolon, but not one in quotes or
 /// parentheses.
 qsizetype endOfDeclaration(QStringView text, qsizetype from) {
-    QChar quote;
-    int depth = 0;
+    CssNesting nesting;
     for (qsizetype at = from; at < text.size(); ++at) {
-        const QChar c = text[at];
-        if (!quote.isNull())
-            quote = c == quote ? QChar() : quote;
-        else if (c == QLatin1Char('"') || c == QLatin1Char('\''))
-            quote = c;
-        else if (c == QLatin1Char('('))
-            ++depth;
-        else if (c == QLatin1Char(')'))
-            --depth;
-        else if (c == QLatin1Char(';') && depth <= 0)
+        nesting.add(text[at]);
+        if (text[at] == QLatin1Char(';') && nesting.isOutside())
             return at;
     }
     return text.size();

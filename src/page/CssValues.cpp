@@ -1,5 +1,7 @@
 #include "CssValues.h"
 
+#include "CssNesting.h"
+
 #include <algorithm>
 #include <cmath>
 #include <optional>
@@ -59,18 +61,10 @@ bool isHexDigit(QChar c) {
 QStringList parts(const QString &value) {
     QStringList parts;
     QString part;
-    int depth = 0;
-    QChar quote;
+    CssNesting nesting;
     for (const QChar c : value) {
-        if (!quote.isNull())
-            quote = c == quote ? QChar() : quote;
-        else if (c == QLatin1Char('"') || c == QLatin1Char('\''))
-            quote = c;
-        else if (c == QLatin1Char('('))
-            ++depth;
-        else if (c == QLatin1Char(')'))
-            --depth;
-        if (c.isSpace() && depth <= 0 && quote.isNull()) {
+        nesting.add(c);
+        if (c.isSpace() && nesting.isOutside()) {
             if (!part.isEmpty())
                 parts << part;
             part.clear();
