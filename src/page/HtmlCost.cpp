@@ -42,7 +42,7 @@ constexpr Rate picture{20'000, 60'000};
 // shown.
 constexpr Rate pictureBefore{300, 300};
 constexpr Rate characterOfAddress{30, 30};
-constexpr Rate cell{7'000, 0};
+constexpr qint64 copiedCell = 7'000;
 constexpr Rate spanInCells{5, 5};
 
 // The contents of a table are laid out to find its smallest width, its largest, and once more: in
@@ -124,7 +124,8 @@ void HtmlCost::addPicture(int before, qsizetype addressLength) {
 }
 
 void HtmlCost::addCells(qint64 count) {
-    _nanoseconds += count * (_display ? cell.shown : cell.copied);
+    if (!_display)
+        _nanoseconds += count * copiedCell;
     addLayout(count * layoutOfCell);
 }
 

@@ -23,7 +23,7 @@ public:
     /// A tag of the page; for an end tag, `looks` open elements are searched.
     void addTag(qsizetype looks = 0);
     /// A start tag is written; `length` is its number of characters, all attributes included.
-    void addElement(bool block, qsizetype length);
+    void addElement(bool isBlock, qsizetype length);
     void addDeclarations(qsizetype count);
     void addLineBreak();
     /// `before` is the number of earlier pictures in the same block.
