@@ -45,8 +45,11 @@ void run() {
 }  // namespace
 
 void add(Phase phase, Action action) {
-    if (actions().add(phase, action))
-        qAddPostRoutine(run);
+    if (!actions().add(phase, action))
+        return;
+    // Once, at the newest place, however many windows a host has.
+    qRemovePostRoutine(run);
+    qAddPostRoutine(run);
 }
 
 }  // namespace pelorinnews::ApplicationEnd
