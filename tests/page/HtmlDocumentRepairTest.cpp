@@ -1,8 +1,9 @@
 // Corrections to sizes and pictures as a text document reads them.
 
-#include "GuiTestMain.h"
+#include "TestMain.h"
 #include "page/HtmlDocumentRepair.h"
 
+#include <QGuiApplication>
 #include <QPalette>
 #include <QTest>
 #include <QTextBlock>

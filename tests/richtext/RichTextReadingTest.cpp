@@ -1,9 +1,10 @@
-#include "GuiTestMain.h"
 #include "OpenDocumentOutline.h"
+#include "TestMain.h"
 #include "richtext/RichTextWriter.h"
 
 #include <QDir>
 #include <QFile>
+#include <QGuiApplication>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>

@@ -1,5 +1,5 @@
-#include "GuiTestMain.h"
 #include "HostilePictures.h"
+#include "TestMain.h"
 #include "page/BoundedHtml.h"
 #include "page/PagePictures.h"
 #include "richtext/RichTextDocument.h"
@@ -11,6 +11,7 @@
 #include <QBuffer>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QGuiApplication>
 #include <QImage>
 #include <QPalette>
 #include <QTemporaryDir>

@@ -5,21 +5,19 @@
 #include <QCoreApplication>
 #include <QTest>
 
-/// The main function of a test without a window: creates a home folder of its own first, then the
-/// application.
-#define PELORIN_CORE_TEST_MAIN(TestClass)               \
-    int main(int argc, char *argv[]) {                  \
-        const pelorinnews::test::TestHome home;         \
-        const QCoreApplication application(argc, argv); \
-        TestClass test;                                 \
-        return QTest::qExec(&test, argc, argv);         \
+/// The main function of a test: its own home folder first, then the application object. Include the
+/// header of `Application`.
+#define PELORIN_TEST_MAIN(Application, TestClass)  \
+    int main(int argc, char *argv[]) {             \
+        const pelorinnews::test::TestHome home;    \
+        const Application application(argc, argv); \
+        TestClass test;                            \
+        return QTest::qExec(&test, argc, argv);    \
     }
 
-/// The same for a test with widgets. Include <QApplication> before.
-#define PELORIN_WIDGET_TEST_MAIN(TestClass)         \
-    int main(int argc, char *argv[]) {              \
-        const pelorinnews::test::TestHome home;     \
-        const QApplication application(argc, argv); \
-        TestClass test;                             \
-        return QTest::qExec(&test, argc, argv);     \
-    }
+/// For a test without a window.
+#define PELORIN_CORE_TEST_MAIN(TestClass) PELORIN_TEST_MAIN(QCoreApplication, TestClass)
+/// For a test that needs fonts, pictures or events, but shows no window.
+#define PELORIN_GUI_TEST_MAIN(TestClass) PELORIN_TEST_MAIN(QGuiApplication, TestClass)
+/// For a test with widgets.
+#define PELORIN_WIDGET_TEST_MAIN(TestClass) PELORIN_TEST_MAIN(QApplication, TestClass)
