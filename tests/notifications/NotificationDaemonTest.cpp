@@ -1,19 +1,13 @@
-#include "NotificationTesting.h"
+#include "DaemonTest.h"
 #include "PopUps.h"
-#include "PrivateBus.h"
-#include "RecordingDelegate.h"
 #include "TestMain.h"
-#include "notifications/DesktopNotificationCenter.h"
-
-#include <QTemporaryDir>
-#include <QTest>
 
 namespace pelorinnews::test {
 
 using std::chrono::milliseconds;
 
 /// Uses notification-daemon, which sends its signals to everybody, with clicks of a real pointer.
-class NotificationDaemonTest : public QObject {
+class NotificationDaemonTest : public DaemonTest {
     Q_OBJECT
 private Q_SLOTS:
     void init();
@@ -26,17 +20,9 @@ private Q_SLOTS:
     void withdrawsOneThatTheServerNoLongerKnows();
 
 private:
-    [[nodiscard]] NotificationSender sender() const;
-    [[nodiscard]] std::vector<RegistryEntry> registered() const;
     /// The pop-ups on the screen, by window number.
     [[nodiscard]] static QStringList popUps();
     static void click(const QString &window);
-
-    std::unique_ptr<QTemporaryDir> home;
-    std::unique_ptr<PrivateBus> bus;
-    std::unique_ptr<BusProgram> daemon;
-    std::unique_ptr<DesktopNotificationCenter> center;
-    std::shared_ptr<RecordingDelegate> delegate;
 };
 
 namespace {
@@ -50,29 +36,11 @@ QDBusMessage call(const QString &method) {
 }  // namespace
 
 void NotificationDaemonTest::init() {
-    home = std::make_unique<QTemporaryDir>();
-    bus = std::make_unique<PrivateBus>();
-    daemon = std::make_unique<BusProgram>(
-        *bus, QStringLiteral("/usr/lib/notification-daemon/notification-daemon"), QStringList());
-    QTRY_VERIFY(bus->hasNotificationServer());
-    center = std::make_unique<DesktopNotificationCenter>(sender());
-    delegate = std::make_shared<RecordingDelegate>();
-    center->setDelegate(delegate);
+    start(QStringLiteral("/usr/lib/notification-daemon/notification-daemon"));
 }
 
 void NotificationDaemonTest::cleanup() {
-    center.reset();
-    daemon.reset();
-    bus.reset();
-    home.reset();
-}
-
-NotificationSender NotificationDaemonTest::sender() const {
-    return senderOn(*bus, home->filePath(QStringLiteral("state")));
-}
-
-std::vector<RegistryEntry> NotificationDaemonTest::registered() const {
-    return registeredIn(sender().stateFolder);
+    stop();
 }
 
 QStringList NotificationDaemonTest::popUps() {

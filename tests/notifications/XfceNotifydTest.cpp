@@ -1,17 +1,11 @@
-#include "NotificationTesting.h"
+#include "DaemonTest.h"
 #include "PopUps.h"
-#include "PrivateBus.h"
-#include "RecordingDelegate.h"
 #include "TestMain.h"
-#include "notifications/DesktopNotificationCenter.h"
-
-#include <QTemporaryDir>
-#include <QTest>
 
 namespace pelorinnews::test {
 
 /// Uses xfce4-notifyd, which reports a click only from a button, with clicks of a real pointer.
-class XfceNotifydTest : public QObject {
+class XfceNotifydTest : public DaemonTest {
     Q_OBJECT
 private Q_SLOTS:
     void init();
@@ -25,41 +19,20 @@ private:
     void deliver(const QString &title) const;
     /// Clicks into the pop-up, which may not be ready yet, until its notification has ended.
     [[nodiscard]] bool clickUntilItEnds(int x, int y) const;
-
-    std::unique_ptr<QTemporaryDir> home;
-    std::unique_ptr<PrivateBus> bus;
-    std::unique_ptr<BusProgram> daemon;
-    std::unique_ptr<DesktopNotificationCenter> center;
-    std::shared_ptr<RecordingDelegate> delegate;
 };
 
 void XfceNotifydTest::init() {
-    home = std::make_unique<QTemporaryDir>();
-    bus = std::make_unique<PrivateBus>();
-    daemon =
-        std::make_unique<BusProgram>(*bus, QStringLiteral(PELORIN_XFCE_NOTIFYD), QStringList());
-    QTRY_VERIFY(bus->hasNotificationServer());
-    center = std::make_unique<DesktopNotificationCenter>(
-        senderOn(*bus, home->filePath(QStringLiteral("state"))));
-    delegate = std::make_shared<RecordingDelegate>();
-    center->setDelegate(delegate);
+    start(QStringLiteral(PELORIN_XFCE_NOTIFYD));
     deliver(QStringLiteral("one"));
 }
 
 void XfceNotifydTest::cleanup() {
-    center.reset();
-    daemon.reset();
-    bus.reset();
-    home.reset();
+    stop();
 }
 
 void XfceNotifydTest::deliver(const QString &title) const {
     center->deliverNotification(notification(title));
-    const auto stands = [&] {
-        const auto entries = registeredIn(home->filePath(QStringLiteral("state")));
-        return entries.size() == 1 && entries[0].notification.title == title;
-    };
-    QTRY_VERIFY(stands());
+    QTRY_COMPARE(registeredTitles(), QStringList{title});
 }
 
 bool XfceNotifydTest::clickUntilItEnds(int x, int y) const {

@@ -200,8 +200,7 @@ void AnnouncementTest::aClickOnAnyNotificationOpensTheWindow() {
     QVERIFY(delivered().isEmpty());
 }
 
-// Only Wayland's window code looks for the token there, and there is no Wayland here: this test
-// cannot check that it finds the token.
+// Only Wayland's window code looks for the token there.
 void AnnouncementTest::offWaylandAClicksTokenStaysOutOfTheEnvironment() {
     class Watcher : public QObject {
     public:

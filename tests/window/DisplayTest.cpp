@@ -36,6 +36,7 @@ private Q_SLOTS:
 
     void wrapsAroundATwelveItemList();
     void steppingGoesOnFromBeyondAListThatBecameShorter();
+    void twoItemsLeadToEachOther();
     void oneItemLeavesNowhereToGo();
     void showsExactlyTheItemsHtml();
     void saysThatContentIsBeingRetrieved();
@@ -97,6 +98,18 @@ void DisplayTest::steppingGoesOnFromBeyondAListThatBecameShorter() {
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("3 / 3"));
     controller->onNextItem();
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 3"));
+}
+
+void DisplayTest::twoItemsLeadToEachOther() {
+    const auto controller = fixture->shown(WindowFixture::items(2));
+    for (const char *position : {"2 / 2", "1 / 2"}) {
+        controller->onPreviousItem();
+        QCOMPARE(controller->itemIndicator()->text(), QLatin1String(position));
+    }
+    for (const char *position : {"2 / 2", "1 / 2"}) {
+        controller->onNextItem();
+        QCOMPARE(controller->itemIndicator()->text(), QLatin1String(position));
+    }
 }
 
 void DisplayTest::oneItemLeavesNowhereToGo() {

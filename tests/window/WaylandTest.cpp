@@ -12,6 +12,8 @@ class WaylandTest : public QObject {
 private Q_SLOTS:
     void initTestCase();
     void foldsByItsHeightAlone();
+    void aClicksTokenIsInTheEnvironmentWhileTheWindowIsShown_data();
+    void aClicksTokenIsInTheEnvironmentWhileTheWindowIsShown();
 };
 
 void WaylandTest::initTestCase() {
@@ -48,6 +50,50 @@ void WaylandTest::foldsByItsHeightAlone() {
     QTRY_VERIFY(area->isHidden());
     QTRY_COMPARE(window->size(), folded);
     QCOMPARE(controller->webView()->height(), page);
+    controller->exit();
+}
+
+void WaylandTest::aClicksTokenIsInTheEnvironmentWhileTheWindowIsShown_data() {
+    QTest::addColumn<QString>("token");
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("during");
+    const QByteArray hosts("the host's own");
+    QTest::newRow("a token") << QStringLiteral("token-1") << QByteArray() << QByteArray("token-1");
+    QTest::newRow("instead of another")
+        << QStringLiteral("token-1") << hosts << QByteArray("token-1");
+    QTest::newRow("none") << QString() << QByteArray() << QByteArray();
+    QTest::newRow("none, another stays") << QString() << hosts << hosts;
+}
+
+void WaylandTest::aClicksTokenIsInTheEnvironmentWhileTheWindowIsShown() {
+    QFETCH(const QString, token);
+    QFETCH(const QByteArray, before);
+    QFETCH(const QByteArray, during);
+    static constexpr auto variable = "XDG_ACTIVATION_TOKEN";
+    class Watcher : public QObject {
+    public:
+        QList<QByteArray> seen;
+        bool eventFilter(QObject *, QEvent *event) override {
+            if (event->type() == QEvent::Show)
+                seen.append(qgetenv(variable));
+            return false;
+        }
+    } watcher;
+    WindowFixture fixture;
+    const auto controller = fixture.unshown(WindowFixture::items(2));
+    QVERIFY(controller->window());
+    controller->window()->installEventFilter(&watcher);
+    UserNotification clicked;
+    clicked.activationToken = token;
+    if (!before.isNull())
+        qputenv(variable, before);
+    controller->userNotificationCenterDidActivateNotification(clicked);
+    const QByteArray after = qgetenv(variable);
+    const bool wasSet = qEnvironmentVariableIsSet(variable);
+    qunsetenv(variable);
+    QCOMPARE(watcher.seen, QList<QByteArray>{during});
+    QCOMPARE(after, before);
+    QCOMPARE(wasSet, !before.isNull());
     controller->exit();
 }
 
