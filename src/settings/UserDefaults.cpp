@@ -6,6 +6,7 @@
 #include "platform/HostBundle.h"
 #include "platform/RegularFile.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
