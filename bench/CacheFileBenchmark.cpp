@@ -13,11 +13,11 @@ namespace {
 class File {
 public:
     [[nodiscard]] LocalCacheFile get() const {
-        return LocalCacheFile(folder.filePath(QStringLiteral("PelorinNews.xml")));
+        return LocalCacheFile(_folder.filePath(QStringLiteral("PelorinNews.xml")));
     }
 
 private:
-    QTemporaryDir folder;
+    QTemporaryDir _folder;
 };
 
 void writeCacheFile(benchmark::State &state) {

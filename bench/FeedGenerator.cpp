@@ -22,21 +22,21 @@ constexpr std::array<const char *, 5> categories = {"mac pelorin", "mac pelorin 
 
 class FeedWriter {
 public:
-    explicit FeedWriter(qint64 newest) : instant(newest) {}
+    explicit FeedWriter(qint64 newest) : _instant(newest) {}
 
     void writeItem(QByteArray &feed) {
-        const QDateTime date = QDateTime::fromSecsSinceEpoch(instant, Qt::UTC);
-        instant -= 3600 + static_cast<qint64>(pick(3 * 3600));
+        const QDateTime date = QDateTime::fromSecsSinceEpoch(_instant, Qt::UTC);
+        _instant -= 3600 + static_cast<qint64>(pick(3 * 3600));
         feed += "    <item>\n      <title>";
         writeSentence(feed, 7);
         feed += "</title>\n      <link>https://news.olvane.example/story/";
-        feed += QByteArray::number(instant);
+        feed += QByteArray::number(_instant);
         feed += "?from=feed&amp;lang=en</link>\n      <pubDate>";
         feed += QLocale::c().toString(date, u"ddd, dd MMM yyyy HH:mm:ss 'GMT'").toUtf8();
         feed += "</pubDate>\n      <category>";
         feed += categories.at(pick(categories.size()));
         feed += "</category>\n      <guid isPermaLink=\"false\">";
-        feed += QByteArray::number(instant);
+        feed += QByteArray::number(_instant);
         feed += "</guid>\n      <description><![CDATA[<html><body>\n";
         for (int paragraph = 0; paragraph < 8; ++paragraph) {
             feed += "<p class=\"body\"><b>";
@@ -56,7 +56,7 @@ public:
     }
 
 private:
-    size_t pick(size_t count) { return random() % count; }
+    size_t pick(size_t count) { return _random() % count; }
 
     void writeSentence(QByteArray &feed, int length) {
         for (int i = 0; i < length; ++i) {
@@ -66,8 +66,8 @@ private:
         }
     }
 
-    std::minstd_rand random;
-    qint64 instant;
+    std::minstd_rand _random;
+    qint64 _instant;
 };
 
 }  // namespace

@@ -29,11 +29,11 @@ PeakMemory::PeakMemory() {
     if (file.open(QFile::WriteOnly))
         file.write("5");
     file.close();
-    before = statusField("VmRSS:");
+    _before = statusField("VmRSS:");
 }
 
 qint64 PeakMemory::bytes() const {
-    return statusField("VmHWM:") - before;
+    return statusField("VmHWM:") - _before;
 }
 
 }  // namespace pelorinnews::bench

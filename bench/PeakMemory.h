@@ -12,7 +12,7 @@ public:
     [[nodiscard]] qint64 bytes() const;
 
 private:
-    qint64 before;
+    qint64 _before;
 };
 
 }  // namespace pelorinnews::bench

@@ -53,22 +53,22 @@ QIcon dot(QRgb color) {
 }  // namespace
 
 LogPane::LogPane(QWidget *parent)
-    : QWidget(parent), lines(new QTreeWidget(this)), shownLevel(new QComboBox(this)) {
-    lines->setHeaderLabels({tr("Time"), tr("Level"), tr("Message")});
-    lines->setAccessibleName(tr("Log messages"));
-    lines->setRootIsDecorated(false);
-    lines->setUniformRowHeights(true);
-    lines->setAlternatingRowColors(true);
-    lines->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    lines->setTextElideMode(Qt::ElideMiddle);
-    lines->setColumnWidth(TimeColumn, 110);
-    lines->setColumnWidth(LevelColumn, 100);
+    : QWidget(parent), _lines(new QTreeWidget(this)), _shownLevel(new QComboBox(this)) {
+    _lines->setHeaderLabels({tr("Time"), tr("Level"), tr("Message")});
+    _lines->setAccessibleName(tr("Log messages"));
+    _lines->setRootIsDecorated(false);
+    _lines->setUniformRowHeights(true);
+    _lines->setAlternatingRowColors(true);
+    _lines->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    _lines->setTextElideMode(Qt::ElideMiddle);
+    _lines->setColumnWidth(TimeColumn, 110);
+    _lines->setColumnWidth(LevelColumn, 100);
 
     for (const LevelLook &look : looks)
-        shownLevel->addItem(dot(look.color), tr(look.upTo), static_cast<int>(look.level));
-    shownLevel->setCurrentIndex(shownLevel->count() - 1);
+        _shownLevel->addItem(dot(look.color), tr(look.upTo), static_cast<int>(look.level));
+    _shownLevel->setCurrentIndex(_shownLevel->count() - 1);
     auto *const label = new QLabel(tr("&Show:"), this);
-    label->setBuddy(shownLevel);
+    label->setBuddy(_shownLevel);
     auto *const heading = new QLabel(tr("Log"), this);
     QFont headingFont = heading->font();
     headingFont.setBold(true);
@@ -79,25 +79,25 @@ LogPane::LogPane(QWidget *parent)
     controls->addWidget(heading);
     controls->addStretch();
     controls->addWidget(label);
-    controls->addWidget(shownLevel);
+    controls->addWidget(_shownLevel);
     controls->addWidget(clear);
     auto *const column = new QVBoxLayout(this);
     column->setContentsMargins({});
     column->addLayout(controls);
-    column->addWidget(lines);
+    column->addWidget(_lines);
 
-    connect(clear, &QPushButton::clicked, lines, &QTreeWidget::clear);
-    connect(shownLevel, &QComboBox::currentIndexChanged, this, &LogPane::applyLevel);
+    connect(clear, &QPushButton::clicked, _lines, &QTreeWidget::clear);
+    connect(_shownLevel, &QComboBox::currentIndexChanged, this, &LogPane::applyLevel);
 }
 
 void LogPane::addMessage(LogLevel level, const QString &message) {
-    const QScrollBar *const bar = lines->verticalScrollBar();
+    const QScrollBar *const bar = _lines->verticalScrollBar();
     const bool followsEnd = bar->value() == bar->maximum();
     const LevelLook &look = lookOf(level);
 
-    if (lines->topLevelItemCount() == keptMessages)
-        delete lines->takeTopLevelItem(0);
-    auto *const item = new QTreeWidgetItem(lines);
+    if (_lines->topLevelItemCount() == keptMessages)
+        delete _lines->takeTopLevelItem(0);
+    auto *const item = new QTreeWidgetItem(_lines);
     item->setText(TimeColumn, QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz")));
     item->setText(LevelColumn, tr(look.name));
     item->setIcon(LevelColumn, dot(look.color));
@@ -106,17 +106,17 @@ void LogPane::addMessage(LogLevel level, const QString &message) {
     item->setToolTip(MessageColumn, message.toHtmlEscaped());
     applyLevelTo(item);
     if (followsEnd)
-        lines->scrollToBottom();
+        _lines->scrollToBottom();
 }
 
 void LogPane::applyLevel() {
-    for (int row = 0; row < lines->topLevelItemCount(); ++row)
-        applyLevelTo(lines->topLevelItem(row));
+    for (int row = 0; row < _lines->topLevelItemCount(); ++row)
+        applyLevelTo(_lines->topLevelItem(row));
 }
 
 void LogPane::applyLevelTo(QTreeWidgetItem *item) const {
     item->setHidden(item->data(LevelColumn, Qt::UserRole).toInt() >
-                    shownLevel->currentData().toInt());
+                    _shownLevel->currentData().toInt());
 }
 
 }  // namespace pelorinnews::host

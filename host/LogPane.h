@@ -24,8 +24,8 @@ private:
     void applyLevel();
     void applyLevelTo(QTreeWidgetItem *item) const;
 
-    QTreeWidget *lines;
-    QComboBox *shownLevel;
+    QTreeWidget *_lines;
+    QComboBox *_shownLevel;
 };
 
 }  // namespace pelorinnews::host

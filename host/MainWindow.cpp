@@ -37,16 +37,16 @@ QWidget *makeHeader(QWidget *parent) {
 }  // namespace
 
 MainWindow::MainWindow(const HostLogger &logger)
-    : newsAction(new QAction(QIcon(QStringLiteral(":/icons/news.svg")), tr("&News"), this)),
-      notice(new QLabel(this)) {
+    : _newsAction(new QAction(QIcon(QStringLiteral(":/icons/news.svg")), tr("&News"), this)),
+      _notice(new QLabel(this)) {
     addActions();
 
-    notice->setWordWrap(true);
-    notice->setTextFormat(Qt::PlainText);
-    notice->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    notice->setFrameShape(QFrame::StyledPanel);
-    notice->setMargin(10);
-    notice->hide();
+    _notice->setWordWrap(true);
+    _notice->setTextFormat(Qt::PlainText);
+    _notice->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    _notice->setFrameShape(QFrame::StyledPanel);
+    _notice->setMargin(10);
+    _notice->hide();
 
     auto *const log = new LogPane(this);
     connect(&logger, &HostLogger::messageAdded, log, &LogPane::addMessage);
@@ -56,7 +56,7 @@ MainWindow::MainWindow(const HostLogger &logger)
     column->setContentsMargins(18, 14, 18, 8);
     column->setSpacing(14);
     column->addWidget(makeHeader(content));
-    column->addWidget(notice);
+    column->addWidget(_notice);
     column->addWidget(log, 1);
     setCentralWidget(content);
     setWindowTitle(tr("Pelorin"));
@@ -65,21 +65,21 @@ MainWindow::MainWindow(const HostLogger &logger)
 }
 
 void MainWindow::setNews(std::shared_ptr<NewsController> controller) {
-    news = std::move(controller);
-    newsAction->setEnabled(news != nullptr);
-    statusBar()->showMessage(news ? tr("The news panel is ready") : tr("No news panel"));
+    _news = std::move(controller);
+    _newsAction->setEnabled(_news != nullptr);
+    statusBar()->showMessage(_news ? tr("The news panel is ready") : tr("No news panel"));
 }
 
 void MainWindow::showProblem(const QString &problem) {
-    notice->setText(problem);
-    notice->show();
+    _notice->setText(problem);
+    _notice->show();
 }
 
 void MainWindow::addActions() {
-    newsAction->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_N));
-    newsAction->setToolTip(tr("Show the news window (Ctrl+N)"));
-    newsAction->setEnabled(false);
-    connect(newsAction, &QAction::triggered, this, &MainWindow::showNews);
+    _newsAction->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_N));
+    _newsAction->setToolTip(tr("Show the news window (Ctrl+N)"));
+    _newsAction->setEnabled(false);
+    connect(_newsAction, &QAction::triggered, this, &MainWindow::showNews);
 
     auto *const quit = new QAction(QIcon(QStringLiteral(":/icons/quit.svg")), tr("&Quit"), this);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
@@ -92,7 +92,7 @@ void MainWindow::addActions() {
     connect(about, &QAction::triggered, this, &MainWindow::showAbout);
 
     QMenu *const file = menuBar()->addMenu(tr("&File"));
-    file->addAction(newsAction);
+    file->addAction(_newsAction);
     file->addSeparator();
     file->addAction(quit);
     menuBar()->addMenu(tr("&Help"))->addAction(about);
@@ -100,13 +100,13 @@ void MainWindow::addActions() {
     QToolBar *const bar = addToolBar(tr("Tools"));
     bar->setMovable(false);
     bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    bar->addAction(newsAction);
+    bar->addAction(_newsAction);
     bar->addAction(quit);
 }
 
 void MainWindow::showNews() {
-    if (news)
-        news->show();
+    if (_news)
+        _news->show();
 }
 
 void MainWindow::showAbout() {

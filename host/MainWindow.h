@@ -32,9 +32,9 @@ private:
     void showNews();
     void showAbout();
 
-    std::shared_ptr<NewsController> news;
-    QAction *newsAction;
-    QLabel *notice;
+    std::shared_ptr<NewsController> _news;
+    QAction *_newsAction;
+    QLabel *_notice;
 };
 
 }  // namespace pelorinnews::host

@@ -38,21 +38,21 @@ public:
         };
         const auto colour = static_cast<std::uint32_t>(argument.toUInt(nullptr, 16));
         if (words[0] == "quit") {
-            panel.exit();
+            _panel.exit();
             return false;
         }
         if (words[0] == "load") {
-            const Panel::Cost cost = panel.load(QString::fromLocal8Bit(argument));
+            const Panel::Cost cost = _panel.load(QString::fromLocal8Bit(argument));
             answer("loaded %.3f %.3f", cost.clock, cost.processor);
         } else if (words[0] == "show") {
-            panel.show(colour, painted);
+            _panel.show(colour, painted);
         } else if (words[0] == "close") {
-            panel.close();
+            _panel.close();
             answer("closed");
         } else if (words[0] == "next") {
-            panel.press(QStringLiteral("nextItem"), colour, painted);
+            _panel.press(QStringLiteral("nextItem"), colour, painted);
         } else if (words[0] == "previous") {
-            panel.press(QStringLiteral("previousItem"), colour, painted);
+            _panel.press(QStringLiteral("previousItem"), colour, painted);
         } else if (words[0] == "heap") {
             answer("heap %.0f", static_cast<double>(mallinfo2().uordblks));
         } else if (words[0] == "trust" || words[0] == "fetch") {
@@ -72,7 +72,7 @@ private:
         answer("done");
     }
 
-    Panel panel;
+    Panel _panel;
     QLibrary https{QStringLiteral(PELORIN_BENCH_HTTPS)};
 };
 

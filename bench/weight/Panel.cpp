@@ -30,8 +30,8 @@ Panel::Cost Panel::load(const QString &module) {
     plugin->setHostIdentity({QStringLiteral("com.Olvane.PelorinWeight"), QStringLiteral("Olvane"),
                              QStringLiteral("PelorinWeight")});
     Error error;
-    news = plugin->init(&error);
-    if (!news)
+    _news = plugin->init(&error);
+    if (!_news)
         qFatal("%s", qPrintable(error.description()));
     const std::chrono::duration<double, std::milli> passed = PixelWatch::Clock::now() - clock;
     return {passed.count(), threadMilliseconds() - processor};
@@ -48,8 +48,8 @@ QWidget *Panel::window() {
 
 void Panel::show(std::uint32_t colour, PixelWatch::Painted painted) {
     const PixelWatch::Clock::time_point start = PixelWatch::Clock::now();
-    news->show();
-    watch.begin(static_cast<std::uint32_t>(window()->winId()), colour, start, std::move(painted));
+    _news->show();
+    _watch.begin(static_cast<std::uint32_t>(window()->winId()), colour, start, std::move(painted));
 }
 
 void Panel::close() {
@@ -62,13 +62,13 @@ void Panel::press(const QString &button, std::uint32_t colour, PixelWatch::Paint
         qFatal("%s cannot be pressed", qPrintable(button));
     const PixelWatch::Clock::time_point start = PixelWatch::Clock::now();
     pressed->click();
-    watch.begin(static_cast<std::uint32_t>(window()->winId()), colour, start, std::move(painted));
+    _watch.begin(static_cast<std::uint32_t>(window()->winId()), colour, start, std::move(painted));
 }
 
 void Panel::exit() {
-    if (news)
-        news->exit();
-    news.reset();
+    if (_news)
+        _news->exit();
+    _news.reset();
 }
 
 }  // namespace pelorinnews::bench

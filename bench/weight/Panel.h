@@ -34,8 +34,8 @@ public:
 private:
     [[nodiscard]] static QWidget *window();
 
-    std::shared_ptr<NewsController> news;
-    PixelWatch watch;
+    std::shared_ptr<NewsController> _news;
+    PixelWatch _watch;
 };
 
 }  // namespace pelorinnews::bench

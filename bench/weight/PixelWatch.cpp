@@ -42,24 +42,24 @@ bool shows(xcb_connection_t *display, std::uint32_t window, std::uint32_t colour
 
 }  // namespace
 
-PixelWatch::PixelWatch() : thread([this] { run(); }) {}
+PixelWatch::PixelWatch() : _thread([this] { run(); }) {}
 
 PixelWatch::~PixelWatch() {
     {
-        const std::lock_guard lock(mutex);
-        stopping = true;
+        const std::lock_guard lock(_mutex);
+        _stopping = true;
     }
-    changed.notify_one();
-    thread.join();
+    _changed.notify_one();
+    _thread.join();
 }
 
 void PixelWatch::begin(std::uint32_t window, std::uint32_t colour, Clock::time_point start,
                        Painted painted) {
     {
-        const std::lock_guard lock(mutex);
-        waiting = Task{window, colour, start, std::move(painted)};
+        const std::lock_guard lock(_mutex);
+        _waiting = Task{window, colour, start, std::move(painted)};
     }
-    changed.notify_one();
+    _changed.notify_one();
 }
 
 void PixelWatch::run() {
@@ -67,11 +67,11 @@ void PixelWatch::run() {
     for (;;) {
         Task task;
         {
-            std::unique_lock lock(mutex);
-            changed.wait(lock, [this] { return stopping || waiting; });
-            if (stopping)
+            std::unique_lock lock(_mutex);
+            _changed.wait(lock, [this] { return _stopping || _waiting; });
+            if (_stopping)
                 break;
-            task = std::move(*std::exchange(waiting, std::nullopt));
+            task = std::move(*std::exchange(_waiting, std::nullopt));
         }
         const Clock::time_point end = Clock::now() + patience;
         bool seen = false;

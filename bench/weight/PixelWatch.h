@@ -42,11 +42,11 @@ private:
 
     void run();
 
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::optional<Task> waiting;
-    bool stopping = false;
-    std::thread thread;
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    std::optional<Task> _waiting;
+    bool _stopping = false;
+    std::thread _thread;
 };
 
 }  // namespace pelorinnews::bench

@@ -18,9 +18,9 @@ const std::array<std::size_t, 2> &seeds() {
 }  // namespace
 
 FeedFingerprint::FeedFingerprint(QByteArrayView bytes)
-    : size(bytes.size()), dateLocale(DateFormatter::userLocaleIdentifier()) {
-    for (std::size_t i = 0; i < hashes.size(); ++i)
-        hashes.at(i) = qHashBits(bytes.data(), static_cast<std::size_t>(size), seeds().at(i));
+    : _size(bytes.size()), _dateLocale(DateFormatter::userLocaleIdentifier()) {
+    for (std::size_t i = 0; i < _hashes.size(); ++i)
+        _hashes.at(i) = qHashBits(bytes.data(), static_cast<std::size_t>(_size), seeds().at(i));
 }
 
 }  // namespace pelorinnews

@@ -21,9 +21,9 @@ public:
     friend bool operator==(const FeedFingerprint &, const FeedFingerprint &) = default;
 
 private:
-    qsizetype size = -1;
-    std::array<std::size_t, 2> hashes{};
-    QString dateLocale;
+    qsizetype _size = -1;
+    std::array<std::size_t, 2> _hashes{};
+    QString _dateLocale;
 };
 
 }  // namespace pelorinnews

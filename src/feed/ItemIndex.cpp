@@ -6,10 +6,10 @@
 
 namespace pelorinnews {
 
-ItemIndex::ItemIndex(OlvNewsItemListRef list) : listed(std::move(list)) {
+ItemIndex::ItemIndex(OlvNewsItemListRef list) : _listed(std::move(list)) {
     QHash<QString, qint32> places;
-    indexed.reserve(listed->size());
-    for (const auto &item : *listed) {
+    _indexed.reserve(_listed->size());
+    for (const auto &item : *_listed) {
         Entry entry{undated, uncategorized};
         if (const QDateTime date = item->date(); date.isValid())
             entry.instant = date.toMSecsSinceEpoch();
@@ -18,12 +18,12 @@ ItemIndex::ItemIndex(OlvNewsItemListRef list) : listed(std::move(list)) {
             if (known != places.cend()) {
                 entry.category = *known;
             } else {
-                entry.category = static_cast<qint32>(found.size());
+                entry.category = static_cast<qint32>(_found.size());
                 places.insert(category, entry.category);
-                found.push_back(category);
+                _found.push_back(category);
             }
         }
-        indexed.push_back(entry);
+        _indexed.push_back(entry);
     }
 }
 

@@ -26,16 +26,16 @@ public:
 
     explicit ItemIndex(OlvNewsItemListRef list);
 
-    [[nodiscard]] const OlvNewsItemListRef &items() const { return listed; }
+    [[nodiscard]] const OlvNewsItemListRef &items() const { return _listed; }
     /// One for each item, in the order of the list.
-    [[nodiscard]] const std::vector<Entry> &entries() const { return indexed; }
+    [[nodiscard]] const std::vector<Entry> &entries() const { return _indexed; }
     /// The distinct categories.
-    [[nodiscard]] const std::vector<QString> &categories() const { return found; }
+    [[nodiscard]] const std::vector<QString> &categories() const { return _found; }
 
 private:
-    OlvNewsItemListRef listed;
-    std::vector<Entry> indexed;
-    std::vector<QString> found;
+    OlvNewsItemListRef _listed;
+    std::vector<Entry> _indexed;
+    std::vector<QString> _found;
 };
 
 }  // namespace pelorinnews

@@ -69,11 +69,11 @@ qint64 utf8Size(QStringView text) {
 
 std::optional<LocalCacheFile::Stamp> LocalCacheFile::write(QByteArrayView utf8,
                                                            Error *error) const {
-    if (filePath.isNull()) {
+    if (_filePath.isNull()) {
         *error = noPath();
         return std::nullopt;
     }
-    FileReplacement file(filePath);
+    FileReplacement file(_filePath);
     static_cast<void>(writeText(file, utf8));
     const auto stamp = file.commit();
     if (!stamp)
@@ -83,13 +83,13 @@ std::optional<LocalCacheFile::Stamp> LocalCacheFile::write(QByteArrayView utf8,
 
 std::optional<LocalCacheFile::Stamp> LocalCacheFile::stamp() const {
     Error unused;
-    const auto file = RegularFile::open(filePath, &unused);
+    const auto file = RegularFile::open(_filePath, &unused);
     return file ? std::optional(file->stamp()) : std::nullopt;
 }
 
 std::optional<LocalCacheFile::Stamp> LocalCacheFile::touchIfUnchanged(const Stamp &before) const {
     Error unused;
-    auto file = RegularFile::open(filePath, &unused);
+    auto file = RegularFile::open(_filePath, &unused);
     if (!file || file->stamp() != before || !file->touch())
         return std::nullopt;
     return file->stamp();
@@ -108,9 +108,9 @@ std::optional<QString> LocalCacheFile::read(Error *error) const {
         return fail(FileError::make(QFileDevice::ResourceError,
                                     QStringLiteral("The file is longer than any feed")));
     };
-    if (filePath.isNull())
+    if (_filePath.isNull())
         return fail(noPath());
-    auto file = RegularFile::open(filePath, error);
+    auto file = RegularFile::open(_filePath, error);
     if (!file)
         return std::nullopt;
     const qint64 size = file->stamp().size;

@@ -27,7 +27,7 @@ public:
     static constexpr qint64 longestText = NetworkUrlLoader::defaultLongestBody;
 
     /// With a null path, every read and write fails.
-    explicit LocalCacheFile(QString path) : filePath(std::move(path)) {}
+    explicit LocalCacheFile(QString path) : _filePath(std::move(path)) {}
 
     /// Atomically replaces the file by the text of these bytes, which must be UTF-8. Returns the
     /// stamp of exactly this text; if another writer has replaced the file since, the file's stamp
@@ -49,7 +49,7 @@ public:
     [[nodiscard]] std::optional<QString> read(Error *error) const;
 
 private:
-    QString filePath;
+    QString _filePath;
 };
 
 }  // namespace pelorinnews

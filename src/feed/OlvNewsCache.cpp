@@ -85,7 +85,7 @@ std::optional<Error> OlvNewsCache::takeFeed(const QByteArray &body) {
     // The parser and the file get the bytes, never one decoded string: for a big feed, that string
     // would be the largest object in memory. Bytes that are not UTF-8 count as an absent text.
     const FeedFingerprint fingerprint{QByteArrayView(body)};
-    if (isInPlace(fingerprint))
+    if (isCached(fingerprint))
         return std::nullopt;
     const bool isText = body.isValidUtf8();
     Error parseError;
@@ -105,7 +105,7 @@ std::optional<Error> OlvNewsCache::takeFeed(const QByteArray &body) {
     return std::nullopt;
 }
 
-bool OlvNewsCache::isInPlace(const FeedFingerprint &fingerprint) {
+bool OlvNewsCache::isCached(const FeedFingerprint &fingerprint) {
     // Cache hit: most downloads bring the same bytes again. Parsing and writing them again would
     // change nothing but the file's date.
     const Written written = _written.get();

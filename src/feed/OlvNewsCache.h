@@ -115,7 +115,7 @@ private:
                           const std::optional<Error> &connectionError,
                           const RefreshCompletion &completion);
     std::optional<Error> takeFeed(const QByteArray &body);
-    [[nodiscard]] bool isInPlace(const FeedFingerprint &fingerprint);
+    [[nodiscard]] bool isCached(const FeedFingerprint &fingerprint);
     void restoreLocalCache();
 
     template <class... Arguments>

@@ -41,34 +41,34 @@ QString uniqueConnectionName() {
 }  // namespace
 
 FileIndexQuery::FileIndexQuery(FileNamePattern names, Answer taker)
-    : pattern(std::move(names)),
-      answer(std::move(taker)),
-      connectionName(uniqueConnectionName()),
-      bus(QString()) {
-    patience.setSingleShot(true);
-    patience.callOnTimeout(this, [this] { finish({}); });
-    pause.setSingleShot(true);
-    pause.callOnTimeout(this, [this] { ask(); });
+    : _pattern(std::move(names)),
+      _answer(std::move(taker)),
+      _connectionName(uniqueConnectionName()),
+      _bus(QString()) {
+    _timeoutTimer.setSingleShot(true);
+    _timeoutTimer.callOnTimeout(this, [this] { finish({}); });
+    _debounceTimer.setSingleShot(true);
+    _debounceTimer.callOnTimeout(this, [this] { ask(); });
 }
 
 FileIndexQuery::~FileIndexQuery() {
-    bus = QDBusConnection(QString());
-    QDBusConnection::disconnectFromBus(connectionName);
+    _bus = QDBusConnection(QString());
+    QDBusConnection::disconnectFromBus(_connectionName);
 }
 
 void FileIndexQuery::start() {
     // Own connection: if this thread opened the shared one, the main thread could block on it too.
-    bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName);
-    if (!bus.isConnected()) {
+    _bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, _connectionName);
+    if (!_bus.isConnected()) {
         finish({});
         return;
     }
     auto *watcher = new QDBusServiceWatcher(this);
-    watcher->setConnection(bus);
+    watcher->setConnection(_bus);
     for (const QString &service : services()) {
         watcher->addWatchedService(service);
-        bus.connect(service, endpointPath, endpointInterface, QStringLiteral("GraphUpdated"), this,
-                    SLOT(filesChanged()));
+        _bus.connect(service, endpointPath, endpointInterface, QStringLiteral("GraphUpdated"), this,
+                     SLOT(filesChanged()));
     }
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             &FileIndexQuery::filesChanged);
@@ -76,22 +76,22 @@ void FileIndexQuery::start() {
 }
 
 void FileIndexQuery::filesChanged() {
-    if (isAsking) {
-        mustAskAgain = true;
+    if (_isAsking) {
+        _mustAskAgain = true;
         return;
     }
-    const qint64 left = pauseMilliseconds - (lastAsked.isValid() ? lastAsked.elapsed() : 0);
+    const qint64 left = pauseMilliseconds - (_lastAsked.isValid() ? _lastAsked.elapsed() : 0);
     if (left <= 0)
         ask();
-    else if (!pause.isActive())
-        pause.start(static_cast<int>(left));
+    else if (!_debounceTimer.isActive())
+        _debounceTimer.start(static_cast<int>(left));
 }
 
 void FileIndexQuery::ask() {
-    isAsking = true;
-    mustAskAgain = false;
-    lastAsked.start();
-    patience.start(answerMilliseconds);
+    _isAsking = true;
+    _mustAskAgain = false;
+    _lastAsked.start();
+    _timeoutTimer.start(answerMilliseconds);
     askService(0);
 }
 
@@ -101,58 +101,58 @@ void FileIndexQuery::askService(qsizetype number) {
         finish({});
         return;
     }
-    rowsEnd = FileDescriptor(ends[0]);
-    ::fcntl(rowsEnd.get(), F_SETFL, O_NONBLOCK);
+    _rowsEnd = FileDescriptor(ends[0]);
+    ::fcntl(_rowsEnd.get(), F_SETFL, O_NONBLOCK);
     QDBusUnixFileDescriptor writeEnd;
     writeEnd.giveFileDescriptor(ends[1]);
     auto message = QDBusMessage::createMethodCall(services().at(number), endpointPath,
                                                   endpointInterface, QStringLiteral("Query"));
     message.setAutoStartService(false);
     message << QStringLiteral("SELECT DISTINCT ?u { ?f a nfo:FileDataObject ; nie:url ?u . ") +
-                   pattern.sparqlCondition() + QStringLiteral(" }")
+                   _pattern.sparqlCondition() + QStringLiteral(" }")
             << QVariant::fromValue(writeEnd) << QVariantMap();
-    auto *call = new QDBusPendingCallWatcher(bus.asyncCall(message, answerMilliseconds), this);
+    auto *call = new QDBusPendingCallWatcher(_bus.asyncCall(message, answerMilliseconds), this);
     connect(call, &QDBusPendingCallWatcher::finished, this,
-            [this, number, question = ++questions](QDBusPendingCallWatcher *done) {
+            [this, number, question = ++_queryGeneration](QDBusPendingCallWatcher *done) {
                 // The call holds our copy of the pipe's write end. End of file comes only after
                 // that is closed.
                 done->deleteLater();
                 // Drop stale replies: a later query may be running by now.
-                if (question == questions)
+                if (question == _queryGeneration)
                     replied(number, *done);
             });
-    rows.clear();
-    rowsArrived = std::make_unique<QSocketNotifier>(rowsEnd.get(), QSocketNotifier::Read);
-    connect(rowsArrived.get(), &QSocketNotifier::activated, this, [this] { readRows(); });
+    _rows.clear();
+    _rowsArrived = std::make_unique<QSocketNotifier>(_rowsEnd.get(), QSocketNotifier::Read);
+    connect(_rowsArrived.get(), &QSocketNotifier::activated, this, [this] { readRows(); });
 }
 
 void FileIndexQuery::replied(qsizetype service, const QDBusPendingCallWatcher &call) {
-    if (call.isError() && isAsking)
+    if (call.isError() && _isAsking)
         askService(service + 1);
 }
 
 void FileIndexQuery::readRows() {
     std::array<char, 16384> piece;
-    const ssize_t size = ::read(rowsEnd.get(), piece.data(), piece.size());
+    const ssize_t size = ::read(_rowsEnd.get(), piece.data(), piece.size());
     if (size > 0)
-        rows.append(piece.data(), size);
+        _rows.append(piece.data(), size);
     else if (size == 0)
-        finish(parseRows(rows));
-    if (rows.size() > rowsLimit)
+        finish(parseRows(_rows));
+    if (_rows.size() > rowsLimit)
         finish({});
 }
 
 void FileIndexQuery::finish(const std::vector<QByteArray> &paths) {
-    isAsking = false;
-    patience.stop();
-    if (rowsArrived) {
-        rowsArrived->setEnabled(false);
-        rowsArrived.release()->deleteLater();
+    _isAsking = false;
+    _timeoutTimer.stop();
+    if (_rowsArrived) {
+        _rowsArrived->setEnabled(false);
+        _rowsArrived.release()->deleteLater();
     }
-    rowsEnd = FileDescriptor();
-    rows.clear();
-    answer(paths);
-    if (mustAskAgain)
+    _rowsEnd = FileDescriptor();
+    _rows.clear();
+    _answer(paths);
+    if (_mustAskAgain)
         filesChanged();
 }
 

@@ -56,19 +56,19 @@ private:
     void finish(const std::vector<QByteArray> &paths);
     Q_SLOT void filesChanged();
 
-    FileNamePattern pattern;
-    Answer answer;
-    QString connectionName;
-    QDBusConnection bus;
-    QTimer patience;
-    QTimer pause;
-    QElapsedTimer lastAsked;
-    bool isAsking = false;
-    quint64 questions = 0;
-    bool mustAskAgain = false;
-    FileDescriptor rowsEnd;
-    std::unique_ptr<QSocketNotifier> rowsArrived;
-    QByteArray rows;
+    FileNamePattern _pattern;
+    Answer _answer;
+    QString _connectionName;
+    QDBusConnection _bus;
+    QTimer _timeoutTimer;
+    QTimer _debounceTimer;
+    QElapsedTimer _lastAsked;
+    bool _isAsking = false;
+    quint64 _queryGeneration = 0;
+    bool _mustAskAgain = false;
+    FileDescriptor _rowsEnd;
+    std::unique_ptr<QSocketNotifier> _rowsArrived;
+    QByteArray _rows;
 };
 
 }  // namespace pelorinnews

@@ -27,33 +27,33 @@ bool isFolder(int parent, const dirent64 &entry) {
 
 }  // namespace
 
-FileWalk::FileWalk(EntryPattern wanted) : pattern(std::move(wanted)), buffer(bufferSize) {}
+FileWalk::FileWalk(EntryPattern wanted) : _pattern(std::move(wanted)), _buffer(bufferSize) {}
 
 bool FileWalk::run(const QByteArray &folder, const std::atomic<bool> &stop, const Bounds &bounds) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point started = Clock::now();
-    const quint64 entriesBefore = entries;
+    const quint64 entriesBefore = _entries;
     bool isCut = false;
     const auto mayGoOn = [&] {
-        isCut = isCut || stop || entries - entriesBefore > bounds.entries ||
+        isCut = isCut || stop || _entries - entriesBefore > bounds.entries ||
                 std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started) >=
                     bounds.time;
         return !isCut;
     };
-    top = folder.endsWith('/') ? folder : folder + '/';
-    topFolder = FileDescriptor(::open(folder.constData(), folderFlags));
+    _top = folder.endsWith('/') ? folder : folder + '/';
+    _topFolder = FileDescriptor(::open(folder.constData(), folderFlags));
     struct stat status {};
-    if (!topFolder.isValid() || ::fstat(topFolder.get(), &status) != 0)
+    if (!_topFolder.isValid() || ::fstat(_topFolder.get(), &status) != 0)
         return true;
-    topDevice = status.st_dev;
-    unread = {QByteArray()};
-    while (!unread.empty() && mayGoOn()) {
-        const QByteArray next = std::move(unread.back());
-        unread.pop_back();
+    _topDevice = status.st_dev;
+    _unread = {QByteArray()};
+    while (!_unread.empty() && mayGoOn()) {
+        const QByteArray next = std::move(_unread.back());
+        _unread.pop_back();
         readFolder(next, mayGoOn);
     }
-    unread.clear();
-    topFolder = FileDescriptor();
+    _unread.clear();
+    _topFolder = FileDescriptor();
     return !isCut;
 }
 
@@ -62,17 +62,17 @@ FileDescriptor FileWalk::openFolder(const QByteArray &relative) const {
     open_how how{};
     how.flags = folderFlags;
     how.resolve = RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS;
-    const long opened = ::syscall(SYS_openat2, topFolder.get(), path, &how, sizeof how);
+    const long opened = ::syscall(SYS_openat2, _topFolder.get(), path, &how, sizeof how);
     if (opened >= 0)
         return FileDescriptor(static_cast<int>(opened));
     if (errno != ENOSYS && errno != EPERM)
         return {};
     // Fallback for an old kernel, or a sandbox, without openat2: it notices another device, but not
     // another mount of the same device.
-    FileDescriptor folder(::openat(topFolder.get(), path, folderFlags));
+    FileDescriptor folder(::openat(_topFolder.get(), path, folderFlags));
     struct stat status {};
     const bool stays =
-        folder.isValid() && ::fstat(folder.get(), &status) == 0 && status.st_dev == topDevice;
+        folder.isValid() && ::fstat(folder.get(), &status) == 0 && status.st_dev == _topDevice;
     return stays ? std::move(folder) : FileDescriptor();
 }
 
@@ -83,7 +83,7 @@ void FileWalk::readFolder(const QByteArray &relative, const MayGoOn &mayGoOn) {
         return;
     const QByteArray prefix = relative.isEmpty() ? relative : relative + '/';
     while (mayGoOn()) {
-        const auto byteCount = ::getdents64(folder.get(), buffer.data(), buffer.size());
+        const auto byteCount = ::getdents64(folder.get(), _buffer.data(), _buffer.size());
         if (byteCount <= 0)
             return;
         readEntries(folder.get(), prefix, byteCount);
@@ -93,17 +93,17 @@ void FileWalk::readFolder(const QByteArray &relative, const MayGoOn &mayGoOn) {
 void FileWalk::readEntries(int folder, const QByteArray &prefix, qsizetype byteCount) {
     for (qsizetype offset = 0; offset < byteCount;) {
         const auto *entry =
-            reinterpret_cast<const dirent64 *>(buffer.data() + static_cast<std::size_t>(offset));
+            reinterpret_cast<const dirent64 *>(_buffer.data() + static_cast<std::size_t>(offset));
         offset += entry->d_reclen;
         const std::string_view name(entry->d_name);
         if (name == "." || name == "..")
             continue;
-        ++entries;
+        ++_entries;
         const bool entryIsFolder = isFolder(folder, *entry);
-        if (pattern.mayMatch(name, entryIsFolder))
-            found.push_back(top + prefix + entry->d_name);
+        if (_pattern.mayMatch(name, entryIsFolder))
+            _found.push_back(_top + prefix + entry->d_name);
         else if (entryIsFolder)
-            unread.push_back(prefix + entry->d_name);
+            _unread.push_back(prefix + entry->d_name);
     }
 }
 

@@ -40,10 +40,10 @@ public:
     }
 
     /// The absolute paths found so far.
-    [[nodiscard]] const std::vector<QByteArray> &matches() const { return found; }
+    [[nodiscard]] const std::vector<QByteArray> &matches() const { return _found; }
 
     /// How many entries were read so far.
-    [[nodiscard]] quint64 entryCount() const { return entries; }
+    [[nodiscard]] quint64 entryCount() const { return _entries; }
 
 private:
     [[nodiscard]] FileDescriptor openFolder(const QByteArray &relative) const;
@@ -51,14 +51,14 @@ private:
     void readFolder(const QByteArray &relative, const MayGoOn &mayGoOn);
     void readEntries(int folder, const QByteArray &prefix, qsizetype byteCount);
 
-    EntryPattern pattern;
-    QByteArray top;                  // of the current run, with a slash at its end
-    FileDescriptor topFolder;        // of the current run
-    quint64 topDevice = 0;           // of the current run
-    std::vector<QByteArray> unread;  // relative to `top`
-    std::vector<char> buffer;
-    std::vector<QByteArray> found;
-    quint64 entries = 0;
+    EntryPattern _pattern;
+    QByteArray _top;                  // of the current run, with a slash at its end
+    FileDescriptor _topFolder;        // of the current run
+    quint64 _topDevice = 0;           // of the current run
+    std::vector<QByteArray> _unread;  // relative to `_top`
+    std::vector<char> _buffer;
+    std::vector<QByteArray> _found;
+    quint64 _entries = 0;
 };
 
 }  // namespace pelorinnews

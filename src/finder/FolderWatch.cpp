@@ -7,24 +7,24 @@
 
 namespace pelorinnews {
 
-FolderWatch::FolderWatch() : kernelQueue(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {}
+FolderWatch::FolderWatch() : _kernelQueue(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {}
 
 bool FolderWatch::watch(const QByteArray &folder, Interest interest) {
-    const auto known = folders.find(folder);
-    if (known != folders.end() && known->second.interest >= interest)
+    const auto known = _folders.find(folder);
+    if (known != _folders.end() && known->second.interest >= interest)
         return false;
-    if (known == folders.end() && folders.size() >= folderLimit)
+    if (known == _folders.end() && _folders.size() >= folderLimit)
         return false;
     std::uint32_t mask = IN_ONLYDIR | IN_DONT_FOLLOW | IN_MASK_ADD | IN_DELETE_SELF | IN_MOVE_SELF;
     if (interest >= Interest::entries)
         mask |= IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
     if (interest == Interest::entriesAndTheirContent)
         mask |= IN_ATTRIB | IN_CLOSE_WRITE;
-    const int number = ::inotify_add_watch(kernelQueue.get(), folder.constData(), mask);
+    const int number = ::inotify_add_watch(_kernelQueue.get(), folder.constData(), mask);
     if (number < 0)
         return false;
-    paths[number] = folder;
-    folders.insert_or_assign(folder, Folder{number, interest});
+    _paths[number] = folder;
+    _folders.insert_or_assign(folder, Folder{number, interest});
     return true;
 }
 
@@ -32,7 +32,7 @@ std::vector<FolderWatch::Change> FolderWatch::takeChanges() {
     std::vector<Change> changes;
     alignas(inotify_event) std::array<char, 16384> buffer;
     for (;;) {
-        const ssize_t size = ::read(kernelQueue.get(), buffer.data(), buffer.size());
+        const ssize_t size = ::read(_kernelQueue.get(), buffer.data(), buffer.size());
         if (size <= 0)
             return changes;
         for (ssize_t offset = 0; offset < size;) {
@@ -42,8 +42,8 @@ std::vector<FolderWatch::Change> FolderWatch::takeChanges() {
                 changes.push_back({Change::Kind::changesLost, {}, {}});
                 continue;
             }
-            const auto watched = paths.find(event->wd);
-            if (watched == paths.end())
+            const auto watched = _paths.find(event->wd);
+            if (watched == _paths.end())
                 continue;
             const QByteArray folder = watched->second;
             if ((event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED)) != 0) {
@@ -66,16 +66,16 @@ std::vector<FolderWatch::Change> FolderWatch::takeChanges() {
 }
 
 void FolderWatch::forget(const QByteArray &folder) {
-    for (auto entry = folders.lower_bound(folder); entry != folders.end();) {
+    for (auto entry = _folders.lower_bound(folder); entry != _folders.end();) {
         if (!entry->first.startsWith(folder))
             break;
         if (!MountTable::isAtOrBelow(entry->first, folder)) {
             ++entry;
             continue;
         }
-        paths.erase(entry->second.watchNumber);
-        ::inotify_rm_watch(kernelQueue.get(), entry->second.watchNumber);
-        entry = folders.erase(entry);
+        _paths.erase(entry->second.watchNumber);
+        ::inotify_rm_watch(_kernelQueue.get(), entry->second.watchNumber);
+        entry = _folders.erase(entry);
     }
 }
 

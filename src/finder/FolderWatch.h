@@ -35,7 +35,7 @@ public:
     FolderWatch();
 
     /// Becomes readable when changes are pending. Negative if the system provides no inotify.
-    [[nodiscard]] int descriptor() const { return kernelQueue.get(); }
+    [[nodiscard]] int descriptor() const { return _kernelQueue.get(); }
 
     /// Watches `folder` (absolute), or widens its interest. False if it is already watched with
     /// this interest or a wider one, if the limit is reached, or if the system refuses.
@@ -53,9 +53,9 @@ private:
 
     void forget(const QByteArray &folder);
 
-    FileDescriptor kernelQueue;
-    std::map<QByteArray, Folder> folders;
-    std::map<int, QByteArray> paths;
+    FileDescriptor _kernelQueue;
+    std::map<QByteArray, Folder> _folders;
+    std::map<int, QByteArray> _paths;
 };
 
 }  // namespace pelorinnews

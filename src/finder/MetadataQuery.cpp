@@ -22,33 +22,33 @@ struct MetadataQuery::State {
     GuardedSlot<QStringList> results;
 };
 
-MetadataQuery::MetadataQuery() : state(std::make_shared<State>()) {}
+MetadataQuery::MetadataQuery() : _state(std::make_shared<State>()) {}
 
 MetadataQuery::~MetadataQuery() {
     stopQuery();
 }
 
 void MetadataQuery::setSearchScopes(const QStringList &scopes) {
-    state->scopes = scopes;
+    _state->scopes = scopes;
 }
 
 void MetadataQuery::setPredicate(const EntryPattern &predicate) {
-    state->predicate = predicate;
+    _state->predicate = predicate;
 }
 
 void MetadataQuery::setRemoteBounds(const FileWalk::Bounds &bounds) {
-    state->remoteBounds = bounds;
+    _state->remoteBounds = bounds;
 }
 
 bool MetadataQuery::startQuery() {
-    if (state->task.get())
+    if (_state->task.get())
         return false;
-    state->results.set({});
+    _state->results.set({});
     const MetadataQuery *identity = this;
-    MetadataQueryWorker::Search search{state->predicate, state->scopes,
+    MetadataQueryWorker::Search search{_state->predicate, _state->scopes,
                                        QFile::encodeName(QDir::homePath()), applicationFolders(),
-                                       state->remoteBounds};
-    auto work = [weak = std::weak_ptr(state), identity, search](BackgroundTask &task) {
+                                       _state->remoteBounds};
+    auto work = [weak = std::weak_ptr(_state), identity, search](BackgroundTask &task) {
         auto tell = [weak, identity, running = task.weak_from_this()](
                         const QStringList &paths, MetadataQueryWorker::News news) {
             MainQueue::dispatchAsync([weak, identity, running, paths, news] {
@@ -70,17 +70,17 @@ bool MetadataQuery::startQuery() {
     auto task = BackgroundTask::start("pelorin-search", std::move(work));
     if (!task)
         return false;
-    state->task.set(std::move(task));
+    _state->task.set(std::move(task));
     return true;
 }
 
 void MetadataQuery::stopQuery() {
-    if (const auto task = state->task.exchange(nullptr))
+    if (const auto task = _state->task.exchange(nullptr))
         task->stop();
 }
 
 QStringList MetadataQuery::results() const {
-    return state->results.get();
+    return _state->results.get();
 }
 
 }  // namespace pelorinnews

@@ -51,7 +51,7 @@ public:
 
 private:
     struct State;
-    std::shared_ptr<State> state;
+    std::shared_ptr<State> _state;
 };
 
 }  // namespace pelorinnews

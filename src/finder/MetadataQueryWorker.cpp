@@ -44,54 +44,54 @@ void MetadataQueryWorker::run(BackgroundTask &task, const Search &search, Tell t
 }
 
 MetadataQueryWorker::MetadataQueryWorker(const Search &search, Tell listener)
-    : pattern(search.predicate),
-      bounds(search.remoteBounds),
-      home(search.home),
-      scope(search.scopes, search.home),
-      applicationFolders(search.applicationFolders),
-      tell(std::move(listener)),
-      mountInfo(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)),
-      index(pattern.names(),
-            [this](const std::vector<QByteArray> &paths) { indexAnswered(paths); }) {}
+    : _pattern(search.predicate),
+      _bounds(search.remoteBounds),
+      _home(search.home),
+      _scope(search.scopes, search.home),
+      _applicationFolders(search.applicationFolders),
+      _tell(std::move(listener)),
+      _mountInfo(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)),
+      _index(_pattern.names(),
+             [this](const std::vector<QByteArray> &paths) { indexAnswered(paths); }) {}
 
 MetadataQueryWorker::~MetadataQueryWorker() {
-    if (walkTask)
-        walkTask->stop();
+    if (_walkTask)
+        _walkTask->stop();
 }
 
 void MetadataQueryWorker::start() {
-    if (!pattern.names().canMatch()) {
-        tell({}, News::gathered);
+    if (!_pattern.names().canMatch()) {
+        _tell({}, News::gathered);
         return;
     }
-    scope.setMounts(MountTable::current());
-    if (mountInfo.isValid()) {
-        auto *changed = new QSocketNotifier(mountInfo.get(), QSocketNotifier::Exception, this);
+    _scope.setMounts(MountTable::current());
+    if (_mountInfo.isValid()) {
+        auto *changed = new QSocketNotifier(_mountInfo.get(), QSocketNotifier::Exception, this);
         connect(changed, &QSocketNotifier::activated, this, [this] { mountsChanged(); });
     }
-    if (watch.descriptor() >= 0) {
-        auto *changed = new QSocketNotifier(watch.descriptor(), QSocketNotifier::Read, this);
+    if (_watch.descriptor() >= 0) {
+        auto *changed = new QSocketNotifier(_watch.descriptor(), QSocketNotifier::Read, this);
         connect(changed, &QSocketNotifier::activated, this, [this] { foldersChanged(); });
     }
     watchApplicationFolders();
-    walk(scope.roots(pattern));
-    index.start();
+    walk(_scope.roots(_pattern));
+    _index.start();
 }
 
 void MetadataQueryWorker::walk(std::vector<QByteArray> roots) {
-    if (walkTask) {
-        rootsToWalk.insert(rootsToWalk.end(), roots.begin(), roots.end());
+    if (_walkTask) {
+        _rootsToWalk.insert(_rootsToWalk.end(), roots.begin(), roots.end());
         return;
     }
     std::vector<std::pair<QByteArray, FileWalk::Bounds>> tasks;
     for (const QByteArray &root : roots)
-        tasks.emplace_back(root, scope.isRemote(root) ? bounds : FileWalk::Bounds());
+        tasks.emplace_back(root, _scope.isRemote(root) ? _bounds : FileWalk::Bounds());
     auto result = std::make_shared<WalkResult>();
     result->arrived = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (result->arrived.isValid()) {
-        walkTask = BackgroundTask::start(
+        _walkTask = BackgroundTask::start(
             "pelorin-walk",
-            [result, tasks = std::move(tasks), predicate = pattern](BackgroundTask &task) {
+            [result, tasks = std::move(tasks), predicate = _pattern](BackgroundTask &task) {
                 task.enterIdleClass();
                 FileWalk fileWalk(predicate);
                 std::vector<QByteArray> unfinishedRoots;
@@ -104,33 +104,33 @@ void MetadataQueryWorker::walk(std::vector<QByteArray> roots) {
                 static_cast<void>(::eventfd_write(result->arrived.get(), 1));
             });
     }
-    if (!walkTask) {
+    if (!_walkTask) {
         result->unfinished.set(roots);
         walkEnded(roots, *result);
         return;
     }
-    walkArrived = std::make_unique<QSocketNotifier>(result->arrived.get(), QSocketNotifier::Read);
-    connect(walkArrived.get(), &QSocketNotifier::activated, this,
+    _walkArrived = std::make_unique<QSocketNotifier>(result->arrived.get(), QSocketNotifier::Read);
+    connect(_walkArrived.get(), &QSocketNotifier::activated, this,
             [this, result, walked = std::move(roots)] {
-                walkArrived->setEnabled(false);
-                walkArrived.release()->deleteLater();
-                walkTask.reset();
+                _walkArrived->setEnabled(false);
+                _walkArrived.release()->deleteLater();
+                _walkTask.reset();
                 walkEnded(walked, *result);
             });
 }
 
 void MetadataQueryWorker::walkEnded(const std::vector<QByteArray> &roots,
                                     const WalkResult &result) {
-    hasWalked = true;
+    _hasWalked = true;
     for (const QByteArray &root : roots)
-        std::erase_if(unfinished, [&root](const QByteArray &folder) {
+        std::erase_if(_unfinished, [&root](const QByteArray &folder) {
             return MountTable::isAtOrBelow(folder, root);
         });
     for (const QByteArray &root : result.unfinished.get())
-        unfinished.insert(root);
+        _unfinished.insert(root);
     for (const QByteArray &path : result.matches.get())
         consider(path);
-    std::vector<QByteArray> next = std::exchange(rootsToWalk, {});
+    std::vector<QByteArray> next = std::exchange(_rootsToWalk, {});
     if (!next.empty()) {
         std::sort(next.begin(), next.end());
         next.erase(std::unique(next.begin(), next.end()), next.end());
@@ -142,7 +142,7 @@ void MetadataQueryWorker::walkEnded(const std::vector<QByteArray> &roots,
 }
 
 void MetadataQueryWorker::indexAnswered(const std::vector<QByteArray> &paths) {
-    hasAskedIndex = true;
+    _hasAskedIndex = true;
     for (const QByteArray &path : paths)
         consider(path);
     considerFound("/");
@@ -150,13 +150,13 @@ void MetadataQueryWorker::indexAnswered(const std::vector<QByteArray> &paths) {
 }
 
 void MetadataQueryWorker::mountsChanged() {
-    const MountTable before = scope.mountTable();
-    const std::vector<QByteArray> rootsBefore = scope.roots(pattern);
-    scope.setMounts(MountTable::current());
+    const MountTable before = _scope.mountTable();
+    const std::vector<QByteArray> rootsBefore = _scope.roots(_pattern);
+    _scope.setMounts(MountTable::current());
     std::vector<QByteArray> changed;
-    const std::vector<QByteArray> roots = scope.roots(pattern);
+    const std::vector<QByteArray> roots = _scope.roots(_pattern);
     for (const QByteArray &root : roots) {
-        const MountTable::Mount *mount = scope.mountTable().mountOf(root);
+        const MountTable::Mount *mount = _scope.mountTable().mountOf(root);
         const bool isKnown =
             std::find(rootsBefore.begin(), rootsBefore.end(), root) != rootsBefore.end();
         if (!isKnown || (mount && !before.holds(*mount)))
@@ -164,12 +164,12 @@ void MetadataQueryWorker::mountsChanged() {
     }
     // An unmounted file system uncovers its mount point: walk that again.
     for (const MountTable::Mount &mount : before.mounts()) {
-        if (!scope.mountTable().holds(mount) &&
-            scope.contains(joined(mount.mountPoint, {}), pattern))
+        if (!_scope.mountTable().holds(mount) &&
+            _scope.contains(joined(mount.mountPoint, {}), _pattern))
             changed.push_back(mount.mountPoint);
     }
-    std::erase_if(unfinished, [this](const QByteArray &folder) {
-        return !scope.contains(joined(folder, {}), pattern);
+    std::erase_if(_unfinished, [this](const QByteArray &folder) {
+        return !_scope.contains(joined(folder, {}), _pattern);
     });
     if (!changed.empty())
         walk(std::move(changed));
@@ -180,19 +180,19 @@ void MetadataQueryWorker::mountsChanged() {
 
 void MetadataQueryWorker::foldersChanged() {
     using Kind = FolderWatch::Change::Kind;
-    for (const FolderWatch::Change &change : watch.takeChanges()) {
+    for (const FolderWatch::Change &change : _watch.takeChanges()) {
         const QByteArray path = joined(change.folder, change.name);
         if (change.kind == Kind::changesLost) {
             considerFound("/");
-            walk(scope.roots(pattern));
+            walk(_scope.roots(_pattern));
         } else if (change.kind == Kind::folderGone) {
             considerFound(change.folder);
-        } else if (pattern.mayMatch(
+        } else if (_pattern.mayMatch(
                        {change.name.constData(), static_cast<std::size_t>(change.name.size())},
                        change.entryIsFolder)) {
             consider(path);
         } else if (change.entryIsFolder && change.kind == Kind::entryAppeared) {
-            folderAppeared(path, levels[change.folder]);
+            folderAppeared(path, _levels[change.folder]);
         } else if (change.entryIsFolder) {
             considerFound(path);
         }
@@ -201,27 +201,27 @@ void MetadataQueryWorker::foldersChanged() {
 }
 
 void MetadataQueryWorker::folderAppeared(const QByteArray &path, int level) {
-    if (!scope.contains(joined(path, {}), pattern))
+    if (!_scope.contains(joined(path, {}), _pattern))
         return;
     // Watch before walking: nothing that is added during the walk is missed.
     if (level < deepestLevel)
         watchFolder(path, level + 1, deepestLevel - level - 1);
     walk({path});
     const bool holdsPlace = std::any_of(
-        applicationFolders.begin(), applicationFolders.end(),
+        _applicationFolders.begin(), _applicationFolders.end(),
         [&path](const QByteArray &place) { return MountTable::isAtOrBelow(place, path); });
     if (holdsPlace)
         watchApplicationFolders();
 }
 
 void MetadataQueryWorker::watchApplicationFolders() {
-    for (const QByteArray &place : applicationFolders) {
+    for (const QByteArray &place : _applicationFolders) {
         QByteArray folder = place;
         while (folder != "/" && FilePaths::canonical(folder).isEmpty())
             folder = parentOf(folder);
         // Also watch one level below, for vendors' folders. Not below the home folder, nor below
         // the existing parent that stands in for a missing application folder.
-        watchFolder(FilePaths::canonical(folder), 0, folder == place && place != home ? 1 : 0);
+        watchFolder(FilePaths::canonical(folder), 0, folder == place && place != _home ? 1 : 0);
     }
 }
 
@@ -229,28 +229,28 @@ void MetadataQueryWorker::watchAroundMatches() {
     // Watching a folder may reveal another match.
     for (bool isComplete = false; !isComplete;) {
         isComplete = true;
-        const std::set<QByteArray> matches = found;
+        const std::set<QByteArray> matches = _found;
         for (const QByteArray &match : matches) {
             const QByteArray holder = parentOf(match);
             const QByteArray above = parentOf(holder);
             if (watchFolder(holder, 0, 0) || watchFolder(above, 0, 0))
                 isComplete = false;
             for (QByteArray folder = above; folder != "/"; folder = parentOf(folder))
-                watch.watch(folder, FolderWatch::Interest::itself);
+                _watch.watch(folder, FolderWatch::Interest::itself);
         }
     }
 }
 
 bool MetadataQueryWorker::watchFolder(const QByteArray &folder, int level, int depth) {
-    if (!scope.contains(joined(folder, {}), pattern) ||
-        !watch.watch(folder, pattern.kind() == EntryPattern::Kind::program
-                                 ? FolderWatch::Interest::entriesAndTheirContent
-                                 : FolderWatch::Interest::entries))
+    if (!_scope.contains(joined(folder, {}), _pattern) ||
+        !_watch.watch(folder, _pattern.kind() == EntryPattern::Kind::program
+                                  ? FolderWatch::Interest::entriesAndTheirContent
+                                  : FolderWatch::Interest::entries))
         return false;
-    levels[folder] = level;
+    _levels[folder] = level;
     // Entries that appeared before the watch was set.
     for (const QByteArray &path : entriesOf(folder)) {
-        if (scope.located(path, pattern))
+        if (_scope.located(path, _pattern))
             consider(path);
         else if (depth > 0 && FilePaths::isFolder(path))
             watchFolder(path, level + 1, depth - 1);
@@ -259,13 +259,13 @@ bool MetadataQueryWorker::watchFolder(const QByteArray &folder, int level, int d
 }
 
 void MetadataQueryWorker::consider(const QByteArray &path) {
-    const std::optional<QByteArray> place = scope.located(path, pattern);
-    const bool isNews = place ? found.insert(*place).second : found.erase(path) > 0;
-    hasChanged = hasChanged || isNews;
+    const std::optional<QByteArray> place = _scope.located(path, _pattern);
+    const bool isNews = place ? _found.insert(*place).second : _found.erase(path) > 0;
+    _hasChanged = _hasChanged || isNews;
 }
 
 void MetadataQueryWorker::considerFound(const QByteArray &folder) {
-    const std::set<QByteArray> matches = found;
+    const std::set<QByteArray> matches = _found;
     for (const QByteArray &match : matches) {
         if (MountTable::isAtOrBelow(match, folder))
             consider(match);
@@ -273,21 +273,21 @@ void MetadataQueryWorker::considerFound(const QByteArray &folder) {
 }
 
 void MetadataQueryWorker::settle() {
-    if (!hasWalked || !hasAskedIndex)
+    if (!_hasWalked || !_hasAskedIndex)
         return;
     watchAroundMatches();
     // Unread folders may hold more matches, so fewer than two prove nothing. If a home folder is
     // too big to read completely, a reported "several" therefore stays when a match disappears.
-    if (!unfinished.empty() && found.size() < 2)
+    if (!_unfinished.empty() && _found.size() < 2)
         return;
-    if (hasGathered && !hasChanged)
+    if (_hasGathered && !_hasChanged)
         return;
     QStringList paths;
-    for (const QByteArray &path : found)
+    for (const QByteArray &path : _found)
         paths.append(QFile::decodeName(path));
-    tell(paths, hasGathered ? News::updated : News::gathered);
-    hasGathered = true;
-    hasChanged = false;
+    _tell(paths, _hasGathered ? News::updated : News::gathered);
+    _hasGathered = true;
+    _hasChanged = false;
 }
 
 }  // namespace pelorinnews

@@ -76,27 +76,27 @@ private:
     void considerFound(const QByteArray &folder);
     void settle();
 
-    EntryPattern pattern;
-    FileWalk::Bounds bounds;
-    QByteArray home;
-    SearchScope scope;
-    std::vector<QByteArray> applicationFolders;
-    Tell tell;
+    EntryPattern _pattern;
+    FileWalk::Bounds _bounds;
+    QByteArray _home;
+    SearchScope _scope;
+    std::vector<QByteArray> _applicationFolders;
+    Tell _tell;
 
-    std::set<QByteArray> found;
-    std::set<QByteArray> unfinished;  // folders that no walk has read completely
-    bool hasChanged = false;
-    bool hasWalked = false;
-    bool hasAskedIndex = false;
-    bool hasGathered = false;
+    std::set<QByteArray> _found;
+    std::set<QByteArray> _unfinished;  // folders that no walk has read completely
+    bool _hasChanged = false;
+    bool _hasWalked = false;
+    bool _hasAskedIndex = false;
+    bool _hasGathered = false;
 
-    FolderWatch watch;
-    std::map<QByteArray, int> levels;  // of the folders whose entries are watched
-    FileDescriptor mountInfo;
-    FileIndexQuery index;
-    std::shared_ptr<BackgroundTask> walkTask;
-    std::unique_ptr<QSocketNotifier> walkArrived;
-    std::vector<QByteArray> rootsToWalk;
+    FolderWatch _watch;
+    std::map<QByteArray, int> _levels;  // of the folders whose entries are watched
+    FileDescriptor _mountInfo;
+    FileIndexQuery _index;
+    std::shared_ptr<BackgroundTask> _walkTask;
+    std::unique_ptr<QSocketNotifier> _walkArrived;
+    std::vector<QByteArray> _rootsToWalk;
 };
 
 }  // namespace pelorinnews

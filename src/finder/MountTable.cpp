@@ -138,7 +138,7 @@ void MountTable::addLine(const QByteArray &line) {
     mount.mountPoint = unescaped(fields.at(4));
     mount.type = fields.at(separator + 1);
     mount.layers = layersOf(mount.type, fields.value(separator + 2), fields.value(separator + 3));
-    entries.push_back(std::move(mount));
+    _entries.push_back(std::move(mount));
 }
 
 void MountTable::addRoot() {
@@ -153,12 +153,12 @@ void MountTable::addRoot() {
     mount.device = QByteArray::number(gnu_dev_major(status.st_dev)) + ':' +
                    QByteArray::number(gnu_dev_minor(status.st_dev));
     mount.type = typeOfRoot();
-    entries.insert(entries.begin(), std::move(mount));
+    _entries.insert(_entries.begin(), std::move(mount));
 }
 
 void MountTable::markLocal() {
     std::vector<Mount *> byRoot;
-    for (Mount &mount : entries)
+    for (Mount &mount : _entries)
         byRoot.push_back(&mount);
     std::stable_sort(byRoot.begin(), byRoot.end(), [](const Mount *left, const Mount *right) {
         return left->root.size() < right->root.size();
@@ -179,7 +179,7 @@ void MountTable::markLocal() {
 
 const MountTable::Mount *MountTable::mountOf(const QByteArray &path) const {
     const Mount *found = nullptr;
-    for (const Mount &mount : entries) {
+    for (const Mount &mount : _entries) {
         // Of several mounts at one place, the last covers the earlier ones.
         if (isAtOrBelow(path, mount.mountPoint) &&
             (!found || mount.mountPoint.size() >= found->mountPoint.size()))
@@ -189,7 +189,7 @@ const MountTable::Mount *MountTable::mountOf(const QByteArray &path) const {
 }
 
 bool MountTable::holds(const Mount &mount) const {
-    return std::any_of(entries.begin(), entries.end(), [&mount](const Mount &held) {
+    return std::any_of(_entries.begin(), _entries.end(), [&mount](const Mount &held) {
         return held.id == mount.id && held.mountPoint == mount.mountPoint &&
                held.device == mount.device && held.root == mount.root;
     });

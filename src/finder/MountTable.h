@@ -36,7 +36,7 @@ public:
     /// Parses the text of a `mountinfo` file. Skips incomplete lines.
     static MountTable parse(const QByteArray &text);
 
-    [[nodiscard]] const std::vector<Mount> &mounts() const { return entries; }
+    [[nodiscard]] const std::vector<Mount> &mounts() const { return _entries; }
 
     /// The mount that holds `path` (absolute, no symbolic links); null if unknown.
     [[nodiscard]] const Mount *mountOf(const QByteArray &path) const;
@@ -53,7 +53,7 @@ private:
     void addRoot();
     void markLocal();
 
-    std::vector<Mount> entries;
+    std::vector<Mount> _entries;
 };
 
 }  // namespace pelorinnews

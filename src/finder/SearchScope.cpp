@@ -33,78 +33,78 @@ QString SearchScope::localComputer() {
 }
 
 SearchScope::SearchScope(const QStringList &scopes, const QByteArray &homeFolder)
-    : isLocalComputer(scopes.contains(localComputer())) {
-    if (isLocalComputer) {
-        folders = {QByteArrayLiteral("/")};
-        home = homeFolder.startsWith('/') ? FilePaths::canonical(homeFolder) : QByteArray();
+    : _isLocalComputer(scopes.contains(localComputer())) {
+    if (_isLocalComputer) {
+        _folders = {QByteArrayLiteral("/")};
+        _home = homeFolder.startsWith('/') ? FilePaths::canonical(homeFolder) : QByteArray();
         return;
     }
     for (const QString &scope : scopes) {
         QByteArray folder = FilePaths::canonical(QFile::encodeName(scope));
         if (!folder.isEmpty())
-            folders.push_back(std::move(folder));
+            _folders.push_back(std::move(folder));
     }
 }
 
 void SearchScope::setMounts(MountTable table) {
-    mounts = std::move(table);
-    shownElsewhere.clear();
-    for (const MountTable::Mount &mount : mounts.mounts()) {
+    _mounts = std::move(table);
+    _shownElsewhere.clear();
+    for (const MountTable::Mount &mount : _mounts.mounts()) {
         const bool showsHome = isHomesMount(mount);
         if (!showsHome && !(mount.local && mount.type == "overlay"))
             continue;
-        const QByteArray shown = showsHome ? home : mount.mountPoint;
+        const QByteArray shown = showsHome ? _home : mount.mountPoint;
         const QByteArray below = shown.mid(mount.mountPoint == "/" ? 0 : mount.mountPoint.size());
         for (const QByteArray &layer : mount.layers) {
             const QByteArray folder = FilePaths::canonical(
                 layer + (mount.root == "/" ? QByteArray() : mount.root) + below);
             if (!folder.isEmpty() && !MountTable::isAtOrBelow(shown, folder))
-                shownElsewhere.push_back(folder);
+                _shownElsewhere.push_back(folder);
         }
     }
 }
 
 bool SearchScope::isHomesMount(const MountTable::Mount &mount) const {
-    return !home.isEmpty() && mount.remote && mounts.mountOf(home) == &mount;
+    return !_home.isEmpty() && mount.remote && _mounts.mountOf(_home) == &mount;
 }
 
 bool SearchScope::isRemote(const QByteArray &root) const {
-    const MountTable::Mount *mount = mounts.mountOf(root);
+    const MountTable::Mount *mount = _mounts.mountOf(root);
     return mount && mount->remote;
 }
 
 std::vector<QByteArray> SearchScope::roots(const EntryPattern &pattern) const {
     std::vector<QByteArray> found;
-    if (!isLocalComputer)
-        found = folders;
-    for (const MountTable::Mount &mount : mounts.mounts()) {
+    if (!_isLocalComputer)
+        found = _folders;
+    for (const MountTable::Mount &mount : _mounts.mounts()) {
         const QByteArray &point = mount.mountPoint;
-        const bool isExtra =
-            isLocalComputer || std::find(folders.begin(), folders.end(), point) == folders.end();
+        const bool isExtra = _isLocalComputer ||
+                             std::find(_folders.begin(), _folders.end(), point) == _folders.end();
         // The trailing slash makes `contains` check the mount point itself for a match, too.
         if (mount.local && isExtra && contains(FilePaths::joined(point, {}), pattern))
             found.push_back(point);
     }
     // Last: it may take long.
-    const MountTable::Mount *homesMount = home.isEmpty() ? nullptr : mounts.mountOf(home);
-    if (homesMount && homesMount->remote && contains(FilePaths::joined(home, {}), pattern))
-        found.push_back(home);
+    const MountTable::Mount *homesMount = _home.isEmpty() ? nullptr : _mounts.mountOf(_home);
+    if (homesMount && homesMount->remote && contains(FilePaths::joined(_home, {}), pattern))
+        found.push_back(_home);
     return found;
 }
 
 bool SearchScope::contains(const QByteArray &path, const EntryPattern &pattern) const {
-    const MountTable::Mount *mount = mounts.mountOf(path);
+    const MountTable::Mount *mount = _mounts.mountOf(path);
     const bool isShownElsewhere = std::any_of(
-        shownElsewhere.begin(), shownElsewhere.end(),
+        _shownElsewhere.begin(), _shownElsewhere.end(),
         [&path](const QByteArray &folder) { return MountTable::isAtOrBelow(path, folder); });
     if (isShownElsewhere)
         return false;
-    const bool isInHome = mount && isHomesMount(*mount) && MountTable::isAtOrBelow(path, home);
-    for (const QByteArray &folder : folders) {
+    const bool isInHome = mount && isHomesMount(*mount) && MountTable::isAtOrBelow(path, _home);
+    for (const QByteArray &folder : _folders) {
         if (!MountTable::isAtOrBelow(path, folder) || isInsideMatch(path, folder, pattern))
             continue;
         if (isInHome || (mount && mount->local) ||
-            (!isLocalComputer && mounts.mountOf(folder) == mount))
+            (!_isLocalComputer && _mounts.mountOf(folder) == mount))
             return true;
     }
     return false;

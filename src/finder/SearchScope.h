@@ -30,7 +30,7 @@ public:
     explicit SearchScope(const QStringList &scopes, const QByteArray &homeFolder = {});
 
     void setMounts(MountTable table);
-    [[nodiscard]] const MountTable &mountTable() const { return mounts; }
+    [[nodiscard]] const MountTable &mountTable() const { return _mounts; }
 
     /// The folders to walk, each within its own file system, to cover the whole scope.
     [[nodiscard]] std::vector<QByteArray> roots(const EntryPattern &pattern) const;
@@ -50,11 +50,11 @@ public:
 private:
     [[nodiscard]] bool isHomesMount(const MountTable::Mount &mount) const;
 
-    std::vector<QByteArray> folders;
-    bool isLocalComputer = false;
-    QByteArray home;  // no symbolic links; empty if none is to be searched
-    MountTable mounts;
-    std::vector<QByteArray> shownElsewhere;  // folders whose content counts where a mount shows it
+    std::vector<QByteArray> _folders;
+    bool _isLocalComputer = false;
+    QByteArray _home;  // no symbolic links; empty if none is to be searched
+    MountTable _mounts;
+    std::vector<QByteArray> _shownElsewhere;  // folders whose content counts where a mount shows it
 };
 
 }  // namespace pelorinnews

@@ -46,58 +46,58 @@ std::optional<ContentDecoder::Coding> ContentDecoder::codingNamed(const QByteArr
 }
 
 ContentDecoder::ContentDecoder(Coding itsCoding, qint64 longestBody)
-    : coding(itsCoding), longest(longestBody) {}
+    : _coding(itsCoding), _longest(longestBody) {}
 
 ContentDecoder::~ContentDecoder() = default;
 
 ContentDecoder::Result ContentDecoder::add(const char *bytes, std::size_t size, QByteArray &body) {
-    if (coding == Coding::Identity) {
-        if (static_cast<qint64>(size) > longest - body.size())
+    if (_coding == Coding::Identity) {
+        if (static_cast<qint64>(size) > _longest - body.size())
             return Result::TooLong;
         body.append(bytes, static_cast<qsizetype>(size));
         return Result::Fine;
     }
     QByteArray input(bytes, static_cast<qsizetype>(size));
-    if (!inflater) {
-        input.prepend(std::exchange(start, {}));
+    if (!_inflater) {
+        input.prepend(std::exchange(_start, {}));
         if (input.size() < 2) {
-            start = input;
+            _start = input;
             return Result::Fine;
         }
-        inflater = std::make_unique<Inflater>(coding == Coding::Gzip ? gzipFormat
-                                                                     : formatOfDeflate(input));
-        if (!inflater->usable)
+        _inflater = std::make_unique<Inflater>(_coding == Coding::Gzip ? gzipFormat
+                                                                       : formatOfDeflate(input));
+        if (!_inflater->usable)
             return Result::Malformed;
     }
-    inflater->stream.next_in = reinterpret_cast<Bytef *>(input.data());
-    inflater->stream.avail_in = static_cast<uInt>(input.size());
+    _inflater->stream.next_in = reinterpret_cast<Bytef *>(input.data());
+    _inflater->stream.avail_in = static_cast<uInt>(input.size());
     return inflateInto(body);
 }
 
 ContentDecoder::Result ContentDecoder::inflateInto(QByteArray &body) {
     constexpr qsizetype step = qsizetype(64) * 1024;
-    z_stream &stream = inflater->stream;
+    z_stream &stream = _inflater->stream;
     bool outputIsFull = false;
     while (stream.avail_in > 0 || outputIsFull) {
-        if (streamEnded) {
+        if (_streamEnded) {
             // Gzip data may consist of several members; nothing may follow deflate data.
-            if (coding != Coding::Gzip || inflateReset(&stream) != Z_OK)
+            if (_coding != Coding::Gzip || inflateReset(&stream) != Z_OK)
                 return Result::Malformed;
-            streamEnded = false;
+            _streamEnded = false;
         }
         const qsizetype had = body.size();
         // One byte beyond the limit, to detect a body that is too long.
-        const auto room = static_cast<qsizetype>(std::min<qint64>(step, longest + 1 - had));
+        const auto room = static_cast<qsizetype>(std::min<qint64>(step, _longest + 1 - had));
         body.resize(had + room);
         stream.next_out = reinterpret_cast<Bytef *>(body.data() + had);
         stream.avail_out = static_cast<uInt>(room);
         const int result = inflate(&stream, Z_NO_FLUSH);
         body.truncate(had + room - static_cast<qsizetype>(stream.avail_out));
-        if (body.size() > longest)
+        if (body.size() > _longest)
             return Result::TooLong;
         outputIsFull = stream.avail_out == 0 && result == Z_OK;
         if (result == Z_STREAM_END)
-            streamEnded = true;
+            _streamEnded = true;
         else if (result == Z_BUF_ERROR)
             break;  // All input is used up.
         else if (result != Z_OK)
@@ -107,7 +107,7 @@ ContentDecoder::Result ContentDecoder::inflateInto(QByteArray &body) {
 }
 
 bool ContentDecoder::isComplete() const {
-    return coding == Coding::Identity || streamEnded;
+    return _coding == Coding::Identity || _streamEnded;
 }
 
 }  // namespace pelorinnews

@@ -40,12 +40,12 @@ private:
 
     [[nodiscard]] Result inflateInto(QByteArray &body);
 
-    const Coding coding;
-    const qint64 longest;
-    std::unique_ptr<Inflater> inflater;
+    const Coding _coding;
+    const qint64 _longest;
+    std::unique_ptr<Inflater> _inflater;
     /// Held back until there are two bytes, which show how a deflated body is wrapped.
-    QByteArray start;
-    bool streamEnded = false;
+    QByteArray _start;
+    bool _streamEnded = false;
 };
 
 }  // namespace pelorinnews

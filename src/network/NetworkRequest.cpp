@@ -17,15 +17,15 @@ namespace {
 class CompletionTask final : public QRunnable {
 public:
     CompletionTask(NetworkRequest completed, NetworkOutcome itsOutcome)
-        : request(std::move(completed)), outcome(std::move(itsOutcome)) {
+        : _request(std::move(completed)), _outcome(std::move(itsOutcome)) {
         const std::lock_guard handOver(mutex());
     }
 
     void run() override {
         { const std::lock_guard handOver(mutex()); }
-        if (request.completion)
-            request.completion(outcome.response, std::move(outcome.data),
-                               std::move(outcome.connectionError));
+        if (_request.completion)
+            _request.completion(_outcome.response, std::move(_outcome.data),
+                                std::move(_outcome.connectionError));
     }
 
 private:
@@ -34,8 +34,8 @@ private:
         return handOver;
     }
 
-    NetworkRequest request;
-    NetworkOutcome outcome;
+    NetworkRequest _request;
+    NetworkOutcome _outcome;
 };
 
 }  // namespace

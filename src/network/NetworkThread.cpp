@@ -68,120 +68,120 @@ void blockPipeSignal() {
 }  // namespace
 
 NetworkThread::NetworkThread(qint64 longestBody, std::function<void()> beforeLibrariesAreUsed)
-    : beforeUse(std::move(beforeLibrariesAreUsed)) {
-    settings.longestBody = longestBody;
+    : _beforeUse(std::move(beforeLibrariesAreUsed)) {
+    _settings.longestBody = longestBody;
     setObjectName(QStringLiteral("PelorinNewsLoad"));
 }
 
 NetworkThread::~NetworkThread() = default;
 
 void NetworkThread::add(NetworkRequest request) {
-    if (!takes(request))
+    if (!tryAdd(request))
         cancelRequest(std::move(request));
 }
 
-bool NetworkThread::takes(NetworkRequest &request) {
+bool NetworkThread::tryAdd(NetworkRequest &request) {
     if (!QCoreApplication::instance())
         return false;
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     // Starting under the lock prevents a race with `stop`; it runs no foreign code.
-    if (!stopping && !started) {
-        if (beforeUse)
-            beforeUse();
+    if (!_stopping && !_started) {
+        if (_beforeUse)
+            _beforeUse();
         QThread::start();
-        started = isRunning();
+        _started = isRunning();
     }
-    if (stopping || !started)
+    if (_stopping || !_started)
         return false;
-    waiting.push_back(std::move(request));
-    if (active)
-        curl->multiWakeup(active);
+    _waiting.push_back(std::move(request));
+    if (_active)
+        _curl->multiWakeup(_active);
     else
-        changed.notify_one();
+        _changed.notify_one();
     return true;
 }
 
 bool NetworkThread::stop(std::chrono::milliseconds timeout) {
     {
-        const std::lock_guard lock(mutex);
-        stopping = true;
-        if (active)
-            curl->multiWakeup(active);
+        const std::lock_guard lock(_mutex);
+        _stopping = true;
+        if (_active)
+            _curl->multiWakeup(_active);
         else
-            changed.notify_one();
+            _changed.notify_one();
     }
     if (!wait(QDeadlineTimer(timeout)))
         return false;
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     return true;
 }
 
 void NetworkThread::run() {
     blockPipeSignal();
-    curl = CurlLibrary::instance();
-    // Makes the libraries create their process-wide objects now, before `beforeUse` runs again.
+    _curl = CurlLibrary::instance();
+    // Makes the libraries create their process-wide objects now, before `_beforeUse` runs.
     static_cast<void>(HostNetwork::trustedAuthorities());
-    if (beforeUse)
-        beforeUse();
+    if (_beforeUse)
+        _beforeUse();
     // Thread-safe since libcurl 7.84, and reference-counted: does not disturb a host that uses
     // libcurl, too.
-    if (curl && curl->globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK)
-        curl = nullptr;
+    if (_curl && _curl->globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK)
+        _curl = nullptr;
     while (waitForRequests())
         transfer();
     cancelAll(nullptr);
     // Joining already synchronizes this thread with what comes after. A lock of our own makes that
     // visible to race detectors.
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
 }
 
 bool NetworkThread::waitForRequests() {
-    std::unique_lock lock(mutex);
-    const auto somethingToDo = [this] { return stopping || !waiting.empty(); };
-    if (!changed.wait_until(lock, std::chrono::system_clock::now() + rest, somethingToDo)) {
+    std::unique_lock lock(_mutex);
+    const auto somethingToDo = [this] { return _stopping || !_waiting.empty(); };
+    if (!_changed.wait_until(lock, std::chrono::system_clock::now() + rest, somethingToDo)) {
         lock.unlock();
         releaseTransferLibraries();
         lock.lock();
-        changed.wait(lock, somethingToDo);
+        _changed.wait(lock, somethingToDo);
     }
-    return !stopping;
+    return !_stopping;
 }
 
 void NetworkThread::transfer() {
     std::unique_ptr<CURLM, void (*)(CURLM *)> multi(
-        curl ? curl->multiInit() : nullptr,
+        _curl ? _curl->multiInit() : nullptr,
         [](CURLM *handle) { CurlLibrary::instance()->multiCleanup(handle); });
-    settings.trustedAuthorities = HostNetwork::trustedAuthorities();
+    _settings.trustedAuthorities = HostNetwork::trustedAuthorities();
     {
-        const std::lock_guard lock(mutex);
-        active = multi.get();
+        const std::lock_guard lock(_mutex);
+        _active = multi.get();
     }
     while (startTransfers(multi.get())) {
-        if (transfers.empty())
+        if (_transfers.empty())
             continue;
         int running = 0;
-        curl->multiPerform(multi.get(), &running);
+        _curl->multiPerform(multi.get(), &running);
         finishTransfers(multi.get());
         giveUpStalled(multi.get());
-        if (!transfers.empty())
-            curl->multiPoll(multi.get(), nullptr, 0, millisecondsToNextDeadline(), nullptr);
+        if (!_transfers.empty())
+            _curl->multiPoll(multi.get(), nullptr, 0, millisecondsToNextDeadline(), nullptr);
     }
     cancelAll(multi.get());
     multi.reset();
-    ended.clear();
-    settings.trustedAuthorities = {};
+    _ended.clear();
+    _settings.trustedAuthorities = {};
 }
 
 bool NetworkThread::startTransfers(CURLM *multi) {
     std::vector<NetworkRequest> taken;
     {
-        const std::lock_guard lock(mutex);
-        if (stopping || (waiting.empty() && transfers.empty())) {
+        const std::lock_guard lock(_mutex);
+        if (_stopping || (_waiting.empty() && _transfers.empty())) {
             // From here on nobody may wake the multi handle: it is about to be destroyed.
-            active = nullptr;
+            _active = nullptr;
             return false;
         }
-        taken.swap(waiting);
+        taken.swap(_waiting);
     }
     for (NetworkRequest &request : taken)
         start(multi, std::move(request));
@@ -190,7 +190,7 @@ bool NetworkThread::startTransfers(CURLM *multi) {
 
 void NetworkThread::start(CURLM *multi, NetworkRequest request) {
     if (request.url.isLocalFile()) {
-        NetworkOutcome outcome = readLocalFile(request.url, settings.longestBody);
+        NetworkOutcome outcome = readLocalFile(request.url, _settings.longestBody);
         completeRequest(std::move(request), std::move(outcome));
         return;
     }
@@ -201,44 +201,44 @@ void NetworkThread::start(CURLM *multi, NetworkRequest request) {
                                         QStringLiteral("libcurl cannot be loaded or started"))});
         return;
     }
-    NetworkTransfer &added = transfers.emplace_back(*curl, std::move(request), settings);
-    if (added.hasFailed() || curl->multiAddHandle(multi, added.handle()) != CURLM_OK) {
-        static_cast<void>(added.goesOnAfter(CURLE_FAILED_INIT));
-        transfers.pop_back();
+    NetworkTransfer &added = _transfers.emplace_back(*_curl, std::move(request), _settings);
+    if (added.hasFailed() || _curl->multiAddHandle(multi, added.handle()) != CURLM_OK) {
+        static_cast<void>(added.finishOrFollowRedirect(CURLE_FAILED_INIT));
+        _transfers.pop_back();
     }
 }
 
 void NetworkThread::finishTransfers(CURLM *multi) {
     int left = 0;
-    while (const CURLMsg *message = curl->multiInfoRead(multi, &left)) {
+    while (const CURLMsg *message = _curl->multiInfoRead(multi, &left)) {
         CURL *handle = message->easy_handle;
         const CURLcode result = message->data.result;
-        curl->multiRemoveHandle(multi, handle);
-        const auto transfer = std::find_if(transfers.begin(), transfers.end(),
+        _curl->multiRemoveHandle(multi, handle);
+        const auto transfer = std::find_if(_transfers.begin(), _transfers.end(),
                                            [&](const auto &one) { return one.handle() == handle; });
-        bool goesOn = transfer->goesOnAfter(result);
-        if (goesOn && curl->multiAddHandle(multi, handle) != CURLM_OK)
-            goesOn = transfer->goesOnAfter(CURLE_FAILED_INIT);
+        bool goesOn = transfer->finishOrFollowRedirect(result);
+        if (goesOn && _curl->multiAddHandle(multi, handle) != CURLM_OK)
+            goesOn = transfer->finishOrFollowRedirect(CURLE_FAILED_INIT);
         if (!goesOn)
-            ended.splice(ended.end(), transfers, transfer);
+            _ended.splice(_ended.end(), _transfers, transfer);
     }
 }
 
 void NetworkThread::giveUpStalled(CURLM *multi) {
     const auto now = NetworkTransfer::Clock::now();
-    for (auto next = transfers.begin(); next != transfers.end();) {
+    for (auto next = _transfers.begin(); next != _transfers.end();) {
         const auto transfer = next++;
         if (transfer->deadline() > now || transfer->postponesDeadline())
             continue;
-        curl->multiRemoveHandle(multi, transfer->handle());
+        _curl->multiRemoveHandle(multi, transfer->handle());
         transfer->timeOut();
-        ended.splice(ended.end(), transfers, transfer);
+        _ended.splice(_ended.end(), _transfers, transfer);
     }
 }
 
 int NetworkThread::millisecondsToNextDeadline() const {
     auto first = NetworkTransfer::Clock::time_point::max();
-    for (const NetworkTransfer &transfer : transfers)
+    for (const NetworkTransfer &transfer : _transfers)
         first = std::min(first, transfer.deadline());
     const auto left =
         std::chrono::ceil<std::chrono::milliseconds>(first - NetworkTransfer::Clock::now());
@@ -246,17 +246,17 @@ int NetworkThread::millisecondsToNextDeadline() const {
 }
 
 void NetworkThread::cancelAll(CURLM *multi) {
-    for (NetworkTransfer &transfer : transfers) {
-        curl->multiRemoveHandle(multi, transfer.handle());
+    for (NetworkTransfer &transfer : _transfers) {
+        _curl->multiRemoveHandle(multi, transfer.handle());
         transfer.cancel();
     }
-    ended.splice(ended.end(), transfers);
+    _ended.splice(_ended.end(), _transfers);
     std::vector<NetworkRequest> taken;
     {
-        const std::lock_guard lock(mutex);
-        if (!stopping)
+        const std::lock_guard lock(_mutex);
+        if (!_stopping)
             return;
-        taken.swap(waiting);
+        taken.swap(_waiting);
     }
     for (NetworkRequest &request : taken)
         cancelRequest(std::move(request));

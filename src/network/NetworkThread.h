@@ -35,7 +35,7 @@ protected:
 
 private:
     /// Takes `request`, or leaves it unchanged and returns false.
-    [[nodiscard]] bool takes(NetworkRequest &request);
+    [[nodiscard]] bool tryAdd(NetworkRequest &request);
     /// Sleeps until there is a request. False if the thread is to end.
     [[nodiscard]] bool waitForRequests();
     /// Runs transfers until none is left or the thread is to end.
@@ -49,25 +49,25 @@ private:
     [[nodiscard]] int millisecondsToNextDeadline() const;
     void cancelAll(CURLM *multi);
 
-    const std::function<void()> beforeUse;
+    const std::function<void()> _beforeUse;
 
     /// Guards the four members below.
-    std::mutex mutex;
-    std::vector<NetworkRequest> waiting;
-    bool started = false;
-    bool stopping = false;
+    std::mutex _mutex;
+    std::vector<NetworkRequest> _waiting;
+    bool _started = false;
+    bool _stopping = false;
     /// The handle to wake while there are transfers; null otherwise.
-    CURLM *active = nullptr;
-    std::condition_variable changed;
+    CURLM *_active = nullptr;
+    std::condition_variable _changed;
 
     // Changed by the thread itself only.
-    const CurlLibrary *curl = nullptr;
-    NetworkTransfer::Settings settings;
-    std::list<NetworkTransfer> transfers;
+    const CurlLibrary *_curl = nullptr;
+    NetworkTransfer::Settings _settings;
+    std::list<NetworkTransfer> _transfers;
     /// Transfers that have ended. They are destroyed after the multi handle: libcurl may close
     /// their connections as late as that (newer versions do) and then calls back into the
     /// transfers.
-    std::list<NetworkTransfer> ended;
+    std::list<NetworkTransfer> _ended;
 };
 
 }  // namespace pelorinnews

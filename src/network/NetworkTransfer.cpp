@@ -96,18 +96,18 @@ CURLcode watchAlerts(CURL *, void *context, void *closeNotified) {
 
 NetworkTransfer::NetworkTransfer(const CurlLibrary &library, NetworkRequest sending,
                                  const Settings &common)
-    : curl(library),
-      request(std::move(sending)),
-      settings(common),
-      idleTimeout(bounded(request.idleTimeoutSeconds)),
-      address(request.url),
-      headers(curl.slistAppend(nullptr, ContentDecoder::acceptEncoding), curl.slistFreeAll),
-      easy(curl.easyInit(), curl.easyCleanup) {
-    if (!isHttp(address))
+    : _curl(library),
+      _request(std::move(sending)),
+      _settings(common),
+      _idleTimeout(bounded(_request.idleTimeoutSeconds)),
+      _address(_request.url),
+      _headers(_curl.slistAppend(nullptr, ContentDecoder::acceptEncoding), _curl.slistFreeAll),
+      _easy(_curl.easyInit(), _curl.easyCleanup) {
+    if (!isHttp(_address))
         fail(TransportError::BadAddress,
              QStringLiteral("Not an address of HTTP, HTTPS or a file: ") +
-                 address.toString(QUrl::RemoveUserInfo));
-    else if (easy)
+                 _address.toString(QUrl::RemoveUserInfo));
+    else if (_easy)
         prepare();
 }
 
@@ -115,24 +115,24 @@ NetworkTransfer::~NetworkTransfer() = default;
 
 template <typename Value>
 void NetworkTransfer::set(CURLoption option, Value value) {
-    curl.easySetopt(easy.get(), option, value);
+    _curl.easySetopt(_easy.get(), option, value);
 }
 
 void NetworkTransfer::prepare() {
-    set(CURLOPT_ERRORBUFFER, errorText.data());
+    set(CURLOPT_ERRORBUFFER, _errorText.data());
     set(CURLOPT_HEADERFUNCTION, &NetworkTransfer::headerCame);
     set(CURLOPT_HEADERDATA, this);
     set(CURLOPT_WRITEFUNCTION, &NetworkTransfer::bodyCame);
     set(CURLOPT_WRITEDATA, this);
     set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
-    set(CURLOPT_OPENSOCKETDATA, &sockets);
+    set(CURLOPT_OPENSOCKETDATA, &_sockets);
     set(CURLOPT_CLOSESOCKETFUNCTION, &closeSocket);
-    set(CURLOPT_CLOSESOCKETDATA, &sockets);
+    set(CURLOPT_CLOSESOCKETDATA, &_sockets);
     // No signal handlers: the process belongs to the host.
     set(CURLOPT_NOSIGNAL, 1L);
     // A pending name lookup must not delay a shutdown.
     set(CURLOPT_QUICK_EXIT, 1L);
-    set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(idleTimeout.count()));
+    set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(_idleTimeout.count()));
     // One short GET in hours gains nothing from HTTP/2.
     set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     set(CURLOPT_PATH_AS_IS, 1L);
@@ -142,26 +142,26 @@ void NetworkTransfer::prepare() {
     set(CURLOPT_BUFFERSIZE, 64L * 1024);
     // libcurl does not notice that a compressed body ends early; ContentDecoder does.
     set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
-    set(CURLOPT_HTTPHEADER, headers.get());
+    set(CURLOPT_HTTPHEADER, _headers.get());
     // Some services refuse clients that name no user agent.
     set(CURLOPT_USERAGENT, "PelorinNews");
     set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-    if (curl.usesOpenSsl) {
+    if (_curl.usesOpenSsl) {
         set(CURLOPT_SSL_CTX_FUNCTION, &watchAlerts);
-        set(CURLOPT_SSL_CTX_DATA, &closeNotified);
+        set(CURLOPT_SSL_CTX_DATA, &_closeNotified);
     }
     // A reused connection may have been closed meanwhile; a fresh one has not.
     set(CURLOPT_FRESH_CONNECT, 1L);
     set(CURLOPT_FORBID_REUSE, 1L);
     // Credentials: only if the service asks for them, and never to the target of a redirect.
     set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
-    if (!address.userName().isEmpty()) {
-        set(CURLOPT_USERNAME, address.userName(QUrl::FullyDecoded).toUtf8().constData());
-        set(CURLOPT_PASSWORD, address.password(QUrl::FullyDecoded).toUtf8().constData());
+    if (!_address.userName().isEmpty()) {
+        set(CURLOPT_USERNAME, _address.userName(QUrl::FullyDecoded).toUtf8().constData());
+        set(CURLOPT_PASSWORD, _address.password(QUrl::FullyDecoded).toUtf8().constData());
     }
-    const QByteArray &authorities = settings.trustedAuthorities;
+    const QByteArray &authorities = _settings.trustedAuthorities;
     const char *folder = nullptr;
-    curl.easyGetinfo(easy.get(), CURLINFO_CAPATH, &folder);
+    _curl.easyGetinfo(_easy.get(), CURLINFO_CAPATH, &folder);
     if (!authorities.isEmpty()) {
         curl_blob blob{const_cast<char *>(authorities.constData()),
                        static_cast<std::size_t>(authorities.size()), CURL_BLOB_NOCOPY};
@@ -177,9 +177,9 @@ void NetworkTransfer::prepare() {
 }
 
 void NetworkTransfer::aim() {
-    const QByteArray target = address.toEncoded(QUrl::RemoveFragment | QUrl::RemoveUserInfo);
+    const QByteArray target = _address.toEncoded(QUrl::RemoveFragment | QUrl::RemoveUserInfo);
     set(CURLOPT_URL, target.constData());
-    set(CURLOPT_PROXY, HostNetwork::proxyFor(address).constData());
+    set(CURLOPT_PROXY, HostNetwork::proxyFor(_address).constData());
     set(CURLOPT_NOPROXY, "");
 }
 
@@ -197,24 +197,24 @@ std::size_t NetworkTransfer::bodyCame(char *bytes, std::size_t one, std::size_t 
 }
 
 bool NetworkTransfer::takeHeader(const QByteArray &line) {
-    lastProgress = Clock::now();
-    return head.addLine(line) ||
+    _lastProgress = Clock::now();
+    return _head.addLine(line) ||
            fail(TransportError::TooLong, QStringLiteral("The head of the answer has no end"));
 }
 
 bool NetworkTransfer::takeBody(const char *bytes, std::size_t size) {
-    lastProgress = Clock::now();
+    _lastProgress = Clock::now();
     // The body of a redirect is not needed: returning false ends the transfer.
-    if (error || head.isRedirect() || (!decoder && !startBody()))
+    if (_error || _head.isRedirect() || (!_decoder && !startBody()))
         return false;
-    received += static_cast<qint64>(size);
-    const auto result = received > settings.longestBody ? ContentDecoder::Result::TooLong
-                                                        : decoder->add(bytes, size, body);
+    _received += static_cast<qint64>(size);
+    const auto result = _received > _settings.longestBody ? ContentDecoder::Result::TooLong
+                                                          : _decoder->add(bytes, size, _body);
     switch (result) {
         case ContentDecoder::Result::Fine:
             return true;
         case ContentDecoder::Result::TooLong:
-            body = QByteArray("");
+            _body = QByteArray("");
             return failTooLong();
         case ContentDecoder::Result::Malformed:
             break;
@@ -223,50 +223,50 @@ bool NetworkTransfer::takeBody(const char *bytes, std::size_t size) {
 }
 
 bool NetworkTransfer::startBody() {
-    const QByteArray problem = head.problem();
+    const QByteArray problem = _head.problem();
     if (!problem.isEmpty())
         return fail(TransportError::Malformed, QString::fromLatin1(problem));
-    const auto coding = ContentDecoder::codingNamed(head.contentEncoding());
+    const auto coding = ContentDecoder::codingNamed(_head.contentEncoding());
     if (!coding)
         return fail(TransportError::Malformed,
                     QStringLiteral("The body is encoded as ") +
-                        QString::fromLatin1(head.contentEncoding().left(40)) +
+                        QString::fromLatin1(_head.contentEncoding().left(40)) +
                         QStringLiteral(", unasked"));
-    const qint64 length = head.contentLength().value_or(0);
-    if (length > settings.longestBody)
+    const qint64 length = _head.contentLength().value_or(0);
+    if (length > _settings.longestBody)
         return failTooLong();
-    decoder = std::make_unique<ContentDecoder>(*coding, settings.longestBody);
-    body.reserve(static_cast<qsizetype>(std::min(length, settings.longestBody)));
+    _decoder = std::make_unique<ContentDecoder>(*coding, _settings.longestBody);
+    _body.reserve(static_cast<qsizetype>(std::min(length, _settings.longestBody)));
     return true;
 }
 
 bool NetworkTransfer::fail(TransportError code, const QString &text) {
-    if (!error)
-        error = transportError(code, text);
+    if (!_error)
+        _error = transportError(code, text);
     return false;
 }
 
 bool NetworkTransfer::failTooLong() {
     return fail(TransportError::TooLong,
-                QStringLiteral("The body is longer than %1 bytes").arg(settings.longestBody));
+                QStringLiteral("The body is longer than %1 bytes").arg(_settings.longestBody));
 }
 
 bool NetworkTransfer::postponesDeadline() {
     const auto now = Clock::now();
-    for (const curl_socket_t connection : sockets) {
+    for (const curl_socket_t connection : _sockets) {
         tcp_info info{};
         socklen_t size = sizeof info;
         if (::getsockopt(connection, IPPROTO_TCP, TCP_INFO, &info, &size) == 0)
-            lastProgress =
-                std::max(lastProgress, now - std::chrono::milliseconds(info.tcpi_last_data_recv));
+            _lastProgress =
+                std::max(_lastProgress, now - std::chrono::milliseconds(info.tcpi_last_data_recv));
     }
     return deadline() > now;
 }
 
-bool NetworkTransfer::goesOnAfter(CURLcode result) {
-    if (head.isRedirect() && !error) {
+bool NetworkTransfer::finishOrFollowRedirect(CURLcode result) {
+    if (_head.isRedirect() && !_error) {
         followRedirect();
-        if (!error)
+        if (!_error)
             return true;
     }
     checkWhole(result);
@@ -275,23 +275,23 @@ bool NetworkTransfer::goesOnAfter(CURLcode result) {
 }
 
 void NetworkTransfer::followRedirect() {
-    const QUrl target = address.resolved(QUrl::fromEncoded(head.location(), QUrl::TolerantMode));
+    const QUrl target = _address.resolved(QUrl::fromEncoded(_head.location(), QUrl::TolerantMode));
     const bool isLessSafe =
-        address.scheme() == QLatin1String("https") && target.scheme() != address.scheme();
-    if (redirects >= mostRedirects)
-        fail(TransportError::BadRedirect, QStringLiteral("More than %1 redirects").arg(redirects));
+        _address.scheme() == QLatin1String("https") && target.scheme() != _address.scheme();
+    if (_redirects >= mostRedirects)
+        fail(TransportError::BadRedirect, QStringLiteral("More than %1 redirects").arg(_redirects));
     else if (!isHttp(target) || isLessSafe)
         fail(TransportError::BadRedirect,
              QStringLiteral("A redirect leads to ") + target.toString(QUrl::RemoveUserInfo));
-    if (error)
+    if (_error)
         return;
-    ++redirects;
-    address = target;
-    head = {};
-    errorText.front() = '\0';
-    closeNotified = false;
-    sockets.clear();
-    lastProgress = Clock::now();
+    ++_redirects;
+    _address = target;
+    _head = {};
+    _errorText.front() = '\0';
+    _closeNotified = false;
+    _sockets.clear();
+    _lastProgress = Clock::now();
     set<const char *>(CURLOPT_USERNAME, nullptr);
     set<const char *>(CURLOPT_PASSWORD, nullptr);
     aim();
@@ -299,63 +299,63 @@ void NetworkTransfer::followRedirect() {
 
 void NetworkTransfer::checkWhole(CURLcode result) {
     // We stopped the transfer ourselves and have recorded why.
-    if (error)
+    if (_error)
         return;
-    const QString text = errorText.front() != '\0' ? QString::fromUtf8(errorText.data())
-                                                   : QString::fromUtf8(curl.easyStrerror(result));
+    const QString text = _errorText.front() != '\0' ? QString::fromUtf8(_errorText.data())
+                                                    : QString::fromUtf8(_curl.easyStrerror(result));
     if (result != CURLE_OK) {
         long proxyAnswer = 0;
-        if (easy)
-            curl.easyGetinfo(easy.get(), CURLINFO_HTTP_CONNECTCODE, &proxyAnswer);
+        if (_easy)
+            _curl.easyGetinfo(_easy.get(), CURLINFO_HTTP_CONNECTCODE, &proxyAnswer);
         // libcurl reports a proxy that refuses to connect as a connection that ends early.
         fail(proxyAnswer >= 300 ? TransportError::Unreachable : meaning(result), text);
         return;
     }
-    if (!head.status()) {
+    if (!_head.status()) {
         fail(TransportError::Incomplete,
              QStringLiteral("The connection closed before the head's end"));
         return;
     }
-    const QByteArray problem = head.problem();
+    const QByteArray problem = _head.problem();
     if (!problem.isEmpty()) {
         fail(TransportError::Malformed, QString::fromLatin1(problem));
         return;
     }
-    const int status = *head.status();
+    const int status = *_head.status();
     // These have no body, whatever their head says.
     if (status == 204 || status == 304)
         return;
-    if (!decoder && !startBody())
+    if (!_decoder && !startBody())
         return;
-    const bool isTls = address.scheme() == QLatin1String("https");
-    if (isTls && head.bodyEndsWithConnection() && !closeNotified)
+    const bool isTls = _address.scheme() == QLatin1String("https");
+    if (isTls && _head.bodyEndsWithConnection() && !_closeNotified)
         fail(TransportError::Incomplete,
              QStringLiteral("The connection was cut, and only its end tells the body's"));
-    else if (!decoder->isComplete())
+    else if (!_decoder->isComplete())
         fail(TransportError::Incomplete, QStringLiteral("The compressed body ends early"));
 }
 
 void NetworkTransfer::complete() {
     NetworkOutcome outcome;
-    const int status = head.status().value_or(0);
+    const int status = _head.status().value_or(0);
     if (status >= 200)
         outcome.response = UrlResponse{status};
-    if (!error || status >= 400)
-        outcome.data = std::move(body);
-    outcome.connectionError = std::move(error);
-    completeRequest(std::move(request), std::move(outcome));
-    body = {};
-    decoder.reset();
+    if (!_error || status >= 400)
+        outcome.data = std::move(_body);
+    outcome.connectionError = std::move(_error);
+    completeRequest(std::move(_request), std::move(outcome));
+    _body = {};
+    _decoder.reset();
 }
 
 void NetworkTransfer::timeOut() {
     fail(TransportError::TimedOut,
-         QStringLiteral("No progress for %1 seconds").arg(idleTimeout.count()));
+         QStringLiteral("No progress for %1 seconds").arg(_idleTimeout.count()));
     complete();
 }
 
 void NetworkTransfer::cancel() {
-    cancelRequest(std::move(request));
+    cancelRequest(std::move(_request));
 }
 
 }  // namespace pelorinnews

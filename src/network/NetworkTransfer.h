@@ -36,13 +36,13 @@ public:
     NetworkTransfer(const NetworkTransfer &) = delete;
     NetworkTransfer &operator=(const NetworkTransfer &) = delete;
 
-    /// Whether it failed before it began. `goesOnAfter` must then be called at once.
-    [[nodiscard]] bool hasFailed() const { return error || !easy; }
+    /// Whether it failed before it began. `finishOrFollowRedirect` must then be called at once.
+    [[nodiscard]] bool hasFailed() const { return _error || !_easy; }
 
-    [[nodiscard]] CURL *handle() const { return easy.get(); }
+    [[nodiscard]] CURL *handle() const { return _easy.get(); }
 
     /// When the idle timeout expires, unless there is progress before.
-    [[nodiscard]] Clock::time_point deadline() const { return lastProgress + idleTimeout; }
+    [[nodiscard]] Clock::time_point deadline() const { return _lastProgress + _idleTimeout; }
 
     /// Postpones the deadline if bytes have arrived that libcurl does not report yet, such as half
     /// a header line. False if the deadline has passed nevertheless.
@@ -50,7 +50,7 @@ public:
 
     /// To be called when libcurl has ended the transfer. True if it follows a redirect: the handle
     /// must be added again. False if the request has been completed.
-    [[nodiscard]] bool goesOnAfter(CURLcode result);
+    [[nodiscard]] bool finishOrFollowRedirect(CURLcode result);
 
     /// Completes the request with an error. The handle must have been removed from its multi
     /// handle.
@@ -77,26 +77,26 @@ private:
     void checkWhole(CURLcode result);
     void complete();
 
-    const CurlLibrary &curl;
-    NetworkRequest request;
-    const Settings &settings;
-    const std::chrono::seconds idleTimeout;
-    QUrl address;
-    int redirects = 0;
-    Clock::time_point lastProgress = Clock::now();
+    const CurlLibrary &_curl;
+    NetworkRequest _request;
+    const Settings &_settings;
+    const std::chrono::seconds _idleTimeout;
+    QUrl _address;
+    int _redirects = 0;
+    Clock::time_point _lastProgress = Clock::now();
     /// The sockets that are open for this address: several while connections are tried, in the end
     /// one.
-    std::vector<curl_socket_t> sockets;
-    ResponseHead head;
+    std::vector<curl_socket_t> _sockets;
+    ResponseHead _head;
     /// Whether the peer has closed the TLS connection in order (close_notify).
-    bool closeNotified = false;
-    std::unique_ptr<ContentDecoder> decoder;
-    QByteArray body{""};
-    qint64 received = 0;
-    std::optional<Error> error;
-    ErrorText errorText{};
-    std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers;
-    std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> easy;
+    bool _closeNotified = false;
+    std::unique_ptr<ContentDecoder> _decoder;
+    QByteArray _body{""};
+    qint64 _received = 0;
+    std::optional<Error> _error;
+    ErrorText _errorText{};
+    std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> _headers;
+    std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> _easy;
 };
 
 }  // namespace pelorinnews

@@ -20,13 +20,13 @@ public:
     ~SharedLoader() { end(); }
 
     std::shared_ptr<NetworkUrlLoader> get() {
-        const std::lock_guard lock(mutex);
-        if (!loader) {
-            loader = std::make_shared<NetworkUrlLoader>(NetworkUrlLoader::defaultLongestBody,
-                                                        &endBeforeLibraries);
+        const std::lock_guard lock(_mutex);
+        if (!_loader) {
+            _loader = std::make_shared<NetworkUrlLoader>(NetworkUrlLoader::defaultLongestBody,
+                                                         &endBeforeLibraries);
             ApplicationEnd::add(ApplicationEnd::Phase::Downloads, [] { instance().end(); });
         }
-        return loader;
+        return _loader;
     }
 
     static SharedLoader &instance() {
@@ -44,15 +44,15 @@ private:
     void end() {
         std::shared_ptr<NetworkUrlLoader> ending;
         {
-            const std::lock_guard lock(mutex);
-            ending.swap(loader);
+            const std::lock_guard lock(_mutex);
+            ending.swap(_loader);
         }
         if (ending)
             ending->shutdown();
     }
 
-    std::mutex mutex;
-    std::shared_ptr<NetworkUrlLoader> loader;
+    std::mutex _mutex;
+    std::shared_ptr<NetworkUrlLoader> _loader;
 };
 
 }  // namespace
@@ -62,7 +62,7 @@ std::shared_ptr<UrlLoader> UrlLoader::shared() {
 }
 
 NetworkUrlLoader::NetworkUrlLoader(qint64 longestBody, std::function<void()> beforeLibrariesAreUsed)
-    : thread(std::make_shared<NetworkThread>(longestBody, std::move(beforeLibrariesAreUsed))) {}
+    : _thread(std::make_shared<NetworkThread>(longestBody, std::move(beforeLibrariesAreUsed))) {}
 
 NetworkUrlLoader::~NetworkUrlLoader() {
     shutdown();
@@ -70,14 +70,14 @@ NetworkUrlLoader::~NetworkUrlLoader() {
 
 void NetworkUrlLoader::sendAsynchronousRequest(const QUrl &url, int idleTimeoutSeconds,
                                                QThreadPool *queue, UrlCompletion completion) {
-    thread->add({url, idleTimeoutSeconds, queue, std::move(completion)});
+    _thread->add({url, idleTimeoutSeconds, queue, std::move(completion)});
 }
 
 void NetworkUrlLoader::shutdown() {
-    if (thread->stop(shutdownTimeout))
+    if (_thread->stop(shutdownTimeout))
         return;
     // Destroying a running QThread ends the process: leak it instead.
-    static_cast<void>(new std::shared_ptr<NetworkThread>(thread));
+    static_cast<void>(new std::shared_ptr<NetworkThread>(_thread));
 }
 
 }  // namespace pelorinnews

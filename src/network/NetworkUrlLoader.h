@@ -52,7 +52,7 @@ public:
     void shutdown();
 
 private:
-    std::shared_ptr<NetworkThread> thread;
+    std::shared_ptr<NetworkThread> _thread;
 };
 
 }  // namespace pelorinnews

@@ -18,18 +18,18 @@ bool isNumber(const QByteArray &value) {
 }  // namespace
 
 bool ResponseHead::addLine(const QByteArray &line) {
-    received += line.size();
-    if (received > longestHead)
+    _received += line.size();
+    if (_received > longestHead)
         return false;
     const QByteArray text = line.trimmed();
     if (line.startsWith("HTTP/")) {
         startHead(text);
         return true;
     }
-    if (complete)
+    if (_complete)
         return true;
     if (text.isEmpty()) {
-        complete = true;
+        _complete = true;
         return true;
     }
     const qsizetype colon = text.indexOf(':');
@@ -38,60 +38,60 @@ bool ResponseHead::addLine(const QByteArray &line) {
     if (colon < 0)
         return true;
     if (name == "content-length")
-        contentLengths += value;
+        _contentLengths += value;
     else if (name == "transfer-encoding")
-        transferEncodings += value.toLower();
+        _transferEncodings += value.toLower();
     else if (name == "content-encoding")
-        contentEncodings += value;
+        _contentEncodings += value;
     else if (name == "location")
-        locations += value;
+        _locations += value;
     return true;
 }
 
 void ResponseHead::startHead(const QByteArray &statusLine) {
-    const qint64 before = received;
+    const qint64 before = _received;
     *this = {};
-    received = before;
+    _received = before;
     const QByteArray digits = statusLine.simplified().split(' ').value(1);
-    code = isNumber(digits) ? digits.toInt() : 0;
+    _code = isNumber(digits) ? digits.toInt() : 0;
 }
 
 std::optional<int> ResponseHead::status() const {
-    return complete ? std::optional(code) : std::nullopt;
+    return _complete ? std::optional(_code) : std::nullopt;
 }
 
 bool ResponseHead::isRedirect() const {
     constexpr int codes[] = {301, 302, 303, 307, 308};
-    return complete && !locations.isEmpty() &&
-           std::find(std::begin(codes), std::end(codes), code) != std::end(codes);
+    return _complete && !_locations.isEmpty() &&
+           std::find(std::begin(codes), std::end(codes), _code) != std::end(codes);
 }
 
 QByteArray ResponseHead::problem() const {
-    if (code < 200)
+    if (_code < 200)
         return "No final status";
-    for (const QByteArray &length : contentLengths) {
+    for (const QByteArray &length : _contentLengths) {
         bool fits = false;
         length.toLongLong(&fits);
         if (!isNumber(length) || !fits)
             return "Content-Length is no length: " + length.left(40);
-        if (length != contentLengths.front())
+        if (length != _contentLengths.front())
             return "Content-Length comes with different values";
     }
     // Where chunks delimit the body, a length does not count.
-    const QByteArray coding = joined(transferEncodings);
+    const QByteArray coding = joined(_transferEncodings);
     if (!coding.isEmpty() && coding != "chunked" && coding != "identity")
         return "Unknown Transfer-Encoding: " + coding.left(40);
     return {};
 }
 
 std::optional<qint64> ResponseHead::contentLength() const {
-    if (contentLengths.isEmpty() || !transferEncodings.isEmpty())
+    if (_contentLengths.isEmpty() || !_transferEncodings.isEmpty())
         return std::nullopt;
-    return contentLengths.front().toLongLong();
+    return _contentLengths.front().toLongLong();
 }
 
 bool ResponseHead::bodyEndsWithConnection() const {
-    return contentLengths.isEmpty() && joined(transferEncodings) != "chunked";
+    return _contentLengths.isEmpty() && joined(_transferEncodings) != "chunked";
 }
 
 QByteArray ResponseHead::joined(const QList<QByteArray> &values) {

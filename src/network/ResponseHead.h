@@ -33,20 +33,20 @@ public:
     /// Whether only the end of the connection marks the end of the body.
     [[nodiscard]] bool bodyEndsWithConnection() const;
     /// Empty if there is none; several are joined with commas.
-    [[nodiscard]] QByteArray contentEncoding() const { return joined(contentEncodings); }
-    [[nodiscard]] QByteArray location() const { return locations.value(0); }
+    [[nodiscard]] QByteArray contentEncoding() const { return joined(_contentEncodings); }
+    [[nodiscard]] QByteArray location() const { return _locations.value(0); }
 
 private:
     void startHead(const QByteArray &statusLine);
     [[nodiscard]] static QByteArray joined(const QList<QByteArray> &values);
 
-    qint64 received = 0;
-    int code = 0;
-    bool complete = false;
-    QList<QByteArray> contentLengths;
-    QList<QByteArray> transferEncodings;
-    QList<QByteArray> contentEncodings;
-    QList<QByteArray> locations;
+    qint64 _received = 0;
+    int _code = 0;
+    bool _complete = false;
+    QList<QByteArray> _contentLengths;
+    QList<QByteArray> _transferEncodings;
+    QList<QByteArray> _contentEncodings;
+    QList<QByteArray> _locations;
 };
 
 }  // namespace pelorinnews

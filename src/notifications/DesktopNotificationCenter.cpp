@@ -62,10 +62,10 @@ struct DesktopNotificationCenter::Shared {
 };
 
 DesktopNotificationCenter::DesktopNotificationCenter(const NotificationSender &sender)
-    : registry(sender.stateFolder), shared(std::make_shared<Shared>()) {
-    const std::weak_ptr<Shared> weakly = shared;
-    shared->thread = std::make_unique<NotificationThread>(
-        sender, shared->list, shared->progress, [weakly](const UserNotification &notification) {
+    : _registry(sender.stateFolder), _shared(std::make_shared<Shared>()) {
+    const std::weak_ptr<Shared> weakly = _shared;
+    _shared->thread = std::make_unique<NotificationThread>(
+        sender, _shared->list, _shared->progress, [weakly](const UserNotification &notification) {
             MainQueue::dispatchAsync([weakly, notification] {
                 if (const auto alive = weakly.lock())
                     alive->tellDelegate(notification);
@@ -101,52 +101,52 @@ QString DesktopNotificationCenter::stateFolder(const QString &identifier) {
 
 void DesktopNotificationCenter::deliverNotification(const UserNotification &notification) {
     const bool isAsked =
-        shared->delegate.get().expired() || QCoreApplication::instance() == nullptr;
-    shared->list->add(notification, isAsked ? NotificationList::Presentation::Asked
-                                            : NotificationList::Presentation::Unasked);
+        _shared->delegate.get().expired() || QCoreApplication::instance() == nullptr;
+    _shared->list->add(notification, isAsked ? NotificationList::Presentation::Asked
+                                             : NotificationList::Presentation::Unasked);
     if (isAsked)
-        shared->thread->wake();
+        _shared->thread->wake();
     else
-        MainQueue::dispatchAsync([asking = shared] { asking->askDelegate(); });
+        MainQueue::dispatchAsync([asking = _shared] { asking->askDelegate(); });
 }
 
 QList<UserNotification> DesktopNotificationCenter::deliveredNotifications() const {
     readRegistry();
-    return shared->list->delivered();
+    return _shared->list->delivered();
 }
 
 void DesktopNotificationCenter::removeDeliveredNotification(const UserNotification &notification) {
-    if (shared->list->remove(notification.identity))
-        shared->thread->wake();
+    if (_shared->list->remove(notification.identity))
+        _shared->thread->wake();
 }
 
 void DesktopNotificationCenter::setDelegate(std::weak_ptr<NotificationCenterDelegate> delegate) {
-    shared->delegate.set(std::move(delegate));
+    _shared->delegate.set(std::move(delegate));
     readRegistry();
 }
 
 bool DesktopNotificationCenter::flush(std::chrono::milliseconds timeout) {
     if (MainQueue::isMainThread())
-        shared->askDelegate();
-    return !shared->thread->isRunning() || shared->progress->waitUntilSettled(timeout);
+        _shared->askDelegate();
+    return !_shared->thread->isRunning() || _shared->progress->waitUntilSettled(timeout);
 }
 
 void DesktopNotificationCenter::shutDown() {
-    shared->thread->stop(shutDownTimeout);
+    _shared->thread->stop(shutDownTimeout);
 }
 
 bool DesktopNotificationCenter::isActive() const {
-    return shared->thread->isRunning();
+    return _shared->thread->isRunning();
 }
 
 void DesktopNotificationCenter::readRegistry() const {
-    const auto contents = registry.read();
+    const auto contents = _registry.read();
     if (!contents)
         return;
-    shared->list->merge(*contents);
+    _shared->list->merge(*contents);
     // The entries are assumed valid: the thread checks them with the bus and listens for clicks.
     if (!contents->entries.empty())
-        shared->thread->start();
+        _shared->thread->start();
 }
 
 }  // namespace pelorinnews

@@ -46,9 +46,9 @@ private:
 
     void readRegistry() const;
 
-    const NotificationRegistry registry;
+    const NotificationRegistry _registry;
     /// Shared with tasks on the main thread, which may outlive this object.
-    const std::shared_ptr<Shared> shared;
+    const std::shared_ptr<Shared> _shared;
 };
 
 }  // namespace pelorinnews

@@ -16,16 +16,17 @@ void NotificationList::add(const UserNotification &notification, Presentation pr
     const auto waits = [](const Item &other) {
         return other.state == State::Waiting || other.state == State::Unasked;
     };
-    const std::lock_guard lock(mutex);
-    items.push_back(std::move(item));
-    if (static_cast<std::size_t>(std::count_if(items.begin(), items.end(), waits)) > maximumWaiting)
-        items.erase(std::find_if(items.begin(), items.end(), waits));
+    const std::lock_guard lock(_mutex);
+    _items.push_back(std::move(item));
+    if (static_cast<std::size_t>(std::count_if(_items.begin(), _items.end(), waits)) >
+        maximumWaiting)
+        _items.erase(std::find_if(_items.begin(), _items.end(), waits));
 }
 
 QList<UserNotification> NotificationList::delivered() const {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     QList<UserNotification> notifications;
-    for (const Item &item : items) {
+    for (const Item &item : _items) {
         if (!item.entry.withdrawn)
             notifications.append(item.entry.notification);
     }
@@ -33,12 +34,12 @@ QList<UserNotification> NotificationList::delivered() const {
 }
 
 bool NotificationList::remove(const QString &identity) {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     const auto item = findItem(identity);
-    if (item == items.end() || item->entry.withdrawn)
+    if (item == _items.end() || item->entry.withdrawn)
         return false;
     if (item->state == State::Unasked || item->state == State::Waiting) {
-        items.erase(item);
+        _items.erase(item);
         return false;
     }
     item->entry.withdrawn = true;
@@ -47,9 +48,9 @@ bool NotificationList::remove(const QString &identity) {
 }
 
 std::vector<UserNotification> NotificationList::unasked() const {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     std::vector<UserNotification> notifications;
-    for (const Item &item : items) {
+    for (const Item &item : _items) {
         if (item.state == State::Unasked)
             notifications.push_back(item.entry.notification);
     }
@@ -57,101 +58,101 @@ std::vector<UserNotification> NotificationList::unasked() const {
 }
 
 void NotificationList::answer(const QString &identity, bool present) {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     const auto item = findItem(identity);
-    if (item == items.end() || item->state != State::Unasked)
+    if (item == _items.end() || item->state != State::Unasked)
         return;
     if (present)
         item->state = State::Waiting;
     else
-        items.erase(item);
+        _items.erase(item);
 }
 
 bool NotificationList::isEmpty() const {
-    const std::lock_guard lock(mutex);
-    return items.empty();
+    const std::lock_guard lock(_mutex);
+    return _items.empty();
 }
 
 void NotificationList::merge(const RegistryContents &contents) {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     mergeLocked(contents);
 }
 
 void NotificationList::mergeLocked(const RegistryContents &contents) {
-    if (contents.serial < serial)
+    if (contents.serial < _serial)
         return;
-    serial = contents.serial;
-    const bool isOfThisServer = contents.bus == bus && contents.server == server;
-    if (serverKnown && !isOfThisServer) {
-        fileIsOfAnotherServer = !contents.entries.empty();
+    _serial = contents.serial;
+    const bool isOfThisServer = contents.bus == _bus && contents.server == _server;
+    if (_serverKnown && !isOfThisServer) {
+        _fileIsOfAnotherServer = !contents.entries.empty();
         return;
     }
-    bus = contents.bus;
-    server = contents.server;
+    _bus = contents.bus;
+    _server = contents.server;
 
     // Standing entries take the file's order: the order of delivery, the same for all processes. An
     // entry that the file held and no longer holds was ended by another process.
     Items merged;
     for (const RegistryEntry &entry : contents.entries) {
-        if (erased.contains(entry.notification.identity))
+        if (_erased.contains(entry.notification.identity))
             continue;
         const auto known = findItem(entry.notification.identity);
-        if (known == items.end()) {
+        if (known == _items.end()) {
             merged.push_back({entry, State::Standing, true, false});
             continue;
         }
         known->entry.withdrawn = known->entry.withdrawn || entry.withdrawn;
         known->saved = known->entry.withdrawn == entry.withdrawn;
         merged.push_back(std::move(*known));
-        items.erase(known);
+        _items.erase(known);
     }
-    for (Item &item : items) {
+    for (Item &item : _items) {
         if (item.state != State::Standing || !item.saved)
             merged.push_back(std::move(item));
     }
-    items = std::move(merged);
+    _items = std::move(merged);
 }
 
 void NotificationList::setServer(const QString &newBus, const QString &newServer) {
-    const std::lock_guard lock(mutex);
-    serverKnown = true;
-    if (bus == newBus && server == newServer)
+    const std::lock_guard lock(_mutex);
+    _serverKnown = true;
+    if (_bus == newBus && _server == newServer)
         return;
-    bus = newBus;
-    server = newServer;
-    erased.clear();
-    std::erase_if(items, [this](const Item &item) {
+    _bus = newBus;
+    _server = newServer;
+    _erased.clear();
+    std::erase_if(_items, [this](const Item &item) {
         const bool stood = item.state == State::Standing;
-        fileIsOfAnotherServer = fileIsOfAnotherServer || stood;
+        _fileIsOfAnotherServer = _fileIsOfAnotherServer || stood;
         return stood || (item.state == State::Sending && item.entry.withdrawn);
     });
-    for (Item &item : items) {
+    for (Item &item : _items) {
         if (item.state == State::Sending)
             item.state = State::Waiting;
     }
 }
 
 bool NotificationList::hasWaiting() const {
-    const std::lock_guard lock(mutex);
-    return std::any_of(items.begin(), items.end(),
+    const std::lock_guard lock(_mutex);
+    return std::any_of(_items.begin(), _items.end(),
                        [](const Item &item) { return item.state == State::Waiting; });
 }
 
 std::optional<UserNotification> NotificationList::takeWaiting() {
-    const std::lock_guard lock(mutex);
-    const auto item = std::find_if(items.begin(), items.end(), [](const Item &candidate) {
+    const std::lock_guard lock(_mutex);
+    const auto item = std::find_if(_items.begin(), _items.end(), [](const Item &candidate) {
         return candidate.state == State::Waiting;
     });
-    if (item == items.end())
+    if (item == _items.end())
         return std::nullopt;
     item->state = State::Sending;
     return item->entry.notification;
 }
 
 void NotificationList::setSent(const QString &identity, quint32 serverId, const QString &sender) {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     const auto item = findItem(identity);
-    if (item == items.end())
+    if (item == _items.end())
         return;
     item->state = State::Standing;
     item->entry.serverId = serverId;
@@ -159,20 +160,20 @@ void NotificationList::setSent(const QString &identity, quint32 serverId, const 
 }
 
 void NotificationList::setUnsent(const QString &identity) {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     const auto item = findItem(identity);
-    if (item == items.end() || item->state != State::Sending)
+    if (item == _items.end() || item->state != State::Sending)
         return;
     if (item->entry.withdrawn)
-        items.erase(item);
+        _items.erase(item);
     else
         item->state = State::Waiting;
 }
 
 std::vector<quint32> NotificationList::takeWithdrawn() {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     std::vector<quint32> ids;
-    for (Item &item : items) {
+    for (Item &item : _items) {
         if (item.state != State::Standing || !item.entry.withdrawn || item.closing)
             continue;
         item.closing = true;
@@ -182,8 +183,8 @@ std::vector<quint32> NotificationList::takeWithdrawn() {
 }
 
 std::optional<RegistryEntry> NotificationList::find(quint32 serverId) const {
-    const std::lock_guard lock(mutex);
-    for (const Item &item : items) {
+    const std::lock_guard lock(_mutex);
+    for (const Item &item : _items) {
         if (item.state == State::Standing && item.entry.serverId == serverId)
             return item.entry;
     }
@@ -191,45 +192,45 @@ std::optional<RegistryEntry> NotificationList::find(quint32 serverId) const {
 }
 
 void NotificationList::end(quint32 serverId) {
-    const std::lock_guard lock(mutex);
-    const auto item = std::find_if(items.begin(), items.end(), [serverId](const Item &candidate) {
+    const std::lock_guard lock(_mutex);
+    const auto item = std::find_if(_items.begin(), _items.end(), [serverId](const Item &candidate) {
         return candidate.state == State::Standing && candidate.entry.serverId == serverId;
     });
-    if (item == items.end())
+    if (item == _items.end())
         return;
-    erased.append(item->entry.notification.identity);
-    items.erase(item);
+    _erased.append(item->entry.notification.identity);
+    _items.erase(item);
 }
 
 void NotificationList::drop(const QString &identity) {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     const auto item = findItem(identity);
-    if (item != items.end())
-        items.erase(item);
+    if (item != _items.end())
+        _items.erase(item);
 }
 
 std::optional<RegistryChange> NotificationList::unsavedChange() const {
-    const std::lock_guard lock(mutex);
-    RegistryChange change{bus, server, serial, erased, {}};
-    for (const Item &item : items) {
+    const std::lock_guard lock(_mutex);
+    RegistryChange change{_bus, _server, _serial, _erased, {}};
+    for (const Item &item : _items) {
         if (item.state == State::Standing && !item.saved)
             change.put.push_back(item.entry);
     }
-    if (change.erased.isEmpty() && change.put.empty() && !fileIsOfAnotherServer)
+    if (change.erased.isEmpty() && change.put.empty() && !_fileIsOfAnotherServer)
         return std::nullopt;
     return change;
 }
 
 void NotificationList::setSaved(const RegistryChange &change, const RegistryContents &contents) {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     for (const QString &identity : change.erased)
-        erased.removeAll(identity);
-    fileIsOfAnotherServer = false;
+        _erased.removeAll(identity);
+    _fileIsOfAnotherServer = false;
     mergeLocked(contents);
 }
 
 NotificationList::Items::iterator NotificationList::findItem(const QString &identity) {
-    return std::find_if(items.begin(), items.end(), [&identity](const Item &item) {
+    return std::find_if(_items.begin(), _items.end(), [&identity](const Item &item) {
         return item.entry.notification.identity == identity;
     });
 }

@@ -85,14 +85,14 @@ private:
     Items::iterator findItem(const QString &identity);
     void mergeLocked(const RegistryContents &contents);
 
-    mutable std::mutex mutex;
-    Items items;
-    QStringList erased;
-    QString bus;
-    QString server;
-    quint64 serial = 0;
-    bool serverKnown = false;
-    bool fileIsOfAnotherServer = false;
+    mutable std::mutex _mutex;
+    Items _items;
+    QStringList _erased;
+    QString _bus;
+    QString _server;
+    quint64 _serial = 0;
+    bool _serverKnown = false;
+    bool _fileIsOfAnotherServer = false;
 };
 
 }  // namespace pelorinnews

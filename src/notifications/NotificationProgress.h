@@ -14,40 +14,40 @@ class NotificationProgress {
 public:
     /// Counts a new request.
     void request() {
-        const std::lock_guard lock(mutex);
-        ++requested;
+        const std::lock_guard lock(_mutex);
+        ++_requested;
     }
 
     [[nodiscard]] quint64 requests() const {
-        const std::lock_guard lock(mutex);
-        return requested;
+        const std::lock_guard lock(_mutex);
+        return _requested;
     }
 
     /// For the worker: it has handled the first `seen` requests. `isBusy`: replies or retries are
     /// still pending.
     void report(quint64 seen, bool isBusy) {
         {
-            const std::lock_guard lock(mutex);
-            done = seen;
-            busy = isBusy;
+            const std::lock_guard lock(_mutex);
+            _done = seen;
+            _busy = isBusy;
         }
-        changed.notify_all();
+        _changed.notify_all();
     }
 
     /// False if the worker is still busy after `timeout`.
     bool waitUntilSettled(std::chrono::milliseconds timeout) {
-        std::unique_lock lock(mutex);
+        std::unique_lock lock(_mutex);
         // Not `wait_for`: race detectors do not understand its wait on the steady clock.
-        return changed.wait_until(lock, std::chrono::system_clock::now() + timeout,
-                                  [this] { return done == requested && !busy; });
+        return _changed.wait_until(lock, std::chrono::system_clock::now() + timeout,
+                                   [this] { return _done == _requested && !_busy; });
     }
 
 private:
-    mutable std::mutex mutex;
-    std::condition_variable changed;
-    quint64 requested = 0;
-    quint64 done = 0;
-    bool busy = false;
+    mutable std::mutex _mutex;
+    std::condition_variable _changed;
+    quint64 _requested = 0;
+    quint64 _done = 0;
+    bool _busy = false;
 };
 
 }  // namespace pelorinnews

@@ -65,7 +65,7 @@ QStringList applyTo(RegistryContents &contents, const RegistryChange &change) {
 }  // namespace
 
 NotificationRegistry::NotificationRegistry(const QString &folder)
-    : folderPath(folder), filePath(QDir(folder).filePath(QStringLiteral("notifications.json"))) {}
+    : _folderPath(folder), _filePath(QDir(folder).filePath(QStringLiteral("notifications.json"))) {}
 
 std::optional<RegistryContents> NotificationRegistry::read() const {
     const auto seen = look();
@@ -74,10 +74,10 @@ std::optional<RegistryContents> NotificationRegistry::read() const {
 
 std::shared_ptr<const NotificationRegistry::Seen> NotificationRegistry::look() const {
     Error unused;
-    auto file = RegularFile::open(filePath, &unused);
+    auto file = RegularFile::open(_filePath, &unused);
     if (!file)
         return nullptr;
-    const auto last = lastRead.get();
+    const auto last = _lastRead.get();
     if (last && last->stamp == file->stamp())
         return last;
     Seen seen{file->stamp(), std::nullopt};
@@ -88,7 +88,7 @@ std::shared_ptr<const NotificationRegistry::Seen> NotificationRegistry::look() c
         seen.contents = RegistryFormat::read(bytes);
     }
     const auto shared = std::make_shared<const Seen>(std::move(seen));
-    lastRead.set(isSettled(shared->stamp) ? shared : nullptr);
+    _lastRead.set(isSettled(shared->stamp) ? shared : nullptr);
     return shared;
 }
 
@@ -96,9 +96,9 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
                                                             QStringList *removed) const {
     if (removed)
         removed->clear();
-    const QString lockPath = filePath + QStringLiteral(".lock");
+    const QString lockPath = _filePath + QStringLiteral(".lock");
     // If the lock file were a pipe, checking whether its owner still runs would block.
-    if (!QDir().mkpath(folderPath) || !RegularFile::isRegularOrAbsent(filePath) ||
+    if (!QDir().mkpath(_folderPath) || !RegularFile::isRegularOrAbsent(_filePath) ||
         !RegularFile::isRegularOrAbsent(lockPath))
         return std::nullopt;
     QLockFile lock(lockPath);
@@ -106,13 +106,13 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
         return std::nullopt;
 
     const auto seen = look();
-    if (!seen && QFile::exists(filePath))
+    if (!seen && QFile::exists(_filePath))
         return std::nullopt;
     RegistryContents contents =
         seen ? seen->contents.value_or(RegistryContents()) : RegistryContents();
     QStringList erased = applyTo(contents, change);
 
-    FileReplacement file(filePath);
+    FileReplacement file(_filePath);
     // What a user was notified of is private.
     file.setPermissions(S_IRUSR | S_IWUSR);
     file.write(RegistryFormat::write(contents));
@@ -128,7 +128,7 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
 
 void NotificationRegistry::setAside() const {
     // Renames the target of a symbolic link, not the link: the new file replaces the target.
-    const QByteArray target = FilePaths::endOfLinks(QFile::encodeName(filePath));
+    const QByteArray target = FilePaths::endOfLinks(QFile::encodeName(_filePath));
     std::rename(target.constData(), (target + ".corrupt").constData());
 }
 

@@ -78,7 +78,7 @@ public:
     [[nodiscard]] std::optional<RegistryContents> apply(const RegistryChange &change,
                                                         QStringList *removed = nullptr) const;
 
-    [[nodiscard]] QString path() const { return filePath; }
+    [[nodiscard]] QString path() const { return _filePath; }
 
 private:
     /// A file and its contents; these are absent if they cannot be parsed.
@@ -91,9 +91,9 @@ private:
     [[nodiscard]] std::shared_ptr<const Seen> look() const;
     void setAside() const;
 
-    QString folderPath;
-    QString filePath;
-    mutable GuardedSlot<std::shared_ptr<const Seen>> lastRead;
+    QString _folderPath;
+    QString _filePath;
+    mutable GuardedSlot<std::shared_ptr<const Seen>> _lastRead;
 };
 
 }  // namespace pelorinnews

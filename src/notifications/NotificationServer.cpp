@@ -82,29 +82,29 @@ QString soundName(const QString &name) {
 
 NotificationServer::NotificationServer(QString originName, QString originDesktopEntry,
                                        QString actionLabel)
-    : applicationName(std::move(originName)),
-      desktopEntry(std::move(originDesktopEntry)),
-      label(std::move(actionLabel)),
-      connectionLabel(QStringLiteral("pelorinnews-notifications-") +
-                      QUuid::createUuid().toString(QUuid::WithoutBraces)),
-      connection(QString()) {}
+    : _applicationName(std::move(originName)),
+      _desktopEntry(std::move(originDesktopEntry)),
+      _label(std::move(actionLabel)),
+      _connectionLabel(QStringLiteral("pelorinnews-notifications-") +
+                       QUuid::createUuid().toString(QUuid::WithoutBraces)),
+      _connection(QString()) {}
 
 NotificationServer::~NotificationServer() {
-    connection = QDBusConnection(QString());
-    QDBusConnection::disconnectFromBus(connectionLabel);
+    _connection = QDBusConnection(QString());
+    QDBusConnection::disconnectFromBus(_connectionLabel);
 }
 
 bool NotificationServer::open(const QString &address) {
-    connection = address.isEmpty()
-                     ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionLabel)
-                     : QDBusConnection::connectToBus(address, connectionLabel);
-    if (!connection.isConnected())
+    _connection = address.isEmpty()
+                      ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, _connectionLabel)
+                      : QDBusConnection::connectToBus(address, _connectionLabel);
+    if (!_connection.isConnected())
         return false;
     listen();
     // Sequential calls: two replies may arrive in either order.
     call(busCall(QStringLiteral("GetId")), [this](const QDBusMessage &reply) {
-        bus = firstArgument(reply).toString();
-        if (!bus.isEmpty())
+        _bus = firstArgument(reply).toString();
+        if (!_bus.isEmpty())
             askOwner();
     });
     return true;
@@ -114,33 +114,33 @@ void NotificationServer::askOwner() {
     call(busCall(QStringLiteral("GetNameOwner"), {service}), [this](const QDBusMessage &reply) {
         // If the owner changed meanwhile, the signal is at least as recent as this reply: keep its
         // value.
-        if (!ownerChanged && !isError(reply))
-            serverOwner = firstArgument(reply).toString();
-        known = true;
+        if (!_ownerChanged && !isError(reply))
+            _serverOwner = firstArgument(reply).toString();
+        _known = true;
         Q_EMIT serverChanged();
     });
 }
 
 void NotificationServer::listen() {
-    connection.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
-                       {service}, QString(), this, SLOT(onNameOwnerChanged(QDBusMessage)));
-    connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                       QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
-                       this, SLOT(onDisconnected()));
+    _connection.connect(busService, busPath, busService, QStringLiteral("NameOwnerChanged"),
+                        {service}, QString(), this, SLOT(onNameOwnerChanged(QDBusMessage)));
+    _connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                        QStringLiteral("org.freedesktop.DBus.Local"),
+                        QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));
     // No sender in the match rule: Qt would block on the bus to resolve it. Each signal carries its
     // sender, which the slots check.
-    connection.connect(QString(), path, service, QStringLiteral("NotificationClosed"), this,
-                       SLOT(onNotificationClosed(QDBusMessage)));
-    connection.connect(QString(), path, service, QStringLiteral("ActivationToken"), this,
-                       SLOT(onActivationToken(QDBusMessage)));
-    connection.connect(QString(), path, service, QStringLiteral("ActionInvoked"), this,
-                       SLOT(onActionInvoked(QDBusMessage)));
+    _connection.connect(QString(), path, service, QStringLiteral("NotificationClosed"), this,
+                        SLOT(onNotificationClosed(QDBusMessage)));
+    _connection.connect(QString(), path, service, QStringLiteral("ActivationToken"), this,
+                        SLOT(onActivationToken(QDBusMessage)));
+    _connection.connect(QString(), path, service, QStringLiteral("ActionInvoked"), this,
+                        SLOT(onActionInvoked(QDBusMessage)));
 }
 
 void NotificationServer::call(const QDBusMessage &message,
                               std::function<void(const QDBusMessage &)> done) {
     auto *watcher =
-        new QDBusPendingCallWatcher(connection.asyncCall(message, withoutTimeout), this);
+        new QDBusPendingCallWatcher(_connection.asyncCall(message, withoutTimeout), this);
     const auto finish = [watcher, done = std::move(done)] {
         watcher->deleteLater();
         done(watcher->reply());
@@ -176,7 +176,7 @@ QStringList NotificationServer::actionsFor(const Traits &traits) const {
     // (notify-osd).
     if (traits.capabilities && !traits.capabilities->contains(QLatin1String("actions")))
         return {};
-    return {QStringLiteral("default"), hearsClicksWithoutButton(traits.name) ? QString() : label};
+    return {QStringLiteral("default"), hearsClicksWithoutButton(traits.name) ? QString() : _label};
 }
 
 void NotificationServer::notify(const UserNotification &notification, const Traits &traits,
@@ -185,13 +185,13 @@ void NotificationServer::notify(const UserNotification &notification, const Trai
     if (traits.capabilities && traits.capabilities->contains(QLatin1String("body-markup")))
         body = body.toHtmlEscaped();
 
-    QVariantMap hints{{QStringLiteral("desktop-entry"), desktopEntry}};
+    QVariantMap hints{{QStringLiteral("desktop-entry"), _desktopEntry}};
     if (!notification.soundName.isNull())
         hints.insert(QStringLiteral("sound-name"), soundName(notification.soundName));
 
     // To the unique name: the server that the list is about, never its successor.
-    QDBusMessage message = serverCall(serverOwner, QStringLiteral("Notify"));
-    message << applicationName << quint32(0) << QString() << plainText(notification.title) << body
+    QDBusMessage message = serverCall(_serverOwner, QStringLiteral("Notify"));
+    message << _applicationName << quint32(0) << QString() << plainText(notification.title) << body
             << actionsFor(traits) << hints << qint32(-1);
     call(message, [done = std::move(done)](const QDBusMessage &reply) {
         if (isError(reply)) {
@@ -204,7 +204,7 @@ void NotificationServer::notify(const UserNotification &notification, const Trai
 }
 
 void NotificationServer::close(quint32 id, Callback done) {
-    QDBusMessage message = serverCall(serverOwner, QStringLiteral("CloseNotification"));
+    QDBusMessage message = serverCall(_serverOwner, QStringLiteral("CloseNotification"));
     message << id;
     call(message, [done = std::move(done)](const QDBusMessage &) { done(); });
 }
@@ -217,7 +217,7 @@ void NotificationServer::askIsOnBus(const QString &name, BoolCallback done) {
 }
 
 bool NotificationServer::isFromServer(const QDBusMessage &message) const {
-    return known && !serverOwner.isEmpty() && message.service() == serverOwner;
+    return _known && !_serverOwner.isEmpty() && message.service() == _serverOwner;
 }
 
 void NotificationServer::onNotificationClosed(const QDBusMessage &message) {
@@ -239,15 +239,15 @@ void NotificationServer::onActionInvoked(const QDBusMessage &message) {
 void NotificationServer::onNameOwnerChanged(const QDBusMessage &message) {
     if (message.signature() != QLatin1String("sss"))
         return;
-    serverOwner = message.arguments().value(2).toString();
-    ownerChanged = true;
-    if (known)
+    _serverOwner = message.arguments().value(2).toString();
+    _ownerChanged = true;
+    if (_known)
         Q_EMIT serverChanged();
 }
 
 void NotificationServer::onDisconnected() {
-    serverOwner.clear();
-    known = false;
+    _serverOwner.clear();
+    _known = false;
     Q_EMIT serverChanged();
 }
 

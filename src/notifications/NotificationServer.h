@@ -46,13 +46,13 @@ public:
     bool open(const QString &address);
 
     /// Whether `serverChanged` has been emitted and the bus is still connected.
-    [[nodiscard]] bool isKnown() const { return known; }
+    [[nodiscard]] bool isKnown() const { return _known; }
     /// The identifier of the bus.
-    [[nodiscard]] QString busId() const { return bus; }
+    [[nodiscard]] QString busId() const { return _bus; }
     /// The unique name of the server; empty where none runs.
-    [[nodiscard]] QString owner() const { return serverOwner; }
+    [[nodiscard]] QString owner() const { return _serverOwner; }
     /// The unique name of our connection.
-    [[nodiscard]] QString connectionName() const { return connection.baseService(); }
+    [[nodiscard]] QString connectionName() const { return _connection.baseService(); }
 
     /// Queries the server's capabilities and identity. The bus starts a server if none runs. The
     /// traits are absent if no server can be asked.
@@ -93,15 +93,15 @@ private:
     [[nodiscard]] QStringList actionsFor(const Traits &traits) const;
     [[nodiscard]] bool isFromServer(const QDBusMessage &message) const;
 
-    const QString applicationName;
-    const QString desktopEntry;
-    const QString label;
-    const QString connectionLabel;
-    QDBusConnection connection;
-    QString bus;
-    QString serverOwner;
-    bool ownerChanged = false;
-    bool known = false;
+    const QString _applicationName;
+    const QString _desktopEntry;
+    const QString _label;
+    const QString _connectionLabel;
+    QDBusConnection _connection;
+    QString _bus;
+    QString _serverOwner;
+    bool _ownerChanged = false;
+    bool _known = false;
 };
 
 }  // namespace pelorinnews

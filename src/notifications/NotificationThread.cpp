@@ -22,48 +22,48 @@ NotificationThread::NotificationThread(NotificationSender origin,
                                        std::shared_ptr<NotificationList> notifications,
                                        std::shared_ptr<NotificationProgress> reports,
                                        NotificationWorker::Activated onActivation)
-    : sender(std::move(origin)),
-      list(std::move(notifications)),
-      progress(std::move(reports)),
-      activated(std::move(onActivation)) {}
+    : _sender(std::move(origin)),
+      _list(std::move(notifications)),
+      _progress(std::move(reports)),
+      _activated(std::move(onActivation)) {}
 
 NotificationThread::~NotificationThread() {
     stop(std::chrono::milliseconds(0));
 }
 
 void NotificationThread::start() {
-    const std::lock_guard lock(mutex);
-    if (state == State::Idle)
+    const std::lock_guard lock(_mutex);
+    if (_state == State::Idle)
         post();
 }
 
 void NotificationThread::wake() {
-    const std::lock_guard lock(mutex);
-    if (state != State::Stopped)
+    const std::lock_guard lock(_mutex);
+    if (_state != State::Stopped)
         post();
 }
 
 void NotificationThread::post() {
-    progress->request();
-    if (state == State::Idle) {
+    _progress->request();
+    if (_state == State::Idle) {
         launch();
         return;
     }
     {
-        const std::lock_guard lock(gate->mutex);
-        if (!gate->isOpen)
+        const std::lock_guard lock(_gate->mutex);
+        if (!_gate->isOpen)
             return;
     }
-    QMetaObject::invokeMethod(worker, "work", Qt::QueuedConnection);
+    QMetaObject::invokeMethod(_worker, "work", Qt::QueuedConnection);
 }
 
 void NotificationThread::launch() {
-    state = State::Running;
-    thread = std::make_unique<QThread>();
-    thread->setObjectName(QStringLiteral("notifications"));
-    worker = std::make_unique<NotificationWorker>(sender, list, progress, activated).release();
-    worker->moveToThread(thread.get());
-    const auto begin = [opened = gate, beginner = worker] {
+    _state = State::Running;
+    _thread = std::make_unique<QThread>();
+    _thread->setObjectName(QStringLiteral("notifications"));
+    _worker = std::make_unique<NotificationWorker>(_sender, _list, _progress, _activated).release();
+    _worker->moveToThread(_thread.get());
+    const auto begin = [opened = _gate, beginner = _worker] {
         bool isStopped = false;
         {
             const std::lock_guard lock(opened->mutex);
@@ -75,33 +75,33 @@ void NotificationThread::launch() {
         else
             beginner->work();
     };
-    QObject::connect(thread.get(), &QThread::started, worker, begin);
-    QObject::connect(thread.get(), &QThread::finished, worker, &QObject::deleteLater);
-    thread->start();
+    QObject::connect(_thread.get(), &QThread::started, _worker, begin);
+    QObject::connect(_thread.get(), &QThread::finished, _worker, &QObject::deleteLater);
+    _thread->start();
 }
 
 bool NotificationThread::isRunning() const {
-    const std::lock_guard lock(mutex);
-    return state == State::Running;
+    const std::lock_guard lock(_mutex);
+    return _state == State::Running;
 }
 
 void NotificationThread::stop(std::chrono::milliseconds timeout) {
     std::unique_ptr<QThread> ending;
     {
-        const std::lock_guard lock(mutex);
-        state = State::Stopped;
-        if (!thread)
+        const std::lock_guard lock(_mutex);
+        _state = State::Stopped;
+        if (!_thread)
             return;
-        const std::lock_guard gateLock(gate->mutex);
-        gate->isStopped = true;
-        if (gate->isOpen)
-            QMetaObject::invokeMethod(worker, "stop", Qt::QueuedConnection);
-        worker = nullptr;
-        ending = std::move(thread);
+        const std::lock_guard gateLock(_gate->mutex);
+        _gate->isStopped = true;
+        if (_gate->isOpen)
+            QMetaObject::invokeMethod(_worker, "stop", Qt::QueuedConnection);
+        _worker = nullptr;
+        ending = std::move(_thread);
     }
     if (!ending->wait(QDeadlineTimer(timeout)))
         leaveBehind(ending.release());
-    progress->report(progress->requests(), false);
+    _progress->report(_progress->requests(), false);
 }
 
 }  // namespace pelorinnews

@@ -44,16 +44,16 @@ private:
     void post();
     void launch();
 
-    const NotificationSender sender;
-    const std::shared_ptr<NotificationList> list;
-    const std::shared_ptr<NotificationProgress> progress;
-    const NotificationWorker::Activated activated;
+    const NotificationSender _sender;
+    const std::shared_ptr<NotificationList> _list;
+    const std::shared_ptr<NotificationProgress> _progress;
+    const NotificationWorker::Activated _activated;
 
-    mutable std::mutex mutex;
-    State state = State::Idle;
-    const std::shared_ptr<Gate> gate = std::make_shared<Gate>();
-    std::unique_ptr<QThread> thread;
-    NotificationWorker *worker = nullptr;
+    mutable std::mutex _mutex;
+    State _state = State::Idle;
+    const std::shared_ptr<Gate> _gate = std::make_shared<Gate>();
+    std::unique_ptr<QThread> _thread;
+    NotificationWorker *_worker = nullptr;
 };
 
 }  // namespace pelorinnews

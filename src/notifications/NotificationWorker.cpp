@@ -22,193 +22,193 @@ NotificationWorker::NotificationWorker(NotificationSender origin,
                                        std::shared_ptr<NotificationList> notifications,
                                        std::shared_ptr<NotificationProgress> reports,
                                        Activated onActivation)
-    : sender(std::move(origin)),
-      registry(sender.stateFolder),
-      list(std::move(notifications)),
-      progress(std::move(reports)),
-      activated(std::move(onActivation)),
-      saveTimer(this),
-      saveAttemptsLeft(saveAttempts) {
-    saveTimer.setSingleShot(true);
-    saveTimer.setInterval(saveInterval);
-    connect(&saveTimer, &QTimer::timeout, this, &NotificationWorker::advance);
+    : _sender(std::move(origin)),
+      _registry(_sender.stateFolder),
+      _list(std::move(notifications)),
+      _progress(std::move(reports)),
+      _activated(std::move(onActivation)),
+      _saveTimer(this),
+      _saveAttemptsLeft(saveAttempts) {
+    _saveTimer.setSingleShot(true);
+    _saveTimer.setInterval(saveInterval);
+    connect(&_saveTimer, &QTimer::timeout, this, &NotificationWorker::advance);
 }
 
 void NotificationWorker::work() {
-    seenRequests = progress->requests();
-    saveAttemptsLeft = saveAttempts;
+    _seenRequests = _progress->requests();
+    _saveAttemptsLeft = saveAttempts;
     connectIfNeeded();
     advance();
 }
 
 void NotificationWorker::stop() {
-    saveTimer.stop();
-    server.reset();
+    _saveTimer.stop();
+    _server.reset();
     QThread::currentThread()->quit();
 }
 
 void NotificationWorker::connectIfNeeded() {
-    if (server)
+    if (_server)
         return;
-    server = std::make_unique<NotificationServer>(sender.applicationName, sender.identifier,
-                                                  sender.actionLabel);
-    connect(server.get(), &NotificationServer::serverChanged, this,
+    _server = std::make_unique<NotificationServer>(_sender.applicationName, _sender.identifier,
+                                                   _sender.actionLabel);
+    connect(_server.get(), &NotificationServer::serverChanged, this,
             &NotificationWorker::serverChanged);
-    connect(server.get(), &NotificationServer::closed, this, &NotificationWorker::onClosed);
-    connect(server.get(), &NotificationServer::activated, this, &NotificationWorker::onActivated);
-    connect(server.get(), &NotificationServer::activationTokenReceived, this,
+    connect(_server.get(), &NotificationServer::closed, this, &NotificationWorker::onClosed);
+    connect(_server.get(), &NotificationServer::activated, this, &NotificationWorker::onActivated);
+    connect(_server.get(), &NotificationServer::activationTokenReceived, this,
             [this](quint32 id, const QString &token) {
-                if (activationTokens.size() < maximumRemembered)
-                    activationTokens[id] = token;
+                if (_activationTokens.size() < maximumRemembered)
+                    _activationTokens[id] = token;
             });
-    if (server->open(sender.busAddress))
+    if (_server->open(_sender.busAddress))
         return;
     // Without a bus no notification can stand.
-    server.reset();
-    list->setServer(QString(), QString());
+    _server.reset();
+    _list->setServer(QString(), QString());
 }
 
 void NotificationWorker::serverChanged() {
-    ++generation;
-    presenting = false;
-    closing = 0;
-    closedEarly.clear();
-    activatedEarly.clear();
-    activationTokens.clear();
-    foreignClicks.clear();
-    if (server->isKnown()) {
-        list->setServer(server->busId(), server->owner());
+    ++_generation;
+    _presenting = false;
+    _closing = 0;
+    _closedEarly.clear();
+    _activatedEarly.clear();
+    _activationTokens.clear();
+    _foreignClicks.clear();
+    if (_server->isKnown()) {
+        _list->setServer(_server->busId(), _server->owner());
     } else {
         // The bus is gone. The server object is emitting this signal, so delete it later.
-        server.release()->deleteLater();
-        list->setServer(QString(), QString());
+        _server.release()->deleteLater();
+        _list->setServer(QString(), QString());
     }
     advance();
 }
 
 void NotificationWorker::advance() {
-    if (server && server->isKnown()) {
+    if (_server && _server->isKnown()) {
         save();
         withdraw();
         present();
     }
-    progress->report(seenRequests, isBusy());
+    _progress->report(_seenRequests, isBusy());
 }
 
 bool NotificationWorker::isBusy() const {
-    if (!server)
+    if (!_server)
         return false;
-    return !server->isKnown() || presenting || closing > 0 || saveTimer.isActive();
+    return !_server->isKnown() || _presenting || _closing > 0 || _saveTimer.isActive();
 }
 
 void NotificationWorker::save() {
-    const auto change = list->unsavedChange();
+    const auto change = _list->unsavedChange();
     if (!change)
         return;
     QStringList removed;
-    if (const auto contents = registry.apply(*change, &removed)) {
-        list->setSaved(*change, *contents);
-        saveAttemptsLeft = saveAttempts;
-        saveTimer.stop();
+    if (const auto contents = _registry.apply(*change, &removed)) {
+        _list->setSaved(*change, *contents);
+        _saveAttemptsLeft = saveAttempts;
+        _saveTimer.stop();
         decideForeignClicks(change->erased, removed);
         return;
     }
-    if (saveTimer.isActive())
+    if (_saveTimer.isActive())
         return;
-    if (saveAttemptsLeft > 0) {
-        --saveAttemptsLeft;
-        saveTimer.start();
+    if (_saveAttemptsLeft > 0) {
+        --_saveAttemptsLeft;
+        _saveTimer.start();
     } else {
         // No retry is left: too late to act on them.
-        foreignClicks.clear();
+        _foreignClicks.clear();
     }
 }
 
 void NotificationWorker::withdraw() {
-    for (const quint32 id : list->takeWithdrawn())
+    for (const quint32 id : _list->takeWithdrawn())
         close(id);
 }
 
 void NotificationWorker::close(quint32 id) {
-    ++closing;
-    server->close(id, [this, id, asked = generation] {
-        if (asked != generation)
+    ++_closing;
+    _server->close(id, [this, id, asked = _generation] {
+        if (asked != _generation)
             return;
-        --closing;
-        list->end(id);
+        --_closing;
+        _list->end(id);
         advance();
     });
 }
 
 void NotificationWorker::present() {
-    if (presenting || !list->hasWaiting())
+    if (_presenting || !_list->hasWaiting())
         return;
-    presenting = true;
+    _presenting = true;
     // Query the traits before the first waiting notification; send each further one after the reply
     // to the previous one. So a server that hangs does not later show notifications that were
     // withdrawn in the meantime.
-    server->askTraits([this, asked = generation](const auto &traits) {
-        if (asked != generation)
+    _server->askTraits([this, asked = _generation](const auto &traits) {
+        if (asked != _generation)
             return;
-        if (traits && !server->owner().isEmpty()) {
+        if (traits && !_server->owner().isEmpty()) {
             presentNext(*traits);
             return;
         }
         // Retried when a server appears, or with the next request.
-        presenting = false;
-        progress->report(seenRequests, isBusy());
+        _presenting = false;
+        _progress->report(_seenRequests, isBusy());
     });
 }
 
 void NotificationWorker::presentNext(const NotificationServer::Traits &traits) {
-    const auto notification = list->takeWaiting();
+    const auto notification = _list->takeWaiting();
     if (!notification) {
-        presenting = false;
+        _presenting = false;
         advance();
         return;
     }
-    closedEarly.clear();
-    activatedEarly.clear();
-    server->notify(*notification, traits,
-                   [this, asked = generation, identity = notification->identity, traits](
-                       NotificationServer::Outcome outcome, quint32 id) {
-                       if (asked == generation)
-                           onSent(identity, outcome, id, traits);
-                   });
+    _closedEarly.clear();
+    _activatedEarly.clear();
+    _server->notify(*notification, traits,
+                    [this, asked = _generation, identity = notification->identity, traits](
+                        NotificationServer::Outcome outcome, quint32 id) {
+                        if (asked == _generation)
+                            onSent(identity, outcome, id, traits);
+                    });
 }
 
 void NotificationWorker::onSent(const QString &identity, NotificationServer::Outcome outcome,
                                 quint32 id, const NotificationServer::Traits &traits) {
     if (outcome == NotificationServer::Outcome::ServerGone) {
         // The bus reports the server's new owner next, and `serverChanged` presents it again.
-        list->setUnsent(identity);
-        presenting = false;
-        progress->report(seenRequests, isBusy());
+        _list->setUnsent(identity);
+        _presenting = false;
+        _progress->report(_seenRequests, isBusy());
         return;
     }
     if (outcome == NotificationServer::Outcome::Refused) {
-        list->drop(identity);
+        _list->drop(identity);
         presentNext(traits);
         return;
     }
-    list->setSent(identity, id, server->connectionName());
+    _list->setSent(identity, id, _server->connectionName());
     save();
-    if (activatedEarly.contains(id))
+    if (_activatedEarly.contains(id))
         onActivated(id);
-    else if (closedEarly.contains(id))
-        list->end(id);
+    else if (_closedEarly.contains(id))
+        _list->end(id);
     withdraw();
     presentNext(traits);
 }
 
 std::optional<RegistryEntry> NotificationWorker::findOwn(quint32 id) {
-    auto entry = list->find(id);
+    auto entry = _list->find(id);
     if (entry)
         return entry;
     // Another process of this host may have delivered it since we last read the registry.
-    if (const auto contents = registry.read())
-        list->merge(*contents);
-    return list->find(id);
+    if (const auto contents = _registry.read())
+        _list->merge(*contents);
+    return _list->find(id);
 }
 
 void NotificationWorker::onClosed(quint32 id, quint32 reason) {
@@ -217,27 +217,27 @@ void NotificationWorker::onClosed(quint32 id, quint32 reason) {
     if (reason != dismissed && reason != closedByProgram)
         return;
     if (findOwn(id)) {
-        list->end(id);
+        _list->end(id);
         advance();
         return;
     }
-    if (presenting && closedEarly.size() < maximumRemembered)
-        closedEarly.insert(id);
+    if (_presenting && _closedEarly.size() < maximumRemembered)
+        _closedEarly.insert(id);
 }
 
 void NotificationWorker::onActivated(quint32 id) {
     const auto entry = findOwn(id);
     if (!entry) {
-        if (presenting && activatedEarly.size() < maximumRemembered)
-            activatedEarly.insert(id);
+        if (_presenting && _activatedEarly.size() < maximumRemembered)
+            _activatedEarly.insert(id);
         return;
     }
     // A click ends the notification, no matter which process acts on it. The server often reports
     // it closed right after.
-    list->end(id);
-    const bool isOurs = entry->sender == server->connectionName();
+    _list->end(id);
+    const bool isOurs = entry->sender == _server->connectionName();
     if (!isOurs)
-        foreignClicks.emplace(entry->notification.identity, *entry);
+        _foreignClicks.emplace(entry->notification.identity, *entry);
     save();
     if (isOurs)
         activate(*entry);
@@ -246,15 +246,15 @@ void NotificationWorker::onActivated(quint32 id) {
 void NotificationWorker::decideForeignClicks(const QStringList &erased,
                                              const QStringList &removed) {
     for (const QString &identity : erased) {
-        const auto click = foreignClicks.extract(identity);
+        const auto click = _foreignClicks.extract(identity);
         // Every process of this host receives the click; the process whose change ended the
         // notification acts on it.
         if (click.empty() || !removed.contains(identity))
             continue;
         // While the process that delivered it is on the bus, that process handles the click itself.
         const RegistryEntry entry = click.mapped();
-        server->askIsOnBus(entry.sender, [this, entry, asked = generation](bool isOnBus) {
-            if (asked == generation && !isOnBus)
+        _server->askIsOnBus(entry.sender, [this, entry, asked = _generation](bool isOnBus) {
+            if (asked == _generation && !isOnBus)
                 activate(entry);
         });
     }
@@ -262,13 +262,13 @@ void NotificationWorker::decideForeignClicks(const QStringList &erased,
 
 void NotificationWorker::activate(const RegistryEntry &entry) {
     UserNotification notification = entry.notification;
-    const auto token = activationTokens.extract(entry.serverId);
+    const auto token = _activationTokens.extract(entry.serverId);
     if (!token.empty())
         notification.activationToken = token.mapped();
     // Some desktops do not remove a clicked notification.
     close(entry.serverId);
     if (!entry.withdrawn)
-        activated(notification);
+        _activated(notification);
 }
 
 }  // namespace pelorinnews

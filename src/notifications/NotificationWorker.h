@@ -65,28 +65,28 @@ private:
     [[nodiscard]] std::optional<RegistryEntry> findOwn(quint32 id);
     [[nodiscard]] bool isBusy() const;
 
-    const NotificationSender sender;
-    const NotificationRegistry registry;
-    const std::shared_ptr<NotificationList> list;
-    const std::shared_ptr<NotificationProgress> progress;
-    const Activated activated;
+    const NotificationSender _sender;
+    const NotificationRegistry _registry;
+    const std::shared_ptr<NotificationList> _list;
+    const std::shared_ptr<NotificationProgress> _progress;
+    const Activated _activated;
 
-    std::unique_ptr<NotificationServer> server;
-    QTimer saveTimer;
-    int saveAttemptsLeft;
-    quint64 seenRequests = 0;
+    std::unique_ptr<NotificationServer> _server;
+    QTimer _saveTimer;
+    int _saveAttemptsLeft;
+    quint64 _seenRequests = 0;
     /// Bumped on server change; stale replies are dropped.
-    quint64 generation = 0;
-    bool presenting = false;
-    int closing = 0;
+    quint64 _generation = 0;
+    bool _presenting = false;
+    int _closing = 0;
     /// Server ids that nobody knew when they were closed or clicked, while the reply with the
     /// server id of a delivery was still pending.
-    std::set<quint32> closedEarly;
-    std::set<quint32> activatedEarly;
-    std::map<quint32, QString> activationTokens;
+    std::set<quint32> _closedEarly;
+    std::set<quint32> _activatedEarly;
+    std::map<quint32, QString> _activationTokens;
     /// Clicked notifications that another process delivered, by identity. They wait until our
     /// change to the registry shows whether we are the process that ended them.
-    std::map<QString, RegistryEntry> foreignClicks;
+    std::map<QString, RegistryEntry> _foreignClicks;
 };
 
 }  // namespace pelorinnews

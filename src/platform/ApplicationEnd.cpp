@@ -14,21 +14,21 @@ class Actions {
 public:
     /// Returns whether Qt must be told of the end.
     bool add(Phase phase, Action action) {
-        const std::lock_guard lock(mutex);
-        const bool isFirst = waiting.empty();
-        waiting.emplace(phase, action);
+        const std::lock_guard lock(_mutex);
+        const bool isFirst = _waiting.empty();
+        _waiting.emplace(phase, action);
         return isFirst || phase == Phase::Windows;
     }
 
     /// Null if none is left.
     Action takeFirst() {
-        const std::lock_guard lock(mutex);
-        return waiting.empty() ? nullptr : waiting.extract(waiting.begin()).value().second;
+        const std::lock_guard lock(_mutex);
+        return _waiting.empty() ? nullptr : _waiting.extract(_waiting.begin()).value().second;
     }
 
 private:
-    std::mutex mutex;
-    std::set<std::pair<Phase, Action>> waiting;
+    std::mutex _mutex;
+    std::set<std::pair<Phase, Action>> _waiting;
 };
 
 // Never destroyed: threads may add actions as long as the process lives.

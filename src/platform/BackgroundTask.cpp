@@ -47,8 +47,8 @@ void setInputOutputClass(pid_t thread, int ioClass) {
 
 std::shared_ptr<BackgroundTask> BackgroundTask::start(const char *name, Work work) {
     auto task = std::make_shared<BackgroundTask>();
-    task->stopEvent = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (!task->stopEvent.isValid())
+    task->_stopEvent = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!task->_stopEvent.isValid())
         return nullptr;
     {
         Registry &all = registry();
@@ -71,34 +71,34 @@ std::shared_ptr<BackgroundTask> BackgroundTask::start(const char *name, Work wor
 }
 
 void BackgroundTask::run(const Work &work) {
-    if (!stopped)
+    if (!_stopped)
         work(*this);
-    const std::lock_guard lock(mutex);
-    idleThread = 0;
+    const std::lock_guard lock(_mutex);
+    _idleThread = 0;
 }
 
 void BackgroundTask::stop() {
-    stopped = true;
-    static_cast<void>(::eventfd_write(stopEvent.get(), 1));
-    const std::lock_guard lock(mutex);
-    if (idleThread == 0)
+    _stopped = true;
+    static_cast<void>(::eventfd_write(_stopEvent.get(), 1));
+    const std::lock_guard lock(_mutex);
+    if (_idleThread == 0)
         return;
     // On a busy computer an idle thread may get no CPU time to notice the stop, so raise it again.
     // If the user may not do that, it ends when it next gets the CPU.
     const sched_param ordinary{};
-    ::sched_setscheduler(idleThread, SCHED_OTHER, &ordinary);
-    setInputOutputClass(idleThread, 0);
+    ::sched_setscheduler(_idleThread, SCHED_OTHER, &ordinary);
+    setInputOutputClass(_idleThread, 0);
 }
 
 void BackgroundTask::enterIdleClass() {
-    const std::lock_guard lock(mutex);
-    if (stopped)
+    const std::lock_guard lock(_mutex);
+    if (_stopped)
         return;
-    idleThread = static_cast<pid_t>(::syscall(SYS_gettid));
+    _idleThread = static_cast<pid_t>(::syscall(SYS_gettid));
     const sched_param ordinary{};
-    ::sched_setscheduler(idleThread, SCHED_IDLE, &ordinary);
+    ::sched_setscheduler(_idleThread, SCHED_IDLE, &ordinary);
     constexpr int idleInputOutput = 3;
-    setInputOutputClass(idleThread, idleInputOutput);
+    setInputOutputClass(_idleThread, idleInputOutput);
 }
 
 void BackgroundTask::stopAll() {

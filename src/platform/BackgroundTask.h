@@ -33,10 +33,10 @@ public:
     /// Tells the work to end and returns at once. Thread-safe and idempotent.
     void stop();
 
-    [[nodiscard]] const std::atomic<bool> &stopFlag() const { return stopped; }
+    [[nodiscard]] const std::atomic<bool> &stopFlag() const { return _stopped; }
 
     /// Becomes readable when the task is told to stop, and stays so.
-    [[nodiscard]] int stopDescriptor() const { return stopEvent.get(); }
+    [[nodiscard]] int stopDescriptor() const { return _stopEvent.get(); }
 
     /// Gives this thread only the CPU time and the disk access that nobody else wants. To be called
     /// by the work. An ordinary user's thread cannot undo it.
@@ -46,10 +46,10 @@ private:
     void run(const Work &work);
     static void stopAll();
 
-    std::atomic<bool> stopped = false;
-    FileDescriptor stopEvent;
-    std::mutex mutex;
-    pid_t idleThread = 0;  // guarded by the mutex; 0 if the thread is not idle or has ended
+    std::atomic<bool> _stopped = false;
+    FileDescriptor _stopEvent;
+    std::mutex _mutex;
+    pid_t _idleThread = 0;  // guarded by the mutex; 0 if the thread is not idle or has ended
 };
 
 }  // namespace pelorinnews

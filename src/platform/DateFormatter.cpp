@@ -141,25 +141,25 @@ std::string quickName(const icu::UnicodeString &name) {
 class DateFormatter::Icu {
 public:
     Icu(QString datePattern, icu::Locale dateLocale)
-        : pattern(std::move(datePattern)), locale(std::move(dateLocale)) {}
+        : _pattern(std::move(datePattern)), _locale(std::move(dateLocale)) {}
 
     /// The same for the language, script and calendar without the region; null if this one has no
     /// region.
     [[nodiscard]] std::unique_ptr<Icu> withoutRegion() const {
-        if (*locale.getCountry() == '\0')
+        if (*_locale.getCountry() == '\0')
             return nullptr;
-        const icu::Locale whole = withLikelySubtags(locale);
+        const icu::Locale whole = withLikelySubtags(_locale);
         return std::make_unique<Icu>(
-            pattern, withCalendar(icuLocale(whole.getLanguage(), whole.getScript(), {}),
-                                  calendarOf(locale)));
+            _pattern, withCalendar(icuLocale(whole.getLanguage(), whole.getScript(), {}),
+                                   calendarOf(_locale)));
     }
 
     QDateTime read(std::string_view text) {
-        if (!prepared)
+        if (!_prepared)
             prepare();
-        if (!format)
+        if (!_format)
             return {};
-        if (!quick)
+        if (!_quick)
             return dateTime(readByIcu(text));
         const std::optional<Reading> reading = readQuickly(text);
         if (reading && reading->proven())
@@ -182,31 +182,31 @@ private:
     };
 
     void prepare() {
-        prepared = true;
+        _prepared = true;
         UErrorCode status = U_ZERO_ERROR;
-        format = std::make_unique<icu::SimpleDateFormat>(
-            icu::UnicodeString(false, pattern.utf16(), static_cast<int32_t>(pattern.size())),
-            locale, status);
+        _format = std::make_unique<icu::SimpleDateFormat>(
+            icu::UnicodeString(false, _pattern.utf16(), static_cast<int32_t>(_pattern.size())),
+            _locale, status);
         if (U_FAILURE(status)) {
-            format.reset();
+            _format.reset();
             return;
         }
-        format->setLenient(false);
-        quick = pattern == quickPattern &&
-                std::string_view(format->getCalendar()->getType()) == "gregorian";
-        if (!quick)
+        _format->setLenient(false);
+        _quick = _pattern == quickPattern &&
+                 std::string_view(_format->getCalendar()->getType()) == "gregorian";
+        if (!_quick)
             return;
         int32_t count = 0;
-        const icu::DateFormatSymbols *const symbols = format->getDateFormatSymbols();
+        const icu::DateFormatSymbols *const symbols = _format->getDateFormatSymbols();
         // ICU counts weekdays from one; element 0 is empty.
         const icu::UnicodeString *names = symbols->getWeekdays(
             count, icu::DateFormatSymbols::FORMAT, icu::DateFormatSymbols::ABBREVIATED);
         for (int32_t i = 1; i < std::min(count, 8); ++i)
-            weekdays[static_cast<size_t>(i - 1)].text = quickName(names[i]);
+            _weekdays[static_cast<size_t>(i - 1)].text = quickName(names[i]);
         names = symbols->getMonths(count, icu::DateFormatSymbols::STANDALONE,
                                    icu::DateFormatSymbols::ABBREVIATED);
         for (int32_t i = 0; i < std::min(count, 12); ++i)
-            months[static_cast<size_t>(i)].text = quickName(names[i]);
+            _months[static_cast<size_t>(i)].text = quickName(names[i]);
     }
 
     /// The result of the fast path, if the names mean what they seem to. Absent unless `text` has
@@ -219,17 +219,17 @@ private:
         int hour = 0;
         int minute = 0;
         int second = 0;
-        reading.weekday = takeName(text, weekdays, ", ");
+        reading.weekday = takeName(text, _weekdays, ", ");
         if (!reading.weekday || !takeDigits(text, 2, dayNumber) || !take(text, " "))
             return std::nullopt;
-        reading.month = takeName(text, months, " ");
+        reading.month = takeName(text, _months, " ");
         if (!reading.month || !takeDigits(text, 4, yearNumber) || !take(text, " ") ||
             !takeDigits(text, 2, hour) || !take(text, ":") || !takeDigits(text, 2, minute) ||
             !take(text, ":") || !takeDigits(text, 2, second) || !take(text, " "))
             return std::nullopt;
         const std::optional<int> offset = zoneOffset(text);
         const year_month_day date{year(yearNumber),
-                                  month(static_cast<unsigned>(reading.month - months.data()) + 1),
+                                  month(static_cast<unsigned>(reading.month - _months.data()) + 1),
                                   day(static_cast<unsigned>(dayNumber))};
         if (!offset || !date.ok() || yearNumber < firstQuickYear || hour > 23 || minute > 59 ||
             second > 59)
@@ -239,17 +239,17 @@ private:
         reading.milliseconds =
             static_cast<UDate>(duration_cast<milliseconds>(instant.time_since_epoch()).count());
         reading.zone = text;
-        const auto zone = std::find_if(zones.begin(), zones.end(),
+        const auto zone = std::find_if(_zones.begin(), _zones.end(),
                                        [&](const Name &name) { return name.text == text; });
-        reading.provenZone = zone == zones.end() ? nullptr : &*zone;
+        reading.provenZone = zone == _zones.end() ? nullptr : &*zone;
         return reading;
     }
 
     void prove(const Reading &reading) {
         reading.weekday->proven = true;
         reading.month->proven = true;
-        if (!reading.provenZone && zones.size() < mostZones)
-            zones.push_back({std::string(reading.zone), true});
+        if (!reading.provenZone && _zones.size() < mostZones)
+            _zones.push_back({std::string(reading.zone), true});
     }
 
     std::optional<UDate> readByIcu(std::string_view text) {
@@ -258,7 +258,7 @@ private:
         const icu::UnicodeString characters = icu::UnicodeString::fromUTF8(
             icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
         icu::ParsePosition position(0);
-        const UDate date = format->parse(characters, position);
+        const UDate date = _format->parse(characters, position);
         if (position.getIndex() == 0 || position.getErrorIndex() >= 0)
             return std::nullopt;
         return date;
@@ -274,14 +274,14 @@ private:
     static constexpr size_t longestText = 1U << 30U;
     static constexpr size_t mostZones = 16;
 
-    QString pattern;
-    icu::Locale locale;
-    std::unique_ptr<icu::SimpleDateFormat> format;
-    bool prepared = false;
-    bool quick = false;
-    std::array<Name, 7> weekdays;
-    std::array<Name, 12> months;
-    std::vector<Name> zones;
+    QString _pattern;
+    icu::Locale _locale;
+    std::unique_ptr<icu::SimpleDateFormat> _format;
+    bool _prepared = false;
+    bool _quick = false;
+    std::array<Name, 7> _weekdays;
+    std::array<Name, 12> _months;
+    std::vector<Name> _zones;
 };
 
 QString DateFormatter::userLocaleIdentifier() {
@@ -309,18 +309,18 @@ QString DateFormatter::localeIdentifier(const QString &language, const QString &
 }
 
 DateFormatter::DateFormatter(QString pattern, const QString &localeIdentifier)
-    : icu(std::make_unique<Icu>(std::move(pattern), icuLocale(localeIdentifier))) {}
+    : _icu(std::make_unique<Icu>(std::move(pattern), icuLocale(localeIdentifier))) {}
 
 DateFormatter::~DateFormatter() = default;
 
 QDateTime DateFormatter::dateFromString(QUtf8StringView text) {
     const std::string_view date(reinterpret_cast<const char *>(text.data()),
                                 static_cast<size_t>(text.size()));
-    if (const QDateTime read = icu->read(date); read.isValid())
+    if (const QDateTime read = _icu->read(date); read.isValid())
         return read;
-    if (!fallback)
-        fallback = icu->withoutRegion();
-    return fallback ? fallback->read(date) : QDateTime();
+    if (!_fallback)
+        _fallback = _icu->withoutRegion();
+    return _fallback ? _fallback->read(date) : QDateTime();
 }
 
 }  // namespace pelorinnews

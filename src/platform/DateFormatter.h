@@ -43,9 +43,9 @@ public:
 
 private:
     class Icu;
-    std::unique_ptr<Icu> icu;
+    std::unique_ptr<Icu> _icu;
     /// Without the region; made when it is first needed.
-    std::unique_ptr<Icu> fallback;
+    std::unique_ptr<Icu> _fallback;
 };
 
 }  // namespace pelorinnews

@@ -24,19 +24,19 @@ bool isScript(const QByteArray &path) {
 }  // namespace
 
 EntryPattern::EntryPattern(FileNamePattern names, Kind kind)
-    : pattern(std::move(names)), wanted(kind) {}
+    : _pattern(std::move(names)), _wanted(kind) {}
 
 bool EntryPattern::mayMatch(std::string_view name, bool isFolder) const {
-    return !(isFolder && wanted == Kind::program) && pattern.matches(name);
+    return !(isFolder && _wanted == Kind::program) && _pattern.matches(name);
 }
 
 bool EntryPattern::matches(const QByteArray &path) const {
     const QByteArray name = path.mid(path.lastIndexOf('/') + 1);
     struct stat status {};
-    if (!pattern.matches({name.constData(), static_cast<std::size_t>(name.size())}) ||
+    if (!_pattern.matches({name.constData(), static_cast<std::size_t>(name.size())}) ||
         ::lstat(path.constData(), &status) != 0 || S_ISLNK(status.st_mode))
         return false;
-    if (wanted == Kind::program)
+    if (_wanted == Kind::program)
         return S_ISREG(status.st_mode) && (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0 &&
                !isScript(path);
     return !(S_ISREG(status.st_mode) && name.endsWith(".desktop"));

@@ -25,8 +25,8 @@ public:
     // Implicit: a name alone is a complete pattern.
     EntryPattern(FileNamePattern names, Kind kind = Kind::any);
 
-    [[nodiscard]] const FileNamePattern &names() const { return pattern; }
-    [[nodiscard]] Kind kind() const { return wanted; }
+    [[nodiscard]] const FileNamePattern &names() const { return _pattern; }
+    [[nodiscard]] Kind kind() const { return _wanted; }
 
     /// Whether an entry may match, judged by its folder's listing alone.
     [[nodiscard]] bool mayMatch(std::string_view name, bool isFolder) const;
@@ -35,8 +35,8 @@ public:
     [[nodiscard]] bool matches(const QByteArray &path) const;
 
 private:
-    FileNamePattern pattern;
-    Kind wanted = Kind::any;
+    FileNamePattern _pattern;
+    Kind _wanted = Kind::any;
 };
 
 }  // namespace pelorinnews

@@ -25,31 +25,31 @@ std::string_view nameIn(std::string_view text) {
 }  // namespace
 
 ExpatEvents::ExpatEvents(XmlReaderDelegate &receiver)
-    : delegate(receiver), parser(XML_ParserCreate("UTF-8")) {
-    if (!parser)
+    : _delegate(receiver), _parser(XML_ParserCreate("UTF-8")) {
+    if (!_parser)
         return;
-    XML_SetUserData(parser, this);
-    XML_SetElementHandler(parser, startElement, endElement);
-    XML_SetCharacterDataHandler(parser, characters);
-    XML_SetCdataSectionHandler(parser, startCdata, endCdata);
+    XML_SetUserData(_parser, this);
+    XML_SetElementHandler(_parser, startElement, endElement);
+    XML_SetCharacterDataHandler(_parser, characters);
+    XML_SetCdataSectionHandler(_parser, startCdata, endCdata);
     // A default handler keeps Expat from expanding entities in character data by itself: references
     // reach `skippedEntity`, and those to external entities reach the default handler.
-    XML_SetDefaultHandler(parser, otherMarkup);
-    XML_SetSkippedEntityHandler(parser, skippedEntity);
-    XML_SetEntityDeclHandler(parser, entityDeclaration);
-    XML_SetStartDoctypeDeclHandler(parser, startDoctype);
-    XML_SetAttlistDeclHandler(parser, attributeDeclaration);
+    XML_SetDefaultHandler(_parser, otherMarkup);
+    XML_SetSkippedEntityHandler(_parser, skippedEntity);
+    XML_SetEntityDeclHandler(_parser, entityDeclaration);
+    XML_SetStartDoctypeDeclHandler(_parser, startDoctype);
+    XML_SetAttlistDeclHandler(_parser, attributeDeclaration);
     // In attributes Expat does expand them, and they are counted afterwards. The memory it needs
     // meanwhile is small, or as large again as the document.
     constexpr float mostAmplification = 2;
-    XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser, mostAmplification);
+    XML_SetBillionLaughsAttackProtectionMaximumAmplification(_parser, mostAmplification);
 }
 
 void ExpatEvents::fail(XML_Error code) {
-    if (failure)
+    if (_failure)
         return;
     // Expat does not name the entity. Its current event is the reference, or the tag that holds it.
-    const auto refusal = isOfEntities(code) ? entities.useAll(currentToken()) : std::nullopt;
+    const auto refusal = isOfEntities(code) ? _entities.useAll(currentToken()) : std::nullopt;
     if (refusal)
         report(refusal->code, refusal->reason);
     else
@@ -57,11 +57,11 @@ void ExpatEvents::fail(XML_Error code) {
 }
 
 void ExpatEvents::refuse(int code, const QString &reason) {
-    if (failure)
+    if (_failure)
         return;
     report(code, reason);
-    if (parser)
-        XML_StopParser(parser, XML_FALSE);
+    if (_parser)
+        XML_StopParser(_parser, XML_FALSE);
 }
 
 void ExpatEvents::refuse(const std::optional<XmlEntities::Refusal> &refusal) {
@@ -70,7 +70,7 @@ void ExpatEvents::refuse(const std::optional<XmlEntities::Refusal> &refusal) {
 }
 
 void ExpatEvents::report(int code, const QString &reason) {
-    failure =
+    _failure =
         Error{XmlReader::errorDomain(),
               code,
               {{XmlReader::lineNumberKey(), lineNumber()},
@@ -78,18 +78,18 @@ void ExpatEvents::report(int code, const QString &reason) {
                {Error::localizedDescriptionKey(),
                 QStringLiteral("%1 at line %2, column %3")
                     .arg(reason, QString::number(lineNumber()), QString::number(columnNumber()))}}};
-    delegate.parserParseErrorOccurred(*failure);
+    _delegate.parserParseErrorOccurred(*_failure);
 }
 
 qint64 ExpatEvents::lineNumber() const {
-    return parser ? static_cast<qint64>(XML_GetCurrentLineNumber(parser)) : 1;
+    return _parser ? static_cast<qint64>(XML_GetCurrentLineNumber(_parser)) : 1;
 }
 
 qint64 ExpatEvents::columnNumber() const {
-    if (!parser)
+    if (!_parser)
         return 1;
     // Expat counts columns from zero, but on the first line the byte-order mark counts as one.
-    const auto column = static_cast<qint64>(XML_GetCurrentColumnNumber(parser));
+    const auto column = static_cast<qint64>(XML_GetCurrentColumnNumber(_parser));
     return lineNumber() == 1 ? column : column + 1;
 }
 
@@ -98,7 +98,7 @@ qint64 ExpatEvents::columnNumber() const {
 std::string_view ExpatEvents::currentToken() const {
     int offset = 0;
     int size = 0;
-    const char *const buffer = XML_GetInputContext(parser, &offset, &size);
+    const char *const buffer = XML_GetInputContext(_parser, &offset, &size);
     if (!buffer || offset >= size)
         return {};
     const std::string_view input(buffer + offset, static_cast<size_t>(size - offset));
@@ -120,41 +120,41 @@ std::string_view ExpatEvents::currentToken() const {
 
 void ExpatEvents::useEntity(std::string_view name) {
     std::string_view text;
-    if (const auto refusal = entities.use(name, text))
+    if (const auto refusal = _entities.use(name, text))
         refuse(refusal);
     else if (!text.empty())
-        delegate.parserFoundCharacters(text);
+        _delegate.parserFoundCharacters(text);
 }
 
 ExpatEvents *ExpatEvents::reading(void *self) {
     auto *const reader = static_cast<ExpatEvents *>(self);
-    return reader->failure ? nullptr : reader;
+    return reader->_failure ? nullptr : reader;
 }
 
 void ExpatEvents::startElement(void *self, const XML_Char *name, const XML_Char **attributes) {
     auto *const reader = reading(self);
     if (!reader)
         return;
-    if (++reader->openElements > XmlReader::mostOpenElements) {
+    if (++reader->_openElements > XmlReader::mostOpenElements) {
         reader->refuse(XmlReader::TooDeep,
                        QStringLiteral("more than %1 elements inside one another")
                            .arg(XmlReader::mostOpenElements));
         return;
     }
-    if (reader->hasDoctype && *attributes) {
-        reader->refuse(reader->entities.useAll(reader->currentToken()));
-        if (reader->failure)
+    if (reader->_hasDoctype && *attributes) {
+        reader->refuse(reader->_entities.useAll(reader->currentToken()));
+        if (reader->_failure)
             return;
     }
-    reader->delegate.parserDidStartElement(name);
+    reader->_delegate.parserDidStartElement(name);
 }
 
 void ExpatEvents::endElement(void *self, const XML_Char *name) {
     auto *const reader = reading(self);
     if (!reader)
         return;
-    --reader->openElements;
-    reader->delegate.parserDidEndElement(name);
+    --reader->_openElements;
+    reader->_delegate.parserDidEndElement(name);
 }
 
 void ExpatEvents::characters(void *self, const XML_Char *text, int length) {
@@ -162,10 +162,10 @@ void ExpatEvents::characters(void *self, const XML_Char *text, int length) {
     if (!reader)
         return;
     const std::string_view run(text, static_cast<size_t>(length));
-    if (reader->inCdata)
-        reader->cdata += run;
+    if (reader->_inCdata)
+        reader->_cdata += run;
     else
-        reader->delegate.parserFoundCharacters(run);
+        reader->_delegate.parserFoundCharacters(run);
 }
 
 void ExpatEvents::otherMarkup(void *self, const XML_Char *text, int length) {
@@ -181,7 +181,7 @@ void ExpatEvents::skippedEntity(void *self, const XML_Char *name, int isParamete
 
 void ExpatEvents::startDoctype(void *self, const XML_Char * /*name*/, const XML_Char * /*systemId*/,
                                const XML_Char * /*publicId*/, int /*hasInternalSubset*/) {
-    static_cast<ExpatEvents *>(self)->hasDoctype = true;
+    static_cast<ExpatEvents *>(self)->_hasDoctype = true;
 }
 
 void ExpatEvents::entityDeclaration(void *self, const XML_Char *name, int isParameter,
@@ -191,15 +191,15 @@ void ExpatEvents::entityDeclaration(void *self, const XML_Char *name, int isPara
     auto *const reader = reading(self);
     if (!reader || isParameter)
         return;
-    reader->entities.declare(
+    reader->_entities.declare(
         name,
         value ? std::optional(std::string_view(value, static_cast<size_t>(length))) : std::nullopt);
-    if (reader->entities.nestedCount() <= deepestNesting)
+    if (reader->_entities.nestedCount() <= deepestNesting)
         return;
     // Expat follows entities recursively, so a long chain overflows the stack. From here on it may
     // not expand any; for Expat that includes the predefined ones.
-    XML_SetBillionLaughsAttackProtectionActivationThreshold(reader->parser, 0);
-    XML_SetBillionLaughsAttackProtectionMaximumAmplification(reader->parser, 1);
+    XML_SetBillionLaughsAttackProtectionActivationThreshold(reader->_parser, 0);
+    XML_SetBillionLaughsAttackProtectionMaximumAmplification(reader->_parser, 1);
 }
 
 void ExpatEvents::attributeDeclaration(void *self, const XML_Char * /*element*/,
@@ -207,24 +207,24 @@ void ExpatEvents::attributeDeclaration(void *self, const XML_Char * /*element*/,
                                        const XML_Char *value, int /*isRequired*/) {
     auto *const reader = reading(self);
     if (reader && value)
-        reader->refuse(reader->entities.useAll(reader->currentToken()));
+        reader->refuse(reader->_entities.useAll(reader->currentToken()));
 }
 
 void ExpatEvents::startCdata(void *self) {
     auto *const reader = reading(self);
     if (!reader)
         return;
-    reader->inCdata = true;
-    reader->cdata.clear();
+    reader->_inCdata = true;
+    reader->_cdata.clear();
 }
 
 void ExpatEvents::endCdata(void *self) {
     auto *const reader = reading(self);
     if (!reader)
         return;
-    reader->inCdata = false;
-    reader->delegate.parserFoundCDATA(
-        QByteArrayView(reader->cdata.data(), static_cast<qsizetype>(reader->cdata.size())));
+    reader->_inCdata = false;
+    reader->_delegate.parserFoundCDATA(
+        QByteArrayView(reader->_cdata.data(), static_cast<qsizetype>(reader->_cdata.size())));
 }
 
 }  // namespace pelorinnews

@@ -26,10 +26,10 @@ public:
     explicit ExpatEvents(XmlReaderDelegate &delegate);
     ExpatEvents(const ExpatEvents &) = delete;
     ExpatEvents &operator=(const ExpatEvents &) = delete;
-    ~ExpatEvents() { XML_ParserFree(parser); }
+    ~ExpatEvents() { XML_ParserFree(_parser); }
 
     /// Expat's parser, which the caller feeds; null if there is no memory for one.
-    [[nodiscard]] XML_Parser handle() const { return parser; }
+    [[nodiscard]] XML_Parser handle() const { return _parser; }
 
     /// Fails with the error that made Expat stop, unless the document has failed already.
     void fail(XML_Error code);
@@ -42,7 +42,7 @@ public:
     [[nodiscard]] qint64 columnNumber() const;
 
     /// The fatal error, if there was one.
-    [[nodiscard]] const std::optional<Error> &error() const { return failure; }
+    [[nodiscard]] const std::optional<Error> &error() const { return _failure; }
 
 private:
     /// The object behind a callback of Expat's, or null once the document has failed: Expat still
@@ -70,15 +70,15 @@ private:
     void report(int code, const QString &reason);
     [[nodiscard]] std::string_view currentToken() const;
 
-    XmlReaderDelegate &delegate;
-    XML_Parser parser;
-    std::optional<Error> failure;
-    bool hasDoctype = false;
-    int openElements = 0;
-    XmlEntities entities;
-    bool inCdata = false;
+    XmlReaderDelegate &_delegate;
+    XML_Parser _parser;
+    std::optional<Error> _failure;
+    bool _hasDoctype = false;
+    int _openElements = 0;
+    XmlEntities _entities;
+    bool _inCdata = false;
     /// The section being read: it arrives line by line and is reported as a whole.
-    std::string cdata;
+    std::string _cdata;
 };
 
 }  // namespace pelorinnews

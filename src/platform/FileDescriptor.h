@@ -9,25 +9,25 @@ namespace pelorinnews {
 class FileDescriptor {
 public:
     FileDescriptor() = default;
-    explicit FileDescriptor(int owned) : descriptor(owned) {}
+    explicit FileDescriptor(int owned) : _descriptor(owned) {}
     FileDescriptor(FileDescriptor &&other) noexcept
-        : descriptor(std::exchange(other.descriptor, -1)) {}
+        : _descriptor(std::exchange(other._descriptor, -1)) {}
     FileDescriptor &operator=(FileDescriptor &&other) noexcept {
-        std::swap(descriptor, other.descriptor);
+        std::swap(_descriptor, other._descriptor);
         return *this;
     }
     FileDescriptor(const FileDescriptor &) = delete;
     FileDescriptor &operator=(const FileDescriptor &) = delete;
     ~FileDescriptor() {
-        if (descriptor >= 0)
-            ::close(descriptor);
+        if (_descriptor >= 0)
+            ::close(_descriptor);
     }
 
-    [[nodiscard]] int get() const { return descriptor; }
-    [[nodiscard]] bool isValid() const { return descriptor >= 0; }
+    [[nodiscard]] int get() const { return _descriptor; }
+    [[nodiscard]] bool isValid() const { return _descriptor >= 0; }
 
 private:
-    int descriptor = -1;
+    int _descriptor = -1;
 };
 
 }  // namespace pelorinnews

@@ -57,18 +57,18 @@ void appendQuoted(QString &query, const QString &text) {
 
 FileNamePattern FileNamePattern::like(const QString &pattern) {
     FileNamePattern made;
-    made.pattern = pattern.toUtf8();
+    made._pattern = pattern.toUtf8();
     return made;
 }
 
 bool FileNamePattern::canMatch() const {
-    return !pattern.isEmpty() && !pattern.contains('/') && !pattern.contains('\0');
+    return !_pattern.isEmpty() && !_pattern.contains('/') && !_pattern.contains('\0');
 }
 
 bool FileNamePattern::matches(std::string_view name) const {
-    if (pattern.isEmpty())
+    if (_pattern.isEmpty())
         return false;
-    std::string_view left = view(pattern);
+    std::string_view left = view(_pattern);
     // State at the last star: the pattern after it, and the rest of the name that it may still
     // absorb.
     std::optional<std::pair<std::string_view, std::string_view>> star;
@@ -99,7 +99,7 @@ bool FileNamePattern::matches(std::string_view name) const {
 }
 
 QString FileNamePattern::sparqlCondition() const {
-    const QString text = QString::fromUtf8(pattern);
+    const QString text = QString::fromUtf8(_pattern);
     QString condition;
     if (!text.contains(QLatin1Char('*')) && !text.contains(QLatin1Char('?'))) {
         condition = QStringLiteral("?f nfo:fileName ?n , ");

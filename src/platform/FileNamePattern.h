@@ -29,7 +29,7 @@ public:
     [[nodiscard]] QString sparqlCondition() const;
 
 private:
-    QByteArray pattern;
+    QByteArray _pattern;
 };
 
 }  // namespace pelorinnews

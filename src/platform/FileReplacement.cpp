@@ -30,44 +30,44 @@ bool isUnsupported(int number) {
 }  // namespace
 
 FileReplacement::FileReplacement(const QString &path)
-    : target(FilePaths::endOfLinks(absolutePath(path))) {
+    : _target(FilePaths::endOfLinks(absolutePath(path))) {
     if (!checkTarget())
         return;
-    TemporaryNames::removeAbandoned(target);
-    const QByteArray name = TemporaryNames::beside(target);
+    TemporaryNames::removeAbandoned(_target);
+    const QByteArray name = TemporaryNames::beside(_target);
     constexpr mode_t asTheProcessGives = 0666;
-    file = FileDescriptor(
+    _file = FileDescriptor(
         ::open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, asTheProcessGives));
-    if (!file.isValid()) {
+    if (!_file.isValid()) {
         fail(FileError::fromSystem(QFileDevice::OpenError, errno));
         return;
     }
-    temporary = name;
+    _temporary = name;
     struct stat before {};
-    if (::stat(target.constData(), &before) == 0)
-        static_cast<void>(::fchmod(file.get(), before.st_mode & permissionBits));
+    if (::stat(_target.constData(), &before) == 0)
+        static_cast<void>(::fchmod(_file.get(), before.st_mode & permissionBits));
 }
 
 FileReplacement::~FileReplacement() {
-    if (!temporary.isEmpty())
-        ::unlink(temporary.constData());
+    if (!_temporary.isEmpty())
+        ::unlink(_temporary.constData());
 }
 
 bool FileReplacement::fail(const Error &reason) {
-    if (!problem)
-        problem = reason;
+    if (!_problem)
+        _problem = reason;
     return false;
 }
 
 bool FileReplacement::checkTarget() {
     struct stat status {};
-    if (target.isEmpty())
+    if (_target.isEmpty())
         return fail(FileError::fromSystem(QFileDevice::OpenError, ELOOP));
-    if (::lstat(target.constData(), &status) != 0)
+    if (::lstat(_target.constData(), &status) != 0)
         return errno == ENOENT || fail(FileError::fromSystem(QFileDevice::OpenError, errno));
     if (!S_ISREG(status.st_mode))
         return fail(FileError::notRegular());
-    return ::faccessat(AT_FDCWD, target.constData(), W_OK, AT_EACCESS) == 0 ||
+    return ::faccessat(AT_FDCWD, _target.constData(), W_OK, AT_EACCESS) == 0 ||
            fail(FileError::fromSystem(QFileDevice::OpenError, errno));
 }
 
@@ -84,36 +84,36 @@ bool FileReplacement::copy(const QString &from, const QString &to, qint64 longes
 }
 
 void FileReplacement::setPermissions(mode_t permissions) {
-    if (!problem && ::fchmod(file.get(), permissions) != 0)
+    if (!_problem && ::fchmod(_file.get(), permissions) != 0)
         fail(FileError::fromSystem(QFileDevice::WriteError, errno));
 }
 
 bool FileReplacement::reserve(qint64 size) {
-    if (problem)
+    if (_problem)
         return false;
-    const int number = size > 0 ? ::posix_fallocate(file.get(), 0, size) : 0;
+    const int number = size > 0 ? ::posix_fallocate(_file.get(), 0, size) : 0;
     return number == 0 || isUnsupported(number) ||
            fail(FileError::fromSystem(QFileDevice::WriteError, number));
 }
 
 bool FileReplacement::write(QByteArrayView bytes) {
-    while (!problem && !bytes.isEmpty()) {
+    while (!_problem && !bytes.isEmpty()) {
         const auto written =
-            ::write(file.get(), bytes.data(), static_cast<std::size_t>(bytes.size()));
+            ::write(_file.get(), bytes.data(), static_cast<std::size_t>(bytes.size()));
         if (written >= 0)
             bytes = bytes.sliced(written);
         else if (errno != EINTR)
             fail(FileError::fromSystem(QFileDevice::WriteError, errno));
     }
-    return !problem;
+    return !_problem;
 }
 
 std::optional<FileStamp> FileReplacement::commit() {
-    if (problem)
+    if (_problem)
         return std::nullopt;
     // Network file systems, and those that allocate late, report a full disk only here. It also
     // prevents a power failure from leaving an empty file under the new name.
-    while (::fdatasync(file.get()) != 0) {
+    while (::fdatasync(_file.get()) != 0) {
         if (errno == EINTR)
             continue;
         if (isUnsupported(errno))
@@ -123,17 +123,17 @@ std::optional<FileStamp> FileReplacement::commit() {
     }
     struct stat before {};
     struct stat after {};
-    if (::fstat(file.get(), &before) != 0)
+    if (::fstat(_file.get(), &before) != 0)
         fail(FileError::fromSystem(QFileDevice::WriteError, errno));
-    else if (checkTarget() && std::rename(temporary.constData(), target.constData()) != 0)
+    else if (checkTarget() && std::rename(_temporary.constData(), _target.constData()) != 0)
         fail(FileError::fromSystem(QFileDevice::RenameError, errno));
-    if (problem)
+    if (_problem)
         return std::nullopt;
-    temporary.clear();
+    _temporary.clear();
     // Renaming changes only the status-change time (ctime). Ask the open file: the name may lead to
     // somebody else's file by now.
     FileStamp stamp = FileStamp::of(before);
-    if (::fstat(file.get(), &after) == 0)
+    if (::fstat(_file.get(), &after) == 0)
         stamp.changed = FileStamp::of(after).changed;
     return stamp;
 }

@@ -47,16 +47,16 @@ public:
     [[nodiscard]] std::optional<FileStamp> commit();
 
     /// The first error, if there was one.
-    [[nodiscard]] const std::optional<Error> &error() const { return problem; }
+    [[nodiscard]] const std::optional<Error> &error() const { return _problem; }
 
 private:
     bool fail(const Error &reason);
     bool checkTarget();
 
-    QByteArray target;
-    QByteArray temporary;
-    FileDescriptor file;
-    std::optional<Error> problem;
+    QByteArray _target;
+    QByteArray _temporary;
+    FileDescriptor _file;
+    std::optional<Error> _problem;
 };
 
 }  // namespace pelorinnews

@@ -14,28 +14,28 @@ template <class T>
 class GuardedSlot {
 public:
     GuardedSlot() = default;
-    explicit GuardedSlot(T initial) : value(std::move(initial)) {}
+    explicit GuardedSlot(T initial) : _value(std::move(initial)) {}
     GuardedSlot(const GuardedSlot &) = delete;
     GuardedSlot &operator=(const GuardedSlot &) = delete;
     ~GuardedSlot() = default;
 
     [[nodiscard]] T get() const {
-        const std::lock_guard lock(mutex);
-        return value;
+        const std::lock_guard lock(_mutex);
+        return _value;
     }
 
     void set(T newValue) { static_cast<void>(exchange(std::move(newValue))); }
 
     /// Puts `newValue` in and returns what was there.
     [[nodiscard]] T exchange(T newValue) {
-        const std::lock_guard lock(mutex);
-        std::swap(value, newValue);
+        const std::lock_guard lock(_mutex);
+        std::swap(_value, newValue);
         return newValue;
     }
 
 private:
-    mutable std::mutex mutex;
-    T value{};
+    mutable std::mutex _mutex;
+    T _value{};
 };
 
 }  // namespace pelorinnews

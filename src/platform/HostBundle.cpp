@@ -75,7 +75,7 @@ HostBundle HostBundle::mainBundle() {
     HostBundle bundle;
     const auto *found = std::find_if(std::begin(candidates), std::end(candidates), namesOneFolder);
     if (found != std::end(candidates))
-        bundle.bundleIdentifier = *found;
+        bundle._bundleIdentifier = *found;
     return bundle;
 }
 

@@ -33,7 +33,7 @@ public:
     /// 4. its organisation's domain, reversed, and its application name ("com.olvane.Pelorin"),
     /// 5. its executable's file name.
     /// Null if there is none of them.
-    [[nodiscard]] QString identifier() const { return bundleIdentifier; }
+    [[nodiscard]] QString identifier() const { return _bundleIdentifier; }
 
     /// The file or folder that is the application on the disk (see `hostBundleLocation`); null if
     /// unknown. Reads the disk, briefly. Thread-safe.
@@ -48,7 +48,7 @@ public:
     [[nodiscard]] EntryPattern copies() const;
 
 private:
-    QString bundleIdentifier;
+    QString _bundleIdentifier;
 };
 
 }  // namespace pelorinnews

@@ -20,32 +20,32 @@ namespace {
 class Queue {
 public:
     void append(std::function<void()> task) {
-        const std::lock_guard lock(mutex);
-        tasks.push_back(std::move(task));
+        const std::lock_guard lock(_mutex);
+        _tasks.push_back(std::move(task));
     }
 
     void runFirst() {
         std::function<void()> first;
         {
-            const std::lock_guard lock(mutex);
-            if (tasks.empty())
+            const std::lock_guard lock(_mutex);
+            if (_tasks.empty())
                 return;
-            first = std::move(tasks.front());
-            tasks.pop_front();
+            first = std::move(_tasks.front());
+            _tasks.pop_front();
         }
         first();
     }
 
     void drop() {
         std::deque<std::function<void()>> dropped;
-        const std::lock_guard lock(mutex);
-        dropped.swap(tasks);
+        const std::lock_guard lock(_mutex);
+        dropped.swap(_tasks);
         // `dropped` was declared before the lock, so it is destroyed after the lock is released.
     }
 
 private:
-    std::mutex mutex;
-    std::deque<std::function<void()>> tasks;
+    std::mutex _mutex;
+    std::deque<std::function<void()>> _tasks;
 };
 
 // Neither is ever destroyed: tasks may be posted as long as the process lives.

@@ -60,14 +60,14 @@ void OperationQueue::closeAll(Registry &all) {
     }
     for (const auto &entry : known) {
         if (auto queue = entry.lock()) {
-            queue->closed = true;
+            queue->_closed = true;
             open.push_back(std::move(queue));
         }
     }
     const QDeadlineTimer deadline(joinMilliseconds);
     // A queue that does not finish in time is not waited for again.
     std::erase_if(open, [&deadline](const auto &queue) {
-        return !queue->pool.waitForDone(static_cast<int>(deadline.remainingTime()));
+        return !queue->_pool.waitForDone(static_cast<int>(deadline.remainingTime()));
     });
     const std::lock_guard lock(all.mutex);
     all.ended.swap(open);

@@ -22,24 +22,24 @@ public:
 
     [[nodiscard]] static std::shared_ptr<OperationQueue> make();
 
-    OperationQueue() { pool.setExpiryTimeout(idleMilliseconds); }
+    OperationQueue() { _pool.setExpiryTimeout(idleMilliseconds); }
     OperationQueue(const OperationQueue &) = delete;
     OperationQueue &operator=(const OperationQueue &) = delete;
     ~OperationQueue() = default;
 
     /// The pool to start work on; valid as long as the queue is held.
-    [[nodiscard]] QThreadPool *threadPool() { return &pool; }
+    [[nodiscard]] QThreadPool *threadPool() { return &_pool; }
 
     /// True once the application has begun to end. Work that starts now should return at once,
     /// since nobody waits for it.
-    [[nodiscard]] bool isClosed() const { return closed; }
+    [[nodiscard]] bool isClosed() const { return _closed; }
 
 private:
     struct Registry;
     static void closeAll(Registry &all);
 
-    QThreadPool pool;
-    std::atomic<bool> closed = false;
+    QThreadPool _pool;
+    std::atomic<bool> _closed = false;
 };
 
 }  // namespace pelorinnews

@@ -73,7 +73,7 @@ bool RegularFile::isRegularOrAbsent(const QString &path) {
 bool RegularFile::read(char *to, qint64 count, Error *error) {
     for (qint64 done = 0; done < count;) {
         const auto got =
-            ::read(descriptor.get(), to + done, static_cast<std::size_t>(count - done));
+            ::read(_descriptor.get(), to + done, static_cast<std::size_t>(count - done));
         if (got < 0 && errno == EINTR)
             continue;
         if (got <= 0) {
@@ -88,10 +88,10 @@ bool RegularFile::read(char *to, qint64 count, Error *error) {
 }
 
 bool RegularFile::touch() {
-    if (::futimens(descriptor.get(), nullptr) != 0)
+    if (::futimens(_descriptor.get(), nullptr) != 0)
         return false;
-    const auto stamp = regularStamp(descriptor);
-    opened = stamp.value_or(opened);
+    const auto stamp = regularStamp(_descriptor);
+    _opened = stamp.value_or(_opened);
     return stamp.has_value();
 }
 

@@ -32,7 +32,7 @@ public:
     [[nodiscard]] static bool isRegularOrAbsent(const QString &path);
 
     /// The stamp from when the file was opened or last touched.
-    [[nodiscard]] const FileStamp &stamp() const { return opened; }
+    [[nodiscard]] const FileStamp &stamp() const { return _opened; }
 
     /// Reads the next `count` bytes into `to`. False, with `error` set, on failure or if there are
     /// fewer.
@@ -43,10 +43,10 @@ public:
 
 private:
     RegularFile(FileDescriptor file, const FileStamp &stamp)
-        : descriptor(std::move(file)), opened(stamp) {}
+        : _descriptor(std::move(file)), _opened(stamp) {}
 
-    FileDescriptor descriptor;
-    FileStamp opened;
+    FileDescriptor _descriptor;
+    FileStamp _opened;
 };
 
 }  // namespace pelorinnews

@@ -70,12 +70,12 @@ std::optional<std::string_view> nextName(std::string_view &markup) {
 }  // namespace
 
 void XmlEntities::declare(std::string_view name, std::optional<std::string_view> value) {
-    const auto [place, isFirst] = declared.try_emplace(std::string(name));
+    const auto [place, isFirst] = _declared.try_emplace(std::string(name));
     if (!isFirst)
         return;
     place->second = value ? judge(*value) : Declared{Kind::External, {}};
     if (value && nextName(*value))
-        ++nested;
+        ++_nested;
 }
 
 XmlEntities::Declared XmlEntities::judge(std::string_view value) {
@@ -107,8 +107,8 @@ XmlEntities::Declared XmlEntities::judge(std::string_view value) {
 
 std::optional<XmlEntities::Refusal> XmlEntities::use(std::string_view name,
                                                      std::string_view &text) {
-    const auto found = declared.find(std::string(name));
-    if (found == declared.end())
+    const auto found = _declared.find(std::string(name));
+    if (found == _declared.end())
         return Refusal{XML_ERROR_UNDEFINED_ENTITY,
                        QStringLiteral("the entity %1 is not declared").arg(quoted(name))};
     const auto unusable = [name](const char *why) {
@@ -132,8 +132,8 @@ std::optional<XmlEntities::Refusal> XmlEntities::use(std::string_view name,
         case Kind::Usable:
             break;
     }
-    expanded += static_cast<qsizetype>(found->second.text.size());
-    if (expanded > XmlReader::mostExpansion)
+    _expanded += static_cast<qsizetype>(found->second.text.size());
+    if (_expanded > XmlReader::mostExpansion)
         return Refusal{XmlReader::TooMuchExpansion,
                        QStringLiteral("all uses of entities come to more than %1 bytes")
                            .arg(XmlReader::mostExpansion)};

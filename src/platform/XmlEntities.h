@@ -33,7 +33,7 @@ public:
 
     /// The number of declarations that refer to other entities that need a declaration. No chain of
     /// references is longer than this.
-    [[nodiscard]] int nestedCount() const { return nested; }
+    [[nodiscard]] int nestedCount() const { return _nested; }
 
 private:
     enum class Kind : char { Usable, External, TooLong, Markup, Nested, Malformed };
@@ -45,9 +45,9 @@ private:
 
     [[nodiscard]] static Declared judge(std::string_view value);
 
-    std::unordered_map<std::string, Declared> declared;
-    qsizetype expanded = 0;
-    int nested = 0;
+    std::unordered_map<std::string, Declared> _declared;
+    qsizetype _expanded = 0;
+    int _nested = 0;
 };
 
 }  // namespace pelorinnews

@@ -32,18 +32,18 @@ public:
     explicit Expat(XmlReaderDelegate &delegate) : events(delegate) {}
 
     bool take(std::string_view bytes, bool last) {
-        if (finished || events.error())
+        if (_finished || events.error())
             return false;
-        if (!started && !begin(bytes))
+        if (!_started && !begin(bytes))
             return false;
-        if (awaited > 0) {
-            held += bytes;
-            if (!last && static_cast<qint64>(held.size()) < awaited)
+        if (_awaited > 0) {
+            _held += bytes;
+            if (!last && static_cast<qint64>(_held.size()) < _awaited)
                 return true;
-            bytes = held;
+            bytes = _held;
         }
         const bool parsed = parse(bytes, last);
-        held.clear();
+        _held.clear();
         return parsed;
     }
 
@@ -55,7 +55,7 @@ private:
     bool begin(std::string_view bytes) {
         if (bytes.empty())
             return true;
-        started = true;
+        _started = true;
         return bytes.front() == byteOrderMark.front() || parse(byteOrderMark, false);
     }
 
@@ -80,20 +80,20 @@ private:
             events.fail(XML_GetErrorCode(parser));
         if (events.error())
             return false;
-        finished = last;
-        taken += static_cast<qint64>(bytes.size());
-        const qint64 unread = taken - std::max<qint64>(0, XML_GetCurrentByteIndex(parser));
-        awaited = unread > smallToken ? unread : 0;
+        _finished = last;
+        _taken += static_cast<qint64>(bytes.size());
+        const qint64 unread = _taken - std::max<qint64>(0, XML_GetCurrentByteIndex(parser));
+        _awaited = unread > smallToken ? unread : 0;
         return true;
     }
 
-    bool started = false;
-    bool finished = false;
+    bool _started = false;
+    bool _finished = false;
     /// Bytes kept back while one token grows over many pieces: parsing it again from its start with
     /// every piece would take time quadratic in its size.
-    std::string held;
-    qint64 awaited = 0;
-    qint64 taken = 0;
+    std::string _held;
+    qint64 _awaited = 0;
+    qint64 _taken = 0;
 };
 
 QString XmlReader::errorDomain() {
@@ -108,20 +108,20 @@ QString XmlReader::columnNumberKey() {
     return QStringLiteral("columnNumber");
 }
 
-XmlReader::XmlReader(XmlReaderDelegate &delegate) : expat(std::make_unique<Expat>(delegate)) {}
+XmlReader::XmlReader(XmlReaderDelegate &delegate) : _expat(std::make_unique<Expat>(delegate)) {}
 
 XmlReader::~XmlReader() = default;
 
 bool XmlReader::feed(QByteArrayView bytes) {
-    return expat->take({bytes.data(), static_cast<size_t>(bytes.size())}, false);
+    return _expat->take({bytes.data(), static_cast<size_t>(bytes.size())}, false);
 }
 
 bool XmlReader::finish() {
-    return expat->take({}, true);
+    return _expat->take({}, true);
 }
 
 bool XmlReader::read(QByteArrayView bytes) {
-    return expat->take({bytes.data(), static_cast<size_t>(bytes.size())}, true);
+    return _expat->take({bytes.data(), static_cast<size_t>(bytes.size())}, true);
 }
 
 bool XmlReader::read(QStringView text) {
@@ -142,19 +142,19 @@ bool XmlReader::read(QStringView text) {
 }
 
 void XmlReader::refuse(const QString &reason) {
-    expat->events.refuse(RefusedByDelegate, reason);
+    _expat->events.refuse(RefusedByDelegate, reason);
 }
 
 qint64 XmlReader::lineNumber() const {
-    return expat->events.lineNumber();
+    return _expat->events.lineNumber();
 }
 
 qint64 XmlReader::columnNumber() const {
-    return expat->events.columnNumber();
+    return _expat->events.columnNumber();
 }
 
 const std::optional<Error> &XmlReader::error() const {
-    return expat->events.error();
+    return _expat->events.error();
 }
 
 }  // namespace pelorinnews

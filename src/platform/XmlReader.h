@@ -114,7 +114,7 @@ public:
 
 private:
     class Expat;
-    std::unique_ptr<Expat> expat;
+    std::unique_ptr<Expat> _expat;
 };
 
 }  // namespace pelorinnews

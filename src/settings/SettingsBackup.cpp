@@ -55,48 +55,48 @@ bool isWhole(const QByteArray &bytes, qsizetype keys) {
 }  // namespace
 
 SettingsBackup::SettingsBackup(const QString &filePath)
-    : path(filePath),
-      target(FilePaths::endOfLinks(QFile::encodeName(filePath))),
-      earlier(contentsOf(filePath)),
-      wasAbsent(!earlier && isAbsent(filePath)) {
-    if (!earlier)
+    : _path(filePath),
+      _target(FilePaths::endOfLinks(QFile::encodeName(filePath))),
+      _earlier(contentsOf(filePath)),
+      _wasAbsent(!_earlier && isAbsent(filePath)) {
+    if (!_earlier)
         return;
-    const QByteArray name = TemporaryNames::beside(target);
-    if (::link(target.constData(), name.constData()) == 0 ||
-        FileReplacement::copy(path, QFile::decodeName(name), largestFile))
-        kept = name;
+    const QByteArray name = TemporaryNames::beside(_target);
+    if (::link(_target.constData(), name.constData()) == 0 ||
+        FileReplacement::copy(_path, QFile::decodeName(name), largestFile))
+        _kept = name;
 }
 
 SettingsBackup::~SettingsBackup() {
-    if (!kept.isEmpty())
-        ::unlink(kept.constData());
+    if (!_kept.isEmpty())
+        ::unlink(_kept.constData());
 }
 
 bool SettingsBackup::hasRoomFor(qint64 added) const {
-    return FileReplacement(path).reserve(earlier.value_or(QByteArray()).size() + added + besides);
+    return FileReplacement(_path).reserve(_earlier.value_or(QByteArray()).size() + added + besides);
 }
 
 SettingsBackup::Outcome SettingsBackup::check(qsizetype keys) {
-    const auto now = contentsOf(path);
+    const auto now = contentsOf(_path);
     if (now ? isWhole(*now, keys) : keys == 0)
         return Outcome::Whole;
-    if (now == earlier || !isKept())
+    if (now == _earlier || !isKept())
         return Outcome::Untouched;
     // The lock keeps other processes from writing. On a disk without room for the lock file, they
     // cannot write either.
-    QLockFile lock(lockPath(path));
+    QLockFile lock(lockPath(_path));
     static_cast<void>(lock.tryLock(longestWait));
-    if (isWhole(contentsOf(path).value_or(QByteArray()), keys))
+    if (isWhole(contentsOf(_path).value_or(QByteArray()), keys))
         return Outcome::Whole;
     restore();
     return Outcome::Restored;
 }
 
 void SettingsBackup::restore() {
-    if (wasAbsent)
-        ::unlink(target.constData());
-    else if (!kept.isEmpty() && std::rename(kept.constData(), target.constData()) == 0)
-        kept.clear();
+    if (_wasAbsent)
+        ::unlink(_target.constData());
+    else if (!_kept.isEmpty() && std::rename(_kept.constData(), _target.constData()) == 0)
+        _kept.clear();
 }
 
 }  // namespace pelorinnews

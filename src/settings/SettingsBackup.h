@@ -26,7 +26,7 @@ public:
     ~SettingsBackup();
 
     /// Whether the earlier state can be restored: a backup exists, or there was no file.
-    [[nodiscard]] bool isKept() const { return wasAbsent || !kept.isEmpty(); }
+    [[nodiscard]] bool isKept() const { return _wasAbsent || !_kept.isEmpty(); }
 
     /// Whether the file may be replaced, and the disk has room for one that is about `added` bytes
     /// larger.
@@ -48,12 +48,12 @@ public:
 private:
     void restore();
 
-    QString path;
-    QByteArray target;
+    QString _path;
+    QByteArray _target;
     /// The earlier contents; absent if there was no file, or none that could be read.
-    std::optional<QByteArray> earlier;
-    bool wasAbsent;
-    QByteArray kept;
+    std::optional<QByteArray> _earlier;
+    bool _wasAbsent;
+    QByteArray _kept;
 };
 
 }  // namespace pelorinnews

@@ -42,10 +42,10 @@ QString firstName(const QStringList &names) {
 class UserDefaults::OpenStores {
 public:
     std::shared_ptr<UserDefaults> at(const QString &path) {
-        const std::lock_guard lock(mutex);
+        const std::lock_guard lock(_mutex);
         ApplicationEnd::add(ApplicationEnd::Phase::Preferences,
                             [] { instance().synchronizeAll(); });
-        std::shared_ptr<UserDefaults> &defaults = byPath[path];
+        std::shared_ptr<UserDefaults> &defaults = _byPath[path];
         if (!defaults)
             defaults = std::make_shared<UserDefaults>(path);
         return defaults;
@@ -62,15 +62,15 @@ private:
     void synchronizeAll() {
         QList<std::shared_ptr<UserDefaults>> all;
         {
-            const std::lock_guard lock(mutex);
-            all = byPath.values();
+            const std::lock_guard lock(_mutex);
+            all = _byPath.values();
         }
         for (const auto &defaults : all)
             defaults->synchronize();
     }
 
-    std::mutex mutex;
-    QHash<QString, std::shared_ptr<UserDefaults>> byPath;
+    std::mutex _mutex;
+    QHash<QString, std::shared_ptr<UserDefaults>> _byPath;
 };
 
 std::shared_ptr<UserDefaults> UserDefaults::standard() {
@@ -92,45 +92,45 @@ QString UserDefaults::filePath(const HostIdentity &stated, const QString &bundle
 }
 
 UserDefaults::UserDefaults(const QString &filePath)
-    : store(new UserDefaultsStore(filePath), &UserDefaultsStore::release) {}
+    : _store(new UserDefaultsStore(filePath), &UserDefaultsStore::release) {}
 
 UserDefaults::~UserDefaults() = default;
 
 void UserDefaults::registerDefaults(const QVariantMap &defaults) {
-    store->addDefaults(defaults);
+    _store->addDefaults(defaults);
 }
 
 QVariant UserDefaults::objectForKey(const QString &key) const {
-    return store->read(key);
+    return _store->read(key);
 }
 
 bool UserDefaults::boolForKey(const QString &key) const {
-    return PreferenceValue::toBool(store->read(key));
+    return PreferenceValue::toBool(_store->read(key));
 }
 
 qint64 UserDefaults::integerForKey(const QString &key) const {
-    return PreferenceValue::toInteger(store->read(key));
+    return PreferenceValue::toInteger(_store->read(key));
 }
 
 QString UserDefaults::stringForKey(const QString &key) const {
-    return PreferenceValue::toText(store->read(key));
+    return PreferenceValue::toText(_store->read(key));
 }
 
 QDateTime UserDefaults::dateForKey(const QString &key) const {
-    return PreferenceValue::toDate(store->read(key));
+    return PreferenceValue::toDate(_store->read(key));
 }
 
 void UserDefaults::setValue(const QString &key, const QVariant &value) {
-    store->write(key, value);
+    _store->write(key, value);
 }
 
 void UserDefaults::removeObjectForKey(const QString &key) {
-    store->write(key, {});
+    _store->write(key, {});
 }
 
 void UserDefaults::setDateUnlessEarlier(const QString &key, const QDateTime &date) {
     // Locked so that no other process writes a later date between our read and our write.
-    const QString lockName = store->fileName() + QStringLiteral(".date.lock");
+    const QString lockName = _store->fileName() + QStringLiteral(".date.lock");
     QLockFile lock(lockName);
     constexpr int longestWait = 1000;
     // Store the date even without the lock: if no lock file can be made, if its path is not a
@@ -145,7 +145,7 @@ void UserDefaults::setDateUnlessEarlier(const QString &key, const QDateTime &dat
 }
 
 void UserDefaults::synchronize() {
-    store->flush();
+    _store->flush();
 }
 
 }  // namespace pelorinnews

@@ -82,7 +82,7 @@ public:
 
 private:
     class OpenStores;
-    std::unique_ptr<UserDefaultsStore, void (*)(UserDefaultsStore *)> store;
+    std::unique_ptr<UserDefaultsStore, void (*)(UserDefaultsStore *)> _store;
 };
 
 }  // namespace pelorinnews

@@ -63,37 +63,37 @@ void UserDefaultsStore::end(UserDefaultsStore *store) {
 }
 
 QVariant UserDefaultsStore::read(const QString &key) const {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     if (key.isEmpty())
         return {};
     const QVariant stored = value(key);
-    return stored.isValid() ? stored : defaults.value(key);
+    return stored.isValid() ? stored : _defaults.value(key);
 }
 
 void UserDefaultsStore::write(const QString &key, const QVariant &newValue) {
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     if (key.isEmpty())
         return;
     if (PreferenceValue::isAbsent(newValue))
         remove(key);
     else
         setValue(key, newValue);
-    unwritten += roomFor(key) + roomFor(newValue.toString());
+    _unwritten += roomFor(key) + roomFor(newValue.toString());
     // QSettings posts its update event only once until it has written, so post it again after a
     // failed write.
-    if (std::exchange(isRefused, false))
+    if (std::exchange(_isRefused, false))
         QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
 }
 
 void UserDefaultsStore::addDefaults(const QVariantMap &added) {
-    const std::lock_guard lock(mutex);
-    defaults.insert(added);
+    const std::lock_guard lock(_mutex);
+    _defaults.insert(added);
 }
 
 bool UserDefaultsStore::flush() {
-    const std::lock_guard lock(mutex);
-    isRefused = !writeOut();
-    return !isRefused;
+    const std::lock_guard lock(_mutex);
+    _isRefused = !writeOut();
+    return !_isRefused;
 }
 
 bool UserDefaultsStore::event(QEvent *event) {
@@ -101,16 +101,16 @@ bool UserDefaultsStore::event(QEvent *event) {
     // lock itself and deletes this object.
     if (event->type() != QEvent::UpdateRequest)
         return QSettings::event(event);
-    const std::lock_guard lock(mutex);
+    const std::lock_guard lock(_mutex);
     // After a failed write, do not retry on every turn of the event loop.
-    if (!isRefused)
-        isRefused = !writeOut();
+    if (!_isRefused)
+        _isRefused = !writeOut();
     return true;
 }
 
 /// False where something stays unwritten.
 bool UserDefaultsStore::writeOut() {
-    const bool isChanged = unwritten > 0;
+    const bool isChanged = _unwritten > 0;
     // A lock file that is a pipe would block QSettings, too.
     if (!RegularFile::isRegularOrAbsent(fileName()) ||
         !RegularFile::isRegularOrAbsent(fileName() + QStringLiteral(".lock")))
@@ -120,18 +120,18 @@ bool UserDefaultsStore::writeOut() {
     // Back up even without changes of our own: `sync` also writes what the host's own QSettings has
     // not written yet.
     SettingsBackup backup(fileName());
-    if (isChanged && !(backup.isKept() && backup.hasRoomFor(unwritten) && keepDamagedFile()))
+    if (isChanged && !(backup.isKept() && backup.hasRoomFor(_unwritten) && keepDamagedFile()))
         return false;
     sync();
     const QVariantMap wanted = everything();
     const auto outcome = backup.check(wanted.size());
     if (outcome == SettingsBackup::Outcome::Restored)
-        takeBack(wanted);
+        reapply(wanted);
     if (outcome == SettingsBackup::Outcome::Whole)
-        unwritten = 0;
+        _unwritten = 0;
     // A restored file may lack only values that the host's own QSettings has not written yet. But
     // this object now holds them too, and its destructor would write them unguarded.
-    return outcome != SettingsBackup::Outcome::Restored && unwritten == 0;
+    return outcome != SettingsBackup::Outcome::Restored && _unwritten == 0;
 }
 
 QVariantMap UserDefaultsStore::everything() const {
@@ -144,7 +144,7 @@ QVariantMap UserDefaultsStore::everything() const {
 
 /// QSettings believes that `wanted` was written: rereads the file, then sets and removes values
 /// until they match `wanted` again.
-void UserDefaultsStore::takeBack(const QVariantMap &wanted) {
+void UserDefaultsStore::reapply(const QVariantMap &wanted) {
     sync();
     const QVariantMap stored = everything();
     for (auto each = wanted.cbegin(); each != wanted.cend(); ++each) {
@@ -159,12 +159,12 @@ void UserDefaultsStore::takeBack(const QVariantMap &wanted) {
 
 /// False where there is damage and the file could not be copied.
 bool UserDefaultsStore::keepDamagedFile() {
-    if (damageLookedFor)
+    if (_damageLookedFor)
         return true;
     // QSettings parses a section on first access, and detects damage only then.
     static_cast<void>(allKeys());
-    damageLookedFor = status() != QSettings::FormatError || copyDamagedFile();
-    return damageLookedFor;
+    _damageLookedFor = status() != QSettings::FormatError || copyDamagedFile();
+    return _damageLookedFor;
 }
 
 bool UserDefaultsStore::copyDamagedFile() const {

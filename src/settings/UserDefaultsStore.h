@@ -43,17 +43,17 @@ private:
     static void end(UserDefaultsStore *store);
     bool writeOut();
     [[nodiscard]] QVariantMap everything() const;
-    void takeBack(const QVariantMap &wanted);
+    void reapply(const QVariantMap &wanted);
     bool keepDamagedFile();
     [[nodiscard]] bool copyDamagedFile() const;
 
-    mutable std::mutex mutex;
-    QVariantMap defaults;
-    bool damageLookedFor = false;
+    mutable std::mutex _mutex;
+    QVariantMap _defaults;
+    bool _damageLookedFor = false;
     /// Estimated number of bytes that were set and are not known to be in the file.
-    qint64 unwritten = 0;
+    qint64 _unwritten = 0;
     /// The last write failed; the next change retries.
-    bool isRefused = false;
+    bool _isRefused = false;
 };
 
 }  // namespace pelorinnews

@@ -29,7 +29,7 @@ OlvNewsWindow::OlvNewsWindow(QWidget *parent) : QWidget(parent, Qt::Window) {
 }
 
 OlvNewsWindow::~OlvNewsWindow() {
-    Q_EMIT ending();
+    Q_EMIT aboutToBeDestroyed();
 }
 
 bool OlvNewsWindow::performKeyEquivalent(const QKeyEvent &event) {
@@ -48,7 +48,7 @@ void OlvNewsWindow::makeKeyAndOrderFront() {
 
 // The layout decides about the minimum width only. `OptionsFold` sets the minimum height, which
 // changes while the options fold.
-void OlvNewsWindow::takeWidthOfTexts() {
+void OlvNewsWindow::updateMinimumWidth() {
     if (!layout())
         return;
     if (_describedMinimumWidth < 0)
@@ -61,7 +61,7 @@ void OlvNewsWindow::takeWidthOfTexts() {
 
 bool OlvNewsWindow::event(QEvent *event) {
     if (event->type() == QEvent::LayoutRequest)
-        takeWidthOfTexts();
+        updateMinimumWidth();
     return QWidget::event(event);
 }
 

@@ -32,7 +32,7 @@ public:
     /// Updates the minimum width to fit the texts of the controls; a narrower window grows. After a
     /// text change this also happens automatically, when the event loop delivers the layout
     /// request.
-    void takeWidthOfTexts();
+    void updateMinimumWidth();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -40,7 +40,7 @@ Q_SIGNALS:
     /// Emitted at the start of the destructor, while the object is still an `OlvNewsWindow`. Later
     /// in its destruction the window reports its closing once more, as the plain `QWidget` that is
     /// left then.
-    void ending();
+    void aboutToBeDestroyed();
 
 protected:
     bool event(QEvent *event) override;

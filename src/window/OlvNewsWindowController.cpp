@@ -130,10 +130,10 @@ void OlvNewsWindowController::loadWindow() {
         return;
     _loadedWindow = made.release();
     _loadedWindow->installEventFilter(this);
-    connect(_loadedWindow, &OlvNewsWindow::ending, this, [this] { windowIsDeleted(); });
+    connect(_loadedWindow, &OlvNewsWindow::aboutToBeDestroyed, this, [this] { windowIsDeleted(); });
     connectOutlets();
     windowDidLoad();
-    _loadedWindow->takeWidthOfTexts();
+    _loadedWindow->updateMinimumWidth();
     WindowPlacement::centre(*_loadedWindow);
     deleteWithApplication(_loadedWindow);
 }
@@ -252,7 +252,7 @@ void OlvNewsWindowController::windowDidBecomeKey() {
 void OlvNewsWindowController::bringOntoScreen() {
     if (!_loadedWindow)
         return;
-    _loadedWindow->takeWidthOfTexts();
+    _loadedWindow->updateMinimumWidth();
     WindowPlacement::bringOntoScreen(*_loadedWindow);
 }
 

@@ -59,7 +59,7 @@ int OptionsFold::growth(bool open) const {
     if (isHeld())
         return 0;
     if (!open)
-        return -_grown;
+        return -_windowGrowth;
     return WindowEdges::roomBelow(*_window) >= foldHeight ? foldHeight : 0;
 }
 
@@ -77,7 +77,7 @@ void OptionsFold::start(bool open, std::function<void()> whenFinished) {
     const bool changes = std::exchange(_open, open) != open;
     const int change = changes && _window && _optionsArea ? growth(open) : 0;
     if (changes && open)
-        _grown = change;
+        _windowGrowth = change;
     if (change == 0) {
         finish();
         return;
@@ -110,7 +110,7 @@ void OptionsFold::complete() {
 
 void OptionsFold::setLaidOut(bool open) {
     _open = open;
-    _grown = foldHeight;
+    _windowGrowth = foldHeight;
     layOut();
 }
 
@@ -157,7 +157,7 @@ void OptionsFold::hearAnswers() {
 void OptionsFold::awaitAnswer(int from) {
     if (!_window || !_window->isVisible() || _reported == _window->size())
         return;
-    _unanswered = from;
+    _heightBeforeRequest = from;
     _silentTicks = 0;
     _answerTimer.start(answerTickMilliseconds, this);
 }
@@ -172,18 +172,18 @@ void OptionsFold::timerEvent(QTimerEvent *event) {
         if (!refused && _silentTicks < answerTicks)
             return;
     }
-    takeAnswer();
+    adoptReportedSize();
 }
 
 // Adopts the size that the desktop reported; the content makes up for the height that the window
 // did not get.
-void OptionsFold::takeAnswer() {
+void OptionsFold::adoptReportedSize() {
     _answerTimer.stop();
-    const auto from = std::exchange(_unanswered, std::nullopt);
+    const auto from = std::exchange(_heightBeforeRequest, std::nullopt);
     if (!from || !_window || !_window->isVisible() || isHeld())
         return;
     if (_open)
-        _grown = qBound(0, _reported.height() - *from, foldHeight);
+        _windowGrowth = qBound(0, _reported.height() - *from, foldHeight);
     if (_reported == _window->size())
         return;
     _window->setMinimumHeight(qMin(lowestHeight(), _reported.height()));
@@ -197,8 +197,8 @@ bool OptionsFold::eventFilter(QObject *watched, QEvent *event) {
         if (type == QEvent::Resize) {
             _reported = static_cast<QResizeEvent *>(event)->size();
             _silentTicks = 0;
-            if (_unanswered && _reported == _window->size())
-                takeAnswer();
+            if (_heightBeforeRequest && _reported == _window->size())
+                adoptReportedSize();
         }
         return QObject::eventFilter(watched, event);
     }

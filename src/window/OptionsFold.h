@@ -70,7 +70,7 @@ private:
     void catchUp(QEvent::Type type);
     void hearAnswers();
     void awaitAnswer(int from);
-    void takeAnswer();
+    void adoptReportedSize();
 
     QPointer<QWidget> _window;
     QPointer<QWidget> _content;
@@ -85,12 +85,12 @@ private:
     bool _open = true;
     bool _running = false;
     /// By how much the window grew for the open area; the content gave up the rest.
-    int _grown = foldHeight;
+    int _windowGrowth = foldHeight;
 
     /// The size that the desktop reported last; the widget's own size is only the requested one.
     QSize _reported;
     /// The height before a change that the desktop has not answered yet.
-    std::optional<int> _unanswered;
+    std::optional<int> _heightBeforeRequest;
     QBasicTimer _answerTimer;
     int _silentTicks = 0;
 };

@@ -11,8 +11,8 @@ class AccessibilityTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { panel = std::make_unique<Panel>(); }
-    void cleanup() { panel.reset(); }
+    void init() { _panel = std::make_unique<Panel>(); }
+    void cleanup() { _panel.reset(); }
 
     void theContentIsOneTextThatClientsMaySet();
     void everyControlSaysWhatItIs();
@@ -28,7 +28,7 @@ private:
 
     [[nodiscard]] QList<QString> names(const char *role) const {
         QStringList all;
-        for (const Object &each : panel->objects()) {
+        for (const Object &each : _panel->objects()) {
             if (each.role == QLatin1String(role) && each.is("showing"))
                 all.append(each.name);
         }
@@ -40,12 +40,12 @@ private:
                                testPatience);
     }
 
-    std::unique_ptr<Panel> panel;
+    std::unique_ptr<Panel> _panel;
 };
 
 void AccessibilityTest::theContentIsOneTextThatClientsMaySet() {
-    QVERIFY(panel->open(Panel::items(2)));
-    const QList<Object> all = panel->objects();
+    QVERIFY(_panel->open(Panel::items(2)));
+    const QList<Object> all = _panel->objects();
     QCOMPARE(
         std::count_if(all.begin(), all.end(), [](const Object &each) { return each.takesText; }),
         1);
@@ -60,43 +60,43 @@ void AccessibilityTest::theContentIsOneTextThatClientsMaySet() {
     QVERIFY((content + 1)->depth <= content->depth);
 
     const QString written = QStringLiteral("Gr\u00fc\u00dfe \U0001f4f0 twice");
-    Assistive::write(panel->desktop.hostProcess(), written);
-    QTRY_COMPARE(panel->text(), written);
-    QCOMPARE(panel->content().name, written);
+    Assistive::write(_panel->desktop.hostProcess(), written);
+    QTRY_COMPARE(_panel->text(), written);
+    QCOMPARE(_panel->content().name, written);
     // If the text is empty, a fixed text is reported.
-    Assistive::write(panel->desktop.hostProcess(), QString());
-    QTRY_COMPARE(panel->text(), QStringLiteral("Pelorin News content"));
-    QCOMPARE(panel->content().name, QStringLiteral("Pelorin News content"));
+    Assistive::write(_panel->desktop.hostProcess(), QString());
+    QTRY_COMPARE(_panel->text(), QStringLiteral("Pelorin News content"));
+    QCOMPARE(_panel->content().name, QStringLiteral("Pelorin News content"));
     // The next item replaces it.
-    QVERIFY(panel->click("push button", "Next news item"));
-    QTRY_COMPARE(panel->text(), QStringLiteral("Item 2"));
+    QVERIFY(_panel->click("push button", "Next news item"));
+    QTRY_COMPARE(_panel->text(), QStringLiteral("Item 2"));
 }
 
 void AccessibilityTest::everyControlSaysWhatItIs() {
-    QVERIFY(panel->open(Panel::items(2)));
-    QCOMPARE(panel->objects().first().role, QStringLiteral("frame"));
-    QVERIFY(panel->objects().first().is("active"));
+    QVERIFY(_panel->open(Panel::items(2)));
+    QCOMPARE(_panel->objects().first().role, QStringLiteral("frame"));
+    QVERIFY(_panel->objects().first().is("active"));
     QCOMPARE(names("push button"),
              QStringList({QStringLiteral("Show options"), QStringLiteral("Previous news item"),
                           QStringLiteral("Next news item")}));
-    const Object box = panel->object("check box", "Show news on start");
+    const Object box = _panel->object("check box", "Show news on start");
     for (const char *state : {"checked", "enabled", "sensitive", "focusable"})
         QVERIFY2(box.is(state), state);
     QVERIFY(!box.is("expandable"));
     QCOMPARE(box.actions.value(QStringLiteral("Toggle")), QStringLiteral("Alt+S"));
-    Object triangle = panel->object("push button", "Show options");
+    Object triangle = _panel->object("push button", "Show options");
     QVERIFY(triangle.is("expandable") && triangle.is("collapsed") && !triangle.is("expanded"));
     QCOMPARE(names("combo box"), QStringList());
 
-    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Show options"));
+    Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Show options"));
     QTRY_COMPARE(names("combo box"),
                  QStringList({QStringLiteral("All news"), QStringLiteral("All")}));
-    QTRY_VERIFY((triangle = panel->object("push button", "Hide options")).is("expanded"));
+    QTRY_VERIFY((triangle = _panel->object("push button", "Hide options")).is("expanded"));
     QVERIFY(!triangle.is("collapsed"));
-    QCOMPARE(panel->object("combo box", "All news").labels, QStringList{QStringLiteral("Type:")});
-    QCOMPARE(panel->object("combo box", "All").labels, QStringList{QStringLiteral("Show:")});
+    QCOMPARE(_panel->object("combo box", "All news").labels, QStringList{QStringLiteral("Type:")});
+    QCOMPARE(_panel->object("combo box", "All").labels, QStringList{QStringLiteral("Show:")});
     for (const char *menu : {"All news", "All"}) {
-        const Object found = panel->object("combo box", menu);
+        const Object found = _panel->object("combo box", menu);
         for (const char *state : {"enabled", "sensitive", "focusable", "expandable"})
             QVERIFY2(found.is(state), state);
         QVERIFY(!found.is("expanded") && !found.is("editable"));
@@ -105,38 +105,38 @@ void AccessibilityTest::everyControlSaysWhatItIs() {
     }
     for (const char *button : {"Hide options", "Previous news item", "Next news item"}) {
         for (const char *state : {"enabled", "sensitive", "focusable"})
-            QVERIFY2(panel->object("push button", button).is(state), button);
+            QVERIFY2(_panel->object("push button", button).is(state), button);
     }
 
-    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Next news item"));
-    QTRY_COMPARE(panel->position(), QStringLiteral("2 / 2"));
+    Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Next news item"));
+    QTRY_COMPARE(_panel->position(), QStringLiteral("2 / 2"));
 }
 
 void AccessibilityTest::everyNameIsInTheUsersLanguage() {
-    panel->setLanguage({QStringLiteral("LANGUAGE=de")}, QStringLiteral("de"));
-    QVERIFY(panel->open(Panel::items(2)));
+    _panel->setLanguage({QStringLiteral("LANGUAGE=de")}, QStringLiteral("de"));
+    QVERIFY(_panel->open(Panel::items(2)));
     QCOMPARE(names("push button"), QStringList({QStringLiteral("Optionen einblenden"),
                                                 QStringLiteral("Vorherige Neuigkeit"),
                                                 QStringLiteral("N\u00e4chste Neuigkeit")}));
     QCOMPARE(names("check box"), QStringList{QStringLiteral("Neuigkeiten beim Start anzeigen")});
-    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Optionen einblenden"));
+    Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Optionen einblenden"));
     QTRY_COMPARE(names("combo box"),
                  QStringList({QStringLiteral("Alle Neuigkeiten"), QStringLiteral("Alle")}));
     QTRY_COMPARE(names("push button").first(), QStringLiteral("Optionen ausblenden"));
-    QCOMPARE(panel->object("combo box", "Alle").labels, QStringList{QStringLiteral("Anzeigen:")});
-    QCOMPARE(panel->object("combo box", "Alle Neuigkeiten").labels,
+    QCOMPARE(_panel->object("combo box", "Alle").labels, QStringList{QStringLiteral("Anzeigen:")});
+    QCOMPARE(_panel->object("combo box", "Alle Neuigkeiten").labels,
              QStringList{QStringLiteral("Art:")});
 }
 
 void AccessibilityTest::nothingThatTakesTheFocusIsNameless() {
-    QVERIFY(panel->open(Panel::items(1)));
-    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Show options"));
-    QTRY_VERIFY(panel->object("combo box", "All").is("showing"));
-    for (const Object &each : panel->objects())
+    QVERIFY(_panel->open(Panel::items(1)));
+    Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Show options"));
+    QTRY_VERIFY(_panel->object("combo box", "All").is("showing"));
+    for (const Object &each : _panel->objects())
         QVERIFY2(!each.is("focusable") || !each.name.isEmpty(), qPrintable(each.role));
     // Two windows, and none of the engine's own.
     QStringList windows;
-    for (const Object &each : Assistive::tree(panel->desktop.hostProcess())) {
+    for (const Object &each : Assistive::tree(_panel->desktop.hostProcess())) {
         if (each.depth == 0)
             windows.append(each.role + QLatin1Char(' ') + each.name);
     }
@@ -145,9 +145,9 @@ void AccessibilityTest::nothingThatTakesTheFocusIsNameless() {
 }
 
 void AccessibilityTest::eachItemIsTold() {
-    QVERIFY(panel->open(Panel::items(2)));
-    Assistive::Listener listener(panel->desktop.hostProcess());
-    QVERIFY(panel->click("push button", "Next news item"));
+    QVERIFY(_panel->open(Panel::items(2)));
+    Assistive::Listener listener(_panel->desktop.hostProcess());
+    QVERIFY(_panel->click("push button", "Next news item"));
     QVERIFY(isTold(listener, nameChange, QStringLiteral("Item 2")));
     const auto said = [&listener](const char *type) {
         QStringList all;
@@ -161,7 +161,7 @@ void AccessibilityTest::eachItemIsTold() {
     QCOMPARE(said("object:text-changed:delete"), QStringList{QStringLiteral("Item 1")});
 
     // Setting the same text again also sends events.
-    Assistive::write(panel->desktop.hostProcess(), QStringLiteral("Item 2"));
+    Assistive::write(_panel->desktop.hostProcess(), QStringLiteral("Item 2"));
     QTRY_VERIFY(said("object:text-changed:insert").size() > 1);
     QCOMPARE(said("object:text-changed:delete").last(), QStringLiteral("Item 2"));
     QCOMPARE(said("object:text-changed:insert").last(), QStringLiteral("Item 2"));
@@ -171,10 +171,10 @@ void AccessibilityTest::eachItemIsTold() {
 void AccessibilityTest::whatControlsBecomeIsTold() {
     QList<FeedEntry> news = Panel::items(2);
     news.last().category = QStringLiteral("mac pelorin critical");
-    QVERIFY(panel->open(news));
-    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Show options"));
-    QTRY_VERIFY(panel->object("combo box", "All news").is("showing"));
-    Assistive::Listener listener(panel->desktop.hostProcess());
+    QVERIFY(_panel->open(news));
+    Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Show options"));
+    QTRY_VERIFY(_panel->object("combo box", "All news").is("showing"));
+    Assistive::Listener listener(_panel->desktop.hostProcess());
     const auto told = [&listener](const char *state) {
         QStringList all;
         for (const Assistive::Event &each : listener.events()) {
@@ -184,16 +184,16 @@ void AccessibilityTest::whatControlsBecomeIsTold() {
         all.sort();
         return all;
     };
-    panel->press("alt+s");
+    _panel->press("alt+s");
     QStringList checked{QStringLiteral("0 Show news on start")};
     QTRY_COMPARE(told("checked"), checked);
-    panel->press("space");
+    _panel->press("space");
     checked.append(QStringLiteral("1 Show news on start"));
     QTRY_COMPARE(told("checked"), checked);
 
     // One of the two items is left, so stepping is not possible.
-    panel->press("alt+t");
-    panel->press("Down");
+    _panel->press("alt+t");
+    _panel->press("Down");
     QStringList able{QStringLiteral("0 Next news item"), QStringLiteral("0 Previous news item")};
     for (const char *state : {"enabled", "sensitive"})
         QTRY_COMPARE(told(state), able);
@@ -213,7 +213,7 @@ void AccessibilityTest::whatControlsBecomeIsTold() {
                  QStringList{QStringLiteral("Critical only")});
     QVERIFY(isTold(listener, "object:state-changed:focused", QStringLiteral("Critical only")));
     QVERIFY(isTold(listener, nameChange, QStringLiteral("1 / 1")));
-    panel->press("Up");
+    _panel->press("Up");
     able << QStringLiteral("1 Next news item") << QStringLiteral("1 Previous news item");
     for (const char *state : {"enabled", "sensitive"})
         QTRY_COMPARE(told(state), able);
@@ -222,9 +222,9 @@ void AccessibilityTest::whatControlsBecomeIsTold() {
 }
 
 void AccessibilityTest::theFocusIsToldByName() {
-    QVERIFY(panel->open(Panel::items(2)));
-    QTRY_COMPARE(panel->focus(), QStringLiteral("label Item 1"));
-    Assistive::Listener listener(panel->desktop.hostProcess());
+    QVERIFY(_panel->open(Panel::items(2)));
+    QTRY_COMPARE(_panel->focus(), QStringLiteral("label Item 1"));
+    Assistive::Listener listener(_panel->desktop.hostProcess());
     const auto focused = [&listener] {
         QStringList all;
         for (const Assistive::Event &each : listener.events()) {
@@ -237,43 +237,43 @@ void AccessibilityTest::theFocusIsToldByName() {
     for (const char *next :
          {"push button Show options", "check box Show news on start",
           "push button Previous news item", "push button Next news item", "label Item 1"}) {
-        panel->press("Tab");
+        _panel->press("Tab");
         expected.append(QLatin1String(next));
         QTRY_COMPARE(focused(), expected);
     }
     // Click from a control into the page.
-    QVERIFY(panel->click("push button", "Next news item"));
-    QTRY_COMPARE(panel->text(), QStringLiteral("Item 2"));
-    panel->clickIntoThePage();
+    QVERIFY(_panel->click("push button", "Next news item"));
+    QTRY_COMPARE(_panel->text(), QStringLiteral("Item 2"));
+    _panel->clickIntoThePage();
     expected << QStringLiteral("push button Next news item") << QStringLiteral("label Item 2");
     QTRY_COMPARE(focused(), expected);
 
     // If the item changes while the page has the focus, the focus event is sent again, since screen
     // readers speak the focus.
-    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Next news item"));
+    Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Next news item"));
     expected << QStringLiteral("label Item 1");
     QTRY_COMPARE(focused(), expected);
-    panel->press("Tab");
-    panel->press("space");
+    _panel->press("Tab");
+    _panel->press("space");
     expected << QStringLiteral("push button Show options")
              << QStringLiteral("push button Hide options");
     QTRY_COMPARE(focused(), expected);
 
     // The window sends an activation event when it comes back.
-    panel->press("Escape");
-    QTRY_VERIFY(!panel->isOpen());
-    QVERIFY(panel->reopen());
+    _panel->press("Escape");
+    QTRY_VERIFY(!_panel->isOpen());
+    QVERIFY(_panel->reopen());
     QVERIFY(isTold(listener, "window:activate", QStringLiteral("Pelorin News")));
 }
 
 void AccessibilityTest::aValueThatIsNotToBeReadStays() {
-    panel->desktop.prefer(QStringLiteral("newsReadItemContent"), false);
+    _panel->desktop.prefer(QStringLiteral("newsReadItemContent"), false);
     QList<FeedEntry> news = Panel::items(2);
     news.first().plainText = QStringLiteral("News item");
-    QVERIFY(panel->open(news));
-    QVERIFY(panel->click("push button", "Next news item"));
-    QTRY_COMPARE(panel->position(), QStringLiteral("2 / 2"));
-    QCOMPARE(panel->text(), QStringLiteral("News item"));
+    QVERIFY(_panel->open(news));
+    QVERIFY(_panel->click("push button", "Next news item"));
+    QTRY_COMPARE(_panel->position(), QStringLiteral("2 / 2"));
+    QCOMPARE(_panel->text(), QStringLiteral("News item"));
 }
 
 PELORIN_PANEL_TEST_MAIN(AccessibilityTest)

@@ -16,7 +16,7 @@ class AnnouncementCycleTest : public QObject {
 
 private Q_SLOTS:
     void init();
-    void cleanup() { desktop.reset(); }
+    void cleanup() { _desktop.reset(); }
 
     void oneAnnouncementStandsAndOpensTheWindow();
     void endingKeepsTheOnlyCopysAnnouncementForTheNextStart();
@@ -35,40 +35,40 @@ private:
         const QString name = QStringLiteral("/Pelorin") +
                              QUuid::createUuid().toString(QUuid::Id128) + QStringLiteral(".app");
         for (const QString &folder : folders) {
-            QDir().mkpath(desktop->path(folder));
+            QDir().mkpath(_desktop->path(folder));
             int failed = -1;
             outputOf(QStringLiteral("cp"),
                      {QStringLiteral("-a"), QStringLiteral(PELORIN_APP_DIR),
-                      desktop->path(folder) + name},
+                      _desktop->path(folder) + name},
                      &failed);
             if (failed != 0)
                 return {};
         }
-        return desktop->path(folders.first()) + name;
+        return _desktop->path(folders.first()) + name;
     }
     /// Whether the host's search has ended and found the copy in this folder: it watches the folder
     /// for changes from then on, and not before.
     [[nodiscard]] bool hasFoundCopyIn(const QString &folder) const {
-        return desktop->hostWatches(desktop->path(folder));
+        return _desktop->hostWatches(_desktop->path(folder));
     }
 
-    std::unique_ptr<Desktop> desktop;
+    std::unique_ptr<Desktop> _desktop;
 };
 
 void AnnouncementCycleTest::init() {
-    desktop = std::make_unique<Desktop>();
-    desktop->prefer(QStringLiteral("newsShowOnStart"), false);
-    desktop->prefer(QStringLiteral("newsRefreshInterval"), 1);
+    _desktop = std::make_unique<Desktop>();
+    _desktop->prefer(QStringLiteral("newsShowOnStart"), false);
+    _desktop->prefer(QStringLiteral("newsRefreshInterval"), 1);
 }
 
 void AnnouncementCycleTest::oneAnnouncementStandsAndOpensTheWindow() {
     const FeedEntry older = entry(QStringLiteral("Older"), 120);
-    desktop->serve({entry(QStringLiteral("First"), 60), older});
-    desktop->startHost();
+    _desktop->serve({entry(QStringLiteral("First"), 60), older});
+    _desktop->startHost();
     QTRY_COMPARE_WITH_TIMEOUT(Desktop::displayed(), 1, patience);
-    QVERIFY(desktop->newsWindow().isEmpty());
+    QVERIFY(_desktop->newsWindow().isEmpty());
 
-    desktop->serve({entry(QStringLiteral("Second"), 30), older});
+    _desktop->serve({entry(QStringLiteral("Second"), 30), older});
     const QStringList replaced{QStringLiteral("News from Pelorin|First")};
     QTRY_COMPARE_WITH_TIMEOUT(Desktop::history(), replaced, patience);
     // After several more refreshes the same announcement still stands.
@@ -78,9 +78,9 @@ void AnnouncementCycleTest::oneAnnouncementStandsAndOpensTheWindow() {
     QCOMPARE(Desktop::history(), replaced);
 
     Desktop::actOnNotification();
-    QTRY_VERIFY_WITH_TIMEOUT(!desktop->newsWindow().isEmpty(), patience);
+    QTRY_VERIFY_WITH_TIMEOUT(!_desktop->newsWindow().isEmpty(), patience);
     const auto tellsOfSecond = [this] {
-        const auto seen = Assistive::tree(desktop->hostProcess());
+        const auto seen = Assistive::tree(_desktop->hostProcess());
         return std::any_of(seen.begin(), seen.end(), [](const Assistive::Object &each) {
             return each.text == QLatin1String("Told of Second");
         });
@@ -92,37 +92,37 @@ void AnnouncementCycleTest::oneAnnouncementStandsAndOpensTheWindow() {
 }
 
 void AnnouncementCycleTest::endingKeepsTheOnlyCopysAnnouncementForTheNextStart() {
-    desktop->serve({entry(QStringLiteral("Standing"), 60)});
+    _desktop->serve({entry(QStringLiteral("Standing"), 60)});
     const QString copy = copyTo({QStringLiteral("one")});
     QVERIFY(!copy.isEmpty());
-    desktop->startHost(copy);
+    _desktop->startHost(copy);
     QTRY_COMPARE_WITH_TIMEOUT(Desktop::displayed(), 1, patience);
     QTRY_VERIFY_WITH_TIMEOUT(hasFoundCopyIn(QStringLiteral("one")), patience);
-    QVERIFY(desktop->quitHost());
+    QVERIFY(_desktop->quitHost());
     QCOMPARE(Desktop::displayed(), 1);
 
     // Several refreshes of the next run announce nothing twice; newer news replaces the
     // announcement.
-    desktop->startHost(copy);
-    QTRY_VERIFY_WITH_TIMEOUT(!desktop->window(QStringLiteral("Pelorin")).isEmpty(), patience);
+    _desktop->startHost(copy);
+    QTRY_VERIFY_WITH_TIMEOUT(!_desktop->window(QStringLiteral("Pelorin")).isEmpty(), patience);
     QTest::qWait(3500);
     QCOMPARE(Desktop::displayed(), 1);
     QCOMPARE(Desktop::history(), QStringList());
-    desktop->serve({entry(QStringLiteral("Newer"), 30)});
+    _desktop->serve({entry(QStringLiteral("Newer"), 30)});
     QTRY_COMPARE_WITH_TIMEOUT(
         Desktop::history(), QStringList({QStringLiteral("News from Pelorin|Standing")}), patience);
     QTRY_COMPARE_WITH_TIMEOUT(Desktop::displayed(), 1, patience);
 }
 
 void AnnouncementCycleTest::endingWithdrawsTheAnnouncementWhereThereAreTwoCopies() {
-    desktop->serve({entry(QStringLiteral("Standing"), 60)});
+    _desktop->serve({entry(QStringLiteral("Standing"), 60)});
     const QString copy = copyTo({QStringLiteral("one"), QStringLiteral("two")});
     QVERIFY(!copy.isEmpty());
-    desktop->startHost(copy);
+    _desktop->startHost(copy);
     QTRY_COMPARE_WITH_TIMEOUT(Desktop::displayed(), 1, patience);
     QTRY_VERIFY_WITH_TIMEOUT(
         hasFoundCopyIn(QStringLiteral("one")) && hasFoundCopyIn(QStringLiteral("two")), patience);
-    QVERIFY(desktop->quitHost());
+    QVERIFY(_desktop->quitHost());
     QCOMPARE(Desktop::displayed(), 0);
     QCOMPARE(Desktop::history(), QStringList({QStringLiteral("News from Pelorin|Standing")}));
 }

@@ -57,29 +57,29 @@ void press(qint64 host, const QString &name) {
 }
 
 Listener::Listener(qint64 host) {
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(QStringLiteral(PELORIN_TEST_DATA "/assistive"),
-                  {QStringLiteral("listen"), QString::number(host)});
-    if (!process.waitForReadyRead(testPatience))
+    _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    _process.start(QStringLiteral(PELORIN_TEST_DATA "/assistive"),
+                   {QStringLiteral("listen"), QString::number(host)});
+    if (!_process.waitForReadyRead(testPatience))
         qFatal("nothing listens on the accessibility bus");
-    process.readLine();
+    _process.readLine();
 }
 
 Listener::~Listener() {
-    process.kill();
-    process.waitForFinished();
+    _process.kill();
+    _process.waitForFinished();
 }
 
 QList<Event> Listener::events() {
-    process.waitForReadyRead(0);
-    while (process.canReadLine()) {
-        const QJsonObject told = QJsonDocument::fromJson(process.readLine()).object();
-        heard.append(
+    _process.waitForReadyRead(0);
+    while (_process.canReadLine()) {
+        const QJsonObject told = QJsonDocument::fromJson(_process.readLine()).object();
+        _heard.append(
             {told[QStringLiteral("type")].toString(), told[QStringLiteral("detail")].toInt(),
              told[QStringLiteral("said")].toString(), told[QStringLiteral("role")].toString(),
              told[QStringLiteral("name")].toString()});
     }
-    return heard;
+    return _heard;
 }
 
 int Listener::count(const QString &type, const QString &name) {

@@ -58,8 +58,8 @@ public:
     [[nodiscard]] int count(const QString &type, const QString &name);
 
 private:
-    QProcess process;
-    QList<Event> heard;
+    QProcess _process;
+    QList<Event> _heard;
 };
 
 }  // namespace pelorinnews::test::Assistive

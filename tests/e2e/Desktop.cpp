@@ -49,15 +49,15 @@ void end(QProcess &process) {
 
 Desktop::Desktop() {
     for (const char *name : {"feeds", "config/Olvane", "data", "state", "cache", "run"})
-        QDir(folder.path()).mkpath(QString::fromLatin1(name));
+        QDir(_folder.path()).mkpath(QString::fromLatin1(name));
     QFile::setPermissions(path(QStringLiteral("run")),
                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     serve({});
     write(path(QStringLiteral("dunstrc")),
           "[global]\nhistory_length = 50\nidle_threshold = 0\n[urgency_normal]\ntimeout = 0\n");
-    notificationDaemon.setStandardErrorFile(QProcess::nullDevice());
-    notificationDaemon.start(QStringLiteral("dunst"),
-                             {QStringLiteral("-conf"), path(QStringLiteral("dunstrc"))});
+    _notificationDaemon.setStandardErrorFile(QProcess::nullDevice());
+    _notificationDaemon.start(QStringLiteral("dunst"),
+                              {QStringLiteral("-conf"), path(QStringLiteral("dunstrc"))});
     // A request to the daemon itself would make the bus start another one that has no display.
     const auto answers = [] {
         return outputOf(QStringLiteral("dbus-send"),
@@ -70,22 +70,22 @@ Desktop::Desktop() {
     if (!QTest::qWaitFor(answers, patience))
         qFatal("no notification daemon");
 
-    feedService.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"),
-                      {QStringLiteral("--feeds"), path(QStringLiteral("feeds")),
-                       QStringLiteral("--tls"), path(QStringLiteral("tls"))});
-    if (!feedService.waitForReadyRead(patience))
-        qFatal("no feed service: %s", feedService.readAllStandardError().constData());
-    feedAddress = QString::fromUtf8(feedService.readLine().trimmed());
-    prefer(QStringLiteral("newsFeedBaseURL"), feedAddress);
+    _feedService.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"),
+                       {QStringLiteral("--feeds"), path(QStringLiteral("feeds")),
+                        QStringLiteral("--tls"), path(QStringLiteral("tls"))});
+    if (!_feedService.waitForReadyRead(patience))
+        qFatal("no feed service: %s", _feedService.readAllStandardError().constData());
+    _feedAddress = QString::fromUtf8(_feedService.readLine().trimmed());
+    prefer(QStringLiteral("newsFeedBaseURL"), _feedAddress);
     prefer(QStringLiteral("newsFeedLocale"), QStringLiteral("en"));
     // Starts the accessibility bus, which the host looks for only once.
     static_cast<void>(Assistive::tree(0));
 }
 
 Desktop::~Desktop() {
-    end(host);
-    end(feedService);
-    end(notificationDaemon);
+    end(_host);
+    end(_feedService);
+    end(_notificationDaemon);
 }
 
 void Desktop::serve(const QList<FeedEntry> &entries, const QString &language) const {
@@ -115,7 +115,7 @@ QVariant Desktop::preference(const QString &key) const {
 }
 
 void Desktop::installBrowser() const {
-    QDir(folder.path()).mkpath(QStringLiteral("data/applications"));
+    QDir(_folder.path()).mkpath(QStringLiteral("data/applications"));
     write(path(QStringLiteral("browser")), "#!/bin/sh\nprintf '%s\\n' \"$@\" >>'" +
                                                QFile::encodeName(path(QStringLiteral("opened"))) +
                                                "'\n");
@@ -136,25 +136,25 @@ QStringList Desktop::opened() const {
 
 QProcessEnvironment Desktop::environment() const {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("HOME"), folder.path());
+    environment.insert(QStringLiteral("HOME"), _folder.path());
     for (const char *name : {"CONFIG_HOME", "DATA_HOME", "STATE_HOME", "CACHE_HOME", "RUNTIME_DIR"})
         environment.insert(
             QStringLiteral("XDG_") + QLatin1String(name),
             path(QString::fromLatin1(name).section(QLatin1Char('_'), 0, 0).toLower()));
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), path(QStringLiteral("run")));
     environment.insert(QStringLiteral("QT_LINUX_ACCESSIBILITY_ALWAYS_ON"), QStringLiteral("1"));
-    for (auto each = variables.begin(); each != variables.end(); ++each)
+    for (auto each = _variables.begin(); each != _variables.end(); ++each)
         environment.insert(each.key(), each.value());
     return environment;
 }
 
 void Desktop::startHost(const QString &application) {
-    host.setProcessEnvironment(environment());
-    host.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    host.start(application + QStringLiteral("/bin/pelorin"),
-               {QStringLiteral("--trust"), path(QStringLiteral("tls/ca.pem"))});
-    if (!host.waitForStarted(patience))
-        qFatal("no host: %s", qPrintable(host.errorString()));
+    _host.setProcessEnvironment(environment());
+    _host.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    _host.start(application + QStringLiteral("/bin/pelorin"),
+                {QStringLiteral("--trust"), path(QStringLiteral("tls/ca.pem"))});
+    if (!_host.waitForStarted(patience))
+        qFatal("no host: %s", qPrintable(_host.errorString()));
 }
 
 QString Desktop::applicationWithoutWebEngine() const {
@@ -177,16 +177,16 @@ bool Desktop::quitHost() {
             patience))
         return false;
     // On a busy computer the window may get the focus only after the key was sent.
-    for (int attempt = 0; attempt < 5 && host.state() != QProcess::NotRunning; ++attempt) {
+    for (int attempt = 0; attempt < 5 && _host.state() != QProcess::NotRunning; ++attempt) {
         Screen::press(window, QStringLiteral("ctrl+q"));
-        host.waitForFinished(patience / 5);
+        _host.waitForFinished(patience / 5);
     }
-    return host.state() == QProcess::NotRunning && host.exitStatus() == QProcess::NormalExit &&
-           host.exitCode() == 0;
+    return _host.state() == QProcess::NotRunning && _host.exitStatus() == QProcess::NormalExit &&
+           _host.exitCode() == 0;
 }
 
 bool Desktop::hostWatches(const QString &watched) const {
-    const QString process = QStringLiteral("/proc/%1").arg(host.processId());
+    const QString process = QStringLiteral("/proc/%1").arg(_host.processId());
     // The search runs in the idle class. Only root may raise its priority; for other users it takes
     // longer.
     const QStringList threads = QDir(process + QStringLiteral("/task")).entryList(QDir::Dirs);

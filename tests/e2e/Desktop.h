@@ -37,7 +37,7 @@ public:
     [[nodiscard]] QVariant preference(const QString &key) const;
 
     /// Sets a variable of the host's environment, before the host starts.
-    void setVariable(const QString &name, const QString &value) { variables[name] = value; }
+    void setVariable(const QString &name, const QString &value) { _variables[name] = value; }
 
     /// Installs a default browser that writes down what it is asked to open.
     void installBrowser() const;
@@ -47,14 +47,14 @@ public:
     void startHost(const QString &application = QStringLiteral(PELORIN_APP_DIR));
     /// A copy of the application as shipped without the web engine.
     [[nodiscard]] QString applicationWithoutWebEngine() const;
-    [[nodiscard]] bool hostIsRunning() const { return host.state() == QProcess::Running; }
+    [[nodiscard]] bool hostIsRunning() const { return _host.state() == QProcess::Running; }
     /// Quits the host by its key for quitting. False if it did not exit cleanly.
     [[nodiscard]] bool quitHost();
 
     /// Whether the host watches this folder through the kernel.
     [[nodiscard]] bool hostWatches(const QString &watched) const;
 
-    [[nodiscard]] qint64 hostProcess() const { return host.processId(); }
+    [[nodiscard]] qint64 hostProcess() const { return _host.processId(); }
 
     /// The number of the host's visible window with this title; empty if there is none.
     [[nodiscard]] QString window(const QString &title) const {
@@ -68,17 +68,17 @@ public:
     [[nodiscard]] static QStringList history();
     static void actOnNotification();
 
-    [[nodiscard]] QString path(const QString &relative) const { return folder.filePath(relative); }
+    [[nodiscard]] QString path(const QString &relative) const { return _folder.filePath(relative); }
 
 private:
     [[nodiscard]] QProcessEnvironment environment() const;
 
-    QTemporaryDir folder;
-    QProcess feedService;
-    QProcess notificationDaemon;
-    QProcess host;
-    QString feedAddress;
-    QMap<QString, QString> variables;
+    QTemporaryDir _folder;
+    QProcess _feedService;
+    QProcess _notificationDaemon;
+    QProcess _host;
+    QString _feedAddress;
+    QMap<QString, QString> _variables;
 };
 
 }  // namespace pelorinnews::test

@@ -13,7 +13,7 @@ class KeysTest : public QObject {
 
 private Q_SLOTS:
     void init();
-    void cleanup() { panel.reset(); }
+    void cleanup() { _panel.reset(); }
 
     void reachTheWindowFromEveryControl();
     void countByTheirPlaceInEveryLayout();
@@ -45,22 +45,22 @@ private:
         return false;
     }
     void pressPlace(const char *key) const {
-        Screen::activate(panel->window);
+        Screen::activate(_panel->window);
         Screen::press(QLatin1String(control) + QLatin1Char('+') + QLatin1String(key));
     }
 
-    std::unique_ptr<Panel> panel;
+    std::unique_ptr<Panel> _panel;
 };
 
 void KeysTest::init() {
-    panel = std::make_unique<Panel>();
-    QVERIFY(panel->open(Panel::items(2)));
+    _panel = std::make_unique<Panel>();
+    QVERIFY(_panel->open(Panel::items(2)));
 }
 
 void KeysTest::reachTheWindowFromEveryControl() {
-    QVERIFY(panel->click("push button", "Show options"));
-    QTRY_VERIFY(panel->object("combo box", "All").is("showing"));
-    panel->clickIntoThePage();
+    QVERIFY(_panel->click("push button", "Show options"));
+    QTRY_VERIFY(_panel->object("combo box", "All").is("showing"));
+    _panel->clickIntoThePage();
     // In reading order, and back to the first.
     const QStringList order{QStringLiteral("label Item 1"),
                             QStringLiteral("push button Hide options"),
@@ -71,27 +71,27 @@ void KeysTest::reachTheWindowFromEveryControl() {
                             QStringLiteral("combo box All"),
                             QStringLiteral("label Item 1")};
     for (const QString &expected : order) {
-        QTRY_COMPARE(panel->focus(), expected);
+        QTRY_COMPARE(_panel->focus(), expected);
         QVERIFY2(copies("c"), qPrintable(expected));
-        panel->press("Tab");
+        _panel->press("Tab");
     }
     // And each of them closes the window.
     for (int steps = 0; steps < order.size() - 1; ++steps) {
-        QTRY_VERIFY(panel->isOpen());
-        panel->clickIntoThePage();
+        QTRY_VERIFY(_panel->isOpen());
+        _panel->clickIntoThePage();
         for (int step = 0; step < steps; ++step)
-            panel->press("Tab");
-        QTRY_COMPARE(panel->focus(), order[steps]);
-        panel->press(steps % 2 == 0 ? "Escape" : "ctrl+w");
-        QTRY_VERIFY2(!panel->isOpen(), qPrintable(order[steps]));
-        QVERIFY(panel->desktop.hostIsRunning());
-        QVERIFY(panel->reopen());
-        QTRY_COMPARE(panel->text(), QStringLiteral("Item 1"));
+            _panel->press("Tab");
+        QTRY_COMPARE(_panel->focus(), order[steps]);
+        _panel->press(steps % 2 == 0 ? "Escape" : "ctrl+w");
+        QTRY_VERIFY2(!_panel->isOpen(), qPrintable(order[steps]));
+        QVERIFY(_panel->desktop.hostIsRunning());
+        QVERIFY(_panel->reopen());
+        QTRY_COMPARE(_panel->text(), QStringLiteral("Item 1"));
     }
 }
 
 void KeysTest::countByTheirPlaceInEveryLayout() {
-    panel->clickIntoThePage();
+    _panel->clickIntoThePage();
     for (const char *layout : {"fr", "ru", "us(dvorak)"}) {
         const QString name = QLatin1String(layout).left(2);
         QStringList arguments{QStringLiteral("-layout"), name};
@@ -101,61 +101,61 @@ void KeysTest::countByTheirPlaceInEveryLayout() {
         QVERIFY2(copies(placeOfC), layout);
     }
     // In this layout the letter W is elsewhere, and its place has another letter.
-    Screen::press(panel->window, QStringLiteral("ctrl+w"));
+    Screen::press(_panel->window, QStringLiteral("ctrl+w"));
     QTest::qWait(1000);
-    QVERIFY(panel->isOpen());
+    QVERIFY(_panel->isOpen());
     pressPlace(placeOfW);
-    QTRY_VERIFY(!panel->isOpen());
+    QTRY_VERIFY(!_panel->isOpen());
 }
 
 void KeysTest::modifiersThatDoNotBelongMakeAnotherKey() {
-    panel->clickIntoThePage();
+    _panel->clickIntoThePage();
     Screen::clearClipboard();
     for (const char *key : {"shift+ctrl+c", "ctrl+alt+c", "super+c"})
-        panel->press(key);
+        _panel->press(key);
     for (const char *key :
          {"ctrl+shift+w", "ctrl+alt+w", "w", "shift+Escape", "alt+Escape", "ctrl+Escape"})
-        panel->press(key);
+        _panel->press(key);
     // The keys have reached the window: the focus is on the next control.
-    Screen::activate(panel->window);
-    panel->press("Tab");
-    QTRY_COMPARE(panel->focus(), QStringLiteral("push button Show options"));
-    QVERIFY(panel->isOpen());
+    Screen::activate(_panel->window);
+    _panel->press("Tab");
+    QTRY_COMPARE(_panel->focus(), QStringLiteral("push button Show options"));
+    QVERIFY(_panel->isOpen());
     QVERIFY(!Screen::clipboard(QStringLiteral("TARGETS")).contains("rtf"));
 }
 
 void KeysTest::capsLockMakesNoDifference() {
-    panel->clickIntoThePage();
-    panel->press("Caps_Lock");
+    _panel->clickIntoThePage();
+    _panel->press("Caps_Lock");
     const bool copied = copies(placeOfC);
-    panel->press("Escape");
+    _panel->press("Escape");
     Screen::press(QStringLiteral("Caps_Lock"));
     QVERIFY(copied);
-    QTRY_VERIFY(!panel->isOpen());
-    QVERIFY(panel->desktop.hostIsRunning());
+    QTRY_VERIFY(!_panel->isOpen());
+    QVERIFY(_panel->desktop.hostIsRunning());
 }
 
 void KeysTest::escapeClosesAnOpenListFirst() {
-    QVERIFY(panel->click("push button", "Show options"));
-    QTRY_VERIFY(panel->object("combo box", "All").is("showing"));
-    QVERIFY(panel->click("combo box", "All"));
-    QTRY_VERIFY(panel->listIsOpen());
+    QVERIFY(_panel->click("push button", "Show options"));
+    QTRY_VERIFY(_panel->object("combo box", "All").is("showing"));
+    QVERIFY(_panel->click("combo box", "All"));
+    QTRY_VERIFY(_panel->listIsOpen());
     Screen::press(QStringLiteral("Escape"));
-    QTRY_VERIFY(!panel->listIsOpen());
-    QVERIFY(panel->isOpen());
-    QCOMPARE(panel->focus(), QStringLiteral("combo box All"));
+    QTRY_VERIFY(!_panel->listIsOpen());
+    QVERIFY(_panel->isOpen());
+    QCOMPARE(_panel->focus(), QStringLiteral("combo box All"));
     Screen::press(QStringLiteral("Escape"));
-    QTRY_VERIFY(!panel->isOpen());
+    QTRY_VERIFY(!_panel->isOpen());
 }
 
 void KeysTest::keysOfNoUseEndInThePage() {
-    panel->clickIntoThePage();
+    _panel->clickIntoThePage();
     for (const char *key : {"x", "F7", "ctrl+j"})
-        panel->press(key);
+        _panel->press(key);
     // If a key were forwarded back and forth between page and window, it would use all CPU time:
     // two seconds have 200 kernel ticks.
     const auto ticks = [this] {
-        QFile file(QStringLiteral("/proc/%1/stat").arg(panel->desktop.hostProcess()));
+        QFile file(QStringLiteral("/proc/%1/stat").arg(_panel->desktop.hostProcess()));
         if (!file.open(QFile::ReadOnly))
             return -1000;
         const QList<QByteArray> fields = file.readAll().split(' ');

@@ -10,8 +10,8 @@ class NewsWindowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { panel = std::make_unique<Panel>(); }
-    void cleanup() { panel.reset(); }
+    void init() { _panel = std::make_unique<Panel>(); }
+    void cleanup() { _panel.reset(); }
 
     void loadsNeitherWindowNorWebEngineBeforeItIsShown();
     void opensByItselfFoldedAndPaintsTheFirstItem();
@@ -25,46 +25,46 @@ private Q_SLOTS:
 private:
     /// Whether the host's process maps a file whose name begins with this.
     [[nodiscard]] bool hasLoaded(const char *library) const {
-        QFile maps(QStringLiteral("/proc/%1/maps").arg(panel->desktop.hostProcess()));
+        QFile maps(QStringLiteral("/proc/%1/maps").arg(_panel->desktop.hostProcess()));
         if (!maps.open(QFile::ReadOnly))
             qFatal("the host's libraries cannot be read");
         return maps.readAll().contains('/' + QByteArray(library));
     }
 
-    std::unique_ptr<Panel> panel;
+    std::unique_ptr<Panel> _panel;
 };
 
 void NewsWindowTest::loadsNeitherWindowNorWebEngineBeforeItIsShown() {
-    panel->desktop.prefer(QStringLiteral("newsShowOnStart"), false);
-    panel->begin(Panel::items(2));
+    _panel->desktop.prefer(QStringLiteral("newsShowOnStart"), false);
+    _panel->begin(Panel::items(2));
     // The news has arrived, so the panel has been at work for a while.
     QTRY_COMPARE(Desktop::displayed(), 1);
     QVERIFY(hasLoaded("PelorinNews.so"));
     for (const char *library : {"PelorinNewsWeb", "libQt6WebEngine", "libQt6Quick", "libQt6Qml"})
         QVERIFY2(!hasLoaded(library), library);
-    QVERIFY(!panel->isOpen());
-    QVERIFY(panel->objects().isEmpty());
-    QVERIFY(panel->reopen());
-    QTRY_COMPARE(panel->text(), QStringLiteral("Item 1"));
+    QVERIFY(!_panel->isOpen());
+    QVERIFY(_panel->objects().isEmpty());
+    QVERIFY(_panel->reopen());
+    QTRY_COMPARE(_panel->text(), QStringLiteral("Item 1"));
     QCOMPARE(hasLoaded("PelorinNewsWeb"), !Panel::withoutWebEngine);
 }
 
 void NewsWindowTest::opensByItselfFoldedAndPaintsTheFirstItem() {
     QList<FeedEntry> news = Panel::items(2);
     news.first().html = QStringLiteral("<body bgcolor='#20c040'><p>Item 1</p></body>");
-    QVERIFY(panel->open(news));
-    QTRY_COMPARE(panel->position(), QStringLiteral("1 / 2"));
+    QVERIFY(_panel->open(news));
+    QTRY_COMPARE(_panel->position(), QStringLiteral("1 / 2"));
     // The page is painted: most of what the user sees is its background.
-    QTRY_COMPARE(Screen::colour(panel->window, QPoint(100, 150)), QByteArray("20C040"));
+    QTRY_COMPARE(Screen::colour(_panel->window, QPoint(100, 150)), QByteArray("20C040"));
     QCOMPARE(hasLoaded("libQt6WebEngineCore"), !Panel::withoutWebEngine);
 
     // 1440 / 2.5 wide with its frame, since the description is narrower. As high as described,
     // which is more than 900 / 2.5, minus the 38 of the folded options.
-    const QMargins frame = Screen::frame(panel->window);
+    const QMargins frame = Screen::frame(_panel->window);
     const QSize folded(576 - frame.left() - frame.right(), 460 - 38);
-    QTRY_COMPARE(Screen::geometry(panel->window).size(), folded);
-    QVERIFY(panel->object("label", "Show options").is("showing"));
-    QCOMPARE(panel->object("combo box", "All").role, QString());
+    QTRY_COMPARE(Screen::geometry(_panel->window).size(), folded);
+    QVERIFY(_panel->object("label", "Show options").is("showing"));
+    QCOMPARE(_panel->object("combo box", "All").role, QString());
 }
 
 void NewsWindowTest::opensByItselfWhateverTheFormats_data() {
@@ -83,11 +83,11 @@ void NewsWindowTest::opensByItselfWhateverTheFormats_data() {
 void NewsWindowTest::opensByItselfWhateverTheFormats() {
     QFETCH(const QStringList, variables);
     QFETCH(const QString, feedLanguage);
-    panel->setLanguage(variables, feedLanguage);
+    _panel->setLanguage(variables, feedLanguage);
     // The names of months and days depend on the language.
     QList<FeedEntry> news = Panel::items(1);
     news.first().date = QDateTime(QDate(2024, 5, 15), QTime(10, 0), Qt::UTC);
-    QVERIFY(panel->open(news));
+    QVERIFY(_panel->open(news));
 }
 
 void NewsWindowTest::closesOnItsKeysAndOpensAsItWas_data() {
@@ -98,47 +98,47 @@ void NewsWindowTest::closesOnItsKeysAndOpensAsItWas_data() {
 
 void NewsWindowTest::closesOnItsKeysAndOpensAsItWas() {
     QFETCH(const QByteArray, key);
-    QVERIFY(panel->open(Panel::items(3)));
-    QVERIFY(panel->click("push button", "Next news item"));
-    QTRY_COMPARE(panel->text(), QStringLiteral("Item 2"));
+    QVERIFY(_panel->open(Panel::items(3)));
+    QVERIFY(_panel->click("push button", "Next news item"));
+    QTRY_COMPARE(_panel->text(), QStringLiteral("Item 2"));
     const QSize size(640, 420);
-    Screen::resize(panel->window, size);
-    QTRY_COMPARE(Screen::geometry(panel->window).size(), size);
+    Screen::resize(_panel->window, size);
+    QTRY_COMPARE(Screen::geometry(_panel->window).size(), size);
 
-    panel->clickIntoThePage();
-    panel->press(key.constData());
-    QTRY_VERIFY(!panel->isOpen());
-    QVERIFY(panel->desktop.hostIsRunning());
+    _panel->clickIntoThePage();
+    _panel->press(key.constData());
+    QTRY_VERIFY(!_panel->isOpen());
+    QVERIFY(_panel->desktop.hostIsRunning());
 
     // It starts again from the first item, in the size that the user chose.
-    QVERIFY(panel->reopen());
-    QTRY_COMPARE(panel->text(), QStringLiteral("Item 1"));
-    QCOMPARE(panel->position(), QStringLiteral("1 / 3"));
-    QCOMPARE(Screen::geometry(panel->window).size(), size);
-    QVERIFY(panel->desktop.quitHost());
+    QVERIFY(_panel->reopen());
+    QTRY_COMPARE(_panel->text(), QStringLiteral("Item 1"));
+    QCOMPARE(_panel->position(), QStringLiteral("1 / 3"));
+    QCOMPARE(Screen::geometry(_panel->window).size(), size);
+    QVERIFY(_panel->desktop.quitHost());
 }
 
 void NewsWindowTest::keepsItsItemWhenTheFocusComesBack() {
-    QVERIFY(panel->open(Panel::items(3)));
-    QVERIFY(panel->click("push button", "Previous news item"));
-    QTRY_COMPARE(panel->text(), QStringLiteral("Item 3"));
-    Screen::activate(panel->desktop.window(QStringLiteral("Pelorin")));
+    QVERIFY(_panel->open(Panel::items(3)));
+    QVERIFY(_panel->click("push button", "Previous news item"));
+    QTRY_COMPARE(_panel->text(), QStringLiteral("Item 3"));
+    Screen::activate(_panel->desktop.window(QStringLiteral("Pelorin")));
     QTRY_COMPARE(Screen::activeTitle(), QStringLiteral("Pelorin"));
-    Screen::activate(panel->window);
-    QTRY_COMPARE(panel->focus(), QStringLiteral("push button Previous news item"));
-    QCOMPARE(panel->text(), QStringLiteral("Item 3"));
-    QCOMPARE(panel->position(), QStringLiteral("3 / 3"));
+    Screen::activate(_panel->window);
+    QTRY_COMPARE(_panel->focus(), QStringLiteral("push button Previous news item"));
+    QCOMPARE(_panel->text(), QStringLiteral("Item 3"));
+    QCOMPARE(_panel->position(), QStringLiteral("3 / 3"));
 }
 
 void NewsWindowTest::copiesTheWholeItemAsRichTextAlone() {
     QList<FeedEntry> news = Panel::items(1);
     news.first().html = QStringLiteral(
         "<p style='font-size:40px'>Here a <b>lighthouse</b> burns</p><p>and fog lifts</p>");
-    QVERIFY(panel->open(news));
+    QVERIFY(_panel->open(news));
     // A part of the first line is selected.
-    const QPoint corner = panel->content().place.topLeft();
+    const QPoint corner = _panel->content().place.topLeft();
     Screen::drag(corner + QPoint(15, 70), corner + QPoint(200, 70));
-    panel->press("ctrl+c");
+    _panel->press("ctrl+c");
     const QString rtf = QStringLiteral("text/rtf");
     QTRY_VERIFY(Screen::clipboard(rtf).startsWith("{\\rtf1"));
     for (const char *part : {"Here", "lighthouse", "burns", "fog lifts"})

@@ -8,8 +8,8 @@ class OptionsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { panel = std::make_unique<Panel>(); }
-    void cleanup() { panel.reset(); }
+    void init() { _panel = std::make_unique<Panel>(); }
+    void cleanup() { _panel.reset(); }
 
     void nothingAboveTheOptionsMoves();
     void pressingAgainWhileItMovesEndsWhereItBegan();
@@ -22,27 +22,27 @@ private:
 
     /// Whether the host's window opens, with the options folded.
     [[nodiscard]] bool opens() const {
-        return panel->open(Panel::items(2)) &&
+        return _panel->open(Panel::items(2)) &&
                QTest::qWaitFor([this] { return isFolded(); }, testPatience);
     }
 
-    [[nodiscard]] QRect window() const { return Screen::geometry(panel->window); }
+    [[nodiscard]] QRect window() const { return Screen::geometry(_panel->window); }
     [[nodiscard]] Assistive::Object triangle() const {
-        const Assistive::Object folded = panel->object("push button", "Show options");
-        return folded.role.isEmpty() ? panel->object("push button", "Hide options") : folded;
+        const Assistive::Object folded = _panel->object("push button", "Show options");
+        return folded.role.isEmpty() ? _panel->object("push button", "Hide options") : folded;
     }
     [[nodiscard]] bool isOpen() const {
-        return panel->object("push button", "Hide options").is("expanded") &&
-               panel->object("combo box", "All").is("showing");
+        return _panel->object("push button", "Hide options").is("expanded") &&
+               _panel->object("combo box", "All").is("showing");
     }
     [[nodiscard]] bool isFolded() const {
-        return panel->object("push button", "Show options").is("collapsed") &&
-               panel->object("combo box", "All").role.isEmpty();
+        return _panel->object("push button", "Show options").is("collapsed") &&
+               _panel->object("combo box", "All").role.isEmpty();
     }
     /// The screen positions of the content view and of the six controls above the options.
     [[nodiscard]] QList<QRect> above() const {
-        QList<QRect> all{panel->content().place, triangle().place};
-        for (const auto &each : panel->objects()) {
+        QList<QRect> all{_panel->content().place, triangle().place};
+        for (const auto &each : _panel->objects()) {
             if (each.is("showing") && (each.name.endsWith(QStringLiteral("news item")) ||
                                        each.name == QLatin1String("Show news on start") ||
                                        each.name == QLatin1String("1 / 2")))
@@ -55,13 +55,13 @@ private:
         return all;
     }
 
-    std::unique_ptr<Panel> panel;
+    std::unique_ptr<Panel> _panel;
 };
 
 void OptionsTest::nothingAboveTheOptionsMoves() {
     QVERIFY(opens());
     const QRect folded = window();
-    const QMargins frame = Screen::frame(panel->window);
+    const QMargins frame = Screen::frame(_panel->window);
     const QList<QRect> before = above();
     QCOMPARE(before.size(), 7);
 
@@ -70,7 +70,7 @@ void OptionsTest::nothingAboveTheOptionsMoves() {
     QCOMPARE(window(), folded.adjusted(0, 0, 0, foldHeight));
     QCOMPARE(above(), before);
     for (const char *name : {"All news", "All"}) {
-        const QRect menu = panel->object("combo box", name).place;
+        const QRect menu = _panel->object("combo box", name).place;
         QVERIFY(menu.top() > folded.bottom() - foldHeight);
         QVERIFY(menu.bottom() <= folded.bottom() + foldHeight);
     }
@@ -79,13 +79,13 @@ void OptionsTest::nothingAboveTheOptionsMoves() {
     QTRY_VERIFY(isFolded());
     QCOMPARE(window(), folded);
     QCOMPARE(above(), before);
-    QCOMPARE(Screen::frame(panel->window), frame);
+    QCOMPARE(Screen::frame(_panel->window), frame);
 
     // The same by keyboard and through assistive software.
-    panel->press("space");
+    _panel->press("space");
     QTRY_VERIFY(isOpen());
     QCOMPARE(window(), folded.adjusted(0, 0, 0, foldHeight));
-    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Hide options"));
+    Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Hide options"));
     QTRY_VERIFY(isFolded());
     QCOMPARE(window(), folded);
     QCOMPARE(above(), before);
@@ -97,13 +97,13 @@ void OptionsTest::pressingAgainWhileItMovesEndsWhereItBegan() {
     const QList<QRect> before = above();
     // Both within the fifth of a second that the folding takes.
     Screen::click(triangle().place.center());
-    Screen::activate(panel->window);
+    Screen::activate(_panel->window);
     Screen::press(QStringLiteral("space"));
     QTRY_VERIFY(isFolded());
     QTRY_COMPARE(window(), folded);
     QCOMPARE(above(), before);
     // Three presses leave it open.
-    panel->press("space");
+    _panel->press("space");
     Screen::press(QStringLiteral("space"));
     Screen::press(QStringLiteral("space"));
     QTRY_VERIFY(isOpen());
@@ -116,7 +116,7 @@ void OptionsTest::aSizeGivenByHandInBetweenStays() {
     Screen::click(triangle().place.center());
     QTRY_VERIFY(isOpen());
     const QPoint corner = window().topLeft();
-    Screen::resize(panel->window, QSize(700, 500));
+    Screen::resize(_panel->window, QSize(700, 500));
     QTRY_COMPARE(window(), QRect(corner, QSize(700, 500)));
     QList<QRect> before;
     const auto laidOut = [&] {
@@ -129,7 +129,7 @@ void OptionsTest::aSizeGivenByHandInBetweenStays() {
     QTRY_VERIFY(isFolded());
     QCOMPARE(window(), QRect(corner, QSize(700, 500 - foldHeight)));
     QCOMPARE(above(), before);
-    Screen::resize(panel->window, QSize(640, 400));
+    Screen::resize(_panel->window, QSize(640, 400));
     QTRY_COMPARE(window(), QRect(corner, QSize(640, 400)));
     Screen::click(triangle().place.center());
     QTRY_VERIFY(isOpen());
@@ -141,9 +141,9 @@ void OptionsTest::closingWhileItMovesLeavesNothingHalfDone() {
     const QSize folded = window().size();
     const QPoint place = triangle().place.center();
     Screen::click(place);
-    panel->press("Escape");
-    QTRY_VERIFY(!panel->isOpen());
-    QVERIFY(panel->reopen());
+    _panel->press("Escape");
+    QTRY_VERIFY(!_panel->isOpen());
+    QVERIFY(_panel->reopen());
     QTRY_VERIFY(isOpen());
     QCOMPARE(window().size(), folded + QSize(0, foldHeight));
     Screen::click(triangle().place.center());
@@ -152,17 +152,17 @@ void OptionsTest::closingWhileItMovesLeavesNothingHalfDone() {
 }
 
 void OptionsTest::atTwiceTheSizeItMovesTwiceAsFar() {
-    panel->desktop.setVariable(QStringLiteral("QT_SCALE_FACTOR"), QStringLiteral("2"));
+    _panel->desktop.setVariable(QStringLiteral("QT_SCALE_FACTOR"), QStringLiteral("2"));
     QVERIFY(opens());
     const QRect folded = window();
     const QList<QRect> before = above();
     // As wide as described, in screen pixels.
     QCOMPARE(folded.width(), 2 * 560);
-    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Show options"));
+    Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Show options"));
     QTRY_VERIFY(isOpen());
     QCOMPARE(window(), folded.adjusted(0, 0, 0, 2 * foldHeight));
     QCOMPARE(above(), before);
-    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Hide options"));
+    Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Hide options"));
     QTRY_VERIFY(isFolded());
     QCOMPARE(window(), folded);
     QCOMPARE(above(), before);

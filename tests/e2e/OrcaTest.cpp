@@ -19,43 +19,43 @@ private:
     /// Whether it speaks all of this after an action.
     template <class Action>
     [[nodiscard]] bool says(const QStringList &texts, Action action) const {
-        const qsizetype before = reader->spoken().size();
+        const qsizetype before = _reader->spoken().size();
         action();
         for (const QString &text : texts) {
-            if (!reader->says(text, before)) {
-                qWarning() << "instead:" << reader->spoken().mid(before);
+            if (!_reader->says(text, before)) {
+                qWarning() << "instead:" << _reader->spoken().mid(before);
                 return false;
             }
         }
         return true;
     }
     [[nodiscard]] bool says(const QStringList &texts, const char *key) const {
-        return says(texts, [this, key] { panel->press(key); });
+        return says(texts, [this, key] { _panel->press(key); });
     }
 
-    std::unique_ptr<Panel> panel;
-    std::unique_ptr<ScreenReader> reader;
+    std::unique_ptr<Panel> _panel;
+    std::unique_ptr<ScreenReader> _reader;
 };
 
 void OrcaTest::init() {
-    panel = std::make_unique<Panel>();
-    reader = std::make_unique<ScreenReader>();
+    _panel = std::make_unique<Panel>();
+    _reader = std::make_unique<ScreenReader>();
     // Orca hears events from its first utterance on.
-    QVERIFY(reader->says(QStringLiteral("Screen reader on."), 0));
+    QVERIFY(_reader->says(QStringLiteral("Screen reader on."), 0));
     QList<FeedEntry> news = Panel::items(2);
     news.last().category = QStringLiteral("mac pelorin critical");
     QVERIFY(says({QStringLiteral("Pelorin News frame."), QStringLiteral("Item 1 label.")},
-                 [&] { QVERIFY(panel->open(news)); }));
+                 [&] { QVERIFY(_panel->open(news)); }));
 }
 
 void OrcaTest::cleanup() {
-    reader.reset();
-    panel.reset();
+    _reader.reset();
+    _panel.reset();
 }
 
 void OrcaTest::speaksTheItemsAndTheControls() {
     QVERIFY(says({QStringLiteral("Item 2 label.")}, [this] {
-        Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Next news item"));
+        Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Next news item"));
     }));
     QVERIFY(says({QStringLiteral("Show options collapsed push button.")}, "Tab"));
     QVERIFY(says({QStringLiteral("Hide options expanded push button.")}, "space"));
@@ -66,13 +66,13 @@ void OrcaTest::speaksTheItemsAndTheControls() {
 }
 
 void OrcaTest::speaksWhatIsChosenInTheMenus() {
-    Assistive::press(panel->desktop.hostProcess(), QStringLiteral("Show options"));
-    QTRY_VERIFY(panel->object("combo box", "All").is("showing"));
+    Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Show options"));
+    QTRY_VERIFY(_panel->object("combo box", "All").is("showing"));
     const QString type = QStringLiteral("Type: combo box.");
     const QString show = QStringLiteral("Show: combo box.");
     QVERIFY(says({type, QStringLiteral("All news.")}, "alt+t"));
     QVERIFY(says({type, QStringLiteral("Critical only.")}, "Down"));
-    QTRY_COMPARE(panel->position(), QStringLiteral("1 / 1"));
+    QTRY_COMPARE(_panel->position(), QStringLiteral("1 / 1"));
     QVERIFY(says({type, QStringLiteral("All news.")}, "Up"));
     QVERIFY(says({show, QStringLiteral("All.")}, "Tab"));
     QVERIFY(says({show, QStringLiteral("Last 30 days.")}, "Up"));

@@ -32,11 +32,11 @@ void Panel::setLanguage(const QStringList &variables, const QString &feedLanguag
     for (const QString &variable : variables)
         desktop.setVariable(variable.section(u'=', 0, 0), variable.section(u'=', 1));
     desktop.prefer(QStringLiteral("newsFeedLocale"), {});
-    language = feedLanguage;
+    _language = feedLanguage;
 }
 
 void Panel::begin(const QList<FeedEntry> &news) {
-    desktop.serve(news, language);
+    desktop.serve(news, _language);
     if (withoutWebEngine)
         desktop.startHost(desktop.applicationWithoutWebEngine());
     else

@@ -54,7 +54,7 @@ public:
     QString window;
 
 private:
-    QString language = QStringLiteral("en");
+    QString _language = QStringLiteral("en");
 };
 
 }  // namespace pelorinnews::test

@@ -43,44 +43,44 @@ private Q_SLOTS:
     void tellsWhyThereIsNoPanel();
 
 private:
-    QString at(const char *path) const { return folder->filePath(QLatin1String(path)); }
+    QString at(const char *path) const { return _folder->filePath(QLatin1String(path)); }
     void start(const QStringList &wrapper = {});
     QString window(const char *title) const {
-        return Screen::window(editor.processId(), QLatin1String(title));
+        return Screen::window(_editor.processId(), QLatin1String(title));
     }
 
-    std::unique_ptr<QTemporaryDir> folder;
-    FeedServer server;
-    QProcess editor;
+    std::unique_ptr<QTemporaryDir> _folder;
+    FeedServer _server;
+    QProcess _editor;
 };
 
 void ReadmeExampleTest::init() {
-    folder = std::make_unique<QTemporaryDir>();
+    _folder = std::make_unique<QTemporaryDir>();
     copy(QStringLiteral(PELORIN_EXAMPLE), at("bin/editor"));
 }
 
 void ReadmeExampleTest::cleanup() {
-    if (editor.state() != QProcess::NotRunning) {
-        editor.terminate();
-        if (!editor.waitForFinished(5000))
-            editor.kill();
-        editor.waitForFinished();
+    if (_editor.state() != QProcess::NotRunning) {
+        _editor.terminate();
+        if (!_editor.waitForFinished(5000))
+            _editor.kill();
+        _editor.waitForFinished();
     }
-    server.stop();
-    server.clearRequests();
-    folder.reset();
+    _server.stop();
+    _server.clearRequests();
+    _folder.reset();
 }
 
 void ReadmeExampleTest::start(const QStringList &wrapper) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("EXAMPLE_FEED"), server.feedAddress());
+    environment.insert(QStringLiteral("EXAMPLE_FEED"), _server.feedAddress());
     // The panel remembers what was seen, so each run gets a user of its own.
     for (const char *name : {"CONFIG", "DATA", "STATE", "CACHE"})
         environment.insert(QStringLiteral("XDG_%1_HOME").arg(QLatin1String(name)), at(name));
-    editor.setProcessEnvironment(environment);
+    _editor.setProcessEnvironment(environment);
     const QStringList command = wrapper + QStringList(at("bin/editor"));
-    editor.start(command.first(), command.mid(1));
-    QVERIFY(editor.waitForStarted());
+    _editor.start(command.first(), command.mid(1));
+    QVERIFY(_editor.waitForStarted());
 }
 
 void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed_data() {
@@ -97,27 +97,27 @@ void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed() {
     QFETCH(const QStringList, wrapper);
     copy(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin"), at("lib/pelorin"));
     copy(QStringLiteral(PELORIN_APP_DIR "/share/pelorin-news"), at("share/pelorin-news"));
-    QVERIFY(server.start());
+    QVERIFY(_server.start());
     FeedReply reply;
     reply.body = FeedTemplate::render(feed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
-    server.setReply(reply);
+    _server.setReply(reply);
     start(wrapper);
-    QVERIFY(server.waitForRequests(1, std::chrono::milliseconds(testPatience)));
+    QVERIFY(_server.waitForRequests(1, std::chrono::milliseconds(testPatience)));
     // The panel opens its news window by itself.
     QTRY_VERIFY(!window("Pelorin News").isEmpty());
     Screen::press(window("Pelorin News"), QStringLiteral("Escape"));
     QTRY_VERIFY(window("Pelorin News").isEmpty());
     QTRY_VERIFY(!window("editor").isEmpty());
-    QCOMPARE(editor.state(), QProcess::Running);
+    QCOMPARE(_editor.state(), QProcess::Running);
 
     if (panelIsOpen) {
         Screen::press(window("editor"), QStringLiteral("space"));
         QTRY_VERIFY(!window("Pelorin News").isEmpty());
     }
     Screen::press(window("editor"), QStringLiteral("alt+F4"));
-    QVERIFY(editor.waitForFinished());
-    QCOMPARE(editor.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(editor.exitCode(), 0);
+    QVERIFY(_editor.waitForFinished());
+    QCOMPARE(_editor.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(_editor.exitCode(), 0);
 }
 
 void ReadmeExampleTest::tellsWhyThereIsNoPanel_data() {
@@ -139,10 +139,10 @@ void ReadmeExampleTest::tellsWhyThereIsNoPanel() {
     if (!module.isEmpty())
         copy(module, at("lib/pelorin/PelorinNews.so"));
     start();
-    QVERIFY(editor.waitForFinished());
-    QCOMPARE(editor.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(editor.exitCode(), 1);
-    const QByteArray told = editor.readAllStandardError();
+    QVERIFY(_editor.waitForFinished());
+    QCOMPARE(_editor.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(_editor.exitCode(), 1);
+    const QByteArray told = _editor.readAllStandardError();
     QVERIFY2(told.contains(reason), told.constData());
     QCOMPARE(told.count('\n'), 1);
 }

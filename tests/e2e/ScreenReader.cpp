@@ -8,28 +8,28 @@ namespace pelorinnews::test {
 
 ScreenReader::ScreenReader() {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("HOME"), folder.path());
+    environment.insert(QStringLiteral("HOME"), _folder.path());
     for (const char *name : {"CONFIG", "DATA", "STATE", "CACHE"})
-        environment.insert(QStringLiteral("XDG_%1_HOME").arg(QLatin1String(name)), folder.path());
+        environment.insert(QStringLiteral("XDG_%1_HOME").arg(QLatin1String(name)), _folder.path());
     environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
     environment.insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("memory"));
-    process.setProcessEnvironment(environment);
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(QStringLiteral(PELORIN_TEST_DATA "/orca"), {folder.path()});
-    if (!process.waitForStarted(testPatience))
-        qFatal("no screen reader: %s", qPrintable(process.errorString()));
+    _process.setProcessEnvironment(environment);
+    _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    _process.start(QStringLiteral(PELORIN_TEST_DATA "/orca"), {_folder.path()});
+    if (!_process.waitForStarted(testPatience))
+        qFatal("no screen reader: %s", qPrintable(_process.errorString()));
 }
 
 ScreenReader::~ScreenReader() {
-    process.terminate();
-    if (!process.waitForFinished(10000)) {
-        process.kill();
-        process.waitForFinished();
+    _process.terminate();
+    if (!_process.waitForFinished(10000)) {
+        _process.kill();
+        _process.waitForFinished();
     }
 }
 
 QStringList ScreenReader::spoken() const {
-    QFile log(folder.filePath(QStringLiteral("log")));
+    QFile log(_folder.filePath(QStringLiteral("log")));
     if (!log.open(QFile::ReadOnly))
         return {};
     static const QRegularExpression entry(QStringLiteral("SPEECH OUTPUT: '(.*?)'[^']*(\\{.*)?\\n"));

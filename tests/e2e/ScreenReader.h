@@ -22,8 +22,8 @@ public:
     [[nodiscard]] bool says(const QString &text, qsizetype heard) const;
 
 private:
-    QTemporaryDir folder;
-    QProcess process;
+    QTemporaryDir _folder;
+    QProcess _process;
 };
 
 }  // namespace pelorinnews::test

@@ -78,43 +78,43 @@ private Q_SLOTS:
     void theLoggerReceivesNoMessageOfTheCache();
 
 private:
-    NewsPlugin *plugin = nullptr;
-    std::unique_ptr<FeedServer> server;
-    std::shared_ptr<NewsController> controller;
+    NewsPlugin *_plugin = nullptr;
+    std::unique_ptr<FeedServer> _server;
+    std::shared_ptr<NewsController> _controller;
 };
 
 void NewsControllerTest::initTestCase() {
     QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
-    plugin = qobject_cast<NewsPlugin *>(loader.instance());
-    QVERIFY2(plugin, qPrintable(loader.errorString()));
-    plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
-                             QStringLiteral("Pelorin")});
+    _plugin = qobject_cast<NewsPlugin *>(loader.instance());
+    QVERIFY2(_plugin, qPrintable(loader.errorString()));
+    _plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
+                              QStringLiteral("Pelorin")});
 }
 
 void NewsControllerTest::init() {
-    server = std::make_unique<FeedServer>();
-    QVERIFY(server->start());
+    _server = std::make_unique<FeedServer>();
+    QVERIFY(_server->start());
     QSettings preferences(QStringLiteral("Olvane"), QStringLiteral("Pelorin"));
-    preferences.setValue(QStringLiteral("newsFeedBaseURL"), server->feedAddress());
+    preferences.setValue(QStringLiteral("newsFeedBaseURL"), _server->feedAddress());
     preferences.setValue(QStringLiteral("newsShowOnStart"), false);
     preferences.sync();
-    controller = plugin->init();
-    QVERIFY(controller);
-    QVERIFY(server->waitForRequests(1));
+    _controller = _plugin->init();
+    QVERIFY(_controller);
+    QVERIFY(_server->waitForRequests(1));
 }
 
 void NewsControllerTest::cleanup() {
-    if (controller)
-        controller->exit();
-    controller.reset();
-    server.reset();
+    if (_controller)
+        _controller->exit();
+    _controller.reset();
+    _server.reset();
     QCoreApplication::processEvents();
 }
 
 void NewsControllerTest::successLeavesTheErrorPlaceUntouched() {
     const Error before = {QStringLiteral("mine"), 7, {{QStringLiteral("k"), 1}}};
     Error error = before;
-    const auto another = plugin->init(&error);
+    const auto another = _plugin->init(&error);
     QVERIFY(another);
     QCOMPARE(error, before);
     another->exit();
@@ -125,38 +125,38 @@ void NewsControllerTest::keepsTheDelegateAliveUntilAnotherOrItsOwnEnd() {
     auto second = std::make_shared<QString>();
     const std::weak_ptr<int> watchedFirst = first;
     const std::weak_ptr<QString> watchedSecond = second;
-    controller->setDelegate(std::move(first));
+    _controller->setDelegate(std::move(first));
     QVERIFY(!watchedFirst.expired());
-    controller->setDelegate(std::move(second));
+    _controller->setDelegate(std::move(second));
     QVERIFY(watchedFirst.expired());
     QVERIFY(!watchedSecond.expired());
-    controller->exit();
+    _controller->exit();
     QVERIFY(!watchedSecond.expired());
-    controller.reset();
+    _controller.reset();
     QVERIFY(watchedSecond.expired());
 }
 
 void NewsControllerTest::letsGoOfTheDelegateBeforeTheWindowController() {
-    controller->show();
+    _controller->show();
     const QPointer<QWidget> window = newsWindow();
     bool windowIsThere = false;
-    controller->setDelegate(std::make_shared<Delegate>(window, windowIsThere));
-    QTRY_COMPARE(controller.use_count(), 1);
+    _controller->setDelegate(std::make_shared<Delegate>(window, windowIsThere));
+    QTRY_COMPARE(_controller.use_count(), 1);
     // The window's pending tasks have run, and only the entry object holds the controller.
     QTRY_VERIFY(window->isActiveWindow());
     QCoreApplication::processEvents();
-    controller->exit();
+    _controller->exit();
     QCoreApplication::processEvents();
-    controller.reset();
+    _controller.reset();
     QVERIFY(windowIsThere);
     QTRY_VERIFY(!window);
 }
 
 void NewsControllerTest::showsAtOnceAndBringsForwardOnceForEachCall() {
-    controller->show();
+    _controller->show();
     QVERIFY(newsWindow());
     QVERIFY(newsWindow()->isVisible());
-    controller->show();
+    _controller->show();
     Closer closer;
     newsWindow()->close();
     newsWindow()->installEventFilter(&closer);
@@ -166,24 +166,24 @@ void NewsControllerTest::showsAtOnceAndBringsForwardOnceForEachCall() {
 }
 
 void NewsControllerTest::showAfterExitShowsTheWindowAgain() {
-    controller->show();
-    controller->exit();
+    _controller->show();
+    _controller->exit();
     QCoreApplication::processEvents();
     newsWindow()->close();
-    controller->show();
+    _controller->show();
     QVERIFY(newsWindow()->isVisible());
     QCoreApplication::processEvents();
     newsWindow()->close();
 }
 
 void NewsControllerTest::whatShowPostedRunsAfterExitAndRelease() {
-    controller->show();
+    _controller->show();
     const QPointer<QWidget> window = newsWindow();
-    controller->exit();
+    _controller->exit();
     QVERIFY(!window->isVisible());
     Closer closer;
     window->installEventFilter(&closer);
-    controller.reset();
+    _controller.reset();
     QCoreApplication::processEvents();
     QCOMPARE(closer.shown, 1);
     QTRY_VERIFY(!window);
@@ -191,12 +191,12 @@ void NewsControllerTest::whatShowPostedRunsAfterExitAndRelease() {
 
 void NewsControllerTest::theLoggerReceivesNoMessageOfTheCache() {
     const auto logger = std::make_shared<RecordingLogger>();
-    controller->setLogger(logger);
-    controller->show();
+    _controller->setLogger(logger);
+    _controller->show();
     // The service has no feed, so every refresh fails.
     QSettings(QStringLiteral("Olvane"), QStringLiteral("Pelorin"))
         .setValue(QStringLiteral("newsRefreshInterval"), 1);
-    const auto another = plugin->init();
+    const auto another = _plugin->init();
     another->setLogger(logger);
     QTRY_VERIFY_WITH_TIMEOUT(logger->entries().size() >= 2, 15000);
     another->exit();

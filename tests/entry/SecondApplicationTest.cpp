@@ -50,7 +50,7 @@ private:
     /// whether the web engine painted it.
     void show(bool *isWeb);
 
-    FeedServer server;
+    FeedServer _server;
 };
 
 void SecondApplicationTest::show(bool *isWeb) {
@@ -60,10 +60,10 @@ void SecondApplicationTest::show(bool *isWeb) {
     QVERIFY2(plugin, qPrintable(loader.errorString()));
     plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
                              QStringLiteral("Pelorin")});
-    server.clearRequests();
+    _server.clearRequests();
     const auto controller = plugin->init();
     QVERIFY(controller);
-    QVERIFY(server.waitForRequests(1, std::chrono::milliseconds(testPatience)));
+    QVERIFY(_server.waitForRequests(1, std::chrono::milliseconds(testPatience)));
     controller->show();
     QTRY_VERIFY(newsWindow() && newsWindow()->isVisible());
     *isWeb = !newsWindow()->findChild<QTextBrowser *>();
@@ -72,12 +72,12 @@ void SecondApplicationTest::show(bool *isWeb) {
 }
 
 void SecondApplicationTest::showsItsNewsUnderEachApplication() {
-    QVERIFY(server.start());
+    QVERIFY(_server.start());
     FeedReply reply;
     reply.body = FeedTemplate::render(feed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
-    server.setReply(reply);
+    _server.setReply(reply);
     QSettings preferences(QStringLiteral("Olvane"), QStringLiteral("Pelorin"));
-    preferences.setValue(QStringLiteral("newsFeedBaseURL"), server.feedAddress());
+    preferences.setValue(QStringLiteral("newsFeedBaseURL"), _server.feedAddress());
     preferences.setValue(QStringLiteral("newsShowOnStart"), false);
     preferences.sync();
 

@@ -40,13 +40,13 @@ double timeAtWork() {
 class LoopWatch {
 public:
     LoopWatch() {
-        timer.setTimerType(Qt::PreciseTimer);
-        timer.setInterval(1ms);
-        QObject::connect(&timer, &QTimer::timeout, [this] { tick(); });
-        clock.start();
-        queued = timeInTheQueue();
-        worked = timeAtWork();
-        timer.start();
+        _timer.setTimerType(Qt::PreciseTimer);
+        _timer.setInterval(1ms);
+        QObject::connect(&_timer, &QTimer::timeout, [this] { tick(); });
+        _clock.start();
+        _queued = timeInTheQueue();
+        _worked = timeAtWork();
+        _timer.start();
     }
 
     double longestBlock = 0;
@@ -55,46 +55,46 @@ public:
 
 private:
     void tick() {
-        const double passed = static_cast<double>(clock.nsecsElapsed()) / 1e6;
+        const double passed = static_cast<double>(_clock.nsecsElapsed()) / 1e6;
         const double waited = timeInTheQueue();
-        longestBlock = std::max(longestBlock, passed - last);
-        longestOwnBlock = std::max(longestOwnBlock, passed - last - (waited - queued));
-        last = passed;
-        queued = waited;
+        longestBlock = std::max(longestBlock, passed - _last);
+        longestOwnBlock = std::max(longestOwnBlock, passed - _last - (waited - _queued));
+        _last = passed;
+        _queued = waited;
         const double work = timeAtWork();
-        longestWork = std::max(longestWork, work - worked);
-        worked = work;
+        longestWork = std::max(longestWork, work - _worked);
+        _worked = work;
     }
 
-    QTimer timer;
-    QElapsedTimer clock;
-    double last = 0;
-    double queued = 0;
-    double worked = 0;
+    QTimer _timer;
+    QElapsedTimer _clock;
+    double _last = 0;
+    double _queued = 0;
+    double _worked = 0;
 };
 
 /// The result of a refresh, passed from the completion callback's thread to this one.
 class Ending {
 public:
     void set(const std::optional<Error> &outcome) {
-        const std::lock_guard lock(mutex);
-        came = true;
-        heard = outcome;
+        const std::lock_guard lock(_mutex);
+        _came = true;
+        _heard = outcome;
     }
     [[nodiscard]] bool hasCome() const {
-        const std::lock_guard lock(mutex);
-        return came;
+        const std::lock_guard lock(_mutex);
+        return _came;
     }
     /// Until the completion callback has run: an error that says so.
     [[nodiscard]] std::optional<Error> error() const {
-        const std::lock_guard lock(mutex);
-        return heard;
+        const std::lock_guard lock(_mutex);
+        return _heard;
     }
 
 private:
-    mutable std::mutex mutex;
-    bool came = false;
-    std::optional<Error> heard = Error{QStringLiteral("no end"), 0, {}};
+    mutable std::mutex _mutex;
+    bool _came = false;
+    std::optional<Error> _heard = Error{QStringLiteral("no end"), 0, {}};
 };
 
 }  // namespace
@@ -124,32 +124,32 @@ private:
     /// would.
     std::optional<Error> refreshUnderWatch(LoopWatch &watch);
 
-    FeedServer server;
-    std::shared_ptr<OlvNewsCacheFiltered> cache;
+    FeedServer _server;
+    std::shared_ptr<OlvNewsCacheFiltered> _cache;
 };
 
 void BigFeedTest::initTestCase() {
     HostBundle::setIdentity({"com.example.BigFeedTest", {}, {}});
-    QVERIFY(server.start());
+    QVERIFY(_server.start());
     FeedReply big;
     big.generatedBytes = thirtyMegabytes;
-    server.setReply(big);
-    cache = std::make_shared<OlvNewsCacheFiltered>(std::make_shared<NetworkUrlLoader>());
-    cache->setFeedBaseURL(server.feedAddress());
-    cache->setDesiredLocale(QStringLiteral("en"));
+    _server.setReply(big);
+    _cache = std::make_shared<OlvNewsCacheFiltered>(std::make_shared<NetworkUrlLoader>());
+    _cache->setFeedBaseURL(_server.feedAddress());
+    _cache->setDesiredLocale(QStringLiteral("en"));
 }
 
 std::optional<Error> BigFeedTest::refreshUnderWatch(LoopWatch &watch) {
     // Shared with the completion callback, which runs on another thread, perhaps after this
     // function gave up.
     const auto ending = std::make_shared<Ending>();
-    cache->refresh([ending](const std::optional<Error> &outcome) { ending->set(outcome); });
+    _cache->refresh([ending](const std::optional<Error> &outcome) { ending->set(outcome); });
     QEventLoop loop;
     // The reads that the window makes, including a list that is held for a moment.
     QTimer reader;
     QObject::connect(&reader, &QTimer::timeout, [this, &loop, &ending] {
-        static_cast<void>(cache->itemAtIndex(cache->count() / 2));
-        static_cast<void>(cache->retrievingContent());
+        static_cast<void>(_cache->itemAtIndex(_cache->count() / 2));
+        static_cast<void>(_cache->retrievingContent());
         if (ending->hasCome())
             loop.quit();
     });
@@ -168,7 +168,7 @@ void BigFeedTest::aFeedOfThirtyMegabytesDoesNotBlockTheMainThread() {
         LoopWatch watch;
         const auto error = refreshUnderWatch(watch);
         QVERIFY2(!error, qPrintable(error ? error->description() : QString()));
-        QVERIFY(cache->count() > 9'000);
+        QVERIFY(_cache->count() > 9'000);
         checkNotBlocked(watch);
     }
 }
@@ -177,19 +177,19 @@ void BigFeedTest::oneThatIsCutHalfWayLeavesTheOldItems() {
     FeedReply cut;
     cut.generatedBytes = thirtyMegabytes;
     cut.cutAfter = thirtyMegabytes / 2;
-    server.setReply(cut);
+    _server.setReply(cut);
     const QString file = cacheFolder("com.example.BigFeedTest") + "/PelorinNews.xml";
-    QVERIFY(cache->parseFeed(feedOfTitles("en", {"old"}), nullptr));
-    cache->applyFilter();
+    QVERIFY(_cache->parseFeed(feedOfTitles("en", {"old"}), nullptr));
+    _cache->applyFilter();
     QVERIFY(QFile::remove(file));
     LoopWatch watch;
     const auto error = refreshUnderWatch(watch);
     QVERIFY(error);
     QCOMPARE(error->domain, transportErrorDomain());
-    QCOMPARE(titles(*cache), QStringList{"old"});
+    QCOMPARE(titles(*_cache), QStringList{"old"});
     QVERIFY(!QFile::exists(file));
     checkNotBlocked(watch);
-    cache.reset();
+    _cache.reset();
 }
 
 PELORIN_CORE_TEST_MAIN(BigFeedTest)

@@ -31,10 +31,10 @@ private Q_SLOTS:
         HostBundle::setIdentity({identifier, {}, {}});
     }
     void init() {
-        disk.emplace(cacheFolder(identifier));
-        QVERIFY(disk->isMounted());
+        _disk.emplace(cacheFolder(identifier));
+        QVERIFY(_disk->isMounted());
     }
-    void cleanup() { disk.reset(); }
+    void cleanup() { _disk.reset(); }
 
     void aCopyThatHasNoRoomLeavesTheEarlierOne_data();
     void aCopyThatHasNoRoomLeavesTheEarlierOne();
@@ -45,7 +45,7 @@ private:
         return QDir(cacheFolder(identifier)).entryList(QDir::Files | QDir::Hidden);
     }
 
-    std::optional<SmallDisk> disk;
+    std::optional<SmallDisk> _disk;
 };
 
 void FullDiskTest::aCopyThatHasNoRoomLeavesTheEarlierOne_data() {
@@ -69,20 +69,20 @@ void FullDiskTest::aCopyThatHasNoRoomLeavesTheEarlierOne() {
     const QString text(size / 2 - 1, QLatin1Char('n'));
     Error error;
     QVERIFY(copy.write(old.toUtf8(), &error));
-    disk->leaveRoom(room);
-    QCOMPARE(disk->room(), room);
+    _disk->leaveRoom(room);
+    QCOMPARE(_disk->room(), room);
 
     const auto stamp = copy.write(text.toUtf8(), &error);
     QCOMPARE(stamp.has_value(), size <= room);
     if (!stamp) {
         QCOMPARE(error.domain, QStringLiteral("QFileDevice"));
         QCOMPARE(error.code, int(QFileDevice::ResourceError));
-        QCOMPARE(disk->room(), room);
+        QCOMPARE(_disk->room(), room);
     }
     QCOMPARE(filesOnTheDisk(), QStringList({"ballast", "PelorinNews.xml"}));
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(stamp ? text : old));
 
-    disk->freeRoom();
+    _disk->freeRoom();
     QCOMPARE(copy.write(text.toUtf8(), &error).has_value(), size < SmallDisk::size);
 }
 
@@ -100,7 +100,7 @@ void FullDiskTest::aRefreshOnAFullDiskIsLoggedAndMendedByTheNext() {
     const QString old = feedOfTitles("en", {"old"});
     const QString text = feedOfTitles("en", {"new"});
     download(old);
-    disk->leaveRoom(0);
+    _disk->leaveRoom(0);
     cache->setLogger(logger);
     for (int round = 0; round < 2; ++round) {
         download(text);
@@ -116,7 +116,7 @@ void FullDiskTest::aRefreshOnAFullDiskIsLoggedAndMendedByTheNext() {
     QVERIFY(errors.first().startsWith(QLatin1String(
         "News Cache -refresh failed to write local cache: Error Domain=QFileDevice Code=")));
 
-    disk->freeRoom();
+    _disk->freeRoom();
     download(text);
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(text));
 }

@@ -20,7 +20,7 @@ class LocalCacheFileTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { QVERIFY(folder.isValid()); }
+    void init() { QVERIFY(_folder.isValid()); }
     void cleanup() {
         QFile::remove(path());
         QDir().rmdir(path());
@@ -149,14 +149,14 @@ private Q_SLOTS:
     void aLinkStaysALinkAndItsTargetIsReplaced_data() {
         QTest::addColumn<QString>("target");
         QTest::addColumn<bool>("isThere");
-        QTest::newRow("absolute") << folder.filePath(QStringLiteral("kept")) << true;
+        QTest::newRow("absolute") << _folder.filePath(QStringLiteral("kept")) << true;
         QTest::newRow("relative") << QStringLiteral("kept") << true;
         QTest::newRow("nothing there yet") << QStringLiteral("kept") << false;
     }
     void aLinkStaysALinkAndItsTargetIsReplaced() {
         QFETCH(QString, target);
         QFETCH(bool, isThere);
-        const QString kept = folder.filePath(QStringLiteral("kept"));
+        const QString kept = _folder.filePath(QStringLiteral("kept"));
         QVERIFY(!isThere || writeBytes(kept, "earlier"));
         QVERIFY(QFile::link(target, path()));
         QVERIFY(write(text()));
@@ -181,11 +181,11 @@ private Q_SLOTS:
 
     void failsToBeWrittenWhereThereIsNoFolder() {
         Error error;
-        const QString nowhere = folder.filePath(QStringLiteral("none/file"));
+        const QString nowhere = _folder.filePath(QStringLiteral("none/file"));
         QVERIFY(!LocalCacheFile(nowhere).write(text().toUtf8(), &error));
         QCOMPARE(error.domain, QStringLiteral("QFileDevice"));
         QVERIFY(!error.userInfo.value(Error::localizedDescriptionKey()).toString().isEmpty());
-        QVERIFY(QDir(folder.path()).isEmpty());
+        QVERIFY(QDir(_folder.path()).isEmpty());
     }
 
     void keepsTheEarlierFileWhenAWriteFailsHalfWay() {
@@ -202,7 +202,7 @@ private Q_SLOTS:
         QVERIFY(!stamp);
         QCOMPARE(error.code, int(QFileDevice::ResourceError));
         QCOMPARE(LocalCacheFile(path()).read(&error).value_or(QString()), text());
-        QCOMPARE(QDir(folder.path()).entryList(QDir::Files).size(), 1);
+        QCOMPARE(QDir(_folder.path()).entryList(QDir::Files).size(), 1);
     }
 
     void theStampOfAWriteIsTheFilesUntilSomebodyElseWrites() {
@@ -261,7 +261,7 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] QString path() const {
-        return folder.filePath(QStringLiteral("PelorinNews.xml"));
+        return _folder.filePath(QStringLiteral("PelorinNews.xml"));
     }
     [[nodiscard]] bool write(const QString &written) const {
         Error error;
@@ -269,7 +269,7 @@ private:
     }
     static QString text() { return QStringLiteral("<rss>\u00e4\u4e16</rss>\n"); }
 
-    QTemporaryDir folder;
+    QTemporaryDir _folder;
 };
 
 PELORIN_CORE_TEST_MAIN(LocalCacheFileTest)

@@ -32,11 +32,11 @@ private Q_SLOTS:
     void initTestCase() { HostBundle::setIdentity({"com.example.FilteredTest", {}, {}}); }
     void init() {
         QDir(cacheFolder("com.example.FilteredTest")).removeRecursively();
-        loader = std::make_shared<ScriptedLoader>();
-        cache = std::make_shared<OlvNewsCacheFiltered>(loader, [] { return now; });
-        cache->setFeedBaseURL(QStringLiteral("http://127.0.0.1:9/feed"));
+        _loader = std::make_shared<ScriptedLoader>();
+        _cache = std::make_shared<OlvNewsCacheFiltered>(_loader, [] { return now; });
+        _cache->setFeedBaseURL(QStringLiteral("http://127.0.0.1:9/feed"));
     }
-    void cleanup() { cache.reset(); }
+    void cleanup() { _cache.reset(); }
 
     void hasNoViewAtFirst();
     void showsEverythingWithoutConditions();
@@ -66,37 +66,37 @@ private Q_SLOTS:
 private:
     /// Parses a feed of these items and filters it.
     void fill(const QList<FeedEntry> &entries) {
-        QVERIFY(cache->parseFeed(feedText("en", entries), nullptr));
-        cache->applyFilter();
+        QVERIFY(_cache->parseFeed(feedText("en", entries), nullptr));
+        _cache->applyFilter();
     }
     /// The titles of the view, without reading the items through the cache.
     QStringList view() {
-        const QDateTime viewed = cache->lastViewing();
-        QStringList found = titles(*cache);
-        cache->setLastViewing(viewed);
+        const QDateTime viewed = _cache->lastViewing();
+        QStringList found = titles(*_cache);
+        _cache->setLastViewing(viewed);
         return found;
     }
 
-    std::shared_ptr<ScriptedLoader> loader;
-    std::shared_ptr<OlvNewsCacheFiltered> cache;
+    std::shared_ptr<ScriptedLoader> _loader;
+    std::shared_ptr<OlvNewsCacheFiltered> _cache;
 };
 
 void OlvNewsCacheFilteredTest::hasNoViewAtFirst() {
-    QVERIFY(cache->parseFeed(feedOfTitles("en", {"a"}), nullptr));
-    QCOMPARE(cache->count(), 0U);
-    QCOMPARE(cache->unfilteredCount(), 1U);
-    QVERIFY(!cache->itemAtIndex(0));
-    QVERIFY(!cache->peekAtLatestItem());
-    QCOMPARE(cache->sinceLastViewingCount(), 0);
-    QVERIFY(!cache->lastViewing().isValid());
+    QVERIFY(_cache->parseFeed(feedOfTitles("en", {"a"}), nullptr));
+    QCOMPARE(_cache->count(), 0U);
+    QCOMPARE(_cache->unfilteredCount(), 1U);
+    QVERIFY(!_cache->itemAtIndex(0));
+    QVERIFY(!_cache->peekAtLatestItem());
+    QCOMPARE(_cache->sinceLastViewingCount(), 0);
+    QVERIFY(!_cache->lastViewing().isValid());
 }
 
 void OlvNewsCacheFilteredTest::showsEverythingWithoutConditions() {
     fill({{"a", "mac", daysAgo(1)}, {"b"}, {"c", QString(), daysAgo(9)}});
     QCOMPARE(view(), (QStringList{"a", "b", "c"}));
-    cache->setCategoriesOfInterest({"mac"});
+    _cache->setCategoriesOfInterest({"mac"});
     QCOMPARE(view(), QStringList{"a"});
-    cache->setCategoriesOfInterest({});
+    _cache->setCategoriesOfInterest({});
     QCOMPARE(view(), (QStringList{"a", "b", "c"}));
 }
 
@@ -129,9 +129,9 @@ void OlvNewsCacheFilteredTest::keepsItemsThatContainEveryCategory() {
     QFETCH(QString, category);
     QFETCH(bool, kept);
     fill({{"a", category.isNull() ? category : category.toHtmlEscaped()}});
-    cache->setCategoriesOfInterest(wanted);
-    QCOMPARE(cache->count(), kept ? 1U : 0U);
-    QCOMPARE(cache->unfilteredCount(), 1U);
+    _cache->setCategoriesOfInterest(wanted);
+    QCOMPARE(_cache->count(), kept ? 1U : 0U);
+    QCOMPARE(_cache->unfilteredCount(), 1U);
 }
 
 void OlvNewsCacheFilteredTest::tellsManyDifferentCategoriesApart() {
@@ -144,7 +144,7 @@ void OlvNewsCacheFilteredTest::tellsManyDifferentCategoriesApart() {
             expected << QString::number(index);
     }
     fill(entries);
-    cache->setCategoriesOfInterest({"7."});
+    _cache->setCategoriesOfInterest({"7."});
     QCOMPARE(view(), expected);
 }
 
@@ -154,15 +154,15 @@ void OlvNewsCacheFilteredTest::keepsItemsStrictlyLaterThanTheCutOff() {
           {"second before", {}, daysAgo(30).addSecs(-1)},
           {"no date"},
           {"future", {}, daysAgo(-1)}});
-    QCOMPARE(cache->count(), 5U);
-    cache->setFilterTimeInterval(30 * day);
+    QCOMPARE(_cache->count(), 5U);
+    _cache->setFilterTimeInterval(30 * day);
     QCOMPARE(view(), (QStringList{"second after", "future"}));
-    cache->setFilterTimeInterval(30 * day + 0.001);
+    _cache->setFilterTimeInterval(30 * day + 0.001);
     QCOMPARE(view(), (QStringList{"second after", "exactly", "future"}));
-    cache->setFilterTimeInterval(0);
-    QCOMPARE(cache->count(), 5U);
-    cache->setFilterTimeInterval(-0.0);
-    QCOMPARE(cache->count(), 5U);
+    _cache->setFilterTimeInterval(0);
+    QCOMPARE(_cache->count(), 5U);
+    _cache->setFilterTimeInterval(-0.0);
+    QCOMPARE(_cache->count(), 5U);
 }
 
 void OlvNewsCacheFilteredTest::takesAnyNumberForAnAge_data() {
@@ -187,154 +187,154 @@ void OlvNewsCacheFilteredTest::takesAnyNumberForAnAge() {
           {"new", {}, daysAgo(0)},
           {"no date"},
           {"future", {}, daysAgo(-2)}});
-    cache->setFilterTimeInterval(age);
+    _cache->setFilterTimeInterval(age);
     QCOMPARE(view(), kept);
 }
 
 void OlvNewsCacheFilteredTest::keepsItemsStrictlyLaterThanTheLastViewing() {
-    cache->setLastViewing(daysAgo(5));
+    _cache->setLastViewing(daysAgo(5));
     fill({{"second after", {}, daysAgo(5).addSecs(1)},
           {"exactly", {}, daysAgo(5)},
           {"before", {}, daysAgo(6)},
           {"no date"}});
-    QCOMPARE(cache->sinceLastViewingCount(), 1);
-    cache->setCategoriesOfInterest({"none"});
-    QCOMPARE(cache->sinceLastViewingCount(), 0);
-    cache->setCategoriesOfInterest({});
-    cache->setShowOnlyUnviewedItems(true);
+    QCOMPARE(_cache->sinceLastViewingCount(), 1);
+    _cache->setCategoriesOfInterest({"none"});
+    QCOMPARE(_cache->sinceLastViewingCount(), 0);
+    _cache->setCategoriesOfInterest({});
+    _cache->setShowOnlyUnviewedItems(true);
     QCOMPARE(view(), QStringList{"second after"});
-    cache->setShowOnlyUnviewedItems(false);
-    QCOMPARE(cache->count(), 4U);
+    _cache->setShowOnlyUnviewedItems(false);
+    QCOMPARE(_cache->count(), 4U);
 }
 
 void OlvNewsCacheFilteredTest::keepsNothingUnviewedWithoutALastViewing() {
     fill({{"a", {}, daysAgo(1)}, {"no date"}});
-    QCOMPARE(cache->sinceLastViewingCount(), 0);
-    cache->setShowOnlyUnviewedItems(true);
-    QCOMPARE(cache->count(), 0U);
+    QCOMPARE(_cache->sinceLastViewingCount(), 0);
+    _cache->setShowOnlyUnviewedItems(true);
+    QCOMPARE(_cache->count(), 0U);
 }
 
 void OlvNewsCacheFilteredTest::combinesAllConditionsInFeedOrder() {
-    cache->setLastViewing(daysAgo(5));
-    cache->setCategoriesOfInterest({"mac", "pelorin"});
-    cache->setFilterTimeInterval(3 * day);
-    cache->setShowOnlyUnviewedItems(true);
+    _cache->setLastViewing(daysAgo(5));
+    _cache->setCategoriesOfInterest({"mac", "pelorin"});
+    _cache->setFilterTimeInterval(3 * day);
+    _cache->setShowOnlyUnviewedItems(true);
     fill({{"older first", "mac pelorin", daysAgo(2)},
           {"wrong words", "mac", daysAgo(1)},
           {"newer last", "pelorin mac", daysAgo(1)},
           {"too old", "mac pelorin", daysAgo(4)}});
     QCOMPARE(view(), (QStringList{"older first", "newer last"}));
-    cache->setLastViewing(daysAgo(2));
-    cache->applyFilter();
+    _cache->setLastViewing(daysAgo(2));
+    _cache->applyFilter();
     QCOMPARE(view(), QStringList{"newer last"});
 }
 
 void OlvNewsCacheFilteredTest::readingAnItemMovesTheLastViewingForward() {
-    cache->setLastViewing(daysAgo(5));
+    _cache->setLastViewing(daysAgo(5));
     fill({{"new", {}, daysAgo(1)}, {"older", {}, daysAgo(3)}, {"newest", {}, daysAgo(0)}});
-    QCOMPARE(cache->sinceLastViewingCount(), 3);
-    QCOMPARE(cache->itemAtIndex(0)->title(), QStringLiteral("new"));
-    QCOMPARE(cache->lastViewing(), daysAgo(1));
+    QCOMPARE(_cache->sinceLastViewingCount(), 3);
+    QCOMPARE(_cache->itemAtIndex(0)->title(), QStringLiteral("new"));
+    QCOMPARE(_cache->lastViewing(), daysAgo(1));
     // The older item counts as viewed too.
-    QCOMPARE(cache->sinceLastViewingCount(), 1);
-    QCOMPARE(cache->count(), 3U);
+    QCOMPARE(_cache->sinceLastViewingCount(), 1);
+    QCOMPARE(_cache->count(), 3U);
 }
 
 void OlvNewsCacheFilteredTest::readingAnItemNeverMovesTheLastViewingBack() {
-    cache->setLastViewing(daysAgo(2));
+    _cache->setLastViewing(daysAgo(2));
     fill({{"older", {}, daysAgo(3)}, {"exactly", {}, daysAgo(2)}, {"no date"}});
     for (quint64 index = 0; index < 3; ++index) {
-        QVERIFY(cache->itemAtIndex(index));
-        QCOMPARE(cache->lastViewing(), daysAgo(2));
+        QVERIFY(_cache->itemAtIndex(index));
+        QCOMPARE(_cache->lastViewing(), daysAgo(2));
     }
 }
 
 void OlvNewsCacheFilteredTest::readingAnItemLeavesAnAbsentLastViewingAbsent() {
     fill({{"a", {}, daysAgo(1)}});
-    QVERIFY(cache->itemAtIndex(0));
-    QVERIFY(!cache->lastViewing().isValid());
+    QVERIFY(_cache->itemAtIndex(0));
+    QVERIFY(!_cache->lastViewing().isValid());
 }
 
 void OlvNewsCacheFilteredTest::readingBeyondTheEndGivesNothingAndChangesNothing() {
-    cache->setLastViewing(daysAgo(5));
+    _cache->setLastViewing(daysAgo(5));
     fill({{"a", {}, daysAgo(1)}, {"b", {}, daysAgo(2)}});
-    QVERIFY(!cache->itemAtIndex(2));
-    QVERIFY(!cache->itemAtIndex(std::numeric_limits<quint64>::max()));
-    QCOMPARE(cache->lastViewing(), daysAgo(5));
+    QVERIFY(!_cache->itemAtIndex(2));
+    QVERIFY(!_cache->itemAtIndex(std::numeric_limits<quint64>::max()));
+    QCOMPARE(_cache->lastViewing(), daysAgo(5));
     // The end of the view is the limit, not the end of all items.
-    cache->setCategoriesOfInterest({"none"});
-    QVERIFY(!cache->itemAtIndex(0));
-    QCOMPARE(cache->lastViewing(), daysAgo(5));
+    _cache->setCategoriesOfInterest({"none"});
+    QVERIFY(!_cache->itemAtIndex(0));
+    QCOMPARE(_cache->lastViewing(), daysAgo(5));
 }
 
 void OlvNewsCacheFilteredTest::keepsTheLastViewingExactly() {
     const QDateTime precise = now.addMSecs(1).toOffsetFromUtc(3600);
-    cache->setLastViewing(precise);
-    QCOMPARE(cache->lastViewing(), precise);
-    cache->setLastViewing(daysAgo(9));
-    QCOMPARE(cache->lastViewing(), daysAgo(9));
-    cache->setLastViewing({});
-    QVERIFY(!cache->lastViewing().isValid());
+    _cache->setLastViewing(precise);
+    QCOMPARE(_cache->lastViewing(), precise);
+    _cache->setLastViewing(daysAgo(9));
+    QCOMPARE(_cache->lastViewing(), daysAgo(9));
+    _cache->setLastViewing({});
+    QVERIFY(!_cache->lastViewing().isValid());
 }
 
 void OlvNewsCacheFilteredTest::settingTheLastViewingDoesNotFilter() {
-    cache->setLastViewing(daysAgo(5));
-    cache->setShowOnlyUnviewedItems(true);
+    _cache->setLastViewing(daysAgo(5));
+    _cache->setShowOnlyUnviewedItems(true);
     fill({{"a", {}, daysAgo(1)}});
-    cache->setLastViewing(daysAgo(0));
-    QCOMPARE(cache->count(), 1U);
-    cache->applyFilter();
-    QCOMPARE(cache->count(), 0U);
+    _cache->setLastViewing(daysAgo(0));
+    QCOMPARE(_cache->count(), 1U);
+    _cache->applyFilter();
+    QCOMPARE(_cache->count(), 0U);
 }
 
 void OlvNewsCacheFilteredTest::peeksAtTheLatestItem() {
-    cache->setLastViewing(daysAgo(5));
+    _cache->setLastViewing(daysAgo(5));
     fill({{"no date"},
           {"old", {}, daysAgo(4)},
           {"latest", {}, daysAgo(1)},
           {"as late", {}, daysAgo(1)},
           {"older", {}, daysAgo(2)}});
-    QCOMPARE(cache->peekAtLatestItem()->title(), QStringLiteral("latest"));
-    QCOMPARE(cache->lastViewing(), daysAgo(5));
-    QCOMPARE(cache->sinceLastViewingCount(), 4);
+    QCOMPARE(_cache->peekAtLatestItem()->title(), QStringLiteral("latest"));
+    QCOMPARE(_cache->lastViewing(), daysAgo(5));
+    QCOMPARE(_cache->sinceLastViewingCount(), 4);
 }
 
 void OlvNewsCacheFilteredTest::peeksAtTheFirstItemWhenNoneHasADate() {
     fill({{"first"}, {"second"}});
-    QCOMPARE(cache->peekAtLatestItem()->title(), QStringLiteral("first"));
-    cache->setCategoriesOfInterest({"none"});
-    QVERIFY(!cache->peekAtLatestItem());
+    QCOMPARE(_cache->peekAtLatestItem()->title(), QStringLiteral("first"));
+    _cache->setCategoriesOfInterest({"none"});
+    QVERIFY(!_cache->peekAtLatestItem());
 }
 
 void OlvNewsCacheFilteredTest::anEmptyFeedLeavesTheView() {
     fill({{"a"}, {"b"}});
-    loader->setOutcome(ScriptedLoader::answer(200, feedText("en", {}).toUtf8()));
-    QVERIFY(!refreshAndWait(cache).error);
-    QCOMPARE(cache->unfilteredCount(), 0U);
+    _loader->setOutcome(ScriptedLoader::answer(200, feedText("en", {}).toUtf8()));
+    QVERIFY(!refreshAndWait(_cache).error);
+    QCOMPARE(_cache->unfilteredCount(), 0U);
     QCOMPARE(view(), (QStringList{"a", "b"}));
     // When called, the filter runs over the existing items.
-    cache->applyFilter();
-    QCOMPARE(cache->count(), 0U);
+    _cache->applyFilter();
+    QCOMPARE(_cache->count(), 0U);
 }
 
 void OlvNewsCacheFilteredTest::aFailedRefreshFiltersWhatTheFileGives() {
-    cache->setCategoriesOfInterest({"mac"});
+    _cache->setCategoriesOfInterest({"mac"});
     const QString text = feedText("en", {{"a", "mac"}, {"b", "pc"}});
     QVERIFY(writeBytes(cacheFolder("com.example.FilteredTest") + "/PelorinNews.xml",
                        byteOrderMark() + utf16Bytes(text)));
-    loader->setOutcome(ScriptedLoader::answer(404, "gone"));
-    QCOMPARE(refreshAndWait(cache).error.value_or(Error()).code, 404);
-    QCOMPARE(cache->unfilteredCount(), 2U);
+    _loader->setOutcome(ScriptedLoader::answer(404, "gone"));
+    QCOMPARE(refreshAndWait(_cache).error.value_or(Error()).code, 404);
+    QCOMPARE(_cache->unfilteredCount(), 2U);
     QCOMPARE(view(), QStringList{"a"});
 }
 
 void OlvNewsCacheFilteredTest::aRefreshThatCannotStartFiltersBeforeItReturns() {
-    QVERIFY(cache->parseFeed(feedOfTitles("en", {"a"}), nullptr));
-    cache->setFeedBaseURL({});
-    cache->refresh({});
-    QCOMPARE(cache->count(), 1U);
+    QVERIFY(_cache->parseFeed(feedOfTitles("en", {"a"}), nullptr));
+    _cache->setFeedBaseURL({});
+    _cache->refresh({});
+    QCOMPARE(_cache->count(), 1U);
     bool called = false;
-    cache->refresh([&called](const std::optional<Error> &error) {
+    _cache->refresh([&called](const std::optional<Error> &error) {
         called = true;
         QCOMPARE(error.value_or(Error()).code, -2);
     });
@@ -342,9 +342,9 @@ void OlvNewsCacheFilteredTest::aRefreshThatCannotStartFiltersBeforeItReturns() {
 }
 
 void OlvNewsCacheFilteredTest::filtersBeforeTheCompletion() {
-    loader->setOutcome(ScriptedLoader::answer(200, feedOfTitles("en", {"a", "b"}).toUtf8()));
+    _loader->setOutcome(ScriptedLoader::answer(200, feedOfTitles("en", {"a", "b"}).toUtf8()));
     std::promise<quint64> counted;
-    cache->refresh([&](const std::optional<Error> &) { counted.set_value(cache->count()); });
+    _cache->refresh([&](const std::optional<Error> &) { counted.set_value(_cache->count()); });
     auto future = counted.get_future();
     QCOMPARE(future.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     QCOMPARE(future.get(), 2U);
@@ -352,7 +352,7 @@ void OlvNewsCacheFilteredTest::filtersBeforeTheCompletion() {
 
 void OlvNewsCacheFilteredTest::aParseAloneDoesNotFilter() {
     fill({{"a"}});
-    QVERIFY(cache->parseFeed(feedOfTitles("en", {"b", "c"}), nullptr));
+    QVERIFY(_cache->parseFeed(feedOfTitles("en", {"b", "c"}), nullptr));
     QCOMPARE(view(), QStringList{"a"});
 }
 

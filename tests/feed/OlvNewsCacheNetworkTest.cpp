@@ -29,12 +29,12 @@ public:
     ImpatientLoader() = default;
     void sendAsynchronousRequest(const QUrl &url, int idleTimeoutSeconds, QThreadPool *queue,
                                  UrlCompletion completion) override {
-        network.sendAsynchronousRequest(url, std::min(idleTimeoutSeconds, 1), queue,
-                                        std::move(completion));
+        _network.sendAsynchronousRequest(url, std::min(idleTimeoutSeconds, 1), queue,
+                                         std::move(completion));
     }
 
 private:
-    NetworkUrlLoader network;
+    NetworkUrlLoader _network;
 };
 
 FeedReply reply(const QString &options) {
@@ -92,8 +92,8 @@ private:
         QTest::newRow("http") << false;
         QTest::newRow("https") << true;
     }
-    FeedServer &server(bool secure) { return secure ? *https : *http; }
-    void useServer(bool secure) { cache->setFeedBaseURL(server(secure).feedAddress()); }
+    FeedServer &server(bool secure) { return secure ? *_https : *_http; }
+    void useServer(bool secure) { _cache->setFeedBaseURL(server(secure).feedAddress()); }
     /// Puts a feed that no server sends into the cache file.
     static bool putFile() {
         const QString text = feedOfTitles("fr", {"from the file"});
@@ -101,13 +101,13 @@ private:
     }
     void checkFellBack(const Error &error, const QString &domain) {
         QCOMPARE(error.domain, domain);
-        QCOMPARE(titles(*cache), QStringList{"from the file"});
-        QCOMPARE(cache->retrievedLocale(), QStringLiteral("fr"));
+        QCOMPARE(titles(*_cache), QStringList{"from the file"});
+        QCOMPARE(_cache->retrievedLocale(), QStringLiteral("fr"));
     }
     /// Checks the log since `since`: the requested address at info level, then only `texts` at
     /// error level, each the beginning of its entry.
     void checkLogged(qsizetype since, const QStringList &texts) {
-        const auto entries = logger->entries().mid(since);
+        const auto entries = _logger->entries().mid(since);
         QCOMPARE(entries.size(), texts.size() + 1);
         QCOMPARE(entries.first().level, 3);
         QVERIFY(entries.first().text.startsWith(beginning(LogVocabulary::feedRequestReturning)));
@@ -118,19 +118,19 @@ private:
     }
     static QString file() { return cacheFolder(identifier) + QStringLiteral("/PelorinNews.xml"); }
 
-    QTemporaryDir folder;
-    std::optional<DevelopmentCertificates> certificates;
-    std::unique_ptr<FeedServer> http;
-    std::unique_ptr<FeedServer> https;
-    std::shared_ptr<UrlLoader> loader;
-    std::shared_ptr<RecordingLogger> logger;
-    std::shared_ptr<OlvNewsCacheFiltered> cache;
+    QTemporaryDir _folder;
+    std::optional<DevelopmentCertificates> _certificates;
+    std::unique_ptr<FeedServer> _http;
+    std::unique_ptr<FeedServer> _https;
+    std::shared_ptr<UrlLoader> _loader;
+    std::shared_ptr<RecordingLogger> _logger;
+    std::shared_ptr<OlvNewsCacheFiltered> _cache;
 };
 
 void OlvNewsCacheNetworkTest::initTestCase() {
     HostBundle::setIdentity({identifier, {}, {}});
-    QVERIFY(folder.isValid());
-    const QString feeds = folder.filePath("feeds");
+    QVERIFY(_folder.isValid());
+    const QString feeds = _folder.filePath("feeds");
     QVERIFY(QDir().mkdir(feeds));
     const QList<FeedEntry> german = {{"kritisch", "mac pelorin critical"}, {"alt", "pc"}};
     QVERIFY(writeBytes(feeds + "/standard.de.xml", feedText("de", german).toUtf8()));
@@ -138,53 +138,53 @@ void OlvNewsCacheNetworkTest::initTestCase() {
     QVERIFY(writeBytes(feeds + "/static.xml", feedOfTitles("en", {"static"}).toUtf8()));
 
     QString whyNot;
-    QVERIFY(QDir().mkdir(folder.filePath("ca")));
-    certificates = DevelopmentCertificates::inFolder(folder.filePath("ca"), &whyNot);
-    QVERIFY2(certificates, qPrintable(whyNot));
-    const auto valid = certificates->issue(DevelopmentCertificates::Kind::Valid, &whyNot);
+    QVERIFY(QDir().mkdir(_folder.filePath("ca")));
+    _certificates = DevelopmentCertificates::inFolder(_folder.filePath("ca"), &whyNot);
+    QVERIFY2(_certificates, qPrintable(whyNot));
+    const auto valid = _certificates->issue(DevelopmentCertificates::Kind::Valid, &whyNot);
     QVERIFY2(valid, qPrintable(whyNot));
     QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-    QVERIFY(tls.addCaCertificates(certificates->authorityFile()));
+    QVERIFY(tls.addCaCertificates(_certificates->authorityFile()));
     QSslConfiguration::setDefaultConfiguration(tls);
 
-    http = std::make_unique<FeedServer>(FeedServerOptions{feeds, {}, {}});
-    https = std::make_unique<FeedServer>(
+    _http = std::make_unique<FeedServer>(FeedServerOptions{feeds, {}, {}});
+    _https = std::make_unique<FeedServer>(
         FeedServerOptions{feeds, valid->certificate, valid->privateKey});
-    QVERIFY2(http->start(&whyNot), qPrintable(whyNot));
-    QVERIFY2(https->start(&whyNot), qPrintable(whyNot));
-    loader = std::make_shared<ImpatientLoader>();
+    QVERIFY2(_http->start(&whyNot), qPrintable(whyNot));
+    QVERIFY2(_https->start(&whyNot), qPrintable(whyNot));
+    _loader = std::make_shared<ImpatientLoader>();
 }
 
 void OlvNewsCacheNetworkTest::init() {
     QDir(cacheFolder(identifier)).removeRecursively();
-    for (FeedServer *each : {http.get(), https.get()}) {
+    for (FeedServer *each : {_http.get(), _https.get()}) {
         each->clearReplies();
         each->clearRequests();
     }
-    logger = std::make_shared<RecordingLogger>();
-    cache = std::make_shared<OlvNewsCacheFiltered>(loader);
-    cache->setLogger(logger);
-    cache->setFeedType(QStringLiteral("standard"));
-    cache->setDesiredLocale(QStringLiteral("en"));
+    _logger = std::make_shared<RecordingLogger>();
+    _cache = std::make_shared<OlvNewsCacheFiltered>(_loader);
+    _cache->setLogger(_logger);
+    _cache->setFeedType(QStringLiteral("standard"));
+    _cache->setDesiredLocale(QStringLiteral("en"));
 }
 
 void OlvNewsCacheNetworkTest::cleanup() {
-    cache.reset();
+    _cache.reset();
 }
 
 void OlvNewsCacheNetworkTest::downloadsFiltersAndStores() {
     QFETCH(bool, secure);
     useServer(secure);
-    cache->setDesiredLocale(QStringLiteral("de"));
-    cache->setCategoriesOfInterest({"mac", "pelorin"});
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    _cache->setDesiredLocale(QStringLiteral("de"));
+    _cache->setCategoriesOfInterest({"mac", "pelorin"});
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.ended);
     QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description() : QString()));
     QVERIFY(!outcome.onCallersThread);
-    QCOMPARE(titles(*cache), QStringList{"kritisch"});
-    QCOMPARE(cache->unfilteredCount(), 2U);
-    QCOMPARE(cache->retrievedLocale(), QStringLiteral("de"));
-    const QByteArray sent = readBytes(folder.filePath("feeds/standard.de.xml"));
+    QCOMPARE(titles(*_cache), QStringList{"kritisch"});
+    QCOMPARE(_cache->unfilteredCount(), 2U);
+    QCOMPARE(_cache->retrievedLocale(), QStringLiteral("de"));
+    const QByteArray sent = readBytes(_folder.filePath("feeds/standard.de.xml"));
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(QString::fromUtf8(sent)));
 }
 
@@ -216,10 +216,10 @@ void OlvNewsCacheNetworkTest::sendsTheAddressByteForByte() {
     QFETCH(QString, locale);
     QFETCH(QString, type);
     QFETCH(QByteArray, target);
-    cache->setFeedBaseURL(server(secure).address(path));
-    cache->setDesiredLocale(locale);
-    cache->setFeedType(type);
-    QVERIFY(refreshAndWait(cache).ended);
+    _cache->setFeedBaseURL(server(secure).address(path));
+    _cache->setDesiredLocale(locale);
+    _cache->setFeedType(type);
+    QVERIFY(refreshAndWait(_cache).ended);
     const auto requests = server(secure).requests();
     QCOMPARE(requests.size(), 1U);
     QCOMPARE(requests.front().requestLine, "GET " + target + " HTTP/1.1");
@@ -242,10 +242,10 @@ void OlvNewsCacheNetworkTest::anAnswerThatCameWholeIsTaken() {
     QVERIFY(putFile());
     useServer(secure);
     server(secure).setReply(reply(options));
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.ended);
     QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description() : QString()));
-    QCOMPARE(titles(*cache), QStringList{"news"});
+    QCOMPARE(titles(*_cache), QStringList{"news"});
 }
 
 void OlvNewsCacheNetworkTest::aFailedDownloadRestoresTheFileAndIsReported_data() {
@@ -283,7 +283,7 @@ void OlvNewsCacheNetworkTest::aFailedDownloadRestoresTheFileAndIsReported() {
     QVERIFY(putFile());
     useServer(secure);
     server(secure).setReply(reply(options));
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.ended);
     QVERIFY(outcome.error);
     checkFellBack(*outcome.error, status == 0 ? transportDomain : statusDomain);
@@ -316,12 +316,12 @@ void OlvNewsCacheNetworkTest::anAnswerWithoutAUsableFeedKeepsTheItems() {
     QFETCH(QString, options);
     QFETCH(QString, kept);
     useServer(secure);
-    QVERIFY(!refreshAndWait(cache).error);
+    QVERIFY(!refreshAndWait(_cache).error);
     server(secure).setReply(reply(options));
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.ended);
     QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description() : QString()));
-    QCOMPARE(titles(*cache), QStringList{"news"});
+    QCOMPARE(titles(*_cache), QStringList{"news"});
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(kept));
     checkLogged(1, {beginning(LogVocabulary::parsingFeedFailed)});
 }
@@ -330,11 +330,11 @@ void OlvNewsCacheNetworkTest::aFailedWriteKeepsTheNewItems() {
     QFETCH(bool, secure);
     QVERIFY(QDir().mkdir(file()));
     useServer(secure);
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.ended);
     QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description() : QString()));
-    QCOMPARE(titles(*cache), QStringList{"news"});
-    QCOMPARE(cache->retrievedLocale(), QStringLiteral("en"));
+    QCOMPARE(titles(*_cache), QStringList{"news"});
+    QCOMPARE(_cache->retrievedLocale(), QStringLiteral("en"));
     checkLogged(0, {beginning(LogVocabulary::writingLocalCacheFailed) +
                     QStringLiteral("Error Domain=QFileDevice Code=")});
 }
@@ -369,17 +369,17 @@ void OlvNewsCacheNetworkTest::aFallbackFileThatIsOfNoUseKeepsTheItems() {
     QFETCH(QByteArray, content);
     QFETCH(QString, logged);
     useServer(secure);
-    QVERIFY(!refreshAndWait(cache).error);
+    QVERIFY(!refreshAndWait(_cache).error);
     QVERIFY(QFile::remove(file()));
     if (!content.isNull())
         QVERIFY(writeBytes(file(), content));
     server(secure).setReply(reply(options));
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.error);
     QCOMPARE(outcome.error->domain,
              options.startsWith(QLatin1String("status")) ? statusDomain : transportDomain);
-    QCOMPARE(titles(*cache), QStringList{"news"});
-    QCOMPARE(cache->retrievedLocale(), QStringLiteral("en"));
+    QCOMPARE(titles(*_cache), QStringList{"news"});
+    QCOMPARE(_cache->retrievedLocale(), QStringLiteral("en"));
     QCOMPARE(readBytes(file()), content);
     checkLogged(1, {logged});
 }
@@ -389,7 +389,7 @@ void OlvNewsCacheNetworkTest::aServerThatStandsStillIsGivenUp() {
     QVERIFY(putFile());
     useServer(secure);
     server(secure).setReply(reply(QStringLiteral("stall=60")));
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.error);
     checkFellBack(*outcome.error, transportDomain);
 }
@@ -403,10 +403,10 @@ void OlvNewsCacheNetworkTest::aServerThatIsNotThereIsAConnectionError() {
         QVERIFY(probe.listen(QHostAddress::LocalHost));
         freePort = probe.serverPort();
     }
-    cache->setFeedBaseURL(QStringLiteral("%1://127.0.0.1:%2/feed")
-                              .arg(secure ? QStringLiteral("https") : QStringLiteral("http"))
-                              .arg(freePort));
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    _cache->setFeedBaseURL(QStringLiteral("%1://127.0.0.1:%2/feed")
+                               .arg(secure ? QStringLiteral("https") : QStringLiteral("http"))
+                               .arg(freePort));
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.error);
     checkFellBack(*outcome.error, transportDomain);
     QCOMPARE(outcome.error->code, int(TransportError::Unreachable));
@@ -424,12 +424,12 @@ void OlvNewsCacheNetworkTest::aCertificateThatCannotBeTrustedIsAConnectionError(
     QFETCH(int, kind);
     QVERIFY(putFile());
     QString whyNot;
-    const auto files = certificates->issue(DevelopmentCertificates::Kind(kind), &whyNot);
+    const auto files = _certificates->issue(DevelopmentCertificates::Kind(kind), &whyNot);
     QVERIFY2(files, qPrintable(whyNot));
-    FeedServer untrusted({folder.filePath("feeds"), files->certificate, files->privateKey});
+    FeedServer untrusted({_folder.filePath("feeds"), files->certificate, files->privateKey});
     QVERIFY2(untrusted.start(&whyNot), qPrintable(whyNot));
-    cache->setFeedBaseURL(untrusted.feedAddress());
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    _cache->setFeedBaseURL(untrusted.feedAddress());
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.error);
     checkFellBack(*outcome.error, transportDomain);
     QVERIFY(untrusted.requests().empty());
@@ -448,8 +448,8 @@ void OlvNewsCacheNetworkTest::anAddressThatIsNoneIsAConnectionError_data() {
 void OlvNewsCacheNetworkTest::anAddressThatIsNoneIsAConnectionError() {
     QFETCH(QString, address);
     QVERIFY(putFile());
-    cache->setFeedBaseURL(address);
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    _cache->setFeedBaseURL(address);
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.error);
     checkFellBack(*outcome.error, transportDomain);
 }
@@ -463,20 +463,20 @@ void OlvNewsCacheNetworkTest::readsAFileAddress_data() {
 
 void OlvNewsCacheNetworkTest::readsAFileAddress() {
     QFETCH(QString, name);
-    const QString path = folder.filePath(name);
+    const QString path = _folder.filePath(name);
     QVERIFY(writeBytes(path, feedOfTitles("en", {"on disk"}).toUtf8()));
-    cache->setFeedBaseURL(QUrl::fromLocalFile(path).toString());
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    _cache->setFeedBaseURL(QUrl::fromLocalFile(path).toString());
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.ended);
     QVERIFY2(!outcome.error, qPrintable(outcome.error ? outcome.error->description() : QString()));
     QVERIFY(!outcome.onCallersThread);
-    QCOMPARE(titles(*cache), QStringList{"on disk"});
+    QCOMPARE(titles(*_cache), QStringList{"on disk"});
 }
 
 void OlvNewsCacheNetworkTest::aFileAddressWithoutAFileIsAConnectionError() {
     QVERIFY(putFile());
-    cache->setFeedBaseURL(QUrl::fromLocalFile(folder.filePath("none.xml")).toString());
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    _cache->setFeedBaseURL(QUrl::fromLocalFile(_folder.filePath("none.xml")).toString());
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.error);
     checkFellBack(*outcome.error, QStringLiteral("QFileDevice"));
 }

@@ -72,11 +72,11 @@ private Q_SLOTS:
         HostBundle::setIdentity({identifier, {}, {}});
         QDir(cacheFolder(identifier)).removeRecursively();
         QFile::remove(cacheFolder(identifier));
-        loader = std::make_shared<ScriptedLoader>();
-        logger = std::make_shared<RecordingLogger>();
-        cache = make<OlvNewsCache>();
+        _loader = std::make_shared<ScriptedLoader>();
+        _logger = std::make_shared<RecordingLogger>();
+        _cache = make<OlvNewsCache>();
     }
-    void cleanup() { cache.reset(); }
+    void cleanup() { _cache.reset(); }
 
     void isEmptyAtFirst();
     void failsAtOnceWithoutABaseAddress();
@@ -129,14 +129,14 @@ private Q_SLOTS:
 private:
     template <class Cache>
     std::shared_ptr<Cache> make() {
-        auto made = std::make_shared<Cache>(loader);
-        made->setLogger(logger);
+        auto made = std::make_shared<Cache>(_loader);
+        made->setLogger(_logger);
         made->setFeedBaseURL(base);
         return made;
     }
     void download(const QString &text) {
-        loader->setOutcome(ScriptedLoader::answer(200, text.toUtf8()));
-        const RefreshOutcome outcome = refreshAndWait(cache);
+        _loader->setOutcome(ScriptedLoader::answer(200, text.toUtf8()));
+        const RefreshOutcome outcome = refreshAndWait(_cache);
         QVERIFY(outcome.ended);
         QVERIFY(!outcome.error);
     }
@@ -144,57 +144,57 @@ private:
     static bool putFile(const QString &text) {
         return writeBytes(file(), byteOrderMark() + utf16Bytes(text));
     }
-    void failDownloads() { loader->setOutcome({{}, {}, refused}); }
+    void failDownloads() { _loader->setOutcome({{}, {}, refused}); }
 
-    std::shared_ptr<ScriptedLoader> loader;
-    std::shared_ptr<RecordingLogger> logger;
-    std::shared_ptr<OlvNewsCache> cache;
+    std::shared_ptr<ScriptedLoader> _loader;
+    std::shared_ptr<RecordingLogger> _logger;
+    std::shared_ptr<OlvNewsCache> _cache;
 };
 
 void OlvNewsCacheTest::isEmptyAtFirst() {
-    QCOMPARE(cache->count(), 0U);
-    QVERIFY(cache->retrievedLocale().isNull());
-    QVERIFY(!cache->retrievingContent());
+    QCOMPARE(_cache->count(), 0U);
+    QVERIFY(_cache->retrievedLocale().isNull());
+    QVERIFY(!_cache->retrievingContent());
     QVERIFY(QDir(cacheFolder(identifier)).exists());
     QVERIFY(!QFile::exists(file()));
 }
 
 void OlvNewsCacheTest::failsAtOnceWithoutABaseAddress() {
     download(feedOfTitles("en", {"old"}));
-    const auto before = logger->entries();
-    QTRY_VERIFY(!cache->retrievingContent());
-    cache->setFeedBaseURL({});
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    const auto before = _logger->entries();
+    QTRY_VERIFY(!_cache->retrievingContent());
+    _cache->setFeedBaseURL({});
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.onCallersThread);
     QVERIFY(!outcome.stillRetrieving);
     QCOMPARE(outcome.error, std::optional(Error{cacheDomain, -2, {}}));
-    QCOMPARE(titles(*cache), QStringList{"old"});
-    QCOMPARE(logger->entries(), before);
-    QCOMPARE(loader->requests().size(), 1);
+    QCOMPARE(titles(*_cache), QStringList{"old"});
+    QCOMPARE(_logger->entries(), before);
+    QCOMPARE(_loader->requests().size(), 1);
 }
 
 void OlvNewsCacheTest::failsAtOnceWithoutARequest() {
-    cache = make<Refusing>();
+    _cache = make<Refusing>();
     bool called = false;
-    cache->refresh([&called](const std::optional<Error> &outcome) {
+    _cache->refresh([&called](const std::optional<Error> &outcome) {
         called = true;
         QCOMPARE(outcome, std::optional(Error{cacheDomain, -3, {}}));
     });
     QVERIFY(called);
-    QVERIFY(!cache->retrievingContent());
-    QVERIFY(logger->entries().isEmpty());
-    QVERIFY(loader->requests().isEmpty());
+    QVERIFY(!_cache->retrievingContent());
+    QVERIFY(_logger->entries().isEmpty());
+    QVERIFY(_loader->requests().isEmpty());
 }
 
 void OlvNewsCacheTest::needsNoCompletion() {
-    cache->setFeedBaseURL({});
-    cache->refresh({});
+    _cache->setFeedBaseURL({});
+    _cache->refresh({});
     make<Refusing>()->refresh({});
-    cache->setFeedBaseURL(base);
-    loader->setOutcome(ScriptedLoader::answer(200, feedOfTitles("en", {"new"}).toUtf8()));
-    cache->refresh({});
-    QTRY_COMPARE(cache->count(), 1U);
-    QTRY_VERIFY(!cache->retrievingContent());
+    _cache->setFeedBaseURL(base);
+    _loader->setOutcome(ScriptedLoader::answer(200, feedOfTitles("en", {"new"}).toUtf8()));
+    _cache->refresh({});
+    QTRY_COMPARE(_cache->count(), 1U);
+    QTRY_VERIFY(!_cache->retrievingContent());
 }
 
 void OlvNewsCacheTest::buildsTheAddress_data() {
@@ -236,80 +236,80 @@ void OlvNewsCacheTest::buildsTheAddress() {
     QFETCH(QString, locale);
     QFETCH(QString, type);
     QFETCH(QString, address);
-    cache->setFeedBaseURL(baseURL);
-    cache->setDesiredLocale(locale);
-    cache->setFeedType(type);
-    const auto request = cache->feedRequest();
+    _cache->setFeedBaseURL(baseURL);
+    _cache->setDesiredLocale(locale);
+    _cache->setFeedType(type);
+    const auto request = _cache->feedRequest();
     QVERIFY(request);
     QCOMPARE(request->toEncoded(), address.toUtf8());
-    QCOMPARE(logger->entries().last().text,
+    QCOMPARE(_logger->entries().last().text,
              QStringLiteral("News Cache -feedRequest returning: ") + address);
 }
 
 void OlvNewsCacheTest::logsTheAddressAtInfoLevel() {
-    cache->setDesiredLocale(QStringLiteral("de"));
-    QVERIFY(cache->feedRequest());
+    _cache->setDesiredLocale(QStringLiteral("de"));
+    QVERIFY(_cache->feedRequest());
     const QString line = QStringLiteral("News Cache -feedRequest returning: ") + base +
                          QStringLiteral("?&locale=de");
-    QCOMPARE(logger->entries(), (QList<RecordingLogger::Entry>{{3, line}}));
-    cache->setFeedBaseURL({});
-    QVERIFY(!cache->feedRequest());
-    QCOMPARE(logger->entries().size(), 1);
+    QCOMPARE(_logger->entries(), (QList<RecordingLogger::Entry>{{3, line}}));
+    _cache->setFeedBaseURL({});
+    QVERIFY(!_cache->feedRequest());
+    QCOMPARE(_logger->entries().size(), 1);
 }
 
 void OlvNewsCacheTest::logsTheAddressAsItStands() {
-    cache->setDesiredLocale(QStringLiteral("de\n\x1b[31m  \u202e"));
-    QVERIFY(cache->feedRequest());
-    QCOMPARE(logger->entries().last().text, QStringLiteral("News Cache -feedRequest returning: ") +
-                                                base +
-                                                QStringLiteral("?&locale=de\n\x1b[31m  \u202e"));
+    _cache->setDesiredLocale(QStringLiteral("de\n\x1b[31m  \u202e"));
+    QVERIFY(_cache->feedRequest());
+    QCOMPARE(_logger->entries().last().text, QStringLiteral("News Cache -feedRequest returning: ") +
+                                                 base +
+                                                 QStringLiteral("?&locale=de\n\x1b[31m  \u202e"));
 }
 
 void OlvNewsCacheTest::asksForAnAddressThatIsNotQuiteRight() {
-    cache->setFeedBaseURL(QStringLiteral("https://h.example/a b\"c%zz"));
-    const auto request = cache->feedRequest();
+    _cache->setFeedBaseURL(QStringLiteral("https://h.example/a b\"c%zz"));
+    const auto request = _cache->feedRequest();
     QVERIFY(request);
     QCOMPARE(request->toEncoded(), "https://h.example/a%20b%22c%25zz?");
 }
 
 void OlvNewsCacheTest::asksForSixtySecondsOfPatience() {
     download(feedOfTitles("en", {"a"}));
-    QCOMPARE(loader->requests().size(), 1);
-    QCOMPARE(loader->requests().first().url.toEncoded(), (base + "?").toUtf8());
-    QCOMPARE(loader->requests().first().idleTimeoutSeconds, 60);
+    QCOMPARE(_loader->requests().size(), 1);
+    QCOMPARE(_loader->requests().first().url.toEncoded(), (base + "?").toUtf8());
+    QCOMPARE(_loader->requests().first().idleTimeoutSeconds, 60);
 }
 
 void OlvNewsCacheTest::takesAFeedAndWritesItToTheFile() {
     const QString text = feedOfTitles("de", {"erster", "zweiter \u4e16\U0001F600"});
     download(text);
-    QCOMPARE(titles(*cache), (QStringList{"erster", "zweiter \u4e16\U0001F600"}));
-    QCOMPARE(cache->retrievedLocale(), QStringLiteral("de"));
+    QCOMPARE(titles(*_cache), (QStringList{"erster", "zweiter \u4e16\U0001F600"}));
+    QCOMPARE(_cache->retrievedLocale(), QStringLiteral("de"));
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(text));
-    QCOMPARE(kinds(*logger), QStringList{asked});
+    QCOMPARE(kinds(*_logger), QStringList{asked});
     QCOMPARE(QDir(cacheFolder(identifier)).entryList(QDir::Files | QDir::Hidden).size(), 1);
 }
 
 void OlvNewsCacheTest::aFeedThatIsInPlaceAlreadyLeavesItemsAndFileAndDatesTheFileAnew() {
     const QString feed = feedOfTitles("en", {"a", "b"});
     download(feed);
-    const auto item = cache->itemAtIndex(0);
+    const auto item = _cache->itemAtIndex(0);
     const QDateTime past = QDateTime::currentDateTimeUtc().addSecs(-1);
     const LocalCacheFile::Stamp before = LocalCacheFile(file()).stamp().value();
     // So that the new date is later even on file systems with coarse timestamps.
     QTest::qSleep(20);
     download(feed);
-    QCOMPARE(titles(*cache), QStringList({"a", "b"}));
-    QCOMPARE(cache->retrievedLocale(), QStringLiteral("en"));
-    QCOMPARE(cache->itemAtIndex(0), item);
+    QCOMPARE(titles(*_cache), QStringList({"a", "b"}));
+    QCOMPARE(_cache->retrievedLocale(), QStringLiteral("en"));
+    QCOMPARE(_cache->itemAtIndex(0), item);
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(feed));
     const LocalCacheFile::Stamp after = LocalCacheFile(file()).stamp().value();
     QCOMPARE(after.number, before.number);
     QVERIFY(after.modified > before.modified);
     QVERIFY(QFileInfo(file()).lastModified() > past);
-    QCOMPARE(kinds(*logger), QStringList({asked, asked}));
+    QCOMPARE(kinds(*_logger), QStringList({asked, asked}));
     // Once more, to test with the date that the file has now.
     download(feed);
-    QCOMPARE(cache->itemAtIndex(0), item);
+    QCOMPARE(_cache->itemAtIndex(0), item);
 }
 
 void OlvNewsCacheTest::aFeedThatIsInPlaceAlreadyIsWrittenAgainWhereTheFileIsNotAsItWas_data() {
@@ -339,7 +339,7 @@ void OlvNewsCacheTest::aFeedThatIsInPlaceAlreadyIsWrittenAgainWhereTheFileIsNotA
     change();
     download(feed);
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(feed));
-    QCOMPARE(titles(*cache), QStringList{"a"});
+    QCOMPARE(titles(*_cache), QStringList{"a"});
 }
 
 void OlvNewsCacheTest::aFeedThatComesAgainAfterOneThatDidNotParseIsWrittenAgain() {
@@ -347,46 +347,46 @@ void OlvNewsCacheTest::aFeedThatComesAgainAfterOneThatDidNotParseIsWrittenAgain(
     const QString bad = QStringLiteral("<rss>");
     download(good);
     download(bad);
-    QCOMPARE(titles(*cache), QStringList{"a"});
+    QCOMPARE(titles(*_cache), QStringList{"a"});
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(bad));
     download(good);
-    QCOMPARE(titles(*cache), QStringList{"a"});
+    QCOMPARE(titles(*_cache), QStringList{"a"});
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(good));
 }
 
 void OlvNewsCacheTest::aFeedThatCameBeforeIsReadAgainWhereOtherItemsHaveTakenItsPlace() {
     const QString feed = feedOfTitles("en", {"a"});
     download(feed);
-    QVERIFY(cache->parseFeed(feedOfTitles("de", {"x"}), nullptr));
-    QCOMPARE(titles(*cache), QStringList{"x"});
+    QVERIFY(_cache->parseFeed(feedOfTitles("de", {"x"}), nullptr));
+    QCOMPARE(titles(*_cache), QStringList{"x"});
     download(feed);
-    QCOMPARE(titles(*cache), QStringList{"a"});
-    QCOMPARE(cache->retrievedLocale(), QStringLiteral("en"));
+    QCOMPARE(titles(*_cache), QStringList{"a"});
+    QCOMPARE(_cache->retrievedLocale(), QStringLiteral("en"));
     download(feedOfTitles("en", {"b"}));
     download(feed);
-    QCOMPARE(titles(*cache), QStringList{"a"});
+    QCOMPARE(titles(*_cache), QStringList{"a"});
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(feed));
 }
 
 void OlvNewsCacheTest::aFeedOfTheSameLengthIsAnother() {
     download(feedOfTitles("en", {"a"}));
     download(feedOfTitles("en", {"b"}));
-    QCOMPARE(titles(*cache), QStringList{"b"});
+    QCOMPARE(titles(*_cache), QStringList{"b"});
     const QByteArray locale = qgetenv("LC_ALL");
     qputenv("LC_ALL", "de_DE.UTF-8");
-    const auto item = cache->itemAtIndex(0);
+    const auto item = _cache->itemAtIndex(0);
     download(feedOfTitles("en", {"b"}));
     qputenv("LC_ALL", locale);
-    QVERIFY2(cache->itemAtIndex(0) != item, "dates may be others in another language");
+    QVERIFY2(_cache->itemAtIndex(0) != item, "dates may be others in another language");
 }
 
 void OlvNewsCacheTest::takesAResponseWithoutAStatus() {
-    loader->setOutcome({UrlResponse{}, feedOfTitles("en", {"a"}).toUtf8(), {}});
-    QVERIFY(!refreshAndWait(cache).error);
-    QCOMPARE(titles(*cache), QStringList{"a"});
-    loader->setOutcome({{}, feedOfTitles("en", {"b"}).toUtf8(), {}});
-    QVERIFY(!refreshAndWait(cache).error);
-    QCOMPARE(titles(*cache), QStringList{"b"});
+    _loader->setOutcome({UrlResponse{}, feedOfTitles("en", {"a"}).toUtf8(), {}});
+    QVERIFY(!refreshAndWait(_cache).error);
+    QCOMPARE(titles(*_cache), QStringList{"a"});
+    _loader->setOutcome({{}, feedOfTitles("en", {"b"}).toUtf8(), {}});
+    QVERIFY(!refreshAndWait(_cache).error);
+    QCOMPARE(titles(*_cache), QStringList{"b"});
 }
 
 void OlvNewsCacheTest::aStatusBelow400IsNoError_data() {
@@ -397,11 +397,11 @@ void OlvNewsCacheTest::aStatusBelow400IsNoError_data() {
 
 void OlvNewsCacheTest::aStatusBelow400IsNoError() {
     QFETCH(int, status);
-    loader->setOutcome(ScriptedLoader::answer(status, feedOfTitles("en", {"new"}).toUtf8()));
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    _loader->setOutcome(ScriptedLoader::answer(status, feedOfTitles("en", {"new"}).toUtf8()));
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.ended);
     QVERIFY(!outcome.error);
-    QCOMPARE(titles(*cache), QStringList{"new"});
+    QCOMPARE(titles(*_cache), QStringList{"new"});
 }
 
 void OlvNewsCacheTest::aStatusOf400OrMoreIsAnErrorAndTheFileRestoresTheItems_data() {
@@ -420,32 +420,32 @@ void OlvNewsCacheTest::aStatusOf400OrMoreIsAnErrorAndTheFileRestoresTheItems() {
     auto outcome = ScriptedLoader::answer(status, feedOfTitles("en", {"error page"}).toUtf8());
     if (withConnectionError)
         outcome.connectionError = refused;
-    loader->setOutcome(outcome);
-    const RefreshOutcome ended = refreshAndWait(cache);
+    _loader->setOutcome(outcome);
+    const RefreshOutcome ended = refreshAndWait(_cache);
     QCOMPARE(ended.error,
              std::optional(Error{QStringLiteral("HTTP Property Status Code"), status, {}}));
     QVERIFY(!ended.onCallersThread);
-    QCOMPARE(titles(*cache), QStringList{"from the file"});
-    QCOMPARE(cache->retrievedLocale(), QStringLiteral("fr"));
-    QCOMPARE(kinds(*logger), QStringList{asked});
+    QCOMPARE(titles(*_cache), QStringList{"from the file"});
+    QCOMPARE(_cache->retrievedLocale(), QStringLiteral("fr"));
+    QCOMPARE(kinds(*_logger), QStringList{asked});
 }
 
 void OlvNewsCacheTest::aConnectionErrorDiscardsTheBytesThatCame() {
     download(feedOfTitles("en", {"old"}));
     const QByteArray before = readBytes(file());
-    loader->setOutcome({UrlResponse{200}, feedOfTitles("en", {"half"}).toUtf8(), refused});
-    QCOMPARE(refreshAndWait(cache).error, std::optional(refused));
-    QCOMPARE(titles(*cache), QStringList{"old"});
+    _loader->setOutcome({UrlResponse{200}, feedOfTitles("en", {"half"}).toUtf8(), refused});
+    QCOMPARE(refreshAndWait(_cache).error, std::optional(refused));
+    QCOMPARE(titles(*_cache), QStringList{"old"});
     QCOMPARE(readBytes(file()), before);
 }
 
 void OlvNewsCacheTest::neitherDataNorErrorIsAnErrorOfItsOwn() {
     QVERIFY(putFile(feedOfTitles("fr", {"from the file"})));
-    loader->setOutcome({});
-    QCOMPARE(refreshAndWait(cache).error, std::optional(Error{cacheDomain, -4, {}}));
-    QCOMPARE(titles(*cache), QStringList{"from the file"});
-    loader->setOutcome({UrlResponse{200}, {}, {}});
-    QCOMPARE(refreshAndWait(cache).error, std::optional(Error{cacheDomain, -4, {}}));
+    _loader->setOutcome({});
+    QCOMPARE(refreshAndWait(_cache).error, std::optional(Error{cacheDomain, -4, {}}));
+    QCOMPARE(titles(*_cache), QStringList{"from the file"});
+    _loader->setOutcome({UrlResponse{200}, {}, {}});
+    QCOMPARE(refreshAndWait(_cache).error, std::optional(Error{cacheDomain, -4, {}}));
 }
 
 void OlvNewsCacheTest::dataThatDoNotParseKeepTheItemsAndReachTheFile_data() {
@@ -460,16 +460,16 @@ void OlvNewsCacheTest::dataThatDoNotParseKeepTheItemsAndReachTheFile() {
     QFETCH(QString, text);
     download(feedOfTitles("en", {"old"}));
     download(text);
-    QCOMPARE(titles(*cache), QStringList{"old"});
-    QCOMPARE(cache->retrievedLocale(), QStringLiteral("en"));
+    QCOMPARE(titles(*_cache), QStringList{"old"});
+    QCOMPARE(_cache->retrievedLocale(), QStringLiteral("en"));
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(text));
-    QCOMPARE(kinds(*logger), (QStringList{asked, asked, error(LogVocabulary::parsingFeedFailed)}));
+    QCOMPARE(kinds(*_logger), (QStringList{asked, asked, error(LogVocabulary::parsingFeedFailed)}));
 
     // A later fallback fails to parse it as well.
     failDownloads();
-    QVERIFY(refreshAndWait(cache).error);
-    QCOMPARE(titles(*cache), QStringList{"old"});
-    QCOMPARE(kinds(*logger).mid(3), (QStringList{asked, error(LogVocabulary::parsingFeedFailed)}));
+    QVERIFY(refreshAndWait(_cache).error);
+    QCOMPARE(titles(*_cache), QStringList{"old"});
+    QCOMPARE(kinds(*_logger).mid(3), (QStringList{asked, error(LogVocabulary::parsingFeedFailed)}));
 }
 
 void OlvNewsCacheTest::dataThatAreNotUtf8KeepTheItemsAndTheFile_data() {
@@ -486,27 +486,27 @@ void OlvNewsCacheTest::dataThatAreNotUtf8KeepTheItemsAndTheFile() {
     QFETCH(QByteArray, body);
     download(feedOfTitles("en", {"old"}));
     const QByteArray before = readBytes(file());
-    loader->setOutcome(ScriptedLoader::answer(200, body));
-    const RefreshOutcome outcome = refreshAndWait(cache);
+    _loader->setOutcome(ScriptedLoader::answer(200, body));
+    const RefreshOutcome outcome = refreshAndWait(_cache);
     QVERIFY(outcome.ended);
     QVERIFY(!outcome.error);
-    QCOMPARE(titles(*cache), QStringList{"old"});
+    QCOMPARE(titles(*_cache), QStringList{"old"});
     QCOMPARE(readBytes(file()), before);
-    QCOMPARE(kinds(*logger), (QStringList{asked, asked, error(LogVocabulary::parsingFeedFailed)}));
+    QCOMPARE(kinds(*_logger), (QStringList{asked, asked, error(LogVocabulary::parsingFeedFailed)}));
 }
 
 void OlvNewsCacheTest::anEmptyFeedReplacesTheItems() {
     download(feedOfTitles("en", {"old"}));
     download(feedOfTitles("de", {}));
-    QCOMPARE(cache->count(), 0U);
-    QCOMPARE(cache->retrievedLocale(), QStringLiteral("de"));
+    QCOMPARE(_cache->count(), 0U);
+    QCOMPARE(_cache->retrievedLocale(), QStringLiteral("de"));
 }
 
 void OlvNewsCacheTest::aFeedThatBreaksOffGivesTheItemsBefore() {
     const QString text = feedOfTitles("en", {"first", "second"});
     download(text.left(text.indexOf(QStringLiteral("second"))));
-    QCOMPARE(titles(*cache), QStringList{"first"});
-    QCOMPARE(kinds(*logger), QStringList{asked});
+    QCOMPARE(titles(*_cache), QStringList{"first"});
+    QCOMPARE(kinds(*_logger), QStringList{asked});
 }
 
 void OlvNewsCacheTest::aFeedOfTooManyItemsGivesThoseBeforeAndReachesTheFile() {
@@ -514,21 +514,21 @@ void OlvNewsCacheTest::aFeedOfTooManyItemsGivesThoseBeforeAndReachesTheFile() {
                          QStringLiteral("<item/>").repeated(100'000) +
                          QStringLiteral("<item><title>one more</title></item></rss>");
     download(text);
-    QCOMPARE(cache->count(), 100'000U);
-    QVERIFY(cache->itemAtIndex(99'999)->title().isNull());
-    QCOMPARE(kinds(*logger), QStringList{asked});
+    QCOMPARE(_cache->count(), 100'000U);
+    QVERIFY(_cache->itemAtIndex(99'999)->title().isNull());
+    QCOMPARE(kinds(*_logger), QStringList{asked});
     QVERIFY(readBytes(file()) == byteOrderMark() + utf16Bytes(text));
 }
 
 void OlvNewsCacheTest::aByteOrderMarkIsKeptInTheFileAndReadOver() {
     const QString text = QChar(QChar::ByteOrderMark) + feedOfTitles("en", {"a"});
     download(text);
-    QCOMPARE(titles(*cache), QStringList{"a"});
+    QCOMPARE(titles(*_cache), QStringList{"a"});
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(text));
-    cache = make<OlvNewsCache>();
+    _cache = make<OlvNewsCache>();
     failDownloads();
-    QVERIFY(refreshAndWait(cache).error);
-    QCOMPARE(titles(*cache), QStringList{"a"});
+    QVERIFY(refreshAndWait(_cache).error);
+    QCOMPARE(titles(*_cache), QStringList{"a"});
 }
 
 void OlvNewsCacheTest::aFailedWriteIsLoggedOnly_data() {
@@ -546,9 +546,9 @@ void OlvNewsCacheTest::aFailedWriteIsLoggedOnly() {
         QVERIFY(QDir().mkdir(file()));
     }
     download(feedOfTitles("en", {"new"}));
-    QCOMPARE(titles(*cache), QStringList{"new"});
-    QCOMPARE(kinds(*logger), (QStringList{asked, error(LogVocabulary::writingLocalCacheFailed)}));
-    QVERIFY(logger->entries().last().text.startsWith(QLatin1String(
+    QCOMPARE(titles(*_cache), QStringList{"new"});
+    QCOMPARE(kinds(*_logger), (QStringList{asked, error(LogVocabulary::writingLocalCacheFailed)}));
+    QVERIFY(_logger->entries().last().text.startsWith(QLatin1String(
         "News Cache -refresh failed to write local cache: Error Domain=QFileDevice Code=")));
 }
 
@@ -556,14 +556,14 @@ void OlvNewsCacheTest::aFallbackFileThatCannotBeReadIsLogged() {
     download(feedOfTitles("en", {"old"}));
     failDownloads();
     QVERIFY(QFile::remove(file()));
-    QCOMPARE(refreshAndWait(cache).error, std::optional(refused));
-    QCOMPARE(titles(*cache), QStringList{"old"});
+    QCOMPARE(refreshAndWait(_cache).error, std::optional(refused));
+    QCOMPARE(titles(*_cache), QStringList{"old"});
     QVERIFY(writeBytes(file(), "odd"));
-    QCOMPARE(refreshAndWait(cache).error, std::optional(refused));
-    QCOMPARE(titles(*cache), QStringList{"old"});
+    QCOMPARE(refreshAndWait(_cache).error, std::optional(refused));
+    QCOMPARE(titles(*_cache), QStringList{"old"});
     const QString unreadable = error(LogVocabulary::readingLocalCacheFailed);
-    QCOMPARE(kinds(*logger), (QStringList{asked, asked, unreadable, asked, unreadable}));
-    QVERIFY(logger->entries().last().text.startsWith(QLatin1String(
+    QCOMPARE(kinds(*_logger), (QStringList{asked, asked, unreadable, asked, unreadable}));
+    QVERIFY(_logger->entries().last().text.startsWith(QLatin1String(
         "News Cache -refresh failed to read local cache: Error Domain=QFileDevice Code=")));
 }
 
@@ -571,9 +571,9 @@ void OlvNewsCacheTest::aFallbackFileThatDoesNotParseIsLogged() {
     download(feedOfTitles("en", {"old"}));
     QVERIFY(putFile(QStringLiteral("<rss>")));
     failDownloads();
-    QCOMPARE(refreshAndWait(cache).error, std::optional(refused));
-    QCOMPARE(titles(*cache), QStringList{"old"});
-    QCOMPARE(kinds(*logger), (QStringList{asked, asked, error(LogVocabulary::parsingFeedFailed)}));
+    QCOMPARE(refreshAndWait(_cache).error, std::optional(refused));
+    QCOMPARE(titles(*_cache), QStringList{"old"});
+    QCOMPARE(kinds(*_logger), (QStringList{asked, asked, error(LogVocabulary::parsingFeedFailed)}));
 }
 
 void OlvNewsCacheTest::aFallbackFileThatDoesNotParseIsLoggedOnceMoreWhereThereIsNoList() {
@@ -584,9 +584,9 @@ void OlvNewsCacheTest::aFallbackFileThatDoesNotParseIsLoggedOnceMoreWhereThereIs
     QCOMPARE(refreshAndWait(listless).error, std::optional(refused));
     QCOMPARE(listless->count(), 0U);
     QVERIFY(!listless->itemAtIndex(0));
-    QCOMPARE(kinds(*logger), (QStringList{asked, error(LogVocabulary::parsingFeedFailed),
-                                          error(LogVocabulary::parsingLocalCacheFailed)}));
-    QVERIFY(logger->entries().last().text.startsWith(
+    QCOMPARE(kinds(*_logger), (QStringList{asked, error(LogVocabulary::parsingFeedFailed),
+                                           error(LogVocabulary::parsingLocalCacheFailed)}));
+    QVERIFY(_logger->entries().last().text.startsWith(
         QLatin1String("News Cache -refresh failed to parse local cache: Error Domain=")));
 }
 
@@ -594,7 +594,7 @@ void OlvNewsCacheTest::aDownloadThatDoesNotParseIsAnErrorWhereThereIsNoList() {
     auto listless = make<Listless>();
     listless->loseItems();
     QVERIFY(putFile(feedOfTitles("fr", {"from the file"})));
-    loader->setOutcome(ScriptedLoader::answer(200, "<rss>"));
+    _loader->setOutcome(ScriptedLoader::answer(200, "<rss>"));
     const RefreshOutcome outcome = refreshAndWait(listless);
     QVERIFY(outcome.error);
     QVERIFY(!outcome.error->domain.isEmpty());
@@ -605,30 +605,30 @@ void OlvNewsCacheTest::aFolderThatCannotBeMadeIsLoggedAndTheCacheWorksFromMemory
     download(feedOfTitles("en", {"old"}));
     QVERIFY(QDir(cacheFolder(identifier)).removeRecursively());
     QVERIFY(writeBytes(cacheFolder(identifier), "in the way"));
-    cache->initializeLocalCache();
+    _cache->initializeLocalCache();
     const QString unmakable = error(LogVocabulary::creatingCacheFolderFailed);
-    QCOMPARE(kinds(*logger), (QStringList{asked, unmakable}));
-    const QString line = logger->entries().last().text;
+    QCOMPARE(kinds(*_logger), (QStringList{asked, unmakable}));
+    const QString line = _logger->entries().last().text;
     QVERIFY2(line.startsWith(QLatin1String(
                  "News Cache -initializeLocalCache failed to create folder: Error Domain=")),
              qPrintable(line));
 
     download(feedOfTitles("en", {"new"}));
-    QCOMPARE(titles(*cache), QStringList{"new"});
+    QCOMPARE(titles(*_cache), QStringList{"new"});
     failDownloads();
-    QCOMPARE(refreshAndWait(cache).error, std::optional(refused));
-    QCOMPARE(titles(*cache), QStringList{"new"});
-    QCOMPARE(kinds(*logger).mid(2),
+    QCOMPARE(refreshAndWait(_cache).error, std::optional(refused));
+    QCOMPARE(titles(*_cache), QStringList{"new"});
+    QCOMPARE(kinds(*_logger).mid(2),
              (QStringList{asked, error(LogVocabulary::writingLocalCacheFailed), asked,
                           error(LogVocabulary::readingLocalCacheFailed)}));
 }
 
 void OlvNewsCacheTest::parseFeedLogsThePlaceForTheError() {
     Error place;
-    QVERIFY(!cache->parseFeed(QStringLiteral("<rss>"), &place));
+    QVERIFY(!_cache->parseFeed(QStringLiteral("<rss>"), &place));
     QVERIFY(!place.domain.isEmpty());
-    QVERIFY(!cache->parseFeed(QString(), nullptr));
-    const auto lines = logger->entries();
+    QVERIFY(!_cache->parseFeed(QString(), nullptr));
+    const auto lines = _logger->entries();
     QCOMPARE(lines.size(), 2);
     const QString text = QStringLiteral(
         "News Cache -parseFeed:error: failed to parse, "
@@ -637,89 +637,89 @@ void OlvNewsCacheTest::parseFeedLogsThePlaceForTheError() {
         QLatin1String("0x") + QString::number(reinterpret_cast<quintptr>(&place), 16);
     QCOMPARE(lines[0], (RecordingLogger::Entry{1, text.arg(address)}));
     QCOMPARE(lines[1], (RecordingLogger::Entry{1, text.arg(QLatin1String("(null)"))}));
-    QVERIFY(cache->parseFeed(feedOfTitles("en", {"a", "b"}), nullptr));
-    QCOMPARE(cache->count(), 2U);
-    QCOMPARE(logger->entries().size(), 2);
+    QVERIFY(_cache->parseFeed(feedOfTitles("en", {"a", "b"}), nullptr));
+    QCOMPARE(_cache->count(), 2U);
+    QCOMPARE(_logger->entries().size(), 2);
 }
 
 void OlvNewsCacheTest::logsNothingWithoutALogger() {
-    cache->setLogger(nullptr);
+    _cache->setLogger(nullptr);
     QVERIFY(QDir().mkdir(file()));
     download(feedOfTitles("en", {"new"}));
     download(QStringLiteral("<rss>"));
     failDownloads();
-    QCOMPARE(refreshAndWait(cache).error, std::optional(refused));
-    QCOMPARE(titles(*cache), QStringList{"new"});
-    QVERIFY(logger->entries().isEmpty());
+    QCOMPARE(refreshAndWait(_cache).error, std::optional(refused));
+    QCOMPARE(titles(*_cache), QStringList{"new"});
+    QVERIFY(_logger->entries().isEmpty());
 }
 
 void OlvNewsCacheTest::itemAtIndexGivesNothingBeyondTheEnd() {
-    QVERIFY(!cache->itemAtIndex(0));
+    QVERIFY(!_cache->itemAtIndex(0));
     download(feedOfTitles("en", {"a", "b"}));
-    QCOMPARE(cache->itemAtIndex(1)->title(), QStringLiteral("b"));
-    QVERIFY(!cache->itemAtIndex(2));
-    QVERIFY(!cache->itemAtIndex(std::numeric_limits<quint64>::max()));
+    QCOMPARE(_cache->itemAtIndex(1)->title(), QStringLiteral("b"));
+    QVERIFY(!_cache->itemAtIndex(2));
+    QVERIFY(!_cache->itemAtIndex(std::numeric_limits<quint64>::max()));
 }
 
 void OlvNewsCacheTest::isRetrievingUntilTheCompletionHasReturned() {
-    loader->setOutcome(ScriptedLoader::answer(200, feedOfTitles("en", {"a"}).toUtf8()));
-    loader->hold();
+    _loader->setOutcome(ScriptedLoader::answer(200, feedOfTitles("en", {"a"}).toUtf8()));
+    _loader->hold();
     QSemaphore inside;
     QSemaphore mayReturn;
-    cache->refresh([&](const std::optional<Error> &) {
+    _cache->refresh([&](const std::optional<Error> &) {
         inside.release();
         mayReturn.acquire();
     });
-    QVERIFY(cache->retrievingContent());
-    loader->release();
+    QVERIFY(_cache->retrievingContent());
+    _loader->release();
     QVERIFY(inside.tryAcquire(1, 10000));
-    QCOMPARE(cache->count(), 1U);
-    QVERIFY(cache->retrievingContent());
+    QCOMPARE(_cache->count(), 1U);
+    QVERIFY(_cache->retrievingContent());
     mayReturn.release();
-    QTRY_VERIFY(!cache->retrievingContent());
+    QTRY_VERIFY(!_cache->retrievingContent());
 }
 
 void OlvNewsCacheTest::twoRefreshesAtOnceBothEnd() {
-    loader->setOutcome(ScriptedLoader::answer(200, feedOfTitles("en", {"a"}).toUtf8()));
-    loader->hold();
+    _loader->setOutcome(ScriptedLoader::answer(200, feedOfTitles("en", {"a"}).toUtf8()));
+    _loader->hold();
     std::atomic<int> ended = 0;
     for (int refresh = 0; refresh < 2; ++refresh)
-        cache->refresh(
+        _cache->refresh(
             [&ended](const std::optional<Error> &outcome) { ended += outcome ? 10 : 1; });
-    QCOMPARE(loader->requests().size(), 2);
-    loader->release();
+    QCOMPARE(_loader->requests().size(), 2);
+    _loader->release();
     QTRY_COMPARE(ended.load(), 2);
-    QTRY_VERIFY(!cache->retrievingContent());
-    QCOMPARE(titles(*cache), QStringList{"a"});
+    QTRY_VERIFY(!_cache->retrievingContent());
+    QCOMPARE(titles(*_cache), QStringList{"a"});
 }
 
 void OlvNewsCacheTest::theCacheLivesUntilItsCompletionHasRun() {
-    loader->setOutcome(ScriptedLoader::answer(200, feedOfTitles("en", {"a"}).toUtf8()));
-    loader->hold();
-    const std::weak_ptr<OlvNewsCache> watched = cache;
+    _loader->setOutcome(ScriptedLoader::answer(200, feedOfTitles("en", {"a"}).toUtf8()));
+    _loader->hold();
+    const std::weak_ptr<OlvNewsCache> watched = _cache;
     QSemaphore ended;
     std::atomic<bool> alive = false;
-    cache->refresh([&](const std::optional<Error> &) {
+    _cache->refresh([&](const std::optional<Error> &) {
         alive = !watched.expired();
         ended.release();
     });
-    cache.reset();
+    _cache.reset();
     QVERIFY(!watched.expired());
     // The last reference is released on a thread of the cache's own queue.
-    loader->release();
+    _loader->release();
     QVERIFY(ended.tryAcquire(1, 10000));
     QVERIFY(alive);
     QTRY_VERIFY(watched.expired());
 }
 
 void OlvNewsCacheTest::refreshesFromAnyThread() {
-    loader->setOutcome(ScriptedLoader::answer(200, feedOfTitles("en", {"a"}).toUtf8()));
+    _loader->setOutcome(ScriptedLoader::answer(200, feedOfTitles("en", {"a"}).toUtf8()));
     RefreshOutcome outcome;
-    std::thread([&] { outcome = refreshAndWait(cache); }).join();
+    std::thread([&] { outcome = refreshAndWait(_cache); }).join();
     QVERIFY(outcome.ended);
     QVERIFY(!outcome.onCallersThread);
     QVERIFY(outcome.stillRetrieving);
-    QCOMPARE(titles(*cache), QStringList{"a"});
+    QCOMPARE(titles(*_cache), QStringList{"a"});
 }
 
 void OlvNewsCacheTest::letsGoOfItemsOffTheMainThread() {

@@ -39,11 +39,11 @@ class OlvNewsCacheThreadsTest : public QObject {
 private Q_SLOTS:
     void initTestCase() { HostBundle::setIdentity({"com.example.ThreadsTest", {}, {}}); }
     void init() {
-        loader = std::make_shared<ScriptedLoader>();
-        cache = std::make_shared<OlvNewsCacheFiltered>(loader, [] { return now; });
-        cache->setFeedBaseURL(QStringLiteral("http://127.0.0.1:9/feed"));
+        _loader = std::make_shared<ScriptedLoader>();
+        _cache = std::make_shared<OlvNewsCacheFiltered>(_loader, [] { return now; });
+        _cache->setFeedBaseURL(QStringLiteral("http://127.0.0.1:9/feed"));
     }
-    void cleanup() { cache.reset(); }
+    void cleanup() { _cache.reset(); }
 
     void everythingAtOnceIsInOrder();
     void theLastFilterChangeStaysWhateverRunsMeanwhile();
@@ -53,15 +53,15 @@ private Q_SLOTS:
     void aCopyThatAnotherReplacedAtTheSameTimeIsWrittenAgain();
 
 private:
-    std::shared_ptr<ScriptedLoader> loader;
-    std::shared_ptr<OlvNewsCacheFiltered> cache;
+    std::shared_ptr<ScriptedLoader> _loader;
+    std::shared_ptr<OlvNewsCacheFiltered> _cache;
 };
 
 void OlvNewsCacheThreadsTest::everythingAtOnceIsInOrder() {
     const QByteArray german = feed("de", 300);
     const QByteArray english = feed("en", 200);
-    loader->setOutcome(ScriptedLoader::answer(200, german));
-    cache->setLastViewing(now.addDays(-40));
+    _loader->setOutcome(ScriptedLoader::answer(200, german));
+    _cache->setLastViewing(now.addDays(-40));
     std::atomic<bool> stop = false;
     std::atomic<int> ended = 0;
     std::atomic<bool> sound = true;
@@ -73,39 +73,39 @@ void OlvNewsCacheThreadsTest::everythingAtOnceIsInOrder() {
         });
     };
     repeat([&](int turn) {
-        loader->setOutcome(turn % 3 == 0   ? ScriptedLoader::answer(200, german)
-                           : turn % 3 == 1 ? ScriptedLoader::answer(200, english)
-                                           : ScriptedLoader::answer(404, "gone"));
-        cache->setLogger(turn % 2 == 0 ? std::make_shared<RecordingLogger>() : nullptr);
-        cache->setDesiredLocale(turn % 2 == 0 ? QStringLiteral("de") : QString());
-        cache->setFeedType(QStringLiteral("standard"));
-        if (!refreshAndWait(cache).ended)
+        _loader->setOutcome(turn % 3 == 0   ? ScriptedLoader::answer(200, german)
+                            : turn % 3 == 1 ? ScriptedLoader::answer(200, english)
+                                            : ScriptedLoader::answer(404, "gone"));
+        _cache->setLogger(turn % 2 == 0 ? std::make_shared<RecordingLogger>() : nullptr);
+        _cache->setDesiredLocale(turn % 2 == 0 ? QStringLiteral("de") : QString());
+        _cache->setFeedType(QStringLiteral("standard"));
+        if (!refreshAndWait(_cache).ended)
             sound = false;
         ++ended;
     });
     repeat([&](int) {
-        if (!refreshAndWait(cache).ended)
+        if (!refreshAndWait(_cache).ended)
             sound = false;
         ++ended;
     });
     repeat([&](int turn) {
-        cache->setCategoriesOfInterest(turn % 2 == 0 ? QStringList{"mac"} : QStringList());
-        cache->setFilterTimeInterval(turn % 3 == 0 ? 30 * 86400.0 : 0);
-        cache->setShowOnlyUnviewedItems(turn % 5 == 0);
+        _cache->setCategoriesOfInterest(turn % 2 == 0 ? QStringList{"mac"} : QStringList());
+        _cache->setFilterTimeInterval(turn % 3 == 0 ? 30 * 86400.0 : 0);
+        _cache->setShowOnlyUnviewedItems(turn % 5 == 0);
     });
     for (int reader = 0; reader < 2; ++reader) {
         repeat([&](int) {
-            for (quint64 index = 0; index < cache->count(); ++index) {
-                const auto item = cache->itemAtIndex(index);
+            for (quint64 index = 0; index < _cache->count(); ++index) {
+                const auto item = _cache->itemAtIndex(index);
                 if (item && item->title().isEmpty())
                     sound = false;
             }
-            static_cast<void>(cache->peekAtLatestItem());
-            static_cast<void>(cache->sinceLastViewingCount());
-            static_cast<void>(cache->unfilteredCount());
-            static_cast<void>(cache->retrievedLocale());
-            static_cast<void>(cache->retrievingContent());
-            cache->setLastViewing(cache->lastViewing().addDays(-1));
+            static_cast<void>(_cache->peekAtLatestItem());
+            static_cast<void>(_cache->sinceLastViewingCount());
+            static_cast<void>(_cache->unfilteredCount());
+            static_cast<void>(_cache->retrievedLocale());
+            static_cast<void>(_cache->retrievingContent());
+            _cache->setLastViewing(_cache->lastViewing().addDays(-1));
         });
     }
     std::this_thread::sleep_for(1500ms);
@@ -117,17 +117,17 @@ void OlvNewsCacheThreadsTest::everythingAtOnceIsInOrder() {
 }
 
 void OlvNewsCacheThreadsTest::theLastFilterChangeStaysWhateverRunsMeanwhile() {
-    loader->setOutcome(ScriptedLoader::answer(200, feed("en", 400)));
-    QVERIFY(!refreshAndWait(cache).error);
+    _loader->setOutcome(ScriptedLoader::answer(200, feed("en", 400)));
+    QVERIFY(!refreshAndWait(_cache).error);
     for (int round = 0; round < 100; ++round) {
         const bool mac = round % 2 == 0;
         QSemaphore refreshed;
-        cache->refresh([&](const std::optional<Error> &) { refreshed.release(); });
-        cache->setCategoriesOfInterest(mac ? QStringList{"mac"} : QStringList());
+        _cache->refresh([&](const std::optional<Error> &) { refreshed.release(); });
+        _cache->setCategoriesOfInterest(mac ? QStringList{"mac"} : QStringList());
         // The caller's change takes effect at once, and no filter run that began earlier undoes it.
-        QCOMPARE(cache->count(), mac ? 200U : 400U);
+        QCOMPARE(_cache->count(), mac ? 200U : 400U);
         QVERIFY(refreshed.tryAcquire(1, 30000));
-        QCOMPARE(cache->count(), mac ? 200U : 400U);
+        QCOMPARE(_cache->count(), mac ? 200U : 400U);
     }
 }
 
@@ -136,49 +136,49 @@ void OlvNewsCacheThreadsTest::anOlderFilterRunDoesNotReplaceANewerView() {
     std::atomic<bool> stopping = false;
     QSemaphore stopped;
     QSemaphore mayGoOn;
-    cache = std::make_shared<OlvNewsCacheFiltered>(loader, [&] {
+    _cache = std::make_shared<OlvNewsCacheFiltered>(_loader, [&] {
         if (stopping.exchange(false)) {
             stopped.release();
             mayGoOn.acquire();
         }
         return now;
     });
-    QVERIFY(cache->parseFeed(QString::fromUtf8(feed("en", 120)), nullptr));
-    cache->setFilterTimeInterval(365 * 86400.0);
-    QCOMPARE(cache->count(), 120U);
+    QVERIFY(_cache->parseFeed(QString::fromUtf8(feed("en", 120)), nullptr));
+    _cache->setFilterTimeInterval(365 * 86400.0);
+    QCOMPARE(_cache->count(), 120U);
 
     stopping = true;
-    std::thread older([&] { cache->applyFilter(); });
+    std::thread older([&] { _cache->applyFilter(); });
     stopped.acquire();
-    cache->setCategoriesOfInterest({"mac"});
-    const quint64 newer = cache->count();
+    _cache->setCategoriesOfInterest({"mac"});
+    const quint64 newer = _cache->count();
     mayGoOn.release();
     older.join();
     QCOMPARE(newer, 60U);
-    QCOMPARE(cache->count(), 60U);
+    QCOMPARE(_cache->count(), 60U);
 }
 
 void OlvNewsCacheThreadsTest::theLastViewingOnlyMovesForwardUnderManyReaders() {
-    QVERIFY(cache->parseFeed(QString::fromUtf8(feed("en", 60)), nullptr));
-    cache->applyFilter();
+    QVERIFY(_cache->parseFeed(QString::fromUtf8(feed("en", 60)), nullptr));
+    _cache->applyFilter();
     for (int round = 0; round < 200; ++round) {
-        cache->setLastViewing(now.addDays(-100));
+        _cache->setLastViewing(now.addDays(-100));
         std::atomic<int> ready = 0;
         const auto read = [&](quint64 index) {
             for (++ready; ready < 2;) {
             }
-            static_cast<void>(cache->itemAtIndex(index));
+            static_cast<void>(_cache->itemAtIndex(index));
         };
         std::thread other(read, 40);
         read(0);
         other.join();
-        QCOMPARE(cache->lastViewing(), now);
+        QCOMPARE(_cache->lastViewing(), now);
     }
 }
 
 void OlvNewsCacheThreadsTest::languageAndItemsAreOfOneFeed() {
     const QString texts[] = {QString::fromUtf8(feed("de", 3)), QString::fromUtf8(feed("en", 5))};
-    const auto plain = std::make_shared<OlvNewsCache>(loader);
+    const auto plain = std::make_shared<OlvNewsCache>(_loader);
     for (int round = 0; round < 300; ++round) {
         std::thread other([&] { plain->parseFeed(texts[0], nullptr); });
         plain->parseFeed(texts[1], nullptr);
@@ -206,10 +206,10 @@ void OlvNewsCacheThreadsTest::aCopyThatAnotherReplacedAtTheSameTimeIsWrittenAgai
     int lost = 0;
     for (int round = 0; round < 100; ++round) {
         const QByteArray ours = feed("en", round + 2);
-        loader->setOutcome(ScriptedLoader::answer(200, ours));
-        refreshAndWait(cache);
+        _loader->setOutcome(ScriptedLoader::answer(200, ours));
+        refreshAndWait(_cache);
         const std::lock_guard lock(pause);
-        refreshAndWait(cache);
+        refreshAndWait(_cache);
         if (readBytes(file) != byteOrderMark() + utf16Bytes(QString::fromUtf8(ours)))
             ++lost;
     }

@@ -36,16 +36,16 @@ const QDateTime sampleInstant(QDate(2015, 3, 2), QTime(10, 0), Qt::UTC);
 class Variable {
 public:
     Variable(const char *variable, const QByteArray &value)
-        : name(variable), before(qgetenv(variable)) {
-        qputenv(name, value);
+        : _name(variable), _before(qgetenv(variable)) {
+        qputenv(_name, value);
     }
     Variable(const Variable &) = delete;
     Variable &operator=(const Variable &) = delete;
-    ~Variable() { qputenv(name, before); }
+    ~Variable() { qputenv(_name, _before); }
 
 private:
-    const char *name;
-    QByteArray before;
+    const char *_name;
+    QByteArray _before;
 };
 
 }  // namespace

@@ -33,14 +33,14 @@ public:
     }
 
     void setOutcome(Outcome newOutcome) {
-        const std::lock_guard lock(mutex);
-        outcome = std::move(newOutcome);
+        const std::lock_guard lock(_mutex);
+        _outcome = std::move(newOutcome);
     }
 
     /// Holds all answers until `release`.
     void hold() {
-        const std::lock_guard lock(mutex);
-        holding = true;
+        const std::lock_guard lock(_mutex);
+        _holding = true;
     }
 
     /// Answers what was held, with the current outcome.
@@ -48,10 +48,10 @@ public:
         std::vector<std::pair<QThreadPool *, UrlCompletion>> answered;
         Outcome now;
         {
-            const std::lock_guard lock(mutex);
-            holding = false;
-            answered.swap(held);
-            now = outcome;
+            const std::lock_guard lock(_mutex);
+            _holding = false;
+            answered.swap(_held);
+            now = _outcome;
         }
         for (auto &[queue, completion] : answered)
             answerOn(queue, std::move(completion), now);
@@ -61,20 +61,20 @@ public:
                                  UrlCompletion completion) override {
         Outcome now;
         {
-            const std::lock_guard lock(mutex);
-            sent.append({url, idleTimeoutSeconds});
-            if (holding) {
-                held.emplace_back(queue, std::move(completion));
+            const std::lock_guard lock(_mutex);
+            _sent.append({url, idleTimeoutSeconds});
+            if (_holding) {
+                _held.emplace_back(queue, std::move(completion));
                 return;
             }
-            now = outcome;
+            now = _outcome;
         }
         answerOn(queue, std::move(completion), now);
     }
 
     [[nodiscard]] QList<Request> requests() const {
-        const std::lock_guard lock(mutex);
-        return sent;
+        const std::lock_guard lock(_mutex);
+        return _sent;
     }
 
 private:
@@ -86,26 +86,26 @@ private:
     /// The answer waits here rather than in the queue, behind a lock that race detectors see.
     void answerOn(QThreadPool *queue, UrlCompletion completion, const Outcome &what) {
         {
-            const std::lock_guard lock(mutex);
-            answers.push_back({std::move(completion), what});
+            const std::lock_guard lock(_mutex);
+            _answers.push_back({std::move(completion), what});
         }
         queue->start([this] {
             Answer next;
             {
-                const std::lock_guard lock(mutex);
-                next = std::move(answers.front());
-                answers.pop_front();
+                const std::lock_guard lock(_mutex);
+                next = std::move(_answers.front());
+                _answers.pop_front();
             }
             next.completion(next.outcome.response, next.outcome.data, next.outcome.connectionError);
         });
     }
 
-    mutable std::mutex mutex;
-    Outcome outcome;
-    bool holding = false;
-    std::vector<std::pair<QThreadPool *, UrlCompletion>> held;
-    QList<Request> sent;
-    std::deque<Answer> answers;
+    mutable std::mutex _mutex;
+    Outcome _outcome;
+    bool _holding = false;
+    std::vector<std::pair<QThreadPool *, UrlCompletion>> _held;
+    QList<Request> _sent;
+    std::deque<Answer> _answers;
 };
 
 }  // namespace pelorinnews::test

@@ -35,9 +35,9 @@ private:
         return QDir::homePath() + QStringLiteral("/Documents/") + path;
     }
     static void make(const QString &path) { QVERIFY(QDir().mkpath(at(path))); }
-    void startMiner() { QVERIFY(miner->start()); }
+    void startMiner() { QVERIFY(_miner->start()); }
 
-    std::unique_ptr<TrackerMiner> miner = std::make_unique<TrackerMiner>();
+    std::unique_ptr<TrackerMiner> _miner = std::make_unique<TrackerMiner>();
 };
 
 namespace {
@@ -72,7 +72,7 @@ void FileIndexQueryTest::initTestCase() {
 }
 
 void FileIndexQueryTest::cleanup() {
-    miner->stop();
+    _miner->stop();
     QDir(at(QString())).removeRecursively();
     QDir().mkpath(at(QString()));
 }
@@ -204,7 +204,7 @@ void FileIndexQueryTest::takesAnIndexThatStartsLate() {
     startMiner();
     QTRY_COMPARE(watched.query.resultCount(), 1);
     // Without the index earlier matches stay found, and are watched by other means.
-    miner->stop();
+    _miner->stop();
     QTest::qWait(300);
     QCOMPARE(watched.query.resultCount(), 1);
     QVERIFY(QDir(at(QStringLiteral("a/b/c/d/Pelorin.app"))).removeRecursively());

@@ -34,22 +34,22 @@ private Q_SLOTS:
 private:
     void make(const QByteArray &path) { QVERIFY(QDir().mkpath(QFile::decodeName(full(path)))); }
     QByteArray full(const QByteArray &path) const {
-        return QFile::encodeName(folder->path()) + '/' + path;
+        return QFile::encodeName(_folder->path()) + '/' + path;
     }
     std::vector<QByteArray> walk(const QString &pattern) const {
         FileWalk fileWalk(FileNamePattern::like(pattern));
         const std::atomic<bool> stop = false;
-        fileWalk.run(QFile::encodeName(folder->path()), stop);
+        fileWalk.run(QFile::encodeName(_folder->path()), stop);
         std::vector<QByteArray> found = fileWalk.matches();
         std::sort(found.begin(), found.end());
         return found;
     }
 
-    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<QTemporaryDir> _folder;
 };
 
 void FileWalkTest::init() {
-    folder = std::make_unique<QTemporaryDir>();
+    _folder = std::make_unique<QTemporaryDir>();
 }
 
 void FileWalkTest::findsEntriesOfEveryKind() {
@@ -100,13 +100,13 @@ void FileWalkTest::passesOverFoldersThatMayNotBeRead() {
 }
 
 void FileWalkTest::passesOverWhatIsNotThere() {
-    QVERIFY(folder->remove());
+    QVERIFY(_folder->remove());
     QVERIFY(walk(QStringLiteral("*")).empty());
 }
 
 void FileWalkTest::survivesATreeDeeperThanAPath() {
     // 300 folders of 20 bytes each: longer than a path that one system call accepts.
-    FileDescriptor deepest(::open(folder->path().toUtf8().constData(), O_RDONLY | O_DIRECTORY));
+    FileDescriptor deepest(::open(_folder->path().toUtf8().constData(), O_RDONLY | O_DIRECTORY));
     const char *const name = "a-folder-in-a-folder";
     for (int depth = 0; depth < 300; ++depth) {
         QCOMPARE(::mkdirat(deepest.get(), name, 0700), 0);
@@ -114,7 +114,7 @@ void FileWalkTest::survivesATreeDeeperThanAPath() {
     }
     make("z/P.app");
     QCOMPARE(walk(QStringLiteral("P.app")), std::vector<QByteArray>{full("z/P.app")});
-    QCOMPARE(QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-r"), folder->path()}), 0);
+    QCOMPARE(QProcess::execute(QStringLiteral("rm"), {QStringLiteral("-r"), _folder->path()}), 0);
 }
 
 void FileWalkTest::readsBigFolders() {
@@ -124,7 +124,7 @@ void FileWalkTest::readsBigFolders() {
     QCOMPARE(walk(QStringLiteral("*-4999")).size(), std::size_t(1));
     FileWalk fileWalk(FileNamePattern::like(QStringLiteral("P.app")));
     const std::atomic<bool> stop = false;
-    fileWalk.run(QFile::encodeName(folder->path()), stop);
+    fileWalk.run(QFile::encodeName(_folder->path()), stop);
     QCOMPARE(fileWalk.entryCount(), quint64(5000));
 }
 
@@ -132,7 +132,7 @@ void FileWalkTest::stopsAtItsBounds() {
     for (int i = 0; i < 20; ++i)
         make("folder-" + QByteArray::number(i) + "/P.app");
     const std::atomic<bool> stop = false;
-    const QByteArray top = QFile::encodeName(folder->path());
+    const QByteArray top = QFile::encodeName(_folder->path());
     const auto run = [&](const FileWalk::Bounds &bounds, std::size_t *matches = nullptr) {
         FileWalk fileWalk(FileNamePattern::like(QStringLiteral("P.app")));
         const bool isDone = fileWalk.run(top, stop, bounds);
@@ -161,7 +161,7 @@ void FileWalkTest::looksIntoFoldersOfAProgramsName() {
     const std::atomic<bool> stop = false;
     QFile file(QFile::decodeName(full("usr/share/pelorin/bin/pelorin")));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(fileWalk.run(QFile::encodeName(folder->path()), stop));
+    QVERIFY(fileWalk.run(QFile::encodeName(_folder->path()), stop));
     QCOMPARE(fileWalk.matches(), std::vector<QByteArray>{full("usr/share/pelorin/bin/pelorin")});
 }
 
@@ -178,7 +178,7 @@ void FileWalkTest::stopsInTheMiddle() {
             std::this_thread::sleep_for(std::chrono::microseconds(50 * round));
             stop = true;
         });
-        const bool isWhole = fileWalk.run(QFile::encodeName(folder->path()), stop);
+        const bool isWhole = fileWalk.run(QFile::encodeName(_folder->path()), stop);
         stopper.join();
         wasInTheMiddle = !isWhole && fileWalk.entryCount() > 0 && fileWalk.entryCount() < 5000;
     }

@@ -66,16 +66,16 @@ private Q_SLOTS:
     void countsAnAppImage();
 
 private:
-    QString at(const char *path) const { return folder->filePath(QLatin1String(path)); }
+    QString at(const char *path) const { return _folder->filePath(QLatin1String(path)); }
     void start(const QStringList &command, const QString &home, const QStringList &variables = {});
     /// Expects that the application has found one copy, then that it notices a second one appear in
     /// its home folder and disappear.
     void followsAnotherCopy(const QString &copy);
 
-    const QString name = QStringLiteral("pelorintest%1").arg(::getpid());
-    std::unique_ptr<QTemporaryDir> folder;
-    Mounts mounts;
-    QProcess process;
+    const QString _name = QStringLiteral("pelorintest%1").arg(::getpid());
+    std::unique_ptr<QTemporaryDir> _folder;
+    Mounts _mounts;
+    QProcess _process;
 };
 
 void InstalledApplicationTest::initTestCase() {
@@ -84,16 +84,16 @@ void InstalledApplicationTest::initTestCase() {
 }
 
 void InstalledApplicationTest::init() {
-    folder = std::make_unique<QTemporaryDir>(QDir::homePath() + QStringLiteral("/test-XXXXXX"));
+    _folder = std::make_unique<QTemporaryDir>(QDir::homePath() + QStringLiteral("/test-XXXXXX"));
 }
 
 void InstalledApplicationTest::cleanup() {
-    process.closeWriteChannel();
-    if (process.state() != QProcess::NotRunning && !process.waitForFinished())
-        process.kill();
-    process.waitForFinished();
-    mounts.clear();
-    folder.reset();
+    _process.closeWriteChannel();
+    if (_process.state() != QProcess::NotRunning && !_process.waitForFinished())
+        _process.kill();
+    _process.waitForFinished();
+    _mounts.clear();
+    _folder.reset();
 }
 
 void InstalledApplicationTest::start(const QStringList &command, const QString &home,
@@ -103,53 +103,53 @@ void InstalledApplicationTest::start(const QStringList &command, const QString &
     for (const QString &variable : variables)
         environment.insert(variable.section(QLatin1Char('='), 0, 0),
                            variable.section(QLatin1Char('='), 1));
-    process.setProcessEnvironment(environment);
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(command.first(), command.mid(1) + QStringList(QStringLiteral("--report")));
+    _process.setProcessEnvironment(environment);
+    _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    _process.start(command.first(), command.mid(1) + QStringList(QStringLiteral("--report")));
 }
 
 void InstalledApplicationTest::followsAnotherCopy(const QString &copy) {
     install(copy);
-    QCOMPARE(nextLine(process), QByteArray("4"));
+    QCOMPARE(nextLine(_process), QByteArray("4"));
     QVERIFY(QFile::remove(copy));
-    QCOMPARE(nextLine(process), QByteArray("3"));
+    QCOMPARE(nextLine(_process), QByteArray("3"));
 }
 
 void InstalledApplicationTest::countsAProgramOfTheSystem() {
-    const QString program = QStringLiteral("/usr/local/bin/") + name;
-    install(at("local/bin/") + name);
+    const QString program = QStringLiteral("/usr/local/bin/") + _name;
+    install(at("local/bin/") + _name);
     for (const char *data : {"local/share/", "local/lib/", "local/share/doc/"})
-        QVERIFY(QDir().mkpath(at(data) + name));
-    QVERIFY(mounts.bind(at("local"), QStringLiteral("/usr/local")));
+        QVERIFY(QDir().mkpath(at(data) + _name));
+    QVERIFY(_mounts.bind(at("local"), QStringLiteral("/usr/local")));
     surround(at("home"), program);
     surroundWithData(at("home"), program);
 
     start({program}, at("home"));
-    QCOMPARE(nextLine(process), name.toUtf8());
-    QCOMPARE(nextLine(process), QByteArray("1"));
-    QCOMPARE(nextLine(process), QByteArray("3"));
-    const QString copy = at("home/Applications/") + name;
+    QCOMPARE(nextLine(_process), _name.toUtf8());
+    QCOMPARE(nextLine(_process), QByteArray("1"));
+    QCOMPARE(nextLine(_process), QByteArray("3"));
+    const QString copy = at("home/Applications/") + _name;
     followsAnotherCopy(copy);
     // A file that loses its executable bit is no copy until it gets the bit back.
     install(copy);
-    QCOMPARE(nextLine(process), QByteArray("4"));
+    QCOMPARE(nextLine(_process), QByteArray("4"));
     QCOMPARE(::chmod(QFile::encodeName(copy).constData(), 0644), 0);
-    QCOMPARE(nextLine(process), QByteArray("3"));
+    QCOMPARE(nextLine(_process), QByteArray("3"));
     QCOMPARE(::chmod(QFile::encodeName(copy).constData(), 0755), 0);
-    QCOMPARE(nextLine(process), QByteArray("4"));
+    QCOMPARE(nextLine(_process), QByteArray("4"));
 }
 
 void InstalledApplicationTest::countsAProgramInASandboxBelowARootThatIsNoMountPoint() {
     for (const char *place : {"root/usr", "root/proc", "root/home/user"})
         QVERIFY(QDir().mkpath(at(place)));
-    QVERIFY(mounts.bind(QStringLiteral("/usr"), at("root/usr")));
-    QVERIFY(mounts.bind(QStringLiteral("/proc"), at("root/proc")));
+    QVERIFY(_mounts.bind(QStringLiteral("/usr"), at("root/usr")));
+    QVERIFY(_mounts.bind(QStringLiteral("/proc"), at("root/proc")));
     for (const char *shared : {"bin", "lib", "lib64"})
         QVERIFY(QFile::link(QStringLiteral("usr/") + QLatin1String(shared),
                             at("root/") + QLatin1String(shared)));
-    const QString program = QStringLiteral("/app/bin/") + name;
+    const QString program = QStringLiteral("/app/bin/") + _name;
     install(at("root") + program);
-    QVERIFY(QDir().mkpath(at("root/app/share/") + name));
+    QVERIFY(QDir().mkpath(at("root/app/share/") + _name));
     surround(at("root/home/user"), program);
     surroundWithData(at("root/home/user"), program);
 
@@ -157,30 +157,30 @@ void InstalledApplicationTest::countsAProgramInASandboxBelowARootThatIsNoMountPo
     start({QStringLiteral("chroot"), at("root"), QStringLiteral("env"), QStringLiteral("-u"),
            QStringLiteral("TSAN_OPTIONS"), program},
           QStringLiteral("/home/user"));
-    QCOMPARE(nextLine(process), name.toUtf8());
-    QCOMPARE(nextLine(process), QByteArray("1"));
-    QCOMPARE(nextLine(process), QByteArray("3"));
-    followsAnotherCopy(at("root/home/user/Applications/") + name);
+    QCOMPARE(nextLine(_process), _name.toUtf8());
+    QCOMPARE(nextLine(_process), QByteArray("1"));
+    QCOMPARE(nextLine(_process), QByteArray("3"));
+    followsAnotherCopy(at("root/home/user/Applications/") + _name);
 }
 
 void InstalledApplicationTest::countsAnAppImage() {
     if (!Mounts::hasFuse())
         QSKIP("no FUSE here");
-    const QString image = at("home/Downloads/") + name + QStringLiteral("-5.AppImage");
+    const QString image = at("home/Downloads/") + _name + QStringLiteral("-5.AppImage");
     write(image,
           "\x7f"
           "ELF",
           0755);
     install(at("content/usr/bin/pelorin"));
     QVERIFY(QDir().mkpath(at(".mount_Pelorin")));
-    QVERIFY(mounts.fuse(at("content"), at(".mount_Pelorin")));
+    QVERIFY(_mounts.fuse(at("content"), at(".mount_Pelorin")));
     surround(at("home"), image);
 
     start({at(".mount_Pelorin/usr/bin/pelorin")}, at("home"),
           {QStringLiteral("APPIMAGE=") + image, QStringLiteral("APPDIR=") + at(".mount_Pelorin")});
-    QCOMPARE(nextLine(process), QFileInfo(image).fileName().toUtf8());
-    QCOMPARE(nextLine(process), QByteArray("1"));
-    QCOMPARE(nextLine(process), QByteArray("3"));
+    QCOMPARE(nextLine(_process), QFileInfo(image).fileName().toUtf8());
+    QCOMPARE(nextLine(_process), QByteArray("1"));
+    QCOMPARE(nextLine(_process), QByteArray("3"));
     followsAnotherCopy(at("home/Applications/") + QFileInfo(image).fileName());
 }
 

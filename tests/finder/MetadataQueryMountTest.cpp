@@ -34,20 +34,20 @@ private Q_SLOTS:
 
 private:
     QByteArray at(const char *path) const {
-        return QFile::encodeName(folder->filePath(QLatin1String(path)));
+        return QFile::encodeName(_folder->filePath(QLatin1String(path)));
     }
     void make(const char *path) { QVERIFY(QDir().mkpath(QFile::decodeName(at(path)))); }
     void mountDisk(const char *path) {
         QCOMPARE(::mount("none", at(path).constData(), "tmpfs", 0, nullptr), 0);
-        mounted.push_back(at(path));
+        _mounted.push_back(at(path));
     }
     void unmountLast() {
-        QCOMPARE(::umount2(mounted.back().constData(), MNT_DETACH), 0);
-        mounted.pop_back();
+        QCOMPARE(::umount2(_mounted.back().constData(), MNT_DETACH), 0);
+        _mounted.pop_back();
     }
 
-    std::unique_ptr<QTemporaryDir> folder;
-    std::vector<QByteArray> mounted;
+    std::unique_ptr<QTemporaryDir> _folder;
+    std::vector<QByteArray> _mounted;
 };
 
 #define GATHER(watched)                    \
@@ -61,21 +61,21 @@ void MetadataQueryMountTest::initTestCase() {
 }
 
 void MetadataQueryMountTest::init() {
-    folder = std::make_unique<QTemporaryDir>(QDir::homePath() + QStringLiteral("/disk-XXXXXX"));
+    _folder = std::make_unique<QTemporaryDir>(QDir::homePath() + QStringLiteral("/disk-XXXXXX"));
     make("disk");
     make("other");
 }
 
 void MetadataQueryMountTest::cleanup() {
-    while (!mounted.empty())
+    while (!_mounted.empty())
         unmountLast();
-    folder.reset();
+    _folder.reset();
 }
 
 void MetadataQueryMountTest::walksADiskThatIsMounted() {
     make("searched/disk");
     make("searched/home/Pelorin.app");
-    WatchedQuery watched(name, {folder->filePath(QStringLiteral("searched"))});
+    WatchedQuery watched(name, {_folder->filePath(QStringLiteral("searched"))});
     GATHER(watched);
     QCOMPARE(watched.query.resultCount(), 1);
     // Completed where nobody searches: otherwise a walk could run before its folders exist.
@@ -84,7 +84,7 @@ void MetadataQueryMountTest::walksADiskThatIsMounted() {
     QCOMPARE(::mount(at("other").constData(), at("searched/disk").constData(), nullptr, MS_MOVE,
                      nullptr),
              0);
-    mounted.back() = at("searched/disk");
+    _mounted.back() = at("searched/disk");
     QTRY_COMPARE(watched.query.results(),
                  QStringList({QFile::decodeName(at("searched/disk/a/b/c/Pelorin.app")),
                               QFile::decodeName(at("searched/home/Pelorin.app"))}));
@@ -93,7 +93,7 @@ void MetadataQueryMountTest::walksADiskThatIsMounted() {
 void MetadataQueryMountTest::losesADiskThatIsUnmounted() {
     mountDisk("disk");
     make("disk/a/b/c/Pelorin.app");
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     QCOMPARE(watched.query.resultCount(), 1);
     unmountLast();
@@ -103,7 +103,7 @@ void MetadataQueryMountTest::losesADiskThatIsUnmounted() {
 void MetadataQueryMountTest::seesWhatAMountHadCovered() {
     make("disk/a/b/c/Pelorin.app");
     mountDisk("disk");
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     QCOMPARE(watched.query.resultCount(), 0);
     unmountLast();
@@ -117,16 +117,16 @@ void MetadataQueryMountTest::countsADiskMountedTwiceOnce() {
     make("disk/a/Pelorin.app");
     QCOMPARE(::mount(at("disk").constData(), at("other").constData(), nullptr, MS_BIND, nullptr),
              0);
-    mounted.push_back(at("other"));
-    WatchedQuery watched(name, {folder->path()});
+    _mounted.push_back(at("other"));
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     QCOMPARE(watched.query.results(), QStringList(QFile::decodeName(at("disk/a/Pelorin.app"))));
 }
 
 void MetadataQueryMountTest::walksNoFileSystemOfTheKernels() {
     QCOMPARE(::mount("none", at("disk").constData(), "proc", 0, nullptr), 0);
-    mounted.push_back(at("disk"));
-    WatchedQuery watched(QStringLiteral("cmdline"), {folder->path()});
+    _mounted.push_back(at("disk"));
+    WatchedQuery watched(QStringLiteral("cmdline"), {_folder->path()});
     GATHER(watched);
     QCOMPARE(watched.query.resultCount(), 0);
 }
@@ -140,8 +140,8 @@ void MetadataQueryMountTest::searchesTheWholeComputersDisks() {
     WatchedQuery watched(unique, {SearchScope::localComputer()});
     GATHER(watched);
     QCOMPARE(watched.query.results(),
-             QStringList({folder->filePath(QStringLiteral("a/") + unique),
-                          folder->filePath(QStringLiteral("disk/") + unique)}));
+             QStringList({_folder->filePath(QStringLiteral("a/") + unique),
+                          _folder->filePath(QStringLiteral("disk/") + unique)}));
 }
 
 }  // namespace pelorinnews::test

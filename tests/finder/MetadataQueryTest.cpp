@@ -51,7 +51,7 @@ private:
     void make(const QString &path) { QVERIFY(QDir().mkpath(at(path))); }
     void remove(const QString &path) { QVERIFY(QDir(at(path)).removeRecursively()); }
     void move(const QString &from, const QString &to) { QVERIFY(QDir().rename(at(from), at(to))); }
-    QString at(const QString &path) const { return folder->filePath(path); }
+    QString at(const QString &path) const { return _folder->filePath(path); }
     QStringList paths(const QStringList &relative) const {
         QStringList absolute;
         for (const QString &path : relative)
@@ -59,7 +59,7 @@ private:
         return absolute;
     }
 
-    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<QTemporaryDir> _folder;
 };
 
 namespace {
@@ -75,11 +75,11 @@ void MetadataQueryTest::initTestCase() {
 }
 
 void MetadataQueryTest::init() {
-    folder = std::make_unique<QTemporaryDir>(QDir::homePath() + QStringLiteral("/disk-XXXXXX"));
+    _folder = std::make_unique<QTemporaryDir>(QDir::homePath() + QStringLiteral("/disk-XXXXXX"));
 }
 
 void MetadataQueryTest::cleanup() {
-    folder.reset();
+    _folder.reset();
     QTRY_COMPARE(threadCount("pelorin-search"), 0);
 }
 
@@ -88,7 +88,7 @@ void MetadataQueryTest::gathersOnceInAStableOrder() {
     make(QStringLiteral("a/deep/er/Pelorin.app"));
     make(QStringLiteral("c/.hidden/Pelorin.app"));
     make(QStringLiteral("c/pelorin.app"));
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     QCOMPARE(watched.query.results(),
              paths({QStringLiteral("a/deep/er/Pelorin.app"), QStringLiteral("b/Pelorin.app"),
@@ -100,7 +100,7 @@ void MetadataQueryTest::gathersOnceInAStableOrder() {
 }
 
 void MetadataQueryTest::findsNothingWhereThereIsNothing() {
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     QVERIFY(watched.query.results().isEmpty());
     WatchedQuery nowhere(name, {at(QStringLiteral("not/there"))});
@@ -110,14 +110,14 @@ void MetadataQueryTest::findsNothingWhereThereIsNothing() {
 
 void MetadataQueryTest::answersAtOnceForANameThatCannotBe() {
     make(QStringLiteral("a"));
-    WatchedQuery watched(QString(), {folder->path()});
+    WatchedQuery watched(QString(), {_folder->path()});
     GATHER(watched);
     QCOMPARE(watched.query.resultCount(), 0);
 }
 
 void MetadataQueryTest::doesNothingBeforeItIsStarted() {
     make(QStringLiteral("Pelorin.app"));
-    const WatchedQuery watched(name, {folder->path()});
+    const WatchedQuery watched(name, {_folder->path()});
     QTest::qWait(200);
     QCOMPARE(watched.gathered, 0);
     QCOMPARE(watched.query.resultCount(), 0);
@@ -125,7 +125,7 @@ void MetadataQueryTest::doesNothingBeforeItIsStarted() {
 }
 
 void MetadataQueryTest::startsOnceOnly() {
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     QVERIFY(watched.query.startQuery());
     QVERIFY(!watched.query.startQuery());
     QTRY_COMPARE(watched.gathered, 1);
@@ -134,7 +134,7 @@ void MetadataQueryTest::startsOnceOnly() {
 
 void MetadataQueryTest::gathersAnewWhenStartedAgain() {
     make(QStringLiteral("Pelorin.app"));
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     QCOMPARE(watched.query.resultCount(), 1);
     watched.query.stopQuery();
@@ -146,7 +146,7 @@ void MetadataQueryTest::gathersAnewWhenStartedAgain() {
 
 void MetadataQueryTest::seesACopyBesideAMatch() {
     make(QStringLiteral("a/Pelorin.app"));
-    WatchedQuery watched(QStringLiteral("Pelorin*.app"), {folder->path()});
+    WatchedQuery watched(QStringLiteral("Pelorin*.app"), {_folder->path()});
     GATHER(watched);
     make(QStringLiteral("a/Pelorin 2.app"));
     QTRY_COMPARE(watched.query.resultCount(), 2);
@@ -160,7 +160,7 @@ void MetadataQueryTest::seesACopyInANewFolderBesideTheMatchsFolder() {
     make(QStringLiteral("a/one/Pelorin.app"));
     make(QStringLiteral("elsewhere/two/Pelorin.app"));
     move(QStringLiteral("elsewhere/two/Pelorin.app"), QStringLiteral("elsewhere/two/other"));
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     move(QStringLiteral("elsewhere/two/other"), QStringLiteral("elsewhere/two/Pelorin.app"));
     move(QStringLiteral("elsewhere/two"), QStringLiteral("a/two"));
@@ -170,7 +170,7 @@ void MetadataQueryTest::seesACopyInANewFolderBesideTheMatchsFolder() {
 
 void MetadataQueryTest::seesACopyThatIsFilledInAfterwards() {
     make(QStringLiteral("a/one/Pelorin.app"));
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     make(QStringLiteral("a/two"));
     QTest::qWait(200);
@@ -182,7 +182,7 @@ void MetadataQueryTest::seesACopyThatIsFilledInAfterwards() {
 
 void MetadataQueryTest::seesAMatchGo() {
     make(QStringLiteral("a/Pelorin.app/bin"));
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     remove(QStringLiteral("a/Pelorin.app"));
     QTRY_COMPARE(watched.query.resultCount(), 0);
@@ -192,7 +192,7 @@ void MetadataQueryTest::seesAMatchGo() {
 
 void MetadataQueryTest::seesAMatchRenamed() {
     make(QStringLiteral("a/Pelorin.app"));
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     move(QStringLiteral("a/Pelorin.app"), QStringLiteral("a/pelorin.app"));
     QTRY_COMPARE(watched.query.resultCount(), 0);
@@ -202,7 +202,7 @@ void MetadataQueryTest::seesAMatchRenamed() {
 
 void MetadataQueryTest::seesAFolderFarAboveAMatchRenamed() {
     make(QStringLiteral("a/b/c/d/Pelorin.app"));
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     QVERIFY(QDir().rename(at(QStringLiteral("a")), QDir::homePath() + QStringLiteral("/away")));
     QTRY_COMPARE(watched.query.resultCount(), 0);
@@ -211,7 +211,7 @@ void MetadataQueryTest::seesAFolderFarAboveAMatchRenamed() {
 
 void MetadataQueryTest::seesAMatchsFolderReplaced() {
     make(QStringLiteral("a/b/Pelorin.app"));
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     remove(QStringLiteral("a/b"));
     QTRY_COMPARE(watched.query.resultCount(), 0);
@@ -253,7 +253,7 @@ void MetadataQueryTest::findsAllAgainAfterEventsWereLost() {
         QSKIP("this system queues too many events to lose any");
     make(QStringLiteral("a/one/Pelorin.app"));
     make(QStringLiteral("far/away"));
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     // This folder is not watched, so only a new walk can find the copy.
     make(QStringLiteral("far/away/Pelorin.app"));
@@ -287,7 +287,7 @@ void MetadataQueryTest::findsAllAgainAfterEventsWereLost() {
 
 void MetadataQueryTest::tellsNothingWhenNothingThatMatchesChanges() {
     make(QStringLiteral("a/Pelorin.app"));
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     make(QStringLiteral("a/other"));
     make(QStringLiteral("a/Pelorin.app/inside/Pelorin.app"));
@@ -297,12 +297,12 @@ void MetadataQueryTest::tellsNothingWhenNothingThatMatchesChanges() {
 }
 
 void MetadataQueryTest::walksInTheIdleClass() {
-    const QByteArray top = QFile::encodeName(folder->path());
+    const QByteArray top = QFile::encodeName(_folder->path());
     for (int i = 0; i < 5000; ++i)
         QCOMPARE(::mkdir((top + '/' + QByteArray::number(i)).constData(), 0700), 0);
     MetadataQuery query;
     query.setPredicate(FileNamePattern::like(name));
-    query.setSearchScopes({folder->path()});
+    query.setSearchScopes({_folder->path()});
     QVERIFY(query.startQuery());
     QElapsedTimer clock;
     clock.start();
@@ -326,10 +326,10 @@ void MetadataQueryTest::walksInTheIdleClass() {
 }
 
 void MetadataQueryTest::stopsSoonInTheMiddleOfAWalk() {
-    const QByteArray top = QFile::encodeName(folder->path());
+    const QByteArray top = QFile::encodeName(_folder->path());
     for (int i = 0; i < 20000; ++i)
         QCOMPARE(::mkdir((top + '/' + QByteArray::number(i)).constData(), 0700), 0);
-    auto watched = std::make_unique<WatchedQuery>(name, QStringList(folder->path()));
+    auto watched = std::make_unique<WatchedQuery>(name, QStringList(_folder->path()));
     QVERIFY(watched->query.startQuery());
     QElapsedTimer clock;
     clock.start();
@@ -351,12 +351,12 @@ void MetadataQueryTest::stopsSoonInTheMiddleOfAWalk() {
 
 void MetadataQueryTest::tellsNothingAfterItWasStopped() {
     make(QStringLiteral("a/Pelorin.app"));
-    WatchedQuery stoppedAtOnce(name, {folder->path()});
+    WatchedQuery stoppedAtOnce(name, {_folder->path()});
     QVERIFY(stoppedAtOnce.query.startQuery());
     // By then its answer is on its way to the main thread.
     QTest::qSleep(300);
     stoppedAtOnce.query.stopQuery();
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     watched.query.stopQuery();
     watched.query.stopQuery();
@@ -370,7 +370,7 @@ void MetadataQueryTest::tellsNothingAfterItWasStopped() {
 
 void MetadataQueryTest::keepsItsResultsWhenStopped() {
     make(QStringLiteral("a/Pelorin.app"));
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     watched.query.stopQuery();
     QCOMPARE(watched.query.resultCount(), 1);
@@ -378,7 +378,7 @@ void MetadataQueryTest::keepsItsResultsWhenStopped() {
 
 void MetadataQueryTest::usesNoProcessorTimeWhileNothingHappens() {
     make(QStringLiteral("a/Pelorin.app"));
-    WatchedQuery watched(name, {folder->path()});
+    WatchedQuery watched(name, {_folder->path()});
     GATHER(watched);
     const auto wakeUps = [] {
         qint64 count = 0;
@@ -406,8 +406,8 @@ void MetadataQueryTest::usesNoProcessorTimeWhileNothingHappens() {
 void MetadataQueryTest::maySearchSeveralTimesAtOnce() {
     make(QStringLiteral("a/Pelorin.app"));
     make(QStringLiteral("a/Other.app"));
-    WatchedQuery first(name, {folder->path()});
-    WatchedQuery second(QStringLiteral("*.app"), {folder->path()});
+    WatchedQuery first(name, {_folder->path()});
+    WatchedQuery second(QStringLiteral("*.app"), {_folder->path()});
     QVERIFY(first.query.startQuery());
     QVERIFY(second.query.startQuery());
     QTRY_VERIFY(first.gathered == 1 && second.gathered == 1);

@@ -47,25 +47,25 @@ public:
 
     /// A FUSE file system that shows `folder`.
     [[nodiscard]] bool fuse(const QString &folder, const QString &at) {
-        mirrors.push_back(std::make_unique<QProcess>());
-        mirrors.back()->setProcessChannelMode(QProcess::ForwardedChannels);
-        mirrors.back()->start(QStringLiteral("bindfs"), {QStringLiteral("-f"), folder, at});
+        _mirrors.push_back(std::make_unique<QProcess>());
+        _mirrors.back()->setProcessChannelMode(QProcess::ForwardedChannels);
+        _mirrors.back()->start(QStringLiteral("bindfs"), {QStringLiteral("-f"), folder, at});
         if (!QTest::qWaitFor([&at] { return isMounted(at); }, testPatience))
             return false;
-        points.push_back(QFile::encodeName(at));
+        _points.push_back(QFile::encodeName(at));
         return true;
     }
 
     void clear() {
-        while (!points.empty()) {
-            ::umount2(points.back().constData(), MNT_DETACH);
-            points.pop_back();
+        while (!_points.empty()) {
+            ::umount2(_points.back().constData(), MNT_DETACH);
+            _points.pop_back();
         }
-        for (const auto &mirror : mirrors) {
+        for (const auto &mirror : _mirrors) {
             mirror->terminate();
             mirror->waitForFinished();
         }
-        mirrors.clear();
+        _mirrors.clear();
     }
 
 private:
@@ -82,12 +82,12 @@ private:
         if (::mount(QFile::encodeName(from).constData(), point.constData(), type, flags,
                     QFile::encodeName(options).constData()) != 0)
             return false;
-        points.push_back(point);
+        _points.push_back(point);
         return true;
     }
 
-    std::vector<QByteArray> points;
-    std::vector<std::unique_ptr<QProcess>> mirrors;
+    std::vector<QByteArray> _points;
+    std::vector<std::unique_ptr<QProcess>> _mirrors;
 };
 
 }  // namespace pelorinnews::test

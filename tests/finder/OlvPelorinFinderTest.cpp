@@ -59,11 +59,11 @@ private:
     }
     void index() {
         if (withIndex)
-            QVERIFY(miner->start());
+            QVERIFY(_miner->start());
     }
 
-    const HurriedWalks hurriedWalks;
-    std::unique_ptr<TrackerMiner> miner = std::make_unique<TrackerMiner>();
+    const HurriedWalks _hurriedWalks;
+    std::unique_ptr<TrackerMiner> _miner = std::make_unique<TrackerMiner>();
 };
 
 #define TRY_RESULT(finder, expected) QTRY_COMPARE_WITH_TIMEOUT((finder)->result(), expected, 20000)
@@ -77,7 +77,7 @@ void OlvPelorinFinderTest::initTestCase() {
 }
 
 void OlvPelorinFinderTest::cleanup() {
-    miner->stop();
+    _miner->stop();
     QDir(folder()).removeRecursively();
     QVERIFY(QDir().mkpath(folder()));
 }

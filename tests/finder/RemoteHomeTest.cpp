@@ -56,34 +56,34 @@ private:
         QTest::newRow("overlay") << false;
         QTest::newRow("FUSE") << true;
     }
-    QString at(const QString &path) const { return folder->filePath(path); }
+    QString at(const QString &path) const { return _folder->filePath(path); }
     void make(const QString &path) const { QVERIFY(QDir().mkpath(at(path))); }
     /// Mounts the folder "kept" of this computer's disk at the folder `point`.
     void mount(bool isFuse, const QString &point);
     std::shared_ptr<OlvPelorinFinder> find(
         const FileWalk::Bounds &bounds = MetadataQuery::defaultRemoteBounds) const {
-        return OlvPelorinFinder::init(FileNamePattern::like(name), {SearchScope::localComputer()},
+        return OlvPelorinFinder::init(FileNamePattern::like(_name), {SearchScope::localComputer()},
                                       bounds);
     }
 
-    const QString name = QStringLiteral("PelorinTest%1.app").arg(::getpid());
-    const HurriedWalks hurriedWalks;
-    QByteArray home;
-    std::unique_ptr<QTemporaryDir> folder;
-    std::unique_ptr<Mounts> mounts;
+    const QString _name = QStringLiteral("PelorinTest%1.app").arg(::getpid());
+    const HurriedWalks _hurriedWalks;
+    QByteArray _home;
+    std::unique_ptr<QTemporaryDir> _folder;
+    std::unique_ptr<Mounts> _mounts;
 };
 
 void RemoteHomeTest::initTestCase() {
     if (!mayMount)
         QSKIP("mounting is not permitted here");
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
-    home = qgetenv("HOME");
+    _home = qgetenv("HOME");
 }
 
 void RemoteHomeTest::init() {
-    folder =
-        std::make_unique<QTemporaryDir>(QFile::decodeName(home) + QStringLiteral("/test-XXXXXX"));
-    mounts = std::make_unique<Mounts>();
+    _folder =
+        std::make_unique<QTemporaryDir>(QFile::decodeName(_home) + QStringLiteral("/test-XXXXXX"));
+    _mounts = std::make_unique<Mounts>();
     QFETCH(const bool, isFuse);
     if (isFuse && !Mounts::hasFuse())
         QSKIP("no FUSE here");
@@ -94,29 +94,29 @@ void RemoteHomeTest::init() {
 
 void RemoteHomeTest::cleanup() {
     QTRY_COMPARE(threadCount("pelorin-search") + threadCount("pelorin-walk"), 0);
-    mounts.reset();
-    folder.reset();
-    qputenv("HOME", home);
+    _mounts.reset();
+    _folder.reset();
+    qputenv("HOME", _home);
 }
 
 void RemoteHomeTest::mount(bool isFuse, const QString &point) {
     if (isFuse)
-        QVERIFY(mounts->fuse(at(QStringLiteral("kept")), at(point)));
+        QVERIFY(_mounts->fuse(at(QStringLiteral("kept")), at(point)));
     else
         QVERIFY(
-            mounts->overlay(at(QStringLiteral("kept")), at(QStringLiteral("changes")), at(point)));
+            _mounts->overlay(at(QStringLiteral("kept")), at(QStringLiteral("changes")), at(point)));
 }
 
 void RemoteHomeTest::countsACopyInItOnce() {
     QFETCH(const bool, isFuse);
     // The copy is visible on this computer's disk, too, where it is the same copy.
-    make(QStringLiteral("kept/a/deep/place/") + name);
+    make(QStringLiteral("kept/a/deep/place/") + _name);
     mount(isFuse, QStringLiteral("home"));
     const auto finder = find();
     QTRY_COMPARE_WITH_TIMEOUT(finder->result(), OlvFinderResultOne, 60000);
-    const QString copy = at(QStringLiteral("home/a/deep/place/") + name);
+    const QString copy = at(QStringLiteral("home/a/deep/place/") + _name);
     QCOMPARE(finder->instances().value_or(QStringList()), QStringList(copy));
-    const QString second = at(QStringLiteral("home/Applications/") + name);
+    const QString second = at(QStringLiteral("home/Applications/") + _name);
     QVERIFY(QDir().mkpath(second));
     QTRY_COMPARE(finder->result(), OlvFinderResultMany);
     QVERIFY(QDir(second).removeRecursively());
@@ -127,31 +127,31 @@ void RemoteHomeTest::countsACopyInItOnce() {
 
 void RemoteHomeTest::leavesOtherMountsOut() {
     QFETCH(const bool, isFuse);
-    make(QStringLiteral("here/") + name);
+    make(QStringLiteral("here/") + _name);
     // Elsewhere, below the home folder, and the home folder of another user. The files behind these
     // mounts are on no visible disk.
-    QVERIFY(mounts->memory(at(QStringLiteral("kept"))));
-    QVERIFY(mounts->memory(at(QStringLiteral("changes"))));
+    QVERIFY(_mounts->memory(at(QStringLiteral("kept"))));
+    QVERIFY(_mounts->memory(at(QStringLiteral("changes"))));
     for (const char *each : {"kept", "changes/upper", "changes/work"})
         make(QLatin1String(each));
-    make(QStringLiteral("kept/") + name);
-    make(QStringLiteral("kept/user/Applications/") + name);
+    make(QStringLiteral("kept/") + _name);
+    make(QStringLiteral("kept/user/Applications/") + _name);
     make(QStringLiteral("home/drive"));
     mount(isFuse, QStringLiteral("home/drive"));
-    QVERIFY(mounts->bind(at(QStringLiteral("home/drive")), at(QStringLiteral("other"))));
+    QVERIFY(_mounts->bind(at(QStringLiteral("home/drive")), at(QStringLiteral("other"))));
     for (const char *each : {"kept", "changes"})
         QCOMPARE(::umount2(QFile::encodeName(at(QLatin1String(each))).constData(), MNT_DETACH), 0);
-    QVERIFY(QFileInfo::exists(at(QStringLiteral("home/drive/") + name)));
+    QVERIFY(QFileInfo::exists(at(QStringLiteral("home/drive/") + _name)));
 
     const auto finder = find();
     QTRY_COMPARE_WITH_TIMEOUT(finder->result(), OlvFinderResultOne, 60000);
     QCOMPARE(finder->instances().value_or(QStringList()),
-             QStringList(at(QStringLiteral("here/") + name)));
+             QStringList(at(QStringLiteral("here/") + _name)));
 }
 
 void RemoteHomeTest::staysPendingWhereItIsTooBigUnlessTwoAreFound() {
     QFETCH(const bool, isFuse);
-    make(QStringLiteral("here/") + name);
+    make(QStringLiteral("here/") + _name);
     for (int i = 0; i < 30; ++i)
         make(QStringLiteral("kept/folder-%1/a").arg(i));
     mount(isFuse, QStringLiteral("home"));
@@ -165,14 +165,14 @@ void RemoteHomeTest::staysPendingWhereItIsTooBigUnlessTwoAreFound() {
     // Matches are watched once the walks have ended.
     QTRY_VERIFY_WITH_TIMEOUT(watches(at(QStringLiteral("here"))), 60000);
     QCOMPARE(finder->result(), OlvFinderResultPending);
-    make(QStringLiteral("second/") + name);
+    make(QStringLiteral("second/") + _name);
     QTRY_VERIFY(!results.isEmpty());
     QObject::disconnect(gathered);
     QObject::disconnect(updated);
     QCOMPARE(results.first(), static_cast<int>(OlvFinderResultMany));
     QCOMPARE(
         finder->instances().value_or(QStringList()),
-        QStringList({at(QStringLiteral("here/") + name), at(QStringLiteral("second/") + name)}));
+        QStringList({at(QStringLiteral("here/") + _name), at(QStringLiteral("second/") + _name)}));
 }
 
 }  // namespace pelorinnews::test

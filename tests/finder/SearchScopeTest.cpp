@@ -31,7 +31,7 @@ private:
     static QByteArray home() { return place() + "/homes/user"; }
     static std::vector<QByteArray> folders(const std::vector<QByteArray> &all) { return all; }
 
-    const EntryPattern pattern = FileNamePattern::like(QStringLiteral("Pelorin.app"));
+    const EntryPattern _pattern = FileNamePattern::like(QStringLiteral("Pelorin.app"));
 };
 
 void SearchScopeTest::searchesTheHomeWhereverItLies_data() {
@@ -49,10 +49,10 @@ void SearchScopeTest::searchesTheHomeWhereverItLies_data() {
 void SearchScopeTest::searchesTheHomeWhereverItLies() {
     QFETCH(QByteArray, mount);
     const SearchScope searched = scope("2 1 " + mount.replace("%1", home()));
-    QCOMPARE(searched.roots(pattern), folders({"/", home()}));
-    QVERIFY(searched.contains(home() + "/", pattern));
-    QVERIFY(searched.contains(home() + "/a/b", pattern));
-    QVERIFY(!searched.contains(home() + "/Pelorin.app/b", pattern));
+    QCOMPARE(searched.roots(_pattern), folders({"/", home()}));
+    QVERIFY(searched.contains(home() + "/", _pattern));
+    QVERIFY(searched.contains(home() + "/a/b", _pattern));
+    QVERIFY(!searched.contains(home() + "/Pelorin.app/b", _pattern));
     QVERIFY(searched.isRemote(home()));
     QVERIFY(!searched.isRemote("/"));
 }
@@ -70,36 +70,36 @@ void SearchScopeTest::searchesNoMoreOfAMountThanTheHome() {
                                        home() +
                                        "/disk rw - ext4 /dev/sdb1 rw\n"
                                        "5 1 0:45 / /srv/share rw - nfs4 server:/share rw\n");
-    QCOMPARE(searched.roots(pattern), folders({"/", home() + "/disk", home()}));
-    QVERIFY(!searched.contains(above + "/somebody/a", pattern));
-    QVERIFY(!searched.contains(home() + "er/a", pattern));
-    QVERIFY(!searched.contains(home() + "/drive/a", pattern));
-    QVERIFY(searched.contains(home() + "/disk/a", pattern));
-    QVERIFY(!searched.contains("/srv/share/a", pattern));
+    QCOMPARE(searched.roots(_pattern), folders({"/", home() + "/disk", home()}));
+    QVERIFY(!searched.contains(above + "/somebody/a", _pattern));
+    QVERIFY(!searched.contains(home() + "er/a", _pattern));
+    QVERIFY(!searched.contains(home() + "/drive/a", _pattern));
+    QVERIFY(searched.contains(home() + "/disk/a", _pattern));
+    QVERIFY(!searched.contains("/srv/share/a", _pattern));
 }
 
 void SearchScopeTest::searchesAHomeOnALocalDiskWithThatDisk() {
-    QCOMPARE(scope({}).roots(pattern), folders({"/"}));
-    QCOMPARE(scope("2 1 8:2 / " + home() + " rw - ext4 /dev/sda2 rw\n").roots(pattern),
+    QCOMPARE(scope({}).roots(_pattern), folders({"/"}));
+    QCOMPARE(scope("2 1 8:2 / " + home() + " rw - ext4 /dev/sda2 rw\n").roots(_pattern),
              folders({"/", home()}));
     // A folder of a disk that is walked in any case.
     const SearchScope bound = scope("2 1 8:1 /data/user " + home() + " rw - ext4 /dev/sda1 rw\n");
-    QCOMPARE(bound.roots(pattern), folders({"/"}));
-    QVERIFY(!bound.contains(home() + "/a", pattern));
+    QCOMPARE(bound.roots(_pattern), folders({"/"}));
+    QVERIFY(!bound.contains(home() + "/a", _pattern));
 }
 
 void SearchScopeTest::leavesOutWhatBelongsToTheKernel() {
     SearchScope searched({SearchScope::localComputer()}, "/proc/self");
     searched.setMounts(MountTable::parse(root() + "2 1 0:5 / /proc rw - proc proc rw\n"));
-    QCOMPARE(searched.roots(pattern), folders({"/"}));
+    QCOMPARE(searched.roots(_pattern), folders({"/"}));
 }
 
 void SearchScopeTest::leavesOutTheHomeWhereFoldersAreGiven() {
     SearchScope searched({QStringLiteral("/usr")}, home());
     searched.setMounts(
         MountTable::parse(root() + "2 1 0:43 / " + home() + " rw - nfs4 server:/ rw\n"));
-    QCOMPARE(searched.roots(pattern), folders({"/usr"}));
-    QVERIFY(!searched.contains(home() + "/a", pattern));
+    QCOMPARE(searched.roots(_pattern), folders({"/usr"}));
+    QVERIFY(!searched.contains(home() + "/a", _pattern));
 }
 
 void SearchScopeTest::leavesOutWhatTheHomeShows() {
@@ -107,16 +107,16 @@ void SearchScopeTest::leavesOutWhatTheHomeShows() {
     QVERIFY(QDir().mkpath(QFile::decodeName(kept + "/user")));
     const SearchScope searched =
         scope("2 1 0:43 / " + place() + "/homes rw - fuse " + kept + " rw\n");
-    QVERIFY(!searched.contains(kept + "/user/a", pattern));
-    QVERIFY(searched.contains(kept + "/somebody/a", pattern));
-    QVERIFY(searched.contains(home() + "/a", pattern));
+    QVERIFY(!searched.contains(kept + "/user/a", _pattern));
+    QVERIFY(searched.contains(kept + "/somebody/a", _pattern));
+    QVERIFY(searched.contains(home() + "/a", _pattern));
 }
 
 void SearchScopeTest::keepsWhatHoldsTheHome() {
     // A layer that holds the home folder itself would leave nothing to search.
     const SearchScope searched = scope("2 1 0:43 / " + home() + " rw - fuse / rw\n");
-    QVERIFY(searched.contains(home() + "/a", pattern));
-    QVERIFY(searched.contains("/opt/a", pattern));
+    QVERIFY(searched.contains(home() + "/a", _pattern));
+    QVERIFY(searched.contains("/opt/a", _pattern));
 }
 
 }  // namespace pelorinnews::test

@@ -16,9 +16,9 @@ public:
         query.setPredicate(FileNamePattern::like(pattern));
         query.setSearchScopes(scopes);
         const auto *center = MetadataQueryCenter::defaultCenter();
-        QObject::connect(center, &MetadataQueryCenter::didFinishGathering, &context,
+        QObject::connect(center, &MetadataQueryCenter::didFinishGathering, &_context,
                          [this](const MetadataQuery *from) { gathered += from == &query ? 1 : 0; });
-        QObject::connect(center, &MetadataQueryCenter::didUpdate, &context,
+        QObject::connect(center, &MetadataQueryCenter::didUpdate, &_context,
                          [this](const MetadataQuery *from) { updated += from == &query ? 1 : 0; });
     }
 
@@ -27,8 +27,8 @@ public:
     int updated = 0;
 
 private:
-    QObject context;
-    HurriedWalks hurriedWalks;
+    QObject _context;
+    HurriedWalks _hurriedWalks;
 };
 
 }  // namespace pelorinnews::test

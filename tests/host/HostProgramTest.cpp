@@ -14,9 +14,9 @@ class HostProgramTest final : public QObject {
 private Q_SLOTS:
     void helpListsTheOptions() {
         start({QStringLiteral("--help")});
-        QVERIFY(pelorin->waitForFinished());
-        QCOMPARE(pelorin->exitCode(), 0);
-        const QByteArray help = pelorin->readAllStandardOutput();
+        QVERIFY(_pelorin->waitForFinished());
+        QCOMPARE(_pelorin->exitCode(), 0);
+        const QByteArray help = _pelorin->readAllStandardOutput();
         for (const char *option :
              {"--show", "--module", "--feed", "--trust", "--without-gl-sharing"})
             QVERIFY2(help.contains(option), option);
@@ -24,20 +24,20 @@ private Q_SLOTS:
 
     void anUnknownOptionIsRefused() {
         start({QStringLiteral("--nonsense")});
-        QVERIFY(pelorin->waitForFinished());
-        QCOMPARE(pelorin->exitCode(), 1);
+        QVERIFY(_pelorin->waitForFinished());
+        QCOMPARE(_pelorin->exitCode(), 1);
     }
 
     void aMissingModuleIsToldAndTheHostGoesOn() {
         start({QStringLiteral("--module"), QStringLiteral("/nowhere/None.so")});
         QTRY_VERIFY(errors().contains("There is no news module at /nowhere/None.so"));
-        QVERIFY(!pelorin->waitForFinished(300));
+        QVERIFY(!_pelorin->waitForFinished(300));
     }
 
     void anUnreadableAuthorityIsRefused() {
         start({QStringLiteral("--trust"), QStringLiteral("/nowhere/ca.pem")});
-        QVERIFY(pelorin->waitForFinished());
-        QCOMPARE(pelorin->exitCode(), 2);
+        QVERIFY(_pelorin->waitForFinished());
+        QCOMPARE(_pelorin->exitCode(), 2);
         QVERIFY(errors().contains("/nowhere/ca.pem"));
     }
 
@@ -68,7 +68,7 @@ private Q_SLOTS:
     void thePanelIsNotShownUnasked() {
         start({QStringLiteral("--module"), recordingModule()});
         QTRY_VERIFY(recorded().contains(QStringLiteral("delegate")));
-        QVERIFY(!pelorin->waitForFinished(300));
+        QVERIFY(!_pelorin->waitForFinished(300));
         QVERIFY(!recorded().contains(QStringLiteral("show")));
     }
 
@@ -78,9 +78,9 @@ private Q_SLOTS:
         press("ctrl+n");
         QTRY_COMPARE(recorded().last(), QStringLiteral("show"));
         press("ctrl+q");
-        QVERIFY(pelorin->waitForFinished());
-        QCOMPARE(pelorin->exitStatus(), QProcess::NormalExit);
-        QCOMPARE(pelorin->exitCode(), 0);
+        QVERIFY(_pelorin->waitForFinished());
+        QCOMPARE(_pelorin->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(_pelorin->exitCode(), 0);
         QCOMPARE(recorded().mid(5),
                  QStringList({QStringLiteral("exit"), QStringLiteral("released")}));
     }
@@ -88,24 +88,24 @@ private Q_SLOTS:
     void whatThePanelLogsOnAThreadOfItsOwnDoesNoHarm() {
         start({QStringLiteral("--module"), recordingModule()});
         QTRY_VERIFY(recorded().contains(QStringLiteral("delegate")));
-        QVERIFY(!pelorin->waitForFinished(300));
-        QVERIFY2(errors().isEmpty(), errorText.constData());
+        QVERIFY(!_pelorin->waitForFinished(300));
+        QVERIFY2(errors().isEmpty(), _errorText.constData());
     }
 
     void cleanup() {
-        pelorin->kill();
-        pelorin->waitForFinished();
-        pelorin.reset();
+        _pelorin->kill();
+        _pelorin->waitForFinished();
+        _pelorin.reset();
     }
 
 private:
     void start(const QStringList &arguments) {
-        folder = std::make_unique<QTemporaryDir>();
-        qputenv("PELORIN_RECORD", folder->filePath(QStringLiteral("record")).toUtf8());
-        errorText.clear();
-        pelorin = std::make_unique<QProcess>();
-        pelorin->start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin"), arguments);
-        QVERIFY(pelorin->waitForStarted());
+        _folder = std::make_unique<QTemporaryDir>();
+        qputenv("PELORIN_RECORD", _folder->filePath(QStringLiteral("record")).toUtf8());
+        _errorText.clear();
+        _pelorin = std::make_unique<QProcess>();
+        _pelorin->start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin"), arguments);
+        QVERIFY(_pelorin->waitForStarted());
     }
 
     static QByteArray xdotool(const QStringList &arguments) {
@@ -125,10 +125,10 @@ private:
         return QStringLiteral(PELORIN_TEST_MODULES "/RecordingNewsModule.so");
     }
 
-    QByteArray errors() { return errorText += pelorin->readAllStandardError(); }
+    QByteArray errors() { return _errorText += _pelorin->readAllStandardError(); }
 
     QStringList recorded() const {
-        QFile file(folder->filePath(QStringLiteral("record")));
+        QFile file(_folder->filePath(QStringLiteral("record")));
         if (!file.open(QFile::ReadOnly))
             return {};
         return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
@@ -143,9 +143,9 @@ private:
             .toString();
     }
 
-    std::unique_ptr<QProcess> pelorin;
-    std::unique_ptr<QTemporaryDir> folder;
-    QByteArray errorText;
+    std::unique_ptr<QProcess> _pelorin;
+    std::unique_ptr<QTemporaryDir> _folder;
+    QByteArray _errorText;
 };
 
 }  // namespace pelorinnews::test

@@ -18,7 +18,7 @@ public:
     LoadedAddress(UrlLoader &loader, const QUrl &url, QThreadPool *queue, int idleTimeoutSeconds) {
         loader.sendAsynchronousRequest(
             url, idleTimeoutSeconds, queue,
-            [shared = result](auto response, auto data, auto connectionError) {
+            [shared = _result](auto response, auto data, auto connectionError) {
                 const std::lock_guard lock(shared->mutex);
                 ++shared->calls;
                 shared->response = std::move(response);
@@ -32,34 +32,34 @@ public:
     /// False if the completion has not arrived within `timeout`.
     [[nodiscard]] bool wait(std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
         const auto deadline = std::chrono::system_clock::now() + timeout;
-        std::unique_lock lock(result->mutex);
-        return result->came.wait_until(lock, deadline, [this] { return result->calls > 0; });
+        std::unique_lock lock(_result->mutex);
+        return _result->came.wait_until(lock, deadline, [this] { return _result->calls > 0; });
     }
 
     // From the completion callback; read them after a successful wait.
     [[nodiscard]] std::optional<int> status() const {
-        const std::lock_guard lock(result->mutex);
-        return result->response ? result->response->statusCode : std::nullopt;
+        const std::lock_guard lock(_result->mutex);
+        return _result->response ? _result->response->statusCode : std::nullopt;
     }
     [[nodiscard]] bool hasResponse() const {
-        const std::lock_guard lock(result->mutex);
-        return result->response.has_value();
+        const std::lock_guard lock(_result->mutex);
+        return _result->response.has_value();
     }
     [[nodiscard]] std::optional<QByteArray> data() const {
-        const std::lock_guard lock(result->mutex);
-        return result->data;
+        const std::lock_guard lock(_result->mutex);
+        return _result->data;
     }
     [[nodiscard]] std::optional<Error> connectionError() const {
-        const std::lock_guard lock(result->mutex);
-        return result->connectionError;
+        const std::lock_guard lock(_result->mutex);
+        return _result->connectionError;
     }
     [[nodiscard]] QThread *thread() const {
-        const std::lock_guard lock(result->mutex);
-        return result->thread;
+        const std::lock_guard lock(_result->mutex);
+        return _result->thread;
     }
     [[nodiscard]] int calls() const {
-        const std::lock_guard lock(result->mutex);
-        return result->calls;
+        const std::lock_guard lock(_result->mutex);
+        return _result->calls;
     }
 
 private:
@@ -72,7 +72,7 @@ private:
         std::optional<Error> connectionError;
         QThread *thread = nullptr;
     };
-    std::shared_ptr<Result> result = std::make_shared<Result>();
+    std::shared_ptr<Result> _result = std::make_shared<Result>();
 };
 
 }  // namespace pelorinnews::test

@@ -102,45 +102,45 @@ private Q_SLOTS:
     void theSharedLoaderIsOne();
 
 private:
-    [[nodiscard]] FeedServer &serverFor(bool tls) { return tls ? *https : *http; }
+    [[nodiscard]] FeedServer &serverFor(bool tls) { return tls ? *_https : *_http; }
     [[nodiscard]] LoadedAddress load(const QUrl &url, int idleTimeoutSeconds = 10) {
-        return {loader, url, &queue, idleTimeoutSeconds};
+        return {_loader, url, &_queue, idleTimeoutSeconds};
     }
 
     /// The default configuration, which trusts the system's authorities.
-    const QSslConfiguration untouched = QSslConfiguration::defaultConfiguration();
-    std::unique_ptr<TestAuthority> authority;
-    std::unique_ptr<FeedServer> http;
-    std::unique_ptr<FeedServer> https;
-    QThreadPool queue;
-    NetworkUrlLoader loader;
-    QTemporaryDir feeds;
+    const QSslConfiguration _untouched = QSslConfiguration::defaultConfiguration();
+    std::unique_ptr<TestAuthority> _authority;
+    std::unique_ptr<FeedServer> _http;
+    std::unique_ptr<FeedServer> _https;
+    QThreadPool _queue;
+    NetworkUrlLoader _loader;
+    QTemporaryDir _feeds;
 };
 
 void NetworkUrlLoaderTest::initTestCase() {
     for (const char *proxy :
          {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "all_proxy"})
         qunsetenv(proxy);
-    authority = std::make_unique<TestAuthority>();
-    QFile feed(feeds.filePath(QStringLiteral("plain.xml")));
+    _authority = std::make_unique<TestAuthority>();
+    QFile feed(_feeds.filePath(QStringLiteral("plain.xml")));
     QVERIFY(feed.open(QIODevice::WriteOnly));
     feed.write("<rss>grün</rss>");
     feed.close();
 
     FeedServerOptions options;
-    options.feedFolder = feeds.path();
-    http = std::make_unique<FeedServer>(options);
+    options.feedFolder = _feeds.path();
+    _http = std::make_unique<FeedServer>(options);
     QString whyNot;
-    QVERIFY2(http->start(&whyNot), qPrintable(whyNot));
-    const auto files = authority->issue(Kind::Valid);
+    QVERIFY2(_http->start(&whyNot), qPrintable(whyNot));
+    const auto files = _authority->issue(Kind::Valid);
     options.certificateFile = files.certificate;
     options.privateKeyFile = files.privateKey;
-    https = std::make_unique<FeedServer>(options);
-    QVERIFY2(https->start(&whyNot), qPrintable(whyNot));
+    _https = std::make_unique<FeedServer>(options);
+    QVERIFY2(_https->start(&whyNot), qPrintable(whyNot));
 }
 
 void NetworkUrlLoaderTest::cleanup() {
-    for (FeedServer *server : {http.get(), https.get()}) {
+    for (FeedServer *server : {_http.get(), _https.get()}) {
         server->clearReplies();
         server->clearRequests();
     }
@@ -290,10 +290,10 @@ void NetworkUrlLoaderTest::theRequestLineIsTheAddressAsGiven() {
 }
 
 void NetworkUrlLoaderTest::noHeaderBeyondTheStacksOwnIsSent() {
-    LoadedAddress loaded = load(tolerant(http->address(QStringLiteral("/plain.xml"))));
+    LoadedAddress loaded = load(tolerant(_http->address(QStringLiteral("/plain.xml"))));
     QVERIFY(loaded.wait());
     QStringList names;
-    const std::vector<FeedRequest> requests = http->requests();
+    const std::vector<FeedRequest> requests = _http->requests();
     for (const auto &[name, value] : requests.front().headers)
         names += QString::fromLatin1(name);
     names.sort();
@@ -307,18 +307,18 @@ void NetworkUrlLoaderTest::cookiesAreNotKept() {
     FeedReply reply;
     reply.headers = {{"Set-Cookie", "who=you; Path=/"}};
     reply.redirects = 1;
-    http->setReplyForPath("/plain.xml", reply);
+    _http->setReplyForPath("/plain.xml", reply);
     // Another transfer runs all the time, so that the loader forgets nothing in between.
     FeedReply slow;
     slow.delayBeforeHead = std::chrono::seconds(1);
-    http->setReplyForPath("/slow.xml", slow);
-    LoadedAddress lasting = load(tolerant(http->address(QStringLiteral("/slow.xml"))));
-    LoadedAddress first = load(tolerant(http->address(QStringLiteral("/plain.xml"))));
+    _http->setReplyForPath("/slow.xml", slow);
+    LoadedAddress lasting = load(tolerant(_http->address(QStringLiteral("/slow.xml"))));
+    LoadedAddress first = load(tolerant(_http->address(QStringLiteral("/plain.xml"))));
     QVERIFY(first.wait());
-    LoadedAddress second = load(tolerant(http->address(QStringLiteral("/plain.xml"))));
+    LoadedAddress second = load(tolerant(_http->address(QStringLiteral("/plain.xml"))));
     QVERIFY(second.wait());
     QVERIFY(lasting.wait());
-    const std::vector<FeedRequest> requests = http->requests();
+    const std::vector<FeedRequest> requests = _http->requests();
     for (const FeedRequest &request : requests)
         QVERIFY2(request.header("Cookie").isNull(), request.requestLine.constData());
     QCOMPARE(requests.size(), std::size_t(5));
@@ -352,7 +352,7 @@ void NetworkUrlLoaderTest::redirectsAreFollowed() {
         return QString::fromLatin1(QUrl::toPercentEncoding(server.address()));
     };
     reply.replace(QLatin1String("SAME"), encoded(serverFor(tls)));
-    reply.replace(QLatin1String("HTTPS"), encoded(*https));
+    reply.replace(QLatin1String("HTTPS"), encoded(*_https));
     QFETCH(const int, status);
     QFETCH(const int, connectionError);
     const auto parsed = FeedReply::parse(reply);
@@ -370,19 +370,20 @@ void NetworkUrlLoaderTest::redirectsAreFollowed() {
 
 void NetworkUrlLoaderTest::aRedirectFromHttpsToHttpIsAnError() {
     FeedReply reply;
-    reply.redirectTo = http->address(QStringLiteral("/plain.xml")).toLatin1();
-    https->setReplyForPath("/from.xml", reply);
-    LoadedAddress loaded = load(tolerant(https->address(QStringLiteral("/from.xml"))));
+    reply.redirectTo = _http->address(QStringLiteral("/plain.xml")).toLatin1();
+    _https->setReplyForPath("/from.xml", reply);
+    LoadedAddress loaded = load(tolerant(_https->address(QStringLiteral("/from.xml"))));
     QVERIFY(loaded.wait());
     QVERIFY(loaded.connectionError());
     QCOMPARE(loaded.connectionError()->code, int(TransportError::BadRedirect));
     QVERIFY(!loaded.data());
-    QVERIFY(http->requests().empty());
+    QVERIFY(_http->requests().empty());
 }
 
 void NetworkUrlLoaderTest::aRedirectOutOfHttpIsAnError() {
     FeedReply reply;
-    reply.redirectTo = QUrl::fromLocalFile(feeds.filePath(QStringLiteral("plain.xml"))).toEncoded();
+    reply.redirectTo =
+        QUrl::fromLocalFile(_feeds.filePath(QStringLiteral("plain.xml"))).toEncoded();
     for (const bool tls : {false, true}) {
         serverFor(tls).setReplyForPath("/from.xml", reply);
         LoadedAddress loaded = load(tolerant(serverFor(tls).address(QStringLiteral("/from.xml"))));
@@ -405,9 +406,9 @@ void NetworkUrlLoaderTest::certificatesAreChecked_data() {
 void NetworkUrlLoaderTest::certificatesAreChecked() {
     QFETCH(const int, kind);
     QFETCH(const int, connectionError);
-    const auto files = authority->issue(Kind(kind));
+    const auto files = _authority->issue(Kind(kind));
     FeedServerOptions options;
-    options.feedFolder = feeds.path();
+    options.feedFolder = _feeds.path();
     options.certificateFile = files.certificate;
     options.privateKeyFile = files.privateKey;
     FeedServer server(options);
@@ -425,19 +426,19 @@ void NetworkUrlLoaderTest::anUntrustedAuthorityIsAnError() {
     QSslConfiguration distrusting = trusting;
     distrusting.setCaCertificates(QSslConfiguration::systemCaCertificates());
     QSslConfiguration::setDefaultConfiguration(distrusting);
-    LoadedAddress loaded = load(tolerant(https->address(QStringLiteral("/plain.xml"))));
+    LoadedAddress loaded = load(tolerant(_https->address(QStringLiteral("/plain.xml"))));
     const bool came = loaded.wait();
     QSslConfiguration::setDefaultConfiguration(trusting);
     QVERIFY(came);
     QCOMPARE(loaded.connectionError().value_or(Error()).code, int(TransportError::Insecure));
-    QVERIFY(https->requests().empty());
+    QVERIFY(_https->requests().empty());
 }
 
 void NetworkUrlLoaderTest::theEnvironmentAddsNoAuthority() {
     const QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
-    QSslConfiguration::setDefaultConfiguration(untouched);
-    qputenv("SSL_CERT_FILE", QFile::encodeName(authority->path() + QStringLiteral("/ca.pem")));
-    LoadedAddress loaded = load(tolerant(https->address(QStringLiteral("/plain.xml"))));
+    QSslConfiguration::setDefaultConfiguration(_untouched);
+    qputenv("SSL_CERT_FILE", QFile::encodeName(_authority->path() + QStringLiteral("/ca.pem")));
+    LoadedAddress loaded = load(tolerant(_https->address(QStringLiteral("/plain.xml"))));
     const bool came = loaded.wait();
     qunsetenv("SSL_CERT_FILE");
     QSslConfiguration::setDefaultConfiguration(trusting);
@@ -519,7 +520,7 @@ void NetworkUrlLoaderTest::filesAreResponsesWithoutAStatus() {
 }
 
 void NetworkUrlLoaderTest::aMissingFileIsAnError() {
-    for (const QString &path : {feeds.filePath(QStringLiteral("none.xml")), feeds.path()}) {
+    for (const QString &path : {_feeds.filePath(QStringLiteral("none.xml")), _feeds.path()}) {
         LoadedAddress loaded = load(QUrl::fromLocalFile(path));
         QVERIFY(loaded.wait());
         QVERIFY(loaded.connectionError());
@@ -529,16 +530,16 @@ void NetworkUrlLoaderTest::aMissingFileIsAnError() {
 
 void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce_data() {
     QTest::addColumn<QString>("address");
-    const QString pipe = feeds.filePath(QStringLiteral("pipe.xml"));
+    const QString pipe = _feeds.filePath(QStringLiteral("pipe.xml"));
     // Nobody writes into this pipe: opening it would block for ever.
     QVERIFY(mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0 || errno == EEXIST);
-    QVERIFY(QFile::link(pipe, feeds.filePath(QStringLiteral("link.xml"))));
+    QVERIFY(QFile::link(pipe, _feeds.filePath(QStringLiteral("link.xml"))));
     QTest::newRow("pipe") << QStringLiteral("file://") + pipe;
     QTest::newRow("pipe with a query") << QStringLiteral("file:") + pipe + QStringLiteral("?&a=b");
     QTest::newRow("pipe of localhost") << QStringLiteral("file://localhost") + pipe;
     QTest::newRow("link to a pipe")
-        << QStringLiteral("FILE:") + feeds.filePath(QStringLiteral("link.xml"));
-    QTest::newRow("folder") << QStringLiteral("file:") + feeds.path();
+        << QStringLiteral("FILE:") + _feeds.filePath(QStringLiteral("link.xml"));
+    QTest::newRow("folder") << QStringLiteral("file:") + _feeds.path();
     QTest::newRow("device") << QStringLiteral("file:///dev/zero");
 }
 
@@ -546,24 +547,24 @@ void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce() {
     QFETCH(const QString, address);
     // A thread that hangs could not even be stopped, so this test uses a loader of its own.
     NetworkUrlLoader own;
-    LoadedAddress loaded(own, tolerant(address), &queue, 10);
+    LoadedAddress loaded(own, tolerant(address), &_queue, 10);
     QVERIFY(loaded.wait(std::chrono::seconds(30)));
     QCOMPARE(loaded.connectionError().value_or(Error()).domain, QStringLiteral("QFileDevice"));
     QVERIFY(!loaded.hasResponse());
     QVERIFY(!loaded.data());
-    LoadedAddress next(own, tolerant(http->address(QStringLiteral("/plain.xml"))), &queue, 10);
+    LoadedAddress next(own, tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue, 10);
     QVERIFY(next.wait(std::chrono::seconds(30)));
     QVERIFY(next.data());
 }
 
 void NetworkUrlLoaderTest::aFileBeyondTheLimitIsAnError() {
     NetworkUrlLoader limited(1000);
-    QFile file(feeds.filePath(QStringLiteral("long.xml")));
+    QFile file(_feeds.filePath(QStringLiteral("long.xml")));
     for (const int size : {1000, 1001}) {
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(QByteArray(size, 'x'));
         file.close();
-        LoadedAddress loaded(limited, QUrl::fromLocalFile(file.fileName()), &queue, 10);
+        LoadedAddress loaded(limited, QUrl::fromLocalFile(file.fileName()), &_queue, 10);
         QVERIFY(loaded.wait());
         QCOMPARE(loaded.data().has_value(), size == 1000);
         QCOMPARE(loaded.connectionError().value_or(Error()).domain,
@@ -672,7 +673,7 @@ void NetworkUrlLoaderTest::anOrderlyEndCountsForItsOwnConnectionAlone_data() {
 
 void NetworkUrlLoaderTest::anOrderlyEndCountsForItsOwnConnectionAlone() {
     QFETCH(const bool, cut);
-    const auto files = authority->issue(Kind::Valid);
+    const auto files = _authority->issue(Kind::Valid);
     // No lengths: the client reads each connection to its end.
     ScriptedServer server(
         [cut](const QByteArray &head) {
@@ -801,7 +802,7 @@ void NetworkUrlLoaderTest::aBodyBeyondTheLimitIsAnError() {
     for (const bool tls : {false, true, false, true, false, true}) {
         serverFor(tls).setReply(FeedReply::parse(reply).value());
         LoadedAddress loaded(
-            limited, tolerant(serverFor(tls).address(QStringLiteral("/plain.xml"))), &queue, 10);
+            limited, tolerant(serverFor(tls).address(QStringLiteral("/plain.xml"))), &_queue, 10);
         QVERIFY(loaded.wait());
         QCOMPARE(loaded.data().has_value(), fits);
         QCOMPARE(loaded.connectionError().has_value(), !fits);
@@ -833,8 +834,8 @@ void NetworkUrlLoaderTest::aLongBodyComesWhole() {
 }
 
 void NetworkUrlLoaderTest::aHugeClaimedLengthTakesNoMemory() {
-    http->setReply(FeedReply::parse(QStringLiteral("length=1000000000000")).value());
-    LoadedAddress loaded = load(tolerant(http->address(QStringLiteral("/plain.xml"))));
+    _http->setReply(FeedReply::parse(QStringLiteral("length=1000000000000")).value());
+    LoadedAddress loaded = load(tolerant(_http->address(QStringLiteral("/plain.xml"))));
     QVERIFY(loaded.wait());
     QVERIFY(loaded.connectionError());
     QVERIFY(!loaded.data());
@@ -862,7 +863,7 @@ void NetworkUrlLoaderTest::aLargeBodyCostsItsSizeOnce() {
     // A separate process keeps the server's memory out of the measurement.
     QProcess server;
     server.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"),
-                 {QStringLiteral("--tls"), authority->path(), QStringLiteral("--reply"),
+                 {QStringLiteral("--tls"), _authority->path(), QStringLiteral("--reply"),
                   QStringLiteral("size=30m")});
     QVERIFY2(server.waitForReadyRead(20000), qPrintable(server.errorString()));
     const QString address = QString::fromLatin1(server.readLine().trimmed());
@@ -891,9 +892,10 @@ void NetworkUrlLoaderTest::theCompletionRunsOnTheQueueAndNeverOnTheCallersStack(
         while (!release)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
     });
-    LoadedAddress good(loader, tolerant(http->address(QStringLiteral("/plain.xml"))), &single, 10);
-    LoadedAddress bad(loader, QUrl(), &single, 10);
-    QVERIFY(http->waitForRequests(1));
+    LoadedAddress good(_loader, tolerant(_http->address(QStringLiteral("/plain.xml"))), &single,
+                       10);
+    LoadedAddress bad(_loader, QUrl(), &single, 10);
+    QVERIFY(_http->waitForRequests(1));
     QVERIFY(!good.wait(std::chrono::milliseconds(200)));
     QVERIFY(!bad.wait(std::chrono::milliseconds(0)));
     release = true;
@@ -904,17 +906,17 @@ void NetworkUrlLoaderTest::theCompletionRunsOnTheQueueAndNeverOnTheCallersStack(
 }
 
 void NetworkUrlLoaderTest::aMissingQueueStandsForTheGlobalOne() {
-    LoadedAddress loaded(loader, tolerant(http->address(QStringLiteral("/plain.xml"))), nullptr,
+    LoadedAddress loaded(_loader, tolerant(_http->address(QStringLiteral("/plain.xml"))), nullptr,
                          10);
     QVERIFY(loaded.wait());
     QVERIFY(loaded.data());
 }
 
 void NetworkUrlLoaderTest::aMissingCompletionIsFine() {
-    loader.sendAsynchronousRequest(tolerant(http->address(QStringLiteral("/plain.xml"))), 10,
-                                   &queue, {});
-    QVERIFY(http->waitForRequests(1));
-    QVERIFY(queue.waitForDone(5000));
+    _loader.sendAsynchronousRequest(tolerant(_http->address(QStringLiteral("/plain.xml"))), 10,
+                                    &_queue, {});
+    QVERIFY(_http->waitForRequests(1));
+    QVERIFY(_queue.waitForDone(5000));
 }
 
 void NetworkUrlLoaderTest::manyRequestsFromManyThreadsEachCompleteOnce() {
@@ -936,11 +938,11 @@ void NetworkUrlLoaderTest::manyRequestsFromManyThreadsEachCompleteOnce() {
             QVERIFY(loaded.wait());
             QCOMPARE(loaded.data(), std::optional(QByteArray("<rss>grün</rss>")));
         }
-    queue.waitForDone();
+    _queue.waitForDone();
     for (const auto &loadsOfOne : loads)
         for (const LoadedAddress &loaded : loadsOfOne)
             QCOMPARE(loaded.calls(), 1);
-    QCOMPARE(http->requests().size() + https->requests().size(), std::size_t(threads * each));
+    QCOMPARE(_http->requests().size() + _https->requests().size(), std::size_t(threads * each));
 }
 
 void NetworkUrlLoaderTest::noConnectionStaysWhenNothingIsUnderWay() {
@@ -965,7 +967,7 @@ void NetworkUrlLoaderTest::shutdownEndsWhatIsUnderWay() {
         std::vector<LoadedAddress> loads;
         for (int i = 0; i < 3; ++i)
             loads.emplace_back(ending, tolerant(server.address(QStringLiteral("/plain.xml"))),
-                               &queue, 60);
+                               &_queue, 60);
         QVERIFY(server.waitForRequests(3));
         QElapsedTimer elapsed;
         elapsed.start();
@@ -991,14 +993,15 @@ void NetworkUrlLoaderTest::shutdownWithoutARequestIsFine() {
 
 void NetworkUrlLoaderTest::requestsAfterShutdownEndWithAnError() {
     NetworkUrlLoader ended;
-    LoadedAddress before(ended, tolerant(http->address(QStringLiteral("/plain.xml"))), &queue, 10);
+    LoadedAddress before(ended, tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue,
+                         10);
     QVERIFY(before.wait());
     ended.shutdown();
-    LoadedAddress after(ended, tolerant(http->address(QStringLiteral("/plain.xml"))), &queue, 10);
+    LoadedAddress after(ended, tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue, 10);
     QVERIFY(after.wait());
     QCOMPARE(after.connectionError().value_or(Error()).code, int(TransportError::Cancelled));
     QVERIFY(after.thread() != QThread::currentThread());
-    QCOMPARE(http->requests().size(), std::size_t(1));
+    QCOMPARE(_http->requests().size(), std::size_t(1));
 }
 
 void NetworkUrlLoaderTest::requestsDuringShutdownEachCompleteOnce() {
@@ -1007,15 +1010,15 @@ void NetworkUrlLoaderTest::requestsDuringShutdownEachCompleteOnce() {
         std::vector<LoadedAddress> loads;
         std::thread sender([&] {
             for (int i = 0; i < 10; ++i)
-                loads.emplace_back(ending, tolerant(http->address(QStringLiteral("/plain.xml"))),
-                                   &queue, 10);
+                loads.emplace_back(ending, tolerant(_http->address(QStringLiteral("/plain.xml"))),
+                                   &_queue, 10);
         });
         std::this_thread::sleep_for(std::chrono::milliseconds(round));
         ending.shutdown();
         sender.join();
         for (LoadedAddress &loaded : loads)
             QVERIFY(loaded.wait());
-        queue.waitForDone();
+        _queue.waitForDone();
         for (const LoadedAddress &loaded : loads)
             QCOMPARE(loaded.calls(), 1);
     }
@@ -1025,7 +1028,7 @@ void NetworkUrlLoaderTest::theSharedLoaderIsOne() {
     QVERIFY(UrlLoader::shared());
     QCOMPARE(UrlLoader::shared(), UrlLoader::shared());
     LoadedAddress loaded(*UrlLoader::shared(),
-                         tolerant(http->address(QStringLiteral("/plain.xml"))), &queue, 10);
+                         tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue, 10);
     QVERIFY(loaded.wait());
     QVERIFY(loaded.data());
 }

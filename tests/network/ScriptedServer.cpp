@@ -36,23 +36,23 @@ void check(bool held, const char *what) {
 class ScriptedServer::Connection {
 public:
     Connection(int accepted, SSL_CTX *context, const std::atomic<bool> &serverEnds)
-        : descriptor(accepted), ending(serverEnds) {
+        : _descriptor(accepted), _ending(serverEnds) {
         const timeval patience{0, 100'000};
-        ::setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        ::setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+        ::setsockopt(_descriptor, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+        ::setsockopt(_descriptor, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
         if (!context)
             return;
-        ssl = SSL_new(context);
-        SSL_set_fd(ssl, descriptor);
+        _ssl = SSL_new(context);
+        SSL_set_fd(_ssl, _descriptor);
         int result = 0;
-        while ((result = SSL_accept(ssl)) <= 0 && mayRetry(result)) {
+        while ((result = SSL_accept(_ssl)) <= 0 && mayRetry(result)) {
         }
-        usable = result == 1;
+        _usable = result == 1;
     }
     ~Connection() {
-        if (ssl)
-            SSL_free(ssl);
-        ::close(descriptor);
+        if (_ssl)
+            SSL_free(_ssl);
+        ::close(_descriptor);
     }
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
@@ -60,7 +60,7 @@ public:
     /// Reads up to the empty line; null if the client closed before.
     QByteArray readHead() {
         QByteArray head;
-        while (usable && !head.contains("\r\n\r\n")) {
+        while (_usable && !head.contains("\r\n\r\n")) {
             char byte = 0;
             const int got = read(&byte, 1);
             if (got == 0)
@@ -68,112 +68,112 @@ public:
             if (got > 0)
                 head += byte;
         }
-        return usable ? head : QByteArray();
+        return _usable ? head : QByteArray();
     }
 
     bool send(const QByteArray &bytes) {
         qsizetype sent = 0;
-        while (sent < bytes.size() && !ending) {
+        while (sent < bytes.size() && !_ending) {
             const char *from = bytes.constData() + sent;
             const auto left = static_cast<int>(bytes.size() - sent);
             const int put =
-                ssl ? SSL_write(ssl, from, left)
-                    : static_cast<int>(::send(descriptor, from, std::size_t(left), MSG_NOSIGNAL));
+                _ssl ? SSL_write(_ssl, from, left)
+                     : static_cast<int>(::send(_descriptor, from, std::size_t(left), MSG_NOSIGNAL));
             if (put <= 0 && !mayRetry(put))
                 return false;
             sent += std::max(put, 0);
         }
-        return !ending;
+        return !_ending;
     }
 
     void end(Script::End how) {
         if (how == Script::End::Reset) {
             const linger none{1, 0};
-            ::setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &none, sizeof none);
+            ::setsockopt(_descriptor, SOL_SOCKET, SO_LINGER, &none, sizeof none);
             return;
         }
-        if (how == Script::End::Close && ssl && SSL_get_shutdown(ssl) == 0)
-            SSL_shutdown(ssl);
+        if (how == Script::End::Close && _ssl && SSL_get_shutdown(_ssl) == 0)
+            SSL_shutdown(_ssl);
         if (how != Script::End::Hold)
-            ::shutdown(descriptor, SHUT_WR);
+            ::shutdown(_descriptor, SHUT_WR);
         // Closing with unread data would reset the connection.
         char ignored[512];
-        while (waitReadable(descriptor, ending) &&
-               ::recv(descriptor, ignored, sizeof ignored, 0) > 0) {
+        while (waitReadable(_descriptor, _ending) &&
+               ::recv(_descriptor, ignored, sizeof ignored, 0) > 0) {
         }
     }
 
 private:
     /// Bytes read, 0 at the end, -1 to try again.
     int read(char *to, int size) {
-        const int got = ssl ? SSL_read(ssl, to, size)
-                            : static_cast<int>(::recv(descriptor, to, std::size_t(size), 0));
+        const int got = _ssl ? SSL_read(_ssl, to, size)
+                             : static_cast<int>(::recv(_descriptor, to, std::size_t(size), 0));
         if (got > 0)
             return got;
         return mayRetry(got) ? -1 : 0;
     }
 
     bool mayRetry(int result) {
-        if (ending)
+        if (_ending)
             return false;
-        if (!ssl)
+        if (!_ssl)
             return result < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
-        const int error = SSL_get_error(ssl, result);
+        const int error = SSL_get_error(_ssl, result);
         return error == SSL_ERROR_WANT_READ || error == SSL_ERROR_WANT_WRITE;
     }
 
-    const int descriptor;
-    const std::atomic<bool> &ending;
-    SSL *ssl = nullptr;
-    bool usable = true;
+    const int _descriptor;
+    const std::atomic<bool> &_ending;
+    SSL *_ssl = nullptr;
+    bool _usable = true;
 };
 
 ScriptedServer::ScriptedServer(Choice chosen, const QString &certificateFile,
                                const QString &keyFile)
-    : choice(std::move(chosen)) {
+    : _choice(std::move(chosen)) {
     if (!certificateFile.isEmpty()) {
-        tls = SSL_CTX_new(TLS_server_method());
-        check(tls, "no TLS");
+        _tls = SSL_CTX_new(TLS_server_method());
+        check(_tls, "no TLS");
         check(SSL_CTX_use_certificate_chain_file(
-                  tls, QFile::encodeName(certificateFile).constData()) == 1,
+                  _tls, QFile::encodeName(certificateFile).constData()) == 1,
               "no certificate");
-        check(SSL_CTX_use_PrivateKey_file(tls, QFile::encodeName(keyFile).constData(),
+        check(SSL_CTX_use_PrivateKey_file(_tls, QFile::encodeName(keyFile).constData(),
                                           SSL_FILETYPE_PEM) == 1,
               "no key");
     }
-    listening = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    _listening = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     auto *plain = reinterpret_cast<sockaddr *>(&address);
     socklen_t size = sizeof address;
-    check(::bind(listening, plain, size) == 0, "no port");
-    check(::listen(listening, 128) == 0, "not listening");
-    check(::getsockname(listening, plain, &size) == 0, "no address");
-    listeningPort = ntohs(address.sin_port);
-    acceptor = std::thread([this] { accept(); });
+    check(::bind(_listening, plain, size) == 0, "no port");
+    check(::listen(_listening, 128) == 0, "not listening");
+    check(::getsockname(_listening, plain, &size) == 0, "no address");
+    _listeningPort = ntohs(address.sin_port);
+    _acceptor = std::thread([this] { accept(); });
 }
 
 ScriptedServer::~ScriptedServer() {
-    ending = true;
-    acceptor.join();
-    for (std::thread &connection : connections)
+    _ending = true;
+    _acceptor.join();
+    for (std::thread &connection : _connections)
         connection.join();
-    ::close(listening);
-    if (tls)
-        SSL_CTX_free(tls);
+    ::close(_listening);
+    if (_tls)
+        SSL_CTX_free(_tls);
 }
 
 QString ScriptedServer::address(const QString &path) const {
-    return QString::fromLatin1(tls ? "https" : "http") + QStringLiteral("://127.0.0.1:") +
-           QString::number(listeningPort) + path;
+    return QString::fromLatin1(_tls ? "https" : "http") + QStringLiteral("://127.0.0.1:") +
+           QString::number(_listeningPort) + path;
 }
 
 void ScriptedServer::accept() {
-    while (waitReadable(listening, ending)) {
-        const int descriptor = ::accept4(listening, nullptr, nullptr, SOCK_CLOEXEC);
+    while (waitReadable(_listening, _ending)) {
+        const int descriptor = ::accept4(_listening, nullptr, nullptr, SOCK_CLOEXEC);
         if (descriptor >= 0)
-            connections.emplace_back([this, descriptor] { serve(descriptor); });
+            _connections.emplace_back([this, descriptor] { serve(descriptor); });
     }
 }
 
@@ -184,11 +184,11 @@ void ScriptedServer::serve(int descriptor) {
     sigemptyset(&pipe);
     sigaddset(&pipe, SIGPIPE);
     pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
-    Connection connection(descriptor, tls, ending);
+    Connection connection(descriptor, _tls, _ending);
     const QByteArray head = connection.readHead();
     if (head.isNull())
         return;
-    const Script script = choice(head);
+    const Script script = _choice(head);
     bool reached = true;
     for (qsizetype at = 0; at < script.pieces.size() && reached; ++at) {
         if (at > 0)

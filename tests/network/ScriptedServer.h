@@ -48,7 +48,7 @@ public:
 
     /// "http://127.0.0.1:PORT" or "https://…" with `path` appended.
     [[nodiscard]] QString address(const QString &path) const;
-    [[nodiscard]] int port() const { return listeningPort; }
+    [[nodiscard]] int port() const { return _listeningPort; }
 
 private:
     class Connection;
@@ -56,13 +56,13 @@ private:
     void accept();
     void serve(int descriptor);
 
-    const Choice choice;
-    SSL_CTX *tls = nullptr;
-    int listening = -1;
-    int listeningPort = 0;
-    std::atomic<bool> ending = false;
-    std::list<std::thread> connections;
-    std::thread acceptor;
+    const Choice _choice;
+    SSL_CTX *_tls = nullptr;
+    int _listening = -1;
+    int _listeningPort = 0;
+    std::atomic<bool> _ending = false;
+    std::list<std::thread> _connections;
+    std::thread _acceptor;
 };
 
 }  // namespace pelorinnews::test

@@ -16,33 +16,33 @@ public:
     void whole(const QByteArray &name, const QByteArray &bytes,
                const QByteArray &body = answeredBody(), int status = 200,
                int channels = ServerAnswer::All) {
-        list.append({name, {{bytes}}, Outcome::Whole, status, body, channels});
+        _list.append({name, {{bytes}}, Outcome::Whole, status, body, channels});
     }
     void error(const char *name, const QByteArray &bytes, int channels = ServerAnswer::All) {
-        list.append({name, {{bytes}}, Outcome::Error, 0, {}, channels});
+        _list.append({name, {{bytes}}, Outcome::Error, 0, {}, channels});
     }
     void reset(const char *name, const QByteArray &bytes) {
         // Without a FIN: only the head's end can tell that it has been sent before.
-        list.append({name, {{bytes}, End::Reset}, Outcome::Error, 0, {}, ServerAnswer::Plain});
+        _list.append({name, {{bytes}, End::Reset}, Outcome::Error, 0, {}, ServerAnswer::Plain});
     }
     void status(const char *name, const QByteArray &bytes, int status, Outcome outcome) {
-        list.append({name, {{bytes}}, outcome, status, {}, ServerAnswer::All});
+        _list.append({name, {{bytes}}, outcome, status, {}, ServerAnswer::All});
     }
     void slow(const char *name, const QList<QByteArray> &pieces, Outcome outcome) {
         const auto end = outcome == Outcome::Timeout ? End::Hold : End::Close;
-        list.append({name,
-                     {pieces, end, std::chrono::milliseconds(300)},
-                     outcome,
-                     200,
-                     outcome == Outcome::Whole ? answeredBody() : QByteArray(),
-                     ServerAnswer::Plain | ServerAnswer::Tls});
+        _list.append({name,
+                      {pieces, end, std::chrono::milliseconds(300)},
+                      outcome,
+                      200,
+                      outcome == Outcome::Whole ? answeredBody() : QByteArray(),
+                      ServerAnswer::Plain | ServerAnswer::Tls});
     }
-    void add(const ServerAnswer &answer) { list.append(answer); }
+    void add(const ServerAnswer &answer) { _list.append(answer); }
 
-    [[nodiscard]] QList<ServerAnswer> take() { return std::move(list); }
+    [[nodiscard]] QList<ServerAnswer> take() { return std::move(_list); }
 
 private:
-    QList<ServerAnswer> list;
+    QList<ServerAnswer> _list;
 };
 
 /// A head with a status and these header lines, which the function terminates.

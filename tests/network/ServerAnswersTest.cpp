@@ -39,14 +39,14 @@ private:
     /// Sends the requests of the rows up to some way past `row`, so that they run in parallel.
     void sendAhead(int row);
 
-    QList<Row> rows;
-    std::unique_ptr<TestAuthority> authority;
-    QThreadPool queue;
-    std::unique_ptr<ScriptedServer> plain;
-    std::unique_ptr<ScriptedServer> tls;
-    NetworkUrlLoader loader{answerLimit};
-    std::map<int, LoadedAddress> loads;
-    int sent = 0;
+    QList<Row> _rows;
+    std::unique_ptr<TestAuthority> _authority;
+    QThreadPool _queue;
+    std::unique_ptr<ScriptedServer> _plain;
+    std::unique_ptr<ScriptedServer> _tls;
+    NetworkUrlLoader _loader{answerLimit};
+    std::map<int, LoadedAddress> _loads;
+    int _sent = 0;
 };
 
 void ServerAnswersTest::initTestCase() {
@@ -56,12 +56,12 @@ void ServerAnswersTest::initTestCase() {
     for (const ServerAnswer &answer : serverAnswers())
         for (int channel = 0; channel < 3; ++channel)
             if ((answer.channels & channels[channel]) != 0)
-                rows.append({answer, channel});
-    authority = std::make_unique<TestAuthority>();
-    const auto files = authority->issue(DevelopmentCertificates::Kind::Valid);
+                _rows.append({answer, channel});
+    _authority = std::make_unique<TestAuthority>();
+    const auto files = _authority->issue(DevelopmentCertificates::Kind::Valid);
     const auto choice = [this](const QByteArray &head) { return scriptFor(head); };
-    plain = std::make_unique<ScriptedServer>(choice);
-    tls = std::make_unique<ScriptedServer>(choice, files.certificate, files.privateKey);
+    _plain = std::make_unique<ScriptedServer>(choice);
+    _tls = std::make_unique<ScriptedServer>(choice, files.certificate, files.privateKey);
 }
 
 Script ServerAnswersTest::scriptFor(const QByteArray &requestHead) const {
@@ -70,7 +70,7 @@ Script ServerAnswersTest::scriptFor(const QByteArray &requestHead) const {
     if (number.startsWith("whole"))
         return {{"HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(answeredBody().size()) +
                  "\r\n\r\n" + answeredBody()}};
-    const Row row = rows.value(number.toInt());
+    const Row row = _rows.value(number.toInt());
     Script script = row.answer.script;
     if (channels[row.channel] == ServerAnswer::TlsWithoutNotify && script.end == Script::End::Close)
         script.end = Script::End::Cut;
@@ -79,31 +79,31 @@ Script ServerAnswersTest::scriptFor(const QByteArray &requestHead) const {
 
 void ServerAnswersTest::sendAhead(int row) {
     constexpr int sideBySide = 40;
-    for (; sent < rows.size() && sent < row + sideBySide; ++sent) {
-        const Row &sending = rows[sent];
+    for (; _sent < _rows.size() && _sent < row + sideBySide; ++_sent) {
+        const Row &sending = _rows[_sent];
         const bool impatient = sending.answer.script.pause != std::chrono::milliseconds(0);
-        const QString path = QStringLiteral("/%1/folder/feed").arg(sent);
+        const QString path = QStringLiteral("/%1/folder/feed").arg(_sent);
         const ScriptedServer &server =
-            channels[sending.channel] == ServerAnswer::Plain ? *plain : *tls;
-        loads.emplace(std::piecewise_construct, std::forward_as_tuple(sent),
-                      std::forward_as_tuple(loader, QUrl(server.address(path)), &queue,
-                                            impatient ? answerIdleTimeoutSeconds : 60));
+            channels[sending.channel] == ServerAnswer::Plain ? *_plain : *_tls;
+        _loads.emplace(std::piecewise_construct, std::forward_as_tuple(_sent),
+                       std::forward_as_tuple(_loader, QUrl(server.address(path)), &_queue,
+                                             impatient ? answerIdleTimeoutSeconds : 60));
     }
 }
 
 void ServerAnswersTest::answers_data() {
     QTest::addColumn<int>("row");
-    for (int row = 0; row < rows.size(); ++row)
-        QTest::addRow("%s over %s", rows[row].answer.name.constData(),
-                      channelNames[rows[row].channel])
+    for (int row = 0; row < _rows.size(); ++row)
+        QTest::addRow("%s over %s", _rows[row].answer.name.constData(),
+                      channelNames[_rows[row].channel])
             << row;
 }
 
 void ServerAnswersTest::answers() {
     QFETCH(const int, row);
     sendAhead(row);
-    const ServerAnswer &answer = rows[row].answer;
-    LoadedAddress &loaded = loads.at(row);
+    const ServerAnswer &answer = _rows[row].answer;
+    LoadedAddress &loaded = _loads.at(row);
     QVERIFY(loaded.wait(std::chrono::seconds(60)));
     const std::optional<Error> error = loaded.connectionError();
     const QString came =

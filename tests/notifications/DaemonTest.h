@@ -15,35 +15,35 @@ class DaemonTest : public QObject {
 protected:
     /// Makes the state folder and the bus, starts the server and makes the centre.
     void start(const QString &program, const QStringList &arguments = {}) {
-        if (!home)
-            home = std::make_unique<QTemporaryDir>();
-        bus = std::make_unique<PrivateBus>();
+        if (!_home)
+            _home = std::make_unique<QTemporaryDir>();
+        _bus = std::make_unique<PrivateBus>();
         startDaemon(program, arguments);
         startCenter();
     }
 
     /// Starts the server and waits until it has its name on the bus.
     void startDaemon(const QString &program, const QStringList &arguments) {
-        daemon = std::make_unique<BusProgram>(*bus, program, arguments);
-        QTRY_VERIFY(bus->hasNotificationServer());
+        _daemon = std::make_unique<BusProgram>(*_bus, program, arguments);
+        QTRY_VERIFY(_bus->hasNotificationServer());
     }
 
     void startCenter() {
-        center = std::make_unique<DesktopNotificationCenter>(sender());
-        delegate = std::make_shared<RecordingDelegate>();
-        center->setDelegate(delegate);
+        _center = std::make_unique<DesktopNotificationCenter>(sender());
+        _delegate = std::make_shared<RecordingDelegate>();
+        _center->setDelegate(_delegate);
     }
 
     /// Ends everything that `start` began.
     void stop() {
-        center.reset();
-        daemon.reset();
-        bus.reset();
-        home.reset();
+        _center.reset();
+        _daemon.reset();
+        _bus.reset();
+        _home.reset();
     }
 
     [[nodiscard]] NotificationSender sender() const {
-        return senderOn(*bus, home->filePath(QStringLiteral("state")));
+        return senderOn(*_bus, _home->filePath(QStringLiteral("state")));
     }
 
     [[nodiscard]] std::vector<RegistryEntry> registered() const {
@@ -58,11 +58,11 @@ protected:
         return titles;
     }
 
-    std::unique_ptr<QTemporaryDir> home;
-    std::unique_ptr<PrivateBus> bus;
-    std::unique_ptr<BusProgram> daemon;
-    std::unique_ptr<DesktopNotificationCenter> center;
-    std::shared_ptr<RecordingDelegate> delegate;
+    std::unique_ptr<QTemporaryDir> _home;
+    std::unique_ptr<PrivateBus> _bus;
+    std::unique_ptr<BusProgram> _daemon;
+    std::unique_ptr<DesktopNotificationCenter> _center;
+    std::shared_ptr<RecordingDelegate> _delegate;
 };
 
 }  // namespace pelorinnews::test

@@ -73,34 +73,34 @@ private Q_SLOTS:
     void goesNowhereAfterTheShutDown();
 
 private:
-    [[nodiscard]] QString stateFolder() const { return home->filePath(QStringLiteral("state")); }
+    [[nodiscard]] QString stateFolder() const { return _home->filePath(QStringLiteral("state")); }
     [[nodiscard]] NotificationSender sender() const;
     [[nodiscard]] std::unique_ptr<DesktopNotificationCenter> newCenter() const {
         return std::make_unique<DesktopNotificationCenter>(sender());
     }
-    void serve() { server = std::make_unique<FakeNotificationServer>(bus->connection()); }
+    void serve() { _server = std::make_unique<FakeNotificationServer>(_bus->connection()); }
     /// Delivers a notification and waits until it stands.
     UserNotification deliverStanding(NotificationCenter &center, const QString &title) const;
     [[nodiscard]] std::vector<RegistryEntry> registered() const;
 
-    std::unique_ptr<QTemporaryDir> home;
-    std::unique_ptr<PrivateBus> bus;
-    std::unique_ptr<FakeNotificationServer> server;
+    std::unique_ptr<QTemporaryDir> _home;
+    std::unique_ptr<PrivateBus> _bus;
+    std::unique_ptr<FakeNotificationServer> _server;
 };
 
 void DesktopNotificationCenterTest::init() {
-    home = std::make_unique<QTemporaryDir>();
-    bus = std::make_unique<PrivateBus>();
+    _home = std::make_unique<QTemporaryDir>();
+    _bus = std::make_unique<PrivateBus>();
 }
 
 void DesktopNotificationCenterTest::cleanup() {
-    server.reset();
-    bus.reset();
-    home.reset();
+    _server.reset();
+    _bus.reset();
+    _home.reset();
 }
 
 NotificationSender DesktopNotificationCenterTest::sender() const {
-    return senderOn(*bus, stateFolder());
+    return senderOn(*_bus, stateFolder());
 }
 
 std::vector<RegistryEntry> DesktopNotificationCenterTest::registered() const {
@@ -138,9 +138,9 @@ void DesktopNotificationCenterTest::sendsTitleTextSoundOriginAndClick() {
     serve();
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("News")));
-    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
 
-    const auto &delivery = server->deliveries[0];
+    const auto &delivery = _server->deliveries[0];
     QCOMPARE(delivery.applicationName, QStringLiteral("Host"));
     QCOMPARE(delivery.replaces, 0U);
     QCOMPARE(delivery.summary, QStringLiteral("News"));
@@ -172,13 +172,13 @@ void DesktopNotificationCenterTest::labelsTheClickForEveryServerButThoseThatWoul
     QFETCH(QStringList, capabilities);
     QFETCH(QStringList, actions);
     serve();
-    server->serverName = name;
-    server->capabilities = capabilities;
-    server->tellsTraits = !capabilities.isEmpty();
+    _server->serverName = name;
+    _server->capabilities = capabilities;
+    _server->tellsTraits = !capabilities.isEmpty();
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("one")));
-    QTRY_COMPARE(server->deliveries.size(), 1U);
-    QCOMPARE(server->deliveries[0].actions, actions);
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
+    QCOMPARE(_server->deliveries[0].actions, actions);
 }
 
 void DesktopNotificationCenterTest::sendsNoSoundWhereNoneIsWanted() {
@@ -190,9 +190,9 @@ void DesktopNotificationCenterTest::sendsNoSoundWhereNoneIsWanted() {
     UserNotification ringing = notification(QStringLiteral("Bell"));
     ringing.soundName = QStringLiteral("bell");
     center->deliverNotification(ringing);
-    QTRY_COMPARE(server->deliveries.size(), 2U);
-    QVERIFY(!server->deliveries[0].hints.contains(QStringLiteral("sound-name")));
-    QCOMPARE(server->deliveries[1].hints.value(QStringLiteral("sound-name")).toString(),
+    QTRY_COMPARE(_server->deliveries.size(), 2U);
+    QVERIFY(!_server->deliveries[0].hints.contains(QStringLiteral("sound-name")));
+    QCOMPARE(_server->deliveries[1].hints.value(QStringLiteral("sound-name")).toString(),
              QStringLiteral("bell"));
 }
 
@@ -208,14 +208,14 @@ void DesktopNotificationCenterTest::escapesTheTextWhereTheServerReadsMarkup() {
     QFETCH(QStringList, capabilities);
     QFETCH(QString, body);
     serve();
-    server->capabilities = capabilities;
+    _server->capabilities = capabilities;
     const auto center = newCenter();
     UserNotification marked = notification(QStringLiteral("<i>T"));
     marked.informativeText = QStringLiteral("<b>1 &amp; 2");
     center->deliverNotification(marked);
-    QTRY_COMPARE(server->deliveries.size(), 1U);
-    QCOMPARE(server->deliveries[0].body, body);
-    QCOMPARE(server->deliveries[0].summary, QStringLiteral("<i>T"));
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
+    QCOMPARE(_server->deliveries[0].body, body);
+    QCOMPARE(_server->deliveries[0].summary, QStringLiteral("<i>T"));
 }
 
 void DesktopNotificationCenterTest::sendsTextsThatTheBusCanCarry() {
@@ -226,12 +226,12 @@ void DesktopNotificationCenterTest::sendsTextsThatTheBusCanCarry() {
     odd.informativeText = QStringLiteral("x") + QStringLiteral("\U0001F4F0").repeated(1000000);
     center->deliverNotification(odd);
     center->deliverNotification(UserNotification());
-    QTRY_COMPARE(server->deliveries.size(), 2U);
-    QVERIFY(server->deliveries[0].summary.startsWith(QLatin1Char('a')));
-    QVERIFY(server->deliveries[0].summary.endsWith(QLatin1Char('b')));
-    QCOMPARE(server->deliveries[0].body.size(), 4095);
-    QVERIFY(server->deliveries[0].body.endsWith(QStringLiteral("\U0001F4F0")));
-    QVERIFY(server->deliveries[1].summary.isEmpty());
+    QTRY_COMPARE(_server->deliveries.size(), 2U);
+    QVERIFY(_server->deliveries[0].summary.startsWith(QLatin1Char('a')));
+    QVERIFY(_server->deliveries[0].summary.endsWith(QLatin1Char('b')));
+    QCOMPARE(_server->deliveries[0].body.size(), 4095);
+    QVERIFY(_server->deliveries[0].body.endsWith(QStringLiteral("\U0001F4F0")));
+    QVERIFY(_server->deliveries[1].summary.isEmpty());
     // The list has the notification as delivered, not as shown.
     QCOMPARE(center->deliveredNotifications().at(0).informativeText, odd.informativeText);
 }
@@ -249,17 +249,17 @@ void DesktopNotificationCenterTest::givesEachDeliveryAnIdentityOfItsOwn() {
 
 void DesktopNotificationCenterTest::listsWhatIsOnItsWay() {
     serve();
-    server->holdsAnswers = true;
+    _server->holdsAnswers = true;
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("one")));
     center->deliverNotification(notification(QStringLiteral("two")));
     QCOMPARE(titles(*center), (QStringList{QStringLiteral("one"), QStringLiteral("two")}));
     QCOMPARE(center->deliveredNotifications().at(0).userInfo.value(QStringLiteral("key")),
              QVariant(QStringLiteral("one")));
-    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
     QCOMPARE(titles(*center).size(), 2);
-    server->answer(0, 5);
-    QTRY_COMPARE(server->deliveries.size(), 2U);
+    _server->answer(0, 5);
+    QTRY_COMPARE(_server->deliveries.size(), 2U);
     QCOMPARE(titles(*center).size(), 2);
 }
 
@@ -273,36 +273,36 @@ void DesktopNotificationCenterTest::cancelsOneThatWaitsForAServer() {
 
     serve();
     QTRY_COMPARE(registered().size(), 1U);
-    QCOMPARE(server->deliveries.size(), 1U);
-    QCOMPARE(server->deliveries[0].summary, QStringLiteral("kept"));
+    QCOMPARE(_server->deliveries.size(), 1U);
+    QCOMPARE(_server->deliveries[0].summary, QStringLiteral("kept"));
 }
 
 void DesktopNotificationCenterTest::withdrawsOneWhoseNumberComesLater() {
     serve();
-    server->holdsAnswers = true;
+    _server->holdsAnswers = true;
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("late")));
-    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
     center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
     QVERIFY(center->deliveredNotifications().isEmpty());
     QVERIFY(!center->flush(milliseconds(100)));
-    QVERIFY(server->closeCalls.isEmpty());
+    QVERIFY(_server->closeCalls.isEmpty());
 
-    server->answer(0, 17);
-    QTRY_COMPARE(server->closeCalls, QList<quint32>{17});
+    _server->answer(0, 17);
+    QTRY_COMPARE(_server->closeCalls, QList<quint32>{17});
     QTRY_VERIFY(registered().empty());
     QVERIFY(center->deliveredNotifications().isEmpty());
 }
 
 void DesktopNotificationCenterTest::forgetsOneThatTheServerRefuses() {
     serve();
-    server->refuses = true;
+    _server->refuses = true;
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("refused")));
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
-    server->refuses = false;
+    _server->refuses = false;
     deliverStanding(*center, QStringLiteral("next"));
-    QCOMPARE(server->deliveries.size(), 2U);
+    QCOMPARE(_server->deliveries.size(), 2U);
 }
 
 void DesktopNotificationCenterTest::keepsOneThatExpired_data() {
@@ -321,10 +321,10 @@ void DesktopNotificationCenterTest::keepsOneThatExpired() {
     serve();
     const auto center = newCenter();
     deliverStanding(*center, QStringLiteral("one"));
-    server->emitSignal(QStringLiteral("NotificationClosed"), {1U, reason});
+    _server->emitSignal(QStringLiteral("NotificationClosed"), {1U, reason});
     // A second notification, whose dismissal is certain, shows that the first signal has arrived.
     deliverStanding(*center, QStringLiteral("two"));
-    server->emitSignal(QStringLiteral("NotificationClosed"), {2U, 2U});
+    _server->emitSignal(QStringLiteral("NotificationClosed"), {2U, 2U});
     QTRY_VERIFY(!titles(*center).contains(QStringLiteral("two")));
     QCOMPARE(titles(*center).contains(QStringLiteral("one")), kept);
     QTRY_COMPARE(registered().size(), kept ? 1U : 0U);
@@ -332,12 +332,12 @@ void DesktopNotificationCenterTest::keepsOneThatExpired() {
 
 void DesktopNotificationCenterTest::endsOneThatWasClosedBeforeItsNumberCame() {
     serve();
-    server->holdsAnswers = true;
+    _server->holdsAnswers = true;
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("quick")));
-    QTRY_COMPARE(server->deliveries.size(), 1U);
-    server->emitSignal(QStringLiteral("NotificationClosed"), {9U, 2U});
-    server->answer(0, 9);
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
+    _server->emitSignal(QStringLiteral("NotificationClosed"), {9U, 2U});
+    _server->answer(0, 9);
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
 }
 
@@ -354,8 +354,8 @@ void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotif
     QVERIFY(::inotify_add_watch(watch, file.constData(), watched) >= 0);
     constexpr quint32 firstForeign = 100;
     for (quint32 id = firstForeign; id < firstForeign + 300; ++id)
-        server->emitSignal(QStringLiteral("NotificationClosed"), {id, 2U});
-    server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
+        _server->emitSignal(QStringLiteral("NotificationClosed"), {id, 2U});
+    _server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
 
     // Our own dismissal comes last, and replaces the file.
     int opened = 0;
@@ -383,14 +383,14 @@ void DesktopNotificationCenterTest::ignoresSignalsOfOtherProgramsNotifications()
     const auto delegate = std::make_shared<RecordingDelegate>();
     center->setDelegate(delegate);
     deliverStanding(*center, QStringLiteral("ours"));
-    server->emitSignal(QStringLiteral("ActionInvoked"), {99U, QStringLiteral("default")});
-    server->emitSignal(QStringLiteral("NotificationClosed"), {99U, 2U});
-    server->emitSignal(QStringLiteral("NotificationClosed"), {QStringLiteral("1"), 2U});
-    server->emitSignal(QStringLiteral("NotificationClosed"), {});
-    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    _server->emitSignal(QStringLiteral("ActionInvoked"), {99U, QStringLiteral("default")});
+    _server->emitSignal(QStringLiteral("NotificationClosed"), {99U, 2U});
+    _server->emitSignal(QStringLiteral("NotificationClosed"), {QStringLiteral("1"), 2U});
+    _server->emitSignal(QStringLiteral("NotificationClosed"), {});
+    _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_COMPARE(delegate->activated.size(), 1);
     QCOMPARE(delegate->activated[0].title, QStringLiteral("ours"));
-    QCOMPARE(server->closeCalls, QList<quint32>{1});
+    QCOMPARE(_server->closeCalls, QList<quint32>{1});
 }
 
 void DesktopNotificationCenterTest::ignoresSignalsOfOthersThanTheServer() {
@@ -399,7 +399,7 @@ void DesktopNotificationCenterTest::ignoresSignalsOfOthersThanTheServer() {
     deliverStanding(*center, QStringLiteral("ours"));
     const QString name = QStringLiteral("impostor");
     {
-        QDBusConnection other = QDBusConnection::connectToBus(bus->address(), name);
+        QDBusConnection other = QDBusConnection::connectToBus(_bus->address(), name);
         QDBusMessage signal = QDBusMessage::createSignal(
             QStringLiteral("/org/freedesktop/Notifications"),
             QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("NotificationClosed"));
@@ -417,17 +417,17 @@ void DesktopNotificationCenterTest::endsOneThatWasClickedAndTellsTheDelegate() {
     const auto delegate = std::make_shared<RecordingDelegate>();
     center->setDelegate(delegate);
     const UserNotification delivered = deliverStanding(*center, QStringLiteral("one"));
-    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_COMPARE(delegate->activated.size(), 1);
     QVERIFY(!delegate->wasOffMainThread);
     QCOMPARE(delegate->activated[0], delivered);
     QVERIFY(center->deliveredNotifications().isEmpty());
-    QTRY_COMPARE(server->closeCalls, QList<quint32>{1});
+    QTRY_COMPARE(_server->closeCalls, QList<quint32>{1});
     QTRY_VERIFY(registered().empty());
 
     // The server's own report that it is gone, and a second click, are ignored.
-    server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
-    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    _server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
+    _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     deliverStanding(*center, QStringLiteral("two"));
     QCoreApplication::processEvents();
     QCOMPARE(delegate->activated.size(), 1);
@@ -440,9 +440,9 @@ void DesktopNotificationCenterTest::handsOverTheActivationToken() {
     center->setDelegate(delegate);
     deliverStanding(*center, QStringLiteral("one"));
     deliverStanding(*center, QStringLiteral("two"));
-    server->emitSignal(QStringLiteral("ActivationToken"), {2U, QStringLiteral("token-2")});
-    server->emitSignal(QStringLiteral("ActionInvoked"), {2U, QStringLiteral("default")});
-    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    _server->emitSignal(QStringLiteral("ActivationToken"), {2U, QStringLiteral("token-2")});
+    _server->emitSignal(QStringLiteral("ActionInvoked"), {2U, QStringLiteral("default")});
+    _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_COMPARE(delegate->activated.size(), 2);
     QCOMPARE(delegate->activated[0].activationToken, QStringLiteral("token-2"));
     QVERIFY(delegate->activated[1].activationToken.isNull());
@@ -461,8 +461,8 @@ void DesktopNotificationCenterTest::asksTheDelegateBeforeItPresents() {
     QVERIFY(delegate->asked.isEmpty());
     QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
     QTest::qSleep(200);
-    QCOMPARE(server->deliveries.size(), 0U);
-    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QCOMPARE(_server->deliveries.size(), 0U);
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
     QCOMPARE(delegate->asked.size(), 1);
     QCOMPARE(delegate->asked[0].title, QStringLiteral("one"));
     QVERIFY(!delegate->wasOffMainThread);
@@ -478,8 +478,8 @@ void DesktopNotificationCenterTest::dropsWhatTheDelegateDoesNotWantPresented() {
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
     delegate->presents = true;
     deliverStanding(*center, QStringLiteral("wanted"));
-    QCOMPARE(server->deliveries.size(), 1U);
-    QCOMPARE(server->deliveries[0].summary, QStringLiteral("wanted"));
+    QCOMPARE(_server->deliveries.size(), 1U);
+    QCOMPARE(_server->deliveries[0].summary, QStringLiteral("wanted"));
 }
 
 void DesktopNotificationCenterTest::doesNotKeepTheDelegateAlive() {
@@ -491,9 +491,9 @@ void DesktopNotificationCenterTest::doesNotKeepTheDelegateAlive() {
     center->deliverNotification(notification(QStringLiteral("one")));
     delegate.reset();
     QVERIFY(watched.expired());
-    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
     QTRY_COMPARE(registered().size(), 1U);
-    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
 }
 
@@ -513,7 +513,7 @@ void DesktopNotificationCenterTest::presentsWhatWaitedWhenAServerComes() {
     QVERIFY(center->flush(plenty));
     QCOMPARE(titles(*center), QStringList{QStringLiteral("early")});
     serve();
-    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
     QTRY_COMPARE(registered().size(), 1U);
     QCOMPARE(titles(*center), QStringList{QStringLiteral("early")});
 }
@@ -528,7 +528,7 @@ void DesktopNotificationCenterTest::presentsAgainWhatAServerTookAndNeverAnswered
     QFETCH(bool, isTakenBack);
     const QString name = QStringLiteral("first-server");
     auto dying = std::make_unique<FakeNotificationServer>(
-        QDBusConnection::connectToBus(bus->address(), name));
+        QDBusConnection::connectToBus(_bus->address(), name));
     dying->holdsAnswers = true;
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("under way")));
@@ -544,18 +544,18 @@ void DesktopNotificationCenterTest::presentsAgainWhatAServerTookAndNeverAnswered
     serve();
     QTRY_COMPARE(registered().size(), std::size_t(expected.size()));
     QCOMPARE(titles(*center), expected);
-    QCOMPARE(server->deliveries.size(), std::size_t(expected.size()));
+    QCOMPARE(_server->deliveries.size(), std::size_t(expected.size()));
 }
 
 void DesktopNotificationCenterTest::hasTheBusStartAServer() {
     // A "server" that only creates a file: the test checks only that it was started.
-    const QString mark = home->filePath(QStringLiteral("started"));
-    QFile file(home->filePath(QStringLiteral("n.service")));
+    const QString mark = _home->filePath(QStringLiteral("started"));
+    QFile file(_home->filePath(QStringLiteral("n.service")));
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("[D-BUS Service]\nName=org.freedesktop.Notifications\nExec=/bin/sh -c \"touch '" +
                mark.toUtf8() + "'; exit 1\"\n");
     file.close();
-    bus = std::make_unique<PrivateBus>(home->path());
+    _bus = std::make_unique<PrivateBus>(_home->path());
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_VERIFY(QFile::exists(mark));
@@ -567,7 +567,7 @@ void DesktopNotificationCenterTest::hasTheBusStartAServer() {
 void DesktopNotificationCenterTest::dropsTheListWhenTheServerIsReplaced() {
     const QString name = QStringLiteral("old-server");
     auto old = std::make_unique<FakeNotificationServer>(
-        QDBusConnection::connectToBus(bus->address(), name));
+        QDBusConnection::connectToBus(_bus->address(), name));
     const auto center = newCenter();
     deliverStanding(*center, QStringLiteral("old"));
     old.reset();
@@ -578,7 +578,7 @@ void DesktopNotificationCenterTest::dropsTheListWhenTheServerIsReplaced() {
     serve();
     deliverStanding(*center, QStringLiteral("new"));
     QCOMPARE(titles(*center), QStringList{QStringLiteral("new")});
-    QCOMPARE(server->deliveries.size(), 1U);
+    QCOMPARE(_server->deliveries.size(), 1U);
 }
 
 void DesktopNotificationCenterTest::dropsTheListWithoutARegistryToo() {
@@ -588,32 +588,32 @@ void DesktopNotificationCenterTest::dropsTheListWithoutARegistryToo() {
     serve();
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("old")));
-    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
     QTest::qWait(100);
-    server.reset();
+    _server.reset();
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
 }
 
 void DesktopNotificationCenterTest::dropsTheRegistryOfAnotherBus() {
     serve();
     deliverStanding(*newCenter(), QStringLiteral("old"));
-    server.reset();
-    bus = std::make_unique<PrivateBus>();
+    _server.reset();
+    _bus = std::make_unique<PrivateBus>();
     serve();
     const auto center = newCenter();
     // Assumed valid until the bus has replied, so that the caller does not wait.
     QCOMPARE(titles(*center), QStringList{QStringLiteral("old")});
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
     QTRY_VERIFY(registered().empty());
-    QVERIFY(server->closeCalls.isEmpty());
+    QVERIFY(_server->closeCalls.isEmpty());
 }
 
 void DesktopNotificationCenterTest::survivesTheLossOfTheBus() {
     serve();
     const auto center = newCenter();
     deliverStanding(*center, QStringLiteral("one"));
-    server.reset();
-    bus->stop();
+    _server.reset();
+    _bus->stop();
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
     center->deliverNotification(notification(QStringLiteral("two")));
     QVERIFY(center->flush(plenty));
@@ -638,10 +638,10 @@ void DesktopNotificationCenterTest::worksWithoutAStateFolder() {
     serve();
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("one")));
-    QTRY_COMPARE(server->deliveries.size(), 1U);
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
     QTest::qWait(100);
     center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
-    QTRY_COMPARE(server->closeCalls, QList<quint32>{1});
+    QTRY_COMPARE(_server->closeCalls, QList<quint32>{1});
     QVERIFY(center->deliveredNotifications().isEmpty());
 }
 
@@ -652,7 +652,7 @@ void DesktopNotificationCenterTest::savesWhenTheRegistryIsFreeAgain() {
     QLockFile lock(NotificationRegistry(stateFolder()).path() + QStringLiteral(".lock"));
     QVERIFY(lock.lock());
     center->deliverNotification(notification(QStringLiteral("two")));
-    QTRY_COMPARE(server->deliveries.size(), 2U);
+    QTRY_COMPARE(_server->deliveries.size(), 2U);
     QVERIFY(!center->flush(milliseconds(300)));
     QCOMPARE(titles(*center).size(), 2);
     // Longer than the retries that the delivery itself causes.
@@ -696,7 +696,7 @@ void DesktopNotificationCenterTest::knowsAtOnceWhatAnEarlierRunDelivered() {
 
     // The click is reported although this run delivered nothing.
     QVERIFY(center->flush(plenty));
-    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_COMPARE(delegate->activated.size(), 1);
     QCOMPARE(delegate->activated[0].title, QStringLiteral("earlier"));
     QTRY_VERIFY(registered().empty());
@@ -716,7 +716,7 @@ void DesktopNotificationCenterTest::finishesAWithdrawalOfAnEarlierRun() {
 
     const auto center = newCenter();
     QVERIFY(center->deliveredNotifications().isEmpty());
-    QTRY_COMPARE(server->closeCalls, QList<quint32>{1});
+    QTRY_COMPARE(_server->closeCalls, QList<quint32>{1});
     QTRY_VERIFY(registered().empty());
 }
 
@@ -729,7 +729,7 @@ void DesktopNotificationCenterTest::actsOnAnEarlierRunsClickOnceTheRegistryIsFre
     QVERIFY(center->flush(plenty));
     QLockFile lock(NotificationRegistry(stateFolder()).path() + QStringLiteral(".lock"));
     QVERIFY(lock.lock());
-    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
     // Another process that heard the click may have ended it: only our change to the file can tell.
     QTest::qWait(NotificationRegistry::lockTimeout + 200);
@@ -753,7 +753,7 @@ void DesktopNotificationCenterTest::leavesAClickToTheProcessThatDelivered() {
     deliverStanding(*second, QStringLiteral("of the second"));
     QCOMPARE(titles(*first).size(), 2);
 
-    server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_COMPARE(firstDelegate->activated.size(), 1);
     QTRY_COMPARE(registered().size(), 1U);
     QTest::qWait(100);
@@ -761,7 +761,7 @@ void DesktopNotificationCenterTest::leavesAClickToTheProcessThatDelivered() {
 
     // Each process may withdraw what the other delivered.
     first->removeDeliveredNotification(first->deliveredNotifications().constFirst());
-    QTRY_VERIFY(server->closeCalls.contains(2U));
+    QTRY_VERIFY(_server->closeCalls.contains(2U));
     QTRY_VERIFY(registered().empty());
     QVERIFY(second->deliveredNotifications().isEmpty());
 }
@@ -769,7 +769,7 @@ void DesktopNotificationCenterTest::leavesAClickToTheProcessThatDelivered() {
 void DesktopNotificationCenterTest::neverBlocksOnAHungBus() {
     serve();
     deliverStanding(*newCenter(), QStringLiteral("earlier"));
-    ::kill(static_cast<pid_t>(bus->processId()), SIGSTOP);
+    ::kill(static_cast<pid_t>(_bus->processId()), SIGSTOP);
 
     QElapsedTimer timer;
     timer.start();
@@ -783,7 +783,7 @@ void DesktopNotificationCenterTest::neverBlocksOnAHungBus() {
     QVERIFY(!center->flush(milliseconds(100)));
     center.reset();
     QVERIFY2(timer.elapsed() < neverBlocked, qPrintable(QString::number(timer.elapsed())));
-    ::kill(static_cast<pid_t>(bus->processId()), SIGCONT);
+    ::kill(static_cast<pid_t>(_bus->processId()), SIGCONT);
     QTest::qWait(200);
 }
 
@@ -811,7 +811,7 @@ void DesktopNotificationCenterTest::worksFromManyThreadsAtOnce() {
 
     // Everything that reached the server was withdrawn there.
     QTRY_VERIFY(center->flush(milliseconds(10)));
-    QCOMPARE(std::size_t(server->closeCalls.size()), server->deliveries.size());
+    QCOMPARE(std::size_t(_server->closeCalls.size()), _server->deliveries.size());
     QVERIFY(registered().empty());
 }
 
@@ -825,8 +825,8 @@ void DesktopNotificationCenterTest::goesNowhereAfterTheShutDown() {
     center->removeDeliveredNotification(delivered);
     QVERIFY(center->flush(plenty));
     QTest::qWait(50);
-    QCOMPARE(server->deliveries.size(), 1U);
-    QVERIFY(server->closeCalls.isEmpty());
+    QCOMPARE(_server->deliveries.size(), 1U);
+    QVERIFY(_server->closeCalls.isEmpty());
     center->shutDown();
 }
 

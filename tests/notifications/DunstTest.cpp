@@ -49,13 +49,13 @@ private:
     [[nodiscard]] std::unique_ptr<BusProgram> startHost() const;
 
     [[nodiscard]] QStringList arguments() const {
-        return {QStringLiteral("-conf"), home->filePath(QStringLiteral("dunstrc"))};
+        return {QStringLiteral("-conf"), _home->filePath(QStringLiteral("dunstrc"))};
     }
 };
 
 void DunstTest::init() {
-    home = std::make_unique<QTemporaryDir>();
-    QFile file(home->filePath(QStringLiteral("dunstrc")));
+    _home = std::make_unique<QTemporaryDir>();
+    QFile file(_home->filePath(QStringLiteral("dunstrc")));
     QVERIFY(file.open(QIODevice::WriteOnly));
     // Pop-ups of low urgency end soon, so that the test need not wait for it long.
     file.write(
@@ -75,14 +75,14 @@ void DunstTest::startDunst() {
 }
 
 void DunstTest::stopDaemon() {
-    daemon->kill();
-    daemon.reset();
-    QTRY_VERIFY(!bus->hasNotificationServer());
+    _daemon->kill();
+    _daemon.reset();
+    QTRY_VERIFY(!_bus->hasNotificationServer());
 }
 
 QString DunstTest::control(const QStringList &arguments) const {
     QProcess process;
-    process.setProcessEnvironment(bus->environment());
+    process.setProcessEnvironment(_bus->environment());
     process.start(QStringLiteral("dunstctl"), arguments);
     if (!process.waitForFinished(5000) || process.exitCode() != 0)
         qWarning("dunstctl %s failed", qPrintable(arguments.join(QLatin1Char(' '))));
@@ -105,22 +105,22 @@ QStringList DunstTest::history() const {
 
 std::unique_ptr<BusProgram> DunstTest::startHost() const {
     return std::make_unique<BusProgram>(
-        *bus,
+        *_bus,
         QCoreApplication::applicationDirPath() + QStringLiteral("/pelorin-notificationclient"),
         QStringList{sender().stateFolder});
 }
 
 void DunstTest::showsWhatIsDelivered() {
-    center->deliverNotification(notification(QStringLiteral("News")));
+    _center->deliverNotification(notification(QStringLiteral("News")));
     QTRY_COMPARE(registered().size(), 1U);
     QCOMPARE(displayed(), 1);
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("News")});
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("News")});
 }
 
 void DunstTest::showsMarkupAsItStands() {
     UserNotification marked = notification(QStringLiteral("R&D <b>1</b>"));
     marked.informativeText = QStringLiteral("<b>5 < 6</b> &amp;");
-    center->deliverNotification(marked);
+    _center->deliverNotification(marked);
     QTRY_COMPARE(registered().size(), 1U);
     control({QStringLiteral("close")});
     QTRY_COMPARE(history().size(), 1);
@@ -136,89 +136,89 @@ void DunstTest::showsMarkupAsItStands() {
 }
 
 void DunstTest::replacesOneByAnother() {
-    center->deliverNotification(notification(QStringLiteral("old")));
+    _center->deliverNotification(notification(QStringLiteral("old")));
     QTRY_COMPARE(registered().size(), 1U);
-    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
-    center->deliverNotification(notification(QStringLiteral("new")));
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("new")});
+    _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
+    _center->deliverNotification(notification(QStringLiteral("new")));
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("new")});
     QTRY_COMPARE(registeredTitles(), QStringList{QStringLiteral("new")});
     QCOMPARE(displayed(), 1);
     QCOMPARE(history(), QStringList{QStringLiteral("old")});
 }
 
 void DunstTest::keepsOneWhosePopUpExpired() {
-    center->deliverNotification(notification(QStringLiteral("a brief one")));
+    _center->deliverNotification(notification(QStringLiteral("a brief one")));
     QTRY_COMPARE(history(), QStringList{QStringLiteral("a brief one")});
     QCOMPARE(displayed(), 0);
-    QVERIFY(center->flush(plenty));
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("a brief one")});
+    QVERIFY(_center->flush(plenty));
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("a brief one")});
 
     // After it was recalled from the history to the screen, it can still be withdrawn.
     control({QStringLiteral("history-pop")});
     QTRY_COMPARE(displayed(), 1);
-    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
     QTRY_COMPARE(displayed(), 0);
 }
 
 void DunstTest::withdrawsOneFromTheScreen() {
-    center->deliverNotification(notification(QStringLiteral("one")));
-    center->deliverNotification(notification(QStringLiteral("two")));
+    _center->deliverNotification(notification(QStringLiteral("one")));
+    _center->deliverNotification(notification(QStringLiteral("two")));
     QTRY_COMPARE(registered().size(), 2U);
     QCOMPARE(displayed(), 2);
-    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
     QTRY_COMPARE(displayed(), 1);
     QCOMPARE(history(), QStringList{QStringLiteral("one")});
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("two")});
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("two")});
     QTRY_COMPARE(registered().size(), 1U);
 }
 
 void DunstTest::withdrawsOneWhosePopUpExpired() {
-    center->deliverNotification(notification(QStringLiteral("brief")));
+    _center->deliverNotification(notification(QStringLiteral("brief")));
     QTRY_COMPARE(history().size(), 1);
-    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
-    QVERIFY(center->flush(plenty));
-    QVERIFY(center->deliveredNotifications().isEmpty());
+    _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
+    QVERIFY(_center->flush(plenty));
+    QVERIFY(_center->deliveredNotifications().isEmpty());
     QVERIFY(registered().empty());
 }
 
 void DunstTest::forgetsOneThatTheUserDismissed() {
-    center->deliverNotification(notification(QStringLiteral("one")));
+    _center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_COMPARE(registered().size(), 1U);
     control({QStringLiteral("close")});
-    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_VERIFY(_center->deliveredNotifications().isEmpty());
     QTRY_VERIFY(registered().empty());
-    QVERIFY(delegate->activated.isEmpty());
+    QVERIFY(_delegate->activated.isEmpty());
 }
 
 void DunstTest::tellsTheDelegateOfAClick() {
-    center->deliverNotification(notification(QStringLiteral("one")));
+    _center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_COMPARE(registered().size(), 1U);
     control({QStringLiteral("action")});
-    QTRY_COMPARE(delegate->activated.size(), 1);
-    QCOMPARE(delegate->activated[0].title, QStringLiteral("one"));
-    QVERIFY(!delegate->wasOffMainThread);
-    QVERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_COMPARE(_delegate->activated.size(), 1);
+    QCOMPARE(_delegate->activated[0].title, QStringLiteral("one"));
+    QVERIFY(!_delegate->wasOffMainThread);
+    QVERIFY(_center->deliveredNotifications().isEmpty());
     QTRY_COMPARE(displayed(), 0);
 }
 
 void DunstTest::leavesForeignNotificationsAlone() {
-    center->deliverNotification(notification(QStringLiteral("ours")));
+    _center->deliverNotification(notification(QStringLiteral("ours")));
     QTRY_COMPARE(registered().size(), 1U);
     QProcess foreign;
-    foreign.setProcessEnvironment(bus->environment());
+    foreign.setProcessEnvironment(_bus->environment());
     foreign.start(QStringLiteral("dunstify"),
                   {QStringLiteral("--action=default,Open"), QStringLiteral("foreign")});
     QTRY_COMPARE(displayed(), 2);
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("ours")});
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("ours")});
 
-    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
-    QVERIFY(center->flush(plenty));
+    _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
+    QVERIFY(_center->flush(plenty));
     QCOMPARE(displayed(), 1);
     QCOMPARE(history(), QStringList{QStringLiteral("ours")});
     control({QStringLiteral("action")});
     QVERIFY(foreign.waitForFinished(5000));
     QTest::qWait(100);
-    QVERIFY(delegate->activated.isEmpty());
+    QVERIFY(_delegate->activated.isEmpty());
 }
 
 void DunstTest::findsItsOwnAfterTheProcessWasKilled() {
@@ -232,11 +232,11 @@ void DunstTest::findsItsOwnAfterTheProcessWasKilled() {
     host->writeLine(QStringLiteral("list"));
     QCOMPARE(host->readLine(), QStringLiteral("of the killed"));
     host.reset();
-    const auto found = center->deliveredNotifications();
+    const auto found = _center->deliveredNotifications();
     QCOMPARE(found.size(), 1);
     QCOMPARE(found[0].userInfo.value(QStringLiteral("originationDate")).toDateTime(),
              QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC));
-    center->removeDeliveredNotification(found[0]);
+    _center->removeDeliveredNotification(found[0]);
     QTRY_COMPARE(displayed(), 0);
     QTRY_VERIFY(registered().empty());
 }
@@ -248,28 +248,28 @@ void DunstTest::missesTheClickOnOneOfAKilledProcess() {
     host->writeLine(QStringLiteral("deliver of the killed"));
     QCOMPARE(host->readLine(), QStringLiteral("done"));
     host->kill();
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("of the killed")});
-    QVERIFY(center->flush(plenty));
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("of the killed")});
+    QVERIFY(_center->flush(plenty));
     control({QStringLiteral("action")});
     QTest::qWait(200);
-    QVERIFY(delegate->activated.isEmpty());
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("of the killed")});
-    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    QVERIFY(_delegate->activated.isEmpty());
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("of the killed")});
+    _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
     QTRY_COMPARE(displayed(), 0);
 }
 
 void DunstTest::sharesTheListBetweenTwoProcesses() {
     auto host = startHost();
-    center->deliverNotification(notification(QStringLiteral("ours")));
+    _center->deliverNotification(notification(QStringLiteral("ours")));
     QTRY_COMPARE(registered().size(), 1U);
     host->writeLine(QStringLiteral("deliver theirs"));
     QCOMPARE(host->readLine(), QStringLiteral("done"));
     const QStringList both{QStringLiteral("ours"), QStringLiteral("theirs")};
-    QCOMPARE(titles(*center), both);
+    QCOMPARE(titles(*_center), both);
     host->writeLine(QStringLiteral("list"));
     QCOMPARE(host->readLine(), both.join(QLatin1Char(',')));
 
-    center->removeDeliveredNotification(center->deliveredNotifications().constLast());
+    _center->removeDeliveredNotification(_center->deliveredNotifications().constLast());
     QTRY_COMPARE(registered().size(), 1U);
     QTRY_COMPARE(displayed(), 1);
     host->writeLine(QStringLiteral("list"));
@@ -277,23 +277,23 @@ void DunstTest::sharesTheListBetweenTwoProcesses() {
 }
 
 void DunstTest::dropsTheListWhenTheDaemonIsStartedAgain() {
-    center->deliverNotification(notification(QStringLiteral("old")));
+    _center->deliverNotification(notification(QStringLiteral("old")));
     QTRY_COMPARE(registered().size(), 1U);
     stopDaemon();
-    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_VERIFY(_center->deliveredNotifications().isEmpty());
     startDunst();
-    center->deliverNotification(notification(QStringLiteral("new")));
+    _center->deliverNotification(notification(QStringLiteral("new")));
     QTRY_COMPARE(registered().size(), 1U);
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("new")});
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("new")});
     QCOMPARE(displayed(), 1);
 
     // Also while none of our processes was running.
-    center.reset();
+    _center.reset();
     stopDaemon();
     startDunst();
     startCenter();
-    QVERIFY(center->flush(plenty));
-    QVERIFY(center->deliveredNotifications().isEmpty());
+    QVERIFY(_center->flush(plenty));
+    QVERIFY(_center->deliveredNotifications().isEmpty());
     QVERIFY(registered().empty());
 }
 
@@ -301,12 +301,12 @@ void DunstTest::waitsForADaemonThatStartsLate() {
     stopDaemon();
     QElapsedTimer timer;
     timer.start();
-    center->deliverNotification(notification(QStringLiteral("cancelled")));
-    center->deliverNotification(notification(QStringLiteral("early")));
-    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    _center->deliverNotification(notification(QStringLiteral("cancelled")));
+    _center->deliverNotification(notification(QStringLiteral("early")));
+    _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
     QVERIFY2(timer.elapsed() < neverBlocked, qPrintable(QString::number(timer.elapsed())));
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("early")});
-    QVERIFY(center->flush(plenty));
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("early")});
+    QVERIFY(_center->flush(plenty));
 
     startDunst();
     QTRY_COMPARE(displayed(), 1);
@@ -315,39 +315,39 @@ void DunstTest::waitsForADaemonThatStartsLate() {
 }
 
 void DunstTest::neverBlocksOnAHungDaemon() {
-    center->deliverNotification(notification(QStringLiteral("standing")));
+    _center->deliverNotification(notification(QStringLiteral("standing")));
     QTRY_COMPARE(registered().size(), 1U);
-    daemon->signal(SIGSTOP);
+    _daemon->signal(SIGSTOP);
 
     QElapsedTimer timer;
     timer.start();
-    center->deliverNotification(notification(QStringLiteral("cancelled")));
-    center->deliverNotification(notification(QStringLiteral("patient")));
-    QCOMPARE(titles(*center).size(), 3);
-    center->removeDeliveredNotification(center->deliveredNotifications().at(1));
-    center->removeDeliveredNotification(center->deliveredNotifications().at(0));
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("patient")});
+    _center->deliverNotification(notification(QStringLiteral("cancelled")));
+    _center->deliverNotification(notification(QStringLiteral("patient")));
+    QCOMPARE(titles(*_center).size(), 3);
+    _center->removeDeliveredNotification(_center->deliveredNotifications().at(1));
+    _center->removeDeliveredNotification(_center->deliveredNotifications().at(0));
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("patient")});
     QVERIFY2(timer.elapsed() < neverBlocked, qPrintable(QString::number(timer.elapsed())));
-    QVERIFY(!center->flush(milliseconds(200)));
+    QVERIFY(!_center->flush(milliseconds(200)));
     QVERIFY2(timer.elapsed() < neverBlocked, qPrintable(QString::number(timer.elapsed())));
 
-    daemon->signal(SIGCONT);
-    QVERIFY(center->flush(plenty));
+    _daemon->signal(SIGCONT);
+    QVERIFY(_center->flush(plenty));
     QCOMPARE(displayed(), 1);
     // The cancelled notification was never shown, not even for a moment.
     QCOMPARE(history(), QStringList{QStringLiteral("standing")});
     QCOMPARE(registered().size(), 1U);
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("patient")});
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("patient")});
 }
 
 void DunstTest::presentsAgainWhatAHungDaemonDiedWith() {
-    center->deliverNotification(notification(QStringLiteral("first")));
+    _center->deliverNotification(notification(QStringLiteral("first")));
     QTRY_COMPARE(registered().size(), 1U);
-    daemon->signal(SIGSTOP);
-    center->deliverNotification(notification(QStringLiteral("second")));
-    QVERIFY(!center->flush(milliseconds(200)));
+    _daemon->signal(SIGSTOP);
+    _center->deliverNotification(notification(QStringLiteral("second")));
+    QVERIFY(!_center->flush(milliseconds(200)));
     stopDaemon();
-    QTRY_COMPARE(titles(*center), QStringList{QStringLiteral("second")});
+    QTRY_COMPARE(titles(*_center), QStringList{QStringLiteral("second")});
     startDunst();
     QTRY_COMPARE(displayed(), 1);
     QTRY_COMPARE(registeredTitles(), QStringList{QStringLiteral("second")});

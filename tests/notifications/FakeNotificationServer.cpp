@@ -10,15 +10,15 @@ const QString path = QStringLiteral("/org/freedesktop/Notifications");
 }  // namespace
 
 FakeNotificationServer::FakeNotificationServer(const QDBusConnection &connection)
-    : bus(connection) {
-    if (!bus.registerObject(path, this, QDBusConnection::ExportAllSlots) ||
-        !bus.registerService(service))
+    : _bus(connection) {
+    if (!_bus.registerObject(path, this, QDBusConnection::ExportAllSlots) ||
+        !_bus.registerService(service))
         qFatal("cannot serve notifications");
 }
 
 FakeNotificationServer::~FakeNotificationServer() {
-    bus.unregisterService(service);
-    bus.unregisterObject(path);
+    _bus.unregisterService(service);
+    _bus.unregisterObject(path);
 }
 
 uint FakeNotificationServer::Notify(const QString &applicationName, uint replaces,
@@ -55,13 +55,13 @@ QString FakeNotificationServer::GetServerInformation(QString &vendor, QString &v
 }
 
 void FakeNotificationServer::answer(std::size_t index, quint32 id) {
-    bus.send(deliveries.at(index).call.createReply(QVariant(id)));
+    _bus.send(deliveries.at(index).call.createReply(QVariant(id)));
 }
 
 void FakeNotificationServer::emitSignal(const QString &name, const QVariantList &arguments) {
     QDBusMessage signal = QDBusMessage::createSignal(path, service, name);
     signal.setArguments(arguments);
-    bus.send(signal);
+    _bus.send(signal);
 }
 
 }  // namespace pelorinnews::test

@@ -57,7 +57,7 @@ public Q_SLOTS:
     void CloseNotification(uint id) { closeCalls.append(id); }
 
 private:
-    QDBusConnection bus;
+    QDBusConnection _bus;
 };
 
 }  // namespace pelorinnews::test

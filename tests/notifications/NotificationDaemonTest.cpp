@@ -53,30 +53,30 @@ void NotificationDaemonTest::click(const QString &window) {
 }
 
 void NotificationDaemonTest::showsAPopUpAndTakesItBack() {
-    center->deliverNotification(notification(QStringLiteral("one")));
+    _center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_COMPARE(registered().size(), 1U);
     QTRY_COMPARE(popUps().size(), 1);
-    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
     QTRY_COMPARE(popUps().size(), 0);
     QTRY_VERIFY(registered().empty());
 }
 
 void NotificationDaemonTest::tellsTheDelegateOfAClick() {
-    center->deliverNotification(notification(QStringLiteral("one")));
+    _center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_COMPARE(popUps().size(), 1);
     QTRY_COMPARE(registered().size(), 1U);
     click(popUps().constFirst());
-    QTRY_COMPARE(delegate->activated.size(), 1);
-    QCOMPARE(delegate->activated[0].title, QStringLiteral("one"));
-    QVERIFY(!delegate->wasOffMainThread);
-    QVERIFY(center->deliveredNotifications().isEmpty());
+    QTRY_COMPARE(_delegate->activated.size(), 1);
+    QCOMPARE(_delegate->activated[0].title, QStringLiteral("one"));
+    QVERIFY(!_delegate->wasOffMainThread);
+    QVERIFY(_center->deliveredNotifications().isEmpty());
     QTRY_COMPARE(popUps().size(), 0);
     QTRY_VERIFY(registered().empty());
 }
 
 void NotificationDaemonTest::hearsTheClickOnOneOfAKilledProcess() {
     BusProgram host(
-        *bus,
+        *_bus,
         QCoreApplication::applicationDirPath() + QStringLiteral("/pelorin-notificationclient"),
         {sender().stateFolder});
     host.writeLine(QStringLiteral("deliver of the killed"));
@@ -84,11 +84,11 @@ void NotificationDaemonTest::hearsTheClickOnOneOfAKilledProcess() {
     host.kill();
     QTRY_COMPARE(popUps().size(), 1);
 
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("of the killed")});
-    QVERIFY(center->flush(plenty));
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("of the killed")});
+    QVERIFY(_center->flush(plenty));
     click(popUps().constFirst());
-    QTRY_COMPARE(delegate->activated.size(), 1);
-    QCOMPARE(delegate->activated[0].title, QStringLiteral("of the killed"));
+    QTRY_COMPARE(_delegate->activated.size(), 1);
+    QCOMPARE(_delegate->activated[0].title, QStringLiteral("of the killed"));
     QTRY_VERIFY(registered().empty());
 }
 
@@ -97,39 +97,39 @@ void NotificationDaemonTest::leavesForeignNotificationsAlone() {
     QDBusMessage notify = call(QStringLiteral("Notify"));
     notify << QStringLiteral("Other") << 0U << QString() << QStringLiteral("foreign") << QString()
            << QStringList{QStringLiteral("default"), QString()} << QVariantMap() << -1;
-    QCOMPARE(bus->connection().call(notify).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(_bus->connection().call(notify).type(), QDBusMessage::ReplyMessage);
     QTRY_COMPARE(popUps().size(), 1);
     const QStringList foreign = popUps();
 
-    center->deliverNotification(notification(QStringLiteral("first")));
+    _center->deliverNotification(notification(QStringLiteral("first")));
     QTRY_COMPARE(registered().size(), 1U);
-    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
-    QVERIFY(center->flush(plenty));
+    _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
+    QVERIFY(_center->flush(plenty));
     QCOMPARE(popUps(), foreign);
 
-    center->deliverNotification(notification(QStringLiteral("second")));
+    _center->deliverNotification(notification(QStringLiteral("second")));
     QTRY_COMPARE(registered().size(), 1U);
     click(foreign.constFirst());
     QTRY_VERIFY(popUps().size() == 1 && popUps() != foreign);
-    QVERIFY(delegate->activated.isEmpty());
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("second")});
+    QVERIFY(_delegate->activated.isEmpty());
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("second")});
 }
 
 void NotificationDaemonTest::withdrawsOneThatTheServerNoLongerKnows() {
-    center->deliverNotification(notification(QStringLiteral("one")));
+    _center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_COMPARE(registered().size(), 1U);
-    const UserNotification delivered = center->deliveredNotifications().constFirst();
+    const UserNotification delivered = _center->deliveredNotifications().constFirst();
     // It is closed while none of our processes listens.
     const quint32 id = registered().at(0).serverId;
-    center = nullptr;
+    _center = nullptr;
     QDBusMessage close = call(QStringLiteral("CloseNotification"));
     close << id;
-    QCOMPARE(bus->connection().call(close).type(), QDBusMessage::ReplyMessage);
+    QCOMPARE(_bus->connection().call(close).type(), QDBusMessage::ReplyMessage);
 
-    center = std::make_unique<DesktopNotificationCenter>(sender());
-    QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
-    center->removeDeliveredNotification(delivered);
-    QVERIFY(center->deliveredNotifications().isEmpty());
+    _center = std::make_unique<DesktopNotificationCenter>(sender());
+    QCOMPARE(titles(*_center), QStringList{QStringLiteral("one")});
+    _center->removeDeliveredNotification(delivered);
+    QVERIFY(_center->deliveredNotifications().isEmpty());
     QTRY_VERIFY(registered().empty());
 }
 

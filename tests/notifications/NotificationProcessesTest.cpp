@@ -20,7 +20,7 @@ private Q_SLOTS:
 
 private:
     using Process = std::unique_ptr<BusProgram>;
-    [[nodiscard]] QString stateFolder() const { return home->filePath(QStringLiteral("state")); }
+    [[nodiscard]] QString stateFolder() const { return _home->filePath(QStringLiteral("state")); }
     [[nodiscard]] Process start() const;
     /// A process that listens for clicks.
     [[nodiscard]] Process startListening() const;
@@ -31,9 +31,9 @@ private:
     [[nodiscard]] QStringList clicksOf(BusProgram &process) const;
     void click(quint32 id) const;
 
-    std::unique_ptr<QTemporaryDir> home;
-    std::unique_ptr<PrivateBus> bus;
-    std::unique_ptr<FakeNotificationServer> server;
+    std::unique_ptr<QTemporaryDir> _home;
+    std::unique_ptr<PrivateBus> _bus;
+    std::unique_ptr<FakeNotificationServer> _server;
 };
 
 namespace {
@@ -46,20 +46,20 @@ QString ask(BusProgram &process, const QString &command) {
 }  // namespace
 
 void NotificationProcessesTest::init() {
-    home = std::make_unique<QTemporaryDir>();
-    bus = std::make_unique<PrivateBus>();
-    server = std::make_unique<FakeNotificationServer>(bus->connection());
+    _home = std::make_unique<QTemporaryDir>();
+    _bus = std::make_unique<PrivateBus>();
+    _server = std::make_unique<FakeNotificationServer>(_bus->connection());
 }
 
 void NotificationProcessesTest::cleanup() {
-    server.reset();
-    bus.reset();
-    home.reset();
+    _server.reset();
+    _bus.reset();
+    _home.reset();
 }
 
 NotificationProcessesTest::Process NotificationProcessesTest::start() const {
     return std::make_unique<BusProgram>(
-        *bus,
+        *_bus,
         QCoreApplication::applicationDirPath() + QStringLiteral("/pelorin-notificationclient"),
         QStringList{stateFolder()});
 }
@@ -95,8 +95,8 @@ QStringList NotificationProcessesTest::clicksOf(BusProgram &process) const {
 }
 
 void NotificationProcessesTest::click(quint32 id) const {
-    server->emitSignal(QStringLiteral("ActionInvoked"), {id, QStringLiteral("default")});
-    server->emitSignal(QStringLiteral("NotificationClosed"), {id, 2U});
+    _server->emitSignal(QStringLiteral("ActionInvoked"), {id, QStringLiteral("default")});
+    _server->emitSignal(QStringLiteral("NotificationClosed"), {id, 2U});
 }
 
 void NotificationProcessesTest::theProcessThatDeliveredActsOnAClick() {

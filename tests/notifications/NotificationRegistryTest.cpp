@@ -59,7 +59,7 @@ private Q_SLOTS:
     void isReadableByItsOwnerOnly();
 
 private:
-    [[nodiscard]] QString folder() const { return home->filePath(QStringLiteral("state/host")); }
+    [[nodiscard]] QString folder() const { return _home->filePath(QStringLiteral("state/host")); }
     [[nodiscard]] NotificationRegistry registry() const { return NotificationRegistry(folder()); }
     [[nodiscard]] QByteArray bytes() const;
     void overwrite(const QByteArray &bytes) const;
@@ -67,7 +67,7 @@ private:
     static QByteArray streamed(const QVariantMap &userInfo);
     static QByteArray nested();
 
-    std::unique_ptr<QTemporaryDir> home;
+    std::unique_ptr<QTemporaryDir> _home;
 };
 
 namespace {
@@ -98,8 +98,8 @@ QStringList identities(const RegistryContents &contents) {
 }  // namespace
 
 void NotificationRegistryTest::init() {
-    home = std::make_unique<QTemporaryDir>();
-    QVERIFY(home->isValid());
+    _home = std::make_unique<QTemporaryDir>();
+    QVERIFY(_home->isValid());
 }
 
 void NotificationRegistryTest::overwrite(const QByteArray &bytes) const {
@@ -416,7 +416,7 @@ void NotificationRegistryTest::breaksTheLockOfAProcessThatDied() {
 }
 
 void NotificationRegistryTest::reportsAFolderThatCannotBeMade() {
-    QFile file(home->filePath(QStringLiteral("state")));
+    QFile file(_home->filePath(QStringLiteral("state")));
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(!registry().apply(putting({entry(QStringLiteral("a"))})));
     QVERIFY(!registry().read());
@@ -536,7 +536,7 @@ void NotificationRegistryTest::whatIsNoRegularFileIsNeitherReadNorReplaced() {
 }
 
 void NotificationRegistryTest::aLinkStaysALink() {
-    const QString kept = home->filePath(QStringLiteral("kept"));
+    const QString kept = _home->filePath(QStringLiteral("kept"));
     QVERIFY(QDir().mkpath(folder()));
     QVERIFY(QFile::link(kept, registry().path()));
     QVERIFY(registry().apply(putting({entry(QStringLiteral("a"))})));

@@ -38,25 +38,25 @@ void end(QProcess &process) {
 }  // namespace
 
 PrivateBus::PrivateBus(const QString &serviceFolder)
-    : connectionName(QStringLiteral("test-") + QUuid::createUuid().toString()),
-      ownConnection(QString()) {
-    QFile file(folder.filePath(QStringLiteral("bus.conf")));
+    : _connectionName(QStringLiteral("test-") + QUuid::createUuid().toString()),
+      _ownConnection(QString()) {
+    QFile file(_folder.filePath(QStringLiteral("bus.conf")));
     if (!file.open(QIODevice::WriteOnly))
         qFatal("cannot write the bus configuration");
     file.write(configuration(serviceFolder));
     file.close();
     // The bus complains about limits if it may not raise them.
-    daemon.setStandardErrorFile(QProcess::nullDevice());
-    daemon.start(QStringLiteral("dbus-daemon"),
-                 {QStringLiteral("--config-file=") + file.fileName(), QStringLiteral("--nofork"),
-                  QStringLiteral("--print-address=1")});
-    while (!daemon.canReadLine()) {
-        if (!daemon.waitForReadyRead(5000))
-            qFatal("no message bus: %s", qPrintable(daemon.errorString()));
+    _daemon.setStandardErrorFile(QProcess::nullDevice());
+    _daemon.start(QStringLiteral("dbus-daemon"),
+                  {QStringLiteral("--config-file=") + file.fileName(), QStringLiteral("--nofork"),
+                   QStringLiteral("--print-address=1")});
+    while (!_daemon.canReadLine()) {
+        if (!_daemon.waitForReadyRead(5000))
+            qFatal("no message bus: %s", qPrintable(_daemon.errorString()));
     }
-    busAddress = QString::fromUtf8(daemon.readLine().trimmed());
-    ownConnection = QDBusConnection::connectToBus(busAddress, connectionName);
-    if (!ownConnection.isConnected())
+    _busAddress = QString::fromUtf8(_daemon.readLine().trimmed());
+    _ownConnection = QDBusConnection::connectToBus(_busAddress, _connectionName);
+    if (!_ownConnection.isConnected())
         qFatal("cannot connect to the message bus");
 }
 
@@ -65,55 +65,55 @@ PrivateBus::~PrivateBus() {
 }
 
 void PrivateBus::stop() {
-    ownConnection = QDBusConnection(QString());
-    QDBusConnection::disconnectFromBus(connectionName);
-    end(daemon);
+    _ownConnection = QDBusConnection(QString());
+    QDBusConnection::disconnectFromBus(_connectionName);
+    end(_daemon);
 }
 
 bool PrivateBus::hasNotificationServer() const {
-    return ownConnection.interface()->isServiceRegistered(
+    return _ownConnection.interface()->isServiceRegistered(
         QStringLiteral("org.freedesktop.Notifications"));
 }
 
 QProcessEnvironment PrivateBus::environment() const {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), busAddress);
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), _busAddress);
     return environment;
 }
 
 BusProgram::BusProgram(const PrivateBus &bus, const QString &program,
                        const QStringList &arguments) {
-    process.setProcessEnvironment(bus.environment());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    process.start(program, arguments);
-    if (!process.waitForStarted(5000))
+    _process.setProcessEnvironment(bus.environment());
+    _process.setStandardErrorFile(QProcess::nullDevice());
+    _process.start(program, arguments);
+    if (!_process.waitForStarted(5000))
         qFatal("cannot start %s", qPrintable(program));
 }
 
 BusProgram::~BusProgram() {
-    end(process);
+    end(_process);
 }
 
 void BusProgram::signal(int number) const {
-    ::kill(static_cast<pid_t>(process.processId()), number);
+    ::kill(static_cast<pid_t>(_process.processId()), number);
 }
 
 void BusProgram::kill() {
-    process.kill();
-    process.waitForFinished(3000);
+    _process.kill();
+    _process.waitForFinished(3000);
 }
 
 QString BusProgram::readLine() {
-    while (!process.canReadLine()) {
-        if (!process.waitForReadyRead(60000))
+    while (!_process.canReadLine()) {
+        if (!_process.waitForReadyRead(60000))
             return {};
     }
-    return QString::fromUtf8(process.readLine()).trimmed();
+    return QString::fromUtf8(_process.readLine()).trimmed();
 }
 
 void BusProgram::writeLine(const QString &line) {
-    process.write(line.toUtf8() + '\n');
-    process.waitForBytesWritten(1000);
+    _process.write(line.toUtf8() + '\n');
+    _process.waitForBytesWritten(1000);
 }
 
 }  // namespace pelorinnews::test

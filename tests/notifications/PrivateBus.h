@@ -17,11 +17,11 @@ public:
     PrivateBus(const PrivateBus &) = delete;
     PrivateBus &operator=(const PrivateBus &) = delete;
 
-    [[nodiscard]] QString address() const { return busAddress; }
-    [[nodiscard]] qint64 processId() const { return daemon.processId(); }
+    [[nodiscard]] QString address() const { return _busAddress; }
+    [[nodiscard]] qint64 processId() const { return _daemon.processId(); }
 
     /// The test's own connection.
-    [[nodiscard]] QDBusConnection connection() const { return ownConnection; }
+    [[nodiscard]] QDBusConnection connection() const { return _ownConnection; }
 
     [[nodiscard]] bool hasNotificationServer() const;
 
@@ -32,11 +32,11 @@ public:
     void stop();
 
 private:
-    QTemporaryDir folder;
-    QProcess daemon;
-    QString busAddress;
-    QString connectionName;
-    QDBusConnection ownConnection;
+    QTemporaryDir _folder;
+    QProcess _daemon;
+    QString _busAddress;
+    QString _connectionName;
+    QDBusConnection _ownConnection;
 };
 
 /// A program on a `PrivateBus`; ends with the object, by process id.
@@ -56,7 +56,7 @@ public:
     void writeLine(const QString &line);
 
 private:
-    QProcess process;
+    QProcess _process;
 };
 
 }  // namespace pelorinnews::test

@@ -31,7 +31,7 @@ void XfceNotifydTest::cleanup() {
 }
 
 void XfceNotifydTest::deliver(const QString &title) const {
-    center->deliverNotification(notification(title));
+    _center->deliverNotification(notification(title));
     QTRY_COMPARE(registeredTitles(), QStringList{title});
 }
 
@@ -39,9 +39,9 @@ bool XfceNotifydTest::clickUntilItEnds(int x, int y) const {
     return QTest::qWaitFor(
         [&] {
             const QStringList popUps = PopUps::ofClass(QStringLiteral("xfce4-notifyd"));
-            if (!popUps.isEmpty() && !center->deliveredNotifications().isEmpty())
+            if (!popUps.isEmpty() && !_center->deliveredNotifications().isEmpty())
                 PopUps::click(popUps.constFirst(), x, y);
-            return center->deliveredNotifications().isEmpty();
+            return _center->deliveredNotifications().isEmpty();
         },
         testPatience);
 }
@@ -49,9 +49,9 @@ bool XfceNotifydTest::clickUntilItEnds(int x, int y) const {
 void XfceNotifydTest::opensByTheButton() {
     // The button is in the lower right corner, below the text.
     QVERIFY(clickUntilItEnds(-60, -30));
-    QVERIFY(QTest::qWaitFor([this] { return !delegate->activated.isEmpty(); }, testPatience));
-    QCOMPARE(delegate->activated.size(), 1);
-    QCOMPARE(delegate->activated[0].title, QStringLiteral("one"));
+    QVERIFY(QTest::qWaitFor([this] { return !_delegate->activated.isEmpty(); }, testPatience));
+    QCOMPARE(_delegate->activated.size(), 1);
+    QCOMPARE(_delegate->activated[0].title, QStringLiteral("one"));
     QTRY_VERIFY(PopUps::ofClass(QStringLiteral("xfce4-notifyd")).isEmpty());
 }
 
@@ -60,7 +60,7 @@ void XfceNotifydTest::isDismissedByAClickBesideTheButton() {
     // Once this notification stands, all signals of the other have arrived.
     deliver(QStringLiteral("two"));
     QCoreApplication::processEvents();
-    QVERIFY(delegate->activated.isEmpty());
+    QVERIFY(_delegate->activated.isEmpty());
 }
 
 }  // namespace pelorinnews::test

@@ -41,10 +41,10 @@ public:
     Application() { ran.clear(); }
 
 private:
-    int count = 1;
-    std::array<char, 5> name{"test"};
-    std::array<char *, 2> arguments{name.data(), nullptr};
-    QCoreApplication application{count, arguments.data()};
+    int _count = 1;
+    std::array<char, 5> _name{"test"};
+    std::array<char *, 2> _arguments{_name.data(), nullptr};
+    QCoreApplication _application{_count, _arguments.data()};
 };
 
 }  // namespace

@@ -14,7 +14,7 @@ class EntryPatternTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { folder = std::make_unique<QTemporaryDir>(); }
+    void init() { _folder = std::make_unique<QTemporaryDir>(); }
 
     void noEntryMatchesWithoutAName();
     void theNameCountsWhole();
@@ -25,9 +25,9 @@ private Q_SLOTS:
     void aProgramThatMayNotBeReadIsAProgram();
 
 private:
-    QByteArray at(const QString &name) const { return QFile::encodeName(folder->filePath(name)); }
+    QByteArray at(const QString &name) const { return QFile::encodeName(_folder->filePath(name)); }
     void write(const QString &name, const QByteArray &content, mode_t mode) const {
-        QFile file(folder->filePath(name));
+        QFile file(_folder->filePath(name));
         QVERIFY(file.open(QIODevice::WriteOnly));
         QCOMPARE(file.write(content), content.size());
         file.close();
@@ -37,7 +37,7 @@ private:
         return {FileNamePattern::like(QLatin1String(name)), kind};
     }
 
-    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<QTemporaryDir> _folder;
 };
 
 using Kind = EntryPattern::Kind;
@@ -53,7 +53,7 @@ void EntryPatternTest::noEntryMatchesWithoutAName() {
 void EntryPatternTest::theNameCountsWhole() {
     const EntryPattern pattern = like("P.app", Kind::any);
     for (const char *name : {"P.app", "P.app2", "p.app", "aP.app"})
-        QVERIFY(QDir(folder->path()).mkdir(QLatin1String(name)));
+        QVERIFY(QDir(_folder->path()).mkdir(QLatin1String(name)));
     QVERIFY(pattern.matches(at(QStringLiteral("P.app"))));
     QVERIFY(!pattern.matches(at(QStringLiteral("P.app2"))));
     QVERIFY(!pattern.matches(at(QStringLiteral("p.app"))));
@@ -72,7 +72,7 @@ void EntryPatternTest::aLauncherIsNoMatch() {
     QVERIFY(like("Pelorin*", Kind::any).matches(at(QStringLiteral("Pelorin.AppImage"))));
     write(QStringLiteral("Pelorin.desktop"), "[Desktop Entry]\n", 0755);
     QVERIFY(!like("Pelorin*", Kind::any).matches(at(QStringLiteral("Pelorin.desktop"))));
-    QVERIFY(QDir(folder->path()).mkdir(QStringLiteral("Pelorin2.desktop")));
+    QVERIFY(QDir(_folder->path()).mkdir(QStringLiteral("Pelorin2.desktop")));
     QVERIFY(like("Pelorin*", Kind::any).matches(at(QStringLiteral("Pelorin2.desktop"))));
 }
 
@@ -110,7 +110,7 @@ void EntryPatternTest::aProgramIsAnExecutableFileThatIsNoScript() {
 }
 
 void EntryPatternTest::aFolderOfAProgramsNameIsJustAFolder() {
-    QVERIFY(QDir(folder->path()).mkdir(QStringLiteral("pelorin")));
+    QVERIFY(QDir(_folder->path()).mkdir(QStringLiteral("pelorin")));
     const EntryPattern program = like("pelorin", Kind::program);
     QVERIFY(!program.matches(at(QStringLiteral("pelorin"))));
     QVERIFY(!program.mayMatch("pelorin", true));

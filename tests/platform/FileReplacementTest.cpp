@@ -56,8 +56,8 @@ class FileReplacementTest : public QObject {
 
 private Q_SLOTS:
     void init() {
-        folder = std::make_unique<QTemporaryDir>();
-        QVERIFY(folder->isValid());
+        _folder = std::make_unique<QTemporaryDir>();
+        QVERIFY(_folder->isValid());
     }
 
     void replacesTheWholeFile();
@@ -78,14 +78,14 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] QString path(const char *name = "file") const {
-        return folder->filePath(QLatin1String(name));
+        return _folder->filePath(QLatin1String(name));
     }
     [[nodiscard]] QStringList names() const {
-        return QDir(folder->path())
+        return QDir(_folder->path())
             .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     }
 
-    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<QTemporaryDir> _folder;
 };
 
 void FileReplacementTest::replacesTheWholeFile() {
@@ -142,7 +142,7 @@ void FileReplacementTest::permissionsThatAreAskedForReplaceTheEarlierOnes() {
 
 void FileReplacementTest::aRelativePathIsInTheCurrentFolder() {
     const QString before = QDir::currentPath();
-    QVERIFY(QDir::setCurrent(folder->path()));
+    QVERIFY(QDir::setCurrent(_folder->path()));
     const bool replaced = replace(QStringLiteral("file"), "new");
     QDir::setCurrent(before);
     QVERIFY(replaced);
@@ -150,7 +150,7 @@ void FileReplacementTest::aRelativePathIsInTheCurrentFolder() {
 }
 
 void FileReplacementTest::followsAChainOfLinks() {
-    QVERIFY(QDir(folder->path()).mkdir(QStringLiteral("elsewhere")));
+    QVERIFY(QDir(_folder->path()).mkdir(QStringLiteral("elsewhere")));
     QVERIFY(QFile::link(QStringLiteral("elsewhere/second"), path()));
     QVERIFY(QFile::link(QStringLiteral("../third"), path("elsewhere/second")));
     QVERIFY(QFile::link(path("target"), path("third")));
@@ -261,7 +261,7 @@ void FileReplacementTest::othersFilesStay() {
 void FileReplacementTest::reservesOnlyWhatHasRoom() {
     if (!SmallDisk::whyNot().isEmpty())
         QSKIP(qPrintable(SmallDisk::whyNot()));
-    const SmallDisk disk(folder->path());
+    const SmallDisk disk(_folder->path());
     QVERIFY(disk.isMounted());
     disk.leaveRoom(2 * SmallDisk::block);
     {

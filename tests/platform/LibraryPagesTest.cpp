@@ -42,9 +42,9 @@ private Q_SLOTS:
     void initTestCase() {
         void *const opened = ::dlopen(library, RTLD_NOW);
         QVERIFY2(opened, library);
-        code = static_cast<volatile unsigned char *>(::dlsym(opened, symbol));
-        QVERIFY(code);
-        first = *code;
+        _code = static_cast<volatile unsigned char *>(::dlsym(opened, symbol));
+        QVERIFY(_code);
+        _first = *_code;
     }
 
     void givesBackWhatIsUnchangedAndTheContentsComeBack() {
@@ -52,12 +52,12 @@ private Q_SLOTS:
         releaseLibraryPages({library});
         const qint64 left = residentKilobytes(library);
         QVERIFY2(left <= 16, QByteArray::number(left).constData());
-        QCOMPARE(*code, first);
+        QCOMPARE(*_code, _first);
         QVERIFY(residentKilobytes(library) > left);
     }
 
     void leavesOtherLibrariesAlone() {
-        QCOMPARE(*code, first);
+        QCOMPARE(*_code, _first);
         const qint64 before = residentKilobytes(library);
         releaseLibraryPages({"libother"});
         QVERIFY(residentKilobytes(library) >= before);
@@ -72,19 +72,19 @@ private Q_SLOTS:
 
     void keepsWhatADebuggerHasChanged() {
         const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
-        const auto page = reinterpret_cast<std::uintptr_t>(code) & ~(pageSize - 1);
+        const auto page = reinterpret_cast<std::uintptr_t>(_code) & ~(pageSize - 1);
         void *const start = reinterpret_cast<void *>(page);
         QCOMPARE(::mprotect(start, pageSize, PROT_READ | PROT_WRITE | PROT_EXEC), 0);
         constexpr unsigned char breakpoint = 0xcc;
-        *code = breakpoint;
+        *_code = breakpoint;
         QCOMPARE(::mprotect(start, pageSize, PROT_READ | PROT_EXEC), 0);
         releaseLibraryPages({library});
-        QCOMPARE(*code, breakpoint);
+        QCOMPARE(*_code, breakpoint);
     }
 
 private:
-    volatile unsigned char *code = nullptr;
-    unsigned char first = 0;
+    volatile unsigned char *_code = nullptr;
+    unsigned char _first = 0;
 };
 
 QTEST_GUILESS_MAIN(LibraryPagesTest)

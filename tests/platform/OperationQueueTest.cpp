@@ -18,13 +18,13 @@ namespace {
 /// An application object of a test's own, so that the test can destroy it.
 class Application {
 public:
-    void end() { application.reset(); }
+    void end() { _application.reset(); }
 
 private:
-    int argc = 1;
-    char name[9] = "anything";
-    char *argv[2] = {name, nullptr};
-    std::optional<QCoreApplication> application{std::in_place, argc, argv};
+    int _argc = 1;
+    char _name[9] = "anything";
+    char *_argv[2] = {_name, nullptr};
+    std::optional<QCoreApplication> _application{std::in_place, _argc, _argv};
 };
 
 }  // namespace

@@ -41,7 +41,9 @@ private Q_SLOTS:
     void aDamagedFileIsRewrittenOnlyWhereItCouldBeCopied();
 
 private:
-    [[nodiscard]] QString path() const { return folder->filePath(QStringLiteral("Olvane/P.conf")); }
+    [[nodiscard]] QString path() const {
+        return _folder->filePath(QStringLiteral("Olvane/P.conf"));
+    }
     [[nodiscard]] QByteArray bytes() const { return bytesOf(path()); }
     [[nodiscard]] static QByteArray bytesOf(const QString &file);
     [[nodiscard]] static bool put(const QString &file, const QByteArray &bytes);
@@ -49,8 +51,8 @@ private:
     [[nodiscard]] static QByteArray settingsOfTheHost();
     [[nodiscard]] QStringList filesBesideThePreferences() const;
 
-    std::unique_ptr<QTemporaryDir> folder;
-    std::optional<SmallDisk> disk;
+    std::unique_ptr<QTemporaryDir> _folder;
+    std::optional<SmallDisk> _disk;
 };
 
 namespace {
@@ -73,16 +75,16 @@ void FullDiskTest::initTestCase() {
 }
 
 void FullDiskTest::init() {
-    folder = std::make_unique<QTemporaryDir>();
-    QVERIFY(folder->isValid());
-    disk.emplace(folder->path());
-    QVERIFY(disk->isMounted());
-    QVERIFY(QDir(folder->path()).mkdir(QStringLiteral("Olvane")));
+    _folder = std::make_unique<QTemporaryDir>();
+    QVERIFY(_folder->isValid());
+    _disk.emplace(_folder->path());
+    QVERIFY(_disk->isMounted());
+    QVERIFY(QDir(_folder->path()).mkdir(QStringLiteral("Olvane")));
 }
 
 void FullDiskTest::cleanup() {
-    disk.reset();
-    folder.reset();
+    _disk.reset();
+    _folder.reset();
 }
 
 QByteArray FullDiskTest::bytesOf(const QString &file) {
@@ -100,7 +102,7 @@ QByteArray FullDiskTest::settingsOfTheHost() {
 }
 
 QStringList FullDiskTest::filesBesideThePreferences() const {
-    return QDir(folder->filePath(QStringLiteral("Olvane"))).entryList(QDir::Files | QDir::Hidden);
+    return QDir(_folder->filePath(QStringLiteral("Olvane"))).entryList(QDir::Files | QDir::Hidden);
 }
 
 void FullDiskTest::theRegistryIsWholeOrAsItWas_data() {
@@ -118,10 +120,10 @@ void FullDiskTest::theRegistryIsWholeOrAsItWas_data() {
 void FullDiskTest::theRegistryIsWholeOrAsItWas() {
     QFETCH(qint64, room);
     QFETCH(int, title);
-    const NotificationRegistry registry(folder->path());
+    const NotificationRegistry registry(_folder->path());
     QVERIFY(registry.apply(putting(QStringLiteral("old"), QStringLiteral("Old"))));
     const QByteArray before = bytesOf(registry.path());
-    disk->leaveRoom(room);
+    _disk->leaveRoom(room);
     const auto change = putting(QStringLiteral("new"), QString(title, QLatin1Char('t')));
     const auto contents = registry.apply(change);
     const auto read = registry.read();
@@ -131,25 +133,25 @@ void FullDiskTest::theRegistryIsWholeOrAsItWas() {
         QCOMPARE(bytesOf(registry.path()), before);
     QVERIFY(contents.has_value() == (room == 2 * SmallDisk::block && title < 3400) ||
             (title >= 3400 && title <= 3800));
-    const QStringList files = QDir(folder->path()).entryList(QDir::Files | QDir::Hidden);
+    const QStringList files = QDir(_folder->path()).entryList(QDir::Files | QDir::Hidden);
     QCOMPARE(files, QStringList({"ballast", "notifications.json"}));
 
-    disk->freeRoom();
+    _disk->freeRoom();
     QVERIFY(registry.apply(change));
     QCOMPARE(registry.read()->entries.size(), 2U);
 }
 
 void FullDiskTest::aRegistryThatIsNotUnderstoodStaysWhereNoOtherCanBeWritten() {
-    const NotificationRegistry registry(folder->path());
+    const NotificationRegistry registry(_folder->path());
     QVERIFY(put(registry.path(), "not understood"));
-    disk->leaveRoom(SmallDisk::block);
+    _disk->leaveRoom(SmallDisk::block);
     const auto change = putting(QStringLiteral("new"), QStringLiteral("New"));
     QVERIFY(!registry.apply(change));
     QCOMPARE(bytesOf(registry.path()), QByteArray("not understood"));
     const QString aside = registry.path() + QStringLiteral(".corrupt");
     QVERIFY(!QFile::exists(aside));
 
-    disk->freeRoom();
+    _disk->freeRoom();
     QVERIFY(registry.apply(change));
     QCOMPARE(bytesOf(aside), QByteArray("not understood"));
 }
@@ -182,9 +184,9 @@ void FullDiskTest::thePreferencesAreWholeOrAsTheyWere() {
     for (int size = 2 * SmallDisk::block; size < 6 * SmallDisk::block; size += step) {
         // Each in its own file: QSettings caches the files that it has read.
         const QString name = QStringLiteral("P%1.conf").arg(size);
-        const QString file = folder->filePath(QStringLiteral("Olvane/")) + name;
+        const QString file = _folder->filePath(QStringLiteral("Olvane/")) + name;
         QVERIFY(put(file, settingsOfTheHost()));
-        disk->leaveRoom(7 * SmallDisk::block);
+        _disk->leaveRoom(7 * SmallDisk::block);
         const QVariant value = make(size);
         auto defaults = std::make_optional<UserDefaults>(file);
         defaults->setValue(key, value);
@@ -199,7 +201,7 @@ void FullDiskTest::thePreferencesAreWholeOrAsTheyWere() {
             QCOMPARE(defaults->objectForKey(key), value);
         const bool isAsItWas = bytesOf(file) == settingsOfTheHost();
         ++(isAsItWas ? refused : written);
-        disk->freeRoom();
+        _disk->freeRoom();
         if (isAsItWas && defaults) {
             defaults->synchronize();
             QVERIFY(bytesOf(file) != settingsOfTheHost());
@@ -223,13 +225,13 @@ void FullDiskTest::thePreferencesAreWholeOrAsTheyWere() {
 void FullDiskTest::preferencesThatHaveNoRoomStayInMemoryUntilThereIsSome() {
     QVERIFY(put(path(), settingsOfTheHost()));
     UserDefaults defaults(path());
-    disk->leaveRoom(0);
+    _disk->leaveRoom(0);
     defaults.setValue(key, QStringLiteral("new"));
     defaults.synchronize();
     QCoreApplication::processEvents();
     QCOMPARE(bytes(), settingsOfTheHost());
     QCOMPARE(defaults.stringForKey(key), QStringLiteral("new"));
-    disk->freeRoom();
+    _disk->freeRoom();
     // The next change writes both values, without any other call.
     defaults.setValue(QStringLiteral("newsFilter"), 2);
     QTRY_VERIFY(bytes().contains("newsFeedBaseURL=new"));
@@ -242,14 +244,14 @@ void FullDiskTest::aNewPreferencesFileIsWholeOrAbsent() {
     int absent = 0;
     for (int size = 100; size < 5 * SmallDisk::block; size += 300) {
         const QString name = QStringLiteral("P%1.conf").arg(size);
-        const QString file = folder->filePath(QStringLiteral("Olvane/")) + name;
-        disk->leaveRoom(3 * SmallDisk::block);
+        const QString file = _folder->filePath(QStringLiteral("Olvane/")) + name;
+        _disk->leaveRoom(3 * SmallDisk::block);
         UserDefaults defaults(file);
         defaults.setValue(key, QString(size / 3, QChar(1)));
         defaults.synchronize();
         if (filesBesideThePreferences().isEmpty()) {
             ++absent;
-            disk->freeRoom();
+            _disk->freeRoom();
             defaults.synchronize();
         } else {
             ++written;
@@ -268,7 +270,7 @@ void FullDiskTest::whatTheHostHasNotWrittenYetIsNotLostWithOurs() {
     QSettings host(path(), QSettings::IniFormat);
     UserDefaults defaults(path());
     // There is room for the panel's changes, but not for the host's; the panel writes both.
-    disk->leaveRoom(5 * SmallDisk::block);
+    _disk->leaveRoom(5 * SmallDisk::block);
     host.setValue(QStringLiteral("more"), QString(9000, QLatin1Char('m')));
     host.remove(QStringLiteral("Window/last"));
     defaults.setValue(key, QStringLiteral("new"));
@@ -278,7 +280,7 @@ void FullDiskTest::whatTheHostHasNotWrittenYetIsNotLostWithOurs() {
     QVERIFY(!host.contains(QStringLiteral("Window/last")));
     QCOMPARE(defaults.stringForKey(key), QStringLiteral("new"));
 
-    disk->freeRoom();
+    _disk->freeRoom();
     defaults.synchronize();
     QVERIFY(bytes().contains("more=mmm"));
     QVERIFY(bytes().contains("newsFeedBaseURL=new"));
@@ -289,7 +291,7 @@ void FullDiskTest::whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs() {
     QVERIFY(put(path(), settingsOfTheHost()));
     QSettings host(path(), QSettings::IniFormat);
     auto defaults = std::make_optional<UserDefaults>(path());
-    disk->leaveRoom(5 * SmallDisk::block);
+    _disk->leaveRoom(5 * SmallDisk::block);
     host.setValue(QStringLiteral("more"), QString(9000, QLatin1Char('m')));
     // The host's own object would truncate the file in the next event loop iteration.
     QCoreApplication::removePostedEvents(&host);
@@ -306,7 +308,7 @@ void FullDiskTest::whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs() {
     defaults.reset();
     QCOMPARE(bytes(), settingsOfTheHost());
 
-    disk->freeRoom();
+    _disk->freeRoom();
     host.sync();
     QVERIFY(bytes().contains("more=mmm"));
     QVERIFY(bytes().contains("last=kept"));
@@ -324,13 +326,13 @@ void FullDiskTest::aFileThatCouldNotBeKeptIsNeverRemoved() {
 }
 
 void FullDiskTest::aProcessThatEndsLeavesThePreferencesWhole() {
-    const QString leaving = folder->filePath(QStringLiteral("Olvane/Leaving.conf"));
+    const QString leaving = _folder->filePath(QStringLiteral("Olvane/Leaving.conf"));
     for (const qint64 room : {0, 1, 2, 3, 4, 8}) {
         QVERIFY(put(leaving, settingsOfTheHost()));
-        disk->leaveRoom(room * SmallDisk::block);
+        _disk->leaveRoom(room * SmallDisk::block);
         QProcess process;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder->path());
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), _folder->path());
         process.setProcessEnvironment(environment);
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         process.start(QStringLiteral(PELORIN_SET_AND_LEAVE), QStringList());
@@ -349,15 +351,15 @@ void FullDiskTest::aDamagedFileIsRewrittenOnlyWhereItCouldBeCopied() {
     QVERIFY(put(path(), damaged));
     // There is room for the new file, but not for the copy as well: they are made one after the
     // other.
-    disk->leaveRoom(4 * SmallDisk::block);
+    _disk->leaveRoom(4 * SmallDisk::block);
     UserDefaults defaults(path());
     defaults.setValue(key, QStringLiteral("new"));
     defaults.synchronize();
     QCOMPARE(bytes(), damaged);
     for (const QString &file : filesBesideThePreferences())
-        QCOMPARE(bytesOf(folder->filePath(QStringLiteral("Olvane/")) + file), damaged);
+        QCOMPARE(bytesOf(_folder->filePath(QStringLiteral("Olvane/")) + file), damaged);
 
-    disk->freeRoom();
+    _disk->freeRoom();
     defaults.synchronize();
     QVERIFY(bytes().contains("newsFeedBaseURL=new"));
     QCOMPARE(bytesOf(path() + QStringLiteral(".damaged")), damaged);

@@ -50,8 +50,8 @@ class OlvNewsConfigurationTest : public QObject {
 
 private Q_SLOTS:
     void init() {
-        path = folder.filePath(QString::number(++files) + QStringLiteral("/P.conf"));
-        database = std::make_shared<UserDefaults>(path);
+        _path = _folder.filePath(QString::number(++_files) + QStringLiteral("/P.conf"));
+        _database = std::make_shared<UserDefaults>(_path);
     }
 
     void aFreshAccountHasTheDefaults() {
@@ -65,8 +65,8 @@ private Q_SLOTS:
         QCOMPARE(configuration.lastViewing(), QDateTime({1, 1, 1}, {0, 0}, Qt::UTC));
         QCOMPARE(configuration.refreshInterval(), 14400);
         QCOMPARE(configuration.feedType(), "standard");
-        database->synchronize();
-        QVERIFY(!QFileInfo::exists(path));
+        _database->synchronize();
+        QVERIFY(!QFileInfo::exists(_path));
     }
 
     void aStoredFilterBeatsTheDefaultOfALaterStore() {
@@ -87,12 +87,12 @@ private Q_SLOTS:
         {
             OlvNewsConfiguration configuration = store();
             change(configuration);
-            database->setValue("newsRefreshInterval", 60);
-            database->setValue("newsFeedType", "beta");
+            _database->setValue("newsRefreshInterval", 60);
+            _database->setValue("newsFeedType", "beta");
         }
-        database.reset();
+        _database.reset();
         QProcess next;
-        next.start(QCoreApplication::applicationFilePath(), {restartArgument, path});
+        next.start(QCoreApplication::applicationFilePath(), {restartArgument, _path});
         QVERIFY2(next.waitForFinished(), qPrintable(next.errorString()));
         QCOMPARE(QString::fromUtf8(next.readAllStandardOutput()),
                  "0 https://a.example/feed.xml 2 1 fr-FR 0 2015-03-02T10:00:00.123Z 60 beta");
@@ -101,14 +101,14 @@ private Q_SLOTS:
     void restoringBringsAllNineDefaultsBackAndWritesAtOnce() {
         OlvNewsConfiguration configuration = store();
         change(configuration);
-        database->setValue("newsRefreshInterval", 60);
-        database->setValue("newsFeedType", "beta");
-        database->setValue("ofTheHost", "stays");
-        database->synchronize();
+        _database->setValue("newsRefreshInterval", 60);
+        _database->setValue("newsFeedType", "beta");
+        _database->setValue("ofTheHost", "stays");
+        _database->synchronize();
         configuration.restoreDefaults();
         QCOMPARE(summary(configuration), defaultSummary);
 
-        QFile file(path);
+        QFile file(_path);
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QByteArray contents = file.readAll();
         QVERIFY2(!contents.contains("news"), contents.constData());
@@ -123,27 +123,27 @@ private Q_SLOTS:
 
     void whatOtherProgramsStoreIsReturnedUnchanged() {
         const OlvNewsConfiguration configuration = store();
-        database->setValue("newsFeedType", "some/type?&%20");
-        database->setValue("newsRefreshInterval", 123456);
+        _database->setValue("newsFeedType", "some/type?&%20");
+        _database->setValue("newsRefreshInterval", 123456);
         QCOMPARE(configuration.feedType(), "some/type?&%20");
         QCOMPARE(configuration.refreshInterval(), 123456);
     }
 
     void aTextThatIsNoNumberReadsAsZero() {
         const OlvNewsConfiguration configuration = store();
-        database->setValue("newsFilter", "unread");
+        _database->setValue("newsFilter", "unread");
         QCOMPARE(configuration.newsFilter(), 0);
     }
 
     void aNumberIsNoFeedType() {
         const OlvNewsConfiguration configuration = store();
-        database->setValue("newsFeedType", 5);
+        _database->setValue("newsFeedType", 5);
         QVERIFY(configuration.feedType().isNull());
     }
 
     void aNegativeNumberReadsAsAHugeOne() {
         const OlvNewsConfiguration configuration = store();
-        database->setValue("newsTypeFilter", -1);
+        _database->setValue("newsTypeFilter", -1);
         QCOMPARE(configuration.newsTypeFilter(), std::numeric_limits<quint64>::max());
     }
 
@@ -169,7 +169,7 @@ private Q_SLOTS:
         const OlvNewsConfiguration configuration = store();
         for (const QVariant &stored :
              {QVariant("yesterday"), QVariant(1700000000), QVariant(QByteArray("\xff"))}) {
-            database->setValue("newsLastViewing", stored);
+            _database->setValue("newsLastViewing", stored);
             QCOMPARE(configuration.lastViewing(), OlvNewsConfiguration::distantPast());
         }
     }
@@ -182,7 +182,7 @@ private Q_SLOTS:
         configuration.setLastViewing(viewed.addMSecs(1));
         QCOMPARE(configuration.lastViewing(), viewed.addMSecs(1));
         // A stored value that is not a date does not count as later.
-        database->setValue("newsLastViewing", "yesterday");
+        _database->setValue("newsLastViewing", "yesterday");
         configuration.setLastViewing(viewed);
         QCOMPARE(configuration.lastViewing(), viewed);
     }
@@ -194,8 +194,8 @@ private Q_SLOTS:
         QVERIFY(elsewhere({viewed.addDays(2)}));
         configuration.setLastViewing(viewed.addDays(1));
         QCOMPARE(configuration.lastViewing(), viewed.addDays(2));
-        database.reset();
-        database = std::make_shared<UserDefaults>(path);
+        _database.reset();
+        _database = std::make_shared<UserDefaults>(_path);
         QCOMPARE(store().lastViewing(), viewed.addDays(2));
         configuration.setLastViewing(viewed.addDays(3));
         QVERIFY(elsewhere({viewed}));
@@ -208,17 +208,17 @@ private Q_SLOTS:
             for (int instance = 0; instance < 6; ++instance)
                 dates << viewed.addDays(round * 10 + (instance * 5 + round) % 6);
             QVERIFY(elsewhere(dates));
-            const auto file = std::make_shared<UserDefaults>(path);
+            const auto file = std::make_shared<UserDefaults>(_path);
             QCOMPARE(OlvNewsConfiguration(file, {}).lastViewing(), viewed.addDays(round * 10 + 5));
         }
-        QCOMPARE(QFileInfo(path).dir().entryList(QDir::Files | QDir::Hidden),
+        QCOMPARE(QFileInfo(_path).dir().entryList(QDir::Files | QDir::Hidden),
                  QStringList{"P.conf"});
     }
 
     void aLockThatIsNoFileKeepsNothingBack() {
         // Opening a pipe would block until another process writes.
-        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-        QCOMPARE(mkfifo(QFile::encodeName(path + ".date.lock").constData(), 0600), 0);
+        QVERIFY(QDir().mkpath(QFileInfo(_path).path()));
+        QCOMPARE(mkfifo(QFile::encodeName(_path + ".date.lock").constData(), 0600), 0);
         OlvNewsConfiguration configuration = store();
         configuration.setLastViewing(viewed);
         QCOMPARE(configuration.lastViewing(), viewed);
@@ -232,11 +232,11 @@ private Q_SLOTS:
     }
 
     void theFeedLanguageFollowsTheUserUntilOneIsStored() {
-        QCOMPARE(OlvNewsConfiguration(database, {"de-DE", "en"}).feedLocale(), "de-DE");
-        OlvNewsConfiguration later(database, {"fr-FR"});
+        QCOMPARE(OlvNewsConfiguration(_database, {"de-DE", "en"}).feedLocale(), "de-DE");
+        OlvNewsConfiguration later(_database, {"fr-FR"});
         QCOMPARE(later.feedLocale(), "fr-FR");
         later.setFeedLocale("it");
-        QCOMPARE(OlvNewsConfiguration(database, {"de-DE"}).feedLocale(), "it");
+        QCOMPARE(OlvNewsConfiguration(_database, {"de-DE"}).feedLocale(), "it");
     }
 
     void withoutALanguageTheFeedIsEnglish_data() {
@@ -252,7 +252,7 @@ private Q_SLOTS:
 
     void withoutALanguageTheFeedIsEnglish() {
         QFETCH(QStringList, languages);
-        QTEST(OlvNewsConfiguration(database, languages).feedLocale(), "locale");
+        QTEST(OlvNewsConfiguration(_database, languages).feedLocale(), "locale");
     }
 
     void theLanguagesComeFromTheSystem() {
@@ -306,7 +306,7 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] OlvNewsConfiguration store() const {
-        return OlvNewsConfiguration(database, {QStringLiteral("de-DE"), QStringLiteral("en-US")});
+        return OlvNewsConfiguration(_database, {QStringLiteral("de-DE"), QStringLiteral("en-US")});
     }
 
     /// Makes several processes store a last viewing each, all at once.
@@ -315,7 +315,7 @@ private:
         for (const QDateTime &date : dates) {
             others.push_back(std::make_unique<QProcess>());
             others.back()->start(QCoreApplication::applicationFilePath(),
-                                 {viewingArgument, path, date.toString(Qt::ISODateWithMs)});
+                                 {viewingArgument, _path, date.toString(Qt::ISODateWithMs)});
         }
         return std::all_of(others.begin(), others.end(), [](const auto &other) {
             return other->waitForFinished() && other->exitCode() == 0;
@@ -332,10 +332,10 @@ private:
         configuration.setLastViewing(viewed);
     }
 
-    QTemporaryDir folder;
-    std::shared_ptr<UserDefaults> database;
-    QString path;
-    int files = 0;
+    QTemporaryDir _folder;
+    std::shared_ptr<UserDefaults> _database;
+    QString _path;
+    int _files = 0;
 };
 
 int main(int argc, char *argv[]) {

@@ -142,7 +142,7 @@ private:
     /// The value that another process reads back for `value`. Each value has its own file, which is
     /// renamed once written, because QSettings shares what it has read within a process.
     QVariant throughFile(const QVariant &value) {
-        const QString written = folder.filePath(QString::number(++files));
+        const QString written = _folder.filePath(QString::number(++_files));
         {
             UserDefaults defaults(written);
             defaults.setValue(QStringLiteral("key"), value);
@@ -154,8 +154,8 @@ private:
         return UserDefaults(moved).objectForKey(QStringLiteral("key"));
     }
 
-    QTemporaryDir folder;
-    int files = 0;
+    QTemporaryDir _folder;
+    int _files = 0;
 };
 
 PELORIN_CORE_TEST_MAIN(PreferenceValueTest)

@@ -59,7 +59,7 @@ class UserDefaultsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { path = folder.filePath(QString::number(++files) + QStringLiteral("/P.conf")); }
+    void init() { _path = _folder.filePath(QString::number(++_files) + QStringLiteral("/P.conf")); }
 
     void whatIsSetAfterTheEventLoopIsWrittenThoughSomebodyHoldsOn() {
         QProcess leaving;
@@ -75,16 +75,16 @@ private Q_SLOTS:
 
     void nothingIsWrittenBeforeAValueIsSet() {
         {
-            UserDefaults defaults(path);
+            UserDefaults defaults(_path);
             defaults.registerDefaults({{key, 3}});
             QCOMPARE(defaults.integerForKey(key), 3);
             defaults.synchronize();
         }
-        QVERIFY(!QFileInfo::exists(QFileInfo(path).path()));
+        QVERIFY(!QFileInfo::exists(QFileInfo(_path).path()));
     }
 
     void aStoredValueBeatsTheDefaultAndRemovalBringsItBack() {
-        UserDefaults defaults(path);
+        UserDefaults defaults(_path);
         defaults.registerDefaults({{key, 3}});
         defaults.setValue(key, 2);
         QCOMPARE(defaults.integerForKey(key), 2);
@@ -95,14 +95,14 @@ private Q_SLOTS:
     }
 
     void aStoredValueThatDoesNotConvertBeatsTheDefaultToo() {
-        UserDefaults defaults(path);
+        UserDefaults defaults(_path);
         defaults.registerDefaults({{key, 3}});
         defaults.setValue(key, QStringLiteral("all of them"));
         QCOMPARE(defaults.integerForKey(key), 0);
     }
 
     void laterDefaultsReplaceEarlierOnesKeyByKey() {
-        UserDefaults defaults(path);
+        UserDefaults defaults(_path);
         defaults.registerDefaults({{"a", 1}, {"b", 1}});
         defaults.registerDefaults({{"b", 2}, {"c", 2}});
         QCOMPARE(defaults.integerForKey("a"), 1);
@@ -111,16 +111,16 @@ private Q_SLOTS:
     }
 
     void defaultsNeverReachTheFile() {
-        UserDefaults defaults(path);
+        UserDefaults defaults(_path);
         defaults.registerDefaults({{"default", "memory"}});
         defaults.setValue("stored", "disk");
         defaults.synchronize();
-        QVERIFY(contentsOf(path).contains("stored=disk"));
-        QVERIFY(!contentsOf(path).contains("memory"));
+        QVERIFY(contentsOf(_path).contains("stored=disk"));
+        QVERIFY(!contentsOf(_path).contains("memory"));
     }
 
     void writingAnAbsentValueRemovesTheKey() {
-        UserDefaults defaults(path);
+        UserDefaults defaults(_path);
         for (const QVariant &absent : {QVariant(), QVariant(QString()), QVariant(QDateTime())}) {
             defaults.setValue(key, 2);
             defaults.setValue(key, absent);
@@ -132,15 +132,15 @@ private Q_SLOTS:
 
     void anEmptyKeyHoldsNothing() {
         QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
-        UserDefaults defaults(path);
+        UserDefaults defaults(_path);
         defaults.setValue(QString(), 5);
         defaults.removeObjectForKey(QString());
         QVERIFY(!defaults.objectForKey(QString()).isValid());
-        QVERIFY(!QFileInfo::exists(path));
+        QVERIFY(!QFileInfo::exists(_path));
     }
 
     void aMissingKeyReadsAsNoZeroAndAbsent() {
-        const UserDefaults defaults(path);
+        const UserDefaults defaults(_path);
         QCOMPARE(defaults.boolForKey(key), false);
         QCOMPARE(defaults.integerForKey(key), 0);
         QVERIFY(defaults.stringForKey(key).isNull());
@@ -149,20 +149,20 @@ private Q_SLOTS:
     }
 
     void theEventLoopWritesWhatWasSet() {
-        UserDefaults defaults(path);
+        UserDefaults defaults(_path);
         defaults.setValue(key, 2);
-        QTRY_VERIFY(contentsOf(path).contains("newsFilter=2"));
+        QTRY_VERIFY(contentsOf(_path).contains("newsFilter=2"));
     }
 
     void destructionWritesWhatWasSet() {
-        { UserDefaults(path).setValue(key, 2); }
-        QVERIFY(contentsOf(path).contains("newsFilter=2"));
+        { UserDefaults(_path).setValue(key, 2); }
+        QVERIFY(contentsOf(_path).contains("newsFilter=2"));
     }
 
     void otherReadersInThisProcessSeeAValueAtOnce() {
-        UserDefaults first(path);
-        UserDefaults second(path);
-        QSettings ofTheHost(path, QSettings::NativeFormat);
+        UserDefaults first(_path);
+        UserDefaults second(_path);
+        QSettings ofTheHost(_path, QSettings::NativeFormat);
         first.setValue(key, 2);
         QCOMPARE(second.integerForKey(key), 2);
         QCOMPARE(ofTheHost.value(key).toInt(), 2);
@@ -171,11 +171,11 @@ private Q_SLOTS:
     }
 
     void whatAnotherProcessWroteIsSeenAfterSynchronizing() {
-        UserDefaults defaults(path);
+        UserDefaults defaults(_path);
         defaults.setValue(key, 2);
         defaults.setValue("mine", "kept");
         defaults.synchronize();
-        writeFile(path, "[General]\nnewsFilter=1\ntheirs=\"a, b\"\n");
+        writeFile(_path, "[General]\nnewsFilter=1\ntheirs=\"a, b\"\n");
         QCOMPARE(defaults.integerForKey(key), 2);
         defaults.synchronize();
         QCOMPARE(defaults.integerForKey(key), 1);
@@ -183,91 +183,91 @@ private Q_SLOTS:
     }
 
     void whatAnotherProcessWroteSurvivesOurNextWrite() {
-        UserDefaults defaults(path);
+        UserDefaults defaults(_path);
         defaults.setValue(key, 2);
         defaults.synchronize();
-        writeFile(path, "[General]\nnewsFilter=1\ntheirs=7\n");
+        writeFile(_path, "[General]\nnewsFilter=1\ntheirs=7\n");
         defaults.setValue("mine", 5);
         defaults.synchronize();
         QCOMPARE(defaults.integerForKey("theirs"), 7);
         QCOMPARE(defaults.integerForKey("mine"), 5);
-        QVERIFY(contentsOf(path).contains("theirs=7"));
+        QVERIFY(contentsOf(_path).contains("theirs=7"));
     }
 
     void aDamagedFileKeepsWhatCanBeReadAndIsCopiedBeforeTheFirstWrite() {
         const QByteArray damaged = "[General]\nnewsFilter=2\nno equals sign here\n";
-        writeFile(path, damaged);
+        writeFile(_path, damaged);
         {
-            UserDefaults defaults(path);
+            UserDefaults defaults(_path);
             QCOMPARE(defaults.integerForKey(key), 2);
-            QVERIFY(!QFileInfo::exists(path + ".damaged"));
+            QVERIFY(!QFileInfo::exists(_path + ".damaged"));
             defaults.setValue("a", 1);
             defaults.setValue("b", 1);
         }
-        QCOMPARE(contentsOf(path + ".damaged"), damaged);
-        QVERIFY(!QFileInfo::exists(path + ".damaged-2"));
-        QVERIFY(contentsOf(path).contains("newsFilter=2"));
+        QCOMPARE(contentsOf(_path + ".damaged"), damaged);
+        QVERIFY(!QFileInfo::exists(_path + ".damaged-2"));
+        QVERIFY(contentsOf(_path).contains("newsFilter=2"));
 
-        writeFile(path, "[General]\nsecond damage\n");
-        { UserDefaults(path).setValue("a", 2); }
-        QCOMPARE(contentsOf(path + ".damaged"), damaged);
-        QCOMPARE(contentsOf(path + ".damaged-2"), QByteArray("[General]\nsecond damage\n"));
+        writeFile(_path, "[General]\nsecond damage\n");
+        { UserDefaults(_path).setValue("a", 2); }
+        QCOMPARE(contentsOf(_path + ".damaged"), damaged);
+        QCOMPARE(contentsOf(_path + ".damaged-2"), QByteArray("[General]\nsecond damage\n"));
     }
 
     void afterNineCopiesOfDamagedFilesTheNextIsRewrittenWithoutOne() {
         const QByteArray damaged = "[General]\nno equals sign\n";
         for (int number = 1; number <= 10; ++number) {
-            writeFile(path, damaged);
-            UserDefaults(path).setValue(key, number);
+            writeFile(_path, damaged);
+            UserDefaults(_path).setValue(key, number);
         }
-        QVERIFY(contentsOf(path).contains("newsFilter=10"));
-        QCOMPARE(contentsOf(path + ".damaged-9"), damaged);
-        QCOMPARE(QFileInfo(path).dir().entryList(QDir::Files | QDir::Hidden).size(), 10);
+        QVERIFY(contentsOf(_path).contains("newsFilter=10"));
+        QCOMPARE(contentsOf(_path + ".damaged-9"), damaged);
+        QCOMPARE(QFileInfo(_path).dir().entryList(QDir::Files | QDir::Hidden).size(), 10);
     }
 
     void aFileThatIsTooLargeIsReadButNotWritten() {
         const QByteArray large =
             "[General]\nnewsFilter=2\nhost=" + QByteArray(SettingsBackup::largestFile, 'h') + '\n';
-        writeFile(path, large);
-        UserDefaults defaults(path);
+        writeFile(_path, large);
+        UserDefaults defaults(_path);
         QCOMPARE(defaults.integerForKey(key), 2);
         defaults.setValue(key, 3);
         defaults.synchronize();
         QCOMPARE(defaults.integerForKey(key), 3);
-        QVERIFY(contentsOf(path) == large);
+        QVERIFY(contentsOf(_path) == large);
     }
 
     void aFileThatCannotBeReadCountsAsEmpty() {
-        QVERIFY(QDir().mkpath(path));
-        UserDefaults defaults(path);
+        QVERIFY(QDir().mkpath(_path));
+        UserDefaults defaults(_path);
         defaults.registerDefaults({{key, 3}});
         QCOMPARE(defaults.integerForKey(key), 3);
     }
 
     void aFileThatCannotBeWrittenLeavesTheValuesInMemoryUntilItCan() {
-        const QString folderPath = QFileInfo(path).path();
+        const QString folderPath = QFileInfo(_path).path();
         writeFile(folderPath, "a file where the folder should be");
-        UserDefaults defaults(path);
+        UserDefaults defaults(_path);
         defaults.setValue(key, 2);
         defaults.synchronize();
         QCOMPARE(defaults.integerForKey(key), 2);
-        QVERIFY(!QFileInfo::exists(path));
+        QVERIFY(!QFileInfo::exists(_path));
 
         QVERIFY(QFile::remove(folderPath));
         defaults.synchronize();
-        QVERIFY(contentsOf(path).contains("newsFilter=2"));
+        QVERIFY(contentsOf(_path).contains("newsFilter=2"));
     }
 
     void aReadOnlyFileIsLeftAloneAndTheValuesStayInMemory() {
         if (geteuid() == 0)
             QSKIP("root writes to read-only files");
-        writeFile(path, "[General]\nnewsFilter=1\n");
-        QVERIFY(QFile::setPermissions(path, QFile::ReadOwner));
-        UserDefaults defaults(path);
+        writeFile(_path, "[General]\nnewsFilter=1\n");
+        QVERIFY(QFile::setPermissions(_path, QFile::ReadOwner));
+        UserDefaults defaults(_path);
         defaults.setValue(key, 2);
         defaults.synchronize();
         QCOMPARE(defaults.integerForKey(key), 2);
-        QCOMPARE(contentsOf(path), QByteArray("[General]\nnewsFilter=1\n"));
+        QCOMPARE(contentsOf(_path), QByteArray("[General]\nnewsFilter=1\n"));
     }
 
     void whatIsNoRegularFileIsNeitherReadNorReplaced_data() {
@@ -282,12 +282,12 @@ private Q_SLOTS:
     void whatIsNoRegularFileIsNeitherReadNorReplaced() {
         QFETCH(QString, kind);
         QFETCH(QString, suffix);
-        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-        const pelorinnews::test::SpecialFile special(kind, path + suffix);
+        QVERIFY(QDir().mkpath(QFileInfo(_path).path()));
+        const pelorinnews::test::SpecialFile special(kind, _path + suffix);
         if (!special.whyNot().isEmpty())
             QSKIP(qPrintable(special.whyNot()));
         {
-            UserDefaults defaults(path);
+            UserDefaults defaults(_path);
             QCOMPARE(defaults.integerForKey(key), 0);
             defaults.setValue(key, 2);
             defaults.synchronize();
@@ -295,23 +295,23 @@ private Q_SLOTS:
             QCOMPARE(defaults.integerForKey(key), 2);
         }
         QCOMPARE(special.harm(), QString());
-        QVERIFY(suffix.isEmpty() || !QFileInfo::exists(path));
+        QVERIFY(suffix.isEmpty() || !QFileInfo::exists(_path));
     }
 
     void whatComesInTheFilesPlaceIsNotReplaced() {
-        UserDefaults defaults(path);
+        UserDefaults defaults(_path);
         defaults.setValue(key, 2);
         defaults.synchronize();
-        QVERIFY(QFile::remove(path));
+        QVERIFY(QFile::remove(_path));
         {
-            const pelorinnews::test::SpecialFile special(QStringLiteral("pipe"), path);
+            const pelorinnews::test::SpecialFile special(QStringLiteral("pipe"), _path);
             defaults.setValue(key, 1);
             QCoreApplication::processEvents();
             defaults.synchronize();
             QCOMPARE(special.harm(), QString());
         }
         defaults.synchronize();
-        QVERIFY(contentsOf(path).contains("newsFilter=1"));
+        QVERIFY(contentsOf(_path).contains("newsFilter=1"));
     }
 
     void aLinkStaysALink_data() {
@@ -321,12 +321,12 @@ private Q_SLOTS:
     }
     void aLinkStaysALink() {
         QFETCH(bool, isThere);
-        const QString kept = path + QStringLiteral(".kept");
-        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        const QString kept = _path + QStringLiteral(".kept");
+        QVERIFY(QDir().mkpath(QFileInfo(_path).path()));
         if (isThere)
             writeFile(kept, "[General]\ntheirs=7\n");
-        QVERIFY(QFile::link(kept, path));
-        UserDefaults defaults(path);
+        QVERIFY(QFile::link(kept, _path));
+        UserDefaults defaults(_path);
         QCOMPARE(defaults.integerForKey("theirs"), isThere ? 7 : 0);
         for (const int value : {1, 2}) {
             defaults.setValue(key, value);
@@ -334,9 +334,9 @@ private Q_SLOTS:
             QVERIFY(contentsOf(kept).contains("newsFilter=" + QByteArray::number(value)));
             QCOMPARE(contentsOf(kept).contains("theirs=7"), isThere);
         }
-        QCOMPARE(QFile::symLinkTarget(path), kept);
+        QCOMPARE(QFile::symLinkTarget(_path), kept);
         QVERIFY(!QFileInfo(kept).isSymLink());
-        QCOMPARE(QDir(QFileInfo(path).path())
+        QCOMPARE(QDir(QFileInfo(_path).path())
                      .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
                      .size(),
                  2);
@@ -356,14 +356,14 @@ private Q_SLOTS:
                                   QVariantMap{{"x", 1}},
                                   QDateTime::currentDateTime(),
                                   -1.5};
-        UserDefaults defaults(path);
-        QSettings host(path, QSettings::IniFormat);
+        UserDefaults defaults(_path);
+        QSettings host(_path, QSettings::IniFormat);
         for (const QString &name : names) {
             for (qsizetype number = 0; number < values.size(); ++number) {
                 host.setValue(name + QString::number(number), values.at(number));
                 defaults.setValue(key, number);
                 defaults.synchronize();
-                QVERIFY(contentsOf(path).contains("newsFilter=" + QByteArray::number(number)));
+                QVERIFY(contentsOf(_path).contains("newsFilter=" + QByteArray::number(number)));
             }
         }
         QCOMPARE(host.allKeys().size(), names.size() * values.size() + 1);
@@ -382,7 +382,7 @@ private Q_SLOTS:
     }
 
     void severalThreadsReadAndWriteAtOnce() {
-        UserDefaults defaults(path);
+        UserDefaults defaults(_path);
         defaults.registerDefaults({{"shared", 1}});
         std::atomic<int> wrong = 0;
         std::vector<std::thread> threads;
@@ -409,14 +409,14 @@ private Q_SLOTS:
         QCOMPARE(wrong, 0);
         defaults.synchronize();
         for (int number = 0; number < threadCount; ++number)
-            QVERIFY(contentsOf(path).contains("own" + QByteArray::number(number) + "=60\n"));
+            QVERIFY(contentsOf(_path).contains("own" + QByteArray::number(number) + "=60\n"));
     }
 
     void anotherThreadMayDropTheLastReference() {
-        auto defaults = std::make_shared<UserDefaults>(path);
+        auto defaults = std::make_shared<UserDefaults>(_path);
         defaults->setValue(key, 2);
         std::thread([last = std::move(defaults)]() mutable { last.reset(); }).join();
-        QTRY_VERIFY(contentsOf(path).contains("newsFilter=2"));
+        QTRY_VERIFY(contentsOf(_path).contains("newsFilter=2"));
     }
 
     void theFileIsNamedByOrganisationAndApplication_data() {
@@ -476,19 +476,19 @@ private:
     /// nothing.
     [[nodiscard]] QByteArray lostBetweenProcesses() const {
         // Each of them writes through the preferences, or, like a host, through its own QSettings.
-        writeFile(path, "[General]\ntheirs=7\n");
+        writeFile(_path, "[General]\ntheirs=7\n");
         std::vector<std::unique_ptr<QProcess>> writers;
         for (const char *const kind : {"panel1", "panel2", "host1"}) {
             writers.push_back(std::make_unique<QProcess>());
             writers.back()->setProcessChannelMode(QProcess::ForwardedErrorChannel);
             writers.back()->start(QCoreApplication::applicationFilePath(),
-                                  {writerArgument, path, QLatin1String(kind)});
+                                  {writerArgument, _path, QLatin1String(kind)});
         }
         for (const auto &writer : writers) {
             if (!writer->waitForFinished(testPatience) || writer->exitCode() != 0)
                 return "a writer";
         }
-        const QByteArray bytes = contentsOf(path);
+        const QByteArray bytes = contentsOf(_path);
         QList<QByteArray> lines{"theirs=7\n"};
         for (const char *const kind : {"panel1", "panel2", "host1"}) {
             for (int round = 0; round < writerRounds; ++round)
@@ -498,13 +498,13 @@ private:
             if (!bytes.contains(line))
                 return line;
         }
-        const auto left = QDir(QFileInfo(path).path()).entryList(QDir::Files | QDir::Hidden);
+        const auto left = QDir(QFileInfo(_path).path()).entryList(QDir::Files | QDir::Hidden);
         return left.size() == 1 ? QByteArray() : left.join(QLatin1Char(' ')).toUtf8();
     }
 
-    QTemporaryDir folder;
-    QString path;
-    int files = 0;
+    QTemporaryDir _folder;
+    QString _path;
+    int _files = 0;
 };
 
 int main(int argc, char *argv[]) {

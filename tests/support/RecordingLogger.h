@@ -23,18 +23,18 @@ public:
     void addDebugMessage(const QString &message) override { add(4, message); }
 
     [[nodiscard]] QList<Entry> entries() const {
-        const std::lock_guard lock(mutex);
-        return recorded;
+        const std::lock_guard lock(_mutex);
+        return _recorded;
     }
 
 private:
     void add(int level, const QString &text) {
-        const std::lock_guard lock(mutex);
-        recorded.append({level, text});
+        const std::lock_guard lock(_mutex);
+        _recorded.append({level, text});
     }
 
-    mutable std::mutex mutex;
-    QList<Entry> recorded;
+    mutable std::mutex _mutex;
+    QList<Entry> _recorded;
 };
 
 }  // namespace pelorinnews::test

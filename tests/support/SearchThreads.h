@@ -31,16 +31,16 @@ inline qsizetype threadCount(const QByteArray &name) {
 class HurriedWalks : public QObject {
 public:
     HurriedWalks() {
-        timer.callOnTimeout(this, [] {
+        _timer.callOnTimeout(this, [] {
             const sched_param ordinary{};
             for (const pid_t walk : threads("pelorin-walk"))
                 ::sched_setscheduler(walk, SCHED_OTHER, &ordinary);
         });
-        timer.start(10);
+        _timer.start(10);
     }
 
 private:
-    QTimer timer;
+    QTimer _timer;
 };
 
 }  // namespace pelorinnews::test

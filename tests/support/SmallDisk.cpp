@@ -47,23 +47,23 @@ QString SmallDisk::whyNot() {
     return refusal;
 }
 
-SmallDisk::SmallDisk(const QString &folder) : folderPath(folder) {
+SmallDisk::SmallDisk(const QString &folder) : _folderPath(folder) {
     QDir().mkpath(folder);
     const QByteArray options = "mode=700,size=" + QByteArray::number(size);
-    mounted = ::mount("none", QFile::encodeName(folder).constData(), "tmpfs", 0,
-                      options.constData()) == 0;
-    if (!mounted)
+    _mounted = ::mount("none", QFile::encodeName(folder).constData(), "tmpfs", 0,
+                       options.constData()) == 0;
+    if (!_mounted)
         qWarning("no tmpfs at %s: %s", qPrintable(folder), std::strerror(errno));
 }
 
 SmallDisk::~SmallDisk() {
-    if (mounted)
-        ::umount2(QFile::encodeName(folderPath).constData(), MNT_DETACH);
+    if (_mounted)
+        ::umount2(QFile::encodeName(_folderPath).constData(), MNT_DETACH);
 }
 
 qint64 SmallDisk::room() const {
     struct statvfs status {};
-    if (::statvfs(QFile::encodeName(folderPath).constData(), &status) != 0)
+    if (::statvfs(QFile::encodeName(_folderPath).constData(), &status) != 0)
         return -1;
     return static_cast<qint64>(status.f_bavail * status.f_frsize);
 }

@@ -25,7 +25,7 @@ public:
     SmallDisk &operator=(const SmallDisk &) = delete;
     ~SmallDisk();
 
-    [[nodiscard]] bool isMounted() const { return mounted; }
+    [[nodiscard]] bool isMounted() const { return _mounted; }
 
     /// How many bytes are free.
     [[nodiscard]] qint64 room() const;
@@ -37,10 +37,10 @@ public:
     void freeRoom() const;
 
 private:
-    [[nodiscard]] QString ballast() const { return folderPath + QStringLiteral("/ballast"); }
+    [[nodiscard]] QString ballast() const { return _folderPath + QStringLiteral("/ballast"); }
 
-    QString folderPath;
-    bool mounted = false;
+    QString _folderPath;
+    bool _mounted = false;
 };
 
 }  // namespace pelorinnews::test

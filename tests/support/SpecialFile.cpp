@@ -81,26 +81,26 @@ QStringList SpecialFile::kinds() {
             QStringLiteral("link to a device"), QStringLiteral("link to itself")};
 }
 
-SpecialFile::SpecialFile(const QString &kind, const QString &place) : path(place) {
+SpecialFile::SpecialFile(const QString &kind, const QString &place) : _path(place) {
     if (!make(kind))
-        refusal = QString::fromLocal8Bit(std::strerror(errno));
+        _refusal = QString::fromLocal8Bit(std::strerror(errno));
     else
-        watch = std::make_unique<Watch>(QFile::encodeName(path));
+        _watch = std::make_unique<Watch>(QFile::encodeName(_path));
 }
 
 SpecialFile::~SpecialFile() {
-    for (const QByteArray &name : {QFile::encodeName(path), elsewhere(path)}) {
+    for (const QByteArray &name : {QFile::encodeName(_path), elsewhere(_path)}) {
         if (::unlink(name.constData()) != 0)
             ::rmdir(name.constData());
     }
 }
 
 bool SpecialFile::make(const QString &kind) {
-    const QByteArray own = QFile::encodeName(path);
+    const QByteArray own = QFile::encodeName(_path);
     if (kind == u"link to itself")
         return ::symlink(own.constData(), own.constData()) == 0;
     const bool isLink = kind.startsWith(u"link");
-    const QByteArray name = isLink ? elsewhere(path) : own;
+    const QByteArray name = isLink ? elsewhere(_path) : own;
     if (isLink && ::symlink(name.constData(), own.constData()) != 0)
         return false;
     if (kind.endsWith(u"folder"))
@@ -113,10 +113,10 @@ bool SpecialFile::make(const QString &kind) {
 }
 
 QString SpecialFile::harm() const {
-    if (!watch->isTheSame())
+    if (!_watch->isTheSame())
         return QStringLiteral("replaced");
     std::array<char, 4096> buffer{};
-    const auto length = ::read(watch->events, buffer.data(), buffer.size());
+    const auto length = ::read(_watch->events, buffer.data(), buffer.size());
     uint32_t happened = 0;
     for (qsizetype at = 0; at < length;) {
         inotify_event event{};

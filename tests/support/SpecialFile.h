@@ -20,7 +20,7 @@ public:
     ~SpecialFile();
 
     /// Why it could not be made; empty on success.
-    [[nodiscard]] QString whyNot() const { return refusal; }
+    [[nodiscard]] QString whyNot() const { return _refusal; }
 
     /// What has happened to it: "opened", "changed", "replaced"; empty if nothing has.
     [[nodiscard]] QString harm() const;
@@ -29,9 +29,9 @@ private:
     struct Watch;
     bool make(const QString &kind);
 
-    QString path;
-    QString refusal;
-    std::unique_ptr<Watch> watch;
+    QString _path;
+    QString _refusal;
+    std::unique_ptr<Watch> _watch;
 };
 
 }  // namespace pelorinnews::test

@@ -14,35 +14,35 @@ namespace pelorinnews::test {
 /// default TLS configuration trusts it, as a host would arrange. Needs pelorin_feedserver.
 class TestAuthority {
 public:
-    TestAuthority() : original(QSslConfiguration::defaultConfiguration()) {
+    TestAuthority() : _original(QSslConfiguration::defaultConfiguration()) {
         QString whyNot;
-        authority = DevelopmentCertificates::inFolder(folder.path(), &whyNot);
-        if (!authority)
+        _authority = DevelopmentCertificates::inFolder(_folder.path(), &whyNot);
+        if (!_authority)
             qFatal("no test authority: %s", qPrintable(whyNot));
-        QSslConfiguration trusting = original;
-        trusting.addCaCertificates(authority->authorityFile(), QSsl::Pem);
+        QSslConfiguration trusting = _original;
+        trusting.addCaCertificates(_authority->authorityFile(), QSsl::Pem);
         QSslConfiguration::setDefaultConfiguration(trusting);
     }
-    ~TestAuthority() { QSslConfiguration::setDefaultConfiguration(original); }
+    ~TestAuthority() { QSslConfiguration::setDefaultConfiguration(_original); }
     TestAuthority(const TestAuthority &) = delete;
     TestAuthority &operator=(const TestAuthority &) = delete;
 
     /// The authority's folder, for a server that is a separate program.
-    [[nodiscard]] QString path() const { return folder.path(); }
+    [[nodiscard]] QString path() const { return _folder.path(); }
 
     /// A server certificate with its key; aborts the test on failure.
     [[nodiscard]] DevelopmentCertificates::Files issue(DevelopmentCertificates::Kind kind) const {
         QString whyNot;
-        const auto files = authority->issue(kind, &whyNot);
+        const auto files = _authority->issue(kind, &whyNot);
         if (!files)
             qFatal("no test certificate: %s", qPrintable(whyNot));
         return *files;
     }
 
 private:
-    QTemporaryDir folder;
-    QSslConfiguration original;
-    std::optional<DevelopmentCertificates> authority;
+    QTemporaryDir _folder;
+    QSslConfiguration _original;
+    std::optional<DevelopmentCertificates> _authority;
 };
 
 }  // namespace pelorinnews::test

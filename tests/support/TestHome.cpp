@@ -5,9 +5,9 @@
 namespace pelorinnews::test {
 
 TestHome::TestHome() {
-    if (!home.isValid())
-        qFatal("no temporary home: %s", qPrintable(home.errorString()));
-    qputenv("HOME", home.path().toUtf8());
+    if (!_home.isValid())
+        qFatal("no temporary home: %s", qPrintable(_home.errorString()));
+    qputenv("HOME", _home.path().toUtf8());
     const QList<std::pair<const char *, QString>> folders = {
         {"XDG_CONFIG_HOME", QStringLiteral(".config")},
         {"XDG_DATA_HOME", QStringLiteral(".local/share")},
@@ -16,7 +16,7 @@ TestHome::TestHome() {
         {"XDG_RUNTIME_DIR", QStringLiteral("run")},
     };
     for (const auto &[variable, folder] : folders) {
-        const QString path = home.filePath(folder);
+        const QString path = _home.filePath(folder);
         QDir().mkpath(path);
         QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         qputenv(variable, path.toUtf8());

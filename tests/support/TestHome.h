@@ -11,10 +11,10 @@ public:
     TestHome();
 
     /// The absolute path of `relative` in this home.
-    [[nodiscard]] QString path(const QString &relative) const { return home.filePath(relative); }
+    [[nodiscard]] QString path(const QString &relative) const { return _home.filePath(relative); }
 
 private:
-    QTemporaryDir home;
+    QTemporaryDir _home;
 };
 
 }  // namespace pelorinnews::test

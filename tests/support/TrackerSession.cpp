@@ -92,11 +92,11 @@ bool TrackerMiner::start() {
     // can open.
     QDir(qEnvironmentVariable(insideVariable) + QStringLiteral("/.cache/tracker3"))
         .removeRecursively();
-    process.setStandardErrorFile(QProcess::nullDevice());
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.start(QStringLiteral("/usr/libexec/tracker-miner-fs-3"),
-                  {QStringLiteral("--initial-sleep=0")});
-    if (!process.waitForStarted())
+    _process.setStandardErrorFile(QProcess::nullDevice());
+    _process.setStandardOutputFile(QProcess::nullDevice());
+    _process.start(QStringLiteral("/usr/libexec/tracker-miner-fs-3"),
+                   {QStringLiteral("--initial-sleep=0")});
+    if (!_process.waitForStarted())
         return false;
     QElapsedTimer clock;
     clock.start();
@@ -109,19 +109,19 @@ bool TrackerMiner::start() {
         const QDBusMessage reply = QDBusConnection::sessionBus().call(question);
         if (reply.arguments().value(0).toString() == QLatin1String("Idle"))
             return true;
-        if (process.waitForFinished(20))
+        if (_process.waitForFinished(20))
             return false;
     }
     return false;
 }
 
 void TrackerMiner::stop() {
-    if (process.state() == QProcess::NotRunning)
+    if (_process.state() == QProcess::NotRunning)
         return;
-    process.terminate();
-    if (!process.waitForFinished(5000)) {
-        process.kill();
-        process.waitForFinished();
+    _process.terminate();
+    if (!_process.waitForFinished(5000)) {
+        _process.kill();
+        _process.waitForFinished();
     }
 }
 

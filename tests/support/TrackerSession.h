@@ -28,7 +28,7 @@ public:
     void stop();
 
 private:
-    QProcess process;
+    QProcess _process;
 };
 
 }  // namespace pelorinnews::test

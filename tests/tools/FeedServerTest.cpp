@@ -45,12 +45,12 @@ private Q_SLOTS:
     void unusableCertificatesAreAnError();
 
 private:
-    [[nodiscard]] FeedServer &serverFor(bool tls) { return tls ? *https : *http; }
+    [[nodiscard]] FeedServer &serverFor(bool tls) { return tls ? *_https : *_http; }
 
-    QTemporaryDir feeds;
-    std::unique_ptr<TestAuthority> authority;
-    std::unique_ptr<FeedServer> http;
-    std::unique_ptr<FeedServer> https;
+    QTemporaryDir _feeds;
+    std::unique_ptr<TestAuthority> _authority;
+    std::unique_ptr<FeedServer> _http;
+    std::unique_ptr<FeedServer> _https;
 };
 
 void FeedServerTest::initTestCase() {
@@ -62,24 +62,24 @@ void FeedServerTest::initTestCase() {
         {"beta.de.xml", "beta"},
     };
     for (const auto &[name, content] : files) {
-        QFile file(feeds.filePath(QLatin1String(name)));
+        QFile file(_feeds.filePath(QLatin1String(name)));
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(content);
     }
-    authority = std::make_unique<TestAuthority>();
+    _authority = std::make_unique<TestAuthority>();
     FeedServerOptions options;
-    options.feedFolder = feeds.path();
-    http = std::make_unique<FeedServer>(options);
-    QVERIFY(http->start());
-    const auto issued = authority->issue(DevelopmentCertificates::Kind::Valid);
+    options.feedFolder = _feeds.path();
+    _http = std::make_unique<FeedServer>(options);
+    QVERIFY(_http->start());
+    const auto issued = _authority->issue(DevelopmentCertificates::Kind::Valid);
     options.certificateFile = issued.certificate;
     options.privateKeyFile = issued.privateKey;
-    https = std::make_unique<FeedServer>(options);
-    QVERIFY(https->start());
+    _https = std::make_unique<FeedServer>(options);
+    QVERIFY(_https->start());
 }
 
 void FeedServerTest::cleanup() {
-    for (FeedServer *server : {http.get(), https.get()}) {
+    for (FeedServer *server : {_http.get(), _https.get()}) {
         server->clearReplies();
         server->clearRequests();
     }
@@ -121,7 +121,7 @@ void FeedServerTest::feedsAreChosenByLocaleAndType() {
     QFETCH(const QByteArray, target);
     QFETCH(const QByteArray, status);
     QFETCH(const QByteArray, bodyBegin);
-    RawExchange exchange(http->port(), false);
+    RawExchange exchange(_http->port(), false);
     exchange.sendGet(target);
     exchange.gather();
     QVERIFY(exchange.statusLine().startsWith("HTTP/1.1 " + status + ' '));
@@ -210,7 +210,7 @@ void FeedServerTest::repliesMisbehaveAsTold() {
 }
 
 void FeedServerTest::aDelayComesBeforeTheHead() {
-    RawExchange exchange(http->port(), false);
+    RawExchange exchange(_http->port(), false);
     exchange.sendGet("/+delay=600/plain.xml");
     exchange.gather(std::chrono::milliseconds(200));
     QVERIFY(exchange.received.isEmpty());
@@ -233,7 +233,7 @@ void FeedServerTest::aStalledBodyKeepsTheConnection() {
 void FeedServerTest::aDripSendsAFewBytesAtATime() {
     QElapsedTimer elapsed;
     elapsed.start();
-    RawExchange exchange(http->port(), false);
+    RawExchange exchange(_http->port(), false);
     exchange.sendGet("/+drip=7:100/plain.xml");
     exchange.gather();
     QCOMPARE(exchange.body(), plainBody);
@@ -242,7 +242,7 @@ void FeedServerTest::aDripSendsAFewBytesAtATime() {
 
 void FeedServerTest::anEndlessBodyKeepsComing() {
     constexpr qint64 plenty = 3'000'000;
-    RawExchange exchange(http->port(), false);
+    RawExchange exchange(_http->port(), false);
     exchange.sendGet("/+endless/plain.xml");
     exchange.gather(std::chrono::seconds(10), plenty);
     QVERIFY(exchange.received.size() >= plenty);
@@ -285,19 +285,19 @@ void FeedServerTest::redirectsLeadToTheAnswer() {
     QByteArray target = "/+redirects=2/plain.xml?&locale=de";
     for (const QByteArray next :
          {"/+redirects=1/plain.xml?&locale=de", "/+redirects=0/plain.xml?&locale=de"}) {
-        RawExchange exchange(http->port(), false);
+        RawExchange exchange(_http->port(), false);
         exchange.sendGet(target);
         exchange.gather();
         QVERIFY2(exchange.head().contains("\r\nLocation: " + next + "\r\n"),
                  exchange.head().constData());
         target = next;
     }
-    RawExchange last(http->port(), false);
+    RawExchange last(_http->port(), false);
     last.sendGet(target);
     last.gather();
     QCOMPARE(last.body(), plainBody);
 
-    RawExchange loop(http->port(), false);
+    RawExchange loop(_http->port(), false);
     loop.sendGet("/+loop/plain.xml?a=b");
     loop.gather();
     QVERIFY(loop.head().contains("\r\nLocation: /+loop/plain.xml?a=b\r\n"));
@@ -306,17 +306,17 @@ void FeedServerTest::redirectsLeadToTheAnswer() {
 void FeedServerTest::aPathCanHaveItsOwnReply() {
     FeedReply all;
     all.status = 503;
-    http->setReply(all);
+    _http->setReply(all);
     FeedReply own;
     own.body = "own";
     own.headers = {{"X-Own", "yes"}};
-    http->setReplyForPath("/own.xml", own);
+    _http->setReplyForPath("/own.xml", own);
 
-    RawExchange ofAll(http->port(), false);
+    RawExchange ofAll(_http->port(), false);
     ofAll.sendGet("/plain.xml");
     ofAll.gather();
     QCOMPARE(ofAll.statusLine(), QByteArray("HTTP/1.1 503 Service Unavailable"));
-    RawExchange ofOwn(http->port(), false);
+    RawExchange ofOwn(_http->port(), false);
     ofOwn.sendGet("/own.xml?&locale=de");
     ofOwn.gather();
     QCOMPARE(ofOwn.statusLine(), QByteArray("HTTP/1.1 200 OK"));
@@ -325,24 +325,24 @@ void FeedServerTest::aPathCanHaveItsOwnReply() {
 }
 
 void FeedServerTest::requestsAreRecordedByteForByte() {
-    RawExchange exchange(http->port(), false);
+    RawExchange exchange(_http->port(), false);
     exchange.send("GET /a%20b?&locale=de&&x=%C3 HTTP/1.1\r\nHost: h\r\nx-odd:   two words \r\n");
     exchange.gather(std::chrono::milliseconds(100));
-    QVERIFY(http->requests().empty());
+    QVERIFY(_http->requests().empty());
     exchange.send("\r\n");
-    QVERIFY(http->waitForRequests(1));
-    const std::vector<FeedRequest> requests = http->requests();
+    QVERIFY(_http->waitForRequests(1));
+    const std::vector<FeedRequest> requests = _http->requests();
     QCOMPARE(requests.size(), std::size_t(1));
     QCOMPARE(requests[0].requestLine, QByteArray("GET /a%20b?&locale=de&&x=%C3 HTTP/1.1"));
     QCOMPARE(requests[0].target(), QByteArray("/a%20b?&locale=de&&x=%C3"));
     QCOMPARE(requests[0].headers.size(), std::size_t(2));
     QCOMPARE(requests[0].header("X-Odd"), QByteArray("two words"));
     QVERIFY(requests[0].header("Cookie").isNull());
-    QVERIFY(!http->waitForRequests(2, std::chrono::milliseconds(50)));
+    QVERIFY(!_http->waitForRequests(2, std::chrono::milliseconds(50)));
 }
 
 void FeedServerTest::aConnectionCanCarryTwoRequests() {
-    RawExchange exchange(http->port(), false);
+    RawExchange exchange(_http->port(), false);
     exchange.sendGet("/+keep-alive/plain.xml");
     exchange.gather(std::chrono::milliseconds(300));
     QCOMPARE(exchange.body(), plainBody);
@@ -352,7 +352,7 @@ void FeedServerTest::aConnectionCanCarryTwoRequests() {
     exchange.gather();
     QCOMPARE(exchange.body(), plainBody);
     QVERIFY(exchange.hasEnded());
-    QCOMPARE(http->requests().size(), std::size_t(2));
+    QCOMPARE(_http->requests().size(), std::size_t(2));
 }
 
 void FeedServerTest::badRequestsAreRefused_data() {
@@ -368,7 +368,7 @@ void FeedServerTest::badRequestsAreRefused_data() {
 void FeedServerTest::badRequestsAreRefused() {
     QFETCH(const QByteArray, request);
     QFETCH(const QByteArray, status);
-    RawExchange exchange(http->port(), false);
+    RawExchange exchange(_http->port(), false);
     exchange.send(request);
     exchange.gather();
     QVERIFY(exchange.hasEnded());
@@ -414,7 +414,7 @@ void FeedServerTest::stoppingCutsConnectionsAndStartingAgainWorks() {
 
 void FeedServerTest::aTakenPortIsAnError() {
     FeedServerOptions options;
-    options.port = http->port();
+    options.port = _http->port();
     FeedServer server(options);
     QString whyNot;
     QVERIFY(!server.start(&whyNot));
@@ -423,7 +423,7 @@ void FeedServerTest::aTakenPortIsAnError() {
 }
 
 void FeedServerTest::unusableCertificatesAreAnError() {
-    const auto issued = authority->issue(DevelopmentCertificates::Kind::Valid);
+    const auto issued = _authority->issue(DevelopmentCertificates::Kind::Valid);
     for (const auto &[certificate, key] :
          {std::pair{QStringLiteral("/none.pem"), issued.privateKey},
           std::pair{issued.certificate, QStringLiteral("/none.key")},

@@ -12,19 +12,19 @@ namespace pelorinnews::test {
 class RawExchange {
 public:
     RawExchange(quint16 port, bool tls) {
-        socket.setPeerVerifyMode(QSslSocket::VerifyNone);
+        _socket.setPeerVerifyMode(QSslSocket::VerifyNone);
         if (tls)
-            socket.connectToHostEncrypted(QStringLiteral("127.0.0.1"), port);
+            _socket.connectToHostEncrypted(QStringLiteral("127.0.0.1"), port);
         else
-            socket.connectToHost(QStringLiteral("127.0.0.1"), port);
-        connected = tls ? socket.waitForEncrypted(5000) : socket.waitForConnected(5000);
+            _socket.connectToHost(QStringLiteral("127.0.0.1"), port);
+        _connected = tls ? _socket.waitForEncrypted(5000) : _socket.waitForConnected(5000);
     }
 
-    [[nodiscard]] bool isConnected() const { return connected; }
+    [[nodiscard]] bool isConnected() const { return _connected; }
 
     void send(const QByteArray &bytes) {
-        socket.write(bytes);
-        socket.flush();
+        _socket.write(bytes);
+        _socket.flush();
     }
 
     void sendGet(const QByteArray &target) {
@@ -38,16 +38,17 @@ public:
         elapsed.start();
         while (received.size() < enough && elapsed.elapsed() < timeout.count()) {
             const qint64 rest = timeout.count() - elapsed.elapsed();
-            if (socket.bytesAvailable() == 0 && !socket.waitForReadyRead(static_cast<int>(rest)) &&
-                socket.state() != QAbstractSocket::ConnectedState)
+            if (_socket.bytesAvailable() == 0 &&
+                !_socket.waitForReadyRead(static_cast<int>(rest)) &&
+                _socket.state() != QAbstractSocket::ConnectedState)
                 break;
-            received += socket.readAll();
+            received += _socket.readAll();
         }
-        received += socket.readAll();
+        received += _socket.readAll();
     }
 
     [[nodiscard]] bool hasEnded() const {
-        return socket.state() != QAbstractSocket::ConnectedState;
+        return _socket.state() != QAbstractSocket::ConnectedState;
     }
     /// Everything before the empty line, including the line end of the last header line.
     [[nodiscard]] QByteArray head() const {
@@ -63,8 +64,8 @@ public:
     QByteArray received;
 
 private:
-    QSslSocket socket;
-    bool connected = false;
+    QSslSocket _socket;
+    bool _connected = false;
 };
 
 }  // namespace pelorinnews::test

@@ -17,7 +17,7 @@ class AnnouncementTest : public QObject {
 
 private Q_SLOTS:
     void init();
-    void cleanup() { fixture.reset(); }
+    void cleanup() { _fixture.reset(); }
 
     void announcesTheLatestItemOfABackgroundRefresh();
     void announcesNothingThatWasViewed();
@@ -39,28 +39,28 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] QList<UserNotification> delivered() const {
-        return fixture->services.notificationCenter->deliveredNotifications();
+        return _fixture->services.notificationCenter->deliveredNotifications();
     }
     void deliverHostNotification() {
         UserNotification notification;
         notification.title = QStringLiteral("The host's own");
-        fixture->services.notificationCenter->deliverNotification(notification);
+        _fixture->services.notificationCenter->deliverNotification(notification);
     }
 
-    std::unique_ptr<WindowFixture> fixture;
+    std::unique_ptr<WindowFixture> _fixture;
 };
 
 void AnnouncementTest::init() {
-    fixture = std::make_unique<WindowFixture>();
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    fixture->serve(WindowFixture::items(3));
+    _fixture = std::make_unique<WindowFixture>();
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    _fixture->serve(WindowFixture::items(3));
 }
 
 void AnnouncementTest::announcesTheLatestItemOfABackgroundRefresh() {
     auto items = WindowFixture::items(3);
     std::swap(items[0], items[2]);
-    fixture->serve(items);
-    const auto controller = fixture->makeController();
+    _fixture->serve(items);
+    const auto controller = _fixture->makeController();
     QCOMPARE(delivered().size(), 1);
     const UserNotification standing = delivered().value(0);
     QCOMPARE(standing.informativeText, QStringLiteral("Title 1"));
@@ -79,33 +79,33 @@ void AnnouncementTest::announcesTheLatestItemOfABackgroundRefresh() {
 }
 
 void AnnouncementTest::announcesNothingThatWasViewed() {
-    fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
-    const auto controller = fixture->makeController();
+    _fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
+    const auto controller = _fixture->makeController();
     QVERIFY(delivered().isEmpty());
 }
 
 void AnnouncementTest::announcesNothingInAnotherLanguage() {
-    fixture->serve(WindowFixture::items(3), QStringLiteral("en-GB"));
-    const auto controller = fixture->makeController();
+    _fixture->serve(WindowFixture::items(3), QStringLiteral("en-GB"));
+    const auto controller = _fixture->makeController();
     QVERIFY(delivered().isEmpty());
 }
 
 void AnnouncementTest::announcesNothingWithoutADate() {
     auto items = WindowFixture::items(1);
     items[0].date = QDateTime();
-    fixture->serve(items);
-    fixture->prefer(QStringLiteral("newsFilter"), 1);
-    const auto controller = fixture->makeController();
+    _fixture->serve(items);
+    _fixture->prefer(QStringLiteral("newsFilter"), 1);
+    const auto controller = _fixture->makeController();
     QVERIFY(delivered().isEmpty());
 }
 
 void AnnouncementTest::announcesWhatTheLocalFileHoldsAndLogsWhyItCameToThat() {
-    fixture->makeController()->exit();
+    _fixture->makeController()->exit();
     QVERIFY(delivered().isEmpty());
-    fixture->prefer(QStringLiteral("newsLastViewing"), QVariant());
+    _fixture->prefer(QStringLiteral("newsLastViewing"), QVariant());
     HeldFeed service;
-    fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
-    const auto controller = fixture->beginController();
+    _fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
+    const auto controller = _fixture->beginController();
     const auto logger = std::make_shared<RecordingLogger>();
     controller->setLogger(logger);
     QVERIFY(service.isAsked());
@@ -124,20 +124,20 @@ void AnnouncementTest::announcesWhatTheLocalFileHoldsAndLogsWhyItCameToThat() {
 }
 
 void AnnouncementTest::leavesAnAnnouncementOfTheSameItemAlone() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     const auto before = delivered();
     controller->refreshCache();
     WindowFixture::settle(*controller);
-    QCOMPARE(fixture->server().requests().size(), 2U);
+    QCOMPARE(_fixture->server().requests().size(), 2U);
     QCOMPARE(delivered(), before);
 }
 
 void AnnouncementTest::replacesTheAnnouncementOfAnOlderItem() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     const QString before = delivered().value(0).identity;
     auto items = WindowFixture::items(3);
     items[1].date = QDateTime::currentDateTimeUtc().addSecs(-60);
-    fixture->serve(items);
+    _fixture->serve(items);
     controller->refreshCache();
     WindowFixture::settle(*controller);
     QCOMPARE(delivered().size(), 1);
@@ -146,9 +146,9 @@ void AnnouncementTest::replacesTheAnnouncementOfAnOlderItem() {
 }
 
 void AnnouncementTest::withdrawsAllWhenTheWindowOpens() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     UserNotification another = delivered().value(0);
-    fixture->services.notificationCenter->deliverNotification(another);
+    _fixture->services.notificationCenter->deliverNotification(another);
     QCOMPARE(delivered().size(), 2);
     controller->showWindow();
     QTRY_VERIFY(delivered().isEmpty());
@@ -156,7 +156,7 @@ void AnnouncementTest::withdrawsAllWhenTheWindowOpens() {
 
 void AnnouncementTest::leavesTheHostsNotificationsAlone() {
     deliverHostNotification();
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     QCOMPARE(delivered().size(), 2);
     controller->showWindow();
     QTRY_COMPARE(delivered().size(), 1);
@@ -165,7 +165,7 @@ void AnnouncementTest::leavesTheHostsNotificationsAlone() {
 }
 
 void AnnouncementTest::showsEveryNotificationOfTheProcess() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     QVERIFY(controller->userNotificationCenterShouldPresentNotification(UserNotification()));
 }
 
@@ -182,8 +182,8 @@ void AnnouncementTest::isTheDelegateOfTheNotificationCentre() {
         bool flush(std::chrono::milliseconds) override { return true; }
     };
     const auto centre = std::make_shared<Centre>();
-    fixture->services.notificationCenter = centre;
-    const auto controller = fixture->makeController();
+    _fixture->services.notificationCenter = centre;
+    const auto controller = _fixture->makeController();
     QCOMPARE(centre->delegate.lock().get(),
              static_cast<NotificationCenterDelegate *>(controller.get()));
     centre->delegate.lock()->userNotificationCenterDidActivateNotification({});
@@ -191,7 +191,7 @@ void AnnouncementTest::isTheDelegateOfTheNotificationCentre() {
 }
 
 void AnnouncementTest::aClickOnAnyNotificationOpensTheWindow() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     QCOMPARE(delivered().size(), 1);
     UserNotification clicked;
     clicked.title = QStringLiteral("The host's own");
@@ -211,7 +211,7 @@ void AnnouncementTest::offWaylandAClicksTokenStaysOutOfTheEnvironment() {
             return false;
         }
     } watcher;
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     controller->window()->installEventFilter(&watcher);
     UserNotification clicked;
     clicked.activationToken = QStringLiteral("token-1");
@@ -235,15 +235,15 @@ void AnnouncementTest::exitKeepsTheAnnouncementForOneCopyOnly() {
     QFETCH(const int, copies);
     QFETCH(const int, left);
     for (int copy = 0; copy < copies; ++copy)
-        QVERIFY(QDir(fixture->applications()).mkpath(QStringLiteral("%1/Pelorin.app").arg(copy)));
-    const auto standardFinder = fixture->services.makeFinder;
+        QVERIFY(QDir(_fixture->applications()).mkpath(QStringLiteral("%1/Pelorin.app").arg(copy)));
+    const auto standardFinder = _fixture->services.makeFinder;
     std::weak_ptr<OlvPelorinFinder> finder;
-    fixture->services.makeFinder = [&finder, &standardFinder] {
+    _fixture->services.makeFinder = [&finder, &standardFinder] {
         auto made = standardFinder();
         finder = made;
         return made;
     };
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     const auto hasAnswered = [&finder] {
         const auto searching = finder.lock();
         return searching && searching->result() != OlvFinderResultPending;
@@ -256,27 +256,29 @@ void AnnouncementTest::exitKeepsTheAnnouncementForOneCopyOnly() {
 }
 
 void AnnouncementTest::exitWithdrawsWhileTheSearchHasNotAnswered() {
-    QVERIFY(QDir(fixture->applications()).mkpath(QStringLiteral("Pelorin.app")));
+    QVERIFY(QDir(_fixture->applications()).mkpath(QStringLiteral("Pelorin.app")));
     // The main loop starts the search, and it does not run between creation and exit. The refresh
     // at creation must not announce anything in between.
-    fixture->serve({});
+    _fixture->serve({});
     UserNotification standing;
     standing.userInfo = {
         {QStringLiteral("originatorName"), QStringLiteral("com.Olvane.PelorinNews.originator")},
         {QStringLiteral("originationDate"), QDateTime::currentDateTimeUtc()}};
-    fixture->services.notificationCenter->deliverNotification(standing);
-    const auto controller = fixture->beginController();
+    _fixture->services.notificationCenter->deliverNotification(standing);
+    const auto controller = _fixture->beginController();
     controller->exit();
     QVERIFY(delivered().isEmpty());
     WindowFixture::settle(*controller);
 }
 
 void AnnouncementTest::aSecondExitWithdraws() {
-    QVERIFY(QDir(fixture->applications()).mkpath(QStringLiteral("Pelorin.app")));
+    QVERIFY(QDir(_fixture->applications()).mkpath(QStringLiteral("Pelorin.app")));
     std::shared_ptr<OlvPelorinFinder> finder;
-    const auto standardFinder = fixture->services.makeFinder;
-    fixture->services.makeFinder = [&finder, &standardFinder] { return finder = standardFinder(); };
-    const auto controller = fixture->makeController();
+    const auto standardFinder = _fixture->services.makeFinder;
+    _fixture->services.makeFinder = [&finder, &standardFinder] {
+        return finder = standardFinder();
+    };
+    const auto controller = _fixture->makeController();
     const auto foundOne = [&finder] { return finder && finder->result() == OlvFinderResultOne; };
     QTRY_VERIFY(foundOne());
     controller->exit();

@@ -29,10 +29,10 @@ class DisplayTest : public QObject {
 
 private Q_SLOTS:
     void init() {
-        fixture = std::make_unique<WindowFixture>();
-        fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+        _fixture = std::make_unique<WindowFixture>();
+        _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
     }
-    void cleanup() { fixture.reset(); }
+    void cleanup() { _fixture.reset(); }
 
     void wrapsAroundATwelveItemList();
     void steppingGoesOnFromBeyondAListThatBecameShorter();
@@ -58,11 +58,11 @@ private Q_SLOTS:
     void drawsItemsThatNameNoFontInTheStandardFont();
 
 private:
-    std::unique_ptr<WindowFixture> fixture;
+    std::unique_ptr<WindowFixture> _fixture;
 };
 
 void DisplayTest::wrapsAroundATwelveItemList() {
-    const auto controller = fixture->shown(WindowFixture::items(12));
+    const auto controller = _fixture->shown(WindowFixture::items(12));
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 12"));
     QTest::mouseClick(controller->previousItem(), Qt::LeftButton);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("12 / 12"));
@@ -76,11 +76,11 @@ void DisplayTest::wrapsAroundATwelveItemList() {
 }
 
 void DisplayTest::steppingGoesOnFromBeyondAListThatBecameShorter() {
-    fixture->prefer(QStringLiteral("newsFilter"), 1);
+    _fixture->prefer(QStringLiteral("newsFilter"), 1);
     auto items = WindowFixture::items(5);
     for (const int kept : {0, 1, 2})
         items[kept].category += QStringLiteral(" kept");
-    const auto controller = fixture->shown(items);
+    const auto controller = _fixture->shown(items);
     controller->onPreviousItem();
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("5 / 5"));
     controller->newsCache().setCategoriesOfInterest({QStringLiteral("kept")});
@@ -101,7 +101,7 @@ void DisplayTest::steppingGoesOnFromBeyondAListThatBecameShorter() {
 }
 
 void DisplayTest::twoItemsLeadToEachOther() {
-    const auto controller = fixture->shown(WindowFixture::items(2));
+    const auto controller = _fixture->shown(WindowFixture::items(2));
     for (const char *position : {"2 / 2", "1 / 2"}) {
         controller->onPreviousItem();
         QCOMPARE(controller->itemIndicator()->text(), QLatin1String(position));
@@ -113,7 +113,7 @@ void DisplayTest::twoItemsLeadToEachOther() {
 }
 
 void DisplayTest::oneItemLeavesNowhereToGo() {
-    const auto controller = fixture->shown(WindowFixture::items(1));
+    const auto controller = _fixture->shown(WindowFixture::items(1));
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 1"));
     QVERIFY(!controller->previousItem()->isEnabled());
     QVERIFY(!controller->nextItem()->isEnabled());
@@ -125,7 +125,7 @@ void DisplayTest::oneItemLeavesNowhereToGo() {
 void DisplayTest::showsExactlyTheItemsHtml() {
     auto items = WindowFixture::items(2);
     items[0].html = QStringLiteral("<h1>Only this</h1>");
-    const auto controller = fixture->shown(items);
+    const auto controller = _fixture->shown(items);
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<h1>Only this</h1>"));
     const auto *browser = controller->webView()->findChild<QTextBrowser *>();
     QVERIFY(browser);
@@ -135,9 +135,9 @@ void DisplayTest::showsExactlyTheItemsHtml() {
 void DisplayTest::saysThatContentIsBeingRetrieved() {
     FeedReply slow;
     slow.delayBeforeHead = std::chrono::milliseconds(1500);
-    fixture->server().setReply(slow);
-    fixture->serve({});
-    const auto controller = fixture->beginController();
+    _fixture->server().setReply(slow);
+    _fixture->serve({});
+    const auto controller = _fixture->beginController();
     controller->showWindow();
     QTRY_COMPARE(controller->webView()->outerHTML(),
                  WindowFixture::localized("StatusRetrievingContent"));
@@ -152,10 +152,10 @@ void DisplayTest::saysThatContentIsBeingRetrieved() {
 void DisplayTest::saysThatRetrievingFailed() {
     FeedReply broken;
     broken.status = 500;
-    fixture->server().setReply(broken);
+    _fixture->server().setReply(broken);
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     QFile::remove(folder + QStringLiteral("/com.Olvane.Pelorin/PelorinNews.xml"));
-    const auto controller = fixture->shown({});
+    const auto controller = _fixture->shown({});
     QTRY_COMPARE(controller->webView()->outerHTML(),
                  WindowFixture::localized("StatusErrorRetrievingContent"));
     QCOMPARE(controller->itemIndicator()->text(), QString());
@@ -164,7 +164,7 @@ void DisplayTest::saysThatRetrievingFailed() {
 }
 
 void DisplayTest::speaksTheItemsPlainText() {
-    const auto controller = fixture->shown(WindowFixture::items(2));
+    const auto controller = _fixture->shown(WindowFixture::items(2));
     QTRY_COMPARE(spoken(*controller), QStringLiteral("Plain 1"));
     controller->onNextItem();
     QTRY_COMPARE(spoken(*controller), QStringLiteral("Plain 2"));
@@ -174,8 +174,8 @@ void DisplayTest::speaksTheItemsPlainText() {
 }
 
 void DisplayTest::speaksTheFixedTitleWhenContentIsNotToBeRead() {
-    fixture->prefer(QStringLiteral("newsReadItemContent"), false);
-    const auto controller = fixture->shown(WindowFixture::items(2));
+    _fixture->prefer(QStringLiteral("newsReadItemContent"), false);
+    const auto controller = _fixture->shown(WindowFixture::items(2));
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     QCOMPARE(spoken(*controller), WindowFixture::localized("WebViewAccessibilityTitle"));
     controller->onNextItem();
@@ -184,17 +184,17 @@ void DisplayTest::speaksTheFixedTitleWhenContentIsNotToBeRead() {
 }
 
 void DisplayTest::showsThePlaceholderUntilTheFirstItem() {
-    fixture->serve(WindowFixture::items(1));
-    const auto controller = fixture->makeController();
+    _fixture->serve(WindowFixture::items(1));
+    const auto controller = _fixture->makeController();
     QVERIFY(controller->window());
     QCOMPARE(controller->webView()->outerHTML(), QStringLiteral("Loading content."));
     QCOMPARE(spoken(*controller), QStringLiteral("Pelorin News content"));
 }
 
 void DisplayTest::setsUpTheControls() {
-    fixture->prefer(QStringLiteral("newsTypeFilter"), 2);
-    fixture->prefer(QStringLiteral("newsFilter"), 2);
-    const auto controller = fixture->makeController();
+    _fixture->prefer(QStringLiteral("newsTypeFilter"), 2);
+    _fixture->prefer(QStringLiteral("newsFilter"), 2);
+    const auto controller = _fixture->makeController();
     QVERIFY(controller->window());
     QCOMPARE(controller->showOnStart()->text(),
              WindowFixture::localized("SettingsShowOnStartCheckbox"));
@@ -220,11 +220,11 @@ void DisplayTest::setsUpTheControls() {
 }
 
 void DisplayTest::aSecondWindowTakesOverTheOptionsAsTheyAre() {
-    const auto first = fixture->shown(WindowFixture::items(2));
+    const auto first = _fixture->shown(WindowFixture::items(2));
     QTRY_VERIFY(first->displayContentFrom()->isHidden());
     first->onOptionsButton();
     QTRY_COMPARE(first->optionsLabel()->text(), WindowFixture::localized("SettingsHideOptions"));
-    const auto second = fixture->makeController();
+    const auto second = _fixture->makeController();
     QVERIFY(second->window());
     QCOMPARE(second->optionsLabel()->text(), WindowFixture::localized("SettingsHideOptions"));
     QCOMPARE(second->optionsButton()->accessibleName(),
@@ -242,8 +242,8 @@ void DisplayTest::aSecondWindowTakesOverTheOptionsAsTheyAre() {
 }
 
 void DisplayTest::theTriangleOfASecondWindowNeverPointsTheWrongWay() {
-    const auto first = fixture->shown(WindowFixture::items(2));
-    const auto second = fixture->makeController();
+    const auto first = _fixture->shown(WindowFixture::items(2));
+    const auto second = _fixture->makeController();
     second->showWindow();
     QTRY_COMPARE(second->itemIndicator()->text(), QStringLiteral("1 / 2"));
     for (const auto &pressed : {first, second, second, first}) {
@@ -278,7 +278,7 @@ void DisplayTest::whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone() {
     QFETCH(const int, presses);
     QFETCH(const bool, begun);
     QFETCH(const bool, closed);
-    const auto controller = fixture->shown(WindowFixture::items(2));
+    const auto controller = _fixture->shown(WindowFixture::items(2));
     OlvNewsWindow *window = controller->window();
     const QWidget *area = window->findChild<QWidget *>(QStringLiteral("optionsArea"));
     QVERIFY(area);
@@ -329,7 +329,7 @@ void DisplayTest::whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone() {
 }
 
 void DisplayTest::storesShowOnStartOnlyForAFullCheck() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     QVERIFY(controller->window());
     auto *box = qobject_cast<QCheckBox *>(controller->showOnStart());
     QVERIFY(box);
@@ -342,7 +342,7 @@ void DisplayTest::storesShowOnStartOnlyForAFullCheck() {
 }
 
 void DisplayTest::assistiveTechnologiesActWithTheSameEffect() {
-    const auto controller = fixture->shown(WindowFixture::items(2));
+    const auto controller = _fixture->shown(WindowFixture::items(2));
     const auto act = [](QWidget *control, const QString &action) {
         QAccessible::queryAccessibleInterface(control)->actionInterface()->doAction(action);
     };
@@ -381,8 +381,8 @@ void DisplayTest::withoutOutletsEveryOperationIsHarmless_data() {
 
 void DisplayTest::withoutOutletsEveryOperationIsHarmless() {
     QFETCH(const QStringList, missing);
-    fixture->prefer(QStringLiteral("newsFilter"), 1);
-    const auto controller = fixture->shown(WindowFixture::items(2));
+    _fixture->prefer(QStringLiteral("newsFilter"), 1);
+    const auto controller = _fixture->shown(WindowFixture::items(2));
     for (const QString &name : missing) {
         auto *outlet = controller->window()->findChild<QWidget *>(name);
         QVERIFY2(outlet, qPrintable(name));
@@ -419,7 +419,7 @@ void DisplayTest::withoutOutletsEveryOperationIsHarmless() {
 }
 
 void DisplayTest::theLastOfSeveralDisplaysWins() {
-    const auto controller = fixture->shown(WindowFixture::items(5));
+    const auto controller = _fixture->shown(WindowFixture::items(5));
     controller->onNextItem();
     controller->onNextItem();
     controller->onNextItem();
@@ -429,7 +429,7 @@ void DisplayTest::theLastOfSeveralDisplaysWins() {
 }
 
 void DisplayTest::theItemComesAfterTheEventThatAskedForIt() {
-    const auto controller = fixture->shown(WindowFixture::items(2));
+    const auto controller = _fixture->shown(WindowFixture::items(2));
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     controller->onNextItem();
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("2 / 2"));
@@ -442,7 +442,7 @@ void DisplayTest::theItemComesAfterTheEventThatAskedForIt() {
 void DisplayTest::drawsItemsThatNameNoFontInTheStandardFont() {
     auto items = WindowFixture::items(1);
     items[0].html = QStringLiteral("<p>Plain</p><p style='font-family:Courier'>Typed</p>");
-    const auto controller = fixture->shown(items);
+    const auto controller = _fixture->shown(items);
     QTRY_COMPARE(controller->webView()->outerHTML(), items[0].html);
     const auto *browser = controller->webView()->findChild<QTextBrowser *>();
     QVERIFY(browser);

@@ -33,10 +33,10 @@ class ExitTest : public QObject {
 
 private Q_SLOTS:
     void init() {
-        fixture = std::make_unique<WindowFixture>();
-        fixture->serve(WindowFixture::items(5));
+        _fixture = std::make_unique<WindowFixture>();
+        _fixture->serve(WindowFixture::items(5));
     }
-    void cleanup() { fixture.reset(); }
+    void cleanup() { _fixture.reset(); }
 
     void exitClosesTheWindowAndStartsTheOwedRefresh();
     void exitClosesAWindowThatHasNotBecomeKeyYet();
@@ -62,24 +62,24 @@ private:
         return OlvNewsConfiguration().lastViewing().toSecsSinceEpoch();
     }
 
-    std::unique_ptr<WindowFixture> fixture;
+    std::unique_ptr<WindowFixture> _fixture;
 };
 
 void ExitTest::exitClosesTheWindowAndStartsTheOwedRefresh() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     controller->onRefreshTimerFire();
     controller->exit();
     QVERIFY(!WindowFixture::isShown());
-    QVERIFY(fixture->server().waitForRequests(2));
+    QVERIFY(_fixture->server().waitForRequests(2));
     WindowFixture::settle(*controller);
 }
 
 void ExitTest::exitClosesAWindowThatHasNotBecomeKeyYet() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    fixture->serve(latestLast());
-    const auto controller = fixture->makeController();
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    _fixture->serve(latestLast());
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     QVERIFY(WindowFixture::isShown());
     QCOMPARE(controller->itemIndicator()->text(), QString());
@@ -91,8 +91,8 @@ void ExitTest::exitClosesAWindowThatHasNotBecomeKeyYet() {
 }
 
 void ExitTest::exitStoresTheLastViewing() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    const auto controller = fixture->makeController();
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    const auto controller = _fixture->makeController();
     const QDateTime date = QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC);
     controller->newsCache().setLastViewing(date);
     QVERIFY(OlvNewsConfiguration().lastViewing() != date);
@@ -101,7 +101,7 @@ void ExitTest::exitStoresTheLastViewing() {
 }
 
 void ExitTest::closingStoresNothingYet() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     const qint64 before = storedLastViewing();
@@ -115,8 +115,8 @@ void ExitTest::closingStoresNothingYet() {
 
 void ExitTest::whatStoodInTheListAtExitIsViewed() {
     const auto items = latestLast();
-    fixture->serve(items);
-    const auto controller = fixture->makeController();
+    _fixture->serve(items);
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     QVERIFY(controller->newsCache().sinceLastViewingCount() > 0);
@@ -127,7 +127,7 @@ void ExitTest::whatStoodInTheListAtExitIsViewed() {
 }
 
 void ExitTest::exitTwiceIsHarmless() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     controller->exit();
     controller->exit();
     controller->showWindow();
@@ -135,8 +135,8 @@ void ExitTest::exitTwiceIsHarmless() {
 }
 
 void ExitTest::exitReleasesTheController() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    auto controller = fixture->beginController();
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    auto controller = _fixture->beginController();
     WindowFixture::settle(*controller);
     QPointer<OlvNewsWindowController> watched = controller.get();
     QVERIFY(controller->window());
@@ -160,9 +160,9 @@ void ExitTest::aRefreshUnderWayKeepsTheController() {
     QFETCH(const bool, showOnStart);
     QFETCH(const int, status);
     HeldFeed service;
-    fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
-    fixture->prefer(QStringLiteral("newsShowOnStart"), showOnStart);
-    auto controller = fixture->beginController();
+    _fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), showOnStart);
+    auto controller = _fixture->beginController();
     QVERIFY(service.isAsked());
     const QPointer<OlvNewsWindowController> watched = controller.get();
     controller->exit();
@@ -187,13 +187,13 @@ void ExitTest::newsThatComeAfterExitOpenTheWindowOnlyOfAControllerThatIsHeld_dat
 void ExitTest::newsThatComeAfterExitOpenTheWindowOnlyOfAControllerThatIsHeld() {
     QFETCH(const bool, exits);
     QFETCH(const bool, held);
-    QFile feed(fixture->feedFile(QStringLiteral("standard.en-US.xml")));
+    QFile feed(_fixture->feedFile(QStringLiteral("standard.en-US.xml")));
     QVERIFY(feed.open(QFile::ReadOnly));
     const QByteArray news = feed.readAll();
     HeldFeed service;
-    fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
+    _fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
     const MadeWindows made;
-    auto controller = fixture->beginController();
+    auto controller = _fixture->beginController();
     QVERIFY(service.isAsked());
     const QPointer<OlvNewsWindowController> watched = controller.get();
     // Another refresh under way keeps the controller alive, but cannot close its window.
@@ -218,8 +218,8 @@ void ExitTest::newsThatComeAfterExitOpenTheWindowOnlyOfAControllerThatIsHeld() {
 }
 
 void ExitTest::isDestroyedOnTheMainThreadWhoeverLetsGoLast() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    auto controller = fixture->beginController();
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    auto controller = _fixture->beginController();
     WindowFixture::settle(*controller);
     QThread *destroyedOn = nullptr;
     connect(

@@ -13,10 +13,10 @@ class FilterTest : public QObject {
 
 private Q_SLOTS:
     void init() {
-        fixture = std::make_unique<WindowFixture>();
-        fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+        _fixture = std::make_unique<WindowFixture>();
+        _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
     }
-    void cleanup() { fixture.reset(); }
+    void cleanup() { _fixture.reset(); }
 
     void bothWordsAreAskedForAndCriticalIsAThird_data();
     void bothWordsAreAskedForAndCriticalIsAThird();
@@ -29,7 +29,7 @@ private Q_SLOTS:
     void withoutAChoiceTheStoredOneIsAppliedAgain();
 
 private:
-    std::unique_ptr<WindowFixture> fixture;
+    std::unique_ptr<WindowFixture> _fixture;
 };
 
 void FilterTest::bothWordsAreAskedForAndCriticalIsAThird_data() {
@@ -58,9 +58,9 @@ void FilterTest::bothWordsAreAskedForAndCriticalIsAThird() {
     auto items = WindowFixture::items(static_cast<int>(categories.size()));
     for (qsizetype each = 0; each < items.size(); ++each)
         items[each].category = items[each].title = categories[each];
-    fixture->serve(items);
-    fixture->prefer(QStringLiteral("newsTypeFilter"), choice);
-    const auto controller = fixture->makeController();
+    _fixture->serve(items);
+    _fixture->prefer(QStringLiteral("newsTypeFilter"), choice);
+    const auto controller = _fixture->makeController();
     QStringList passed;
     for (quint64 each = 0; each < controller->newsCache().count(); ++each)
         passed.append(controller->newsCache().itemAtIndex(each)->title());
@@ -83,14 +83,14 @@ void FilterTest::tellsWhyNothingPassesTheFilter() {
     QFETCH(const int, filter);
     QFETCH(const QString, page);
     // First something is shown and spoken; none of it may remain.
-    fixture->prefer(QStringLiteral("newsFilter"), 1);
+    _fixture->prefer(QStringLiteral("newsFilter"), 1);
     auto items = WindowFixture::items(2);
     for (FeedItem &item : items)
         item.date = item.date.addDays(-31);
-    const auto controller = fixture->shown(items);
+    const auto controller = _fixture->shown(items);
     QTRY_COMPARE(controller->webView()->ownValue(), QStringLiteral("Plain 1"));
     controller->newsCache().setLastViewing(QDateTime::currentDateTimeUtc());
-    fixture->prefer(QStringLiteral("newsFilter"), filter);
+    _fixture->prefer(QStringLiteral("newsFilter"), filter);
     controller->applyFilter();
     if (filter != 2 && filter != 3)
         controller->newsCache().setCategoriesOfInterest({QStringLiteral("elsewhere")});
@@ -105,8 +105,8 @@ void FilterTest::tellsWhyNothingPassesTheFilter() {
 void FilterTest::filterChangesStartAgainAtTheFirstItem() {
     auto items = WindowFixture::items(4);
     items[2].category = QStringLiteral("mac pelorin critical");
-    fixture->prefer(QStringLiteral("newsFilter"), 2);
-    const auto controller = fixture->shown(items);
+    _fixture->prefer(QStringLiteral("newsFilter"), 2);
+    const auto controller = _fixture->shown(items);
     controller->onNextItem();
     controller->displayContentType()->setCurrentIndex(1);
     Q_EMIT controller->displayContentType()->activated(1);
@@ -127,9 +127,9 @@ void FilterTest::agesCountToTheSecondAndChoicesReplaceEachOther() {
     auto items = WindowFixture::items(2 * seconds + 1);
     for (qsizetype each = 0; each < items.size(); ++each)
         items[each].date = now.addDays(-30).addSecs(seconds - each);
-    fixture->prefer(QStringLiteral("newsLastViewing"), now);
-    fixture->prefer(QStringLiteral("newsFilter"), 3);
-    const auto controller = fixture->shown(items);
+    _fixture->prefer(QStringLiteral("newsLastViewing"), now);
+    _fixture->prefer(QStringLiteral("newsFilter"), 3);
+    const auto controller = _fixture->shown(items);
     const auto countAfterChoosing = [&controller](int row) {
         controller->displayContentFrom()->setCurrentIndex(row);
         Q_EMIT controller->displayContentFrom()->activated(row);
@@ -162,9 +162,9 @@ void FilterTest::agesCountToTheSecondAndChoicesReplaceEachOther() {
 }
 
 void FilterTest::anUnknownFilterSelectsNothingAndFiltersAsAll() {
-    fixture->prefer(QStringLiteral("newsFilter"), 0);
-    fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
-    const auto controller = fixture->shown(WindowFixture::items(3));
+    _fixture->prefer(QStringLiteral("newsFilter"), 0);
+    _fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
+    const auto controller = _fixture->shown(WindowFixture::items(3));
     QCOMPARE(controller->displayContentFrom()->currentIndex(), -1);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 3"));
 }
@@ -177,13 +177,13 @@ void FilterTest::withoutAChoiceTheStoredOneIsAppliedAgain_data() {
 
 void FilterTest::withoutAChoiceTheStoredOneIsAppliedAgain() {
     QFETCH(const bool, ofKind);
-    fixture->prefer(QStringLiteral("newsTypeFilter"), 2);
-    fixture->prefer(QStringLiteral("newsFilter"), 2);
+    _fixture->prefer(QStringLiteral("newsTypeFilter"), 2);
+    _fixture->prefer(QStringLiteral("newsFilter"), 2);
     auto items = WindowFixture::items(4);
     for (FeedItem &item : items)
         item.category += QStringLiteral(" critical");
     items[3].date = items[3].date.addDays(-31);
-    const auto controller = fixture->shown(items);
+    const auto controller = _fixture->shown(items);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 3"));
     // A view that differs from the stored settings, so that applying those again is visible.
     controller->newsCache().setFilterTimeInterval(0);

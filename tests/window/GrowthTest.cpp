@@ -61,21 +61,21 @@ private Q_SLOTS:
     void tenThousandSteps();
 
 private:
-    std::unique_ptr<WindowFixture> fixture;
-    std::shared_ptr<OlvNewsWindowController> controller;
+    std::unique_ptr<WindowFixture> _fixture;
+    std::shared_ptr<OlvNewsWindowController> _controller;
 };
 
 void GrowthTest::init() {
-    fixture = std::make_unique<WindowFixture>();
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    fixture->prefer(QStringLiteral("newsFilter"), 1);
-    fixture->serve(WindowFixture::items(12));
-    controller = fixture->makeController();
+    _fixture = std::make_unique<WindowFixture>();
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    _fixture->prefer(QStringLiteral("newsFilter"), 1);
+    _fixture->serve(WindowFixture::items(12));
+    _controller = _fixture->makeController();
 }
 
 void GrowthTest::cleanup() {
-    controller.reset();
-    fixture.reset();
+    _controller.reset();
+    _fixture.reset();
 }
 
 void GrowthTest::aThousandOpeningsAndClosings() {
@@ -89,25 +89,25 @@ void GrowthTest::aThousandOpeningsAndClosings() {
         QTRY_VERIFY(other.isActiveWindow());
         other.close();
     });
-    QVERIFY(controller->window());
+    QVERIFY(_controller->window());
     const qint64 ofThePanel = growth(300, 1000, [this] {
-        controller->itemIndicator()->clear();
-        controller->showWindow();
-        QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 12"));
-        controller->onNextItem();
-        controller->window()->performClose();
-        QVERIFY(!controller->window()->isVisible());
+        _controller->itemIndicator()->clear();
+        _controller->showWindow();
+        QTRY_COMPARE(_controller->itemIndicator()->text(), QStringLiteral("1 / 12"));
+        _controller->onNextItem();
+        _controller->window()->performClose();
+        QVERIFY(!_controller->window()->isVisible());
     });
     QVERIFY2(ofThePanel < ofAnyWindow + tolerance,
              qPrintable(QStringLiteral("%1, any window %2").arg(ofThePanel).arg(ofAnyWindow)));
 }
 
 void GrowthTest::tenThousandSteps() {
-    controller->showWindow();
-    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 12"));
-    const qint64 grown = growth(2000, 10000, [this] { controller->nextItem()->click(); });
-    QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 12"));
-    QCOMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
+    _controller->showWindow();
+    QTRY_COMPARE(_controller->itemIndicator()->text(), QStringLiteral("1 / 12"));
+    const qint64 grown = growth(2000, 10000, [this] { _controller->nextItem()->click(); });
+    QCOMPARE(_controller->itemIndicator()->text(), QStringLiteral("1 / 12"));
+    QCOMPARE(_controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     QVERIFY2(grown < tolerance, qPrintable(QString::number(grown)));
 }
 

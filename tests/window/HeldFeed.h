@@ -23,8 +23,8 @@ public:
     void answer(const QByteArray &feed, int status = 200);
 
 private:
-    QTcpServer server;
-    QTcpSocket *client = nullptr;
+    QTcpServer _server;
+    QTcpSocket *_client = nullptr;
 };
 
 }  // namespace pelorinnews::test

@@ -59,28 +59,28 @@ private Q_SLOTS:
 private:
     static QString tooMuchToCopy() { return QStringLiteral("<p>a</p>").repeated(300'000); }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers) {
-        QTest::keyClick(window->windowHandle(), key, modifiers);
+        QTest::keyClick(_window->windowHandle(), key, modifiers);
     }
 
-    std::unique_ptr<WindowFixture> fixture;
-    std::shared_ptr<OlvNewsWindowController> controller;
-    OlvNewsWindow *window = nullptr;
+    std::unique_ptr<WindowFixture> _fixture;
+    std::shared_ptr<OlvNewsWindowController> _controller;
+    OlvNewsWindow *_window = nullptr;
 };
 
 void KeysTest::init() {
-    fixture = std::make_unique<WindowFixture>();
-    controller = fixture->unshown(WindowFixture::items(2));
-    window = controller->window();
-    QVERIFY(window);
-    controller->showWindow();
-    QVERIFY(QTest::qWaitForWindowActive(window, testPatience));
-    QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
+    _fixture = std::make_unique<WindowFixture>();
+    _controller = _fixture->unshown(WindowFixture::items(2));
+    _window = _controller->window();
+    QVERIFY(_window);
+    _controller->showWindow();
+    QVERIFY(QTest::qWaitForWindowActive(_window, testPatience));
+    QTRY_COMPARE(_controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     QGuiApplication::clipboard()->clear();
 }
 
 void KeysTest::cleanup() {
-    controller.reset();
-    fixture.reset();
+    _controller.reset();
+    _fixture.reset();
 }
 
 void KeysTest::closes_data() {
@@ -96,8 +96,8 @@ void KeysTest::closes() {
     QFETCH(const Qt::Key, key);
     QFETCH(const Qt::KeyboardModifiers, modifiers);
     press(key, modifiers);
-    QVERIFY(!window->isVisible());
-    QCOMPARE(controller->newsCache().sinceLastViewingCount(), 0);
+    QVERIFY(!_window->isVisible());
+    QCOMPARE(_controller->newsCache().sinceLastViewingCount(), 0);
 }
 
 void KeysTest::staysOpen_data() {
@@ -115,7 +115,7 @@ void KeysTest::staysOpen() {
     QFETCH(const Qt::Key, key);
     QFETCH(const Qt::KeyboardModifiers, modifiers);
     press(key, modifiers);
-    QVERIFY(window->isVisible());
+    QVERIFY(_window->isVisible());
 }
 
 void KeysTest::copiesTheWholeItemAsRichTextOnly() {
@@ -135,25 +135,25 @@ void KeysTest::copiesTheWholeItemAsRichTextOnly() {
 }
 
 void KeysTest::copiesTheValueWhereThePageIsNoDocument() {
-    controller->webView()->loadHtmlString(tooMuchToCopy());
+    _controller->webView()->loadHtmlString(tooMuchToCopy());
     press(Qt::Key_C, Qt::ControlModifier);
     QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("Plain 1"));
 }
 
 void KeysTest::passesTheKeyOnWhenThereIsNothingToCopy() {
-    controller->webView()->loadHtmlString(tooMuchToCopy());
-    controller->webView()->accessibilitySetValueForAttribute(QString(),
-                                                             AccessibilityAttribute::Value);
+    _controller->webView()->loadHtmlString(tooMuchToCopy());
+    _controller->webView()->accessibilitySetValueForAttribute(QString(),
+                                                              AccessibilityAttribute::Value);
     QKeyEvent event(QEvent::KeyPress, Qt::Key_C, Qt::ControlModifier);
-    QVERIFY(!controller->webView()->performKeyEquivalent(event));
-    const KeysSeen seen(*controller->optionsButton());
+    QVERIFY(!_controller->webView()->performKeyEquivalent(event));
+    const KeysSeen seen(*_controller->optionsButton());
     press(Qt::Key_C, Qt::ControlModifier);
     QVERIFY(QGuiApplication::clipboard()->text().isEmpty());
     QCOMPARE(seen.keys(), QList<int>{Qt::Key_C});
 }
 
 void KeysTest::otherKeysReachTheControl() {
-    const KeysSeen seen(*controller->optionsButton());
+    const KeysSeen seen(*_controller->optionsButton());
     press(Qt::Key_C, Qt::ControlModifier);
     press(Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
     press(Qt::Key_W, {});
@@ -162,16 +162,16 @@ void KeysTest::otherKeysReachTheControl() {
 }
 
 void KeysTest::leavesEscapeToAnOpenMenu() {
-    controller->onOptionsButton();
-    QTRY_VERIFY(controller->displayContentFrom()->isVisible());
-    controller->displayContentFrom()->showPopup();
+    _controller->onOptionsButton();
+    QTRY_VERIFY(_controller->displayContentFrom()->isVisible());
+    _controller->displayContentFrom()->showPopup();
     QTRY_VERIFY(QApplication::activePopupWidget());
     QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
     QTRY_VERIFY(!QApplication::activePopupWidget());
-    QVERIFY(window->isVisible());
-    controller->onOptionsButton();
+    QVERIFY(_window->isVisible());
+    _controller->onOptionsButton();
     press(Qt::Key_Escape, {});
-    QVERIFY(!window->isVisible());
+    QVERIFY(!_window->isVisible());
 }
 
 void KeysTest::winsOverAShortcutOfTheHost() {
@@ -181,10 +181,10 @@ void KeysTest::winsOverAShortcutOfTheHost() {
     QShortcut shortcut(QKeySequence(Qt::CTRL | Qt::Key_W), &host);
     shortcut.setContext(Qt::ApplicationShortcut);
     connect(&shortcut, &QShortcut::activated, this, [&taken] { ++taken; });
-    window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(window, testPatience));
+    _window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(_window, testPatience));
     press(Qt::Key_W, Qt::ControlModifier);
-    QVERIFY(!window->isVisible());
+    QVERIFY(!_window->isVisible());
     QCOMPARE(taken, 0);
     host.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&host, testPatience));

@@ -27,8 +27,8 @@ class LayoutTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { fixture = std::make_unique<WindowFixture>(); }
-    void cleanup() { fixture.reset(); }
+    void init() { _fixture = std::make_unique<WindowFixture>(); }
+    void cleanup() { _fixture.reset(); }
     void arrowsFollowTheReadingDirection();
     void theTrianglePointsAtWhatItOpens();
     void isNeverSmallerThanDescribed();
@@ -40,11 +40,11 @@ private Q_SLOTS:
     void labelsLeadToTheirControls();
 
 private:
-    std::unique_ptr<WindowFixture> fixture;
+    std::unique_ptr<WindowFixture> _fixture;
 };
 
 void LayoutTest::arrowsFollowTheReadingDirection() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     OlvNewsWindow *window = controller->window();
     QCOMPARE(arrow(controller->previousItem()), Qt::LeftArrow);
     QCOMPARE(arrow(controller->nextItem()), Qt::RightArrow);
@@ -59,7 +59,7 @@ void LayoutTest::arrowsFollowTheReadingDirection() {
 }
 
 void LayoutTest::theTrianglePointsAtWhatItOpens() {
-    const auto controller = fixture->shown(WindowFixture::items(2));
+    const auto controller = _fixture->shown(WindowFixture::items(2));
     OlvNewsWindow *window = controller->window();
     QAbstractButton *triangle = controller->optionsButton();
     QTRY_VERIFY(controller->displayContentFrom()->isHidden());
@@ -77,7 +77,7 @@ void LayoutTest::theTrianglePointsAtWhatItOpens() {
 }
 
 void LayoutTest::isNeverSmallerThanDescribed() {
-    const auto controller = fixture->shown(WindowFixture::items(2));
+    const auto controller = _fixture->shown(WindowFixture::items(2));
     OlvNewsWindow *window = controller->window();
     const auto *area = window->findChild<QWidget *>(QStringLiteral("optionsArea"));
     QVERIFY(area);
@@ -107,14 +107,14 @@ void LayoutTest::bearsTheApplicationsIcon() {
     const auto restored =
         qScopeGuard([before = QApplication::windowIcon()] { QApplication::setWindowIcon(before); });
     QApplication::setWindowIcon(picture);
-    const auto controller = fixture->shown(WindowFixture::items(1));
+    const auto controller = _fixture->shown(WindowFixture::items(1));
     const QIcon icon = controller->window()->windowHandle()->icon();
     QVERIFY(!icon.isNull());
     QCOMPARE(icon.cacheKey(), QApplication::windowIcon().cacheKey());
 }
 
 void LayoutTest::isNeverTooNarrowForItsTexts() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     OlvNewsWindow *window = controller->window();
     window->show();
     window->resize(10, 10);
@@ -130,7 +130,7 @@ void LayoutTest::isNeverTooNarrowForItsTexts() {
 }
 
 void LayoutTest::fitsTheScreen() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     const QSize screen = QGuiApplication::primaryScreen()->availableSize();
     OlvNewsWindow *window = controller->window();
     QVERIFY(window->width() <= screen.width() * 9 / 10);
@@ -144,7 +144,7 @@ void LayoutTest::aLargeFontLeavesRoomForThePosition() {
     QFont large = QApplication::font();
     large.setPointSize(large.pointSize() * 2);
     QApplication::setFont(large);
-    const auto controller = fixture->shown(WindowFixture::items(12));
+    const auto controller = _fixture->shown(WindowFixture::items(12));
     controller->onPreviousItem();
     QLabel *position = controller->itemIndicator();
     QCOMPARE(position->text(), QStringLiteral("12 / 12"));
@@ -154,8 +154,8 @@ void LayoutTest::aLargeFontLeavesRoomForThePosition() {
 }
 
 void LayoutTest::theKeyboardGoesWhereTheEyeGoes() {
-    fixture->serve(WindowFixture::items(2));
-    const auto controller = fixture->makeController();
+    _fixture->serve(WindowFixture::items(2));
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
     QTRY_VERIFY(controller->displayContentFrom()->isHidden());
@@ -178,7 +178,7 @@ void LayoutTest::theKeyboardGoesWhereTheEyeGoes() {
 }
 
 void LayoutTest::labelsLeadToTheirControls() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     QVERIFY(controller->window());
     QCOMPARE(controller->displayContentTypeLabel()->buddy(), controller->displayContentType());
     QCOMPARE(controller->displayContentFromLabel()->buddy(), controller->displayContentFrom());

@@ -53,10 +53,10 @@ class LifecycleTest : public QObject {
 
 private Q_SLOTS:
     void init() {
-        fixture = std::make_unique<WindowFixture>();
-        fixture->serve(WindowFixture::items(5));
+        _fixture = std::make_unique<WindowFixture>();
+        _fixture->serve(WindowFixture::items(5));
     }
-    void cleanup() { fixture.reset(); }
+    void cleanup() { _fixture.reset(); }
 
     void makesNoWindowAtCreation();
     void refreshesAtTheStoredInterval_data();
@@ -79,13 +79,13 @@ private Q_SLOTS:
     void staysUsableWithoutAWindowDescription();
 
 private:
-    std::unique_ptr<WindowFixture> fixture;
+    std::unique_ptr<WindowFixture> _fixture;
 };
 
 void LifecycleTest::makesNoWindowAtCreation() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
     const auto before = QApplication::allWidgets().size();
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     QCOMPARE(QApplication::allWidgets().size(), before);
     QVERIFY(controller->window());
     QCOMPARE_GT(QApplication::allWidgets().size(), before);
@@ -103,11 +103,11 @@ void LifecycleTest::refreshesAtTheStoredInterval_data() {
 void LifecycleTest::refreshesAtTheStoredInterval() {
     QFETCH(const QVariant, stored);
     QFETCH(const qint64, seconds);
-    fixture->prefer(QStringLiteral("newsRefreshInterval"), stored);
+    _fixture->prefer(QStringLiteral("newsRefreshInterval"), stored);
     QCOMPARE(alarms().size(), 0);
     QElapsedTimer sinceBefore;
     sinceBefore.start();
-    const auto controller = fixture->beginController();
+    const auto controller = _fixture->beginController();
     const auto now = alarms();
     QCOMPARE(now.size(), 1);
     QCOMPARE(now.first().interval, seconds);
@@ -117,58 +117,58 @@ void LifecycleTest::refreshesAtTheStoredInterval() {
     QVERIFY(now.first().remaining <= interval);
     QVERIFY(now.first().remaining >= interval - passed || passed >= interval);
     WindowFixture::settle(*controller);
-    QVERIFY(fixture->server().requests().size() == 1 || seconds == 1);
+    QVERIFY(_fixture->server().requests().size() == 1 || seconds == 1);
     controller->exit();
 }
 
 void LifecycleTest::refreshesAgainWhenTheTimerFires() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    fixture->prefer(QStringLiteral("newsRefreshInterval"), 1);
-    const auto controller = fixture->makeController();
-    QTRY_VERIFY(fixture->server().requests().size() >= 3);
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    _fixture->prefer(QStringLiteral("newsRefreshInterval"), 1);
+    const auto controller = _fixture->makeController();
+    QTRY_VERIFY(_fixture->server().requests().size() >= 3);
 }
 
 void LifecycleTest::owesOneRefreshForAnyNumberOfFiringsWhileOpen() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     controller->onRefreshTimerFire();
     controller->onRefreshTimerFire();
     WindowFixture::settle(*controller);
-    QCOMPARE(fixture->server().requests().size(), 1U);
+    QCOMPARE(_fixture->server().requests().size(), 1U);
     controller->window()->performClose();
-    QVERIFY(fixture->server().waitForRequests(2));
+    QVERIFY(_fixture->server().waitForRequests(2));
     WindowFixture::settle(*controller);
-    QCOMPARE(fixture->server().requests().size(), 2U);
+    QCOMPARE(_fixture->server().requests().size(), 2U);
     // The postponed refresh runs only once.
     controller->itemIndicator()->setText(QStringLiteral("before"));
     controller->showWindow();
     QTRY_VERIFY(controller->itemIndicator()->text() != QLatin1String("before"));
     controller->window()->performClose();
     WindowFixture::settle(*controller);
-    QCOMPARE(fixture->server().requests().size(), 2U);
+    QCOMPARE(_fixture->server().requests().size(), 2U);
 }
 
 void LifecycleTest::theOwedRefreshAnnouncesAndOpensNothing() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     controller->onRefreshTimerFire();
     auto items = WindowFixture::items(1);
     items[0].date = QDateTime::currentDateTimeUtc();
-    fixture->serve(items);
+    _fixture->serve(items);
     controller->window()->performClose();
-    QVERIFY(fixture->server().waitForRequests(2));
+    QVERIFY(_fixture->server().waitForRequests(2));
     WindowFixture::settle(*controller);
     QCOMPARE(controller->newsCache().sinceLastViewingCount(), 1);
     QVERIFY(!WindowFixture::isShown());
-    QCOMPARE(fixture->services.notificationCenter->deliveredNotifications().size(), 1);
+    QCOMPARE(_fixture->services.notificationCenter->deliveredNotifications().size(), 1);
 }
 
 void LifecycleTest::marksEveryItemAsViewedWhenClosing() {
     auto items = WindowFixture::items(5);
     std::swap(items[0], items[3]);  // the latest need not be the first
-    fixture->serve(items);
-    const auto controller = fixture->makeController();
+    _fixture->serve(items);
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     QVERIFY(controller->newsCache().sinceLastViewingCount() > 0);
@@ -180,19 +180,19 @@ void LifecycleTest::marksEveryItemAsViewedWhenClosing() {
 }
 
 void LifecycleTest::aWindowClosedBeforeItBecameKeyIsClosed() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    const auto controller = fixture->makeController();
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     controller->window()->performClose();
     QTest::qWait(500);  // whatever the window system still had to tell has come
     QVERIFY(!WindowFixture::isShown());
     controller->refreshCache();
-    QVERIFY(fixture->server().waitForRequests(2));
+    QVERIFY(_fixture->server().waitForRequests(2));
     WindowFixture::settle(*controller);
 }
 
 void LifecycleTest::regainingTheFocusChangesNothing() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     controller->onNextItem();
@@ -218,7 +218,7 @@ void LifecycleTest::regainingTheFocusChangesNothing() {
 }
 
 void LifecycleTest::becomesKeyOnceMoreAfterClosing() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     controller->onNextItem();
@@ -228,7 +228,7 @@ void LifecycleTest::becomesKeyOnceMoreAfterClosing() {
 }
 
 void LifecycleTest::showsAMinimisedWindowAgain() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     QTRY_VERIFY(WindowFixture::isShown());
     controller->window()->showMinimized();
@@ -243,7 +243,7 @@ void LifecycleTest::showsAMinimisedWindowAgain() {
 }
 
 void LifecycleTest::opensInTheSizeThatItWasClosedIn() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     controller->window()->performClose();
@@ -255,7 +255,7 @@ void LifecycleTest::opensInTheSizeThatItWasClosedIn() {
 }
 
 void LifecycleTest::opensMaximizedAgain() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     const auto reopen = [&controller] {
         controller->window()->performClose();
         controller->showWindow();
@@ -285,9 +285,9 @@ void LifecycleTest::aWindowDeletedBySomebodyElseIsMadeAnew_data() {
 void LifecycleTest::aWindowDeletedBySomebodyElseIsMadeAnew() {
     QFETCH(const bool, active);
     QFETCH(const bool, closed);
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    fixture->prefer(QStringLiteral("newsFilter"), 1);
-    const auto controller = fixture->makeController();
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    _fixture->prefer(QStringLiteral("newsFilter"), 1);
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     if (active)
         QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
@@ -306,24 +306,24 @@ void LifecycleTest::aWindowDeletedBySomebodyElseIsMadeAnew() {
 void LifecycleTest::deletingTheOpenWindowClosesIt() {
     auto items = WindowFixture::items(5);
     std::swap(items[0], items[3]);  // so that the first one shown leaves something new
-    fixture->serve(items);
-    const auto controller = fixture->makeController();
+    _fixture->serve(items);
+    const auto controller = _fixture->makeController();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     controller->onRefreshTimerFire();
     QVERIFY(controller->newsCache().sinceLastViewingCount() > 0);
     delete controller->window();
     QCOMPARE(controller->newsCache().sinceLastViewingCount(), 0);
-    QVERIFY(fixture->server().waitForRequests(2));
+    QVERIFY(_fixture->server().waitForRequests(2));
     WindowFixture::settle(*controller);
     // No window is open any more that would make the next refresh wait.
     controller->onRefreshTimerFire();
-    QVERIFY(fixture->server().waitForRequests(3));
+    QVERIFY(_fixture->server().waitForRequests(3));
     WindowFixture::settle(*controller);
     QVERIFY(!WindowFixture::isShown());
 }
 
 void LifecycleTest::closingDoesNotEndTheHost() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     controller->showWindow();
     QTRY_VERIFY(WindowFixture::isShown());
     // An application ends with its last window only while its main loop runs.
@@ -335,8 +335,8 @@ void LifecycleTest::closingDoesNotEndTheHost() {
 }
 
 void LifecycleTest::logsTheFailureOfEitherRefreshAndNothingOfTheCache() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    const auto controller = fixture->makeController();
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    const auto controller = _fixture->makeController();
     const auto logger = std::make_shared<RecordingLogger>();
     controller->setLogger(logger);
     controller->newsCache().setFeedBaseURL(QString());
@@ -356,7 +356,7 @@ void LifecycleTest::logsTheFailureOfEitherRefreshAndNothingOfTheCache() {
 }
 
 void LifecycleTest::staysUsableWithoutAWindowDescription() {
-    const auto controller = fixture->beginController(QStringLiteral("Absent"));
+    const auto controller = _fixture->beginController(QStringLiteral("Absent"));
     WindowFixture::settle(*controller);
     QVERIFY(!controller->window());
     controller->showWindow();

@@ -15,10 +15,10 @@ class LinksTest : public QObject {
     Q_OBJECT
 
 public:
-    Q_INVOKABLE void open(const QUrl &url) { opened.append(url); }
+    Q_INVOKABLE void open(const QUrl &url) { _opened.append(url); }
 
 private Q_SLOTS:
-    void init() { opened.clear(); }
+    void init() { _opened.clear(); }
 
     void resolvesAgainstABareHttp_data();
     void resolvesAgainstABareHttp();
@@ -28,7 +28,7 @@ private Q_SLOTS:
     void allowsEveryOtherNavigation();
 
 private:
-    QList<QUrl> opened;
+    QList<QUrl> _opened;
 };
 
 void LinksTest::resolvesAgainstABareHttp_data() {
@@ -89,7 +89,7 @@ void LinksTest::opensClickedLinksWithTheDesktopsHandlerAndStays() {
     QTRY_VERIFY(!browser->anchorAt(QPoint(20, 20)).isEmpty());
     QTest::mouseClick(browser->viewport(), Qt::LeftButton, {}, QPoint(20, 20));
     const QUrl link(QStringLiteral("pelorin-test://h/a"));
-    QCOMPARE(opened, QList<QUrl>{link});
+    QCOMPARE(_opened, QList<QUrl>{link});
     QCOMPARE(controller->webViewDecidePolicyForNavigationAction(NavigationType::LinkClicked, link),
              NavigationDecision::Ignore);
     QCOMPARE(browser->toPlainText(), QStringLiteral("here"));
@@ -134,7 +134,7 @@ void LinksTest::allowsEveryOtherNavigation() {
                      type, QUrl(QStringLiteral("pelorin-test://h/b"))),
                  NavigationDecision::Use);
     QDesktopServices::unsetUrlHandler(QStringLiteral("pelorin-test"));
-    QCOMPARE(opened, QList<QUrl>());
+    QCOMPARE(_opened, QList<QUrl>());
 }
 
 PELORIN_WIDGET_TEST_MAIN(LinksTest)

@@ -23,18 +23,18 @@ private Q_SLOTS:
 
 private:
     void reopen() {
-        controller->window()->performClose();
-        QTRY_VERIFY(!controller->window()->isVisible());
-        controller->showWindow();
-        QTRY_VERIFY(controller->window()->windowHandle()->isExposed());
+        _controller->window()->performClose();
+        QTRY_VERIFY(!_controller->window()->isVisible());
+        _controller->showWindow();
+        QTRY_VERIFY(_controller->window()->windowHandle()->isExposed());
     }
     void maximize() {
-        controller->window()->showMaximized();
-        QTRY_VERIFY(controller->window()->width() > ordinary.width());
+        _controller->window()->showMaximized();
+        QTRY_VERIFY(_controller->window()->width() > _ordinary.width());
         const auto isSettled = [this] {
-            maximized = controller->window()->geometry();
+            _maximized = _controller->window()->geometry();
             waitForAnswers();
-            return controller->window()->geometry() == maximized;
+            return _controller->window()->geometry() == _maximized;
         };
         QTRY_VERIFY(isSettled());
     }
@@ -42,47 +42,47 @@ private:
     // late reply undoes later requests.
     static void waitForAnswers() { QTest::qWait(300); }
 
-    std::unique_ptr<WindowFixture> fixture;
-    std::shared_ptr<OlvNewsWindowController> controller;
-    QRect ordinary;
-    QRect maximized;
+    std::unique_ptr<WindowFixture> _fixture;
+    std::shared_ptr<OlvNewsWindowController> _controller;
+    QRect _ordinary;
+    QRect _maximized;
 };
 
 void MaximizedTest::init() {
-    fixture = std::make_unique<WindowFixture>();
-    fixture->serve(WindowFixture::items(2));
-    controller = fixture->makeController();
-    controller->showWindow();
-    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
+    _fixture = std::make_unique<WindowFixture>();
+    _fixture->serve(WindowFixture::items(2));
+    _controller = _fixture->makeController();
+    _controller->showWindow();
+    QTRY_COMPARE(_controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
     // The first show in the process folds the options away.
-    QTRY_COMPARE(controller->optionsLabel()->text(), QStringLiteral("Show options"));
-    ordinary = QRect(200, 150, 650, 480);
+    QTRY_COMPARE(_controller->optionsLabel()->text(), QStringLiteral("Show options"));
+    _ordinary = QRect(200, 150, 650, 480);
     const auto isThere = [this] {
-        controller->window()->setGeometry(ordinary);
+        _controller->window()->setGeometry(_ordinary);
         waitForAnswers();
-        return controller->window()->geometry() == ordinary;
+        return _controller->window()->geometry() == _ordinary;
     };
     QTRY_VERIFY(isThere());
 }
 
 void MaximizedTest::cleanup() {
-    controller->exit();
-    controller.reset();
-    fixture.reset();
+    _controller->exit();
+    _controller.reset();
+    _fixture.reset();
 }
 
 void MaximizedTest::opensWhereItWas() {
     reopen();
-    QTRY_COMPARE(controller->window()->geometry(), ordinary);
+    QTRY_COMPARE(_controller->window()->geometry(), _ordinary);
 }
 
 void MaximizedTest::restoringBringsBackTheOrdinaryPlaceAfterClosing() {
     maximize();
     reopen();
     reopen();
-    QTRY_COMPARE(controller->window()->geometry(), maximized);
-    controller->window()->showNormal();
-    QTRY_COMPARE(controller->window()->geometry(), ordinary);
+    QTRY_COMPARE(_controller->window()->geometry(), _maximized);
+    _controller->window()->showNormal();
+    QTRY_COMPARE(_controller->window()->geometry(), _ordinary);
 }
 
 void MaximizedTest::restoringBringsBackTheHeightOfAFoldingCutShort_data() {
@@ -93,21 +93,21 @@ void MaximizedTest::restoringBringsBackTheHeightOfAFoldingCutShort_data() {
 
 void MaximizedTest::restoringBringsBackTheHeightOfAFoldingCutShort() {
     QFETCH(const bool, reopened);
-    const QRect unfolded = ordinary.adjusted(0, 0, 0, 38);
+    const QRect unfolded = _ordinary.adjusted(0, 0, 0, 38);
     for (const bool open : {true, false}) {
-        const int before = controller->window()->height();
-        controller->onOptionsButton();
-        QTRY_VERIFY(controller->window()->height() != before);
+        const int before = _controller->window()->height();
+        _controller->onOptionsButton();
+        QTRY_VERIFY(_controller->window()->height() != before);
         maximize();
-        QCOMPARE(controller->optionsLabel()->text(),
+        QCOMPARE(_controller->optionsLabel()->text(),
                  open ? QStringLiteral("Hide options") : QStringLiteral("Show options"));
         if (reopened)
             reopen();
-        QTRY_COMPARE(controller->window()->geometry(), maximized);
-        controller->window()->showNormal();
-        QTRY_COMPARE(controller->window()->geometry(), open ? unfolded : ordinary);
+        QTRY_COMPARE(_controller->window()->geometry(), _maximized);
+        _controller->window()->showNormal();
+        QTRY_COMPARE(_controller->window()->geometry(), open ? unfolded : _ordinary);
         waitForAnswers();
-        QCOMPARE(controller->window()->geometry(), open ? unfolded : ordinary);
+        QCOMPARE(_controller->window()->geometry(), open ? unfolded : _ordinary);
     }
 }
 

@@ -30,8 +30,8 @@ private:
     [[nodiscard]] QStringList texts() const;
     void deliver(const QString &text, const QVariantMap &userInfo);
 
-    QTemporaryDir home;
-    std::unique_ptr<DesktopNotificationCenter> center;
+    QTemporaryDir _home;
+    std::unique_ptr<DesktopNotificationCenter> _center;
 };
 
 namespace {
@@ -54,14 +54,14 @@ std::unique_ptr<OlvNewsCacheItem> item(const QString &title, const QDateTime &da
 
 void NewsAnnouncementTest::init() {
     NotificationSender sender;
-    sender.stateFolder = home.filePath(QStringLiteral("state"));
+    sender.stateFolder = _home.filePath(QStringLiteral("state"));
     sender.busAddress = QStringLiteral("unix:path=/nonexistent/bus");
-    center = std::make_unique<DesktopNotificationCenter>(sender);
+    _center = std::make_unique<DesktopNotificationCenter>(sender);
 }
 
 QStringList NewsAnnouncementTest::texts() const {
     QStringList list;
-    const auto delivered = center->deliveredNotifications();
+    const auto delivered = _center->deliveredNotifications();
     for (const UserNotification &each : delivered)
         list.append(each.informativeText);
     return list;
@@ -71,46 +71,46 @@ void NewsAnnouncementTest::deliver(const QString &text, const QVariantMap &userI
     UserNotification notification;
     notification.informativeText = text;
     notification.userInfo = userInfo;
-    center->deliverNotification(notification);
+    _center->deliverNotification(notification);
 }
 
 void NewsAnnouncementTest::announcesTheLatestItem() {
-    QVERIFY(!NewsAnnouncement::notificationDate(*center).isValid());
-    NewsAnnouncement::announce(*center, QStringLiteral("News"), *item(QStringLiteral("A"), noon));
-    const auto delivered = center->deliveredNotifications();
+    QVERIFY(!NewsAnnouncement::notificationDate(*_center).isValid());
+    NewsAnnouncement::announce(*_center, QStringLiteral("News"), *item(QStringLiteral("A"), noon));
+    const auto delivered = _center->deliveredNotifications();
     QCOMPARE(delivered.size(), 1);
     QCOMPARE(delivered[0].title, QStringLiteral("News"));
     QCOMPARE(delivered[0].informativeText, QStringLiteral("A"));
     QCOMPARE(delivered[0].soundName, UserNotification::defaultSoundName());
     QCOMPARE(delivered[0].userInfo, marked(noon));
-    QCOMPARE(NewsAnnouncement::notificationDate(*center), noon);
+    QCOMPARE(NewsAnnouncement::notificationDate(*_center), noon);
 }
 
 void NewsAnnouncementTest::leavesAnAnnouncementOfTheSameDateAlone() {
-    NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("A"), noon));
-    const auto before = center->deliveredNotifications();
-    NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("B"), noon));
-    QCOMPARE(center->deliveredNotifications(), before);
+    NewsAnnouncement::announce(*_center, QString(), *item(QStringLiteral("A"), noon));
+    const auto before = _center->deliveredNotifications();
+    NewsAnnouncement::announce(*_center, QString(), *item(QStringLiteral("B"), noon));
+    QCOMPARE(_center->deliveredNotifications(), before);
 }
 
 void NewsAnnouncementTest::leavesALaterAnnouncementAlone() {
-    NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("A"), noon));
-    NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("B"), noon.addSecs(-1)));
+    NewsAnnouncement::announce(*_center, QString(), *item(QStringLiteral("A"), noon));
+    NewsAnnouncement::announce(*_center, QString(), *item(QStringLiteral("B"), noon.addSecs(-1)));
     QCOMPARE(texts(), QStringList{QStringLiteral("A")});
 }
 
 void NewsAnnouncementTest::replacesAnEarlierAnnouncement() {
-    NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("A"), noon));
-    NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("B"), noon.addSecs(1)));
+    NewsAnnouncement::announce(*_center, QString(), *item(QStringLiteral("A"), noon));
+    NewsAnnouncement::announce(*_center, QString(), *item(QStringLiteral("B"), noon.addSecs(1)));
     QCOMPARE(texts(), QStringList{QStringLiteral("B")});
-    QCOMPARE(NewsAnnouncement::notificationDate(*center), noon.addSecs(1));
+    QCOMPARE(NewsAnnouncement::notificationDate(*_center), noon.addSecs(1));
 }
 
 void NewsAnnouncementTest::tellsDatesApartByTheMillisecond() {
-    NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("A"), noon));
-    NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("B"), noon.addMSecs(1)));
+    NewsAnnouncement::announce(*_center, QString(), *item(QStringLiteral("A"), noon));
+    NewsAnnouncement::announce(*_center, QString(), *item(QStringLiteral("B"), noon.addMSecs(1)));
     QCOMPARE(texts(), QStringList{QStringLiteral("B")});
-    QCOMPARE(NewsAnnouncement::notificationDate(*center), noon.addMSecs(1));
+    QCOMPARE(NewsAnnouncement::notificationDate(*_center), noon.addMSecs(1));
 }
 
 void NewsAnnouncementTest::takesTheLatestDateOfSeveral_data() {
@@ -126,14 +126,14 @@ void NewsAnnouncementTest::takesTheLatestDateOfSeveral() {
     QFETCH(int, second);
     deliver(QStringLiteral("1"), marked(noon.addSecs(first)));
     deliver(QStringLiteral("2"), marked(noon.addSecs(second)));
-    QCOMPARE(NewsAnnouncement::notificationDate(*center), noon.addSecs(2));
+    QCOMPARE(NewsAnnouncement::notificationDate(*_center), noon.addSecs(2));
 }
 
 void NewsAnnouncementTest::withdrawsAllOfItsOwn() {
     deliver(QStringLiteral("1"), marked(noon));
     deliver(QStringLiteral("host"), {});
     deliver(QStringLiteral("2"), marked(noon.addSecs(1)));
-    NewsAnnouncement::removeNotification(*center);
+    NewsAnnouncement::removeNotification(*_center);
     QCOMPARE(texts(), QStringList{QStringLiteral("host")});
 }
 
@@ -158,25 +158,25 @@ void NewsAnnouncementTest::neverTouchesTheHostsNotifications_data() {
 void NewsAnnouncementTest::neverTouchesTheHostsNotifications() {
     QFETCH(QVariantMap, userInfo);
     deliver(QStringLiteral("host"), userInfo);
-    QVERIFY(!NewsAnnouncement::notificationDate(*center).isValid());
-    NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("A"), noon));
-    NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("B"), noon.addSecs(1)));
-    NewsAnnouncement::removeNotification(*center);
+    QVERIFY(!NewsAnnouncement::notificationDate(*_center).isValid());
+    NewsAnnouncement::announce(*_center, QString(), *item(QStringLiteral("A"), noon));
+    NewsAnnouncement::announce(*_center, QString(), *item(QStringLiteral("B"), noon.addSecs(1)));
+    NewsAnnouncement::removeNotification(*_center);
     QCOMPARE(texts(), QStringList{QStringLiteral("host")});
 }
 
 void NewsAnnouncementTest::passesOverItsOwnWithoutADate() {
     deliver(QStringLiteral("odd"), {{QStringLiteral("originatorName"), mark}});
-    QVERIFY(!NewsAnnouncement::notificationDate(*center).isValid());
+    QVERIFY(!NewsAnnouncement::notificationDate(*_center).isValid());
     deliver(QStringLiteral("dated"), marked(noon));
-    QCOMPARE(NewsAnnouncement::notificationDate(*center), noon);
-    NewsAnnouncement::removeNotification(*center);
-    QVERIFY(center->deliveredNotifications().isEmpty());
+    QCOMPARE(NewsAnnouncement::notificationDate(*_center), noon);
+    NewsAnnouncement::removeNotification(*_center);
+    QVERIFY(_center->deliveredNotifications().isEmpty());
 }
 
 void NewsAnnouncementTest::announcesNothingWithoutADate() {
-    NewsAnnouncement::announce(*center, QString(), *item(QStringLiteral("A"), QDateTime()));
-    QVERIFY(center->deliveredNotifications().isEmpty());
+    NewsAnnouncement::announce(*_center, QString(), *item(QStringLiteral("A"), QDateTime()));
+    QVERIFY(_center->deliveredNotifications().isEmpty());
 }
 
 }  // namespace pelorinnews::test

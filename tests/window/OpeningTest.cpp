@@ -15,10 +15,10 @@ class OpeningTest : public QObject {
 
 private Q_SLOTS:
     void init() {
-        fixture = std::make_unique<WindowFixture>();
-        fixture->serve(WindowFixture::items(5));
+        _fixture = std::make_unique<WindowFixture>();
+        _fixture->serve(WindowFixture::items(5));
     }
-    void cleanup() { fixture.reset(); }
+    void cleanup() { _fixture.reset(); }
 
     void opensWhenThereAreNewItemsInTheUsersLanguage();
     void staysClosedWhenTheFeedIsInAnotherLanguage();
@@ -35,40 +35,40 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] QString path() const {
-        return fixture->feedFile(QStringLiteral("standard.en-US.xml"));
+        return _fixture->feedFile(QStringLiteral("standard.en-US.xml"));
     }
     [[nodiscard]] QByteArray feed() const {
         QFile file(path());
         return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
     }
 
-    std::unique_ptr<WindowFixture> fixture;
+    std::unique_ptr<WindowFixture> _fixture;
 };
 
 void OpeningTest::opensWhenThereAreNewItemsInTheUsersLanguage() {
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     QTRY_VERIFY(WindowFixture::isShown());
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
 }
 
 void OpeningTest::staysClosedWhenTheFeedIsInAnotherLanguage() {
-    fixture->serve(WindowFixture::items(3), QStringLiteral("de"));
-    const auto controller = fixture->makeController();
+    _fixture->serve(WindowFixture::items(3), QStringLiteral("de"));
+    const auto controller = _fixture->makeController();
     QCOMPARE(controller->newsCache().unfilteredCount(), 3U);
     QVERIFY(!WindowFixture::isShown());
 }
 
 void OpeningTest::aLanguageInOtherLettersIsAnotherLanguage() {
-    fixture->serve(WindowFixture::items(3), QStringLiteral("EN"));
-    const auto controller = fixture->makeController();
+    _fixture->serve(WindowFixture::items(3), QStringLiteral("EN"));
+    const auto controller = _fixture->makeController();
     QCOMPARE(controller->newsCache().retrievedLocale(), QStringLiteral("EN"));
     QCOMPARE(controller->newsCache().sinceLastViewingCount(), 3);
     QVERIFY(!WindowFixture::isShown());
 }
 
 void OpeningTest::staysClosedWithoutAFeedLanguage() {
-    fixture->serve(WindowFixture::items(3), QString());
-    const auto controller = fixture->makeController();
+    _fixture->serve(WindowFixture::items(3), QString());
+    const auto controller = _fixture->makeController();
     QCOMPARE(controller->newsCache().unfilteredCount(), 3U);
     QVERIFY(!WindowFixture::isShown());
 }
@@ -78,52 +78,52 @@ void OpeningTest::aFeedThatTellsNoLanguageIsNone() {
     QFile file(path());
     QVERIFY(file.open(QFile::WriteOnly) && file.write(silent) == silent.size());
     file.close();
-    const auto controller = fixture->makeController();
+    const auto controller = _fixture->makeController();
     QVERIFY(controller->newsCache().retrievedLocale().isNull());
     QCOMPARE(controller->newsCache().unfilteredCount(), 0U);
     QVERIFY(!WindowFixture::isShown());
 }
 
 void OpeningTest::staysClosedWithoutAConfiguredLanguage() {
-    fixture->prefer(QStringLiteral("newsFeedLocale"), QString(QLatin1String("")));
-    QFile::copy(fixture->feedFile(QStringLiteral("standard.en.xml")),
-                fixture->feedFile(QStringLiteral("standard..xml")));
-    const auto controller = fixture->makeController();
+    _fixture->prefer(QStringLiteral("newsFeedLocale"), QString(QLatin1String("")));
+    QFile::copy(_fixture->feedFile(QStringLiteral("standard.en.xml")),
+                _fixture->feedFile(QStringLiteral("standard..xml")));
+    const auto controller = _fixture->makeController();
     QCOMPARE(controller->newsCache().unfilteredCount(), 5U);
     QCOMPARE(controller->newsCache().retrievedLocale(), QStringLiteral("en"));
     QVERIFY(!WindowFixture::isShown());
 }
 
 void OpeningTest::staysClosedWhenNothingIsNew() {
-    fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
-    const auto controller = fixture->makeController();
+    _fixture->prefer(QStringLiteral("newsLastViewing"), QDateTime::currentDateTimeUtc());
+    const auto controller = _fixture->makeController();
     QCOMPARE(controller->newsCache().unfilteredCount(), 5U);
     QVERIFY(!WindowFixture::isShown());
 }
 
 void OpeningTest::opensWithItemsFromTheLocalFileWhenTheServiceFails() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    fixture->makeController()->exit();
-    fixture->prefer(QStringLiteral("newsShowOnStart"), true);
-    fixture->prefer(QStringLiteral("newsLastViewing"), QVariant());
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    _fixture->makeController()->exit();
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), true);
+    _fixture->prefer(QStringLiteral("newsLastViewing"), QVariant());
     FeedReply broken;
     broken.status = 500;
-    fixture->server().setReply(broken);
-    const auto controller = fixture->makeController();
+    _fixture->server().setReply(broken);
+    const auto controller = _fixture->makeController();
     QTRY_VERIFY(WindowFixture::isShown());
 }
 
 void OpeningTest::neverOpensByItselfWithShowOnStartOff() {
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    const auto controller = fixture->makeController();
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    const auto controller = _fixture->makeController();
     QCOMPARE(controller->newsCache().count(), 5U);
     QVERIFY(!WindowFixture::isShown());
 }
 
 void OpeningTest::newsAppearInAWindowThatWasOpenedBeforeTheyCame() {
     HeldFeed service;
-    fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
-    const auto controller = fixture->beginController();
+    _fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
+    const auto controller = _fixture->beginController();
     controller->showWindow();
     QTRY_COMPARE(controller->webView()->outerHTML(),
                  WindowFixture::localized("StatusRetrievingContent"));
@@ -140,10 +140,10 @@ void OpeningTest::newsAppearInAWindowThatWasOpenedBeforeTheyCame() {
 
 void OpeningTest::newsOfABackgroundRefreshAppearAtTheNextOpening() {
     HeldFeed service;
-    fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    fixture->prefer(QStringLiteral("newsFilter"), 1);
-    const auto controller = fixture->beginController();
+    _fixture->prefer(QStringLiteral("newsFeedBaseURL"), service.address());
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    _fixture->prefer(QStringLiteral("newsFilter"), 1);
+    const auto controller = _fixture->beginController();
     controller->showWindow();
     const QString status = WindowFixture::localized("StatusRetrievingContent");
     QTRY_COMPARE(controller->webView()->outerHTML(), status);
@@ -164,15 +164,15 @@ void OpeningTest::newsOfABackgroundRefreshAppearAtTheNextOpening() {
 void OpeningTest::newsThatCameStartAgainAtTheFirstItem() {
     auto items = WindowFixture::items(5);
     std::swap(items[0], items[4]);  // so that the first one shown leaves something new
-    fixture->prefer(QStringLiteral("newsFilter"), 1);
-    fixture->serve(items);
-    const auto controller = fixture->makeController();
+    _fixture->prefer(QStringLiteral("newsFilter"), 1);
+    _fixture->serve(items);
+    const auto controller = _fixture->makeController();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     controller->onNextItem();
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("2 / 5"));
     controller->refreshCacheShowingWindow();
     WindowFixture::settle(*controller);
-    QCOMPARE(fixture->server().requests().size(), 2U);
+    QCOMPARE(_fixture->server().requests().size(), 2U);
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
 }
 

@@ -88,7 +88,7 @@ private:
     // The window manager replies to every request; all its replies have arrived by then.
     static void waitForAnswers() { QTest::qWait(300); }
 
-    std::unique_ptr<WindowFixture> fixture;
+    std::unique_ptr<WindowFixture> _fixture;
 };
 
 void PlacementTest::initTestCase() {
@@ -100,13 +100,13 @@ void PlacementTest::initTestCase() {
 }
 
 void PlacementTest::init() {
-    fixture = std::make_unique<WindowFixture>();
+    _fixture = std::make_unique<WindowFixture>();
     if (!qEnvironmentVariableIsSet(caseVariable))
         QCOMPARE(screens(), QList<QRect>{whole});
 }
 
 void PlacementTest::cleanup() {
-    fixture.reset();
+    _fixture.reset();
     if (qEnvironmentVariableIsSet(caseVariable))
         return;
     if (screens().contains(left)) {
@@ -118,7 +118,7 @@ void PlacementTest::cleanup() {
 }
 
 std::shared_ptr<OlvNewsWindowController> PlacementTest::opened() {
-    auto controller = fixture->shown(WindowFixture::items(2));
+    auto controller = _fixture->shown(WindowFixture::items(2));
     const QWidget *area = controller->window()->findChild<QWidget *>(QStringLiteral("optionsArea"));
     if (!QTest::qWaitFor([area] { return area->isHidden(); }, testPatience))
         qFatal("the options are not folded");
@@ -318,8 +318,8 @@ void PlacementTest::theFirstShowingEndsOnTheScreen() {
     QApplication::setFont(enlarged);
     // Show all news: users with German dates cannot read English dates, so nothing counts as unread
     // for them.
-    fixture->prefer(QStringLiteral("newsFilter"), 1);
-    const auto controller = fixture->unshown(WindowFixture::items(2));
+    _fixture->prefer(QStringLiteral("newsFilter"), 1);
+    const auto controller = _fixture->unshown(WindowFixture::items(2));
     OlvNewsWindow *window = controller->window();
     QVERIFY(window);
     if (place.x() >= 0) {

@@ -68,18 +68,18 @@ private:
         tell({QStringLiteral("[title=\"^Pelorin News$\"]"), QLatin1String(command)});
     }
     [[nodiscard]] bool isFolded() const {
-        return area->isHidden() &&
-               controller->optionsLabel()->text() == QLatin1String("Show options");
+        return _area->isHidden() &&
+               _controller->optionsLabel()->text() == QLatin1String("Show options");
     }
     [[nodiscard]] bool isOpen() const {
-        return area->isVisible() &&
-               controller->optionsLabel()->text() == QLatin1String("Hide options");
+        return _area->isVisible() &&
+               _controller->optionsLabel()->text() == QLatin1String("Hide options");
     }
     /// Whether window and desktop agree about the window's size, and all options are inside it.
     [[nodiscard]] bool isInSight() const {
-        const QWidget *window = controller->window();
+        const QWidget *window = _controller->window();
         const int bottom =
-            area->isHidden() ? controls->geometry().bottom() + 1 : area->geometry().bottom() + 1;
+            _area->isHidden() ? _controls->geometry().bottom() + 1 : _area->geometry().bottom() + 1;
         return window->size() == tile() && bottom == window->height();
     }
 
@@ -90,67 +90,67 @@ private:
         order("resize set 560 px 460 px");
     }
     /// Whether the window floats, and its size has settled.
-    [[nodiscard]] bool isFloating() const { return tile() != thirdOfTheScreen && isInSight(); }
+    [[nodiscard]] bool isFloating() const { return tile() != _thirdOfTheScreen && isInSight(); }
 
-    const QSize thirdOfTheScreen{480, 900};
-    std::unique_ptr<WindowFixture> fixture;
-    std::shared_ptr<OlvNewsWindowController> controller;
-    std::array<QWidget, 2> others;
-    QWidget *area = nullptr;
-    QWidget *controls = nullptr;
+    const QSize _thirdOfTheScreen{480, 900};
+    std::unique_ptr<WindowFixture> _fixture;
+    std::shared_ptr<OlvNewsWindowController> _controller;
+    std::array<QWidget, 2> _others;
+    QWidget *_area = nullptr;
+    QWidget *_controls = nullptr;
 };
 
 void TiledTest::init() {
-    fixture = std::make_unique<WindowFixture>();
-    for (QWidget &other : others)
+    _fixture = std::make_unique<WindowFixture>();
+    for (QWidget &other : _others)
         other.show();
-    controller = fixture->unshown(WindowFixture::items(2));
-    QWidget *window = controller->window();
+    _controller = _fixture->unshown(WindowFixture::items(2));
+    QWidget *window = _controller->window();
     QVERIFY(window);
-    area = window->findChild<QWidget *>(QStringLiteral("optionsArea"));
-    controls = window->findChild<QWidget *>(QStringLiteral("controls"));
-    QVERIFY(area && controls);
-    controller->showWindow();
-    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
+    _area = window->findChild<QWidget *>(QStringLiteral("optionsArea"));
+    _controls = window->findChild<QWidget *>(QStringLiteral("controls"));
+    QVERIFY(_area && _controls);
+    _controller->showWindow();
+    QTRY_COMPARE(_controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
     // Beside the other windows, and narrower than a first show would make it.
-    QTRY_COMPARE(tile(), thirdOfTheScreen);
+    QTRY_COMPARE(tile(), _thirdOfTheScreen);
     QTRY_VERIFY(isFolded());
     QTRY_VERIFY(isInSight());
 }
 
 void TiledTest::cleanup() {
     if (isOpen()) {
-        controller->onOptionsButton();
+        _controller->onOptionsButton();
         QTRY_VERIFY(isFolded());
     }
-    controller->exit();
-    controller.reset();
-    for (QWidget &other : others)
+    _controller->exit();
+    _controller.reset();
+    for (QWidget &other : _others)
         other.close();
-    fixture.reset();
+    _fixture.reset();
 }
 
 void TiledTest::theContentGivesTheRoomAndGetsItBack() {
     // The first show requests another place and size.
-    const QWidget *window = controller->window();
+    const QWidget *window = _controller->window();
     QCOMPARE(window->geometry(), window->windowHandle()->geometry());
-    const int page = controller->webView()->height();
+    const int page = _controller->webView()->height();
     for (int round = 0; round < 2; ++round) {
-        controller->onOptionsButton();
+        _controller->onOptionsButton();
         QTRY_VERIFY(isOpen());
         QTRY_VERIFY(isInSight());
-        QCOMPARE(tile(), thirdOfTheScreen);
-        QTRY_COMPARE(controller->webView()->height(), page - 38);
-        for (const QWidget *menu : {static_cast<QWidget *>(controller->displayContentType()),
-                                    static_cast<QWidget *>(controller->displayContentFrom())})
-            QVERIFY(controller->window()->rect().contains(
-                QRect(menu->mapTo(controller->window(), QPoint()), menu->size())));
+        QCOMPARE(tile(), _thirdOfTheScreen);
+        QTRY_COMPARE(_controller->webView()->height(), page - 38);
+        for (const QWidget *menu : {static_cast<QWidget *>(_controller->displayContentType()),
+                                    static_cast<QWidget *>(_controller->displayContentFrom())})
+            QVERIFY(_controller->window()->rect().contains(
+                QRect(menu->mapTo(_controller->window(), QPoint()), menu->size())));
 
-        controller->onOptionsButton();
+        _controller->onOptionsButton();
         QTRY_VERIFY(isFolded());
         QTRY_VERIFY(isInSight());
-        QCOMPARE(tile(), thirdOfTheScreen);
-        QTRY_COMPARE(controller->webView()->height(), page);
+        QCOMPARE(tile(), _thirdOfTheScreen);
+        QTRY_COMPARE(_controller->webView()->height(), page);
     }
 }
 
@@ -161,52 +161,52 @@ void TiledTest::theContentGivesTheRoomInATileLowerThanTheWindowMayBe() {
     order("resize set height 240 px");
     QTRY_COMPARE(tile(), QSize(1440, 240));
     QTRY_VERIFY(isInSight());
-    const int page = controller->webView()->height();
-    controller->onOptionsButton();
+    const int page = _controller->webView()->height();
+    _controller->onOptionsButton();
     QTRY_VERIFY(isOpen());
     QTRY_VERIFY(isInSight());
     QCOMPARE(tile(), QSize(1440, 240));
-    QTRY_COMPARE(controller->webView()->height(), page - 38);
-    controller->onOptionsButton();
+    QTRY_COMPARE(_controller->webView()->height(), page - 38);
+    _controller->onOptionsButton();
     QTRY_VERIFY(isFolded());
     QTRY_VERIFY(isInSight());
-    QTRY_COMPARE(controller->webView()->height(), page);
+    QTRY_COMPARE(_controller->webView()->height(), page);
 }
 
 void TiledTest::aWindowTiledWhileItsOptionsAreOpenKeepsItsTile() {
-    const int page = controller->webView()->height();
+    const int page = _controller->webView()->height();
     makeFloating();
     QTRY_VERIFY(isFloating());
     const QSize folded = tile();
-    controller->onOptionsButton();
+    _controller->onOptionsButton();
     QTRY_VERIFY(isOpen());
     QTRY_COMPARE(tile(), folded + QSize(0, 38));
     order("floating disable");
-    QTRY_COMPARE(tile(), thirdOfTheScreen);
+    QTRY_COMPARE(tile(), _thirdOfTheScreen);
     QTRY_VERIFY(isInSight());
-    controller->onOptionsButton();
+    _controller->onOptionsButton();
     QTRY_VERIFY(isFolded());
     QTRY_VERIFY(isInSight());
-    QCOMPARE(tile(), thirdOfTheScreen);
-    QTRY_COMPARE(controller->webView()->height(), page);
+    QCOMPARE(tile(), _thirdOfTheScreen);
+    QTRY_COMPARE(_controller->webView()->height(), page);
 }
 
 void TiledTest::aFloatingWindowGrows() {
     makeFloating();
     QTRY_VERIFY(isFloating());
     const QSize folded = tile();
-    const int page = controller->webView()->height();
+    const int page = _controller->webView()->height();
     for (int round = 0; round < 2; ++round) {
-        controller->onOptionsButton();
+        _controller->onOptionsButton();
         QTRY_VERIFY(isOpen());
         QTRY_COMPARE(tile(), folded + QSize(0, 38));
         QTRY_VERIFY(isInSight());
-        QTRY_COMPARE(controller->webView()->height(), page);
-        controller->onOptionsButton();
+        QTRY_COMPARE(_controller->webView()->height(), page);
+        _controller->onOptionsButton();
         QTRY_VERIFY(isFolded());
         QTRY_COMPARE(tile(), folded);
         QTRY_VERIFY(isInSight());
-        QTRY_COMPARE(controller->webView()->height(), page);
+        QTRY_COMPARE(_controller->webView()->height(), page);
     }
 }
 

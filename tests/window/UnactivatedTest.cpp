@@ -51,54 +51,54 @@ private Q_SLOTS:
     void isNotOpenedWhenItWentFromTheScreenAtOnce();
 
 private:
-    [[nodiscard]] QString position() const { return controller->itemIndicator()->text(); }
+    [[nodiscard]] QString position() const { return _controller->itemIndicator()->text(); }
 
-    std::unique_ptr<WindowFixture> fixture;
-    std::shared_ptr<OlvNewsWindowController> controller;
+    std::unique_ptr<WindowFixture> _fixture;
+    std::shared_ptr<OlvNewsWindowController> _controller;
 };
 
 void UnactivatedTest::init() {
-    fixture = std::make_unique<WindowFixture>();
-    fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    fixture->prefer(QStringLiteral("newsFilter"), 1);
-    fixture->serve(WindowFixture::items(3));
-    controller = fixture->makeController();
+    _fixture = std::make_unique<WindowFixture>();
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    _fixture->prefer(QStringLiteral("newsFilter"), 1);
+    _fixture->serve(WindowFixture::items(3));
+    _controller = _fixture->makeController();
     // A window manager does not give the focus to a window with this flag, just as it withholds it
     // from a window that would steal it.
-    controller->window()->setWindowFlag(Qt::WindowDoesNotAcceptFocus);
+    _controller->window()->setWindowFlag(Qt::WindowDoesNotAcceptFocus);
 }
 
 void UnactivatedTest::cleanup() {
     // Everything in the test happened without the focus.
     QVERIFY(!QGuiApplication::focusWindow());
-    controller.reset();
-    fixture.reset();
+    _controller.reset();
+    _fixture.reset();
 }
 
 void UnactivatedTest::isOpenedOnceItIsOnTheScreen() {
-    QCOMPARE(fixture->services.notificationCenter->deliveredNotifications().size(), 1);
-    controller->showWindow();
+    QCOMPARE(_fixture->services.notificationCenter->deliveredNotifications().size(), 1);
+    _controller->showWindow();
     QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
-    QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
-    QVERIFY(!controller->window()->isActiveWindow());
-    QVERIFY(fixture->services.notificationCenter->deliveredNotifications().isEmpty());
+    QTRY_COMPARE(_controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
+    QVERIFY(!_controller->window()->isActiveWindow());
+    QVERIFY(_fixture->services.notificationCenter->deliveredNotifications().isEmpty());
     // It counts as open in every respect: a refresh waits until it closes.
-    controller->refreshCache();
-    WindowFixture::settle(*controller);
-    QCOMPARE(fixture->server().requests().size(), 1U);
-    controller->window()->performClose();
-    QVERIFY(fixture->server().waitForRequests(2));
+    _controller->refreshCache();
+    WindowFixture::settle(*_controller);
+    QCOMPARE(_fixture->server().requests().size(), 1U);
+    _controller->window()->performClose();
+    QVERIFY(_fixture->server().waitForRequests(2));
 }
 
 void UnactivatedTest::isOpenedOnceForEachShowing() {
-    controller->showWindow();
+    _controller->showWindow();
     QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
-    controller->onNextItem();
-    Exposures exposures(*controller->window()->windowHandle());
+    _controller->onNextItem();
+    Exposures exposures(*_controller->window()->windowHandle());
     // Covered and uncovered again.
     {
         QWidget other;
-        other.setGeometry(controller->window()->geometry());
+        other.setGeometry(_controller->window()->geometry());
         other.show();
         other.raise();
         QVERIFY(QTest::qWaitForWindowExposed(&other));
@@ -106,33 +106,33 @@ void UnactivatedTest::isOpenedOnceForEachShowing() {
     QTRY_VERIFY(exposures.count > 0);
     QTest::qWait(longEnough);
     QCOMPARE(position(), QStringLiteral("2 / 3"));
-    controller->window()->performClose();
-    controller->showWindow();
+    _controller->window()->performClose();
+    _controller->showWindow();
     QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
 }
 
 void UnactivatedTest::isNotOpenedBeforeItIsOnTheScreen() {
-    controller->window()->showMinimized();
-    QVERIFY(controller->window()->isVisible());
+    _controller->window()->showMinimized();
+    QVERIFY(_controller->window()->isVisible());
     QTest::qWait(longEnough);
-    QVERIFY(!controller->window()->windowHandle()->isExposed());
+    QVERIFY(!_controller->window()->windowHandle()->isExposed());
     QCOMPARE(position(), QString());
-    controller->showWindow();
+    _controller->showWindow();
     QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
 }
 
 void UnactivatedTest::isNotOpenedWhenItWentFromTheScreenAtOnce() {
-    QVERIFY(controller->window()->winId());
-    Exposures exposures(*controller->window()->windowHandle());
-    const auto hiding = connect(&exposures, &Exposures::exposed, controller->window(),
+    QVERIFY(_controller->window()->winId());
+    Exposures exposures(*_controller->window()->windowHandle());
+    const auto hiding = connect(&exposures, &Exposures::exposed, _controller->window(),
                                 &QWidget::hide, Qt::QueuedConnection);
-    controller->showWindow();
+    _controller->showWindow();
     QTRY_VERIFY(exposures.count > 0);
-    QTRY_VERIFY(!controller->window()->isVisible());
+    QTRY_VERIFY(!_controller->window()->isVisible());
     disconnect(hiding);
     QTest::qWait(longEnough);
     QCOMPARE(position(), QString());
-    controller->showWindow();
+    _controller->showWindow();
     QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
 }
 

@@ -41,11 +41,11 @@ std::string_view meant(const Names &names, std::string_view name) {
 
 }  // namespace
 
-FeedInspector::FeedInspector(QStringView text) : reader(*this) {
+FeedInspector::FeedInspector(QStringView text) : _reader(*this) {
     checkDeclaration(text);
-    reader.read(text);
-    if (item)
-        note(item->line, QStringLiteral("this <item> is never closed: it is lost"));
+    _reader.read(text);
+    if (_item)
+        note(_item->line, QStringLiteral("this <item> is never closed: it is lost"));
 }
 
 void FeedInspector::checkDeclaration(QStringView text) {
@@ -61,65 +61,65 @@ void FeedInspector::checkDeclaration(QStringView text) {
 }
 
 void FeedInspector::parserDidStartElement(std::string_view name) {
-    ++depth;
+    ++_depth;
     if (name == "item") {
-        if (item)
-            note(item->line, QStringLiteral("this <item> is still open when the next begins in "
-                                            "line %1: it is lost")
-                                 .arg(reader.lineNumber()));
-        item = InspectedItem{reader.lineNumber(), {}, {}};
-        if (closed.size() == OlvNewsParser::mostItems) {
-            item.reset();
-            reader.refuse(OlvNewsParser::tooManyItems());
+        if (_item)
+            note(_item->line, QStringLiteral("this <item> is still open when the next begins in "
+                                             "line %1: it is lost")
+                                  .arg(_reader.lineNumber()));
+        _item = InspectedItem{_reader.lineNumber(), {}, {}};
+        if (_closed.size() == OlvNewsParser::mostItems) {
+            _item.reset();
+            _reader.refuse(OlvNewsParser::tooManyItems());
         }
         return;
     }
-    const bool wanted = name == "language" || (item && contains(inItem, name));
-    if (element)
+    const bool wanted = name == "language" || (_item && contains(inItem, name));
+    if (_element)
         noteMarkup(name);
     if (!wanted) {
         noteMisspelling(name);
         return;
     }
     noteRepetition(name);
-    element = Element{std::string(name), depth, false};
-    gathered.clear();
+    _element = Element{std::string(name), _depth, false};
+    _gathered.clear();
 }
 
 void FeedInspector::parserFoundCharacters(std::string_view text) {
-    if (element)
-        gathered += text;
+    if (_element)
+        _gathered += text;
 }
 
 void FeedInspector::parserFoundCDATA(QByteArrayView bytes) {
-    if (!element)
+    if (!_element)
         return;
-    const QString lost = fromUtf8(gathered);
+    const QString lost = fromUtf8(_gathered);
     if (!lost.trimmed().isEmpty())
         note(QStringLiteral("text before a CDATA section of %1 is lost: \"%2\"")
-                 .arg(tag(element->name), forOneLine(lost)));
-    gathered.assign(bytes.data(), static_cast<std::size_t>(bytes.size()));
+                 .arg(tag(_element->name), forOneLine(lost)));
+    _gathered.assign(bytes.data(), static_cast<std::size_t>(bytes.size()));
 }
 
 void FeedInspector::parserDidEndElement(std::string_view name) {
-    const bool ofElement = element && element->depth == depth;
-    --depth;
-    if (name == "item" && item) {
-        closed.push_back(std::move(*item));
-        item.reset();
+    const bool ofElement = _element && _element->depth == _depth;
+    --_depth;
+    if (name == "item" && _item) {
+        _closed.push_back(std::move(*_item));
+        _item.reset();
     }
     if (!ofElement)
         return;
-    if (item && name == "pubDate")
-        item->dateText = fromUtf8(gathered);
-    element.reset();
+    if (_item && name == "pubDate")
+        _item->dateText = fromUtf8(_gathered);
+    _element.reset();
 }
 
 void FeedInspector::parserParseErrorOccurred(const Error &error) {
     const QString reason = error.userInfo.value(Error::localizedDescriptionKey()).toString();
     note(std::max<qint64>(1, error.userInfo.value(XmlReader::lineNumberKey()).toLongLong()),
          QStringLiteral("the document breaks off here, and what follows is lost: %1").arg(reason));
-    found.back().breaksOff = true;
+    _found.back().breaksOff = true;
 }
 
 void FeedInspector::parserValidationErrorOccurred(const Error &error) {
@@ -127,27 +127,27 @@ void FeedInspector::parserValidationErrorOccurred(const Error &error) {
 }
 
 void FeedInspector::noteMarkup(std::string_view name) {
-    if (element->markupFound)
+    if (_element->markupFound)
         return;
-    element->markupFound = true;
+    _element->markupFound = true;
     note(QStringLiteral("%1 inside %2 is taken for an element of the feed and gets lost: put the "
                         "text into a CDATA section")
-             .arg(tag(name), tag(element->name)));
+             .arg(tag(name), tag(_element->name)));
 }
 
 void FeedInspector::noteRepetition(std::string_view name) {
-    const qint64 line = reader.lineNumber();
+    const qint64 line = _reader.lineNumber();
     const QString text = QStringLiteral("another %1 replaces the one in line %2").arg(tag(name));
     if (name == "language") {
-        if (lastLanguage > 0)
-            note(line, text.arg(lastLanguage));
-        if (item)
+        if (_lastLanguage > 0)
+            note(line, text.arg(_lastLanguage));
+        if (_item)
             note(line,
                  QStringLiteral("a <language> inside an item changes that of the whole feed"));
-        lastLanguage = line;
+        _lastLanguage = line;
         return;
     }
-    const auto [earlier, isFirst] = item->elements.try_emplace(std::string(name), line);
+    const auto [earlier, isFirst] = _item->elements.try_emplace(std::string(name), line);
     if (isFirst)
         return;
     note(line, text.arg(earlier->second));
@@ -156,7 +156,7 @@ void FeedInspector::noteRepetition(std::string_view name) {
 
 void FeedInspector::noteMisspelling(std::string_view name) {
     const std::string_view known = meant(anywhere, name);
-    const std::string_view inThisItem = item ? meant(inItem, name) : std::string_view();
+    const std::string_view inThisItem = _item ? meant(inItem, name) : std::string_view();
     const std::string_view right = known.empty() ? inThisItem : known;
     if (!right.empty())
         note(QStringLiteral("%1 is ignored: the panel knows only %2").arg(tag(name), tag(right)));

@@ -40,13 +40,13 @@ public:
     ~FeedInspector() override = default;
 
     /// In the order found.
-    [[nodiscard]] const std::vector<Finding> &findings() const { return found; }
+    [[nodiscard]] const std::vector<Finding> &findings() const { return _found; }
 
     /// The items that have an end tag, in the same number and order as the parser's items.
-    [[nodiscard]] const std::vector<InspectedItem> &items() const { return closed; }
+    [[nodiscard]] const std::vector<InspectedItem> &items() const { return _closed; }
 
     /// The line of the language that counts (the last one); 0 if there is none.
-    [[nodiscard]] qint64 languageLine() const { return lastLanguage; }
+    [[nodiscard]] qint64 languageLine() const { return _lastLanguage; }
 
     void parserDidStartElement(std::string_view name) override;
     void parserFoundCharacters(std::string_view text) override;
@@ -63,21 +63,21 @@ private:
         bool markupFound = false;
     };
 
-    void note(const QString &text) { note(reader.lineNumber(), text); }
-    void note(qint64 line, const QString &text) { found.push_back({line, text}); }
+    void note(const QString &text) { note(_reader.lineNumber(), text); }
+    void note(qint64 line, const QString &text) { _found.push_back({line, text}); }
     void checkDeclaration(QStringView text);
     void noteMarkup(std::string_view name);
     void noteRepetition(std::string_view name);
     void noteMisspelling(std::string_view name);
 
-    XmlReader reader;
-    std::vector<Finding> found;
-    std::vector<InspectedItem> closed;
-    std::optional<InspectedItem> item;
-    std::optional<Element> element;
-    std::string gathered;
-    qint64 lastLanguage = 0;
-    int depth = 0;
+    XmlReader _reader;
+    std::vector<Finding> _found;
+    std::vector<InspectedItem> _closed;
+    std::optional<InspectedItem> _item;
+    std::optional<Element> _element;
+    std::string _gathered;
+    qint64 _lastLanguage = 0;
+    int _depth = 0;
 };
 
 /// `text` made safe for one line of a terminal, at most `longest` UTF-16 units.

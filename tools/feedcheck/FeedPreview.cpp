@@ -46,7 +46,7 @@ FeedPreview::FeedPreview(const std::optional<QVariantMap> &feed) {
     if (!cache->take(feed))
         return;
     for (quint64 index = 0; index < cache->unfilteredCount(); ++index)
-        all.push_back(cache->OlvNewsCache::itemAtIndex(index));
+        _all.push_back(cache->OlvNewsCache::itemAtIndex(index));
 
     for (const Type type : {AllTypes, CriticalOnly}) {
         cache->setCategoriesOfInterest(categoriesOf(type));
@@ -55,7 +55,7 @@ FeedPreview::FeedPreview(const std::optional<QVariantMap> &feed) {
             cache->setFilterTimeInterval(age == Recent ? thirtyDays : 0);
             cache->setShowOnlyUnviewedItems(age == Unread);
             for (quint64 index = 0; index < cache->count(); ++index)
-                views[type][age].insert(cache->itemAtIndex(index).get());
+                _views[type][age].insert(cache->itemAtIndex(index).get());
         }
     }
 }

@@ -21,7 +21,7 @@ public:
     explicit FeedPreview(const std::optional<QVariantMap> &feed);
 
     /// All items, in feed order.
-    [[nodiscard]] const OlvNewsItemList &items() const { return all; }
+    [[nodiscard]] const OlvNewsItemList &items() const { return _all; }
 
     [[nodiscard]] bool shows(const OlvNewsCacheItem &item, Type type, Age age) const {
         return shown(type, age).contains(&item);
@@ -34,10 +34,10 @@ public:
 private:
     using ItemSet = std::set<const OlvNewsCacheItem *>;
 
-    [[nodiscard]] const ItemSet &shown(Type type, Age age) const { return views[type][age]; }
+    [[nodiscard]] const ItemSet &shown(Type type, Age age) const { return _views[type][age]; }
 
-    OlvNewsItemList all;
-    std::array<std::array<ItemSet, AgeCount>, TypeCount> views;
+    OlvNewsItemList _all;
+    std::array<std::array<ItemSet, AgeCount>, TypeCount> _views;
 };
 
 }  // namespace pelorinnews

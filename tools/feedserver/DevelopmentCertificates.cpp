@@ -45,7 +45,7 @@ bool lastsAnotherDay(const QString &certificateFile) {
 }  // namespace
 
 DevelopmentCertificates::DevelopmentCertificates(QString authorityFolder)
-    : folder(std::move(authorityFolder)) {}
+    : _folder(std::move(authorityFolder)) {}
 
 std::optional<DevelopmentCertificates> DevelopmentCertificates::inFolder(const QString &folder,
                                                                          QString *whyNot) {
@@ -55,7 +55,7 @@ std::optional<DevelopmentCertificates> DevelopmentCertificates::inFolder(const Q
         return std::nullopt;
     }
     DevelopmentCertificates authority(QDir(folder).absolutePath());
-    const QString keyFile = authority.folder + QStringLiteral("/ca.key");
+    const QString keyFile = authority._folder + QStringLiteral("/ca.key");
     if (lastsAnotherDay(authority.authorityFile()) && QFile::exists(keyFile))
         return authority;
     QStringList arguments = {
@@ -65,13 +65,13 @@ std::optional<DevelopmentCertificates> DevelopmentCertificates::inFolder(const Q
         QStringLiteral("-addext"), QStringLiteral("basicConstraints=critical,CA:TRUE"),
         QStringLiteral("-addext"), QStringLiteral("keyUsage=critical,keyCertSign")};
     arguments += newKeyArguments(keyFile, QStringLiteral("Pelorin development authority"));
-    if (!runOpenssl(authority.folder, arguments, whyNot))
+    if (!runOpenssl(authority._folder, arguments, whyNot))
         return std::nullopt;
     return authority;
 }
 
 QString DevelopmentCertificates::authorityFile() const {
-    return folder + QStringLiteral("/ca.pem");
+    return _folder + QStringLiteral("/ca.pem");
 }
 
 std::optional<DevelopmentCertificates::Files> DevelopmentCertificates::issue(
@@ -85,8 +85,8 @@ std::optional<DevelopmentCertificates::Files> DevelopmentCertificates::issue(
         isWrongName ? QStringLiteral("elsewhere.example") : QStringLiteral("localhost");
     const QString names = isWrongName ? QStringLiteral("subjectAltName=DNS:elsewhere.example")
                                       : QStringLiteral("subjectAltName=DNS:localhost,IP:127.0.0.1");
-    const Files files{folder + QLatin1Char('/') + name + QStringLiteral(".pem"),
-                      folder + QLatin1Char('/') + name + QStringLiteral(".key")};
+    const Files files{_folder + QLatin1Char('/') + name + QStringLiteral(".pem"),
+                      _folder + QLatin1Char('/') + name + QStringLiteral(".key")};
 
     QStringList request = {QStringLiteral("req"), QStringLiteral("-addext"), names,
                            QStringLiteral("-addext"),
@@ -95,7 +95,7 @@ std::optional<DevelopmentCertificates::Files> DevelopmentCertificates::issue(
     if (kind == Kind::SelfSigned) {
         request += {QStringLiteral("-x509"), QStringLiteral("-days"), QStringLiteral("10"),
                     QStringLiteral("-out"), files.certificate};
-        return runOpenssl(folder, request, whyNot) ? std::optional(files) : std::nullopt;
+        return runOpenssl(_folder, request, whyNot) ? std::optional(files) : std::nullopt;
     }
     const QString requestFile = name + QStringLiteral(".csr");
     request += {QStringLiteral("-new"), QStringLiteral("-out"), requestFile};
@@ -113,7 +113,7 @@ std::optional<DevelopmentCertificates::Files> DevelopmentCertificates::issue(
                               kind == Kind::Expired ? QStringLiteral("-1") : QStringLiteral("10"),
                               QStringLiteral("-out"),
                               files.certificate};
-    if (!runOpenssl(folder, request, whyNot) || !runOpenssl(folder, sign, whyNot))
+    if (!runOpenssl(_folder, request, whyNot) || !runOpenssl(_folder, sign, whyNot))
         return std::nullopt;
     return files;
 }

@@ -38,7 +38,7 @@ public:
 private:
     explicit DevelopmentCertificates(QString authorityFolder);
 
-    QString folder;
+    QString _folder;
 };
 
 }  // namespace pelorinnews

@@ -9,30 +9,30 @@ const QByteArray frameEnd = "</channel></rss>\n";
 
 }  // namespace
 
-FeedBody::FeedBody(QByteArray bytes) : buffer(std::move(bytes)) {}
+FeedBody::FeedBody(QByteArray bytes) : _buffer(std::move(bytes)) {}
 
 FeedBody FeedBody::generated(std::optional<qint64> bytes, const QString &language,
                              const QString &date) {
     FeedBody body;
-    body.buffer =
+    body._buffer =
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<rss version=\"2.0\"><channel><language>" +
         language.toUtf8() + "</language>\n";
-    body.itemDate = date.toUtf8();
-    body.toMake = bytes ? std::max(*bytes - body.buffer.size(), frameEnd.size()) : endless;
+    body._itemDate = date.toUtf8();
+    body._toMake = bytes ? std::max(*bytes - body._buffer.size(), frameEnd.size()) : endless;
     return body;
 }
 
 std::optional<qint64> FeedBody::remaining() const {
-    if (toMake == endless)
+    if (_toMake == endless)
         return std::nullopt;
-    return buffer.size() - position + toMake;
+    return _buffer.size() - _position + _toMake;
 }
 
 QByteArray FeedBody::take(qint64 most) {
-    if (position == buffer.size() && toMake > 0)
+    if (_position == _buffer.size() && _toMake > 0)
         makeMore();
-    QByteArray piece = buffer.mid(position, most);
-    position += piece.size();
+    QByteArray piece = _buffer.mid(_position, most);
+    _position += piece.size();
     return piece;
 }
 
@@ -40,26 +40,26 @@ void FeedBody::makeMore() {
     static const QByteArray paragraph =
         "<p>The harbour pilot reads the depth, the current and the light before the ship turns. "
         "<a href=\"https://olvane.example/more\">Read more</a></p>";
-    QByteArray item = "<item><title>Generated item " + QByteArray::number(items) +
-                      "</title><pubDate>" + itemDate +
+    QByteArray item = "<item><title>Generated item " + QByteArray::number(_items) +
+                      "</title><pubDate>" + _itemDate +
                       "</pubDate><category>mac pelorin</category><comments>Generated item " +
-                      QByteArray::number(items) + "</comments><description><![CDATA[" +
+                      QByteArray::number(_items) + "</comments><description><![CDATA[" +
                       paragraph.repeated(20) + "]]></description></item>\n";
-    position = 0;
-    if (toMake == endless) {
-        buffer = item;
-        ++items;
+    _position = 0;
+    if (_toMake == endless) {
+        _buffer = item;
+        ++_items;
         return;
     }
-    if (toMake - item.size() >= frameEnd.size()) {
-        buffer = item;
-        toMake -= item.size();
-        ++items;
+    if (_toMake - item.size() >= frameEnd.size()) {
+        _buffer = item;
+        _toMake -= item.size();
+        ++_items;
         return;
     }
     // White space fills a rest that is too short for another item.
-    buffer = QByteArray(toMake - frameEnd.size(), '\n') + frameEnd;
-    toMake = 0;
+    _buffer = QByteArray(_toMake - frameEnd.size(), '\n') + frameEnd;
+    _toMake = 0;
 }
 
 }  // namespace pelorinnews

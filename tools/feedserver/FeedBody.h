@@ -31,12 +31,12 @@ public:
 private:
     void makeMore();
 
-    QByteArray buffer;
-    qsizetype position = 0;
+    QByteArray _buffer;
+    qsizetype _position = 0;
     /// Bytes still to be generated, the closing tags included; 0 if all are in the buffer.
-    qint64 toMake = 0;
-    QByteArray itemDate;
-    qint64 items = 0;
+    qint64 _toMake = 0;
+    QByteArray _itemDate;
+    qint64 _items = 0;
 };
 
 }  // namespace pelorinnews

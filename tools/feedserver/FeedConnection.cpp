@@ -56,44 +56,44 @@ FeedConnection::FeedConnection(std::unique_ptr<QTcpSocket> connected,
                                std::shared_ptr<FeedServerState> shared, FeedFolder feedFolder,
                                QObject *parent)
     : QObject(parent),
-      socket(std::move(connected)),
-      state(std::move(shared)),
-      folder(std::move(feedFolder)) {
-    timer.setSingleShot(true);
-    state->connectionOpened();
-    connect(socket.get(), &QTcpSocket::readyRead, this, &FeedConnection::readHead);
-    connect(socket.get(), &QTcpSocket::bytesWritten, this, &FeedConnection::sendBody);
+      _socket(std::move(connected)),
+      _state(std::move(shared)),
+      _folder(std::move(feedFolder)) {
+    _timer.setSingleShot(true);
+    _state->connectionOpened();
+    connect(_socket.get(), &QTcpSocket::readyRead, this, &FeedConnection::readHead);
+    connect(_socket.get(), &QTcpSocket::bytesWritten, this, &FeedConnection::sendBody);
     // A TLS socket's bytesWritten means only that the bytes are encrypted.
-    if (auto *tls = qobject_cast<QSslSocket *>(socket.get()))
+    if (auto *tls = qobject_cast<QSslSocket *>(_socket.get()))
         connect(tls, &QSslSocket::encryptedBytesWritten, this, &FeedConnection::sendBody);
-    connect(socket.get(), &QTcpSocket::disconnected, this, &QObject::deleteLater);
+    connect(_socket.get(), &QTcpSocket::disconnected, this, &QObject::deleteLater);
     // If its TLS handshake fails, a socket may never emit `disconnected`.
-    connect(socket.get(), &QTcpSocket::errorOccurred, this, [this] {
-        if (socket->state() == QAbstractSocket::UnconnectedState)
+    connect(_socket.get(), &QTcpSocket::errorOccurred, this, [this] {
+        if (_socket->state() == QAbstractSocket::UnconnectedState)
             deleteLater();
     });
 }
 
 FeedConnection::~FeedConnection() {
     // The socket's last signals must not reach a half-destroyed object.
-    socket->disconnect(this);
-    socket.reset();
-    state->connectionClosed();
+    _socket->disconnect(this);
+    _socket.reset();
+    _state->connectionClosed();
 }
 
 void FeedConnection::readHead() {
-    if (phase != Phase::ReadingHead)
+    if (_phase != Phase::ReadingHead)
         return;
-    received += socket->readAll();
-    const qsizetype headEnd = received.indexOf("\r\n\r\n");
+    _received += _socket->readAll();
+    const qsizetype headEnd = _received.indexOf("\r\n\r\n");
     if (headEnd < 0) {
-        if (received.size() > longestHead)
+        if (_received.size() > longestHead)
             end();
         return;
     }
     FeedRequest request;
-    const QList<QByteArray> lines = received.left(headEnd).split('\n');
-    received.remove(0, headEnd + 4);
+    const QList<QByteArray> lines = _received.left(headEnd).split('\n');
+    _received.remove(0, headEnd + 4);
     for (const QByteArray &ended : lines) {
         const QByteArray line = ended.endsWith('\r') ? ended.chopped(1) : ended;
         if (&ended == &lines.front()) {
@@ -113,159 +113,159 @@ void FeedConnection::answer(FeedRequest request) {
     const qsizetype question = target.indexOf('?');
     const QByteArray path = target.left(question < 0 ? target.size() : question);
     const QByteArray query = question < 0 ? QByteArray() : target.mid(question + 1);
-    state->addRequest(std::move(request));
+    _state->addRequest(std::move(request));
 
     const auto [optionsText, plainPath] = splitOptions(path);
-    reply = state->replyFor(path);
-    bodyWanted = method != "HEAD";
-    redirectLocation = reply.redirectTo.value_or(QByteArray());
+    _reply = _state->replyFor(path);
+    _bodyWanted = method != "HEAD";
+    _redirectLocation = _reply.redirectTo.value_or(QByteArray());
     if (!optionsText.isEmpty()) {
         QString whyNot;
         const auto parsed = FeedReply::parse(QString::fromUtf8(optionsText), &whyNot);
-        reply = parsed.value_or(FeedReply());
-        redirectLocation = reply.redirectTo.value_or(QByteArray());
+        _reply = parsed.value_or(FeedReply());
+        _redirectLocation = _reply.redirectTo.value_or(QByteArray());
         if (!parsed) {
-            reply.status = 400;
-            reply.body = "Unknown option: " + whyNot.toUtf8() + '\n';
+            _reply.status = 400;
+            _reply.body = "Unknown option: " + whyNot.toUtf8() + '\n';
         }
     }
     if (target.isEmpty() || (method != "GET" && method != "HEAD")) {
-        reply = {};
-        reply.status = target.isEmpty() ? 400 : 405;
-        reply.body = QByteArray("");
+        _reply = {};
+        _reply.status = target.isEmpty() ? 400 : 405;
+        _reply.body = QByteArray("");
     }
-    if (reply.redirectLoop)
-        redirectLocation = target;
-    if (reply.redirects > 0)
-        redirectLocation = "/+redirects=" + QByteArray::number(reply.redirects - 1) + plainPath +
-                           (question < 0 ? QByteArray() : '?' + query);
-    if (!redirectLocation.isNull() && reply.status / 100 != 3)
-        reply.status = 302;
-    sent = 0;
-    body = redirectLocation.isNull() ? bodyFor(plainPath, query)
-                                     : FeedBody(reply.body.value_or(QByteArray()));
-    if (reply.status == 304 || reply.status == 204)
-        bodyWanted = false;
+    if (_reply.redirectLoop)
+        _redirectLocation = target;
+    if (_reply.redirects > 0)
+        _redirectLocation = "/+redirects=" + QByteArray::number(_reply.redirects - 1) + plainPath +
+                            (question < 0 ? QByteArray() : '?' + query);
+    if (!_redirectLocation.isNull() && _reply.status / 100 != 3)
+        _reply.status = 302;
+    _sent = 0;
+    _body = _redirectLocation.isNull() ? bodyFor(plainPath, query)
+                                       : FeedBody(_reply.body.value_or(QByteArray()));
+    if (_reply.status == 304 || _reply.status == 204)
+        _bodyWanted = false;
 
-    if (reply.cutBeforeHead) {
+    if (_reply.cutBeforeHead) {
         end();
         return;
     }
-    phase = Phase::Waiting;
-    timer.disconnect(this);
-    connect(&timer, &QTimer::timeout, this, &FeedConnection::sendHead);
-    timer.start(reply.delayBeforeHead);
+    _phase = Phase::Waiting;
+    _timer.disconnect(this);
+    connect(&_timer, &QTimer::timeout, this, &FeedConnection::sendHead);
+    _timer.start(_reply.delayBeforeHead);
 }
 
 FeedBody FeedConnection::bodyFor(const QByteArray &path, const QByteArray &query) {
     const QString locale = queryItem(query, QStringLiteral("locale"));
-    if (reply.generatedBytes || reply.endless) {
+    if (_reply.generatedBytes || _reply.endless) {
         const QString date = FeedTemplate::publicationDate(QDateTime::currentDateTimeUtc(), locale);
         const QString language = locale.isEmpty() ? QStringLiteral("en") : locale.left(2);
-        return FeedBody::generated(reply.endless ? std::nullopt : reply.generatedBytes, language,
+        return FeedBody::generated(_reply.endless ? std::nullopt : _reply.generatedBytes, language,
                                    date);
     }
-    std::optional<QByteArray> bytes = reply.body;
+    std::optional<QByteArray> bytes = _reply.body;
     if (!bytes && path == feedPath) {
         const QString type = queryItem(query, QStringLiteral("type"));
-        bytes = folder.feed(type.isEmpty() ? QStringLiteral("standard") : type, locale);
+        bytes = _folder.feed(type.isEmpty() ? QStringLiteral("standard") : type, locale);
     } else if (!bytes) {
-        bytes = folder.file(QString::fromUtf8(path.mid(1)));
+        bytes = _folder.file(QString::fromUtf8(path.mid(1)));
     }
     if (!bytes) {
-        if (reply.status == 200)
-            reply.status = 404;
-        bytes = reasonPhrase(reply.status) + '\n';
+        if (_reply.status == 200)
+            _reply.status = 404;
+        bytes = reasonPhrase(_reply.status) + '\n';
     }
-    if (reply.invalidUtf8)
+    if (_reply.invalidUtf8)
         bytes->append('\xff');
-    return FeedBody(reply.gzip ? gzip(*bytes) : *bytes);
+    return FeedBody(_reply.gzip ? gzip(*bytes) : *bytes);
 }
 
 QByteArray FeedConnection::head() const {
-    QByteArray text =
-        "HTTP/1.1 " + QByteArray::number(reply.status) + ' ' + reasonPhrase(reply.status) + "\r\n";
-    if (!redirectLocation.isNull())
-        text += "Location: " + redirectLocation + "\r\n";
+    QByteArray text = "HTTP/1.1 " + QByteArray::number(_reply.status) + ' ' +
+                      reasonPhrase(_reply.status) + "\r\n";
+    if (!_redirectLocation.isNull())
+        text += "Location: " + _redirectLocation + "\r\n";
     text += "Content-Type: application/rss+xml; charset=utf-8\r\n";
-    if (reply.gzip)
+    if (_reply.gzip)
         text += "Content-Encoding: gzip\r\n";
-    const std::optional<qint64> length = body.remaining();
-    const bool bodyless = reply.status == 304 || reply.status == 204;
-    if (reply.framing == FeedReply::Framing::Chunked)
+    const std::optional<qint64> length = _body.remaining();
+    const bool bodyless = _reply.status == 304 || _reply.status == 204;
+    if (_reply.framing == FeedReply::Framing::Chunked)
         text += "Transfer-Encoding: chunked\r\n";
-    else if (reply.framing == FeedReply::Framing::Length && length && !bodyless)
-        text += "Content-Length: " + QByteArray::number(*length + reply.lengthError) + "\r\n";
-    text += reply.keepAlive ? "Connection: keep-alive\r\n" : "Connection: close\r\n";
-    for (const auto &[name, value] : reply.headers)
+    else if (_reply.framing == FeedReply::Framing::Length && length && !bodyless)
+        text += "Content-Length: " + QByteArray::number(*length + _reply.lengthError) + "\r\n";
+    text += _reply.keepAlive ? "Connection: keep-alive\r\n" : "Connection: close\r\n";
+    for (const auto &[name, value] : _reply.headers)
         text += name + ": " + value + "\r\n";
     return text + "\r\n";
 }
 
 void FeedConnection::sendHead() {
-    socket->write(head());
-    phase = Phase::SendingBody;
-    timer.disconnect(this);
-    connect(&timer, &QTimer::timeout, this, &FeedConnection::sendBody);
+    _socket->write(head());
+    _phase = Phase::SendingBody;
+    _timer.disconnect(this);
+    connect(&_timer, &QTimer::timeout, this, &FeedConnection::sendBody);
     sendBody();
 }
 
 void FeedConnection::sendBody() {
-    while (phase == Phase::SendingBody && !timer.isActive()) {
+    while (_phase == Phase::SendingBody && !_timer.isActive()) {
         if (bytesUnderWay() > highWater)
             return;
-        if (reply.cutAfter && sent >= *reply.cutAfter) {
+        if (_reply.cutAfter && _sent >= *_reply.cutAfter) {
             end();
             return;
         }
-        if (reply.stallAfter && sent >= *reply.stallAfter) {
-            phase = Phase::Stalled;
+        if (_reply.stallAfter && _sent >= *_reply.stallAfter) {
+            _phase = Phase::Stalled;
             return;
         }
-        qint64 most = reply.drip ? reply.drip->bytes : pieceSize;
-        if (reply.cutAfter)
-            most = std::min(most, *reply.cutAfter - sent);
-        if (reply.stallAfter)
-            most = std::min(most, *reply.stallAfter - sent);
-        const QByteArray piece = bodyWanted ? body.take(most) : QByteArray();
+        qint64 most = _reply.drip ? _reply.drip->bytes : pieceSize;
+        if (_reply.cutAfter)
+            most = std::min(most, *_reply.cutAfter - _sent);
+        if (_reply.stallAfter)
+            most = std::min(most, *_reply.stallAfter - _sent);
+        const QByteArray piece = _bodyWanted ? _body.take(most) : QByteArray();
         if (piece.isEmpty()) {
             bodyEnded();
             return;
         }
         sendPiece(piece);
-        if (reply.drip)
-            timer.start(reply.drip->interval);
+        if (_reply.drip)
+            _timer.start(_reply.drip->interval);
     }
 }
 
 void FeedConnection::sendPiece(const QByteArray &piece) {
-    if (reply.framing != FeedReply::Framing::Chunked) {
-        socket->write(piece);
-    } else if (reply.chunkError == FeedReply::ChunkError::Malformed && sent > 0) {
-        socket->write("zz\r\n" + piece + "\r\n");
-    } else if (reply.chunkError == FeedReply::ChunkError::Malformed) {
+    if (_reply.framing != FeedReply::Framing::Chunked) {
+        _socket->write(piece);
+    } else if (_reply.chunkError == FeedReply::ChunkError::Malformed && _sent > 0) {
+        _socket->write("zz\r\n" + piece + "\r\n");
+    } else if (_reply.chunkError == FeedReply::ChunkError::Malformed) {
         // The first byte alone, so that even a short body has a second chunk.
-        socket->write("1\r\n" + piece.left(1) + "\r\nzz\r\n" + piece.mid(1) + "\r\n");
+        _socket->write("1\r\n" + piece.left(1) + "\r\nzz\r\n" + piece.mid(1) + "\r\n");
     } else {
-        socket->write(QByteArray::number(piece.size(), 16) + "\r\n" + piece + "\r\n");
+        _socket->write(QByteArray::number(piece.size(), 16) + "\r\n" + piece + "\r\n");
     }
-    sent += piece.size();
+    _sent += piece.size();
 }
 
 void FeedConnection::bodyEnded() {
-    const bool chunked = reply.framing == FeedReply::Framing::Chunked && bodyWanted;
-    if (chunked && reply.chunkError != FeedReply::ChunkError::Cut)
-        socket->write("0\r\n\r\n");
-    if (!reply.keepAlive || reply.framing == FeedReply::Framing::Close) {
+    const bool chunked = _reply.framing == FeedReply::Framing::Chunked && _bodyWanted;
+    if (chunked && _reply.chunkError != FeedReply::ChunkError::Cut)
+        _socket->write("0\r\n\r\n");
+    if (!_reply.keepAlive || _reply.framing == FeedReply::Framing::Close) {
         end();
         return;
     }
-    phase = Phase::ReadingHead;
+    _phase = Phase::ReadingHead;
     readHead();
 }
 
 void FeedConnection::end() {
-    if (std::exchange(phase, Phase::Ending) == Phase::Ending)
+    if (std::exchange(_phase, Phase::Ending) == Phase::Ending)
         return;
     // Queued, because the caller may be the socket, in the middle of a write, and a TLS socket has
     // its own queued flush, which needs the socket intact.
@@ -273,8 +273,8 @@ void FeedConnection::end() {
 }
 
 void FeedConnection::cut() {
-    if (reply.cutStyle == FeedReply::CutStyle::Close) {
-        socket->disconnectFromHost();
+    if (_reply.cutStyle == FeedReply::CutStyle::Close) {
+        _socket->disconnectFromHost();
         return;
     }
     // Send pending bytes before the reset.
@@ -283,14 +283,14 @@ void FeedConnection::cut() {
         return;
     }
     const linger none{1, 0};
-    ::setsockopt(static_cast<int>(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &none,
+    ::setsockopt(static_cast<int>(_socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &none,
                  sizeof none);
-    socket->abort();
+    _socket->abort();
 }
 
 qint64 FeedConnection::bytesUnderWay() const {
-    const auto *tls = qobject_cast<const QSslSocket *>(socket.get());
-    return socket->bytesToWrite() + (tls ? tls->encryptedBytesToWrite() : 0);
+    const auto *tls = qobject_cast<const QSslSocket *>(_socket.get());
+    return _socket->bytesToWrite() + (tls ? tls->encryptedBytesToWrite() : 0);
 }
 
 }  // namespace pelorinnews

@@ -40,18 +40,18 @@ private:
     [[nodiscard]] FeedBody bodyFor(const QByteArray &path, const QByteArray &query);
     [[nodiscard]] QByteArray head() const;
 
-    std::unique_ptr<QTcpSocket> socket;
-    std::shared_ptr<FeedServerState> state;
-    FeedFolder folder;
-    QTimer timer;
-    Phase phase = Phase::ReadingHead;
-    QByteArray received;
+    std::unique_ptr<QTcpSocket> _socket;
+    std::shared_ptr<FeedServerState> _state;
+    FeedFolder _folder;
+    QTimer _timer;
+    Phase _phase = Phase::ReadingHead;
+    QByteArray _received;
 
-    FeedReply reply;
-    FeedBody body;
-    QByteArray redirectLocation;
-    bool bodyWanted = true;
-    qint64 sent = 0;
+    FeedReply _reply;
+    FeedBody _body;
+    QByteArray _redirectLocation;
+    bool _bodyWanted = true;
+    qint64 _sent = 0;
 };
 
 }  // namespace pelorinnews

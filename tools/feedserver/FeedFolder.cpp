@@ -21,7 +21,7 @@ bool isPlainName(const QString &text) {
 
 FeedFolder::FeedFolder(const QString &path) {
     if (!path.isEmpty())
-        folder.emplace(path);
+        _folder.emplace(path);
 }
 
 std::optional<QByteArray> FeedFolder::feed(const QString &type, const QString &locale) const {
@@ -48,9 +48,9 @@ std::optional<QByteArray> FeedFolder::file(const QString &name) const {
 }
 
 std::optional<QByteArray> FeedFolder::rendered(const QString &name, const QString &locale) const {
-    if (!folder)
+    if (!_folder)
         return std::nullopt;
-    QFile file(folder->filePath(name));
+    QFile file(_folder->filePath(name));
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
     return FeedTemplate::render(file.readAll(), locale, QDateTime::currentDateTimeUtc());

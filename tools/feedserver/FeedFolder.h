@@ -29,7 +29,7 @@ private:
     [[nodiscard]] std::optional<QByteArray> rendered(const QString &name,
                                                      const QString &locale) const;
 
-    std::optional<QDir> folder;
+    std::optional<QDir> _folder;
 };
 
 }  // namespace pelorinnews

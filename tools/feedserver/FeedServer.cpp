@@ -23,29 +23,29 @@ class Listener final : public QTcpServer {
 public:
     Listener(const FeedFolder &feedFolder, std::optional<QSslConfiguration> tlsConfiguration,
              std::shared_ptr<FeedServerState> shared)
-        : folder(feedFolder), tls(std::move(tlsConfiguration)), state(std::move(shared)) {}
+        : _folder(feedFolder), _tls(std::move(tlsConfiguration)), _state(std::move(shared)) {}
 
 protected:
     void incomingConnection(qintptr descriptor) override {
-        if (!tls) {
+        if (!_tls) {
             auto socket = std::make_unique<QTcpSocket>();
             if (socket->setSocketDescriptor(descriptor))
-                new FeedConnection(std::move(socket), state, folder, this);
+                new FeedConnection(std::move(socket), _state, _folder, this);
             return;
         }
         auto socket = std::make_unique<QSslSocket>();
         if (!socket->setSocketDescriptor(descriptor))
             return;
-        socket->setSslConfiguration(*tls);
+        socket->setSslConfiguration(*_tls);
         QSslSocket *encrypting = socket.get();
-        new FeedConnection(std::move(socket), state, folder, this);
+        new FeedConnection(std::move(socket), _state, _folder, this);
         encrypting->startServerEncryption();
     }
 
 private:
-    FeedFolder folder;
-    std::optional<QSslConfiguration> tls;
-    std::shared_ptr<FeedServerState> state;
+    FeedFolder _folder;
+    std::optional<QSslConfiguration> _tls;
+    std::shared_ptr<FeedServerState> _state;
 };
 
 /// The TLS settings of `options`; absent, with the reason, when they cannot be read.
@@ -81,14 +81,14 @@ std::optional<QSslConfiguration> tlsConfiguration(const FeedServerOptions &optio
 class FeedServer::Thread final : public QThread {
 public:
     Thread(FeedServerOptions serverOptions, std::shared_ptr<FeedServerState> shared)
-        : options(std::move(serverOptions)), state(std::move(shared)) {}
+        : _options(std::move(serverOptions)), _state(std::move(shared)) {}
 
     /// Blocks until it listens or has failed. Returns the port, or 0 with the reason in `whyNot`.
     quint16 listeningPort(QString &whyNot) {
-        std::unique_lock lock(mutex);
-        settled.wait(lock, [this] { return isSettled; });
-        whyNot = failure;
-        return port;
+        std::unique_lock lock(_mutex);
+        _settled.wait(lock, [this] { return _isSettled; });
+        whyNot = _failure;
+        return _port;
     }
 
 protected:
@@ -96,16 +96,16 @@ protected:
         QString whyNot;
         std::optional<QSslConfiguration> tls;
         const bool overTls =
-            !options.certificateFile.isEmpty() || !options.privateKeyFile.isEmpty();
+            !_options.certificateFile.isEmpty() || !_options.privateKeyFile.isEmpty();
         if (overTls) {
-            tls = tlsConfiguration(options, whyNot);
+            tls = tlsConfiguration(_options, whyNot);
             if (!tls) {
                 settle(0, whyNot);
                 return;
             }
         }
-        Listener listener(FeedFolder(options.feedFolder), tls, state);
-        if (!listener.listen(QHostAddress::LocalHost, options.port)) {
+        Listener listener(FeedFolder(_options.feedFolder), tls, _state);
+        if (!listener.listen(QHostAddress::LocalHost, _options.port)) {
             settle(0, listener.errorString());
             return;
         }
@@ -115,24 +115,24 @@ protected:
 
 private:
     void settle(quint16 listening, const QString &whyNot) {
-        const std::lock_guard lock(mutex);
-        port = listening;
-        failure = whyNot;
-        isSettled = true;
-        settled.notify_all();
+        const std::lock_guard lock(_mutex);
+        _port = listening;
+        _failure = whyNot;
+        _isSettled = true;
+        _settled.notify_all();
     }
 
-    const FeedServerOptions options;
-    const std::shared_ptr<FeedServerState> state;
-    std::mutex mutex;
-    std::condition_variable settled;
-    bool isSettled = false;
-    quint16 port = 0;
-    QString failure;
+    const FeedServerOptions _options;
+    const std::shared_ptr<FeedServerState> _state;
+    std::mutex _mutex;
+    std::condition_variable _settled;
+    bool _isSettled = false;
+    quint16 _port = 0;
+    QString _failure;
 };
 
 FeedServer::FeedServer(FeedServerOptions serverOptions)
-    : options(std::move(serverOptions)), state(std::make_shared<FeedServerState>()) {}
+    : _options(std::move(serverOptions)), _state(std::make_shared<FeedServerState>()) {}
 
 FeedServer::~FeedServer() {
     stop();
@@ -140,7 +140,7 @@ FeedServer::~FeedServer() {
 
 bool FeedServer::start(QString *whyNot) {
     stop();
-    auto starting = std::make_unique<Thread>(options, state);
+    auto starting = std::make_unique<Thread>(_options, _state);
     starting->start();
     QString reason;
     if (starting->listeningPort(reason) == 0) {
@@ -149,26 +149,26 @@ bool FeedServer::start(QString *whyNot) {
             *whyNot = reason;
         return false;
     }
-    thread = std::move(starting);
+    _thread = std::move(starting);
     return true;
 }
 
 void FeedServer::stop() {
-    if (!thread)
+    if (!_thread)
         return;
-    thread->quit();
-    thread->wait();
-    thread.reset();
+    _thread->quit();
+    _thread->wait();
+    _thread.reset();
 }
 
 quint16 FeedServer::port() const {
     QString ignored;
-    return thread ? thread->listeningPort(ignored) : quint16(0);
+    return _thread ? _thread->listeningPort(ignored) : quint16(0);
 }
 
 QString FeedServer::address(const QString &path) const {
     const QString scheme =
-        options.certificateFile.isEmpty() ? QStringLiteral("http") : QStringLiteral("https");
+        _options.certificateFile.isEmpty() ? QStringLiteral("http") : QStringLiteral("https");
     return scheme + QStringLiteral("://127.0.0.1:") + QString::number(port()) + path;
 }
 
@@ -177,31 +177,31 @@ QString FeedServer::feedAddress() const {
 }
 
 void FeedServer::setReply(const FeedReply &reply) {
-    state->setReply(reply);
+    _state->setReply(reply);
 }
 
 void FeedServer::setReplyForPath(const QByteArray &path, const FeedReply &reply) {
-    state->setReplyForPath(path, reply);
+    _state->setReplyForPath(path, reply);
 }
 
 void FeedServer::clearReplies() {
-    state->clearReplies();
+    _state->clearReplies();
 }
 
 std::vector<FeedRequest> FeedServer::requests() const {
-    return state->requests();
+    return _state->requests();
 }
 
 void FeedServer::clearRequests() {
-    state->clearRequests();
+    _state->clearRequests();
 }
 
 bool FeedServer::waitForRequests(std::size_t count, std::chrono::milliseconds timeout) const {
-    return state->waitForRequests(count, timeout);
+    return _state->waitForRequests(count, timeout);
 }
 
 int FeedServer::openConnections() const {
-    return state->openConnections();
+    return _state->openConnections();
 }
 
 }  // namespace pelorinnews

@@ -85,9 +85,9 @@ public:
 private:
     class Thread;
 
-    FeedServerOptions options;
-    std::shared_ptr<FeedServerState> state;
-    std::unique_ptr<Thread> thread;
+    FeedServerOptions _options;
+    std::shared_ptr<FeedServerState> _state;
+    std::unique_ptr<Thread> _thread;
 };
 
 }  // namespace pelorinnews

@@ -32,12 +32,12 @@ public:
     [[nodiscard]] int openConnections() const;
 
 private:
-    mutable std::mutex mutex;
-    mutable std::condition_variable requestCame;
-    FeedReply replyForAll;
-    QHash<QByteArray, FeedReply> repliesByPath;
-    std::vector<FeedRequest> recorded;
-    int connections = 0;
+    mutable std::mutex _mutex;
+    mutable std::condition_variable _requestCame;
+    FeedReply _replyForAll;
+    QHash<QByteArray, FeedReply> _repliesByPath;
+    std::vector<FeedRequest> _recorded;
+    int _connections = 0;
 };
 
 }  // namespace pelorinnews

@@ -27,7 +27,7 @@ constexpr int restMilliseconds = 10'000;
 /// retry, because a busy computer is slow, too.
 constexpr int lateMilliseconds = 1000;
 
-// Swallows keys that the page did not use. Starts the `rest` timer when the window is closed.
+// Swallows keys that the page did not use. starts the timer when the window is closed.
 class Surround final : public QWidget {
 public:
     Surround(QWidget *parent, QTimer &rest) : QWidget(parent), _rest(rest) {}
@@ -48,7 +48,7 @@ private:
 
 }  // namespace
 
-WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _surround(new Surround(parent, _rest)) {
+WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _surround(new Surround(parent, _discardTimer)) {
     auto *view = new EngineView(_surround);
     _view = view;
     auto *layout = new QVBoxLayout(_surround);
@@ -72,11 +72,11 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _surround(new Surround(paren
     view->setPage(_page);
     view->setContextMenuPolicy(Qt::NoContextMenu);
 
-    _late.setSingleShot(true);
-    QObject::connect(&_late, &QTimer::timeout, _page, [this] { loadLateItemElsewhere(); });
-    _rest.setSingleShot(true);
-    _rest.setInterval(restMilliseconds);
-    QObject::connect(&_rest, &QTimer::timeout, _page, [this] { rest(); });
+    _hangTimer.setSingleShot(true);
+    QObject::connect(&_hangTimer, &QTimer::timeout, _page, [this] { retryInNewProcess(); });
+    _discardTimer.setSingleShot(true);
+    _discardTimer.setInterval(restMilliseconds);
+    QObject::connect(&_discardTimer, &QTimer::timeout, _page, [this] { discardPage(); });
     // Retry only once for each item: it may end every process that loads it.
     QObject::connect(
         _page, &QWebEnginePage::renderProcessTerminated, _page,
@@ -91,7 +91,7 @@ WebNewsRenderer::~WebNewsRenderer() {
     delete _surround;
 }
 
-void WebNewsRenderer::rest() {
+void WebNewsRenderer::discardPage() {
     // Ends the page's process; a new one starts when the view is shown again.
     _page->setLifecycleState(QWebEnginePage::LifecycleState::Discarded);
     releaseLibraryPages({"libQt6WebEngineCore", "libQt6Quick", "libQt6Qml"});
@@ -101,17 +101,17 @@ QWidget *WebNewsRenderer::inputWidget() const {
     return _view ? _view->focusProxy() : nullptr;
 }
 
-void WebNewsRenderer::loadLateItemElsewhere() {
+void WebNewsRenderer::retryInNewProcess() {
     if (_page->itemHasCome())
         return;
-    _late.start(_late.interval() * 2);
+    _hangTimer.start(_hangTimer.interval() * 2);
     _page->showItem(_handler->moveToAnotherHost());
 }
 
 void WebNewsRenderer::loadHtmlString(const QString &html) {
     _revived = false;
     _page->showItem(_handler->setPage(html));
-    _late.start(lateMilliseconds);
+    _hangTimer.start(lateMilliseconds);
 }
 
 void WebNewsRenderer::setStandardFontFamily(const QString &family) {

@@ -25,9 +25,9 @@ public:
 
 private:
     /// Frees what a closed window does not need: the page's process and the memory of library code.
-    void rest();
+    void discardPage();
     /// Loads the item in another process if it has not come up yet because the previous page hangs.
-    void loadLateItemElsewhere();
+    void retryInNewProcess();
 
     QPointer<QWidget> _surround;
     /// The engine's view. A `QWidget` pointer, because it is also used while the view is being
@@ -35,8 +35,8 @@ private:
     QPointer<QWidget> _view;
     QPointer<ItemPage> _page;
     ItemSchemeHandler *_handler = nullptr;
-    QTimer _rest;
-    QTimer _late;
+    QTimer _discardTimer;
+    QTimer _hangTimer;
     /// Whether the item was reloaded after its process had died.
     bool _revived = false;
 };

@@ -86,7 +86,7 @@ public:
                 });
         connect(page, &QWebEnginePage::featurePermissionRequested, this,
                 [this](const QUrl &, QWebEnginePage::Feature feature) { wanted.append(feature); });
-        folders += page->profile()->downloadPath();
+        _folders += page->profile()->downloadPath();
     }
 
     bool heard = false;
@@ -97,13 +97,13 @@ public:
 
     [[nodiscard]] QStringList saved() const {
         QStringList files;
-        for (const QString &folder : folders)
+        for (const QString &folder : _folders)
             files += QDir(folder).entryList(QDir::Files | QDir::Hidden);
         return files;
     }
 
 private:
-    QStringList folders{QStandardPaths::writableLocation(QStandardPaths::DownloadLocation)};
+    QStringList _folders{QStandardPaths::writableLocation(QStandardPaths::DownloadLocation)};
 };
 
 // Records every window that opens during its lifetime, however briefly.
@@ -136,7 +136,7 @@ class HostileTest : public QObject {
 private Q_SLOTS:
     void initTestCase_data();
     void initTestCase();
-    void cleanupTestCase() { fixture.reset(); }
+    void cleanupTestCase() { _fixture.reset(); }
 
     void doesNoMoreThanStandsBesideIt_data();
     void doesNoMoreThanStandsBesideIt();
@@ -149,13 +149,13 @@ private:
     [[nodiscard]] QByteArray drawingOfFile() const;
     [[nodiscard]] QString asked(const HostilePage &page) const;
 
-    PageServer server;
-    std::unique_ptr<TestAuthority> authority;
-    std::unique_ptr<FeedServer> untrusted;
-    QTemporaryDir files;
-    QMap<QString, QString> addresses;
-    std::unique_ptr<RendererFixture> fixture;
-    Painter shownBy = Painter::Text;
+    PageServer _server;
+    std::unique_ptr<TestAuthority> _authority;
+    std::unique_ptr<FeedServer> _untrusted;
+    QTemporaryDir _files;
+    QMap<QString, QString> _addresses;
+    std::unique_ptr<RendererFixture> _fixture;
+    Painter _shownBy = Painter::Text;
 };
 
 void HostileTest::initTestCase_data() {
@@ -167,19 +167,19 @@ void HostileTest::initTestCase_data() {
 void HostileTest::initTestCase() {
     // A camera and a microphone to be refused: without devices, nobody would be asked.
     qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--use-fake-device-for-media-stream");
-    authority = std::make_unique<TestAuthority>();
-    const auto certificate = authority->issue(DevelopmentCertificates::Kind::SelfSigned);
+    _authority = std::make_unique<TestAuthority>();
+    const auto certificate = _authority->issue(DevelopmentCertificates::Kind::SelfSigned);
     FeedServerOptions options;
     options.certificateFile = certificate.certificate;
     options.privateKeyFile = certificate.privateKey;
-    untrusted = std::make_unique<FeedServer>(options);
-    QVERIFY(untrusted->start());
+    _untrusted = std::make_unique<FeedServer>(options);
+    QVERIFY(_untrusted->start());
     writeFiles();
-    addresses = {
-        {QStringLiteral("server"), server.address()},
-        {QStringLiteral("tls"), untrusted->address()},
-        {QStringLiteral("files"), QUrl::fromLocalFile(files.path()).toString()},
-        {QStringLiteral("folder"), files.path()},
+    _addresses = {
+        {QStringLiteral("server"), _server.address()},
+        {QStringLiteral("tls"), _untrusted->address()},
+        {QStringLiteral("files"), QUrl::fromLocalFile(_files.path()).toString()},
+        {QStringLiteral("folder"), _files.path()},
         {QStringLiteral("bomb"), QString::fromLatin1(hugePicture().toBase64())},
         {QStringLiteral("large"), QString::fromLatin1(plainPicture(QSize(5656, 5656)).toBase64())},
         {QStringLiteral("drawing"), QString::fromLatin1(drawingOfFile().toBase64())},
@@ -187,8 +187,8 @@ void HostileTest::initTestCase() {
     serve();
 
     // The watch does see a file that is opened.
-    FileWatch watch(files.path());
-    QFile file(files.filePath(QStringLiteral("page.html")));
+    FileWatch watch(_files.path());
+    QFile file(_files.filePath(QStringLiteral("page.html")));
     QVERIFY(file.open(QFile::ReadOnly));
     QCOMPARE(watch.opened(), QStringList{QStringLiteral("page.html")});
 }
@@ -204,7 +204,7 @@ void HostileTest::writeFiles() const {
         {"sound.wav", "no sound"},
     };
     for (const auto &[name, content] : all) {
-        QFile file(files.filePath(QLatin1String(name)));
+        QFile file(_files.filePath(QLatin1String(name)));
         if (!file.open(QFile::WriteOnly) || file.write(content) != content.size())
             qFatal("cannot write %s", name);
     }
@@ -214,41 +214,41 @@ void HostileTest::writeFiles() const {
 QByteArray HostileTest::drawingOfFile() const {
     return "<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' "
            "width='300' height='100'><image xlink:href='" +
-           QFile::encodeName(files.filePath(QStringLiteral("marker.png"))) +
+           QFile::encodeName(_files.filePath(QStringLiteral("marker.png"))) +
            "' width='300' height='100'/></svg>";
 }
 
 void HostileTest::serve() {
-    const QByteArray base = server.address().toLatin1();
-    const QByteArray local = addresses[QStringLiteral("files")].toLatin1();
+    const QByteArray base = _server.address().toLatin1();
+    const QByteArray local = _addresses[QStringLiteral("files")].toLatin1();
     const QByteArray ran = "new Image().src='" + base + "/ran';document.write('R'+'AN')";
-    server.setAnswer("/ran.js", {ran, "text/javascript"});
-    server.setAnswer("/sound.wav", {sound(), "audio/wav"});
-    server.setAnswer("/seen.png", {picture(Qt::green), "image/png"});
-    server.setAnswer("/bomb.png", {hugePicture(), "image/png"});
-    server.setAnswer("/frame.html", {"<p>Framed<script>" + ran + "</script>"});
-    server.setAnswer("/page.html", {"<p>Another page<script>" + ran + "</script>"});
-    server.setAnswer("/leave.html",
-                     {"<base target=_top><meta http-equiv=refresh content='0;url=" + local +
-                      "/page.html'><script>top.location='" + base + "/ran'</script>"});
-    server.setAnswer("/drawing.svg",
-                     {"<svg xmlns='http://www.w3.org/2000/svg' id='a'><script>" + ran +
-                          "</script><image href='" + local + "/marker.png'/></svg>",
-                      "image/svg+xml"});
-    server.setAnswer("/style.css", {"@import '" + local + "/style.css'; body { background: url(" +
-                                        local + "/marker.png) }",
-                                    "text/css"});
-    server.setAnswer("/password", {"none", "text/html", "401 Unauthorized",
-                                   "WWW-Authenticate: Basic realm=\"Your password\"\r\n"});
-    server.setAnswer("/download", {"evil", "application/octet-stream", "200 OK",
-                                   "Content-Disposition: attachment; filename=evil.desktop\r\n"});
-    server.setAnswer("/to-file",
-                     {{}, "text/html", "302 Found", "Location: " + local + "/page.html\r\n"});
+    _server.setAnswer("/ran.js", {ran, "text/javascript"});
+    _server.setAnswer("/sound.wav", {sound(), "audio/wav"});
+    _server.setAnswer("/seen.png", {picture(Qt::green), "image/png"});
+    _server.setAnswer("/bomb.png", {hugePicture(), "image/png"});
+    _server.setAnswer("/frame.html", {"<p>Framed<script>" + ran + "</script>"});
+    _server.setAnswer("/page.html", {"<p>Another page<script>" + ran + "</script>"});
+    _server.setAnswer("/leave.html",
+                      {"<base target=_top><meta http-equiv=refresh content='0;url=" + local +
+                       "/page.html'><script>top.location='" + base + "/ran'</script>"});
+    _server.setAnswer("/drawing.svg",
+                      {"<svg xmlns='http://www.w3.org/2000/svg' id='a'><script>" + ran +
+                           "</script><image href='" + local + "/marker.png'/></svg>",
+                       "image/svg+xml"});
+    _server.setAnswer("/style.css", {"@import '" + local + "/style.css'; body { background: url(" +
+                                         local + "/marker.png) }",
+                                     "text/css"});
+    _server.setAnswer("/password", {"none", "text/html", "401 Unauthorized",
+                                    "WWW-Authenticate: Basic realm=\"Your password\"\r\n"});
+    _server.setAnswer("/download", {"evil", "application/octet-stream", "200 OK",
+                                    "Content-Disposition: attachment; filename=evil.desktop\r\n"});
+    _server.setAnswer("/to-file",
+                      {{}, "text/html", "302 Found", "Location: " + local + "/page.html\r\n"});
 }
 
 QString HostileTest::asked(const HostilePage &page) const {
     QStringList lines;
-    for (const auto &question : fixture->questions)
+    for (const auto &question : _fixture->questions)
         lines.append(asLine(question));
     if (page.keepsAsking == lines.value(0) && lines.count(page.keepsAsking) == lines.size())
         lines.clear();
@@ -268,42 +268,42 @@ void HostileTest::doesNoMoreThanStandsBesideIt_data() {
 void HostileTest::doesNoMoreThanStandsBesideIt() {
     QFETCH_GLOBAL(const Painter, painter);
     QFETCH(const QString, name);
-    if (!fixture || shownBy != painter)
-        fixture = std::make_unique<RendererFixture>(painter);
-    shownBy = painter;
-    const auto page = HostilePage::read(pages, name, painter, addresses);
+    if (!_fixture || _shownBy != painter)
+        _fixture = std::make_unique<RendererFixture>(painter);
+    _shownBy = painter;
+    const auto page = HostilePage::read(pages, name, painter, _addresses);
     const auto requested = [this] {
-        QStringList all = server.requests();
+        QStringList all = _server.requests();
         all.sort();
         return all.join(u'\n');
     };
 
-    server.clear();
-    fixture->questions.clear();
-    FileWatch watch(files.path());
+    _server.clear();
+    _fixture->questions.clear();
+    FileWatch watch(_files.path());
     NewWindows windows;
-    const Doings doings(*fixture);
-    const QImage before = fixture->screen();
+    const Doings doings(*_fixture);
+    const QImage before = _fixture->screen();
     if (page.hangs)
-        fixture->view.loadHtmlString(page.html);
+        _fixture->view.loadHtmlString(page.html);
     else
-        fixture->load(page.html);
+        _fixture->load(page.html);
     if (page.click) {
         // The engine drops clicks on content that it has not painted yet.
-        QTRY_VERIFY_WITH_TIMEOUT(fixture->screen() != before, patience);
+        QTRY_VERIFY_WITH_TIMEOUT(_fixture->screen() != before, patience);
         QTest::qWait(100);
-        QTest::mouseMove(fixture->target(), QPoint(40, 50));
-        QTest::mouseClick(fixture->target(), Qt::LeftButton, {}, QPoint(40, 50));
+        QTest::mouseMove(_fixture->target(), QPoint(40, 50));
+        QTest::mouseClick(_fixture->target(), Qt::LeftButton, {}, QPoint(40, 50));
         // If the click must have no effect, check that it arrived all the same.
         if (page.asks.isEmpty() && painter == Painter::Web)
-            QTRY_VERIFY_WITH_TIMEOUT(fixture->hasFocusInPage(), patience);
+            QTRY_VERIFY_WITH_TIMEOUT(_fixture->hasFocusInPage(), patience);
     }
     QTRY_COMPARE_WITH_TIMEOUT(requested(), page.requests.join(u'\n'), patience);
     QTRY_COMPARE_WITH_TIMEOUT(asked(page), page.asks.join(u'\n'), patience);
     QTRY_COMPARE_WITH_TIMEOUT(doings.downloads, page.downloads, patience);
     // If nothing must be heard, check that there was something to play.
     if (page.silent)
-        QTRY_VERIFY_WITH_TIMEOUT(fixture->evaluated(soundHasCome).toBool(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(_fixture->evaluated(soundHasCome).toBool(), patience);
     // Leaves time for anything else that the page may do.
     QTest::qWait(painter == Painter::Web ? 250 : 10);
 
@@ -314,10 +314,10 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
     QCOMPARE(doings.saved(), QStringList());
     QVERIFY(!doings.heard);
     if (page.silent)
-        QVERIFY(fixture->evaluated(noSoundWasPlayed).toBool());
+        QVERIFY(_fixture->evaluated(noSoundWasPlayed).toBool());
     QString text;
     const auto showsAll = [&] {
-        text = page.hangs ? QString() : fixture->text();
+        text = page.hangs ? QString() : _fixture->text();
         return std::all_of(page.shows.begin(), page.shows.end(),
                            [&](const QString &each) { return text.contains(each); });
     };
@@ -325,7 +325,7 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
     for (const QString &hidden : page.hides + QStringList{QStringLiteral("RAN")})
         QVERIFY2(!text.contains(hidden), qPrintable(text.left(1000)));
     for (const QColor &color : page.never)
-        QVERIFY(!shows(fixture->screen(), color));
+        QVERIFY(!shows(_fixture->screen(), color));
     QCOMPARE(windows.shown.size(), page.opensList ? 1 : 0);
     QVERIFY(QApplication::activeModalWidget() == nullptr);
 
@@ -339,13 +339,14 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
     QCOMPARE(watch.opened().join(u'|'), QString());
 
     // The panel still works.
-    fixture->load(QStringLiteral("<body style='background:#fffff0'><p>An ordinary page</p>"));
-    QTRY_COMPARE_WITH_TIMEOUT(fixture->text(), QStringLiteral("An ordinary page"), patience);
-    QTRY_COMPARE_WITH_TIMEOUT(fixture->pixel(QPoint(480, 280)), QColor(0xff, 0xff, 0xf0), patience);
+    _fixture->load(QStringLiteral("<body style='background:#fffff0'><p>An ordinary page</p>"));
+    QTRY_COMPARE_WITH_TIMEOUT(_fixture->text(), QStringLiteral("An ordinary page"), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(_fixture->pixel(QPoint(480, 280)), QColor(0xff, 0xff, 0xf0),
+                              patience);
     QVERIFY(QApplication::activePopupWidget() == nullptr);
     // After such a page the engine may delay a click for some seconds.
     if (page.hangs)
-        fixture.reset();
+        _fixture.reset();
 }
 
 // Pages run no code. If one found a way to, a request that would need the user's permission is
@@ -379,18 +380,18 @@ void HostileTest::nobodyGetsAPermission() {
     QFETCH(const QString, answer);
     if (painter == Painter::Text)
         QSKIP("knows of no permissions");
-    fixture = std::make_unique<RendererFixture>(painter);
-    shownBy = painter;
-    fixture->load(QStringLiteral("<p>Still here"));
+    _fixture = std::make_unique<RendererFixture>(painter);
+    _shownBy = painter;
+    _fixture->load(QStringLiteral("<p>Still here"));
     NewWindows windows;
-    const Doings doings(*fixture);
-    fixture->evaluated(QStringLiteral("var answer = 'none';"
-                                      "const given = () => answer = 'given';"
-                                      "const refused = why => answer = 'refused ' + "
-                                      "(why.code || why.name || why);") +
-                       request + QStringLiteral(";0"));
+    const Doings doings(*_fixture);
+    _fixture->evaluated(QStringLiteral("var answer = 'none';"
+                                       "const given = () => answer = 'given';"
+                                       "const refused = why => answer = 'refused ' + "
+                                       "(why.code || why.name || why);") +
+                        request + QStringLiteral(";0"));
     const auto answered = [this] {
-        return fixture->evaluated(QStringLiteral("answer")).toString();
+        return _fixture->evaluated(QStringLiteral("answer")).toString();
     };
     QTRY_COMPARE_WITH_TIMEOUT(answered(), answer, patience);
     QCOMPARE(doings.wanted, QList<QWebEnginePage::Feature>{feature});

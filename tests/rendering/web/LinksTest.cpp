@@ -38,7 +38,7 @@ class LinksTest : public QObject {
 private Q_SLOTS:
     void initTestCase_data();
     void init();
-    void cleanup() { fixture.reset(); }
+    void cleanup() { _fixture.reset(); }
 
     void arriveResolved_data();
     void arriveResolved();
@@ -61,7 +61,7 @@ private:
     // Compares the questions as lines, once as many have arrived and no more follow.
     void compareQuestions(const QStringList &expected);
 
-    std::unique_ptr<RendererFixture> fixture;
+    std::unique_ptr<RendererFixture> _fixture;
 };
 
 void LinksTest::initTestCase_data() {
@@ -72,24 +72,24 @@ void LinksTest::initTestCase_data() {
 
 void LinksTest::init() {
     QFETCH_GLOBAL(const Painter, painter);
-    fixture = std::make_unique<RendererFixture>(painter);
+    _fixture = std::make_unique<RendererFixture>(painter);
 }
 
 void LinksTest::show(const QString &html) {
-    fixture->load(html);
-    waitUntil([this] { return fixture->pixel(place) == linkColor; }, "no link is painted");
-    QCOMPARE(fixture->questions.size(), 0);
+    _fixture->load(html);
+    waitUntil([this] { return _fixture->pixel(place) == linkColor; }, "no link is painted");
+    QCOMPARE(_fixture->questions.size(), 0);
 }
 
 void LinksTest::click(Qt::MouseButton button, Qt::KeyboardModifiers held) const {
-    QTest::mouseMove(fixture->target(), place);
-    QTest::mouseClick(fixture->target(), button, held, place);
+    QTest::mouseMove(_fixture->target(), place);
+    QTest::mouseClick(_fixture->target(), button, held, place);
 }
 
 void LinksTest::compareQuestions(const QStringList &expected) {
     const auto lines = [this] {
         QStringList all;
-        for (const auto &question : std::as_const(fixture->questions))
+        for (const auto &question : std::as_const(_fixture->questions))
             all.append(asLine(question));
         return all;
     };
@@ -137,7 +137,7 @@ void LinksTest::arriveResolved() {
     show(linkTo(address));
     click();
     compareQuestions({QStringLiteral("0 ") + arrives});
-    QVERIFY(fixture->text().contains(QStringLiteral("The page")));
+    QVERIFY(_fixture->text().contains(QStringLiteral("The page")));
 }
 
 void LinksTest::arriveWhateverTheyAskFor_data() {
@@ -152,7 +152,7 @@ void LinksTest::arriveWhateverTheyAskFor_data() {
 void LinksTest::arriveWhateverTheyAskFor() {
     QFETCH(const QString, attributes);
     for (const char *address : {"a.html", "#a", "mailto:a@b", "javascript:1"}) {
-        fixture->questions.clear();
+        _fixture->questions.clear();
         show(link(QStringLiteral("href='%1' ").arg(QLatin1String(address)) + attributes));
         click();
         const QString resolved =
@@ -160,7 +160,7 @@ void LinksTest::arriveWhateverTheyAskFor() {
             : QLatin1String(address) == QLatin1String("#a")   ? QStringLiteral("http://#a")
                                                               : QLatin1String(address);
         compareQuestions({QStringLiteral("0 ") + resolved});
-        QVERIFY(fixture->text().contains(QStringLiteral("The page")));
+        QVERIFY(_fixture->text().contains(QStringLiteral("The page")));
     }
 }
 
@@ -183,16 +183,16 @@ void LinksTest::arriveWhateverButtonAndKeyIsHeld() {
     show(linkTo(QStringLiteral("a.html")));
     click(button, held);
     compareQuestions({QStringLiteral("0 http:///a.html")});
-    QVERIFY(fixture->text().contains(QStringLiteral("The page")));
+    QVERIFY(_fixture->text().contains(QStringLiteral("The page")));
 }
 
 void LinksTest::arriveFromTheKeyboard() {
-    bool focused = fixture->web() == nullptr;
-    if (fixture->web())
-        connect(fixture->web()->page(), &QWebEnginePage::linkHovered, this,
+    bool focused = _fixture->web() == nullptr;
+    if (_fixture->web())
+        connect(_fixture->web()->page(), &QWebEnginePage::linkHovered, this,
                 [&focused](const QString &address) { focused = !address.isEmpty(); });
     show(linkTo(QStringLiteral("a.html")));
-    fixture->view.setFocus();
+    _fixture->view.setFocus();
     QTRY_VERIFY_WITH_TIMEOUT(QApplication::focusWidget() != nullptr, patience);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
     QTRY_VERIFY_WITH_TIMEOUT(focused, patience);
@@ -210,21 +210,21 @@ void LinksTest::arriveWhileTheAnswerWouldAllowThem() {
             return NavigationDecision::Use;
         }
     } allowing;
-    fixture->view.setPolicyDelegate(&allowing);
+    _fixture->view.setPolicyDelegate(&allowing);
     show(linkTo(QStringLiteral("a.html")));
     click();
     QTRY_COMPARE_WITH_TIMEOUT(allowing.asked, 1, patience);
-    QVERIFY(fixture->text().contains(QStringLiteral("The page")));
-    fixture->view.setPolicyDelegate(nullptr);
+    QVERIFY(_fixture->text().contains(QStringLiteral("The page")));
+    _fixture->view.setPolicyDelegate(nullptr);
 }
 
 void LinksTest::areRefusedWithoutADelegate() {
-    fixture->view.setPolicyDelegate(nullptr);
+    _fixture->view.setPolicyDelegate(nullptr);
     show(linkTo(QStringLiteral("about:blank")));
     click();
     QTest::qWait(300);
-    QCOMPARE(fixture->pixel(place), linkColor);
-    QVERIFY(fixture->text().contains(QStringLiteral("The page")));
+    QCOMPARE(_fixture->pixel(place), linkColor);
+    QVERIFY(_fixture->text().contains(QStringLiteral("The page")));
 }
 
 void LinksTest::otherButtonsFollowNothing_data() {
@@ -236,14 +236,14 @@ void LinksTest::otherButtonsFollowNothing_data() {
 
 void LinksTest::otherButtonsFollowNothing() {
     QFETCH(const Qt::MouseButton, button);
-    fixture->load(QStringLiteral("<p>The page before</p>"));
+    _fixture->load(QStringLiteral("<p>The page before</p>"));
     show(linkTo(QStringLiteral("a.html")));
     click(button);
     // Any effect of the first click would arrive before the effect of this one.
     click();
     compareQuestions({QStringLiteral("0 http:///a.html")});
-    QVERIFY(fixture->text().contains(QStringLiteral("The page")));
-    QVERIFY(!fixture->text().contains(QStringLiteral("before")));
+    QVERIFY(_fixture->text().contains(QStringLiteral("The page")));
+    QVERIFY(!_fixture->text().contains(QStringLiteral("before")));
 }
 
 void LinksTest::areFoundInMapsDrawingsAndFrames_data() {
@@ -273,12 +273,12 @@ void LinksTest::areFoundInMapsDrawingsAndFrames() {
     QFETCH_GLOBAL(const Painter, painter);
     if (painter == Painter::Text)
         QSKIP("shows none of these");
-    fixture->load(page);
-    QTRY_COMPARE_WITH_TIMEOUT(fixture->pixel(place), linkColor, patience);
-    fixture->questions.clear();
+    _fixture->load(page);
+    QTRY_COMPARE_WITH_TIMEOUT(_fixture->pixel(place), linkColor, patience);
+    _fixture->questions.clear();
     click();
     compareQuestions({QStringLiteral("0 http:///a.html")});
-    QVERIFY(fixture->text().contains(QStringLiteral("The page")));
+    QVERIFY(_fixture->text().contains(QStringLiteral("The page")));
 }
 
 void LinksTest::resolveAgainstTheirPagesBase() {

@@ -41,7 +41,7 @@ class NavigationTest : public QObject {
 private Q_SLOTS:
     void initTestCase_data();
     void init();
-    void cleanup() { fixture.reset(); }
+    void cleanup() { _fixture.reset(); }
 
     void tellsWhyAPageLeaves_data();
     void tellsWhyAPageLeaves();
@@ -72,25 +72,26 @@ private Q_SLOTS:
 
 private:
     void waitFor(const QString &text) const {
-        QTRY_COMPARE_WITH_TIMEOUT(fixture->text(), text, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(_fixture->text(), text, patience);
     }
 
     // Clicks the upper left of a page with this background, once it is painted.
     void press(const QColor &ground = QColor(0x20, 0xc0, 0x40)) const {
-        waitUntil([&] { return fixture->pixel(QPoint(400, 250)) == ground; }, "no page is painted");
+        waitUntil([&] { return _fixture->pixel(QPoint(400, 250)) == ground; },
+                  "no page is painted");
         // The engine drops clicks on content that it has only just painted.
         QTest::qWait(100);
-        QTest::mouseMove(fixture->target(), QPoint(50, 50));
-        QTest::mouseClick(fixture->target(), Qt::LeftButton, {}, QPoint(50, 50));
+        QTest::mouseMove(_fixture->target(), QPoint(50, 50));
+        QTest::mouseClick(_fixture->target(), Qt::LeftButton, {}, QPoint(50, 50));
     }
     [[nodiscard]] QStringList asked() const {
         QStringList lines;
-        for (const auto &question : fixture->questions)
+        for (const auto &question : _fixture->questions)
             lines.append(asLine(question));
         return lines;
     }
 
-    std::unique_ptr<RendererFixture> fixture;
+    std::unique_ptr<RendererFixture> _fixture;
 };
 
 void NavigationTest::initTestCase_data() {
@@ -101,7 +102,7 @@ void NavigationTest::initTestCase_data() {
 
 void NavigationTest::init() {
     QFETCH_GLOBAL(const Painter, painter);
-    fixture = std::make_unique<RendererFixture>(painter);
+    _fixture = std::make_unique<RendererFixture>(painter);
 }
 
 void NavigationTest::tellsWhyAPageLeaves_data() {
@@ -141,7 +142,7 @@ void NavigationTest::tellsWhyAPageLeaves() {
     PageServer server;
     server.setAnswer("/there", {"There"});
     const QString address = server.address();
-    fixture->load(page(html.arg(address)));
+    _fixture->load(page(html.arg(address)));
     if (click)
         press();
     QTRY_COMPARE_WITH_TIMEOUT(server.requests(), QStringList{request}, patience);
@@ -158,19 +159,19 @@ void NavigationTest::staysWhereThatIsRefused() {
         QSKIP("goes nowhere");
     PageServer server;
     server.setAnswer("/there", {"There"});
-    fixture->refuses = [](const QString &) { return true; };
-    fixture->load(page(html.arg(server.address()) + QStringLiteral("<p>Stays")));
+    _fixture->refuses = [](const QString &) { return true; };
+    _fixture->load(page(html.arg(server.address()) + QStringLiteral("<p>Stays")));
     if (click)
         press();
     QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringList{question.arg(server.address())}, patience);
     QTest::qWait(300);
     QCOMPARE(server.requests(), QStringList());
-    QVERIFY2(fixture->text().endsWith(QStringLiteral("Stays")), qPrintable(fixture->text()));
+    QVERIFY2(_fixture->text().endsWith(QStringLiteral("Stays")), qPrintable(_fixture->text()));
     QCOMPARE(asked().size(), 1);
 }
 
 void NavigationTest::aRedirectionIsAskedAboutToo() {
-    if (!fixture->web())
+    if (!_fixture->web())
         QSKIP("goes nowhere");
     PageServer server;
     const QString address = server.address();
@@ -180,11 +181,11 @@ void NavigationTest::aRedirectionIsAskedAboutToo() {
                            QStringLiteral("5 %1/second").arg(address)};
     for (const bool refused : {true, false}) {
         server.clear();
-        fixture->questions.clear();
-        fixture->refuses = [refused](const QString &to) {
+        _fixture->questions.clear();
+        _fixture->refuses = [refused](const QString &to) {
             return refused && to.endsWith("second");
         };
-        fixture->load(QStringLiteral("Here<iframe src='%1/first'></iframe>").arg(address));
+        _fixture->load(QStringLiteral("Here<iframe src='%1/first'></iframe>").arg(address));
         QTRY_COMPARE_WITH_TIMEOUT(asked(), both, patience);
         waitFor(refused ? QStringLiteral("Here") : QStringLiteral("Here\n\nThere"));
         QTest::qWait(300);
@@ -193,14 +194,14 @@ void NavigationTest::aRedirectionIsAskedAboutToo() {
 }
 
 void NavigationTest::asksBeforeGoingBackForwardAndAnew() {
-    if (!fixture->web())
+    if (!_fixture->web())
         QSKIP("goes nowhere");
     PageServer server;
     const QString address = server.address();
     server.setAnswer("/one", {"<body style='margin:0;background:#c02040'><form action=two>" +
                               button.toLatin1() + "</form>One"});
     server.setAnswer("/two", {"Two"});
-    fixture->load(page(QStringLiteral("<form action='%1/one'>").arg(address) + button));
+    _fixture->load(page(QStringLiteral("<form action='%1/one'>").arg(address) + button));
     press();
     waitFor(QStringLiteral("Send\nOne"));
     press(QColor(0xc0, 0x20, 0x40));
@@ -218,46 +219,46 @@ void NavigationTest::asksBeforeGoingBackForwardAndAnew() {
     };
     for (const Step &step : steps) {
         for (const bool refused : {true, false}) {
-            const QString before = fixture->text();
+            const QString before = _fixture->text();
             server.clear();
-            fixture->questions.clear();
-            fixture->refuses = [refused](const QString &) { return refused; };
-            QSignalSpy loads(fixture->web()->page(), &QWebEnginePage::loadFinished);
-            fixture->web()->page()->triggerAction(step.action);
+            _fixture->questions.clear();
+            _fixture->refuses = [refused](const QString &) { return refused; };
+            QSignalSpy loads(_fixture->web()->page(), &QWebEnginePage::loadFinished);
+            _fixture->web()->page()->triggerAction(step.action);
             QTRY_COMPARE_WITH_TIMEOUT(loads.size(), 1, patience);
             QCOMPARE(loads.first().first().toBool(), !refused);
             QCOMPARE(asked(), QStringList{step.question.arg(address)});
             if (refused)
                 QCOMPARE(server.requests(), QStringList());
-            QCOMPARE(fixture->text(), refused ? before : step.then);
+            QCOMPARE(_fixture->text(), refused ? before : step.then);
         }
     }
     QCOMPARE(server.requests(), QStringList{QStringLiteral("GET /two?")});
 }
 
 void NavigationTest::asksBeforeLoadingAnItemAnew() {
-    if (!fixture->web())
+    if (!_fixture->web())
         QSKIP("goes nowhere");
-    fixture->load(QStringLiteral("The item"));
+    _fixture->load(QStringLiteral("The item"));
     waitFor(QStringLiteral("The item"));
-    QSignalSpy loads(fixture->web()->page(), &QWebEnginePage::loadFinished);
-    fixture->web()->page()->triggerAction(QWebEnginePage::Reload);
+    QSignalSpy loads(_fixture->web()->page(), &QWebEnginePage::loadFinished);
+    _fixture->web()->page()->triggerAction(QWebEnginePage::Reload);
     QTRY_COMPARE_WITH_TIMEOUT(loads.size(), 1, patience);
     QCOMPARE(asked(), QStringList{QStringLiteral("3 http://")});
     QVERIFY(loads.first().first().toBool());
-    QCOMPARE(fixture->text(), QStringLiteral("The item"));
+    QCOMPARE(_fixture->text(), QStringLiteral("The item"));
 }
 
 void NavigationTest::refusesAllWithoutADelegate() {
     PageServer server;
-    fixture->view.setPolicyDelegate(nullptr);
-    fixture->load(QStringLiteral("Here<iframe src='%1/frame'></iframe>"
-                                 "<meta http-equiv=refresh content='0;url=%1/there'>")
-                      .arg(server.address()));
+    _fixture->view.setPolicyDelegate(nullptr);
+    _fixture->load(QStringLiteral("Here<iframe src='%1/frame'></iframe>"
+                                  "<meta http-equiv=refresh content='0;url=%1/there'>")
+                       .arg(server.address()));
     waitFor(QStringLiteral("Here"));
     QTest::qWait(300);
     QCOMPARE(server.requests(), QStringList());
-    QCOMPARE(fixture->text(), QStringLiteral("Here"));
+    QCOMPARE(_fixture->text(), QStringLiteral("Here"));
 }
 
 void NavigationTest::ownLoadsAreNotAskedAbout() {
@@ -270,18 +271,18 @@ void NavigationTest::ownLoadsAreNotAskedAbout() {
             return NavigationDecision::Ignore;
         }
     } refusing;
-    fixture->view.setPolicyDelegate(&refusing);
+    _fixture->view.setPolicyDelegate(&refusing);
     for (const char *each : {"One", "Two", "Three"}) {
-        fixture->load(QString::fromLatin1(each));
+        _fixture->load(QString::fromLatin1(each));
         waitFor(QString::fromLatin1(each));
     }
     QCOMPARE(refusing.asked, 0);
-    fixture->view.setPolicyDelegate(nullptr);
+    _fixture->view.setPolicyDelegate(nullptr);
 }
 
 void NavigationTest::loadsWithoutADelegate() {
-    fixture->view.setPolicyDelegate(nullptr);
-    fixture->load(QStringLiteral("Here"));
+    _fixture->view.setPolicyDelegate(nullptr);
+    _fixture->load(QStringLiteral("Here"));
     waitFor(QStringLiteral("Here"));
 }
 
@@ -301,49 +302,49 @@ void NavigationTest::thePageBeforeNeverStays_data() {
 void NavigationTest::thePageBeforeNeverStays() {
     QFETCH(const QString, html);
     QFETCH(const QString, text);
-    fixture->load(QStringLiteral("The page before"));
+    _fixture->load(QStringLiteral("The page before"));
     waitFor(QStringLiteral("The page before"));
-    fixture->load(html);
+    _fixture->load(html);
     waitFor(text);
 }
 
 void NavigationTest::theLastOfManyLoadsWins() {
     for (int each = 1; each <= 30; ++each)
-        fixture->view.loadHtmlString(page(QStringLiteral("Page %1").arg(each)));
+        _fixture->view.loadHtmlString(page(QStringLiteral("Page %1").arg(each)));
     waitFor(QStringLiteral("Page 30"));
     QTest::qWait(200);
-    QCOMPARE(fixture->text(), QStringLiteral("Page 30"));
+    QCOMPARE(_fixture->text(), QStringLiteral("Page 30"));
 }
 
 void NavigationTest::aPageFollowsOneThatLeft() {
     PageServer server;
     server.setAnswer("/there", {"There"});
-    fixture->load(QStringLiteral("Here<meta http-equiv=refresh content='0;url=%1/there'>")
-                      .arg(server.address()));
-    if (fixture->web())
+    _fixture->load(QStringLiteral("Here<meta http-equiv=refresh content='0;url=%1/there'>")
+                       .arg(server.address()));
+    if (_fixture->web())
         waitFor(QStringLiteral("There"));
-    fixture->load(QStringLiteral("The next item"));
+    _fixture->load(QStringLiteral("The next item"));
     waitFor(QStringLiteral("The next item"));
 }
 
 void NavigationTest::aPageThatNeverRestsMakesWay() {
     for (int each = 0; each < 5; ++each) {
-        fixture->load(QStringLiteral("<meta http-equiv=refresh content=0>"));
+        _fixture->load(QStringLiteral("<meta http-equiv=refresh content=0>"));
         QTest::qWait(100);
-        fixture->load(QStringLiteral("The next item %1").arg(each));
+        _fixture->load(QStringLiteral("The next item %1").arg(each));
         waitFor(QStringLiteral("The next item %1").arg(each));
     }
 }
 
 void NavigationTest::takesNoCookies() {
-    if (!fixture->web())
+    if (!_fixture->web())
         QSKIP("goes nowhere");
     PageServer server;
     server.setAnswer("/there", {"There", "text/html", "200 OK", "Set-Cookie: reader=7\r\n"});
     for (int visit = 0; visit < 2; ++visit) {
         server.clear();
-        fixture->load(QStringLiteral("Here<meta http-equiv=refresh content='0;url=%1/there'>")
-                          .arg(server.address()));
+        _fixture->load(QStringLiteral("Here<meta http-equiv=refresh content='0;url=%1/there'>")
+                           .arg(server.address()));
         waitFor(QStringLiteral("There"));
         QCOMPARE(server.requests(), QStringList{QStringLiteral("GET /there")});
     }
@@ -358,102 +359,102 @@ void NavigationTest::startsAtTheTop() {
                    "<td height=100 bgcolor='#c02040'>") +
                QString::fromLatin1(name) + QStringLiteral("</table>") + rows;
     };
-    fixture->load(html("One"));
-    waitUntil([&] { return fixture->pixel(QPoint(250, 18)) == top; }, "the top is not painted");
-    QTest::keyClick(fixture->target(), Qt::Key_End, Qt::ControlModifier);
-    QTest::keyClick(fixture->target(), Qt::Key_End);
-    waitUntil([&] { return fixture->pixel(QPoint(250, 18)) != top; }, "it does not scroll");
-    fixture->load(html("Two"));
-    waitUntil([&] { return fixture->pixel(QPoint(250, 18)) == top; }, "it stays scrolled");
+    _fixture->load(html("One"));
+    waitUntil([&] { return _fixture->pixel(QPoint(250, 18)) == top; }, "the top is not painted");
+    QTest::keyClick(_fixture->target(), Qt::Key_End, Qt::ControlModifier);
+    QTest::keyClick(_fixture->target(), Qt::Key_End);
+    waitUntil([&] { return _fixture->pixel(QPoint(250, 18)) != top; }, "it does not scroll");
+    _fixture->load(html("Two"));
+    waitUntil([&] { return _fixture->pixel(QPoint(250, 18)) == top; }, "it stays scrolled");
 }
 
 void NavigationTest::aHangingEngineDoesNotHoldUpTheNextPage() {
-    if (!fixture->web())
+    if (!_fixture->web())
         QSKIP("has no engine");
-    fixture->load(QStringLiteral("The page before"));
+    _fixture->load(QStringLiteral("The page before"));
     waitFor(QStringLiteral("The page before"));
-    const qint64 engine = fixture->web()->page()->renderProcessPid();
+    const qint64 engine = _fixture->web()->page()->renderProcessPid();
     QVERIFY(engine > 0);
     QCOMPARE(::kill(static_cast<pid_t>(engine), SIGSTOP), 0);
-    fixture->load(QStringLiteral("The next item"));
+    _fixture->load(QStringLiteral("The next item"));
     waitFor(QStringLiteral("The next item"));
     ::kill(static_cast<pid_t>(engine), SIGCONT);
 }
 
 void NavigationTest::aDeadEngineDoesNotHoldUpTheNextPage() {
-    if (!fixture->web())
+    if (!_fixture->web())
         QSKIP("has no engine");
-    fixture->load(QStringLiteral("The page before"));
+    _fixture->load(QStringLiteral("The page before"));
     waitFor(QStringLiteral("The page before"));
-    const qint64 engine = fixture->web()->page()->renderProcessPid();
+    const qint64 engine = _fixture->web()->page()->renderProcessPid();
     QVERIFY(engine > 0);
     QCOMPARE(::kill(static_cast<pid_t>(engine), SIGKILL), 0);
-    fixture->load(QStringLiteral("The next item"));
+    _fixture->load(QStringLiteral("The next item"));
     waitFor(QStringLiteral("The next item"));
 }
 
 void NavigationTest::anEngineThatDiesShowsItsPageAnew() {
-    if (!fixture->web())
+    if (!_fixture->web())
         QSKIP("has no engine");
     const auto kill = [this] {
-        const qint64 engine = fixture->web()->page()->renderProcessPid();
+        const qint64 engine = _fixture->web()->page()->renderProcessPid();
         return engine > 0 && ::kill(static_cast<pid_t>(engine), SIGKILL) == 0;
     };
-    fixture->load(QStringLiteral("The page"));
+    _fixture->load(QStringLiteral("The page"));
     waitFor(QStringLiteral("The page"));
     // Wait until the renderer no longer retries a late page.
     QTest::qWait(1200);
-    const qint64 first = fixture->web()->page()->renderProcessPid();
+    const qint64 first = _fixture->web()->page()->renderProcessPid();
     QVERIFY(kill());
-    QTRY_VERIFY(fixture->web()->page()->renderProcessPid() != first);
+    QTRY_VERIFY(_fixture->web()->page()->renderProcessPid() != first);
     waitFor(QStringLiteral("The page"));
 
     // But not for ever.
     QTest::qWait(1200);
-    QSignalSpy ends(fixture->web()->page(), &QWebEnginePage::renderProcessTerminated);
-    QSignalSpy loads(fixture->web()->page(), &QWebEnginePage::loadStarted);
+    QSignalSpy ends(_fixture->web()->page(), &QWebEnginePage::renderProcessTerminated);
+    QSignalSpy loads(_fixture->web()->page(), &QWebEnginePage::loadStarted);
     QVERIFY(kill());
     QTRY_COMPARE(ends.count(), 1);
     QTest::qWait(200);
     QCOMPARE(loads.count(), 0);
-    fixture->load(QStringLiteral("The next item"));
+    _fixture->load(QStringLiteral("The next item"));
     waitFor(QStringLiteral("The next item"));
 }
 
 void NavigationTest::aClosedWindowsPageRestsAndAMinimisedOnesDoesNot() {
-    if (!fixture->web())
+    if (!_fixture->web())
         QSKIP("has no engine");
     using State = QWebEnginePage::LifecycleState;
     RendererFixture minimised(Painter::Web);
     const QString html = QStringLiteral("Again<script>document.body.append(' RAN')</script>");
-    for (RendererFixture *each : {fixture.get(), &minimised}) {
+    for (RendererFixture *each : {_fixture.get(), &minimised}) {
         each->load(html);
         QTRY_COMPARE(each->text(), QStringLiteral("Again"));
     }
-    fixture->view.hide();
+    _fixture->view.hide();
     minimised.view.showMinimized();
     QTRY_VERIFY(!minimised.web()->page()->isVisible());
-    QTRY_COMPARE(fixture->web()->page()->lifecycleState(), State::Discarded);
+    QTRY_COMPARE(_fixture->web()->page()->lifecycleState(), State::Discarded);
     QTest::qWait(2000);
     QCOMPARE(minimised.web()->page()->lifecycleState(), State::Active);
     minimised.view.close();
-    fixture->view.show();
+    _fixture->view.show();
     waitFor(QStringLiteral("Again"));
-    QCOMPARE(fixture->web()->page()->lifecycleState(), State::Active);
+    QCOMPARE(_fixture->web()->page()->lifecycleState(), State::Active);
     QTRY_COMPARE(minimised.web()->page()->lifecycleState(), State::Discarded);
 }
 
 void NavigationTest::drawsInTheStandardFontWhereNoneIsNamed() {
     const auto drawn = [this](const QString &style) {
-        fixture->load(QStringLiteral("<body style='background:#20c040'><p style='%1'>Quick brown "
-                                     "fox WAVE il1</p>")
-                          .arg(style));
-        waitUntil([this] { return fixture->pixel(QPoint(480, 280)) == QColor(0x20, 0xc0, 0x40); },
+        _fixture->load(QStringLiteral("<body style='background:#20c040'><p style='%1'>Quick brown "
+                                      "fox WAVE il1</p>")
+                           .arg(style));
+        waitUntil([this] { return _fixture->pixel(QPoint(480, 280)) == QColor(0x20, 0xc0, 0x40); },
                   "no page is painted");
         QTest::qWait(300);
-        QImage image = fixture->screen().copy(0, 0, 480, 100);
-        fixture->load(QStringLiteral("<body style='background:#ffffff'>"));
-        waitUntil([this] { return fixture->pixel(QPoint(480, 280)) == QColor(Qt::white); },
+        QImage image = _fixture->screen().copy(0, 0, 480, 100);
+        _fixture->load(QStringLiteral("<body style='background:#ffffff'>"));
+        waitUntil([this] { return _fixture->pixel(QPoint(480, 280)) == QColor(Qt::white); },
                   "no page is painted");
         return image;
     };
@@ -472,13 +473,13 @@ void NavigationTest::drawsBlackOnWhiteInADarkDesktop() {
     dark.setColor(QPalette::WindowText, Qt::white);
     dark.setColor(QPalette::Link, QColor(0x99, 0xcc, 0xff));
     QApplication::setPalette(dark);
-    fixture = std::make_unique<RendererFixture>(painter);
-    fixture->load(
+    _fixture = std::make_unique<RendererFixture>(painter);
+    _fixture->load(
         QStringLiteral("<p style='font-size:100px'>\u25a0\u25a0 <a href=a><b>\u25a0</b></a></p>"));
-    waitUntil([this] { return fixture->pixel(QPoint(480, 280)) == QColor(Qt::white); },
+    waitUntil([this] { return _fixture->pixel(QPoint(480, 280)) == QColor(Qt::white); },
               "the page is not white");
     const auto draws = [this](const QColor &color) {
-        const QImage screen = fixture->screen();
+        const QImage screen = _fixture->screen();
         for (int x = 0; x < screen.width(); ++x)
             if (screen.pixelColor(x, 90) == color)
                 return true;
@@ -505,17 +506,17 @@ void NavigationTest::showsPicturesThatThePageCarries_data() {
 void NavigationTest::showsPicturesThatThePageCarries() {
     QFETCH(const QString, markup);
     QFETCH(const QByteArray, format);
-    fixture->load(page(markup.arg(picture({100, 100}, Qt::white, format))));
-    waitUntil([this] { return fixture->pixel(QPoint(400, 280)) == QColor(0x20, 0xc0, 0x40); },
+    _fixture->load(page(markup.arg(picture({100, 100}, Qt::white, format))));
+    waitUntil([this] { return _fixture->pixel(QPoint(400, 280)) == QColor(0x20, 0xc0, 0x40); },
               "no page is painted");
-    QTRY_COMPARE_WITH_TIMEOUT(fixture->pixel(QPoint(40, 60)), QColor(Qt::white), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(_fixture->pixel(QPoint(40, 60)), QColor(Qt::white), patience);
 }
 
 void NavigationTest::everyPageMayCarryAsMuch() {
     for (const QColor color : {Qt::white, Qt::black, Qt::white}) {
-        fixture->load(page(QStringLiteral("<img src='%1' width=100 height=100>")
-                               .arg(picture({5000, 5000}, color, "PNG"))));
-        QTRY_COMPARE_WITH_TIMEOUT(fixture->pixel(QPoint(40, 60)), color, patience);
+        _fixture->load(page(QStringLiteral("<img src='%1' width=100 height=100>")
+                                .arg(picture({5000, 5000}, color, "PNG"))));
+        QTRY_COMPARE_WITH_TIMEOUT(_fixture->pixel(QPoint(40, 60)), color, patience);
     }
 }
 
