@@ -1,6 +1,6 @@
 #pragma once
 
-#include <pelorinnews/NewsController.h>
+#include "pelorinnews/NewsController.h"
 
 #include <QMainWindow>
 

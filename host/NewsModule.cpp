@@ -1,6 +1,6 @@
 #include "NewsModule.h"
 
-#include <pelorinnews/NewsPlugin.h>
+#include "pelorinnews/NewsPlugin.h"
 
 #include <QCoreApplication>
 #include <QDir>

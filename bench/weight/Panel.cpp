@@ -1,6 +1,6 @@
 #include "Panel.h"
 
-#include <pelorinnews/NewsPlugin.h>
+#include "pelorinnews/NewsPlugin.h"
 
 #include <QAbstractButton>
 #include <QApplication>

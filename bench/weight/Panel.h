@@ -2,7 +2,7 @@
 
 #include "PixelWatch.h"
 
-#include <pelorinnews/NewsController.h>
+#include "pelorinnews/NewsController.h"
 
 #include <QString>
 #include <QWidget>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <pelorinnews/PrintableText.h>
+#include "pelorinnews/PrintableText.h"
 
 #include <QString>
 #include <QVariantMap>

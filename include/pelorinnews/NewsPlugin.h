@@ -1,9 +1,9 @@
 #pragma once
 
-#include <pelorinnews/Error.h>
-#include <pelorinnews/HostIdentity.h>
-#include <pelorinnews/NewsController.h>
-#include <pelorinnews/NotificationCenter.h>
+#include "pelorinnews/Error.h"
+#include "pelorinnews/HostIdentity.h"
+#include "pelorinnews/NewsController.h"
+#include "pelorinnews/NotificationCenter.h"
 
 #include <QtPlugin>
 

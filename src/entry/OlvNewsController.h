@@ -1,7 +1,7 @@
 #pragma once
 
-#include <pelorinnews/Error.h>
-#include <pelorinnews/NewsController.h>
+#include "pelorinnews/Error.h"
+#include "pelorinnews/NewsController.h"
 
 #include <memory>
 

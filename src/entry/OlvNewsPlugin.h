@@ -1,6 +1,6 @@
 #pragma once
 
-#include <pelorinnews/NewsPlugin.h>
+#include "pelorinnews/NewsPlugin.h"
 
 #include <QObject>
 

@@ -2,7 +2,7 @@
 
 #include "network/UrlLoader.h"
 
-#include <pelorinnews/Error.h>
+#include "pelorinnews/Error.h"
 
 #include <QByteArray>
 #include <QString>

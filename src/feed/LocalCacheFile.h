@@ -3,7 +3,7 @@
 #include "network/NetworkUrlLoader.h"
 #include "platform/FileStamp.h"
 
-#include <pelorinnews/Error.h>
+#include "pelorinnews/Error.h"
 
 #include <QByteArrayView>
 #include <QString>

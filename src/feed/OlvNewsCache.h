@@ -9,8 +9,8 @@
 #include "platform/GuardedSlot.h"
 #include "platform/OperationQueue.h"
 
-#include <pelorinnews/Error.h>
-#include <pelorinnews/OlvLogger.h>
+#include "pelorinnews/Error.h"
+#include "pelorinnews/OlvLogger.h"
 
 #include <QString>
 #include <QStringView>

@@ -3,7 +3,7 @@
 #include "OlvNewsCacheItem.h"
 #include "platform/XmlReader.h"
 
-#include <pelorinnews/Error.h>
+#include "pelorinnews/Error.h"
 
 #include <QHash>
 #include <QVariantMap>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <pelorinnews/Error.h>
-#include <pelorinnews/OlvLogger.h>
+#include "pelorinnews/Error.h"
+#include "pelorinnews/OlvLogger.h"
 
 #include <QDateTime>
 #include <QString>

@@ -1,6 +1,6 @@
 #include "TransportError.h"
 
-#include <pelorinnews/PrintableText.h>
+#include "pelorinnews/PrintableText.h"
 
 namespace pelorinnews {
 

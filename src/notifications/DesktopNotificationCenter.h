@@ -2,7 +2,7 @@
 
 #include "NotificationThread.h"
 
-#include <pelorinnews/NotificationCenter.h>
+#include "pelorinnews/NotificationCenter.h"
 
 #include <memory>
 

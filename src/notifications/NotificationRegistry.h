@@ -3,7 +3,7 @@
 #include "platform/FileStamp.h"
 #include "platform/GuardedSlot.h"
 
-#include <pelorinnews/NotificationCenter.h>
+#include "pelorinnews/NotificationCenter.h"
 
 #include <QString>
 #include <QStringList>

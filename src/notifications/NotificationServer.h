@@ -1,6 +1,6 @@
 #pragma once
 
-#include <pelorinnews/NotificationCenter.h>
+#include "pelorinnews/NotificationCenter.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

@@ -2,7 +2,7 @@
 
 #include "XmlEntities.h"
 
-#include <pelorinnews/Error.h>
+#include "pelorinnews/Error.h"
 
 #include <QString>
 

@@ -2,7 +2,7 @@
 
 #include "EntryPattern.h"
 
-#include <pelorinnews/HostIdentity.h>
+#include "pelorinnews/HostIdentity.h"
 
 #include <QString>
 

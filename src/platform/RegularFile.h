@@ -3,7 +3,7 @@
 #include "FileDescriptor.h"
 #include "FileStamp.h"
 
-#include <pelorinnews/Error.h>
+#include "pelorinnews/Error.h"
 
 #include <QByteArray>
 #include <QString>

@@ -2,7 +2,7 @@
 
 #include "XmlReader.h"
 
-#include <pelorinnews/PrintableText.h>
+#include "pelorinnews/PrintableText.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <pelorinnews/HostIdentity.h>
+#include "pelorinnews/HostIdentity.h"
 
 #include <QDateTime>
 #include <QString>

@@ -9,7 +9,7 @@
 #include "rendering/NewsRenderer.h"
 #include "settings/OlvNewsConfiguration.h"
 
-#include <pelorinnews/OlvLogger.h>
+#include "pelorinnews/OlvLogger.h"
 
 #include <QAbstractButton>
 #include <QBasicTimer>

@@ -2,7 +2,7 @@
 
 #include "finder/OlvPelorinFinder.h"
 
-#include <pelorinnews/NotificationCenter.h>
+#include "pelorinnews/NotificationCenter.h"
 
 #include <functional>
 #include <memory>

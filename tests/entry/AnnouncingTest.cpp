@@ -5,7 +5,7 @@
 #include "FeedServer.h"
 #include "TestHome.h"
 
-#include <pelorinnews/NewsPlugin.h>
+#include "pelorinnews/NewsPlugin.h"
 
 #include <QApplication>
 #include <QPluginLoader>

@@ -3,7 +3,7 @@
 
 #include "TestHome.h"
 
-#include <pelorinnews/NewsPlugin.h>
+#include "pelorinnews/NewsPlugin.h"
 
 #include <QApplication>
 #include <QPluginLoader>

@@ -4,7 +4,7 @@
 #include "FeedServer.h"
 #include "TestMain.h"
 
-#include <pelorinnews/NewsPlugin.h>
+#include "pelorinnews/NewsPlugin.h"
 
 #include <QApplication>
 #include <QPluginLoader>

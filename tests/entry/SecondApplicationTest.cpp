@@ -5,7 +5,7 @@
 #include "FeedTemplate.h"
 #include "TestHome.h"
 
-#include <pelorinnews/NewsPlugin.h>
+#include "pelorinnews/NewsPlugin.h"
 
 #include <QApplication>
 #include <QDateTime>

@@ -4,7 +4,7 @@
 #include "notifications/NotificationRegistry.h"
 #include "notifications/NotificationWorker.h"
 
-#include <pelorinnews/NotificationCenter.h>
+#include "pelorinnews/NotificationCenter.h"
 
 #include <chrono>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <pelorinnews/OlvLogger.h>
+#include "pelorinnews/OlvLogger.h"
 
 #include <QList>
 

@@ -2,7 +2,7 @@
 
 #include "platform/XmlReader.h"
 
-#include <pelorinnews/PrintableText.h>
+#include "pelorinnews/PrintableText.h"
 
 #include <QString>
 #include <QStringView>

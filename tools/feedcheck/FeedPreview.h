@@ -2,7 +2,7 @@
 
 #include "feed/OlvNewsCacheFiltered.h"
 
-#include <pelorinnews/Error.h>
+#include "pelorinnews/Error.h"
 
 #include <QStringList>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <pelorinnews/Error.h>
+#include "pelorinnews/Error.h"
 
 #include <QByteArray>
 #include <QString>

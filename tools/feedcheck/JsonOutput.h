@@ -2,7 +2,7 @@
 
 #include "feed/OlvNewsCacheItem.h"
 
-#include <pelorinnews/Error.h>
+#include "pelorinnews/Error.h"
 
 #include <QByteArray>
 #include <QString>
