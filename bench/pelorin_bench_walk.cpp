@@ -71,7 +71,7 @@ struct Cost {
     quint64 entries = 0;
 };
 
-enum class Priority { ordinary, idle };
+enum class Priority { Ordinary, Idle };
 
 /// One walk as the search does it, on a thread of its own.
 Cost walk(const QByteArray &folder, Priority priority) {
@@ -79,7 +79,7 @@ Cost walk(const QByteArray &folder, Priority priority) {
     std::future<Cost> result = cost->get_future();
     const auto task =
         BackgroundTask::start("pelorin-walk", [folder, cost, priority](BackgroundTask &running) {
-            if (priority == Priority::idle)
+            if (priority == Priority::Idle)
                 running.enterIdleClass();
             FileWalk fileWalk(FileNamePattern::like(QStringLiteral("Pelorin.app")));
             const auto start = Clock::now();
@@ -155,12 +155,12 @@ int main(int argc, char *argv[]) {
     if (makes)
         makeTree(folder, std::atoi(argv[3]));
     if (emptyCaches())
-        report("cold", walk(folder, Priority::ordinary));
+        report("cold", walk(folder, Priority::Ordinary));
     else
         std::printf("cold         not measured: the caches are not ours to empty\n");
     for (int i = 0; i < 3; ++i)
-        report("warm", walk(folder, Priority::ordinary));
-    report("warm, idle", walk(folder, Priority::idle));
+        report("warm", walk(folder, Priority::Ordinary));
+    report("warm, idle", walk(folder, Priority::Idle));
     reportLossOfBusyPrograms(folder);
     return 0;
 }

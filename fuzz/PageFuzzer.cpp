@@ -23,7 +23,7 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t most);
 
 namespace {
 
-constexpr double mostMilliseconds = 250;
+constexpr double maxMilliseconds = 250;
 // What the calibration takes on the computer that the bound is meant for, with nothing else to do.
 constexpr double calibratedMilliseconds = 7.3;
 constexpr size_t longestPage = 65'536;
@@ -80,7 +80,7 @@ void copy(const QString &html) {
 
 void require(const char *what, const QString &html, void (*work)(const QString &)) {
     const double first = timeOf([&] { work(html); });
-    if (first <= mostMilliseconds)
+    if (first <= maxMilliseconds)
         return;
     // Other programs slow this one down. The best of some is what the page itself takes.
     double best = 1e9;
@@ -88,7 +88,7 @@ void require(const char *what, const QString &html, void (*work)(const QString &
         const double taken = timeOf([&] { work(html); });
         best = std::min(best, taken / slowness());
     }
-    if (best > mostMilliseconds)
+    if (best > maxMilliseconds)
         qFatal("%s: %.0f ms, at first %.0f", what, best, first);
 }
 

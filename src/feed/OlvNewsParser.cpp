@@ -11,7 +11,7 @@ namespace {
 constexpr auto datePattern = "EEE, dd LLL yyyy HH:mm:ss zzz";
 
 /// A feed has a handful of different categories; beyond this many, they are not shared.
-constexpr qsizetype mostSharedCategories = 256;
+constexpr qsizetype maxSharedCategories = 256;
 
 /// Decodes `utf8` into a string without spare capacity; empty, never null, for empty bytes.
 /// `QString::fromUtf8` would drop a leading byte-order mark.
@@ -42,7 +42,7 @@ OlvNewsParser::OlvNewsParser(QString dateLocale)
 OlvNewsParser::~OlvNewsParser() = default;
 
 QString OlvNewsParser::tooManyItems() {
-    return QStringLiteral("more than %1 items").arg(mostItems);
+    return QStringLiteral("more than %1 items").arg(maxItems);
 }
 
 std::optional<QVariantMap> OlvNewsParser::parse(const QString &text, Error *error) {
@@ -83,7 +83,7 @@ void OlvNewsParser::startStoring() {
 
 void OlvNewsParser::parserDidStartElement(std::string_view name) {
     if (name == "item") {
-        if (_reader && _feedItems->size() == mostItems)
+        if (_reader && _feedItems->size() == maxItems)
             _reader->refuse(tooManyItems());
         else
             _currentItem = newItem();
@@ -161,7 +161,7 @@ QString OlvNewsParser::sharedCategory() {
     if (const auto known = _categories.constFind(bytes); known != _categories.cend())
         return *known;
     QString category = textFromUtf8(_currentString);
-    if (_categories.size() < mostSharedCategories)
+    if (_categories.size() < maxSharedCategories)
         _categories.insert(QByteArray(bytes.constData(), bytes.size()), category);
     return category;
 }

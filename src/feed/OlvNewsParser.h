@@ -33,7 +33,7 @@ inline const QString OlvNewsFeedNewsCacheItemsKeyName =
 class OlvNewsParser final : public XmlReaderDelegate {
 public:
     /// How many items a feed may have. The start tag of one more is a fatal parse error.
-    static constexpr std::size_t mostItems = 100'000;
+    static constexpr std::size_t maxItems = 100'000;
     /// The text of that error.
     [[nodiscard]] static QString tooManyItems();
 

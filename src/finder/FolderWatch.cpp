@@ -39,7 +39,7 @@ std::vector<FolderWatch::Change> FolderWatch::takeChanges() {
             const auto *event = reinterpret_cast<const inotify_event *>(buffer.data() + offset);
             offset += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
             if ((event->mask & IN_Q_OVERFLOW) != 0) {
-                changes.push_back({Change::Kind::changesLost, {}, {}});
+                changes.push_back({Change::Kind::ChangesLost, {}, {}});
                 continue;
             }
             const auto watched = _paths.find(event->wd);
@@ -48,18 +48,18 @@ std::vector<FolderWatch::Change> FolderWatch::takeChanges() {
             const QByteArray folder = watched->second;
             if ((event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED)) != 0) {
                 forget(folder);
-                changes.push_back({Change::Kind::folderGone, folder, {}});
+                changes.push_back({Change::Kind::FolderGone, folder, {}});
                 continue;
             }
             if (event->len == 0)
                 continue;
-            Change::Kind kind = Change::Kind::entryGone;
+            Change::Kind kind = Change::Kind::EntryGone;
             if ((event->mask & (IN_CREATE | IN_MOVED_TO)) != 0)
-                kind = Change::Kind::entryAppeared;
+                kind = Change::Kind::EntryAppeared;
             else if ((event->mask & (IN_ATTRIB | IN_CLOSE_WRITE)) != 0)
-                kind = Change::Kind::entryChanged;
+                kind = Change::Kind::EntryChanged;
             const bool isFolder = (event->mask & IN_ISDIR) != 0;
-            if (kind != Change::Kind::entryChanged || !isFolder)
+            if (kind != Change::Kind::EntryChanged || !isFolder)
                 changes.push_back({kind, folder, QByteArray(event->name), isFolder});
         }
     }

@@ -25,10 +25,10 @@ public:
     };
 
     struct Change {
-        enum class Kind { entryAppeared, entryChanged, entryGone, folderGone, changesLost };
+        enum class Kind { EntryAppeared, EntryChanged, EntryGone, FolderGone, ChangesLost };
         Kind kind;
-        QByteArray folder;  ///< absolute; empty for `changesLost`
-        QByteArray name;    ///< of the entry; empty for `folderGone` and `changesLost`
+        QByteArray folder;  ///< absolute; empty for `ChangesLost`
+        QByteArray name;    ///< of the entry; empty for `FolderGone` and `ChangesLost`
         bool entryIsFolder = false;
     };
 

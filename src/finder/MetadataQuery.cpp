@@ -59,7 +59,7 @@ bool MetadataQuery::startQuery() {
                     return;
                 query->results.set(paths);
                 MetadataQueryCenter *center = MetadataQueryCenter::defaultCenter();
-                if (news == MetadataQueryWorker::News::gathered)
+                if (news == MetadataQueryWorker::News::Gathered)
                     Q_EMIT center->didFinishGathering(identity);
                 else
                     Q_EMIT center->didUpdate(identity);

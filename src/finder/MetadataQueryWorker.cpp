@@ -61,7 +61,7 @@ MetadataQueryWorker::~MetadataQueryWorker() {
 
 void MetadataQueryWorker::start() {
     if (!_pattern.names().canMatch()) {
-        _tell({}, News::gathered);
+        _tell({}, News::Gathered);
         return;
     }
     _scope.setMounts(MountTable::current());
@@ -182,16 +182,16 @@ void MetadataQueryWorker::foldersChanged() {
     using Kind = FolderWatch::Change::Kind;
     for (const FolderWatch::Change &change : _watch.takeChanges()) {
         const QByteArray path = joined(change.folder, change.name);
-        if (change.kind == Kind::changesLost) {
+        if (change.kind == Kind::ChangesLost) {
             considerFound("/");
             walk(_scope.roots(_pattern));
-        } else if (change.kind == Kind::folderGone) {
+        } else if (change.kind == Kind::FolderGone) {
             considerFound(change.folder);
         } else if (_pattern.mayMatch(
                        {change.name.constData(), static_cast<std::size_t>(change.name.size())},
                        change.entryIsFolder)) {
             consider(path);
-        } else if (change.entryIsFolder && change.kind == Kind::entryAppeared) {
+        } else if (change.entryIsFolder && change.kind == Kind::EntryAppeared) {
             folderAppeared(path, _levels[change.folder]);
         } else if (change.entryIsFolder) {
             considerFound(path);
@@ -285,7 +285,7 @@ void MetadataQueryWorker::settle() {
     QStringList paths;
     for (const QByteArray &path : _found)
         paths.append(QFile::decodeName(path));
-    _tell(paths, _hasGathered ? News::updated : News::gathered);
+    _tell(paths, _hasGathered ? News::Updated : News::Gathered);
     _hasGathered = true;
     _hasChanged = false;
 }

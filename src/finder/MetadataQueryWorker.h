@@ -41,7 +41,7 @@ public:
         FileWalk::Bounds remoteBounds;  // of each root on a remote file system
     };
 
-    enum class News { gathered, updated };
+    enum class News { Gathered, Updated };
     using Tell = std::function<void(const QStringList &paths, News news)>;
 
     /// How far below a watched folder new folders are watched too.

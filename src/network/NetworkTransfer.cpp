@@ -12,7 +12,7 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr int mostRedirects = 50;
+constexpr int maxRedirects = 50;
 
 std::chrono::seconds bounded(int timeoutSeconds) {
     constexpr int longest = 24 * 60 * 60;
@@ -278,7 +278,7 @@ void NetworkTransfer::followRedirect() {
     const QUrl target = _address.resolved(QUrl::fromEncoded(_head.location(), QUrl::TolerantMode));
     const bool isLessSafe =
         _address.scheme() == QLatin1String("https") && target.scheme() != _address.scheme();
-    if (_redirects >= mostRedirects)
+    if (_redirects >= maxRedirects)
         fail(TransportError::BadRedirect, QStringLiteral("More than %1 redirects").arg(_redirects));
     else if (!isHttp(target) || isLessSafe)
         fail(TransportError::BadRedirect,

@@ -18,8 +18,7 @@ void NotificationList::add(const UserNotification &notification, Presentation pr
     };
     const std::lock_guard lock(_mutex);
     _items.push_back(std::move(item));
-    if (static_cast<std::size_t>(std::count_if(_items.begin(), _items.end(), waits)) >
-        maximumWaiting)
+    if (static_cast<std::size_t>(std::count_if(_items.begin(), _items.end(), waits)) > maxWaiting)
         _items.erase(std::find_if(_items.begin(), _items.end(), waits));
 }
 

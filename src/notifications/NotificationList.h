@@ -17,7 +17,7 @@ namespace pelorinnews {
 class NotificationList {
 public:
     /// At most this many wait for a server; beyond it the oldest is dropped.
-    static constexpr std::size_t maximumWaiting = 16;
+    static constexpr std::size_t maxWaiting = 16;
 
     enum class Presentation { Asked, Unasked };
 

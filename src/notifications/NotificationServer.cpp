@@ -21,7 +21,7 @@ const QString busPath = QStringLiteral("/org/freedesktop/DBus");
 constexpr int withoutTimeout = std::numeric_limits<int>::max();
 // UTF-16 units. Nobody reads more in a pop-up, and a message as large as a broken feed would make
 // the bus disconnect us.
-constexpr int maximumTextLength = 4096;
+constexpr int maxTextLength = 4096;
 
 QDBusMessage serverCall(const QString &destination, const QString &method) {
     return QDBusMessage::createMethodCall(destination, path, service, method);
@@ -60,10 +60,9 @@ QVariant firstArgument(const QDBusMessage &message) {
 QString plainText(QString text) {
     // The bus carries no null characters.
     text.remove(QChar(QChar::Null));
-    if (text.size() <= maximumTextLength)
+    if (text.size() <= maxTextLength)
         return text;
-    text.truncate(text.at(maximumTextLength - 1).isHighSurrogate() ? maximumTextLength - 1
-                                                                   : maximumTextLength);
+    text.truncate(text.at(maxTextLength - 1).isHighSurrogate() ? maxTextLength - 1 : maxTextLength);
     return text;
 }
 

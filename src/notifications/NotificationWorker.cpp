@@ -14,7 +14,7 @@ constexpr quint32 closedByProgram = 3;
 constexpr int saveAttempts = 10;
 constexpr int saveInterval = 1000;
 // We also receive signals about other programs' notifications; they must not fill our memory.
-constexpr std::size_t maximumRemembered = 64;
+constexpr std::size_t maxRemembered = 64;
 
 }  // namespace
 
@@ -58,7 +58,7 @@ void NotificationWorker::connectIfNeeded() {
     connect(_server.get(), &NotificationServer::activated, this, &NotificationWorker::onActivated);
     connect(_server.get(), &NotificationServer::activationTokenReceived, this,
             [this](quint32 id, const QString &token) {
-                if (_activationTokens.size() < maximumRemembered)
+                if (_activationTokens.size() < maxRemembered)
                     _activationTokens[id] = token;
             });
     if (_server->open(_sender.busAddress))
@@ -221,14 +221,14 @@ void NotificationWorker::onClosed(quint32 id, quint32 reason) {
         advance();
         return;
     }
-    if (_presenting && _closedEarly.size() < maximumRemembered)
+    if (_presenting && _closedEarly.size() < maxRemembered)
         _closedEarly.insert(id);
 }
 
 void NotificationWorker::onActivated(quint32 id) {
     const auto entry = findOwn(id);
     if (!entry) {
-        if (_presenting && _activatedEarly.size() < maximumRemembered)
+        if (_presenting && _activatedEarly.size() < maxRemembered)
             _activatedEarly.insert(id);
         return;
     }

@@ -248,7 +248,7 @@ private:
     void prove(const Reading &reading) {
         reading.weekday->proven = true;
         reading.month->proven = true;
-        if (!reading.provenZone && _zones.size() < mostZones)
+        if (!reading.provenZone && _zones.size() < maxZones)
             _zones.push_back({std::string(reading.zone), true});
     }
 
@@ -272,7 +272,7 @@ private:
 
     /// Bytes; fits ICU's 32-bit sizes.
     static constexpr size_t longestText = 1U << 30U;
-    static constexpr size_t mostZones = 16;
+    static constexpr size_t maxZones = 16;
 
     QString _pattern;
     icu::Locale _locale;

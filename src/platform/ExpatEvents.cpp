@@ -41,8 +41,8 @@ ExpatEvents::ExpatEvents(XmlReaderDelegate &receiver)
     XML_SetAttlistDeclHandler(_parser, attributeDeclaration);
     // In attributes Expat does expand them, and they are counted afterwards. The memory it needs
     // meanwhile is small, or as large again as the document.
-    constexpr float mostAmplification = 2;
-    XML_SetBillionLaughsAttackProtectionMaximumAmplification(_parser, mostAmplification);
+    constexpr float maxAmplification = 2;
+    XML_SetBillionLaughsAttackProtectionMaximumAmplification(_parser, maxAmplification);
 }
 
 void ExpatEvents::fail(XML_Error code) {
@@ -135,10 +135,10 @@ void ExpatEvents::startElement(void *self, const XML_Char *name, const XML_Char 
     auto *const reader = reading(self);
     if (!reader)
         return;
-    if (++reader->_openElements > XmlReader::mostOpenElements) {
+    if (++reader->_openElements > XmlReader::maxOpenElements) {
         reader->refuse(XmlReader::TooDeep,
                        QStringLiteral("more than %1 elements inside one another")
-                           .arg(XmlReader::mostOpenElements));
+                           .arg(XmlReader::maxOpenElements));
         return;
     }
     if (reader->_hasDoctype && *attributes) {

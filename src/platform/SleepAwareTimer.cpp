@@ -19,9 +19,9 @@ namespace {
 constexpr std::chrono::milliseconds longestPoll = std::chrono::minutes{1};
 
 std::chrono::seconds bounded(quint64 interval) {
-    const auto longest = static_cast<quint64>(SleepAwareTimer::maximumInterval.count());
+    const auto longest = static_cast<quint64>(SleepAwareTimer::maxInterval.count());
     const std::chrono::seconds seconds{static_cast<qint64>(std::min(interval, longest))};
-    return std::max(seconds, SleepAwareTimer::minimumInterval);
+    return std::max(seconds, SleepAwareTimer::minInterval);
 }
 
 std::shared_ptr<const std::function<void()>> held(std::function<void()> callback) {

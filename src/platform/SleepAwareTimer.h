@@ -28,8 +28,8 @@ public:
 
     /// Intervals are clamped to these bounds: zero to one second, and anything beyond a century to
     /// a century, which every system clock can still add up.
-    static constexpr std::chrono::seconds minimumInterval{1};
-    static constexpr std::chrono::seconds maximumInterval{std::chrono::hours{24 * 36525}};
+    static constexpr std::chrono::seconds minInterval{1};
+    static constexpr std::chrono::seconds maxInterval{std::chrono::hours{24 * 36525}};
 
     /// `interval` is in seconds. An empty callback makes a timer that is invalid from the start.
     SleepAwareTimer(quint64 interval, std::function<void()> callback);

@@ -133,10 +133,10 @@ std::optional<XmlEntities::Refusal> XmlEntities::use(std::string_view name,
             break;
     }
     _expanded += static_cast<qsizetype>(found->second.text.size());
-    if (_expanded > XmlReader::mostExpansion)
+    if (_expanded > XmlReader::maxExpansion)
         return Refusal{XmlReader::TooMuchExpansion,
                        QStringLiteral("all uses of entities come to more than %1 bytes")
-                           .arg(XmlReader::mostExpansion)};
+                           .arg(XmlReader::maxExpansion)};
     text = found->second.text;
     return std::nullopt;
 }

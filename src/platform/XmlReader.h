@@ -50,22 +50,22 @@ protected:
 ///
 /// An entity that the document declares may be used if its value has at most `longestEntity` bytes,
 /// no "<" and no reference to another declared entity. All uses together, including those in
-/// attributes, may expand to `mostExpansion` bytes. The use of any other entity, or of an
+/// attributes, may expand to `maxExpansion` bytes. The use of any other entity, or of an
 /// undeclared one, is a fatal error, whether or not the document names an external type. Of several
 /// declarations of a name the first counts, and an unused declaration does no harm, whatever it
 /// holds. But once more than 1,000 declarations have referred to others, the use of a predefined
 /// entity such as "&amp;", or of any entity in an attribute, may be a fatal error, too. Nothing
 /// external is ever loaded, and declarations after a reference to a parameter entity do not count.
 ///
-/// More than `mostOpenElements` nested elements are a fatal error.
+/// More than `maxOpenElements` nested elements are a fatal error.
 ///
 /// A reader serves one document: feed it the bytes in pieces of any size, then call `finish`, or
 /// pass the whole document to one of the `read` operations. It belongs to one thread at a time.
 class XmlReader {
 public:
     static constexpr qsizetype longestEntity = 100;
-    static constexpr qsizetype mostExpansion = 1'000'000;
-    static constexpr int mostOpenElements = 200'000;
+    static constexpr qsizetype maxExpansion = 1'000'000;
+    static constexpr int maxOpenElements = 200'000;
 
     /// The domain of a fatal error; its code is Expat's, or one of these.
     static QString errorDomain();

@@ -27,7 +27,7 @@ constexpr int cellPadding = 140;
 // Beyond these, RTF readers lose text or give up; the contents of the cells are then written one
 // after another, without a table.
 constexpr int deepestTable = 8;
-constexpr int mostColumns = 63;
+constexpr int maxColumns = 63;
 
 const QByteArray &paragraphEnd() {
     static const QByteArray end = "\\par\n";
@@ -175,7 +175,7 @@ void RichTextWriter::closeLink() {
 
 void RichTextWriter::writeTable(const QTextTable &table, const Place &place) {
     _spaceBelow = 0;
-    if (place.tableDepth >= deepestTable || table.columns() > mostColumns) {
+    if (place.tableDepth >= deepestTable || table.columns() > maxColumns) {
         writeCellsInTurn(table, place);
         return;
     }

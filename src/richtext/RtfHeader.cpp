@@ -10,8 +10,8 @@ namespace {
 
 // Readers number fonts and colours in 16 bits or less, and no hand-written item comes near these
 // limits.
-constexpr qsizetype mostFonts = 1000;
-constexpr std::size_t mostColors = 10000;
+constexpr qsizetype maxFonts = 1000;
+constexpr std::size_t maxColors = 10000;
 
 QString fontName(const QStringList &families) {
     if (families.isEmpty())
@@ -45,7 +45,7 @@ int RtfHeader::font(const QStringList &families) {
     const auto known = _fontNumbers.constFind(key);
     if (known != _fontNumbers.constEnd())
         return *known;
-    if (_fonts.size() >= mostFonts)
+    if (_fonts.size() >= maxFonts)
         return 0;
     const int number = static_cast<int>(_fonts.size());
     _fonts.append(name);
@@ -60,7 +60,7 @@ int RtfHeader::color(const QColor &color) {
     const auto known = _colorNumbers.constFind(opaque);
     if (known != _colorNumbers.constEnd())
         return *known;
-    if (_colors.size() >= mostColors)
+    if (_colors.size() >= maxColors)
         return 0;
     _colors.push_back(opaque);
     const int number = static_cast<int>(_colors.size());

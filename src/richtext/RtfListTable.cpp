@@ -9,7 +9,7 @@ namespace pelorinnews {
 namespace {
 
 // The most lists that common word processors keep in a document.
-constexpr std::size_t mostLists = 2000;
+constexpr std::size_t maxLists = 2000;
 constexpr int deepestLevel = 8;
 constexpr int twipsPerIndent = 40 * twipsPerPixel;
 
@@ -73,7 +73,7 @@ int RtfListTable::number(const PageListItem &item) {
 }
 
 int RtfListTable::add(const Entry &entry) {
-    if (_entries.size() >= mostLists)
+    if (_entries.size() >= maxLists)
         return 0;
     _entries.push_back(entry);
     return static_cast<int>(_entries.size());

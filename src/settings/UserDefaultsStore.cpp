@@ -169,8 +169,8 @@ bool UserDefaultsStore::keepDamagedFile() {
 
 bool UserDefaultsStore::copyDamagedFile() const {
     const QString name = fileName() + QStringLiteral(".damaged");
-    constexpr int mostCopies = 9;
-    for (int number = 1; number <= mostCopies; ++number) {
+    constexpr int maxCopies = 9;
+    for (int number = 1; number <= maxCopies; ++number) {
         const QString copy = number == 1 ? name : name + QLatin1Char('-') + QString::number(number);
         if (!QFileInfo::exists(copy))
             return FileReplacement::copy(fileName(), copy, SettingsBackup::largestFile) ||

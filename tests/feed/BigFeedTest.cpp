@@ -110,14 +110,14 @@ private Q_SLOTS:
 private:
     /// In milliseconds; sanitizers multiply the work.
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__) || defined(__clang__)
-    static constexpr double mostWork = 100;
+    static constexpr double maxWork = 100;
 #else
-    static constexpr double mostWork = 20;
+    static constexpr double maxWork = 20;
 #endif
     /// CPU time is measured exactly, so its limit is strict. The wall-time limit is wider: on a
     /// busy computer a thread that holds a lock for an instant may lose its CPU just then.
     static void checkNotBlocked(const LoopWatch &watch) {
-        QVERIFY2(watch.longestWork < mostWork, qPrintable(QString::number(watch.longestWork)));
+        QVERIFY2(watch.longestWork < maxWork, qPrintable(QString::number(watch.longestWork)));
         QVERIFY2(watch.longestOwnBlock < 200, qPrintable(QString::number(watch.longestOwnBlock)));
     }
     /// Refreshes while this thread's event loop runs, and reads the cache meanwhile as the window

@@ -276,7 +276,7 @@ private Q_SLOTS:
 
     void endlessNestingIsAnErrorThatKeepsTheItemsBefore() {
         const QString text = feed(QStringLiteral("<item/>") +
-                                  QStringLiteral("<a>").repeated(2 * XmlReader::mostOpenElements) +
+                                  QStringLiteral("<a>").repeated(2 * XmlReader::maxOpenElements) +
                                   QStringLiteral("<item/>"));
         Error error;
         const auto result = OlvNewsParser().parse(text, &error);

@@ -68,7 +68,7 @@ void FeedInspector::parserDidStartElement(std::string_view name) {
                                              "line %1: it is lost")
                                   .arg(_reader.lineNumber()));
         _item = InspectedItem{_reader.lineNumber(), {}, {}};
-        if (_closed.size() == OlvNewsParser::mostItems) {
+        if (_closed.size() == OlvNewsParser::maxItems) {
             _item.reset();
             _reader.refuse(OlvNewsParser::tooManyItems());
         }

@@ -10,7 +10,7 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr qsizetype mostRows = 100;
+constexpr qsizetype maxRows = 100;
 
 /// Reports problems of the language that the feed states.
 void judgeLanguage(const FeedInspector &inspector, const QString &language,
@@ -170,9 +170,9 @@ QString itemRows(const FeedPreview &preview) {
                             "Title"));
     qsizetype number = 0;
     for (const auto &item : preview.items()) {
-        if (++number > mostRows)
+        if (++number > maxRows)
             return rows + line(QStringLiteral("  … and %1 more")
-                                   .arg(preview.items().size() - static_cast<size_t>(mostRows)));
+                                   .arg(preview.items().size() - static_cast<size_t>(maxRows)));
         const QString date = item->date().isValid()
                                  ? item->date().toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm"))
                                  : QStringLiteral("no date");
@@ -194,14 +194,14 @@ QString findingRows(std::vector<Finding> findings) {
     // Always report where the document breaks off, however long the list is.
     const auto broken = std::find_if(findings.begin(), findings.end(),
                                      [](const Finding &finding) { return finding.breaksOff; });
-    if (broken != findings.end() && broken - findings.begin() >= mostRows)
-        std::rotate(findings.begin() + mostRows - 1, broken, broken + 1);
+    if (broken != findings.end() && broken - findings.begin() >= maxRows)
+        std::rotate(findings.begin() + maxRows - 1, broken, broken + 1);
     QString rows = line(QStringLiteral("What to mend (%1)").arg(findings.size()));
     qsizetype number = 0;
     for (const Finding &finding : findings) {
-        if (++number > mostRows)
+        if (++number > maxRows)
             return rows + line(QStringLiteral("  … and %1 more")
-                                   .arg(findings.size() - static_cast<size_t>(mostRows)));
+                                   .arg(findings.size() - static_cast<size_t>(maxRows)));
         rows += line(QStringLiteral("  line %1  %2").arg(finding.line, 5).arg(finding.text));
     }
     return rows;
