@@ -18,8 +18,6 @@ constexpr QLatin1StringView lastViewingKey("newsLastViewing");
 constexpr QLatin1StringView refreshIntervalKey("newsRefreshInterval");
 constexpr QLatin1StringView feedTypeKey("newsFeedType");
 
-constexpr int allTypes = 1;
-constexpr int unreadOnly = 3;
 constexpr int fourHours = 4 * 60 * 60;
 
 }  // namespace
@@ -33,8 +31,8 @@ OlvNewsConfiguration::OlvNewsConfiguration(std::shared_ptr<UserDefaults> userDef
       _defaultSettings{
           {showOnStartKey, true},
           {feedBaseURLKey, QStringLiteral("https://news.olvane.example/RSS_Feed/PelorinNews.php")},
-          {newsTypeFilterKey, allTypes},
-          {newsFilterKey, unreadOnly},
+          {newsTypeFilterKey, static_cast<int>(NewsTypeFilter::All)},
+          {newsFilterKey, static_cast<int>(NewsFilter::Unread)},
           {feedLocaleKey, languagesForTexts(preferredLanguages).first()},
           {readItemContentKey, true},
           {lastViewingKey, distantPast()},
@@ -60,19 +58,19 @@ void OlvNewsConfiguration::setFeedBaseURL(const QString &feedBaseURL) {
     _userDefaults->setValue(feedBaseURLKey, feedBaseURL);
 }
 
-quint64 OlvNewsConfiguration::newsTypeFilter() const {
-    return static_cast<quint64>(_userDefaults->integerForKey(newsTypeFilterKey));
+NewsTypeFilter OlvNewsConfiguration::newsTypeFilter() const {
+    return static_cast<NewsTypeFilter>(_userDefaults->integerForKey(newsTypeFilterKey));
 }
 
-void OlvNewsConfiguration::setNewsTypeFilter(quint64 newsTypeFilter) {
+void OlvNewsConfiguration::setNewsTypeFilter(NewsTypeFilter newsTypeFilter) {
     _userDefaults->setValue(newsTypeFilterKey, static_cast<qint64>(newsTypeFilter));
 }
 
-quint64 OlvNewsConfiguration::newsFilter() const {
-    return static_cast<quint64>(_userDefaults->integerForKey(newsFilterKey));
+NewsFilter OlvNewsConfiguration::newsFilter() const {
+    return static_cast<NewsFilter>(_userDefaults->integerForKey(newsFilterKey));
 }
 
-void OlvNewsConfiguration::setNewsFilter(quint64 newsFilter) {
+void OlvNewsConfiguration::setNewsFilter(NewsFilter newsFilter) {
     _userDefaults->setValue(newsFilterKey, static_cast<qint64>(newsFilter));
 }
 

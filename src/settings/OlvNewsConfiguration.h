@@ -1,5 +1,6 @@
 #pragma once
 
+#include "NewsFilter.h"
 #include "UserDefaults.h"
 
 #include <QDateTime>
@@ -45,11 +46,11 @@ public:
     void setFeedBaseURL(const QString &feedBaseURL);
 
     /// A stored negative number reads as a huge one, here and in the two other integer settings.
-    [[nodiscard]] quint64 newsTypeFilter() const;
-    void setNewsTypeFilter(quint64 newsTypeFilter);
+    [[nodiscard]] NewsTypeFilter newsTypeFilter() const;
+    void setNewsTypeFilter(NewsTypeFilter newsTypeFilter);
 
-    [[nodiscard]] quint64 newsFilter() const;
-    void setNewsFilter(quint64 newsFilter);
+    [[nodiscard]] NewsFilter newsFilter() const;
+    void setNewsFilter(NewsFilter newsFilter);
 
     [[nodiscard]] QString feedLocale() const;
     void setFeedLocale(const QString &feedLocale);

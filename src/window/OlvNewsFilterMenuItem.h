@@ -1,5 +1,7 @@
 #pragma once
 
+#include "settings/NewsFilter.h"
+
 #include <QStandardItem>
 
 namespace pelorinnews {
@@ -7,13 +9,13 @@ namespace pelorinnews {
 /// An entry of the content-age menu that carries the value it stands for.
 class OlvNewsFilterMenuItem final : public QStandardItem {
 public:
-    OlvNewsFilterMenuItem(const QString &title, quint64 newsFilter)
+    OlvNewsFilterMenuItem(const QString &title, NewsFilter newsFilter)
         : QStandardItem(title), _newsFilter(newsFilter) {}
 
-    [[nodiscard]] quint64 newsFilter() const { return _newsFilter; }
+    [[nodiscard]] NewsFilter newsFilter() const { return _newsFilter; }
 
 private:
-    quint64 _newsFilter;
+    NewsFilter _newsFilter;
 };
 
 }  // namespace pelorinnews

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "settings/NewsFilter.h"
+
 #include <QStandardItem>
 
 namespace pelorinnews {
@@ -7,13 +9,13 @@ namespace pelorinnews {
 /// An entry of the content-type menu that carries the value it stands for.
 class OlvNewsTypeFilterMenuItem final : public QStandardItem {
 public:
-    OlvNewsTypeFilterMenuItem(const QString &title, quint64 newsTypeFilter)
+    OlvNewsTypeFilterMenuItem(const QString &title, NewsTypeFilter newsTypeFilter)
         : QStandardItem(title), _newsTypeFilter(newsTypeFilter) {}
 
-    [[nodiscard]] quint64 newsTypeFilter() const { return _newsTypeFilter; }
+    [[nodiscard]] NewsTypeFilter newsTypeFilter() const { return _newsTypeFilter; }
 
 private:
-    quint64 _newsTypeFilter;
+    NewsTypeFilter _newsTypeFilter;
 };
 
 }  // namespace pelorinnews

@@ -18,8 +18,8 @@ namespace {
 constexpr auto standardFontFamily = "Verdana";
 constexpr auto loadingPage = "Loading content.";
 
-template <class Entry>
-void addEntry(QComboBox &menu, const QString &title, quint64 value) {
+template <class Entry, class Filter>
+void addEntry(QComboBox &menu, const QString &title, Filter value) {
     if (auto *entries = qobject_cast<QStandardItemModel *>(menu.model()))
         entries->appendRow(new Entry(title, value));
 }
@@ -30,8 +30,8 @@ void nameList(QComboBox &menu, QString label) {
 }
 
 // Selects the first entry that carries `setting`, or nothing if there is none.
-template <class Entry>
-void selectEntry(QComboBox &menu, quint64 setting, quint64 (Entry::*value)() const) {
+template <class Entry, class Filter>
+void selectEntry(QComboBox &menu, Filter setting, Filter (Entry::*value)() const) {
     const auto *entries = qobject_cast<QStandardItemModel *>(menu.model());
     menu.setCurrentIndex(-1);
     for (int row = 0; entries && row < entries->rowCount(); ++row) {
@@ -80,8 +80,10 @@ void OlvNewsWindowController::initializeControls() {
     if (_displayContentType) {
         nameList(*_displayContentType, localized("SettingsDisplayContentTypeLabel"));
         using Entry = OlvNewsTypeFilterMenuItem;
-        addEntry<Entry>(*_displayContentType, localized("SettingsDisplayContentTypeAll"), 1);
-        addEntry<Entry>(*_displayContentType, localized("SettingsDisplayContentTypeCritical"), 2);
+        addEntry<Entry>(*_displayContentType, localized("SettingsDisplayContentTypeAll"),
+                        NewsTypeFilter::All);
+        addEntry<Entry>(*_displayContentType, localized("SettingsDisplayContentTypeCritical"),
+                        NewsTypeFilter::Critical);
         selectEntry(*_displayContentType, _configuration->newsTypeFilter(), &Entry::newsTypeFilter);
     }
     if (_displayContentFromLabel)
@@ -89,9 +91,12 @@ void OlvNewsWindowController::initializeControls() {
     if (_displayContentFrom) {
         nameList(*_displayContentFrom, localized("SettingsDisplayContentFromLabel"));
         using Entry = OlvNewsFilterMenuItem;
-        addEntry<Entry>(*_displayContentFrom, localized("SettingsDisplayContentUnread"), 3);
-        addEntry<Entry>(*_displayContentFrom, localized("SettingsDisplayContentRecent"), 2);
-        addEntry<Entry>(*_displayContentFrom, localized("SettingsDisplayContentAll"), 1);
+        addEntry<Entry>(*_displayContentFrom, localized("SettingsDisplayContentUnread"),
+                        NewsFilter::Unread);
+        addEntry<Entry>(*_displayContentFrom, localized("SettingsDisplayContentRecent"),
+                        NewsFilter::Recent);
+        addEntry<Entry>(*_displayContentFrom, localized("SettingsDisplayContentAll"),
+                        NewsFilter::All);
         selectEntry(*_displayContentFrom, _configuration->newsFilter(), &Entry::newsFilter);
     }
     nameArrow(_previousItem, localized("NavigationAccessibilityTitlePrevious"));
@@ -117,17 +122,14 @@ QString OlvNewsWindowController::statusKey() const {
     if (_newsCache->unfilteredCount() == 0)
         return _newsCache->retrievingContent() ? QStringLiteral("StatusRetrievingContent")
                                                : QStringLiteral("StatusErrorRetrievingContent");
-    switch (_configuration->newsFilter()) {
-        case 0:
-        case 1:
-            return QStringLiteral("StatusNothingFound");
-        case 2:
-            return QStringLiteral("StatusNothingFoundRecent");
-        case 3:
-            return QStringLiteral("StatusNothingFoundUnread");
-        default:
-            return {};
-    }
+    const NewsFilter filter = _configuration->newsFilter();
+    if (filter <= NewsFilter::All)
+        return QStringLiteral("StatusNothingFound");
+    if (filter == NewsFilter::Recent)
+        return QStringLiteral("StatusNothingFoundRecent");
+    if (filter == NewsFilter::Unread)
+        return QStringLiteral("StatusNothingFoundUnread");
+    return {};
 }
 
 void OlvNewsWindowController::displayItemAtCurrentIndex() {

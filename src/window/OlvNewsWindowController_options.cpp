@@ -13,8 +13,6 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr double recentSeconds = 30.0 * 86400.0;
-
 // Shared by all controllers of the process and never reset. Initially true because the window
 // description has the area open; the first show folds it.
 bool optionsAreOpen = true;
@@ -28,14 +26,11 @@ const Entry *selectedEntry(const QComboBox *menu) {
 }  // namespace
 
 void OlvNewsWindowController::applyFilter() {
-    QStringList categories = {QStringLiteral("mac"), QStringLiteral("pelorin")};
-    if (_configuration->newsTypeFilter() == 2)
-        categories.append(QStringLiteral("critical"));
-    _newsCache->setCategoriesOfInterest(categories);
-
-    const quint64 filter = _configuration->newsFilter();
-    _newsCache->setFilterTimeInterval(filter == 2 ? recentSeconds : 0.0);
-    _newsCache->setShowOnlyUnviewedItems(filter == 3);
+    _newsCache->setCategoriesOfInterest(categoriesOf(_configuration->newsTypeFilter()));
+    const NewsFilter filter = _configuration->newsFilter();
+    _newsCache->setFilterTimeInterval(
+        filter == NewsFilter::Recent ? static_cast<double>(recentNews.count()) : 0.0);
+    _newsCache->setShowOnlyUnviewedItems(filter == NewsFilter::Unread);
 }
 
 void OlvNewsWindowController::onDisplayContentTypeChanged() {

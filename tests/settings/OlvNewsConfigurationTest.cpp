@@ -29,8 +29,8 @@ QString summary(const OlvNewsConfiguration &configuration) {
     return QStringList{
         QString::number(configuration.showOnStart()),
         configuration.feedBaseURL(),
-        QString::number(configuration.newsTypeFilter()),
-        QString::number(configuration.newsFilter()),
+        QString::number(static_cast<quint64>(configuration.newsTypeFilter())),
+        QString::number(static_cast<quint64>(configuration.newsFilter())),
         configuration.feedLocale(),
         QString::number(configuration.readItemContent()),
         configuration.lastViewing().toUTC().toString(Qt::ISODateWithMs),
@@ -58,8 +58,8 @@ private Q_SLOTS:
         const OlvNewsConfiguration configuration = store();
         QCOMPARE(configuration.showOnStart(), true);
         QCOMPARE(configuration.feedBaseURL(), feedService);
-        QCOMPARE(configuration.newsTypeFilter(), 1);
-        QCOMPARE(configuration.newsFilter(), 3);
+        QCOMPARE(configuration.newsTypeFilter(), NewsTypeFilter::All);
+        QCOMPARE(configuration.newsFilter(), NewsFilter::Unread);
         QCOMPARE(configuration.feedLocale(), "de-DE");
         QCOMPARE(configuration.readItemContent(), true);
         QCOMPARE(configuration.lastViewing(), QDateTime({1, 1, 1}, {0, 0}, Qt::UTC));
@@ -70,8 +70,8 @@ private Q_SLOTS:
     }
 
     void aStoredFilterBeatsTheDefaultOfALaterStore() {
-        store().setNewsFilter(2);
-        QCOMPARE(store().newsFilter(), 2);
+        store().setNewsFilter(NewsFilter::Recent);
+        QCOMPARE(store().newsFilter(), NewsFilter::Recent);
     }
 
     void everySetterIsReadBackByAnotherStoreAtOnce() {
@@ -132,7 +132,7 @@ private Q_SLOTS:
     void aTextThatIsNoNumberReadsAsZero() {
         const OlvNewsConfiguration configuration = store();
         _database->setValue("newsFilter", "unread");
-        QCOMPARE(configuration.newsFilter(), 0);
+        QCOMPARE(configuration.newsFilter(), NewsFilter(0));
     }
 
     void aNumberIsNoFeedType() {
@@ -144,15 +144,16 @@ private Q_SLOTS:
     void aNegativeNumberReadsAsAHugeOne() {
         const OlvNewsConfiguration configuration = store();
         _database->setValue("newsTypeFilter", -1);
-        QCOMPARE(configuration.newsTypeFilter(), std::numeric_limits<quint64>::max());
+        QCOMPARE(configuration.newsTypeFilter(),
+                 NewsTypeFilter(std::numeric_limits<quint64>::max()));
     }
 
     void anUndefinedFilterValueIsKept() {
         OlvNewsConfiguration configuration = store();
-        configuration.setNewsFilter(7);
-        QCOMPARE(configuration.newsFilter(), 7);
-        configuration.setNewsFilter(std::numeric_limits<quint64>::max());
-        QCOMPARE(configuration.newsFilter(), std::numeric_limits<quint64>::max());
+        configuration.setNewsFilter(NewsFilter(7));
+        QCOMPARE(configuration.newsFilter(), NewsFilter(7));
+        configuration.setNewsFilter(NewsFilter(std::numeric_limits<quint64>::max()));
+        QCOMPARE(configuration.newsFilter(), NewsFilter(std::numeric_limits<quint64>::max()));
     }
 
     void settingAnAbsentValueBringsTheDefaultBack() {
@@ -280,13 +281,14 @@ private Q_SLOTS:
         constexpr int rounds = 50;
         std::thread queue([&] {
             for (int round = 0; round < rounds; ++round) {
-                if (configuration.feedLocale() != u"de-DE" || configuration.newsFilter() < 1)
+                if (configuration.feedLocale() != u"de-DE" ||
+                    configuration.newsFilter() < NewsFilter::All)
                     ++wrong;
                 configuration.setLastViewing(viewed.addSecs(round));
             }
         });
         for (int round = 1; round <= rounds; ++round) {
-            configuration.setNewsFilter(1 + static_cast<quint64>(round) % 3);
+            configuration.setNewsFilter(NewsFilter(1 + round % 3));
             if (configuration.lastViewing() > viewed.addSecs(rounds))
                 ++wrong;
             QCoreApplication::processEvents();
@@ -298,7 +300,7 @@ private Q_SLOTS:
 
     void theRunningHostsPreferencesAreTheStandardOnes() {
         OlvNewsConfiguration configuration;
-        configuration.setNewsFilter(2);
+        configuration.setNewsFilter(NewsFilter::Recent);
         QCOMPARE(UserDefaults::standard()->integerForKey("newsFilter"), 2);
         configuration.restoreDefaults();
         QCOMPARE(UserDefaults::standard()->integerForKey("newsFilter"), 3);
@@ -325,8 +327,8 @@ private:
     static void change(OlvNewsConfiguration &configuration) {
         configuration.setShowOnStart(false);
         configuration.setFeedBaseURL("https://a.example/feed.xml");
-        configuration.setNewsTypeFilter(2);
-        configuration.setNewsFilter(1);
+        configuration.setNewsTypeFilter(NewsTypeFilter::Critical);
+        configuration.setNewsFilter(NewsFilter::All);
         configuration.setFeedLocale("fr-FR");
         configuration.setReadItemContent(false);
         configuration.setLastViewing(viewed);

@@ -111,13 +111,13 @@ void FilterTest::filterChangesStartAgainAtTheFirstItem() {
     controller->displayContentType()->setCurrentIndex(1);
     Q_EMIT controller->displayContentType()->activated(1);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 1"));
-    QCOMPARE(OlvNewsConfiguration().newsTypeFilter(), 2U);
+    QCOMPARE(OlvNewsConfiguration().newsTypeFilter(), NewsTypeFilter::Critical);
     controller->displayContentType()->setCurrentIndex(0);
     Q_EMIT controller->displayContentType()->activated(0);
     controller->displayContentFrom()->setCurrentIndex(2);
     Q_EMIT controller->displayContentFrom()->activated(2);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 4"));
-    QCOMPARE(OlvNewsConfiguration().newsFilter(), 1U);
+    QCOMPARE(OlvNewsConfiguration().newsFilter(), NewsFilter::All);
 }
 
 void FilterTest::agesCountToTheSecondAndChoicesReplaceEachOther() {
@@ -192,8 +192,8 @@ void FilterTest::withoutAChoiceTheStoredOneIsAppliedAgain() {
     QComboBox *menu = ofKind ? controller->displayContentType() : controller->displayContentFrom();
     menu->setCurrentIndex(-1);
     Q_EMIT menu->activated(-1);
-    QCOMPARE(OlvNewsConfiguration().newsTypeFilter(), 2U);
-    QCOMPARE(OlvNewsConfiguration().newsFilter(), 2U);
+    QCOMPARE(OlvNewsConfiguration().newsTypeFilter(), NewsTypeFilter::Critical);
+    QCOMPARE(OlvNewsConfiguration().newsFilter(), NewsFilter::Recent);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 3"));
     QTRY_COMPARE(controller->webView()->outerHTML(), items[0].html);
 }

@@ -8,8 +8,6 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr double thirtyDays = 30.0 * 24 * 60 * 60;
-
 /// A cache that takes a result that was parsed elsewhere, including dates read in another user's
 /// locale.
 class PreviewCache : public OlvNewsCacheFiltered {
@@ -33,13 +31,6 @@ std::shared_ptr<PreviewCache> makeCache(const QString &folder) {
 
 }  // namespace
 
-QStringList FeedPreview::categoriesOf(Type type) {
-    QStringList words{QStringLiteral("mac"), QStringLiteral("pelorin")};
-    if (type == CriticalOnly)
-        words.append(QStringLiteral("critical"));
-    return words;
-}
-
 FeedPreview::FeedPreview(const std::optional<QVariantMap> &feed) {
     const QTemporaryDir folder;
     const auto cache = makeCache(folder.path());
@@ -48,14 +39,15 @@ FeedPreview::FeedPreview(const std::optional<QVariantMap> &feed) {
     for (quint64 index = 0; index < cache->unfilteredCount(); ++index)
         _all.push_back(cache->OlvNewsCache::itemAtIndex(index));
 
-    for (const Type type : {AllTypes, CriticalOnly}) {
+    for (const NewsTypeFilter type : {NewsTypeFilter::All, NewsTypeFilter::Critical}) {
         cache->setCategoriesOfInterest(categoriesOf(type));
-        for (const Age age : {Unread, Recent, AnyAge}) {
+        for (const NewsFilter age : {NewsFilter::Unread, NewsFilter::Recent, NewsFilter::All}) {
             cache->setLastViewing(OlvNewsConfiguration::distantPast());
-            cache->setFilterTimeInterval(age == Recent ? thirtyDays : 0);
-            cache->setShowOnlyUnviewedItems(age == Unread);
+            cache->setFilterTimeInterval(
+                age == NewsFilter::Recent ? static_cast<double>(recentNews.count()) : 0);
+            cache->setShowOnlyUnviewedItems(age == NewsFilter::Unread);
             for (quint64 index = 0; index < cache->count(); ++index)
-                _views[type][age].insert(cache->itemAtIndex(index).get());
+                _views[{type, age}].insert(cache->itemAtIndex(index).get());
         }
     }
 }

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "feed/OlvNewsCacheFiltered.h"
+#include "settings/NewsFilter.h"
 
 #include "pelorinnews/Error.h"
 
-#include <QStringList>
-
-#include <array>
+#include <map>
 #include <set>
+#include <utility>
 
 namespace pelorinnews {
 
@@ -15,29 +15,30 @@ namespace pelorinnews {
 /// runs the panel's own filters over it, for a user who has not viewed the news yet.
 class FeedPreview {
 public:
-    enum Type { AllTypes, CriticalOnly, TypeCount };
-    enum Age { Unread, Recent, AnyAge, AgeCount };
-
     explicit FeedPreview(const std::optional<QVariantMap> &feed);
 
     /// All items, in feed order.
     [[nodiscard]] const OlvNewsItemList &items() const { return _all; }
 
-    [[nodiscard]] bool shows(const OlvNewsCacheItem &item, Type type, Age age) const {
+    [[nodiscard]] bool shows(const OlvNewsCacheItem &item, NewsTypeFilter type,
+                             NewsFilter age) const {
         return shown(type, age).contains(&item);
     }
-    [[nodiscard]] std::size_t count(Type type, Age age) const { return shown(type, age).size(); }
-
-    /// The words that the category of an item must contain to be shown under `type`.
-    [[nodiscard]] static QStringList categoriesOf(Type type);
+    [[nodiscard]] std::size_t count(NewsTypeFilter type, NewsFilter age) const {
+        return shown(type, age).size();
+    }
 
 private:
     using ItemSet = std::set<const OlvNewsCacheItem *>;
 
-    [[nodiscard]] const ItemSet &shown(Type type, Age age) const { return _views[type][age]; }
+    [[nodiscard]] const ItemSet &shown(NewsTypeFilter type, NewsFilter age) const {
+        static const ItemSet none;
+        const auto found = _views.find({type, age});
+        return found == _views.end() ? none : found->second;
+    }
 
     OlvNewsItemList _all;
-    std::array<std::array<ItemSet, AgeCount>, TypeCount> _views;
+    std::map<std::pair<NewsTypeFilter, NewsFilter>, ItemSet> _views;
 };
 
 }  // namespace pelorinnews

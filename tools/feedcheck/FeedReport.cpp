@@ -31,9 +31,9 @@ void judgeLanguage(const FeedInspector &inspector, const QString &language,
 
 void judgeCategory(const OlvNewsCacheItem &item, const FeedPreview &preview, qint64 line,
                    const QString &name, std::vector<Finding> &findings) {
-    if (preview.shows(item, FeedPreview::AllTypes, FeedPreview::AnyAge))
+    if (preview.shows(item, NewsTypeFilter::All, NewsFilter::All))
         return;
-    const QStringList words = FeedPreview::categoriesOf(FeedPreview::AllTypes);
+    const QStringList words = categoriesOf(NewsTypeFilter::All);
     const QString needed = words.join(QLatin1String("\" and \""));
     if (item.category().isNull()) {
         findings.push_back({line, name + QStringLiteral(": no <category>, so no filter lets it "
@@ -138,29 +138,28 @@ QString line(const QString &text = {}) {
 }
 
 QString filterTable(const FeedPreview &preview) {
-    const auto row = [&](const QString &name, FeedPreview::Type type) {
+    const auto row = [&](const QString &name, NewsTypeFilter type) {
         QString cells = QStringLiteral("  %1").arg(name, -16);
-        for (const FeedPreview::Age age :
-             {FeedPreview::Unread, FeedPreview::Recent, FeedPreview::AnyAge})
+        for (const NewsFilter age : {NewsFilter::Unread, NewsFilter::Recent, NewsFilter::All})
             cells += QStringLiteral("%1").arg(preview.count(type, age), 14);
         return line(cells);
     };
     return line(QStringLiteral("What the panel shows      Unread*  Last 30 days           All")) +
-           row(QStringLiteral("All news"), FeedPreview::AllTypes) +
-           row(QStringLiteral("Critical only"), FeedPreview::CriticalOnly) +
+           row(QStringLiteral("All news"), NewsTypeFilter::All) +
+           row(QStringLiteral("Critical only"), NewsTypeFilter::Critical) +
            line(QStringLiteral("  * to somebody who has not looked yet"));
 }
 
 QString shownUnder(const FeedPreview &preview, const OlvNewsCacheItem &item) {
     QStringList filters;
-    const auto add = [&](FeedPreview::Type type, FeedPreview::Age age, const char *name) {
+    const auto add = [&](NewsTypeFilter type, NewsFilter age, const char *name) {
         if (preview.shows(item, type, age))
             filters.append(QLatin1String(name));
     };
-    add(FeedPreview::AllTypes, FeedPreview::Unread, "unread");
-    add(FeedPreview::AllTypes, FeedPreview::Recent, "30 days");
-    add(FeedPreview::AllTypes, FeedPreview::AnyAge, "all");
-    add(FeedPreview::CriticalOnly, FeedPreview::AnyAge, "critical");
+    add(NewsTypeFilter::All, NewsFilter::Unread, "unread");
+    add(NewsTypeFilter::All, NewsFilter::Recent, "30 days");
+    add(NewsTypeFilter::All, NewsFilter::All, "all");
+    add(NewsTypeFilter::Critical, NewsFilter::All, "critical");
     return filters.isEmpty() ? QStringLiteral("nothing") : filters.join(QLatin1String(", "));
 }
 
