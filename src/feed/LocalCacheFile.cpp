@@ -31,19 +31,17 @@ bool writeUnits(FileReplacement &file, QStringView text) {
     return file.write({reinterpret_cast<const char *>(text.utf16()), text.size() * unitSize});
 }
 
-bool writeText(FileReplacement &file, QByteArrayView utf8) {
+// Stops at a failed write, which `file` reports when it is committed.
+void writeText(FileReplacement &file, QByteArrayView utf8) {
     // A byte-order mark inside the text is part of the text. The decoder is stateful, because a
     // character may be split between two pieces.
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
-    if (!writeUnits(file, QStringView(&byteOrderMark, 1)))
-        return false;
-    for (qsizetype at = 0; at < utf8.size(); at += pieceSize) {
+    bool written = writeUnits(file, QStringView(&byteOrderMark, 1));
+    for (qsizetype at = 0; written && at < utf8.size(); at += pieceSize) {
         const QString piece =
             decoder.decode(utf8.sliced(at, std::min(pieceSize, utf8.size() - at)));
-        if (!writeUnits(file, piece))
-            return false;
+        written = writeUnits(file, piece);
     }
-    return true;
 }
 
 /// Reads directly into the string's buffer, so that a big feed is in memory only once.
@@ -74,7 +72,7 @@ std::optional<LocalCacheFile::Stamp> LocalCacheFile::write(QByteArrayView utf8,
         return std::nullopt;
     }
     FileReplacement file(_filePath);
-    static_cast<void>(writeText(file, utf8));
+    writeText(file, utf8);
     const auto stamp = file.commit();
     if (!stamp)
         *error = file.error().value_or(Error());
