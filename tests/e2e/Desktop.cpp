@@ -21,8 +21,6 @@ namespace pelorinnews::test {
 
 namespace {
 
-constexpr int patience = 30000;
-
 void write(const QString &path, const QByteArray &text) {
     // Atomically: the service may read at any time.
     QSaveFile file(path);
@@ -67,13 +65,13 @@ Desktop::Desktop() {
                          QStringLiteral("string:org.freedesktop.Notifications")})
             .endsWith("true");
     };
-    if (!QTest::qWaitFor(answers, patience))
+    if (!QTest::qWaitFor(answers, testPatience))
         qFatal("no notification daemon");
 
     _feedService.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"),
                        {QStringLiteral("--feeds"), path(QStringLiteral("feeds")),
                         QStringLiteral("--tls"), path(QStringLiteral("tls"))});
-    if (!_feedService.waitForReadyRead(patience))
+    if (!_feedService.waitForReadyRead(testPatience))
         qFatal("no feed service: %s", _feedService.readAllStandardError().constData());
     _feedAddress = QString::fromUtf8(_feedService.readLine().trimmed());
     prefer(QStringLiteral("newsFeedBaseURL"), _feedAddress);
@@ -153,7 +151,7 @@ void Desktop::startHost(const QString &application) {
     _host.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     _host.start(application + QStringLiteral("/bin/pelorin"),
                 {QStringLiteral("--trust"), path(QStringLiteral("tls/ca.pem"))});
-    if (!_host.waitForStarted(patience))
+    if (!_host.waitForStarted(testPatience))
         qFatal("no host: %s", qPrintable(_host.errorString()));
 }
 
@@ -174,12 +172,12 @@ bool Desktop::quitHost() {
                 window = this->window(QStringLiteral("Pelorin"));
                 return !window.isEmpty();
             },
-            patience))
+            testPatience))
         return false;
     // On a busy computer the window may get the focus only after the key was sent.
     for (int attempt = 0; attempt < 5 && _host.state() != QProcess::NotRunning; ++attempt) {
         Screen::press(window, QStringLiteral("ctrl+q"));
-        _host.waitForFinished(patience / 5);
+        _host.waitForFinished(testPatience / 5);
     }
     return _host.state() == QProcess::NotRunning && _host.exitStatus() == QProcess::NormalExit &&
            _host.exitCode() == 0;

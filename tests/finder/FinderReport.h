@@ -38,9 +38,8 @@ inline int reportResults(int argc, char *argv[]) {
 
 /// The next line that such an application prints.
 inline QByteArray nextLine(QProcess &process) {
-    constexpr int patienceMilliseconds = 100000;
     while (!process.canReadLine()) {
-        if (!process.waitForReadyRead(patienceMilliseconds))
+        if (!process.waitForReadyRead(testPatience))
             return "nothing";
     }
     return process.readLine().trimmed();

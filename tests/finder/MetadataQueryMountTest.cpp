@@ -52,7 +52,7 @@ private:
 
 #define GATHER(watched)                    \
     QVERIFY((watched).query.startQuery()); \
-    QTRY_COMPARE_WITH_TIMEOUT((watched).gathered, 1, 60000)
+    QTRY_COMPARE((watched).gathered, 1)
 
 void MetadataQueryMountTest::initTestCase() {
     if (!mayMount)

@@ -113,7 +113,7 @@ void RemoteHomeTest::countsACopyInItOnce() {
     make(QStringLiteral("kept/a/deep/place/") + _name);
     mount(isFuse, QStringLiteral("home"));
     const auto finder = find();
-    QTRY_COMPARE_WITH_TIMEOUT(finder->result(), OlvFinderResultOne, 60000);
+    QTRY_COMPARE(finder->result(), OlvFinderResultOne);
     const QString copy = at(QStringLiteral("home/a/deep/place/") + _name);
     QCOMPARE(finder->instances().value_or(QStringList()), QStringList(copy));
     const QString second = at(QStringLiteral("home/Applications/") + _name);
@@ -144,7 +144,7 @@ void RemoteHomeTest::leavesOtherMountsOut() {
     QVERIFY(QFileInfo::exists(at(QStringLiteral("home/drive/") + _name)));
 
     const auto finder = find();
-    QTRY_COMPARE_WITH_TIMEOUT(finder->result(), OlvFinderResultOne, 60000);
+    QTRY_COMPARE(finder->result(), OlvFinderResultOne);
     QCOMPARE(finder->instances().value_or(QStringList()),
              QStringList(at(QStringLiteral("here/") + _name)));
 }
@@ -163,7 +163,7 @@ void RemoteHomeTest::staysPendingWhereItIsTooBigUnlessTwoAreFound() {
         QObject::connect(center, &MetadataQueryCenter::didFinishGathering, center, note);
     const auto updated = QObject::connect(center, &MetadataQueryCenter::didUpdate, center, note);
     // Matches are watched once the walks have ended.
-    QTRY_VERIFY_WITH_TIMEOUT(watches(at(QStringLiteral("here"))), 60000);
+    QTRY_VERIFY(watches(at(QStringLiteral("here"))));
     QCOMPARE(finder->result(), OlvFinderResultPending);
     make(QStringLiteral("second/") + _name);
     QTRY_VERIFY(!results.isEmpty());

@@ -13,8 +13,6 @@ using namespace pelorinnews;
 
 namespace {
 
-constexpr int patience = 20000;
-
 // Content, a row of controls, and the area below, in a layout like the news window's.
 struct Folding {
     Folding() {
@@ -116,11 +114,11 @@ private Q_SLOTS:
 void OptionsFoldTest::foldsAndUnfoldsByTheSameHeight() {
     Folding folding;
     folding.start(false);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    QTRY_COMPARE(folding.finished, 1);
     QCOMPARE(folding.window.size(), QSize(400, 262));
     QCOMPARE(folding.area.isVisible(), false);
     folding.start(true);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QTRY_COMPARE(folding.finished, 2);
     QCOMPARE(folding.window.size(), QSize(400, 300));
     QCOMPARE(folding.area.geometry(), QRect(0, 262, 400, 38));
     QCOMPARE(folding.controls.y(), 222);
@@ -136,7 +134,7 @@ void OptionsFoldTest::whatStandsAboveStaysInPlaceAllTheWhile() {
     for (const bool open : {false, true, false, true}) {
         const int before = folding.finished;
         folding.start(open);
-        QTRY_COMPARE_WITH_TIMEOUT(folding.finished, before + 1, patience);
+        QTRY_COMPARE(folding.finished, before + 1);
         QTest::qWait(0);
     }
     QCOMPARE(content.all, QList<int>());
@@ -148,7 +146,7 @@ void OptionsFoldTest::changesTheHeightGradually() {
     Folding folding;
     Heights window(folding.window);
     folding.start(false);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    QTRY_COMPARE(folding.finished, 1);
     QVERIFY2(window.all.size() > 2, qPrintable(QString::number(window.all.size())));
     for (qsizetype index = 1; index < window.all.size(); ++index)
         QVERIFY(window.all.at(index) <= window.all.at(index - 1));
@@ -165,10 +163,10 @@ void OptionsFoldTest::isNotWaitedFor() {
 void OptionsFoldTest::aSecondStartCompletesTheFirst() {
     Folding folding;
     folding.start(false);
-    QTRY_VERIFY_WITH_TIMEOUT(folding.window.height() < 300, patience);
+    QTRY_VERIFY(folding.window.height() < 300);
     folding.start(true);
     QCOMPARE(folding.finished, 1);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QTRY_COMPARE(folding.finished, 2);
     QCOMPARE(folding.window.height(), 300);
     QCOMPARE(folding.controls.y(), 222);
     QCOMPARE(folding.area.height(), 38);
@@ -181,7 +179,7 @@ void OptionsFoldTest::manyStartsInARowLeaveNothingHalfDone() {
         folding.start(true);
     }
     folding.start(false);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 101, patience);
+    QTRY_COMPARE(folding.finished, 101);
     QCOMPARE(folding.window.height(), 262);
     QCOMPARE(folding.content.height(), 222);
 }
@@ -199,24 +197,24 @@ void OptionsFoldTest::completesAtOnceWhenTold() {
 void OptionsFoldTest::aResizeByHandInBetweenCounts() {
     Folding folding;
     folding.start(false);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    QTRY_COMPARE(folding.finished, 1);
     folding.window.resize(500, 400);
     folding.start(true);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QTRY_COMPARE(folding.finished, 2);
     QCOMPARE(folding.window.size(), QSize(500, 438));
     QCOMPARE(folding.content.height(), 360);
     folding.window.resize(450, 350);
     folding.start(false);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 3, patience);
+    QTRY_COMPARE(folding.finished, 3);
     QCOMPARE(folding.window.size(), QSize(450, 312));
 }
 
 void OptionsFoldTest::aResizeByHandWhileItRunsLeavesNothingHalfDone() {
     Folding folding;
     folding.start(false);
-    QTRY_VERIFY_WITH_TIMEOUT(folding.window.height() < 300, patience);
+    QTRY_VERIFY(folding.window.height() < 300);
     folding.window.resize(520, 420);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    QTRY_COMPARE(folding.finished, 1);
     // Until the folding ends, it controls the height.
     QCOMPARE(folding.window.size(), QSize(520, 262));
     QCOMPARE(folding.area.isVisible(), false);
@@ -224,7 +222,7 @@ void OptionsFoldTest::aResizeByHandWhileItRunsLeavesNothingHalfDone() {
     QTRY_COMPARE(folding.controls.geometry().bottom() + 1, folding.window.height());
     QCOMPARE(folding.content.maximumHeight(), QWIDGETSIZE_MAX);
     folding.start(true);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QTRY_COMPARE(folding.finished, 2);
     QCOMPARE(folding.window.size(), QSize(520, 300));
     QCOMPARE(folding.area.height(), 38);
     QCOMPARE(folding.area.geometry().bottom() + 1, folding.window.height());
@@ -233,7 +231,7 @@ void OptionsFoldTest::aResizeByHandWhileItRunsLeavesNothingHalfDone() {
 void OptionsFoldTest::theContentCanBeResizedAfterwards() {
     Folding folding;
     folding.start(false);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    QTRY_COMPARE(folding.finished, 1);
     folding.window.resize(400, 500);
     QTRY_COMPARE(folding.content.height(), 460);
     folding.window.resize(400, 150);
@@ -282,7 +280,7 @@ void OptionsFoldTest::aWindowTakenByTheDesktopMeanwhileKeepsItsEdges() {
     const int before = folding.window.height();
     const int finished = folding.finished;
     folding.start(open);
-    QTRY_VERIFY_WITH_TIMEOUT(folding.window.height() != before, patience);
+    QTRY_VERIFY(folding.window.height() != before);
     folding.window.setWindowState(state);
     QCOMPARE(folding.finished, finished + 1);
     QTRY_VERIFY(folding.window.height() > 300);
@@ -310,9 +308,9 @@ void OptionsFoldTest::aWindowOfTheSmallestHeightTakenMeanwhileStaysTaken() {
     folding.start(false);
     folding.fold.complete();
     folding.start(true);
-    QTRY_VERIFY_WITH_TIMEOUT(folding.window.height() != 112, patience);
+    QTRY_VERIFY(folding.window.height() != 112);
     folding.window.setWindowState(Qt::WindowFullScreen);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QTRY_COMPARE(folding.finished, 2);
     QTRY_VERIFY(folding.window.height() > 150);
     QCOMPARE(folding.window.windowState(), Qt::WindowFullScreen);
     QVERIFY(folding.window.normalGeometry().isValid());
@@ -323,9 +321,9 @@ void OptionsFoldTest::aWindowOfTheSmallestHeightTakenMeanwhileStaysTaken() {
 void OptionsFoldTest::aHeightGivenMeanwhileIsLeftAlone() {
     Folding folding;
     folding.start(false);
-    QTRY_VERIFY_WITH_TIMEOUT(folding.window.height() < 300, patience);
+    QTRY_VERIFY(folding.window.height() < 300);
     folding.window.showMaximized();
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    QTRY_COMPARE(folding.finished, 1);
     folding.window.hide();
     folding.window.setWindowState(Qt::WindowNoState);
     folding.window.resize(500, 420);
@@ -343,22 +341,22 @@ void OptionsFoldTest::aWindowThatWouldLeaveTheScreenKeepsItsEdge() {
     QTRY_COMPARE(folding.content.height(), 222);
     const QRect place = folding.window.geometry();
     folding.start(true);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QTRY_COMPARE(folding.finished, 2);
     QTRY_COMPARE(folding.content.height(), 184);
     QCOMPARE(folding.window.geometry(), place);
     QCOMPARE(folding.area.geometry(), QRect(0, 224, 400, 38));
     folding.start(false);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 3, patience);
+    QTRY_COMPARE(folding.finished, 3);
     QTRY_COMPARE(folding.content.height(), 222);
     QCOMPARE(folding.window.geometry(), place);
 
     folding.foldAbove(38);
     folding.start(true);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 5, patience);
+    QTRY_COMPARE(folding.finished, 5);
     QCOMPARE(folding.window.height(), 300);
     QCOMPARE(folding.content.height(), 222);
     folding.start(false);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 6, patience);
+    QTRY_COMPARE(folding.finished, 6);
     QCOMPARE(folding.window.height(), 262);
 }
 
@@ -375,11 +373,11 @@ void OptionsFoldTest::theContentGetsBackWhatItGaveWhereverTheWindowIsThen() {
     // Folding also takes back at the bottom the height that the window has gained.
     folding.start(true);
     QTRY_COMPARE(folding.window.height(), 300);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 4, patience);
+    QTRY_COMPARE(folding.finished, 4);
     const QRect available = folding.window.screen()->availableGeometry();
     folding.window.move(0, available.bottom() + 1 - 300);
     folding.start(false);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 5, patience);
+    QTRY_COMPARE(folding.finished, 5);
     QCOMPARE(folding.window.height(), 262);
     QCOMPARE(folding.content.height(), 222);
 }
@@ -402,10 +400,10 @@ void OptionsFoldTest::mayFoldAWindowOfTheSmallestHeight() {
     Folding folding;
     folding.window.resize(400, 150);
     folding.start(false);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 1, patience);
+    QTRY_COMPARE(folding.finished, 1);
     QCOMPARE(folding.window.height(), 112);
     folding.start(true);
-    QTRY_COMPARE_WITH_TIMEOUT(folding.finished, 2, patience);
+    QTRY_COMPARE(folding.finished, 2);
     QCOMPARE(folding.window.height(), 150);
     QCOMPARE(folding.window.minimumHeight(), 150);
 }
@@ -430,7 +428,7 @@ void OptionsFoldTest::itsWindowMayGoWhileItRuns() {
     int finished = 0;
     fold.start(false, [&finished] { ++finished; });
     window.reset();
-    QTRY_COMPARE_WITH_TIMEOUT(finished, 1, patience);
+    QTRY_COMPARE(finished, 1);
 }
 
 void OptionsFoldTest::withoutAWindowItOnlyFinishes() {

@@ -30,7 +30,6 @@ using namespace pelorinnews::test;
 
 namespace {
 
-constexpr int patience = 30000;
 const QString pages = QStringLiteral(PELORIN_TEST_DATA "/hostile");
 
 QByteArray picture(const QColor &color) {
@@ -290,20 +289,20 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
         _fixture->load(page.html);
     if (page.click) {
         // The engine drops clicks on content that it has not painted yet.
-        QTRY_VERIFY_WITH_TIMEOUT(_fixture->screen() != before, patience);
+        QTRY_VERIFY(_fixture->screen() != before);
         QTest::qWait(100);
         QTest::mouseMove(_fixture->target(), QPoint(40, 50));
         QTest::mouseClick(_fixture->target(), Qt::LeftButton, {}, QPoint(40, 50));
         // If the click must have no effect, check that it arrived all the same.
         if (page.asks.isEmpty() && painter == Painter::Web)
-            QTRY_VERIFY_WITH_TIMEOUT(_fixture->hasFocusInPage(), patience);
+            QTRY_VERIFY(_fixture->hasFocusInPage());
     }
-    QTRY_COMPARE_WITH_TIMEOUT(requested(), page.requests.join(u'\n'), patience);
-    QTRY_COMPARE_WITH_TIMEOUT(asked(page), page.asks.join(u'\n'), patience);
-    QTRY_COMPARE_WITH_TIMEOUT(doings.downloads, page.downloads, patience);
+    QTRY_COMPARE(requested(), page.requests.join(u'\n'));
+    QTRY_COMPARE(asked(page), page.asks.join(u'\n'));
+    QTRY_COMPARE(doings.downloads, page.downloads);
     // If nothing must be heard, check that there was something to play.
     if (page.silent)
-        QTRY_VERIFY_WITH_TIMEOUT(_fixture->evaluated(soundHasCome).toBool(), patience);
+        QTRY_VERIFY(_fixture->evaluated(soundHasCome).toBool());
     // Leaves time for anything else that the page may do.
     QTest::qWait(painter == Painter::Web ? 250 : 10);
 
@@ -321,7 +320,7 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
         return std::all_of(page.shows.begin(), page.shows.end(),
                            [&](const QString &each) { return text.contains(each); });
     };
-    QTRY_VERIFY2_WITH_TIMEOUT(showsAll(), qPrintable(text.left(1000)), patience);
+    QTRY_VERIFY2(showsAll(), qPrintable(text.left(1000)));
     for (const QString &hidden : page.hides + QStringList{QStringLiteral("RAN")})
         QVERIFY2(!text.contains(hidden), qPrintable(text.left(1000)));
     for (const QColor &color : page.never)
@@ -340,9 +339,8 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
 
     // The panel still works.
     _fixture->load(QStringLiteral("<body style='background:#fffff0'><p>An ordinary page</p>"));
-    QTRY_COMPARE_WITH_TIMEOUT(_fixture->text(), QStringLiteral("An ordinary page"), patience);
-    QTRY_COMPARE_WITH_TIMEOUT(_fixture->pixel(QPoint(480, 280)), QColor(0xff, 0xff, 0xf0),
-                              patience);
+    QTRY_COMPARE(_fixture->text(), QStringLiteral("An ordinary page"));
+    QTRY_COMPARE(_fixture->pixel(QPoint(480, 280)), QColor(0xff, 0xff, 0xf0));
     QVERIFY(QApplication::activePopupWidget() == nullptr);
     // After such a page the engine may delay a click for some seconds.
     if (page.hangs)
@@ -393,7 +391,7 @@ void HostileTest::nobodyGetsAPermission() {
     const auto answered = [this] {
         return _fixture->evaluated(QStringLiteral("answer")).toString();
     };
-    QTRY_COMPARE_WITH_TIMEOUT(answered(), answer, patience);
+    QTRY_COMPARE(answered(), answer);
     QCOMPARE(doings.wanted, QList<QWebEnginePage::Feature>{feature});
     QCOMPARE(windows.shown, QStringList());
     QVERIFY(QApplication::activeModalWidget() == nullptr);

@@ -13,7 +13,6 @@ using namespace pelorinnews::test;
 
 namespace {
 
-constexpr int patience = 30000;
 const QPoint place(50, 60);
 const QColor linkColor(0x20, 0xc0, 0x40);
 
@@ -93,7 +92,7 @@ void LinksTest::compareQuestions(const QStringList &expected) {
             all.append(asLine(question));
         return all;
     };
-    QTRY_COMPARE_WITH_TIMEOUT(lines(), expected, patience);
+    QTRY_COMPARE(lines(), expected);
     QTest::qWait(50);
     QCOMPARE(lines(), expected);
 }
@@ -193,9 +192,9 @@ void LinksTest::arriveFromTheKeyboard() {
                 [&focused](const QString &address) { focused = !address.isEmpty(); });
     show(linkTo(QStringLiteral("a.html")));
     _fixture->view.setFocus();
-    QTRY_VERIFY_WITH_TIMEOUT(QApplication::focusWidget() != nullptr, patience);
+    QTRY_VERIFY(QApplication::focusWidget() != nullptr);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-    QTRY_VERIFY_WITH_TIMEOUT(focused, patience);
+    QTRY_VERIFY(focused);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
     compareQuestions({QStringLiteral("0 http:///a.html")});
 }
@@ -213,7 +212,7 @@ void LinksTest::arriveWhileTheAnswerWouldAllowThem() {
     _fixture->view.setPolicyDelegate(&allowing);
     show(linkTo(QStringLiteral("a.html")));
     click();
-    QTRY_COMPARE_WITH_TIMEOUT(allowing.asked, 1, patience);
+    QTRY_COMPARE(allowing.asked, 1);
     QVERIFY(_fixture->text().contains(QStringLiteral("The page")));
     _fixture->view.setPolicyDelegate(nullptr);
 }
@@ -274,7 +273,7 @@ void LinksTest::areFoundInMapsDrawingsAndFrames() {
     if (painter == Painter::Text)
         QSKIP("shows none of these");
     _fixture->load(page);
-    QTRY_COMPARE_WITH_TIMEOUT(_fixture->pixel(place), linkColor, patience);
+    QTRY_COMPARE(_fixture->pixel(place), linkColor);
     _fixture->questions.clear();
     click();
     compareQuestions({QStringLiteral("0 http:///a.html")});

@@ -16,8 +16,6 @@ using namespace pelorinnews::test;
 
 namespace {
 
-constexpr int patience = 30000;
-
 QString page(const QString &body) {
     return QStringLiteral("<body style='margin:0;background:#20c040'>") + body;
 }
@@ -71,9 +69,7 @@ private Q_SLOTS:
     void everyPageMayCarryAsMuch();
 
 private:
-    void waitFor(const QString &text) const {
-        QTRY_COMPARE_WITH_TIMEOUT(_fixture->text(), text, patience);
-    }
+    void waitFor(const QString &text) const { QTRY_COMPARE(_fixture->text(), text); }
 
     // Clicks the upper left of a page with this background, once it is painted.
     void press(const QColor &ground = QColor(0x20, 0xc0, 0x40)) const {
@@ -145,7 +141,7 @@ void NavigationTest::tellsWhyAPageLeaves() {
     _fixture->load(page(html.arg(address)));
     if (click)
         press();
-    QTRY_COMPARE_WITH_TIMEOUT(server.requests(), QStringList{request}, patience);
+    QTRY_COMPARE(server.requests(), QStringList{request});
     QCOMPARE(asked(), QStringList{question.arg(address)});
     waitFor(then);
 }
@@ -163,7 +159,7 @@ void NavigationTest::staysWhereThatIsRefused() {
     _fixture->load(page(html.arg(server.address()) + QStringLiteral("<p>Stays")));
     if (click)
         press();
-    QTRY_COMPARE_WITH_TIMEOUT(asked(), QStringList{question.arg(server.address())}, patience);
+    QTRY_COMPARE(asked(), QStringList{question.arg(server.address())});
     QTest::qWait(300);
     QCOMPARE(server.requests(), QStringList());
     QVERIFY2(_fixture->text().endsWith(QStringLiteral("Stays")), qPrintable(_fixture->text()));
@@ -186,7 +182,7 @@ void NavigationTest::aRedirectionIsAskedAboutToo() {
             return refused && to.endsWith("second");
         };
         _fixture->load(QStringLiteral("Here<iframe src='%1/first'></iframe>").arg(address));
-        QTRY_COMPARE_WITH_TIMEOUT(asked(), both, patience);
+        QTRY_COMPARE(asked(), both);
         waitFor(refused ? QStringLiteral("Here") : QStringLiteral("Here\n\nThere"));
         QTest::qWait(300);
         QCOMPARE(server.requests().contains(QStringLiteral("GET /second")), !refused);
@@ -225,7 +221,7 @@ void NavigationTest::asksBeforeGoingBackForwardAndAnew() {
             _fixture->refuses = [refused](const QString &) { return refused; };
             QSignalSpy loads(_fixture->web()->page(), &QWebEnginePage::loadFinished);
             _fixture->web()->page()->triggerAction(step.action);
-            QTRY_COMPARE_WITH_TIMEOUT(loads.size(), 1, patience);
+            QTRY_COMPARE(loads.size(), 1);
             QCOMPARE(loads.first().first().toBool(), !refused);
             QCOMPARE(asked(), QStringList{step.question.arg(address)});
             if (refused)
@@ -243,7 +239,7 @@ void NavigationTest::asksBeforeLoadingAnItemAnew() {
     waitFor(QStringLiteral("The item"));
     QSignalSpy loads(_fixture->web()->page(), &QWebEnginePage::loadFinished);
     _fixture->web()->page()->triggerAction(QWebEnginePage::Reload);
-    QTRY_COMPARE_WITH_TIMEOUT(loads.size(), 1, patience);
+    QTRY_COMPARE(loads.size(), 1);
     QCOMPARE(asked(), QStringList{QStringLiteral("3 http://")});
     QVERIFY(loads.first().first().toBool());
     QCOMPARE(_fixture->text(), QStringLiteral("The item"));
@@ -509,14 +505,14 @@ void NavigationTest::showsPicturesThatThePageCarries() {
     _fixture->load(page(markup.arg(picture({100, 100}, Qt::white, format))));
     waitUntil([this] { return _fixture->pixel(QPoint(400, 280)) == QColor(0x20, 0xc0, 0x40); },
               "no page is painted");
-    QTRY_COMPARE_WITH_TIMEOUT(_fixture->pixel(QPoint(40, 60)), QColor(Qt::white), patience);
+    QTRY_COMPARE(_fixture->pixel(QPoint(40, 60)), QColor(Qt::white));
 }
 
 void NavigationTest::everyPageMayCarryAsMuch() {
     for (const QColor color : {Qt::white, Qt::black, Qt::white}) {
         _fixture->load(page(QStringLiteral("<img src='%1' width=100 height=100>")
                                 .arg(picture({5000, 5000}, color, "PNG"))));
-        QTRY_COMPARE_WITH_TIMEOUT(_fixture->pixel(QPoint(40, 60)), color, patience);
+        QTRY_COMPARE(_fixture->pixel(QPoint(40, 60)), color);
     }
 }
 

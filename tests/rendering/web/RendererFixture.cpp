@@ -13,11 +13,7 @@
 
 namespace pelorinnews::test {
 
-namespace {
-
-constexpr int patience = 60000;
-
-}  // namespace
+namespace {}  // namespace
 
 RendererFixture::RendererFixture(Painter painter) {
     // A folder without the plug-in leads to the text renderer.
@@ -32,7 +28,7 @@ RendererFixture::RendererFixture(Painter painter) {
     view.setWindowTitle(QStringLiteral("Page"));
     view.resize(500, 300);
     view.show();
-    if (!QTest::qWaitForWindowActive(&view, patience))
+    if (!QTest::qWaitForWindowActive(&view, testPatience))
         qFatal("the view does not become active");
 }
 
@@ -105,7 +101,7 @@ void waitUntil(const std::function<bool()> &happened, const char *otherwise) {
     QElapsedTimer clock;
     clock.start();
     while (!happened()) {
-        if (clock.hasExpired(patience))
+        if (clock.hasExpired(testPatience))
             qFatal("%s", otherwise);
         QTest::qWait(5);
     }
