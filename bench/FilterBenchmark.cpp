@@ -11,7 +11,8 @@ namespace {
 class Silence : public UrlLoader {
 public:
     Silence() = default;
-    void sendAsynchronousRequest(const QUrl &, int, QThreadPool *, UrlCompletion) override {}
+    void sendAsynchronousRequest(const QUrl &, std::chrono::seconds, QThreadPool *,
+                                 UrlCompletion) override {}
 };
 
 /// A cache with `count` items, half of them from within the last half of the feed's span.

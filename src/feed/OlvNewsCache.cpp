@@ -55,7 +55,7 @@ void OlvNewsCache::refresh(RefreshCompletion completion) {
 
     _retrievingContent = true;
     _loader->sendAsynchronousRequest(
-        *request, requestTimeoutSeconds, _downloadOperationQueue->threadPool(),
+        *request, requestTimeout, _downloadOperationQueue->threadPool(),
         [self = shared_from_this(), completion = std::move(completion)](
             const std::optional<UrlResponse> &response, std::optional<QByteArray> data,
             const std::optional<Error> &connectionError) {

@@ -42,7 +42,7 @@ using RefreshCompletion = std::function<void(const std::optional<Error> &error)>
 class OlvNewsCache : public std::enable_shared_from_this<OlvNewsCache> {
 public:
     /// Timeout of a download that makes no progress.
-    static constexpr int requestTimeoutSeconds = 60;
+    static constexpr std::chrono::seconds requestTimeout{60};
 
     /// Creates an empty cache, and the folder of its file.
     explicit OlvNewsCache(std::shared_ptr<UrlLoader> loader = UrlLoader::shared());

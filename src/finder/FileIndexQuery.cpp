@@ -19,7 +19,7 @@ namespace pelorinnews {
 namespace {
 
 // Debounce: minimum time from the start of one query to the start of the next.
-constexpr int pauseMilliseconds = 250;
+constexpr std::chrono::milliseconds queryInterval{250};
 // Bytes. No sane number of matches needs more; a longer reply counts as empty.
 constexpr qsizetype rowsLimit = qsizetype{16} * 1024 * 1024;
 
@@ -80,18 +80,19 @@ void FileIndexQuery::filesChanged() {
         _mustAskAgain = true;
         return;
     }
-    const qint64 left = pauseMilliseconds - (_lastAsked.isValid() ? _lastAsked.elapsed() : 0);
-    if (left <= 0)
+    const std::chrono::milliseconds left =
+        queryInterval - std::chrono::milliseconds(_lastAsked.isValid() ? _lastAsked.elapsed() : 0);
+    if (left <= left.zero())
         ask();
     else if (!_debounceTimer.isActive())
-        _debounceTimer.start(static_cast<int>(left));
+        _debounceTimer.start(left);
 }
 
 void FileIndexQuery::ask() {
     _isAsking = true;
     _mustAskAgain = false;
     _lastAsked.start();
-    _timeoutTimer.start(answerMilliseconds);
+    _timeoutTimer.start(queryTimeout);
     askService(0);
 }
 
@@ -111,7 +112,8 @@ void FileIndexQuery::askService(qsizetype number) {
     message << QStringLiteral("SELECT DISTINCT ?u { ?f a nfo:FileDataObject ; nie:url ?u . ") +
                    _pattern.sparqlCondition() + QStringLiteral(" }")
             << QVariant::fromValue(writeEnd) << QVariantMap();
-    auto *call = new QDBusPendingCallWatcher(_bus.asyncCall(message, answerMilliseconds), this);
+    auto *call = new QDBusPendingCallWatcher(
+        _bus.asyncCall(message, static_cast<int>(queryTimeout.count())), this);
     connect(call, &QDBusPendingCallWatcher::finished, this,
             [this, number, question = ++_queryGeneration](QDBusPendingCallWatcher *done) {
                 // The call holds our copy of the pipe's write end. End of file comes only after

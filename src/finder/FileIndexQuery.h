@@ -30,7 +30,7 @@ class FileIndexQuery : public QObject {
 
 public:
     /// Timeout of one query. After it the index counts as absent.
-    static constexpr int answerMilliseconds = 5000;
+    static constexpr std::chrono::milliseconds queryTimeout{5000};
 
     /// Receives the absolute paths that the index knows; empty if no index replies.
     using Answer = std::function<void(const std::vector<QByteArray> &paths)>;

@@ -7,7 +7,7 @@ namespace pelorinnews {
 /// One request on its way through the loader.
 struct NetworkRequest {
     QUrl url;
-    int idleTimeoutSeconds = 0;
+    std::chrono::seconds idleTimeout{0};
     QThreadPool *queue = nullptr;
     UrlCompletion completion;
 };

@@ -14,9 +14,8 @@ namespace {
 
 constexpr int maxRedirects = 50;
 
-std::chrono::seconds bounded(int timeoutSeconds) {
-    constexpr int longest = 24 * 60 * 60;
-    return std::chrono::seconds(std::clamp(timeoutSeconds, 1, longest));
+std::chrono::seconds bounded(std::chrono::seconds timeout) {
+    return std::clamp<std::chrono::seconds>(timeout, std::chrono::seconds(1), std::chrono::days(1));
 }
 
 /// Whether `url` can be requested over the network.
@@ -99,7 +98,7 @@ NetworkTransfer::NetworkTransfer(const CurlLibrary &library, NetworkRequest send
     : _curl(library),
       _request(std::move(sending)),
       _settings(common),
-      _idleTimeout(bounded(_request.idleTimeoutSeconds)),
+      _idleTimeout(bounded(_request.idleTimeout)),
       _address(_request.url),
       _headers(_curl.slistAppend(nullptr, ContentDecoder::acceptEncoding), _curl.slistFreeAll),
       _easy(_curl.easyInit(), _curl.easyCleanup) {

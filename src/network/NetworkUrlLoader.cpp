@@ -68,9 +68,9 @@ NetworkUrlLoader::~NetworkUrlLoader() {
     shutdown();
 }
 
-void NetworkUrlLoader::sendAsynchronousRequest(const QUrl &url, int idleTimeoutSeconds,
+void NetworkUrlLoader::sendAsynchronousRequest(const QUrl &url, std::chrono::seconds idleTimeout,
                                                QThreadPool *queue, UrlCompletion completion) {
-    _thread->add({url, idleTimeoutSeconds, queue, std::move(completion)});
+    _thread->add({url, idleTimeout, queue, std::move(completion)});
 }
 
 void NetworkUrlLoader::shutdown() {

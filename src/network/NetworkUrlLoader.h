@@ -43,8 +43,8 @@ public:
     /// Shuts down.
     ~NetworkUrlLoader() override;
 
-    void sendAsynchronousRequest(const QUrl &url, int idleTimeoutSeconds, QThreadPool *queue,
-                                 UrlCompletion completion) override;
+    void sendAsynchronousRequest(const QUrl &url, std::chrono::seconds idleTimeout,
+                                 QThreadPool *queue, UrlCompletion completion) override;
 
     /// Cancels the requests in progress and all later ones: each ends with `Cancelled` on its
     /// queue. Joins the thread; if that takes longer than `shutdownTimeout`, leaves the thread to

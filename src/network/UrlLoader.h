@@ -37,7 +37,7 @@ public:
     UrlLoader &operator=(const UrlLoader &) = delete;
 
     /// Sends a GET for `url`, bypasses every local response cache, follows redirects, gives up
-    /// after `idleTimeoutSeconds` without progress (at least one second), and calls `completion`
+    /// after `idleTimeout` without progress (at least one second), and calls `completion`
     /// exactly once on `queue`, never on the caller's stack. Thread-safe; does not need the main
     /// event loop.
     ///
@@ -45,7 +45,7 @@ public:
     /// completion is destroyed on `queue`'s thread after its call. If it holds the last reference
     /// to the owner of `queue`, the owner must not destroy the queue there: a pool's destructor
     /// waits for its own threads (deadlock).
-    virtual void sendAsynchronousRequest(const QUrl &url, int idleTimeoutSeconds,
+    virtual void sendAsynchronousRequest(const QUrl &url, std::chrono::seconds idleTimeout,
                                          QThreadPool *queue, UrlCompletion completion) = 0;
 
     /// The process-wide loader over the network stack, made on first use. It ends with the

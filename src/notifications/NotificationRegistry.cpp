@@ -102,7 +102,7 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
         !RegularFile::isRegularOrAbsent(lockPath))
         return std::nullopt;
     QLockFile lock(lockPath);
-    if (!lock.tryLock(lockTimeout))
+    if (!lock.tryLock(static_cast<int>(lockTimeout.count())))
         return std::nullopt;
 
     const auto seen = look();

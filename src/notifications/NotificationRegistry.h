@@ -58,8 +58,8 @@ public:
     /// Limit for writing and for reading; the oldest entries are dropped first. They are also
     /// dropped if the file would become too large.
     static constexpr std::size_t maxEntries = 200;
-    /// How long a change waits for another process's lock, in milliseconds.
-    static constexpr int lockTimeout = 200;
+    /// How long a change waits for another process's lock.
+    static constexpr std::chrono::milliseconds lockTimeout{200};
 
     explicit NotificationRegistry(const QString &folder);
 

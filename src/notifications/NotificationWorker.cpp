@@ -10,9 +10,9 @@ namespace {
 
 constexpr quint32 dismissed = 2;
 constexpr quint32 closedByProgram = 3;
-// Retries if the registry cannot be written: how many, and their interval in milliseconds.
+// Retries if the registry cannot be written: how many, and their interval.
 constexpr int saveAttempts = 10;
-constexpr int saveInterval = 1000;
+constexpr std::chrono::milliseconds saveInterval{1000};
 // We also receive signals about other programs' notifications; they must not fill our memory.
 constexpr std::size_t maxRemembered = 64;
 

@@ -64,7 +64,7 @@ void OperationQueue::closeAll(Registry &all) {
             open.push_back(std::move(queue));
         }
     }
-    const QDeadlineTimer deadline(joinMilliseconds);
+    const QDeadlineTimer deadline(joinTimeout);
     // A queue that does not finish in time is not waited for again.
     std::erase_if(open, [&deadline](const auto &queue) {
         return !queue->_pool.waitForDone(static_cast<int>(deadline.remainingTime()));

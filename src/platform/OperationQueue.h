@@ -12,17 +12,17 @@ namespace pelorinnews {
 /// Unlike with a plain `QThreadPool`, the last reference may be dropped on any thread, even one of
 /// the pool's own (a plain pool would wait there for itself: deadlock), and the pool's work never
 /// outlives the application. When the application object is destroyed, and again when the process
-/// exits, every queue is closed and its running work is waited for, at most `joinMilliseconds` for
+/// exits, every queue is closed and its running work is waited for, at most `joinTimeout` for
 /// all of them together.
 class OperationQueue {
 public:
-    static constexpr int joinMilliseconds = 5000;
+    static constexpr std::chrono::milliseconds joinTimeout{5000};
     /// A thread ends after this long without work: work comes every few hours.
-    static constexpr int idleMilliseconds = 500;
+    static constexpr std::chrono::milliseconds idleTimeout{500};
 
     [[nodiscard]] static std::shared_ptr<OperationQueue> make();
 
-    OperationQueue() { _pool.setExpiryTimeout(idleMilliseconds); }
+    OperationQueue() { _pool.setExpiryTimeout(static_cast<int>(idleTimeout.count())); }
     OperationQueue(const OperationQueue &) = delete;
     OperationQueue &operator=(const OperationQueue &) = delete;
     ~OperationQueue() = default;

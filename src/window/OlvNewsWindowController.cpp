@@ -28,7 +28,7 @@ namespace {
 
 // A window that is shown but not activated for this long (focus-stealing prevention) counts as
 // having become key.
-constexpr int exposedMilliseconds = 250;
+constexpr std::chrono::milliseconds exposedTimeout{250};
 
 // On the first show the window grows to at least the primary screen's width and height divided by
 // this.
@@ -214,7 +214,7 @@ bool OlvNewsWindowController::eventFilter(QObject *watched, QEvent *event) {
     }
     if (self && _loadedWindow && event->type() == QEvent::Expose &&
         watched == _loadedWindow->windowHandle() && !_windowIsVisible && isOnScreen())
-        _exposeTimer.start(exposedMilliseconds, this);
+        _exposeTimer.start(static_cast<int>(exposedTimeout.count()), this);
     return QObject::eventFilter(watched, event);
 }
 

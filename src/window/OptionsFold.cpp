@@ -15,12 +15,12 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr int resizeMilliseconds = 200;
+constexpr std::chrono::milliseconds resizeDuration{200};
 
 // A window manager that has not answered after this many ticks counts as refusing the size.
 // Counting ticks instead of time avoids a false timeout: after a pause of this process, both a tick
 // and the answer are due.
-constexpr int answerTickMilliseconds = 50;
+constexpr std::chrono::milliseconds answerTick{50};
 constexpr int answerTicks = 20;
 
 }  // namespace
@@ -30,7 +30,7 @@ OptionsFold::OptionsFold(QWidget *window, QWidget *content, QWidget *optionsArea
       _content(content),
       _optionsArea(optionsArea),
       _foldedMinimum(window ? qMax(0, window->minimumHeight() - foldHeight) : 0) {
-    _animation.setDuration(resizeMilliseconds);
+    _animation.setDuration(static_cast<int>(resizeDuration.count()));
     _animation.setEasingCurve(QEasingCurve::InOutQuad);
     connect(&_animation, &QVariantAnimation::valueChanged, this, [this](const QVariant &height) {
         if (_running)
@@ -159,7 +159,7 @@ void OptionsFold::awaitAnswer(int from) {
         return;
     _heightBeforeRequest = from;
     _silentTicks = 0;
-    _answerTimer.start(answerTickMilliseconds, this);
+    _answerTimer.start(static_cast<int>(answerTick.count()), this);
 }
 
 void OptionsFold::timerEvent(QTimerEvent *event) {

@@ -27,9 +27,9 @@ const QString statusDomain = QStringLiteral("HTTP Property Status Code");
 class ImpatientLoader : public UrlLoader {
 public:
     ImpatientLoader() = default;
-    void sendAsynchronousRequest(const QUrl &url, int idleTimeoutSeconds, QThreadPool *queue,
-                                 UrlCompletion completion) override {
-        _network.sendAsynchronousRequest(url, std::min(idleTimeoutSeconds, 1), queue,
+    void sendAsynchronousRequest(const QUrl &url, std::chrono::seconds idleTimeout,
+                                 QThreadPool *queue, UrlCompletion completion) override {
+        _network.sendAsynchronousRequest(url, std::min(idleTimeout, std::chrono::seconds(1)), queue,
                                          std::move(completion));
     }
 

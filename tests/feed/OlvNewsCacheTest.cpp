@@ -276,7 +276,7 @@ void OlvNewsCacheTest::asksForSixtySecondsOfPatience() {
     download(feedOfTitles("en", {"a"}));
     QCOMPARE(_loader->requests().size(), 1);
     QCOMPARE(_loader->requests().first().url.toEncoded(), (base + "?").toUtf8());
-    QCOMPARE(_loader->requests().first().idleTimeoutSeconds, 60);
+    QCOMPARE(_loader->requests().first().idleTimeout, std::chrono::seconds(60));
 }
 
 void OlvNewsCacheTest::takesAFeedAndWritesItToTheFile() {

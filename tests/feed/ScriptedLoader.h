@@ -22,7 +22,7 @@ public:
     };
     struct Request {
         QUrl url;
-        int idleTimeoutSeconds;
+        std::chrono::seconds idleTimeout;
     };
 
     ScriptedLoader() = default;
@@ -57,12 +57,12 @@ public:
             answerOn(queue, std::move(completion), now);
     }
 
-    void sendAsynchronousRequest(const QUrl &url, int idleTimeoutSeconds, QThreadPool *queue,
-                                 UrlCompletion completion) override {
+    void sendAsynchronousRequest(const QUrl &url, std::chrono::seconds idleTimeout,
+                                 QThreadPool *queue, UrlCompletion completion) override {
         Outcome now;
         {
             const std::lock_guard lock(_mutex);
-            _sent.append({url, idleTimeoutSeconds});
+            _sent.append({url, idleTimeout});
             if (_holding) {
                 _held.emplace_back(queue, std::move(completion));
                 return;

@@ -15,9 +15,10 @@ namespace pelorinnews::test {
 /// blocking its thread, so everything arrives without that thread's event loop.
 class LoadedAddress {
 public:
-    LoadedAddress(UrlLoader &loader, const QUrl &url, QThreadPool *queue, int idleTimeoutSeconds) {
+    LoadedAddress(UrlLoader &loader, const QUrl &url, QThreadPool *queue,
+                  std::chrono::seconds idleTimeout) {
         loader.sendAsynchronousRequest(
-            url, idleTimeoutSeconds, queue,
+            url, idleTimeout, queue,
             [shared = _result](auto response, auto data, auto connectionError) {
                 const std::lock_guard lock(shared->mutex);
                 ++shared->calls;

@@ -15,6 +15,7 @@
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -73,7 +74,7 @@ private Q_SLOTS:
 void NetworkUrlLoaderLifetimeTest::aRequestWithoutAnApplicationEndsWithAnError() {
     QThreadPool queue;
     NetworkUrlLoader loader;
-    LoadedAddress loaded(loader, QUrl(QStringLiteral("http://127.0.0.1:1/")), &queue, 10);
+    LoadedAddress loaded(loader, QUrl(QStringLiteral("http://127.0.0.1:1/")), &queue, 10s);
     QVERIFY(loaded.wait());
     QCOMPARE(loaded.connectionError().value_or(Error()).code, int(TransportError::Cancelled));
 }
@@ -85,7 +86,7 @@ void NetworkUrlLoaderLifetimeTest::aLoaderMadeBeforeTheApplicationWorks() {
     FeedServer server;
     server.setReply(answering("late"));
     QVERIFY(server.start());
-    LoadedAddress loaded(loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10);
+    LoadedAddress loaded(loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10s);
     QVERIFY(loaded.wait());
     QCOMPARE(loaded.data(), std::optional(QByteArray("late")));
 }
@@ -101,10 +102,10 @@ void NetworkUrlLoaderLifetimeTest::theSharedLoaderEndsWithTheApplicationAndComes
         server.setReplyForPath("/never", never);
         QVERIFY(server.start());
         const std::shared_ptr<UrlLoader> loader = UrlLoader::shared();
-        LoadedAddress whole(*loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10);
+        LoadedAddress whole(*loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10s);
         QVERIFY(whole.wait());
         QCOMPARE(whole.data(), std::optional(QByteArray("here")));
-        LoadedAddress cut(*loader, QUrl(server.address(QStringLiteral("/never"))), &queue, 60);
+        LoadedAddress cut(*loader, QUrl(server.address(QStringLiteral("/never"))), &queue, 60s);
         QVERIFY(server.waitForRequests(2));
 
         QElapsedTimer elapsed;
@@ -118,7 +119,7 @@ void NetworkUrlLoaderLifetimeTest::theSharedLoaderEndsWithTheApplicationAndComes
         QVERIFY(cut.wait(std::chrono::seconds(1)));
         QCOMPARE(cut.connectionError().value_or(Error()).code, int(TransportError::Cancelled));
 
-        LoadedAddress after(*loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10);
+        LoadedAddress after(*loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10s);
         QVERIFY(after.wait(std::chrono::seconds(1)));
         QCOMPARE(after.connectionError().value_or(Error()).code, int(TransportError::Cancelled));
     }
@@ -176,7 +177,7 @@ void NetworkUrlLoaderLifetimeTest::anIdleLoaderNeverWakesUp() {
     QVERIFY(server.start());
     NetworkUrlLoader loader;
     QVERIFY(threadsNamed("PelorinNewsLoad").isEmpty());
-    LoadedAddress loaded(loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10);
+    LoadedAddress loaded(loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10s);
     QVERIFY(loaded.wait());
     const QStringList threads = threadsNamed("PelorinNewsLoad");
     QCOMPARE(threads.size(), 1);

@@ -29,6 +29,7 @@
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
+using namespace std::chrono_literals;
 using Kind = DevelopmentCertificates::Kind;
 
 namespace {
@@ -103,8 +104,8 @@ private Q_SLOTS:
 
 private:
     [[nodiscard]] FeedServer &serverFor(bool tls) { return tls ? *_https : *_http; }
-    [[nodiscard]] LoadedAddress load(const QUrl &url, int idleTimeoutSeconds = 10) {
-        return {_loader, url, &_queue, idleTimeoutSeconds};
+    [[nodiscard]] LoadedAddress load(const QUrl &url, std::chrono::seconds idleTimeout = 10s) {
+        return {_loader, url, &_queue, idleTimeout};
     }
 
     /// The default configuration, which trusts the system's authorities.
@@ -234,7 +235,7 @@ void NetworkUrlLoaderTest::answersArriveAsTheyWere() {
 
     const bool waitsForTimeout = connectionError == int(TransportError::TimedOut);
     LoadedAddress loaded =
-        load(tolerant(server.address(QStringLiteral("/plain.xml"))), waitsForTimeout ? 1 : 10);
+        load(tolerant(server.address(QStringLiteral("/plain.xml"))), waitsForTimeout ? 1s : 10s);
     QVERIFY(loaded.wait());
     if (status != someStatus) {
         QCOMPARE(loaded.status().value_or(0), status);
@@ -452,7 +453,7 @@ void NetworkUrlLoaderTest::aHandshakeThatNeverAnswersTimesOut() {
     QElapsedTimer elapsed;
     elapsed.start();
     LoadedAddress loaded =
-        load(tolerant(QStringLiteral("https://127.0.0.1:%1/a.xml").arg(silent.serverPort())), 1);
+        load(tolerant(QStringLiteral("https://127.0.0.1:%1/a.xml").arg(silent.serverPort())), 1s);
     QVERIFY(loaded.wait());
     QCOMPARE(loaded.connectionError().value_or(Error()).code, int(TransportError::TimedOut));
     QVERIFY2(elapsed.elapsed() < 5000, qPrintable(QString::number(elapsed.elapsed())));
@@ -547,12 +548,12 @@ void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce() {
     QFETCH(const QString, address);
     // A thread that hangs could not even be stopped, so this test uses a loader of its own.
     NetworkUrlLoader own;
-    LoadedAddress loaded(own, tolerant(address), &_queue, 10);
+    LoadedAddress loaded(own, tolerant(address), &_queue, 10s);
     QVERIFY(loaded.wait(std::chrono::seconds(30)));
     QCOMPARE(loaded.connectionError().value_or(Error()).domain, QStringLiteral("QFileDevice"));
     QVERIFY(!loaded.hasResponse());
     QVERIFY(!loaded.data());
-    LoadedAddress next(own, tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue, 10);
+    LoadedAddress next(own, tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue, 10s);
     QVERIFY(next.wait(std::chrono::seconds(30)));
     QVERIFY(next.data());
 }
@@ -564,7 +565,7 @@ void NetworkUrlLoaderTest::aFileBeyondTheLimitIsAnError() {
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(QByteArray(size, 'x'));
         file.close();
-        LoadedAddress loaded(limited, QUrl::fromLocalFile(file.fileName()), &_queue, 10);
+        LoadedAddress loaded(limited, QUrl::fromLocalFile(file.fileName()), &_queue, 10s);
         QVERIFY(loaded.wait());
         QCOMPARE(loaded.data().has_value(), size == 1000);
         QCOMPARE(loaded.connectionError().value_or(Error()).domain,
@@ -696,7 +697,7 @@ void NetworkUrlLoaderTest::anOrderlyEndCountsForItsOwnConnectionAlone() {
 
 void NetworkUrlLoaderTest::onlyTheTimeWithoutProgressCounts() {
     // 16 bytes in 4 seconds: longer than the timeout, which each single pause falls far short of.
-    constexpr int timeout = 3;
+    constexpr std::chrono::seconds timeout{3};
     FeedReply reply;
     reply.drip = FeedReply::Drip{1, std::chrono::milliseconds(250)};
     QElapsedTimer elapsed;
@@ -710,7 +711,7 @@ void NetworkUrlLoaderTest::onlyTheTimeWithoutProgressCounts() {
     for (LoadedAddress &loaded : loads) {
         QVERIFY(loaded.wait());
         QCOMPARE(loaded.data(), std::optional(QByteArray("<rss>grün</rss>")));
-        QVERIFY2(elapsed.elapsed() > timeout * 1000, "too fast to tell");
+        QVERIFY2(std::chrono::milliseconds(elapsed.elapsed()) > timeout, "too fast to tell");
     }
 }
 
@@ -772,7 +773,7 @@ void NetworkUrlLoaderTest::theHostsOwnTrafficIsNoProgress() {
         port = server.port();
         QUrl url(server.address(QStringLiteral("/")));
         url.setUserInfo(QStringLiteral("u:p"));
-        LoadedAddress loaded = load(url, 1);
+        LoadedAddress loaded = load(url, 1s);
         const bool ended = loaded.wait(std::chrono::seconds(10));
         done = true;
         sender.join();
@@ -802,7 +803,7 @@ void NetworkUrlLoaderTest::aBodyBeyondTheLimitIsAnError() {
     for (const bool tls : {false, true, false, true, false, true}) {
         serverFor(tls).setReply(FeedReply::parse(reply).value());
         LoadedAddress loaded(
-            limited, tolerant(serverFor(tls).address(QStringLiteral("/plain.xml"))), &_queue, 10);
+            limited, tolerant(serverFor(tls).address(QStringLiteral("/plain.xml"))), &_queue, 10s);
         QVERIFY(loaded.wait());
         QCOMPARE(loaded.data().has_value(), fits);
         QCOMPARE(loaded.connectionError().has_value(), !fits);
@@ -872,7 +873,7 @@ void NetworkUrlLoaderTest::aLargeBodyCostsItsSizeOnce() {
     reset.write("5");
     reset.close();
     const qint64 before = statusKiB("VmRSS");
-    LoadedAddress loaded = load(tolerant(address), 30);
+    LoadedAddress loaded = load(tolerant(address), 30s);
     QVERIFY(loaded.wait(std::chrono::seconds(60)));
     const qint64 peak = statusKiB("VmHWM");
     server.terminate();
@@ -893,7 +894,7 @@ void NetworkUrlLoaderTest::theCompletionRunsOnTheQueueAndNeverOnTheCallersStack(
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
     });
     LoadedAddress good(_loader, tolerant(_http->address(QStringLiteral("/plain.xml"))), &single,
-                       10);
+                       10s);
     LoadedAddress bad(_loader, QUrl(), &single, 10);
     QVERIFY(_http->waitForRequests(1));
     QVERIFY(!good.wait(std::chrono::milliseconds(200)));
@@ -907,13 +908,13 @@ void NetworkUrlLoaderTest::theCompletionRunsOnTheQueueAndNeverOnTheCallersStack(
 
 void NetworkUrlLoaderTest::aMissingQueueStandsForTheGlobalOne() {
     LoadedAddress loaded(_loader, tolerant(_http->address(QStringLiteral("/plain.xml"))), nullptr,
-                         10);
+                         10s);
     QVERIFY(loaded.wait());
     QVERIFY(loaded.data());
 }
 
 void NetworkUrlLoaderTest::aMissingCompletionIsFine() {
-    _loader.sendAsynchronousRequest(tolerant(_http->address(QStringLiteral("/plain.xml"))), 10,
+    _loader.sendAsynchronousRequest(tolerant(_http->address(QStringLiteral("/plain.xml"))), 10s,
                                     &_queue, {});
     QVERIFY(_http->waitForRequests(1));
     QVERIFY(_queue.waitForDone(5000));
@@ -967,7 +968,7 @@ void NetworkUrlLoaderTest::shutdownEndsWhatIsUnderWay() {
         std::vector<LoadedAddress> loads;
         for (int i = 0; i < 3; ++i)
             loads.emplace_back(ending, tolerant(server.address(QStringLiteral("/plain.xml"))),
-                               &_queue, 60);
+                               &_queue, 60s);
         QVERIFY(server.waitForRequests(3));
         QElapsedTimer elapsed;
         elapsed.start();
@@ -994,10 +995,11 @@ void NetworkUrlLoaderTest::shutdownWithoutARequestIsFine() {
 void NetworkUrlLoaderTest::requestsAfterShutdownEndWithAnError() {
     NetworkUrlLoader ended;
     LoadedAddress before(ended, tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue,
-                         10);
+                         10s);
     QVERIFY(before.wait());
     ended.shutdown();
-    LoadedAddress after(ended, tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue, 10);
+    LoadedAddress after(ended, tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue,
+                        10s);
     QVERIFY(after.wait());
     QCOMPARE(after.connectionError().value_or(Error()).code, int(TransportError::Cancelled));
     QVERIFY(after.thread() != QThread::currentThread());
@@ -1011,7 +1013,7 @@ void NetworkUrlLoaderTest::requestsDuringShutdownEachCompleteOnce() {
         std::thread sender([&] {
             for (int i = 0; i < 10; ++i)
                 loads.emplace_back(ending, tolerant(_http->address(QStringLiteral("/plain.xml"))),
-                                   &_queue, 10);
+                                   &_queue, 10s);
         });
         std::this_thread::sleep_for(std::chrono::milliseconds(round));
         ending.shutdown();
@@ -1028,7 +1030,7 @@ void NetworkUrlLoaderTest::theSharedLoaderIsOne() {
     QVERIFY(UrlLoader::shared());
     QCOMPARE(UrlLoader::shared(), UrlLoader::shared());
     LoadedAddress loaded(*UrlLoader::shared(),
-                         tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue, 10);
+                         tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue, 10s);
     QVERIFY(loaded.wait());
     QVERIFY(loaded.data());
 }

@@ -40,7 +40,7 @@ struct ServerAnswer {
 constexpr qint64 answerLimit = qint64(1) * 1024 * 1024;
 /// The idle timeout of such a loader for answers with `Outcome::Timeout` and for those that are
 /// slow on purpose.
-constexpr int answerIdleTimeoutSeconds = 1;
+constexpr std::chrono::seconds answerIdleTimeout{1};
 
 /// All answers; their names are unique.
 [[nodiscard]] QList<ServerAnswer> serverAnswers();

@@ -10,6 +10,7 @@
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
+using namespace std::chrono_literals;
 using Outcome = ServerAnswer::Outcome;
 
 namespace {
@@ -87,7 +88,7 @@ void ServerAnswersTest::sendAhead(int row) {
             channels[sending.channel] == ServerAnswer::Plain ? *_plain : *_tls;
         _loads.emplace(std::piecewise_construct, std::forward_as_tuple(_sent),
                        std::forward_as_tuple(_loader, QUrl(server.address(path)), &_queue,
-                                             impatient ? answerIdleTimeoutSeconds : 60));
+                                             impatient ? answerIdleTimeout : 60s));
     }
 }
 

@@ -23,7 +23,7 @@ int main(int argc, char *argv[]) {
     trusting.addCaCertificates(arguments[2]);
     QSslConfiguration::setDefaultConfiguration(trusting);
     for (int i = 0; i < 4; ++i)
-        loader->sendAsynchronousRequest(QUrl(arguments[1]), 60, nullptr, {});
+        loader->sendAsynchronousRequest(QUrl(arguments[1]), std::chrono::seconds(60), nullptr, {});
     if (arguments.size() > 3)
         QThread::msleep(arguments[3].toULong());
     else

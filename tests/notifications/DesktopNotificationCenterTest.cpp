@@ -732,7 +732,7 @@ void DesktopNotificationCenterTest::actsOnAnEarlierRunsClickOnceTheRegistryIsFre
     _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
     // Another process that heard the click may have ended it: only our change to the file can tell.
-    QTest::qWait(NotificationRegistry::lockTimeout + 200);
+    QTest::qWait(static_cast<int>(NotificationRegistry::lockTimeout.count()) + 200);
     QVERIFY(delegate->activated.isEmpty());
     lock.unlock();
     QTRY_COMPARE(delegate->activated.size(), 1);

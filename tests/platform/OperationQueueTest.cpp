@@ -108,9 +108,9 @@ private Q_SLOTS:
         const qint64 waited = clock.elapsed();
         mayEnd.release();
         QVERIFY(queue->threadPool()->waitForDone(5000));
-        QVERIFY2(waited >= OperationQueue::joinMilliseconds - 50,
+        QVERIFY2(waited >= OperationQueue::joinTimeout.count() - 50,
                  qPrintable(QString::number(waited)));
-        QVERIFY2(waited < OperationQueue::joinMilliseconds + 1500,
+        QVERIFY2(waited < OperationQueue::joinTimeout.count() + 1500,
                  qPrintable(QString::number(waited)));
     }
 

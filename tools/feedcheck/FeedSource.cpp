@@ -79,7 +79,7 @@ FeedSource fetch(const QString &argument, const QString &language) {
     // The completion shares ownership: it may still be inside the call that wakes this thread.
     const auto fetched = std::make_shared<std::promise<void>>();
     UrlLoader::shared()->sendAsynchronousRequest(
-        QUrl(address, QUrl::TolerantMode), OlvNewsCache::requestTimeoutSeconds, nullptr,
+        QUrl(address, QUrl::TolerantMode), OlvNewsCache::requestTimeout, nullptr,
         [&source, fetched](const std::optional<UrlResponse> &response,
                            std::optional<QByteArray> data,
                            const std::optional<Error> &connectionError) {

@@ -21,13 +21,13 @@ namespace {
 
 /// How long a closed window keeps its page's process. After that time the news has probably been
 /// read. Until then the window opens again at once; afterwards the process has to start first.
-constexpr int restMilliseconds = 10'000;
+constexpr std::chrono::seconds discardDelay{10};
 
 /// Timeout for an item to come up before the previous page counts as hanging. Doubled with each
 /// retry, because a busy computer is slow, too.
-constexpr int lateMilliseconds = 1000;
+constexpr std::chrono::milliseconds hangTimeout{1000};
 
-// Swallows keys that the page did not use. starts the timer when the window is closed.
+// Swallows keys that the page did not use. Starts the timer when the window is closed.
 class Surround final : public QWidget {
 public:
     Surround(QWidget *parent, QTimer &rest) : QWidget(parent), _rest(rest) {}
@@ -75,7 +75,7 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _surround(new Surround(paren
     _hangTimer.setSingleShot(true);
     QObject::connect(&_hangTimer, &QTimer::timeout, _page, [this] { retryInNewProcess(); });
     _discardTimer.setSingleShot(true);
-    _discardTimer.setInterval(restMilliseconds);
+    _discardTimer.setInterval(discardDelay);
     QObject::connect(&_discardTimer, &QTimer::timeout, _page, [this] { discardPage(); });
     // Retry only once for each item: it may end every process that loads it.
     QObject::connect(
@@ -111,7 +111,7 @@ void WebNewsRenderer::retryInNewProcess() {
 void WebNewsRenderer::loadHtmlString(const QString &html) {
     _revived = false;
     _page->showItem(_handler->setPage(html));
-    _hangTimer.start(lateMilliseconds);
+    _hangTimer.start(hangTimeout);
 }
 
 void WebNewsRenderer::setStandardFontFamily(const QString &family) {
