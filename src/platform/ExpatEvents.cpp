@@ -1,6 +1,8 @@
 #include "ExpatEvents.h"
 
-#include "XmlReader.h"
+#include "XmlError.h"
+#include "XmlLimits.h"
+#include "XmlReaderDelegate.h"
 
 namespace pelorinnews {
 
@@ -71,10 +73,10 @@ void ExpatEvents::refuse(const std::optional<XmlEntities::Refusal> &refusal) {
 
 void ExpatEvents::report(int code, const QString &reason) {
     _failure =
-        Error{XmlReader::errorDomain(),
+        Error{XmlError::domain(),
               code,
-              {{XmlReader::lineNumberKey(), lineNumber()},
-               {XmlReader::columnNumberKey(), columnNumber()},
+              {{XmlError::lineNumberKey(), lineNumber()},
+               {XmlError::columnNumberKey(), columnNumber()},
                {Error::localizedDescriptionKey(),
                 QStringLiteral("%1 at line %2, column %3")
                     .arg(reason, QString::number(lineNumber()), QString::number(columnNumber()))}}};
@@ -135,10 +137,9 @@ void ExpatEvents::startElement(void *self, const XML_Char *name, const XML_Char 
     auto *const reader = reading(self);
     if (!reader)
         return;
-    if (++reader->_openElements > XmlReader::maxOpenElements) {
-        reader->refuse(XmlReader::TooDeep,
-                       QStringLiteral("more than %1 elements inside one another")
-                           .arg(XmlReader::maxOpenElements));
+    if (++reader->_openElements > XmlLimits::maxOpenElements) {
+        reader->refuse(XmlError::TooDeep, QStringLiteral("more than %1 elements inside one another")
+                                              .arg(XmlLimits::maxOpenElements));
         return;
     }
     if (reader->_hasDoctype && *attributes) {

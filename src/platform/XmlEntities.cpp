@@ -1,6 +1,7 @@
 #include "XmlEntities.h"
 
-#include "XmlReader.h"
+#include "XmlError.h"
+#include "XmlLimits.h"
 
 #include "pelorinnews/PrintableText.h"
 
@@ -79,7 +80,7 @@ void XmlEntities::declare(std::string_view name, std::optional<std::string_view>
 }
 
 XmlEntities::Declared XmlEntities::judge(std::string_view value) {
-    if (value.size() > static_cast<std::size_t>(XmlReader::longestEntity))
+    if (value.size() > static_cast<std::size_t>(XmlLimits::longestEntity))
         return {Kind::TooLong, {}};
     std::string text;
     while (!value.empty()) {
@@ -112,17 +113,17 @@ std::optional<XmlEntities::Refusal> XmlEntities::use(std::string_view name,
         return Refusal{XML_ERROR_UNDEFINED_ENTITY,
                        QStringLiteral("the entity %1 is not declared").arg(quoted(name))};
     const auto unusable = [name](const char *why) {
-        return Refusal{XmlReader::UnusableEntity,
+        return Refusal{XmlError::UnusableEntity,
                        QStringLiteral("the entity %1 %2").arg(quoted(name), QLatin1String(why))};
     };
     switch (found->second.kind) {
         case Kind::External:
             return unusable("lies outside of the document");
         case Kind::TooLong:
-            return Refusal{XmlReader::UnusableEntity,
+            return Refusal{XmlError::UnusableEntity,
                            QStringLiteral("the entity %1 holds more than %2 bytes")
                                .arg(quoted(name))
-                               .arg(XmlReader::longestEntity)};
+                               .arg(XmlLimits::longestEntity)};
         case Kind::Markup:
             return unusable("holds markup");
         case Kind::Nested:
@@ -133,10 +134,10 @@ std::optional<XmlEntities::Refusal> XmlEntities::use(std::string_view name,
             break;
     }
     _expanded += static_cast<qsizetype>(found->second.text.size());
-    if (_expanded > XmlReader::maxExpansion)
-        return Refusal{XmlReader::TooMuchExpansion,
+    if (_expanded > XmlLimits::maxExpansion)
+        return Refusal{XmlError::TooMuchExpansion,
                        QStringLiteral("all uses of entities come to more than %1 bytes")
-                           .arg(XmlReader::maxExpansion)};
+                           .arg(XmlLimits::maxExpansion)};
     text = found->second.text;
     return std::nullopt;
 }

@@ -13,7 +13,7 @@ namespace pelorinnews {
 /// limits that `XmlReader` states.
 class XmlEntities {
 public:
-    /// Why a reference is a fatal error: a code of the reader's error domain and a text for people.
+    /// Why a reference is a fatal error: a code of `XmlError` or of Expat, and a text for people.
     struct Refusal {
         int code;
         QString reason;

@@ -96,18 +96,6 @@ private:
     qint64 _taken = 0;
 };
 
-QString XmlReader::errorDomain() {
-    return QStringLiteral("com.Olvane.PelorinNews.XmlReader.ErrorDomain");
-}
-
-QString XmlReader::lineNumberKey() {
-    return QStringLiteral("lineNumber");
-}
-
-QString XmlReader::columnNumberKey() {
-    return QStringLiteral("columnNumber");
-}
-
 XmlReader::XmlReader(XmlReaderDelegate &delegate) : _expat(std::make_unique<Expat>(delegate)) {}
 
 XmlReader::~XmlReader() = default;
@@ -142,7 +130,7 @@ bool XmlReader::read(QStringView text) {
 }
 
 void XmlReader::refuse(const QString &reason) {
-    _expat->events.refuse(RefusedByDelegate, reason);
+    _expat->events.refuse(XmlError::RefusedByDelegate, reason);
 }
 
 qint64 XmlReader::lineNumber() const {

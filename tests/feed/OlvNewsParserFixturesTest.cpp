@@ -45,7 +45,7 @@ QJsonObject json(const std::optional<QVariantMap> &result, const std::optional<E
         QJsonObject fields{{QStringLiteral("code"), error->code}};
         if (expected[QStringLiteral("error")].toObject().contains(QStringLiteral("line")))
             fields[QStringLiteral("line")] =
-                error->userInfo.value(XmlReader::lineNumberKey()).toInt();
+                error->userInfo.value(XmlError::lineNumberKey()).toInt();
         shownError = fields;
     }
     object[QStringLiteral("error")] = shownError;

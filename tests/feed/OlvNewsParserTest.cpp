@@ -74,7 +74,7 @@ private Q_SLOTS:
     void anEmptyTextIsADocumentThatFails() {
         Error error;
         QVERIFY(!OlvNewsParser().parse(QStringLiteral(""), &error));
-        QCOMPARE(error.domain, XmlReader::errorDomain());
+        QCOMPARE(error.domain, XmlError::domain());
     }
 
     void anErrorOfAnEarlierParseIsForgotten() {
@@ -122,9 +122,9 @@ private Q_SLOTS:
             QStringLiteral("<rss><language>en</language><item/>\n<item></rss>"), &error);
         QVERIFY(result);
         QCOMPARE(listOf(result)->size(), 1U);
-        QCOMPARE(error.domain, XmlReader::errorDomain());
-        QCOMPARE(error.userInfo.value(XmlReader::lineNumberKey()).toInt(), 2);
-        QCOMPARE(error.userInfo.value(XmlReader::columnNumberKey()).toInt(), 9);
+        QCOMPARE(error.domain, XmlError::domain());
+        QCOMPARE(error.userInfo.value(XmlError::lineNumberKey()).toInt(), 2);
+        QCOMPARE(error.userInfo.value(XmlError::columnNumberKey()).toInt(), 9);
         QCOMPARE(error.userInfo.value(Error::localizedDescriptionKey()).toString(),
                  QStringLiteral("mismatched tag at line 2, column 9"));
     }
@@ -224,8 +224,8 @@ private Q_SLOTS:
         QCOMPARE(languageOf(result), QStringLiteral("en"));
         QCOMPARE(listOf(result)->size(), 100'000U);
         QVERIFY(listOf(result)->back()->title().isNull());
-        QCOMPARE(error.domain, XmlReader::errorDomain());
-        QCOMPARE(error.code, XmlReader::RefusedByDelegate);
+        QCOMPARE(error.domain, XmlError::domain());
+        QCOMPARE(error.code, XmlError::RefusedByDelegate);
         QCOMPARE(error.userInfo.value(Error::localizedDescriptionKey()).toString(),
                  QStringLiteral("more than 100000 items at line 2, column 1"));
         QCOMPARE(listOf(OlvNewsParser().parse(feed(one + items.chopped(7)), &error))->size(),
@@ -276,14 +276,14 @@ private Q_SLOTS:
 
     void endlessNestingIsAnErrorThatKeepsTheItemsBefore() {
         const QString text = feed(QStringLiteral("<item/>") +
-                                  QStringLiteral("<a>").repeated(2 * XmlReader::maxOpenElements) +
+                                  QStringLiteral("<a>").repeated(2 * XmlLimits::maxOpenElements) +
                                   QStringLiteral("<item/>"));
         Error error;
         const auto result = OlvNewsParser().parse(text, &error);
         QCOMPARE(languageOf(result), QStringLiteral("en"));
         QCOMPARE(listOf(result)->size(), 1U);
-        QCOMPARE(error.domain, XmlReader::errorDomain());
-        QCOMPARE(error.code, XmlReader::TooDeep);
+        QCOMPARE(error.domain, XmlError::domain());
+        QCOMPARE(error.code, XmlError::TooDeep);
     }
 
     void aHugeAttributeTakesLinearTime() {

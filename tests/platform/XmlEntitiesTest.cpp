@@ -60,8 +60,8 @@ Outcome outcomeOf(const Gathering &gathered, const XmlReader &reader) {
         outcome.code = reader.error()->code;
         const QVariantMap &info = reader.error()->userInfo;
         outcome.description = info.value(Error::localizedDescriptionKey()).toString();
-        outcome.line = info.value(XmlReader::lineNumberKey()).toLongLong();
-        outcome.column = info.value(XmlReader::columnNumberKey()).toLongLong();
+        outcome.line = info.value(XmlError::lineNumberKey()).toLongLong();
+        outcome.column = info.value(XmlError::columnNumberKey()).toLongLong();
     }
     if (gathered.errors != (outcome.code == 0 ? 0 : 1) || gathered.hadEmptyRun)
         qFatal("an error was not reported just once, or a run of text was empty");
@@ -175,7 +175,7 @@ private Q_SLOTS:
         };
         const auto unusable = [&row](const char *name, const QByteArray &declaration,
                                      const char *reason) {
-            row(name, withSubset(declaration, "before &e; after"), XmlReader::UnusableEntity,
+            row(name, withSubset(declaration, "before &e; after"), XmlError::UnusableEntity,
                 reason);
         };
         unusable("nested", "<!ENTITY f 'x'><!ENTITY e 'a&f;'>",
@@ -231,12 +231,12 @@ private Q_SLOTS:
                     "<!DOCTYPE r SYSTEM 'r.dtd'>", XML_ERROR_UNDEFINED_ENTITY,
                     "the entity \"e\" is not declared");
         inAttribute("nested in an attribute", "<!DOCTYPE r [<!ENTITY f 'x'><!ENTITY e '&f;'>]>",
-                    XmlReader::UnusableEntity, "the entity \"e\" holds another entity");
+                    XmlError::UnusableEntity, "the entity \"e\" holds another entity");
         inAttribute("101 bytes in an attribute",
                     "<!DOCTYPE r [<!ENTITY e '" + QByteArray(101, 'x') + "'>]>",
-                    XmlReader::UnusableEntity, "the entity \"e\" holds more than 100 bytes");
+                    XmlError::UnusableEntity, "the entity \"e\" holds more than 100 bytes");
         inAttribute("external in an attribute", "<!DOCTYPE r [<!ENTITY e SYSTEM 'f'>]>",
-                    XmlReader::UnusableEntity, "the entity \"e\" lies outside of the document");
+                    XmlError::UnusableEntity, "the entity \"e\" lies outside of the document");
     }
 
     void anyOtherThatIsUsedIsAnError() {
@@ -280,7 +280,7 @@ private Q_SLOTS:
     }
 
     void hundredBytesAreUsed() {
-        const QByteArray value(XmlReader::longestEntity, 'x');
+        const QByteArray value(XmlLimits::longestEntity, 'x');
         QCOMPARE(read(withSubset("<!ENTITY e '" + value + "'>", "&e;")).text, value);
         // The limit counts bytes, not characters, and of the replacement text, not of the
         // declaration.
@@ -288,24 +288,24 @@ private Q_SLOTS:
         QCOMPARE(read(withSubset("<!ENTITY e '" + fifty + "'>", "&e;")).text,
                  QByteArray("\xC2\xA0").repeated(50));
         QCOMPARE(read(withSubset("<!ENTITY e '" + fifty + "x'>", "&e;")).code,
-                 XmlReader::UnusableEntity);
+                 XmlError::UnusableEntity);
     }
 
     void allUsesTogetherAreLimited() {
         const QByteArray declaration = "<!ENTITY e '" + QByteArray(100, 'x') + "'>";
-        const qsizetype most = XmlReader::maxExpansion / 100;
+        const qsizetype most = XmlLimits::maxExpansion / 100;
         const QByteArray uses = QByteArray("&e;").repeated(most - 1);
-        QCOMPARE(read(withSubset(declaration, uses + "&e;")).text.size(), XmlReader::maxExpansion);
+        QCOMPARE(read(withSubset(declaration, uses + "&e;")).text.size(), XmlLimits::maxExpansion);
         const Outcome outcome = read(withSubset(declaration, uses + "&e;&e;"));
-        QCOMPARE(outcome.code, XmlReader::TooMuchExpansion);
-        QCOMPARE(outcome.text.size(), XmlReader::maxExpansion);
+        QCOMPARE(outcome.code, XmlError::TooMuchExpansion);
+        QCOMPARE(outcome.text.size(), XmlLimits::maxExpansion);
         // Uses in attributes count too, wherever they are.
         QCOMPARE(read(withSubset(declaration, "<b c='&e;'/>" + uses)).code, 0);
         QCOMPARE(read(withSubset(declaration, "<b c='&e;&e;'/>" + uses)).code,
-                 XmlReader::TooMuchExpansion);
+                 XmlError::TooMuchExpansion);
         QCOMPARE(
             read(withSubset(declaration + "<!ATTLIST b c CDATA '&e;&e;'>", "<b/>" + uses)).code,
-            XmlReader::TooMuchExpansion);
+            XmlError::TooMuchExpansion);
         // Predefined entities and character references do not count.
         QCOMPARE(read(withSubset(declaration, "&amp;&#65;<b c='&amp;&#65;'/>" + uses + "&e;")).code,
                  0);
@@ -320,7 +320,7 @@ private Q_SLOTS:
             const Outcome outcome = read(document);
             // Fully expanded, it would be 100 MB.
             QVERIFY(peakMemory() - before < 60'000'000);
-            QCOMPARE(outcome.code, XmlReader::TooMuchExpansion);
+            QCOMPARE(outcome.code, XmlError::TooMuchExpansion);
             QCOMPARE(outcome.elements, " r");
         }
     }
@@ -354,7 +354,7 @@ private Q_SLOTS:
         Outcome outcome;
         // With the stack size of an ordinary thread.
         std::thread([&] { outcome = read(document); }).join();
-        QCOMPARE(outcome.code, XmlReader::UnusableEntity);
+        QCOMPARE(outcome.code, XmlError::UnusableEntity);
         QCOMPARE(outcome.text, QByteArray());
     }
 
@@ -403,26 +403,26 @@ private Q_SLOTS:
             return "<r><b/>" + QByteArray("<a>").repeated(depth - 1) + "x" +
                    QByteArray("</a>").repeated(depth - 1) + "</r>";
         };
-        QCOMPARE(read(nested(XmlReader::maxOpenElements)).code, 0);
-        const Outcome outcome = read(nested(XmlReader::maxOpenElements + 1));
-        QCOMPARE(outcome.code, XmlReader::TooDeep);
+        QCOMPARE(read(nested(XmlLimits::maxOpenElements)).code, 0);
+        const Outcome outcome = read(nested(XmlLimits::maxOpenElements + 1));
+        QCOMPARE(outcome.code, XmlError::TooDeep);
         QVERIFY2(outcome.description.startsWith(
                      QStringLiteral("more than 200000 elements inside one another at line 1")),
                  qPrintable(outcome.description));
         QCOMPARE(outcome.text, QByteArray());
         // Closed elements no longer count.
         QCOMPARE(
-            read("<r>" + QByteArray("<a/>").repeated(XmlReader::maxOpenElements) + "</r>").code, 0);
+            read("<r>" + QByteArray("<a/>").repeated(XmlLimits::maxOpenElements) + "</r>").code, 0);
     }
 
     void aHugeEntityIsNeverExpanded() {
         const QByteArray declaration = "<!ENTITY e '" + QByteArray(3'000'000, 'x') + "'>";
         const QByteArray uses = QByteArray("&e;").repeated(95);
         Outcome outcome = read(withSubset(declaration, uses));
-        QCOMPARE(outcome.code, XmlReader::UnusableEntity);
+        QCOMPARE(outcome.code, XmlError::UnusableEntity);
         QCOMPARE(outcome.text, QByteArray());
         outcome = read(withSubset(declaration, "<b c='" + uses + "'>x</b>"));
-        QCOMPARE(outcome.code, XmlReader::UnusableEntity);
+        QCOMPARE(outcome.code, XmlError::UnusableEntity);
         QCOMPARE(outcome.text, QByteArray());
     }
 
@@ -445,7 +445,7 @@ private Q_SLOTS:
             QCOMPARE(QByteArray::fromStdString(gathered.elements), atEnd ? " a b /b" : " a b");
             QCOMPARE(QByteArray::fromStdString(gathered.text), "\n");
             const Outcome outcome = outcomeOf(gathered, reader);
-            QCOMPARE(outcome.code, XmlReader::RefusedByDelegate);
+            QCOMPARE(outcome.code, XmlError::RefusedByDelegate);
             QCOMPARE(outcome.description,
                      QStringLiteral("enough of it at line 2, column %1").arg(atEnd ? 5 : 1));
             QVERIFY(!reader.finish());
@@ -456,7 +456,7 @@ private Q_SLOTS:
         gathered.reader = &reader;
         gathered.refusedEnd = "a";
         QVERIFY(!reader.read(QByteArrayView("<a></a>")));
-        QCOMPARE(reader.error()->code, XmlReader::RefusedByDelegate);
+        QCOMPARE(reader.error()->code, XmlError::RefusedByDelegate);
     }
 };
 

@@ -91,9 +91,9 @@ private Q_SLOTS:
         QVERIFY(!reader.finish());
         QVERIFY(recorder.events == Events({"<a", "\"\n  ", "<b", "!7"}));
         QVERIFY(reader.error());
-        QCOMPARE(reader.error()->domain, XmlReader::errorDomain());
-        QCOMPARE(reader.error()->userInfo.value(XmlReader::lineNumberKey()).toLongLong(), 2);
-        QCOMPARE(reader.error()->userInfo.value(XmlReader::columnNumberKey()).toLongLong(), 8);
+        QCOMPARE(reader.error()->domain, XmlError::domain());
+        QCOMPARE(reader.error()->userInfo.value(XmlError::lineNumberKey()).toLongLong(), 2);
+        QCOMPARE(reader.error()->userInfo.value(XmlError::columnNumberKey()).toLongLong(), 8);
     }
 
     void placesCountFromOneWithOrWithoutAByteOrderMark_data() {
@@ -107,8 +107,8 @@ private Q_SLOTS:
         Recorder recorder;
         XmlReader reader(recorder);
         QVERIFY(!reader.read(QByteArrayView(bytes)));
-        QCOMPARE(reader.error()->userInfo.value(XmlReader::lineNumberKey()).toLongLong(), 1);
-        QCOMPARE(reader.error()->userInfo.value(XmlReader::columnNumberKey()).toLongLong(), 1);
+        QCOMPARE(reader.error()->userInfo.value(XmlError::lineNumberKey()).toLongLong(), 1);
+        QCOMPARE(reader.error()->userInfo.value(XmlError::columnNumberKey()).toLongLong(), 1);
     }
 
     void aDelegateCanAskWhereItsEventStarts() {

@@ -117,7 +117,7 @@ void FeedInspector::parserDidEndElement(std::string_view name) {
 
 void FeedInspector::parserParseErrorOccurred(const Error &error) {
     const QString reason = error.userInfo.value(Error::localizedDescriptionKey()).toString();
-    note(std::max<qint64>(1, error.userInfo.value(XmlReader::lineNumberKey()).toLongLong()),
+    note(std::max<qint64>(1, error.userInfo.value(XmlError::lineNumberKey()).toLongLong()),
          QStringLiteral("the document breaks off here, and what follows is lost: %1").arg(reason));
     _found.back().breaksOff = true;
 }

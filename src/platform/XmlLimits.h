@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QtGlobal>
+
+/// What an `XmlReader` accepts at most; a document beyond it fails.
+namespace pelorinnews::XmlLimits {
+
+/// Bytes in the value of one entity.
+constexpr qsizetype longestEntity = 100;
+/// Bytes to which all uses of entities expand together.
+constexpr qsizetype maxExpansion = 1'000'000;
+/// Elements nested in one another.
+constexpr int maxOpenElements = 200'000;
+
+}  // namespace pelorinnews::XmlLimits
