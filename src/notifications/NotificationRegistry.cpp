@@ -55,8 +55,8 @@ QStringList applyTo(RegistryContents &contents, const RegistryChange &change) {
         else
             *found = RegistryFormat::kept(added);
     }
-    if (entries.size() > NotificationRegistry::maxEntries) {
-        const auto excess = entries.size() - NotificationRegistry::maxEntries;
+    if (entries.size() > RegistryContents::maxEntries) {
+        const auto excess = entries.size() - RegistryContents::maxEntries;
         entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(excess));
     }
     return removed;

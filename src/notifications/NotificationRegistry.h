@@ -1,9 +1,8 @@
 #pragma once
 
+#include "RegistryContents.h"
 #include "platform/FileStamp.h"
 #include "platform/GuardedSlot.h"
-
-#include "pelorinnews/NotificationCenter.h"
 
 #include <QString>
 #include <QStringList>
@@ -13,26 +12,6 @@
 #include <vector>
 
 namespace pelorinnews {
-
-/// One delivered notification as the registry keeps it.
-struct RegistryEntry {
-    UserNotification notification;
-    /// The server id: the number that the notification server gave the notification.
-    quint32 serverId = 0;
-    /// The bus name of the connection that delivered it.
-    QString sender;
-    /// Withdrawn, but not yet confirmed by the server.
-    bool withdrawn = false;
-};
-
-/// The delivered notifications that stand, and the bus and server for which they do.
-struct RegistryContents {
-    /// Grows with each change: contents with a greater serial are newer.
-    quint64 serial = 0;
-    QString bus;
-    QString server;
-    std::vector<RegistryEntry> entries;
-};
 
 /// A change to the registry. Contents that belong to another bus or server are dropped first.
 struct RegistryChange {
@@ -55,9 +34,6 @@ struct RegistryChange {
 /// one; anything else is neither read nor written. Thread-safe.
 class NotificationRegistry {
 public:
-    /// Limit for writing and for reading; the oldest entries are dropped first. They are also
-    /// dropped if the file would become too large.
-    static constexpr std::size_t maxEntries = 200;
     /// How long a change waits for another process's lock.
     static constexpr std::chrono::milliseconds lockTimeout{200};
 

@@ -190,7 +190,7 @@ std::optional<RegistryContents> read(const QByteArray &bytes) {
     contents.server = textIn(object, QStringLiteral("server"));
     const QJsonArray array = entries.toArray();
     for (qsizetype index = array.size() - 1;
-         index >= 0 && contents.entries.size() < NotificationRegistry::maxEntries; --index) {
+         index >= 0 && contents.entries.size() < RegistryContents::maxEntries; --index) {
         auto entry = entryFromObject(array.at(index).toObject());
         if (entry && !isIn(contents.entries, entry->notification.identity))
             contents.entries.push_back(std::move(*entry));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NotificationRegistry.h"
+#include "RegistryContents.h"
 
 #include <QByteArray>
 
@@ -28,7 +28,7 @@ constexpr qsizetype longestText = 4096;
 [[nodiscard]] QByteArray write(RegistryContents &contents);
 
 /// Absent if `bytes` are no registry. Skips invalid entries. Keeps only the last entry of an
-/// identity, and only the newest `NotificationRegistry::maxEntries`.
+/// identity, and only the newest `RegistryContents::maxEntries`.
 [[nodiscard]] std::optional<RegistryContents> read(const QByteArray &bytes);
 
 }  // namespace pelorinnews::RegistryFormat

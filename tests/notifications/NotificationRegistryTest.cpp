@@ -424,10 +424,10 @@ void NotificationRegistryTest::reportsAFolderThatCannotBeMade() {
 
 void NotificationRegistryTest::forgetsTheOldestBeyondItsBound() {
     std::vector<RegistryEntry> entries;
-    for (std::size_t i = 0; i < NotificationRegistry::maxEntries + 3; ++i)
+    for (std::size_t i = 0; i < RegistryContents::maxEntries + 3; ++i)
         entries.push_back(entry(QString::number(i), static_cast<quint32>(i + 1)));
     const auto contents = registry().apply(putting(entries));
-    QCOMPARE(contents->entries.size(), NotificationRegistry::maxEntries);
+    QCOMPARE(contents->entries.size(), RegistryContents::maxEntries);
     QCOMPARE(contents->entries.front().notification.identity, QStringLiteral("3"));
 }
 
@@ -473,7 +473,7 @@ void NotificationRegistryTest::readsNoMoreThanItWouldWrite() {
     overwrite("{\"version\":2,\"serial\":1,\"notifications\":[" + entries.mid(1) + "]}");
     const auto contents = registry().read();
     QVERIFY(contents);
-    QCOMPARE(contents->entries.size(), NotificationRegistry::maxEntries);
+    QCOMPARE(contents->entries.size(), RegistryContents::maxEntries);
     QCOMPARE(contents->entries.front().notification.identity, QStringLiteral("3801"));
     QCOMPARE(contents->entries.back().notification.identity, QStringLiteral("4000"));
 }

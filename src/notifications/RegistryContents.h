@@ -1,0 +1,36 @@
+#pragma once
+
+#include "pelorinnews/NotificationCenter.h"
+
+#include <QString>
+
+#include <cstddef>
+#include <vector>
+
+namespace pelorinnews {
+
+/// One delivered notification as the registry keeps it.
+struct RegistryEntry {
+    UserNotification notification;
+    /// The server id: the number that the notification server gave the notification.
+    quint32 serverId = 0;
+    /// The bus name of the connection that delivered it.
+    QString sender;
+    /// Withdrawn, but not yet confirmed by the server.
+    bool withdrawn = false;
+};
+
+/// The delivered notifications that stand, and the bus and server for which they do.
+struct RegistryContents {
+    /// Limit for writing and for reading; the oldest entries are dropped first. They are also
+    /// dropped if the file would become too large.
+    static constexpr std::size_t maxEntries = 200;
+
+    /// Grows with each change: contents with a greater serial are newer.
+    quint64 serial = 0;
+    QString bus;
+    QString server;
+    std::vector<RegistryEntry> entries;
+};
+
+}  // namespace pelorinnews
