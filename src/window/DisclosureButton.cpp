@@ -1,14 +1,24 @@
 #include "DisclosureButton.h"
 
-#include "WindowAccessibles.h"
+#include "DisclosureButtonAccessible.h"
 
+#include <QAccessible>
 #include <QEvent>
 #include <QSignalBlocker>
 
 namespace pelorinnews {
 
+namespace {
+
+QAccessibleInterface *accessibleFor(const QString &, QObject *object) {
+    auto *const button = qobject_cast<DisclosureButton *>(object);
+    return button ? new DisclosureButtonAccessible(button) : nullptr;
+}
+
+}  // namespace
+
 DisclosureButton::DisclosureButton(QWidget *parent) : QToolButton(parent) {
-    WindowAccessibles::install();
+    QAccessible::installFactory(accessibleFor);
     setCheckable(true);
     setAutoRaise(true);
     connect(this, &QToolButton::toggled, this, &DisclosureButton::updateArrow);

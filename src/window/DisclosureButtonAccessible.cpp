@@ -1,10 +1,10 @@
 #include "DisclosureButtonAccessible.h"
 
-#include "DisclosureButton.h"
+#include <QAbstractButton>
 
 namespace pelorinnews {
 
-DisclosureButtonAccessible::DisclosureButtonAccessible(DisclosureButton *button)
+DisclosureButtonAccessible::DisclosureButtonAccessible(QAbstractButton *button)
     : QAccessibleWidget(button, QAccessible::Button) {}
 
 QAccessible::State DisclosureButtonAccessible::state() const {
@@ -26,8 +26,8 @@ void DisclosureButtonAccessible::doAction(const QString &actionName) {
         QAccessibleWidget::doAction(actionName);
 }
 
-DisclosureButton *DisclosureButtonAccessible::button() const {
-    return static_cast<DisclosureButton *>(widget());
+QAbstractButton *DisclosureButtonAccessible::button() const {
+    return static_cast<QAbstractButton *>(widget());
 }
 
 }  // namespace pelorinnews

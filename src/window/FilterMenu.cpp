@@ -1,6 +1,7 @@
 #include "FilterMenu.h"
 
-#include "WindowAccessibles.h"
+#include "FilterMenuAccessible.h"
+#include "SpeakAgain.h"
 
 #include <QAccessible>
 
@@ -8,10 +9,19 @@
 
 namespace pelorinnews {
 
+namespace {
+
+QAccessibleInterface *accessibleFor(const QString &, QObject *object) {
+    auto *const menu = qobject_cast<FilterMenu *>(object);
+    return menu ? new FilterMenuAccessible(menu) : nullptr;
+}
+
+}  // namespace
+
 FilterMenu::FilterMenu(QWidget *parent) : QComboBox(parent) {
-    WindowAccessibles::install();
+    QAccessible::installFactory(accessibleFor);
     connect(this, &QComboBox::currentTextChanged, this, &FilterMenu::tellText);
-    connect(this, &QComboBox::activated, this, [this] { WindowAccessibles::speakAgain(this); });
+    connect(this, &QComboBox::activated, this, [this] { speakAgain(this); });
 }
 
 void FilterMenu::tellText() {

@@ -1,16 +1,15 @@
 #include "FilterMenuAccessible.h"
 
-#include "FilterMenu.h"
-
 #include <QAbstractItemView>
+#include <QComboBox>
 
 namespace pelorinnews {
 
-FilterMenuAccessible::FilterMenuAccessible(FilterMenu *menu)
+FilterMenuAccessible::FilterMenuAccessible(QComboBox *menu)
     : QAccessibleWidget(menu, QAccessible::ComboBox) {}
 
-FilterMenu *FilterMenuAccessible::menu() const {
-    return static_cast<FilterMenu *>(widget());
+QComboBox *FilterMenuAccessible::menu() const {
+    return static_cast<QComboBox *>(widget());
 }
 
 QString FilterMenuAccessible::wholeText() const {

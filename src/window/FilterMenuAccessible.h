@@ -4,15 +4,15 @@
 
 #include <QAccessibleWidget>
 
-namespace pelorinnews {
+class QComboBox;
 
-class FilterMenu;
+namespace pelorinnews {
 
 /// A filter menu as assistive technologies see it: a combo box like Qt's own, but with the current
 /// entry as its text as well. Screen readers read the value of a labelled combo box from its text.
 class FilterMenuAccessible final : public QAccessibleWidget, public AccessibleText {
 public:
-    explicit FilterMenuAccessible(FilterMenu *menu);
+    explicit FilterMenuAccessible(QComboBox *menu);
 
     using AccessibleText::text;
     [[nodiscard]] QString text(QAccessible::Text which) const override;
@@ -33,7 +33,7 @@ protected:
     [[nodiscard]] QRect textRect() const override { return rect(); }
 
 private:
-    [[nodiscard]] FilterMenu *menu() const;
+    [[nodiscard]] QComboBox *menu() const;
 };
 
 }  // namespace pelorinnews

@@ -1,30 +1,12 @@
 #include "NewsWebViewAccessible.h"
 
-#include "OlvNewsWebView.h"
-#include "WindowAccessibles.h"
-
 namespace pelorinnews {
 
-NewsWebViewAccessible::NewsWebViewAccessible(OlvNewsWebView *view)
-    : QAccessibleWidget(view, QAccessible::StaticText) {}
-
-void NewsWebViewAccessible::announceValue(OlvNewsWebView *view, const QString &before) {
-    if (!QAccessible::isActive())
-        return;
-    const QString now = view->accessibilityAttributeValue(AccessibilityAttribute::Value).toString();
-    QAccessibleEvent name(view, QAccessible::NameChanged);
-    QAccessible::updateAccessibility(&name);
-    QAccessibleTextUpdateEvent update(view, 0, before, now);
-    QAccessible::updateAccessibility(&update);
-    WindowAccessibles::speakAgain(view);
-}
-
-OlvNewsWebView *NewsWebViewAccessible::view() const {
-    return static_cast<OlvNewsWebView *>(widget());
-}
+NewsWebViewAccessible::NewsWebViewAccessible(QWidget *view, AccessibilityAttributes &viewAttributes)
+    : QAccessibleWidget(view, QAccessible::StaticText), attributes(viewAttributes) {}
 
 QString NewsWebViewAccessible::wholeText() const {
-    return view()->accessibilityAttributeValue(AccessibilityAttribute::Value).toString();
+    return attributes.accessibilityAttributeValue(AccessibilityAttribute::Value).toString();
 }
 
 QString NewsWebViewAccessible::text(QAccessible::Text which) const {
@@ -35,7 +17,7 @@ QString NewsWebViewAccessible::text(QAccessible::Text which) const {
 
 void NewsWebViewAccessible::setText(QAccessible::Text which, const QString &text) {
     if (which == QAccessible::Value)
-        view()->accessibilitySetValueForAttribute(text, AccessibilityAttribute::Value);
+        attributes.accessibilitySetValueForAttribute(text, AccessibilityAttribute::Value);
 }
 
 QAccessible::State NewsWebViewAccessible::state() const {
@@ -63,12 +45,12 @@ void NewsWebViewAccessible::insertText(int offset, const QString &text) {
 
 void NewsWebViewAccessible::replaceText(int startOffset, int endOffset, const QString &text) {
     // Edits the value as it was set, never the placeholder for an absent one.
-    QString whole = view()->ownValue();
+    QString whole = attributes.ownValue();
     const int length = static_cast<int>(whole.size());
     const int start = qBound(0, startOffset, length);
     const int end = endOffset < 0 ? length : qBound(start, endOffset, length);
     whole.replace(start, end - start, text);
-    view()->accessibilitySetValueForAttribute(whole, AccessibilityAttribute::Value);
+    attributes.accessibilitySetValueForAttribute(whole, AccessibilityAttribute::Value);
 }
 
 }  // namespace pelorinnews

@@ -1,12 +1,11 @@
 #pragma once
 
+#include "AccessibilityAttributes.h"
 #include "AccessibleText.h"
 
 #include <QAccessibleWidget>
 
 namespace pelorinnews {
-
-class OlvNewsWebView;
 
 /// The content view as assistive technologies see it: one static text without children. Its name
 /// and its text are both the view's value, because screen readers differ in which of the two they
@@ -15,10 +14,8 @@ class NewsWebViewAccessible final : public QAccessibleWidget,
                                     public AccessibleText,
                                     public QAccessibleEditableTextInterface {
 public:
-    explicit NewsWebViewAccessible(OlvNewsWebView *view);
-
-    /// Announces that the view's value changed from `before`, even if the new value is the same.
-    static void announceValue(OlvNewsWebView *view, const QString &before);
+    /// `viewAttributes` are those of `view` itself.
+    NewsWebViewAccessible(QWidget *view, AccessibilityAttributes &viewAttributes);
 
     using AccessibleText::text;
     [[nodiscard]] QString text(QAccessible::Text which) const override;
@@ -43,7 +40,7 @@ protected:
     [[nodiscard]] QRect textRect() const override { return rect(); }
 
 private:
-    [[nodiscard]] OlvNewsWebView *view() const;
+    AccessibilityAttributes &attributes;
 };
 
 }  // namespace pelorinnews

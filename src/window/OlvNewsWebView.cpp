@@ -2,7 +2,7 @@
 
 #include "KeyEquivalent.h"
 #include "NewsWebViewAccessible.h"
-#include "WindowAccessibles.h"
+#include "SpeakAgain.h"
 #include "rendering/RendererLoader.h"
 #include "richtext/RichTextMimeData.h"
 #include "richtext/RichTextWriter.h"
@@ -14,8 +14,17 @@
 
 namespace pelorinnews {
 
+namespace {
+
+QAccessibleInterface *accessibleFor(const QString &, QObject *object) {
+    auto *const view = qobject_cast<OlvNewsWebView *>(object);
+    return view ? new NewsWebViewAccessible(view, *view) : nullptr;
+}
+
+}  // namespace
+
 OlvNewsWebView::OlvNewsWebView(QWidget *parent) : QWidget(parent) {
-    WindowAccessibles::install();
+    QAccessible::installFactory(accessibleFor);
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_InputMethodEnabled);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
@@ -69,7 +78,18 @@ void OlvNewsWebView::accessibilitySetValueForAttribute(const QString &value,
         return;
     const QString before = accessibilityAttributeValue(attribute).toString();
     _value = value;
-    NewsWebViewAccessible::announceValue(this, before);
+    announceValue(before);
+}
+
+void OlvNewsWebView::announceValue(const QString &before) {
+    if (!QAccessible::isActive())
+        return;
+    const QString now = accessibilityAttributeValue(AccessibilityAttribute::Value).toString();
+    QAccessibleEvent name(this, QAccessible::NameChanged);
+    QAccessible::updateAccessibility(&name);
+    QAccessibleTextUpdateEvent update(this, 0, before, now);
+    QAccessible::updateAccessibility(&update);
+    speakAgain(this);
 }
 
 bool OlvNewsWebView::performKeyEquivalent(const QKeyEvent &event) {

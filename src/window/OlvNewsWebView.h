@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AccessibilityAttributes.h"
 #include "rendering/NewsRenderer.h"
 
 #include <QWidget>
@@ -10,16 +11,13 @@ class QKeyEvent;
 
 namespace pelorinnews {
 
-/// The attributes of the content view that accessibility clients get and set.
-enum class AccessibilityAttribute { Value, Role, Title, Other };
-
 /// The content view: shows one item's page and presents it to accessibility clients as a single
 /// static text whose value the window controller sets.
 ///
 /// The view owns the keyboard focus, the accessibility value and copying; a renderer inside paints
 /// the page and receives forwarded key events. The renderer is created when a page, the font or the
 /// policy delegate is first set, so a view that is never shown costs nothing. Main thread only.
-class OlvNewsWebView final : public QWidget {
+class OlvNewsWebView final : public QWidget, public AccessibilityAttributes {
     Q_OBJECT
 
 public:
@@ -41,17 +39,12 @@ public:
     /// so that copying always copies the news item. Null before the first page.
     [[nodiscard]] QString outerHTML() const { return _page; }
 
-    /// For `Value`, the value, or a fixed placeholder if the value is absent or empty. For `Role`,
-    /// the number of the role as accessibility clients know it. Otherwise an invalid variant.
-    [[nodiscard]] QVariant accessibilityAttributeValue(AccessibilityAttribute attribute) const;
+    [[nodiscard]] QVariant accessibilityAttributeValue(
+        AccessibilityAttribute attribute) const override;
     [[nodiscard]] bool accessibilityIsAttributeSettable(AccessibilityAttribute attribute) const;
-
-    /// Stores the value and announces it, even if the text is the same. Other attributes are
-    /// ignored.
-    void accessibilitySetValueForAttribute(const QString &value, AccessibilityAttribute attribute);
-
-    /// The value as it was set, without the placeholder: may be absent or empty.
-    [[nodiscard]] QString ownValue() const { return _value; }
+    void accessibilitySetValueForAttribute(const QString &value,
+                                           AccessibilityAttribute attribute) override;
+    [[nodiscard]] QString ownValue() const override { return _value; }
 
     /// Handles Command-C by copying the whole item; returns whether the event was handled.
     bool performKeyEquivalent(const QKeyEvent &event);
@@ -65,6 +58,7 @@ protected:
 private:
     NewsRenderer &ensureRenderer();
     [[nodiscard]] QWidget *inputWidget() const;
+    void announceValue(const QString &before);
     [[nodiscard]] bool copyAsRichText() const;
     [[nodiscard]] bool copyValue() const;
 

@@ -2,8 +2,8 @@
 
 #include "KeyEquivalent.h"
 #include "OlvNewsWebView.h"
-#include "WindowAccessibles.h"
 
+#include <QAccessibleWidget>
 #include <QApplication>
 #include <QKeyEvent>
 #include <QLayout>
@@ -21,10 +21,16 @@ bool isOurs(const QKeyEvent &event) {
            isKeyEquivalent(event, closeKeyEquivalent) || isKeyEquivalent(event, copyKeyEquivalent);
 }
 
+// Otherwise clients would see only a part of a window and would not be told when it becomes active.
+QAccessibleInterface *accessibleFor(const QString &, QObject *object) {
+    auto *const window = qobject_cast<OlvNewsWindow *>(object);
+    return window ? new QAccessibleWidget(window, QAccessible::Window) : nullptr;
+}
+
 }  // namespace
 
 OlvNewsWindow::OlvNewsWindow(QWidget *parent) : QWidget(parent, Qt::Window) {
-    WindowAccessibles::install();
+    QAccessible::installFactory(accessibleFor);
     setAttribute(Qt::WA_QuitOnClose, false);
 }
 

@@ -4,7 +4,7 @@
 #include "OlvNewsFilterMenuItem.h"
 #include "OlvNewsTypeFilterMenuItem.h"
 #include "OlvNewsWindowController.h"
-#include "WindowAccessibles.h"
+#include "SpeakAgain.h"
 
 #include <QCheckBox>
 #include <QStandardItemModel>
@@ -67,7 +67,7 @@ void OlvNewsWindowController::optionsChanged(const QString &label) {
         _optionsLabel->setText(label);
     if (_optionsButton) {
         _optionsButton->setAccessibleName(label);
-        WindowAccessibles::speakAgain(_optionsButton);
+        speakAgain(_optionsButton);
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include "pelorinnews/NewsPlugin.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QDateTime>
 #include <QPluginLoader>
@@ -66,6 +67,7 @@ void SecondApplicationTest::show(bool *isWeb) {
     QVERIFY(_server.waitForRequests(1, std::chrono::milliseconds(testPatience)));
     controller->show();
     QTRY_VERIFY(newsWindow() && newsWindow()->isVisible());
+    QCOMPARE(QAccessible::queryAccessibleInterface(newsWindow())->role(), QAccessible::Window);
     *isWeb = !newsWindow()->findChild<QTextBrowser *>();
     QVERIFY(QTest::qWaitForWindowExposed(newsWindow(), testPatience));
     controller->exit();
