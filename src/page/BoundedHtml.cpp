@@ -10,21 +10,21 @@ namespace pelorinnews {
 namespace {
 
 // Nesting depth: of all elements that are tracked, and of those that are written.
-constexpr std::size_t mostOpen = 512;
-constexpr int mostWritten = 64;
+constexpr std::size_t maxOpen = 512;
+constexpr int maxWritten = 64;
 constexpr int deepestTable = 5;
 // Nesting levels for a table, its rows, its cells and their content.
 constexpr int levelsOfTable = 4;
-constexpr int mostTables = 500;
-constexpr int mostFloats = 50;
-constexpr int mostPictures = 1000;
-constexpr int mostPicturesOfBlock = 50;
+constexpr int maxTables = 500;
+constexpr int maxFloats = 50;
+constexpr int maxPictures = 1000;
+constexpr int maxPicturesOfBlock = 50;
 // A style attribute is read more than once; the cost counts each reading.
 constexpr qsizetype readingsOfStyle = 8;
 // In pixels, for all margins, lists and quotations around a line together.
-constexpr int mostIndent = 240;
+constexpr int maxIndent = 240;
 constexpr int indentOfList = 40;
-constexpr qsizetype mostClasses = 8;
+constexpr qsizetype maxClasses = 8;
 constexpr qsizetype longestAlternative = 1000;
 
 QStringList classesIn(const QString &value) {
@@ -33,7 +33,7 @@ QStringList classesIn(const QString &value) {
     return value.left(512)
         .simplified()
         .split(QLatin1Char(' '), Qt::SkipEmptyParts)
-        .mid(0, mostClasses);
+        .mid(0, maxClasses);
 }
 
 bool isPlain(const QString &written) {
@@ -114,7 +114,7 @@ void BoundedHtml::start(const HtmlToken &token) {
         return;
     }
     closeImplied(token);
-    if (_open.size() >= mostOpen)
+    if (_open.size() >= maxOpen)
         return;
     _path.push_back({token.name, valueOf(token.attributes, QLatin1String("id")).left(64),
                      classesIn(valueOf(token.attributes, QLatin1String("class")))});
@@ -223,7 +223,7 @@ void BoundedHtml::open(const QString &name, const HtmlAttributes &attributes, Cs
 
 void BoundedHtml::giveRole(Element &element) {
     const QString &name = element.name;
-    const bool room = _written < mostWritten;
+    const bool room = _written < maxWritten;
     if (element.kind->isTablePart()) {
         if (!isBesideCells()) {
             // Outside of a table, a cell is a block like others.
@@ -258,8 +258,8 @@ void BoundedHtml::giveRole(Element &element) {
     if (name != QStringLiteral("table"))
         return;
     const int depth = tableDepth();
-    const bool written = fits && depth < deepestTable && _tablesWritten < mostTables &&
-                         _written + levelsOfTable <= mostWritten;
+    const bool written = fits && depth < deepestTable && _tablesWritten < maxTables &&
+                         _written + levelsOfTable <= maxWritten;
     element.role = Role::Table;
     _tables.emplace_back(written);
     if (written) {
@@ -277,7 +277,7 @@ int BoundedHtml::tableDepth() const {
 void BoundedHtml::giveIndent(Element &element, CssStyle &style) const {
     const bool block = isBlock(element) && element.role != Role::Cell;
     int own = pixelsIn(style, "margin-left") + pixelsIn(style, "margin-right");
-    if (!block || element.indent + own > mostIndent) {
+    if (!block || element.indent + own > maxIndent) {
         style.remove("margin-left");
         style.remove("margin-right");
         own = 0;
@@ -291,7 +291,7 @@ void BoundedHtml::giveIndent(Element &element, CssStyle &style) const {
         own += indentOfList;
     else if (element.written == QStringLiteral("blockquote"))
         own += 2 * indentOfList;
-    if (element.indent + own <= mostIndent)
+    if (element.indent + own <= maxIndent)
         element.indent += own;
     else
         element.written = QStringLiteral("div");
@@ -318,7 +318,7 @@ void BoundedHtml::giveLook(Element &element, HtmlAttributes &attributes, CssStyl
         style.remove("float");
     else if ((!style.value("float").isEmpty() ||
               (!align.isEmpty() && align != QLatin1String("center"))) &&
-             ++_floats > mostFloats) {
+             ++_floats > maxFloats) {
         style.remove("float");
         removeAll([](const QString &name) { return name == QLatin1String("align"); });
     }
@@ -407,7 +407,7 @@ void BoundedHtml::write(Element &element, HtmlAttributes attributes, const CssSt
 
 QString BoundedHtml::nameOfPicture(const QString &address) {
     if (!address.startsWith(QStringLiteral("data:image/"), Qt::CaseInsensitive) ||
-        _picturesWritten >= mostPictures)
+        _picturesWritten >= maxPictures)
         return {};
     ++_picturesWritten;
     auto known = _pictures.constFind(address);
@@ -422,8 +422,7 @@ void BoundedHtml::writePicture(const HtmlAttributes &attributes, const CssStyle 
     const QString address = withoutEntities(valueOf(attributes, QLatin1String("src"))).trimmed();
     const QString alternative =
         valueOf(attributes, QLatin1String("alt")).simplified().left(longestAlternative);
-    const QString name =
-        _picturesOfBlock < mostPicturesOfBlock ? nameOfPicture(address) : QString();
+    const QString name = _picturesOfBlock < maxPicturesOfBlock ? nameOfPicture(address) : QString();
     if (name.isNull()) {
         writeText(alternative);
         return;
@@ -447,7 +446,7 @@ void BoundedHtml::writePicture(const HtmlAttributes &attributes, const CssStyle 
     const QString align = valueOf(attributes, QLatin1String("align")).trimmed().toLower();
     if (!CssValues::keyword(align, "left right").isEmpty())
         place.set("float", align);
-    if (!place.value("float").isEmpty() && ++_floats > mostFloats)
+    if (!place.value("float").isEmpty() && ++_floats > maxFloats)
         place.remove("float");
     Element picture = child(QStringLiteral("img"));
     picture.written = picture.name;
@@ -497,7 +496,7 @@ void BoundedHtml::openAnonymous(const QString &name) {
         giveRole(element);
         if (element.role == Role::Cell)
             _tables.back().openCell({}, _cost);
-    } else if (_written < mostWritten) {
+    } else if (_written < maxWritten) {
         element.written = name;
     }
     write(element, {}, {});

@@ -11,7 +11,7 @@ using namespace CssValues;
 
 namespace {
 
-constexpr int mostDeclarations = 64;
+constexpr int maxDeclarations = 64;
 constexpr qsizetype longestValue = 512;
 constexpr auto listStyles =
     "none disc circle square decimal lower-alpha upper-alpha lower-latin upper-latin lower-roman "
@@ -119,7 +119,7 @@ QString checked(const QString &property, const QString &value) {
 CssStyle CssStyle::of(QStringView text, const PictureNames &pictures) {
     CssStyle style;
     qsizetype at = 0;
-    for (int count = 0; count < mostDeclarations && at < text.size(); ++count) {
+    for (int count = 0; count < maxDeclarations && at < text.size(); ++count) {
         const qsizetype end = endOfDeclaration(text, at);
         const QStringView declaration = text.sliced(at, end - at);
         at = end + 1;

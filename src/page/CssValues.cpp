@@ -10,7 +10,7 @@ namespace pelorinnews::CssValues {
 
 namespace {
 
-constexpr qsizetype mostParts = 16;
+constexpr qsizetype maxParts = 16;
 constexpr qsizetype longestColor = 40;
 constexpr qsizetype longestFamily = 120;
 constexpr double pixelsPerEm = 16;
@@ -68,7 +68,7 @@ QStringList parts(const QString &value) {
             if (!part.isEmpty())
                 parts << part;
             part.clear();
-            if (parts.size() == mostParts)
+            if (parts.size() == maxParts)
                 return parts;
         } else {
             part += c;

@@ -9,10 +9,10 @@ namespace {
 // The most text in one token, so that the caller can stop in between when the cost is too high.
 constexpr qsizetype sliceOfText = 1024;
 // No element that we know has more.
-constexpr qsizetype mostAttributes = 32;
+constexpr qsizetype maxAttributes = 32;
 constexpr qsizetype longestName = 32;
 // For one tag, including attributes that are dropped: the caller cannot stop within a tag.
-constexpr int mostWords = 1000;
+constexpr int maxWords = 1000;
 
 bool isLetter(QChar c) {
     return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) ||
@@ -104,7 +104,7 @@ QString HtmlReader::readName() {
 
 HtmlAttributes HtmlReader::readAttributes() {
     HtmlAttributes attributes;
-    for (int words = 0; words < mostWords; ++words) {
+    for (int words = 0; words < maxWords; ++words) {
         skipSpace();
         if (_position >= _html.size() || _html[_position] == QLatin1Char('>'))
             return attributes;
@@ -120,7 +120,7 @@ HtmlAttributes HtmlReader::readAttributes() {
             skipSpace();
             value = readWord();
         }
-        if (attributes.size() < mostAttributes && name.size() <= longestName &&
+        if (attributes.size() < maxAttributes && name.size() <= longestName &&
             valueOf(attributes, QLatin1String(name.toLatin1())).isNull())
             attributes.emplaceBack(name, value);
     }

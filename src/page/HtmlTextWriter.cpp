@@ -9,7 +9,7 @@ namespace {
 // Layout searches each line break from the start of the word, so this limits a word's length. Half
 // as much is added to wait for a place that does not split a character from its marks.
 constexpr int longestWord = 200;
-constexpr int mostDirections = 100;
+constexpr int maxDirections = 100;
 constexpr QChar breakHere(0x200B);
 
 bool isDirection(char32_t character) {
@@ -53,7 +53,7 @@ void HtmlTextWriter::write(QStringView text, size_t font, bool preserved) {
 }
 
 void HtmlTextWriter::writeCharacter(char32_t character, size_t font, bool preserved) {
-    if (character == 0 || (isDirection(character) && ++_directionsInBlock > mostDirections))
+    if (character == 0 || (isDirection(character) && ++_directionsInBlock > maxDirections))
         return;
     _cost.addCharacter(character, font);
     if (QChar::isSpace(character) && character != QChar::Nbsp) {

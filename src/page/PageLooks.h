@@ -9,12 +9,12 @@ namespace pelorinnews {
 /// collisions by its choice of colours. Each font has to be loaded.
 class PageLooks {
 public:
-    static constexpr qsizetype mostLooks = 1000;
-    static constexpr qsizetype mostFonts = 48;
+    static constexpr qsizetype maxLooks = 1000;
+    static constexpr qsizetype maxFonts = 48;
 
     /// Whether text may have this look: it is known, or there is room.
-    [[nodiscard]] bool admitLook(size_t look) { return admit(_looks, look, mostLooks); }
-    [[nodiscard]] bool admitFont(size_t font) { return admit(_fonts, font, mostFonts); }
+    [[nodiscard]] bool admitLook(size_t look) { return admit(_looks, look, maxLooks); }
+    [[nodiscard]] bool admitFont(size_t font) { return admit(_fonts, font, maxFonts); }
 
 private:
     static bool admit(QSet<size_t> &known, size_t each, qsizetype most) {

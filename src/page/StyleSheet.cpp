@@ -6,11 +6,11 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr std::size_t mostSelectors = 200;
-constexpr std::size_t mostParts = 3;
-constexpr qsizetype mostCharacters = 100'000;
+constexpr std::size_t maxSelectors = 200;
+constexpr std::size_t maxParts = 3;
+constexpr qsizetype maxCharacters = 100'000;
 constexpr qsizetype longestSelector = 200;
-constexpr qsizetype mostClasses = 2;
+constexpr qsizetype maxClasses = 2;
 
 QString withoutComments(QStringView css) {
     QString text;
@@ -51,7 +51,7 @@ QString keyOf(const HtmlNode &node) {
 
 void StyleSheet::add(QStringView css, const CssStyle::PictureNames &pictures) {
     const QString text = withoutComments(
-        css.first(std::min(css.size(), std::max<qsizetype>(0, mostCharacters - _charactersRead))));
+        css.first(std::min(css.size(), std::max<qsizetype>(0, maxCharacters - _charactersRead))));
     _charactersRead += css.size();
     const QStringView view(text);
     for (qsizetype at = 0; at < view.size();) {
@@ -72,7 +72,7 @@ void StyleSheet::add(QStringView css, const CssStyle::PictureNames &pictures) {
 
 void StyleSheet::addRule(const QString &selectors, QStringView declarations,
                          const CssStyle::PictureNames &pictures) {
-    if (_rules.size() >= mostSelectors)
+    if (_rules.size() >= maxSelectors)
         return;
     CssStyle style = CssStyle::of(declarations, pictures);
     if (style.isEmpty())
@@ -80,7 +80,7 @@ void StyleSheet::addRule(const QString &selectors, QStringView declarations,
     _styles.push_back(std::move(style));
     for (const QString &selector : selectors.split(QLatin1Char(','))) {
         Rule rule{partsOf(selector), 0, _styles.size() - 1};
-        if (rule.parts.empty() || _rules.size() >= mostSelectors)
+        if (rule.parts.empty() || _rules.size() >= maxSelectors)
             continue;
         for (const Part &part : rule.parts)
             rule.specificity += (part.node.id.isEmpty() ? 0 : 100) +
@@ -105,7 +105,7 @@ std::vector<StyleSheet::Part> StyleSheet::partsOf(const QString &selector) {
         }
         Part part{{}, isChild};
         isChild = false;
-        if (parts.size() == mostParts || !readPart(word, part.node))
+        if (parts.size() == maxParts || !readPart(word, part.node))
             return {};
         parts.push_back(std::move(part));
     }
@@ -136,7 +136,7 @@ bool StyleSheet::readPart(const QString &text, HtmlNode &node) {
             node.name = name.toLower();
         at = end;
     }
-    return node.classes.size() <= mostClasses;
+    return node.classes.size() <= maxClasses;
 }
 
 CssStyle StyleSheet::styleOf(const std::vector<HtmlNode> &path) {
