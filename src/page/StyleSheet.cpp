@@ -139,11 +139,10 @@ bool StyleSheet::readPart(const QString &text, HtmlNode &node) {
     return node.classes.size() <= maxClasses;
 }
 
-CssStyle StyleSheet::styleOf(const std::vector<HtmlNode> &path) {
+CssStyle StyleSheet::styleOf(const HtmlNode &node, const std::vector<HtmlNode> &ancestors) {
     CssStyle style;
-    if (_rules.empty() || path.empty())
+    if (_rules.empty())
         return style;
-    const HtmlNode &node = path.back();
     QStringList keys{QString(), node.name};
     if (!node.id.isEmpty())
         keys << QLatin1Char('#') + node.id;
@@ -155,7 +154,7 @@ CssStyle StyleSheet::styleOf(const std::vector<HtmlNode> &path) {
         if (rules == _rulesByKey.constEnd())
             continue;
         for (const std::size_t rule : *rules) {
-            if (matches(_rules[rule], path))
+            if (matches(_rules[rule], node, ancestors))
                 found.push_back(rule);
         }
     }
@@ -170,15 +169,16 @@ CssStyle StyleSheet::styleOf(const std::vector<HtmlNode> &path) {
     return style;
 }
 
-bool StyleSheet::matches(const Rule &rule, const std::vector<HtmlNode> &path) {
+bool StyleSheet::matches(const Rule &rule, const HtmlNode &node,
+                         const std::vector<HtmlNode> &ancestors) {
     const auto &parts = rule.parts;
-    if (!matches(parts.back().node, path.back()))
+    if (!matches(parts.back().node, node))
         return false;
     // Each part takes the nearest ancestor that fits, without backtracking. With a child combinator
     // in between, that can miss a match further out.
     auto part = parts.rbegin();
-    for (auto around = std::next(path.rbegin()); std::next(part) != parts.rend(); ++around) {
-        if (around == path.rend() || _stepsLeft <= 0)
+    for (auto around = ancestors.rbegin(); std::next(part) != parts.rend(); ++around) {
+        if (around == ancestors.rend() || _stepsLeft <= 0)
             return false;
         if (matches(std::next(part)->node, *around))
             ++part;

@@ -1,21 +1,15 @@
 #pragma once
 
 #include "CssStyle.h"
+#include "HtmlNode.h"
 
 #include <QHash>
 #include <QString>
-#include <QStringList>
+#include <QStringView>
 
 #include <vector>
 
 namespace pelorinnews {
-
-/// The parts of an element that selectors match.
-struct HtmlNode {
-    QString name;
-    QString id;
-    QStringList classes;
-};
 
 /// A page's own style sheet, reduced to cheap rules: the first 200 selectors of at most three
 /// parts, each an element's name, classes and an id, joined by descendant or child combinators.
@@ -26,9 +20,9 @@ class StyleSheet {
 public:
     void add(QStringView css, const CssStyle::PictureNames &pictures);
 
-    /// The style that the rules give the last element of `path`. The elements before it are its
-    /// ancestors, outermost first.
-    [[nodiscard]] CssStyle styleOf(const std::vector<HtmlNode> &path);
+    /// The style that the rules give an element. `ancestors` are the elements that it is in,
+    /// outermost first.
+    [[nodiscard]] CssStyle styleOf(const HtmlNode &node, const std::vector<HtmlNode> &ancestors);
 
     [[nodiscard]] bool isEmpty() const { return _rules.empty(); }
 
@@ -48,7 +42,8 @@ private:
                  const CssStyle::PictureNames &pictures);
     [[nodiscard]] static std::vector<Part> partsOf(const QString &selector);
     [[nodiscard]] static bool readPart(const QString &text, HtmlNode &node);
-    [[nodiscard]] bool matches(const Rule &rule, const std::vector<HtmlNode> &path);
+    [[nodiscard]] bool matches(const Rule &rule, const HtmlNode &node,
+                               const std::vector<HtmlNode> &ancestors);
     [[nodiscard]] bool matches(const HtmlNode &asked, const HtmlNode &node);
 
     std::vector<Rule> _rules;

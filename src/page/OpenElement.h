@@ -1,0 +1,52 @@
+#pragma once
+
+#include "CssStyle.h"
+#include "HtmlElements.h"
+#include "HtmlReader.h"
+
+#include <QString>
+
+namespace pelorinnews {
+
+/// An element of a page that has started and not ended yet: what is written for it, and what its
+/// content inherits.
+struct OpenElement {
+    enum class Role { Plain, List, Table, Row, Cell };
+
+    /// The name in the page; empty for an element that the page does not have.
+    QString name;
+    /// The properties of that element; null only for the page itself, around all elements.
+    const HtmlElement *kind = nullptr;
+    /// The name in the document; empty if only the content is written.
+    QString written;
+    Role role = Role::Plain;
+    /// `ltr` or `rtl`; empty if neither it nor an element around it states one.
+    QString direction;
+    /// Identify the look and the font of its text; see `PageLooks`.
+    size_t look = 0;
+    size_t font = 0;
+    /// Index among the page's list items; -1 for other elements.
+    int item = -1;
+    /// How much narrower its lines are than the page's or the cell's, in pixels.
+    int indent = 0;
+    /// The page's line breaks are kept.
+    bool preserved = false;
+
+    /// An element inside this one, without a written name yet.
+    [[nodiscard]] OpenElement child(const QString &childName) const;
+
+    [[nodiscard]] bool isBlock() const;
+    /// The written element does not change the look of its text.
+    [[nodiscard]] bool isPlain() const;
+    /// Writes it as an element that does not change the look of its text.
+    void makePlain();
+
+    /// Adds its margins, and those that a document gives lists and quotations, to the indent.
+    /// Removes margins from `style` that an inline element or a cell may not have, or that would
+    /// indent by more than 240 pixels in all. Needs the role and the written name.
+    void takeIndent(CssStyle &style);
+    void takeDirection(const HtmlAttributes &attributes, const CssStyle &style);
+    void takeWhiteSpace(const CssStyle &style);
+};
+
+}  // namespace pelorinnews

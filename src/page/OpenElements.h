@@ -1,0 +1,84 @@
+#pragma once
+
+#include "CssStyle.h"
+#include "HtmlReader.h"
+#include "OpenElement.h"
+#include "PageList.h"
+#include "PageTables.h"
+#include "StyleSheet.h"
+
+#include <QString>
+
+#include <vector>
+
+namespace pelorinnews {
+
+class HtmlCost;
+class HtmlWriter;
+class PageLooks;
+
+/// The elements of a page that have started and not ended yet. Opens and closes them as browsers
+/// do, also where the page leaves out their tags, decides what is written for each, and has it
+/// written. 512 elements can be open, and 64 of them written; of the others only the content is.
+class OpenElements {
+public:
+    /// All must outlive this object.
+    OpenElements(HtmlWriter &writer, PageLooks &looks, HtmlCost &cost)
+        : _writer(writer), _looks(looks), _cost(cost), _tables(cost) {}
+
+    /// Opens a shown element. `attributes` and `style` are the page's own.
+    void open(HtmlNode node, const HtmlAttributes &attributes, CssStyle style);
+    /// Opens an element that is not shown, like everything in it.
+    void openHidden(HtmlNode node);
+    /// Closes the innermost element `name` and all in it; nothing if there is none.
+    void close(const QString &name);
+    /// Closes the elements that end implicitly where the element of the start tag `next` starts.
+    void closeBefore(const HtmlToken &next);
+
+    /// Before text: opens a cell if a table is open and no cell is. Text must be inside a cell.
+    void enterCell();
+    /// Before a picture: opens a cell likewise, and a block if one has just ended.
+    void enterBlock();
+
+    /// No element can be opened now.
+    [[nodiscard]] bool isFull() const;
+    [[nodiscard]] bool isHidden() const { return _shownElements >= 0; }
+    [[nodiscard]] bool isBesideCells() const { return _tables.isBesideCells(); }
+    /// The innermost open element, or the page itself.
+    [[nodiscard]] const OpenElement &innermost() const {
+        return _open.empty() ? _page : _open.back();
+    }
+    /// All open elements, outermost first.
+    [[nodiscard]] const std::vector<HtmlNode> &path() const { return _path; }
+    /// Closes the open lists, and returns the items of all lists.
+    [[nodiscard]] std::vector<PageListItem> takeListItems() { return _lists.takeItems(); }
+
+private:
+    void giveRole(OpenElement &element);
+    void giveTablePart(OpenElement &element);
+    void openTable(OpenElement &element, bool fits);
+    void markItem(OpenElement &element, const HtmlAttributes &attributes, CssStyle &style);
+    void openAnonymous(const QString &name);
+    /// Before a table part, closes the open cell, and also the row unless `next` is a cell. Opens a
+    /// row for a cell if none is open.
+    void leaveCell(const HtmlElement &next);
+    void push(OpenElement element, HtmlNode node);
+    void pop();
+    [[nodiscard]] bool hasRoom() const;
+
+    HtmlWriter &_writer;
+    PageLooks &_looks;
+    HtmlCost &_cost;
+    PageTables _tables;
+    PageLists _lists;
+    /// Stands for the page itself, around all elements.
+    const OpenElement _page;
+    std::vector<OpenElement> _open;
+    std::vector<HtmlNode> _path;
+    int _written = 0;
+    bool _bodyWritten = false;
+    /// How many elements were open before the current hidden one; -1 outside hidden elements.
+    qsizetype _shownElements = -1;
+};
+
+}  // namespace pelorinnews
