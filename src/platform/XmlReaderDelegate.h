@@ -2,7 +2,7 @@
 
 #include <QByteArrayView>
 
-#include <pelorinnews/Error.h>
+#include "pelorinnews/Error.h"
 #include <string_view>
 
 namespace pelorinnews {
