@@ -8,11 +8,11 @@ namespace pelorinnews::host {
 
 enum class LogLevel { Error = 1, Warning, Info, Debug };
 
-/// The host's log, as the news module sees it: turns each message into a signal.
+/// The host's logger for the news module: emits a signal for each message.
 ///
 /// Thread-safe: the module also logs from its own threads. A receiver on the main thread gets the
-/// signal there. The messages of one thread keep their order, and a background thread does not wait
-/// for the receiver.
+/// signal on the main thread. The messages of one thread keep their order, and a background thread
+/// does not wait for the receiver.
 class HostLogger final : public QObject, public OlvLogger {
     Q_OBJECT
 

@@ -11,7 +11,7 @@ namespace pelorinnews::host {
 /// The default path of the news module: in `../lib/pelorin`, relative to the executable's folder.
 QString newsModulePath();
 
-/// Loads the news module at `path`, tells it who this host is, and creates its panel.
+/// Loads the news module at `path`, sets this host's identity in it, and creates its panel.
 ///
 /// On failure, returns null and sets `*problem` to a message for the user. Call it once, on the
 /// main thread, after creating the application object.

@@ -27,8 +27,8 @@ void complain(const QString &text) {
     std::fprintf(stderr, "pelorin: %s\n", qUtf8Printable(text));
 }
 
-/// Makes this process trust the certificate authorities in a PEM file as well. False if there are
-/// none in it.
+/// Makes this process also trust the certificate authorities in the PEM file `file`. False if the
+/// file contains none.
 bool trust(const QString &file) {
     const QList<QSslCertificate> authorities = QSslCertificate::fromPath(file);
     if (authorities.isEmpty())
@@ -47,7 +47,8 @@ void useDarkColours() {
     QApplication::setPalette(palette);
 }
 
-/// The feed's address as the preferences store it. Also accepts the name of an existing file.
+/// The feed's address as the preferences store it: `addressOrFile` itself, or the `file:` URL of an
+/// existing file with that name.
 QString feedAddress(const QString &addressOrFile) {
     const QFileInfo file(addressOrFile);
     if (!file.exists())
@@ -130,7 +131,8 @@ int main(int argc, char *argv[]) {
         QTimer::singleShot(0, &window, [&news] { news->show(); });
     const int status = QApplication::exec();
 
-    // Stores what was viewed and stops the refresh timer, which otherwise keeps the panel alive.
+    // Stores the date of the last viewing and stops the refresh timer, which otherwise keeps the
+    // panel alive.
     if (news)
         news->exit();
     return status;

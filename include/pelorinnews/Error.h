@@ -7,8 +7,8 @@
 
 namespace pelorinnews {
 
-/// A failure: who reports it (`domain`), which one it is (`code`), and what else is known
-/// (`userInfo`, may be empty). A plain value; nothing in the module throws.
+/// An error: `domain` names who reports it, `code` which error it is, and `userInfo` (may be empty)
+/// holds further details. A plain value; nothing in the module throws.
 struct Error {
     QString domain;
     int code = 0;

@@ -4,25 +4,25 @@
 
 namespace pelorinnews {
 
-/// Who the host is. Set it through `NewsPlugin::setHostIdentity` before creating a controller. Each
-/// field may be absent (a null string); its comment names the fallback.
+/// The identity of the host application. Set it through `NewsPlugin::setHostIdentity` before
+/// creating a controller. Each field may be absent (a null string); its comment names the fallback.
 struct HostIdentity {
     /// The name of the host's desktop file, without ".desktop", in reverse-domain form:
     /// "com.Olvane.Pelorin". It names the folders of the feed's local copy and of the notification
     /// list, and notifications carry it as their sender's desktop entry.
     ///
-    /// Absent: the first one that is set of the Flatpak identifier, the application object's
-    /// desktop file name, the reversed organisation domain followed by the application name, and
-    /// the executable's name.
+    /// If absent or not usable as a folder name, the first usable one of these applies: the Flatpak
+    /// identifier, the application object's desktop file name, the reversed organisation domain
+    /// followed by the application name, the executable's name.
     QString bundleIdentifier;
     /// Folder of the preferences file below the user's configuration folder: "Olvane".
     ///
-    /// Absent: the application object's organisation name. If that is empty too, the file lies in
-    /// the configuration folder itself and is named after the bundle identifier; `applicationName`
-    /// then has no effect.
+    /// If absent: the application object's organisation name. If that is empty too, the file lies
+    /// in the configuration folder itself and is named after the bundle identifier;
+    /// `applicationName` then has no effect.
     QString organizationName;
-    /// Name of the preferences file, without ".conf": "Pelorin". Absent: the application object's
-    /// application name.
+    /// Name of the preferences file, without ".conf": "Pelorin". If absent: the application
+    /// object's application name.
     QString applicationName;
 };
 

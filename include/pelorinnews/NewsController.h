@@ -6,7 +6,7 @@
 
 namespace pelorinnews {
 
-/// The news panel, as the host drives it: create it through `NewsPlugin::init`, set the logger,
+/// The host's interface to the news panel: create it through `NewsPlugin::init`, set the logger,
 /// `show` it any number of times, `exit` once, release it.
 ///
 /// Main thread only. No operation fails. Two operations block: the first `show` loads the window
@@ -22,11 +22,12 @@ public:
     /// has been handled.
     virtual void show() = 0;
 
-    /// Shuts the panel down: stops its timer, closes its window, stores what was viewed. Call it
-    /// once, before releasing the controller: without it the refresh timer keeps the panel alive.
+    /// Shuts the panel down: stops its timer, closes its window, stores the date of the last
+    /// viewing. Call it once, before releasing the controller: without this call the refresh timer
+    /// keeps the panel alive.
     virtual void exit() = 0;
 
-    /// Sets the logger. It receives one error message for each refresh that got no feed, and
+    /// Sets the logger, which receives one error message for each refresh that got no feed, and
     /// nothing else. Null switches logging off. Set it once, right after creation: earlier messages
     /// are dropped.
     virtual void setLogger(std::shared_ptr<OlvLogger> logger) = 0;

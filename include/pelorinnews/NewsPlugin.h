@@ -22,13 +22,13 @@ public:
     NewsPlugin(const NewsPlugin &) = delete;
     NewsPlugin &operator=(const NewsPlugin &) = delete;
 
-    /// Tells the module who the host is. Call it before `init` and `notificationCenter`. A later
-    /// call affects the preferences and the data folder of controllers created after it, but not
-    /// the notification centre.
+    /// Sets the identity of the host. Call it before `init` and `notificationCenter`. A later call
+    /// affects the preferences and the data folder of controllers created after it, but not the
+    /// notification centre.
     virtual void setHostIdentity(const HostIdentity &identity) = 0;
 
-    /// Creates the panel and starts its first refresh. Neither waits for the refresh nor loads the
-    /// window.
+    /// Creates the panel and starts its first refresh. Does not wait for the refresh and does not
+    /// load the window.
     ///
     /// On failure, stores the error in `*error` and returns null. If `error` is null, a failure may
     /// instead return a controller whose operations are no-ops. On success `*error` is untouched.
@@ -39,9 +39,9 @@ public:
     virtual std::shared_ptr<NewsController> init(Error *error = nullptr) = 0;
 
     /// The process's notification centre, which the host may use for its own notifications. Call
-    /// this after the application object exists and the host's identity is set. Null without an
-    /// application object, or off its thread. The centre ends with the application object: under
-    /// another application object, get a new centre.
+    /// this after the application object exists and the host's identity is set. Null if there is no
+    /// application object, or when called off that object's thread. The centre ends with the
+    /// application object; under a later application object, call this again for a new centre.
     ///
     /// The panel is the centre's delegate from the panel's creation until the host releases the
     /// controller after `exit`: a click on any notification, the host's included, opens the news

@@ -15,7 +15,8 @@ struct UserNotification {
     QString title;
     /// The text below the title. Plain text as well.
     QString informativeText;
-    /// A sound name of the desktop's sound theme, or `defaultSoundName()`. Absent: silent.
+    /// A sound name of the desktop's sound theme, or `defaultSoundName()`. If absent, the
+    /// notification is silent.
     QString soundName;
     /// The sender's own data, returned with the delivered notification. It is never shown and never
     /// leaves the computer. Only two entries are persisted and come back in a later run or in
@@ -32,7 +33,7 @@ struct UserNotification {
     /// activating the window.
     QString activationToken;
 
-    /// Stands for the sound that the desktop plays for an incoming message.
+    /// Value of `soundName` for the sound that the desktop plays for an incoming message.
     static QString defaultSoundName() {
         return QStringLiteral("NSUserNotificationDefaultSoundName");
     }
@@ -46,13 +47,13 @@ class NotificationCenterDelegate {
 public:
     virtual ~NotificationCenterDelegate() = default;
 
-    /// Whether `notification` may be presented now. If not, it is dropped: it leaves the list of
+    /// Whether `notification` may be presented now. If not, it is removed from the list of
     /// delivered notifications and never reaches the desktop.
     virtual bool userNotificationCenterShouldPresentNotification(
         const UserNotification &notification) = 0;
 
-    /// The user clicked `notification`, possibly one of an earlier run. It has already left the
-    /// list of delivered notifications.
+    /// The user clicked `notification`, which may be from an earlier run of the host. It has
+    /// already been removed from the list of delivered notifications.
     virtual void userNotificationCenterDidActivateNotification(
         const UserNotification &notification) = 0;
 
@@ -67,8 +68,8 @@ protected:
 ///
 /// Thread-safe: every operation may be called from any thread. All return at once, whatever the
 /// desktop's notification service does, except `flush`, which waits. No operation reports failure:
-/// a request that the desktop cannot take now is sent later, as long as it is kept, and a
-/// notification that the desktop refuses leaves the list.
+/// a request that the desktop cannot take now is queued and sent later, unless the queue drops it,
+/// and a notification that the desktop refuses is removed from the list.
 class NotificationCenter {
 public:
     virtual ~NotificationCenter() = default;
@@ -76,12 +77,12 @@ public:
     NotificationCenter &operator=(const NotificationCenter &) = delete;
 
     /// Delivers `notification` as a new one; its identity is ignored. While no notification service
-    /// runs, it is queued. The queue holds the newest 16; an older one leaves the list without
-    /// being shown.
+    /// runs, the notification is queued. The queue holds the newest 16; older ones are removed from
+    /// the list without being shown.
     virtual void deliverNotification(const UserNotification &notification) = 0;
 
-    /// A snapshot of the notifications that are present or still being delivered, in the order of
-    /// delivery. Includes those of earlier runs of this host that nobody dismissed.
+    /// A snapshot of the notifications that are present on the desktop or still being delivered, in
+    /// the order of delivery. Includes those of earlier runs of this host that nobody dismissed.
     [[nodiscard]] virtual QList<UserNotification> deliveredNotifications() const = 0;
 
     /// Withdraws the delivered notification that has the identity of `notification`. If it was not
@@ -92,9 +93,9 @@ public:
     /// presented and a click only removes its notification.
     virtual void setDelegate(std::weak_ptr<NotificationCenterDelegate> delegate) = 0;
 
-    /// Waits until the desktop has confirmed all requests so far, at most for `timeout`. True if it
-    /// has. Does not wait for notifications that are queued because no service runs. Meant for the
-    /// end of the program.
+    /// Waits until the desktop has confirmed all requests made so far, at most for `timeout`. False
+    /// on timeout. Does not wait for notifications that are queued because no service runs. Meant
+    /// for the end of the program.
     virtual bool flush(std::chrono::milliseconds timeout) = 0;
 
 protected:

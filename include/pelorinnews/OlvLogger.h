@@ -9,7 +9,7 @@ namespace pelorinnews {
 ///
 /// Each operation takes one finished line of text, without a time stamp, a level name or a line
 /// end. **Implementations must be thread-safe**: the module calls every operation from any thread,
-/// also concurrently. They must return soon, because the caller waits.
+/// also concurrently. Implementations must also return soon, because the caller waits.
 class OlvLogger {
 public:
     virtual ~OlvLogger() = default;

@@ -38,7 +38,8 @@ void OlvNewsController::show() {
     if (!_windowController)
         return;
     _windowController->showWindow();
-    // Again after the current event, which may itself bring the host to the front.
+    // Bring the window to the front again after the current event, which may itself bring the host
+    // to the front.
     MainQueue::dispatchAsync([self = shared_from_this()] {
         if (OlvNewsWindow *window = self->_windowController->window())
             window->makeKeyAndOrderFront();

@@ -9,13 +9,13 @@ namespace pelorinnews {
 
 class OlvNewsWindowController;
 
-/// The entry object: owns the window controller, which does the work, and forwards to it.
+/// The module's entry object: owns the window controller, which does the work, and forwards to it.
 ///
 /// Main thread only. Without a window controller, `show`, `exit` and `setLogger` are no-ops.
 class OlvNewsController final : public NewsController,
                                 public std::enable_shared_from_this<OlvNewsController> {
 public:
-    /// Null only without an application object. If just the window controller cannot be created,
+    /// Null only without an application object. If only the window controller cannot be created,
     /// returns a controller without one.
     static std::shared_ptr<OlvNewsController> init() { return init(nullptr); }
 

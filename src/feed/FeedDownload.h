@@ -12,9 +12,9 @@
 /// Builds the feed service's URL and interprets its response.
 namespace pelorinnews::FeedDownload {
 
-/// The URL to request. A base URL that ends in ".xml" is a file and is used alone. Any other gets a
-/// query with those of `locale` and `type` that are not empty, appended verbatim: the service
-/// expects exactly this form, with "?&" and without percent-encoding.
+/// The URL to request: `base` alone if it ends in ".xml" (a file). Otherwise `base` and "?",
+/// followed by "&locale=" and "&type=" with their values; an empty value is left out with its name.
+/// Nothing is percent-encoded: the service expects exactly this form, "?&" included.
 [[nodiscard]] QString address(const QString &base, const QString &locale, const QString &type);
 
 /// A body decoded as UTF-8. A byte-order mark is kept; the parser skips it. Null if the bytes are
@@ -24,9 +24,10 @@ namespace pelorinnews::FeedDownload {
 /// Domain of the errors that the panel itself creates.
 [[nodiscard]] QString errorDomain();
 
-/// Why a response gives no feed; absent if its data should be parsed. A status of 400 or more
-/// (domain "HTTP Property Status Code") takes precedence over the transport's error, and that over
-/// any data. A response with neither data nor error gives an error of `errorDomain()`, code -4.
+/// The error of a failed download; absent if the download succeeded and `data` should be parsed. An
+/// HTTP status of 400 or more (domain "HTTP Property Status Code", the status as code) takes
+/// precedence over `connectionError`, which takes precedence over `data`. Without data and without
+/// an error, the result is an error of `errorDomain()` with code -4.
 [[nodiscard]] std::optional<Error> downloadError(const std::optional<UrlResponse> &response,
                                                  const std::optional<QByteArray> &data,
                                                  const std::optional<Error> &connectionError);

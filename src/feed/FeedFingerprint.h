@@ -7,9 +7,9 @@
 
 namespace pelorinnews {
 
-/// Fingerprint of a downloaded feed: size, two randomly seeded hashes, date locale. Valid within
-/// one process, because the seeds are random. Equal if bytes and date locale are equal, so that
-/// parsing gives the same items.
+/// Fingerprint of a downloaded feed: size, two randomly seeded hashes, date locale. Two
+/// fingerprints are equal if bytes and date locale are equal: parsing then gives the same items.
+/// Can be compared within one process only, because each process draws its own seeds.
 class FeedFingerprint {
 public:
     /// Matches no feed: differs from the fingerprint of any bytes, even of zero bytes.

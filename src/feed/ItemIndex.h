@@ -27,7 +27,7 @@ public:
     explicit ItemIndex(OlvNewsItemListRef list);
 
     [[nodiscard]] const OlvNewsItemListRef &items() const { return _listed; }
-    /// One for each item, in the order of the list.
+    /// One entry for each item, in the order of the list.
     [[nodiscard]] const std::vector<Entry> &entries() const { return _indexed; }
     /// The distinct categories.
     [[nodiscard]] const std::vector<QString> &categories() const { return _found; }

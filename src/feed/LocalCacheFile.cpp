@@ -16,7 +16,8 @@ namespace {
 constexpr char16_t byteOrderMark = u'\uFEFF';
 constexpr char16_t swappedByteOrderMark = u'\uFFFE';
 constexpr qint64 unitSize = sizeof(char16_t);
-/// In bytes: an ASCII text, which takes the most UTF-16 per byte of UTF-8, and the mark.
+/// Bytes: the longest ASCII text and the byte-order mark. ASCII takes the most UTF-16 per byte of
+/// UTF-8.
 constexpr qint64 largestFile = unitSize * (LocalCacheFile::longestText + 1);
 
 Error noPath() {

@@ -29,13 +29,13 @@ public:
     /// With a null path, every read and write fails.
     explicit LocalCacheFile(QString path) : _filePath(std::move(path)) {}
 
-    /// Atomically replaces the file by the text of these bytes, which must be UTF-8. Returns the
-    /// stamp of exactly this text; if another writer has replaced the file since, the file's stamp
-    /// differs. On failure leaves the earlier file as it was and returns nothing, with `error` set.
-    /// Converts the text in pieces, so it needs little memory.
+    /// Atomically replaces the file with the text `utf8`, which must be valid UTF-8. Returns the
+    /// stamp of the file that this call wrote, so `stamp()` differs from it once another writer has
+    /// replaced the file. On failure leaves the earlier file unchanged and returns nothing, with
+    /// `error` set. Converts the text in pieces, so it needs little memory.
     [[nodiscard]] std::optional<Stamp> write(QByteArrayView utf8, Error *error) const;
 
-    /// Nothing if there is no regular file, or it may not be read.
+    /// The file's current stamp. Nothing if there is no regular file, or it may not be read.
     [[nodiscard]] std::optional<Stamp> stamp() const;
 
     /// Sets the modification time to now if the file still has the stamp `before`, and returns its
@@ -44,8 +44,8 @@ public:
 
     /// The text of the file, or nothing with `error` set. An empty text is not null. Fails for a
     /// file that is not valid UTF-16: no byte-order mark (an empty file included), an odd number of
-    /// bytes, a lone surrogate. Also fails for a text longer than `longestText`. A mark in the
-    /// opposite byte order is honoured.
+    /// bytes, a lone surrogate. Also fails for a text longer than `longestText`. Both byte orders
+    /// can be read; the byte-order mark decides.
     [[nodiscard]] std::optional<QString> read(Error *error) const;
 
 private:

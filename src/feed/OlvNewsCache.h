@@ -24,7 +24,7 @@
 
 namespace pelorinnews {
 
-/// Takes the outcome of a refresh: the failed download's error, or nothing.
+/// Receives the outcome of a refresh: the error of a failed download, or nothing.
 using RefreshCompletion = std::function<void(const std::optional<Error> &error)>;
 
 /// Holds the news items: asks the feed service for the feed, parses it, keeps a copy of its text in
@@ -35,16 +35,16 @@ using RefreshCompletion = std::function<void(const std::optional<Error> &error)>
 /// thread.
 ///
 /// Errors of `refresh`:
-/// - "com.Olvane.PelorinNews.NewsCache.ErrorDomain": -2 no base address, -3 no request, -4 the
-///   download ended with neither data nor an error;
+/// - "com.Olvane.PelorinNews.NewsCache.ErrorDomain": -2 no base URL, -3 `feedRequest` returned no
+///   URL, -4 the download ended with neither data nor an error;
 /// - "HTTP Property Status Code" with a status of 400 or more as its code;
-/// - otherwise the transport's.
+/// - otherwise the error of the `UrlLoader`.
 class OlvNewsCache : public std::enable_shared_from_this<OlvNewsCache> {
 public:
     /// Timeout of a download that makes no progress.
     static constexpr std::chrono::seconds requestTimeout{60};
 
-    /// Creates an empty cache, and the folder of its file.
+    /// Creates a cache without items, and the folder of its cache file.
     explicit OlvNewsCache(std::shared_ptr<UrlLoader> loader = UrlLoader::shared());
     OlvNewsCache(const OlvNewsCache &) = delete;
     OlvNewsCache &operator=(const OlvNewsCache &) = delete;
@@ -55,30 +55,31 @@ public:
     void setFeedType(const QString &type) { _feedType.set(type); }
     void setDesiredLocale(const QString &locale) { _desiredLocale.set(locale); }
 
-    /// Takes the logger for the cache's own messages; null switches them off.
+    /// Sets the logger for the cache's own messages; null switches them off.
     void setLogger(std::shared_ptr<OlvLogger> logger) { _logger.set(std::move(logger)); }
 
     /// Starts a download and returns at once. `completion`, which may be empty, is called on the
-    /// download queue when the items are in place, or on the calling thread before `refresh`
-    /// returns if there is no URL to request. The cache and the completion stay alive at least
-    /// until then.
+    /// download queue when the refresh has ended, with new items already in place. If there is no
+    /// URL to request, it is called on the calling thread before `refresh` returns. The cache and
+    /// the completion stay alive at least until then.
     ///
     /// A refresh that is in progress when the application ends is abandoned: its completion is not
     /// called.
     virtual void refresh(RefreshCompletion completion);
 
-    /// Replaces the items and the retrieved language by those of the feed `text` and returns true,
-    /// or keeps the current ones and returns false. `error` may be set in both cases: a feed that
-    /// breaks off after its language still gives the items before that point.
+    /// Parses the feed `text`. On success replaces the items and the retrieved language and returns
+    /// true; otherwise keeps the current ones and returns false. `error` may be set in both cases:
+    /// a feed that is malformed after its language element still gives the items before the error.
     bool parseFeed(const QString &text, Error *error);
 
-    /// Whether a download is in progress. With several at once, the first that ends clears it.
+    /// Whether a download is in progress. With several downloads at once, the first to end resets
+    /// this to false.
     [[nodiscard]] bool retrievingContent() const { return _retrievingContent; }
 
     /// The number of items.
     [[nodiscard]] virtual quint64 count() const;
 
-    /// The language of the feed last parsed; null before the first.
+    /// The language of the last feed that was parsed; null before the first.
     [[nodiscard]] QString retrievedLocale() const;
 
     /// The item at `index` in feed order, or null when there is none.
@@ -88,12 +89,13 @@ public:
     /// with its query. Virtual, so that a subclass may refuse to request.
     [[nodiscard]] virtual std::optional<QUrl> feedRequest() const;
 
-    /// Finds or creates the folder of the cache file. Without one, the cache works from memory.
+    /// Finds or creates the folder of the cache file. Without that folder, the feed is kept in
+    /// memory only.
     void initializeLocalCache();
 
 protected:
-    /// Installs a parser's result and returns true. Without a result keeps the current items, logs
-    /// `place`, the address of the parse error, and returns false.
+    /// Installs a parser's result and returns true. If there is no result, keeps the current items,
+    /// logs `place` (the pointer to the parse error) and returns false.
     bool keepFeed(const std::optional<QVariantMap> &feed, const Error *place,
                   const FeedFingerprint &fingerprint = {});
 
@@ -102,7 +104,8 @@ protected:
         OlvNewsItemListRef _feedItems;
         QString _retrievedLocale;
         std::shared_ptr<const ItemIndex> index;
-        /// Fingerprint of the download; the default one if the items come from elsewhere.
+        /// Fingerprint of the download; the default fingerprint if the items do not come from a
+        /// download.
         FeedFingerprint fingerprint{};
     };
     GuardedSlot<Retrieved> _retrieved;
@@ -127,7 +130,8 @@ private:
     GuardedSlot<QString> _feedType;
     GuardedSlot<QString> _desiredLocale;
     GuardedSlot<QString> _localCacheFileName;
-    /// The cache file as it was after a download's text had been written into it.
+    /// The last download that was written to the cache file, and the file's stamp since our last
+    /// write or touch.
     struct Written {
         FeedFingerprint fingerprint;
         LocalCacheFile::Stamp stamp;

@@ -24,7 +24,8 @@ struct Conditions {
     QStringList categories;
     /// Milliseconds since the epoch. Floating-point, because an age may be infinite or NaN.
     std::optional<double> cutOff;
-    /// May be `ItemIndex::undated`: if the last viewing is not set, no item is later.
+    /// Set if only unviewed items are wanted. If there is no last viewing, this is
+    /// `ItemIndex::undated`, and no item meets the condition.
     std::optional<qint64> lastViewing;
 
     [[nodiscard]] bool none() const { return categories.isEmpty() && !cutOff && !lastViewing; }
@@ -118,7 +119,7 @@ std::shared_ptr<OlvNewsCacheItem> OlvNewsCacheFiltered::itemAtIndex(quint64 inde
         return nullptr;
     const std::shared_ptr<OlvNewsCacheItem> &item = (*items)[index];
     if (const std::optional<qint64> instant = instantOf(*item)) {
-        // Another thread may move it concurrently: the latest date wins.
+        // Another thread may move the last viewing concurrently: the latest date wins.
         qint64 viewed = _lastViewing;
         while (viewed != ItemIndex::undated && viewed < *instant &&
                !_lastViewing.compare_exchange_weak(viewed, *instant)) {

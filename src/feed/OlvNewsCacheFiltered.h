@@ -9,13 +9,13 @@
 
 namespace pelorinnews {
 
-/// The news cache as the window sees it: only the items that meet every condition of the filter, in
-/// feed order, plus the time at which the user last viewed the news.
+/// The news cache as the window sees it: the view, which holds only the items that meet every
+/// condition of the filter, in feed order, plus the time at which the user last viewed the news.
 ///
-/// Each change of the filter, and each refresh after which there are items, runs the filter again.
-/// When the changing call returns, the view shows the change, even if other threads change the
-/// filter concurrently. Comparing with an absent date is always false: an item without a date meets
-/// no condition on dates, and without a last viewing no item counts as unviewed.
+/// The filter runs again when one of its settings changes, and after each refresh if there are
+/// items. When a setter returns, the view reflects the change, even if other threads change the
+/// filter concurrently. Any comparison with an absent date is false: an item without a date meets
+/// no condition on dates, and while the last viewing is not set, no item counts as unviewed.
 class OlvNewsCacheFiltered : public OlvNewsCache {
 public:
     /// Returns the current time.
@@ -34,25 +34,25 @@ public:
     /// The number of all items.
     [[nodiscard]] quint64 unfilteredCount() const { return OlvNewsCache::count(); }
 
-    /// The item at `index` of the view, or null when there is none. Marks it and every older item
-    /// as viewed: a last viewing that is set moves forward to its date. The view does not change
-    /// until the next filter run.
+    /// The item at `index` of the view, or null when there is none. Marks this item and every older
+    /// one as viewed: if a last viewing is set, it moves forward to the date of this item. The view
+    /// does not change until the next filter run.
     [[nodiscard]] std::shared_ptr<OlvNewsCacheItem> itemAtIndex(quint64 index) override;
 
-    /// The item of the view with the latest date, the first of several; the first item when none
-    /// has a date; null when the view is empty. Marks nothing as viewed.
+    /// The item of the view with the latest date (the first one if several share it); the first
+    /// item if none has a date; null if the view is empty. Marks nothing as viewed.
     [[nodiscard]] std::shared_ptr<OlvNewsCacheItem> peekAtLatestItem() const;
 
     /// Builds the view from all items.
     void applyFilter();
 
     /// Keeps only items whose category contains every one of these texts, literally (quotes too)
-    /// and case-sensitively. Every category that is present contains the empty text.
+    /// and case-sensitively. An empty text matches any category, but no item without one.
     void setCategoriesOfInterest(const QStringList &categories);
 
-    /// Keeps only items dated later than this many seconds ago; 0 is no limit. A negative age keeps
-    /// only items dated that far in the future, infinity keeps all items with a date, negative
-    /// infinity and NaN keep none.
+    /// Keeps only items dated later than this many seconds ago; 0 is no limit. A negative value
+    /// keeps only items dated more than that many seconds in the future, infinity keeps all items
+    /// with a date, and negative infinity and NaN keep none.
     void setFilterTimeInterval(double seconds);
 
     /// Keeps only items dated later than the last viewing.
@@ -64,7 +64,8 @@ public:
     /// When the user last viewed the news, in UTC; invalid while not set.
     [[nodiscard]] QDateTime lastViewing() const;
 
-    /// Sets the last viewing, backwards too; an invalid date unsets it. Does not filter.
+    /// Sets the last viewing, also to an earlier date; an invalid date unsets it. Does not run the
+    /// filter.
     void setLastViewing(const QDateTime &date);
 
 private:

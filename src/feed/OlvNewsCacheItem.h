@@ -27,7 +27,7 @@ public:
     [[nodiscard]] QString title() const { return get(_title); }
     void setTitle(QString title) { set(_title, std::move(title)); }
 
-    /// When it was published.
+    /// The publication date.
     [[nodiscard]] QDateTime date() const { return get(_date); }
     void setDate(QDateTime date) { set(_date, std::move(date)); }
 
@@ -39,7 +39,7 @@ public:
     [[nodiscard]] QString plainTextContent() const { return get(_plainTextContent); }
     void setPlainTextContent(QString content) { set(_plainTextContent, std::move(content)); }
 
-    /// One text of category words.
+    /// The category: one text, which may hold several words.
     [[nodiscard]] QString category() const { return get(_category); }
     void setCategory(QString category) { set(_category, std::move(category)); }
 
@@ -65,11 +65,12 @@ private:
     QString _htmlContent;
     QString _plainTextContent;
     QString _category;
-    /// One for all fields, and a QMutex, which takes 8 bytes: a feed may have 100,000 items.
+    /// One mutex for all fields, and a QMutex, which takes only 8 bytes: a feed may have 100,000
+    /// items.
     mutable QMutex _mutex;
 };
 
-/// Items in the order of their feed; never changed once other code has seen it.
+/// A list of items in feed order. Never changed once other code can see it.
 using OlvNewsItemList = std::vector<std::shared_ptr<OlvNewsCacheItem>>;
 
 }  // namespace pelorinnews

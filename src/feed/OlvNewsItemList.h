@@ -6,7 +6,7 @@
 
 namespace pelorinnews {
 
-/// A list that is stored and shared between threads: never changed again, absent when null.
+/// A list that threads share and so never change; null if there is none.
 using OlvNewsItemListRef = std::shared_ptr<const OlvNewsItemList>;
 
 /// Makes a list shareable. If the main thread drops the last reference, a background thread

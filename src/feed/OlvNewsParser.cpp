@@ -10,7 +10,8 @@ namespace {
 
 constexpr auto datePattern = "EEE, dd LLL yyyy HH:mm:ss zzz";
 
-/// A feed has a handful of different categories; beyond this many, they are not shared.
+/// Items of the same category share one string, for at most this many categories. A feed usually
+/// has a handful.
 constexpr qsizetype maxSharedCategories = 256;
 
 /// Decodes `utf8` into a string without spare capacity; empty, never null, for empty bytes.
@@ -115,7 +116,7 @@ void OlvNewsParser::parserDidEndElement(std::string_view name) {
     if (!_currentItem)
         return;
     if (name == "item") {
-        // No check for an empty `description()`, which would leave the item out: it is never empty.
+        // An item is kept even if all its fields are absent: its `description()` is never empty.
         _feedItems->push_back(std::move(_currentItem));
         _currentItem.reset();
     } else if (name == "pubDate") {

@@ -26,15 +26,15 @@ inline const QString OlvNewsFeedNewsCacheItemsKeyName =
 
 /// Turns the text of a feed into the feed's language and its items.
 ///
-/// Elements are recognised by their exact name, at any depth; the last one of a kind wins. Use a
-/// parser for one parse only: the next parse would empty the list of items that the previous one
-/// returned. One thread at a time. A CDATA section that is not UTF-8 is skipped, with a warning in
-/// Qt's log.
+/// Elements are recognised by their exact name, at any depth. If an element occurs several times,
+/// the last one counts. Use a parser for one parse only: the next parse would empty the list of
+/// items that the previous one returned. One thread at a time. A CDATA section that is not UTF-8 is
+/// skipped, with a warning in Qt's log.
 class OlvNewsParser final : public XmlReaderDelegate {
 public:
-    /// How many items a feed may have. The start tag of one more is a fatal parse error.
+    /// How many items a feed may have. The start tag of one more item is a fatal parse error.
     static constexpr std::size_t maxItems = 100'000;
-    /// The text of that error.
+    /// The text of the error for more than `maxItems` items.
     [[nodiscard]] static QString tooManyItems();
 
     /// Dates are read in the user's locale, or in `dateLocale` if it is not empty.
@@ -44,13 +44,13 @@ public:
     OlvNewsParser &operator=(const OlvNewsParser &) = delete;
 
     /// The language and the items under the keys above; absent if the text is absent or has no
-    /// language. A malformed document gives the items that were complete before the error. The
-    /// error is stored in `error`, if given, with or without a result; without a parse error,
-    /// `error` is left alone.
+    /// language. A malformed document gives the items that were complete before the error. `error`,
+    /// if given, receives a parse error, whether or not there is a result; without a parse error it
+    /// is not changed.
     std::optional<QVariantMap> parse(const QString &text, Error *error = nullptr);
 
-    /// The same from the text's UTF-8 bytes, without decoding the whole text in memory. Null bytes
-    /// are an absent text. Invalid UTF-8 is a parse error at its position.
+    /// The same for a text in UTF-8, which is never decoded as a whole in memory. A null view
+    /// counts as an absent text. Invalid UTF-8 is a parse error at its position.
     std::optional<QVariantMap> parse(QByteArrayView utf8, Error *error = nullptr);
 
     void parserDidStartElement(std::string_view name) override;
@@ -69,10 +69,10 @@ private:
     [[nodiscard]] QString sharedCategory();
 
     bool _storingCharacters = false;
-    /// UTF-8: decoded once, when its element ends.
+    /// The text of the current element, in UTF-8; decoded once, when the element ends.
     std::string _currentString;
     std::optional<Error> _error;
-    /// Set while a document is read.
+    /// Null except while a document is read.
     XmlReader *_reader = nullptr;
     std::shared_ptr<OlvNewsCacheItem> _currentItem;
     const std::shared_ptr<OlvNewsItemList> _feedItems;

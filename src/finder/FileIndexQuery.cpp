@@ -116,8 +116,8 @@ void FileIndexQuery::askService(qsizetype number) {
         _bus.asyncCall(message, static_cast<int>(queryTimeout.count())), this);
     connect(call, &QDBusPendingCallWatcher::finished, this,
             [this, number, question = ++_queryGeneration](QDBusPendingCallWatcher *done) {
-                // The call holds our copy of the pipe's write end. End of file comes only after
-                // that is closed.
+                // Deleting the call closes our copy of the pipe's write end. While that is open,
+                // the read end does not report end of file.
                 done->deleteLater();
                 // Drop stale replies: a later query may be running by now.
                 if (question == _queryGeneration)

@@ -18,11 +18,12 @@ class QSocketNotifier;
 
 namespace pelorinnews {
 
-/// Queries the desktop's file index on the session bus for entries whose names match. Repeats the
-/// query whenever the index reports changed files, starts or stops. Never starts an index.
+/// Queries the desktop's file index (LocalSearch, formerly Tracker) on the session bus for files
+/// and folders whose names match a pattern. Repeats the query whenever the index reports changed
+/// files, starts or stops. Never makes the bus start the index.
 ///
-/// Talks to the index over D-Bus, in the protocol of the index's own client library, so nothing has
-/// to be installed or loaded. Results may be stale: the caller checks them.
+/// Speaks the D-Bus protocol of the index's client library itself, so that library need not be
+/// installed or loaded. Results may be stale: the caller checks them.
 ///
 /// Belongs to one thread with an event loop, but not to the main thread: it may block on the bus.
 class FileIndexQuery : public QObject {

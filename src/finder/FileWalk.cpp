@@ -67,8 +67,8 @@ FileDescriptor FileWalk::openFolder(const QByteArray &relative) const {
         return FileDescriptor(static_cast<int>(opened));
     if (errno != ENOSYS && errno != EPERM)
         return {};
-    // Fallback for an old kernel, or a sandbox, without openat2: it notices another device, but not
-    // another mount of the same device.
+    // Fallback for an old kernel, or a sandbox, without openat2: detects a folder on another
+    // device, but not another mount of the same device.
     FileDescriptor folder(::openat(_topFolder.get(), path, folderFlags));
     struct stat status {};
     const bool stays =

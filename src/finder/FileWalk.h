@@ -32,8 +32,8 @@ public:
     explicit FileWalk(EntryPattern wanted);
 
     /// Walks `folder` (absolute; the folder itself is not matched) until it is done, reaches its
-    /// bounds, or `stop` becomes true. Notices `stop` within some hundred entries. True if it is
-    /// done, or if `folder` cannot be opened.
+    /// bounds, or `stop` becomes true. Notices `stop` within some hundred entries. True if the walk
+    /// is complete, or if `folder` cannot be opened.
     bool run(const QByteArray &folder, const std::atomic<bool> &stop, const Bounds &bounds);
     bool run(const QByteArray &folder, const std::atomic<bool> &stop) {
         return run(folder, stop, Bounds());
@@ -52,10 +52,10 @@ private:
     void readEntries(int folder, const QByteArray &prefix, qsizetype byteCount);
 
     EntryPattern _pattern;
-    QByteArray _top;                  // of the current run, with a slash at its end
+    QByteArray _top;                  // root folder of the current run, with a slash at its end
     FileDescriptor _topFolder;        // of the current run
     quint64 _topDevice = 0;           // of the current run
-    std::vector<QByteArray> _unread;  // relative to `_top`
+    std::vector<QByteArray> _unread;  // folders still to read, relative to `_top`
     std::vector<char> _buffer;
     std::vector<QByteArray> _found;
     quint64 _entries = 0;

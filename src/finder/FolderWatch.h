@@ -34,7 +34,8 @@ public:
 
     FolderWatch();
 
-    /// Becomes readable when changes are pending. Negative if the system provides no inotify.
+    /// A descriptor that becomes readable when changes are pending. Negative if the system provides
+    /// no inotify.
     [[nodiscard]] int descriptor() const { return _kernelQueue.get(); }
 
     /// Watches `folder` (absolute), or widens its interest. False if it is already watched with

@@ -14,13 +14,14 @@ namespace pelorinnews {
 /// entries that appear and disappear, until it is stopped or destroyed.
 ///
 /// Queries the desktop's file index, if one replies, and follows its change signals. Also walks the
-/// whole scope once in the background, including what the index covers, and later whatever is
-/// mounted or appears. Watches the folders where applications are kept and those around matches.
-/// `MetadataQueryCenter` reports results on the main thread. No call blocks on the search. Set up
-/// and start on the main thread; all other calls are thread-safe.
+/// whole scope once in the background, including what the index covers, and later each file system
+/// that is mounted and each folder that appears in a watched one. Watches the folders where
+/// applications are kept and the folders above each match. `MetadataQueryCenter` reports results on
+/// the main thread. No call blocks on the search. Set up and start on the main thread; all other
+/// calls are thread-safe.
 class MetadataQuery {
 public:
-    /// The walk of a remote home folder stops at these bounds.
+    /// The default bounds for the walk of a remote home folder.
     static constexpr FileWalk::Bounds defaultRemoteBounds = {500'000, std::chrono::minutes(5)};
 
     MetadataQuery();
@@ -34,7 +35,8 @@ public:
     void setPredicate(const EntryPattern &predicate);
 
     /// Bounds for the walk of each folder on a remote file system. If a walk stops at its bounds,
-    /// gathering ends only once two matches are found: fewer prove nothing.
+    /// gathering ends only once two matches are found: with fewer, the unread folders could change
+    /// the result.
     void setRemoteBounds(const FileWalk::Bounds &bounds);
 
     /// Clears the results and starts to gather. False if the query is already running (then a

@@ -9,8 +9,8 @@ class MetadataQuery;
 /// Emits the signals of all metadata queries of the process. Lives on the main thread, emits only
 /// there, and is never destroyed.
 ///
-/// The query pointers in its signals are for comparison only: another owner's query may be
-/// dangling.
+/// Compare the query pointers in its signals, but never dereference them: the pointer to another
+/// owner's query may be dangling.
 class MetadataQueryCenter : public QObject {
     Q_OBJECT
 

@@ -35,7 +35,7 @@ std::vector<QByteArray> entriesOf(const QByteArray &folder) {
 }  // namespace
 
 void MetadataQueryWorker::run(BackgroundTask &task, const Search &search, Tell tell) {
-    QEventLoop loop;  // before everything that needs the thread's event dispatcher
+    QEventLoop loop;  // first: creates the event dispatcher that the objects below need
     QSocketNotifier stopped(task.stopDescriptor(), QSocketNotifier::Read);
     connect(&stopped, &QSocketNotifier::activated, &loop, &QEventLoop::quit);
     MetadataQueryWorker worker(search, std::move(tell));
@@ -137,7 +137,7 @@ void MetadataQueryWorker::walkEnded(const std::vector<QByteArray> &roots,
         walk(std::move(next));
     }
     settle();
-    // From here on the search only waits, mostly for days.
+    // From here on the search only waits for changes, often for days.
     releaseLibraryPages({});
 }
 
@@ -162,7 +162,7 @@ void MetadataQueryWorker::mountsChanged() {
         if (!isKnown || (mount && !before.holds(*mount)))
             changed.push_back(root);
     }
-    // An unmounted file system uncovers its mount point: walk that again.
+    // Unmounting a file system uncovers the folder that was its mount point: walk that folder.
     for (const MountTable::Mount &mount : before.mounts()) {
         if (!_scope.mountTable().holds(mount) &&
             _scope.contains(joined(mount.mountPoint, {}), _pattern))
@@ -203,7 +203,7 @@ void MetadataQueryWorker::foldersChanged() {
 void MetadataQueryWorker::folderAppeared(const QByteArray &path, int level) {
     if (!_scope.contains(joined(path, {}), _pattern))
         return;
-    // Watch before walking: nothing that is added during the walk is missed.
+    // Watch before walking, so that nothing that is added during the walk is missed.
     if (level < deepestLevel)
         watchFolder(path, level + 1, deepestLevel - level - 1);
     walk({path});
@@ -226,7 +226,7 @@ void MetadataQueryWorker::watchApplicationFolders() {
 }
 
 void MetadataQueryWorker::watchAroundMatches() {
-    // Watching a folder may reveal another match.
+    // Repeat until nothing is added: watching a folder may reveal another match.
     for (bool isComplete = false; !isComplete;) {
         isComplete = true;
         const std::set<QByteArray> matches = _found;
@@ -248,7 +248,7 @@ bool MetadataQueryWorker::watchFolder(const QByteArray &folder, int level, int d
                                   : FolderWatch::Interest::entries))
         return false;
     _levels[folder] = level;
-    // Entries that appeared before the watch was set.
+    // No event reports the entries that appeared before the watch was set.
     for (const QByteArray &path : entriesOf(folder)) {
         if (_scope.located(path, _pattern))
             consider(path);
@@ -276,8 +276,9 @@ void MetadataQueryWorker::settle() {
     if (!_hasWalked || !_hasAskedIndex)
         return;
     watchAroundMatches();
-    // Unread folders may hold more matches, so fewer than two prove nothing. If a home folder is
-    // too big to read completely, a reported "several" therefore stays when a match disappears.
+    // Unread folders may hold more matches, so report only two or more while there are any. If a
+    // home folder is too big to read completely, a report of two matches therefore stays when one
+    // of them disappears.
     if (!_unfinished.empty() && _found.size() < 2)
         return;
     if (_hasGathered && !_hasChanged)

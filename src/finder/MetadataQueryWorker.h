@@ -26,9 +26,9 @@ namespace pelorinnews {
 /// Runs the search of a metadata query on its own thread: combines the index's replies, the walk of
 /// the disks and the events of the watched folders.
 ///
-/// The walk reads every folder, including those that the index covers: which folders the index
-/// leaves out there (hidden ones, ones under version control, ...) shows only in the folders
-/// themselves. Afterwards the index keeps its part up to date.
+/// The walk reads every folder, including those that the index covers: the index leaves out some
+/// folders there (hidden ones, ones under version control, ...), and only reading the folders shows
+/// which. After the walk, the index reports changes in the folders that it covers.
 class MetadataQueryWorker : public QObject {
     Q_OBJECT
 
@@ -38,13 +38,13 @@ public:
         QStringList scopes;
         QByteArray home;
         std::vector<QByteArray> applicationFolders;
-        FileWalk::Bounds remoteBounds;  // of each root on a remote file system
+        FileWalk::Bounds remoteBounds;  // for each root on a remote file system
     };
 
     enum class News { Gathered, Updated };
     using Tell = std::function<void(const QStringList &paths, News news)>;
 
-    /// How far below a watched folder new folders are watched too.
+    /// How many levels below a watched folder new folders are watched, too.
     static constexpr int deepestLevel = 3;
 
     /// Searches until `task` is stopped.
@@ -54,7 +54,7 @@ private:
     struct WalkResult {
         FileDescriptor arrived;
         GuardedSlot<std::vector<QByteArray>> matches;
-        GuardedSlot<std::vector<QByteArray>> unfinished;  // roots that reached their bounds
+        GuardedSlot<std::vector<QByteArray>> unfinished;  // roots whose walk was cut short
     };
 
     MetadataQueryWorker(const Search &search, Tell listener);
@@ -91,7 +91,7 @@ private:
     bool _hasGathered = false;
 
     FolderWatch _watch;
-    std::map<QByteArray, int> _levels;  // of the folders whose entries are watched
+    std::map<QByteArray, int> _levels;  // by folder whose entries are watched; see `deepestLevel`
     FileDescriptor _mountInfo;
     FileIndexQuery _index;
     std::shared_ptr<BackgroundTask> _walkTask;

@@ -13,7 +13,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// The kernel writes space, tab, line end and backslash as a backslash and three octal digits.
+/// Undoes the kernel's escapes: it writes space, tab, line feed and backslash as a backslash and
+/// three octal digits.
 QByteArray unescaped(const QByteArray &field) {
     QByteArray text;
     text.reserve(field.size());
@@ -36,11 +37,11 @@ bool isInKernelsFolders(const QByteArray &path) {
     });
 }
 
-/// File systems on a block device have a major number other than 0. Those of the network and of the
-/// kernel have 0, and so do a few that keep files on this computer.
+/// File systems on a block device have a major number other than 0. Network and kernel file systems
+/// have 0, and so do a few types that store files on this computer.
 bool keepsLocalFiles(const MountTable::Mount &mount) {
     if (mount.type == "overlay")
-        return mount.mountPoint == "/";  // elsewhere it is a container's view of files kept here
+        return mount.mountPoint == "/";  // any other overlay is a container's view of its layers
     if (mount.type == "tmpfs" || mount.type == "ramfs")
         return !isInKernelsFolders(mount.mountPoint);
     if (mount.type == "btrfs" || mount.type == "zfs" || mount.type == "bcachefs" ||
@@ -74,8 +75,9 @@ std::vector<QByteArray> layersOf(const QByteArray &type, const QByteArray &sourc
     return layers;
 }
 
-/// The type of "/", spelled as in the kernel's table, if it keeps files here without a block
-/// device; else "unknown". Empty if the system does not report it.
+/// The file system type of "/", spelled as in the mount table, if it is one that stores files on
+/// this computer without a block device; "unknown" for any other type. Empty if the system does not
+/// report the type.
 QByteArray typeOfRoot() {
     struct statfs status {};
     if (::statfs("/", &status) != 0)

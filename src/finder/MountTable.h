@@ -6,7 +6,8 @@
 
 namespace pelorinnews {
 
-/// The mount table, and which mounts hold this computer's own files. A value, read once.
+/// A snapshot of the mount table that also tells which mounts hold this computer's own files. A
+/// plain value.
 class MountTable {
 public:
     struct Mount {
@@ -16,21 +17,21 @@ public:
         /// "major:minor"; the same for every mount of one file system.
         QByteArray device;
         QByteArray type;
-        /// The folders that this mount shows in another form, from its source and options: an
-        /// overlay's layers, the folder behind a mirror or an encrypted file system. Not all file
-        /// systems report them.
+        /// The folders whose content this mount shows in another form: an overlay's layers, the
+        /// source folder of a mirror or of an encrypted file system. Taken from the mount's source
+        /// and options; not all file systems state them there.
         std::vector<QByteArray> layers;
         int id = 0;
-        /// To be searched: holds files that are kept on this computer and that no other local mount
-        /// reaches.
+        /// Whether the mount holds files that are stored on this computer and that no other local
+        /// mount shows. Such mounts are searched.
         bool local = false;
-        /// Holds files that are kept by another computer or another file system and that no local
-        /// mount reaches.
+        /// Whether the mount holds files that another computer or another file system stores and
+        /// that no local mount shows.
         bool remote = false;
     };
 
-    /// The kernel's table for this process; without `/proc`, only "/". In a `chroot` whose root is
-    /// no mount point the kernel lists no mount for it; then "/" is added.
+    /// The kernel's table for this process; without `/proc`, only "/". If the root of a `chroot` is
+    /// no mount point, the kernel lists no mount for it; "/" is then added.
     static MountTable current();
 
     /// Parses the text of a `mountinfo` file. Skips incomplete lines.

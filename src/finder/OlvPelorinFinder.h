@@ -16,7 +16,7 @@ namespace pelorinnews {
 
 /// How many copies of the host application this computer holds, as far as is known.
 enum OlvFinderResult : std::int32_t {
-    OlvFinderResultPending = 1,  ///< the search has not answered yet
+    OlvFinderResultPending = 1,  ///< the search has no result yet
     OlvFinderResultNone = 2,
     OlvFinderResultOne = 3,
     OlvFinderResultMany = 4  ///< two or more
@@ -34,7 +34,8 @@ enum OlvFinderResult : std::int32_t {
 class OlvPelorinFinder : public std::enable_shared_from_this<OlvPelorinFinder> {
 public:
     /// Makes a finder for the running application and posts the start of its search to the main
-    /// thread's queue. Until that has run, the queue also holds a reference to the finder.
+    /// thread's queue. Until the search has started, the queue also holds a reference to the
+    /// finder.
     [[nodiscard]] static std::shared_ptr<OlvPelorinFinder> init();
 
     /// The same for entries that match `copies` in `searchScopes`. `remoteBounds` limits the walk
@@ -58,7 +59,7 @@ public:
     void queryGatheringFinished();
     void queryUpdated();
 
-    /// The paths of the copies found, in the search's order; absent if there are none.
+    /// The paths of the copies found, sorted by their bytes; absent if there are none.
     [[nodiscard]] std::optional<QStringList> instances() const;
 
 private:

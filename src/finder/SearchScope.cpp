@@ -85,7 +85,7 @@ std::vector<QByteArray> SearchScope::roots(const EntryPattern &pattern) const {
         if (mount.local && isExtra && contains(FilePaths::joined(point, {}), pattern))
             found.push_back(point);
     }
-    // Last: it may take long.
+    // The remote home folder comes last: its walk may take long.
     const MountTable::Mount *homesMount = _home.isEmpty() ? nullptr : _mounts.mountOf(_home);
     if (homesMount && homesMount->remote && contains(FilePaths::joined(_home, {}), pattern))
         found.push_back(_home);

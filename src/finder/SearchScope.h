@@ -16,11 +16,11 @@ namespace pelorinnews {
 ///
 /// Covers the file system of the home folder and of each given folder, whatever its kind, and every
 /// local file system mounted below. If a mount shows folders of this computer in another form
-/// (`MountTable::Mount::layers`), their content counts only where the mount shows it. A plain
+/// (`MountTable::Mount::layers`), their content is searched only where the mount shows it. A plain
 /// value. Its calls read the disk: do not make them on the main thread.
 class SearchScope {
 public:
-    /// In a list of scopes: every local file system and the home folder.
+    /// A special entry for a list of scopes: every local file system and the home folder.
     static QString localComputer();
 
     SearchScope() = default;
@@ -42,8 +42,8 @@ public:
     /// inside an entry that matches.
     [[nodiscard]] bool contains(const QByteArray &path, const EntryPattern &pattern) const;
 
-    /// The path under which the walk finds the entry at `path`. Absent if there is no such entry,
-    /// it does not match, or it is outside the scope.
+    /// The path under which a walk of the scope finds the entry at `path`. Absent if there is no
+    /// such entry, it does not match, or it is outside the scope.
     [[nodiscard]] std::optional<QByteArray> located(const QByteArray &path,
                                                     const EntryPattern &pattern) const;
 
@@ -52,9 +52,9 @@ private:
 
     std::vector<QByteArray> _folders;
     bool _isLocalComputer = false;
-    QByteArray _home;  // no symbolic links; empty if none is to be searched
+    QByteArray _home;  // no symbolic links; empty if it is not to be searched
     MountTable _mounts;
-    std::vector<QByteArray> _shownElsewhere;  // folders whose content counts where a mount shows it
+    std::vector<QByteArray> _shownElsewhere;  // folders searched only where a mount shows them
 };
 
 }  // namespace pelorinnews

@@ -25,8 +25,8 @@ enum LogLevel : std::int32_t {
     LogLevelDebug = 4,
 };
 
-/// What `%@` prints for an argument. Anything absent (a null text, an invalid date or address, an
-/// empty optional, a null pointer) prints "(null)"; an empty text prints nothing.
+/// The text that `%@` prints for an argument. Anything absent (a null text, an invalid date or
+/// address, an empty optional, a null pointer) prints "(null)"; an empty text prints nothing.
 [[nodiscard]] QString logDescription(std::nullptr_t);
 [[nodiscard]] QString logDescription(const QString &text);
 [[nodiscard]] QString logDescription(const QUrl &address);
@@ -67,9 +67,9 @@ void deliverLogMessage(OlvLogger &logger, std::int32_t level, const QString &tex
 ///
 ///     logMessage(_logger.get(), LogLevelError, LogVocabulary::refreshContentFailed, error);
 ///
-/// Without a logger it is a no-op: the format is not expanded and no description is computed. Runs
-/// on the caller's thread. The caller passes its own reference (`GuardedSlot::get` returns a copy),
-/// so another thread may replace the logger meanwhile.
+/// Without a logger this is a no-op: the format is not expanded and no description is computed.
+/// Runs on the caller's thread. The caller passes its own reference (`GuardedSlot::get` returns a
+/// copy), so another thread may replace the logger meanwhile.
 template <class... Arguments>
 void logMessage(const std::shared_ptr<OlvLogger> &logger, std::int32_t level, QStringView format,
                 const Arguments &...arguments) {

@@ -43,7 +43,8 @@ private:
     const Coding _coding;
     const qint64 _longest;
     std::unique_ptr<Inflater> _inflater;
-    /// Held back until there are two bytes, which show how a deflated body is wrapped.
+    /// The first byte, held back until the second arrives: both show whether a deflate body has a
+    /// zlib wrapper.
     QByteArray _start;
     bool _streamEnded = false;
 };

@@ -7,13 +7,13 @@
 /// system services: do not use on the main thread.
 namespace pelorinnews::HostNetwork {
 
-/// The certificate authorities of the process's default TLS configuration, PEM; empty if it leaves
-/// them to the system.
+/// The certificate authorities of the process's default QSslConfiguration, as PEM; empty if it
+/// names none, so that the system's apply.
 [[nodiscard]] QByteArray trustedAuthorities();
 
-/// The proxy for `url` as an address ("http://…", "socks5h://…", with user and password if there
-/// are any), from the application's own setting, the system's, or the environment. Empty if there
-/// is none.
+/// The proxy for `url` as a URL ("http://…", "socks5h://…", with user and password if there are
+/// any), from the application's own setting, the system's, or the environment. Empty if there is
+/// none.
 [[nodiscard]] QByteArray proxyFor(const QUrl &url);
 
 }  // namespace pelorinnews::HostNetwork

@@ -12,7 +12,7 @@ NetworkOutcome readLocalFile(QUrl url, qint64 longest) {
     if (!url.host().isEmpty() || path.contains(QChar(0)))
         return {std::nullopt, std::nullopt,
                 transportError(TransportError::BadAddress,
-                               QStringLiteral("Not a file of this computer: ") + url.toString())};
+                               QStringLiteral("Not a file on this computer: ") + url.toString())};
     Error error;
     std::optional<QByteArray> body = RegularFile::contents(path, longest, &error);
     if (!body)

@@ -14,12 +14,12 @@ namespace pelorinnews {
 
 namespace {
 
-/// How long after the last transfer its result has usually been processed.
+/// Time after the last transfer by which its result has usually been processed.
 constexpr std::chrono::seconds rest{1};
 
 /// Releases the memory of the libraries that a transfer, and parsing the feed afterwards, page in.
-/// It is several times what the rest of this module takes, and unused for hours until the next
-/// transfer.
+/// That memory is several times what the rest of this module takes, and is unused for hours until
+/// the next transfer.
 void releaseTransferLibraries() {
     releaseLibraryPages({"libcurl",
                          "libQt6Network",
@@ -123,15 +123,15 @@ void NetworkThread::run() {
     static_cast<void>(HostNetwork::trustedAuthorities());
     if (_beforeUse)
         _beforeUse();
-    // Thread-safe since libcurl 7.84, and reference-counted: does not disturb a host that uses
-    // libcurl, too.
+    // `curl_global_init` is thread-safe since libcurl 7.84, and reference-counted: it does not
+    // disturb a host that uses libcurl, too.
     if (_curl && _curl->globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK)
         _curl = nullptr;
     while (waitForRequests())
         transfer();
     cancelAll(nullptr);
-    // Joining already synchronizes this thread with what comes after. A lock of our own makes that
-    // visible to race detectors.
+    // Joining already synchronizes this thread with the one that joins it. A lock of our own makes
+    // that visible to race detectors.
     const std::lock_guard lock(_mutex);
 }
 

@@ -18,8 +18,8 @@ namespace pelorinnews {
 /// transfer ends, it closes all connections, releases memory a second later, and sleeps.
 class NetworkThread final : public QThread {
 public:
-    /// `beforeLibrariesAreUsed` is called on the thread that starts this one, and again on this one
-    /// once the libraries that it uses are loaded.
+    /// `beforeLibrariesAreUsed` is called twice: on the thread that adds the first request, and on
+    /// this thread once the libraries that it uses are loaded.
     NetworkThread(qint64 longestBody, std::function<void()> beforeLibrariesAreUsed);
     ~NetworkThread() override;
 
@@ -56,7 +56,7 @@ private:
     std::vector<NetworkRequest> _waiting;
     bool _started = false;
     bool _stopping = false;
-    /// The handle to wake while there are transfers; null otherwise.
+    /// The multi handle to wake while there are transfers; null otherwise.
     CURLM *_active = nullptr;
     std::condition_variable _changed;
 
@@ -64,9 +64,9 @@ private:
     const CurlLibrary *_curl = nullptr;
     NetworkTransfer::Settings _settings;
     std::list<NetworkTransfer> _transfers;
-    /// Transfers that have ended. They are destroyed after the multi handle: libcurl may close
-    /// their connections as late as that (newer versions do) and then calls back into the
-    /// transfers.
+    /// Transfers that have ended. They are destroyed after the multi handle: newer versions of
+    /// libcurl close the connections only when the multi handle is cleaned up, and then call back
+    /// into the transfers.
     std::list<NetworkTransfer> _ended;
 };
 

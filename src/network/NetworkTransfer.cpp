@@ -49,7 +49,7 @@ TransportError meaning(CURLcode result) {
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
             return TransportError::Incomplete;
-        // The scheme is a supported one, so the reply is HTTP/0.9.
+        // Not the URL's scheme, which has been checked: the reply is HTTP/0.9.
         case CURLE_UNSUPPORTED_PROTOCOL:
         case CURLE_WEIRD_SERVER_REPLY:
         case CURLE_BAD_CONTENT_ENCODING:
@@ -59,7 +59,7 @@ TransportError meaning(CURLcode result) {
     }
 }
 
-/// Opens a socket that programs started by the host do not inherit.
+/// Opens a close-on-exec socket, so that programs started by the host do not inherit it.
 curl_socket_t openSocket(void *sockets, curlsocktype, curl_sockaddr *address) {
     const int made = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
     if (made >= 0)
@@ -72,8 +72,8 @@ int closeSocket(void *sockets, curl_socket_t closing) {
     return ::close(closing);
 }
 
-/// libcurl 7.88 takes a TLS connection that ends without close_notify for one that ended in order.
-/// This records in the transfer that close_notify has arrived.
+/// Records in the transfer that close_notify has arrived: libcurl 7.88 treats a TLS connection that
+/// ends without it like one that was properly closed.
 void noteAlert(const SSL *connection, int event, int alert) {
     const CurlLibrary *curl = CurlLibrary::instance();
     constexpr int descriptionMask = 0xff;
@@ -81,7 +81,7 @@ void noteAlert(const SSL *connection, int event, int alert) {
         *static_cast<bool *>(curl->contextGetData(curl->sslContext(connection), 0)) = true;
 }
 
-/// Called for each TLS connection.
+/// libcurl calls this for each TLS connection.
 CURLcode watchAlerts(CURL *, void *context, void *closeNotified) {
     *static_cast<bool *>(closeNotified) = false;
     const CurlLibrary *curl = CurlLibrary::instance();
@@ -103,9 +103,8 @@ NetworkTransfer::NetworkTransfer(const CurlLibrary &library, NetworkRequest send
       _headers(_curl.slistAppend(nullptr, ContentDecoder::acceptEncoding), _curl.slistFreeAll),
       _easy(_curl.easyInit(), _curl.easyCleanup) {
     if (!isHttp(_address))
-        fail(TransportError::BadAddress,
-             QStringLiteral("Not an address of HTTP, HTTPS or a file: ") +
-                 _address.toString(QUrl::RemoveUserInfo));
+        fail(TransportError::BadAddress, QStringLiteral("Not an HTTP, HTTPS or file URL: ") +
+                                             _address.toString(QUrl::RemoveUserInfo));
     else if (_easy)
         prepare();
 }
@@ -198,7 +197,8 @@ std::size_t NetworkTransfer::bodyCame(char *bytes, std::size_t one, std::size_t 
 bool NetworkTransfer::takeHeader(const QByteArray &line) {
     _lastProgress = Clock::now();
     return _head.addLine(line) ||
-           fail(TransportError::TooLong, QStringLiteral("The head of the answer has no end"));
+           fail(TransportError::TooLong,
+                QStringLiteral("The header fields of the reply are too long"));
 }
 
 bool NetworkTransfer::takeBody(const char *bytes, std::size_t size) {
@@ -230,7 +230,7 @@ bool NetworkTransfer::startBody() {
         return fail(TransportError::Malformed,
                     QStringLiteral("The body is encoded as ") +
                         QString::fromLatin1(_head.contentEncoding().left(40)) +
-                        QStringLiteral(", unasked"));
+                        QStringLiteral(", which was not requested"));
     const qint64 length = _head.contentLength().value_or(0);
     if (length > _settings.longestBody)
         return failTooLong();
@@ -312,7 +312,7 @@ void NetworkTransfer::checkWhole(CURLcode result) {
     }
     if (!_head.status()) {
         fail(TransportError::Incomplete,
-             QStringLiteral("The connection closed before the head's end"));
+             QStringLiteral("The connection closed before the end of the header fields"));
         return;
     }
     const QByteArray problem = _head.problem();
@@ -321,7 +321,7 @@ void NetworkTransfer::checkWhole(CURLcode result) {
         return;
     }
     const int status = *_head.status();
-    // These have no body, whatever their head says.
+    // Responses with these statuses have no body, whatever their header fields say.
     if (status == 204 || status == 304)
         return;
     if (!_decoder && !startBody())
@@ -329,7 +329,7 @@ void NetworkTransfer::checkWhole(CURLcode result) {
     const bool isTls = _address.scheme() == QLatin1String("https");
     if (isTls && _head.bodyEndsWithConnection() && !_closeNotified)
         fail(TransportError::Incomplete,
-             QStringLiteral("The connection was cut, and only its end tells the body's"));
+             QStringLiteral("TLS connection cut without close_notify; the body may be truncated"));
     else if (!_decoder->isComplete())
         fail(TransportError::Incomplete, QStringLiteral("The compressed body ends early"));
 }

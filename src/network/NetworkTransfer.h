@@ -29,14 +29,15 @@ public:
         QByteArray trustedAuthorities;
     };
 
-    /// The transfer is ready to be added to a multi handle, and must then outlive that handle.
-    /// `settings` must outlive the transfer.
+    /// Makes a transfer that is ready to be added to a multi handle, and must then outlive that
+    /// handle. `settings` must outlive the transfer.
     NetworkTransfer(const CurlLibrary &library, NetworkRequest sending, const Settings &settings);
     ~NetworkTransfer();
     NetworkTransfer(const NetworkTransfer &) = delete;
     NetworkTransfer &operator=(const NetworkTransfer &) = delete;
 
-    /// Whether it failed before it began. `finishOrFollowRedirect` must then be called at once.
+    /// Whether the transfer failed before it began. `finishOrFollowRedirect` must then be called at
+    /// once.
     [[nodiscard]] bool hasFailed() const { return _error || !_easy; }
 
     [[nodiscard]] CURL *handle() const { return _easy.get(); }
@@ -48,8 +49,9 @@ public:
     /// a header line. False if the deadline has passed nevertheless.
     [[nodiscard]] bool postponesDeadline();
 
-    /// To be called when libcurl has ended the transfer. True if it follows a redirect: the handle
-    /// must be added again. False if the request has been completed.
+    /// To be called when libcurl has ended the transfer. True if the transfer now follows a
+    /// redirect: its handle must be added to the multi handle again. False if the request has been
+    /// completed.
     [[nodiscard]] bool finishOrFollowRedirect(CURLcode result);
 
     /// Completes the request with an error. The handle must have been removed from its multi
@@ -88,7 +90,7 @@ private:
     /// one.
     std::vector<curl_socket_t> _sockets;
     ResponseHead _head;
-    /// Whether the peer has closed the TLS connection in order (close_notify).
+    /// Whether the peer has sent close_notify, which properly ends a TLS connection.
     bool _closeNotified = false;
     std::unique_ptr<ContentDecoder> _decoder;
     QByteArray _body{""};

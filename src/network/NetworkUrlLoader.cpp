@@ -35,8 +35,9 @@ public:
     }
 
 private:
-    /// If the process exits without destroying its application object, libraries clean up after
-    /// themselves. Transfers must end before that: exit handlers run last in, first out.
+    /// If the process exits without destroying its application object, the libraries' exit handlers
+    /// still run. Transfers must end before that, so this handler is registered after them: exit
+    /// handlers run last in, first out.
     static void endBeforeLibraries() {
         std::atexit([] { instance().end(); });
     }

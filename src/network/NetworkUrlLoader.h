@@ -19,9 +19,10 @@ class NetworkThread;
 ///   of the application, the system and the environment, as Qt knows them.
 /// - Nothing is kept between requests: no response cache, no cookies, no credentials. When the last
 ///   request has ended, all connections are closed, and the thread sleeps without timers.
-/// - An incomplete body is an error: shorter than its length, chunks without the last one, on TLS a
-///   connection that ends without close_notify, compressed data that is cut or followed by
-///   something else. So is a reply that breaks the protocol, or whose length is ambiguous.
+/// - An incomplete body is an error: it is shorter than its Content-Length, lacks its last chunk,
+///   extends to the end of a TLS connection that ends without close_notify, or its compressed data
+///   is truncated or followed by something else. A reply that breaks the protocol, or whose length
+///   is ambiguous, is an error, too.
 /// - Errors are those of TransportError, and for a `file:` address also those of FileError.
 /// - A body longer than the limit, compressed or not, is an error, so that no service can exhaust
 ///   the host's memory.

@@ -6,7 +6,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// Bytes, for all heads and trailers of one reply together.
+/// Bytes, for all header fields and trailers of one reply together.
 constexpr qint64 longestHead = qint64(256) * 1024;
 
 bool isNumber(const QByteArray &value) {
@@ -73,9 +73,9 @@ QByteArray ResponseHead::problem() const {
         bool fits = false;
         length.toLongLong(&fits);
         if (!isNumber(length) || !fits)
-            return "Content-Length is no length: " + length.left(40);
+            return "Content-Length is not a number of bytes: " + length.left(40);
         if (length != _contentLengths.front())
-            return "Content-Length comes with different values";
+            return "Content-Length is given with different values";
     }
     // Where chunks delimit the body, a length does not count.
     const QByteArray coding = joined(_transferEncodings);

@@ -7,32 +7,34 @@
 
 namespace pelorinnews {
 
-/// The head of an HTTP reply, line by line, as far as it determines the treatment of the body. The
-/// next head replaces the heads of interim replies and of a proxy; trailers are ignored.
+/// Parses the status line and the header fields ("head") of an HTTP reply, line by line, as far as
+/// they determine how to treat the body. The head of the final reply replaces the heads of interim
+/// (1xx) replies and of a proxy; trailers are ignored.
 ///
-/// Stricter than the HTTP client that reads the same lines. Two lengths that differ, a sign before
-/// a length, or a transfer coding besides "chunked" are a `problem`: whether such a reply is
-/// complete cannot be determined.
+/// Stricter than libcurl, which reads the same lines. Two lengths that differ, a sign before a
+/// length, or a transfer coding besides "chunked" are a `problem`: whether such a reply is complete
+/// cannot be determined.
 class ResponseHead {
 public:
-    /// Takes the next line, with or without its line end. False once heads and trailers are longer
-    /// than any legitimate ones.
+    /// Takes the next line, with or without its line end. False once all heads and trailers of the
+    /// reply are together longer than 256 KB.
     [[nodiscard]] bool addLine(const QByteArray &line);
 
-    /// The status code of the last complete head; absent before there is one.
+    /// The status code; absent until the current head is complete.
     [[nodiscard]] std::optional<int> status() const;
 
-    /// Whether the reply is a redirect: its status is one, and it has a Location.
+    /// Whether the reply is a redirect: its status is that of a redirect, and it has a Location
+    /// field.
     [[nodiscard]] bool isRedirect() const;
 
-    /// Why this head must not be trusted, as text for a log; empty if it may be.
+    /// Why the head must not be trusted, as a text for logs; empty if there is no problem.
     [[nodiscard]] QByteArray problem() const;
 
-    /// The body's length in bytes; absent if the head does not determine it.
+    /// The body's length in bytes; absent if the header fields do not determine it.
     [[nodiscard]] std::optional<qint64> contentLength() const;
     /// Whether only the end of the connection marks the end of the body.
     [[nodiscard]] bool bodyEndsWithConnection() const;
-    /// Empty if there is none; several are joined with commas.
+    /// The Content-Encoding field; empty if there is none, and several are joined with commas.
     [[nodiscard]] QByteArray contentEncoding() const { return joined(_contentEncodings); }
     [[nodiscard]] QByteArray location() const { return _locations.value(0); }
 

@@ -16,7 +16,7 @@ enum class TransportError {
     BadRedirect = 6,  ///< Too many redirects, or one to a forbidden address.
     Incomplete = 7,   ///< The connection ended before the reply was complete.
     Malformed = 8,    ///< The reply breaks the protocol or the coding of its body.
-    TooLong = 9,      ///< The body, or its head, is longer than any feed's.
+    TooLong = 9,      ///< The body or the header fields exceed their limit.
     Other = 10        ///< None of these; the description says what.
 };
 

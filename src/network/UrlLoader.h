@@ -12,7 +12,7 @@
 
 namespace pelorinnews {
 
-/// What came back for a request. `statusCode` is absent where the scheme has none (`file:`).
+/// The response to a request. `statusCode` is absent if the scheme has none (`file:`).
 struct UrlResponse {
     std::optional<int> statusCode;
 };
@@ -29,7 +29,7 @@ using UrlCompletion =
     std::function<void(std::optional<UrlResponse> response, std::optional<QByteArray> data,
                        std::optional<Error> connectionError)>;
 
-/// Fetches addresses. Abstract so that a test can put another transport in its place.
+/// Fetches URLs. Abstract, so that a test can replace the transport.
 class UrlLoader {
 public:
     virtual ~UrlLoader() = default;

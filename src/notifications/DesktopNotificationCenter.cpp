@@ -84,7 +84,7 @@ DesktopNotificationCenter::defaultUserNotificationCenter() {
     static std::shared_ptr<DesktopNotificationCenter> center;
     if (!center) {
         center = std::make_shared<DesktopNotificationCenter>(hostAsSender());
-        // Shut down before the objects are destroyed that the thread's event loop needs.
+        // Shut down before Qt destroys the objects that the thread's event loop needs.
         ApplicationEnd::add(ApplicationEnd::Phase::Notifications,
                             [] { std::exchange(center, nullptr)->shutDown(); });
     }
@@ -144,7 +144,8 @@ void DesktopNotificationCenter::readRegistry() const {
     if (!contents)
         return;
     _shared->list->merge(*contents);
-    // The entries are assumed valid: the thread checks them with the bus and listens for clicks.
+    // The entries are assumed valid until the thread has checked them with the bus. The thread also
+    // listens for clicks on them.
     if (!contents->entries.empty())
         _shared->thread->start();
 }

@@ -8,7 +8,8 @@
 
 namespace pelorinnews {
 
-/// The notification centre over the desktop's notification server (freedesktop Notifications).
+/// The notification centre that uses the desktop's notification server
+/// (`org.freedesktop.Notifications`).
 ///
 /// Starts its own thread and bus connection when something is delivered, or when the registry holds
 /// notifications of an earlier run whose clicks must be received; costs nothing until then. Both
@@ -23,10 +24,11 @@ public:
 
     /// The centre of this process and its host, made on first use. It ends with the application
     /// object; a later application object gets a new centre. Null without an application object, or
-    /// off its thread.
+    /// on a thread other than the main thread.
     [[nodiscard]] static std::shared_ptr<DesktopNotificationCenter> defaultUserNotificationCenter();
 
-    /// The user's state folder of the host `identifier`, which holds the registry.
+    /// The folder of the host `identifier` in the user's state folder (`XDG_STATE_HOME`). It holds
+    /// the registry.
     [[nodiscard]] static QString stateFolder(const QString &identifier);
 
     void deliverNotification(const UserNotification &notification) override;
@@ -38,7 +40,7 @@ public:
     /// Ends the thread. Later deliveries and removals never reach the server.
     void shutDown();
 
-    /// Whether the thread runs.
+    /// Whether the worker thread runs.
     [[nodiscard]] bool isActive() const;
 
 private:
@@ -47,7 +49,7 @@ private:
     void readRegistry() const;
 
     const NotificationRegistry _registry;
-    /// Shared with tasks on the main thread, which may outlive this object.
+    /// Shared with tasks that are posted to the main thread and may outlive this object.
     const std::shared_ptr<Shared> _shared;
 };
 

@@ -89,8 +89,9 @@ void NotificationList::mergeLocked(const RegistryContents &contents) {
     _bus = contents.bus;
     _server = contents.server;
 
-    // Standing entries take the file's order: the order of delivery, the same for all processes. An
-    // entry that the file held and no longer holds was ended by another process.
+    // The file's entries come first, in the file's order: the order of delivery, the same for all
+    // processes. An entry that was in the file and is now missing from it was ended by another
+    // process.
     Items merged;
     for (const RegistryEntry &entry : contents.entries) {
         if (_erased.contains(entry.notification.identity))

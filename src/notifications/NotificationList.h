@@ -8,30 +8,35 @@
 
 namespace pelorinnews {
 
-/// The process's delivered notifications in memory: those that wait for the notification server,
-/// those that stand (the server accepted them and they have not ended), and those that are
-/// withdrawn but not confirmed yet. Also tracks what of that the registry file does not hold yet.
+/// The list of delivered notifications, in memory: those that wait for the notification server,
+/// those that are present on the server (it accepted them and they have not ended), and those that
+/// are withdrawn, but whose withdrawal the server has not confirmed yet. Also tracks which changes
+/// are not in the registry file yet.
 ///
 /// Until `setServer()`, entries from the registry are assumed valid, so that no caller has to wait
 /// for the bus. Thread-safe.
 class NotificationList {
 public:
-    /// At most this many wait for a server; beyond it the oldest is dropped.
+    /// At most this many notifications wait for a server; if there are more, the oldest is
+    /// dropped.
     static constexpr std::size_t maxWaiting = 16;
 
     enum class Presentation { Asked, Unasked };
 
-    /// Appends `notification` with a new identity. An `Unasked` one waits for `answer`.
+    /// Appends `notification` with a new identity. `Unasked`: the delegate has not decided yet
+    /// whether to present it, so it waits for `answer`.
     void add(const UserNotification &notification, Presentation presentation);
 
     [[nodiscard]] QList<UserNotification> delivered() const;
 
-    /// Withdraws a notification. True if it was sent or is being sent, so that the worker must act.
+    /// Withdraws a notification. True if it was sent or is being sent: the worker must then close
+    /// it on the server.
     bool remove(const QString &identity);
 
     [[nodiscard]] std::vector<UserNotification> unasked() const;
 
-    /// The delegate's answer for an unasked notification. For any other, a no-op.
+    /// Takes the delegate's decision whether to present an unasked notification; if not, drops it.
+    /// A no-op for any other notification.
     void answer(const QString &identity, bool present);
 
     [[nodiscard]] bool isEmpty() const;
@@ -39,8 +44,9 @@ public:
     /// Takes over the contents of the registry file, unless newer contents are known.
     void merge(const RegistryContents &contents);
 
-    /// Sets the bus and server that the list is about. If they change, nothing stands any more and
-    /// notifications that were being sent wait again.
+    /// Sets the bus and server to which the list applies. If either changes, forgets the
+    /// notifications that were present on the earlier server; those being sent wait again, or are
+    /// dropped if withdrawn.
     void setServer(const QString &bus, const QString &server);
 
     [[nodiscard]] bool hasWaiting() const;
@@ -48,31 +54,35 @@ public:
     /// Marks the first waiting notification as being sent and returns it.
     [[nodiscard]] std::optional<UserNotification> takeWaiting();
 
-    /// The notification being sent now stands under server id `serverId`.
+    /// The server has accepted the notification being sent, under server id `serverId`. `sender` is
+    /// the bus name of our connection.
     void setSent(const QString &identity, quint32 serverId, const QString &sender);
 
-    /// The notification being sent did not arrive. It waits again, or is dropped if withdrawn.
+    /// The notification being sent has not reached a server. It waits again, or is dropped if
+    /// withdrawn.
     void setUnsent(const QString &identity);
 
     /// The server ids of the withdrawn notifications to close. Returns each server id once.
     [[nodiscard]] std::vector<quint32> takeWithdrawn();
 
-    /// The notification that stands under `serverId`, even if it is withdrawn.
+    /// The notification with server id `serverId`, even if it is withdrawn; absent if there is
+    /// none.
     [[nodiscard]] std::optional<RegistryEntry> find(quint32 serverId) const;
 
-    /// Forgets the notification that stands under `serverId`.
+    /// Forgets the notification with server id `serverId`: it has ended.
     void end(quint32 serverId);
 
     /// Forgets the notification being sent: the server refused it.
     void drop(const QString &identity);
 
-    /// The change that the registry file lacks; absent if it lacks none.
+    /// The changes that are not in the registry file yet; absent if there are none.
     [[nodiscard]] std::optional<RegistryChange> unsavedChange() const;
 
     /// To be called once `change` is in the file, which now holds `contents`.
     void setSaved(const RegistryChange &change, const RegistryContents &contents);
 
 private:
+    /// `Unasked`: the delegate has not decided yet. `Standing`: present on the server.
     enum class State { Unasked, Waiting, Sending, Standing };
     struct Item {
         RegistryEntry entry;

@@ -8,8 +8,8 @@
 
 namespace pelorinnews {
 
-/// Tracks how many requests a worker thread has handled, so that others can wait until it is idle.
-/// Thread-safe.
+/// Tracks how many requests a worker thread has handled, so that other threads can wait until it is
+/// idle. Thread-safe.
 class NotificationProgress {
 public:
     /// Counts a new request.
@@ -23,8 +23,8 @@ public:
         return _requested;
     }
 
-    /// For the worker: it has handled the first `seen` requests. `isBusy`: replies or retries are
-    /// still pending.
+    /// Called by the worker once it has handled the first `seen` requests. `isBusy`: replies or
+    /// retries are still pending.
     void report(quint64 seen, bool isBusy) {
         {
             const std::lock_guard lock(_mutex);

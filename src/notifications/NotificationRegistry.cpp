@@ -30,7 +30,7 @@ bool hasIdentity(const RegistryEntry &entry, const QString &identity) {
     return entry.notification.identity == identity;
 }
 
-/// Returns the identities that `change` erased.
+/// Applies `change` to `contents`. Returns the identities of the entries that it erased.
 QStringList applyTo(RegistryContents &contents, const RegistryChange &change) {
     std::vector<RegistryEntry> &entries = contents.entries;
     if (contents.bus != change.bus || contents.server != change.server)
@@ -97,7 +97,8 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
     if (removed)
         removed->clear();
     const QString lockPath = _filePath + QStringLiteral(".lock");
-    // If the lock file were a pipe, checking whether its owner still runs would block.
+    // QLockFile reads an existing lock file to check whether its owner still runs. If the lock file
+    // is a pipe, that would block.
     if (!QDir().mkpath(_folderPath) || !RegularFile::isRegularOrAbsent(_filePath) ||
         !RegularFile::isRegularOrAbsent(lockPath))
         return std::nullopt;
@@ -113,10 +114,10 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
     QStringList erased = applyTo(contents, change);
 
     FileReplacement file(_filePath);
-    // What a user was notified of is private.
+    // The content of notifications is private.
     file.setPermissions(S_IRUSR | S_IWUSR);
     file.write(RegistryFormat::write(contents));
-    // Only once the new contents are written: the disk may be full.
+    // Rename the unparsable file only once the new contents are written: the disk may be full.
     if (seen && !seen->contents && !file.error())
         setAside();
     if (!file.commit())

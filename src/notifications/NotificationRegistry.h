@@ -13,25 +13,27 @@
 
 namespace pelorinnews {
 
-/// A change to the registry. Contents that belong to another bus or server are dropped first.
+/// A change to the registry. Applying it first drops all entries that belong to another bus or
+/// server.
 struct RegistryChange {
     QString bus;
     QString server;
     /// The serial of the newest contents that the changing process knows.
     quint64 serial = 0;
     QStringList erased;
-    /// Each replaces the entry with the same identity, or is appended.
+    /// Entries to store: each replaces the entry with the same identity, or is appended.
     std::vector<RegistryEntry> put;
 };
 
-/// The file that persists delivered notifications beyond the process that delivered them: no
-/// notification server can be asked whether a server id is still valid. Of a notification it keeps
-/// the texts, and of its user information a date under "originationDate" and a text under
-/// "originatorName".
+/// The file that persists delivered notifications beyond the process that delivered them, because a
+/// notification server cannot be asked which server ids are still valid. The file stores a
+/// notification's texts; of its user information, it stores only a date under "originationDate" and
+/// a text under "originatorName".
 ///
 /// Shared by all processes of the same host and user. It is changed under a lock file and replaced
-/// as a whole, so reading needs no lock. A regular file of at most 128 KB, or a symbolic link to
-/// one; anything else is neither read nor written. Thread-safe.
+/// as a whole, so reading needs no lock. It is a regular file, or a symbolic link to one; anything
+/// else in its place is neither read nor written. A file of more than 128 KB counts as one that
+/// cannot be parsed. Thread-safe.
 class NotificationRegistry {
 public:
     /// How long a change waits for another process's lock.
@@ -44,13 +46,13 @@ public:
     [[nodiscard]] std::optional<RegistryContents> read() const;
 
     /// Applies `change` and returns the new contents of the file. Absent if the file cannot be
-    /// locked or written; it is then unchanged, with one exception: a file that cannot be parsed is
-    /// renamed to its name plus ".corrupt" before the new file takes its place, and may be renamed
-    /// already. Blocks on the lock and the disk.
+    /// locked or written; the file is then unchanged, with one exception. A file that cannot be
+    /// parsed is renamed, with ".corrupt" added to its name, right before the new file takes its
+    /// place; if that last step fails, it stays renamed. Blocks on the lock and the disk.
     ///
-    /// `removed`, if given, receives those of `change.erased` that the file held until now: if
-    /// several processes erase one entry, exactly one of them is told that it did. Empty if the
-    /// change failed.
+    /// `removed`, if given, receives those of `change.erased` that were in the file until now: if
+    /// several processes erase the same entry, exactly one of them receives its identity. Empty if
+    /// the change failed.
     [[nodiscard]] std::optional<RegistryContents> apply(const RegistryChange &change,
                                                         QStringList *removed = nullptr) const;
 

@@ -17,10 +17,10 @@ const QString busService = QStringLiteral("org.freedesktop.DBus");
 const QString busPath = QStringLiteral("/org/freedesktop/DBus");
 
 // No timeout: a hung server may reply at any time, and the reply to a delivery must not get lost.
-// It holds the server id, without which the notification cannot be withdrawn.
+// That reply holds the server id, without which the notification cannot be withdrawn.
 constexpr int withoutTimeout = std::numeric_limits<int>::max();
-// UTF-16 units. Nobody reads more in a pop-up, and a message as large as a broken feed would make
-// the bus disconnect us.
+// UTF-16 units. Nobody reads more in a pop-up. A broken feed may hold a text so large that the bus
+// would disconnect us for the message.
 constexpr int maxTextLength = 4096;
 
 QDBusMessage serverCall(const QString &destination, const QString &method) {
@@ -37,7 +37,7 @@ bool isError(const QDBusMessage &reply) {
     return reply.type() != QDBusMessage::ReplyMessage;
 }
 
-// Whether the error means that nobody received the call, and not that a server refused it.
+// Whether the error means that no server received the call, rather than that a server refused it.
 bool isServerGone(const QDBusMessage &reply) {
     switch (QDBusError(reply).type()) {
         case QDBusError::ServiceUnknown:
@@ -58,7 +58,7 @@ QVariant firstArgument(const QDBusMessage &message) {
 }
 
 QString plainText(QString text) {
-    // The bus carries no null characters.
+    // D-Bus strings cannot hold null characters.
     text.remove(QChar(QChar::Null));
     if (text.size() <= maxTextLength)
         return text;
@@ -67,7 +67,8 @@ QString plainText(QString text) {
 }
 
 // Some servers report a click only for an action that has a label, so every server gets the label.
-// The exceptions are servers that draw a button for it although they report clicks without one.
+// The exceptions are servers that draw a button for a label although they report clicks without
+// one, too.
 bool hearsClicksWithoutButton(const QString &serverName) {
     return serverName == QLatin1String("lxqt-notificationd");
 }
@@ -100,7 +101,8 @@ bool NotificationServer::open(const QString &address) {
     if (!_connection.isConnected())
         return false;
     listen();
-    // Sequential calls: two replies may arrive in either order.
+    // Ask for the owner only after this reply: the replies to two pending calls may arrive in
+    // either order.
     call(busCall(QStringLiteral("GetId")), [this](const QDBusMessage &reply) {
         _bus = firstArgument(reply).toString();
         if (!_bus.isEmpty())
@@ -111,8 +113,8 @@ bool NotificationServer::open(const QString &address) {
 
 void NotificationServer::askOwner() {
     call(busCall(QStringLiteral("GetNameOwner"), {service}), [this](const QDBusMessage &reply) {
-        // If the owner changed meanwhile, the signal is at least as recent as this reply: keep its
-        // value.
+        // If a `NameOwnerChanged` signal has arrived meanwhile, it is at least as recent as this
+        // reply: keep the owner that it reported.
         if (!_ownerChanged && !isError(reply))
             _serverOwner = firstArgument(reply).toString();
         _known = true;
@@ -126,8 +128,8 @@ void NotificationServer::listen() {
     _connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                         QStringLiteral("org.freedesktop.DBus.Local"),
                         QStringLiteral("Disconnected"), this, SLOT(onDisconnected()));
-    // No sender in the match rule: Qt would block on the bus to resolve it. Each signal carries its
-    // sender, which the slots check.
+    // No sender in the match rule: Qt would block on the bus to resolve its name. Each signal
+    // carries its sender, which the slots check.
     _connection.connect(QString(), path, service, QStringLiteral("NotificationClosed"), this,
                         SLOT(onNotificationClosed(QDBusMessage)));
     _connection.connect(QString(), path, service, QStringLiteral("ActivationToken"), this,
@@ -188,7 +190,8 @@ void NotificationServer::notify(const UserNotification &notification, const Trai
     if (!notification.soundName.isNull())
         hints.insert(QStringLiteral("sound-name"), soundName(notification.soundName));
 
-    // To the unique name: the server that the list is about, never its successor.
+    // Send to the unique name, so that the call reaches only the server to which the list applies,
+    // never its successor.
     QDBusMessage message = serverCall(_serverOwner, QStringLiteral("Notify"));
     message << _applicationName << quint32(0) << QString() << plainText(notification.title) << body
             << actionsFor(traits) << hints << qint32(-1);

@@ -14,7 +14,7 @@ namespace pelorinnews {
 
 /// Client of the desktop's notification server, on its own bus connection. Delivers, closes and
 /// listens on the same connection, since many servers send signals only to the connection that
-/// delivered.
+/// delivered the notification.
 ///
 /// Belongs to one thread, on which all callbacks run. Only `open` blocks, while it connects; no
 /// other operation waits for a reply.
@@ -35,8 +35,9 @@ public:
     using Callback = std::function<void()>;
     using BoolCallback = std::function<void(bool)>;
 
-    /// Some desktops show `originName`. `originDesktopEntry` is the name of the host's desktop
-    /// file. `actionLabel` is the text of the button on desktops that show one for the click.
+    /// `originName` is the application's name, which some desktops show. `originDesktopEntry` is
+    /// the name of the host's desktop file. `actionLabel` is the text of the button on desktops
+    /// that show one for the click.
     NotificationServer(QString originName, QString originDesktopEntry, QString actionLabel);
     ~NotificationServer() override;
 
@@ -49,9 +50,9 @@ public:
     [[nodiscard]] bool isKnown() const { return _known; }
     /// The identifier of the bus.
     [[nodiscard]] QString busId() const { return _bus; }
-    /// The unique name of the server; empty where none runs.
+    /// The unique bus name of the server; empty if no server runs.
     [[nodiscard]] QString owner() const { return _serverOwner; }
-    /// The unique name of our connection.
+    /// The unique bus name of our connection.
     [[nodiscard]] QString connectionName() const { return _connection.baseService(); }
 
     /// Queries the server's capabilities and identity. The bus starts a server if none runs. The
@@ -61,22 +62,24 @@ public:
     /// Delivers `notification`, formatted for a server with these traits.
     void notify(const UserNotification &notification, const Traits &traits, NotifyCallback done);
 
-    /// Closes the notification with server id `id`. Calls back whether or not the server knew it.
+    /// Closes the notification with server id `id`. Calls `done` whether or not the server knew the
+    /// notification.
     void close(quint32 id, Callback done);
 
-    /// Asks whether the connection `name` is still on the bus.
+    /// Asks the bus whether the connection `name` still exists.
     void askIsOnBus(const QString &name, BoolCallback done);
 
 Q_SIGNALS:
-    /// The server came, went, was replaced, or the bus was lost.
+    /// The bus has reported the server's owner after `open`, a server has started, ended or been
+    /// replaced, or the connection to the bus was lost.
     void serverChanged();
-    /// The notification with server id `id`, of any program, is gone. Reasons: 1 expired, 2
-    /// dismissed, 3 closed by a program, 4 anything else.
+    /// The notification with server id `id` is gone. It may belong to any program. Reasons: 1
+    /// expired, 2 dismissed, 3 closed by a program, 4 anything else.
     void closed(quint32 id, quint32 reason);
-    /// The notification with server id `id`, of any program, is about to be activated. `token` is
-    /// the right to bring a window to the front.
+    /// The notification with server id `id` is about to be activated. It may belong to any program.
+    /// `token` is an activation token, which permits a program to bring a window to the front.
     void activationTokenReceived(quint32 id, const QString &token);
-    /// The user clicked the notification with server id `id`, of any program.
+    /// The user clicked the notification with server id `id`. It may belong to any program.
     void activated(quint32 id);
 
 private Q_SLOTS:

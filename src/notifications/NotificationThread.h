@@ -10,7 +10,8 @@
 
 namespace pelorinnews {
 
-/// The notification worker's thread: starts when first needed, ends once. Thread-safe.
+/// The thread of the notification worker. Starts when first needed, and never again after `stop`.
+/// Thread-safe.
 class NotificationThread {
 public:
     NotificationThread(NotificationSender origin, std::shared_ptr<NotificationList> notifications,
@@ -23,7 +24,7 @@ public:
     /// Starts the worker unless it already runs or `stop` was called.
     void start();
 
-    /// Makes the worker look at the list; starts it if needed. A no-op after `stop`.
+    /// Makes the worker do the list's pending work; starts it if needed. A no-op after `stop`.
     void wake();
 
     [[nodiscard]] bool isRunning() const;
@@ -34,8 +35,9 @@ public:
 
 private:
     enum class State { Idle, Running, Stopped };
-    /// Shared with the thread, which may outlive us. Nothing is posted to the thread until it has
-    /// opened the gate itself: it looks at the list right after that, so no request is missed.
+    /// Shared with the thread, which may outlive this object. Nothing is posted to the thread until
+    /// the thread itself has opened the gate. Right after that it does the list's pending work, so
+    /// no request is missed.
     struct Gate {
         std::mutex mutex;
         bool isOpen = false;

@@ -63,7 +63,7 @@ void NotificationWorker::connectIfNeeded() {
             });
     if (_server->open(_sender.busAddress))
         return;
-    // Without a bus no notification can stand.
+    // Without a bus, no notification can be present on a server.
     _server.reset();
     _list->setServer(QString(), QString());
 }
@@ -119,7 +119,7 @@ void NotificationWorker::save() {
         --_saveAttemptsLeft;
         _saveTimer.start();
     } else {
-        // No retry is left: too late to act on them.
+        // No retry is left: which process handles these clicks stays unknown, so drop them.
         _foreignClicks.clear();
     }
 }
@@ -154,7 +154,7 @@ void NotificationWorker::present() {
             presentNext(*traits);
             return;
         }
-        // Retried when a server appears, or with the next request.
+        // The delivery is retried when a server appears, or with the next request.
         _presenting = false;
         _progress->report(_seenRequests, isBusy());
     });
@@ -180,7 +180,8 @@ void NotificationWorker::presentNext(const NotificationServer::Traits &traits) {
 void NotificationWorker::onSent(const QString &identity, NotificationServer::Outcome outcome,
                                 quint32 id, const NotificationServer::Traits &traits) {
     if (outcome == NotificationServer::Outcome::ServerGone) {
-        // The bus reports the server's new owner next, and `serverChanged` presents it again.
+        // The bus reports the server's new owner next; `serverChanged` then presents the
+        // notification again.
         _list->setUnsent(identity);
         _presenting = false;
         _progress->report(_seenRequests, isBusy());
@@ -205,15 +206,16 @@ std::optional<RegistryEntry> NotificationWorker::findOwn(quint32 id) {
     auto entry = _list->find(id);
     if (entry)
         return entry;
-    // Another process of this host may have delivered it since we last read the registry.
+    // Another process of this host may have delivered the notification since we last read the
+    // registry.
     if (const auto contents = _registry.read())
         _list->merge(*contents);
     return _list->find(id);
 }
 
 void NotificationWorker::onClosed(quint32 id, quint32 reason) {
-    // An expired notification stays in the desktop's list, or at least was not answered. It must
-    // not be announced again, so keep it.
+    // Keep an expired notification: it may still be in the desktop's list, and in any case the user
+    // has not reacted to it. If it were forgotten, the same content would be announced again.
     if (reason != dismissed && reason != closedByProgram)
         return;
     if (findOwn(id)) {
@@ -232,8 +234,8 @@ void NotificationWorker::onActivated(quint32 id) {
             _activatedEarly.insert(id);
         return;
     }
-    // A click ends the notification, no matter which process acts on it. The server often reports
-    // it closed right after.
+    // A click ends the notification, no matter which process handles the click. The server often
+    // reports the notification as closed right after.
     _list->end(id);
     const bool isOurs = entry->sender == _server->connectionName();
     if (!isOurs)
@@ -247,11 +249,12 @@ void NotificationWorker::decideForeignClicks(const QStringList &erased,
                                              const QStringList &removed) {
     for (const QString &identity : erased) {
         const auto click = _foreignClicks.extract(identity);
-        // Every process of this host receives the click; the process whose change ended the
-        // notification acts on it.
+        // Every process of this host may receive the click; the one whose change erased the entry
+        // from the registry handles it.
         if (click.empty() || !removed.contains(identity))
             continue;
-        // While the process that delivered it is on the bus, that process handles the click itself.
+        // If the process that delivered the notification is still on the bus, that process handles
+        // the click itself.
         const RegistryEntry entry = click.mapped();
         _server->askIsOnBus(entry.sender, [this, entry, asked = _generation](bool isOnBus) {
             if (asked == _generation && !isOnBus)
@@ -265,7 +268,7 @@ void NotificationWorker::activate(const RegistryEntry &entry) {
     const auto token = _activationTokens.extract(entry.serverId);
     if (!token.empty())
         notification.activationToken = token.mapped();
-    // Some desktops do not remove a clicked notification.
+    // Some desktops do not close a clicked notification by themselves.
     close(entry.serverId);
     if (!entry.withdrawn)
         _activated(notification);

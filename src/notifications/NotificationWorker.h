@@ -15,14 +15,14 @@
 
 namespace pelorinnews {
 
-/// The origin of notifications, and the folder and bus that they go through.
+/// The program that sends notifications, the folder of its registry and the bus that it uses.
 struct NotificationSender {
     /// The host's identifier; also the name of its desktop file.
     QString identifier;
-    /// Desktops may show it as the origin.
+    /// The application's name; desktops may show it as the origin.
     QString applicationName;
-    /// The text of the button on desktops that show one for the click. Not empty: some desktops
-    /// ignore clicks then.
+    /// The text of the button on desktops that show one for the click. Must not be empty: some
+    /// desktops then ignore clicks.
     QString actionLabel;
     /// The registry's folder.
     QString stateFolder;
@@ -30,7 +30,7 @@ struct NotificationSender {
     QString busAddress;
 };
 
-/// Keeps the notification server, the list in memory and the registry file in step. Lives on its
+/// Keeps the notification server, the list in memory and the registry file in sync. Lives on its
 /// own thread, where it may block on the bus and the disk; it never blocks on the server.
 class NotificationWorker : public QObject {
     Q_OBJECT
@@ -41,7 +41,8 @@ public:
     NotificationWorker(NotificationSender origin, std::shared_ptr<NotificationList> notifications,
                        std::shared_ptr<NotificationProgress> reports, Activated onActivation);
 
-    /// Does the list's pending work. Connects to the bus first, if not connected.
+    /// Saves, withdraws and sends what is pending in the list. Connects to the bus first, if not
+    /// connected.
     Q_INVOKABLE void work();
 
     /// Disconnects from the bus and ends the thread. Unfinished work is left to the next process.
@@ -79,13 +80,13 @@ private:
     quint64 _generation = 0;
     bool _presenting = false;
     int _closing = 0;
-    /// Server ids that nobody knew when they were closed or clicked, while the reply with the
-    /// server id of a delivery was still pending.
+    /// Server ids that were closed or clicked while they were unknown here. They may belong to the
+    /// delivery in progress, whose reply with the server id is still pending.
     std::set<quint32> _closedEarly;
     std::set<quint32> _activatedEarly;
     std::map<quint32, QString> _activationTokens;
     /// Clicked notifications that another process delivered, by identity. They wait until our
-    /// change to the registry shows whether we are the process that ended them.
+    /// change to the registry shows whether this process erased the entry and so handles the click.
     std::map<QString, RegistryEntry> _foreignClicks;
 };
 

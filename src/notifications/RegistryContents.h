@@ -20,7 +20,8 @@ struct RegistryEntry {
     bool withdrawn = false;
 };
 
-/// The delivered notifications that stand, and the bus and server for which they do.
+/// The contents of the registry: the notifications that are present on the server, and the bus and
+/// server to which their server ids belong.
 struct RegistryContents {
     /// Limit for writing and for reading; the oldest entries are dropped first. They are also
     /// dropped if the file would become too large.

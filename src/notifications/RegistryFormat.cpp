@@ -14,7 +14,7 @@ namespace pelorinnews::RegistryFormat {
 namespace {
 
 constexpr int formatVersion = 2;
-/// The previous format; only the user information differs.
+/// The previous format version; only the user information is stored differently.
 constexpr int streamedVersion = 1;
 /// JSON integers beyond this are not exact.
 constexpr qint64 largestSerial = qint64(1) << 53;
@@ -41,7 +41,7 @@ QString textIn(const QJsonObject &object, const QString &key) {
     return value.isString() ? cut(value.toString()) : QString();
 }
 
-/// The values of the two known keys, if they have the known types.
+/// The values of the two known keys, if they have the expected types.
 QVariantMap knownUserInfo(const QVariantMap &userInfo) {
     QVariantMap known;
     const QVariant date = userInfo.value(dateKey);
@@ -73,9 +73,9 @@ QVariantMap userInfoFromObject(const QJsonObject &object) {
     return userInfo;
 }
 
-/// Version 1 stored a QVariantMap as QDataStream writes it. QDataStream itself must not read it:
-/// deeply nested maps overflow the stack. Stops at the first value that is neither a text nor a
-/// date.
+/// Reads the user information of version 1: a QVariantMap as QDataStream writes it. Does not use
+/// QDataStream's operator for maps, in which deeply nested maps overflow the stack. Stops at the
+/// first value that is neither a text nor a date.
 QVariantMap userInfoFromStream(const QString &base64) {
     const QByteArray bytes = QByteArray::fromBase64(base64.toLatin1());
     QDataStream stream(bytes);

@@ -13,22 +13,24 @@
 /// another type.
 namespace pelorinnews::RegistryFormat {
 
-/// Maximum size in bytes, so that reading a registry cannot be felt on the main thread: it takes
-/// less than 1 ms, and 20 ms if the file was crafted to be slow. There is room for 200
-/// notifications of 650 bytes; an ordinary one takes 400.
+/// Maximum size in bytes. It bounds the time that reading a registry takes on the main thread: less
+/// than 1 ms, or 20 ms if the file was crafted to be slow. There is room for 200 notifications of
+/// 650 bytes; an ordinary one takes 400.
 constexpr qint64 largestFile = qint64(128) * 1024;
 
 /// Texts are cut to this many UTF-16 units, the same limit as for texts sent to servers.
 constexpr qsizetype longestText = 4096;
 
-/// The part of `entry` that a file keeps.
+/// `entry`, reduced to what the file stores.
 [[nodiscard]] RegistryEntry kept(RegistryEntry entry);
 
-/// Serializes `contents`. First removes the oldest entries for which `largestFile` has no room.
+/// Serializes `contents`. First removes the oldest entries from it until the rest fits into
+/// `largestFile`.
 [[nodiscard]] QByteArray write(RegistryContents &contents);
 
-/// Absent if `bytes` are no registry. Skips invalid entries. Keeps only the last entry of an
-/// identity, and only the newest `RegistryContents::maxEntries`.
+/// Parses a registry; absent if `bytes` are not one. Skips invalid entries. Keeps only the last of
+/// several entries with the same identity, and only the newest
+/// `RegistryContents::maxEntries`.
 [[nodiscard]] std::optional<RegistryContents> read(const QByteArray &bytes);
 
 }  // namespace pelorinnews::RegistryFormat

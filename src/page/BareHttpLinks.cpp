@@ -12,8 +12,8 @@ QUrl bareHttp(const QString &authority, const QString &path, const QUrl &tail) {
     if (tail.hasFragment())
         text += QLatin1Char('#') + tail.fragment(QUrl::FullyEncoded);
     QUrl address = QUrl(text, QUrl::TolerantMode).adjusted(QUrl::NormalizePathSegments);
-    // The page itself is served at the root: an engine cannot tell a link to the root from a link
-    // to the page.
+    // Treat a link to the root as a link to the page: an engine serves the page at the root, so it
+    // cannot tell the two links apart.
     if (authority.isEmpty() && address.path() == QLatin1String("/"))
         return bareHttp(QString(), QString(), tail);
     return address;

@@ -9,23 +9,24 @@
 
 namespace pelorinnews {
 
-/// A page in the form that a text document gets.
+/// A page, rewritten for a `QTextDocument` (see `BoundedHtml`).
 struct BoundedPage {
     QString html;
-    /// The items of its lists. In the document an item is a plain block; the block's user state is
-    /// its index here. (A document's own lists take quadratic time, and can count only from 1.)
+    /// The items of the page's lists. In the document, each item is a plain block whose user state
+    /// is the item's index here. (The lists of a `QTextDocument` take quadratic time, and can count
+    /// only from 1.)
     std::vector<PageListItem> items;
-    /// The addresses (`data:`) of its pictures. In the document, `pictureName` gives a picture's
-    /// name.
+    /// The `data:` URLs of the page's images. In the document, each image has the name that
+    /// `pictureName` gives.
     QStringList pictures;
-    /// The page is many windows long.
+    /// Whether the page is many windows long.
     bool isLong = false;
 
     [[nodiscard]] static QString pictureName(qsizetype index) {
         return QStringLiteral("picture-") + QString::number(index);
     }
 
-    /// The address of the picture with that name; empty for any other name.
+    /// The `data:` URL of the image with the name `name`; empty if there is none.
     [[nodiscard]] QString pictureAddress(const QString &name) const {
         const QString start = QStringLiteral("picture-");
         bool ok = false;

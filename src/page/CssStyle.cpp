@@ -70,7 +70,7 @@ qsizetype endOfDeclaration(QStringView text, qsizetype from) {
     return text.size();
 }
 
-/// Takes the first `url(…)` out of `value` and returns its address; empty where there is none.
+/// Removes the first `url(…)` from `value` and returns its URL; empty if there is none.
 QString takeAddress(QString &value) {
     const QString open = QStringLiteral("url(");
     const qsizetype start = value.indexOf(open, 0, Qt::CaseInsensitive);

@@ -8,25 +8,25 @@
 
 namespace pelorinnews {
 
-/// Declarations of a style sheet or of a `style` attribute, reduced to those that a text document
-/// may get: properties that it knows, with values of a known form within bounds. Everything else is
-/// dropped.
+/// Declarations of a style sheet or of a `style` attribute, reduced to those that a `QTextDocument`
+/// may get: properties that the document knows, with values of a known form within bounds.
+/// Everything else is dropped.
 ///
 /// Shorthands are expanded. Lengths are whole pixels (`em` counts as 16), except font sizes in
-/// points and line heights in percent. This form lets properties override each other, and gives
-/// equal styles equal texts.
+/// points and line heights in percent. In this form, single properties can override each other, and
+/// equal styles have equal texts.
 class CssStyle {
 public:
-    /// Returns the document's name for the picture at an address; null for a picture that it may
-    /// not show.
+    /// Returns the name under which the document gets the image at `address`, a `data:` URL; null
+    /// if the document may not show that image.
     using PictureNames = std::function<QString(const QString &address)>;
 
-    /// Reads at most the first 64 declarations of `text`. Keeps a background picture only if
-    /// `pictures` has a name for it.
+    /// Reads at most the first 64 declarations of `text`. Keeps a background image only if
+    /// `pictures` returns a name for it.
     static CssStyle of(QStringView text, const PictureNames &pictures);
 
-    /// Overrides this style with `other`, except for values that are `!important` here and not
-    /// there.
+    /// Overrides this style with `other`, except for values that are `!important` in this style but
+    /// not in `other`.
     void overlay(const CssStyle &other);
 
     /// The value of `property`; null if it is not set.

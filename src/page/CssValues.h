@@ -3,27 +3,28 @@
 #include <QString>
 #include <QStringList>
 
-/// Checks values of style sheets: each function returns the value in the form that a text document
-/// may get, or an empty text for a value that it may not get. `value` is lower-case and trimmed.
+/// Checks values of style sheets: each function returns the value in the form that a
+/// `QTextDocument` may get, or an empty text for a value that the document may not get. `value` is
+/// lower-case and trimmed.
 namespace pelorinnews::CssValues {
 
-/// Splits a value at the spaces outside parentheses and quotes; at most 16 parts.
+/// Splits `value` at the spaces outside parentheses and quotes; returns at most the first 16 parts.
 [[nodiscard]] QStringList parts(const QString &value);
 
-/// A name, `#rgb`, `rgb(…)` and the like.
+/// A colour: a name, `#rgb`, `rgb(…)` or the like.
 [[nodiscard]] QString color(const QString &value);
 /// A length in whole pixels, clamped to the range from `least` to `most`.
 [[nodiscard]] QString pixels(const QString &value, int least, int most);
 [[nodiscard]] QString fontSize(const QString &value);
 [[nodiscard]] QString fontWeight(const QString &value);
-/// `value` may contain capitals.
+/// An exception: `value` may contain capitals, and the result keeps them.
 [[nodiscard]] QString fontFamily(const QString &value);
 [[nodiscard]] QString lineHeight(const QString &value);
-/// Width, style and colour of a line, in any order.
+/// A value of the `border` shorthand: width, style and colour, in any order.
 [[nodiscard]] QString border(const QString &value);
-/// `value` if it is one of `allowed`, which are separated by spaces.
+/// `value` if it is one of the words in `allowed`, which spaces separate.
 [[nodiscard]] QString keyword(const QString &value, const char *allowed);
-/// The first of the value's parts that is one of `allowed`.
+/// The first part of `value` that is one of the words in `allowed`.
 [[nodiscard]] QString keywordAmong(const QString &value, const char *allowed);
 
 }  // namespace pelorinnews::CssValues

@@ -8,7 +8,7 @@ namespace pelorinnews {
 
 namespace {
 
-// In nanoseconds, like all rates below.
+// The time limit for a page, in nanoseconds, as are all rates below.
 constexpr qint64 most = 200'000'000;
 
 struct Rate {
@@ -18,14 +18,15 @@ struct Rate {
 
 constexpr Rate plainCharacter{60, 350};
 constexpr Rate otherCharacter{150, 600};
-// Lines can break before and after each of these characters, and their fonts are the largest.
+// Characters from `firstFar` on. Lines can break before and after each of them, and their fonts are
+// the largest.
 constexpr Rate farCharacter{150, 1'300};
 constexpr char32_t firstOther = 0x80;
 constexpr char32_t firstFar = 0x0e00;
 // Text of another script is shaped separately.
 constexpr Rate scriptChange{0, 4'000};
 constexpr qint64 fontOfScript = 600'000;
-// If no installed font can shape the script, all of them are tried.
+// If no installed font can shape the script, all installed fonts are tried.
 constexpr qint64 fontOfComplexScript = 16'000'000;
 
 constexpr qint64 piece = 60;
@@ -38,15 +39,15 @@ constexpr Rate characterOfTag{20, 20};
 constexpr Rate declaration{3'000, 6'000};
 constexpr Rate lineBreak{5'000, 10'000};
 constexpr Rate picture{20'000, 60'000};
-// Each picture is laid out again for every later picture in its block, even before anything is
-// shown.
+// Each image is laid out again for every later image in its block, even before anything is shown.
 constexpr Rate pictureBefore{300, 300};
 constexpr Rate characterOfAddress{30, 30};
 constexpr qint64 copiedCell = 7'000;
 constexpr Rate spanInCells{5, 5};
 
-// The contents of a table are laid out to find its smallest width, its largest, and once more: in
-// tables within tables, twice as often at each level. Each of these layouts costs:
+// The contents of a table are laid out three times: for the table's minimum width, for its maximum
+// width, and for its final width. Each level of table nesting doubles the number of layouts. The
+// rates of one such layout:
 constexpr qint64 layoutOfPlain = 200;
 constexpr qint64 layoutOfOther = 350;
 constexpr qint64 layoutOfFar = 1'000;
@@ -60,7 +61,8 @@ bool isOfOwnScript(QChar::Script script) {
            script != QChar::Script_Unknown;
 }
 
-/// Scripts for which Qt requires more of a font than their characters.
+/// Scripts for which Qt requires that a font supports their shaping, not only that it has their
+/// characters.
 bool isComplex(QChar::Script script) {
     return (script >= QChar::Script_Devanagari && script <= QChar::Script_Sinhala) ||
            script == QChar::Script_Syriac || script == QChar::Script_Thaana ||
@@ -129,7 +131,8 @@ void HtmlCost::addCells(qint64 count) {
     addLayout(count * layoutOfCell);
 }
 
-/// `nanoseconds` is what one layout costs; outside of tables the rates include it.
+/// Adds the repeated layouts in tables; `nanoseconds` is the cost of one layout. Outside of tables,
+/// the other rates include the layout.
 void HtmlCost::addLayout(qint64 nanoseconds) {
     if (_display && _tableDepth > 0)
         _nanoseconds += nanoseconds << _tableDepth;

@@ -6,38 +6,44 @@
 
 namespace pelorinnews {
 
-/// Adds up the estimated CPU time that a text document needs for a page, while the page is being
-/// written for it. The output has only a few plain forms, so each costs about the same wherever it
-/// occurs. The rates were measured, and are too high rather than too low.
+/// Estimates the CPU time that a `QTextDocument` needs for a page. The sum grows while
+/// `BoundedHtml` rewrites the page for the document. The rewritten page has only a few plain forms,
+/// so each of them costs about the same wherever it occurs. The rates were measured, and err on the
+/// high side.
 class HtmlCost {
 public:
-    /// A document that is only copied from is never laid out, and layout costs most.
+    /// The use of the document: a document for copying is never laid out, and layout costs most.
     enum class Purpose { Copy, Display };
 
     explicit HtmlCost(Purpose purpose) : _display(purpose == Purpose::Display) {}
 
-    /// `font` identifies the font: the first text of each font and script costs a font lookup.
+    /// Counts a character that is written. `font` identifies its font: the first text of each font
+    /// and script costs a font lookup.
     void addCharacter(char32_t character, size_t font);
-    /// `characters` of the page are read, whether or not they are written.
+    /// Counts characters that are read from the page, whether or not they are written.
     void addRead(qsizetype characters);
-    /// A tag of the page; for an end tag, `looks` open elements are searched.
+    /// Counts a tag that is read. For an end tag, `looks` is the number of open elements that are
+    /// searched for its start tag.
     void addTag(qsizetype looks = 0);
-    /// A start tag is written; `length` is its number of characters, all attributes included.
+    /// Counts a start tag that is written; `length` is its number of characters, all attributes
+    /// included.
     void addElement(bool isBlock, qsizetype length);
     void addDeclarations(qsizetype count);
     void addLineBreak();
-    /// `before` is the number of earlier pictures in the same block.
+    /// Counts an image; `before` is the number of earlier images in the same block.
     void addPicture(int before, qsizetype addressLength);
-    /// What follows lies in `depth` tables, one in another; 0 outside of all tables.
+    /// Sets the table nesting depth of the content that follows; 0 outside of all tables.
     void setTableDepth(int depth) { _tableDepth = depth; }
-    /// `count` is a number of grid positions of the innermost table.
+    /// Counts `count` more grid positions of the innermost table.
     void addCells(qint64 count);
-    /// `count` is the number of spanning cells times the grid positions of their table.
+    /// Counts the work for spanning cells. `count` is the growth of this product: spanning cells of
+    /// the innermost table times its grid positions.
     void addSpans(qint64 count);
 
-    /// The page exceeds its time limit.
+    /// Whether the page exceeds its time limit.
     [[nodiscard]] bool isTooMuch() const;
-    /// More than a quarter of the limit is used: no window shows the whole page at once.
+    /// Whether more than a quarter of the limit is used: no window shows the whole of such a page
+    /// at once.
     [[nodiscard]] bool isMuch() const;
     [[nodiscard]] bool isDisplay() const { return _display; }
 

@@ -32,14 +32,15 @@ bool isEnlarged(const QTextCharFormat &format) {
     return format.hasProperty(QTextFormat::FontSizeAdjustment);
 }
 
-/// The stated size, in pixels or, as a negative number, in points.
+/// The size that `format` states: a size in pixels as it is, a size in points negated.
 double statedSize(const QTextCharFormat &format) {
     return format.hasProperty(QTextFormat::FontPixelSize)
                ? format.intProperty(QTextFormat::FontPixelSize)
                : -format.fontPointSize();
 }
 
-/// Multiplies the stated size by the factor for HTML's sizes 1 to 7, where 3 is the default.
+/// Multiplies the size that `format` states by the factor of its HTML size, 1 to 7, where 3 is the
+/// default.
 void enlarge(QTextCharFormat &format) {
     static constexpr std::array<double, 7> factors{0.7, 0.8, 1.0, 1.2, 1.5, 2.0, 2.4};
     const int step = format.intProperty(QTextFormat::FontSizeAdjustment);
@@ -77,8 +78,10 @@ bool showsPicture(const QTextBlock &block) {
 }  // namespace
 
 void repairHtmlDocument(QTextDocument &document, const std::vector<PageListItem> &items) {
-    // For a heading, the document has only a size and an enlargement. A size that ordinary text has
-    // too is the page's, and the heading is enlarged from it; any other size is the heading's own.
+    // A heading's format has a size and an enlargement, but does not tell whether the size was set
+    // for the heading or for the whole page. If text outside headings has the same size, it counts
+    // as the page's, and the heading is enlarged from it. Any other size counts as the heading's
+    // own.
     const QSet<double> ordinary = ordinarySizes(document);
     const QBrush desktopsLink = QGuiApplication::palette().link();
     QList<Run> runs;
@@ -106,7 +109,7 @@ void repairHtmlDocument(QTextDocument &document, const std::vector<PageListItem>
                 runs.append({each.fragment().position(), each.fragment().length(), format});
         }
     }
-    // Changing a format moves no text.
+    // Changing a format does not move text, so the positions stay valid.
     QTextCursor cursor(&document);
     cursor.beginEditBlock();
     for (const Run &run : std::as_const(runs)) {

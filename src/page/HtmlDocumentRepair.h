@@ -16,8 +16,9 @@ namespace pelorinnews {
 ///   link colour, which may be meant for a dark background.
 /// - A list has the usual space below it; `items` are the page's list items.
 ///
-/// Afterwards, a size from a style and a size from an element are combined into one size, so code
-/// that reads the formats need not know how the document combines the two. Main thread only.
+/// A text's size from a style and its size adjustment from an element (`FontSizeAdjustment`) are
+/// combined into one size, so code that reads the formats need not know how the document combines
+/// the two. Main thread only.
 void repairHtmlDocument(QTextDocument &document, const std::vector<PageListItem> &items = {});
 
 }  // namespace pelorinnews

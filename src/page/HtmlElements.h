@@ -6,14 +6,14 @@ namespace pelorinnews {
 
 /// How an HTML element affects a page's text.
 struct HtmlElement {
-    /// The element that is written for it to a text document: itself, another one, or `div` for
-    /// plain blocks. Empty if only its content is written.
+    /// The name of the element that replaces it in a page for a `QTextDocument`: its own name,
+    /// another one, or `div` for plain blocks. Empty if only the element's content is written.
     QString written;
-    /// Its content is not text of the page, and is dropped.
+    /// The element's content is not text of the page, and is dropped.
     bool isDropped = false;
-    /// Its content has no tags but its own end tag.
+    /// The element's content is raw text: no tag in it counts but the element's own end tag.
     bool isRawText = false;
-    /// It never has content.
+    /// The element never has content.
     bool isVoid = false;
     bool isList = false;
     bool isCell = false;
@@ -21,21 +21,21 @@ struct HtmlElement {
     bool isRowGroup = false;
     bool isRow = false;
     bool isDefinition = false;
-    /// Its text has another size, weight, slant or family.
+    /// The element changes the size, weight, slant or family of its text's font.
     bool isOtherFont = false;
-    /// Its text looks different, but in the same font.
+    /// The element changes the look of its text, but not the font.
     bool isOtherLook = false;
-    /// It ends an open paragraph; what follows starts on a new line.
+    /// The element ends an open paragraph, and its content starts on a new line.
     bool isBlock = false;
 
     [[nodiscard]] bool isTablePart() const { return isCell || isRow || isRowGroup; }
 
-    /// The element `name`, which is lower-case. For a name that HTML does not have, an element that
-    /// adds nothing.
+    /// The properties of the element `name`, which is lower-case. For an unknown name, all of them
+    /// are false and `written` is empty.
     static const HtmlElement &named(const QString &name);
 
-    /// Whether this element, open as `name`, ends implicitly where `next` starts, because its end
-    /// tag is optional.
+    /// Whether this element, whose name is `name`, ends implicitly where the element `next` starts,
+    /// whose name is `nextName`, because the end tag of `name` is optional.
     [[nodiscard]] bool endsBefore(const QString &name, const QString &nextName,
                                   const HtmlElement &next) const;
 };

@@ -51,7 +51,8 @@ HtmlEntity HtmlEntity::at(QStringView html) {
     } else {
         entity.text = signOf(name);
         entity.isNamed = true;
-        // Without its semicolon, a name may just as well be part of an address.
+        // A name without a semicolon is not a reference here: it may be part of a URL's query, as
+        // in "?a=1&copy=2".
         if (!closed)
             return {};
     }

@@ -7,12 +7,12 @@ namespace pelorinnews {
 
 /// A character reference (`&#8203;`, `&amp;`, `&eacute;`).
 struct HtmlEntity {
-    /// Its length in the page's text; 1 if the "&" stands for itself.
+    /// Length of the reference in the page's text; 1 if the "&" stands for itself.
     qsizetype length = 1;
-    /// The character, for a numeric reference or for the name of one of HTML's own five characters;
-    /// otherwise empty.
+    /// The character, if the reference is numeric or names one of the five characters &, <, >,
+    /// quote and apostrophe; otherwise empty.
     QString text;
-    /// It has the form of a name, which the text document resolves.
+    /// The reference has the form of a name. `QTextDocument` resolves names that `text` does not.
     bool isNamed = false;
 
     [[nodiscard]] bool isKnown() const { return !text.isEmpty(); }

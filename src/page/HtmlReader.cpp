@@ -6,12 +6,13 @@ namespace pelorinnews {
 
 namespace {
 
-// The most text in one token, so that the caller can stop in between when the cost is too high.
+// The most text in one token, so that the caller can stop between tokens when the cost is too high.
 constexpr qsizetype sliceOfText = 1024;
-// No element that we know has more.
+// No known element has more attributes than this.
 constexpr qsizetype maxAttributes = 32;
 constexpr qsizetype longestName = 32;
-// For one tag, including attributes that are dropped: the caller cannot stop within a tag.
+// The most attributes that are read in one tag, including those that are dropped: the caller cannot
+// stop within a tag.
 constexpr int maxWords = 1000;
 
 bool isLetter(QChar c) {
@@ -60,7 +61,8 @@ HtmlToken HtmlReader::readText() {
         _html.sliced(_position).first(std::min(sliceOfText, _html.size() - _position));
     const qsizetype tag = slice.indexOf(QLatin1Char('<'), 1);
     qsizetype end = _position + (tag < 0 ? slice.size() : tag);
-    // Do not split an entity: its name is short, and only text after "&" can be one.
+    // Do not split a character reference: if there is an "&" near the end of a full slice, end the
+    // slice before it.
     const qsizetype entity = _html.sliced(_position, end - _position).lastIndexOf(QLatin1Char('&'));
     if (entity > 0 && end - _position == sliceOfText && entity > sliceOfText - longestName)
         end = _position + entity;

@@ -22,8 +22,8 @@ struct HtmlToken {
     QString name;
     /// For a start tag, the properties of that element; never null.
     const HtmlElement *element = nullptr;
-    /// For a start tag, in the page's order; of several with the same name, the first counts.
-    /// Entities are not decoded.
+    /// For a start tag, its attributes in the page's order; of several with the same name, only the
+    /// first. Character references are not decoded.
     HtmlAttributes attributes;
     /// Undecoded text of the page, or the content of an element that has no child elements
     /// (`style`, `script`...).
@@ -39,7 +39,7 @@ public:
 
     [[nodiscard]] HtmlToken next();
 
-    /// How much of the page has been read.
+    /// The number of characters of the page that have been read.
     [[nodiscard]] qsizetype position() const { return _position; }
 
 private:

@@ -6,10 +6,11 @@ namespace pelorinnews {
 
 class HtmlCost;
 
-/// One table of a page while it is written: what is open in it, and the size of its grid.
+/// The state of one table while a page is rewritten: whether a row and a cell are open, and the
+/// size of the table's grid.
 class HtmlTable {
 public:
-    /// A table beyond the limits is not written; its cells become blocks.
+    /// `isWritten` is false for a table beyond the limits: its cells are written as blocks.
     explicit HtmlTable(bool isWritten) : _isWritten(isWritten) {}
 
     [[nodiscard]] bool isWritten() const { return _isWritten; }

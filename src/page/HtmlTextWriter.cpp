@@ -6,8 +6,9 @@ namespace pelorinnews {
 
 namespace {
 
-// Layout searches each line break from the start of the word, so this limits a word's length. Half
-// as much is added to wait for a place that does not split a character from its marks.
+// Layout searches for each line break from the start of the word, so the length of a word must be
+// limited. A word may exceed this limit by half, so that a break does not separate a character from
+// its combining marks.
 constexpr int longestWord = 200;
 constexpr int maxDirections = 100;
 constexpr QChar breakHere(0x200B);

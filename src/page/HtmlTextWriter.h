@@ -7,19 +7,19 @@
 
 namespace pelorinnews {
 
-/// Writes a page's text for a text document: unchanged, but escaped so that no tag can begin in it,
-/// and without what makes layout slow. Text for display can break within very long words. A block
-/// keeps at most 100 direction characters (isolates, embeddings).
+/// Writes a page's text for a `QTextDocument`. Escapes the text, so that no tag can begin in it,
+/// and limits what makes layout slow: text for display gets break opportunities (zero-width spaces)
+/// in very long words, and a block keeps at most 100 direction characters (isolates, embeddings).
 class HtmlTextWriter {
 public:
     HtmlTextWriter(QString &out, HtmlCost &cost) : _out(out), _cost(cost) {}
 
-    /// `text` is undecoded text of the page, with its character references. `preserved`: the page's
-    /// line breaks are kept.
+    /// `text` is undecoded text of the page, with its character references. `preserved` tells
+    /// whether the page's line breaks are kept, as in `pre`.
     void write(QStringView text, size_t font, bool preserved);
-    /// The following text starts on a new line.
+    /// To be called before text that starts on a new line.
     void startBlock();
-    /// A line can break here.
+    /// To be called where a line can break.
     void startWord() { _word = 0; }
 
 private:

@@ -8,7 +8,7 @@ namespace pelorinnews {
 
 namespace {
 
-// Small enough that counting on does not overflow.
+// Small enough that counting further items does not overflow.
 constexpr int largestNumber = 1'000'000'000;
 
 std::optional<int> numberIn(const QString &text) {
@@ -25,7 +25,8 @@ std::optional<int> numberIn(const QString &text) {
     return static_cast<int>(std::clamp<qint64>(number, -largestNumber, largestNumber));
 }
 
-/// `type` is an attribute of lists and items, `style` the `list-style-type`, which wins.
+/// `type` is the attribute of a list or an item; `style` is its `list-style-type`, which takes
+/// precedence.
 ListMarker markerFrom(const QString &type, const QString &style, ListMarker otherwise) {
     struct Name {
         const char *name;

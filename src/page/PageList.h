@@ -25,20 +25,21 @@ enum class ListMarker {
 struct PageListItem {
     ListMarker marker = ListMarker::Disc;
     int number = 1;
-    /// Which of the page's lists it is in, from 0.
+    /// Index of the item's list among the page's lists, from 0.
     int list = 0;
     /// List nesting depth, at least 1.
     int depth = 1;
-    /// The last item of an outermost list, items of nested lists included.
+    /// Whether this is the last item of an outermost list, including the items of lists nested in
+    /// it.
     bool last = false;
-    /// The list counts downwards.
+    /// Whether the item's list counts downwards.
     bool reversed = false;
 };
 
 [[nodiscard]] bool isNumbered(ListMarker marker);
 
-/// The bullet, or the number with a full stop; empty for `None`. Numbers that letters or Roman
-/// numerals cannot express are written in digits.
+/// The text of the item's marker: the bullet, or the number with a full stop; empty for `None`.
+/// Numbers that letters or Roman numerals cannot express are written in digits.
 [[nodiscard]] QString markerText(const PageListItem &item);
 
 /// Counts the items of a page's lists as browsers do: by `start`, `reversed`, `type` and `value`.
@@ -55,7 +56,7 @@ public:
     [[nodiscard]] int addItem(const HtmlAttributes &attributes, const QString &style);
 
     [[nodiscard]] bool isOpen() const { return !_open.empty(); }
-    /// An outermost list is open and has no items yet.
+    /// Whether only an outermost list is open and it has no items yet.
     [[nodiscard]] bool isAtStart() const { return _open.size() == 1 && _open.front().count == 0; }
     /// Closes the open lists, and returns the items of all lists.
     [[nodiscard]] std::vector<PageListItem> takeItems();
@@ -66,8 +67,8 @@ private:
         ListMarker marker = ListMarker::Disc;
         int next = 1;
         bool reversed = false;
-        /// For a reversed list without a stated start: it starts at the number of its items, which
-        /// is known at its end.
+        /// True for a reversed list without a `start` attribute: its numbers start at the number of
+        /// its items, which is known only when the list ends.
         bool startsAtCount = false;
         std::vector<std::size_t> counted;
         int count = 0;

@@ -12,7 +12,7 @@ namespace pelorinnews {
 
 namespace {
 
-// CPU time of this thread, so that a busy machine does not make pictures time out.
+// CPU time of this thread, so that images do not time out on a busy computer.
 qint64 processorNanoseconds() {
     timespec now{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
@@ -20,8 +20,8 @@ qint64 processorNanoseconds() {
 }
 
 /// A file whose reads fail after a timeout. Some files can keep a decoder busy for hours or make it
-/// use up all memory, whatever size they state; but every such decoder asks for more bytes now and
-/// then. (No QBuffer: a decoder may take all of its bytes at once.)
+/// use up all memory, whatever image size they state; but every such decoder keeps reading from its
+/// device. (Not a `QBuffer`: a decoder may take all of its bytes at once.)
 class TimedFile final : public QIODevice {
 public:
     TimedFile(const QByteArray &bytes, qint64 end) : _bytes(bytes), _end(end) {}
@@ -60,8 +60,8 @@ QByteArray bytesOf(const QString &address) {
     return QByteArray::fromBase64(payload);
 }
 
-/// Detects the format by the first bytes, so that the file reaches no reader but that of its
-/// format.
+/// The format according to the first bytes of `file`, so that only the reader of that format gets
+/// the file.
 QByteArray formatOf(const QByteArray &file) {
     struct Kind {
         QByteArrayView start;
@@ -81,7 +81,8 @@ QByteArray formatOf(const QByteArray &file) {
     return {};
 }
 
-/// The PNG without its text chunks: a few bytes of text can unpack to all memory.
+/// The PNG without its text chunks: a few bytes of compressed text can expand until no memory is
+/// left.
 QByteArray withoutTexts(const QByteArray &png) {
     constexpr qsizetype signature = 8;
     constexpr qint64 frame = 12;  // a chunk's length, name and checksum
@@ -99,8 +100,8 @@ QByteArray withoutTexts(const QByteArray &png) {
     return kept;
 }
 
-/// The GIF's logical screen, on which its frames are composed. It may be larger than the size that
-/// the reader reports.
+/// The size of the GIF's logical screen, on which its frames are composed. The screen may be larger
+/// than the size that the reader reports.
 QSize screenOf(const QByteArray &gif) {
     constexpr qsizetype head = 10;
     if (gif.size() < head)

@@ -162,7 +162,7 @@ CssStyle StyleSheet::styleOf(const HtmlNode &node, const std::vector<HtmlNode> &
         return std::pair(_rules[a].specificity, a) < std::pair(_rules[b].specificity, b);
     });
     for (const std::size_t rule : found) {
-        // Overlaying one declaration takes about as long as this many matching steps.
+        // Overlaying one declaration takes about as long as four matching steps.
         _stepsLeft -= 4 * static_cast<int>(_styles[_rules[rule].style].size());
         style.overlay(_styles[_rules[rule].style]);
     }
@@ -175,7 +175,7 @@ bool StyleSheet::matches(const Rule &rule, const HtmlNode &node,
     if (!matches(parts.back().node, node))
         return false;
     // Each part takes the nearest ancestor that fits, without backtracking. With a child combinator
-    // in between, that can miss a match further out.
+    // in the selector, that can miss a match with ancestors further out.
     auto part = parts.rbegin();
     for (auto around = ancestors.rbegin(); std::next(part) != parts.rend(); ++around) {
         if (around == ancestors.rend() || _stepsLeft <= 0)

@@ -15,7 +15,8 @@ namespace pelorinnews {
 /// parts, each an element's name, classes and an id, joined by descendant or child combinators.
 /// Rules with other selectors, and those in `@media` and the like, are skipped.
 ///
-/// The matching steps for one page are limited too; beyond the limit nothing matches any more.
+/// The number of matching steps for one page is limited too; beyond the limit nothing matches any
+/// more.
 class StyleSheet {
 public:
     void add(QStringView css, const CssStyle::PictureNames &pictures);
@@ -29,7 +30,8 @@ public:
 private:
     struct Part {
         HtmlNode node;
-        /// Whether the part before it must match the parent, instead of any ancestor.
+        /// Whether the preceding part must match the element's parent (child combinator), instead
+        /// of any ancestor.
         bool isChild = false;
     };
     struct Rule {

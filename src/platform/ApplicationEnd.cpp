@@ -12,7 +12,7 @@ namespace {
 
 class Actions {
 public:
-    /// Returns whether Qt must be told of the end.
+    /// Returns whether the post routine must be registered with Qt, or registered again.
     bool add(Phase phase, Action action) {
         const std::lock_guard lock(_mutex);
         const bool isFirst = _waiting.empty();
@@ -20,7 +20,7 @@ public:
         return isFirst || phase == Phase::Windows;
     }
 
-    /// Null if none is left.
+    /// The next action; null if none is left.
     Action takeFirst() {
         const std::lock_guard lock(_mutex);
         return _waiting.empty() ? nullptr : _waiting.extract(_waiting.begin()).value().second;
@@ -47,7 +47,7 @@ void run() {
 void add(Phase phase, Action action) {
     if (!actions().add(phase, action))
         return;
-    // Once, at the newest place, however many windows a host has.
+    // Registered only once, as the newest post routine, however many windows a host has.
     qRemovePostRoutine(run);
     qAddPostRoutine(run);
 }

@@ -15,7 +15,7 @@ enum class Phase {
     /// OpenGL contexts that windows share.
     Graphics,
     Notifications,
-    /// Downloads. They end with a completion on a queue.
+    /// Downloads, before `Queues`: each ends with a completion on a queue.
     Downloads,
     Queues,
     Searches,
@@ -25,16 +25,16 @@ enum class Phase {
     MainTasks,
 };
 
-/// A function that neither throws nor expects anything of the phases before.
+/// A function that does not throw, and does not rely on an action of an earlier phase.
 using Action = void (*)();
 
-/// Calls `action` on the main thread when the application object is destroyed, or the next one if
-/// there is none now. Adding an action again before it was called is a no-op. Under a later
-/// application object the action has to be added again.
+/// Calls `action` on the main thread when the application object is destroyed; if there is none
+/// now, when the next application object is destroyed. Adding an action again before it was called
+/// is a no-op. Under a later application object the action has to be added again.
 ///
-/// An action may add others: those of earlier phases run next. Adding an action of the phase
-/// `Windows` lets all phases run before the post routines that exist by now, those of a window's
-/// renderer for example.
+/// An action may add others; the earliest phase that has actions always runs next. Adding an action
+/// of the phase `Windows` makes all phases run before the post routines that are registered so far,
+/// such as those of a window's renderer.
 void add(Phase phase, Action action);
 
 }  // namespace ApplicationEnd

@@ -11,8 +11,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// Objects to be released. They are not handed to the pool itself: race detectors see a lock of our
-/// own.
+/// Objects to be released. They are handed over under a mutex of our own, which race detectors see,
+/// and not in a task of the pool.
 struct Waiting {
     std::mutex mutex;
     std::vector<std::shared_ptr<const void>> objects;

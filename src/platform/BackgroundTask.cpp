@@ -24,7 +24,7 @@ struct Registry {
     std::vector<std::shared_ptr<BackgroundTask>> running;
 };
 
-// Never destroyed: a thread that outlives the wait at the end still removes its task here.
+// Never destroyed: a thread that still runs after `stopAll` removes its task here when it ends.
 Registry &registry() {
     static Registry &instance = *std::make_unique<Registry>().release();
     return instance;
@@ -83,8 +83,9 @@ void BackgroundTask::stop() {
     const std::lock_guard lock(_mutex);
     if (_idleThread == 0)
         return;
-    // On a busy computer an idle thread may get no CPU time to notice the stop, so raise it again.
-    // If the user may not do that, it ends when it next gets the CPU.
+    // On a busy computer an idle thread may get no CPU time to notice the stop, so restore its
+    // ordinary class. If the user has no permission for that, the thread ends when it next gets the
+    // CPU.
     const sched_param ordinary{};
     ::sched_setscheduler(_idleThread, SCHED_OTHER, &ordinary);
     setInputOutputClass(_idleThread, 0);

@@ -10,8 +10,8 @@
 
 namespace pelorinnews {
 
-/// One long piece of work on its own thread. It can be cancelled, and nobody waits for it: a thread
-/// that is blocked in a slow system call delays no caller of `stop`.
+/// One long piece of work on its own thread. `stop` cancels it without waiting: a thread that is
+/// blocked in a slow system call does not delay the caller.
 ///
 /// The work must own what it uses (captured by value or shared). When the application object is
 /// destroyed, every task is told to stop, and the process waits for all of them together, at most
@@ -35,11 +35,12 @@ public:
 
     [[nodiscard]] const std::atomic<bool> &stopFlag() const { return _stopped; }
 
-    /// Becomes readable when the task is told to stop, and stays so.
+    /// A descriptor that becomes readable when the task is told to stop, and stays readable.
     [[nodiscard]] int stopDescriptor() const { return _stopEvent.get(); }
 
-    /// Gives this thread only the CPU time and the disk access that nobody else wants. To be called
-    /// by the work. An ordinary user's thread cannot undo it.
+    /// Moves the calling thread to the idle scheduling classes: it gets only the CPU time and disk
+    /// access that nothing else wants. To be called by the work. A thread without privileges cannot
+    /// undo this.
     void enterIdleClass();
 
 private:
@@ -49,7 +50,7 @@ private:
     std::atomic<bool> _stopped = false;
     FileDescriptor _stopEvent;
     std::mutex _mutex;
-    pid_t _idleThread = 0;  // guarded by the mutex; 0 if the thread is not idle or has ended
+    pid_t _idleThread = 0;  // guarded by `_mutex`; 0 if it is not in the idle class or has ended
 };
 
 }  // namespace pelorinnews

@@ -46,7 +46,7 @@ icu::Locale withLikelySubtags(icu::Locale locale) {
     return locale;
 }
 
-/// The type of the calendar that is used in `locale`.
+/// ICU's name for the calendar of `locale`, such as "gregorian".
 std::string calendarOf(const icu::Locale &locale) {
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(locale, status));
@@ -62,13 +62,14 @@ icu::Locale withCalendar(icu::Locale locale, const std::string &calendar) {
 /// The region in the name of a POSIX locale, or in a language tag; empty if there is none.
 std::string regionIn(const QString &name) {
     const QString place = name.section(u'@', 0, 0).section(u'.', 0, 0);
-    // ICU would make "en_US" of these.
+    // ICU would read these two as "en_US".
     if (place == u"C" || place == u"POSIX")
         return {};
     return icuLocale(place).getCountry();
 }
 
-/// Reads the digits at the front of `text` into `number` and takes them off.
+/// Reads `count` digits at the front of `text` into `number` and removes them; false if there are
+/// fewer.
 bool takeDigits(std::string_view &text, size_t count, int &number) {
     if (text.size() < count)
         return false;
@@ -89,8 +90,8 @@ bool take(std::string_view &text, std::string_view expected) {
     return true;
 }
 
-/// A name of the locale, or a time zone. ICU has the last word: `proven` is set once ICU has parsed
-/// a text with it to the same result as the fast path.
+/// A weekday or month name of the locale, or a time zone. The fast path relies on it only if it is
+/// `proven`: ICU has parsed a text that contains it to the same result as the fast path.
 struct Name {
     std::string text;
     bool proven = false;
@@ -123,9 +124,8 @@ std::optional<int> zoneOffset(std::string_view zone) {
     return sign * (hours * 60 + minutes);
 }
 
-/// `name` in UTF-8 if the fast path can use it, else empty. It must not hold digits, blanks or
-/// commas, in ASCII or other scripts: next to the text around it these could belong to a longer
-/// name.
+/// `name` in UTF-8 if the fast path can use it, else empty. A name must not hold digits, blanks or
+/// commas, in ASCII or other scripts: they could also belong to the text around the name.
 std::string quickName(const icu::UnicodeString &name) {
     for (int32_t i = 0; i < name.length(); i = name.moveIndex32(i, 1)) {
         const UChar32 character = name.char32At(i);
@@ -143,8 +143,8 @@ public:
     Icu(QString datePattern, icu::Locale dateLocale)
         : _pattern(std::move(datePattern)), _locale(std::move(dateLocale)) {}
 
-    /// The same for the language, script and calendar without the region; null if this one has no
-    /// region.
+    /// A formatter with the same language, script and calendar, but without the region; null if
+    /// this one has no region.
     [[nodiscard]] std::unique_ptr<Icu> withoutRegion() const {
         if (*_locale.getCountry() == '\0')
             return nullptr;
@@ -209,8 +209,8 @@ private:
             _months[static_cast<size_t>(i)].text = quickName(names[i]);
     }
 
-    /// The result of the fast path, if the names mean what they seem to. Absent unless `text` has
-    /// exactly the pattern's form, with ASCII digits and a zone with a plain offset.
+    /// The result of the fast path, to be used only if its names are `proven`. Absent unless `text`
+    /// has exactly the pattern's form, with ASCII digits and a zone with a plain offset.
     std::optional<Reading> readQuickly(std::string_view text) {
         using namespace std::chrono;
         Reading reading{};

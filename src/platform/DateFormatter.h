@@ -14,11 +14,12 @@ namespace pelorinnews {
 /// Day and month names are those of the formatter's locale, in its own calendar and digits.
 /// Fallback for a text that does not match: the names of the language and script without the
 /// region, since regional abbreviations change with every release of Unicode's locale data ("Sept"
-/// in most English regions, "Sep" in English). Time zone names that a text omits are the user's.
+/// in most English regions, "Sep" in English). If the pattern has no time zone, dates are in the
+/// user's time zone.
 ///
 /// Making a formatter costs nothing until the first date, which takes about 0.1 ms; later dates in
-/// the common form cost next to nothing. A formatter belongs to one thread at a time. It uses the
-/// user's locale as of its construction: do not keep one.
+/// the common form cost next to nothing. A formatter belongs to one thread at a time. It keeps the
+/// locale as of its construction: make a new one for each use.
 class DateFormatter {
 public:
     /// The user's locale for dates as a Unicode locale identifier ("en_DE"): the first preferred
@@ -44,7 +45,7 @@ public:
 private:
     class Icu;
     std::unique_ptr<Icu> _icu;
-    /// Without the region; made when it is first needed.
+    /// The formatter without the region; made when it is first needed.
     std::unique_ptr<Icu> _fallback;
 };
 

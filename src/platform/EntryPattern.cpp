@@ -11,8 +11,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// A script with a program's name starts a program that is elsewhere. An unreadable file counts as
-/// a program.
+/// Scripts are no matches: a script with a program's name starts a program that is elsewhere. False
+/// for an unreadable file.
 bool isScript(const QByteArray &path) {
     const FileDescriptor file(
         ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));

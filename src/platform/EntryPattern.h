@@ -15,7 +15,7 @@ namespace pelorinnews {
 class EntryPattern {
 public:
     enum class Kind {
-        any,     ///< files and folders; what lies in a folder that matches is part of it
+        any,     ///< files and folders; the contents of a matching folder belong to that match
         program  ///< executable files except scripts; a folder never matches
     };
 

@@ -41,8 +41,8 @@ ExpatEvents::ExpatEvents(XmlReaderDelegate &receiver)
     XML_SetEntityDeclHandler(_parser, entityDeclaration);
     XML_SetStartDoctypeDeclHandler(_parser, startDoctype);
     XML_SetAttlistDeclHandler(_parser, attributeDeclaration);
-    // In attributes Expat does expand them, and they are counted afterwards. The memory it needs
-    // meanwhile is small, or as large again as the document.
+    // In attributes, Expat expands entities itself; they are counted afterwards. With this limit,
+    // the memory for the expansion is either small or at most the size of the document.
     constexpr float maxAmplification = 2;
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(_parser, maxAmplification);
 }
@@ -50,7 +50,8 @@ ExpatEvents::ExpatEvents(XmlReaderDelegate &receiver)
 void ExpatEvents::fail(XML_Error code) {
     if (_failure)
         return;
-    // Expat does not name the entity. Its current event is the reference, or the tag that holds it.
+    // Expat's error does not name the entity, but the current event is the reference, or the tag
+    // that holds it.
     const auto refusal = isOfEntities(code) ? _entities.useAll(currentToken()) : std::nullopt;
     if (refusal)
         report(refusal->code, refusal->reason);
@@ -95,8 +96,8 @@ qint64 ExpatEvents::columnNumber() const {
     return lineNumber() == 1 ? column : column + 1;
 }
 
-/// The tag, quoted value or reference at which the current event starts, verbatim. After an error,
-/// Expat's own size of the event is 0.
+/// The tag, quoted value or reference at which the current event starts, verbatim. Found by
+/// scanning, because after an error Expat reports an event size of 0.
 std::string_view ExpatEvents::currentToken() const {
     int offset = 0;
     int size = 0;
@@ -197,8 +198,8 @@ void ExpatEvents::entityDeclaration(void *self, const XML_Char *name, int isPara
         value ? std::optional(std::string_view(value, static_cast<size_t>(length))) : std::nullopt);
     if (reader->_entities.nestedCount() <= deepestNesting)
         return;
-    // Expat follows entities recursively, so a long chain overflows the stack. From here on it may
-    // not expand any; for Expat that includes the predefined ones.
+    // Expat follows entities recursively, so a long chain overflows the stack. From here on Expat
+    // may not expand any entity; this includes the predefined ones.
     XML_SetBillionLaughsAttackProtectionActivationThreshold(reader->_parser, 0);
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(reader->_parser, 1);
 }

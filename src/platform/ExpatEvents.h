@@ -6,7 +6,7 @@
 
 #include <QString>
 
-// Expat declares its limits on entities only if this macro says that it was built with them.
+// Expat's header declares the functions that limit entity expansion only if this macro is defined.
 #ifndef XML_DTD
 #define XML_DTD 1
 #endif
@@ -31,10 +31,10 @@ public:
     /// Expat's parser, which the caller feeds; null if there is no memory for one.
     [[nodiscard]] XML_Parser handle() const { return _parser; }
 
-    /// Fails with the error that made Expat stop, unless the document has failed already.
+    /// Reports Expat's error `code` as the fatal error, unless the document has failed already.
     void fail(XML_Error code);
 
-    /// Fails at the current event and stops Expat. `reason` is a text for people.
+    /// Reports a fatal error at the current event and stops Expat. `reason` is a text for people.
     void refuse(int code, const QString &reason);
 
     /// Where the current event starts, counted from one.
@@ -45,8 +45,8 @@ public:
     [[nodiscard]] const std::optional<Error> &error() const { return _failure; }
 
 private:
-    /// The object behind a callback of Expat's, or null once the document has failed: Expat still
-    /// reports the rest of the event that was refused.
+    /// The object from the user data of an Expat callback; null once the document has failed, since
+    /// Expat still reports the rest of a refused event.
     static ExpatEvents *reading(void *self);
 
     static void startElement(void *self, const XML_Char *name, const XML_Char **attributes);
@@ -77,7 +77,8 @@ private:
     int _openElements = 0;
     XmlEntities _entities;
     bool _inCdata = false;
-    /// The section being read: it arrives line by line and is reported as a whole.
+    /// The CDATA section being read. Expat delivers it line by line; the delegate gets it as a
+    /// whole.
     std::string _cdata;
 };
 

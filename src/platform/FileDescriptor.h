@@ -5,7 +5,7 @@
 
 namespace pelorinnews {
 
-/// Owns one open kernel descriptor and closes it. Negative if there is none.
+/// Owns one open file descriptor and closes it. Negative if there is none.
 class FileDescriptor {
 public:
     FileDescriptor() = default;

@@ -8,7 +8,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// The length in bytes of the character at the start of `text`; one for a byte that starts none.
+/// The length in bytes of the character at the start of `text`; one for a byte that starts no valid
+/// character.
 std::size_t characterLength(std::string_view text) {
     const auto lead = static_cast<unsigned char>(text.front());
     std::size_t length = 1;

@@ -25,7 +25,8 @@ public:
     /// False if no name can ever match: the pattern is empty or holds a slash or a NUL.
     [[nodiscard]] bool canMatch() const;
 
-    /// The SPARQL group graph pattern that binds `?n` to a name and holds for the names that match.
+    /// A SPARQL condition (group graph pattern) that binds `?n` to the name of the file `?f` and
+    /// holds if that name matches.
     [[nodiscard]] QString sparqlCondition() const;
 
 private:

@@ -15,7 +15,7 @@ namespace pelorinnews::FilePaths {
     return slash <= 0 ? QByteArrayLiteral("/") : path.left(slash);
 }
 
-/// `name` in `folder`; with an empty name, the folder with a slash at its end.
+/// The path of `name` in `folder`. An empty `name` gives `folder` with a slash at its end.
 [[nodiscard]] inline QByteArray joined(const QByteArray &folder, const QByteArray &name) {
     return folder.endsWith('/') ? folder + name : folder + '/' + name;
 }

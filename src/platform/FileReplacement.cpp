@@ -22,7 +22,8 @@ QByteArray absolutePath(const QString &path) {
     return QFile::encodeName(QDir::isRelativePath(path) ? QDir::current().filePath(path) : path);
 }
 
-/// Whether the file system does not support the operation, which is no failed write.
+/// Whether the error `number` only means that the file system does not support the operation. That
+/// does not count as a failed write.
 bool isUnsupported(int number) {
     return number == EINVAL || number == ENOSYS || number == EOPNOTSUPP || number == EROFS;
 }
@@ -111,8 +112,9 @@ bool FileReplacement::write(QByteArrayView bytes) {
 std::optional<FileStamp> FileReplacement::commit() {
     if (_problem)
         return std::nullopt;
-    // Network file systems, and those that allocate late, report a full disk only here. It also
-    // prevents a power failure from leaving an empty file under the new name.
+    // Network file systems, and those with delayed allocation, report a full disk only at
+    // `fdatasync`. The call also prevents a power failure from leaving an empty file under the new
+    // name.
     while (::fdatasync(_file.get()) != 0) {
         if (errno == EINTR)
             continue;
@@ -130,8 +132,8 @@ std::optional<FileStamp> FileReplacement::commit() {
     if (_problem)
         return std::nullopt;
     _temporary.clear();
-    // Renaming changes only the status-change time (ctime). Ask the open file: the name may lead to
-    // somebody else's file by now.
+    // Renaming changes only the status-change time (ctime). Read it from the open descriptor: the
+    // name may lead to another writer's file by now.
     FileStamp stamp = FileStamp::of(before);
     if (::fstat(_file.get(), &after) == 0)
         stamp.changed = FileStamp::of(after).changed;

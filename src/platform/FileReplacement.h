@@ -14,14 +14,14 @@
 namespace pelorinnews {
 
 /// Replaces the contents of a file atomically, or leaves it unchanged: writes to a temporary file
-/// beside it, which takes its name once every byte is known to be on the disk.
+/// beside it, and renames that to the name of the file once every byte is known to be on the disk.
 ///
 /// Follows symbolic links: the link stays, and its target is replaced, or created if it does not
 /// exist. A target that is not a regular file, or may not be written, is an error and stays
 /// untouched. A replaced file keeps its permissions.
 ///
-/// Errors are those of `FileError`; after the first one nothing more is written. If several replace
-/// one file at once, the last one wins. Any thread, one at a time. Blocks on the disk.
+/// Errors are those of `FileError`; after the first one nothing more is written. If several writers
+/// replace one file at once, the last one wins. Any thread, one at a time. Blocks on the disk.
 class FileReplacement {
 public:
     explicit FileReplacement(const QString &path);
@@ -37,13 +37,14 @@ public:
     /// Gives the new file these permissions, instead of those of the earlier file.
     void setPermissions(mode_t permissions);
 
-    /// False if there is no room for `size` bytes beside the file to be replaced.
+    /// Allocates `size` bytes for the new file, while the earlier file still exists. False if the
+    /// disk has no room for them.
     bool reserve(qint64 size);
 
     bool write(QByteArrayView bytes);
 
-    /// Puts the new contents in place. Returns the file's stamp, which is valid until somebody else
-    /// touches the file; absent on failure.
+    /// Puts the new contents in place. Returns the file's stamp, which is valid until another
+    /// writer changes the file; absent on failure.
     [[nodiscard]] std::optional<FileStamp> commit();
 
     /// The first error, if there was one.

@@ -26,7 +26,7 @@ public:
 
     void set(T newValue) { static_cast<void>(exchange(std::move(newValue))); }
 
-    /// Puts `newValue` in and returns what was there.
+    /// Stores `newValue` and returns the previous value.
     [[nodiscard]] T exchange(T newValue) {
         const std::lock_guard lock(_mutex);
         std::swap(_value, newValue);

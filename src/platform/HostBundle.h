@@ -9,7 +9,7 @@
 namespace pelorinnews {
 
 /// The application that has loaded the module, as far as it can be identified from inside. A value;
-/// each `mainBundle()` reads it anew.
+/// each call of `mainBundle()` detects it anew.
 ///
 /// What the host states takes precedence; the rest is detected. Call `mainBundle` on the main
 /// thread, with the application object alive.
@@ -42,9 +42,9 @@ public:
     /// The last component of the location, as on the disk ("Pelorin.app"); null if that is null.
     [[nodiscard]] QString name() const;
 
-    /// The pattern of a copy of the application: an entry with this name (`*` and `?` in it are
-    /// wildcards), and a program if the application is a single executable. Matches nothing if the
-    /// name is null.
+    /// The pattern that copies of the application match: entries with the same name (`*` and `?` in
+    /// it are wildcards), and only executable files if the application is a single executable.
+    /// Matches nothing if the name is null.
     [[nodiscard]] EntryPattern copies() const;
 
 private:

@@ -15,8 +15,8 @@ namespace pelorinnews::MainQueue {
 namespace {
 
 // Tasks are kept in a list of our own and not in posted events: at the application's end Qt
-// destroys those under a lock of the event queue, and destroying what a task holds may post events
-// (deadlock).
+// destroys posted events under a lock of the event queue, and destroying what a task holds may post
+// events (deadlock).
 class Queue {
 public:
     void append(std::function<void()> task) {
@@ -48,7 +48,8 @@ private:
     std::deque<std::function<void()>> _tasks;
 };
 
-// Neither is ever destroyed: tasks may be posted as long as the process lives.
+// The queue and the context object are never destroyed: tasks may be posted as long as the process
+// lives.
 Queue &queue() {
     static auto *const only = new Queue;
     return *only;

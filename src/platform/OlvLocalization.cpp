@@ -7,8 +7,8 @@
 
 namespace pelorinnews {
 
-/// One language's file, read into memory: if the file is replaced while the host runs, a translator
-/// has no dangling pages.
+/// One language's file, read into memory and not mapped: if the file is replaced while the host
+/// runs, the translator's data stays valid.
 struct OlvLocalization::Table {
     explicit Table(QByteArray contents) : bytes(std::move(contents)) {
         constexpr qsizetype largest = 1 << 24;

@@ -33,8 +33,8 @@ public:
     /// The table to look in. A missing or damaged file has no texts.
     void setTable(const QString &name);
 
-    /// The text for `key`. Returns `key` itself if no language has one, before folder and table are
-    /// set, and if it is empty.
+    /// The text for `key`. Returns `key` itself if no language has a text, if folder or table is
+    /// not set yet, or if `key` is empty.
     [[nodiscard]] QString stringForKey(const QString &key) const;
 
 private:

@@ -16,8 +16,8 @@ struct OperationQueue::Registry {
     Registry() = default;
     Registry(const Registry &) = delete;
     Registry &operator=(const Registry &) = delete;
-    /// A transport that ends after the queues may have given them a last task, and a process may
-    /// exit without destroying its application object.
+    /// Closes the queues once more at exit: a transport that ends after they were closed may have
+    /// given them a last task, and a process may exit without destroying its application object.
     ~Registry() { closeAll(*this); }
 
     static Registry &instance() {
@@ -27,7 +27,7 @@ struct OperationQueue::Registry {
 
     std::mutex mutex;
     std::vector<std::weak_ptr<OperationQueue>> queues;
-    /// Queues that have ended with an application object. Kept until the next queue is made, so
+    /// Queues that were closed with an application object. Kept until the next queue is made, so
     /// that none of their threads destroys anything while the process exits.
     std::vector<std::shared_ptr<OperationQueue>> ended;
 };

@@ -29,8 +29,9 @@ std::optional<RegularFile> RegularFile::open(const QString &path, Error *error) 
     };
     constexpr int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
     const QByteArray name = QFile::encodeName(path);
-    // O_PATH only refers to what is there, without opening it. Opening it through that descriptor
-    // opens exactly what was checked, whatever has the name by now (no race).
+    // O_PATH gives a descriptor for what is at `path` without opening it. Opening that descriptor
+    // through `/proc` opens exactly the file that was checked, even if the name leads elsewhere by
+    // now (no race).
     const FileDescriptor held(::open(name.constData(), O_PATH | O_CLOEXEC));
     if (!held.isValid())
         return fail(FileError::fromSystem(QFileDevice::OpenError, errno));

@@ -50,7 +50,7 @@ public:
     AlarmNotifier &operator=(const AlarmNotifier &) = delete;
 
     ~AlarmNotifier() override {
-        // Before the descriptor is closed: another file may get its number at once.
+        // Disable before closing the descriptor: another file may get its number at once.
         setEnabled(false);
         ::close(_alarm);
     }
@@ -85,7 +85,7 @@ void SleepAwareTimer::invalidate() {
         return;
     }
     _source.reset();
-    // Destroyed on return, when the members are no longer needed.
+    // Released only on return: that may destroy this timer.
     const auto released = std::exchange(_callback, nullptr);
 }
 

@@ -10,8 +10,8 @@ namespace pelorinnews {
 
 /// A repeating timer that also counts the time for which the computer sleeps.
 ///
-/// The first firing comes one full interval after construction, the next ones an interval apart on
-/// the same grid, however long a firing takes. Intervals that are missed while the computer sleeps
+/// The first firing comes one full interval after construction, the next ones at whole multiples of
+/// the interval, however long a callback takes. Intervals that are missed while the computer sleeps
 /// or the thread is busy give one firing, never several. A firing that falls due while the callback
 /// still runs (in an event loop of its own) is dropped.
 ///
@@ -21,20 +21,20 @@ namespace pelorinnews {
 ///
 /// Belongs to the thread that constructs it: it fires there, and needs that thread's event loop;
 /// without one it never fires. If the system has alarms on a clock that runs during sleep, the
-/// thread is not woken between firings. Otherwise it polls the clock once a minute.
+/// thread is not woken between firings. Otherwise the timer polls the clock once a minute.
 class SleepAwareTimer final : public QObject {
 public:
     using Clock = std::function<std::chrono::milliseconds()>;
 
-    /// Intervals are clamped to these bounds: zero to one second, and anything beyond a century to
-    /// a century, which every system clock can still add up.
+    /// Intervals are clamped to these bounds: zero becomes one second, and more than a century
+    /// becomes a century, which overflows no system clock.
     static constexpr std::chrono::seconds minInterval{1};
     static constexpr std::chrono::seconds maxInterval{std::chrono::hours{24 * 36525}};
 
     /// `interval` is in seconds. An empty callback makes a timer that is invalid from the start.
     SleepAwareTimer(quint64 interval, std::function<void()> callback);
 
-    /// The same with a given clock, which never runs backwards: for systems whose alarms do not
+    /// The same, but polls `clock`, which must never run backwards: for systems whose alarms do not
     /// count sleep. An empty clock means the system's.
     SleepAwareTimer(quint64 interval, std::function<void()> callback, Clock clock);
 

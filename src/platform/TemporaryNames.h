@@ -6,7 +6,7 @@
 /// killed leaves them behind; the next replacement of the same file removes them.
 ///
 /// A name holds the time of its creation, which tells a stale file from one in use without a lock:
-/// none is in use for an hour. Paths are absolute, as the bytes that the kernel takes. Thread-safe.
+/// no file is in use for as long as an hour. Paths are absolute, in raw bytes. Thread-safe.
 namespace pelorinnews::TemporaryNames {
 
 /// A new name for a file beside `path`.

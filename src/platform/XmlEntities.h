@@ -23,15 +23,15 @@ public:
     /// replacement text, absent for an external entity.
     void declare(std::string_view name, std::optional<std::string_view> value);
 
-    /// Takes one reference and sets `text` to its replacement, which lives as long as this object.
+    /// Counts one reference and sets `text` to its replacement, which lives as long as this object.
     /// A refused reference leaves `text` unchanged.
     [[nodiscard]] std::optional<Refusal> use(std::string_view name, std::string_view &text);
 
-    /// Takes every reference to an entity in `markup`, a verbatim piece of the document. Returns
-    /// the first refusal, if any.
+    /// Counts every entity reference in `markup`, a verbatim piece of the document. Returns the
+    /// first refusal, if any.
     [[nodiscard]] std::optional<Refusal> useAll(std::string_view markup);
 
-    /// The number of declarations that refer to other entities that need a declaration. No chain of
+    /// The number of declarations that refer to an entity that is not predefined. No chain of
     /// references is longer than this.
     [[nodiscard]] int nestedCount() const { return _nested; }
 

@@ -26,7 +26,8 @@ constexpr qsizetype textPiece = 1 << 14;
 
 }  // namespace
 
-/// Feeds Expat with pieces of any size, whole tokens at a time.
+/// Feeds Expat with a document that arrives in pieces of any size. Holds back pieces of a large
+/// token until enough of it has arrived.
 class XmlReader::Expat {
 public:
     explicit Expat(XmlReaderDelegate &delegate) : events(delegate) {}

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "pelorinnews/Error.h"
+
 #include <QByteArrayView>
 
-#include "pelorinnews/Error.h"
 #include <string_view>
 
 namespace pelorinnews {

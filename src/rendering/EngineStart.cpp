@@ -20,8 +20,9 @@ namespace {
 
 constexpr auto flagsVariable = "QTWEBENGINE_CHROMIUM_FLAGS";
 
-// Checks the engine's own switches; the host decides about them, not this module. The engine reads
-// them from the command line only after `--webEngineArgs`, and not at all if the variable is set.
+// Whether the engine's own switches disable its sandbox, which the host decides, not this module.
+// The engine reads its switches from `flagsVariable` if that is set, otherwise from the command
+// line after `--webEngineArgs`.
 bool isToldToDoWithoutSandbox() {
     if (qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
         return true;
@@ -37,7 +38,7 @@ bool isToldToDoWithoutSandbox() {
     return switches.contains(QLatin1String("--no-sandbox"));
 }
 
-// Searches in the same order as the engine.
+// Looks for one of the engine's files where the engine does, in the same order.
 bool isFound(const char *file, const char *variable, const QString &folder) {
     if (qEnvironmentVariableIsSet(variable)) {
         const QFileInfo stated(qEnvironmentVariable(variable));
@@ -58,8 +59,9 @@ bool hasItsFiles() {
                    QLibraryInfo::path(QLibraryInfo::DataPath) + QStringLiteral("/resources"));
 }
 
-// Tries what the engine will do. The child makes two system calls and ends; the child of a process
-// with threads may do no more. Its end sends no signal to the host.
+// Creates namespaces in a child process, as the engine's sandbox will. The child only makes two
+// system calls, because the child of a process with several threads may not do much more. The host
+// gets no signal when the child ends.
 bool mayMakeNamespaces() {
     const long child = ::syscall(SYS_clone, CLONE_NEWUSER, nullptr, nullptr, nullptr, 0L);
     if (child == 0)
@@ -74,8 +76,8 @@ bool mayMakeNamespaces() {
 }
 
 // The engine ends the process when it runs out of file descriptors. With one page shown, it uses 40
-// here and 28 in each process of its own, which has the same limit; this leaves room for more
-// pages.
+// in this process and 28 in each of its helper processes, which have the same limit. This number
+// leaves room for more pages.
 constexpr rlim_t descriptorsOfEngine = 128;
 
 bool hasDescriptorsLeft() {

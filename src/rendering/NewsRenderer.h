@@ -7,7 +7,7 @@ class QWidget;
 
 namespace pelorinnews {
 
-/// Why a page navigates. Policy delegates rely on these numbers.
+/// The reason for a navigation. Policy delegates rely on these numbers.
 enum class NavigationType : int {
     LinkClicked = 0,
     FormSubmitted = 1,

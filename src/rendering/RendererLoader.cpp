@@ -32,8 +32,8 @@ std::unique_ptr<NewsRenderer> webRenderer(QWidget *parent, const QString &plugin
     return plugin ? plugin->createRenderer(parent) : nullptr;
 }
 
-// The contexts of a later application object must not share with a context of a display that is
-// gone. The context itself is leaked on purpose: nothing tells when the engine's last thread has
+// Contexts under a later application object must not share with this one, because its display is
+// gone. The shared context is leaked on purpose: nothing tells when the engine's last thread has
 // released it.
 void withdrawSharedContext() {
     if (QOpenGLContext::globalShareContext() == sharedContext)
@@ -67,7 +67,8 @@ std::unique_ptr<NewsRenderer> createRenderer(QWidget *parent, const QString &plu
 }
 
 bool canShareGraphics() {
-    // If the host asked for sharing but there is no GL, the context exists and is invalid.
+    // If the host set `Qt::AA_ShareOpenGLContexts` but GL is not available, a global share context
+    // exists but is invalid.
     if (const QOpenGLContext *shared = QOpenGLContext::globalShareContext())
         return shared->isValid();
     return shareContextNow();

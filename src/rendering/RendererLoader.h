@@ -15,13 +15,13 @@ namespace pelorinnews::RendererLoader {
 /// does not load, or could not start without ending the process, for example under a second
 /// application object after the engine has ended with the first. Never null. Main thread only.
 ///
-/// `pluginFolder` is where the plug-in lies; by default the module's own folder.
+/// `pluginFolder` is the folder of the plug-in; by default the module's own.
 [[nodiscard]] std::unique_ptr<NewsRenderer> createRenderer(QWidget *parent,
                                                            const QString &pluginFolder = {});
 
 /// Whether the process has a shared OpenGL context for a web engine. Call it before loading any of
-/// the engine: an engine that starts without such a context ends the process. If the host made none
-/// and the display supports it, creates one, once for each application object.
+/// the engine: an engine that starts without such a context ends the process. If the host made no
+/// such context and the display supports it, creates one, once for each application object.
 [[nodiscard]] bool canShareGraphics();
 
 }  // namespace pelorinnews::RendererLoader

@@ -16,8 +16,8 @@ public:
     RendererPlugin &operator=(const RendererPlugin &) = delete;
 
     /// Creates a renderer whose widget is a child of `parent`. Null if this process cannot have
-    /// one: the host already uses the engine in a way that excludes this renderer, or the engine
-    /// has ended with an earlier application object.
+    /// one: the host has already started the engine (this renderer must register its URL scheme
+    /// before that), or the engine has ended together with an earlier application object.
     virtual std::unique_ptr<NewsRenderer> createRenderer(QWidget *parent) = 0;
 
 protected:

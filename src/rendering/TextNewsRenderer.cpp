@@ -27,8 +27,8 @@ namespace {
 constexpr int standardFontPixels = 16;
 constexpr qreal pageMargin = 8;
 
-/// Replaces each picture that is not shown by its `alt` text; otherwise it leaves a gap of the
-/// picture's size.
+/// Puts the `alt` text in the place of each image that cannot be shown. Without that, the document
+/// leaves a gap of the image's size.
 void tellOfPicturesLeftOut(QTextDocument &document) {
     struct LeftOut {
         int position;
@@ -50,7 +50,8 @@ void tellOfPicturesLeftOut(QTextDocument &document) {
     }
     QTextCursor cursor(&document);
     cursor.beginEditBlock();
-    // Backwards, because a text is longer than the picture it replaces and shifts later positions.
+    // Backwards, because the text is longer than the image that it replaces and shifts later
+    // positions.
     for (auto each = all.rbegin(); each != all.rend(); ++each) {
         cursor.setPosition(each->position);
         cursor.setPosition(each->position + each->length, QTextCursor::KeepAnchor);
@@ -75,7 +76,8 @@ TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
     setUndoRedoEnabled(false);
     document()->setDocumentMargin(pageMargin);
 
-    // A page is black on white unless it says otherwise, whatever the desktop's colours.
+    // A page is black on white unless it specifies other colours, whatever the desktop's colours
+    // are.
     QPalette colours = palette();
     colours.setColor(QPalette::Base, Qt::white);
     colours.setColor(QPalette::Text, Qt::black);
@@ -109,8 +111,8 @@ void TextNewsRenderer::setStandardFontFamily(const QString &family) {
     document()->setDefaultFont(font);
 }
 
-// Always returns something: without a result the document itself looks for a local file of that
-// name and shows it.
+// Never returns an invalid variant: the document would then look for a local file of that name and
+// show it.
 QVariant TextNewsRenderer::loadResource(int type, const QUrl &name) {
     if (type != QTextDocument::ImageResource)
         return QByteArray("");
@@ -161,7 +163,7 @@ void TextNewsRenderer::paintMarker(QPainter &painter, const QTextBlock &block,
     const QTextCharFormat format =
         block.begin().atEnd() ? block.charFormat() : block.begin().fragment().charFormat();
     QFont font = format.font();
-    // Otherwise the painter would replace the document's font by the widget's.
+    // Marks all font properties as set. The painter would take unset ones from the widget's font.
     font.setResolveMask(QFont::AllPropertiesResolved);
     const QFontMetricsF metrics(font);
     const QString text = markerText(_page.items[item]);

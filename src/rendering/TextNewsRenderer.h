@@ -9,9 +9,9 @@
 namespace pelorinnews {
 
 /// Fallback renderer: paints a page with Qt's own rich text, for hosts that ship without a web
-/// engine or in which starting one would end the process. Shows pictures that the page itself
-/// carries (`data:`), within the bounds of `PagePictures`, and fetches nothing. Draws the numbers
-/// and bullets of lists itself, because a text document can count from 1 only.
+/// engine or in which starting one would end the process. Shows images that the page embeds as
+/// `data:` URLs, within the limits of `PagePictures`, and fetches nothing. Draws the numbers and
+/// bullets of lists itself, because a text document can count from 1 only.
 class TextNewsRenderer final : public QTextBrowser, public NewsRenderer {
 public:
     explicit TextNewsRenderer(QWidget *parent);
@@ -26,7 +26,7 @@ protected:
     QVariant loadResource(int type, const QUrl &name) override;
     void paintEvent(QPaintEvent *event) override;
     void doSetSource(const QUrl &name, QTextDocument::ResourceType type) override;
-    // The middle button clicks links, too; the base class handles only the left one.
+    // The middle mouse button clicks links, too; the base class handles only the left one.
     void mousePressEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
 

@@ -4,8 +4,8 @@
 
 namespace pelorinnews {
 
-/// A text document that loads no resources: it reads no file, downloads nothing and loads no
-/// picture, whatever the page asks for.
+/// A text document that loads no resources: it reads no file, downloads nothing and loads no image,
+/// whatever the page asks for.
 class RichTextDocument final : public QTextDocument {
 public:
     RichTextDocument();

@@ -24,8 +24,8 @@ namespace {
 // Six inches: the width of the text on a sheet with ordinary margins.
 constexpr int textWidth = 8640;
 constexpr int cellPadding = 140;
-// Beyond these, RTF readers lose text or give up; the contents of the cells are then written one
-// after another, without a table.
+// With more nesting or columns than this, RTF readers lose text or give up. The contents of the
+// cells are then written one after another, without a table.
 constexpr int deepestTable = 8;
 constexpr int maxColumns = 63;
 
@@ -34,9 +34,9 @@ const QByteArray &paragraphEnd() {
     return end;
 }
 
-/// The address in the form for a field's instruction. Empty if a document should not carry it: a
-/// link in a pasted text must not run anything or open a file, as one without a scheme or a host
-/// would.
+/// The URL as the `HYPERLINK` instruction of an RTF field needs it. Empty if the document must not
+/// contain the link: a link in a pasted text must not run a program or open a file, as a link
+/// without a scheme or a host would.
 QByteArray linkAddress(const QString &address) {
     static constexpr std::array withHost{"http", "https", "ftp"};
     static constexpr std::array withoutHost{"mailto", "tel", "news"};
@@ -48,7 +48,7 @@ QByteArray linkAddress(const QString &address) {
     const bool carried = isAmong(withoutHost) || (isAmong(withHost) && !url.host().isEmpty());
     if (!carried || !url.isValid())
         return {};
-    // With backslashes and quotes percent-encoded, the address needs only RTF's escapes for text.
+    // With backslashes and quotes percent-encoded, the URL needs only RTF's escapes for text.
     return url.toEncoded().replace('\\', "%5C").replace('"', "%22");
 }
 
@@ -56,7 +56,8 @@ bool isTable(const QTextFrame *frame) {
     return qobject_cast<const QTextTable *>(frame) != nullptr;
 }
 
-/// Whether `block` is there only because a document cannot begin with a table.
+/// Whether `block` is an empty block that exists only because a `QTextDocument` cannot begin with a
+/// table.
 bool isMadeForTable(const QTextBlock &block, const QTextFrame::iterator &next,
                     const QTextFrame::iterator &end) {
     return block.length() <= 1 && block.userState() < 0 && next != end &&
@@ -203,7 +204,8 @@ void RichTextWriter::writeRow(const QTextTable &table, int row, const RtfTableGr
             _body += cellEnd;
         }
     }
-    // Repeated at the end of the row, because tables inside its cells redefine the current row.
+    // Repeat the row's definition at its end, because tables inside its cells redefine the current
+    // row.
     if (nested)
         _body += "{\\*\\nesttableprops" + definition + "\\nestrow}{\\nonesttables\\par}\n";
     else

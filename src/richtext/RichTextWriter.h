@@ -14,14 +14,14 @@
 namespace pelorinnews {
 
 /// A page's HTML as RTF: headings, character styles, fonts, colours, links, lists, tables,
-/// alignment, both writing directions and pictures embedded in the page.
+/// alignment, both writing directions and images embedded in the page.
 ///
-/// Absent if the HTML cannot be turned into a document: for a null text, for one beyond the bounds
-/// of `BoundedHtml`, off the main thread, and without a QGuiApplication. HTML that shows nothing
-/// gives a document without text. Reads and requests nothing outside `html`.
+/// Absent if the HTML cannot be turned into a document: for a null text, for a page beyond the
+/// limits of `BoundedHtml`, off the main thread, and without a QGuiApplication. HTML without
+/// visible content gives a document without text. Reads and requests nothing outside `html`.
 [[nodiscard]] std::optional<QByteArray> richTextFromHtml(const QString &html);
 
-/// Writes one text document as RTF. Used once.
+/// Writes one text document as RTF. `write` may be called once.
 class RichTextWriter {
 public:
     /// `document` was made from `page`. Both must outlive the writer and must not change meanwhile.
@@ -31,7 +31,8 @@ public:
     [[nodiscard]] QByteArray write();
 
 private:
-    /// Where contents lie: table nesting depth, and the available width in twips.
+    /// The place of contents in the document: table nesting depth, and the available width in
+    /// twips.
     struct Place {
         int tableDepth = 0;
         int width = 0;

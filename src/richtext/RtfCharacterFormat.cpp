@@ -10,7 +10,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// The size in half points. A format states it in points, in pixels or as one of HTML's sizes.
+/// The font size in half points. A format states the size in points, in pixels or as an HTML size.
 int halfPoints(const QTextCharFormat &format) {
     double points = RtfHeader::defaultFontHalfPoints / 2.0;
     if (format.hasProperty(QTextFormat::FontPointSize)) {
@@ -48,7 +48,7 @@ void appendColors(QByteArray &out, const QTextCharFormat &format, RtfHeader &hea
         appendRtfWord(out, "\\cf", header.color(format.foreground().color()));
     if (!isVisible(format.background()))
         return;
-    // No single control word works in all readers.
+    // Write the background colour twice: no single control word works in all readers.
     const int background = header.color(format.background().color());
     appendRtfWord(out, "\\cb", background);
     appendRtfWord(out, "\\chshdng0\\chcbpat", background);

@@ -11,7 +11,7 @@ class RtfHeader;
 [[nodiscard]] bool isVisible(const QBrush &brush);
 
 /// The control words for text formatted as `format`, to be written in a group before the text;
-/// empty for text that looks like the document's default. Ends without a delimiter.
+/// empty for text that looks like the document's default. The result does not end with a delimiter.
 [[nodiscard]] QByteArray rtfCharacterFormat(const QTextCharFormat &format, RtfHeader &header);
 
 }  // namespace pelorinnews

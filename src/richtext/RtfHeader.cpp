@@ -8,7 +8,7 @@ namespace pelorinnews {
 
 namespace {
 
-// Readers number fonts and colours in 16 bits or less, and no hand-written item comes near these
+// RTF readers number fonts and colours in 16 bits or less. No hand-written item comes near these
 // limits.
 constexpr qsizetype maxFonts = 1000;
 constexpr std::size_t maxColors = 10000;
@@ -16,7 +16,8 @@ constexpr std::size_t maxColors = 10000;
 QString fontName(const QStringList &families) {
     if (families.isEmpty())
         return {};
-    // One entry may itself be a list, if the style sheet's text was not split.
+    // An entry of `families` may itself be a list with commas, if the style sheet's text was not
+    // split.
     QString name = families.first().section(QLatin1Char(','), 0, 0).trimmed();
     name.remove(QLatin1Char('"')).remove(QLatin1Char('\'')).remove(QLatin1Char(';'));
     if (name.compare(QStringLiteral("monospace"), Qt::CaseInsensitive) == 0)

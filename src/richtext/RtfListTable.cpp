@@ -8,12 +8,12 @@ namespace pelorinnews {
 
 namespace {
 
-// The most lists that common word processors keep in a document.
+// Common word processors keep no more lists than this in a document.
 constexpr std::size_t maxLists = 2000;
 constexpr int deepestLevel = 8;
 constexpr int twipsPerIndent = 40 * twipsPerPixel;
 
-/// RTF's number for a kind of numbering.
+/// The RTF number format (`\levelnfc`) of a list marker.
 int numberFormat(ListMarker marker) {
     switch (marker) {
         case ListMarker::UpperRoman:

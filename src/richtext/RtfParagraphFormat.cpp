@@ -46,8 +46,8 @@ void appendIndents(QByteArray &out, int left, int first, int right) {
     }
 }
 
-/// The list's control words, then the item's marker as text: for readers without list support, or
-/// for all readers if the list has no entry in the table.
+/// The list's control words, then the item's marker as text. The text is for readers without list
+/// support, or for all readers if the list has no entry in the list table.
 QByteArray listItem(const PageListItem &item, RtfHeader &header) {
     const int number = header.lists().number(item);
     QByteArray out;
@@ -102,7 +102,8 @@ QByteArray rtfParagraphFormat(const QTextBlock &block, const RtfParagraphPlace &
         appendIndents(out, left, twips(format.textIndent()), right);
         return out + ' ';
     }
-    // An item in a cell may belong to a list that encloses the table.
+    // A list item in a table cell may have no indent of its own, because its list encloses the
+    // table.
     const int text = std::max(left, twipsPerIndent);
     appendIndents(out, text, -RtfListTable::markerWidth, right);
     appendRtfWord(out, "\\tx", text);

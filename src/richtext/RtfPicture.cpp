@@ -33,7 +33,8 @@ int atLeastOne(double value) {
     return std::max(1, static_cast<int>(std::lround(value)));
 }
 
-// Compressing well takes a quarter of a second for each million pixels.
+// PNG quality for fast compression. Strong compression takes a quarter of a second for each million
+// pixels.
 constexpr int fastCompression = 70;
 
 QByteArray pngOf(const QImage &image) {

@@ -25,7 +25,7 @@ int tableWidth(const QTextTableFormat &format, int room) {
     return width > 0 && width < room ? static_cast<int>(width) : room;
 }
 
-/// The width that a column requests, in twips; 0 if it requests none.
+/// The column width that `length` requests, in twips; 0 if it requests none.
 double askedWidth(const QTextLength &length, int width) {
     if (length.type() == QTextLength::FixedLength)
         return std::clamp(length.rawValue() * twipsPerPixel, 0.0, 1.0 * width);
@@ -102,8 +102,8 @@ RtfTableGrid::RtfTableGrid(const QTextTable &table, int room) : _table(table) {
         column = std::max<double>(column > 0 ? column : share, narrowestColumn);
         total += column;
     }
-    // If the columns request more than the available width, all shrink in proportion; a table with
-    // many narrow columns grows.
+    // If the columns request more than the available width, all shrink in proportion. A table with
+    // so many columns that their minimum widths exceed the available width becomes wider than that.
     const double least = static_cast<double>(columns) * narrowestColumn;
     const double scale = std::max<double>(width, least) / total;
     double edge = 0;

@@ -34,8 +34,8 @@
 /// T, t or a digit from 1 to 9.
 namespace pelorinnews::PreferenceValue {
 
-/// Whether writing `value` removes the key: for nothing, a null text, an invalid date, or an empty
-/// list, which the file cannot hold.
+/// Whether writing `value` removes the key. True for an invalid variant, a null pointer, a null
+/// text, an invalid date, and an empty list, which the file cannot hold.
 [[nodiscard]] bool isAbsent(const QVariant &value);
 
 [[nodiscard]] bool toBool(const QVariant &stored);

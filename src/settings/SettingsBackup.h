@@ -15,8 +15,8 @@ namespace pelorinnews {
 /// without hard links it is a copy. Any thread, one at a time.
 class SettingsBackup {
 public:
-    /// In bytes. Settings files are some kilobytes. A larger file is neither backed up nor
-    /// restored, so no change of ours is written to it.
+    /// In bytes; settings files usually have some kilobytes. A file larger than this is neither
+    /// backed up nor restored, so no change of ours is written to it.
     static constexpr qint64 largestFile = qint64(16) * 1024 * 1024;
 
     /// Backs up the file at `path`, which is a regular file or absent.
@@ -28,12 +28,12 @@ public:
     /// Whether the earlier state can be restored: a backup exists, or there was no file.
     [[nodiscard]] bool isKept() const { return _wasAbsent || !_kept.isEmpty(); }
 
-    /// Whether the file may be replaced, and the disk has room for one that is about `added` bytes
-    /// larger.
+    /// Whether the file may be replaced, and the disk has room for a new file that is about `added`
+    /// bytes larger.
     [[nodiscard]] bool hasRoomFor(qint64 added) const;
 
     enum class Outcome {
-        /// The file holds everything.
+        /// The file holds all keys.
         Whole,
         /// The file lacks some keys and was not restored: it is unchanged, or there is no backup.
         Untouched,
@@ -42,7 +42,7 @@ public:
     };
 
     /// Checks that the file now holds `keys` keys, and restores it if it was truncated. Before
-    /// that, waits at most a second for the file's lock.
+    /// restoring, waits at most a second for the file's lock.
     [[nodiscard]] Outcome check(qsizetype keys);
 
 private:

@@ -36,9 +36,9 @@ QString firstName(const QStringList &names) {
 
 }  // namespace
 
-/// All preferences opened in this process. Values set last, often while the host quits, get no
-/// further turn of an event loop. So they are written when the application object is destroyed, and
-/// again when the process ends; both work whether or not the preferences are still in use.
+/// All preferences opened in this process. Values that are set while the host quits get no further
+/// turn of the event loop. So all preferences are written when the application object is destroyed,
+/// and again when the process ends, whether or not they are still in use.
 class UserDefaults::OpenStores {
 public:
     std::shared_ptr<UserDefaults> at(const QString &path) {

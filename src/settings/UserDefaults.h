@@ -29,8 +29,9 @@ class UserDefaultsStore;
 /// **Failures.** None of these is reported.
 /// - A file that cannot be read counts as empty. If a file cannot be written, the values stay in
 ///   memory, and each later write retries.
-/// - The same if the disk is full: the file stays unchanged, including the host's own settings in
-///   it. We cannot protect it from what the host's own `QSettings` writes by itself.
+/// - If the disk is full, the values also stay in memory, and the file stays unchanged, including
+///   the host's own settings in it. We cannot protect the file from what the host's own `QSettings`
+///   writes by itself.
 /// - A path that is not a regular file (a pipe, a device) is neither read nor written. If it is one
 ///   when the preferences are opened, all values stay in memory.
 /// - A file of more than 16 MB is read, but no value is written to it.

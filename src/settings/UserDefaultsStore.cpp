@@ -108,7 +108,7 @@ bool UserDefaultsStore::event(QEvent *event) {
     return true;
 }
 
-/// False where something stays unwritten.
+/// Writes pending values and reads changes by other processes. False if something stays unwritten.
 bool UserDefaultsStore::writeOut() {
     const bool isChanged = _unwritten > 0;
     // A lock file that is a pipe would block QSettings, too.
@@ -129,8 +129,9 @@ bool UserDefaultsStore::writeOut() {
         reapply(wanted);
     if (outcome == SettingsBackup::Outcome::Whole)
         _unwritten = 0;
-    // A restored file may lack only values that the host's own QSettings has not written yet. But
-    // this object now holds them too, and its destructor would write them unguarded.
+    // After a restore, report failure even if the file lacks only values that the host's own
+    // QSettings has not written yet: this object now holds them, too, and its destructor would
+    // write them without a backup.
     return outcome != SettingsBackup::Outcome::Restored && _unwritten == 0;
 }
 
@@ -142,8 +143,8 @@ QVariantMap UserDefaultsStore::everything() const {
     return all;
 }
 
-/// QSettings believes that `wanted` was written: rereads the file, then sets and removes values
-/// until they match `wanted` again.
+/// For use after a restore, when QSettings still takes `wanted` as written. Rereads the restored
+/// file, then sets and removes values until they match `wanted` again.
 void UserDefaultsStore::reapply(const QVariantMap &wanted) {
     sync();
     const QVariantMap stored = everything();
@@ -157,7 +158,7 @@ void UserDefaultsStore::reapply(const QVariantMap &wanted) {
     }
 }
 
-/// False where there is damage and the file could not be copied.
+/// Copies the file if it is damaged. False if that copy fails.
 bool UserDefaultsStore::keepDamagedFile() {
     if (_damageLookedFor)
         return true;

@@ -3,22 +3,23 @@
 class QObject;
 class QWidget;
 
-// Deletes what has no owner left.
+// Deletion of objects that no longer have an owner.
 
 namespace pelorinnews {
 
-/// Deletes the object later on the main thread, or with the application object, whichever comes
-/// first. For objects whose last reference may be released on any thread, during an event of their
-/// own, or after the host's event loop has ended. Without an application object, deletes at once.
-/// Any thread.
+/// Schedules the deletion of `object` on the main thread: in a later event, or when the application
+/// object is destroyed, whichever comes first. Meant for objects whose last reference may be
+/// released on any thread, during an event of their own, or after the host's event loop has ended.
+/// Without an application object, deletes at once. Thread-safe.
 void deleteOnMainThread(QObject *object);
 
-/// Cancels the deferred deletion of an object, which must call this in its destructor. Any thread.
+/// Cancels the deferred deletion of an object, which must call this in its destructor. Thread-safe.
 void cancelDeferredDeletion(QObject *object);
 
 /// Deletes the window together with the application object, if the window still exists then: a
-/// window must not outlive the application object, and a host may end without calling `exit`. To be
-/// called when the window has what it needs, since it goes before that. Main thread.
+/// window must not outlive the application object, and a host may end without calling `exit`. Call
+/// it after the window's content has been created: the window is then deleted before the post
+/// routines that the content has registered run, such as those of a web engine. Main thread only.
 void deleteWithApplication(QWidget *window);
 
 }  // namespace pelorinnews

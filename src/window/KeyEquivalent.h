@@ -10,10 +10,10 @@ namespace pelorinnews {
 /// Modifiers are Qt's: Command is `Qt::ControlModifier`, Control is `Qt::MetaModifier`, Option is
 /// `Qt::AltModifier`.
 struct KeyEquivalent {
-    /// Native scan code of that position: the kernel's key code plus 8, as X11 and Wayland report
-    /// it.
+    /// Native scan code of the key's position: the kernel's key code plus 8, as X11 and Wayland
+    /// report it.
     quint32 scanCode;
-    /// Compared instead if the event has no scan code; synthetic events have none.
+    /// The key to compare if the event has no scan code, as is the case for synthetic events.
     Qt::Key key;
     Qt::KeyboardModifiers modifiers;
 
@@ -22,7 +22,7 @@ struct KeyEquivalent {
 
 /// Copies the shown item.
 inline constexpr KeyEquivalent copyKeyEquivalent{54, Qt::Key_C, Qt::ControlModifier};
-/// Both close the window.
+/// `closeKeyEquivalent` and `escapeKeyEquivalent` close the window.
 inline constexpr KeyEquivalent closeKeyEquivalent{25, Qt::Key_W, Qt::ControlModifier};
 inline constexpr KeyEquivalent escapeKeyEquivalent{9, Qt::Key_Escape, Qt::NoModifier};
 

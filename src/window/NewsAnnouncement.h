@@ -10,7 +10,8 @@ namespace pelorinnews {
 class OlvNewsCacheItem;
 
 /// The desktop notification that announces news. A mark in `userInfo` tells the panel's own
-/// notifications from the host's. Keeps no state: the centre's list is the only record.
+/// notifications from the host's. These functions keep no state: the centre's list is the only
+/// record.
 ///
 /// Callable from any thread.
 namespace NewsAnnouncement {

@@ -6,7 +6,7 @@
 
 namespace pelorinnews {
 
-/// An entry of the content-age menu that carries the value it stands for.
+/// An entry of the content-age menu, with the value of the `newsFilter` setting that it selects.
 class OlvNewsFilterMenuItem final : public QStandardItem {
 public:
     OlvNewsFilterMenuItem(const QString &title, NewsFilter newsFilter)

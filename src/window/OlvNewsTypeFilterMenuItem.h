@@ -6,7 +6,8 @@
 
 namespace pelorinnews {
 
-/// An entry of the content-type menu that carries the value it stands for.
+/// An entry of the content-type menu, with the value of the `newsTypeFilter` setting that it
+/// selects.
 class OlvNewsTypeFilterMenuItem final : public QStandardItem {
 public:
     OlvNewsTypeFilterMenuItem(const QString &title, NewsTypeFilter newsTypeFilter)

@@ -98,14 +98,15 @@ bool OlvNewsWindow::eventFilter(QObject *watched, QEvent *event) {
         return QWidget::eventFilter(watched, event);
     const auto &keyEvent = *static_cast<QKeyEvent *>(event);
     if (type == QEvent::ShortcutOverride) {
-        // Claims the key before the host's shortcuts do; it then arrives as a key press.
+        // Accepting the event claims the key before the host's shortcuts do; the key then arrives
+        // as a key press.
         if (!isOurs(keyEvent))
             return QWidget::eventFilter(watched, event);
         event->accept();
         return true;
     }
-    // A key press reaches the `QWindow` first. Only that event is checked, so a key that is passed
-    // on is not offered again.
+    // A key press reaches the `QWindow` first and the widgets after it. Only the first event is
+    // checked, so that each press is offered once.
     return watched == windowHandle() && askForKeyEquivalent(keyEvent);
 }
 

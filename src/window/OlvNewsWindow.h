@@ -11,7 +11,7 @@ namespace pelorinnews {
 /// Key equivalents are offered to the window first and then to the content views in it, before the
 /// focused control sees the key. Pop-up lists are windows of their own and keep their keys. The
 /// minimum width fits the texts of the controls, up to the width of the screen, and is never below
-/// the one in the window description. Main thread only.
+/// the minimum width in the window description. Main thread only.
 class OlvNewsWindow final : public QWidget {
     Q_OBJECT
 
@@ -37,9 +37,9 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 Q_SIGNALS:
-    /// Emitted at the start of the destructor, while the object is still an `OlvNewsWindow`. Later
-    /// in its destruction the window reports its closing once more, as the plain `QWidget` that is
-    /// left then.
+    /// Emitted at the start of the destructor, while the object is still an `OlvNewsWindow`. The
+    /// destructor of `QWidget` then reports the closing once more, when the object is no longer an
+    /// `OlvNewsWindow`.
     void aboutToBeDestroyed();
 
 protected:

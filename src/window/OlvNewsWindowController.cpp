@@ -30,11 +30,11 @@ namespace {
 // having become key.
 constexpr std::chrono::milliseconds exposedTimeout{250};
 
-// On the first show the window grows to at least the primary screen's width and height divided by
-// this.
+// On the first show, the window's width and height grow to at least those of the primary screen
+// divided by this number.
 constexpr double firstShowDivisor = 2.5;
 
-// How long `exit` may wait for the desktop to show and withdraw announcements.
+// How long `exit` may wait for the desktop to confirm that it has shown or withdrawn announcements.
 constexpr std::chrono::milliseconds announcementBound{250};
 
 // Whether a news window of this process was shown before.
@@ -62,7 +62,8 @@ std::shared_ptr<OlvNewsWindowController> OlvNewsWindowController::initWithWindow
     std::shared_ptr<OlvNewsWindowController> controller(
         new OlvNewsWindowController(windowNibName, std::move(services)), deleteOnMainThread);
     controller->initWithWindow();
-    // Counts the caller's references separately from those of the timer and pending work.
+    // A second control block counts the caller's references apart from those of the timer and of
+    // pending work.
     const auto outside = std::make_shared<std::shared_ptr<OlvNewsWindowController>>(controller);
     const std::shared_ptr<OlvNewsWindowController> reference(outside, controller.get());
     controller->_outsideReference = reference;
@@ -164,7 +165,7 @@ void OlvNewsWindowController::windowDidLoad() {
         adoptOptionsState();
 }
 
-// Other code may delete the window, too. If the window is open, that counts as closing it.
+// Other code may delete the window, too. Deleting an open window counts as closing it.
 void OlvNewsWindowController::windowIsDeleted() {
     const auto self = weak_from_this().lock();
     if (self && _windowIsVisible)
@@ -179,8 +180,8 @@ void OlvNewsWindowController::showWindow() {
     OlvNewsWindow *shown = window();
     if (!shown)
         return;
-    // Restores the size of the last close: since then the desktop may have answered an earlier step
-    // of the folding and changed it.
+    // Restores the window's size at the last close: since then, a late answer of the desktop to a
+    // resize of the options fold may have changed it.
     if (shown->isHidden() && _closedSize.isValid() && !WindowEdges::isMaximizedOrFullScreen(*shown))
         shown->resize(_closedSize);
     // The screen on which the window was closed may be gone.
@@ -237,7 +238,7 @@ void OlvNewsWindowController::windowDidBecomeKey() {
         return;
     _exposeTimer.stop();
     _windowIsVisible = true;
-    // The frame is not known before.
+    // The window's frame geometry is unknown until the window is exposed.
     bringOntoScreen();
     if (!std::exchange(shownOnce, true)) {
         enlargeOnFirstShow();
@@ -268,12 +269,13 @@ void OlvNewsWindowController::enlargeOnFirstShow() {
     const QSize size(atLeast(frame.width(), screen->geometry().width()),
                      atLeast(frame.height(), screen->geometry().height()));
     const QSize growth = size - frame.size();
-    // The lower-left corner stays in place.
+    // Keeps the window's lower-left corner in place.
     const QRect inner = _loadedWindow->geometry();
     _loadedWindow->setGeometry(inner.adjusted(0, -growth.height(), growth.width(), 0));
 }
 
-// When a maximized window is closed, the desktop forgets its normal geometry.
+// Restores the normal geometry of a window that was closed maximized or full screen, because the
+// desktop forgets that geometry when it closes such a window.
 void OlvNewsWindowController::restoreOrdinaryGeometry() {
     if (!_ordinaryGeometry.isValid() || !_loadedWindow || _loadedWindow->isMinimized() ||
         WindowEdges::isMaximizedOrFullScreen(*_loadedWindow))
@@ -291,8 +293,8 @@ void OlvNewsWindowController::windowWillClose() {
     else if (!_ordinaryGeometry.isValid())
         _ordinaryGeometry = _loadedWindow->normalGeometry();
     _windowIsVisible = false;
-    // `itemAtIndex` marks an item as viewed: every item that is in the list when the window closes
-    // counts as seen.
+    // Every item that is in the list when the window closes counts as viewed. `itemAtIndex` is
+    // called only because it marks the item as viewed.
     for (quint64 index = 0; index < _newsCache->count(); ++index)
         static_cast<void>(_newsCache->itemAtIndex(index));
     if (std::exchange(_refreshOnClose, false))
@@ -306,8 +308,9 @@ void OlvNewsWindowController::exit() {
     // Also close a window that was shown a moment ago and has not become key yet.
     if (_loadedWindow && (_windowIsVisible || _loadedWindow->isVisible()))
         _loadedWindow->performClose();
-    // With exactly one copy of the host on this computer the announcement stays, and a click on it
-    // leads back to the host. With none or several copies, a click could open anything.
+    // The announcement stays only if this computer has exactly one copy of the host: a click on it
+    // then leads back to the host. With none, several or an unknown number of copies, a click could
+    // open anything.
     if (!_plFinder || _plFinder->result() != OlvFinderResultOne)
         removeNotification();
     _services.notificationCenter->flush(announcementBound);
@@ -346,7 +349,8 @@ void OlvNewsWindowController::showingRefreshEnded(const std::optional<Error> &er
 }
 
 void OlvNewsWindowController::showNews() {
-    // The host has called `exit` and released the controller: nobody could close the window again.
+    // If the host has called `exit` and released the controller, nobody could close the window
+    // again.
     if (_exited && _outsideReference.expired())
         return;
     if (_windowIsVisible)

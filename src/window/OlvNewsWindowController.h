@@ -47,13 +47,14 @@ public:
     /// are needed. `windowNibName` names the window description.
     static std::shared_ptr<OlvNewsWindowController> initWithWindowNibName(
         const QString &windowNibName, WindowServices services);
-    /// The same with `WindowServices::standard()`, which is not touched if this returns null.
+    /// The overload above, with `WindowServices::standard()`, which is not called if this returns
+    /// null.
     static std::shared_ptr<OlvNewsWindowController> initWithWindowNibName(
         const QString &windowNibName);
     ~OlvNewsWindowController() override;
 
     /// The window. Loaded from its description on first use, and again if other code has deleted
-    /// it; null if that fails.
+    /// the window; null if loading fails.
     [[nodiscard]] OlvNewsWindow *window();
     void showWindow();
     void setLogger(std::shared_ptr<OlvLogger> logger) { _logger.set(std::move(logger)); }
@@ -64,12 +65,12 @@ public:
     void windowDidBecomeKey();
     void windowWillClose();
 
-    // Refreshing.
+    // Refreshing the news cache.
     void onRefreshTimerFire() { refreshCache(); }
     void refreshCacheShowingWindow();
     void refreshCache();
 
-    // Display and navigation.
+    // Displaying the current item and navigating between items.
     void initializeControls();
     void displayItemAtCurrentIndex();
     void refreshControls();
@@ -159,13 +160,13 @@ private:
     bool _refreshOnClose = false;
     bool _windowIsVisible = false;
     bool _exited = false;
-    /// The reference that `initWithWindowNibName` returned: expired once the caller's last copy is
-    /// gone.
+    /// The reference that `initWithWindowNibName` returned. Expires when the caller releases its
+    /// last copy.
     std::weak_ptr<OlvNewsWindowController> _outsideReference;
-    /// The window's size when it was last closed neither maximized nor full screen.
+    /// The window's size at the last close at which it was neither maximized nor full screen.
     QSize _closedSize;
-    /// Normal geometry of a window that was closed maximized or full screen, to be restored when it
-    /// leaves that state.
+    /// Normal geometry of a window that was closed maximized or full screen, to be restored when
+    /// the window leaves that state.
     QRect _ordinaryGeometry;
     GuardedSlot<std::shared_ptr<OlvLogger>> _logger;
     std::shared_ptr<OlvPelorinFinder> _plFinder;

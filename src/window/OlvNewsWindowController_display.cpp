@@ -1,4 +1,4 @@
-// Showing the items, and stepping through them.
+// Shows the items and steps through them.
 
 #include "OlvNewsFilterMenuItem.h"
 #include "OlvNewsTypeFilterMenuItem.h"
@@ -24,12 +24,12 @@ void addEntry(QComboBox &menu, const QString &title, Filter value) {
         entries->appendRow(new Entry(title, value));
 }
 
-// Names a menu's open list for accessibility clients, after the label beside the menu.
+// Sets the accessible name of a menu's pop-up list to the text of the label beside the menu.
 void nameList(QComboBox &menu, QString label) {
     menu.view()->setAccessibleName(label.remove(QLatin1Char('&')));
 }
 
-// Selects the first entry that carries `setting`, or nothing if there is none.
+// Selects the first entry whose value is `setting`, or no entry if there is none.
 template <class Entry, class Filter>
 void selectEntry(QComboBox &menu, Filter setting, Filter (Entry::*value)() const) {
     const auto *entries = qobject_cast<QStandardItemModel *>(menu.model());
@@ -102,7 +102,8 @@ void OlvNewsWindowController::initializeControls() {
     nameArrow(_previousItem, localized("NavigationAccessibilityTitlePrevious"));
     nameArrow(_nextItem, localized("NavigationAccessibilityTitleNext"));
     if (_itemIndicator) {
-        // Reserve room for most positions in any font, so that the window need not grow for them.
+        // Reserve room for positions of two digits in any font, so that the window need not grow
+        // for them.
         const QString before = _itemIndicator->text();
         _itemIndicator->setText(QStringLiteral("88 / 88"));
         const int width = _itemIndicator->sizeHint().width();
@@ -110,7 +111,8 @@ void OlvNewsWindowController::initializeControls() {
         _itemIndicator->setMinimumWidth(qMax(width, _itemIndicator->minimumWidth()));
     }
     if (_optionsLabel) {
-        // Wide enough for both texts, so that nothing beside the label moves when its text changes.
+        // Make the label wide enough for both of its texts, so that nothing beside it moves when
+        // the text changes.
         _optionsLabel->setText(localized("SettingsHideOptions"));
         const int width = _optionsLabel->sizeHint().width();
         _optionsLabel->setText(localized("SettingsShowOptions"));
@@ -145,7 +147,7 @@ void OlvNewsWindowController::displayItemAtCurrentIndex() {
     }
     if (_itemIndicator)
         _itemIndicator->setText(position);
-    // Page and spoken text change together, after the current event.
+    // The page and its spoken text change together, after the current event.
     MainQueue::dispatchAsync([self = shared_from_this(), page, spoken] {
         if (self->_webView)
             self->_webView->loadHtmlString(page);

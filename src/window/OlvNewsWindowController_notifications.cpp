@@ -1,4 +1,4 @@
-// Announcing news while the window is closed, and what a click on an announcement does.
+// Announces news while the window is closed, and handles clicks on announcements.
 
 #include "NewsAnnouncement.h"
 #include "OlvNewsWindowController.h"

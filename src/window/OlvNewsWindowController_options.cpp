@@ -1,4 +1,4 @@
-// The options area: its two menus, its check box, its folding.
+// Handles the options area: its two menus, its check box and its folding.
 
 #include "DisclosureButton.h"
 #include "OlvNewsFilterMenuItem.h"
@@ -88,7 +88,8 @@ void OlvNewsWindowController::toggleOptions(std::function<void()> finished) {
         });
         return;
     }
-    // A running unfolding must not show the controls again after they were hidden here.
+    // Finish a running unfolding first: its callback would show the controls again after they are
+    // hidden here.
     _optionsFold->complete();
     showOptionControls(false);
     _optionsFold->start(false, [this, finished = std::move(finished)] {
@@ -111,8 +112,8 @@ void OlvNewsWindowController::adoptOptionsState() {
     turnOptionsButton();
 }
 
-// The button turns on its own clicks, but the state may also change elsewhere: in another window,
-// or on the first show.
+// A click on the button already turns its triangle, but the state may also change elsewhere: in
+// another window, or on the first show.
 void OlvNewsWindowController::turnOptionsButton() {
     if (auto *button = qobject_cast<DisclosureButton *>(_optionsButton))
         button->setOpen(optionsAreOpen);

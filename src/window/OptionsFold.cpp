@@ -63,8 +63,8 @@ int OptionsFold::growth(bool open) const {
     return WindowEdges::roomBelow(*_window) >= foldHeight ? foldHeight : 0;
 }
 
-// No resize while the desktop sets the size: a resized widget considers itself in the normal state
-// from then on, whatever the desktop says.
+// No-op while the desktop sets the window's size: Qt takes a resized widget to be in the normal
+// state from then on, whatever the desktop reports.
 void OptionsFold::resizeTo(int height) {
     if (_window && !isHeld())
         _window->resize(_window->width(), height);
@@ -119,7 +119,7 @@ void OptionsFold::layOut() {
         return;
     _optionsArea->setVisible(_open);
     _optionsArea->setFixedHeight(_open ? foldHeight : 0);
-    // A higher minimum would make the window grow.
+    // Limited to the present height, because a higher minimum would make the window grow.
     if (_window)
         _window->setMinimumHeight(qMin(lowestHeight(), _window->height()));
 }
@@ -152,8 +152,8 @@ void OptionsFold::hearAnswers() {
     _window->windowHandle()->installEventFilter(this);
 }
 
-// An X11 window manager may ignore a resize. Qt then corrects the `QWindow`, if it is notified, but
-// never the widget, which goes on as if it had the requested size.
+// An X11 window manager may ignore a resize. If Qt is notified of that, it corrects the size of the
+// `QWindow`, but never that of the widget, which keeps the requested size.
 void OptionsFold::awaitAnswer(int from) {
     if (!_window || !_window->isVisible() || _reported == _window->size())
         return;
@@ -167,7 +167,8 @@ void OptionsFold::timerEvent(QTimerEvent *event) {
         return QObject::timerEvent(event);
     ++_silentTicks;
     if (_window && _window->isVisible()) {
-        // One tick may fall between the answer and its event.
+        // The first tick does not count: it may come between the desktop's answer, which changes
+        // the `QWindow`, and the resize event for it.
         const bool refused = _silentTicks > 1 && _window->windowHandle()->size() != _window->size();
         if (!refused && _silentTicks < answerTicks)
             return;
@@ -175,8 +176,8 @@ void OptionsFold::timerEvent(QTimerEvent *event) {
     adoptReportedSize();
 }
 
-// Adopts the size that the desktop reported; the content makes up for the height that the window
-// did not get.
+// Resizes the widget to the size that the desktop reported; the content shrinks by the height that
+// the window did not get.
 void OptionsFold::adoptReportedSize() {
     _answerTimer.stop();
     const auto from = std::exchange(_heightBeforeRequest, std::nullopt);
@@ -205,11 +206,12 @@ bool OptionsFold::eventFilter(QObject *watched, QEvent *event) {
     if (type == QEvent::Show)
         hearAnswers();
     if (type == QEvent::WindowStateChange || type == QEvent::Resize) {
-        // The state event may arrive before the new size. If the window is then still lower than
-        // its minimum height, Qt would enlarge it, which returns it to the normal state.
+        // The state event may arrive before the new size. Completing the change while the window is
+        // still lower than its minimum height would make Qt enlarge the window, which returns it to
+        // the normal state.
         if (isHeld() && _window->height() >= lowestHeight())
             complete();
-        else if (_cutShort && !isHeld())  // Queued: no resize inside a resize event.
+        else if (_cutShort && !isHeld())  // Queued, to avoid a resize inside a resize event.
             QMetaObject::invokeMethod(
                 this, [this, type] { catchUp(type); }, Qt::QueuedConnection);
         if (!_running && _window->height() > _window->minimumHeight())
@@ -218,8 +220,9 @@ bool OptionsFold::eventFilter(QObject *watched, QEvent *event) {
     return QObject::eventFilter(watched, event);
 }
 
-// On restore the desktop gives back the mid-animation height: finish the change. Any other height
-// was set on purpose, but only a resize event proves that: the state event may come before it.
+// On restore, the desktop gives the window back its mid-animation height: finish the change. Any
+// other height was set on purpose: drop the change, but only on a resize event. At a state event,
+// the window may still have its old size.
 void OptionsFold::catchUp(QEvent::Type type) {
     if (!_cutShort || !_window || isHeld())
         return;

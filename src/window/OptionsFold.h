@@ -17,14 +17,15 @@ namespace pelorinnews {
 /// Folds and unfolds the options area by changing the window's height at its bottom edge, animated.
 /// Everything above the area keeps its size and position.
 ///
-/// Does not block. `start`, `complete` and the destructor first finish a running change at once.
-/// Heights are computed from end states, so they do not drift.
+/// Does not block. `start`, `complete` and the destructor first finish a running change at once. A
+/// change starts from the final height of the previous one, never from an animation step, so
+/// heights do not drift.
 ///
-/// If the window cannot grow, the content gives up the room instead, and gets it back when the area
-/// folds. That is the case in a window that is maximized, full screen or tiled, in one that would
-/// leave the screen, and in one that the window manager does not resize. If the desktop takes over
-/// the window's size during a change, the window gets the final height of that change once it has
-/// its own size back.
+/// If the window cannot grow, the content shrinks to make room for the area, and grows again when
+/// the area folds. A window cannot grow if it is maximized, full screen or tiled, if it would leave
+/// the screen, or if the window manager does not resize it. If the desktop maximizes or tiles the
+/// window during a change, the window gets the final height of that change when it is restored to
+/// its normal state.
 class OptionsFold final : public QObject {
     Q_OBJECT
 
@@ -33,11 +34,11 @@ public:
     static constexpr int foldHeight = 38;
 
     /// `optionsArea` is the widget that folds; `content` keeps its height during a change. Any of
-    /// the three may be null. The window's minimum height is taken as that of the open state.
+    /// the three may be null. The window's present minimum height must include the open area.
     OptionsFold(QWidget *window, QWidget *content, QWidget *optionsArea);
     ~OptionsFold() override;
 
-    /// Whether the area is open or opening. True at first.
+    /// Whether the area is open or opening. Initially true.
     [[nodiscard]] bool isOpen() const { return _open; }
 
     /// Unfolds (`open`) or folds the area, then calls `finished` once. If the area is already in
@@ -77,19 +78,21 @@ private:
     QPointer<QWidget> _optionsArea;
     int _foldedMinimum;
     QVariantAnimation _animation;
-    /// The running change of height.
+    /// The running change of the window's height.
     std::optional<Change> _change;
-    /// A change that the desktop interrupted; kept until the window has its own size again.
+    /// A change that the desktop interrupted; kept until the window is back in its normal state.
     std::optional<Change> _cutShort;
     std::function<void()> _finished;
     bool _open = true;
     bool _running = false;
-    /// By how much the window grew for the open area; the content gave up the rest.
+    /// By how much the window grew when the area opened; the content shrank by the rest of the
+    /// area's height.
     int _windowGrowth = foldHeight;
 
     /// The size that the desktop reported last; the widget's own size is only the requested one.
     QSize _reported;
-    /// The height before a change that the desktop has not answered yet.
+    /// The window's height before a resize that the desktop has not answered yet; absent if no
+    /// answer is due.
     std::optional<int> _heightBeforeRequest;
     QBasicTimer _answerTimer;
     int _silentTicks = 0;

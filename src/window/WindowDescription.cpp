@@ -9,8 +9,8 @@ namespace pelorinnews::WindowDescription {
 
 namespace {
 
-// Actions run only on user input, not on changes by code: menus select their first entry by
-// themselves. Assistive technologies toggle a checkable button without clicking it, so such a
+// Actions run only on user input, not on changes by code; a menu, for example, selects its first
+// entry by itself. Assistive technologies toggle a checkable button without clicking it, so such a
 // button is connected by `toggled`, and code that sets its state must block its signals.
 void connectAction(QWidget &control, const std::function<void()> &action) {
     auto *button = qobject_cast<QAbstractButton *>(&control);

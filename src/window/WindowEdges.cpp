@@ -16,8 +16,8 @@ namespace {
 // Returns the tiled states of a QWaylandWindow as flags.
 using TilingStates = int (*)(const void *window);
 
-// Qt passes a window's tiled states only to the decorations that it draws. Their accessor is
-// private API, so it is used only if the running Qt is the version of the build.
+// Qt passes a window's tiled states only to the decorations that it draws. The accessor of these
+// states is private API, so it is used only if the running Qt is the version of the build.
 TilingStates tilingStates() {
     const QVersionNumber builtWith(QT_VERSION_MAJOR, QT_VERSION_MINOR, QT_VERSION_PATCH);
     if (QLibraryInfo::version() != builtWith)
@@ -38,8 +38,8 @@ bool isTiled(const QWindow *window) {
         !QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
         return false;
     static const TilingStates states = tilingStates();
-    // On this platform a QWaylandWindow is the first base of every window, so the pointer is valid
-    // for the accessor.
+    // On this platform, `QWaylandWindow` is the first base class of every platform window, so the
+    // pointer is valid for the accessor.
     return states && states(dynamic_cast<const void *>(window->handle())) != 0;
 }
 
@@ -50,8 +50,8 @@ bool areSetByDesktop(const QWidget &window) {
 int roomBelow(const QWidget &window) {
     const QRect available = window.screen()->availableGeometry();
     const QRect frame = window.frameGeometry();
-    // On Wayland a program does not know where its windows are, so the height limits the room as
-    // well.
+    // On Wayland a program does not know where its windows are, so the window's height limits the
+    // room as well.
     return qMin(available.bottom() - frame.bottom(), available.height() - frame.height());
 }
 

@@ -17,8 +17,8 @@ namespace pelorinnews::WindowEdges {
 [[nodiscard]] bool areSetByDesktop(const QWidget &window);
 
 /// By how much `window`, its frame included, can grow at its bottom edge before it leaves the
-/// screen, in device-independent pixels. Negative if its bottom edge is already outside or if it is
-/// higher than the screen's available area.
+/// screen, in device-independent pixels. Negative if the window's bottom edge is already outside or
+/// if the window is taller than the screen's available area.
 [[nodiscard]] int roomBelow(const QWidget &window);
 
 }  // namespace pelorinnews::WindowEdges

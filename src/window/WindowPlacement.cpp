@@ -13,8 +13,8 @@ namespace pelorinnews::WindowPlacement {
 
 namespace {
 
-// Converts `rect` from device-independent pixels of `screen`, which count from the screen's corner,
-// to physical pixels: only in those do screens of different scales lie side by side.
+// Converts `rect` from device-independent pixels to physical pixels. Qt scales coordinates from the
+// corner of their screen, so only in physical pixels do screens of different scales adjoin.
 QRect inPixels(const QRect &rect, const QScreen &screen) {
     const QPoint corner = screen.geometry().topLeft();
     const double scale = screen.devicePixelRatio();

@@ -39,7 +39,7 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
 
     connect(this, &QWebEnginePage::newWindowRequested, this,
             [this](const QWebEngineNewWindowRequest &request) {
-                // A request that is not accepted opens nothing.
+                // A request for a new window opens none unless it is accepted.
                 if (request.isUserInitiated())
                     static_cast<void>(
                         allows(pelorinnews::NavigationType::LinkClicked, request.requestedUrl()));

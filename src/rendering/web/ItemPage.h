@@ -7,8 +7,8 @@
 
 namespace pelorinnews {
 
-/// The engine's page that shows one item. Every feature that reading does not need is switched off;
-/// the policy delegate decides about the navigations that remain possible.
+/// The engine's page object, which shows one item at a time. Every feature that reading does not
+/// need is switched off; the policy delegate decides about the navigations that remain possible.
 class ItemPage final : public QWebEnginePage {
     Q_OBJECT
 
@@ -37,7 +37,7 @@ private:
 
     NavigationPolicyDelegate *_policy = nullptr;
     QUrl _item;
-    /// Address of the previous page while the item is loading.
+    /// URL of the previous page while the item is loading.
     QUrl _shown;
     bool _itemHasCome = false;
     LinkClicks _clicks;

@@ -6,8 +6,9 @@
 
 namespace pelorinnews {
 
-/// Serves the current item under the module's own URL scheme. Unlike a page passed inside a URL,
-/// such a page may have any size, and its relative links reach the policy delegate.
+/// Serves the current item under the module's own URL scheme. Unlike a page passed as a `data:`
+/// URL, a page that is served this way may have any size, and its relative links reach the policy
+/// delegate.
 class ItemSchemeHandler final : public QWebEngineUrlSchemeHandler {
     Q_OBJECT
 
@@ -16,19 +17,19 @@ public:
 
     [[nodiscard]] static bool isRegistered();
 
-    /// Registers the scheme with the engine. False if the engine is already started and takes no
+    /// Registers the scheme with the engine. False if the engine has already started and accepts no
     /// more schemes.
     [[nodiscard]] static bool registerScheme();
 
     [[nodiscard]] static QByteArray scheme();
 
-    /// Serves `html` from now on and returns its address. Every page gets a new address: if one
-    /// were loaded again, the engine would restore its old scroll position. All pages share one
-    /// host: for each new host the engine would start another process.
+    /// Serves `html` from now on and returns its URL. Every page gets a new URL: if a URL were
+    /// loaded again, the engine would restore its old scroll position. All pages share one URL
+    /// host, because the engine would start another process for each new one.
     [[nodiscard]] QUrl setPage(const QString &html);
 
-    /// Serves the page under a new host from now on and returns its new address. The engine then
-    /// uses another process than the one in which the previous page hangs.
+    /// Serves the page under a new URL host from now on and returns its new URL. The engine loads
+    /// that URL in a new process, which helps if the present process hangs or has crashed.
     [[nodiscard]] QUrl moveToAnotherHost();
 
     void requestStarted(QWebEngineUrlRequestJob *job) override;

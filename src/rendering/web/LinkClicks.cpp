@@ -6,8 +6,9 @@ namespace pelorinnews {
 
 namespace {
 
-// Listens on the window, because elements of the page can shadow the names of a document. Ignores
-// events made by scripts, and mouse buttons other than left and middle.
+// The listeners are added to the window, because named elements of a page can shadow the members of
+// its document (DOM clobbering). They ignore events made by scripts, and mouse buttons other than
+// left and middle.
 constexpr auto listener = R"((() => {
     const xlink = 'http://www.w3.org/1999/xlink';
     const addressOf = node => {

@@ -10,11 +10,11 @@ namespace pelorinnews {
 
 /// Reports every click on a link in a page, by mouse or keyboard and for any URL scheme.
 ///
-/// The engine itself asks only about links that it would follow. It does not report links within
-/// the page, mail and other schemes that it does not know, `file:`, `data:`, `javascript:` and
-/// downloads; on a malformed address it just empties the page. So our own script, in a world that
-/// the page cannot access, handles the click before the engine does and reports it on the page's
-/// console.
+/// The engine itself reports only clicks on links that it would follow. Links within the page,
+/// downloads, and links with `file:`, `data:`, `javascript:`, `mailto:` or schemes that the engine
+/// does not know are not reported; a malformed URL just empties the page. Therefore a script of
+/// this module, in an isolated world that the page cannot access, handles the click before the
+/// engine does and reports it as a console message.
 class LinkClicks {
 public:
     LinkClicks();
@@ -22,12 +22,12 @@ public:
     /// The script to run in every frame, from the creation of its document.
     [[nodiscard]] QWebEngineScript script() const;
 
-    /// The clicked link, if `consoleMessage` is a report of the script. Other console messages,
-    /// such as complaints of the engine that quote the page, give nothing.
+    /// The clicked link, if `consoleMessage` is a report of the script. Absent for other console
+    /// messages, such as warnings of the engine that quote the page.
     [[nodiscard]] std::optional<QUrl> reported(const QString &consoleMessage) const;
 
 private:
-    // Known to our script only, so that no page can fake a click.
+    // The beginning of each report. Only the script knows this text, so no page can fake a click.
     QString _secret;
 };
 

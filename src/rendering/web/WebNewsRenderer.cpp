@@ -19,15 +19,16 @@ namespace pelorinnews {
 
 namespace {
 
-/// How long a closed window keeps its page's process. After that time the news has probably been
-/// read. Until then the window opens again at once; afterwards the process has to start first.
+/// How long a closed window keeps its page's process. Until then the window opens again at once;
+/// afterwards the process has to start first, but the news has probably been read.
 constexpr std::chrono::seconds discardDelay{10};
 
-/// Timeout for an item to come up before the previous page counts as hanging. Doubled with each
-/// retry, because a busy computer is slow, too.
+/// Timeout for an item to appear. After it, the previous page counts as hanging, and the item is
+/// loaded in a new process. Doubled with each retry, because the computer may just be busy.
 constexpr std::chrono::milliseconds hangTimeout{1000};
 
-// Swallows keys that the page did not use. Starts the timer when the window is closed.
+// The widget around the view. Swallows keys that the page did not use, and starts the timer `_rest`
+// when the window is closed.
 class Surround final : public QWidget {
 public:
     Surround(QWidget *parent, QTimer &rest) : QWidget(parent), _rest(rest) {}
@@ -77,7 +78,8 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent) : _surround(new Surround(paren
     _discardTimer.setSingleShot(true);
     _discardTimer.setInterval(discardDelay);
     QObject::connect(&_discardTimer, &QTimer::timeout, _page, [this] { discardPage(); });
-    // Retry only once for each item: it may end every process that loads it.
+    // Reload each item at most once after its process has died: the item may crash every process
+    // that loads it.
     QObject::connect(
         _page, &QWebEnginePage::renderProcessTerminated, _page,
         [this](QWebEnginePage::RenderProcessTerminationStatus status) {

@@ -26,12 +26,13 @@ public:
 private:
     /// Frees what a closed window does not need: the page's process and the memory of library code.
     void discardPage();
-    /// Loads the item in another process if it has not come up yet because the previous page hangs.
+    /// Loads the item in another process if it has not appeared yet, presumably because the
+    /// previous page hangs.
     void retryInNewProcess();
 
     QPointer<QWidget> _surround;
-    /// The engine's view. A `QWidget` pointer, because it is also used while the view is being
-    /// destroyed, when only that base class is left.
+    /// The engine's view. Declared as a `QWidget`, because the pointer is also used while the view
+    /// is being destroyed, when only that base class is left.
     QPointer<QWidget> _view;
     QPointer<ItemPage> _page;
     ItemSchemeHandler *_handler = nullptr;

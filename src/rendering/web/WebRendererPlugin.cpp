@@ -10,8 +10,8 @@ namespace pelorinnews {
 
 namespace {
 
-// The engine ends for good with the application object under which it was started. Under the next
-// one, creating its first object would end the process.
+// The engine ends for good with the application object under which it was started. Under a later
+// application object, creating an object of the engine would end the process.
 bool engineHasEnded = false;
 
 void noteEnd() {
@@ -22,7 +22,7 @@ void noteEnd() {
 
 std::unique_ptr<NewsRenderer> WebRendererPlugin::createRenderer(QWidget *parent) {
     // If the scheme is already registered, by an earlier call or by a host that uses the engine,
-    // the engine may be running, and it is too late to choose its graphics.
+    // the engine may be running, and it is too late to choose its graphics API.
     const bool engineMayRun = ItemSchemeHandler::isRegistered();
     if (engineHasEnded || !ItemSchemeHandler::registerScheme())
         return nullptr;
