@@ -16,9 +16,9 @@ bool FolderWatch::watch(const QByteArray &folder, Interest interest) {
     if (known == _folders.end() && _folders.size() >= folderLimit)
         return false;
     std::uint32_t mask = IN_ONLYDIR | IN_DONT_FOLLOW | IN_MASK_ADD | IN_DELETE_SELF | IN_MOVE_SELF;
-    if (interest >= Interest::entries)
+    if (interest >= Interest::Entries)
         mask |= IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
-    if (interest == Interest::entriesAndTheirContent)
+    if (interest == Interest::EntriesAndTheirContent)
         mask |= IN_ATTRIB | IN_CLOSE_WRITE;
     const int number = ::inotify_add_watch(_kernelQueue.get(), folder.constData(), mask);
     if (number < 0)

@@ -19,9 +19,9 @@ public:
     static constexpr std::size_t folderLimit = 1024;
 
     enum class Interest {
-        itself,                 ///< report only when the folder is moved, removed or unmounted
-        entries,                ///< also report entries that appear or disappear
-        entriesAndTheirContent  ///< also report files that are written or change mode
+        Itself,                 ///< report only when the folder is moved, removed or unmounted
+        Entries,                ///< also report entries that appear or disappear
+        EntriesAndTheirContent  ///< also report files that are written or change mode
     };
 
     struct Change {

@@ -236,16 +236,16 @@ void MetadataQueryWorker::watchAroundMatches() {
             if (watchFolder(holder, 0, 0) || watchFolder(above, 0, 0))
                 isComplete = false;
             for (QByteArray folder = above; folder != "/"; folder = parentOf(folder))
-                _watch.watch(folder, FolderWatch::Interest::itself);
+                _watch.watch(folder, FolderWatch::Interest::Itself);
         }
     }
 }
 
 bool MetadataQueryWorker::watchFolder(const QByteArray &folder, int level, int depth) {
     if (!_scope.contains(joined(folder, {}), _pattern) ||
-        !_watch.watch(folder, _pattern.kind() == EntryPattern::Kind::program
-                                  ? FolderWatch::Interest::entriesAndTheirContent
-                                  : FolderWatch::Interest::entries))
+        !_watch.watch(folder, _pattern.kind() == EntryPattern::Kind::Program
+                                  ? FolderWatch::Interest::EntriesAndTheirContent
+                                  : FolderWatch::Interest::Entries))
         return false;
     _levels[folder] = level;
     // No event reports the entries that appeared before the watch was set.

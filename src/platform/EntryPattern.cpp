@@ -27,7 +27,7 @@ EntryPattern::EntryPattern(FileNamePattern names, Kind kind)
     : _pattern(std::move(names)), _wanted(kind) {}
 
 bool EntryPattern::mayMatch(std::string_view name, bool isFolder) const {
-    return !(isFolder && _wanted == Kind::program) && _pattern.matches(name);
+    return !(isFolder && _wanted == Kind::Program) && _pattern.matches(name);
 }
 
 bool EntryPattern::matches(const QByteArray &path) const {
@@ -36,7 +36,7 @@ bool EntryPattern::matches(const QByteArray &path) const {
     if (!_pattern.matches({name.constData(), static_cast<std::size_t>(name.size())}) ||
         ::lstat(path.constData(), &status) != 0 || S_ISLNK(status.st_mode))
         return false;
-    if (_wanted == Kind::program)
+    if (_wanted == Kind::Program)
         return S_ISREG(status.st_mode) && (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0 &&
                !isScript(path);
     return !(S_ISREG(status.st_mode) && name.endsWith(".desktop"));

@@ -15,15 +15,15 @@ namespace pelorinnews {
 class EntryPattern {
 public:
     enum class Kind {
-        any,     ///< files and folders; the contents of a matching folder belong to that match
-        program  ///< executable files except scripts; a folder never matches
+        Any,     ///< files and folders; the contents of a matching folder belong to that match
+        Program  ///< executable files except scripts; a folder never matches
     };
 
     /// A pattern that no entry satisfies.
     EntryPattern() = default;
 
     // Implicit: a name alone is a complete pattern.
-    EntryPattern(FileNamePattern names, Kind kind = Kind::any);
+    EntryPattern(FileNamePattern names, Kind kind = Kind::Any);
 
     [[nodiscard]] const FileNamePattern &names() const { return _pattern; }
     [[nodiscard]] Kind kind() const { return _wanted; }
@@ -36,7 +36,7 @@ public:
 
 private:
     FileNamePattern _pattern;
-    Kind _wanted = Kind::any;
+    Kind _wanted = Kind::Any;
 };
 
 }  // namespace pelorinnews

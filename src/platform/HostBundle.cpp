@@ -91,7 +91,7 @@ QString HostBundle::name() const {
 EntryPattern HostBundle::copies() const {
     const bool isProgram = location() == HostProcess::current().executable;
     return {FileNamePattern::like(name()),
-            isProgram ? EntryPattern::Kind::program : EntryPattern::Kind::any};
+            isProgram ? EntryPattern::Kind::Program : EntryPattern::Kind::Any};
 }
 
 }  // namespace pelorinnews

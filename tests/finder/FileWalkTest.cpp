@@ -157,7 +157,7 @@ void FileWalkTest::stopsAtItsBounds() {
 void FileWalkTest::looksIntoFoldersOfAProgramsName() {
     make("usr/share/pelorin/bin/x/pelorin");
     FileWalk fileWalk(EntryPattern(FileNamePattern::like(QStringLiteral("pelorin")),
-                                   EntryPattern::Kind::program));
+                                   EntryPattern::Kind::Program));
     const std::atomic<bool> stop = false;
     QFile file(QFile::decodeName(full("usr/share/pelorin/bin/pelorin")));
     QVERIFY(file.open(QIODevice::WriteOnly));

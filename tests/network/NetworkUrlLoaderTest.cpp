@@ -895,7 +895,7 @@ void NetworkUrlLoaderTest::theCompletionRunsOnTheQueueAndNeverOnTheCallersStack(
     });
     LoadedAddress good(_loader, tolerant(_http->address(QStringLiteral("/plain.xml"))), &single,
                        10s);
-    LoadedAddress bad(_loader, QUrl(), &single, 10);
+    LoadedAddress bad(_loader, QUrl(), &single, 10s);
     QVERIFY(_http->waitForRequests(1));
     QVERIFY(!good.wait(std::chrono::milliseconds(200)));
     QVERIFY(!bad.wait(std::chrono::milliseconds(0)));

@@ -51,7 +51,7 @@ void EntryPatternTest::noEntryMatchesWithoutAName() {
 }
 
 void EntryPatternTest::theNameCountsWhole() {
-    const EntryPattern pattern = like("P.app", Kind::any);
+    const EntryPattern pattern = like("P.app", Kind::Any);
     for (const char *name : {"P.app", "P.app2", "p.app", "aP.app"})
         QVERIFY(QDir(_folder->path()).mkdir(QLatin1String(name)));
     QVERIFY(pattern.matches(at(QStringLiteral("P.app"))));
@@ -67,13 +67,13 @@ void EntryPatternTest::aLauncherIsNoMatch() {
           "ELF",
           0755);
     QCOMPARE(::symlink("Pelorin.AppImage", at(QStringLiteral("Pelorin")).constData()), 0);
-    QVERIFY(!like("Pelorin", Kind::any).matches(at(QStringLiteral("Pelorin"))));
-    QVERIFY(!like("Pelorin", Kind::program).matches(at(QStringLiteral("Pelorin"))));
-    QVERIFY(like("Pelorin*", Kind::any).matches(at(QStringLiteral("Pelorin.AppImage"))));
+    QVERIFY(!like("Pelorin", Kind::Any).matches(at(QStringLiteral("Pelorin"))));
+    QVERIFY(!like("Pelorin", Kind::Program).matches(at(QStringLiteral("Pelorin"))));
+    QVERIFY(like("Pelorin*", Kind::Any).matches(at(QStringLiteral("Pelorin.AppImage"))));
     write(QStringLiteral("Pelorin.desktop"), "[Desktop Entry]\n", 0755);
-    QVERIFY(!like("Pelorin*", Kind::any).matches(at(QStringLiteral("Pelorin.desktop"))));
+    QVERIFY(!like("Pelorin*", Kind::Any).matches(at(QStringLiteral("Pelorin.desktop"))));
     QVERIFY(QDir(_folder->path()).mkdir(QStringLiteral("Pelorin2.desktop")));
-    QVERIFY(like("Pelorin*", Kind::any).matches(at(QStringLiteral("Pelorin2.desktop"))));
+    QVERIFY(like("Pelorin*", Kind::Any).matches(at(QStringLiteral("Pelorin2.desktop"))));
 }
 
 void EntryPatternTest::aProgramIsAnExecutableFileThatIsNoScript_data() {
@@ -105,26 +105,26 @@ void EntryPatternTest::aProgramIsAnExecutableFileThatIsNoScript() {
     QFETCH(const QByteArray, content);
     QFETCH(const int, mode);
     write(QStringLiteral("pelorin"), content, static_cast<mode_t>(mode));
-    QTEST(like("pelorin", Kind::program).matches(at(QStringLiteral("pelorin"))), "isProgram");
-    QVERIFY(like("pelorin", Kind::any).matches(at(QStringLiteral("pelorin"))));
+    QTEST(like("pelorin", Kind::Program).matches(at(QStringLiteral("pelorin"))), "isProgram");
+    QVERIFY(like("pelorin", Kind::Any).matches(at(QStringLiteral("pelorin"))));
 }
 
 void EntryPatternTest::aFolderOfAProgramsNameIsJustAFolder() {
     QVERIFY(QDir(_folder->path()).mkdir(QStringLiteral("pelorin")));
-    const EntryPattern program = like("pelorin", Kind::program);
+    const EntryPattern program = like("pelorin", Kind::Program);
     QVERIFY(!program.matches(at(QStringLiteral("pelorin"))));
     QVERIFY(!program.mayMatch("pelorin", true));
     QVERIFY(program.mayMatch("pelorin", false));
-    QVERIFY(like("pelorin", Kind::any).mayMatch("pelorin", true));
+    QVERIFY(like("pelorin", Kind::Any).mayMatch("pelorin", true));
     QCOMPARE(::mkfifo(at(QStringLiteral("queue")).constData(), 0777), 0);
-    QVERIFY(!like("queue", Kind::program).matches(at(QStringLiteral("queue"))));
+    QVERIFY(!like("queue", Kind::Program).matches(at(QStringLiteral("queue"))));
 }
 
 void EntryPatternTest::aProgramThatMayNotBeReadIsAProgram() {
     if (::geteuid() == 0)
         QSKIP("the administrator may read every file");
     write(QStringLiteral("pelorin"), "#!", 0111);
-    QVERIFY(like("pelorin", Kind::program).matches(at(QStringLiteral("pelorin"))));
+    QVERIFY(like("pelorin", Kind::Program).matches(at(QStringLiteral("pelorin"))));
 }
 
 }  // namespace pelorinnews::test

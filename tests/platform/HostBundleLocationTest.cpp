@@ -113,7 +113,7 @@ void HostBundleLocationTest::isThisTestsFolder() {
     const QString folder = QCoreApplication::applicationDirPath();
     QCOMPARE(bundle.location(), folder);
     QCOMPARE(bundle.name(), QDir(folder).dirName());
-    QCOMPARE(bundle.copies().kind(), EntryPattern::Kind::any);
+    QCOMPARE(bundle.copies().kind(), EntryPattern::Kind::Any);
     QVERIFY(bundle.copies().mayMatch(QDir(folder).dirName().toStdString(), true));
 }
 

@@ -27,7 +27,7 @@ constexpr std::chrono::seconds discardDelay{10};
 /// loaded in a new process. Doubled with each retry, because the computer may just be busy.
 constexpr std::chrono::milliseconds hangTimeout{1000};
 
-// The widget around the view. Swallows keys that the page did not use, and starts the timer `_rest`
+// The widget around the view. Swallows keys that the page did not use, and starts the timer `rest`
 // when the window is closed.
 class Surround final : public QWidget {
 public:
