@@ -155,7 +155,10 @@ void OptionsFold::hearAnswers() {
 // An X11 window manager may ignore a resize. If Qt is notified of that, it corrects the size of the
 // `QWindow`, but never that of the widget, which keeps the requested size.
 void OptionsFold::awaitAnswer(int from) {
-    if (!_window || !_window->isVisible() || _reported == _window->size())
+    if (!_window || !_window->isVisible())
+        return;
+    // While an earlier request is still to be answered, the reported size is not the last one.
+    if (_reported == _window->size() && !_heightBeforeRequest)
         return;
     _heightBeforeRequest = from;
     _silentTicks = 0;

@@ -97,6 +97,7 @@ private Q_SLOTS:
     void aResizeByHandWhileItRunsLeavesNothingHalfDone();
     void theContentCanBeResizedAfterwards();
     void aWindowThatIsNotShownIsChangedAtOnce();
+    void aChangeBeforeTheDesktopAnsweredTheLastOneKeepsTheHeights();
     void aMaximizedWindowKeepsItsEdges();
     void aWindowTakenByTheDesktopMeanwhileKeepsItsEdges_data();
     void aWindowTakenByTheDesktopMeanwhileKeepsItsEdges();
@@ -244,6 +245,23 @@ void OptionsFoldTest::aWindowThatIsNotShownIsChangedAtOnce() {
     folding.start(false);
     QCOMPARE(folding.finished, 1);
     QCOMPARE(folding.window.height(), 262);
+}
+
+void OptionsFoldTest::aChangeBeforeTheDesktopAnsweredTheLastOneKeepsTheHeights() {
+    Folding folding;
+    // No event is processed in between, so that no answer can arrive.
+    for (const bool open : {false, true}) {
+        folding.start(open);
+        folding.fold.complete();
+    }
+    QCOMPARE(folding.window.height(), 300);
+    // Longer than answers are waited for.
+    QTest::qWait(1500);
+    QCOMPARE(folding.window.height(), 300);
+    folding.start(false);
+    folding.fold.complete();
+    QCOMPARE(folding.window.height(), 262);
+    QTRY_COMPARE(folding.content.height(), 222);
 }
 
 void OptionsFoldTest::aMaximizedWindowKeepsItsEdges() {
