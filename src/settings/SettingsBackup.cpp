@@ -88,15 +88,16 @@ SettingsBackup::Outcome SettingsBackup::check(qsizetype keys) {
     static_cast<void>(lock.tryLock(longestWait));
     if (isWhole(contentsOf(_path).value_or(QByteArray()), keys))
         return Outcome::Whole;
-    restore();
-    return Outcome::Restored;
+    return restore() ? Outcome::Restored : Outcome::Untouched;
 }
 
-void SettingsBackup::restore() {
+bool SettingsBackup::restore() {
     if (_wasAbsent)
-        ::unlink(_target.constData());
-    else if (!_kept.isEmpty() && std::rename(_kept.constData(), _target.constData()) == 0)
-        _kept.clear();
+        return ::unlink(_target.constData()) == 0 || errno == ENOENT;
+    if (std::rename(_kept.constData(), _target.constData()) != 0)
+        return false;
+    _kept.clear();
+    return true;
 }
 
 }  // namespace pelorinnews

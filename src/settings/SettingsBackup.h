@@ -35,7 +35,8 @@ public:
     enum class Outcome {
         /// The file holds all keys.
         Whole,
-        /// The file lacks some keys and was not restored: it is unchanged, or there is no backup.
+        /// The file lacks some keys and was not restored: it is unchanged, there is no backup, or
+        /// the backup could not take its place.
         Untouched,
         /// The file was truncated, and the earlier state was restored.
         Restored,
@@ -46,7 +47,7 @@ public:
     [[nodiscard]] Outcome check(qsizetype keys);
 
 private:
-    void restore();
+    bool restore();
 
     QString _path;
     QByteArray _target;

@@ -38,6 +38,7 @@ private Q_SLOTS:
     void whatTheHostHasNotWrittenYetIsNotLostWithOurs();
     void whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs();
     void aFileThatCouldNotBeKeptIsNeverRemoved();
+    void aBackupThatCannotTakeTheFilesPlaceRestoresNothing();
     void aProcessThatEndsLeavesThePreferencesWhole();
     void aDamagedFileIsRewrittenOnlyWhereItCouldBeCopied();
 
@@ -326,6 +327,25 @@ void FullDiskTest::aFileThatCouldNotBeKeptIsNeverRemoved() {
     QVERIFY(file.resize(1));
     QVERIFY(backup.check(1) == SettingsBackup::Outcome::Untouched);
     QVERIFY(file.exists());
+}
+
+void FullDiskTest::aBackupThatCannotTakeTheFilesPlaceRestoresNothing() {
+    for (const bool hadFile : {true, false}) {
+        QVERIFY(QDir().mkpath(QFileInfo(path()).path()));
+        QFile file(path());
+        if (hadFile) {
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write("[General]\nlast=kept\n");
+            file.close();
+        }
+        SettingsBackup backup(path());
+        QVERIFY(backup.isKept());
+        QCOMPARE(file.remove(), hadFile);
+        QVERIFY(QDir().mkdir(path()));
+        QVERIFY(backup.check(1) == SettingsBackup::Outcome::Untouched);
+        QVERIFY(QFileInfo(path()).isDir());
+        QVERIFY(QDir().rmdir(path()));
+    }
 }
 
 void FullDiskTest::aProcessThatEndsLeavesThePreferencesWhole() {
