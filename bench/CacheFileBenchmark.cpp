@@ -9,7 +9,7 @@ namespace pelorinnews::bench {
 
 namespace {
 
-/// The cache file on the disk that holds temporary files.
+/// A cache file in the folder for temporary files.
 class File {
 public:
     [[nodiscard]] LocalCacheFile get() const {

@@ -4,10 +4,11 @@
 
 namespace pelorinnews::bench {
 
-/// The UTF-8 bytes of a feed of `count` items of about 3 KB each, the same on every run: bodies as
-/// HTML in CDATA sections and as plain text, some letters outside ASCII, dates one to a few hours
-/// apart going back over years from `newest` (seconds since the epoch), a handful of categories of
-/// which most name "mac" and "pelorin" and some "critical".
+/// A feed of `count` items in UTF-8, the same on every run. An item has about 3 KB, with its
+/// content as HTML in a CDATA section and as plain text, including some letters outside ASCII. The
+/// first item's date is `newest` (seconds since the epoch); each further item is one to four hours
+/// older. The categories are drawn from a few, of which most name "mac" and "pelorin" and one names
+/// "critical".
 QByteArray makeFeed(int count, qint64 newest = 1'760'000'000);
 
 }  // namespace pelorinnews::bench

@@ -15,7 +15,8 @@ public:
                                  UrlCompletion) override {}
 };
 
-/// A cache with `count` items, half of them from within the last half of the feed's span.
+/// A cache with `count` items. The last viewing is the date of the middle item, so half of the
+/// items are new.
 std::shared_ptr<OlvNewsCacheFiltered> makeCache(int count) {
     auto cache = std::make_shared<OlvNewsCacheFiltered>(std::make_shared<Silence>());
     if (!cache->parseFeed(QString::fromUtf8(makeFeed(count)), nullptr))
@@ -25,7 +26,7 @@ std::shared_ptr<OlvNewsCacheFiltered> makeCache(int count) {
     return cache;
 }
 
-/// By three categories and a date.
+/// Filters by three categories and the date of the last viewing.
 void filter(benchmark::State &state) {
     const auto count = static_cast<int>(state.range(0));
     const auto cache = makeCache(count);
@@ -36,7 +37,7 @@ void filter(benchmark::State &state) {
         cache->applyFilter();
     }
     if (cache->count() == 0 || cache->count() >= static_cast<quint64>(count))
-        qFatal("the filter keeps all or nothing");
+        qFatal("the filter must keep some items and drop others");
     state.SetItemsProcessed(state.iterations() * count);
     state.counters["kept"] = static_cast<double>(cache->count());
 }
@@ -51,7 +52,7 @@ void countNewItems(benchmark::State &state) {
         benchmark::DoNotOptimize(found);
     }
     if (found == 0 || found >= count)
-        qFatal("all or nothing is new");
+        qFatal("some items must be new and others not");
     state.SetItemsProcessed(state.iterations() * count);
     state.counters["new"] = static_cast<double>(found);
 }

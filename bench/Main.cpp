@@ -3,7 +3,7 @@
 #include <benchmark/benchmark.h>
 
 int main(int argc, char *argv[]) {
-    // English dates, whoever runs this.
+    // The feed has English dates, so parse them as an English user, whoever runs this.
     qputenv("LC_ALL", "en_US.UTF-8");
     qunsetenv("LANGUAGE");
     const QCoreApplication application(argc, argv);

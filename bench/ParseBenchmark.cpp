@@ -18,8 +18,7 @@ double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-/// One pass of the XML reader alone over `feed`, in one piece and with handlers that do nothing:
-/// the least that reading the feed's events can take.
+/// The baseline: expat alone parses `feed`, in one piece and with empty handlers.
 void readBare(const QByteArray &feed) {
     const XML_Parser parser = XML_ParserCreate("UTF-8");
     XML_SetElementHandler(
@@ -54,7 +53,7 @@ OlvNewsItemList itemsThroughText(const QByteArray &body) {
     return itemsOf(OlvNewsParser().parse(text));
 }
 
-/// Times `parse` and a bare pass by turns, so that both meet the same weather.
+/// Times `parse` and `readBare` alternately, so that the computer's load affects both alike.
 template <class Parse>
 void measure(benchmark::State &state, Parse parse) {
     const auto count = static_cast<int>(state.range(0));
@@ -83,7 +82,7 @@ void measure(benchmark::State &state, Parse parse) {
     const PeakMemory peak;
     const OlvNewsItemList items = parse(feed);
     const auto body = static_cast<double>(feed.size());
-    // The body is in memory before the measure begins, and counts.
+    // The body is in memory before `peak` is created, so it is added here, as 1.
     state.counters["peak/body"] = static_cast<double>(peak.bytes()) / body + 1;
 
     const auto items_read = static_cast<double>(state.iterations()) * count;

@@ -24,7 +24,7 @@ qint64 statusField(const QByteArray &name) {
 
 PeakMemory::PeakMemory() {
     malloc_trim(0);
-    // Sets the peak back to what is resident now.
+    // Resets the peak (VmHWM) to the current resident size.
     QFile file(QStringLiteral("/proc/self/clear_refs"));
     if (file.open(QFile::WriteOnly))
         file.write("5");

@@ -4,8 +4,8 @@
 
 namespace pelorinnews::bench {
 
-/// The most memory, in bytes, that the process had resident since this object was made, above what
-/// it had then. Memory that was freed but not given back is given back first.
+/// Measures the process's peak resident memory since this object was created, in bytes, minus the
+/// resident memory at its creation. The constructor first returns freed memory to the system.
 class PeakMemory {
 public:
     PeakMemory();

@@ -1,5 +1,6 @@
-// Prints the most memory that a refresh takes above what was there before it, the old items
-// included, as a multiple of the body's size: once into an empty cache and once over old items.
+// Prints by how much a refresh raises the process's peak memory, as a multiple of the body's size:
+// first with an empty cache, then with a cache that holds items. The memory of those items was in
+// use before, so it is not counted.
 
 #include "FeedGenerator.h"
 #include "PeakMemory.h"
@@ -37,7 +38,7 @@ int main(int argc, char *argv[]) {
     qputenv("XDG_DATA_HOME", folder.path().toUtf8());
     const QCoreApplication application(argc, argv);
     HostBundle::setIdentity({QStringLiteral("com.Olvane.PelorinNews.bench"), {}, {}});
-    // From a file, so that only the client's memory counts.
+    // The feed comes from a file, so that no server's memory is measured.
     const QString path = folder.filePath(QStringLiteral("feed.xml"));
     for (const int count : {1'000, 10'000, 100'000}) {
         qint64 bodySize = 0;

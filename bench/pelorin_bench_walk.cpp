@@ -16,9 +16,9 @@
 #include <unistd.h>
 #include <vector>
 
-// What a walk costs: `pelorin_bench_walk <folder>` walks a folder that exists;
-// `pelorin_bench_walk --make <folder> <files>` first makes a tree of so many files, 10 to a folder.
-// As the administrator it empties the kernel's caches before the cold walk.
+// Measures walks: `pelorin_bench_walk <folder>` walks an existing folder;
+// `pelorin_bench_walk --make <folder> <files>` first creates a tree of that many files, 10 in each
+// folder. Run as root, it empties the kernel's caches before the first, cold walk.
 
 namespace {
 
@@ -91,7 +91,8 @@ Cost walk(const QByteArray &folder, Priority priority) {
     return task ? result.get() : Cost();
 }
 
-/// How often busy programs, one for each processor, get round in `duration`.
+/// Runs one busy thread for each CPU during `duration`, and returns how many rounds of work they
+/// did in total.
 quint64 busyRounds(std::chrono::milliseconds duration) {
     std::atomic<quint64> rounds = 0;
     std::vector<std::thread> programs;
@@ -118,8 +119,8 @@ void report(const char *what, const Cost &cost) {
                 static_cast<unsigned long long>(cost.entries));
 }
 
-/// Busy programs on every processor, and walks in the idle class beside them: how much of the
-/// processors the walks took. That, and nothing else, the programs lost.
+/// Prints how much CPU time walks in the idle class take while every CPU has a busy thread, in
+/// percent of the time of all CPUs. The busy threads lose exactly that.
 void reportLossOfBusyPrograms(const QByteArray &folder) {
     const std::chrono::milliseconds length(3000);
     for (int round = 0; round < 3; ++round) {
@@ -157,7 +158,7 @@ int main(int argc, char *argv[]) {
     if (emptyCaches())
         report("cold", walk(folder, Priority::Ordinary));
     else
-        std::printf("cold         not measured: the caches are not ours to empty\n");
+        std::printf("cold         not measured: emptying the kernel's caches needs root\n");
     for (int i = 0; i < 3; ++i)
         report("warm", walk(folder, Priority::Ordinary));
     report("warm, idle", walk(folder, Priority::Idle));

@@ -1,16 +1,18 @@
-# A room is a folder of src/ with a library of its own. Its row lists the rooms whose headers it
-# includes: SHOWS those that its own headers include, so that its users see them too, and USES those
-# that only its sources include. A room can only name rooms above it here, so there are no cycles. A
-# GUI room may link Qt Gui, a WIDGETS room Qt Widgets as well, an ENGINE room everything.
+# A room is a folder of src/ with its own library. Its row lists the rooms whose headers it
+# includes: after SHOWS those that its headers include, so that its users can include them, too;
+# after USES those that only its sources include. A room can only name rooms in rows above its own,
+# so there are no cycles. A GUI room may link Qt Gui, a WIDGETS room also Qt Widgets, an ENGINE room
+# everything.
 #
-# An include of another room names it: #include "network/UrlLoader.h". A room's include path holds
-# only the rooms of its row and those that they show, so any other include does not compile.
+# To include another room's header, name the room: #include "network/UrlLoader.h". A room's include
+# path has only the rooms of its row and the rooms that those show, so any other include fails to
+# compile.
 function(pelorin_room name)
     cmake_parse_arguments(ARG "GUI;WIDGETS;ENGINE" "" "SHOWS;USES" ${ARGN})
     get_property(rooms GLOBAL PROPERTY PELORIN_ROOMS)
     foreach(used IN LISTS ARG_SHOWS ARG_USES)
         if(NOT used IN_LIST rooms)
-            message(FATAL_ERROR "${name} must not use ${used}, which stands below it")
+            message(FATAL_ERROR "${name} must not use ${used}, whose row is below its own")
         endif()
     endforeach()
     set_property(GLOBAL APPEND PROPERTY PELORIN_ROOMS ${name})
@@ -51,8 +53,8 @@ pelorin_room(web           SHOWS rendering          USES page platform          
 
 # pelorin_link(<target> <room> [LINKS <target>...] [PRIVATE_LINKS <target>...])
 #
-# Links the rooms of the room's row and these external libraries. LINKS are those that the room's
-# headers include.
+# Links the rooms of the room's row and these external libraries: LINKS if the room's headers
+# include them, PRIVATE_LINKS if only its sources do.
 function(pelorin_link target room)
     cmake_parse_arguments(ARG "" "" "LINKS;PRIVATE_LINKS" ${ARGN})
     get_property(shown GLOBAL PROPERTY PELORIN_ROOM_${room}_SHOWS)
@@ -80,8 +82,8 @@ endfunction()
 
 # pelorin_library(<room> SOURCES <file>... [LINKS <target>...] [PRIVATE_LINKS <target>...])
 #
-# Makes the room's static library, pelorin_<room>, and the folder through which others include its
-# headers (its door).
+# Makes the room's static library, pelorin_<room>, and its door: the folder on the include path of
+# other rooms, through which they include its headers.
 function(pelorin_library room)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
     set(door ${CMAKE_BINARY_DIR}/include/${room})

@@ -1,4 +1,4 @@
-# What every target of this project is compiled with.
+# Compiler options of all targets of this project.
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -9,7 +9,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 find_program(PELORIN_CCACHE ccache)
 if(PELORIN_CCACHE)
-    # By default ccache does not cache what is compiled with precompiled headers.
+    # By default ccache does not cache compilations with precompiled headers.
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
         CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
         ${PELORIN_CCACHE})
@@ -18,7 +18,7 @@ if(PELORIN_CCACHE)
     endif()
 endif()
 
-# Three times as fast as the default linker.
+# lld is three times as fast as the default linker.
 find_program(PELORIN_LLD ld.lld)
 if(PELORIN_LLD)
     add_link_options(-fuse-ld=lld)

@@ -14,7 +14,8 @@ endfunction()
 function(pelorin_plugin target)
     set(exported ${CMAKE_SOURCE_DIR}/cmake/plugin.map)
     target_link_options(${target} PRIVATE -Wl,-z,nodelete -Wl,--version-script=${exported})
-    # A sanitizer's functions come from the program that loads the module.
+    # A sanitizer's functions come from the program that loads the module, so they stay undefined
+    # here.
     if(NOT PELORIN_SANITIZE)
         target_link_options(${target} PRIVATE -Wl,--no-undefined)
     endif()

@@ -16,9 +16,9 @@ endif()
 # The precompiled headers that a folder's tests use.
 set(PELORIN_TEST_HEADERS test_core)
 
-# Tests of which only one may run at a time: a host searches the whole disk for its copies, and two
-# such searches need more inotify watches than one user may have. Any other program of the user that
-# needs a watch would then get none.
+# Only one of these tests may run at a time: a host searches the whole disk for its copies, and two
+# such searches need more inotify watches than one user may have. Other programs of the user would
+# then get no watch.
 function(pelorin_watches_the_disk)
     foreach(name IN LISTS ARGN)
         set_property(TEST ${PELORIN_TEST_PREFIX}${name} APPEND PROPERTY RESOURCE_LOCK disk-watches)

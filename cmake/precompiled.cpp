@@ -1,1 +1,1 @@
-// A library needs a source.
+// CMake requires a source file for a library.

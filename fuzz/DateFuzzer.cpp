@@ -8,7 +8,7 @@ using namespace pelorinnews;
 
 namespace {
 
-/// Each with what is left of it without its region.
+/// Each locale, and the same locale without its region.
 constexpr std::array<std::array<const char *, 2>, 8> locales = {{{"en_US", "en"},
                                                                  {"de_DE", "de"},
                                                                  {"fr_FR", "fr"},
@@ -28,7 +28,8 @@ std::unique_ptr<icu::SimpleDateFormat> formatFor(const char *locale) {
     return format;
 }
 
-/// What ICU makes of `text`, in milliseconds since the epoch; absent when it makes nothing of it.
+/// The date that ICU itself parses from `text`, in milliseconds since the epoch; absent if ICU
+/// rejects it.
 std::optional<qint64> readByIcu(const icu::SimpleDateFormat &format, std::string_view text) {
     icu::ParsePosition position(0);
     const UDate date = format.parse(
@@ -40,9 +41,9 @@ std::optional<qint64> readByIcu(const icu::SimpleDateFormat &format, std::string
 
 }  // namespace
 
-/// The first byte picks a locale; the rest are dates, one a line, all read by one formatter. Each
-/// must come out as ICU alone reads it, in the locale or without its region, also after others have
-/// been read.
+/// The first byte selects a locale; the rest are dates, one per line, that one formatter parses.
+/// Each result must be ICU's own: with the locale or, if ICU rejects the date, with the locale
+/// without its region. Dates that the formatter has parsed earlier must not change the result.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size == 0 || size > 4096)
         return 0;

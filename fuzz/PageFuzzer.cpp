@@ -1,5 +1,5 @@
-// Whatever the page: the text renderer shows it, and a copy of it is made, each within a quarter of
-// a second.
+// For any page: showing it in the text renderer and copying it as rich text each take at most a
+// quarter of a second.
 
 #include "page/BoundedHtml.h"
 #include "rendering/TextNewsRenderer.h"
@@ -24,7 +24,8 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t most);
 namespace {
 
 constexpr double maxMilliseconds = 250;
-// What the calibration takes on the computer that the bound is meant for, with nothing else to do.
+// The CPU time that the calibration in `slowness` takes on the computer that the bound is meant
+// for, when that computer is idle.
 constexpr double calibratedMilliseconds = 7.3;
 constexpr size_t longestPage = 65'536;
 
@@ -40,7 +41,7 @@ double timeOf(const std::function<void()> &work) {
     return milliseconds() - start;
 }
 
-/// How much slower this computer is right now; never less than 1.
+/// How many times slower than that computer this one is right now; at least 1.
 double slowness() {
     static const QString article =
         QStringLiteral(
@@ -67,7 +68,8 @@ void show(const QString &html) {
     }();
     renderer->loadHtmlString(html);
     static_cast<void>(renderer->grab());
-    // To the last block, which is else laid out in the background.
+    // Lays out the whole document, up to its last block; otherwise the rest is laid out in the
+    // background.
     static_cast<void>(renderer->document()->documentLayout()->blockBoundingRect(
         renderer->document()->lastBlock()));
 }
@@ -75,30 +77,30 @@ void show(const QString &html) {
 void copy(const QString &html) {
     const std::optional<QByteArray> bytes = richTextFromHtml(html);
     if (bytes && !bytes->startsWith("{\\rtf1"))
-        qFatal("no rich text");
+        qFatal("the copy is not RTF");
 }
 
 void require(const char *what, const QString &html, void (*work)(const QString &)) {
     const double first = timeOf([&] { work(html); });
     if (first <= maxMilliseconds)
         return;
-    // Other programs slow this one down. The best of some is what the page itself takes.
+    // Other programs slow this one down, so the best of several runs counts.
     double best = 1e9;
     for (int i = 0; i < 5; ++i) {
         const double taken = timeOf([&] { work(html); });
         best = std::min(best, taken / slowness());
     }
     if (best > maxMilliseconds)
-        qFatal("%s: %.0f ms, at first %.0f", what, best, first);
+        qFatal("%s in %.0f ms; the first run took %.0f ms", what, best, first);
 }
 
-/// Pieces that pages are made of. Bytes alone get no further than to the first few.
+/// Pieces of HTML and CSS. Mutations of single bytes rarely form whole tags or properties.
 const std::vector<std::string> &pieces() {
     static const std::vector<std::string> all = [] {
         std::vector<std::string> found;
         QFile file(QStringLiteral(PELORIN_PAGE_DICTIONARY));
         if (!file.open(QIODevice::ReadOnly))
-            qFatal("no dictionary");
+            qFatal("cannot read the dictionary");
         for (const QByteArray &line : file.readAll().split('\n')) {
             if (!line.startsWith('"'))
                 continue;
@@ -136,8 +138,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     return 0;
 }
 
-/// Besides what bytes do: puts pieces of pages in, and repeats a part up to thousands of times,
-/// which is what costs time.
+/// Besides libFuzzer's mutations of bytes: inserts pieces of HTML and CSS, deletes a part, or
+/// repeats a part up to thousands of times, which is what makes pages slow.
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t most,
                                           unsigned int seed) {
     std::minstd_rand random(seed);
@@ -152,7 +154,7 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t mos
                 page.insert(below(page.size() + 1), pieces()[below(pieces().size())]);
             break;
         case 3: {
-            // From one tag's start to another's.
+            // The repeated part begins at a tag.
             const size_t from = std::min(page.find('<', below(page.size() + 1)), page.size());
             const size_t length = 1 + below(std::min<size_t>(page.size() - from + 1, 400));
             const std::string part = page.substr(from, length);

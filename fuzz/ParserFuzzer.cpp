@@ -20,13 +20,13 @@ std::vector<QString> fieldsOf(const std::optional<QVariantMap> &result) {
 
 void require(bool holds) {
     if (!holds)
-        qFatal("a promise of the parser is broken");
+        qFatal("the parser violates one of its guarantees");
 }
 
 }  // namespace
 
-/// Whatever the bytes: reading them as bytes and reading them as a text gives the same result and
-/// the same error.
+/// For any UTF-8: parsing it as bytes and parsing it as a decoded text give the same result and the
+/// same error.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const QByteArray body(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
     Error bytesError;

@@ -1,5 +1,5 @@
-// A host with a window of its own, which loads the panel and works it when its standard input says
-// so. It answers each line by one line; what the answers mean stands in bench/weight/measure.
+// A host with its own window. Commands on standard input, one per line, make it load and operate
+// the panel. It replies to each with one line; bench/weight/measure reads the replies.
 
 #include "Panel.h"
 
@@ -29,7 +29,7 @@ void answer(const char *format, double first = 0, double second = 0) {
 
 class Commands {
 public:
-    /// False when the program is to end.
+    /// Runs one command. False if the program must end.
     bool obey(const QByteArray &line) {
         const QList<QByteArray> words = line.split(' ');
         const QByteArray argument = words.value(1);
@@ -58,7 +58,7 @@ public:
         } else if (words[0] == "trust" || words[0] == "fetch") {
             useHttps(words[0] == "trust" ? "pelorinBenchTrust" : "pelorinBenchFetch", argument);
         } else {
-            qFatal("unknown: %s", line.constData());
+            qFatal("unknown command: %s", line.constData());
         }
         return true;
     }
@@ -81,7 +81,7 @@ private:
 int main(int argc, char *argv[]) {
     QApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     const QApplication application(argc, argv);
-    // A cursor that blinks would be work of the host's own.
+    // A blinking text cursor would wake the host and distort the measurements.
     QApplication::setCursorFlashTime(0);
     QMainWindow window;
     window.setCentralWidget(new QPlainTextEdit(QStringLiteral("A document"), &window));

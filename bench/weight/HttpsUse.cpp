@@ -1,5 +1,5 @@
-// What a host does that uses HTTPS itself. Loaded when it is asked for, so that the plain host that
-// the panel is compared with knows nothing of networks.
+// A host's own use of HTTPS. A library that the host loads on demand, so that the host without the
+// panel, the baseline, does not load Qt Network.
 
 #include <QEventLoop>
 #include <QNetworkAccessManager>
@@ -13,7 +13,8 @@
 
 extern "C" {
 
-/// Trusts the authority in a file (PEM), and no other: as little as looking one up on demand loads.
+/// Trusts only the authorities in `file` (PEM). That loads as few certificates as Qt's own lookup
+/// on demand. False if there are none.
 PELORIN_BENCH_EXPORT bool pelorinBenchTrust(const char *file) {
     const QList<QSslCertificate> authorities =
         QSslCertificate::fromPath(QString::fromLocal8Bit(file));
@@ -23,7 +24,7 @@ PELORIN_BENCH_EXPORT bool pelorinBenchTrust(const char *file) {
     return !authorities.isEmpty();
 }
 
-/// Fetches `address` and forgets it.
+/// Fetches `address` and discards the reply. False on failure.
 PELORIN_BENCH_EXPORT bool pelorinBenchFetch(const char *address) {
     QNetworkAccessManager manager;
     QEventLoop loop;

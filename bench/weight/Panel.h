@@ -11,22 +11,24 @@
 
 namespace pelorinnews::bench {
 
-/// The news panel as a host has it, and its window as a user works it. Main thread only.
+/// The news panel as a host embeds it, and its window as a user operates it. Main thread only.
 class Panel {
 public:
-    /// Milliseconds of the main thread, by the clock and by the processor's account.
+    /// Wall-clock time and CPU time of the main thread, in milliseconds.
     struct Cost {
         double clock = 0;
         double processor = 0;
     };
 
-    /// Loads the module and creates its panel; ends the program where that fails.
+    /// Loads the module and creates its panel; ends the program on failure.
     Cost load(const QString &module);
 
-    /// Opens the window; the first item's page has this background.
+    /// Opens the window. `painted` is called when the first item's page, whose background is
+    /// `colour`, is on the screen.
     void show(std::uint32_t colour, PixelWatch::Painted painted);
     void close();
-    /// Presses a button of the window by its name; the page that comes has this background.
+    /// Presses the window's button with this object name. `painted` is called when the next page,
+    /// whose background is `colour`, is on the screen.
     void press(const QString &button, std::uint32_t colour, PixelWatch::Painted painted);
 
     void exit();

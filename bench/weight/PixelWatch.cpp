@@ -10,7 +10,7 @@ namespace pelorinnews::bench {
 
 namespace {
 
-// Inside the page at any size that the news window may have.
+// A row of pixels in the window that lies inside the page at any size that the window may have.
 constexpr std::int16_t left = 40;
 constexpr std::int16_t top = 150;
 constexpr std::uint16_t width = 240;
@@ -24,7 +24,7 @@ bool shows(xcb_connection_t *display, std::uint32_t window, std::uint32_t colour
     xcb_generic_error_t *problem = nullptr;
     const std::unique_ptr<xcb_get_image_reply_t, decltype(&std::free)> reply(
         xcb_get_image_reply(display, cookie, &problem), &std::free);
-    // A window that is not shown has no pixels.
+    // The request fails for a window that is not shown.
     std::free(problem);
     if (!reply)
         return false;

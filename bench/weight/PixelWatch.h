@@ -10,13 +10,13 @@
 
 namespace pelorinnews::bench {
 
-/// Tells when a page of a known background has come up on the screen, by asking the X server for
-/// the window's pixels about once a millisecond, on a thread and a connection of its own: what
-/// counts is what a user could see, not what the program believes to have painted.
+/// Reports when a page with a known background is on the screen. Its thread, with its own X11
+/// connection, polls the window's pixels about once a millisecond, and so measures what a user
+/// sees, not what the program believes to have painted.
 class PixelWatch {
 public:
     using Clock = std::chrono::steady_clock;
-    /// Milliseconds since the start that was given, or nothing where the page did not come within
+    /// Receives the milliseconds since `start`; absent if the page did not appear within
     /// `patience`. Called on the watch's own thread.
     using Painted = std::function<void(std::optional<double> milliseconds)>;
 
@@ -27,8 +27,8 @@ public:
     PixelWatch(const PixelWatch &) = delete;
     PixelWatch &operator=(const PixelWatch &) = delete;
 
-    /// Begins to look for a row of the window that is `colour` (0xRRGGBB) for its greater part;
-    /// text on the page takes the rest. One watch at a time.
+    /// Starts to wait until more than half of a row of the window's pixels is `colour` (0xRRGGBB);
+    /// the page's text may cover the rest. One watch at a time.
     void begin(std::uint32_t window, std::uint32_t colour, Clock::time_point start,
                Painted painted);
 

@@ -67,7 +67,7 @@ void AccessibilityTest::theContentIsOneTextThatClientsMaySet() {
     Assistive::write(_panel->desktop.hostProcess(), QString());
     QTRY_COMPARE(_panel->text(), QStringLiteral("Pelorin News content"));
     QCOMPARE(_panel->content().name, QStringLiteral("Pelorin News content"));
-    // The next item replaces it.
+    // The next item replaces the fixed text.
     QVERIFY(_panel->click("push button", "Next news item"));
     QTRY_COMPARE(_panel->text(), QStringLiteral("Item 2"));
 }
@@ -134,7 +134,7 @@ void AccessibilityTest::nothingThatTakesTheFocusIsNameless() {
     QTRY_VERIFY(_panel->object("combo box", "All").is("showing"));
     for (const Object &each : _panel->objects())
         QVERIFY2(!each.is("focusable") || !each.name.isEmpty(), qPrintable(each.role));
-    // Two windows, and none of the engine's own.
+    // The host has only these two windows: the web engine adds none.
     QStringList windows;
     for (const Object &each : Assistive::tree(_panel->desktop.hostProcess())) {
         if (each.depth == 0)
@@ -191,7 +191,7 @@ void AccessibilityTest::whatControlsBecomeIsTold() {
     checked.append(QStringLiteral("1 Show news on start"));
     QTRY_COMPARE(told("checked"), checked);
 
-    // One of the two items is left, so stepping is not possible.
+    // The filter leaves one of the two items, so both buttons are disabled.
     _panel->press("alt+t");
     _panel->press("Down");
     QStringList able{QStringLiteral("0 Next news item"), QStringLiteral("0 Previous news item")};

@@ -44,8 +44,8 @@ private:
         }
         return _desktop->path(folders.first()) + name;
     }
-    /// Whether the host's search has ended and found the copy in this folder: it watches the folder
-    /// for changes from then on, and not before.
+    /// Whether the host's search has ended and found the copy in this folder. Only from then on the
+    /// host watches the folder for changes.
     [[nodiscard]] bool hasFoundCopyIn(const QString &folder) const {
         return _desktop->hostWatches(_desktop->path(folder));
     }
@@ -69,7 +69,7 @@ void AnnouncementCycleTest::oneAnnouncementStandsAndOpensTheWindow() {
     _desktop->serve({entry(QStringLiteral("Second"), 30), older});
     const QStringList replaced{QStringLiteral("News from Pelorin|First")};
     QTRY_COMPARE(Desktop::history(), replaced);
-    // After several more refreshes the same announcement still stands.
+    // After several more refreshes the same announcement is still displayed.
     QTRY_COMPARE(Desktop::displayed(), 1);
     QTest::qWait(3500);
     QCOMPARE(Desktop::displayed(), 1);
@@ -85,7 +85,8 @@ void AnnouncementCycleTest::oneAnnouncementStandsAndOpensTheWindow() {
     };
     QTRY_VERIFY(tellsOfSecond());
     QTRY_COMPARE(Desktop::displayed(), 0);
-    // A refresh while the window opens may announce it once more; that announcement is gone too.
+    // A refresh while the window opens may announce the item once more; that announcement is
+    // withdrawn, too.
     QCOMPARE(Desktop::history().first(), QStringLiteral("News from Pelorin|Second"));
 }
 

@@ -61,7 +61,7 @@ Listener::Listener(qint64 host) {
     _process.start(QStringLiteral(PELORIN_TEST_DATA "/assistive"),
                    {QStringLiteral("listen"), QString::number(host)});
     if (!_process.waitForReadyRead(testPatience))
-        qFatal("nothing listens on the accessibility bus");
+        qFatal("the client does not listen on the accessibility bus");
     _process.readLine();
 }
 

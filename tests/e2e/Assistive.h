@@ -15,13 +15,13 @@ struct Object {
     int depth = 0;
     QString role;
     QString name;
-    /// Null if the object has no text of its own.
+    /// Null if the object has no text interface.
     QString text;
     QRect place;
     QStringList states;
     /// The names of the objects that label it.
     QStringList labels;
-    /// Its actions, and the keys for them.
+    /// The key bindings of the object's actions, by the action's name.
     QMap<QString, QString> actions;
     bool takesText = false;
 

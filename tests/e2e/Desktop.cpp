@@ -22,7 +22,7 @@ namespace pelorinnews::test {
 namespace {
 
 void write(const QString &path, const QByteArray &text) {
-    // Atomically: the service may read at any time.
+    // Written atomically, because the feed service may read the file at any time.
     QSaveFile file(path);
     if (!file.open(QFile::WriteOnly) || file.write(text) != text.size() || !file.commit())
         qFatal("cannot write %s", qPrintable(path));
@@ -56,7 +56,8 @@ Desktop::Desktop() {
     _notificationDaemon.setStandardErrorFile(QProcess::nullDevice());
     _notificationDaemon.start(QStringLiteral("dunst"),
                               {QStringLiteral("-conf"), path(QStringLiteral("dunstrc"))});
-    // A request to the daemon itself would make the bus start another one that has no display.
+    // Asks the bus, because a call to the daemon's name would make the bus start another daemon,
+    // which has no display.
     const auto answers = [] {
         return outputOf(QStringLiteral("dbus-send"),
                         {QStringLiteral("--session"), QStringLiteral("--print-reply=literal"),
@@ -66,17 +67,18 @@ Desktop::Desktop() {
             .endsWith("true");
     };
     if (!QTest::qWaitFor(answers, testPatience))
-        qFatal("no notification daemon");
+        qFatal("the notification daemon does not start");
 
     _feedService.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"),
                        {QStringLiteral("--feeds"), path(QStringLiteral("feeds")),
                         QStringLiteral("--tls"), path(QStringLiteral("tls"))});
     if (!_feedService.waitForReadyRead(testPatience))
-        qFatal("no feed service: %s", _feedService.readAllStandardError().constData());
+        qFatal("the feed service does not start: %s",
+               _feedService.readAllStandardError().constData());
     _feedAddress = QString::fromUtf8(_feedService.readLine().trimmed());
     prefer(QStringLiteral("newsFeedBaseURL"), _feedAddress);
     prefer(QStringLiteral("newsFeedLocale"), QStringLiteral("en"));
-    // Starts the accessibility bus, which the host looks for only once.
+    // Starts the accessibility bus before the host does, which looks for it only once.
     static_cast<void>(Assistive::tree(0));
 }
 
@@ -152,7 +154,7 @@ void Desktop::startHost(const QString &application) {
     _host.start(application + QStringLiteral("/bin/pelorin"),
                 {QStringLiteral("--trust"), path(QStringLiteral("tls/ca.pem"))});
     if (!_host.waitForStarted(testPatience))
-        qFatal("no host: %s", qPrintable(_host.errorString()));
+        qFatal("the host does not start: %s", qPrintable(_host.errorString()));
 }
 
 QString Desktop::applicationWithoutWebEngine() const {
@@ -185,8 +187,8 @@ bool Desktop::quitHost() {
 
 bool Desktop::hostWatches(const QString &watched) const {
     const QString process = QStringLiteral("/proc/%1").arg(_host.processId());
-    // The search runs in the idle class. Only root may raise its priority; for other users it takes
-    // longer.
+    // The search runs in the idle scheduling class. Only root may raise its priority; for other
+    // users it takes longer.
     const QStringList threads = QDir(process + QStringLiteral("/task")).entryList(QDir::Dirs);
     for (const QString &thread : threads) {
         const sched_param ordinary{};

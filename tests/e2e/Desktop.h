@@ -18,9 +18,9 @@ struct FeedEntry {
     QString category = QStringLiteral("mac pelorin");
 };
 
-/// A whole user's desktop made of programs: a feed service over HTTPS, a notification daemon, and
-/// the host, on the display and in the D-Bus session that the test runs in. All end with the
-/// object, by process id.
+/// A user's desktop of real programs: a feed service over HTTPS, a notification daemon, and the
+/// host, on the test's display and in its D-Bus session. The destructor ends each program by its
+/// process id.
 class Desktop {
 public:
     Desktop();
@@ -28,7 +28,7 @@ public:
     Desktop(const Desktop &) = delete;
     Desktop &operator=(const Desktop &) = delete;
 
-    /// Sets what the feed service answers to a user of `language`.
+    /// Sets the feed that the feed service serves to users of `language`.
     void serve(const QList<FeedEntry> &entries,
                const QString &language = QStringLiteral("en")) const;
     /// Stores a preference, before the host starts; removes it if `value` is invalid.
@@ -39,7 +39,8 @@ public:
     /// Sets a variable of the host's environment, before the host starts.
     void setVariable(const QString &name, const QString &value) { _variables[name] = value; }
 
-    /// Installs a default browser that writes down what it is asked to open.
+    /// Installs a default browser that only records the addresses that it is told to open; `opened`
+    /// returns them.
     void installBrowser() const;
     [[nodiscard]] QStringList opened() const;
 
@@ -51,19 +52,19 @@ public:
     /// Quits the host by its key for quitting. False if it did not exit cleanly.
     [[nodiscard]] bool quitHost();
 
-    /// Whether the host watches this folder through the kernel.
+    /// Whether the host watches this folder with inotify.
     [[nodiscard]] bool hostWatches(const QString &watched) const;
 
     [[nodiscard]] qint64 hostProcess() const { return _host.processId(); }
 
-    /// The number of the host's visible window with this title; empty if there is none.
+    /// The X11 id of the host's visible window with this title; empty if there is none.
     [[nodiscard]] QString window(const QString &title) const {
         return Screen::window(hostProcess(), title);
     }
     [[nodiscard]] QString newsWindow() const { return window(QStringLiteral("Pelorin News")); }
 
-    /// According to the notification daemon: how many notifications it shows now, and those that it
-    /// no longer shows.
+    /// As the notification daemon reports it: the number of notifications on the screen, and those
+    /// that it no longer shows, as "summary|body".
     [[nodiscard]] static int displayed();
     [[nodiscard]] static QStringList history();
     static void actOnNotification();

@@ -98,7 +98,7 @@ void ItemsTest::aPageSaysWhyThereIsNoItem() {
     QTRY_VERIFY(!_panel->desktop.window(QStringLiteral("Pelorin")).isEmpty());
     QVERIFY(_panel->reopen());
     // A window that opens before the first refresh has completed keeps saying that news is being
-    // fetched.
+    // fetched. Then it is closed and opened again.
     const auto saysWhy = [&] {
         if (_panel->text() == status)
             return true;
@@ -113,7 +113,7 @@ void ItemsTest::aPageSaysWhyThereIsNoItem() {
         QVERIFY(button.is("showing") && !button.is("enabled"));
     }
     QCOMPARE(_panel->position(), QString());
-    // The status is painted: the first word of a page does not reach this far.
+    // The status text is painted. The first word of a page alone would not reach this part.
     const QRect page = _panel->content().place;
     const QRect part(180, 4, 100, 28);
     QTRY_VERIFY(Screen::colours(_panel->window, part) > 4);
@@ -140,7 +140,7 @@ void ItemsTest::menusChooseByMouseAndByKeyboard() {
     QCOMPARE(chosen(1), QStringLiteral("Last 30 days"));
     QTRY_COMPARE(_panel->desktop.preference(QStringLiteral("newsFilter")).toInt(), 2);
 
-    // By keyboard: first without its list, then with it.
+    // By keyboard: first with the menu's list closed, then with it open.
     _panel->press("shift+Tab");
     QTRY_COMPARE(_panel->focus(), QStringLiteral("combo box All news"));
     _panel->press("Down");
@@ -164,7 +164,7 @@ void ItemsTest::theCheckBoxIsStored() {
     QVERIFY(!_panel->object("check box", "Show news on start").is("checked"));
     _panel->press("space");
     QTRY_COMPARE(_panel->desktop.preference(key).toString(), QStringLiteral("true"));
-    // The menu's access key works from anywhere.
+    // The check box's access key works from anywhere in the window.
     _panel->clickIntoThePage();
     _panel->press("alt+s");
     QTRY_COMPARE(_panel->desktop.preference(key).toString(), QStringLiteral("false"));

@@ -1,5 +1,5 @@
-// The window's keys, pressed on a real keyboard: physical keys, whatever letter they have in a
-// language.
+// The window's keyboard shortcuts, pressed as physical keys: a key's place counts, not the letter
+// that the keyboard layout gives it.
 
 #include "PanelTestMain.h"
 #include "Program.h"
@@ -61,7 +61,7 @@ void KeysTest::reachTheWindowFromEveryControl() {
     QVERIFY(_panel->click("push button", "Show options"));
     QTRY_VERIFY(_panel->object("combo box", "All").is("showing"));
     _panel->clickIntoThePage();
-    // In reading order, and back to the first.
+    // The tab order: in reading order, and from the last control back to the first.
     const QStringList order{QStringLiteral("label Item 1"),
                             QStringLiteral("push button Hide options"),
                             QStringLiteral("check box Show news on start"),
@@ -75,7 +75,7 @@ void KeysTest::reachTheWindowFromEveryControl() {
         QVERIFY2(copies("c"), qPrintable(expected));
         _panel->press("Tab");
     }
-    // And each of them closes the window.
+    // The keys that close the window work from each control, too.
     for (int steps = 0; steps < order.size() - 1; ++steps) {
         QTRY_VERIFY(_panel->isOpen());
         _panel->clickIntoThePage();
@@ -100,7 +100,8 @@ void KeysTest::countByTheirPlaceInEveryLayout() {
         outputOf(QStringLiteral("setxkbmap"), arguments);
         QVERIFY2(copies(placeOfC), layout);
     }
-    // In this layout the letter W is elsewhere, and its place has another letter.
+    // In Dvorak, the last layout, the letter W is on another physical key. That key does not close
+    // the window.
     Screen::press(_panel->window, QStringLiteral("ctrl+w"));
     QTest::qWait(1000);
     QVERIFY(_panel->isOpen());
@@ -116,7 +117,7 @@ void KeysTest::modifiersThatDoNotBelongMakeAnotherKey() {
     for (const char *key :
          {"ctrl+shift+w", "ctrl+alt+w", "w", "shift+Escape", "alt+Escape", "ctrl+Escape"})
         _panel->press(key);
-    // The keys have reached the window: the focus is on the next control.
+    // Tab, which comes last, moves the focus, so the earlier keys have reached the window.
     Screen::activate(_panel->window);
     _panel->press("Tab");
     QTRY_COMPARE(_panel->focus(), QStringLiteral("push button Show options"));

@@ -1,4 +1,4 @@
-// The news window as a user sees it: it opens, closes and opens again, and is copied from.
+// The news window as a user sees it: it opens, closes and opens again, and its content is copied.
 
 #include "PanelTestMain.h"
 
@@ -37,7 +37,8 @@ private:
 void NewsWindowTest::loadsNeitherWindowNorWebEngineBeforeItIsShown() {
     _panel->desktop.prefer(QStringLiteral("newsShowOnStart"), false);
     _panel->begin(Panel::items(2));
-    // The news has arrived, so the panel has been at work for a while.
+    // The announcement shows that a refresh has completed, so the panel has been at work for a
+    // while.
     QTRY_COMPARE(Desktop::displayed(), 1);
     QVERIFY(hasLoaded("PelorinNews.so"));
     for (const char *library : {"PelorinNewsWeb", "libQt6WebEngine", "libQt6Quick", "libQt6Qml"})
@@ -54,12 +55,13 @@ void NewsWindowTest::opensByItselfFoldedAndPaintsTheFirstItem() {
     news.first().html = QStringLiteral("<body bgcolor='#20c040'><p>Item 1</p></body>");
     QVERIFY(_panel->open(news));
     QTRY_COMPARE(_panel->position(), QStringLiteral("1 / 2"));
-    // The page is painted: most of what the user sees is its background.
+    // The page is painted: this pixel shows its background.
     QTRY_COMPARE(Screen::colour(_panel->window, QPoint(100, 150)), QByteArray("20C040"));
     QCOMPARE(hasLoaded("libQt6WebEngineCore"), !Panel::withoutWebEngine);
 
-    // 1440 / 2.5 wide with its frame, since the description is narrower. As high as described,
-    // which is more than 900 / 2.5, minus the 38 of the folded options.
+    // The width, frame included, is the screen's 1440 / 2.5, because the window description is
+    // narrower. The height is that of the window description, which exceeds 900 / 2.5, minus 38 for
+    // the folded options.
     const QMargins frame = Screen::frame(_panel->window);
     const QSize folded(576 - frame.left() - frame.right(), 460 - 38);
     QTRY_COMPARE(Screen::geometry(_panel->window).size(), folded);
@@ -110,7 +112,7 @@ void NewsWindowTest::closesOnItsKeysAndOpensAsItWas() {
     QTRY_VERIFY(!_panel->isOpen());
     QVERIFY(_panel->desktop.hostIsRunning());
 
-    // It starts again from the first item, in the size that the user chose.
+    // The reopened window shows the first item again, in the size that the user chose.
     QVERIFY(_panel->reopen());
     QTRY_COMPARE(_panel->text(), QStringLiteral("Item 1"));
     QCOMPARE(_panel->position(), QStringLiteral("1 / 3"));

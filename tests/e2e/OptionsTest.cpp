@@ -47,7 +47,8 @@ private:
                                        each.name == QLatin1String("Show news on start") ||
                                        each.name == QLatin1String("1 / 2")))
                 all.append(each.place);
-            // Its text changes, and so does its width.
+            // The label's text changes, and with it its width, so only its position and height are
+            // compared.
             if (each.role == QLatin1String("label") &&
                 each.name.endsWith(QStringLiteral("options")))
                 all.append(QRect(each.place.topLeft(), QSize(1, each.place.height())));
@@ -95,14 +96,14 @@ void OptionsTest::pressingAgainWhileItMovesEndsWhereItBegan() {
     QVERIFY(opens());
     const QRect folded = window();
     const QList<QRect> before = above();
-    // Both within the fifth of a second that the folding takes.
+    // Both presses come within the fifth of a second that the folding takes.
     Screen::click(triangle().place.center());
     Screen::activate(_panel->window);
     Screen::press(QStringLiteral("space"));
     QTRY_VERIFY(isFolded());
     QTRY_COMPARE(window(), folded);
     QCOMPARE(above(), before);
-    // Three presses leave it open.
+    // After three presses the options are open.
     _panel->press("space");
     Screen::press(QStringLiteral("space"));
     Screen::press(QStringLiteral("space"));
@@ -156,7 +157,7 @@ void OptionsTest::atTwiceTheSizeItMovesTwiceAsFar() {
     QVERIFY(opens());
     const QRect folded = window();
     const QList<QRect> before = above();
-    // As wide as described, in screen pixels.
+    // The width of the window description, in physical pixels.
     QCOMPARE(folded.width(), 2 * 560);
     Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Show options"));
     QTRY_VERIFY(isOpen());

@@ -16,14 +16,14 @@ private Q_SLOTS:
     void speaksWhatIsChosenInTheMenus();
 
 private:
-    /// Whether it speaks all of this after an action.
+    /// Performs `action`, and returns whether Orca then speaks all of `texts`.
     template <class Action>
     [[nodiscard]] bool says(const QStringList &texts, Action action) const {
         const qsizetype before = _reader->spoken().size();
         action();
         for (const QString &text : texts) {
             if (!_reader->says(text, before)) {
-                qWarning() << "instead:" << _reader->spoken().mid(before);
+                qWarning() << "spoken instead:" << _reader->spoken().mid(before);
                 return false;
             }
         }
@@ -40,7 +40,7 @@ private:
 void OrcaTest::init() {
     _panel = std::make_unique<Panel>();
     _reader = std::make_unique<ScreenReader>();
-    // Orca hears events from its first utterance on.
+    // Orca receives events only after its first utterance.
     QVERIFY(_reader->says(QStringLiteral("Screen reader on."), 0));
     QList<FeedEntry> news = Panel::items(2);
     news.last().category = QStringLiteral("mac pelorin critical");
@@ -78,7 +78,7 @@ void OrcaTest::speaksWhatIsChosenInTheMenus() {
     QVERIFY(says({show, QStringLiteral("Last 30 days.")}, "Up"));
     QVERIFY(says({show, QStringLiteral("All.")}, "Down"));
 
-    // By opening the list.
+    // The list is opened, and an entry is chosen in it.
     QVERIFY(says({QStringLiteral("List with 3 items.")}, "space"));
     QVERIFY(says({QStringLiteral("Last 30 days.")}, "Up"));
     QVERIFY(says({show, QStringLiteral("Last 30 days.")}, "Return"));

@@ -100,7 +100,8 @@ QString Panel::position() const {
 QString Panel::focus() const {
     QStringList all;
     for (const Object &each : objects()) {
-        // A list's entry keeps its focus state when the list closes.
+        // A list entry keeps the state "focused" after its list has closed, so list entries do not
+        // count.
         if (each.is("focused") && each.role != QLatin1String("list item"))
             all.append(each.role + QLatin1Char(' ') + each.name);
     }

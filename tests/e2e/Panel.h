@@ -8,7 +8,7 @@ namespace pelorinnews::test {
 /// The news window of a host, as its user and the user's assistive software see it.
 class Panel {
 public:
-    /// Whether hosts are shipped without the web engine, so that the text renderer paints.
+    /// Whether the test's hosts have no web engine, so that they use the text renderer.
     static bool withoutWebEngine;
 
     /// Prepares a desktop whose host opens its news window by itself and shows all news.
@@ -17,13 +17,14 @@ public:
     /// `count` items, the newest first, whose text is "Item 1" and so on.
     [[nodiscard]] static QList<FeedEntry> items(int count);
 
-    /// Sets these variables ("LANG=de_DE") as the only source of the user's language and formats,
-    /// without a stored language of the feed. The news is served to users of `feedLanguage`.
+    /// Makes these environment variables ("LANG=de_DE") the only source of the user's language and
+    /// formats: the preferences hold no feed language. The feed is served to users of
+    /// `feedLanguage`.
     void setLanguage(const QStringList &variables, const QString &feedLanguage);
 
-    /// Starts the host with these news.
+    /// Serves this news and starts the host.
     void begin(const QList<FeedEntry> &news);
-    /// Starts the host with these news, and waits until the first item is shown. False on timeout.
+    /// Serves this news, starts the host and waits until the first item is shown. False on timeout.
     [[nodiscard]] bool open(const QList<FeedEntry> &news);
     /// Opens the window again, from the host's menu. False on timeout.
     [[nodiscard]] bool reopen();
@@ -31,7 +32,7 @@ public:
 
     /// All objects of the news window, the window first.
     [[nodiscard]] QList<Assistive::Object> objects() const;
-    /// The visible object of this role and name; its role is empty if there is none.
+    /// The visible object of this role and name; if there is none, an object with an empty role.
     [[nodiscard]] Assistive::Object object(const char *role, const char *name) const;
     /// The content view.
     [[nodiscard]] Assistive::Object content() const;
@@ -50,7 +51,7 @@ public:
     void press(const char *key) const { Screen::press(window, QLatin1String(key)); }
 
     Desktop desktop;
-    /// The number of the news window.
+    /// The X11 id of the news window.
     QString window;
 
 private:

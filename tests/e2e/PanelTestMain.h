@@ -4,8 +4,8 @@
 
 #include <TestMain.h>
 
-/// The main function of a test of the news window. With "--text" as its only argument the test
-/// ships its hosts without the web engine.
+/// The main function of a test of the news window. With "--text" as its only argument, the test's
+/// hosts have no web engine.
 #define PELORIN_PANEL_TEST_MAIN(TestClass)                                                         \
     int main(int argc, char *argv[]) {                                                             \
         const pelorinnews::test::TestHome home;                                                    \

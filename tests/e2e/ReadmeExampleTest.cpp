@@ -74,7 +74,7 @@ void ReadmeExampleTest::cleanup() {
 void ReadmeExampleTest::start(const QStringList &wrapper) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("EXAMPLE_FEED"), _server.feedAddress());
-    // The panel remembers what was seen, so each run gets a user of its own.
+    // The panel stores which news was viewed, so each run gets its own user folders.
     for (const char *name : {"CONFIG", "DATA", "STATE", "CACHE"})
         environment.insert(QStringLiteral("XDG_%1_HOME").arg(QLatin1String(name)), at(name));
     _editor.setProcessEnvironment(environment);

@@ -96,7 +96,8 @@ void click(QPoint place) {
 }
 
 void drag(QPoint from, QPoint to) {
-    // In steps, like a hand: some programs take a jump with the button down for a click.
+    // The pointer moves in steps, as by hand: some programs treat a jump with the button down as a
+    // click.
     QStringList steps{QStringLiteral("mousemove"), QString::number(from.x()),
                       QString::number(from.y()), QStringLiteral("mousedown"), QStringLiteral("1")};
     for (int step = 1; step <= 4; ++step) {
@@ -123,7 +124,7 @@ QByteArray clipboard(const QString &format) {
 }
 
 void clearClipboard() {
-    // The process that serves the empty text lives until another program takes the clipboard.
+    // xclip keeps running, to serve the empty text, until another program takes the clipboard.
     QProcess::execute(QStringLiteral("xclip"),
                       {QStringLiteral("-selection"), QStringLiteral("clipboard"),
                        QStringLiteral("-i"), QStringLiteral("/dev/null")});

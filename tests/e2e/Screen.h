@@ -4,11 +4,11 @@
 #include <QRect>
 #include <QString>
 
-/// What a user at the test's display does and sees: real keys, a real mouse, real windows. Windows
-/// are identified by their numbers.
+/// Operates and inspects the test's display as a user does, with real key and mouse input. Windows
+/// are identified by their X11 ids.
 namespace pelorinnews::test::Screen {
 
-/// The visible window of this process with this title; empty if there is none.
+/// The id of the visible window of `process` with this title; empty if there is none.
 [[nodiscard]] QString window(qint64 process, const QString &title);
 /// The title of the active window.
 [[nodiscard]] QString activeTitle();

@@ -17,7 +17,7 @@ ScreenReader::ScreenReader() {
     _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     _process.start(QStringLiteral(PELORIN_TEST_DATA "/orca"), {_folder.path()});
     if (!_process.waitForStarted(testPatience))
-        qFatal("no screen reader: %s", qPrintable(_process.errorString()));
+        qFatal("the screen reader does not start: %s", qPrintable(_process.errorString()));
 }
 
 ScreenReader::~ScreenReader() {

@@ -6,8 +6,8 @@
 
 namespace pelorinnews::test {
 
-/// Orca, the screen reader, on the display and in the D-Bus session of the test, without a voice.
-/// It ends with the object, by process id.
+/// The screen reader Orca, without speech output, on the test's display and in its D-Bus session.
+/// The destructor ends it by its process id.
 class ScreenReader {
 public:
     ScreenReader();
@@ -15,10 +15,11 @@ public:
     ScreenReader(const ScreenReader &) = delete;
     ScreenReader &operator=(const ScreenReader &) = delete;
 
-    /// All utterances so far. What is spoken in one go is one entry.
+    /// All utterances so far, one entry for each.
     [[nodiscard]] QStringList spoken() const;
 
-    /// Waits until it speaks `text`, after the first `heard` entries. False on timeout.
+    /// Waits until Orca speaks `text` in an utterance after the first `heard` ones. False on
+    /// timeout.
     [[nodiscard]] bool says(const QString &text, qsizetype heard) const;
 
 private:

@@ -95,7 +95,8 @@ void AnnouncingTest::aFailedInitMakesNoCentre() {
 
 void AnnouncingTest::everyApplicationObjectsPanelAnnounces() {
     const QTemporaryDir feeds;
-    // Newer than any viewing of a panel in this process, and each newer than the previous one.
+    // Each run's item is newer than the previous run's, and newer than any last viewing that a
+    // panel in this process has stored.
     QDateTime published = QDateTime::currentDateTimeUtc();
     for (const QString &name : {QStringLiteral("First"), QStringLiteral("Second")}) {
         published = published.addDays(1);
@@ -125,7 +126,7 @@ void AnnouncingTest::everyApplicationObjectsPanelAnnounces() {
         QCOMPARE(server.deliveries[0].actions,
                  (QStringList{QStringLiteral("default"), QStringLiteral("Open")}));
 
-        // A click in this run works, too.
+        // A click works under each application object.
         server.emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
         QTRY_COMPARE(server.closeCalls, QList<quint32>{1});
         QTRY_VERIFY(!QApplication::topLevelWidgets().isEmpty());

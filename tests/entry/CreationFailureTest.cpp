@@ -1,4 +1,4 @@
-// Situations in which no panel can be made. The application objects are created and destroyed
+// Situations in which no panel can be created. The application objects are created and destroyed
 // inside the tests, so there is none outside.
 
 #include "TestHome.h"
@@ -29,7 +29,7 @@ NewsPlugin *module() {
     return plugin;
 }
 
-// These are no-ops and must not crash.
+// Calls on a controller whose creation failed are no-ops and must not crash.
 void useHalfMade(NewsController &controller) {
     controller.setLogger(nullptr);
     controller.setDelegate(std::make_shared<int>(1));

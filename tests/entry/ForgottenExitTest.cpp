@@ -1,5 +1,5 @@
-// A host that never calls `exit`. What that leaves lives until the process ends, so this is the
-// only test of its process.
+// A host that never calls `exit`. The panel then lives until the process ends, so this executable
+// has only one test.
 
 #include "FeedServer.h"
 #include "TestMain.h"

@@ -1,5 +1,5 @@
-// A host that unloads the module while it is at work. Every loader of the library has to release
-// it, so this is the only test of its process.
+// A host that unloads the module while the module is busy. A library is unloaded only after all its
+// loaders have released it, so this executable has only one test.
 
 #include "FeedServer.h"
 #include "TestMain.h"
@@ -18,7 +18,7 @@ namespace {
 
 const QString file = QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so");
 
-// Whether the module's code is in the process; the question does not load it.
+// Whether the module's library is loaded in this process; does not load it.
 bool isLoaded() {
     void *const handle = ::dlopen(QFile::encodeName(file).constData(), RTLD_LAZY | RTLD_NOLOAD);
     if (!handle)
@@ -62,7 +62,7 @@ void ModuleUnloadTest::staysUnderItsPanelWhenItIsUnloaded() {
 
     QVERIFY(loader.unload());
     QVERIFY(isLoaded());
-    // Its download completes, its window opens, and it shuts down.
+    // The module still works: its download completes, its window opens, and it shuts down.
     QTRY_COMPARE(server.openConnections(), 0);
     controller->show();
     QVERIFY(!QApplication::topLevelWidgets().isEmpty());

@@ -142,7 +142,7 @@ void NewsControllerTest::letsGoOfTheDelegateBeforeTheWindowController() {
     bool windowIsThere = false;
     _controller->setDelegate(std::make_shared<Delegate>(window, windowIsThere));
     QTRY_COMPARE(_controller.use_count(), 1);
-    // The window's pending tasks have run, and only the entry object holds the controller.
+    // Once the window's pending tasks have run, only the entry object holds the controller.
     QTRY_VERIFY(window->isActiveWindow());
     QCoreApplication::processEvents();
     _controller->exit();

@@ -1,5 +1,4 @@
-// A host that destroys its application object and makes another one, with the module as it is
-// shipped.
+// A host that destroys its application object and creates another one, with the shipped module.
 
 #include "FeedServer.h"
 #include "FeedTemplate.h"
@@ -47,8 +46,8 @@ private Q_SLOTS:
     void showsItsNewsUnderEachApplication();
 
 private:
-    /// Shows the panel under its own application object, closes it, and destroys both. Returns
-    /// whether the web engine painted it.
+    /// Creates an application object, shows the panel, closes it, and destroys both. Sets
+    /// `*isWeb` to true if the panel used the web engine, else to false.
     void show(bool *isWeb);
 
     FeedServer _server;
@@ -87,7 +86,8 @@ void SecondApplicationTest::showsItsNewsUnderEachApplication() {
     show(&isWeb);
     QVERIFY(!QTest::currentTestFailed());
     QVERIFY(isWeb);
-    // The engine has ended with the first application object.
+    // The web engine ended with the first application object, so later panels use the text
+    // renderer.
     for (int further = 0; further < 2; ++further) {
         show(&isWeb);
         QVERIFY(!QTest::currentTestFailed());

@@ -23,7 +23,8 @@ constexpr qint64 thirtyMegabytes = 30'000'000;
 
 /// How long this thread was ready to run but waited for a CPU, in milliseconds.
 double timeInTheQueue() {
-    // "running waiting slices", in nanoseconds.
+    // The file holds the time on a CPU and the time waiting for one, both in nanoseconds, and the
+    // number of time slices.
     const QList<QByteArray> fields = readBytes("/proc/thread-self/schedstat").split(' ');
     return fields.size() < 2 ? 0 : fields[1].toDouble() / 1e6;
 }
@@ -108,7 +109,7 @@ private Q_SLOTS:
     void oneThatIsCutHalfWayLeavesTheOldItems();
 
 private:
-    /// In milliseconds; sanitizers multiply the work.
+    /// The limit in milliseconds; sanitizers make the work several times slower.
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__) || defined(__clang__)
     static constexpr double maxWork = 100;
 #else
@@ -145,7 +146,7 @@ std::optional<Error> BigFeedTest::refreshUnderWatch(LoopWatch &watch) {
     const auto ending = std::make_shared<Ending>();
     _cache->refresh([ending](const std::optional<Error> &outcome) { ending->set(outcome); });
     QEventLoop loop;
-    // The reads that the window makes, including a list that is held for a moment.
+    // The same reads as the window's; one of them holds the list of items for a moment.
     QTimer reader;
     QObject::connect(&reader, &QTimer::timeout, [this, &loop, &ending] {
         static_cast<void>(_cache->itemAtIndex(_cache->count() / 2));
@@ -157,8 +158,8 @@ std::optional<Error> BigFeedTest::refreshUnderWatch(LoopWatch &watch) {
     QTimer::singleShot(100s, &loop, &QEventLoop::quit);
     loop.exec();
     qInfo(
-        "longest block of the main thread %.1f ms, without waiting for a processor %.1f ms, "
-        "work in one turn %.1f ms",
+        "longest block of the main thread %.1f ms, without waiting for a CPU %.1f ms, "
+        "CPU time in one iteration of the event loop %.1f ms",
         watch.longestBlock, watch.longestOwnBlock, watch.longestWork);
     return ending->error();
 }

@@ -223,8 +223,8 @@ private Q_SLOTS:
     }
 
     void aStampIsNeverAnotherWritersWhileManyWrite() {
-        // Another writer replaces the file all the time, with a text of another length: a file
-        // system may reuse the inode number of a file that was just deleted.
+        // Another thread keeps replacing the file. Its text has another length, because the inode
+        // number may not tell the files apart: a file system may reuse that of a deleted file.
         std::atomic<bool> stop = false;
         const QByteArray ours = "ours";
         std::thread other([this, &stop] {
@@ -240,7 +240,7 @@ private Q_SLOTS:
             const LocalCacheFile file(path());
             const auto stamp = file.write(ours, &error);
             const auto read = file.read(&error);
-            // If the file has not changed since, the stamp stands for the text that was read.
+            // If the file still has the stamp of our write, the text that was read must be ours.
             if (!stamp || (file.stamp() == stamp && read != QString::fromUtf8(ours)))
                 ++wrong;
         }

@@ -69,7 +69,8 @@ private:
         QVERIFY(_cache->parseFeed(feedText("en", entries), nullptr));
         _cache->applyFilter();
     }
-    /// The titles of the view, without reading the items through the cache.
+    /// The titles of the filtered items. Restores the last viewing, which reading the items moves
+    /// forward.
     QStringList view() {
         const QDateTime viewed = _cache->lastViewing();
         QStringList found = titles(*_cache);
@@ -261,7 +262,7 @@ void OlvNewsCacheFilteredTest::readingBeyondTheEndGivesNothingAndChangesNothing(
     QVERIFY(!_cache->itemAtIndex(2));
     QVERIFY(!_cache->itemAtIndex(std::numeric_limits<quint64>::max()));
     QCOMPARE(_cache->lastViewing(), daysAgo(5));
-    // The end of the view is the limit, not the end of all items.
+    // The limit is the number of filtered items, not of all items.
     _cache->setCategoriesOfInterest({"none"});
     QVERIFY(!_cache->itemAtIndex(0));
     QCOMPARE(_cache->lastViewing(), daysAgo(5));
@@ -312,7 +313,7 @@ void OlvNewsCacheFilteredTest::anEmptyFeedLeavesTheView() {
     QVERIFY(!refreshAndWait(_cache).error);
     QCOMPARE(_cache->unfilteredCount(), 0U);
     QCOMPARE(view(), (QStringList{"a", "b"}));
-    // When called, the filter runs over the existing items.
+    // Once it is called, `applyFilter` filters the new, empty list.
     _cache->applyFilter();
     QCOMPARE(_cache->count(), 0U);
 }

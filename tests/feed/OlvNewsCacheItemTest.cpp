@@ -6,7 +6,7 @@
 
 using namespace pelorinnews;
 
-// A feed may have 100,000 of them.
+// Items must be small: a feed may have 100,000 of them.
 static_assert(sizeof(OlvNewsCacheItem) <= 128);
 
 class OlvNewsCacheItemTest : public QObject {

@@ -41,11 +41,11 @@ FeedReply reply(const QString &options) {
     QString whyNot;
     const auto parsed = FeedReply::parse(options, &whyNot);
     if (!parsed)
-        qFatal("no reply: %s", qPrintable(whyNot));
+        qFatal("invalid options of a reply: %s", qPrintable(whyNot));
     return *parsed;
 }
 
-/// The fixed beginning of every text made from a format of the vocabulary.
+/// The part of a format of `LogVocabulary` before its first placeholder.
 QString beginning(QStringView format) {
     return format.left(format.indexOf(u"%@")).toString();
 }
@@ -94,7 +94,7 @@ private:
     }
     FeedServer &server(bool secure) { return secure ? *_https : *_http; }
     void useServer(bool secure) { _cache->setFeedBaseURL(server(secure).feedAddress()); }
-    /// Puts a feed that no server sends into the cache file.
+    /// Writes a feed to the cache file that differs from all feeds of the servers.
     static bool putFile() {
         const QString text = feedOfTitles("fr", {"from the file"});
         return writeBytes(file(), byteOrderMark() + utf16Bytes(text));
@@ -262,7 +262,7 @@ void OlvNewsCacheNetworkTest::aFailedDownloadRestoresTheFileAndIsReported_data()
         row("status=503", 503);
         row("status=404,empty", 404);
         row("status=500,cut=20", 500);
-        // No status: the error comes from the transport.
+        // 0: no status, because the error comes from the transport.
         row("cut-head", 0);
         row("cut-head,reset", 0);
         row("cut=60", 0);
@@ -304,7 +304,7 @@ void OlvNewsCacheNetworkTest::anAnswerWithoutAUsableFeedKeepsTheItems_data() {
         row("empty", QStringLiteral(""));
         row("status=304,empty", QStringLiteral(""));
         row("body=hello", QStringLiteral("hello"));
-        // Text that is not UTF-8 does not reach the file.
+        // A body that is not UTF-8 is not written to the file.
         row("invalid-utf8", feedOfTitles("en", {"news"}));
         const QString nameless = feedOfTitles({}, {"of no language"});
         row(("body=" + nameless.toLatin1()).constData(), nameless);

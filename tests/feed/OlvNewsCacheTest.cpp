@@ -30,14 +30,15 @@ public:
     [[nodiscard]] std::optional<QUrl> feedRequest() const override { return std::nullopt; }
 };
 
-/// A cache that can lose its list of items, which no parse does.
+/// A cache whose list of items the test can remove, which no parse does.
 class Listless : public OlvNewsCache {
 public:
     using OlvNewsCache::OlvNewsCache;
     void loseItems() { _retrieved.set({}); }
 };
 
-/// The log, each text as the format that it was made from; an unknown text is unchanged.
+/// The log entries as "LEVEL FORMAT": each text is replaced by the format that it was made from; a
+/// text of no known format is unchanged.
 QStringList kinds(const RecordingLogger &logger) {
     constexpr std::array vocabulary = {
         LogVocabulary::writingLocalCacheFailed, LogVocabulary::parsingLocalCacheFailed,
@@ -295,7 +296,7 @@ void OlvNewsCacheTest::aFeedThatIsInPlaceAlreadyLeavesItemsAndFileAndDatesTheFil
     const auto item = _cache->itemAtIndex(0);
     const QDateTime past = QDateTime::currentDateTimeUtc().addSecs(-1);
     const LocalCacheFile::Stamp before = LocalCacheFile(file()).stamp().value();
-    // So that the new date is later even on file systems with coarse timestamps.
+    // Wait, so that the new modification time is later even on file systems with coarse timestamps.
     QTest::qSleep(20);
     download(feed);
     QCOMPARE(titles(*_cache), QStringList({"a", "b"}));
@@ -307,7 +308,7 @@ void OlvNewsCacheTest::aFeedThatIsInPlaceAlreadyLeavesItemsAndFileAndDatesTheFil
     QVERIFY(after.modified > before.modified);
     QVERIFY(QFileInfo(file()).lastModified() > past);
     QCOMPARE(kinds(*_logger), QStringList({asked, asked}));
-    // Once more, to test with the date that the file has now.
+    // Download once more: the file's new modification time must be known, too.
     download(feed);
     QCOMPARE(_cache->itemAtIndex(0), item);
 }
@@ -377,7 +378,7 @@ void OlvNewsCacheTest::aFeedOfTheSameLengthIsAnother() {
     const auto item = _cache->itemAtIndex(0);
     download(feedOfTitles("en", {"b"}));
     qputenv("LC_ALL", locale);
-    QVERIFY2(_cache->itemAtIndex(0) != item, "dates may be others in another language");
+    QVERIFY2(_cache->itemAtIndex(0) != item, "the dates must be parsed again for another language");
 }
 
 void OlvNewsCacheTest::takesAResponseWithoutAStatus() {
@@ -465,7 +466,7 @@ void OlvNewsCacheTest::dataThatDoNotParseKeepTheItemsAndReachTheFile() {
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(text));
     QCOMPARE(kinds(*_logger), (QStringList{asked, asked, error(LogVocabulary::parsingFeedFailed)}));
 
-    // A later fallback fails to parse it as well.
+    // A later fallback reads this text from the file and fails to parse it, too.
     failDownloads();
     QVERIFY(refreshAndWait(_cache).error);
     QCOMPARE(titles(*_cache), QStringList{"old"});

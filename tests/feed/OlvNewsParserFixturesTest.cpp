@@ -25,8 +25,8 @@ QJsonObject json(const OlvNewsCacheItem &item) {
             {QStringLiteral("htmlContent"), json(item.htmlContent())}};
 }
 
-/// The result of a parse in the form of the expected files; of the error only the fields that
-/// `expected` names.
+/// The result of a parse as JSON, in the format of the `.expected.json` files. The error has a line
+/// only if the error in `expected` has one.
 QJsonObject json(const std::optional<QVariantMap> &result, const std::optional<Error> &error,
                  const QJsonObject &expected) {
     QJsonArray items;
@@ -63,7 +63,8 @@ QDir fixtures() {
     return {QStringLiteral(PELORIN_TEST_DATA "/fixtures")};
 }
 
-/// Parses both forms of input in turn; the error is absent unless one was stored.
+/// Parses `input`, which is a text or bytes, and returns the result as JSON. The error is absent
+/// unless the parser has stored one.
 template <class Input>
 QByteArray shown(const Input &input, const QJsonObject &expected) {
     const Error untouched{QStringLiteral("untouched"), 7, {}};

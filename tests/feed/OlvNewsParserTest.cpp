@@ -22,7 +22,8 @@ QString feed(const QString &items) {
     return QStringLiteral("<rss><language>en</language>") + items + QStringLiteral("</rss>");
 }
 
-/// The date as read for a user of `locale`; without it, for the current user.
+/// The date that the parser reads for a user of `locale`; for the current user if `locale` is
+/// empty.
 QDateTime onlyDateOf(const QString &date, const QString &locale = {}) {
     const auto list = listOf(OlvNewsParser(locale).parse(
         feed(QStringLiteral("<item><pubDate>") + date + QStringLiteral("</pubDate></item>"))));
@@ -131,7 +132,7 @@ private Q_SLOTS:
 
     void aSectionThatIsNotUtf8IsReportedAndLeavesTheText() {
         OlvNewsParser parser;
-        // The list fills as events arrive, here from direct calls.
+        // The list fills as XML events arrive; here the test calls the event handlers directly.
         const auto list = listOf(parser.parse(feed({})));
         parser.parserDidStartElement("item");
         parser.parserDidStartElement("title");
@@ -218,7 +219,7 @@ private Q_SLOTS:
         QCOMPARE(listOf(OlvNewsParser().parse(feed(items), &error))->size(), 100'000U);
         QCOMPARE(error, untouched);
 
-        // An item that is replaced by another does not count.
+        // An unfinished item that a nested item replaces does not count.
         const QString one = QStringLiteral("\n<item><title>1</title><item/>");
         const auto result = OlvNewsParser().parse(feed(items + one), &error);
         QCOMPARE(languageOf(result), QStringLiteral("en"));
@@ -317,7 +318,7 @@ private Q_SLOTS:
 };
 
 int main(int argc, char *argv[]) {
-    // The user's language, which the platform reads only once, at the start.
+    // Set the user's language first: the platform reads it only once.
     qputenv("LANGUAGE", "en_US");
     const test::TestHome home;
     const QCoreApplication application(argc, argv);

@@ -1,6 +1,6 @@
-// Starts a refresh and leaves while it is under way: `refresh-and-leave ADDRESS HOW`, where HOW is
-// "waiting" (soon, before the answer is complete) or "working" (later, when a big answer may be in
-// processing). The exit status shows errors.
+// Starts a refresh and exits while it is under way: `refresh-and-leave ADDRESS HOW`. HOW is
+// "waiting" (exits soon, before the reply is complete) or "working" (exits later, perhaps while a
+// big reply is being processed). The exit status is 0 unless something went wrong.
 
 #include "feed/OlvNewsCacheFiltered.h"
 
@@ -35,7 +35,7 @@ int main(int argc, char *argv[]) {
         QCoreApplication::exec();
     }
     ended = true;
-    // The transport ends with the application too, and releases its last objects a moment later.
+    // The transport ends with the application, too, but releases its last objects a moment later.
     for (int turn = 0; turn < 200 && !watched.expired(); ++turn)
         QThread::msleep(10);
     if (!watched.expired())

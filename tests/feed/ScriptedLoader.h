@@ -43,7 +43,7 @@ public:
         _holding = true;
     }
 
-    /// Answers what was held, with the current outcome.
+    /// Answers the held requests with the current outcome.
     void release() {
         std::vector<std::pair<QThreadPool *, UrlCompletion>> answered;
         Outcome now;
@@ -83,7 +83,8 @@ private:
         Outcome outcome;
     };
 
-    /// The answer waits here rather than in the queue, behind a lock that race detectors see.
+    /// The answer is passed through `_answers`, not inside the queue's task: race detectors see
+    /// `_mutex`, but not the synchronisation inside Qt's thread pool.
     void answerOn(QThreadPool *queue, UrlCompletion completion, const Outcome &what) {
         {
             const std::lock_guard lock(_mutex);

@@ -48,7 +48,7 @@ QByteArray row(const QByteArray &text) {
     return bytes + text + '\0';
 }
 
-/// The last answer of an index query, sorted.
+/// An index query that counts its answers and keeps the last one, sorted.
 struct Asked {
     explicit Asked(const QString &pattern)
         : query(FileNamePattern::like(pattern), [this](const std::vector<QByteArray> &paths) {
@@ -68,7 +68,7 @@ struct Asked {
 
 void FileIndexQueryTest::initTestCase() {
     if (!isInTrackerSession())
-        QSKIP("no folder here that a file index accepts as home");
+        QSKIP("this computer has no folder that the file index accepts as home folder");
 }
 
 void FileIndexQueryTest::cleanup() {
@@ -165,7 +165,8 @@ void FileIndexQueryTest::agreesWithTheWalk() {
         walk.run(top, stop);
         std::vector<QByteArray> walked = walk.matches();
         std::sort(walked.begin(), walked.end());
-        // The index lists what lies inside a match, too; the query treats it as part of the match.
+        // With "*" the index also returns the entries inside a match, which the walk does not
+        // enter: the query treats them as part of the match.
         if (pattern == QLatin1String("*"))
             std::erase_if(indexed,
                           [&top](const auto &path) { return path.indexOf('/', top.size()) >= 0; });
@@ -203,7 +204,7 @@ void FileIndexQueryTest::takesAnIndexThatStartsLate() {
     make(QStringLiteral("a/b/c/d/Pelorin.app"));
     startMiner();
     QTRY_COMPARE(watched.query.resultCount(), 1);
-    // Without the index earlier matches stay found, and are watched by other means.
+    // When the index goes away, earlier matches stay, and are watched without it.
     _miner->stop();
     QTest::qWait(300);
     QCOMPARE(watched.query.resultCount(), 1);

@@ -91,7 +91,7 @@ void FileWalkTest::takesNamesThatAreNoText() {
 
 void FileWalkTest::passesOverFoldersThatMayNotBeRead() {
     if (::geteuid() == 0)
-        QSKIP("the administrator may read every folder");
+        QSKIP("root may read every folder");
     make("a/P.app");
     make("b/P.app");
     QCOMPARE(::chmod(full("a").constData(), 0), 0);
@@ -105,7 +105,8 @@ void FileWalkTest::passesOverWhatIsNotThere() {
 }
 
 void FileWalkTest::survivesATreeDeeperThanAPath() {
-    // 300 folders of 20 bytes each: longer than a path that one system call accepts.
+    // 300 nested folders with names of 20 bytes: their path is longer than a system call accepts
+    // (PATH_MAX).
     FileDescriptor deepest(::open(_folder->path().toUtf8().constData(), O_RDONLY | O_DIRECTORY));
     const char *const name = "a-folder-in-a-folder";
     for (int depth = 0; depth < 300; ++depth) {
@@ -136,7 +137,7 @@ void FileWalkTest::stopsAtItsBounds() {
     const auto run = [&](const FileWalk::Bounds &bounds, std::size_t *matches = nullptr) {
         FileWalk fileWalk(FileNamePattern::like(QStringLiteral("P.app")));
         const bool isDone = fileWalk.run(top, stop, bounds);
-        // Each run gets the full bounds.
+        // The bounds apply to each run anew.
         const bool isDoneAgain = fileWalk.run(top, stop, bounds);
         if (matches)
             *matches = fileWalk.matches().size();
@@ -147,8 +148,8 @@ void FileWalkTest::stopsAtItsBounds() {
     QCOMPARE(matches, std::size_t(40));
     QVERIFY(!run({.entries = 39}));
     QVERIFY(!run({.entries = 20}, &matches));
-    // The walk does not stop within one batch of entries from the kernel, but before the next
-    // folder.
+    // A walk that reaches its bound still finishes the batch of entries that the kernel has
+    // returned, and stops before the next folder.
     QCOMPARE(matches, std::size_t(2));
     QVERIFY(!run({.time = std::chrono::milliseconds(0)}));
     QVERIFY(run({.time = std::chrono::hours(1)}));
@@ -168,7 +169,7 @@ void FileWalkTest::looksIntoFoldersOfAProgramsName() {
 void FileWalkTest::stopsInTheMiddle() {
     for (int i = 0; i < 5000; ++i)
         QCOMPARE(::mkdir(full(QByteArray::number(i)).constData(), 0700), 0);
-    // How long a walk takes is not known: it is stopped a little later each time, until that was
+    // The duration of a walk is unknown: each round stops it a little later, until one is stopped
     // in the middle.
     bool wasInTheMiddle = false;
     for (int round = 0; round < 200 && !wasInTheMiddle; ++round) {

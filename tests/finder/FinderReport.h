@@ -13,9 +13,9 @@
 
 namespace pelorinnews::test {
 
-/// The behaviour of a test's own executable when it runs as an application somewhere: it searches
-/// for copies of itself, prints the name that it searches for and then a line for each result, and
-/// ends when its standard input does.
+/// The main function of a test's executable when it runs as an installed application. It searches
+/// for copies of itself, prints the file name that it searches for, then each new `OlvFinderResult`
+/// as a number on its own line, and ends when its standard input is closed.
 inline int reportResults(int argc, char *argv[]) {
     const QCoreApplication application(argc, argv);
     const HurriedWalks hurriedWalks;
@@ -36,7 +36,7 @@ inline int reportResults(int argc, char *argv[]) {
     return QCoreApplication::exec();
 }
 
-/// The next line that such an application prints.
+/// The next line that the application prints; "nothing" on timeout.
 inline QByteArray nextLine(QProcess &process) {
     while (!process.canReadLine()) {
         if (!process.waitForReadyRead(testPatience))

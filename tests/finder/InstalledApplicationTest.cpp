@@ -1,5 +1,6 @@
-// Programs as packages install them: for the whole system, in a sandbox, or in one file. Each
-// searches this computer for itself, among the launchers and data that such programs have.
+// Programs as packages install them: system-wide, in a sandbox, or as one file (AppImage). Each
+// searches this computer for copies of itself, among launchers and data of the same name, which
+// must not count.
 
 #include "FinderReport.h"
 #include "Mounts.h"
@@ -31,7 +32,7 @@ void install(const QString &path) {
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), path));
 }
 
-/// Launchers and data of `program`, in the folder `home`.
+/// Creates launchers for `program` and a link to it in the home folder `home`.
 void surround(const QString &home, const QString &program) {
     const QString name = QFileInfo(program).fileName();
     for (const char *place : {".config/autostart", "Desktop", ".local/share/applications"})
@@ -68,8 +69,8 @@ private Q_SLOTS:
 private:
     QString at(const char *path) const { return _folder->filePath(QLatin1String(path)); }
     void start(const QStringList &command, const QString &home, const QStringList &variables = {});
-    /// Expects that the application has found one copy, then that it notices a second one appear in
-    /// its home folder and disappear.
+    /// Creates a second copy of the application at `copy` and removes it again. Expects the
+    /// application to report both changes.
     void followsAnotherCopy(const QString &copy);
 
     const QString _name = QStringLiteral("pelorintest%1").arg(::getpid());
@@ -153,7 +154,7 @@ void InstalledApplicationTest::countsAProgramInASandboxBelowARootThatIsNoMountPo
     surround(at("root/home/user"), program);
     surroundWithData(at("root/home/user"), program);
 
-    // A sanitizer's suppressions file lies outside the new root.
+    // TSAN_OPTIONS names a file of suppressions, which is outside the new root.
     start({QStringLiteral("chroot"), at("root"), QStringLiteral("env"), QStringLiteral("-u"),
            QStringLiteral("TSAN_OPTIONS"), program},
           QStringLiteral("/home/user"));
@@ -165,7 +166,7 @@ void InstalledApplicationTest::countsAProgramInASandboxBelowARootThatIsNoMountPo
 
 void InstalledApplicationTest::countsAnAppImage() {
     if (!Mounts::hasFuse())
-        QSKIP("no FUSE here");
+        QSKIP("FUSE is not available");
     const QString image = at("home/Downloads/") + _name + QStringLiteral("-5.AppImage");
     write(image,
           "\x7f"

@@ -16,7 +16,7 @@ bool mayMount = false;
 const QString name = QStringLiteral("Pelorin.app");
 }  // namespace
 
-/// Mounts and unmounts while the query runs, in a namespace of this process's own.
+/// Mounts and unmounts file systems while a query runs, in this process's own mount namespace.
 class MetadataQueryMountTest : public QObject {
     Q_OBJECT
 
@@ -78,7 +78,8 @@ void MetadataQueryMountTest::walksADiskThatIsMounted() {
     WatchedQuery watched(name, {_folder->filePath(QStringLiteral("searched"))});
     GATHER(watched);
     QCOMPARE(watched.query.resultCount(), 1);
-    // Completed where nobody searches: otherwise a walk could run before its folders exist.
+    // The disk is filled in a folder that is not searched, and then moved: otherwise a walk could
+    // run before the disk's folders exist.
     mountDisk("other");
     make("other/a/b/c/Pelorin.app");
     QCOMPARE(::mount(at("other").constData(), at("searched/disk").constData(), nullptr, MS_MOVE,
@@ -147,7 +148,8 @@ void MetadataQueryMountTest::searchesTheWholeComputersDisks() {
 }  // namespace pelorinnews::test
 
 int main(int argc, char *argv[]) {
-    // Before any other thread starts: a namespace belongs to its thread.
+    // Before any other thread starts, because `unshare` affects only the calling thread and its
+    // later threads.
     pelorinnews::test::mayMount = ::unshare(CLONE_NEWNS) == 0 &&
                                   ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
     const pelorinnews::test::TestHome home;

@@ -12,7 +12,7 @@
 
 namespace pelorinnews::test {
 
-/// The query without a file index: the walk and the watched folders.
+/// The query without a file index, with only the walk and the watched folders.
 class MetadataQueryTest : public QObject {
     Q_OBJECT
 
@@ -250,7 +250,7 @@ void MetadataQueryTest::findsAllAgainAfterEventsWereLost() {
     QVERIFY(limit.open(QIODevice::ReadOnly));
     const int queued = limit.readAll().trimmed().toInt();
     if (queued > 50000)
-        QSKIP("this system queues too many events to lose any");
+        QSKIP("the event queue of this system is too long to overflow");
     make(QStringLiteral("a/one/Pelorin.app"));
     make(QStringLiteral("far/away"));
     WatchedQuery watched(name, {_folder->path()});
@@ -259,8 +259,8 @@ void MetadataQueryTest::findsAllAgainAfterEventsWereLost() {
     make(QStringLiteral("far/away/Pelorin.app"));
     QTest::qWait(200);
     QCOMPARE(watched.query.resultCount(), 1);
-    // Far more events than the queue holds, while the thread that reads them shares a single CPU
-    // with this one.
+    // Cause far more events than the kernel's queue holds, while the thread that reads them shares
+    // a single CPU with this one.
     const QList<pid_t> searches = threads("pelorin-search");
     QCOMPARE(searches.size(), 1);
     cpu_set_t all;
@@ -353,7 +353,7 @@ void MetadataQueryTest::tellsNothingAfterItWasStopped() {
     make(QStringLiteral("a/Pelorin.app"));
     WatchedQuery stoppedAtOnce(name, {_folder->path()});
     QVERIFY(stoppedAtOnce.query.startQuery());
-    // By then its answer is on its way to the main thread.
+    // By then the query's answer has been posted to the main thread.
     QTest::qSleep(300);
     stoppedAtOnce.query.stopQuery();
     WatchedQuery watched(name, {_folder->path()});

@@ -122,7 +122,8 @@ void MountTableTest::searchesEachFileSystemOnce() {
 }
 
 void MountTableTest::searchesAHomeThatIsMountedTwiceOnce() {
-    // The second mount is a folder of the first: neither local again nor remote.
+    // The second mount of each disk is a folder of the first: it is neither searched again nor
+    // remote.
     const MountTable table = MountTable::parse(
         "1 0 0:42 / / rw - overlay o rw\n"
         "2 1 0:42 /home /home rw - overlay o rw\n"
@@ -202,7 +203,8 @@ void MountTableTest::knowsARootThatIsNoMountPoint() {
     const QTemporaryDir folder;
     const QByteArray root = QFile::encodeName(folder.path());
     QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("proc")));
-    // 0: the root is known and local; 1: it is not; 2: the test is not permitted here.
+    // The child's exit status: 0 if the root is known and local; 1 if it is not; 2 if the test is
+    // not permitted here.
     const pid_t child = ::fork();
     if (child == 0) {
         const QByteArray proc = root + "/proc";
@@ -221,7 +223,7 @@ void MountTableTest::knowsARootThatIsNoMountPoint() {
     QCOMPARE(::waitpid(child, &status, 0), child);
     QVERIFY(WIFEXITED(status));
     if (WEXITSTATUS(status) == 2)
-        QSKIP("another root is not permitted here");
+        QSKIP("chroot is not permitted here");
     QCOMPARE(WEXITSTATUS(status), 0);
 }
 

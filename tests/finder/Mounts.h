@@ -15,7 +15,7 @@
 
 namespace pelorinnews::test {
 
-/// Mounts of a test, in a namespace of its own process; unmounted with the object.
+/// A test's mounts, in the mount namespace of its process. The destructor unmounts them.
 class Mounts {
 public:
     Mounts() = default;
@@ -23,8 +23,8 @@ public:
     Mounts(const Mounts &) = delete;
     Mounts &operator=(const Mounts &) = delete;
 
-    /// Call it first in `main`: a namespace belongs to its thread. False if mounting is not
-    /// permitted.
+    /// Gives this process its own mount namespace. Call it first in `main`: it affects only the
+    /// calling thread and the threads that are started later. False if mounting is not permitted.
     static bool enterNameSpace() {
         return ::unshare(CLONE_NEWNS) == 0 &&
                ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
@@ -36,7 +36,7 @@ public:
 
     [[nodiscard]] bool memory(const QString &at) { return mount({}, at, "tmpfs", 0, {}); }
 
-    /// An overlay of `lower`, with its upper layer in "upper" of `changes`.
+    /// Mounts an overlay at `at`: `lower`, with its upper layer in the folder "upper" in `changes`.
     [[nodiscard]] bool overlay(const QString &lower, const QString &changes, const QString &at) {
         return mount(
             QStringLiteral("overlay"), at, "overlay", 0,
@@ -45,7 +45,7 @@ public:
 
     [[nodiscard]] static bool hasFuse() { return ::access("/dev/fuse", R_OK | W_OK) == 0; }
 
-    /// A FUSE file system that shows `folder`.
+    /// Mounts a FUSE file system at `at` that shows the content of `folder`. False on timeout.
     [[nodiscard]] bool fuse(const QString &folder, const QString &at) {
         _mirrors.push_back(std::make_unique<QProcess>());
         _mirrors.back()->setProcessChannelMode(QProcess::ForwardedChannels);

@@ -21,7 +21,7 @@ namespace {
 const QString name = QStringLiteral("Pelorin.app");
 }  // namespace
 
-/// The same behaviour with a real file index and with the walk alone: built once for each.
+/// Built twice, with a real file index and with the walk alone, which must behave alike.
 class OlvPelorinFinderTest : public QObject {
     Q_OBJECT
 
@@ -70,7 +70,7 @@ private:
 
 void OlvPelorinFinderTest::initTestCase() {
     if (withIndex && !isInTrackerSession())
-        QSKIP("no folder here that a file index accepts as home");
+        QSKIP("this computer has no folder that the file index accepts as home folder");
     if (!withIndex)
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
     QVERIFY(QDir().mkpath(folder()));
@@ -246,7 +246,7 @@ void OlvPelorinFinderTest::isKeptUntilItsSearchHasStarted() {
 }
 
 void OlvPelorinFinderTest::recountsOnTheNewsOfAnySearch() {
-    // Its own search has not started, so the count is 0.
+    // The finder's own search has not started, so it counts 0 copies.
     const auto finder = find();
     QCOMPARE(finder->result(), OlvFinderResultPending);
     Q_EMIT MetadataQueryCenter::defaultCenter()->didFinishGathering(nullptr);

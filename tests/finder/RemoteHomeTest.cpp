@@ -19,7 +19,7 @@ namespace {
 
 bool mayMount = false;
 
-/// Whether this process watches `folder` through the kernel.
+/// Whether this process watches `folder` with inotify.
 bool watches(const QString &folder) {
     struct stat status {};
     if (::stat(QFile::encodeName(folder).constData(), &status) != 0)
@@ -58,7 +58,8 @@ private:
     }
     QString at(const QString &path) const { return _folder->filePath(path); }
     void make(const QString &path) const { QVERIFY(QDir().mkpath(at(path))); }
-    /// Mounts the folder "kept" of this computer's disk at the folder `point`.
+    /// Mounts the folder "kept", which is on this computer's disk, at the folder `point`: through
+    /// FUSE, or as the lower layer of an overlay.
     void mount(bool isFuse, const QString &point);
     std::shared_ptr<OlvPelorinFinder> find(
         const FileWalk::Bounds &bounds = MetadataQuery::defaultRemoteBounds) const {
@@ -86,7 +87,7 @@ void RemoteHomeTest::init() {
     _mounts = std::make_unique<Mounts>();
     QFETCH(const bool, isFuse);
     if (isFuse && !Mounts::hasFuse())
-        QSKIP("no FUSE here");
+        QSKIP("FUSE is not available");
     for (const char *each : {"home", "kept", "other", "changes/upper", "changes/work"})
         make(QLatin1String(each));
     qputenv("HOME", QFile::encodeName(at(QStringLiteral("home"))));
@@ -109,7 +110,7 @@ void RemoteHomeTest::mount(bool isFuse, const QString &point) {
 
 void RemoteHomeTest::countsACopyInItOnce() {
     QFETCH(const bool, isFuse);
-    // The copy is visible on this computer's disk, too, where it is the same copy.
+    // The copy is visible twice, in the home folder and on this computer's disk, but is one copy.
     make(QStringLiteral("kept/a/deep/place/") + _name);
     mount(isFuse, QStringLiteral("home"));
     const auto finder = find();
@@ -128,8 +129,8 @@ void RemoteHomeTest::countsACopyInItOnce() {
 void RemoteHomeTest::leavesOtherMountsOut() {
     QFETCH(const bool, isFuse);
     make(QStringLiteral("here/") + _name);
-    // Elsewhere, below the home folder, and the home folder of another user. The files behind these
-    // mounts are on no visible disk.
+    // A mount below the home folder, and the same mount elsewhere, with the home folder of another
+    // user in it. The files behind these mounts are on no visible disk.
     QVERIFY(_mounts->memory(at(QStringLiteral("kept"))));
     QVERIFY(_mounts->memory(at(QStringLiteral("changes"))));
     for (const char *each : {"kept", "changes/upper", "changes/work"})
@@ -162,7 +163,7 @@ void RemoteHomeTest::staysPendingWhereItIsTooBigUnlessTwoAreFound() {
     const auto gathered =
         QObject::connect(center, &MetadataQueryCenter::didFinishGathering, center, note);
     const auto updated = QObject::connect(center, &MetadataQueryCenter::didUpdate, center, note);
-    // Matches are watched once the walks have ended.
+    // Wait for the end of the walks: only then matches are watched.
     QTRY_VERIFY(watches(at(QStringLiteral("here"))));
     QCOMPARE(finder->result(), OlvFinderResultPending);
     make(QStringLiteral("second/") + _name);

@@ -82,7 +82,7 @@ void SearchScopeTest::searchesAHomeOnALocalDiskWithThatDisk() {
     QCOMPARE(scope({}).roots(_pattern), folders({"/"}));
     QCOMPARE(scope("2 1 8:2 / " + home() + " rw - ext4 /dev/sda2 rw\n").roots(_pattern),
              folders({"/", home()}));
-    // A folder of a disk that is walked in any case.
+    // The home folder is a bind mount of a folder on a disk that is walked anyway.
     const SearchScope bound = scope("2 1 8:1 /data/user " + home() + " rw - ext4 /dev/sda1 rw\n");
     QCOMPARE(bound.roots(_pattern), folders({"/"}));
     QVERIFY(!bound.contains(home() + "/a", _pattern));
@@ -113,7 +113,8 @@ void SearchScopeTest::leavesOutWhatTheHomeShows() {
 }
 
 void SearchScopeTest::keepsWhatHoldsTheHome() {
-    // A layer that holds the home folder itself would leave nothing to search.
+    // The home folder is a FUSE mount of "/". To leave out the folder that it shows would leave
+    // nothing to search.
     const SearchScope searched = scope("2 1 0:43 / " + home() + " rw - fuse / rw\n");
     QVERIFY(searched.contains(home() + "/a", _pattern));
     QVERIFY(searched.contains("/opt/a", _pattern));

@@ -14,7 +14,7 @@ using pelorinnews::test::RecordingLogger;
 
 namespace {
 
-/// An argument that records whether it was asked for its description.
+/// An argument that counts how often its description is requested.
 struct Watched {
     mutable std::atomic<int> asked = 0;
     [[nodiscard]] QString description() const {

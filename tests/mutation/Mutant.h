@@ -1,7 +1,7 @@
 #pragma once
 
-// Included first by every source of a mutation build (see run). Each mutant stands beside the code
-// that it replaces; the environment selects the active mutant.
+// Included first by every source of a mutation build (see tests/mutation/run). Each mutant is
+// compiled beside the code that it replaces; an environment variable selects the active mutant.
 
 #include <atomic>
 #include <cstdlib>

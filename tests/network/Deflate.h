@@ -6,7 +6,7 @@
 
 namespace pelorinnews::test {
 
-// The formats of compressed data, as zlib numbers them.
+// Formats of compressed data, as values of zlib's `windowBits`.
 constexpr int gzipFormat = 16 + MAX_WBITS;
 constexpr int zlibFormat = MAX_WBITS;
 constexpr int rawFormat = -MAX_WBITS;

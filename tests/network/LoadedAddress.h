@@ -11,8 +11,8 @@
 
 namespace pelorinnews::test {
 
-/// One request sent through a loader, and what its completion callback received. It waits by
-/// blocking its thread, so everything arrives without that thread's event loop.
+/// One request sent through a loader, and the result that its completion callback received. `wait`
+/// blocks its thread, so the result arrives without that thread's event loop.
 class LoadedAddress {
 public:
     LoadedAddress(UrlLoader &loader, const QUrl &url, QThreadPool *queue,
@@ -30,14 +30,14 @@ public:
             });
     }
 
-    /// False if the completion has not arrived within `timeout`.
+    /// Waits for the completion callback. False on timeout.
     [[nodiscard]] bool wait(std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
         const auto deadline = std::chrono::system_clock::now() + timeout;
         std::unique_lock lock(_result->mutex);
         return _result->came.wait_until(lock, deadline, [this] { return _result->calls > 0; });
     }
 
-    // From the completion callback; read them after a successful wait.
+    // The result that the completion callback received. Read it only after a successful `wait`.
     [[nodiscard]] std::optional<int> status() const {
         const std::lock_guard lock(_result->mutex);
         return _result->response ? _result->response->statusCode : std::nullopt;

@@ -153,8 +153,8 @@ void NetworkUrlLoaderLifetimeTest::aProcessThatExitsInTheMiddleOfADownloadEndsCl
 void NetworkUrlLoaderLifetimeTest::aProcessThatExitsAsItsFirstDownloadBeginsDoesNotCrash() {
     const Application application;
     const TestAuthority authority;
-    // The TLS library is being loaded and initialised during this time; the address does not
-    // matter.
+    // The program exits after each of these delays, while the TLS library is being loaded and
+    // initialised. The address does not matter.
     for (int milliseconds = 0; milliseconds < 40; milliseconds += 2) {
         QProcess leaving;
         leaving.setProcessChannelMode(QProcess::MergedChannels);
@@ -181,7 +181,8 @@ void NetworkUrlLoaderLifetimeTest::anIdleLoaderNeverWakesUp() {
     QVERIFY(loaded.wait());
     const QStringList threads = threadsNamed("PelorinNewsLoad");
     QCOMPARE(threads.size(), 1);
-    // It wakes once to give memory back, a moment after the transfer; from then on it sleeps.
+    // A moment after the transfer, the thread wakes once to return memory to the system; from then
+    // on it sleeps.
     const auto sleeps = [&threads] {
         const QByteArray before = wakeUps(threads.front());
         std::this_thread::sleep_for(std::chrono::milliseconds(1500));

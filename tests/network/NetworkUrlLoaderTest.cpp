@@ -34,9 +34,10 @@ using Kind = DevelopmentCertificates::Kind;
 
 namespace {
 
-/// Any code, for failures whose code the transport may choose.
+/// In an expected result: any error code, where the transport may choose it.
 constexpr int someError = -1;
-/// None or any status below 400: the head may arrive before a reset, or not.
+/// In an expected result: no status, or any below 400, because the header fields may arrive before
+/// a reset or not.
 constexpr int someStatus = -1;
 
 QUrl tolerant(const QString &address) {
@@ -108,7 +109,7 @@ private:
         return {_loader, url, &_queue, idleTimeout};
     }
 
-    /// The default configuration, which trusts the system's authorities.
+    /// The process's default TLS configuration, which trusts the system's authorities.
     const QSslConfiguration _untouched = QSslConfiguration::defaultConfiguration();
     std::unique_ptr<TestAuthority> _authority;
     std::unique_ptr<FeedServer> _http;
@@ -309,7 +310,8 @@ void NetworkUrlLoaderTest::cookiesAreNotKept() {
     reply.headers = {{"Set-Cookie", "who=you; Path=/"}};
     reply.redirects = 1;
     _http->setReplyForPath("/plain.xml", reply);
-    // Another transfer runs all the time, so that the loader forgets nothing in between.
+    // Another transfer runs all the time, so that the loader discards no state between the two
+    // requests.
     FeedReply slow;
     slow.delayBeforeHead = std::chrono::seconds(1);
     _http->setReplyForPath("/slow.xml", slow);
@@ -546,7 +548,7 @@ void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce_data() {
 
 void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce() {
     QFETCH(const QString, address);
-    // A thread that hangs could not even be stopped, so this test uses a loader of its own.
+    // This test uses its own loader, because a loader whose thread hangs could not be stopped.
     NetworkUrlLoader own;
     LoadedAddress loaded(own, tolerant(address), &_queue, 10s);
     QVERIFY(loaded.wait(std::chrono::seconds(30)));
@@ -575,7 +577,7 @@ void NetworkUrlLoaderTest::aFileBeyondTheLimitIsAnError() {
 
 void NetworkUrlLoaderTest::theLimitIsThatOfAFeed() {
     QCOMPARE(NetworkUrlLoader::defaultLongestBody, qint64(32) * 1024 * 1024);
-    // The compressed size is a thirtieth of that.
+    // The limit counts decompressed bytes: this body is over it, but far smaller when compressed.
     ScriptedServer server([](const QByteArray &) {
         const QByteArray packed = gzip(QByteArray(33 * 1024 * 1024, 'x'));
         return Script{{"HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: " +
@@ -590,7 +592,7 @@ void NetworkUrlLoaderTest::theLimitIsThatOfAFeed() {
 }
 
 void NetworkUrlLoaderTest::proxiesAreThoseOfTheApplicationAndTheEnvironment() {
-    // A request to a proxy begins with the full address.
+    // The request line of a request to a proxy contains the full address.
     std::atomic<int> asked = 0;
     ScriptedServer proxy([&asked](const QByteArray &head) {
         if (head.startsWith("GET http://feed.invalid/plain.xml HTTP/1.1\r\n"))
@@ -675,7 +677,7 @@ void NetworkUrlLoaderTest::anOrderlyEndCountsForItsOwnConnectionAlone_data() {
 void NetworkUrlLoaderTest::anOrderlyEndCountsForItsOwnConnectionAlone() {
     QFETCH(const bool, cut);
     const auto files = _authority->issue(Kind::Valid);
-    // No lengths: the client reads each connection to its end.
+    // The responses state no length, so each ends with its connection.
     ScriptedServer server(
         [cut](const QByteArray &head) {
             if (head.contains("Authorization: Basic dTpw"))
@@ -696,7 +698,7 @@ void NetworkUrlLoaderTest::anOrderlyEndCountsForItsOwnConnectionAlone() {
 }
 
 void NetworkUrlLoaderTest::onlyTheTimeWithoutProgressCounts() {
-    // 16 bytes in 4 seconds: longer than the timeout, which each single pause falls far short of.
+    // 16 bytes in 4 seconds: together longer than the timeout, but each pause is far shorter.
     constexpr std::chrono::seconds timeout{3};
     FeedReply reply;
     reply.drip = FeedReply::Drip{1, std::chrono::milliseconds(250)};
@@ -711,7 +713,8 @@ void NetworkUrlLoaderTest::onlyTheTimeWithoutProgressCounts() {
     for (LoadedAddress &loaded : loads) {
         QVERIFY(loaded.wait());
         QCOMPARE(loaded.data(), std::optional(QByteArray("<rss>grün</rss>")));
-        QVERIFY2(std::chrono::milliseconds(elapsed.elapsed()) > timeout, "too fast to tell");
+        QVERIFY2(std::chrono::milliseconds(elapsed.elapsed()) > timeout,
+                 "the transfer was shorter than the timeout, so it proves nothing");
     }
 }
 
@@ -734,7 +737,7 @@ int connectionTo(int port) {
 }  // namespace
 
 void NetworkUrlLoaderTest::theHostsOwnTrafficIsNoProgress() {
-    // A connection of the host's that receives data all the time.
+    // The host's own connection, which receives data all the time.
     QTcpServer listening;
     QVERIFY(listening.listen(QHostAddress::LocalHost));
     QTcpSocket sending;
@@ -750,8 +753,8 @@ void NetworkUrlLoaderTest::theHostsOwnTrafficIsNoProgress() {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
     });
-    // Both ends of the second connection take these numbers, so that the first connection's number
-    // stays free.
+    // Descriptor numbers that are free when the second connection is made: its two ends take these,
+    // and the number of the first connection stays free.
     const int spare[] = {::dup(traffic), ::dup(traffic)};
     std::atomic<int> first = -1;
     std::atomic<int> taken = -1;
@@ -779,7 +782,7 @@ void NetworkUrlLoaderTest::theHostsOwnTrafficIsNoProgress() {
         sender.join();
         QVERIFY(first >= 0);
         QCOMPARE(taken.load(), first.load());
-        QVERIFY2(ended, "the host's traffic is taken for progress");
+        QVERIFY2(ended, "the loader counts the host's traffic as progress");
         QCOMPARE(loaded.connectionError().value_or(Error()).code, int(TransportError::TimedOut));
     }
     ::close(taken);
@@ -858,7 +861,7 @@ qint64 statusKiB(const QByteArray &field) {
 
 void NetworkUrlLoaderTest::aLargeBodyCostsItsSizeOnce() {
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__) || defined(__clang__)
-    QSKIP("A sanitizer's own memory hides what is measured");
+    QSKIP("a sanitizer's own memory distorts the measurement");
 #endif
     constexpr qint64 size = qint64(30) * 1024 * 1024;
     // A separate process keeps the server's memory out of the measurement.

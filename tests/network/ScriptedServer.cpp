@@ -14,8 +14,8 @@ namespace pelorinnews::test {
 
 namespace {
 
-/// Waits for `descriptor` to be readable, in short steps, so that the server can end without
-/// waiting.
+/// Waits until `descriptor` is readable, in short steps, so that the server can end at any time.
+/// False if it ends.
 bool waitReadable(int descriptor, const std::atomic<bool> &ending) {
     while (!ending) {
         pollfd waiting{descriptor, POLLIN, 0};
@@ -57,7 +57,8 @@ public:
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
 
-    /// Reads up to the empty line; null if the client closed before.
+    /// Reads a request up to the empty line after its header fields; null if the client closes
+    /// before.
     QByteArray readHead() {
         QByteArray head;
         while (_usable && !head.contains("\r\n\r\n")) {
@@ -96,7 +97,7 @@ public:
             SSL_shutdown(_ssl);
         if (how != Script::End::Hold)
             ::shutdown(_descriptor, SHUT_WR);
-        // Closing with unread data would reset the connection.
+        // Reads everything first: closing with unread data would reset the connection.
         char ignored[512];
         while (waitReadable(_descriptor, _ending) &&
                ::recv(_descriptor, ignored, sizeof ignored, 0) > 0) {
@@ -104,7 +105,7 @@ public:
     }
 
 private:
-    /// Bytes read, 0 at the end, -1 to try again.
+    /// Returns the number of bytes read, 0 at the end, or -1 if the caller should try again.
     int read(char *to, int size) {
         const int got = _ssl ? SSL_read(_ssl, to, size)
                              : static_cast<int>(::recv(_descriptor, to, std::size_t(size), 0));
@@ -178,8 +179,8 @@ void ScriptedServer::accept() {
 }
 
 void ScriptedServer::serve(int descriptor) {
-    // OpenSSL writes to sockets whose peer has gone. SIGPIPE is blocked here alone, so that a
-    // client in the same process that raises the signal is noticed.
+    // OpenSSL may write to a socket whose peer is gone, which raises SIGPIPE. The signal is blocked
+    // only on this thread, so that a client in the same process that raises it is noticed.
     sigset_t pipe;
     sigemptyset(&pipe);
     sigaddset(&pipe, SIGPIPE);

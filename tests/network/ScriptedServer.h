@@ -14,7 +14,7 @@ using SSL_CTX = struct ssl_ctx_st;
 
 namespace pelorinnews::test {
 
-/// What a ScriptedServer sends for one request, byte for byte.
+/// The bytes that a `ScriptedServer` sends for one request.
 struct Script {
     enum class End {
         Close,  ///< An orderly end: on TLS a close_notify, then FIN.
@@ -31,14 +31,15 @@ struct Script {
 };
 
 /// A server on the loopback interface that answers each request with scripted bytes, HTTP or not,
-/// over plain TCP or TLS. All it knows of HTTP is where a request's head ends. Each of its threads
-/// serves one connection.
+/// over plain TCP or TLS. Of HTTP it knows only where a request's header fields end. Each of its
+/// threads serves one connection.
 class ScriptedServer {
 public:
-    /// Gives the script for a request; called on the connections' threads.
+    /// Returns the script for a request; called on the connections' threads.
     using Choice = std::function<Script(const QByteArray &requestHead)>;
 
-    /// Plain TCP without `certificateFile` and `keyFile` (PEM). Ends the test on failure.
+    /// TLS with `certificateFile` and `keyFile` (PEM), plain TCP without. Ends the process on
+    /// failure.
     explicit ScriptedServer(Choice choice, const QString &certificateFile = {},
                             const QString &keyFile = {});
     /// Ends every connection.

@@ -45,7 +45,7 @@ private:
     QList<ServerAnswer> _list;
 };
 
-/// A head with a status and these header lines, which the function terminates.
+/// The head of a response: status line, `lines` and the empty line. Adds all line ends.
 QByteArray head(const QByteArray &status, const QList<QByteArray> &lines = {}) {
     QByteArray text = "HTTP/1.1 " + status + "\r\n";
     for (const QByteArray &line : lines)
@@ -61,7 +61,7 @@ QByteArray length(qsizetype value) {
     return "Content-Length: " + QByteArray::number(value);
 }
 
-/// A whole answer with that status.
+/// A complete response with this status.
 QByteArray answer(const QByteArray &status = "200 OK") {
     const QByteArray body = answeredBody();
     return head(status, {length(body.size())}) + body;
@@ -325,8 +325,8 @@ void addHeads(Answers &answers) {
 
 void addRedirects(Answers &answers) {
     const QByteArray body = answeredBody();
-    // Every answer of this table has a folder of its own, and every path inside it gets the same
-    // answer.
+    // The server sends each answer for every path inside the answer's own folder, and a complete
+    // response for "/whole".
     const auto to = [](const QByteArray &location, const QByteArray &status = "302 Found") {
         return head(status, {"Location: " + location, length(0)});
     };

@@ -12,7 +12,7 @@ struct ServerAnswer {
     enum class Outcome {
         Whole,          ///< Status and body arrive.
         Error,          ///< A connection error, and no body.
-        Timeout,        ///< As Error, because no progress is made.
+        Timeout,        ///< Like `Error`: the idle timeout has expired.
         StatusAndError  ///< The status arrives and a connection error with it.
     };
     enum Channel {

@@ -37,7 +37,7 @@ private:
         int channel = 0;
     };
     [[nodiscard]] Script scriptFor(const QByteArray &requestHead) const;
-    /// Sends the requests of the rows up to some way past `row`, so that they run in parallel.
+    /// Sends the requests of `row` and of some rows after it, so that they run in parallel.
     void sendAhead(int row);
 
     QList<Row> _rows;

@@ -1,5 +1,6 @@
-// A program that leaves by exit() in the middle of a download over HTTPS, while its application
-// object still exists: <address> <file of the authority to trust>.
+// A program that calls exit() in the middle of a download over HTTPS, while its application object
+// still exists. Arguments: the address, the PEM file of the authority to trust, and the
+// milliseconds until exit(). Without the last one, it waits for a byte on standard input.
 #include "network/UrlLoader.h"
 
 #include <QCoreApplication>
@@ -17,7 +18,8 @@ int main(int argc, char *argv[]) {
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() < 3)
         return 2;
-    // Before anything uses TLS, as in a host that does not use it: objects made first end last.
+    // Created before anything uses TLS, as in a host that does not use TLS itself: objects that are
+    // created first are destroyed last.
     const std::shared_ptr<UrlLoader> loader = UrlLoader::shared();
     QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
     trusting.addCaCertificates(arguments[2]);

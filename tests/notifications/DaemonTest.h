@@ -9,11 +9,11 @@
 
 namespace pelorinnews::test {
 
-/// The base of the tests that use a real notification server: a centre with its delegate, on a bus
-/// and with a state folder of its own.
+/// The base class of the tests that use a real notification server: has a notification centre, its
+/// delegate, and a message bus and a state folder for the test alone.
 class DaemonTest : public QObject {
 protected:
-    /// Makes the state folder and the bus, starts the server and makes the centre.
+    /// Creates the state folder and the bus, starts the server and creates the centre.
     void start(const QString &program, const QStringList &arguments = {}) {
         if (!_home)
             _home = std::make_unique<QTemporaryDir>();

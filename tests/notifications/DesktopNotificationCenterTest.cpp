@@ -20,7 +20,7 @@ namespace pelorinnews::test {
 
 using std::chrono::milliseconds;
 
-/// Behaviour that no installed notification server can be made to show.
+/// Tests that need a server behaviour which no installed notification server can be made to show.
 class DesktopNotificationCenterTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -79,7 +79,8 @@ private:
         return std::make_unique<DesktopNotificationCenter>(sender());
     }
     void serve() { _server = std::make_unique<FakeNotificationServer>(_bus->connection()); }
-    /// Delivers a notification and waits until it stands.
+    /// Delivers a notification and waits until it is in the registry. Returns the delivered
+    /// notification.
     UserNotification deliverStanding(NotificationCenter &center, const QString &title) const;
     [[nodiscard]] std::vector<RegistryEntry> registered() const;
 
@@ -110,13 +111,13 @@ std::vector<RegistryEntry> DesktopNotificationCenterTest::registered() const {
 UserNotification DesktopNotificationCenterTest::deliverStanding(NotificationCenter &center,
                                                                 const QString &title) const {
     center.deliverNotification(notification(title));
-    const auto stands = [&] {
+    const auto isRegistered = [&] {
         const auto entries = registered();
         return std::any_of(entries.begin(), entries.end(), [&title](const RegistryEntry &entry) {
             return entry.notification.title == title;
         });
     };
-    [&] { QTRY_VERIFY(stands()); }();
+    [&] { QTRY_VERIFY(isRegistered()); }();
     return center.deliveredNotifications().constLast();
 }
 
@@ -232,7 +233,8 @@ void DesktopNotificationCenterTest::sendsTextsThatTheBusCanCarry() {
     QCOMPARE(_server->deliveries[0].body.size(), 4095);
     QVERIFY(_server->deliveries[0].body.endsWith(QStringLiteral("\U0001F4F0")));
     QVERIFY(_server->deliveries[1].summary.isEmpty());
-    // The list has the notification as delivered, not as shown.
+    // The centre's list holds the texts as the caller delivered them, not as they were adapted for
+    // the server.
     QCOMPARE(center->deliveredNotifications().at(0).informativeText, odd.informativeText);
 }
 
@@ -322,7 +324,8 @@ void DesktopNotificationCenterTest::keepsOneThatExpired() {
     const auto center = newCenter();
     deliverStanding(*center, QStringLiteral("one"));
     _server->emitSignal(QStringLiteral("NotificationClosed"), {1U, reason});
-    // A second notification, whose dismissal is certain, shows that the first signal has arrived.
+    // A second notification, which is certain to be removed, shows that the first signal has
+    // arrived.
     deliverStanding(*center, QStringLiteral("two"));
     _server->emitSignal(QStringLiteral("NotificationClosed"), {2U, 2U});
     QTRY_VERIFY(!titles(*center).contains(QStringLiteral("two")));
@@ -345,9 +348,11 @@ void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotif
     serve();
     const auto center = newCenter();
     deliverStanding(*center, QStringLiteral("ours"));
-    // Until then, the file may be changed again within the same timestamp tick.
+    // Wait: a file that has just changed may change again within the same timestamp tick, and so is
+    // read each time.
     QTest::qWait(2100);
-    // The open and close events keep two reads from being merged into one event.
+    // Opening and closing are watched, too, because inotify merges two equal events if no other
+    // event is between them.
     const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     const QByteArray file = NotificationRegistry(stateFolder()).path().toUtf8();
     constexpr uint32_t watched = IN_OPEN | IN_ACCESS | IN_CLOSE_NOWRITE | IN_DELETE_SELF;
@@ -357,7 +362,7 @@ void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotif
         _server->emitSignal(QStringLiteral("NotificationClosed"), {id, 2U});
     _server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
 
-    // Our own dismissal comes last, and replaces the file.
+    // The signal about our own notification comes last. It replaces the file.
     int opened = 0;
     int read = 0;
     bool replaced = false;
@@ -372,7 +377,7 @@ void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotif
     };
     QTRY_VERIFY(look());
     ::close(watch);
-    QVERIFY2(opened >= 300, "it looks whether the file has changed");
+    QVERIFY2(opened >= 300, "each signal must check whether the file has changed");
     QCOMPARE(read, 1);
     QVERIFY(center->deliveredNotifications().isEmpty());
 }
@@ -425,7 +430,7 @@ void DesktopNotificationCenterTest::endsOneThatWasClickedAndTellsTheDelegate() {
     QTRY_COMPARE(_server->closeCalls, QList<quint32>{1});
     QTRY_VERIFY(registered().empty());
 
-    // The server's own report that it is gone, and a second click, are ignored.
+    // The server's signal that the notification is closed, and a second click, are ignored.
     _server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
     _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     deliverStanding(*center, QStringLiteral("two"));
@@ -456,8 +461,8 @@ void DesktopNotificationCenterTest::asksTheDelegateBeforeItPresents() {
     std::thread([&center] {
         center->deliverNotification(notification(QStringLiteral("one")));
     }).join();
-    // The delegate is not asked on the caller's stack, and the notification is not presented before
-    // it was asked.
+    // The delegate is not called inside `deliverNotification`, and nothing is presented before it
+    // was asked.
     QVERIFY(delegate->asked.isEmpty());
     QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
     QTest::qSleep(200);
@@ -559,7 +564,7 @@ void DesktopNotificationCenterTest::hasTheBusStartAServer() {
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_VERIFY(QFile::exists(mark));
-    // It ended without serving; the notification still waits.
+    // The program has ended without becoming a server; the notification stays queued.
     QVERIFY(center->flush(plenty));
     QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
 }
@@ -601,7 +606,8 @@ void DesktopNotificationCenterTest::dropsTheRegistryOfAnotherBus() {
     _bus = std::make_unique<PrivateBus>();
     serve();
     const auto center = newCenter();
-    // Assumed valid until the bus has replied, so that the caller does not wait.
+    // Entries of the file are assumed valid until the bus has replied, so that the caller does not
+    // wait.
     QCOMPARE(titles(*center), QStringList{QStringLiteral("old")});
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
     QTRY_VERIFY(registered().empty());
@@ -655,7 +661,7 @@ void DesktopNotificationCenterTest::savesWhenTheRegistryIsFreeAgain() {
     QTRY_COMPARE(_server->deliveries.size(), 2U);
     QVERIFY(!center->flush(milliseconds(300)));
     QCOMPARE(titles(*center).size(), 2);
-    // Longer than the retries that the delivery itself causes.
+    // Wait longer than the retries that the delivery itself causes.
     QTest::qWait(800);
     QCOMPARE(registered().size(), 1U);
     lock.unlock();
@@ -731,7 +737,8 @@ void DesktopNotificationCenterTest::actsOnAnEarlierRunsClickOnceTheRegistryIsFre
     QVERIFY(lock.lock());
     _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
-    // Another process that heard the click may have ended it: only our change to the file can tell.
+    // Another process that received the click may have erased the entry. This process acts only if
+    // it has erased the entry itself, for which it needs the lock.
     QTest::qWait(static_cast<int>(NotificationRegistry::lockTimeout.count()) + 200);
     QVERIFY(delegate->activated.isEmpty());
     lock.unlock();
@@ -809,7 +816,7 @@ void DesktopNotificationCenterTest::worksFromManyThreadsAtOnce() {
         center->removeDeliveredNotification(each);
     QVERIFY(center->deliveredNotifications().isEmpty());
 
-    // Everything that reached the server was withdrawn there.
+    // Every notification that reached the server was withdrawn.
     QTRY_VERIFY(center->flush(milliseconds(10)));
     QCOMPARE(std::size_t(_server->closeCalls.size()), _server->deliveries.size());
     QVERIFY(registered().empty());

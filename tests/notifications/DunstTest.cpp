@@ -57,7 +57,7 @@ void DunstTest::init() {
     _home = std::make_unique<QTemporaryDir>();
     QFile file(_home->filePath(QStringLiteral("dunstrc")));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    // Pop-ups of low urgency end soon, so that the test need not wait for it long.
+    // Pop-ups of low urgency expire soon, so that the test need not wait long.
     file.write(
         "[global]\nmarkup = full\nhistory_length = 50\nidle_threshold = 0\n"
         "[urgency_low]\ntimeout = 0\n[urgency_normal]\ntimeout = 60\n"
@@ -124,7 +124,7 @@ void DunstTest::showsMarkupAsItStands() {
     QTRY_COMPARE(registered().size(), 1U);
     control({QStringLiteral("close")});
     QTRY_COMPARE(history().size(), 1);
-    // The message as drawn, in dunst's own markup.
+    // The message as dunst draws it, in dunst's own markup.
     const QJsonObject object =
         QJsonDocument::fromJson(control({QStringLiteral("history")}).toUtf8()).object();
     const QString message =
@@ -153,7 +153,7 @@ void DunstTest::keepsOneWhosePopUpExpired() {
     QVERIFY(_center->flush(plenty));
     QCOMPARE(titles(*_center), QStringList{QStringLiteral("a brief one")});
 
-    // After it was recalled from the history to the screen, it can still be withdrawn.
+    // A notification that returns from the history to the screen can still be withdrawn.
     control({QStringLiteral("history-pop")});
     QTRY_COMPARE(displayed(), 1);
     _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
@@ -242,8 +242,8 @@ void DunstTest::findsItsOwnAfterTheProcessWasKilled() {
 }
 
 void DunstTest::missesTheClickOnOneOfAKilledProcess() {
-    // dunst reports a click only to the connection that delivered, which ended with its process.
-    // The notification stays and can be withdrawn.
+    // dunst reports a click only to the D-Bus connection that delivered the notification, and that
+    // ended with its process. The notification stays in the list and can be withdrawn.
     auto host = startHost();
     host->writeLine(QStringLiteral("deliver of the killed"));
     QCOMPARE(host->readLine(), QStringLiteral("done"));
@@ -287,7 +287,7 @@ void DunstTest::dropsTheListWhenTheDaemonIsStartedAgain() {
     QCOMPARE(titles(*_center), QStringList{QStringLiteral("new")});
     QCOMPARE(displayed(), 1);
 
-    // Also while none of our processes was running.
+    // The list is dropped, too, if the daemon was restarted while none of our processes ran.
     _center.reset();
     stopDaemon();
     startDunst();

@@ -13,7 +13,7 @@ FakeNotificationServer::FakeNotificationServer(const QDBusConnection &connection
     : _bus(connection) {
     if (!_bus.registerObject(path, this, QDBusConnection::ExportAllSlots) ||
         !_bus.registerService(service))
-        qFatal("cannot serve notifications");
+        qFatal("cannot register the notification service");
 }
 
 FakeNotificationServer::~FakeNotificationServer() {

@@ -11,7 +11,7 @@
 
 namespace pelorinnews::test {
 
-/// A notification server with scripted behaviour, for what no installed server can be made to do.
+/// A notification server with scripted behaviour, for tests that no installed server can serve.
 /// Replies on the thread that created it.
 class FakeNotificationServer : public QObject, protected QDBusContext {
     Q_OBJECT
@@ -39,11 +39,11 @@ public:
     QString serverName = QStringLiteral("Fake");
     bool holdsAnswers = false;
     bool refuses = false;
-    /// Whether it knows the calls for its capabilities and its name.
+    /// If false, the calls for the server's capabilities and name fail as unknown methods.
     bool tellsTraits = true;
     quint32 nextId = 1;
 
-    /// Replies to the held delivery `index` with number `id`.
+    /// Replies to the held delivery at `index` with the server id `id`.
     void answer(std::size_t index, quint32 id);
     /// Broadcasts a signal, as many servers do.
     void emitSignal(const QString &name, const QVariantList &arguments);

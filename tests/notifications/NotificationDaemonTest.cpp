@@ -20,7 +20,7 @@ private Q_SLOTS:
     void withdrawsOneThatTheServerNoLongerKnows();
 
 private:
-    /// The pop-ups on the screen, by window number.
+    /// The window ids of the pop-ups on the screen.
     [[nodiscard]] static QStringList popUps();
     static void click(const QString &window);
 };
@@ -93,7 +93,7 @@ void NotificationDaemonTest::hearsTheClickOnOneOfAKilledProcess() {
 }
 
 void NotificationDaemonTest::leavesForeignNotificationsAlone() {
-    // This server shows one pop-up after the other.
+    // This server shows one pop-up at a time.
     QDBusMessage notify = call(QStringLiteral("Notify"));
     notify << QStringLiteral("Other") << 0U << QString() << QStringLiteral("foreign") << QString()
            << QStringList{QStringLiteral("default"), QString()} << QVariantMap() << -1;
@@ -119,7 +119,7 @@ void NotificationDaemonTest::withdrawsOneThatTheServerNoLongerKnows() {
     _center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_COMPARE(registered().size(), 1U);
     const UserNotification delivered = _center->deliveredNotifications().constFirst();
-    // It is closed while none of our processes listens.
+    // The notification is closed while none of our processes receives signals.
     const quint32 id = registered().at(0).serverId;
     _center = nullptr;
     QDBusMessage close = call(QStringLiteral("CloseNotification"));

@@ -24,7 +24,8 @@ private:
     [[nodiscard]] Process start() const;
     /// A process that listens for clicks.
     [[nodiscard]] Process startListening() const;
-    /// Makes `process` deliver a notification and waits until it stands. Returns its number.
+    /// Makes `process` deliver a notification and waits until it is in the registry. Returns its
+    /// server id.
     [[nodiscard]] quint32 deliver(BusProgram &process, const QString &title) const;
     /// The titles of the clicked notifications according to `process`, after it has received
     /// everything that the server has sent so far.
@@ -74,21 +75,22 @@ NotificationProcessesTest::Process NotificationProcessesTest::startListening() c
 quint32 NotificationProcessesTest::deliver(BusProgram &process, const QString &title) const {
     process.writeLine(QStringLiteral("deliver ") + title);
     quint32 id = 0;
-    const auto stands = [&] {
+    const auto isRegistered = [&] {
         for (const RegistryEntry &entry : registeredIn(stateFolder())) {
             if (entry.notification.title == title)
                 id = entry.serverId;
         }
         return id != 0;
     };
-    if (!QTest::qWaitFor(stands, testPatience))
-        qFatal("nothing was delivered");
+    if (!QTest::qWaitFor(isRegistered, testPatience))
+        qFatal("the notification does not reach the registry");
     static_cast<void>(process.readLine());
     return id;
 }
 
 QStringList NotificationProcessesTest::clicksOf(BusProgram &process) const {
-    // The server's reply to a delivery comes after all signals sent before.
+    // A delivery serves as a barrier: the server's reply arrives after all signals that were sent
+    // before.
     static int count = 0;
     static_cast<void>(deliver(process, QStringLiteral("barrier %1").arg(++count)));
     return ask(process, QStringLiteral("clicks")).split(QLatin1Char(','), Qt::SkipEmptyParts);

@@ -113,7 +113,7 @@ QByteArray NotificationRegistryTest::bytes() const {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// A file of version 1 with one entry, whose user information is `stream`.
+/// Writes a file of version 1 with one entry, whose user information is `stream`.
 void NotificationRegistryTest::overwriteAsBefore(const QByteArray &stream) const {
     QVERIFY(QDir().mkpath(folder()));
     overwrite(R"({"version": 1, "serial": 5, "bus": "bus", "server": ":1.9", "notifications": [
@@ -130,7 +130,7 @@ QByteArray NotificationRegistryTest::streamed(const QVariantMap &userInfo) {
     return bytes;
 }
 
-/// Maps nested as deep as a file has room for.
+/// A stream of maps, nested as deep as the largest file allows.
 QByteArray NotificationRegistryTest::nested() {
     constexpr int levels = 7000;
     QByteArray bytes;
@@ -239,7 +239,7 @@ void NotificationRegistryTest::takesNothingElseFromTheFormatOfBefore_data() {
 void NotificationRegistryTest::takesNothingElseFromTheFormatOfBefore() {
     QFETCH(QByteArray, stream);
     overwriteAsBefore(stream);
-    // The smallest stack that a program may give its main thread.
+    // Read on a thread with the smallest stack that a program may give its main thread.
     std::optional<RegistryContents> contents;
     const std::unique_ptr<QThread> thread(
         QThread::create([this, &contents] { contents = registry().read(); }));
@@ -281,7 +281,7 @@ void NotificationRegistryTest::tellsWhatItErased() {
     QVERIFY(registry().apply(change, &removed));
     QCOMPARE(removed, QStringList());
 
-    // This change did not erase an entry of another server. On failure nothing is erased.
+    // `removed` is empty if the change fails, and if it is about entries of another server.
     change.erased = QStringList{QStringLiteral("b")};
     QLockFile lock(registry().path() + QStringLiteral(".lock"));
     QVERIFY(lock.lock());
@@ -492,7 +492,8 @@ void NotificationRegistryTest::readsNoFileThatIsTooLarge() {
 void NotificationRegistryTest::readsAnUnchangedFileOnce() {
     const NotificationRegistry reading(folder());
     QVERIFY(reading.apply(putting({entry(QStringLiteral("a"))})));
-    // A file that was changed a moment ago may be changed again within the same timestamp tick.
+    // Wait: a file that has just changed may change again within the same timestamp tick, and so is
+    // read each time.
     QTest::qWait(2100);
     QVERIFY(reading.read());
     const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
@@ -502,10 +503,10 @@ void NotificationRegistryTest::readsAnUnchangedFileOnce() {
         QCOMPARE(identities(*reading.read()), QStringList{QStringLiteral("a")});
     QVERIFY(::read(watch, events.data(), events.size()) < 0);
     QVERIFY(registry().read());
-    QVERIFY2(::read(watch, events.data(), events.size()) > 0, "the watch sees no reading");
+    QVERIFY2(::read(watch, events.data(), events.size()) > 0, "inotify does not report the read");
     ::close(watch);
 
-    // A change by any process is read again.
+    // After a change by any process the file is read again.
     QVERIFY(registry().apply(putting({entry(QStringLiteral("b"))})));
     QCOMPARE(identities(*reading.read()), QStringList({"a", "b"}));
     overwrite("");

@@ -15,11 +15,11 @@ namespace pelorinnews::test {
 /// More time than a flush takes.
 inline constexpr std::chrono::milliseconds plenty{testPatience};
 
-/// In milliseconds. Calls that do not wait for a hung server or bus end sooner, even on a busy
-/// machine; D-Bus itself would wait for 25 seconds.
+/// The limit, in milliseconds, for calls that must not wait for a hung server or bus; it leaves
+/// room for a busy computer. D-Bus's own timeout is 25 seconds.
 inline constexpr qint64 neverBlocked = 5000;
 
-/// A notification to deliver, with its own text, sound and user information.
+/// A notification with this title and with a text, a sound and user information.
 inline UserNotification notification(const QString &title) {
     UserNotification made;
     made.title = title;

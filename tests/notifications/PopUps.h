@@ -3,13 +3,13 @@
 #include <QString>
 #include <QStringList>
 
-// Windows on the display as a user sees them, through xdotool.
+// Finds and clicks windows on the display, with xdotool.
 namespace pelorinnews::test::PopUps {
 
-/// The visible windows of this class, by number.
+/// The ids of the visible windows of this class.
 [[nodiscard]] QStringList ofClass(const QString &windowClass);
 
-/// The window that has the focus; empty if none has it.
+/// The id of the window that has the focus; empty if none has it.
 [[nodiscard]] QStringList active();
 
 /// Clicks into `window`, at (`x`, `y`) pixels from its upper left corner; negative values count

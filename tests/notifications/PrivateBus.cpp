@@ -26,7 +26,7 @@ QByteArray configuration(const QString &serviceFolder) {
 void end(QProcess &process) {
     if (process.state() == QProcess::NotRunning)
         return;
-    // A stopped process would not receive the termination signal.
+    // Resume the process if it is stopped: otherwise it would not handle SIGTERM.
     ::kill(static_cast<pid_t>(process.processId()), SIGCONT);
     process.terminate();
     if (!process.waitForFinished(3000)) {
@@ -45,14 +45,14 @@ PrivateBus::PrivateBus(const QString &serviceFolder)
         qFatal("cannot write the bus configuration");
     file.write(configuration(serviceFolder));
     file.close();
-    // The bus complains about limits if it may not raise them.
+    // The bus prints warnings if it may not raise its resource limits.
     _daemon.setStandardErrorFile(QProcess::nullDevice());
     _daemon.start(QStringLiteral("dbus-daemon"),
                   {QStringLiteral("--config-file=") + file.fileName(), QStringLiteral("--nofork"),
                    QStringLiteral("--print-address=1")});
     while (!_daemon.canReadLine()) {
         if (!_daemon.waitForReadyRead(5000))
-            qFatal("no message bus: %s", qPrintable(_daemon.errorString()));
+            qFatal("the message bus does not start: %s", qPrintable(_daemon.errorString()));
     }
     _busAddress = QString::fromUtf8(_daemon.readLine().trimmed());
     _ownConnection = QDBusConnection::connectToBus(_busAddress, _connectionName);

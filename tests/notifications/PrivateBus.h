@@ -7,8 +7,8 @@
 
 namespace pelorinnews::test {
 
-/// A message bus of the test's own. It starts no service by itself, so that the notification server
-/// under test is the one that answers. Ends with the object, by process id.
+/// The test's own message bus. Without `serviceFolder` it starts no service, so that only the
+/// notification server under test replies. The destructor ends the bus by its process id.
 class PrivateBus {
 public:
     /// `serviceFolder`: where the bus finds services to start; empty for none.
@@ -39,7 +39,7 @@ private:
     QDBusConnection _ownConnection;
 };
 
-/// A program on a `PrivateBus`; ends with the object, by process id.
+/// A program that uses a `PrivateBus`. The destructor ends it by its process id.
 class BusProgram {
 public:
     BusProgram(const PrivateBus &bus, const QString &program, const QStringList &arguments);
@@ -49,9 +49,9 @@ public:
 
     /// Sends `signal` to the program.
     void signal(int number) const;
-    /// Kills it at once, like a crash.
+    /// Kills the program at once, like a crash.
     void kill();
-    /// The next line of its standard output; absent after a timeout of twenty seconds.
+    /// The next line of the program's standard output; absent after a timeout of twenty seconds.
     [[nodiscard]] QString readLine();
     void writeLine(const QString &line);
 

@@ -7,7 +7,7 @@
 
 namespace pelorinnews::test {
 
-/// Records what it was asked and told, and whether that was on the main thread.
+/// Records its calls, and whether one of them was not on the main thread.
 class RecordingDelegate : public NotificationCenterDelegate {
 public:
     bool userNotificationCenterShouldPresentNotification(

@@ -31,8 +31,8 @@ void SwayNotificationCenterTest::tellsTheDelegateOfAClick() {
     center.deliverNotification(notification(QStringLiteral("one")));
     QTRY_COMPARE(registeredIn(state).size(), 1U);
 
-    // The only window here is sway's screen. The pop-up appears in its upper right corner, some
-    // time after the reply.
+    // The display's only window is sway's screen. The pop-up appears in the upper right corner of
+    // that screen, some time after the server's reply.
     QStringList screen;
     QTRY_VERIFY(!(screen = PopUps::active()).isEmpty());
     const auto clickUntilItEnds = [&] {

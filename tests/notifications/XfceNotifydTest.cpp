@@ -15,9 +15,10 @@ private Q_SLOTS:
     void isDismissedByAClickBesideTheButton();
 
 private:
-    /// Delivers a notification and waits until it is the only one that stands.
+    /// Delivers a notification and waits until it is the only one in the registry.
     void deliver(const QString &title) const;
-    /// Clicks into the pop-up, which may not be ready yet, until its notification has ended.
+    /// Clicks into the pop-up until its notification has ended: the pop-up may not be ready at the
+    /// first click. False on timeout.
     [[nodiscard]] bool clickUntilItEnds(int x, int y) const;
 };
 
@@ -57,7 +58,7 @@ void XfceNotifydTest::opensByTheButton() {
 
 void XfceNotifydTest::isDismissedByAClickBesideTheButton() {
     QVERIFY(clickUntilItEnds(30, 20));
-    // Once this notification stands, all signals of the other have arrived.
+    // Once this notification is in the registry, all signals about the first one have arrived.
     deliver(QStringLiteral("two"));
     QCoreApplication::processEvents();
     QVERIFY(_delegate->activated.isEmpty());

@@ -1,5 +1,5 @@
-// A host in a process of its own: delivers, lists and listens for clicks on the session bus, as
-// commanded on standard input, until it is killed or its input ends.
+// A host in its own process. Commands on standard input make it deliver and list notifications, and
+// listen for clicks, on the session bus. It runs until it is killed or its input ends.
 #include "RecordingDelegate.h"
 #include "notifications/DesktopNotificationCenter.h"
 #include "platform/MainQueue.h"
@@ -14,14 +14,14 @@ using namespace pelorinnews;
 
 namespace {
 
-// The registry is written to disk, which may take long on a busy computer.
+// `flush` waits until the registry is on disk, which may take long on a busy computer.
 constexpr std::chrono::seconds longestFlush(30);
 
 void answer(const QString &line) {
     QTextStream(stdout) << line << '\n' << Qt::flush;
 }
 
-/// Lives as long as the process.
+/// The delegate; lives as long as the process.
 const std::shared_ptr<test::RecordingDelegate> &delegate() {
     static const auto only = std::make_shared<test::RecordingDelegate>();
     return only;
@@ -48,7 +48,7 @@ void obey(NotificationCenter &center, const QString &command, const QString &arg
         center.setDelegate(delegate());
         answer(center.flush(longestFlush) ? QStringLiteral("done") : QStringLiteral("late"));
     } else if (command == QLatin1String("clicks")) {
-        // On the main thread, after all events so far.
+        // Reply on the main thread, after all events that have arrived so far.
         MainQueue::dispatchAsync([] { answer(titles(delegate()->activated)); });
     }
 }

@@ -12,13 +12,13 @@ namespace pelorinnews::test {
 /// An ordinary black picture of that size.
 [[nodiscard]] QByteArray plainPicture(QSize size, const char *format = "PNG");
 
-/// A PNG of few pixels with `count` text chunks, each of 8 MB compressed.
+/// A PNG of few pixels with `count` compressed text chunks, each of 8 MB when decompressed.
 [[nodiscard]] QByteArray pictureWithTexts(int count);
 
-/// A GIF with an area of `screen`, whose only frame covers and declares just `frame`.
+/// A GIF whose logical screen has the size `screen`, and whose only frame has the size `frame`.
 [[nodiscard]] QByteArray framedPicture(QSize screen, QSize frame);
 
-/// A progressive JPEG of 25 million pixels that is painted over `count` more times.
+/// A progressive JPEG of 25 million pixels whose last scan is repeated `count` times.
 [[nodiscard]] QByteArray repaintedPicture(int count);
 
 }  // namespace pelorinnews::test

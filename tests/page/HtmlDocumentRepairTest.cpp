@@ -1,4 +1,4 @@
-// Corrections to sizes and pictures as a text document reads them.
+// Corrections of the sizes and images that a text document has read from HTML.
 
 #include "TestMain.h"
 #include "page/HtmlDocumentRepair.h"

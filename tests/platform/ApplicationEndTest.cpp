@@ -15,9 +15,9 @@ using ApplicationEnd::Phase;
 
 namespace {
 
-// What ran, in this order. Actions are plain functions, so it is global.
+// The indexes of the actions that ran, in that order. Global, because actions are plain functions.
 QList<int> ran;
-// What the other post routines of Qt would be, in this order with the actions.
+// Entry in `ran` for a post routine that is not an action, as Qt's own are.
 constexpr int ofSomebodyElse = -1;
 
 constexpr std::array phases{Phase::Windows,     Phase::Graphics, Phase::Notifications,
@@ -62,7 +62,7 @@ private Q_SLOTS:
 };
 
 void ApplicationEndTest::phasesRunInTheirOrderWhateverCameFirst() {
-    // Every order of any four.
+    // Every ordered selection of four of the phases.
     std::array<std::size_t, phases.size()> order{0, 1, 2, 3, 4, 5, 6, 7};
     int orders = 0;
     do {
@@ -76,7 +76,7 @@ void ApplicationEndTest::phasesRunInTheirOrderWhateverCameFirst() {
         std::sort(expected.begin(), expected.end());
         QCOMPARE(ran, expected);
         ++orders;
-        // The next order of the first four.
+        // Skips the permutations that have the same first four elements.
         std::reverse(order.begin() + 4, order.end());
     } while (std::next_permutation(order.begin(), order.end()));
     QCOMPARE(orders, 8 * 7 * 6 * 5);
@@ -134,7 +134,8 @@ void ApplicationEndTest::windowsGoBeforeWhatTheirRendererBrought() {
         add(6);
         add(0);
         qAddPostRoutine([] { ran.append(ofSomebodyElse); });
-        // A second window, which loads a renderer that the first did not.
+        // A second window adds its action after a renderer that it has loaded has added its post
+        // routine.
         add(0);
     }
     QCOMPARE(ran, (QList<int>{0, 6, ofSomebodyElse}));
@@ -157,7 +158,7 @@ void ApplicationEndTest::anyThreadMayAdd() {
 
 }  // namespace pelorinnews::test
 
-// Each test makes its application objects itself.
+// Each test creates its own application objects.
 int main(int argc, char *argv[]) {
     const pelorinnews::test::TestHome home;
     pelorinnews::test::ApplicationEndTest test;

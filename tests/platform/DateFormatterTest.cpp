@@ -30,7 +30,7 @@ QString text(const icu::UnicodeString &characters) {
     return QString::fromUtf16(characters.getBuffer(), characters.length());
 }
 
-/// The date that ICU itself reads from `date`.
+/// The instant that ICU itself parses from `date`; invalid if ICU rejects it.
 QDateTime readByIcu(const icu::SimpleDateFormat &format, const QString &date) {
     icu::ParsePosition position(0);
     const UDate instant = format.parse(
@@ -198,8 +198,8 @@ private Q_SLOTS:
             if ((language != "en" && language != "de") || *locales[i].getCountry() == '\0')
                 continue;
             ++regions[language];
-            // For a user whose settings all have this region, and for one whose formats alone have
-            // it.
+            // For a user whose language and formats both have this region, and for one whose
+            // formats alone have it.
             for (const QString &preferred :
                  {QString::fromLatin1(locales[i].getName()), QString::fromLatin1(language)}) {
                 DateFormatter formatter(pattern,
@@ -211,7 +211,7 @@ private Q_SLOTS:
                     for (const QString &date : {written(*own, instant), written(*plain, instant)}) {
                         const QDateTime read = formatter.dateFromString(date.toUtf8());
                         if (read != QDateTime::fromSecsSinceEpoch(instant, Qt::UTC))
-                            QFAIL(qPrintable(date + QStringLiteral(" under ") +
+                            QFAIL(qPrintable(date + QStringLiteral(" is misread in the locale ") +
                                              QLatin1String(locales[i].getName())));
                     }
                 }
@@ -314,7 +314,8 @@ private Q_SLOTS:
                 dates << written(*own, instant) << written(*plain, instant);
             // Twice each, so that the second reading is a cache hit.
             dates += dates;
-            // Variants are slow to reject: ICU looks for time zones by name in all languages.
+            // Variants in every eighth locale only, because ICU rejects them slowly: it looks for
+            // time zone names in all languages.
             if (i % 8 == 0)
                 dates += variantsOf(dates.at(i / 8 % 4));
             DateFormatter formatter(pattern, QString::fromLatin1(locales[i].getName()));
@@ -324,14 +325,14 @@ private Q_SLOTS:
                     expected = readByIcu(*fallback, date);
                 const QDateTime actual = formatter.dateFromString(date.toUtf8());
                 if (actual != expected)
-                    QFAIL(qPrintable(QStringLiteral("%1 under %2: %3 instead of %4")
-                                         .arg(date, QLatin1String(locales[i].getName()),
-                                              actual.toString(Qt::ISODate),
-                                              expected.toString(Qt::ISODate))));
+                    QFAIL(qPrintable(
+                        QStringLiteral("%1 in the locale %2 is read as %3 instead of %4")
+                            .arg(date, QLatin1String(locales[i].getName()),
+                                 actual.toString(Qt::ISODate), expected.toString(Qt::ISODate))));
                 ++(expected.isValid() ? valid : invalid);
             }
         }
-        // Neither side of the comparison is empty.
+        // Enough valid and invalid dates were compared.
         QVERIFY(valid > count * 6);
         QVERIFY(invalid > count * 2);
     }
@@ -351,7 +352,8 @@ private Q_SLOTS:
         DateFormatter formatter(pattern, locale);
         for (int pass = 0; pass < 2; ++pass) {
             for (qint64 day = 16000; day < 16800; day += 3) {
-                // Each name is first read at midnight, then again at all times of the day.
+                // The first pass parses every day at midnight, the second at varying times of the
+                // day.
                 const qint64 instant = day * 86'400 + (pass == 0 ? 0 : day * 7919 % 86'400);
                 const QString date = written(*writer, instant);
                 const QDateTime expected = readByIcu(*icu, date);

@@ -122,7 +122,7 @@ void EntryPatternTest::aFolderOfAProgramsNameIsJustAFolder() {
 
 void EntryPatternTest::aProgramThatMayNotBeReadIsAProgram() {
     if (::geteuid() == 0)
-        QSKIP("the administrator may read every file");
+        QSKIP("root may read every file");
     write(QStringLiteral("pelorin"), "#!", 0111);
     QVERIFY(like("pelorin", Kind::Program).matches(at(QStringLiteral("pelorin"))));
 }

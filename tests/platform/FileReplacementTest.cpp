@@ -18,7 +18,8 @@ namespace pelorinnews::test {
 
 namespace {
 
-/// With this argument and a path, the program is killed in the middle of a replacement.
+/// With this argument and a path, this program begins to replace the file and is killed in the
+/// middle.
 const QString killedArgument = QStringLiteral("--killed-while-replacing");
 
 int dieWhileReplacing(const QString &path) {
@@ -231,7 +232,7 @@ void FileReplacementTest::whatAKilledProcessLeftIsRemovedAnHourLater() {
     QCOMPARE(names().size(), 2);
     const QString left = names().last();
 
-    // It may belong to another process that is writing just now.
+    // A recent temporary file stays, because another process may be writing it.
     QVERIFY(replace(path(), "new"));
     QVERIFY(names().contains(left));
 

@@ -9,7 +9,8 @@ class HostBundleTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    /// Sets every source of the identifier; each test unsets the sources that precede its own.
+    /// Sets every source of the identifier; each test unsets the sources that take precedence over
+    /// its own.
     void init() {
         HostBundle::setIdentity({"com.example.Stated", "Organisation", "Application"});
         qputenv("FLATPAK_ID", "com.example.Flatpak");

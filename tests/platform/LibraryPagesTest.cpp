@@ -12,15 +12,15 @@ using namespace pelorinnews;
 
 namespace {
 
-/// A library that nothing else here uses, and some text in it that is never executed.
+/// A library that nothing else in this process uses, and a function in it that is never called.
 constexpr auto library = "libmvec.so.1";
 constexpr auto symbol = "_ZGVbN2v_sin";
 
-/// Kilobytes of a library's code and constants that are in this process's memory.
+/// The resident size of a library's code and constants in this process, in kilobytes.
 qint64 residentKilobytes(const QByteArray &name) {
     QFile maps(QStringLiteral("/proc/self/smaps"));
     if (!maps.open(QIODevice::ReadOnly))
-        qFatal("no smaps");
+        qFatal("cannot read /proc/self/smaps");
     qint64 sum = 0;
     bool counts = false;
     for (const QByteArray &line : maps.readAll().split('\n')) {

@@ -77,7 +77,7 @@ void MainQueueTest::runsWhatATaskPostsAtALaterTurn() {
 void MainQueueTest::dropsTasksWithoutAnApplication() {
     auto held = std::make_shared<int>(1);
     const std::weak_ptr<int> watched = held;
-    MainQueue::dispatchAsync([held = std::move(held)] { qFatal("ran"); });
+    MainQueue::dispatchAsync([held = std::move(held)] { qFatal("a dropped task ran"); });
     QVERIFY(watched.expired());
     QVERIFY(!MainQueue::isMainThread());
 }
@@ -87,7 +87,7 @@ void MainQueueTest::dropsWhatIsLeftWhenTheApplicationGoesAndServesTheNext() {
     const std::weak_ptr<PostsAtItsEnd> watched = held;
     {
         const QCoreApplication application(argumentCount, arguments);
-        MainQueue::dispatchAsync([held = std::move(held)] { qFatal("ran"); });
+        MainQueue::dispatchAsync([held = std::move(held)] { qFatal("a dropped task ran"); });
         QVERIFY(!watched.expired());
     }
     QVERIFY(watched.expired());

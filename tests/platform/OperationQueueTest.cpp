@@ -50,8 +50,8 @@ private Q_SLOTS:
         std::atomic<QThread *> thread = nullptr;
         queue->threadPool()->start([&thread] { thread = QThread::currentThread(); });
         QTRY_VERIFY(thread.load() != nullptr);
-        // The pool keeps the object of an ended thread. By default its threads wait for half a
-        // minute.
+        // The pool keeps the QThread object of an ended thread. By default a pool's thread waits
+        // half a minute for work before it ends.
         QVERIFY(QTest::qWaitFor([&thread] { return thread.load()->isFinished(); }, 20000));
     }
 

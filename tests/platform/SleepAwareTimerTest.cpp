@@ -23,7 +23,7 @@ namespace {
 constexpr int oneAndAHalf = 1500;
 
 #ifdef Q_OS_LINUX
-/// The kernel's description of this process's alarms, one text for each.
+/// The kernel's descriptions of this process's timer descriptors (timerfd), one text for each.
 QStringList alarms() {
     QStringList found;
     const QDir descriptors(QStringLiteral("/proc/self/fdinfo"));
@@ -114,7 +114,7 @@ void SleepAwareTimerTest::missedIntervalsAreOneFiring() {
     QThread::msleep(3200);
     QTest::qWait(300);
     QCOMPARE(firings, 1);
-    // The firing times stay on the grid: the fourth second brings the next one.
+    // Missed firings do not shift later ones: the next one comes at the fourth second.
     QTRY_COMPARE_WITH_TIMEOUT(firings, 2, 1200);
 }
 
@@ -278,8 +278,8 @@ void SleepAwareTimerTest::takesLongIntervals() {
 }
 
 void SleepAwareTimerTest::aClockHandedInCountsTheTimeSlept() {
-    // The clock advances by half an hour while the thread's own timers see one second: the computer
-    // slept. The interval is over, although the thread was awake for only a small part of it.
+    // The computer slept: the clock advances by half an hour while the thread's own timers see one
+    // second. The interval has passed, although the thread was awake for only a small part of it.
     std::chrono::milliseconds now = 0ms;
     int firings = 0;
     int readings = 0;

@@ -64,7 +64,7 @@ Outcome outcomeOf(const Gathering &gathered, const XmlReader &reader) {
         outcome.column = info.value(XmlError::columnNumberKey()).toLongLong();
     }
     if (gathered.errors != (outcome.code == 0 ? 0 : 1) || gathered.hadEmptyRun)
-        qFatal("an error was not reported just once, or a run of text was empty");
+        qFatal("an error was not reported exactly once, or an empty run of text was reported");
     return outcome;
 }
 
@@ -106,7 +106,7 @@ qint64 peakMemory() {
 
 /// Long enough to overflow a thread's stack if each step is a recursive call.
 constexpr int longChain = 100'000;
-/// Long enough for that only on a small stack.
+/// Long enough to overflow only a small stack.
 constexpr int shorterChain = 24'000;
 
 }  // namespace
@@ -282,7 +282,7 @@ private Q_SLOTS:
     void hundredBytesAreUsed() {
         const QByteArray value(XmlLimits::longestEntity, 'x');
         QCOMPARE(read(withSubset("<!ENTITY e '" + value + "'>", "&e;")).text, value);
-        // The limit counts bytes, not characters, and of the replacement text, not of the
+        // The limit counts the bytes, not the characters, of the replacement text, not of the
         // declaration.
         const QByteArray fifty = QByteArray("&#160;").repeated(50);
         QCOMPARE(read(withSubset("<!ENTITY e '" + fifty + "'>", "&e;")).text,
@@ -370,7 +370,7 @@ private Q_SLOTS:
         QByteArray usable;
         for (int i = 0; i < 2000; ++i)
             usable += "<!ENTITY e" + QByteArray::number(i) + " 'x&#38;amp;&#38;#121;&lt;'>";
-        // Replacement texts with an ampersand that need no other declaration.
+        // Replacement texts that contain an ampersand, but use no other declaration.
         QTest::newRow("usable ones of references") << usable << QByteArray("&e1999;");
         QTest::newRow("17 nested ones") << chain(17) << QByteArray("&a0;");
         QTest::newRow("1000 nested ones") << chain(1000) << QByteArray("&a0;");
@@ -450,7 +450,7 @@ private Q_SLOTS:
                      QStringLiteral("enough of it at line 2, column %1").arg(atEnd ? 5 : 1));
             QVERIFY(!reader.finish());
         }
-        // This also holds for the document's last event.
+        // The delegate can refuse the document's last event, too.
         Gathering gathered;
         XmlReader reader(gathered);
         gathered.reader = &reader;

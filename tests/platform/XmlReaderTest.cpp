@@ -188,8 +188,8 @@ private Q_SLOTS:
                 return -1.0;
             return static_cast<double>(timer.nsecsElapsed()) / 1e9;
         };
-        // If the text were read again with every piece, the longer one would take 400 times as long
-        // as the shorter.
+        // If every piece made the reader read the whole text again, the longer text would take 400
+        // times as long as the shorter one.
         const double shorter = secondsFor(200);
         const double longer = secondsFor(4000);
         QVERIFY(shorter > 0);

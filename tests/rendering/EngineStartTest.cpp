@@ -1,5 +1,5 @@
-// Whether a web engine can be started. The answer must be right before the engine starts, because
-// an engine that cannot start ends the process.
+// The prediction whether the web engine can start. It must be right, because an engine that fails
+// to start ends the process.
 
 #include "TestMain.h"
 #include "rendering/EngineStart.h"
@@ -18,7 +18,8 @@ namespace {
 
 constexpr auto nobody = "65534";
 
-// Runs this test's own program, which answers as `answers` does, with an environment and as a user.
+// Runs this program in a child process with the argument "ask", with these environment variables
+// and as this user, and returns its exit status; -1 on failure.
 int asked(const QStringList &variables, bool asNobody = false, const QStringList &arguments = {}) {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -39,7 +40,8 @@ int asked(const QStringList &variables, bool asNobody = false, const QStringList
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
-// Whether the kernel lets this user do what the engine does, according to another program.
+// Whether the kernel lets this user create the namespaces that the engine's sandbox needs, as
+// `unshare` finds out.
 bool kernelAllows(bool asNobody) {
     QProcess process;
     QStringList command = {QStringLiteral("unshare"), QStringLiteral("--user"),
@@ -71,7 +73,7 @@ private Q_SLOTS:
 
 void EngineStartTest::isNotForTheAdministrator() {
     if (::geteuid() != 0)
-        QSKIP("Only the administrator can tell");
+        QSKIP("this test needs root");
     QCOMPARE(asked({}), 1);
 }
 
@@ -89,7 +91,7 @@ void EngineStartTest::isNotNeededByWhoToldTheEngineSo() {
 
 void EngineStartTest::readsTheSwitchesOnlyWhereTheEngineDoes() {
     if (::geteuid() != 0)
-        QSKIP("Only the administrator has no sandbox for sure");
+        QSKIP("only for root it is certain that the sandbox does not work");
     const QString sandbox = QStringLiteral("--no-sandbox");
     const QString mark = QStringLiteral("--webEngineArgs");
     QCOMPARE(asked({}, false, {sandbox}), 1);

@@ -53,7 +53,8 @@ QString OpenDocumentOutline::run() {
 void OpenDocumentOutline::readStyle() {
     const QString name = attribute("style:name");
     Properties properties;
-    // A heading's named style defines it; only what the text itself adds is of interest.
+    // A heading's look comes from its named style; the outline lists only what the text itself
+    // adds.
     while (_reader.readNextStartElement()) {
         for (const QXmlStreamAttribute &found : _reader.attributes())
             properties.insert(found.qualifiedName().toString(), found.value().toString());

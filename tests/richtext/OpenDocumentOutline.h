@@ -7,11 +7,12 @@
 
 namespace pelorinnews::test {
 
-/// What a word processor understood of a document, as lines that a person can read and a test can
-/// compare: one for each paragraph, picture, table, row and cell, with its style's properties.
+/// The content of a document as a word processor has read it, as lines that a person can read and a
+/// test can compare: one for each paragraph, picture, table, row and cell, with its style's
+/// properties.
 class OpenDocumentOutline {
 public:
-    /// The outline of a flat OpenDocument text; empty if it is none.
+    /// The outline of a flat OpenDocument text; empty if `document` is not well-formed.
     static QString of(const QByteArray &document);
 
 private:

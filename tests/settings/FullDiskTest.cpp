@@ -110,7 +110,7 @@ QStringList FullDiskTest::filesBesideThePreferences() const {
 void FullDiskTest::theRegistryIsWholeOrAsItWas_data() {
     QTest::addColumn<qint64>("room");
     QTest::addColumn<int>("title");
-    // The lock file takes a block in addition to the file.
+    // The lock file takes one block, in addition to those of the registry file.
     constexpr qint64 block = SmallDisk::block;
     QTest::newRow("no room at all") << qint64(0) << 10;
     QTest::newRow("room for the lock") << block << 10;
@@ -295,12 +295,12 @@ void FullDiskTest::whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs() {
     auto defaults = std::make_optional<UserDefaults>(path());
     _disk->leaveRoom(5 * SmallDisk::block);
     host.setValue(QStringLiteral("more"), QString(9000, QLatin1Char('m')));
-    // The host's own object would truncate the file in the next event loop iteration.
+    // Otherwise the host's own QSettings would truncate the file in the next event loop iteration.
     QCoreApplication::removePostedEvents(&host);
     defaults->synchronize();
     QCOMPARE(bytes(), settingsOfTheHost());
 
-    // Creating a file in the folder changes the folder's time.
+    // Set the folder's modification time back, to notice if a file is created in the folder.
     const std::filesystem::path parent = QFileInfo(path()).path().toStdString();
     const auto earlier = std::filesystem::last_write_time(parent) - std::chrono::hours(1);
     std::filesystem::last_write_time(parent, earlier);
@@ -372,8 +372,8 @@ void FullDiskTest::aProcessThatEndsLeavesThePreferencesWhole() {
 void FullDiskTest::aDamagedFileIsRewrittenOnlyWhereItCouldBeCopied() {
     const QByteArray damaged = settingsOfTheHost() + "no equals sign here\n";
     QVERIFY(put(path(), damaged));
-    // There is room for the new file, but not for the copy as well: they are made one after the
-    // other.
+    // There is room for the new file, but not also for the copy of the damaged one: they are made
+    // one after the other.
     _disk->leaveRoom(4 * SmallDisk::block);
     UserDefaults defaults(path());
     defaults.setValue(key, QStringLiteral("new"));

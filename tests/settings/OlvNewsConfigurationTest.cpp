@@ -191,7 +191,7 @@ private Q_SLOTS:
     void anotherInstancesLaterLastViewingIsKept() {
         OlvNewsConfiguration configuration = store();
         configuration.setLastViewing(viewed);
-        // The other process ends first, while this one still knows the earlier file.
+        // The other process ends first; the copy of the file in this process is stale.
         QVERIFY(elsewhere({viewed.addDays(2)}));
         configuration.setLastViewing(viewed.addDays(1));
         QCOMPARE(configuration.lastViewing(), viewed.addDays(2));
@@ -217,7 +217,7 @@ private Q_SLOTS:
     }
 
     void aLockThatIsNoFileKeepsNothingBack() {
-        // Opening a pipe would block until another process writes.
+        // The lock is a pipe: opening it would block until another process writes.
         QVERIFY(QDir().mkpath(QFileInfo(_path).path()));
         QCOMPARE(mkfifo(QFile::encodeName(_path + ".date.lock").constData(), 0600), 0);
         OlvNewsConfiguration configuration = store();

@@ -139,8 +139,9 @@ private Q_SLOTS:
     }
 
 private:
-    /// The value that another process reads back for `value`. Each value has its own file, which is
-    /// renamed once written, because QSettings shares what it has read within a process.
+    /// Writes `value` to a file and reads it as another process would. Each value has its own file,
+    /// which is renamed once written, because QSettings caches what it has read from a path within
+    /// a process.
     QVariant throughFile(const QVariant &value) {
         const QString written = _folder.filePath(QString::number(++_files));
         {

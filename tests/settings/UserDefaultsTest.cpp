@@ -33,7 +33,8 @@ void writeFile(const QString &path, const QByteArray &bytes) {
     QCOMPARE(file.write(bytes), bytes.size());
 }
 
-/// With this argument, a file and a prefix of keys, the program writes these keys one by one.
+/// With this argument, a file and a key prefix, this program writes several keys with that prefix,
+/// one by one.
 const QString writerArgument = QStringLiteral("--writer");
 constexpr int writerRounds = 25;
 
@@ -370,8 +371,9 @@ private Q_SLOTS:
     }
 
     void severalProcessesLoseNothingOfEachOther() {
-        // Under load QSettings itself loses a value between processes, in 1 of 320 runs with its
-        // own writers alone. Without a lock each run would lose some.
+        // Several attempts, because under load QSettings itself loses a value between processes: in
+        // 1 of 320 runs without any writer of the panel. Without our lock every attempt would lose
+        // values.
         QByteArray lost = "none tried";
         for (int attempt = 0; attempt < 3 && !lost.isEmpty(); ++attempt) {
             lost = lostBetweenProcesses();
@@ -475,7 +477,7 @@ private:
     /// Lets several processes write at once, and returns a line that is missing afterwards, or
     /// nothing.
     [[nodiscard]] QByteArray lostBetweenProcesses() const {
-        // Each of them writes through the preferences, or, like a host, through its own QSettings.
+        // Each process writes through the preferences, or, like a host, through its own QSettings.
         writeFile(_path, "[General]\ntheirs=7\n");
         std::vector<std::unique_ptr<QProcess>> writers;
         for (const char *const kind : {"panel1", "panel2", "host1"}) {

@@ -26,8 +26,9 @@ inline qsizetype threadCount(const QByteArray &name) {
     return threads(name).size();
 }
 
-/// Takes the walks of this process out of the idle class, in which they would make hardly any
-/// progress beside the other tests. Only root may do so; for other users the walks take longer.
+/// Takes the walks of this process out of the idle scheduling class, in which they would make
+/// hardly any progress beside the other tests. Only root may do so; for other users the walks take
+/// longer.
 class HurriedWalks : public QObject {
 public:
     HurriedWalks() {

@@ -53,7 +53,7 @@ SmallDisk::SmallDisk(const QString &folder) : _folderPath(folder) {
     _mounted = ::mount("none", QFile::encodeName(folder).constData(), "tmpfs", 0,
                        options.constData()) == 0;
     if (!_mounted)
-        qWarning("no tmpfs at %s: %s", qPrintable(folder), std::strerror(errno));
+        qWarning("cannot mount a tmpfs at %s: %s", qPrintable(folder), std::strerror(errno));
 }
 
 SmallDisk::~SmallDisk() {
@@ -72,7 +72,7 @@ void SmallDisk::leaveRoom(qint64 left) const {
     freeRoom();
     QFile file(ballast());
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
-        qFatal("no ballast");
+        qFatal("cannot create the file that fills the disk");
     const QByteArray filling(block, 'x');
     while (room() > left) {
         if (file.write(filling) != filling.size())

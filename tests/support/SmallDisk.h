@@ -6,8 +6,9 @@
 
 namespace pelorinnews::test {
 
-/// Gives this process mounts of its own; an ordinary user needs a user namespace for that. Call it
-/// first in `main`, while there is one thread. If it is refused, `SmallDisk` says why.
+/// Gives this process its own mount namespace, for ordinary users in a user namespace. Call it
+/// first in `main`, while there is one thread. If the kernel refuses, `SmallDisk::whyNot` returns
+/// the reason.
 void enterOwnMounts();
 
 /// A tmpfs of 64 KB, mounted over a folder of this process during the object's lifetime.

@@ -22,7 +22,8 @@ QByteArray elsewhere(const QString &path) {
     return QFile::encodeName(path + QStringLiteral(".elsewhere"));
 }
 
-/// The test makes a device of its own: a mistake would destroy the computer's `/dev/zero`.
+/// Creates a device like `/dev/zero`, because a defect in the tested code could destroy the
+/// computer's own.
 bool makeZeroDevice(const char *name) {
     constexpr unsigned memoryDevices = 1;
     constexpr unsigned zero = 5;

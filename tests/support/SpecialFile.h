@@ -7,7 +7,8 @@
 
 namespace pelorinnews::test {
 
-/// Something other than a regular file in place of a file of ours, and a watch over it.
+/// A special file, in place of one of the panel's files. Detects whether it is opened, changed or
+/// replaced.
 class SpecialFile {
 public:
     /// The kinds of special file: a pipe, a device, a link to one, and so on.

@@ -18,7 +18,7 @@ public:
         QString whyNot;
         _authority = DevelopmentCertificates::inFolder(_folder.path(), &whyNot);
         if (!_authority)
-            qFatal("no test authority: %s", qPrintable(whyNot));
+            qFatal("cannot create the test authority: %s", qPrintable(whyNot));
         QSslConfiguration trusting = _original;
         trusting.addCaCertificates(_authority->authorityFile(), QSsl::Pem);
         QSslConfiguration::setDefaultConfiguration(trusting);
@@ -35,7 +35,7 @@ public:
         QString whyNot;
         const auto files = _authority->issue(kind, &whyNot);
         if (!files)
-            qFatal("no test certificate: %s", qPrintable(whyNot));
+            qFatal("cannot issue a test certificate: %s", qPrintable(whyNot));
         return *files;
     }
 

@@ -6,7 +6,7 @@ namespace pelorinnews::test {
 
 TestHome::TestHome() {
     if (!_home.isValid())
-        qFatal("no temporary home: %s", qPrintable(_home.errorString()));
+        qFatal("cannot create a temporary home folder: %s", qPrintable(_home.errorString()));
     qputenv("HOME", _home.path().toUtf8());
     const QList<std::pair<const char *, QString>> folders = {
         {"XDG_CONFIG_HOME", QStringLiteral(".config")},

@@ -48,8 +48,8 @@ void makeHome(const QDir &home) {
 
 namespace {
 
-/// A bus that starts no service by itself: neither the user's own index nor services of an index
-/// that has just been stopped.
+/// Writes the configuration of a bus that starts no service by itself, neither the user's own index
+/// nor services of an index that has just been stopped. Returns the file's path.
 QString busConfiguration(const QDir &home) {
     const QString path = home.filePath(QStringLiteral("bus.conf"));
     QFile file(path);
@@ -89,7 +89,7 @@ bool TrackerMiner::start() {
     if (!isInTrackerSession())
         return false;
     // An index process that was stopped while it created its index leaves an index that no other
-    // can open.
+    // process can open.
     QDir(qEnvironmentVariable(insideVariable) + QStringLiteral("/.cache/tracker3"))
         .removeRecursively();
     _process.setStandardErrorFile(QProcess::nullDevice());

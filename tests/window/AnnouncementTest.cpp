@@ -200,7 +200,7 @@ void AnnouncementTest::aClickOnAnyNotificationOpensTheWindow() {
     QVERIFY(delivered().isEmpty());
 }
 
-// Only Wayland's window code looks for the token there.
+// Only Qt's code for Wayland windows reads the token from the environment.
 void AnnouncementTest::offWaylandAClicksTokenStaysOutOfTheEnvironment() {
     class Watcher : public QObject {
     public:
@@ -257,8 +257,8 @@ void AnnouncementTest::exitKeepsTheAnnouncementForOneCopyOnly() {
 
 void AnnouncementTest::exitWithdrawsWhileTheSearchHasNotAnswered() {
     QVERIFY(QDir(_fixture->applications()).mkpath(QStringLiteral("Pelorin.app")));
-    // The main loop starts the search, and it does not run between creation and exit. The refresh
-    // at creation must not announce anything in between.
+    // The search starts in the main loop, which does not run between the controller's creation and
+    // `exit`. The feed is empty, so that the refresh at creation announces nothing.
     _fixture->serve({});
     UserNotification standing;
     standing.userInfo = {

@@ -85,7 +85,7 @@ void DisplayTest::steppingGoesOnFromBeyondAListThatBecameShorter() {
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("5 / 5"));
     controller->newsCache().setCategoriesOfInterest({QStringLiteral("kept")});
     QCOMPARE(controller->newsCache().count(), 3U);
-    // Only the position right after the last item leads back to the first.
+    // Stepping on leads back to the first item only from the position right after the last one.
     controller->onNextItem();
     QCOMPARE(controller->itemIndicator()->text(), QString());
     QTRY_COMPARE(controller->webView()->outerHTML(),
@@ -232,7 +232,7 @@ void DisplayTest::aSecondWindowTakesOverTheOptionsAsTheyAre() {
     QVERIFY(second->optionsButton()->isChecked());
     QVERIFY(!second->displayContentFrom()->isHidden());
 
-    // Also if the options changed between the window's loading and its opening.
+    // The second window is also right if the options change between its loading and its opening.
     first->onOptionsButton();
     QTRY_COMPARE(first->optionsLabel()->text(), WindowFixture::localized("SettingsShowOptions"));
     second->showWindow();
@@ -254,8 +254,7 @@ void DisplayTest::theTriangleOfASecondWindowNeverPointsTheWrongWay() {
                                                   : "SettingsShowOptions"));
         QCOMPARE(pressed->displayContentFrom()->isHidden(), !pressed->optionsButton()->isChecked());
     }
-    // A window reserves no room for an area that it does not show, and enough room for one that it
-    // shows.
+    // A window's minimum height includes the options area exactly if the window shows it.
     second->window()->performClose();
     QTRY_VERIFY(!second->window()->isVisible());
     second->showWindow();
@@ -288,7 +287,7 @@ void DisplayTest::whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone() {
     const int page = controller->webView()->height();
 
     for (int press = 1; press <= presses; ++press) {
-        controller->onOptionsButton();  // ends what the press before has begun
+        controller->onOptionsButton();  // ends the folding of the press before
         const int height = window->height();
         if (begun)
             QTRY_VERIFY(window->height() != height);
@@ -318,7 +317,7 @@ void DisplayTest::whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone() {
             QCOMPARE(control->isHidden(), !open);
     };
     isDone();
-    // Nothing changes afterwards either.
+    // Nothing changes later, either.
     QTest::qWait(300);
     isDone();
     // Restore the state that the next test expects.
@@ -446,7 +445,7 @@ void DisplayTest::drawsItemsThatNameNoFontInTheStandardFont() {
     QTRY_COMPARE(controller->webView()->outerHTML(), items[0].html);
     const auto *browser = controller->webView()->findChild<QTextBrowser *>();
     QVERIFY(browser);
-    // The font that the text is laid out with, whether this computer has that font or a substitute.
+    // The font that the text asks for, whether or not this computer has to substitute it.
     const auto font = [browser](int block) {
         const QTextBlock text = browser->document()->findBlockByNumber(block);
         return text.begin().fragment().charFormat().font().resolve(

@@ -14,7 +14,7 @@ using namespace pelorinnews::test;
 
 namespace {
 
-// Whether a news window was made during this object's lifetime, even if it is gone again.
+// Whether a news window was created during this object's lifetime, even if it is gone again.
 class MadeWindows : public QObject {
 public:
     MadeWindows() { qApp->installEventFilter(this); }
@@ -196,7 +196,8 @@ void ExitTest::newsThatComeAfterExitOpenTheWindowOnlyOfAControllerThatIsHeld() {
     auto controller = _fixture->beginController();
     QVERIFY(service.isAsked());
     const QPointer<OlvNewsWindowController> watched = controller.get();
-    // Another refresh under way keeps the controller alive, but cannot close its window.
+    // The second refresh keeps the controller alive after the first one, so that the test can
+    // examine it. It cannot close the controller's window.
     controller->refreshCache();
     if (exits)
         controller->exit();

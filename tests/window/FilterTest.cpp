@@ -1,4 +1,5 @@
-// What the two menus let through, and what the window shows if nothing passes.
+// The items that the two filter menus let through, and the status that the window shows if none
+// passes.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -82,7 +83,7 @@ void FilterTest::tellsWhyNothingPassesTheFilter_data() {
 void FilterTest::tellsWhyNothingPassesTheFilter() {
     QFETCH(const int, filter);
     QFETCH(const QString, page);
-    // First something is shown and spoken; none of it may remain.
+    // First an item is shown and reported to screen readers; nothing of it may remain.
     _fixture->prefer(QStringLiteral("newsFilter"), 1);
     auto items = WindowFixture::items(2);
     for (FeedItem &item : items)
@@ -142,7 +143,7 @@ void FilterTest::agesCountToTheSecondAndChoicesReplaceEachOther() {
         const qint64 before = QDateTime::currentMSecsSinceEpoch();
         const quint64 count = countAfterChoosing(recent);
         const qint64 after = QDateTime::currentMSecsSinceEpoch();
-        // The choice was applied at some moment in between.
+        // The filter took the current time at some moment between `before` and `after`.
         constexpr qint64 thirtyDays = 2'592'000'000;
         quint64 atLeast = 0;
         quint64 atMost = 0;
@@ -185,7 +186,7 @@ void FilterTest::withoutAChoiceTheStoredOneIsAppliedAgain() {
     items[3].date = items[3].date.addDays(-31);
     const auto controller = _fixture->shown(items);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 3"));
-    // A view that differs from the stored settings, so that applying those again is visible.
+    // Filter by something else than the stored settings, so that applying those again is visible.
     controller->newsCache().setFilterTimeInterval(0);
     controller->onNextItem();
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("2 / 4"));

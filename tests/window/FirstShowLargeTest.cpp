@@ -34,7 +34,8 @@ void FirstShowLargeTest::isLargeEnoughAfterwards_data() {
     const QSize square(800, 800);
     QTest::newRow("both ways") << square << QSize(700, 700) << QSize(320, 320);
     QTest::newRow("in width only") << square << QSize(700, 290) << QSize(320, 320);
-    // 546.4 by 307.2, and 1200.4 by 540.4: a whole pixel less would be too small.
+    // The exact sizes are 546.4 by 307.2, and 1200.4 by 540.4, rounded up: rounded down, a window
+    // would be too small.
     QTest::newRow("neither way on 1366 by 768")
         << QSize(1366, 768) << QSize(400, 270) << QSize(547, 308);
     QTest::newRow("neither way on 3001 by 1351")

@@ -83,7 +83,8 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
     Watcher watcher(*window);
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
-    // 1440 / 2.5 by 900 / 2.5 with the lower-left corner kept, then shorter with the top edge kept.
+    // First enlarged to 1440 / 2.5 by 900 / 2.5 with the lower-left corner kept, then made lower by
+    // folding with the top edge kept.
     const QRect before = watcher.frameAtFirst;
     QCOMPARE(before.size(), QSize(400, 300));
     QTRY_COMPARE(window->frameGeometry(),
@@ -100,12 +101,12 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
     QCOMPARE(controller->optionsLabel()->text(),
              texts.stringForKey(QStringLiteral("SettingsShowOptions")));
 
-    // The last steps of folding are too small to change the window's height.
+    // Wait for the end of the folding: its last steps are too small to change the window's height.
     const auto *area = window->findChild<QWidget *>(QStringLiteral("optionsArea"));
     QVERIFY(area);
     QTRY_VERIFY(area->isHidden());
 
-    // Neither a second opening nor a second controller repeats it.
+    // Neither a second opening nor a second controller enlarges or folds again.
     window->resize(420, 250);
     QTRY_COMPARE(window->size(), QSize(420, 250));
     window->performClose();

@@ -7,7 +7,7 @@ namespace pelorinnews::test {
 
 HeldFeed::HeldFeed() {
     if (!_server.listen(QHostAddress::LocalHost))
-        qFatal("no held feed: %s", qPrintable(_server.errorString()));
+        qFatal("the feed service does not start: %s", qPrintable(_server.errorString()));
 }
 
 QString HeldFeed::address() const {

@@ -93,7 +93,7 @@ void LayoutTest::isNeverSmallerThanDescribed() {
     QTRY_VERIFY(area->isHidden());
     QCOMPARE(window->height(), 230);
 
-    // Texts may be short.
+    // With a short text the layout needs less than the window's minimum width, which stays.
     controller->showOnStart()->setText(QStringLiteral("!"));
     QTRY_VERIFY(window->layout()->totalMinimumSize().width() < 360);
     QTRY_COMPARE(window->minimumWidth(), 360);

@@ -184,7 +184,7 @@ void LifecycleTest::aWindowClosedBeforeItBecameKeyIsClosed() {
     const auto controller = _fixture->makeController();
     controller->showWindow();
     controller->window()->performClose();
-    QTest::qWait(500);  // whatever the window system still had to tell has come
+    QTest::qWait(500);  // late events of the window system have arrived
     QVERIFY(!WindowFixture::isShown());
     controller->refreshCache();
     QVERIFY(_fixture->server().waitForRequests(2));
@@ -212,7 +212,7 @@ void LifecycleTest::regainingTheFocusChangesNothing() {
     QCOMPARE(controller->itemIndicator()->text(), mark);
     QCOMPARE(controller->webView()->outerHTML(), mark);
     QVERIFY(!controller->nextItem()->isEnabled());
-    // It has not gone back to the first item either.
+    // The position has not gone back to the first item, either.
     controller->onNextItem();
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("3 / 5"));
 }
@@ -248,7 +248,7 @@ void LifecycleTest::opensInTheSizeThatItWasClosedIn() {
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     controller->window()->performClose();
     const QSize closed = controller->window()->size();
-    // As a late reply of the desktop to a resize before the closing would.
+    // Simulates a late reply of the desktop to a resize before the closing.
     controller->window()->resize(closed + QSize(0, 40));
     controller->showWindow();
     QCOMPARE(controller->window()->size(), closed);
@@ -263,7 +263,7 @@ void LifecycleTest::opensMaximizedAgain() {
     };
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
-    // The size from an earlier closing must no longer count.
+    // This closing stores a size, which must not count after the next, maximized one.
     reopen();
     const QSize ordinary = controller->window()->size();
     controller->window()->showMaximized();
@@ -305,7 +305,7 @@ void LifecycleTest::aWindowDeletedBySomebodyElseIsMadeAnew() {
 
 void LifecycleTest::deletingTheOpenWindowClosesIt() {
     auto items = WindowFixture::items(5);
-    std::swap(items[0], items[3]);  // so that the first one shown leaves something new
+    std::swap(items[0], items[3]);  // so that a newer item than the first one stays unviewed
     _fixture->serve(items);
     const auto controller = _fixture->makeController();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
@@ -315,7 +315,7 @@ void LifecycleTest::deletingTheOpenWindowClosesIt() {
     QCOMPARE(controller->newsCache().sinceLastViewingCount(), 0);
     QVERIFY(_fixture->server().waitForRequests(2));
     WindowFixture::settle(*controller);
-    // No window is open any more that would make the next refresh wait.
+    // No window is open, so the next refresh does not wait.
     controller->onRefreshTimerFire();
     QVERIFY(_fixture->server().waitForRequests(3));
     WindowFixture::settle(*controller);
@@ -326,7 +326,7 @@ void LifecycleTest::closingDoesNotEndTheHost() {
     const auto controller = _fixture->makeController();
     controller->showWindow();
     QTRY_VERIFY(WindowFixture::isShown());
-    // An application ends with its last window only while its main loop runs.
+    // Closing the last window ends an application only while its main loop runs.
     constexpr int endedByTheTest = 7;
     QTimer::singleShot(0, controller->window(), &QWidget::close);
     QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(endedByTheTest); });

@@ -163,7 +163,7 @@ void OpeningTest::newsOfABackgroundRefreshAppearAtTheNextOpening() {
 
 void OpeningTest::newsThatCameStartAgainAtTheFirstItem() {
     auto items = WindowFixture::items(5);
-    std::swap(items[0], items[4]);  // so that the first one shown leaves something new
+    std::swap(items[0], items[4]);  // so that a newer item than the first one stays unviewed
     _fixture->prefer(QStringLiteral("newsFilter"), 1);
     _fixture->serve(items);
     const auto controller = _fixture->makeController();

@@ -13,7 +13,7 @@ using namespace pelorinnews;
 
 namespace {
 
-// Content, a row of controls, and the area below, in a layout like the news window's.
+// Content, a row of controls and the options area, in a layout like the news window's.
 struct Folding {
     Folding() {
         window.resize(400, 300);
@@ -216,10 +216,10 @@ void OptionsFoldTest::aResizeByHandWhileItRunsLeavesNothingHalfDone() {
     QTRY_VERIFY(folding.window.height() < 300);
     folding.window.resize(520, 420);
     QTRY_COMPARE(folding.finished, 1);
-    // Until the folding ends, it controls the height.
+    // Until the folding ends, it sets the height, so only the width of the resize stays.
     QCOMPARE(folding.window.size(), QSize(520, 262));
     QCOMPARE(folding.area.isVisible(), false);
-    // The constraints are released, and the content fills the window.
+    // After the folding, its size constraints are removed, and the content fills the window.
     QTRY_COMPARE(folding.controls.geometry().bottom() + 1, folding.window.height());
     QCOMPARE(folding.content.maximumHeight(), QWIDGETSIZE_MAX);
     folding.start(true);
@@ -305,7 +305,7 @@ void OptionsFoldTest::aWindowTakenByTheDesktopMeanwhileKeepsItsEdges() {
     const QSize taken = folding.window.size();
     Heights heights(folding.window);
     QTRY_COMPARE(folding.content.height(), taken.height() - (open ? 78 : 40));
-    // Longer than a folding takes.
+    // Wait longer than a folding takes.
     QTest::qWait(300);
     QCOMPARE(heights.all, QList<int>());
     QCOMPARE(folding.window.windowState(), state);
@@ -314,7 +314,8 @@ void OptionsFoldTest::aWindowTakenByTheDesktopMeanwhileKeepsItsEdges() {
     folding.window.setWindowState(Qt::WindowNoState);
     QTRY_COMPARE(folding.window.size(), QSize(400, open ? 300 : 262));
     QTRY_COMPARE(folding.content.height(), 222);
-    // Only once: a height in between that the user chooses later stays.
+    // The height is completed only once: a height between folded and open that the user chooses
+    // later stays.
     folding.window.resize(400, 281);
     QTest::qWait(50);
     QCOMPARE(folding.window.height(), 281);
@@ -388,7 +389,8 @@ void OptionsFoldTest::theContentGetsBackWhatItGaveWhereverTheWindowIsThen() {
     QTRY_COMPARE(folding.content.height(), 222);
     QCOMPARE(folding.window.height(), 262);
 
-    // Folding also takes back at the bottom the height that the window has gained.
+    // If unfolding made the window higher, folding makes it lower again, also at the bottom of the
+    // screen.
     folding.start(true);
     QTRY_COMPARE(folding.window.height(), 300);
     QTRY_COMPARE(folding.finished, 4);
@@ -406,7 +408,7 @@ void OptionsFoldTest::aLowWindowAtTheBottomOfTheScreenStaysAsLowAsItIs() {
     folding.start(true);
     QTRY_COMPARE(folding.content.height(), 42);
     QCOMPARE(folding.window.height(), 120);
-    // Once the window is high enough, it may not become as low again.
+    // Once the window is high enough, its usual minimum height applies again.
     folding.window.resize(400, 170);
     QTRY_COMPARE(folding.window.minimumHeight(), 150);
     folding.start(false);

@@ -14,8 +14,8 @@ using namespace pelorinnews::test;
 
 namespace {
 
-// In a child process: selects which case of the first show to run. A process has only one first
-// show.
+// This environment variable is set in a child process, which runs one case of the first show. A
+// process has only one first show.
 constexpr auto caseVariable = "PELORIN_PLACEMENT";
 
 // Asks the display for other screens, as the desktop's display settings do.
@@ -72,7 +72,7 @@ private Q_SLOTS:
 
 private:
     std::shared_ptr<OlvNewsWindowController> opened();
-    // Waits until the window manager has put a frame around the window.
+    // Moves the window and waits until its frame is at `place`. False on timeout.
     static bool movesTo(OlvNewsWindow *window, QPoint place) {
         window->move(place);
         return QTest::qWaitFor([=] { return window->frameGeometry().topLeft() == place; },
@@ -203,7 +203,8 @@ void PlacementTest::reopensOnAScreenThatIsThere() {
         window->showNormal();
         QTRY_VERIFY(!window->isMaximized());
     }
-    // A maximized window has a smaller frame, and does not report another one before it has it.
+    // The frame of a maximized window is smaller, and for a moment the window still reports that
+    // frame. So only the window without its frame is checked.
     const auto isBack = [&] {
         return maximized ? WindowPlacement::isCovered(window->geometry(), screens())
                          : isSeenWhole(window);
@@ -282,7 +283,7 @@ void PlacementTest::theFirstShowingEndsOnTheScreen_data() {
     QTest::newRow("more than the screen is wide") << german << 3 << 1 << small << centred;
     QTest::newRow("all of twice the size") << english << 1 << 2 << small << centred;
     QTest::newRow("all of twice the size, long texts") << german << 1 << 2 << small << centred;
-    // Enlarged to 576 by 360; the lower left corner stays.
+    // The first show enlarges the window to 576 by 360; its lower left corner stays in place.
     QTest::newRow("beyond the upper edge") << english << 1 << 1 << whole << QPoint(50, 30);
     QTest::newRow("beyond the right edge") << english << 1 << 1 << whole << QPoint(990, 300);
 }
@@ -334,7 +335,7 @@ void PlacementTest::theFirstShowingEndsOnTheScreen() {
     QTRY_VERIFY(isSeenWhole(window));
     waitForAnswers();
     QVERIFY2(isSeenWhole(window), qPrintable(QDebug::toString(window->frameGeometry())));
-    // The controls in it are visible, too.
+    // The window's controls are visible, too.
     QVERIFY(window->rect().contains(controller->nextItem()->geometry().translated(
         controller->nextItem()->parentWidget()->mapTo(window, QPoint()))));
 }

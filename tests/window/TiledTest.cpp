@@ -112,7 +112,8 @@ void TiledTest::init() {
     QVERIFY(_area && _controls);
     _controller->showWindow();
     QTRY_COMPARE(_controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
-    // Beside the other windows, and narrower than a first show would make it.
+    // Tiled beside the other windows, and so not enlarged as an untiled window is on its first
+    // show.
     QTRY_COMPARE(tile(), _thirdOfTheScreen);
     QTRY_VERIFY(isFolded());
     QTRY_VERIFY(isInSight());
@@ -131,7 +132,7 @@ void TiledTest::cleanup() {
 }
 
 void TiledTest::theContentGivesTheRoomAndGetsItBack() {
-    // The first show requests another place and size.
+    // The first show requests another geometry, but the widget must report the one of its tile.
     const QWidget *window = _controller->window();
     QCOMPARE(window->geometry(), window->windowHandle()->geometry());
     const int page = _controller->webView()->height();
@@ -155,7 +156,7 @@ void TiledTest::theContentGivesTheRoomAndGetsItBack() {
 }
 
 void TiledTest::theContentGivesTheRoomInATileLowerThanTheWindowMayBe() {
-    // The tiles are stacked vertically.
+    // Stack the tiles vertically.
     order("layout splitv");
     QTRY_COMPARE(tile(), QSize(1440, 300));
     order("resize set height 240 px");

@@ -82,7 +82,7 @@ void UnactivatedTest::isOpenedOnceItIsOnTheScreen() {
     QTRY_COMPARE(_controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     QVERIFY(!_controller->window()->isActiveWindow());
     QVERIFY(_fixture->services.notificationCenter->deliveredNotifications().isEmpty());
-    // It counts as open in every respect: a refresh waits until it closes.
+    // The window counts as open in every respect: a refresh waits until it closes.
     _controller->refreshCache();
     WindowFixture::settle(*_controller);
     QCOMPARE(_fixture->server().requests().size(), 1U);
@@ -95,7 +95,7 @@ void UnactivatedTest::isOpenedOnceForEachShowing() {
     QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
     _controller->onNextItem();
     Exposures exposures(*_controller->window()->windowHandle());
-    // Covered and uncovered again.
+    // Cover the window, and uncover it again.
     {
         QWidget other;
         other.setGeometry(_controller->window()->geometry());

@@ -91,7 +91,7 @@ std::shared_ptr<OlvNewsWindowController> WindowFixture::beginController(
     const QString &windowNibName) {
     auto controller = OlvNewsWindowController::initWithWindowNibName(windowNibName, services);
     if (!controller)
-        qFatal("no controller");
+        qFatal("the window controller cannot be created");
     return controller;
 }
 
@@ -113,7 +113,7 @@ std::shared_ptr<OlvNewsWindowController> WindowFixture::shown(const QList<FeedIt
     auto controller = makeController();
     controller->showWindow();
     if (!QTest::qWaitForWindowActive(controller->window(), testPatience))
-        qFatal("not shown");
+        qFatal("the window does not become active");
     return controller;
 }
 

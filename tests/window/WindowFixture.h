@@ -29,7 +29,7 @@ public:
     WindowFixture(const WindowFixture &) = delete;
     WindowFixture &operator=(const WindowFixture &) = delete;
 
-    /// What the service answers from now on.
+    /// Sets the feed that the service serves from now on.
     void serve(const QList<FeedItem> &items, const QString &language = QStringLiteral("en"));
 
     /// `count` items a minute apart, the newest first and an hour old.
@@ -52,7 +52,7 @@ public:
     [[nodiscard]] std::shared_ptr<OlvNewsWindowController> beginController(
         const QString &windowNibName = QStringLiteral("OlvNewsWindowController"));
 
-    /// Waits until no download is under way and what it posted has run.
+    /// Waits until no download is under way and the tasks that it has posted have run.
     static void settle(const OlvNewsWindowController &controller);
 
     /// Whether any news window is shown; most tests have one at most.

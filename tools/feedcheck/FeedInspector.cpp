@@ -28,8 +28,7 @@ bool contains(const Names &names, std::string_view name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-/// The name in `names` that `name` equals except for case; empty if there is none, or if they are
-/// identical.
+/// The name in `names` that differs from `name` only by case; empty if there is none.
 template <class Names>
 std::string_view meant(const Names &names, std::string_view name) {
     const QString written = fromUtf8(name);

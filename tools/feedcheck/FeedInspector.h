@@ -30,8 +30,9 @@ struct InspectedItem {
     QString dateText;
 };
 
-/// Walks a feed as the parser does and records what gets lost: everything that is visible in the
-/// document itself. It does not judge the values of the parsed fields; `feedReport` does.
+/// Reads a feed as the panel's parser does and records the content that the panel loses, as far as
+/// the document itself shows it. It does not judge the values of the parsed fields; `feedReport`
+/// does.
 class FeedInspector final : public XmlReaderDelegate {
 public:
     explicit FeedInspector(QStringView text);

@@ -8,7 +8,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// A cache that takes a result that was parsed elsewhere, including dates read in another user's
+/// A cache that takes the result of a parser, whose dates may have been read in another user's
 /// locale.
 class PreviewCache : public OlvNewsCacheFiltered {
 public:

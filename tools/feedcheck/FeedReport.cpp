@@ -12,7 +12,7 @@ namespace {
 
 constexpr qsizetype maxRows = 100;
 
-/// Reports problems of the language that the feed states.
+/// Reports problems with the feed's language element.
 void judgeLanguage(const FeedInspector &inspector, const QString &language,
                    std::vector<Finding> &findings) {
     const qint64 line = inspector.languageLine();
@@ -124,8 +124,8 @@ void judgeOrder(const FeedPreview &preview, const FeedInspector &inspector,
                             .arg(index + 1)});
 }
 
-/// In UTF-8, no byte of a multi-byte character is a line feed, so each line can be checked
-/// separately.
+/// The number of the first line that is not UTF-8, from 1. Each line can be checked separately,
+/// because no byte of a multi-byte UTF-8 character is a line feed.
 qint64 firstLineNotUtf8(const QByteArray &bytes) {
     const QList<QByteArray> lines = bytes.split('\n');
     const auto found = std::find_if(lines.begin(), lines.end(),

@@ -76,7 +76,8 @@ FeedSource fetch(const QString &argument, const QString &language) {
             ? argument
             : FeedDownload::address(argument, language, QStringLiteral("standard"));
     FeedSource source{address, {}, {}};
-    // The completion shares ownership: it may still be inside the call that wakes this thread.
+    // Shared with the completion callback, which may still be inside the call that wakes this
+    // thread.
     const auto fetched = std::make_shared<std::promise<void>>();
     UrlLoader::shared()->sendAsynchronousRequest(
         QUrl(address, QUrl::TolerantMode), OlvNewsCache::requestTimeout, nullptr,

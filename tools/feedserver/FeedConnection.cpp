@@ -40,7 +40,7 @@ QString queryItem(const QByteArray &query, const QString &name) {
     return QUrlQuery(QString::fromUtf8(query)).queryItemValue(name, QUrl::FullyDecoded);
 }
 
-/// "/+OPTIONS/rest" as OPTIONS and "/rest"; an empty first part where there are none.
+/// Splits "/+OPTIONS/rest" into OPTIONS and "/rest"; without options the first part is empty.
 std::pair<QByteArray, QByteArray> splitOptions(const QByteArray &path) {
     if (!path.startsWith("/+"))
         return {{}, path};
@@ -244,7 +244,8 @@ void FeedConnection::sendPiece(const QByteArray &piece) {
     } else if (_reply.chunkError == FeedReply::ChunkError::Malformed && _sent > 0) {
         _socket->write("zz\r\n" + piece + "\r\n");
     } else if (_reply.chunkError == FeedReply::ChunkError::Malformed) {
-        // The first byte alone, so that even a short body has a second chunk.
+        // The first chunk has one byte, so that even a short body has a second chunk, whose size is
+        // malformed.
         _socket->write("1\r\n" + piece.left(1) + "\r\nzz\r\n" + piece.mid(1) + "\r\n");
     } else {
         _socket->write(QByteArray::number(piece.size(), 16) + "\r\n" + piece + "\r\n");

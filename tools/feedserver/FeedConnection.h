@@ -15,7 +15,7 @@ namespace pelorinnews {
 
 class FeedServerState;
 
-/// One connection of the feed server: reads a request's head, answers with the reply set for it,
+/// One connection of the feed server: reads a request, answers with the reply that is set for it,
 /// and deletes itself when the connection has ended. Lives on the server's thread.
 class FeedConnection : public QObject {
 public:

@@ -12,7 +12,8 @@ namespace {
 struct Option {
     const char *name;
     const char *help;
-    /// Applies the value, which is null if none was given; false if it is invalid.
+    /// Applies the option to `reply`. `value` is the text after "="; null if there is none. False
+    /// if it is invalid.
     bool (*apply)(FeedReply &reply, const QString &value);
 };
 

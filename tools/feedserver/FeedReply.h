@@ -28,7 +28,7 @@ struct FeedReply {
         Close,  ///< The connection is closed in an orderly way (FIN, and close_notify on TLS).
         Reset   ///< The connection is reset (RST).
     };
-    /// A few bytes at a time.
+    /// Sends the body a few bytes at a time.
     struct Drip {
         qint64 bytes = 1;
         std::chrono::milliseconds interval{100};
@@ -50,7 +50,7 @@ struct FeedReply {
     bool gzip = false;
 
     Framing framing = Framing::Length;
-    /// Added to the true Content-Length.
+    /// Added to the true Content-Length, so that the header is wrong.
     qint64 lengthError = 0;
     ChunkError chunkError = ChunkError::None;
 
@@ -71,7 +71,7 @@ struct FeedReply {
     /// Redirects to the requested address itself.
     bool redirectLoop = false;
 
-    /// Whether the connection may carry another request.
+    /// Keeps the connection open for further requests.
     bool keepAlive = false;
 
     /// Reads options separated by commas, for example `status=503,delay=200,empty`. Values are

@@ -22,8 +22,8 @@ struct FeedRequest {
         return {};
     }
 
-    /// The text between the first and the last space of the request line; empty unless there are
-    /// two.
+    /// The request target: the text between the first and the last space of the request line; empty
+    /// if the line has fewer than two spaces.
     [[nodiscard]] QByteArray target() const {
         const qsizetype first = requestLine.indexOf(' ');
         const qsizetype last = requestLine.lastIndexOf(' ');

@@ -39,7 +39,7 @@ struct FeedServerOptions {
 class FeedServer {
 public:
     explicit FeedServer(FeedServerOptions options = {});
-    /// Stops.
+    /// Calls `stop`.
     ~FeedServer();
     FeedServer(const FeedServer &) = delete;
     FeedServer &operator=(const FeedServer &) = delete;

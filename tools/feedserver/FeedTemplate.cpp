@@ -28,9 +28,9 @@ qint64 offsetSeconds(const QString &terms) {
     return seconds;
 }
 
-/// The formatter of publication dates in `locale`, with its calendar. The names are those of its
-/// language and script without the region, which every reader of that language knows, in any
-/// region.
+/// A formatter of publication dates with the calendar of `locale`, and with the names of its
+/// language and script. The region does not affect the names, so that readers of the language can
+/// parse them in any region.
 icu::SimpleDateFormat formatter(const QString &locale) {
     const icu::Locale asked =
         icu::Locale::createCanonical(locale.isEmpty() ? "en" : qPrintable(locale));

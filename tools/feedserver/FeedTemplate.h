@@ -16,8 +16,8 @@ public:
     [[nodiscard]] static QByteArray render(const QByteArray &text, const QString &locale,
                                            const QDateTime &now);
 
-    /// `date` in the form of a feed's publication dates, in GMT, in the language and script of
-    /// `locale`.
+    /// `date` in GMT as a `pubDate` of a feed, with the names of weekdays and months in the
+    /// language and script of `locale`.
     [[nodiscard]] static QString publicationDate(const QDateTime &date, const QString &locale);
 };
 

@@ -21,13 +21,14 @@ private:
     struct End {
         int status = -1;
         QByteArray output;
-        QByteArray renderer;  // of each application object, if there are several
+        QByteArray renderer;  // of each application object, comma-separated
         QStringList children;
     };
-    // Runs a host to its end; `surroundings` are environment variables as NAME=VALUE.
+    // Runs a host to its end; `surroundings` are environment variables as NAME=VALUE, or as NAME=
+    // to remove one.
     static End run(const QString &program, const QStringList &options,
                    const QStringList &surroundings = {});
-    // The processes below `parent`, by process ID, as they are now.
+    // The process ids of all current descendants of the process `parent`.
     static QStringList below(qint64 parent);
 };
 
@@ -83,7 +84,7 @@ DecisionTest::End DecisionTest::run(const QString &program, const QStringList &o
         process.waitForFinished(10);
     }
     if (process.state() != QProcess::NotRunning) {
-        process.terminate();  // what it has started ends with it
+        process.terminate();  // its child processes end with it
         if (!process.waitForFinished(testPatience / 10))
             process.kill();
         process.waitForFinished(testPatience);
@@ -133,7 +134,7 @@ void DecisionTest::givesTheRendererThatIsSafe_data() {
         {share, painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
     row("the second application's first window", host,
         {painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
-    // The `prlimit` program sets the limit and becomes the host.
+    // The `prlimit` program sets the limit and then executes the host in its own process.
     const auto limited = [](const char *limit, const QStringList &command) {
         return QStringList{QStringLiteral("--nofile=") + QLatin1String(limit)} + command;
     };

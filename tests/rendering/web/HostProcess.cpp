@@ -44,7 +44,7 @@ bool isPainted(QWidget &view) {
     return !shot.isNull() && shot.toImage().pixel(0, 0) == background;
 }
 
-// The lifetime of one application object; returns the exit status.
+// Runs the host under one application object; returns the exit status.
 int run(int argc, char *argv[], const QStringList &options) {
     const auto has = [&options](const char *name) { return options.contains(QLatin1String(name)); };
     QApplication::setAttribute(Qt::AA_ShareOpenGLContexts, has("--share"));
@@ -56,7 +56,7 @@ int run(int argc, char *argv[], const QStringList &options) {
         scheme.setFlags(QWebEngineUrlScheme::SecureScheme);
         QWebEngineUrlScheme::registerScheme(scheme);
     }
-    // Using the engine a second time would end the process.
+    // Using the engine under a second application object would end the process.
     static bool isUsed = false;
     std::optional<QWebEngineProfile> profile;
     std::optional<QWebEnginePage> page;

@@ -71,7 +71,7 @@ HostilePage HostilePage::read(const QString &folder, const QString &name, Painte
         else if (word == QStringLiteral("keeps-asking"))
             page.keepsAsking = value;
         else
-            qFatal("%s: what is \"%s\"?", qPrintable(name), qPrintable(line));
+            qFatal("%s: unknown line \"%s\"", qPrintable(name), qPrintable(line));
     }
     page.requests.sort();
     page.asks.sort();

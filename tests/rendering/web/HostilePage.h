@@ -24,11 +24,12 @@ enum class Painter;
 ///     hides TEXT         the page's text does not contain TEXT
 ///     never #RRGGBB      nowhere on the screen is that colour
 ///     requests METHOD PATH   the web server gets this request, and none that is not listed
-///     asks N ADDRESS     the policy delegate is asked this, and nothing that is not listed
+///     asks N ADDRESS     the policy delegate is asked about a navigation of type N (a
+///                        `NavigationType`) to ADDRESS, and about none that is not listed
 ///     opens-list         the click opens the drop-down list of a form field
-///     silent             all its sounds and films have loaded, and none is heard
-///     download           the engine gets a file to save, and does not save it
-///     keeps-asking N ADDRESS   the delegate is asked this again and again, and nothing else
+///     silent             all sounds and videos of the page have loaded, and none is heard
+///     download           the engine receives a file to save, and does not save it
+///     keeps-asking N ADDRESS   the delegate is asked the same repeatedly, and nothing else
 struct HostilePage {
     QString html;
     bool click = false;

@@ -69,7 +69,8 @@ bool shows(const QImage &screen, const QColor &color) {
     return false;
 }
 
-// Records what the engine's page does that the screen does not show.
+// Records effects of the engine's page that the screen does not show: sound, downloads and requests
+// for permissions.
 class Doings final : public QObject {
 public:
     explicit Doings(const RendererFixture &fixture) {
@@ -77,7 +78,7 @@ public:
             return;
         const QWebEnginePage *page = fixture.web()->page();
         connect(page, &QWebEnginePage::recentlyAudibleChanged, this, [this] { heard = true; });
-        // Called after the renderer has handled it.
+        // This slot runs after the renderer's own, which has handled the download by then.
         connect(page->profile(), &QWebEngineProfile::downloadRequested, this,
                 [this](const QWebEngineDownloadRequest *download) {
                     ++downloads;
@@ -119,7 +120,8 @@ protected:
     }
 };
 
-// Films without sound may play.
+// Scripts that tell whether all sounds and videos have loaded, and whether none has played with
+// sound. Videos without sound may play.
 const QString soundHasCome = QStringLiteral(
     "(all => all.length > 0 && all.every(each => each.readyState === each.HAVE_ENOUGH_DATA))"
     "([...document.querySelectorAll('audio,video')])");
@@ -164,7 +166,8 @@ void HostileTest::initTestCase_data() {
 }
 
 void HostileTest::initTestCase() {
-    // A camera and a microphone to be refused: without devices, nobody would be asked.
+    // A fake camera and a fake microphone: without devices, the engine would not ask for
+    // permission.
     qputenv("QTWEBENGINE_CHROMIUM_FLAGS", "--use-fake-device-for-media-stream");
     _authority = std::make_unique<TestAuthority>();
     const auto certificate = _authority->issue(DevelopmentCertificates::Kind::SelfSigned);
@@ -185,7 +188,7 @@ void HostileTest::initTestCase() {
     };
     serve();
 
-    // The watch does see a file that is opened.
+    // Check that `FileWatch` sees a file that is opened.
     FileWatch watch(_files.path());
     QFile file(_files.filePath(QStringLiteral("page.html")));
     QVERIFY(file.open(QFile::ReadOnly));
@@ -209,7 +212,7 @@ void HostileTest::writeFiles() const {
     }
 }
 
-// A drawing that shows a picture from the disk.
+// An SVG image that shows an image from the disk.
 QByteArray HostileTest::drawingOfFile() const {
     return "<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' "
            "width='300' height='100'><image xlink:href='" +
@@ -342,13 +345,14 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
     QTRY_COMPARE(_fixture->text(), QStringLiteral("An ordinary page"));
     QTRY_COMPARE(_fixture->pixel(QPoint(480, 280)), QColor(0xff, 0xff, 0xf0));
     QVERIFY(QApplication::activePopupWidget() == nullptr);
-    // After such a page the engine may delay a click for some seconds.
+    // After a page that hangs, the engine may delay a click for some seconds, so the next page gets
+    // a new engine page.
     if (page.hangs)
         _fixture.reset();
 }
 
-// Pages run no code. If one found a way to, a request that would need the user's permission is
-// still refused.
+// Pages run no code. Even if one found a way to, requests that need the user's permission are
+// refused.
 void HostileTest::nobodyGetsAPermission_data() {
     QTest::addColumn<QString>("request");
     QTest::addColumn<QWebEnginePage::Feature>("feature");
@@ -377,7 +381,7 @@ void HostileTest::nobodyGetsAPermission() {
     QFETCH(const QWebEnginePage::Feature, feature);
     QFETCH(const QString, answer);
     if (painter == Painter::Text)
-        QSKIP("knows of no permissions");
+        QSKIP("the text renderer has no permissions");
     _fixture = std::make_unique<RendererFixture>(painter);
     _shownBy = painter;
     _fixture->load(QStringLiteral("<p>Still here"));

@@ -57,7 +57,8 @@ private Q_SLOTS:
 private:
     void show(const QString &html);
     void click(Qt::MouseButton button = Qt::LeftButton, Qt::KeyboardModifiers held = {}) const;
-    // Compares the questions as lines, once as many have arrived and no more follow.
+    // Waits until as many questions as expected have arrived and no more follow, and compares them
+    // as lines.
     void compareQuestions(const QStringList &expected);
 
     std::unique_ptr<RendererFixture> _fixture;
@@ -271,7 +272,7 @@ void LinksTest::areFoundInMapsDrawingsAndFrames() {
     QFETCH(const QString, page);
     QFETCH_GLOBAL(const Painter, painter);
     if (painter == Painter::Text)
-        QSKIP("shows none of these");
+        QSKIP("the text renderer shows none of these");
     _fixture->load(page);
     QTRY_COMPARE(_fixture->pixel(place), linkColor);
     _fixture->questions.clear();
@@ -283,7 +284,7 @@ void LinksTest::areFoundInMapsDrawingsAndFrames() {
 void LinksTest::resolveAgainstTheirPagesBase() {
     QFETCH_GLOBAL(const Painter, painter);
     if (painter == Painter::Text)
-        QSKIP("knows of no base");
+        QSKIP("the text renderer ignores <base>");
     show(QStringLiteral("<base href='http://h/b/' target=_blank>") +
          linkTo(QStringLiteral("a.html")));
     click();

@@ -22,7 +22,7 @@ QString page(const QString &body) {
 
 const QString button = QStringLiteral("<button style='width:300px;height:200px'>Send</button>");
 
-// The address of a picture of one colour.
+// The `data:` URL of an image of one colour.
 QString picture(QSize size, const QColor &color, const QByteArray &format) {
     QImage image(size, QImage::Format_Grayscale8);
     image.fill(color);
@@ -134,7 +134,7 @@ void NavigationTest::tellsWhyAPageLeaves() {
     QFETCH(const QString, request);
     QFETCH(const QString, then);
     if (painter == Painter::Text)
-        QSKIP("goes nowhere");
+        QSKIP("the text renderer does not navigate");
     PageServer server;
     server.setAnswer("/there", {"There"});
     const QString address = server.address();
@@ -152,7 +152,7 @@ void NavigationTest::staysWhereThatIsRefused() {
     QFETCH(const bool, click);
     QFETCH(const QString, question);
     if (painter == Painter::Text)
-        QSKIP("goes nowhere");
+        QSKIP("the text renderer does not navigate");
     PageServer server;
     server.setAnswer("/there", {"There"});
     _fixture->refuses = [](const QString &) { return true; };
@@ -168,7 +168,7 @@ void NavigationTest::staysWhereThatIsRefused() {
 
 void NavigationTest::aRedirectionIsAskedAboutToo() {
     if (!_fixture->web())
-        QSKIP("goes nowhere");
+        QSKIP("the text renderer does not navigate");
     PageServer server;
     const QString address = server.address();
     server.setAnswer("/first", {{}, "text/html", "302 Found", "Location: /second\r\n"});
@@ -191,7 +191,7 @@ void NavigationTest::aRedirectionIsAskedAboutToo() {
 
 void NavigationTest::asksBeforeGoingBackForwardAndAnew() {
     if (!_fixture->web())
-        QSKIP("goes nowhere");
+        QSKIP("the text renderer does not navigate");
     PageServer server;
     const QString address = server.address();
     server.setAnswer("/one", {"<body style='margin:0;background:#c02040'><form action=two>" +
@@ -234,7 +234,7 @@ void NavigationTest::asksBeforeGoingBackForwardAndAnew() {
 
 void NavigationTest::asksBeforeLoadingAnItemAnew() {
     if (!_fixture->web())
-        QSKIP("goes nowhere");
+        QSKIP("the text renderer does not navigate");
     _fixture->load(QStringLiteral("The item"));
     waitFor(QStringLiteral("The item"));
     QSignalSpy loads(_fixture->web()->page(), &QWebEnginePage::loadFinished);
@@ -334,7 +334,7 @@ void NavigationTest::aPageThatNeverRestsMakesWay() {
 
 void NavigationTest::takesNoCookies() {
     if (!_fixture->web())
-        QSKIP("goes nowhere");
+        QSKIP("the text renderer does not navigate");
     PageServer server;
     server.setAnswer("/there", {"There", "text/html", "200 OK", "Set-Cookie: reader=7\r\n"});
     for (int visit = 0; visit < 2; ++visit) {
@@ -366,7 +366,7 @@ void NavigationTest::startsAtTheTop() {
 
 void NavigationTest::aHangingEngineDoesNotHoldUpTheNextPage() {
     if (!_fixture->web())
-        QSKIP("has no engine");
+        QSKIP("the text renderer has no engine");
     _fixture->load(QStringLiteral("The page before"));
     waitFor(QStringLiteral("The page before"));
     const qint64 engine = _fixture->web()->page()->renderProcessPid();
@@ -379,7 +379,7 @@ void NavigationTest::aHangingEngineDoesNotHoldUpTheNextPage() {
 
 void NavigationTest::aDeadEngineDoesNotHoldUpTheNextPage() {
     if (!_fixture->web())
-        QSKIP("has no engine");
+        QSKIP("the text renderer has no engine");
     _fixture->load(QStringLiteral("The page before"));
     waitFor(QStringLiteral("The page before"));
     const qint64 engine = _fixture->web()->page()->renderProcessPid();
@@ -391,7 +391,7 @@ void NavigationTest::aDeadEngineDoesNotHoldUpTheNextPage() {
 
 void NavigationTest::anEngineThatDiesShowsItsPageAnew() {
     if (!_fixture->web())
-        QSKIP("has no engine");
+        QSKIP("the text renderer has no engine");
     const auto kill = [this] {
         const qint64 engine = _fixture->web()->page()->renderProcessPid();
         return engine > 0 && ::kill(static_cast<pid_t>(engine), SIGKILL) == 0;
@@ -405,7 +405,7 @@ void NavigationTest::anEngineThatDiesShowsItsPageAnew() {
     QTRY_VERIFY(_fixture->web()->page()->renderProcessPid() != first);
     waitFor(QStringLiteral("The page"));
 
-    // But not for ever.
+    // An engine that dies again does not load the page again.
     QTest::qWait(1200);
     QSignalSpy ends(_fixture->web()->page(), &QWebEnginePage::renderProcessTerminated);
     QSignalSpy loads(_fixture->web()->page(), &QWebEnginePage::loadStarted);
@@ -419,7 +419,7 @@ void NavigationTest::anEngineThatDiesShowsItsPageAnew() {
 
 void NavigationTest::aClosedWindowsPageRestsAndAMinimisedOnesDoesNot() {
     if (!_fixture->web())
-        QSKIP("has no engine");
+        QSKIP("the text renderer has no engine");
     using State = QWebEnginePage::LifecycleState;
     RendererFixture minimised(Painter::Web);
     const QString html = QStringLiteral("Again<script>document.body.append(' RAN')</script>");

@@ -24,7 +24,7 @@ RendererFixture::RendererFixture(Painter painter) {
     _web = view.findChild<QWebEngineView *>();
     _browser = view.findChild<QTextBrowser *>();
     if ((_web != nullptr) != (painter == Painter::Web) || (_web == nullptr && _browser == nullptr))
-        qFatal("not the renderer that was asked for");
+        qFatal("the view has another renderer than requested");
     view.setWindowTitle(QStringLiteral("Page"));
     view.resize(500, 300);
     view.show();
@@ -57,7 +57,8 @@ void RendererFixture::load(const QString &html) {
 QString RendererFixture::text() const {
     if (_browser)
         return _browser->toPlainText();
-    // A page that is being replaced no longer answers: the next one is asked then.
+    // A page that is being replaced does not answer. After this time the question is repeated, so
+    // that the next page answers it.
     constexpr int answerMilliseconds = 2000;
     auto told = std::make_shared<std::optional<QString>>();
     QElapsedTimer sinceAsked;
@@ -68,7 +69,7 @@ QString RendererFixture::text() const {
         }
         return told->has_value();
     };
-    waitUntil(answered, "the page does not tell its text");
+    waitUntil(answered, "the page does not report its text");
     return told->value();
 }
 

@@ -15,12 +15,12 @@ class QWebEngineView;
 
 namespace pelorinnews::test {
 
-/// Which renderer paints.
+/// The renderer that paints a view.
 enum class Painter { Web, Text };
 
-/// A content view on the screen with the requested renderer. Records what its pages ask the policy
-/// delegate. It answers as the window controller does, unless told to refuse more: it refuses
-/// clicked links and allows everything else.
+/// A content view on the screen with the requested renderer. Records the questions of its pages to
+/// the policy delegate. Like the window controller it refuses clicked links and allows everything
+/// else; `refuses` makes it refuse more.
 class RendererFixture final : public NavigationPolicyDelegate {
 public:
     explicit RendererFixture(Painter painter);
@@ -34,7 +34,8 @@ public:
     };
     QList<Question> questions;
 
-    /// Selects addresses to refuse however they are reached; none at first.
+    /// Returns true for addresses to refuse, whatever the reason of the navigation; at first for
+    /// none.
     std::function<bool(const QString &address)> refuses = [](const QString &) { return false; };
 
     NavigationDecision webViewDecidePolicyForNavigationAction(NavigationType type,
@@ -46,7 +47,7 @@ public:
     /// The text that the page now shows.
     [[nodiscard]] QString text() const;
 
-    /// The colour on the screen, in the view's coordinates.
+    /// The colour on the screen at `place`, in the view's coordinates.
     [[nodiscard]] QColor pixel(QPoint place) const;
 
     /// The whole view as it is on the screen.
