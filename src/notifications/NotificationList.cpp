@@ -98,7 +98,7 @@ void NotificationList::mergeLocked(const RegistryContents &contents) {
             continue;
         const auto known = findItem(entry.notification.identity);
         if (known == _items.end()) {
-            merged.push_back({entry, State::Standing, true, false});
+            merged.push_back({entry, State::Present, true, false});
             continue;
         }
         known->entry.withdrawn = known->entry.withdrawn || entry.withdrawn;
@@ -107,7 +107,7 @@ void NotificationList::mergeLocked(const RegistryContents &contents) {
         _items.erase(known);
     }
     for (Item &item : _items) {
-        if (item.state != State::Standing || !item.saved)
+        if (item.state != State::Present || !item.saved)
             merged.push_back(std::move(item));
     }
     _items = std::move(merged);
@@ -122,9 +122,9 @@ void NotificationList::setServer(const QString &newBus, const QString &newServer
     _server = newServer;
     _erased.clear();
     std::erase_if(_items, [this](const Item &item) {
-        const bool stood = item.state == State::Standing;
-        _fileIsOfAnotherServer = _fileIsOfAnotherServer || stood;
-        return stood || (item.state == State::Sending && item.entry.withdrawn);
+        const bool wasPresent = item.state == State::Present;
+        _fileIsOfAnotherServer = _fileIsOfAnotherServer || wasPresent;
+        return wasPresent || (item.state == State::Sending && item.entry.withdrawn);
     });
     for (Item &item : _items) {
         if (item.state == State::Sending)
@@ -154,7 +154,7 @@ void NotificationList::setSent(const QString &identity, quint32 serverId, const 
     const auto item = findItem(identity);
     if (item == _items.end())
         return;
-    item->state = State::Standing;
+    item->state = State::Present;
     item->entry.serverId = serverId;
     item->entry.sender = sender;
 }
@@ -174,7 +174,7 @@ std::vector<quint32> NotificationList::takeWithdrawn() {
     const std::lock_guard lock(_mutex);
     std::vector<quint32> ids;
     for (Item &item : _items) {
-        if (item.state != State::Standing || !item.entry.withdrawn || item.closing)
+        if (item.state != State::Present || !item.entry.withdrawn || item.closing)
             continue;
         item.closing = true;
         ids.push_back(item.entry.serverId);
@@ -185,7 +185,7 @@ std::vector<quint32> NotificationList::takeWithdrawn() {
 std::optional<RegistryEntry> NotificationList::find(quint32 serverId) const {
     const std::lock_guard lock(_mutex);
     for (const Item &item : _items) {
-        if (item.state == State::Standing && item.entry.serverId == serverId)
+        if (item.state == State::Present && item.entry.serverId == serverId)
             return item.entry;
     }
     return std::nullopt;
@@ -194,7 +194,7 @@ std::optional<RegistryEntry> NotificationList::find(quint32 serverId) const {
 void NotificationList::end(quint32 serverId) {
     const std::lock_guard lock(_mutex);
     const auto item = std::find_if(_items.begin(), _items.end(), [serverId](const Item &candidate) {
-        return candidate.state == State::Standing && candidate.entry.serverId == serverId;
+        return candidate.state == State::Present && candidate.entry.serverId == serverId;
     });
     if (item == _items.end())
         return;
@@ -213,7 +213,7 @@ std::optional<RegistryChange> NotificationList::unsavedChange() const {
     const std::lock_guard lock(_mutex);
     RegistryChange change{_bus, _server, _serial, _erased, {}};
     for (const Item &item : _items) {
-        if (item.state == State::Standing && !item.saved)
+        if (item.state == State::Present && !item.saved)
             change.put.push_back(item.entry);
     }
     if (change.erased.isEmpty() && change.put.empty() && !_fileIsOfAnotherServer)

@@ -82,8 +82,8 @@ public:
     void setSaved(const RegistryChange &change, const RegistryContents &contents);
 
 private:
-    /// `Unasked`: the delegate has not decided yet. `Standing`: present on the server.
-    enum class State { Unasked, Waiting, Sending, Standing };
+    /// `Unasked`: the delegate has not decided yet. `Present`: on the server.
+    enum class State { Unasked, Waiting, Sending, Present };
     struct Item {
         RegistryEntry entry;
         State state = State::Waiting;

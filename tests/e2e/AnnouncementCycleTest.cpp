@@ -91,7 +91,7 @@ void AnnouncementCycleTest::oneAnnouncementStandsAndOpensTheWindow() {
 }
 
 void AnnouncementCycleTest::endingKeepsTheOnlyCopysAnnouncementForTheNextStart() {
-    _desktop->serve({entry(QStringLiteral("Standing"), 60)});
+    _desktop->serve({entry(QStringLiteral("Present"), 60)});
     const QString copy = copyTo({QStringLiteral("one")});
     QVERIFY(!copy.isEmpty());
     _desktop->startHost(copy);
@@ -108,12 +108,12 @@ void AnnouncementCycleTest::endingKeepsTheOnlyCopysAnnouncementForTheNextStart()
     QCOMPARE(Desktop::displayed(), 1);
     QCOMPARE(Desktop::history(), QStringList());
     _desktop->serve({entry(QStringLiteral("Newer"), 30)});
-    QTRY_COMPARE(Desktop::history(), QStringList({QStringLiteral("News from Pelorin|Standing")}));
+    QTRY_COMPARE(Desktop::history(), QStringList({QStringLiteral("News from Pelorin|Present")}));
     QTRY_COMPARE(Desktop::displayed(), 1);
 }
 
 void AnnouncementCycleTest::endingWithdrawsTheAnnouncementWhereThereAreTwoCopies() {
-    _desktop->serve({entry(QStringLiteral("Standing"), 60)});
+    _desktop->serve({entry(QStringLiteral("Present"), 60)});
     const QString copy = copyTo({QStringLiteral("one"), QStringLiteral("two")});
     QVERIFY(!copy.isEmpty());
     _desktop->startHost(copy);
@@ -121,7 +121,7 @@ void AnnouncementCycleTest::endingWithdrawsTheAnnouncementWhereThereAreTwoCopies
     QTRY_VERIFY(hasFoundCopyIn(QStringLiteral("one")) && hasFoundCopyIn(QStringLiteral("two")));
     QVERIFY(_desktop->quitHost());
     QCOMPARE(Desktop::displayed(), 0);
-    QCOMPARE(Desktop::history(), QStringList({QStringLiteral("News from Pelorin|Standing")}));
+    QCOMPARE(Desktop::history(), QStringList({QStringLiteral("News from Pelorin|Present")}));
 }
 
 PELORIN_CORE_TEST_MAIN(AnnouncementCycleTest)

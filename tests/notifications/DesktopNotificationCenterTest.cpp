@@ -81,7 +81,7 @@ private:
     void serve() { _server = std::make_unique<FakeNotificationServer>(_bus->connection()); }
     /// Delivers a notification and waits until it is in the registry. Returns the delivered
     /// notification.
-    UserNotification deliverStanding(NotificationCenter &center, const QString &title) const;
+    UserNotification deliverAndWait(NotificationCenter &center, const QString &title) const;
     [[nodiscard]] std::vector<RegistryEntry> registered() const;
 
     std::unique_ptr<QTemporaryDir> _home;
@@ -108,8 +108,8 @@ std::vector<RegistryEntry> DesktopNotificationCenterTest::registered() const {
     return registeredIn(stateFolder());
 }
 
-UserNotification DesktopNotificationCenterTest::deliverStanding(NotificationCenter &center,
-                                                                const QString &title) const {
+UserNotification DesktopNotificationCenterTest::deliverAndWait(NotificationCenter &center,
+                                                               const QString &title) const {
     center.deliverNotification(notification(title));
     const auto isRegistered = [&] {
         const auto entries = registered();
@@ -241,7 +241,7 @@ void DesktopNotificationCenterTest::sendsTextsThatTheBusCanCarry() {
 void DesktopNotificationCenterTest::givesEachDeliveryAnIdentityOfItsOwn() {
     serve();
     const auto center = newCenter();
-    const UserNotification first = deliverStanding(*center, QStringLiteral("same"));
+    const UserNotification first = deliverAndWait(*center, QStringLiteral("same"));
     center->deliverNotification(first);
     const auto list = center->deliveredNotifications();
     QCOMPARE(list.size(), 2);
@@ -303,7 +303,7 @@ void DesktopNotificationCenterTest::forgetsOneThatTheServerRefuses() {
     center->deliverNotification(notification(QStringLiteral("refused")));
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
     _server->refuses = false;
-    deliverStanding(*center, QStringLiteral("next"));
+    deliverAndWait(*center, QStringLiteral("next"));
     QCOMPARE(_server->deliveries.size(), 2U);
 }
 
@@ -322,11 +322,11 @@ void DesktopNotificationCenterTest::keepsOneThatExpired() {
     QFETCH(bool, kept);
     serve();
     const auto center = newCenter();
-    deliverStanding(*center, QStringLiteral("one"));
+    deliverAndWait(*center, QStringLiteral("one"));
     _server->emitSignal(QStringLiteral("NotificationClosed"), {1U, reason});
     // A second notification, which is certain to be removed, shows that the first signal has
     // arrived.
-    deliverStanding(*center, QStringLiteral("two"));
+    deliverAndWait(*center, QStringLiteral("two"));
     _server->emitSignal(QStringLiteral("NotificationClosed"), {2U, 2U});
     QTRY_VERIFY(!titles(*center).contains(QStringLiteral("two")));
     QCOMPARE(titles(*center).contains(QStringLiteral("one")), kept);
@@ -347,7 +347,7 @@ void DesktopNotificationCenterTest::endsOneThatWasClosedBeforeItsNumberCame() {
 void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotifications() {
     serve();
     const auto center = newCenter();
-    deliverStanding(*center, QStringLiteral("ours"));
+    deliverAndWait(*center, QStringLiteral("ours"));
     // Wait: a file that has just changed may change again within the same timestamp tick, and so is
     // read each time.
     QTest::qWait(2100);
@@ -387,7 +387,7 @@ void DesktopNotificationCenterTest::ignoresSignalsOfOtherProgramsNotifications()
     const auto center = newCenter();
     const auto delegate = std::make_shared<RecordingDelegate>();
     center->setDelegate(delegate);
-    deliverStanding(*center, QStringLiteral("ours"));
+    deliverAndWait(*center, QStringLiteral("ours"));
     _server->emitSignal(QStringLiteral("ActionInvoked"), {99U, QStringLiteral("default")});
     _server->emitSignal(QStringLiteral("NotificationClosed"), {99U, 2U});
     _server->emitSignal(QStringLiteral("NotificationClosed"), {QStringLiteral("1"), 2U});
@@ -401,7 +401,7 @@ void DesktopNotificationCenterTest::ignoresSignalsOfOtherProgramsNotifications()
 void DesktopNotificationCenterTest::ignoresSignalsOfOthersThanTheServer() {
     serve();
     const auto center = newCenter();
-    deliverStanding(*center, QStringLiteral("ours"));
+    deliverAndWait(*center, QStringLiteral("ours"));
     const QString name = QStringLiteral("impostor");
     {
         QDBusConnection other = QDBusConnection::connectToBus(_bus->address(), name);
@@ -412,7 +412,7 @@ void DesktopNotificationCenterTest::ignoresSignalsOfOthersThanTheServer() {
         QVERIFY(other.send(signal));
     }
     QDBusConnection::disconnectFromBus(name);
-    deliverStanding(*center, QStringLiteral("second"));
+    deliverAndWait(*center, QStringLiteral("second"));
     QCOMPARE(titles(*center), (QStringList{QStringLiteral("ours"), QStringLiteral("second")}));
 }
 
@@ -421,7 +421,7 @@ void DesktopNotificationCenterTest::endsOneThatWasClickedAndTellsTheDelegate() {
     const auto center = newCenter();
     const auto delegate = std::make_shared<RecordingDelegate>();
     center->setDelegate(delegate);
-    const UserNotification delivered = deliverStanding(*center, QStringLiteral("one"));
+    const UserNotification delivered = deliverAndWait(*center, QStringLiteral("one"));
     _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_COMPARE(delegate->activated.size(), 1);
     QVERIFY(!delegate->wasOffMainThread);
@@ -433,7 +433,7 @@ void DesktopNotificationCenterTest::endsOneThatWasClickedAndTellsTheDelegate() {
     // The server's signal that the notification is closed, and a second click, are ignored.
     _server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
     _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
-    deliverStanding(*center, QStringLiteral("two"));
+    deliverAndWait(*center, QStringLiteral("two"));
     QCoreApplication::processEvents();
     QCOMPARE(delegate->activated.size(), 1);
 }
@@ -443,8 +443,8 @@ void DesktopNotificationCenterTest::handsOverTheActivationToken() {
     const auto center = newCenter();
     const auto delegate = std::make_shared<RecordingDelegate>();
     center->setDelegate(delegate);
-    deliverStanding(*center, QStringLiteral("one"));
-    deliverStanding(*center, QStringLiteral("two"));
+    deliverAndWait(*center, QStringLiteral("one"));
+    deliverAndWait(*center, QStringLiteral("two"));
     _server->emitSignal(QStringLiteral("ActivationToken"), {2U, QStringLiteral("token-2")});
     _server->emitSignal(QStringLiteral("ActionInvoked"), {2U, QStringLiteral("default")});
     _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
@@ -482,7 +482,7 @@ void DesktopNotificationCenterTest::dropsWhatTheDelegateDoesNotWantPresented() {
     center->deliverNotification(notification(QStringLiteral("unwanted")));
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
     delegate->presents = true;
-    deliverStanding(*center, QStringLiteral("wanted"));
+    deliverAndWait(*center, QStringLiteral("wanted"));
     QCOMPARE(_server->deliveries.size(), 1U);
     QCOMPARE(_server->deliveries[0].summary, QStringLiteral("wanted"));
 }
@@ -574,14 +574,14 @@ void DesktopNotificationCenterTest::dropsTheListWhenTheServerIsReplaced() {
     auto old = std::make_unique<FakeNotificationServer>(
         QDBusConnection::connectToBus(_bus->address(), name));
     const auto center = newCenter();
-    deliverStanding(*center, QStringLiteral("old"));
+    deliverAndWait(*center, QStringLiteral("old"));
     old.reset();
     QDBusConnection::disconnectFromBus(name);
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
     QTRY_VERIFY(registered().empty());
 
     serve();
-    deliverStanding(*center, QStringLiteral("new"));
+    deliverAndWait(*center, QStringLiteral("new"));
     QCOMPARE(titles(*center), QStringList{QStringLiteral("new")});
     QCOMPARE(_server->deliveries.size(), 1U);
 }
@@ -601,7 +601,7 @@ void DesktopNotificationCenterTest::dropsTheListWithoutARegistryToo() {
 
 void DesktopNotificationCenterTest::dropsTheRegistryOfAnotherBus() {
     serve();
-    deliverStanding(*newCenter(), QStringLiteral("old"));
+    deliverAndWait(*newCenter(), QStringLiteral("old"));
     _server.reset();
     _bus = std::make_unique<PrivateBus>();
     serve();
@@ -617,7 +617,7 @@ void DesktopNotificationCenterTest::dropsTheRegistryOfAnotherBus() {
 void DesktopNotificationCenterTest::survivesTheLossOfTheBus() {
     serve();
     const auto center = newCenter();
-    deliverStanding(*center, QStringLiteral("one"));
+    deliverAndWait(*center, QStringLiteral("one"));
     _server.reset();
     _bus->stop();
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
@@ -654,7 +654,7 @@ void DesktopNotificationCenterTest::worksWithoutAStateFolder() {
 void DesktopNotificationCenterTest::savesWhenTheRegistryIsFreeAgain() {
     serve();
     const auto center = newCenter();
-    deliverStanding(*center, QStringLiteral("one"));
+    deliverAndWait(*center, QStringLiteral("one"));
     QLockFile lock(NotificationRegistry(stateFolder()).path() + QStringLiteral(".lock"));
     QVERIFY(lock.lock());
     center->deliverNotification(notification(QStringLiteral("two")));
@@ -671,7 +671,7 @@ void DesktopNotificationCenterTest::savesWhenTheRegistryIsFreeAgain() {
 
 void DesktopNotificationCenterTest::survivesACorruptRegistry() {
     serve();
-    deliverStanding(*newCenter(), QStringLiteral("old"));
+    deliverAndWait(*newCenter(), QStringLiteral("old"));
     QFile file(NotificationRegistry(stateFolder()).path());
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("{\"version\": 1, ");
@@ -710,7 +710,7 @@ void DesktopNotificationCenterTest::knowsAtOnceWhatAnEarlierRunDelivered() {
 
 void DesktopNotificationCenterTest::finishesAWithdrawalOfAnEarlierRun() {
     serve();
-    deliverStanding(*newCenter(), QStringLiteral("earlier"));
+    deliverAndWait(*newCenter(), QStringLiteral("earlier"));
     const NotificationRegistry registry(stateFolder());
     RegistryChange change;
     const auto contents = registry.read();
@@ -728,7 +728,7 @@ void DesktopNotificationCenterTest::finishesAWithdrawalOfAnEarlierRun() {
 
 void DesktopNotificationCenterTest::actsOnAnEarlierRunsClickOnceTheRegistryIsFree() {
     serve();
-    deliverStanding(*newCenter(), QStringLiteral("earlier"));
+    deliverAndWait(*newCenter(), QStringLiteral("earlier"));
     const auto center = newCenter();
     const auto delegate = std::make_shared<RecordingDelegate>();
     center->setDelegate(delegate);
@@ -755,9 +755,9 @@ void DesktopNotificationCenterTest::leavesAClickToTheProcessThatDelivered() {
     const auto secondDelegate = std::make_shared<RecordingDelegate>();
     first->setDelegate(firstDelegate);
     second->setDelegate(secondDelegate);
-    deliverStanding(*first, QStringLiteral("of the first"));
+    deliverAndWait(*first, QStringLiteral("of the first"));
     QCOMPARE(titles(*second), QStringList{QStringLiteral("of the first")});
-    deliverStanding(*second, QStringLiteral("of the second"));
+    deliverAndWait(*second, QStringLiteral("of the second"));
     QCOMPARE(titles(*first).size(), 2);
 
     _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
@@ -775,7 +775,7 @@ void DesktopNotificationCenterTest::leavesAClickToTheProcessThatDelivered() {
 
 void DesktopNotificationCenterTest::neverBlocksOnAHungBus() {
     serve();
-    deliverStanding(*newCenter(), QStringLiteral("earlier"));
+    deliverAndWait(*newCenter(), QStringLiteral("earlier"));
     ::kill(static_cast<pid_t>(_bus->processId()), SIGSTOP);
 
     QElapsedTimer timer;
@@ -825,7 +825,7 @@ void DesktopNotificationCenterTest::worksFromManyThreadsAtOnce() {
 void DesktopNotificationCenterTest::goesNowhereAfterTheShutDown() {
     serve();
     const auto center = newCenter();
-    const UserNotification delivered = deliverStanding(*center, QStringLiteral("one"));
+    const UserNotification delivered = deliverAndWait(*center, QStringLiteral("one"));
     center->shutDown();
     QVERIFY(!center->isActive());
     center->deliverNotification(notification(QStringLiteral("two")));

@@ -111,7 +111,7 @@ void NotificationProcessesTest::theProcessThatDeliveredActsOnAClick() {
 
 void NotificationProcessesTest::oneOfTheOthersActsOnAClickWhereTheDeliveringProcessDied() {
     Process deliverer = start();
-    static_cast<void>(deliver(*deliverer, QStringLiteral("standing")));
+    static_cast<void>(deliver(*deliverer, QStringLiteral("present")));
     const Process first = startListening();
     const Process second = startListening();
     // Several times, since the two processes race.

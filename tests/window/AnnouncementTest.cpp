@@ -62,18 +62,18 @@ void AnnouncementTest::announcesTheLatestItemOfABackgroundRefresh() {
     _fixture->serve(items);
     const auto controller = _fixture->makeController();
     QCOMPARE(delivered().size(), 1);
-    const UserNotification standing = delivered().value(0);
-    QCOMPARE(standing.informativeText, QStringLiteral("Title 1"));
+    const UserNotification announced = delivered().value(0);
+    QCOMPARE(announced.informativeText, QStringLiteral("Title 1"));
     OlvLocalization texts;
     texts.setBundle(QStringLiteral(PELORIN_APP_DIR "/share/pelorin-news"));
     texts.setTable(QStringLiteral("Localizable"));
-    QCOMPARE(standing.title, texts.stringForKey(QStringLiteral("NotificationCenterTitle")));
-    QVERIFY(standing.title != QStringLiteral("NotificationCenterTitle"));
-    QCOMPARE(standing.soundName, UserNotification::defaultSoundName());
-    QCOMPARE(standing.userInfo.size(), 2);
-    QCOMPARE(standing.userInfo.value(QStringLiteral("originatorName")).toString(),
+    QCOMPARE(announced.title, texts.stringForKey(QStringLiteral("NotificationCenterTitle")));
+    QVERIFY(announced.title != QStringLiteral("NotificationCenterTitle"));
+    QCOMPARE(announced.soundName, UserNotification::defaultSoundName());
+    QCOMPARE(announced.userInfo.size(), 2);
+    QCOMPARE(announced.userInfo.value(QStringLiteral("originatorName")).toString(),
              QStringLiteral("com.Olvane.PelorinNews.originator"));
-    QCOMPARE(standing.userInfo.value(QStringLiteral("originationDate")).toDateTime(),
+    QCOMPARE(announced.userInfo.value(QStringLiteral("originationDate")).toDateTime(),
              controller->newsCache().peekAtLatestItem()->date());
     QCOMPARE(controller->notificationDate(), controller->newsCache().peekAtLatestItem()->date());
 }
@@ -260,11 +260,11 @@ void AnnouncementTest::exitWithdrawsWhileTheSearchHasNotAnswered() {
     // The search starts in the main loop, which does not run between the controller's creation and
     // `exit`. The feed is empty, so that the refresh at creation announces nothing.
     _fixture->serve({});
-    UserNotification standing;
-    standing.userInfo = {
+    UserNotification announced;
+    announced.userInfo = {
         {QStringLiteral("originatorName"), QStringLiteral("com.Olvane.PelorinNews.originator")},
         {QStringLiteral("originationDate"), QDateTime::currentDateTimeUtc()}};
-    _fixture->services.notificationCenter->deliverNotification(standing);
+    _fixture->services.notificationCenter->deliverNotification(announced);
     const auto controller = _fixture->beginController();
     controller->exit();
     QVERIFY(delivered().isEmpty());
