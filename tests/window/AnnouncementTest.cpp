@@ -3,7 +3,7 @@
 #include "HeldFeed.h"
 #include "RecordingLogger.h"
 #include "TestMain.h"
-#include "WindowFixture.h"
+#include "WindowTest.h"
 #include "platform/OlvLocalization.h"
 
 #include <QApplication>
@@ -12,13 +12,10 @@
 using namespace pelorinnews;
 using namespace pelorinnews::test;
 
-class AnnouncementTest : public QObject {
+class AnnouncementTest : public WindowTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup() { _fixture.reset(); }
-
     void announcesTheLatestItemOfABackgroundRefresh();
     void announcesNothingThatWasViewed();
     void announcesNothingInAnotherLanguage();
@@ -47,14 +44,11 @@ private:
         _fixture->services.notificationCenter->deliverNotification(notification);
     }
 
-    std::unique_ptr<WindowFixture> _fixture;
+    void prepare() override {
+        _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+        _fixture->serve(WindowFixture::items(3));
+    }
 };
-
-void AnnouncementTest::init() {
-    _fixture = std::make_unique<WindowFixture>();
-    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    _fixture->serve(WindowFixture::items(3));
-}
 
 void AnnouncementTest::announcesTheLatestItemOfABackgroundRefresh() {
     auto items = WindowFixture::items(3);

@@ -1,7 +1,7 @@
 // What the window shows, and stepping through the items.
 
 #include "TestMain.h"
-#include "WindowFixture.h"
+#include "WindowTest.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -24,16 +24,10 @@ QString spoken(const OlvNewsWindowController &controller) {
 
 }  // namespace
 
-class DisplayTest : public QObject {
+class DisplayTest : public WindowTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() {
-        _fixture = std::make_unique<WindowFixture>();
-        _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    }
-    void cleanup() { _fixture.reset(); }
-
     void wrapsAroundATwelveItemList();
     void steppingGoesOnFromBeyondAListThatBecameShorter();
     void twoItemsLeadToEachOther();
@@ -58,7 +52,7 @@ private Q_SLOTS:
     void drawsItemsThatNameNoFontInTheStandardFont();
 
 private:
-    std::unique_ptr<WindowFixture> _fixture;
+    void prepare() override { _fixture->prefer(QStringLiteral("newsShowOnStart"), false); }
 };
 
 void DisplayTest::wrapsAroundATwelveItemList() {

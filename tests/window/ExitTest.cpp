@@ -2,7 +2,7 @@
 
 #include "HeldFeed.h"
 #include "TestMain.h"
-#include "WindowFixture.h"
+#include "WindowTest.h"
 
 #include <QApplication>
 #include <QFile>
@@ -28,16 +28,10 @@ public:
 
 }  // namespace
 
-class ExitTest : public QObject {
+class ExitTest : public WindowTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() {
-        _fixture = std::make_unique<WindowFixture>();
-        _fixture->serve(WindowFixture::items(5));
-    }
-    void cleanup() { _fixture.reset(); }
-
     void exitClosesTheWindowAndStartsTheOwedRefresh();
     void exitClosesAWindowThatHasNotBecomeKeyYet();
     void exitStoresTheLastViewing();
@@ -62,7 +56,7 @@ private:
         return OlvNewsConfiguration().lastViewing().toSecsSinceEpoch();
     }
 
-    std::unique_ptr<WindowFixture> _fixture;
+    void prepare() override { _fixture->serve(WindowFixture::items(5)); }
 };
 
 void ExitTest::exitClosesTheWindowAndStartsTheOwedRefresh() {

@@ -2,23 +2,17 @@
 // passes.
 
 #include "TestMain.h"
-#include "WindowFixture.h"
+#include "WindowTest.h"
 
 #include <QApplication>
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
 
-class FilterTest : public QObject {
+class FilterTest : public WindowTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() {
-        _fixture = std::make_unique<WindowFixture>();
-        _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
-    }
-    void cleanup() { _fixture.reset(); }
-
     void bothWordsAreAskedForAndCriticalIsAThird_data();
     void bothWordsAreAskedForAndCriticalIsAThird();
     void tellsWhyNothingPassesTheFilter_data();
@@ -30,7 +24,7 @@ private Q_SLOTS:
     void withoutAChoiceTheStoredOneIsAppliedAgain();
 
 private:
-    std::unique_ptr<WindowFixture> _fixture;
+    void prepare() override { _fixture->prefer(QStringLiteral("newsShowOnStart"), false); }
 };
 
 void FilterTest::bothWordsAreAskedForAndCriticalIsAThird_data() {

@@ -2,7 +2,7 @@
 // order.
 
 #include "TestMain.h"
-#include "WindowFixture.h"
+#include "WindowTest.h"
 
 #include <QApplication>
 #include <QLayout>
@@ -23,12 +23,10 @@ Qt::ArrowType arrow(const QAbstractButton *button) {
 
 }  // namespace
 
-class LayoutTest : public QObject {
+class LayoutTest : public WindowTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { _fixture = std::make_unique<WindowFixture>(); }
-    void cleanup() { _fixture.reset(); }
     void arrowsFollowTheReadingDirection();
     void theTrianglePointsAtWhatItOpens();
     void isNeverSmallerThanDescribed();
@@ -38,9 +36,6 @@ private Q_SLOTS:
     void aLargeFontLeavesRoomForThePosition();
     void theKeyboardGoesWhereTheEyeGoes();
     void labelsLeadToTheirControls();
-
-private:
-    std::unique_ptr<WindowFixture> _fixture;
 };
 
 void LayoutTest::arrowsFollowTheReadingDirection() {

@@ -2,7 +2,7 @@
 
 #include "RecordingLogger.h"
 #include "TestMain.h"
-#include "WindowFixture.h"
+#include "WindowTest.h"
 
 #include <QApplication>
 #include <QDir>
@@ -48,16 +48,10 @@ QList<Alarm> alarms() {
 
 }  // namespace
 
-class LifecycleTest : public QObject {
+class LifecycleTest : public WindowTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() {
-        _fixture = std::make_unique<WindowFixture>();
-        _fixture->serve(WindowFixture::items(5));
-    }
-    void cleanup() { _fixture.reset(); }
-
     void makesNoWindowAtCreation();
     void refreshesAtTheStoredInterval_data();
     void refreshesAtTheStoredInterval();
@@ -79,7 +73,7 @@ private Q_SLOTS:
     void staysUsableWithoutAWindowDescription();
 
 private:
-    std::unique_ptr<WindowFixture> _fixture;
+    void prepare() override { _fixture->serve(WindowFixture::items(5)); }
 };
 
 void LifecycleTest::makesNoWindowAtCreation() {

@@ -2,7 +2,7 @@
 
 #include "HeldFeed.h"
 #include "TestMain.h"
-#include "WindowFixture.h"
+#include "WindowTest.h"
 
 #include <QApplication>
 #include <QFile>
@@ -10,16 +10,10 @@
 using namespace pelorinnews;
 using namespace pelorinnews::test;
 
-class OpeningTest : public QObject {
+class OpeningTest : public WindowTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() {
-        _fixture = std::make_unique<WindowFixture>();
-        _fixture->serve(WindowFixture::items(5));
-    }
-    void cleanup() { _fixture.reset(); }
-
     void opensWhenThereAreNewItemsInTheUsersLanguage();
     void staysClosedWhenTheFeedIsInAnotherLanguage();
     void aLanguageInOtherLettersIsAnotherLanguage();
@@ -42,7 +36,7 @@ private:
         return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
     }
 
-    std::unique_ptr<WindowFixture> _fixture;
+    void prepare() override { _fixture->serve(WindowFixture::items(5)); }
 };
 
 void OpeningTest::opensWhenThereAreNewItemsInTheUsersLanguage() {
