@@ -94,7 +94,7 @@ void OlvPelorinFinderTest::isPendingUntilTheSearchHasAnswered() {
     QCOMPARE(static_cast<int>(finder->result()), 1);
     QElapsedTimer clock;
     clock.start();
-    while (gathered == 0 && clock.elapsed() < 20000) {
+    while (gathered == 0 && clock.elapsed() < testPatience) {
         QCOMPARE(finder->result(), OlvFinderResultPending);
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
     }

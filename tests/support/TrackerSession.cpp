@@ -1,5 +1,7 @@
 #include "TrackerSession.h"
 
+#include "Patience.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -100,7 +102,7 @@ bool TrackerMiner::start() {
         return false;
     QElapsedTimer clock;
     clock.start();
-    while (clock.elapsed() < 20000) {
+    while (clock.elapsed() < testPatience) {
         auto question = QDBusMessage::createMethodCall(
             QStringLiteral("org.freedesktop.Tracker3.Miner.Files"),
             QStringLiteral("/org/freedesktop/Tracker3/Miner/Files"),
