@@ -50,7 +50,11 @@ QUrl ItemSchemeHandler::newAddress() {
 
 void ItemSchemeHandler::requestStarted(QWebEngineUrlRequestJob *job) {
     if (job->requestUrl() != _address) {
-        job->fail(QWebEngineUrlRequestJob::UrlNotFound);
+        // A page that reloads itself may ask for itself once more after the next item was shown.
+        // An aborted request leaves that item on the screen, an error page would replace it.
+        const bool isEarlierItem = job->requestUrl().query().startsWith(QLatin1String(schemeName));
+        job->fail(isEarlierItem ? QWebEngineUrlRequestJob::RequestAborted
+                                : QWebEngineUrlRequestJob::UrlNotFound);
         return;
     }
     auto *body = new QBuffer(job);

@@ -56,6 +56,7 @@ private Q_SLOTS:
     void theLastOfManyLoadsWins();
     void aPageFollowsOneThatLeft();
     void aPageThatNeverRestsMakesWay();
+    void aLateRequestForAnEarlierItemChangesNothing();
     void takesNoCookies();
     void startsAtTheTop();
     void aHangingEngineDoesNotHoldUpTheNextPage();
@@ -330,6 +331,21 @@ void NavigationTest::aPageThatNeverRestsMakesWay() {
         _fixture->load(QStringLiteral("The next item %1").arg(each));
         waitFor(QStringLiteral("The next item %1").arg(each));
     }
+}
+
+void NavigationTest::aLateRequestForAnEarlierItemChangesNothing() {
+    if (!_fixture->web())
+        QSKIP("the text renderer does not navigate");
+    _fixture->load(QStringLiteral("The earlier item"));
+    waitFor(QStringLiteral("The earlier item"));
+    QWebEnginePage *page = _fixture->web()->page();
+    const QUrl earlier = page->url();
+    _fixture->load(QStringLiteral("The item"));
+    waitFor(QStringLiteral("The item"));
+    QSignalSpy loads(page, &QWebEnginePage::loadFinished);
+    page->load(earlier);
+    QTRY_COMPARE(loads.size(), 1);
+    QCOMPARE(_fixture->text(), QStringLiteral("The item"));
 }
 
 void NavigationTest::takesNoCookies() {
