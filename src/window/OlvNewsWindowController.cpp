@@ -213,8 +213,7 @@ bool OlvNewsWindowController::eventFilter(QObject *watched, QEvent *event) {
                 break;
         }
     }
-    if (self && _loadedWindow && event->type() == QEvent::Expose &&
-        watched == _loadedWindow->windowHandle() && !_windowIsVisible && isOnScreen())
+    if (self && event->type() == QEvent::Expose && !_windowIsVisible && isOnScreen())
         _exposeTimer.start(static_cast<int>(exposedTimeout.count()), this);
     return QObject::eventFilter(watched, event);
 }

@@ -65,6 +65,7 @@ private Q_SLOTS:
     void savesWhenTheRegistryIsFreeAgain();
     void survivesACorruptRegistry();
     void knowsAtOnceWhatAnEarlierRunDelivered();
+    void savesAWithdrawalThatTheServerHasNotConfirmed();
     void finishesAWithdrawalOfAnEarlierRun();
     void actsOnAnEarlierRunsClickOnceTheRegistryIsFree();
     void leavesAClickToTheProcessThatDelivered();
@@ -705,6 +706,24 @@ void DesktopNotificationCenterTest::knowsAtOnceWhatAnEarlierRunDelivered() {
     _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_COMPARE(delegate->activated.size(), 1);
     QCOMPARE(delegate->activated[0].title, QStringLiteral("earlier"));
+    QTRY_VERIFY(registered().empty());
+}
+
+void DesktopNotificationCenterTest::savesAWithdrawalThatTheServerHasNotConfirmed() {
+    serve();
+    const auto center = newCenter();
+    const UserNotification delivered = deliverAndWait(*center, QStringLiteral("one"));
+    ::kill(static_cast<pid_t>(_bus->processId()), SIGSTOP);
+    center->removeDeliveredNotification(delivered);
+    const bool isSaved = QTest::qWaitFor(
+        [this] {
+            const auto entries = registered();
+            return entries.size() == 1 && entries[0].withdrawn;
+        },
+        testPatience);
+    ::kill(static_cast<pid_t>(_bus->processId()), SIGCONT);
+    QVERIFY(isSaved);
+    QTRY_COMPARE(_server->closeCalls, QList<quint32>{1});
     QTRY_VERIFY(registered().empty());
 }
 

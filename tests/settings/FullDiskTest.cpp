@@ -38,6 +38,7 @@ private Q_SLOTS:
     void whatTheHostHasNotWrittenYetIsNotLostWithOurs();
     void whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs();
     void aFileThatCouldNotBeKeptIsNeverRemoved();
+    void anAbsentFileHoldsNoKeys();
     void aBackupThatCannotTakeTheFilesPlaceRestoresNothing();
     void aProcessThatEndsLeavesThePreferencesWhole();
     void aDamagedFileIsRewrittenOnlyWhereItCouldBeCopied();
@@ -327,6 +328,13 @@ void FullDiskTest::aFileThatCouldNotBeKeptIsNeverRemoved() {
     QVERIFY(file.resize(1));
     QVERIFY(backup.check(1) == SettingsBackup::Outcome::Untouched);
     QVERIFY(file.exists());
+}
+
+void FullDiskTest::anAbsentFileHoldsNoKeys() {
+    SettingsBackup backup(path());
+    QVERIFY(backup.isKept());
+    QVERIFY(backup.check(0) == SettingsBackup::Outcome::Whole);
+    QVERIFY(backup.check(1) == SettingsBackup::Outcome::Untouched);
 }
 
 void FullDiskTest::aBackupThatCannotTakeTheFilesPlaceRestoresNothing() {

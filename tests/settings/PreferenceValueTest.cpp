@@ -52,6 +52,7 @@ private Q_SLOTS:
         row("text 3.7", "3.7", true, 3);
         row("text 1e3", "1e3", true, 1000);
         row("text with digits first", "12abc", true, 12);
+        row("text with a zero among its first digits", "105abc", true, 105);
         row("text with digits last", "abc12", false, 0);
         row("text with a comma", "1,5", true, 1);
         row("text with white space", " 42 ", true, 42);

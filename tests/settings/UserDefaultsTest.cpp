@@ -215,6 +215,17 @@ private Q_SLOTS:
         QCOMPARE(contentsOf(_path + ".damaged-2"), QByteArray("[General]\nsecond damage\n"));
     }
 
+    void aDamagedFileThatIsGoneNeedsNoCopy() {
+        writeFile(_path, "[General]\nnewsFilter=2\nno equals sign here\n");
+        UserDefaults defaults(_path);
+        QCOMPARE(defaults.integerForKey(key), 2);
+        QVERIFY(QFile::remove(_path));
+        defaults.setValue("a", 1);
+        defaults.synchronize();
+        QVERIFY(contentsOf(_path).contains("a=1"));
+        QVERIFY(!QFileInfo::exists(_path + ".damaged"));
+    }
+
     void afterNineCopiesOfDamagedFilesTheNextIsRewrittenWithoutOne() {
         const QByteArray damaged = "[General]\nno equals sign\n";
         for (int number = 1; number <= 10; ++number) {

@@ -29,6 +29,7 @@ class LayoutTest : public WindowTest {
 private Q_SLOTS:
     void arrowsFollowTheReadingDirection();
     void theTrianglePointsAtWhatItOpens();
+    void isInTheMiddleOfTheScreenBeforeItIsShown();
     void isNeverSmallerThanDescribed();
     void bearsTheApplicationsIcon();
     void isNeverTooNarrowForItsTexts();
@@ -69,6 +70,14 @@ void LayoutTest::theTrianglePointsAtWhatItOpens() {
     triangle->click();
     QCOMPARE(arrow(triangle), Qt::RightArrow);
     QTRY_VERIFY(controller->displayContentFrom()->isHidden());
+}
+
+void LayoutTest::isInTheMiddleOfTheScreenBeforeItIsShown() {
+    const auto controller = _fixture->makeController();
+    const QPoint off = controller->window()->geometry().center() -
+                       QGuiApplication::primaryScreen()->availableGeometry().center();
+    QVERIFY2(off.manhattanLength() <= 2,
+             qPrintable(QStringLiteral("%1, %2").arg(off.x()).arg(off.y())));
 }
 
 void LayoutTest::isNeverSmallerThanDescribed() {

@@ -68,6 +68,7 @@ private Q_SLOTS:
     void aWindowDeletedBySomebodyElseIsMadeAnew_data();
     void aWindowDeletedBySomebodyElseIsMadeAnew();
     void deletingTheOpenWindowClosesIt();
+    void deletingTheClosedWindowViewsNothing();
     void closingDoesNotEndTheHost();
     void logsTheFailureOfEitherRefreshAndNothingOfTheCache();
     void staysUsableWithoutAWindowDescription();
@@ -314,6 +315,16 @@ void LifecycleTest::deletingTheOpenWindowClosesIt() {
     QVERIFY(_fixture->server().waitForRequests(3));
     WindowFixture::settle(*controller);
     QVERIFY(!WindowFixture::isShown());
+}
+
+void LifecycleTest::deletingTheClosedWindowViewsNothing() {
+    _fixture->prefer(QStringLiteral("newsShowOnStart"), false);
+    const auto controller = _fixture->makeController();
+    QVERIFY(controller->window());
+    const auto before = controller->newsCache().sinceLastViewingCount();
+    QVERIFY(before > 0);
+    delete controller->window();
+    QCOMPARE(controller->newsCache().sinceLastViewingCount(), before);
 }
 
 void LifecycleTest::closingDoesNotEndTheHost() {
