@@ -7,6 +7,7 @@
 #include "platform/RegularFile.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
@@ -14,7 +15,9 @@
 #include <QLockFile>
 #include <QStandardPaths>
 
+#include <chrono>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 namespace pelorinnews {
@@ -32,6 +35,14 @@ QString firstName(const QStringList &names) {
             return name;
     }
     return {};
+}
+
+/// Locks `lock`; gives up after a second, or at once if no lock file can be made. `tryLock` itself
+/// tries only four times in a second, which is too seldom if several processes end together.
+void waitFor(QLockFile &lock) {
+    const QDeadlineTimer deadline(std::chrono::seconds(1));
+    while (!lock.tryLock(0) && lock.error() == QLockFile::LockFailedError && !deadline.hasExpired())
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
 }
 
 }  // namespace
@@ -132,11 +143,10 @@ void UserDefaults::setDateUnlessEarlier(const QString &key, const QDateTime &dat
     // Locked so that no other process writes a later date between our read and our write.
     const QString lockName = _store->fileName() + QStringLiteral(".date.lock");
     QLockFile lock(lockName);
-    constexpr int longestWait = 1000;
     // Store the date even without the lock: if no lock file can be made, if its path is not a
     // regular file, or on timeout.
     if (QDir().mkpath(QFileInfo(lockName).path()) && RegularFile::isRegularOrAbsent(lockName))
-        lock.tryLock(longestWait);
+        waitFor(lock);
     synchronize();
     if (dateForKey(key) > date)
         return;
