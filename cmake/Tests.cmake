@@ -56,7 +56,7 @@ function(pelorin_test name)
     set(entry ${PELORIN_TEST_PREFIX}${name})
     add_test(NAME ${entry} COMMAND ${command})
     if(NOT ARG_TIMEOUT)
-        set(ARG_TIMEOUT 120)
+        set(ARG_TIMEOUT 300)
     endif()
     set_tests_properties(${entry} PROPERTIES
         TIMEOUT ${ARG_TIMEOUT}
