@@ -15,7 +15,7 @@ enum class NewsTypeFilter : quint64 { All = 1, Critical = 2 };
 /// list knows 0 as `All`, and has no text for numbers above 3.
 enum class NewsFilter : quint64 { All = 1, Recent = 2, Unread = 3 };
 
-/// How old items are shown at most with `NewsFilter::Recent`.
+/// Maximum age of the items that `NewsFilter::Recent` shows.
 inline constexpr std::chrono::seconds recentNews = std::chrono::hours(30 * 24);
 
 /// The words that the category of an item must contain to be shown with `filter`.

@@ -23,7 +23,7 @@ private Q_SLOTS:
     void copiesTheWholeItemAsRichTextAlone();
 
 private:
-    /// Whether the host's process maps a file whose name begins with this.
+    /// Whether the host's process has loaded a library whose file name begins with `library`.
     [[nodiscard]] bool hasLoaded(const char *library) const {
         QFile maps(QStringLiteral("/proc/%1/maps").arg(_panel->desktop.hostProcess()));
         if (!maps.open(QFile::ReadOnly))

@@ -1,4 +1,4 @@
-// Keys of the window as they come from the keyboard: through the window system's queue.
+// Key presses in the news window, sent through the window system's event queue as a keyboard does.
 
 #include "TestMain.h"
 #include "WindowFixture.h"

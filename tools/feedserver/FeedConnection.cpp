@@ -268,8 +268,8 @@ void FeedConnection::bodyEnded() {
 void FeedConnection::end() {
     if (std::exchange(_phase, Phase::Ending) == Phase::Ending)
         return;
-    // Queued, because the caller may be the socket, in the middle of a write, and a TLS socket has
-    // its own queued flush, which needs the socket intact.
+    // Queued, because a signal that the socket emits in the middle of a write may lead here, and
+    // because a TLS socket queues a flush of its own, for which it must still be intact.
     QMetaObject::invokeMethod(this, &FeedConnection::cut, Qt::QueuedConnection);
 }
 
