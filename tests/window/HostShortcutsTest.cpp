@@ -55,11 +55,15 @@ void HostShortcutsTest::eachWindowHasItsOwnKeys() {
 
     host.activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(&host, testPatience));
-    press("ctrl+c");
-    press("ctrl+w");
-    press("Escape");
-    QTRY_COMPARE(taken, QStringList({QStringLiteral("Ctrl+C"), QStringLiteral("Ctrl+W"),
-                                     QStringLiteral("Escape")}));
+    // A key press may get lost while the window manager moves the focus: then it is repeated.
+    const auto isTaken = [&taken](const char *keys) {
+        press(keys);
+        return QTest::qWaitFor(
+            [&] { return taken.contains(QLatin1String(keys), Qt::CaseInsensitive); },
+            testPatience / 10);
+    };
+    for (const char *keys : {"ctrl+c", "ctrl+w", "Escape"})
+        QVERIFY2(isTaken(keys) || isTaken(keys), keys);
     QVERIFY(host.isVisible());
 }
 
