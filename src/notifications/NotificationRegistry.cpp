@@ -1,6 +1,7 @@
 #include "NotificationRegistry.h"
 
 #include "RegistryFormat.h"
+#include "platform/FileLock.h"
 #include "platform/FilePaths.h"
 #include "platform/FileReplacement.h"
 #include "platform/RegularFile.h"
@@ -8,7 +9,6 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QLockFile>
 
 #include <algorithm>
 #include <cstdio>
@@ -96,14 +96,10 @@ std::optional<RegistryContents> NotificationRegistry::apply(const RegistryChange
                                                             QStringList *removed) const {
     if (removed)
         removed->clear();
-    const QString lockPath = _filePath + QStringLiteral(".lock");
-    // QLockFile reads an existing lock file to check whether its owner still runs. If the lock file
-    // is a pipe, that would block.
-    if (!QDir().mkpath(_folderPath) || !RegularFile::isRegularOrAbsent(_filePath) ||
-        !RegularFile::isRegularOrAbsent(lockPath))
+    if (!QDir().mkpath(_folderPath) || !RegularFile::isRegularOrAbsent(_filePath))
         return std::nullopt;
-    QLockFile lock(lockPath);
-    if (!lock.tryLock(static_cast<int>(lockTimeout.count())))
+    const FileLock lock(_filePath + QStringLiteral(".lock"), lockTimeout);
+    if (!lock.isLocked())
         return std::nullopt;
 
     const auto seen = look();

@@ -1,15 +1,16 @@
 #include "SettingsBackup.h"
 
+#include "platform/FileLock.h"
 #include "platform/FilePaths.h"
 #include "platform/FileReplacement.h"
 #include "platform/RegularFile.h"
 #include "platform/TemporaryNames.h"
 
 #include <QFile>
-#include <QLockFile>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,12 +21,8 @@ namespace {
 
 /// Bytes that QSettings needs besides the file itself: a block for its lock file.
 constexpr qint64 besides = 4096;
-/// How long a restore waits for the file's lock, in milliseconds. QSettings never holds it longer.
-constexpr int longestWait = 1000;
-
-QString lockPath(const QString &path) {
-    return path + QStringLiteral(".lock");
-}
+/// How long a restore waits for the file's lock. QSettings never holds it longer.
+constexpr std::chrono::seconds lockTimeout{1};
 
 /// Absent if there is no file, or none that can be read.
 std::optional<QByteArray> contentsOf(const QString &path) {
@@ -84,8 +81,7 @@ SettingsBackup::Outcome SettingsBackup::check(qsizetype keys) {
         return Outcome::Untouched;
     // The lock keeps other processes from writing. On a disk without room for the lock file, they
     // cannot write either.
-    QLockFile lock(lockPath(_path));
-    static_cast<void>(lock.tryLock(longestWait));
+    const FileLock lock(_path + QStringLiteral(".lock"), lockTimeout);
     if (isWhole(contentsOf(_path).value_or(QByteArray()), keys))
         return Outcome::Whole;
     return restore() ? Outcome::Restored : Outcome::Untouched;

@@ -3,21 +3,18 @@
 #include "PreferenceValue.h"
 #include "UserDefaultsStore.h"
 #include "platform/ApplicationEnd.h"
+#include "platform/FileLock.h"
 #include "platform/HostBundle.h"
-#include "platform/RegularFile.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
 #include <QList>
-#include <QLockFile>
 #include <QStandardPaths>
 
 #include <chrono>
 #include <mutex>
-#include <thread>
 #include <utility>
 
 namespace pelorinnews {
@@ -35,14 +32,6 @@ QString firstName(const QStringList &names) {
             return name;
     }
     return {};
-}
-
-/// Locks `lock`; gives up after a second, or at once if no lock file can be made. `tryLock` itself
-/// tries only four times in a second, which is too seldom if several processes end together.
-void waitFor(QLockFile &lock) {
-    const QDeadlineTimer deadline(std::chrono::seconds(1));
-    while (!lock.tryLock(0) && lock.error() == QLockFile::LockFailedError && !deadline.hasExpired())
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
 }
 
 }  // namespace
@@ -141,12 +130,9 @@ void UserDefaults::removeObjectForKey(const QString &key) {
 
 void UserDefaults::setDateUnlessEarlier(const QString &key, const QDateTime &date) {
     // Locked so that no other process writes a later date between our read and our write.
-    const QString lockName = _store->fileName() + QStringLiteral(".date.lock");
-    QLockFile lock(lockName);
-    // Store the date even without the lock: if no lock file can be made, if its path is not a
-    // regular file, or on timeout.
-    if (QDir().mkpath(QFileInfo(lockName).path()) && RegularFile::isRegularOrAbsent(lockName))
-        waitFor(lock);
+    // Without the lock the date is stored, too.
+    QDir().mkpath(QFileInfo(_store->fileName()).path());
+    const FileLock lock(_store->fileName() + QStringLiteral(".date.lock"), std::chrono::seconds(1));
     synchronize();
     if (dateForKey(key) > date)
         return;

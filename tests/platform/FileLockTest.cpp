@@ -1,0 +1,90 @@
+#include "TestMain.h"
+#include "platform/FileLock.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <optional>
+#include <sys/stat.h>
+#include <thread>
+
+namespace pelorinnews::test {
+
+using std::chrono::milliseconds;
+
+class FileLockTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { _folder = std::make_unique<QTemporaryDir>(); }
+
+    void keepsOutOthersUntilItIsDestroyed();
+    void waitsForARelease();
+    void givesUpAfterTheTimeout();
+    void doesNotWaitWhereNoLockFileCanBeMade_data();
+    void doesNotWaitWhereNoLockFileCanBeMade();
+
+private:
+    [[nodiscard]] QString path() const { return _folder->filePath(QStringLiteral("a.lock")); }
+
+    static constexpr milliseconds patience{testPatience};
+    std::unique_ptr<QTemporaryDir> _folder;
+};
+
+void FileLockTest::keepsOutOthersUntilItIsDestroyed() {
+    {
+        const FileLock lock(path(), patience);
+        QVERIFY(lock.isLocked());
+        QVERIFY(!FileLock(path(), milliseconds(0)).isLocked());
+        QVERIFY(QFile::exists(path()));
+    }
+    QVERIFY(!QFile::exists(path()));
+    QVERIFY(FileLock(path(), milliseconds(0)).isLocked());
+}
+
+void FileLockTest::waitsForARelease() {
+    std::optional<FileLock> held;
+    held.emplace(path(), patience);
+    QVERIFY(held->isLocked());
+    std::thread releasing([&] {
+        std::this_thread::sleep_for(milliseconds(150));
+        held.reset();
+    });
+    const FileLock lock(path(), patience);
+    releasing.join();
+    QVERIFY(lock.isLocked());
+}
+
+void FileLockTest::givesUpAfterTheTimeout() {
+    const FileLock held(path(), patience);
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(!FileLock(path(), milliseconds(120)).isLocked());
+    QVERIFY(clock.elapsed() >= 120);
+    QVERIFY(held.isLocked());
+}
+
+void FileLockTest::doesNotWaitWhereNoLockFileCanBeMade_data() {
+    QTest::addColumn<QString>("place");
+    QTest::newRow("no folder") << QStringLiteral("absent/a.lock");
+    QTest::newRow("a pipe") << QStringLiteral("pipe");
+    QTest::newRow("a folder") << QStringLiteral(".");
+}
+
+void FileLockTest::doesNotWaitWhereNoLockFileCanBeMade() {
+    QFETCH(const QString, place);
+    QCOMPARE(
+        ::mkfifo(QFile::encodeName(_folder->filePath(QStringLiteral("pipe"))).constData(), 0600),
+        0);
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(!FileLock(_folder->filePath(place), patience).isLocked());
+    QVERIFY(clock.elapsed() < testPatience);
+}
+
+}  // namespace pelorinnews::test
+
+PELORIN_CORE_TEST_MAIN(pelorinnews::test::FileLockTest)
+
+#include "FileLockTest.moc"
