@@ -3,10 +3,10 @@
 namespace pelorinnews {
 
 NewsWebViewAccessible::NewsWebViewAccessible(QWidget *view, AccessibilityAttributes &viewAttributes)
-    : QAccessibleWidget(view, QAccessible::StaticText), attributes(viewAttributes) {}
+    : QAccessibleWidget(view, QAccessible::StaticText), _attributes(viewAttributes) {}
 
 QString NewsWebViewAccessible::wholeText() const {
-    return attributes.accessibilityAttributeValue(AccessibilityAttribute::Value).toString();
+    return _attributes.accessibilityAttributeValue(AccessibilityAttribute::Value).toString();
 }
 
 QString NewsWebViewAccessible::text(QAccessible::Text which) const {
@@ -17,7 +17,7 @@ QString NewsWebViewAccessible::text(QAccessible::Text which) const {
 
 void NewsWebViewAccessible::setText(QAccessible::Text which, const QString &text) {
     if (which == QAccessible::Value)
-        attributes.accessibilitySetValueForAttribute(text, AccessibilityAttribute::Value);
+        _attributes.accessibilitySetValueForAttribute(text, AccessibilityAttribute::Value);
 }
 
 QAccessible::State NewsWebViewAccessible::state() const {
@@ -45,12 +45,12 @@ void NewsWebViewAccessible::insertText(int offset, const QString &text) {
 
 void NewsWebViewAccessible::replaceText(int startOffset, int endOffset, const QString &text) {
     // Edits the value as it was set, never the placeholder for an absent one.
-    QString whole = attributes.ownValue();
+    QString whole = _attributes.ownValue();
     const int length = static_cast<int>(whole.size());
     const int start = qBound(0, startOffset, length);
     const int end = endOffset < 0 ? length : qBound(start, endOffset, length);
     whole.replace(start, end - start, text);
-    attributes.accessibilitySetValueForAttribute(whole, AccessibilityAttribute::Value);
+    _attributes.accessibilitySetValueForAttribute(whole, AccessibilityAttribute::Value);
 }
 
 }  // namespace pelorinnews

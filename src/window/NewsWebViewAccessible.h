@@ -40,7 +40,7 @@ protected:
     [[nodiscard]] QRect textRect() const override { return rect(); }
 
 private:
-    AccessibilityAttributes &attributes;
+    AccessibilityAttributes &_attributes;
 };
 
 }  // namespace pelorinnews
