@@ -17,14 +17,14 @@
 
 namespace pelorinnews {
 
-/// Rewrites a page for a text document, in which some kilobytes of hostile or careless HTML can use
-/// the CPU for minutes. Only what is known to be harmless reaches the document: elements that it
-/// knows, attributes and styles with values of a known form within bounds, no style sheet, no
-/// lists, and tables and nesting of limited depth. Everything else is left out, but its text stays.
+/// Sanitizes a page for a text document, where a few kilobytes of hostile or careless HTML can use
+/// the CPU for minutes. Keeps only what is known to be harmless: known elements, attributes and
+/// styles whose values have a known form within bounds, and tables and nesting of limited depth.
+/// Removes everything else, style sheets and lists included, but keeps its text.
 ///
-/// Loading, layout and painting of the result take a document about a quarter of a second at most,
-/// on the computer on which the rates of `HtmlCost` were measured. Pages beyond that are some
-/// hundred thousand words long, or hostile; they are truncated when shown, and not copied.
+/// Loading, layout and painting of the result take at most about a quarter of a second on the
+/// computer on which the rates of `HtmlCost` were measured. A page that would take longer (some
+/// hundred thousand words, or hostile) is truncated when shown, and not copied.
 class BoundedHtml {
 public:
     /// The whole page, for a document that is copied from; absent if `html` is null or costs too
