@@ -64,6 +64,9 @@ void HostShortcutsTest::eachWindowHasItsOwnKeys() {
     };
     for (const char *keys : {"ctrl+c", "ctrl+w", "Escape"})
         QVERIFY2(isTaken(keys) || isTaken(keys), keys);
+    taken.removeDuplicates();
+    QCOMPARE(taken, QStringList({QStringLiteral("Ctrl+C"), QStringLiteral("Ctrl+W"),
+                                 QStringLiteral("Escape")}));
     QVERIFY(host.isVisible());
 }
 
