@@ -25,16 +25,31 @@ function(pelorin_watches_the_disk)
     endforeach()
 endfunction()
 
+# pelorin_moc(<target> <source>...) runs moc on sources that include their own "<name>.moc". AUTOMOC
+# would add three build steps to each test, among them the compilation of an empty file.
+function(pelorin_moc target)
+    set(folder ${CMAKE_CURRENT_BINARY_DIR}/moc/${target})
+    foreach(source IN LISTS ARGN)
+        get_filename_component(name ${source} NAME_WE)
+        qt6_generate_moc(${source} ${folder}/${name}.moc TARGET ${target})
+        target_sources(${target} PRIVATE ${folder}/${name}.moc)
+    endforeach()
+    target_include_directories(${target} PRIVATE ${folder})
+endfunction()
+
 # pelorin_test(<name> SOURCES <file>... [LIBS <target>...] [LABELS <label>...] [TIMEOUT <s>]
 #              [SESSION] [DISPLAY | WAYLAND] [TILING])
 #
-# One executable and one CTest entry. SESSION gives it its own D-Bus session, DISPLAY an Xvfb with a
+# One executable and one CTest entry. The test class is in <file> "...Test.cpp". SESSION gives it its own D-Bus session, DISPLAY an Xvfb with a
 # window manager, WAYLAND a compositor; TILING makes the window manager or compositor a tiling one.
 # In a sanitized build the entry is called "<preset>.<name>".
 function(pelorin_test name)
     cmake_parse_arguments(ARG "SESSION;DISPLAY;WAYLAND;TILING" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
     set(target test_${name})
     add_executable(${target} ${ARG_SOURCES})
+    set(classes ${ARG_SOURCES})
+    list(FILTER classes INCLUDE REGEX "Test\\.cpp$")
+    pelorin_moc(${target} ${classes})
     target_link_libraries(${target} PRIVATE ${ARG_LIBS} pelorin_testsupport pelorin_options Qt6::Test)
     pelorin_precompile(${target} ${PELORIN_TEST_HEADERS})
     target_compile_definitions(${target} PRIVATE
