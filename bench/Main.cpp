@@ -3,7 +3,7 @@
 #include <benchmark/benchmark.h>
 
 int main(int argc, char *argv[]) {
-    // The feed has English dates, so parse them as an English user, whoever runs this.
+    // An English locale, because the feed's dates are English.
     qputenv("LC_ALL", "en_US.UTF-8");
     qunsetenv("LANGUAGE");
     const QCoreApplication application(argc, argv);

@@ -34,7 +34,7 @@ void readBare(const QByteArray &feed) {
 
 OlvNewsItemList itemsOf(const std::optional<QVariantMap> &result) {
     if (!result)
-        qFatal("the feed has no result");
+        qFatal("the parser returned nothing");
     return *result->value(OlvNewsFeedNewsCacheItemsKeyName)
                 .value<std::shared_ptr<OlvNewsItemList>>();
 }
@@ -82,7 +82,7 @@ void measure(benchmark::State &state, Parse parse) {
     const PeakMemory peak;
     const OlvNewsItemList items = parse(feed);
     const auto body = static_cast<double>(feed.size());
-    // The body is in memory before `peak` is created, so it is added here, as 1.
+    // The body counts, too, but was in memory before `peak` was created: add 1 to the ratio.
     state.counters["peak/body"] = static_cast<double>(peak.bytes()) / body + 1;
 
     const auto items_read = static_cast<double>(state.iterations()) * count;

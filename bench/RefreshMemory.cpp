@@ -1,6 +1,6 @@
 // Prints by how much a refresh raises the process's peak memory, as a multiple of the body's size:
-// first with an empty cache, then with a cache that holds items. The memory of those items was in
-// use before, so it is not counted.
+// first with an empty cache, then with a cache that holds items. The memory of those old items is
+// not counted, because it is in use before the refresh.
 
 #include "FeedGenerator.h"
 #include "PeakMemory.h"

@@ -73,7 +73,7 @@ struct Cost {
 
 enum class Priority { Ordinary, Idle };
 
-/// One walk as the search does it, on a thread of its own.
+/// Measures one walk on a thread of its own, as in the search for copies of the host.
 Cost walk(const QByteArray &folder, Priority priority) {
     auto cost = std::make_shared<std::promise<Cost>>();
     std::future<Cost> result = cost->get_future();
@@ -119,8 +119,8 @@ void report(const char *what, const Cost &cost) {
                 static_cast<unsigned long long>(cost.entries));
 }
 
-/// Prints how much CPU time walks in the idle class take while every CPU has a busy thread, in
-/// percent of the time of all CPUs. The busy threads lose exactly that.
+/// Prints how much CPU time walks in the idle scheduling class take away from one busy thread on
+/// each CPU, in percent of the time of all CPUs.
 void reportLossOfBusyPrograms(const QByteArray &folder) {
     const std::chrono::milliseconds length(3000);
     for (int round = 0; round < 3; ++round) {

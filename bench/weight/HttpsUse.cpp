@@ -1,5 +1,5 @@
-// A host's own use of HTTPS. A library that the host loads on demand, so that the host without the
-// panel, the baseline, does not load Qt Network.
+// HTTPS requests of the host itself, in a library that the host loads on demand. Unless told to
+// make requests, the host does not load Qt Network, whose memory then counts as the panel's.
 
 #include <QEventLoop>
 #include <QNetworkAccessManager>
@@ -13,8 +13,9 @@
 
 extern "C" {
 
-/// Trusts only the authorities in `file` (PEM). That loads as few certificates as Qt's own lookup
-/// on demand. False if there are none.
+/// Makes Qt Network trust only the certificate authorities in `file` (PEM). False if the file
+/// contains none. Qt then loads few certificates, as it does by default by looking them up on
+/// demand.
 PELORIN_BENCH_EXPORT bool pelorinBenchTrust(const char *file) {
     const QList<QSslCertificate> authorities =
         QSslCertificate::fromPath(QString::fromLocal8Bit(file));

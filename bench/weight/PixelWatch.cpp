@@ -24,7 +24,7 @@ bool shows(xcb_connection_t *display, std::uint32_t window, std::uint32_t colour
     xcb_generic_error_t *problem = nullptr;
     const std::unique_ptr<xcb_get_image_reply_t, decltype(&std::free)> reply(
         xcb_get_image_reply(display, cookie, &problem), &std::free);
-    // The request fails for a window that is not shown.
+    // GetImage fails for a window that is not on the screen.
     std::free(problem);
     if (!reply)
         return false;
