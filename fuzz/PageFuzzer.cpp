@@ -1,5 +1,5 @@
-// For any page: showing it in the text renderer and copying it as rich text each take at most a
-// quarter of a second.
+// The promise tested: showing any page in the text renderer and copying any page as rich text each
+// take at most a quarter of a second.
 
 #include "page/BoundedHtml.h"
 #include "rendering/TextNewsRenderer.h"
@@ -24,8 +24,8 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t most);
 namespace {
 
 constexpr double maxMilliseconds = 250;
-// The CPU time that the calibration in `slowness` takes on the computer that the bound is meant
-// for, when that computer is idle.
+// CPU time of the calibration in `slowness` on the reference computer when it is idle. The limit
+// `maxMilliseconds` is meant for that computer.
 constexpr double calibratedMilliseconds = 7.3;
 constexpr size_t longestPage = 65'536;
 
@@ -41,7 +41,7 @@ double timeOf(const std::function<void()> &work) {
     return milliseconds() - start;
 }
 
-/// How many times slower than that computer this one is right now; at least 1.
+/// How many times slower than the reference computer this one is right now; at least 1.
 double slowness() {
     static const QString article =
         QStringLiteral(
@@ -68,8 +68,7 @@ void show(const QString &html) {
     }();
     renderer->loadHtmlString(html);
     static_cast<void>(renderer->grab());
-    // Lays out the whole document, up to its last block; otherwise the rest is laid out in the
-    // background.
+    // The layout is lazy: ask for the last block, so that the whole document is laid out now.
     static_cast<void>(renderer->document()->documentLayout()->blockBoundingRect(
         renderer->document()->lastBlock()));
 }

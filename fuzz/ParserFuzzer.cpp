@@ -25,8 +25,8 @@ void require(bool holds) {
 
 }  // namespace
 
-/// For any UTF-8: parsing it as bytes and parsing it as a decoded text give the same result and the
-/// same error.
+/// Any UTF-8 text, parsed as bytes or as a decoded `QString`, gives the same result and the same
+/// error.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const QByteArray body(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
     Error bytesError;
