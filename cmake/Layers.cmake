@@ -1,8 +1,8 @@
-# A room is a folder of src/ with its own library. Its row lists the rooms whose headers it
-# includes: after SHOWS those that its headers include, so that its users can include them, too;
-# after USES those that only its sources include. A room can only name rooms in rows above its own,
-# so there are no cycles. A GUI room may link Qt Gui, a WIDGETS room also Qt Widgets, an ENGINE room
-# everything.
+# A room is a folder of src/ with its own library. Its row (a call of pelorin_room) lists the rooms
+# whose headers it includes. SHOWS: the rooms that its headers include; rooms that use this room can
+# include their headers, too. USES: the rooms that only its sources include. A room can only name
+# rooms in rows above its own, so there are no cycles. A GUI room may link Qt Gui, a WIDGETS room
+# also Qt Widgets, an ENGINE room everything.
 #
 # To include another room's header, name the room: #include "network/UrlLoader.h". A room's include
 # path has only the rooms of its row and the rooms that those show, so any other include fails to
@@ -53,8 +53,8 @@ pelorin_room(web           SHOWS rendering          USES page platform          
 
 # pelorin_link(<target> <room> [LINKS <target>...] [PRIVATE_LINKS <target>...])
 #
-# Links the rooms of the room's row and these external libraries: LINKS if the room's headers
-# include them, PRIVATE_LINKS if only its sources do.
+# Links the target with the rooms that the room's row lists, and with external libraries: LINKS for
+# those that the room's headers include, PRIVATE_LINKS for those that only its sources include.
 function(pelorin_link target room)
     cmake_parse_arguments(ARG "" "" "LINKS;PRIVATE_LINKS" ${ARGN})
     get_property(shown GLOBAL PROPERTY PELORIN_ROOM_${room}_SHOWS)
@@ -82,8 +82,8 @@ endfunction()
 
 # pelorin_library(<room> SOURCES <file>... [LINKS <target>...] [PRIVATE_LINKS <target>...])
 #
-# Makes the room's static library, pelorin_<room>, and its door: the folder on the include path of
-# other rooms, through which they include its headers.
+# Makes the room's static library, pelorin_<room>, and its door: the folder that gives other rooms
+# access to the room's headers when it is on their include path.
 function(pelorin_library room)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
     set(door ${CMAKE_BINARY_DIR}/include/${room})

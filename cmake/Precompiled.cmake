@@ -1,8 +1,9 @@
-# Headers that most sources include, compiled once: they take half of a source's compile time.
+# Headers that most sources include, compiled once: otherwise they take half of the time to compile
+# a source.
 #
-# pelorin_precompile(<target> <core|gui|widgets>) gives a target the headers of Qt Core (core), also
-# of Qt Gui (gui), and also of Qt Widgets (widgets). A source still includes what it uses:
-# clang-tidy and the mutation run compile without precompiled headers.
+# pelorin_precompile(<target> <core|gui|widgets>) lets a target use the precompiled headers of Qt
+# Core (core), of Qt Core and Qt Gui (gui), or of these and Qt Widgets (widgets). A source still
+# includes what it uses: clang-tidy and the mutation run compile without precompiled headers.
 set(PELORIN_CORE_HEADERS
     <QByteArray> <QCoreApplication> <QDateTime> <QDir> <QFile> <QFileInfo> <QHash> <QList> <QMutex>
     <QObject> <QPointer> <QProcess> <QSettings> <QString> <QStringList> <QTemporaryDir> <QThread>

@@ -1,24 +1,24 @@
 find_package(Qt6 6.4 REQUIRED COMPONENTS Test)
 
-# Qt Test defines each source folder's path for QFINDTESTDATA, which no test uses. With it, each
-# folder would have to precompile the headers again.
+# Drop Qt Test's macro for QFINDTESTDATA, which no test uses: its value is the path of the source
+# folder, so each folder would need precompiled headers of its own.
 get_target_property(definitions Qt6::Test INTERFACE_COMPILE_DEFINITIONS)
 list(FILTER definitions EXCLUDE REGEX "QT_TESTCASE_")
 set_target_properties(Qt6::Test PROPERTIES INTERFACE_COMPILE_DEFINITIONS "${definitions}")
 
-# Every source of the tests gets Patience.h. Headers of Qt Test that depend on which Qt libraries
-# are linked are left out.
+# Every source of the tests is compiled with Patience.h. Of Qt Test, only QSignalSpy is precompiled:
+# other headers depend on which Qt libraries are linked.
 set(headers ${CMAKE_SOURCE_DIR}/tests/support/Patience.h <QSignalSpy>)
 pelorin_precompiled(test_core "${headers};${PELORIN_CORE_HEADERS}" Qt6::Test)
 if(PELORIN_WINDOW)
     pelorin_precompiled(test_widgets "${headers};${PELORIN_WIDGETS_HEADERS}" "Qt6::Test;Qt6::Widgets")
 endif()
-# The precompiled headers that a folder's tests use.
+# The precompiled headers for the tests of a folder; a folder can choose others.
 set(PELORIN_TEST_HEADERS test_core)
 
-# Only one of these tests may run at a time: a host searches the whole disk for its copies, and two
-# such searches need more inotify watches than one user may have. Other programs of the user would
-# then get no watch.
+# Only one of the named tests may run at a time: a host searches the whole disk for its copies, and
+# two such searches need more inotify watches than one user may have. Other programs of the user
+# would then get no watch.
 function(pelorin_watches_the_disk)
     foreach(name IN LISTS ARGN)
         set_property(TEST ${PELORIN_TEST_PREFIX}${name} APPEND PROPERTY RESOURCE_LOCK disk-watches)
