@@ -67,7 +67,8 @@ int main(int argc, char *argv[]) {
     QApplication::setAttribute(Qt::AA_ShareOpenGLContexts, sharesGl);
 
     const QApplication application(argc, argv);
-    // These name the preferences file, which the panel uses as well: Olvane/Pelorin.conf.
+    // The names of organization and application determine the preferences file,
+    // Olvane/Pelorin.conf. The panel uses this file as well.
     QApplication::setOrganizationName(QStringLiteral("Olvane"));
     QApplication::setApplicationName(QStringLiteral("Pelorin"));
     QApplication::setApplicationVersion(QStringLiteral(PELORIN_VERSION));
