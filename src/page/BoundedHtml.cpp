@@ -43,7 +43,9 @@ bool BoundedHtml::run() {
         read(token);
         if (!_cost.isTooMuch())
             continue;
-        // Drop the token that exceeded the limit. The document itself closes what is open.
+        // Drop the token that exceeded the limit. The document itself closes elements that are
+        // still
+        // open.
         _page.html.truncate(written);
         whole = false;
     }

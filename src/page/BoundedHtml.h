@@ -27,8 +27,8 @@ namespace pelorinnews {
 /// hundred thousand words, or hostile) is truncated when shown, and not copied.
 class BoundedHtml {
 public:
-    /// The whole page, for a document that is copied from; absent if `html` is null or costs too
-    /// much.
+    /// The whole page, for a document that is made for copying; absent if `html` is null or costs
+    /// too much.
     static std::optional<BoundedPage> prepared(const QString &html);
 
     /// As much of the page, from its beginning, as a document can load and lay out in time. A
@@ -38,7 +38,7 @@ public:
 private:
     BoundedHtml(const QString &html, HtmlCost::Purpose purpose);
 
-    /// False if the page costs too much; what was written until then stays.
+    /// False if the page costs too much; the part written until then stays in the output.
     bool run();
     void read(const HtmlToken &token);
     void start(const HtmlToken &token);

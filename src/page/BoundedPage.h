@@ -19,7 +19,7 @@ struct BoundedPage {
     /// The `data:` URLs of the page's images. In the document, each image has the name that
     /// `pictureName` gives.
     QStringList pictures;
-    /// Whether the page is many windows long.
+    /// Whether the page is longer than any window.
     bool isLong = false;
 
     [[nodiscard]] static QString pictureName(qsizetype index) {

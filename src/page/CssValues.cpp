@@ -131,8 +131,8 @@ QString fontWeight(const QString &value) {
 QString fontFamily(const QString &value) {
     QString family = value.left(longestFamily);
     family.replace(QLatin1Char('"'), QLatin1Char('\''));
-    // Drops every character that could end the CSS value or the HTML attribute; font names match
-    // without these characters.
+    // Drop every character that could end the CSS value or the HTML attribute. No font name needs
+    // these characters.
     family.removeIf([](QChar c) {
         return !c.isLetterOrNumber() && !c.isSpace() && c != QLatin1Char(',') &&
                c != QLatin1Char('-') && c != QLatin1Char('_') && c != QLatin1Char('.') &&

@@ -17,7 +17,7 @@ namespace pelorinnews::CssValues {
 [[nodiscard]] QString pixels(const QString &value, int least, int most);
 [[nodiscard]] QString fontSize(const QString &value);
 [[nodiscard]] QString fontWeight(const QString &value);
-/// An exception: `value` may contain capitals, and the result keeps them.
+/// Unlike in the other functions, `value` may contain capitals; the result keeps them.
 [[nodiscard]] QString fontFamily(const QString &value);
 [[nodiscard]] QString lineHeight(const QString &value);
 /// A value of the `border` shorthand: width, style and colour, in any order.

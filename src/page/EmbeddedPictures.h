@@ -12,8 +12,9 @@ namespace pelorinnews {
 /// name under which the text document asks for it. The page may use its pictures 1000 times in all.
 class EmbeddedPictures {
 public:
-    /// The document's name for the picture at `address`: `BoundedPage::pictureName`, the same each
-    /// time. Null if the picture is not embedded in the page, or beyond the limit.
+    /// The document's name for the picture at `address`, made by `BoundedPage::pictureName`. Equal
+    /// addresses get the same name. Null if the picture is not embedded in the page or if the limit
+    /// is reached.
     [[nodiscard]] QString nameOf(const QString &address);
 
     /// The addresses of all named pictures, in the order of their names.

@@ -18,12 +18,12 @@ struct Rate {
 
 constexpr Rate plainCharacter{60, 350};
 constexpr Rate otherCharacter{150, 600};
-// Characters from `firstFar` on. Lines can break before and after each of them, and their fonts are
-// the largest.
+// Characters from `firstFar` on (Thai, Chinese, Japanese...). In many of these scripts a line can
+// break at every character, and their fonts are the largest.
 constexpr Rate farCharacter{150, 1'300};
 constexpr char32_t firstOther = 0x80;
 constexpr char32_t firstFar = 0x0e00;
-// Text of another script is shaped separately.
+// Where the script changes, a new text run begins, which is shaped separately.
 constexpr Rate scriptChange{0, 4'000};
 constexpr qint64 fontOfScript = 600'000;
 // If no installed font can shape the script, all installed fonts are tried.

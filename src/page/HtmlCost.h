@@ -36,14 +36,14 @@ public:
     void setTableDepth(int depth) { _tableDepth = depth; }
     /// Counts `count` more grid positions of the innermost table.
     void addCells(qint64 count);
-    /// Counts the work for spanning cells. `count` is the growth of this product: spanning cells of
-    /// the innermost table times its grid positions.
+    /// Counts the work for spanning cells. `count` tells how much this product has grown: number of
+    /// spanning cells in the innermost table, times number of its grid positions.
     void addSpans(qint64 count);
 
     /// Whether the page exceeds its time limit.
     [[nodiscard]] bool isTooMuch() const;
-    /// Whether more than a quarter of the limit is used: no window shows the whole of such a page
-    /// at once.
+    /// Whether the page uses more than a quarter of its time limit. Such a page is longer than any
+    /// window.
     [[nodiscard]] bool isMuch() const;
     [[nodiscard]] bool isDisplay() const { return _display; }
 

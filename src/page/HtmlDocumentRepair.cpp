@@ -39,8 +39,8 @@ double statedSize(const QTextCharFormat &format) {
                : -format.fontPointSize();
 }
 
-/// Multiplies the size that `format` states by the factor of its HTML size, 1 to 7, where 3 is the
-/// default.
+/// Multiplies the size that `format` states by the factor for its `FontSizeAdjustment`: -2 to 4,
+/// for HTML's sizes 1 to 7.
 void enlarge(QTextCharFormat &format) {
     static constexpr std::array<double, 7> factors{0.7, 0.8, 1.0, 1.2, 1.5, 2.0, 2.4};
     const int step = format.intProperty(QTextFormat::FontSizeAdjustment);

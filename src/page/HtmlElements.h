@@ -6,12 +6,12 @@ namespace pelorinnews {
 
 /// How an HTML element affects a page's text.
 struct HtmlElement {
-    /// The name of the element that replaces it in a page for a `QTextDocument`: its own name,
+    /// The name under which the element is written in a page for a `QTextDocument`: its own name,
     /// another one, or `div` for plain blocks. Empty if only the element's content is written.
     QString written;
     /// The element's content is not text of the page, and is dropped.
     bool isDropped = false;
-    /// The element's content is raw text: no tag in it counts but the element's own end tag.
+    /// The element's content is raw text: no tag but the element's own end tag is recognised in it.
     bool isRawText = false;
     /// The element never has content.
     bool isVoid = false;
@@ -34,8 +34,8 @@ struct HtmlElement {
     /// are false and `written` is empty.
     static const HtmlElement &named(const QString &name);
 
-    /// Whether this element, whose name is `name`, ends implicitly where the element `next` starts,
-    /// whose name is `nextName`, because the end tag of `name` is optional.
+    /// Whether the start tag of the element `next` (named `nextName`) implies the end tag of this
+    /// element (named `name`), as a `li` does for the `li` before it.
     [[nodiscard]] bool endsBefore(const QString &name, const QString &nextName,
                                   const HtmlElement &next) const;
 };

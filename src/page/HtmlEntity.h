@@ -12,7 +12,7 @@ struct HtmlEntity {
     /// The character, if the reference is numeric or names one of the five characters &, <, >,
     /// quote and apostrophe; otherwise empty.
     QString text;
-    /// The reference has the form of a name. `QTextDocument` resolves names that `text` does not.
+    /// The reference is a name. If `text` is empty, `QTextDocument` resolves the name.
     bool isNamed = false;
 
     [[nodiscard]] bool isKnown() const { return !text.isEmpty(); }

@@ -14,10 +14,10 @@ public:
     /// `attributes` and `style` are the page's own, and must outlive this object.
     HtmlPicture(const HtmlAttributes &attributes, const CssStyle &style);
 
-    /// Where the picture is, with its character references decoded.
+    /// The picture's address, with its character references decoded.
     [[nodiscard]] QString address() const;
 
-    /// Undecoded text for those who do not see the picture; at most 1000 characters.
+    /// The alternative text, its character references not decoded; at most 1000 characters.
     [[nodiscard]] const QString &alternative() const { return _alternative; }
 
     /// The attributes to write; `name` is the document's name for the picture.

@@ -6,9 +6,9 @@ namespace pelorinnews {
 
 namespace {
 
-// The most text in one token, so that the caller can stop between tokens when the cost is too high.
+// Maximum length of a text token, so that the caller can soon stop if the page costs too much.
 constexpr qsizetype sliceOfText = 1024;
-// No known element has more attributes than this.
+// Further attributes of a tag are dropped. No known element has that many.
 constexpr qsizetype maxAttributes = 32;
 constexpr qsizetype longestName = 32;
 // The most attributes that are read in one tag, including those that are dropped: the caller cannot
@@ -56,7 +56,7 @@ HtmlToken HtmlReader::next() {
 HtmlToken HtmlReader::readText() {
     HtmlToken token;
     token.kind = HtmlToken::Kind::Text;
-    // The first character is text even if it is "<".
+    // If the first character is "<", it begins no tag and is text.
     const QStringView slice =
         _html.sliced(_position).first(std::min(sliceOfText, _html.size() - _position));
     const qsizetype tag = slice.indexOf(QLatin1Char('<'), 1);

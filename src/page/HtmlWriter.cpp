@@ -20,7 +20,7 @@ void HtmlWriter::writeStart(OpenElement &element, HtmlAttributes attributes,
     if (!styles.isEmpty())
         attributes.emplaceBack(QStringLiteral("style"), styles);
     // The document would keep a direction past the end of a list or table. So once the page states
-    // one, every element states its own.
+    // a direction, every element is written with its own.
     if (_directed)
         attributes.emplaceBack(QStringLiteral("dir"), element.direction.isEmpty()
                                                           ? QStringLiteral("ltr")
@@ -43,7 +43,7 @@ void HtmlWriter::writeStart(OpenElement &element, HtmlAttributes attributes,
     if (!block)
         return;
     startBlock();
-    // A rule ends where it starts.
+    // A void block (`hr`) ends at its start tag.
     _afterBlock = element.kind->isVoid;
 }
 

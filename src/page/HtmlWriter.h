@@ -33,7 +33,7 @@ public:
 
     /// The current block has fewer than 50 pictures.
     [[nodiscard]] bool hasRoomForPicture() const { return _picturesInBlock < maxPicturesInBlock; }
-    /// A block has just ended: the document would put a picture into it.
+    /// A block has just ended: the document would put a picture that follows into that block.
     [[nodiscard]] bool isAfterBlock() const { return _afterBlock; }
 
 private:

@@ -4,7 +4,7 @@ namespace pelorinnews {
 
 namespace {
 
-// In pixels, for all margins, lists and quotations around a line together.
+// In pixels: limit for the sum of all margins, lists and quotations around a line.
 constexpr int maxIndent = 240;
 constexpr int indentOfList = 40;
 

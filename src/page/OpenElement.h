@@ -13,16 +13,17 @@ namespace pelorinnews {
 struct OpenElement {
     enum class Role { Plain, List, Table, Row, Cell };
 
-    /// The name in the page; empty for an element that the page does not have.
+    /// The name in the page; empty for an implied element, which has no tag in the page.
     QString name;
-    /// The properties of that element; null only for the page itself, around all elements.
+    /// What HTML defines for this kind of element; null only for the page itself, around all
+    /// elements.
     const HtmlElement *kind = nullptr;
     /// The name in the document; empty if only the content is written.
     QString written;
     Role role = Role::Plain;
-    /// `ltr` or `rtl`; empty if neither it nor an element around it states one.
+    /// `ltr` or `rtl`; empty if neither this element nor one around it states a direction.
     QString direction;
-    /// Identify the look and the font of its text; see `PageLooks`.
+    /// Hashes that identify the look and the font of the element's text; see `PageLooks`.
     size_t look = 0;
     size_t font = 0;
     /// Index among the page's list items; -1 for other elements.
@@ -38,12 +39,12 @@ struct OpenElement {
     [[nodiscard]] bool isBlock() const;
     /// The written element does not change the look of its text.
     [[nodiscard]] bool isPlain() const;
-    /// Writes it as an element that does not change the look of its text.
+    /// Replaces the written element by one that does not change the look of its text.
     void makePlain();
 
-    /// Adds its margins, and those that a document gives lists and quotations, to the indent.
-    /// Removes margins from `style` that an inline element or a cell may not have, or that would
-    /// indent by more than 240 pixels in all. Needs the role and the written name.
+    /// Adds the margins in `style`, and the document's default margins of lists and quotations, to
+    /// the indent. Removes margins from `style` that an inline element or a cell may not have, or
+    /// that would indent by more than 240 pixels in all. Set the role and the written name before.
     void takeIndent(CssStyle &style);
     void takeDirection(const HtmlAttributes &attributes, const CssStyle &style);
     void takeWhiteSpace(const CssStyle &style);

@@ -12,10 +12,10 @@ namespace pelorinnews {
 
 namespace {
 
-// Nesting depth: of all elements that are tracked, and of those that are written.
+// Limits of the nesting depth: of all elements that are tracked, and of those that are written.
 constexpr std::size_t maxOpen = 512;
 constexpr int maxWritten = 64;
-// Nesting levels for a table, its rows, its cells and their content.
+// The nesting levels that a table needs: itself, a row, a cell and the cell's content.
 constexpr int levelsOfTable = 4;
 
 }  // namespace
@@ -115,7 +115,7 @@ void OpenElements::markItem(OpenElement &element, const HtmlAttributes &attribut
                             CssStyle &style) {
     const bool first = _lists.isAtStart();
     element.item = _lists.addItem(attributes, style.value("list-style-type"));
-    // The space that a document puts above its own lists.
+    // The list is written as plain blocks: add the space that a document puts above its own lists.
     if (first && style.value("margin-top").isEmpty())
         style.set("margin-top", QString::number(PageLists::margin) + QStringLiteral("px"));
 }

@@ -19,7 +19,8 @@ class PageLooks;
 
 /// The elements of a page that have started and not ended yet. Opens and closes them as browsers
 /// do, also where the page leaves out their tags, decides what is written for each, and has it
-/// written. 512 elements can be open, and 64 of them written; of the others only the content is.
+/// written. At most 512 elements can be open. The tags of at most 64 of them are written; of the
+/// others, only the content is written.
 class OpenElements {
 public:
     /// All must outlive this object.
@@ -28,16 +29,16 @@ public:
 
     /// Opens a shown element. `attributes` and `style` are the page's own.
     void open(HtmlNode node, const HtmlAttributes &attributes, CssStyle style);
-    /// Opens an element that is not shown, like everything in it.
+    /// Opens a hidden element: neither the element nor anything in it is shown.
     void openHidden(HtmlNode node);
-    /// Closes the innermost element `name` and all in it; nothing if there is none.
+    /// Closes the innermost open element `name` and all in it. No-op if there is none.
     void close(const QString &name);
-    /// Closes the elements that end implicitly where the element of the start tag `next` starts.
+    /// Closes the elements whose end tags the start tag `next` implies.
     void closeBefore(const HtmlToken &next);
 
     /// Before text: opens a cell if a table is open and no cell is. Text must be inside a cell.
     void enterCell();
-    /// Before a picture: opens a cell likewise, and a block if one has just ended.
+    /// Before a picture: opens a cell as `enterCell` does, and a block if one has just ended.
     void enterBlock();
 
     /// No element can be opened now.

@@ -8,7 +8,7 @@ namespace pelorinnews {
 
 namespace {
 
-// Small enough that counting further items does not overflow.
+// Small enough that counting on from this number does not overflow.
 constexpr int largestNumber = 1'000'000'000;
 
 std::optional<int> numberIn(const QString &text) {

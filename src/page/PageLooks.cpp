@@ -11,7 +11,7 @@ namespace {
 constexpr qsizetype maxLooks = 1000;
 constexpr qsizetype maxFonts = 48;
 
-/// Whether `each` is known, or there is room for it.
+/// Whether `known` contains `each` or has room for it; adds it then.
 bool admit(QSet<size_t> &known, size_t each, qsizetype most) {
     if (known.contains(each))
         return true;

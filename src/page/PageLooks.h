@@ -19,8 +19,9 @@ public:
     explicit PageLooks(HtmlCost::Purpose purpose)
         : _limitsFonts(purpose == HtmlCost::Purpose::Display) {}
 
-    /// Gives `element` its look and its font. If the page has no room for them, removes what causes
-    /// them from the element and from `attributes` and `style`, which are to be written with it.
+    /// Sets the look and the font of `element`, which is to be written with `attributes` and
+    /// `style`. If a limit is reached, removes what would cause another look or font from all
+    /// three.
     void bound(OpenElement &element, HtmlAttributes &attributes, CssStyle &style);
 
     /// Whether one more picture or table may float.
@@ -29,7 +30,8 @@ public:
 private:
     static constexpr int maxFloats = 50;
 
-    /// What the page states, as texts that are the same for the same font and the same look.
+    /// An element's attributes and style as texts that can be compared: `font` has what affects the
+    /// font, `rest` has the style and all other attributes.
     struct Stated {
         QString font;
         QString rest;

@@ -9,7 +9,7 @@ namespace pelorinnews {
 /// An image that was read completely.
 struct PagePicture {
     QImage image;
-    /// The file that the image was read from, in the format `format`, for example "png" or "jpeg".
+    /// The encoded image, in the format `format`, for example "png" or "jpeg".
     QByteArray file;
     QByteArray format;
 };

@@ -16,8 +16,8 @@ class PageTables {
 public:
     explicit PageTables(HtmlCost &cost) : _cost(cost) {}
 
-    /// Opens a table, and returns whether it is written. `hasRoom`: the elements around it leave
-    /// nesting levels for it.
+    /// Opens a table, and returns whether it is written. `hasRoom`: whether the elements around the
+    /// table leave enough nesting levels for it.
     bool open(bool hasRoom);
     void close();
 
