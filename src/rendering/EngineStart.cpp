@@ -20,7 +20,7 @@ namespace {
 
 constexpr auto flagsVariable = "QTWEBENGINE_CHROMIUM_FLAGS";
 
-// Whether the engine's own switches disable its sandbox, which the host decides, not this module.
+// Whether the host or the user disables the engine's sandbox with the engine's own switches.
 // The engine reads its switches from `flagsVariable` if that is set, otherwise from the command
 // line after `--webEngineArgs`.
 bool isToldToDoWithoutSandbox() {

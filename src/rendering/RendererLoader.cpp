@@ -33,8 +33,8 @@ std::unique_ptr<NewsRenderer> webRenderer(QWidget *parent, const QString &plugin
 }
 
 // Contexts under a later application object must not share with this one, because its display is
-// gone. The shared context is leaked on purpose: nothing tells when the engine's last thread has
-// released it.
+// gone. The shared context is leaked on purpose: there is no notice of when the engine's last
+// thread has released it.
 void withdrawSharedContext() {
     if (QOpenGLContext::globalShareContext() == sharedContext)
         qt_gl_set_global_share_context(nullptr);

@@ -135,7 +135,8 @@ void TextNewsRenderer::paintEvent(QPaintEvent *event) {
     painter.setClipRect(event->rect());
     const QPointF scrolled(horizontalScrollBar()->value(), verticalScrollBar()->value());
     const QRectF visible = QRectF(event->rect()).translated(scrolled);
-    // Table cells lie side by side, so check all blocks of a visible table.
+    // Start at the first visible block. In a table, start at the table's first block, because cells
+    // lie side by side.
     const QTextFrame *const root = document()->rootFrame();
     QTextBlock block = cursorForPosition(event->rect().topLeft()).block();
     const QTextFrame *frame = document()->frameAt(block.position());

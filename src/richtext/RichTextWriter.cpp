@@ -24,8 +24,8 @@ namespace {
 // Six inches: the width of the text on a sheet with ordinary margins.
 constexpr int textWidth = 8640;
 constexpr int cellPadding = 140;
-// With more nesting or columns than this, RTF readers lose text or give up. The contents of the
-// cells are then written one after another, without a table.
+// Beyond these limits, RTF readers lose text or give up. The contents of the cells are then written
+// one after another, without a table.
 constexpr int deepestTable = 8;
 constexpr int maxColumns = 63;
 
@@ -35,8 +35,8 @@ const QByteArray &paragraphEnd() {
 }
 
 /// The URL as the `HYPERLINK` instruction of an RTF field needs it. Empty if the document must not
-/// contain the link: a link in a pasted text must not run a program or open a file, as a link
-/// without a scheme or a host would.
+/// contain the link: a link in a pasted text must not run a program or open a file, and one without
+/// a scheme or a host could.
 QByteArray linkAddress(const QString &address) {
     static constexpr std::array withHost{"http", "https", "ftp"};
     static constexpr std::array withoutHost{"mailto", "tel", "news"};

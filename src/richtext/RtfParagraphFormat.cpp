@@ -102,8 +102,8 @@ QByteArray rtfParagraphFormat(const QTextBlock &block, const RtfParagraphPlace &
         appendIndents(out, left, twips(format.textIndent()), right);
         return out + ' ';
     }
-    // A list item in a table cell may have no indent of its own, because its list encloses the
-    // table.
+    // Reserve room for the marker: in a table inside a list, the item may have no indent of its
+    // own.
     const int text = std::max(left, twipsPerIndent);
     appendIndents(out, text, -RtfListTable::markerWidth, right);
     appendRtfWord(out, "\\tx", text);

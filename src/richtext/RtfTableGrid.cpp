@@ -68,7 +68,7 @@ const char *lineStyle(QTextFrameFormat::BorderStyle style) {
 void appendBorder(QByteArray &out, double pixels, QTextFrameFormat::BorderStyle style,
                   const QBrush &brush, RtfHeader &header) {
     out += lineStyle(style);
-    // Readers accept at most 75 twips for the width of a line.
+    // RTF readers accept at most 75 twips as the width of a border line.
     appendRtfWord(out, "\\brdrw",
                   static_cast<int>(std::lround(std::clamp(pixels * twipsPerPixel, 1.0, 75.0))));
     if (isVisible(brush))

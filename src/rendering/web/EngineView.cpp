@@ -15,7 +15,7 @@ void EngineView::childEvent(QChildEvent *event) {
         canvas->setFocusPolicy(Qt::NoFocus);
         canvas->quickWindow()->setFlags(Qt::Desktop);
     }
-    // A child is polished right before it is first shown.
+    // A child is polished right before it is first shown, so this is the time to hide a dialog.
     auto *dialog = event->polished() ? qobject_cast<QDialog *>(event->child()) : nullptr;
     if (!dialog)
         return;

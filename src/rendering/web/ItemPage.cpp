@@ -39,7 +39,7 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
 
     connect(this, &QWebEnginePage::newWindowRequested, this,
             [this](const QWebEngineNewWindowRequest &request) {
-                // A request for a new window opens none unless it is accepted.
+                // Report the click only: without `openIn`, the request opens no window.
                 if (request.isUserInitiated())
                     static_cast<void>(
                         allows(pelorinnews::NavigationType::LinkClicked, request.requestedUrl()));
@@ -102,7 +102,8 @@ bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, boo
 
 void ItemPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &message, int,
                                         const QString &) {
-    // The decision is ignored: the script has already kept the engine from following the link.
+    // The delegate's decision is ignored: the script has already kept the engine from following the
+    // link.
     if (const auto link = _clicks.reported(message))
         static_cast<void>(allows(pelorinnews::NavigationType::LinkClicked, *link));
 }

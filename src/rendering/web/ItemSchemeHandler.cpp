@@ -50,8 +50,9 @@ QUrl ItemSchemeHandler::newAddress() {
 
 void ItemSchemeHandler::requestStarted(QWebEngineUrlRequestJob *job) {
     if (job->requestUrl() != _address) {
-        // A page that reloads itself may ask for itself once more after the next item was shown.
-        // An aborted request leaves that item on the screen, an error page would replace it.
+        // A page that reloads itself may request itself once more when the next item is already
+        // shown. Aborting the request keeps that item on the screen; failing would replace it by an
+        // error page.
         const bool isEarlierItem = job->requestUrl().query().startsWith(QLatin1String(schemeName));
         job->fail(isEarlierItem ? QWebEngineUrlRequestJob::RequestAborted
                                 : QWebEngineUrlRequestJob::UrlNotFound);

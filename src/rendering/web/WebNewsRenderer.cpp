@@ -19,8 +19,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// How long a closed window keeps its page's process. Until then the window opens again at once;
-/// afterwards the process has to start first, but the news has probably been read.
+/// How long a closed window keeps its page's process. If the window is opened again within this
+/// time, the page appears at once; later, a new process has to start first.
 constexpr std::chrono::seconds discardDelay{10};
 
 /// Timeout for an item to appear. After it, the previous page counts as hanging, and the item is
