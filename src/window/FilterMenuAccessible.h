@@ -19,7 +19,7 @@ public:
     [[nodiscard]] QAccessible::State state() const override;
     void *interface_cast(QAccessible::InterfaceType type) override;
 
-    // The list is the only child, open or not.
+    // The pop-up list is the only child, open or not.
     [[nodiscard]] int childCount() const override { return 1; }
     [[nodiscard]] QAccessibleInterface *child(int index) const override;
     [[nodiscard]] QAccessibleInterface *childAt(int, int) const override { return nullptr; }

@@ -65,7 +65,8 @@ private:
     QString _rendererFolder;
     QString _page;
     QString _value;
-    // Declared last, so destroyed first: a client may still query the view meanwhile.
+    // Declared last, so destroyed first: during its destruction, accessibility clients may still
+    // query the view's other members.
     std::unique_ptr<NewsRenderer> _renderer;
 };
 

@@ -21,7 +21,8 @@ bool isOurs(const QKeyEvent &event) {
            isKeyEquivalent(event, closeKeyEquivalent) || isKeyEquivalent(event, copyKeyEquivalent);
 }
 
-// Otherwise clients would see only a part of a window and would not be told when it becomes active.
+// Qt presents a plain QWidget as a part of a window, and does not tell accessibility clients when
+// it becomes active. So give the news window the role of a window.
 QAccessibleInterface *accessibleFor(const QString &, QObject *object) {
     auto *const window = qobject_cast<OlvNewsWindow *>(object);
     return window ? new QAccessibleWidget(window, QAccessible::Window) : nullptr;

@@ -26,8 +26,8 @@ namespace pelorinnews {
 
 namespace {
 
-// A window that is shown but not activated for this long (focus-stealing prevention) counts as
-// having become key.
+// A window that is shown but not activated for this long (focus-stealing prevention) is treated as
+// if it had been activated.
 constexpr std::chrono::milliseconds exposedTimeout{250};
 
 // On the first show, the window's width and height grow to at least those of the primary screen
@@ -62,8 +62,8 @@ std::shared_ptr<OlvNewsWindowController> OlvNewsWindowController::initWithWindow
     std::shared_ptr<OlvNewsWindowController> controller(
         new OlvNewsWindowController(windowNibName, std::move(services)), deleteOnMainThread);
     controller->initWithWindow();
-    // A second control block counts the caller's references apart from those of the timer and of
-    // pending work.
+    // The caller gets a `shared_ptr` with its own control block, so that its references are counted
+    // apart from those of the timer and of pending work.
     const auto outside = std::make_shared<std::shared_ptr<OlvNewsWindowController>>(controller);
     const std::shared_ptr<OlvNewsWindowController> reference(outside, controller.get());
     controller->_outsideReference = reference;
@@ -180,8 +180,8 @@ void OlvNewsWindowController::showWindow() {
     OlvNewsWindow *shown = window();
     if (!shown)
         return;
-    // Restores the window's size at the last close: since then, a late answer of the desktop to a
-    // resize of the options fold may have changed it.
+    // Restore the size that the window had when it was last closed: since then, a late answer of
+    // the desktop to a resize of the options fold may have changed it.
     if (shown->isHidden() && _closedSize.isValid() && !WindowEdges::isMaximizedOrFullScreen(*shown))
         shown->resize(_closedSize);
     // The screen on which the window was closed may be gone.
@@ -304,7 +304,7 @@ void OlvNewsWindowController::exit() {
     _exited = true;
     if (_refreshTimer)
         _refreshTimer->invalidate();
-    // Also close a window that was shown a moment ago and has not become key yet.
+    // Also close a window that was shown a moment ago and has not been activated yet.
     if (_loadedWindow && (_windowIsVisible || _loadedWindow->isVisible()))
         _loadedWindow->performClose();
     // The announcement stays only if this computer has exactly one copy of the host: a click on it

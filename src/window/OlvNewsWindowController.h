@@ -47,8 +47,8 @@ public:
     /// are needed. `windowNibName` names the window description.
     static std::shared_ptr<OlvNewsWindowController> initWithWindowNibName(
         const QString &windowNibName, WindowServices services);
-    /// The overload above, with `WindowServices::standard()`, which is not called if this returns
-    /// null.
+    /// Calls the overload above with `WindowServices::standard()`. Where that overload would return
+    /// null, returns null without creating the services.
     static std::shared_ptr<OlvNewsWindowController> initWithWindowNibName(
         const QString &windowNibName);
     ~OlvNewsWindowController() override;

@@ -18,8 +18,8 @@ namespace {
 constexpr std::chrono::milliseconds resizeDuration{200};
 
 // A window manager that has not answered after this many ticks counts as refusing the size.
-// Counting ticks instead of time avoids a false timeout: after a pause of this process, both a tick
-// and the answer are due.
+// Counting ticks instead of time avoids a false timeout: after this process was suspended, only one
+// tick is due, and the answer is handled before the next.
 constexpr std::chrono::milliseconds answerTick{50};
 constexpr int answerTicks = 20;
 
@@ -63,8 +63,8 @@ int OptionsFold::growth(bool open) const {
     return WindowEdges::roomBelow(*_window) >= foldHeight ? foldHeight : 0;
 }
 
-// No-op while the desktop sets the window's size: Qt takes a resized widget to be in the normal
-// state from then on, whatever the desktop reports.
+// No-op while the desktop sets the window's size: after a resize, Qt considers the window to be in
+// the normal state, even if the desktop reports it as maximized or full screen.
 void OptionsFold::resizeTo(int height) {
     if (_window && !isHeld())
         _window->resize(_window->width(), height);
@@ -157,7 +157,7 @@ void OptionsFold::hearAnswers() {
 void OptionsFold::awaitAnswer(int from) {
     if (!_window || !_window->isVisible())
         return;
-    // While an earlier request is still to be answered, the reported size is not the last one.
+    // While the answer to an earlier request is still due, the reported size is not the final one.
     if (_reported == _window->size() && !_heightBeforeRequest)
         return;
     _heightBeforeRequest = from;
@@ -191,7 +191,7 @@ void OptionsFold::adoptReportedSize() {
     if (_reported == _window->size())
         return;
     _window->setMinimumHeight(qMin(lowestHeight(), _reported.height()));
-    // The window manager may have refused the position as well.
+    // The window manager may have refused not only the size, but also the position.
     _window->setGeometry(QRect(_window->windowHandle()->position(), _reported));
 }
 
@@ -223,9 +223,9 @@ bool OptionsFold::eventFilter(QObject *watched, QEvent *event) {
     return QObject::eventFilter(watched, event);
 }
 
-// On restore, the desktop gives the window back its mid-animation height: finish the change. Any
-// other height was set on purpose: drop the change, but only on a resize event. At a state event,
-// the window may still have its old size.
+// On restore, the desktop gives the window back its mid-animation height: finish the interrupted
+// change. Any other height was set on purpose: drop the change, but only on a resize event. At a
+// state event, the window may still have its old size.
 void OptionsFold::catchUp(QEvent::Type type) {
     if (!_cutShort || !_window || isHeld())
         return;
