@@ -36,7 +36,7 @@ double threadCpuSeconds() {
 }
 
 void makeTree(const QByteArray &top, int files) {
-    // Ten files and ten folders in each folder, breadth first.
+    // Create ten files and ten folders in each folder, breadth first.
     std::vector<QByteArray> folders = {top};
     ::mkdir(top.constData(), 0700);
     for (std::size_t next = 0; files > 0; ++next) {

@@ -8,7 +8,7 @@ namespace pelorinnews {
 
 namespace {
 
-// The time limit for a page, in nanoseconds, as are all rates below.
+// The time limit for a page. This limit and all rates below are in nanoseconds.
 constexpr qint64 most = 200'000'000;
 
 struct Rate {

@@ -28,7 +28,7 @@ struct OpenElement {
     size_t font = 0;
     /// Index among the page's list items; -1 for other elements.
     int item = -1;
-    /// How much narrower its lines are than the page's or the cell's, in pixels.
+    /// By how many pixels the element's lines are narrower than the page or the table cell.
     int indent = 0;
     /// The page's line breaks are kept.
     bool preserved = false;

@@ -24,7 +24,7 @@ public:
     /// three.
     void bound(OpenElement &element, HtmlAttributes &attributes, CssStyle &style);
 
-    /// Whether one more picture or table may float.
+    /// Counts one more floating picture or table, and returns whether it may float.
     [[nodiscard]] bool admitFloat() { return ++_floats <= maxFloats; }
 
 private:

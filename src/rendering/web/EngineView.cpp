@@ -20,7 +20,7 @@ void EngineView::childEvent(QChildEvent *event) {
     if (!dialog)
         return;
     dialog->setAttribute(Qt::WA_DontShowOnScreen);
-    // Queued: the dialog is about to be shown, and is rejected right after that.
+    // Queued, because the dialog is about to be shown: reject it right after that.
     QMetaObject::invokeMethod(dialog, &QDialog::reject, Qt::QueuedConnection);
 }
 
