@@ -8,8 +8,8 @@ namespace pelorinnews {
 /// creating a controller. Each field may be absent (a null string); its comment names the fallback.
 struct HostIdentity {
     /// The name of the host's desktop file, without ".desktop", in reverse-domain form:
-    /// "com.Olvane.Pelorin". It names the folders of the feed's local copy and of the notification
-    /// list, and notifications carry it as their sender's desktop entry.
+    /// "com.Olvane.Pelorin". The folders of the feed's cache file and of the notification registry
+    /// are named after it, and notifications carry it in their `desktop-entry` hint.
     ///
     /// If absent or not usable as a folder name, the first usable one of these applies: the Flatpak
     /// identifier, the application object's desktop file name, the reversed organisation domain

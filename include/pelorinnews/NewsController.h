@@ -18,8 +18,8 @@ public:
     NewsController(const NewsController &) = delete;
     NewsController &operator=(const NewsController &) = delete;
 
-    /// Shows the news window and brings it to the front, at once and again after the current event
-    /// has been handled.
+    /// Shows the news window and brings it to the front. Does so again after the current event,
+    /// since that event may bring the host's own window to the front.
     virtual void show() = 0;
 
     /// Shuts the panel down: stops its timer, closes its window, stores the date of the last

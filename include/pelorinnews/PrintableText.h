@@ -7,9 +7,9 @@
 namespace pelorinnews {
 
 /// Makes `text` from an outside source safe for one line of a log or a terminal. Simplifies white
-/// space; replaces control characters, lone surrogates and format characters (except the two
-/// joiners that scripts need) with U+FFFD; cuts to `longest` UTF-16 units, the last of which is
-/// then an ellipsis. `longest` must be at least 1. A null text stays null.
+/// space; replaces control characters, lone surrogates and format characters (except zero-width
+/// joiner and non-joiner, which some scripts need) with U+FFFD; cuts to `longest` UTF-16 units, the
+/// last of which is then an ellipsis. `longest` must be at least 1. A null text stays null.
 [[nodiscard]] inline QString printableText(
     const QString &text, qsizetype longest = std::numeric_limits<qsizetype>::max()) {
     if (text.isNull())
