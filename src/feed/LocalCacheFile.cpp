@@ -16,8 +16,8 @@ namespace {
 constexpr char16_t byteOrderMark = u'\uFEFF';
 constexpr char16_t swappedByteOrderMark = u'\uFFFE';
 constexpr qint64 unitSize = sizeof(char16_t);
-/// Bytes: the longest ASCII text and the byte-order mark. ASCII takes the most UTF-16 per byte of
-/// UTF-8.
+/// In bytes: the byte-order mark and the longest text in ASCII, which doubles in size in UTF-16.
+/// Other texts grow less.
 constexpr qint64 largestFile = unitSize * (LocalCacheFile::longestText + 1);
 
 Error noPath() {
@@ -32,7 +32,7 @@ bool writeUnits(FileReplacement &file, QStringView text) {
     return file.write({reinterpret_cast<const char *>(text.utf16()), text.size() * unitSize});
 }
 
-// Stops at a failed write, which `file` reports when it is committed.
+// Writes no more after a failed write; `FileReplacement::commit` then reports the failure.
 void writeText(FileReplacement &file, QByteArrayView utf8) {
     // A byte-order mark inside the text is part of the text. The decoder is stateful, because a
     // character may be split between two pieces.

@@ -50,7 +50,7 @@ public:
     OlvNewsCache &operator=(const OlvNewsCache &) = delete;
     virtual ~OlvNewsCache() = default;
 
-    /// The feed settings; null is absent. They are read when a request is built.
+    /// The feed settings; null means absent. They are read when a request is built.
     void setFeedBaseURL(const QString &url) { _feedBaseURL.set(url); }
     void setFeedType(const QString &type) { _feedType.set(type); }
     void setDesiredLocale(const QString &locale) { _desiredLocale.set(locale); }
@@ -76,7 +76,6 @@ public:
     /// this to false.
     [[nodiscard]] bool retrievingContent() const { return _retrievingContent; }
 
-    /// The number of items.
     [[nodiscard]] virtual quint64 count() const;
 
     /// The language of the last feed that was parsed; null before the first.
@@ -85,8 +84,8 @@ public:
     /// The item at `index` in feed order, or null when there is none.
     [[nodiscard]] virtual std::shared_ptr<OlvNewsCacheItem> itemAtIndex(quint64 index);
 
-    /// The URL to request, or nothing without a base URL: the base alone if it ends in ".xml", else
-    /// with its query. Virtual, so that a subclass may refuse to request.
+    /// The URL to request, composed by `FeedDownload::address`; nothing without a base URL.
+    /// Virtual, so that a subclass may refuse to request.
     [[nodiscard]] virtual std::optional<QUrl> feedRequest() const;
 
     /// Finds or creates the folder of the cache file. Without that folder, the feed is kept in
@@ -95,7 +94,7 @@ public:
 
 protected:
     /// Installs a parser's result and returns true. If there is no result, keeps the current items,
-    /// logs `place` (the pointer to the parse error) and returns false.
+    /// logs the address `place` of the caller's parse error, and returns false.
     bool keepFeed(const std::optional<QVariantMap> &feed, const Error *place,
                   const FeedFingerprint &fingerprint = {});
 

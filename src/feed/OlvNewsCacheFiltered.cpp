@@ -84,8 +84,8 @@ void OlvNewsCacheFiltered::refresh(RefreshCompletion completion) {
 }
 
 void OlvNewsCacheFiltered::applyFilter() {
-    // Each change happens before its own run takes a number, so the run with the highest number has
-    // seen all changes. An older run that ends later is stale: it must not replace the view.
+    // A setter stores its value before its run takes a number, so the run with the highest number
+    // has seen all changes. An older run that ends later is stale: it must not replace the view.
     const quint64 run = ++_filterRuns;
 
     Conditions conditions;

@@ -35,8 +35,8 @@ public:
     [[nodiscard]] quint64 unfilteredCount() const { return OlvNewsCache::count(); }
 
     /// The item at `index` of the view, or null when there is none. Marks this item and every older
-    /// one as viewed: if a last viewing is set, it moves forward to the date of this item. The view
-    /// does not change until the next filter run.
+    /// one as viewed: moves the last viewing, if one is set, forward to the date of this item. The
+    /// view does not change until the next filter run.
     [[nodiscard]] std::shared_ptr<OlvNewsCacheItem> itemAtIndex(quint64 index) override;
 
     /// The item of the view with the latest date (the first one if several share it); the first

@@ -65,8 +65,8 @@ private:
     QString _htmlContent;
     QString _plainTextContent;
     QString _category;
-    /// One mutex for all fields, and a QMutex, which takes only 8 bytes: a feed may have 100,000
-    /// items.
+    /// To save memory, one mutex guards all fields: a feed may have 100,000 items. It is a QMutex,
+    /// which takes only 8 bytes.
     mutable QMutex _mutex;
 };
 

@@ -116,7 +116,7 @@ void OlvNewsParser::parserDidEndElement(std::string_view name) {
     if (!_currentItem)
         return;
     if (name == "item") {
-        // An item is kept even if all its fields are absent: its `description()` is never empty.
+        // An item is kept even if all its fields are absent.
         _feedItems->push_back(std::move(_currentItem));
         _currentItem.reset();
     } else if (name == "pubDate") {
