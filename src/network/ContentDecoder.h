@@ -31,7 +31,7 @@ public:
     /// but `Fine`.
     [[nodiscard]] Result add(const char *bytes, std::size_t size, QByteArray &body);
 
-    /// Whether the bytes so far are a complete coded body. Its checksum, if it has one, has been
+    /// Whether the bytes so far are a complete encoded body. Its checksum, if it has one, has been
     /// verified. Always true for `Identity`.
     [[nodiscard]] bool isComplete() const;
 
@@ -43,8 +43,8 @@ private:
     const Coding _coding;
     const qint64 _longest;
     std::unique_ptr<Inflater> _inflater;
-    /// The first byte, held back until the second arrives: both show whether a deflate body has a
-    /// zlib wrapper.
+    /// The first byte, held back until the second arrives: together they show whether a deflate
+    /// body has a zlib wrapper.
     QByteArray _start;
     bool _streamEnded = false;
 };

@@ -32,7 +32,8 @@ std::optional<CurlLibrary> load() {
                             find(library, "curl_multi_poll", curl.multiPoll) &&
                             find(library, "curl_multi_wakeup", curl.multiWakeup) &&
                             find(library, "curl_multi_info_read", curl.multiInfoRead);
-    // A lookup through libcurl finds the TLS library that it is linked with, and no other.
+    // `dlsym` with libcurl's handle searches libcurl and its dependencies only, so it finds OpenSSL
+    // only if libcurl uses it.
     curl.usesOpenSsl = library && find(library, "SSL_get_SSL_CTX", curl.sslContext) &&
                        find(library, "SSL_CTX_set_ex_data", curl.contextSetData) &&
                        find(library, "SSL_CTX_get_ex_data", curl.contextGetData) &&
@@ -40,8 +41,8 @@ std::optional<CurlLibrary> load() {
     if (!isComplete)
         return std::nullopt;
     // A process that exits while another thread uses OpenSSL crashes in OpenSSL's exit handler.
-    // Initialising OpenSSL like this first disables that handler. If the host initialised it
-    // earlier, the host's choice stays.
+    // `OPENSSL_INIT_NO_ATEXIT` disables that handler, but has no effect if the host has initialised
+    // OpenSSL before.
     decltype(&OPENSSL_init_crypto) initialize = nullptr;
     if (find(library, "OPENSSL_init_crypto", initialize) &&
         initialize(OPENSSL_INIT_NO_ATEXIT, nullptr) != 1)

@@ -17,9 +17,9 @@ namespace {
 /// Time after the last transfer by which its result has usually been processed.
 constexpr std::chrono::seconds rest{1};
 
-/// Releases the memory of the libraries that a transfer, and parsing the feed afterwards, page in.
-/// That memory is several times what the rest of this module takes, and is unused for hours until
-/// the next transfer.
+/// Releases the library pages that a transfer loads, and that parsing the feed loads after it. They
+/// take several times the memory of the rest of this module, and are unused for hours until the
+/// next transfer.
 void releaseTransferLibraries() {
     releaseLibraryPages({"libcurl",
                          "libQt6Network",
@@ -84,7 +84,7 @@ bool NetworkThread::tryAdd(NetworkRequest &request) {
     if (!QCoreApplication::instance())
         return false;
     const std::lock_guard lock(_mutex);
-    // Starting under the lock prevents a race with `stop`; it runs no foreign code.
+    // Start under the lock, so that `stop` cannot run in between.
     if (!_stopping && !_started) {
         if (_beforeUse)
             _beforeUse();
@@ -119,7 +119,8 @@ bool NetworkThread::stop(std::chrono::milliseconds timeout) {
 void NetworkThread::run() {
     blockPipeSignal();
     _curl = CurlLibrary::instance();
-    // Makes the libraries create their process-wide objects now, before `_beforeUse` runs.
+    // Makes the libraries create their process-wide objects now, so that the exit handlers which
+    // destroy them are registered before `_beforeUse` runs.
     static_cast<void>(HostNetwork::trustedAuthorities());
     if (_beforeUse)
         _beforeUse();

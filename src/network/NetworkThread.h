@@ -18,8 +18,8 @@ namespace pelorinnews {
 /// transfer ends, it closes all connections, releases memory a second later, and sleeps.
 class NetworkThread final : public QThread {
 public:
-    /// `beforeLibrariesAreUsed` is called twice: on the thread that adds the first request, and on
-    /// this thread once the libraries that it uses are loaded.
+    /// `beforeLibrariesAreUsed` is called twice: first on the thread that adds the first request,
+    /// and then on this thread, as soon as the libraries that transfers need are loaded.
     NetworkThread(qint64 longestBody, std::function<void()> beforeLibrariesAreUsed);
     ~NetworkThread() override;
 

@@ -49,7 +49,7 @@ TransportError meaning(CURLcode result) {
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
             return TransportError::Incomplete;
-        // Not the URL's scheme, which has been checked: the reply is HTTP/0.9.
+        // The URL's scheme has been checked, so this code means that the reply is HTTP/0.9.
         case CURLE_UNSUPPORTED_PROTOCOL:
         case CURLE_WEIRD_SERVER_REPLY:
         case CURLE_BAD_CONTENT_ENCODING:
@@ -151,7 +151,7 @@ void NetworkTransfer::prepare() {
     // A reused connection may have been closed meanwhile; a fresh one has not.
     set(CURLOPT_FRESH_CONNECT, 1L);
     set(CURLOPT_FORBID_REUSE, 1L);
-    // Credentials: only if the service asks for them, and never to the target of a redirect.
+    // Send credentials only if the service asks for them, and never to the target of a redirect.
     set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_BASIC | CURLAUTH_DIGEST));
     if (!_address.userName().isEmpty()) {
         set(CURLOPT_USERNAME, _address.userName(QUrl::FullyDecoded).toUtf8().constData());

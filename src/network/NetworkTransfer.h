@@ -29,8 +29,8 @@ public:
         QByteArray trustedAuthorities;
     };
 
-    /// Makes a transfer that is ready to be added to a multi handle, and must then outlive that
-    /// handle. `settings` must outlive the transfer.
+    /// Makes a transfer that is ready to be added to a multi handle. A transfer that was added must
+    /// outlive the multi handle. `settings` must outlive the transfer.
     NetworkTransfer(const CurlLibrary &library, NetworkRequest sending, const Settings &settings);
     ~NetworkTransfer();
     NetworkTransfer(const NetworkTransfer &) = delete;
@@ -86,8 +86,8 @@ private:
     QUrl _address;
     int _redirects = 0;
     Clock::time_point _lastProgress = Clock::now();
-    /// The sockets that are open for this address: several while connections are tried, in the end
-    /// one.
+    /// The sockets that are open for the current address: several while libcurl tries to connect,
+    /// one afterwards.
     std::vector<curl_socket_t> _sockets;
     ResponseHead _head;
     /// Whether the peer has sent close_notify, which properly ends a TLS connection.

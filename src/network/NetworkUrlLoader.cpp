@@ -10,8 +10,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// The process-wide loader. It must end before Qt does: with the application object, or, if the
-/// process exits without destroying that, with the module's own static objects.
+/// The process-wide loader. It must end before Qt does. So it ends with the application object or,
+/// if the process exits without destroying that object, with the module's own static objects.
 class SharedLoader {
 public:
     SharedLoader() = default;
@@ -35,9 +35,9 @@ public:
     }
 
 private:
-    /// If the process exits without destroying its application object, the libraries' exit handlers
-    /// still run. Transfers must end before that, so this handler is registered after them: exit
-    /// handlers run last in, first out.
+    /// If the process exits without destroying its application object, transfers must end before
+    /// the libraries' exit handlers run. So our handler is registered after the libraries'
+    /// handlers: exit handlers run last in, first out.
     static void endBeforeLibraries() {
         std::atexit([] { instance().end(); });
     }

@@ -77,7 +77,7 @@ QByteArray ResponseHead::problem() const {
         if (length != _contentLengths.front())
             return "Content-Length is given with different values";
     }
-    // Where chunks delimit the body, a length does not count.
+    // A Content-Length besides "chunked" is no problem: it is ignored.
     const QByteArray coding = joined(_transferEncodings);
     if (!coding.isEmpty() && coding != "chunked" && coding != "identity")
         return "Unknown Transfer-Encoding: " + coding.left(40);

@@ -11,7 +11,7 @@ enum class TransportError {
     Cancelled = 1,    ///< The loader was shut down, or there is no application object.
     TimedOut = 2,     ///< No progress for as long as the request allows.
     BadAddress = 3,   ///< Malformed, or of another scheme than HTTP, HTTPS and `file:`.
-    Unreachable = 4,  ///< The host or proxy has no address or takes no connection.
+    Unreachable = 4,  ///< The host or proxy is unknown or refuses the connection.
     Insecure = 5,     ///< The TLS handshake failed, or the certificate is not trusted.
     BadRedirect = 6,  ///< Too many redirects, or one to a forbidden address.
     Incomplete = 7,   ///< The connection ended before the reply was complete.
@@ -20,7 +20,6 @@ enum class TransportError {
     Other = 10        ///< None of these; the description says what.
 };
 
-/// The domain of these errors.
 [[nodiscard]] inline QString transportErrorDomain() {
     return QStringLiteral("com.Olvane.PelorinNews.Transport.ErrorDomain");
 }
