@@ -47,7 +47,8 @@ void run() {
 void add(Phase phase, Action action) {
     if (!actions().add(phase, action))
         return;
-    // Registered only once, as the newest post routine, however many windows a host has.
+    // Remove before adding, so that the routine is registered once, as the newest, however many
+    // windows a host has.
     qRemovePostRoutine(run);
     qAddPostRoutine(run);
 }

@@ -10,7 +10,7 @@ namespace pelorinnews {
 namespace ApplicationEnd {
 
 enum class Phase {
-    /// Windows, and controllers without an owner. They use everything below.
+    /// Windows, and controllers that are released but not deleted yet. They use everything below.
     Windows,
     /// OpenGL contexts that windows share.
     Graphics,

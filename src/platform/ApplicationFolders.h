@@ -6,8 +6,8 @@
 
 namespace pelorinnews {
 
-/// The folders where users and packages usually put applications, for this process's environment.
-/// Not all of them exist. Reads the environment: call it where that is safe.
+/// The folders where users and packages usually put applications, including the user's home folder.
+/// Not all of them exist. Reads `HOME`: no thread may change the environment meanwhile.
 [[nodiscard]] std::vector<QByteArray> applicationFolders();
 
 }  // namespace pelorinnews

@@ -84,7 +84,7 @@ void BackgroundTask::stop() {
     if (_idleThread == 0)
         return;
     // On a busy computer an idle thread may get no CPU time to notice the stop, so restore its
-    // ordinary class. If the user has no permission for that, the thread ends when it next gets the
+    // ordinary scheduling class. Without permission for that, the thread ends when it next gets the
     // CPU.
     const sched_param ordinary{};
     ::sched_setscheduler(_idleThread, SCHED_OTHER, &ordinary);

@@ -50,7 +50,7 @@ private:
     std::atomic<bool> _stopped = false;
     FileDescriptor _stopEvent;
     std::mutex _mutex;
-    pid_t _idleThread = 0;  // guarded by `_mutex`; 0 if it is not in the idle class or has ended
+    pid_t _idleThread = 0;  // guarded by `_mutex`; 0 unless the thread is in the idle class
 };
 
 }  // namespace pelorinnews

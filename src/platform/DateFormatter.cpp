@@ -62,7 +62,7 @@ icu::Locale withCalendar(icu::Locale locale, const std::string &calendar) {
 /// The region in the name of a POSIX locale, or in a language tag; empty if there is none.
 std::string regionIn(const QString &name) {
     const QString place = name.section(u'@', 0, 0).section(u'.', 0, 0);
-    // ICU would read these two as "en_US".
+    // ICU takes "C" and "POSIX" for "en_US".
     if (place == u"C" || place == u"POSIX")
         return {};
     return icuLocale(place).getCountry();
@@ -91,7 +91,7 @@ bool take(std::string_view &text, std::string_view expected) {
 }
 
 /// A weekday or month name of the locale, or a time zone. The fast path relies on it only if it is
-/// `proven`: ICU has parsed a text that contains it to the same result as the fast path.
+/// `proven`: ICU has parsed a text with this name, with the same result as the fast path.
 struct Name {
     std::string text;
     bool proven = false;
@@ -125,7 +125,7 @@ std::optional<int> zoneOffset(std::string_view zone) {
 }
 
 /// `name` in UTF-8 if the fast path can use it, else empty. A name must not hold digits, blanks or
-/// commas, in ASCII or other scripts: they could also belong to the text around the name.
+/// commas, in any script, since these also occur in the rest of a date.
 std::string quickName(const icu::UnicodeString &name) {
     for (int32_t i = 0; i < name.length(); i = name.moveIndex32(i, 1)) {
         const UChar32 character = name.char32At(i);
@@ -270,7 +270,7 @@ private:
         return QDateTime::fromMSecsSinceEpoch(std::llround(*milliseconds), Qt::UTC);
     }
 
-    /// Bytes; fits ICU's 32-bit sizes.
+    /// In bytes. ICU's sizes are 32-bit integers.
     static constexpr size_t longestText = 1U << 30U;
     static constexpr size_t maxZones = 16;
 
@@ -299,7 +299,8 @@ QString DateFormatter::localeIdentifier(const QString &language, const QString &
     const icu::Locale asked = icuLocale(isEnglish ? QStringLiteral("en") : language);
     const std::string region = regionIn(formats);
     icu::Locale locale = icuLocale(asked.getLanguage(), asked.getScript(), region);
-    // A region implies its own script and calendar, but news in this language does not use them.
+    // The region may imply another script or calendar than news in this language uses: keep those
+    // of the language.
     const icu::Locale whole = withLikelySubtags(asked);
     if (std::string_view(whole.getScript()) != withLikelySubtags(locale).getScript())
         locale = icuLocale(asked.getLanguage(), whole.getScript(), region);

@@ -26,10 +26,10 @@ public:
     /// language, with the region of the first of LC_ALL, LC_TIME and LANG that is not empty.
     static QString userLocaleIdentifier();
 
-    /// The locale of a user who prefers `language` ("en-US") and uses the formats of the POSIX
-    /// locale `formats` ("de_DE.UTF-8"; it may have no region, such as "C"): "en_DE". Takes only
-    /// the region from `formats`; script and calendar are those in which news in `language` is
-    /// written. If `language` is empty or "C", it is English.
+    /// The locale of a user who prefers `language` and uses the formats of the POSIX locale
+    /// `formats`: "en_DE" for "en-US" and "de_DE.UTF-8". Takes only the region from `formats`,
+    /// which may have none ("C"). Script and calendar are those in which news in `language` is
+    /// written. An empty language or "C" counts as English.
     static QString localeIdentifier(const QString &language, const QString &formats);
 
     explicit DateFormatter(QString pattern,

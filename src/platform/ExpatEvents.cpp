@@ -8,8 +8,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// How deep Expat itself may follow entities from one to the next. Each level takes about 150 bytes
-/// of stack; a thread has megabytes.
+/// Maximum nesting of the entities that Expat itself expands. Each level takes about 150 bytes of
+/// stack; a thread has megabytes.
 constexpr int deepestNesting = 1000;
 
 bool isOfEntities(XML_Error code) {
@@ -34,15 +34,16 @@ ExpatEvents::ExpatEvents(XmlReaderDelegate &receiver)
     XML_SetElementHandler(_parser, startElement, endElement);
     XML_SetCharacterDataHandler(_parser, characters);
     XML_SetCdataSectionHandler(_parser, startCdata, endCdata);
-    // A default handler keeps Expat from expanding entities in character data by itself: references
-    // reach `skippedEntity`, and those to external entities reach the default handler.
+    // With a default handler set, Expat does not expand entities in character data: it passes each
+    // reference to `skippedEntity`, or to the default handler if the entity is external.
     XML_SetDefaultHandler(_parser, otherMarkup);
     XML_SetSkippedEntityHandler(_parser, skippedEntity);
     XML_SetEntityDeclHandler(_parser, entityDeclaration);
     XML_SetStartDoctypeDeclHandler(_parser, startDoctype);
     XML_SetAttlistDeclHandler(_parser, attributeDeclaration);
-    // In attributes, Expat expands entities itself; they are counted afterwards. With this limit,
-    // the memory for the expansion is either small or at most the size of the document.
+    // Expat itself expands entities in attributes, and we count them afterwards. Because of this
+    // limit, the expansion is at most as large as the document, unless both together are below 8
+    // MiB: below that, Expat does not apply the limit.
     constexpr float maxAmplification = 2;
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(_parser, maxAmplification);
 }
@@ -50,8 +51,8 @@ ExpatEvents::ExpatEvents(XmlReaderDelegate &receiver)
 void ExpatEvents::fail(XML_Error code) {
     if (_failure)
         return;
-    // Expat's error does not name the entity, but the current event is the reference, or the tag
-    // that holds it.
+    // Expat's error does not name the entity. But the current event starts with the reference, or
+    // with the tag that holds the reference.
     const auto refusal = isOfEntities(code) ? _entities.useAll(currentToken()) : std::nullopt;
     if (refusal)
         report(refusal->code, refusal->reason);
@@ -91,7 +92,8 @@ qint64 ExpatEvents::lineNumber() const {
 qint64 ExpatEvents::columnNumber() const {
     if (!_parser)
         return 1;
-    // Expat counts columns from zero, but on the first line the byte-order mark counts as one.
+    // Expat counts columns from zero. On the first line, the byte-order mark, which is always fed
+    // first, adds the missing one.
     const auto column = static_cast<qint64>(XML_GetCurrentColumnNumber(_parser));
     return lineNumber() == 1 ? column : column + 1;
 }
@@ -198,8 +200,8 @@ void ExpatEvents::entityDeclaration(void *self, const XML_Char *name, int isPara
         value ? std::optional(std::string_view(value, static_cast<size_t>(length))) : std::nullopt);
     if (reader->_entities.nestedCount() <= deepestNesting)
         return;
-    // Expat follows entities recursively, so a long chain overflows the stack. From here on Expat
-    // may not expand any entity; this includes the predefined ones.
+    // Expat expands nested entities recursively, so a long chain would overflow the stack. From
+    // here on, Expat may not expand any entity, not even a predefined one.
     XML_SetBillionLaughsAttackProtectionActivationThreshold(reader->_parser, 0);
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(reader->_parser, 1);
 }

@@ -34,7 +34,8 @@ public:
     /// Reports Expat's error `code` as the fatal error, unless the document has failed already.
     void fail(XML_Error code);
 
-    /// Reports a fatal error at the current event and stops Expat. `reason` is a text for people.
+    /// Reports a fatal error at the current event and stops Expat. `reason` is a human-readable
+    /// text.
     void refuse(int code, const QString &reason);
 
     /// Where the current event starts, counted from one.

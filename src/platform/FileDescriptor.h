@@ -5,7 +5,7 @@
 
 namespace pelorinnews {
 
-/// Owns one open file descriptor and closes it. Negative if there is none.
+/// Owns one open file descriptor and closes it. A negative number means that there is none.
 class FileDescriptor {
 public:
     FileDescriptor() = default;

@@ -7,7 +7,8 @@
 
 #include <system_error>
 
-/// File errors: domain "QFileDevice", a code of `QFileDevice::FileError`, and a text for people.
+/// File errors: domain "QFileDevice", a code of `QFileDevice::FileError`, and a human-readable
+/// text.
 namespace pelorinnews::FileError {
 
 [[nodiscard]] inline Error make(QFileDevice::FileError code, const QString &text) {

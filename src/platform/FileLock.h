@@ -7,12 +7,12 @@
 
 namespace pelorinnews {
 
-/// Holds a lock file, which keeps out other processes and other objects of this one, until it is
-/// destroyed. One thread at a time.
+/// Holds a lock file until it is destroyed. The lock keeps out other processes, and other FileLock
+/// objects in this process. One thread at a time.
 class FileLock {
 public:
-    /// Waits at most `timeout` for the lock file `path`. Does not wait if none can be made, or if
-    /// `path` is anything but a regular file: reading a pipe would block.
+    /// Waits at most `timeout` for the lock file `path`. Does not wait if the lock file cannot be
+    /// created, or if `path` is anything but a regular file: reading a pipe would block.
     FileLock(const QString &path, std::chrono::milliseconds timeout);
 
     [[nodiscard]] bool isLocked() const { return _file.isLocked(); }

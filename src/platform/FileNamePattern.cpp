@@ -70,8 +70,8 @@ bool FileNamePattern::matches(std::string_view name) const {
     if (_pattern.isEmpty())
         return false;
     std::string_view left = view(_pattern);
-    // State at the last star: the pattern after it, and the rest of the name that it may still
-    // absorb.
+    // For backtracking: the pattern after the last star, and the rest of the name that this star
+    // may still absorb.
     std::optional<std::pair<std::string_view, std::string_view>> star;
     while (!name.empty() || !left.empty()) {
         if (!left.empty() && left.front() == '*') {

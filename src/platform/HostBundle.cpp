@@ -25,8 +25,8 @@ bool namesOneFolder(const QString &name) {
            name != QLatin1String("..");
 }
 
-/// The name of the host's desktop file. The application object of a program with windows has it as
-/// a property; reading that by name avoids linking this library to Qt Gui.
+/// The name of the host's desktop file. QGuiApplication has it as a property; reading the property
+/// by name avoids linking this library to Qt Gui.
 QString desktopFileName() {
     const QCoreApplication *application = QCoreApplication::instance();
     if (application == nullptr)

@@ -39,11 +39,12 @@ public:
     /// unknown. Reads the disk, briefly. Thread-safe.
     [[nodiscard]] QString location() const;
 
-    /// The last component of the location, as on the disk ("Pelorin.app"); null if that is null.
+    /// The last component of the location, as on the disk ("Pelorin.app"); null if the location is
+    /// unknown.
     [[nodiscard]] QString name() const;
 
     /// The pattern that copies of the application match: entries with the same name (`*` and `?` in
-    /// it are wildcards), and only executable files if the application is a single executable.
+    /// it are wildcards). If the application is a single executable, only executable files match.
     /// Matches nothing if the name is null.
     [[nodiscard]] EntryPattern copies() const;
 

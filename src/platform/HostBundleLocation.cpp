@@ -37,7 +37,7 @@ QString applicationFolder(const QString &executable) {
 HostProcess HostProcess::current() {
     HostProcess process;
     process.executable = QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
-    // The kernel appends this if the program was replaced while it runs.
+    // The kernel appends this suffix to the path if the file was replaced while the program runs.
     const QLatin1String replaced(" (deleted)");
     if (process.executable.endsWith(replaced) && !QFileInfo::exists(process.executable))
         process.executable.chop(replaced.size());

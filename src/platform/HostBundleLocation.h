@@ -8,8 +8,8 @@ namespace pelorinnews {
 struct HostProcess {
     /// The real path of the executable, without symbolic links.
     QString executable;
-    /// The AppImage file and its mount point, from the environment. Child processes inherit both,
-    /// so they may be those of another program.
+    /// The AppImage file and its mount point, from the environment. Child processes inherit both
+    /// variables, so these may describe another program.
     QString appImage;
     QString appDir;
 

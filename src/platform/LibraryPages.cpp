@@ -57,7 +57,8 @@ int gather(dl_phdr_info *library, size_t, void *data) {
     return 0;
 }
 
-/// Whether every page of `range` that is in memory still comes from its file.
+/// Whether every page of `range` that is in memory is still a page of the file, and not a private
+/// copy.
 bool isUnchanged(const FileDescriptor &pageMap, Range range, std::uintptr_t pageSize) {
     constexpr std::uint64_t present = std::uint64_t(1) << 63U;
     constexpr std::uint64_t swapped = std::uint64_t(1) << 62U;

@@ -16,8 +16,9 @@ struct OperationQueue::Registry {
     Registry() = default;
     Registry(const Registry &) = delete;
     Registry &operator=(const Registry &) = delete;
-    /// Closes the queues once more at exit: a transport that ends after they were closed may have
-    /// given them a last task, and a process may exit without destroying its application object.
+    /// Closes the queues once more at exit: after the first time, a transport that ended late may
+    /// have given them a last task, and a process may exit without destroying its application
+    /// object.
     ~Registry() { closeAll(*this); }
 
     static Registry &instance() {
@@ -27,13 +28,13 @@ struct OperationQueue::Registry {
 
     std::mutex mutex;
     std::vector<std::weak_ptr<OperationQueue>> queues;
-    /// Queues that were closed with an application object. Kept until the next queue is made, so
-    /// that none of their threads destroys anything while the process exits.
+    /// Closed queues whose work has ended. Kept until the next queue is made, so that no thread of
+    /// theirs releases a last reference and thereby destroys anything while the process exits.
     std::vector<std::shared_ptr<OperationQueue>> ended;
 };
 
 std::shared_ptr<OperationQueue> OperationQueue::make() {
-    // The pool's destructor waits for its threads, so it must run on none of them.
+    // The pool's destructor waits for the pool's threads, so it must not run on one of these.
     const auto letGo = [](OperationQueue *dropped) {
         releaseInBackground(std::unique_ptr<const OperationQueue>(dropped));
     };

@@ -28,7 +28,8 @@ public:
                                                             Error *error);
 
     /// Whether `path` leads to a regular file or to nothing, so that a file of ours may be written
-    /// there. Checks only what is at `path` now; for use before code that opens the file by itself.
+    /// there. Checks only what is at `path` now. For use before a call of code that opens the file
+    /// itself, such as QSettings.
     [[nodiscard]] static bool isRegularOrAbsent(const QString &path);
 
     /// The stamp from when the file was opened or last touched.

@@ -85,7 +85,7 @@ void SleepAwareTimer::invalidate() {
         return;
     }
     _source.reset();
-    // Released only on return: that may destroy this timer.
+    // Hold the callback until return: releasing it may destroy this timer.
     const auto released = std::exchange(_callback, nullptr);
 }
 

@@ -12,7 +12,7 @@ namespace pelorinnews::TemporaryNames {
 /// A new name for a file beside `path`.
 [[nodiscard]] QByteArray beside(const QByteArray &path);
 
-/// Removes the files with such names beside `path` that are more than an hour old.
+/// Removes the temporary files beside `path` that are more than an hour old.
 void removeAbandoned(const QByteArray &path);
 
 }  // namespace pelorinnews::TemporaryNames

@@ -9,18 +9,19 @@
 
 namespace pelorinnews {
 
-/// The general entities that one document declares, and how much it has used them so far, under the
-/// limits that `XmlReader` states.
+/// The general entities that one document declares. Counts how much they have been expanded so far,
+/// and enforces the limits that `XmlReader` states.
 class XmlEntities {
 public:
-    /// Why a reference is a fatal error: a code of `XmlError` or of Expat, and a text for people.
+    /// Why a reference is a fatal error: a code of `XmlError` or of Expat, and a human-readable
+    /// text.
     struct Refusal {
         int code;
         QString reason;
     };
 
-    /// Takes a declaration; only the first one of a name counts. `value` is the entity's
-    /// replacement text, absent for an external entity.
+    /// Records the declaration of an entity; of several with the same name, only the first counts.
+    /// `value` is the entity's replacement text, absent for an external entity.
     void declare(std::string_view name, std::optional<std::string_view> value);
 
     /// Counts one reference and sets `text` to its replacement, which lives as long as this object.

@@ -2,10 +2,10 @@
 
 #include <QString>
 
-/// What the fatal error of an XML document consists of.
+/// The domain, codes and user information of the fatal error of an XML document.
 namespace pelorinnews::XmlError {
 
-/// The codes are Expat's, and these.
+/// Codes in addition to Expat's own.
 enum Code {
     UnusableEntity = 1000,
     TooMuchExpansion,

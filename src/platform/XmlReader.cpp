@@ -16,7 +16,7 @@ constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 /// Bytes. A smaller unfinished token is parsed again from its start with each piece, a larger one
 /// only when its size has doubled.
 constexpr qint64 smallToken = 1 << 16;
-/// Bytes. The most that one call passes to Expat, whose sizes are `int` and whose buffer is a power
+/// The most bytes that one call passes to Expat, whose sizes are `int` and whose buffer is a power
 /// of two.
 constexpr qsizetype largestPiece = 1'000'000'000;
 /// A text up to this length is fed in one piece, which spares the parser a second pass over it to
@@ -51,7 +51,7 @@ public:
     ExpatEvents events;
 
 private:
-    /// A byte-order mark before the first byte fixes the encoding: without one, a NUL among the
+    /// Feeds a byte-order mark before the first byte, if there is none: without it, a NUL among the
     /// first two bytes would make Expat take the bytes for UTF-16.
     bool begin(std::string_view bytes) {
         if (bytes.empty())

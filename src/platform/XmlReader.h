@@ -24,9 +24,9 @@ namespace pelorinnews {
 /// of any other entity, or of an undeclared one, is a fatal error, whether or not the document
 /// names an external type. Of several declarations of a name the first counts, and an unused
 /// declaration does no harm, whatever it holds. But once more than 1,000 declarations have referred
-/// to others, the use of a predefined entity such as "&amp;", or of any entity in an attribute, may
-/// be a fatal error, too. Nothing external is ever loaded, and declarations after a reference to a
-/// parameter entity do not count.
+/// to other entities, the use of a predefined entity such as "&amp;", or of any entity in an
+/// attribute, may be a fatal error, too. Nothing external is ever loaded, and declarations after a
+/// reference to a parameter entity do not count.
 ///
 /// More than `XmlLimits::maxOpenElements` nested elements are a fatal error.
 ///
@@ -55,11 +55,12 @@ public:
     /// that no second copy of it is ever in memory. A lone surrogate counts as U+FFFD.
     bool read(QStringView text);
 
-    /// Ends the reading with a fatal error at the current event; inside a delegate's call only.
-    /// `reason` is a text for people.
+    /// Stops with a fatal error at the current event. To be called only from a delegate's
+    /// operation. `reason` is a human-readable text.
     void refuse(const QString &reason);
 
-    /// Where the current event starts, counted from one; inside a delegate's call only.
+    /// Where the current event starts, counted from one. To be called only from a delegate's
+    /// operation.
     [[nodiscard]] qint64 lineNumber() const;
     [[nodiscard]] qint64 columnNumber() const;
 

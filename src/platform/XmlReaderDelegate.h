@@ -31,8 +31,8 @@ public:
     /// The document's first fatal error; nothing is reported after it.
     virtual void parserParseErrorOccurred(const Error &error) = 0;
 
-    /// A validity error: the document breaks the rules of its type. `XmlReader` does not validate
-    /// and never reports one.
+    /// A validity error: the document breaks the rules of its document type. `XmlReader` does not
+    /// validate and never reports one.
     virtual void parserValidationErrorOccurred(const Error &error) = 0;
 
 protected:
