@@ -12,8 +12,8 @@ namespace {
 constexpr qint64 largest = std::numeric_limits<qint64>::max();
 constexpr qint64 smallest = std::numeric_limits<qint64>::min();
 
-/// A list of one text comes back from the file as that text, so it reads as that text from the
-/// start.
+/// QSettings writes a list of one text like the text alone. So such a list reads as its text even
+/// before the file is reread.
 QVariant unwrapped(const QVariant &stored) {
     if (stored.typeId() != QMetaType::QStringList)
         return stored;
@@ -60,7 +60,7 @@ QStringView leadingDigits(QStringView text) {
 }
 
 qint64 truncated(double number) {
-    // 2^63 is a double, the largest qint64 is not. So compare with 2^63.
+    // Compare with 2^63, which a double can hold exactly, unlike the largest qint64.
     if (number >= std::ldexp(1.0, 63))
         return largest;
     if (number < -std::ldexp(1.0, 63))

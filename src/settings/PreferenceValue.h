@@ -22,7 +22,7 @@
 /// | "007", "-1", "3.7", "1e3" | true    | 7, -1, 3, 1000     | unchanged    | absent       |
 /// | "0", "-0", "0.5", "x1"    | false   | 0                  | unchanged    | absent       |
 /// | beyond 64 bits            | true    | largest, smallest  | unchanged    | absent       |
-/// | ISO 8601 text             | digits  | leading digits     | unchanged    | that instant |
+/// | ISO 8601 text             | as text | leading digits     | unchanged    | that instant |
 /// | date                      | false   | 0                  | absent       | unchanged    |
 /// | list of one text          | as that text                                               |
 /// | anything else             | false   | 0                  | absent       | absent       |

@@ -24,7 +24,7 @@ constexpr qint64 besides = 4096;
 /// How long a restore waits for the file's lock. QSettings never holds it longer.
 constexpr std::chrono::seconds lockTimeout{1};
 
-/// Absent if there is no file, or none that can be read.
+/// Absent if there is no file, or it cannot be read.
 std::optional<QByteArray> contentsOf(const QString &path) {
     Error unused;
     return RegularFile::contents(path, SettingsBackup::largestFile, &unused);
@@ -79,8 +79,8 @@ SettingsBackup::Outcome SettingsBackup::check(qsizetype keys) {
         return Outcome::Whole;
     if (now == _earlier || !isKept())
         return Outcome::Untouched;
-    // The lock keeps other processes from writing. On a disk without room for the lock file, they
-    // cannot write either.
+    // The lock keeps other processes from writing. If the lock file does not fit on the disk,
+    // restore without the lock: other processes cannot create one either, and so do not write.
     const FileLock lock(_path + QStringLiteral(".lock"), lockTimeout);
     if (isWhole(contentsOf(_path).value_or(QByteArray()), keys))
         return Outcome::Whole;

@@ -35,8 +35,8 @@ public:
     enum class Outcome {
         /// The file holds all keys.
         Whole,
-        /// The file lacks some keys and was not restored: it is unchanged, there is no backup, or
-        /// the backup could not take its place.
+        /// The file lacks some keys and was not restored, because it is unchanged, there is no
+        /// backup, or the backup could not take its place.
         Untouched,
         /// The file was truncated, and the earlier state was restored.
         Restored,
@@ -51,7 +51,7 @@ private:
 
     QString _path;
     QByteArray _target;
-    /// The earlier contents; absent if there was no file, or none that could be read.
+    /// The earlier contents; absent if there was no file, or it could not be read.
     std::optional<QByteArray> _earlier;
     bool _wasAbsent;
     QByteArray _kept;

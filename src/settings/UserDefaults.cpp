@@ -129,8 +129,8 @@ void UserDefaults::removeObjectForKey(const QString &key) {
 }
 
 void UserDefaults::setDateUnlessEarlier(const QString &key, const QDateTime &date) {
-    // Locked so that no other process writes a later date between our read and our write.
-    // Without the lock the date is stored, too.
+    // Locked so that no other process writes a later date between our read and our write. If the
+    // lock cannot be taken, the date is stored nevertheless.
     QDir().mkpath(QFileInfo(_store->fileName()).path());
     const FileLock lock(_store->fileName() + QStringLiteral(".date.lock"), std::chrono::seconds(1));
     synchronize();

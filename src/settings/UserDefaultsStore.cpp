@@ -20,8 +20,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// QSettings opens any kind of file, and opening a pipe blocks. For such a path, returns one where
-/// no file can exist.
+/// QSettings opens any kind of file, and opening a pipe blocks. For the path of anything but a
+/// regular file, returns a path where no file can exist.
 QString usablePath(const QString &path) {
     return RegularFile::isRegularOrAbsent(path) ? path : QStringLiteral("/dev/null") + path;
 }
@@ -79,8 +79,8 @@ void UserDefaultsStore::write(const QString &key, const QVariant &newValue) {
     else
         setValue(key, newValue);
     _unwritten += roomFor(key) + roomFor(newValue.toString());
-    // QSettings posts its update event only once until it has written, so post it again after a
-    // failed write.
+    // After a failed write, post the update event here: QSettings posts it once, and not again
+    // before a write has succeeded.
     if (std::exchange(_isRefused, false))
         QCoreApplication::postEvent(this, new QEvent(QEvent::UpdateRequest));
 }
@@ -111,7 +111,7 @@ bool UserDefaultsStore::event(QEvent *event) {
 /// Writes pending values and reads changes by other processes. False if something stays unwritten.
 bool UserDefaultsStore::writeOut() {
     const bool isChanged = _unwritten > 0;
-    // A lock file that is a pipe would block QSettings, too.
+    // If the file, or its lock file, is a pipe, QSettings would block on opening it.
     if (!RegularFile::isRegularOrAbsent(fileName()) ||
         !RegularFile::isRegularOrAbsent(fileName() + QStringLiteral(".lock")))
         return !isChanged;
@@ -129,9 +129,9 @@ bool UserDefaultsStore::writeOut() {
         reapply(wanted);
     if (outcome == SettingsBackup::Outcome::Whole)
         _unwritten = 0;
-    // After a restore, report failure even if the file lacks only values that the host's own
-    // QSettings has not written yet: this object now holds them, too, and its destructor would
-    // write them without a backup.
+    // After a restore, report failure even if only values of the host's own QSettings are not in
+    // the file: `reapply` has set them in this object, too, and its destructor would write them
+    // without a backup.
     return outcome != SettingsBackup::Outcome::Restored && _unwritten == 0;
 }
 
@@ -143,8 +143,8 @@ QVariantMap UserDefaultsStore::everything() const {
     return all;
 }
 
-/// For use after a restore, when QSettings still takes `wanted` as written. Rereads the restored
-/// file, then sets and removes values until they match `wanted` again.
+/// For use after a restore, when QSettings assumes that the file holds `wanted`. Rereads the
+/// restored file, then sets and removes values until they match `wanted` again.
 void UserDefaultsStore::reapply(const QVariantMap &wanted) {
     sync();
     const QVariantMap stored = everything();

@@ -50,7 +50,7 @@ private:
     mutable std::mutex _mutex;
     QVariantMap _defaults;
     bool _damageLookedFor = false;
-    /// Estimated number of bytes that were set and are not known to be in the file.
+    /// Estimated size in bytes of the values that were set and may not be in the file yet.
     qint64 _unwritten = 0;
     /// The last write failed; the next change retries.
     bool _isRefused = false;
