@@ -30,8 +30,7 @@ inline constexpr QStringView parsingLocalCacheFailed =
 inline constexpr QStringView readingLocalCacheFailed =
     u"News Cache -refresh failed to read local cache: %@";
 
-/// Error; argument: the pointer to the caller's `Error` for a parse error. The message shows that
-/// address, not the error.
+/// Error; argument: a pointer to the parse error. So the message shows an address, not the error.
 inline constexpr QStringView parsingFeedFailed =
     u"News Cache -parseFeed:error: failed to parse, using old data (%@)";
 
