@@ -144,8 +144,8 @@ void DesktopNotificationCenter::readRegistry() const {
     if (!contents)
         return;
     _shared->list->merge(*contents);
-    // The entries are assumed valid until the thread has checked them with the bus. The thread also
-    // listens for clicks on them.
+    // Until the thread has checked the entries with the bus, they are assumed valid. The thread
+    // also listens for clicks on them.
     if (!contents->entries.empty())
         _shared->thread->start();
 }

@@ -12,9 +12,9 @@ namespace pelorinnews {
 /// (`org.freedesktop.Notifications`).
 ///
 /// Starts its own thread and bus connection when something is delivered, or when the registry holds
-/// notifications of an earlier run whose clicks must be received; costs nothing until then. Both
-/// end with the centre, within `shutDownTimeout`. A thread that does not end in time (on a hung
-/// bus) is left behind.
+/// notifications of an earlier run, which the user may click; costs nothing until then. Both end
+/// with the centre, within `shutDownTimeout`. A thread that does not end in time (on a hung bus) is
+/// left behind.
 class DesktopNotificationCenter final : public NotificationCenter {
 public:
     static constexpr std::chrono::milliseconds shutDownTimeout{500};

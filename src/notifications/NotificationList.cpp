@@ -89,9 +89,9 @@ void NotificationList::mergeLocked(const RegistryContents &contents) {
     _bus = contents.bus;
     _server = contents.server;
 
-    // The file's entries come first, in the file's order: the order of delivery, the same for all
-    // processes. An entry that was in the file and is now missing from it was ended by another
-    // process.
+    // The file's entries come first, in the order in the file, which is the order of delivery and
+    // the same for all processes. An entry that was in the file and is now missing from it was
+    // ended by another process.
     Items merged;
     for (const RegistryEntry &entry : contents.entries) {
         if (_erased.contains(entry.notification.identity))

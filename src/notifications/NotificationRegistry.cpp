@@ -17,8 +17,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// Nanoseconds. The coarsest tick of a file system's clock: a file that was changed more recently
-/// may change again without a change of its stamp.
+/// In nanoseconds: the coarsest tick of a file system's clock. Within one tick after a change, the
+/// file may change again and keep its stamp.
 constexpr qint64 coarsestTick = 2'000'000'000;
 
 bool isSettled(const FileStamp &stamp) {

@@ -59,7 +59,8 @@ public:
     [[nodiscard]] QString path() const { return _filePath; }
 
 private:
-    /// A file and its contents; these are absent if they cannot be parsed.
+    /// The stamp of a file that was read, and its contents, which are absent if they cannot be
+    /// parsed.
     struct Seen {
         FileStamp stamp;
         std::optional<RegistryContents> contents;

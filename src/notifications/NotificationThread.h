@@ -36,8 +36,8 @@ public:
 private:
     enum class State { Idle, Running, Stopped };
     /// Shared with the thread, which may outlive this object. Nothing is posted to the thread until
-    /// the thread itself has opened the gate. Right after that it does the list's pending work, so
-    /// no request is missed.
+    /// the thread itself has set `isOpen`. Right after setting it, the thread does the list's
+    /// pending work, so no request is missed.
     struct Gate {
         std::mutex mutex;
         bool isOpen = false;

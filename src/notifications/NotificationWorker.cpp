@@ -119,7 +119,8 @@ void NotificationWorker::save() {
         --_saveAttemptsLeft;
         _saveTimer.start();
     } else {
-        // No retry is left: which process handles these clicks stays unknown, so drop them.
+        // The registry could not be written, even with retries. So we cannot know which process has
+        // to handle these clicks: drop them.
         _foreignClicks.clear();
     }
 }
@@ -144,9 +145,9 @@ void NotificationWorker::present() {
     if (_presenting || !_list->hasWaiting())
         return;
     _presenting = true;
-    // Query the traits before the first waiting notification; send each further one after the reply
-    // to the previous one. So a server that hangs does not later show notifications that were
-    // withdrawn in the meantime.
+    // Query the traits before the first waiting notification; send each further notification only
+    // after the reply to the previous one. So a server that hangs does not later show notifications
+    // that were withdrawn in the meantime.
     _server->askTraits([this, asked = _generation](const auto &traits) {
         if (asked != _generation)
             return;
@@ -180,8 +181,8 @@ void NotificationWorker::presentNext(const NotificationServer::Traits &traits) {
 void NotificationWorker::onSent(const QString &identity, NotificationServer::Outcome outcome,
                                 quint32 id, const NotificationServer::Traits &traits) {
     if (outcome == NotificationServer::Outcome::ServerGone) {
-        // The bus reports the server's new owner next; `serverChanged` then presents the
-        // notification again.
+        // Next, the bus reports the new owner of the server's name; `serverChanged` then presents
+        // the notification again.
         _list->setUnsent(identity);
         _presenting = false;
         _progress->report(_seenRequests, isBusy());

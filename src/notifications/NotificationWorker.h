@@ -80,8 +80,8 @@ private:
     quint64 _generation = 0;
     bool _presenting = false;
     int _closing = 0;
-    /// Server ids that were closed or clicked while they were unknown here. They may belong to the
-    /// delivery in progress, whose reply with the server id is still pending.
+    /// Server ids that were reported as closed or clicked, but that the list does not hold. They
+    /// may belong to the delivery in progress, whose reply with the server id is still pending.
     std::set<quint32> _closedEarly;
     std::set<quint32> _activatedEarly;
     std::map<quint32, QString> _activationTokens;

@@ -16,14 +16,14 @@ struct RegistryEntry {
     quint32 serverId = 0;
     /// The bus name of the connection that delivered it.
     QString sender;
-    /// Withdrawn, but not yet confirmed by the server.
+    /// The notification is withdrawn, but the server has not confirmed that yet.
     bool withdrawn = false;
 };
 
 /// The contents of the registry: the notifications that are present on the server, and the bus and
 /// server to which their server ids belong.
 struct RegistryContents {
-    /// Limit for writing and for reading; the oldest entries are dropped first. They are also
+    /// Limit for writing and for reading; the oldest entries are dropped first. The oldest are also
     /// dropped if the file would become too large.
     static constexpr std::size_t maxEntries = 200;
 

@@ -55,7 +55,7 @@ QVariantMap knownUserInfo(const QVariantMap &userInfo) {
 
 QJsonObject objectFromUserInfo(const QVariantMap &userInfo) {
     QJsonObject object;
-    // A number of milliseconds is exact in any year and time zone.
+    // Store the date in milliseconds, which are exact in any year and time zone.
     if (const auto date = userInfo.constFind(dateKey); date != userInfo.cend())
         object.insert(dateKey, date->toDateTime().toMSecsSinceEpoch());
     if (const auto name = userInfo.constFind(nameKey); name != userInfo.cend())
@@ -168,7 +168,7 @@ QByteArray write(RegistryContents &contents) {
     std::vector<RegistryEntry> &entries = contents.entries;
     QByteArray bytes = bytesFromContents(contents);
     while (bytes.size() > largestFile && !entries.empty()) {
-        // A tenth at a time: speed matters more than keeping as many entries as possible.
+        // Remove a tenth at a time: speed matters more than keeping as many entries as possible.
         const auto excess = static_cast<std::ptrdiff_t>((entries.size() + 9) / 10);
         entries.erase(entries.begin(), entries.begin() + excess);
         bytes = bytesFromContents(contents);

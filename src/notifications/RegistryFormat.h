@@ -9,8 +9,8 @@
 /// The byte format of the notification registry: JSON, as described in `docs/notifications.md`.
 ///
 /// Of a notification's user information, keeps only a date under "originationDate" and a text under
-/// "originatorName". Both keys are fixed here, so that no file, however crafted, yields a value of
-/// another type.
+/// "originatorName". Values of other types are dropped, so that no file, however crafted, yields
+/// one.
 namespace pelorinnews::RegistryFormat {
 
 /// Maximum size in bytes. It bounds the time that reading a registry takes on the main thread: less
