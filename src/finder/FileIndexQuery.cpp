@@ -23,7 +23,7 @@ constexpr std::chrono::milliseconds queryInterval{250};
 // Bytes. No sane number of matches needs more; a longer reply counts as empty.
 constexpr qsizetype rowsLimit = qsizetype{16} * 1024 * 1024;
 
-/// The bus names that the index has had, newest first.
+/// The index's well-known bus names: the present one, then the former one.
 const QStringList &services() {
     static const QStringList names = {QStringLiteral("org.freedesktop.LocalSearch3"),
                                       QStringLiteral("org.freedesktop.Tracker3.Miner.Files")};
@@ -57,7 +57,8 @@ FileIndexQuery::~FileIndexQuery() {
 }
 
 void FileIndexQuery::start() {
-    // Own connection: if this thread opened the shared one, the main thread could block on it too.
+    // Use a private connection: while this thread opens the shared one, the main thread would have
+    // to wait for it.
     _bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, _connectionName);
     if (!_bus.isConnected()) {
         finish({});
@@ -116,8 +117,8 @@ void FileIndexQuery::askService(qsizetype number) {
         _bus.asyncCall(message, static_cast<int>(queryTimeout.count())), this);
     connect(call, &QDBusPendingCallWatcher::finished, this,
             [this, number, question = ++_queryGeneration](QDBusPendingCallWatcher *done) {
-                // Deleting the call closes our copy of the pipe's write end. While that is open,
-                // the read end does not report end of file.
+                // Deleting the watcher closes our copy of the pipe's write end, which the call
+                // holds. Until then, the read end does not report end of file.
                 done->deleteLater();
                 // Drop stale replies: a later query may be running by now.
                 if (question == _queryGeneration)

@@ -30,7 +30,7 @@ class FileIndexQuery : public QObject {
     Q_OBJECT
 
 public:
-    /// Timeout of one query. After it the index counts as absent.
+    /// Timeout of one query. After the timeout, the index counts as absent.
     static constexpr std::chrono::milliseconds queryTimeout{5000};
 
     /// Receives the absolute paths that the index knows; empty if no index replies.

@@ -38,8 +38,8 @@ public:
     /// no inotify.
     [[nodiscard]] int descriptor() const { return _kernelQueue.get(); }
 
-    /// Watches `folder` (absolute), or widens its interest. False if it is already watched with
-    /// this interest or a wider one, if the limit is reached, or if the system refuses.
+    /// Watches `folder` (absolute), or extends an existing watch to `interest`. False if that watch
+    /// covers `interest` already, if the limit is reached, or if the system refuses.
     bool watch(const QByteArray &folder, Interest interest);
 
     /// The changes since the last call. A folder that is gone is no longer watched, and neither are

@@ -35,8 +35,8 @@ public:
     void setPredicate(const EntryPattern &predicate);
 
     /// Bounds for the walk of each folder on a remote file system. If a walk stops at its bounds,
-    /// gathering ends only once two matches are found: with fewer, the unread folders could change
-    /// the result.
+    /// unread folders may hold more matches. Gathering then ends only once two matches are found,
+    /// which settles that there are several.
     void setRemoteBounds(const FileWalk::Bounds &bounds);
 
     /// Clears the results and starts to gather. False if the query is already running (then a

@@ -137,7 +137,7 @@ void MetadataQueryWorker::walkEnded(const std::vector<QByteArray> &roots,
         walk(std::move(next));
     }
     settle();
-    // From here on the search only waits for changes, often for days.
+    // Save memory: from here on the search only waits for changes, often for days.
     releaseLibraryPages({});
 }
 
@@ -219,8 +219,9 @@ void MetadataQueryWorker::watchApplicationFolders() {
         QByteArray folder = place;
         while (folder != "/" && FilePaths::canonical(folder).isEmpty())
             folder = parentOf(folder);
-        // Also watch one level below, for vendors' folders. Not below the home folder, nor below
-        // the existing parent that stands in for a missing application folder.
+        // Also watch one level below, since a vendor may have a folder of its own there. The
+        // exceptions are the home folder, and the existing parent that is watched in place of a
+        // missing application folder.
         watchFolder(FilePaths::canonical(folder), 0, folder == place && place != _home ? 1 : 0);
     }
 }
@@ -276,9 +277,9 @@ void MetadataQueryWorker::settle() {
     if (!_hasWalked || !_hasAskedIndex)
         return;
     watchAroundMatches();
-    // Unread folders may hold more matches, so report only two or more while there are any. If a
-    // home folder is too big to read completely, a report of two matches therefore stays when one
-    // of them disappears.
+    // While there are unread folders, which may hold more matches, do not report fewer than two. So
+    // if a home folder is too big to be read completely, the earlier report of two matches remains
+    // when one of them disappears.
     if (!_unfinished.empty() && _found.size() < 2)
         return;
     if (_hasGathered && !_hasChanged)

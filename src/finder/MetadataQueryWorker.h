@@ -26,9 +26,9 @@ namespace pelorinnews {
 /// Runs the search of a metadata query on its own thread: combines the index's replies, the walk of
 /// the disks and the events of the watched folders.
 ///
-/// The walk reads every folder, including those that the index covers: the index leaves out some
-/// folders there (hidden ones, ones under version control, ...), and only reading the folders shows
-/// which. After the walk, the index reports changes in the folders that it covers.
+/// The walk reads every folder, including those that the index covers: the index skips some of
+/// their subfolders (hidden ones, ones under version control, ...) and does not tell which. After
+/// the walk, the index reports changes in the folders that it covers.
 class MetadataQueryWorker : public QObject {
     Q_OBJECT
 
@@ -44,7 +44,7 @@ public:
     enum class News { Gathered, Updated };
     using Tell = std::function<void(const QStringList &paths, News news)>;
 
-    /// How many levels below a watched folder new folders are watched, too.
+    /// New folders are watched, too, down to this many levels below a watched folder.
     static constexpr int deepestLevel = 3;
 
     /// Searches until `task` is stopped.
@@ -91,7 +91,7 @@ private:
     bool _hasGathered = false;
 
     FolderWatch _watch;
-    std::map<QByteArray, int> _levels;  // by folder whose entries are watched; see `deepestLevel`
+    std::map<QByteArray, int> _levels;  // of folders with watched entries; see `deepestLevel`
     FileDescriptor _mountInfo;
     FileIndexQuery _index;
     std::shared_ptr<BackgroundTask> _walkTask;

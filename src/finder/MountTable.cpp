@@ -41,7 +41,7 @@ bool isInKernelsFolders(const QByteArray &path) {
 /// have 0, and so do a few types that store files on this computer.
 bool keepsLocalFiles(const MountTable::Mount &mount) {
     if (mount.type == "overlay")
-        return mount.mountPoint == "/";  // any other overlay is a container's view of its layers
+        return mount.mountPoint == "/";  // elsewhere, an overlay belongs to a container
     if (mount.type == "tmpfs" || mount.type == "ramfs")
         return !isInKernelsFolders(mount.mountPoint);
     if (mount.type == "btrfs" || mount.type == "zfs" || mount.type == "bcachefs" ||
@@ -148,8 +148,8 @@ void MountTable::addRoot() {
     if (::stat("/", &status) != 0)
         return;
     Mount mount;
-    // The kernel does not report which folder of its file system "/" is. With this value, no other
-    // mount counts as a duplicate of it.
+    // The kernel does not report which folder of the file system is mounted at "/". This
+    // placeholder equals no path, so no other mount counts as a duplicate of "/".
     mount.root = QByteArrayLiteral("unknown");
     mount.mountPoint = QByteArrayLiteral("/");
     mount.device = QByteArray::number(gnu_dev_major(status.st_dev)) + ':' +

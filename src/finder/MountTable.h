@@ -17,9 +17,9 @@ public:
         /// "major:minor"; the same for every mount of one file system.
         QByteArray device;
         QByteArray type;
-        /// The folders whose content this mount shows in another form: an overlay's layers, the
-        /// source folder of a mirror or of an encrypted file system. Taken from the mount's source
-        /// and options; not all file systems state them there.
+        /// The folders whose content this mount shows in another form: an overlay's layers, or the
+        /// source folder of a mirroring (bindfs) or encrypting file system. Taken from the mount's
+        /// source and options; not all file systems state them there.
         std::vector<QByteArray> layers;
         int id = 0;
         /// Whether the mount holds files that are stored on this computer and that no other local

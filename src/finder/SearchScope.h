@@ -14,10 +14,10 @@ namespace pelorinnews {
 /// The scope of a metadata query: this computer's own disks and the user's home folder, or a list
 /// of given folders.
 ///
-/// Covers the file system of the home folder and of each given folder, whatever its kind, and every
-/// local file system mounted below. If a mount shows folders of this computer in another form
-/// (`MountTable::Mount::layers`), their content is searched only where the mount shows it. A plain
-/// value. Its calls read the disk: do not make them on the main thread.
+/// Covers the file system of the home folder and of each given folder, local or remote, and every
+/// local file system mounted below it. If a mount shows other folders in another form
+/// (`MountTable::Mount::layers`), only the mount is searched, and not those folders. A plain value.
+/// Its calls read the disk: do not make them on the main thread.
 class SearchScope {
 public:
     /// A special entry for a list of scopes: every local file system and the home folder.
