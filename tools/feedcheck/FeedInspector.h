@@ -46,7 +46,7 @@ public:
     /// The items that have an end tag, in the same number and order as the parser's items.
     [[nodiscard]] const std::vector<InspectedItem> &items() const { return _closed; }
 
-    /// The line of the language that counts (the last one); 0 if there is none.
+    /// The line of the last language element, the one that counts; 0 if there is none.
     [[nodiscard]] qint64 languageLine() const { return _lastLanguage; }
 
     void parserDidStartElement(std::string_view name) override;

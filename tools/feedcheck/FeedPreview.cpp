@@ -8,8 +8,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// A cache that takes the result of a parser, whose dates may have been read in another user's
-/// locale.
+/// A cache that gets its items from the result of a parser, which may have read the dates in
+/// another user's locale.
 class PreviewCache : public OlvNewsCacheFiltered {
 public:
     using OlvNewsCacheFiltered::OlvNewsCacheFiltered;

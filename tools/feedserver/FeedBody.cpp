@@ -57,7 +57,7 @@ void FeedBody::makeMore() {
         ++_items;
         return;
     }
-    // White space fills a rest that is too short for another item.
+    // If the rest is too short for another item, fill it with white space.
     _buffer = QByteArray(_toMake - frameEnd.size(), '\n') + frameEnd;
     _toMake = 0;
 }

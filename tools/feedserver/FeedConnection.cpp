@@ -269,7 +269,7 @@ void FeedConnection::end() {
     if (std::exchange(_phase, Phase::Ending) == Phase::Ending)
         return;
     // Queued, because a signal that the socket emits in the middle of a write may lead here, and
-    // because a TLS socket queues a flush of its own, for which it must still be intact.
+    // because a TLS socket queues a flush of its own and must not be closed before that.
     QMetaObject::invokeMethod(this, &FeedConnection::cut, Qt::QueuedConnection);
 }
 

@@ -8,9 +8,9 @@
 
 namespace pelorinnews {
 
-/// The folder of feed templates that a feed service serves. `TYPE.LOCALE.xml` (for example
-/// `standard.de.xml`, `standard.pt-BR.xml`) answers the service's address; any `.xml` file is
-/// served by its name.
+/// The folder of feed templates that a feed service serves. The service's address returns
+/// `TYPE.LOCALE.xml` for the query's type and locale (for example `standard.de.xml`,
+/// `standard.pt-BR.xml`); any `.xml` file is also served by its name.
 class FeedFolder {
 public:
     /// An empty path is a folder without feeds.
@@ -21,8 +21,8 @@ public:
     /// such type.
     [[nodiscard]] std::optional<QByteArray> feed(const QString &type, const QString &locale) const;
 
-    /// The file `name` of the folder, which ends in ".xml". Its dates are written in the locale in
-    /// its name, else in English.
+    /// The file `name` (ending in ".xml") of the folder. Its dates are written in the locale that
+    /// its name contains, else in English.
     [[nodiscard]] std::optional<QByteArray> file(const QString &name) const;
 
 private:

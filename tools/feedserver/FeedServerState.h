@@ -19,7 +19,7 @@ public:
     void setReply(const FeedReply &reply);
     void setReplyForPath(const QByteArray &path, const FeedReply &reply);
     void clearReplies();
-    /// The reply for `path`: its own, else the one for all.
+    /// The reply that is set for `path`, else the reply that is set for all paths.
     [[nodiscard]] FeedReply replyFor(const QByteArray &path) const;
 
     void addRequest(FeedRequest request);

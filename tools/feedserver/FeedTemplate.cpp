@@ -29,8 +29,8 @@ qint64 offsetSeconds(const QString &terms) {
 }
 
 /// A formatter of publication dates with the calendar of `locale`, and with the names of its
-/// language and script. The region does not affect the names, so that readers of the language can
-/// parse them in any region.
+/// language and script. It ignores names that are peculiar to the region, so that the dates can be
+/// parsed in every region of the language.
 icu::SimpleDateFormat formatter(const QString &locale) {
     const icu::Locale asked =
         icu::Locale::createCanonical(locale.isEmpty() ? "en" : qPrintable(locale));

@@ -10,9 +10,9 @@ namespace pelorinnews {
 /// h, m and s; a term without a sign takes the sign of the term before it.
 class FeedTemplate {
 public:
-    /// `text` with every such placeholder replaced by its date, written in the language and script
-    /// of `locale` (as "de", "de-DE" or "de_DE"). Anything else, other double braces included,
-    /// stays unchanged.
+    /// `text` with every placeholder `{{now…}}` replaced by its date, written in the language and
+    /// script of `locale` (as "de", "de-DE" or "de_DE"). Anything else, other double braces
+    /// included, stays unchanged.
     [[nodiscard]] static QByteArray render(const QByteArray &text, const QString &locale,
                                            const QDateTime &now);
 
