@@ -51,6 +51,7 @@ bool BoundedHtml::run() {
     }
     _page.items = _elements.takeListItems();
     _page.pictures = _pictures.takeAddresses();
+    _page.pictureTime = _cost.timeForPictures();
     _page.isLong = _cost.isMuch();
     return whole;
 }

@@ -22,8 +22,9 @@ namespace pelorinnews {
 /// styles whose values have a known form within bounds, and tables and nesting of limited depth.
 /// Removes everything else, style sheets and lists included, but keeps its text.
 ///
-/// Loading, layout and painting of the result take at most about a quarter of a second on the
-/// computer on which the rates of `HtmlCost` were measured. A page that would take longer (some
+/// Loading, layout and painting of the result, its images included, take at most about a quarter of
+/// a second on the computer on which the rates of `HtmlCost` were measured. (Images of more than
+/// 64 KB may take longer, see `PagePictures`.) A page that would take longer (some
 /// hundred thousand words, or hostile) is truncated when shown, and not copied.
 class BoundedHtml {
 public:

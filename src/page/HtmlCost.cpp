@@ -11,6 +11,11 @@ namespace {
 // The time limit for a page. This limit and all rates below are in nanoseconds.
 constexpr qint64 most = 200'000'000;
 
+// A page and its images together. A little less than the quarter of a second that is promised: an
+// image is given up only between two reads of its file.
+constexpr std::chrono::nanoseconds pageTime = std::chrono::milliseconds(225);
+constexpr std::chrono::nanoseconds minPictureTime = std::chrono::milliseconds(25);
+
 struct Rate {
     qint64 copied;
     qint64 shown;
@@ -144,6 +149,10 @@ void HtmlCost::addSpans(qint64 count) {
 
 bool HtmlCost::isMuch() const {
     return _nanoseconds > most / 4;
+}
+
+std::chrono::nanoseconds HtmlCost::timeForPictures() const {
+    return std::max(pageTime - std::chrono::nanoseconds(_nanoseconds), minPictureTime);
 }
 
 bool HtmlCost::isTooMuch() const {

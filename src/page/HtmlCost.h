@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringView>
 
+#include <chrono>
+
 namespace pelorinnews {
 
 /// Estimates the CPU time that a `QTextDocument` needs for a page. The sum grows while
@@ -40,6 +42,8 @@ public:
     /// spanning cells in the innermost table, times number of its grid positions.
     void addSpans(qint64 count);
 
+    /// What is left for decoding the page's images; at least some milliseconds.
+    [[nodiscard]] std::chrono::nanoseconds timeForPictures() const;
     /// Whether the page exceeds its time limit.
     [[nodiscard]] bool isTooMuch() const;
     /// Whether the page uses more than a quarter of its time limit. Such a page is longer than any

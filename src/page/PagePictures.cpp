@@ -6,17 +6,21 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <ctime>
 
 namespace pelorinnews {
 
 namespace {
 
+/// Progressive JPEGs, the slowest of ordinary images, take half of it.
+constexpr std::chrono::nanoseconds timePerByte{150};
+
 // CPU time of this thread, so that images do not time out on a busy computer.
-qint64 processorNanoseconds() {
+std::chrono::nanoseconds processorTime() {
     timespec now{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return qint64{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+    return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
 }
 
 /// A file whose reads fail after a timeout. Some files can keep a decoder busy for hours or make it
@@ -24,14 +28,14 @@ qint64 processorNanoseconds() {
 /// device. (Not a `QBuffer`: a decoder may take all of its bytes at once.)
 class TimedFile final : public QIODevice {
 public:
-    TimedFile(const QByteArray &bytes, qint64 end) : _bytes(bytes), _end(end) {}
+    TimedFile(const QByteArray &bytes, std::chrono::nanoseconds end) : _bytes(bytes), _end(end) {}
 
     [[nodiscard]] qint64 size() const override { return _bytes.size(); }
     [[nodiscard]] bool isTimeUp() const { return _timeUp; }
 
 protected:
     qint64 readData(char *data, qint64 most) override {
-        _timeUp = _timeUp || processorNanoseconds() >= _end;
+        _timeUp = _timeUp || processorTime() >= _end;
         if (_timeUp)
             return -1;
         const qint64 count = std::clamp<qint64>(size() - pos(), 0, most);
@@ -42,7 +46,7 @@ protected:
 
 private:
     const QByteArray &_bytes;
-    qint64 _end;
+    std::chrono::nanoseconds _end;
     bool _timeUp = false;
 };
 
@@ -120,8 +124,12 @@ PagePicture PagePictures::read(const QString &address) {
         return {};
     if (picture.format == "png")
         picture.file = withoutTexts(picture.file);
-    const qint64 start = processorNanoseconds();
-    TimedFile device(picture.file, start + _nanosecondsLeft);
+    const auto forBytes =
+        std::min<std::chrono::nanoseconds>(timePerByte * picture.file.size(), _timeForBytesLeft);
+    _timeForBytesLeft -= forBytes;
+    _timeLeft += forBytes;
+    const auto start = processorTime();
+    TimedFile device(picture.file, start + _timeLeft);
     device.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     QImageReader reader(&device, picture.format);
     reader.setAutoDetectImageFormat(false);
@@ -132,7 +140,7 @@ PagePicture PagePictures::read(const QString &address) {
         stated = stated.expandedTo(screenOf(picture.file));
     if (!stated.isEmpty() && cost(stated) <= _pixelsLeft)
         picture.image = reader.read();
-    _nanosecondsLeft -= processorNanoseconds() - start;
+    _timeLeft -= processorTime() - start;
     // A GIF's actual size may differ from the size that it states.
     const qint64 pixels = cost(picture.image.size());
     if (device.isTimeUp() || pixels > _pixelsLeft)

@@ -4,6 +4,8 @@
 #include <QImage>
 #include <QString>
 
+#include <chrono>
+
 namespace pelorinnews {
 
 /// An image that was read completely.
@@ -20,19 +22,24 @@ struct PagePicture {
 /// PNG, JPEG, GIF, BMP and, if Qt has its reader, WebP are read, whatever type the URL claims. SVG
 /// images are never read: Qt's SVG reader opens files that the image names.
 ///
-/// All images of a page together are limited to 32 million pixels and to a second of CPU time. The
-/// pixels of formats other than PNG and JPEG count four times, because copying the page has to
-/// encode them again. An image that is too large is skipped; smaller ones after it may still be
-/// read.
+/// All images of a page together are limited to 32 million pixels and in CPU time. The pixels of
+/// formats other than PNG and JPEG count four times, because copying the page has to encode them
+/// again. An image that is too large is skipped; smaller ones after it may still be read.
 class PagePictures {
 public:
+    /// `time` is the CPU time that all images together may take to decode. Each byte of an image's
+    /// file adds 150 ns to it, up to a second in all: photographs of some megabytes take longer
+    /// than a page of text may, and their senders pay for it.
+    explicit PagePictures(std::chrono::nanoseconds time = {}) : _timeLeft(time) {}
+
     /// The image at `address`. Its `image` is null if `address` is not the `data:` URL of an image,
     /// or if the image is broken, has another format, or exceeds what is left of the page's limits.
     [[nodiscard]] PagePicture read(const QString &address);
 
 private:
     qint64 _pixelsLeft = 32'000'000;
-    qint64 _nanosecondsLeft = 1'000'000'000;
+    std::chrono::nanoseconds _timeLeft;
+    std::chrono::nanoseconds _timeForBytesLeft = std::chrono::seconds(1);
 };
 
 }  // namespace pelorinnews

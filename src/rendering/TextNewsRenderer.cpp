@@ -95,8 +95,8 @@ void TextNewsRenderer::reportClick(const QString &link) {
 }
 
 void TextNewsRenderer::loadHtmlString(const QString &html) {
-    _pictures = {};
     _page = BoundedHtml::beginning(html);
+    _pictures = PagePictures(_page.pictureTime);
     // If the scroll bar appeared only later, a long page would be laid out twice.
     setVerticalScrollBarPolicy(_page.isLong ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAsNeeded);
     setHtml(_page.html);

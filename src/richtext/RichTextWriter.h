@@ -26,7 +26,7 @@ class RichTextWriter {
 public:
     /// `document` was made from `page`. Both must outlive the writer and must not change meanwhile.
     RichTextWriter(const QTextDocument &document, const BoundedPage &page)
-        : _document(document), _page(page) {}
+        : _document(document), _page(page), _pictures(page.pictureTime) {}
 
     [[nodiscard]] QByteArray write();
 

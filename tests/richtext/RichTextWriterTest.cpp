@@ -41,7 +41,8 @@ QString dataAddress(const char *kind, const QByteArray &bytes) {
 }
 
 QByteArray pictureOf(const QByteArray &file, QSizeF shown = {}) {
-    return rtfPicture(PagePictures().read(dataAddress("image/png", file)), shown);
+    return rtfPicture(PagePictures(std::chrono::seconds(10)).read(dataAddress("image/png", file)),
+                      shown);
 }
 
 QByteArray rtf(const QString &html) {
@@ -83,7 +84,9 @@ private Q_SLOTS:
     void limitsThePixelsOfPictures_data();
     void limitsThePixelsOfPictures();
     void unpacksNoTextBesideAPicture();
+    void givesUpPicturesThatTakeTooLong_data();
     void givesUpPicturesThatTakeTooLong();
+    void aLongPageLeavesLessTimeForPictures();
     void readsNothingButItsOwnText();
     void leavesOutWhatThePageDoesNotShow();
     void linksRunNothing_data();
@@ -232,7 +235,8 @@ void RichTextWriterTest::readsPicturesOfKnownKindsOnly() {
     QFETCH(QByteArray, file);
     QVERIFY(!QImage::fromData(file).isNull());
     for (const char *claimed : {"image/png", "image/svg+xml", "image/x-icon", "image/*"})
-        QVERIFY(PagePictures().read(dataAddress(claimed, file)).image.isNull());
+        QVERIFY(
+            PagePictures(std::chrono::seconds(10)).read(dataAddress(claimed, file)).image.isNull());
 }
 
 void RichTextWriterTest::limitsThePixelsOfPictures_data() {
@@ -263,16 +267,37 @@ void RichTextWriterTest::limitsThePixelsOfPictures() {
 void RichTextWriterTest::unpacksNoTextBesideAPicture() {
     const QByteArray file = pictureWithTexts(300);
     QVERIFY(file.contains("zTXt"));
-    const PagePicture read = PagePictures().read(dataAddress("image/png", file));
+    const PagePicture read =
+        PagePictures(std::chrono::seconds(10)).read(dataAddress("image/png", file));
     QCOMPARE(read.image.size(), QSize(10, 10));
     QVERIFY(read.image.textKeys().isEmpty());
     QVERIFY(!read.file.contains("zTXt"));
 }
 
+void RichTextWriterTest::givesUpPicturesThatTakeTooLong_data() {
+    QTest::addColumn<QByteArray>("file");
+    QTest::newRow("large") << repaintedPicture(2000);
+    // Takes more than a second without a limit.
+    QTest::newRow("few bytes") << repaintedPicture(700);
+}
+
 void RichTextWriterTest::givesUpPicturesThatTakeTooLong() {
-    PagePictures pictures;
-    QVERIFY(pictures.read(dataAddress("image/png", repaintedPicture(2000))).image.isNull());
+    QFETCH(QByteArray, file);
+    PagePictures pictures(std::chrono::milliseconds(250));
+    QVERIFY(pictures.read(dataAddress("image/png", file)).image.isNull());
     QVERIFY(pictures.read(dataAddress("image/png", pictureFile("PNG"))).image.isNull());
+}
+
+void RichTextWriterTest::aLongPageLeavesLessTimeForPictures() {
+    const QString start = QStringLiteral("<p>");
+    const auto time = [&](qsizetype characters) {
+        return BoundedHtml::beginning(start + QString(characters, QLatin1Char('a'))).pictureTime;
+    };
+    QVERIFY(time(1) > std::chrono::milliseconds(200));
+    QVERIFY(time(1) < std::chrono::milliseconds(250));
+    QVERIFY(time(200'000) < time(100'000));
+    QVERIFY(time(10'000'000) > std::chrono::milliseconds(0));
+    QVERIFY(time(10'000'000) < std::chrono::milliseconds(50));
 }
 
 void RichTextWriterTest::readsNothingButItsOwnText() {
