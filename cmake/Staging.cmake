@@ -2,11 +2,15 @@
 # that tests and ./run load the module exactly as a host does.
 set(PELORIN_APP_DIR ${CMAKE_BINARY_DIR}/Pelorin.app CACHE PATH "Where the application folder is staged")
 
+# Builds all of it.
+add_custom_target(staged)
+
 # pelorin_stage(<target> <bin|lib/pelorin|...>)
 function(pelorin_stage target folder)
     set_target_properties(${target} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY ${PELORIN_APP_DIR}/${folder}
         LIBRARY_OUTPUT_DIRECTORY ${PELORIN_APP_DIR}/${folder})
+    add_dependencies(staged ${target})
 endfunction()
 
 # pelorin_plugin(<target>): the MODULE library exports only its plug-in entry points. It is never
