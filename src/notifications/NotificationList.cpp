@@ -162,7 +162,7 @@ void NotificationList::setSent(const QString &identity, quint32 serverId, const 
 void NotificationList::setUnsent(const QString &identity) {
     const std::lock_guard lock(_mutex);
     const auto item = findItem(identity);
-    if (item == _items.end() || item->state != State::Sending)
+    if (item == _items.end())
         return;
     if (item->entry.withdrawn)
         _items.erase(item);

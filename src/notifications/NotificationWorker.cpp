@@ -72,8 +72,6 @@ void NotificationWorker::serverChanged() {
     ++_generation;
     _presenting = false;
     _closing = 0;
-    _closedEarly.clear();
-    _activatedEarly.clear();
     _activationTokens.clear();
     _foreignClicks.clear();
     if (_server->isKnown()) {
@@ -224,14 +222,14 @@ void NotificationWorker::onClosed(quint32 id, quint32 reason) {
         advance();
         return;
     }
-    if (_presenting && _closedEarly.size() < maxRemembered)
+    if (_closedEarly.size() < maxRemembered)
         _closedEarly.insert(id);
 }
 
 void NotificationWorker::onActivated(quint32 id) {
     const auto entry = findOwn(id);
     if (!entry) {
-        if (_presenting && _activatedEarly.size() < maxRemembered)
+        if (_activatedEarly.size() < maxRemembered)
             _activatedEarly.insert(id);
         return;
     }

@@ -83,7 +83,7 @@ QVariantMap userInfoFromStream(const QString &base64) {
     QVariantMap userInfo;
     quint32 count = 0;
     stream >> count;
-    for (; count > 0 && stream.status() == QDataStream::Ok; --count) {
+    for (; count > 0; --count) {
         QString key;
         quint32 type = 0;
         qint8 isNull = 0;
@@ -96,8 +96,9 @@ QVariantMap userInfoFromStream(const QString &base64) {
             stream >> date;
         else
             break;
-        if (stream.status() == QDataStream::Ok)
-            userInfo.insert(key, date.isValid() ? QVariant(date) : QVariant(text));
+        if (stream.status() != QDataStream::Ok)
+            break;
+        userInfo.insert(key, date.isValid() ? QVariant(date) : QVariant(text));
     }
     return knownUserInfo(userInfo);
 }
