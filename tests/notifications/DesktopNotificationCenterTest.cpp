@@ -5,7 +5,9 @@
 #include "TestMain.h"
 #include "notifications/DesktopNotificationCenter.h"
 
+#include <QDBusConnectionInterface>
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QLockFile>
 #include <QTemporaryDir>
@@ -43,11 +45,16 @@ private Q_SLOTS:
     void keepsOneThatExpired_data();
     void keepsOneThatExpired();
     void endsOneThatWasClosedBeforeItsNumberCame();
+    void remembersOnlySoManySignalsDuringADelivery_data();
+    void remembersOnlySoManySignalsDuringADelivery();
+    void forgetsTheSignalsDuringAnEarlierDelivery_data();
+    void forgetsTheSignalsDuringAnEarlierDelivery();
     void ignoresSignalsOfOtherProgramsNotifications();
     void readsTheRegistryOnceForAllOtherProgramsNotifications();
     void ignoresSignalsOfOthersThanTheServer();
     void endsOneThatWasClickedAndTellsTheDelegate();
     void handsOverTheActivationToken();
+    void handsOverNoTokenOfAnEarlierServer();
     void asksTheDelegateBeforeItPresents();
     void dropsWhatTheDelegateDoesNotWantPresented();
     void doesNotKeepTheDelegateAlive();
@@ -55,13 +62,18 @@ private Q_SLOTS:
     void presentsWhatWaitedWhenAServerComes();
     void presentsAgainWhatAServerTookAndNeverAnswered_data();
     void presentsAgainWhatAServerTookAndNeverAnswered();
+    void presentsAgainWhatDidNotReachTheServer_data();
+    void presentsAgainWhatDidNotReachTheServer();
+    void sendsNothingToAServerThatDoesNotSayWhatItCan();
     void hasTheBusStartAServer();
     void dropsTheListWhenTheServerIsReplaced();
     void dropsTheListWithoutARegistryToo();
     void dropsTheRegistryOfAnotherBus();
     void survivesTheLossOfTheBus();
+    void connectsAgainAfterTheLossOfTheBus();
     void worksWithoutABus();
     void worksWithoutAStateFolder();
+    void savesEachChangeOnce();
     void savesWhenTheRegistryIsFreeAgain();
     void survivesACorruptRegistry();
     void knowsAtOnceWhatAnEarlierRunDelivered();
@@ -72,6 +84,7 @@ private Q_SLOTS:
     void neverBlocksOnAHungBus();
     void worksFromManyThreadsAtOnce();
     void goesNowhereAfterTheShutDown();
+    void endsItsThreadThoughTheDelegateIsYetToBeAsked();
 
 private:
     [[nodiscard]] QString stateFolder() const { return _home->filePath(QStringLiteral("state")); }
@@ -345,6 +358,64 @@ void DesktopNotificationCenterTest::endsOneThatWasClosedBeforeItsNumberCame() {
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
 }
 
+void DesktopNotificationCenterTest::remembersOnlySoManySignalsDuringADelivery_data() {
+    QTest::addColumn<QString>("signal");
+    QTest::addColumn<QVariant>("argument");
+    QTest::addColumn<quint32>("foreign");
+    QTest::addColumn<bool>("isRemembered");
+    // At most 64: other programs' notifications must not fill the memory.
+    for (const quint32 foreign : {63U, 64U}) {
+        QTest::addRow("closed, after %u", foreign)
+            << "NotificationClosed" << QVariant(2U) << foreign << (foreign < 64);
+        QTest::addRow("clicked, after %u", foreign)
+            << "ActionInvoked" << QVariant("default") << foreign << (foreign < 64);
+    }
+}
+
+void DesktopNotificationCenterTest::remembersOnlySoManySignalsDuringADelivery() {
+    QFETCH(QString, signal);
+    QFETCH(QVariant, argument);
+    QFETCH(quint32, foreign);
+    QFETCH(bool, isRemembered);
+    serve();
+    _server->holdsAnswers = true;
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("ours")));
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
+    constexpr quint32 firstForeign = 100;
+    for (quint32 id = firstForeign; id < firstForeign + foreign; ++id)
+        _server->emitSignal(signal, {id, argument});
+    _server->emitSignal(signal, {9U, argument});
+    _server->answer(0, 9);
+    QTRY_VERIFY(center->flush(milliseconds(10)));
+    QCOMPARE(titles(*center).isEmpty(), isRemembered);
+}
+
+void DesktopNotificationCenterTest::forgetsTheSignalsDuringAnEarlierDelivery_data() {
+    QTest::addColumn<QString>("signal");
+    QTest::addColumn<QVariant>("argument");
+    QTest::newRow("closed") << "NotificationClosed" << QVariant(2U);
+    QTest::newRow("clicked") << "ActionInvoked" << QVariant("default");
+}
+
+/// Another program's notification ends, and the server gives its number to our next one.
+void DesktopNotificationCenterTest::forgetsTheSignalsDuringAnEarlierDelivery() {
+    QFETCH(QString, signal);
+    QFETCH(QVariant, argument);
+    serve();
+    _server->holdsAnswers = true;
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("one")));
+    center->deliverNotification(notification(QStringLiteral("two")));
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
+    _server->emitSignal(signal, {7U, argument});
+    _server->answer(0, 1);
+    QTRY_COMPARE(_server->deliveries.size(), 2U);
+    _server->answer(1, 7);
+    QTRY_VERIFY(center->flush(milliseconds(10)));
+    QCOMPARE(titles(*center), (QStringList{QStringLiteral("one"), QStringLiteral("two")}));
+}
+
 void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotifications() {
     serve();
     const auto center = newCenter();
@@ -454,6 +525,29 @@ void DesktopNotificationCenterTest::handsOverTheActivationToken() {
     QVERIFY(delegate->activated[1].activationToken.isNull());
 }
 
+void DesktopNotificationCenterTest::handsOverNoTokenOfAnEarlierServer() {
+    const QString name = QStringLiteral("old-server");
+    auto old = std::make_unique<FakeNotificationServer>(
+        QDBusConnection::connectToBus(_bus->address(), name));
+    const auto center = newCenter();
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    center->setDelegate(delegate);
+    deliverAndWait(*center, QStringLiteral("old"));
+    old->emitSignal(QStringLiteral("ActivationToken"), {1U, QStringLiteral("stale")});
+    // The reply to this one arrives after the token.
+    deliverAndWait(*center, QStringLiteral("second"));
+    old.reset();
+    QDBusConnection::disconnectFromBus(name);
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+
+    serve();
+    deliverAndWait(*center, QStringLiteral("new"));
+    _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
+    QTRY_COMPARE(delegate->activated.size(), 1);
+    QCOMPARE(delegate->activated[0].title, QStringLiteral("new"));
+    QVERIFY(delegate->activated[0].activationToken.isNull());
+}
+
 void DesktopNotificationCenterTest::asksTheDelegateBeforeItPresents() {
     serve();
     const auto center = newCenter();
@@ -553,6 +647,54 @@ void DesktopNotificationCenterTest::presentsAgainWhatAServerTookAndNeverAnswered
     QCOMPARE(_server->deliveries.size(), std::size_t(expected.size()));
 }
 
+void DesktopNotificationCenterTest::presentsAgainWhatDidNotReachTheServer_data() {
+    QTest::addColumn<bool>("isTakenBack");
+    QTest::newRow("kept") << false;
+    QTest::newRow("taken back") << true;
+}
+
+/// The server passes deliveries on to another program, which does not answer once.
+void DesktopNotificationCenterTest::presentsAgainWhatDidNotReachTheServer() {
+    QFETCH(bool, isTakenBack);
+    serve();
+    _server->holdsAnswers = true;
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("lost")));
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
+    if (isTakenBack)
+        center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    _server->holdsAnswers = false;
+    _server->fail(0, QDBusError::NoReply);
+    QTRY_VERIFY(center->flush(milliseconds(10)));
+    QStringList expected;
+    if (!isTakenBack)
+        expected.append(QStringLiteral("lost"));
+    QCOMPARE(titles(*center), expected);
+
+    // It goes out with the next one.
+    center->deliverNotification(notification(QStringLiteral("next")));
+    expected.append(QStringLiteral("next"));
+    QTRY_COMPARE(registered().size(), std::size_t(expected.size()));
+    QCOMPARE(titles(*center), expected);
+    QCOMPARE(_server->deliveries.size(), std::size_t(1 + expected.size()));
+}
+
+void DesktopNotificationCenterTest::sendsNothingToAServerThatDoesNotSayWhatItCan() {
+    serve();
+    _server->tellsTraits = false;
+    _server->traitsError = QDBusError::AccessDenied;
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("early")));
+    QTRY_VERIFY(center->flush(milliseconds(10)));
+    QCOMPARE(_server->deliveries.size(), 0U);
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("early")});
+
+    _server->tellsTraits = true;
+    deliverAndWait(*center, QStringLiteral("late"));
+    QCOMPARE(titles(*center), (QStringList{QStringLiteral("early"), QStringLiteral("late")}));
+    QCOMPARE(_server->deliveries.size(), 2U);
+}
+
 void DesktopNotificationCenterTest::hasTheBusStartAServer() {
     // A "server" that only creates a file: the test checks only that it was started.
     const QString mark = _home->filePath(QStringLiteral("started"));
@@ -627,6 +769,25 @@ void DesktopNotificationCenterTest::survivesTheLossOfTheBus() {
     QCOMPARE(titles(*center), QStringList{QStringLiteral("two")});
 }
 
+void DesktopNotificationCenterTest::connectsAgainAfterTheLossOfTheBus() {
+    PrivateBus next;
+    const FakeNotificationServer serverOfNext(next.connection());
+    serve();
+    NotificationSender origin = sender();
+    // The second address is used once nobody answers at the first.
+    origin.busAddress += QLatin1Char(';') + next.address();
+    DesktopNotificationCenter center(origin);
+    deliverAndWait(center, QStringLiteral("one"));
+    QCOMPARE(_server->deliveries.size(), 1U);
+    _server.reset();
+    _bus->stop();
+    QTRY_VERIFY(center.deliveredNotifications().isEmpty());
+
+    deliverAndWait(center, QStringLiteral("two"));
+    QCOMPARE(serverOfNext.deliveries.size(), 1U);
+    QCOMPARE(titles(center), QStringList{QStringLiteral("two")});
+}
+
 void DesktopNotificationCenterTest::worksWithoutABus() {
     NotificationSender nowhere = sender();
     nowhere.busAddress = QStringLiteral("unix:path=/nonexistent/bus");
@@ -650,6 +811,24 @@ void DesktopNotificationCenterTest::worksWithoutAStateFolder() {
     center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
     QTRY_COMPARE(_server->closeCalls, QList<quint32>{1});
     QVERIFY(center->deliveredNotifications().isEmpty());
+}
+
+void DesktopNotificationCenterTest::savesEachChangeOnce() {
+    serve();
+    const auto center = newCenter();
+    const NotificationRegistry registry(stateFolder());
+    // The file counts its changes.
+    center->deliverNotification(notification(QStringLiteral("one")));
+    QTRY_VERIFY(center->flush(milliseconds(10)));
+    QCOMPARE(registry.read()->serial, 1U);
+    center->deliverNotification(notification(QStringLiteral("two")));
+    QTRY_VERIFY(center->flush(milliseconds(10)));
+    QCOMPARE(registry.read()->serial, 2U);
+    _server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
+    center->deliverNotification(notification(QStringLiteral("three")));
+    QTRY_VERIFY(center->flush(milliseconds(10)));
+    QCOMPARE(registry.read()->serial, 4U);
+    QCOMPARE(titles(*center), (QStringList{QStringLiteral("two"), QStringLiteral("three")}));
 }
 
 void DesktopNotificationCenterTest::savesWhenTheRegistryIsFreeAgain() {
@@ -854,6 +1033,27 @@ void DesktopNotificationCenterTest::goesNowhereAfterTheShutDown() {
     QCOMPARE(_server->deliveries.size(), 1U);
     QVERIFY(_server->closeCalls.isEmpty());
     center->shutDown();
+}
+
+void DesktopNotificationCenterTest::endsItsThreadThoughTheDelegateIsYetToBeAsked() {
+    serve();
+    auto center = newCenter();
+    const auto connections = [this] {
+        return _bus->connection().interface()->registeredServiceNames().value().size();
+    };
+    const auto before = connections();
+    deliverAndWait(*center, QStringLiteral("one"));
+    QCOMPARE(connections(), before + 1);
+    const auto delegate = std::make_shared<RecordingDelegate>();
+    center->setDelegate(delegate);
+    center->deliverNotification(notification(QStringLiteral("two")));
+    center.reset();
+    // No event loop runs here, so the delegate is not asked.
+    const QDeadlineTimer deadline(testPatience);
+    while (connections() != before && !deadline.hasExpired())
+        QTest::qSleep(1);
+    QCOMPARE(connections(), before);
+    QVERIFY(delegate->asked.isEmpty());
 }
 
 }  // namespace pelorinnews::test

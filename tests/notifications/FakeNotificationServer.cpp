@@ -40,14 +40,14 @@ uint FakeNotificationServer::Notify(const QString &applicationName, uint replace
 
 QStringList FakeNotificationServer::GetCapabilities() {
     if (!tellsTraits)
-        sendErrorReply(QDBusError::UnknownMethod);
+        sendErrorReply(traitsError);
     return capabilities;
 }
 
 QString FakeNotificationServer::GetServerInformation(QString &vendor, QString &version,
                                                      QString &specVersion) {
     if (!tellsTraits)
-        sendErrorReply(QDBusError::UnknownMethod);
+        sendErrorReply(traitsError);
     vendor = QStringLiteral("Tests");
     version = QStringLiteral("1");
     specVersion = QStringLiteral("1.2");
@@ -56,6 +56,10 @@ QString FakeNotificationServer::GetServerInformation(QString &vendor, QString &v
 
 void FakeNotificationServer::answer(std::size_t index, quint32 id) {
     _bus.send(deliveries.at(index).call.createReply(QVariant(id)));
+}
+
+void FakeNotificationServer::fail(std::size_t index, QDBusError::ErrorType error) {
+    _bus.send(deliveries.at(index).call.createErrorReply(error, QStringLiteral("failed")));
 }
 
 void FakeNotificationServer::emitSignal(const QString &name, const QVariantList &arguments) {

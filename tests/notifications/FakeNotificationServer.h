@@ -2,6 +2,7 @@
 
 #include <QDBusConnection>
 #include <QDBusContext>
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QObject>
 #include <QStringList>
@@ -39,12 +40,15 @@ public:
     QString serverName = QStringLiteral("Fake");
     bool holdsAnswers = false;
     bool refuses = false;
-    /// If false, the calls for the server's capabilities and name fail as unknown methods.
+    /// If false, the calls for the server's capabilities and name fail with `traitsError`.
     bool tellsTraits = true;
+    QDBusError::ErrorType traitsError = QDBusError::UnknownMethod;
     quint32 nextId = 1;
 
     /// Replies to the held delivery at `index` with the server id `id`.
     void answer(std::size_t index, quint32 id);
+    /// Replies to the held delivery at `index` with an error.
+    void fail(std::size_t index, QDBusError::ErrorType error);
     /// Broadcasts a signal, as many servers do.
     void emitSignal(const QString &name, const QVariantList &arguments);
 

@@ -14,6 +14,7 @@
 #include <QTimeZone>
 
 #include <array>
+#include <chrono>
 #include <sys/inotify.h>
 #include <thread>
 #include <unistd.h>
@@ -48,10 +49,13 @@ private Q_SLOTS:
     void reportsAFolderThatCannotBeMade();
     void forgetsTheOldestBeyondItsBound();
     void forgetsTheOldestBeyondTheSizeOfAFile();
+    void forgetsFewLargeEntriesOneByOne();
+    void writesAFileOfTheLargestSize();
     void cutsLongTexts();
     void readsNoMoreThanItWouldWrite();
     void readsNoFileThatIsTooLarge();
     void readsAnUnchangedFileOnce();
+    void readsAFileThatHasJustChangedEachTime();
     void whatIsNoRegularFileIsNeitherReadNorReplaced_data();
     void whatIsNoRegularFileIsNeitherReadNorReplaced();
     void aLinkStaysALink();
@@ -233,6 +237,9 @@ void NotificationRegistryTest::takesNothingElseFromTheFormatOfBefore_data() {
     QTest::newRow("a text where the date should be")
         << streamed({{dateKey, QStringLiteral("2026-01-01")}});
     QTest::newRow("endless") << QByteArray(100, '\xff');
+    // The stream begins with the number of values: here none, although one follows.
+    QTest::newRow("a value beyond the counted ones")
+        << QByteArray(4, '\0') + streamed({{nameKey, QStringLiteral("name")}}).mid(4);
     QTest::newRow("nested") << nested();
 }
 
@@ -446,6 +453,34 @@ void NotificationRegistryTest::forgetsTheOldestBeyondTheSizeOfAFile() {
     QCOMPARE(identities(*registry().read()), identities(*contents));
 }
 
+void NotificationRegistryTest::forgetsFewLargeEntriesOneByOne() {
+    std::vector<RegistryEntry> entries;
+    for (int i = 0; i < 3; ++i) {
+        entries.push_back(entry(QString::number(i)));
+        // Each character takes six bytes of JSON: two entries are larger than a file.
+        entries.back().notification.title = QString(4096, QChar(1));
+        entries.back().notification.informativeText = entries.back().notification.title;
+        entries.back().notification.soundName = entries.back().notification.title;
+    }
+    const auto contents = registry().apply(putting(entries));
+    QVERIFY(contents);
+    QCOMPARE(identities(*contents), QStringList{QStringLiteral("2")});
+    QCOMPARE(identities(*registry().read()), QStringList{QStringLiteral("2")});
+}
+
+void NotificationRegistryTest::writesAFileOfTheLargestSize() {
+    RegistryContents contents;
+    contents.entries = {entry(QStringLiteral("a"))};
+    QString &title = contents.entries[0].notification.title;
+    title += QString(RegistryFormat::largestFile - RegistryFormat::write(contents).size(),
+                     QLatin1Char('t'));
+    QCOMPARE(RegistryFormat::write(contents).size(), RegistryFormat::largestFile);
+    QCOMPARE(contents.entries.size(), 1U);
+    title += QLatin1Char('t');
+    QVERIFY(RegistryFormat::write(contents).size() < RegistryFormat::largestFile);
+    QVERIFY(contents.entries.empty());
+}
+
 void NotificationRegistryTest::cutsLongTexts() {
     RegistryEntry put = entry(QStringLiteral("a"));
     put.notification.title = QString(1'000'000, QLatin1Char('t'));
@@ -511,6 +546,32 @@ void NotificationRegistryTest::readsAnUnchangedFileOnce() {
     QCOMPARE(identities(*reading.read()), QStringList({"a", "b"}));
     overwrite("");
     QVERIFY(!reading.read());
+}
+
+void NotificationRegistryTest::readsAFileThatHasJustChangedEachTime() {
+    // A file that changes twice within a tick of the file system's clock keeps its stamp.
+    constexpr std::chrono::seconds tick{2};
+    const NotificationRegistry reading(folder());
+    QVERIFY(reading.apply(putting({entry(QStringLiteral("a"))})));
+    const QByteArray good = bytes();
+    const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    QVERIFY(::inotify_add_watch(watch, reading.path().toUtf8().constData(), IN_ACCESS) >= 0);
+    std::array<char, 4096> events{};
+    bool isReadAgain = false;
+    // On a busy computer the two reads may take longer than the tick: then they say nothing.
+    const auto readTwice = [&] {
+        const auto before = std::chrono::system_clock::now();
+        overwrite(good);
+        static_cast<void>(reading.read());
+        while (::read(watch, events.data(), events.size()) > 0) {
+        }
+        static_cast<void>(reading.read());
+        isReadAgain = ::read(watch, events.data(), events.size()) > 0;
+        return std::chrono::system_clock::now() - before < tick / 2;
+    };
+    QTRY_VERIFY(readTwice());
+    ::close(watch);
+    QVERIFY(isReadAgain);
 }
 
 void NotificationRegistryTest::whatIsNoRegularFileIsNeitherReadNorReplaced_data() {

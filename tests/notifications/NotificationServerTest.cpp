@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
+#include <utility>
 #include <vector>
 
 namespace pelorinnews::test {
@@ -15,7 +17,19 @@ class NotificationServerTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void answersComeOnceHoweverFast();
+    void hasNoOwnerWhereNoServerRuns();
+    void tellsWhichConnectionsExist();
+    void keepsNothingOfACallThatWasAnswered();
 };
+
+namespace {
+
+std::unique_ptr<NotificationServer> newServer() {
+    return std::make_unique<NotificationServer>(
+        QStringLiteral("Host"), QStringLiteral("com.example.Host"), QStringLiteral("Open"));
+}
+
+}  // namespace
 
 /// A reply may arrive before anybody waits for it; whether it does is a race.
 void NotificationServerTest::answersComeOnceHoweverFast() {
@@ -28,9 +42,7 @@ void NotificationServerTest::answersComeOnceHoweverFast() {
         int changes = 0;
         int answers = 0;
         for (int number = 0; number < many; ++number) {
-            servers.push_back(std::make_unique<NotificationServer>(
-                QStringLiteral("Host"), QStringLiteral("com.example.Host"),
-                QStringLiteral("Open")));
+            servers.push_back(newServer());
             NotificationServer &server = *servers.back();
             connect(&server, &NotificationServer::serverChanged, this, [&] {
                 ++changes;
@@ -47,6 +59,42 @@ void NotificationServerTest::answersComeOnceHoweverFast() {
         QCOMPARE(changes, many);
         QCOMPARE(answers, many);
     }
+}
+
+void NotificationServerTest::hasNoOwnerWhereNoServerRuns() {
+    const PrivateBus bus;
+    const auto server = newServer();
+    QVERIFY(server->open(bus.address()));
+    QTRY_VERIFY(server->isKnown());
+    QCOMPARE(server->owner(), QString());
+}
+
+void NotificationServerTest::tellsWhichConnectionsExist() {
+    const PrivateBus bus;
+    const auto server = newServer();
+    QVERIFY(server->open(bus.address()));
+    // The last name is malformed: the bus replies with an error.
+    const std::vector<std::pair<QString, bool>> expected = {
+        {bus.connection().baseService(), true}, {QStringLiteral(":1.999"), false}, {"..", false}};
+    for (const auto &[name, exists] : expected) {
+        std::optional<bool> answer;
+        server->askIsOnBus(name, [&answer](bool isOnBus) { answer = isOnBus; });
+        QTRY_VERIFY(answer);
+        QCOMPARE(*answer, exists);
+    }
+}
+
+void NotificationServerTest::keepsNothingOfACallThatWasAnswered() {
+    PrivateBus bus;
+    const FakeNotificationServer fake(bus.connection());
+    const auto server = newServer();
+    QVERIFY(server->open(bus.address()));
+    QTRY_VERIFY(server->isKnown());
+    bool isAnswered = false;
+    server->close(1, [&isAnswered] { isAnswered = true; });
+    QVERIFY(!server->children().isEmpty());
+    QTRY_VERIFY(isAnswered);
+    QTRY_VERIFY(server->children().isEmpty());
 }
 
 }  // namespace pelorinnews::test

@@ -1,0 +1,136 @@
+#include "FakeNotificationServer.h"
+#include "NotificationTesting.h"
+#include "PrivateBus.h"
+#include "TestMain.h"
+#include "notifications/NotificationThread.h"
+
+#include <QDBusConnectionInterface>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <memory>
+
+namespace pelorinnews::test {
+
+using std::chrono::milliseconds;
+
+/// The worker and its thread, without the notification centre.
+class NotificationThreadTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void endsAlsoWhereItHadNotBegun();
+    void theEndReleasesWhoeverWaits();
+    void theWorkerDisconnectsWhenItStops();
+    void triesTenTimesMoreToSaveForEachRequest();
+
+private:
+    [[nodiscard]] NotificationSender sender() const {
+        return senderOn(*_bus, _home->filePath(QStringLiteral("state")));
+    }
+    [[nodiscard]] std::unique_ptr<NotificationThread> newThread() const {
+        return std::make_unique<NotificationThread>(sender(), _list, _progress,
+                                                    [](const UserNotification &) {});
+    }
+    [[nodiscard]] std::unique_ptr<NotificationWorker> newWorker() const {
+        return std::make_unique<NotificationWorker>(sender(), _list, _progress,
+                                                    [](const UserNotification &) {});
+    }
+    void deliver() const {
+        _list->add(notification(QStringLiteral("one")), NotificationList::Presentation::Asked);
+    }
+    [[nodiscard]] bool isSettled() const { return _progress->waitUntilSettled(milliseconds(0)); }
+    [[nodiscard]] qsizetype connections() const {
+        return _bus->connection().interface()->registeredServiceNames().value().size();
+    }
+
+    std::unique_ptr<QTemporaryDir> _home;
+    std::unique_ptr<PrivateBus> _bus;
+    std::unique_ptr<FakeNotificationServer> _server;
+    std::shared_ptr<NotificationList> _list;
+    std::shared_ptr<NotificationProgress> _progress;
+};
+
+void NotificationThreadTest::init() {
+    _home = std::make_unique<QTemporaryDir>();
+    _bus = std::make_unique<PrivateBus>();
+    _server = std::make_unique<FakeNotificationServer>(_bus->connection());
+    _list = std::make_shared<NotificationList>();
+    _progress = std::make_shared<NotificationProgress>();
+}
+
+void NotificationThreadTest::cleanup() {
+    _server.reset();
+    _bus.reset();
+    _home.reset();
+}
+
+/// Whether the thread has begun when it is stopped is a race, so try several times.
+void NotificationThreadTest::endsAlsoWhereItHadNotBegun() {
+    constexpr int rounds = 20;
+    for (int round = 0; round < rounds; ++round) {
+        auto thread = newThread();
+        thread->wake();
+        thread->stop(milliseconds(0));
+        QVERIFY(!thread->isRunning());
+        thread.reset();
+    }
+    // The workers hold the list until their threads end.
+    QTRY_COMPARE(_list.use_count(), 1L);
+}
+
+void NotificationThreadTest::theEndReleasesWhoeverWaits() {
+    _server->holdsAnswers = true;
+    const auto thread = newThread();
+    deliver();
+    thread->wake();
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
+    QVERIFY(!isSettled());
+    thread->stop(plenty);
+    QVERIFY(isSettled());
+}
+
+void NotificationThreadTest::theWorkerDisconnectsWhenItStops() {
+    const auto before = connections();
+    QThread thread;
+    const auto worker = newWorker();
+    worker->moveToThread(&thread);
+    thread.start();
+    QMetaObject::invokeMethod(worker.get(), "work", Qt::BlockingQueuedConnection);
+    QTRY_VERIFY(isSettled());
+    QCOMPARE(connections(), before + 1);
+    QMetaObject::invokeMethod(worker.get(), "stop", Qt::QueuedConnection);
+    QVERIFY(thread.wait(testPatience));
+    // The worker still exists.
+    QTRY_COMPARE(connections(), before);
+}
+
+void NotificationThreadTest::triesTenTimesMoreToSaveForEachRequest() {
+    // A file in place of the folder.
+    QFile file(sender().stateFolder);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    const auto worker = newWorker();
+    auto *timer = worker->findChild<QTimer *>();
+    QVERIFY(timer);
+    timer->setInterval(0);
+    int retries = 0;
+    connect(timer, &QTimer::timeout, this, [&retries] { ++retries; });
+    deliver();
+    worker->work();
+    QTRY_VERIFY(isSettled());
+    QCOMPARE(_server->deliveries.size(), 1U);
+    QCOMPARE(retries, 10);
+    worker->work();
+    QTRY_VERIFY(isSettled());
+    QCOMPARE(retries, 20);
+}
+
+}  // namespace pelorinnews::test
+
+PELORIN_CORE_TEST_MAIN(pelorinnews::test::NotificationThreadTest)
+
+#include "NotificationThreadTest.moc"
