@@ -40,8 +40,6 @@ bool isAbsent(const QString &path) {
 /// Whether `bytes` hold at least `keys` keys as QSettings writes them: a line for each, and a line
 /// feed at the end of each. False for a file that was truncated anywhere.
 bool isWhole(const QByteArray &bytes, qsizetype keys) {
-    if (bytes.isEmpty())
-        return keys == 0;
     const QList<QByteArray> lines = bytes.split('\n');
     const auto count = std::count_if(lines.begin(), lines.end(), [](const QByteArray &line) {
         return !line.isEmpty() && !line.startsWith('[');
@@ -90,10 +88,7 @@ SettingsBackup::Outcome SettingsBackup::check(qsizetype keys) {
 bool SettingsBackup::restore() {
     if (_wasAbsent)
         return ::unlink(_target.constData()) == 0 || errno == ENOENT;
-    if (std::rename(_kept.constData(), _target.constData()) != 0)
-        return false;
-    _kept.clear();
-    return true;
+    return std::rename(_kept.constData(), _target.constData()) == 0;
 }
 
 }  // namespace pelorinnews

@@ -39,6 +39,8 @@ private Q_SLOTS:
     void whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs();
     void aFileThatCouldNotBeKeptIsNeverRemoved();
     void anAbsentFileHoldsNoKeys();
+    void anEmptyFileHoldsNoKeys();
+    void aFileThatWasCutInPlaceLeavesNoBackup();
     void aBackupThatCannotTakeTheFilesPlaceRestoresNothing();
     void aProcessThatEndsLeavesThePreferencesWhole();
     void aDamagedFileIsRewrittenOnlyWhereItCouldBeCopied();
@@ -335,6 +337,30 @@ void FullDiskTest::anAbsentFileHoldsNoKeys() {
     QVERIFY(backup.isKept());
     QVERIFY(backup.check(0) == SettingsBackup::Outcome::Whole);
     QVERIFY(backup.check(1) == SettingsBackup::Outcome::Untouched);
+}
+
+void FullDiskTest::anEmptyFileHoldsNoKeys() {
+    const QByteArray before = "[General]\nlast=kept\n";
+    QVERIFY(put(path(), before));
+    SettingsBackup backup(path());
+    QVERIFY(put(path() + QStringLiteral(".new"), QByteArray()));
+    QVERIFY(QFile::remove(path()));
+    QVERIFY(QFile::rename(path() + QStringLiteral(".new"), path()));
+    QVERIFY(backup.check(0) == SettingsBackup::Outcome::Whole);
+    QCOMPARE(bytes(), QByteArray());
+    QVERIFY(backup.check(1) == SettingsBackup::Outcome::Restored);
+    QCOMPARE(bytes(), before);
+}
+
+/// The backup is another name of the same file, so it is truncated as well.
+void FullDiskTest::aFileThatWasCutInPlaceLeavesNoBackup() {
+    QVERIFY(put(path(), settingsOfTheHost()));
+    {
+        SettingsBackup backup(path());
+        QVERIFY(put(path(), QByteArray()));
+        static_cast<void>(backup.check(1));
+    }
+    QCOMPARE(filesBesideThePreferences(), QStringList{"P.conf"});
 }
 
 void FullDiskTest::aBackupThatCannotTakeTheFilesPlaceRestoresNothing() {
