@@ -56,6 +56,8 @@ private Q_SLOTS:
         row("text with digits last", "abc12", false, 0);
         row("text with a comma", "1,5", true, 1);
         row("text with white space", " 42 ", true, 42);
+        row("text 2^63", "9223372036854775808.0", true, largest);
+        row("text -2^63", "-9223372036854775808.0", true, smallest);
         row("text beyond 64 bits", "99999999999999999999", true, largest);
         row("text below 64 bits", "-99999999999999999999", true, smallest);
         row("text beyond doubles", QString(400, u'9'), true, largest);

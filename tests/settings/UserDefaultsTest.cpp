@@ -3,8 +3,10 @@
 #include "platform/HostBundle.h"
 #include "settings/SettingsBackup.h"
 #include "settings/UserDefaults.h"
+#include "settings/UserDefaultsStore.h"
 
 #include <QFileInfo>
+#include <QPointer>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSettings>
@@ -157,6 +159,15 @@ private Q_SLOTS:
 
     void destructionWritesWhatWasSet() {
         { UserDefaults(_path).setValue(key, 2); }
+        QVERIFY(contentsOf(_path).contains("newsFilter=2"));
+    }
+
+    void aStoreThatIsWrittenIsDeleted() {
+        QPointer<UserDefaultsStore> store = std::make_unique<UserDefaultsStore>(_path).release();
+        store->write(key, 2);
+        QVERIFY(store->flush());
+        UserDefaultsStore::release(store);
+        QVERIFY(!store);
         QVERIFY(contentsOf(_path).contains("newsFilter=2"));
     }
 
