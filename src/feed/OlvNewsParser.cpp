@@ -67,7 +67,6 @@ std::optional<QVariantMap> OlvNewsParser::parseWhole(Text text, Error *error) {
     reader.read(text);
     _reader = nullptr;
     _dateFormatter.reset();
-    _categories.clear();
 
     if (error && _error)
         *error = *_error;

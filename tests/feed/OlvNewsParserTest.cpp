@@ -203,6 +203,30 @@ private Q_SLOTS:
         QCOMPARE(list->at(0)->category().constData(), list->at(1)->category().constData());
     }
 
+    void noMoreThan256CategoriesShareTheirText() {
+        constexpr size_t many = 257;
+        QString items;
+        for (size_t i = 0; i < 2 * many; ++i)
+            items += QStringLiteral("<item><category>%1</category></item>").arg(i % many);
+        const auto list = listOf(OlvNewsParser().parse(feed(items)));
+        for (size_t i = 0; i < many; ++i) {
+            const QString first = list->at(i)->category();
+            const QString second = list->at(many + i)->category();
+            QCOMPARE(second, first);
+            QCOMPARE(second.constData() == first.constData(), i < 256);
+        }
+    }
+
+    void textsHaveNoSpareCapacity() {
+        // Each letter takes two bytes in the feed.
+        const QString title(1000, QChar(u'ö'));
+        const QByteArray utf8 =
+            feed(QStringLiteral("<item><title>%1</title></item>").arg(title)).toUtf8();
+        const auto list = listOf(OlvNewsParser().parse(QByteArrayView(utf8)));
+        QCOMPARE(list->front()->title(), title);
+        QVERIFY(list->front()->title().capacity() < 1100);
+    }
+
     void aFeedWithEveryCategoryDifferentKeepsThemAll() {
         QString items;
         for (int i = 0; i < 1000; ++i)
