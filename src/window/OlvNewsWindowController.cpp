@@ -170,7 +170,6 @@ void OlvNewsWindowController::windowIsDeleted() {
     const auto self = weak_from_this().lock();
     if (self && _windowIsVisible)
         windowWillClose();
-    _exposeTimer.stop();
     _ordinaryGeometry = {};
     _optionsFold.reset();
     _loadedWindow.clear();

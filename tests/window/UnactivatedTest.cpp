@@ -5,6 +5,7 @@
 #include "WindowFixture.h"
 
 #include <QApplication>
+#include <QPointer>
 #include <QWindow>
 
 using namespace pelorinnews;
@@ -49,6 +50,7 @@ private Q_SLOTS:
     void isOpenedOnceForEachShowing();
     void isNotOpenedBeforeItIsOnTheScreen();
     void isNotOpenedWhenItWentFromTheScreenAtOnce();
+    void isNotOpenedWhenItIsDeletedAtOnce();
 
 private:
     [[nodiscard]] QString position() const { return _controller->itemIndicator()->text(); }
@@ -132,6 +134,20 @@ void UnactivatedTest::isNotOpenedWhenItWentFromTheScreenAtOnce() {
     disconnect(hiding);
     QTest::qWait(longEnough);
     QCOMPARE(position(), QString());
+    _controller->showWindow();
+    QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
+}
+
+void UnactivatedTest::isNotOpenedWhenItIsDeletedAtOnce() {
+    const QPointer<OlvNewsWindow> window = _controller->window();
+    QVERIFY(window->winId());
+    const Exposures exposures(*window->windowHandle());
+    connect(&exposures, &Exposures::exposed, window, &QObject::deleteLater);
+    _controller->showWindow();
+    QTRY_VERIFY(!window);
+    QTest::qWait(longEnough);
+    QCOMPARE(_fixture->services.notificationCenter->deliveredNotifications().size(), 1);
+    _controller->window()->setWindowFlag(Qt::WindowDoesNotAcceptFocus);
     _controller->showWindow();
     QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
 }
