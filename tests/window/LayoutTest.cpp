@@ -30,6 +30,7 @@ private Q_SLOTS:
     void arrowsFollowTheReadingDirection();
     void theTrianglePointsAtWhatItOpens();
     void isInTheMiddleOfTheScreenBeforeItIsShown();
+    void isWideEnoughForALargeFontBeforeItIsShown();
     void isNeverSmallerThanDescribed();
     void bearsTheApplicationsIcon();
     void isNeverTooNarrowForItsTexts();
@@ -78,6 +79,20 @@ void LayoutTest::isInTheMiddleOfTheScreenBeforeItIsShown() {
                        QGuiApplication::primaryScreen()->availableGeometry().center();
     QVERIFY2(off.manhattanLength() <= 2,
              qPrintable(QStringLiteral("%1, %2").arg(off.x()).arg(off.y())));
+}
+
+void LayoutTest::isWideEnoughForALargeFontBeforeItIsShown() {
+    const auto restored =
+        qScopeGuard([before = QApplication::font()] { QApplication::setFont(before); });
+    QFont large = QApplication::font();
+    large.setPointSize(large.pointSize() * 2);
+    QApplication::setFont(large);
+    const auto controller = _fixture->makeController();
+    const OlvNewsWindow *window = controller->window();
+    QVERIFY(window->layout()->totalMinimumSize().width() > 400);
+    QVERIFY(window->width() >= window->layout()->totalMinimumSize().width());
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    QVERIFY(qAbs(window->geometry().center().x() - screen.center().x()) <= 1);
 }
 
 void LayoutTest::isNeverSmallerThanDescribed() {
