@@ -81,8 +81,8 @@ private:
     bool _presenting = false;
     int _closing = 0;
     /// Server ids that were reported as closed or clicked, but that the list does not hold. They
-    /// may belong to the delivery in progress, whose reply with the server id is still pending. Cleared before each
-    /// delivery.
+    /// may belong to the delivery in progress, whose reply with the server id is still pending.
+    /// Cleared before each delivery.
     std::set<quint32> _closedEarly;
     std::set<quint32> _activatedEarly;
     std::map<quint32, QString> _activationTokens;
