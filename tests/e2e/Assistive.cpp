@@ -1,7 +1,6 @@
 #include "Assistive.h"
 
-#include "Program.h"
-
+#include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -12,8 +11,38 @@ namespace pelorinnews::test::Assistive {
 
 namespace {
 
-QByteArray client(const QStringList &arguments) {
-    return outputOf(QStringLiteral(PELORIN_TEST_DATA "/assistive"), arguments);
+/// The client that answers requests. It serves all of the test's hosts, because its start costs
+/// more than many answers.
+QProcess *client = nullptr;
+
+void endClient() {
+    client->closeWriteChannel();
+    if (!client->waitForFinished(5000))
+        client->kill();
+    client->waitForFinished();
+    delete client;
+    client = nullptr;
+}
+
+void startClient() {
+    client = new QProcess;
+    client->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    client->start(QStringLiteral(PELORIN_TEST_DATA "/assistive"), {QStringLiteral("serve")});
+    if (!client->waitForStarted(testPatience))
+        qFatal("the accessibility client does not start: %s", qPrintable(client->errorString()));
+    qAddPostRoutine(endClient);
+}
+
+QJsonValue answerTo(const QJsonArray &request) {
+    if (!client)
+        startClient();
+    client->write(QJsonDocument(request).toJson(QJsonDocument::Compact) + '\n');
+    while (!client->canReadLine()) {
+        if (!client->waitForReadyRead(testPatience))
+            qFatal("the accessibility client does not answer");
+    }
+    // A value alone is no JSON document for Qt.
+    return QJsonDocument::fromJson('[' + client->readLine() + ']')[0];
 }
 
 QStringList texts(const QJsonValue &list) {
@@ -25,10 +54,12 @@ QStringList texts(const QJsonValue &list) {
 
 }  // namespace
 
-QList<Object> tree(qint64 host) {
+QList<Object> tree(qint64 host, const QString &title) {
+    QJsonArray request{QStringLiteral("tree"), host};
+    if (!title.isNull())
+        request.append(title);
     QList<Object> all;
-    const QByteArray told = client({QStringLiteral("tree"), QString::number(host)});
-    for (const auto each : QJsonDocument::fromJson(told).array()) {
+    for (const auto each : answerTo(request).toArray()) {
         Object object;
         object.depth = each[QStringLiteral("depth")].toInt();
         object.role = each[QStringLiteral("role")].toString();
@@ -49,11 +80,11 @@ QList<Object> tree(qint64 host) {
 }
 
 void write(qint64 host, const QString &text) {
-    client({QStringLiteral("write"), QString::number(host), text});
+    answerTo({QStringLiteral("write"), host, text});
 }
 
 void press(qint64 host, const QString &name) {
-    client({QStringLiteral("press"), QString::number(host), name});
+    answerTo({QStringLiteral("press"), host, name});
 }
 
 Listener::Listener(qint64 host) {

@@ -28,8 +28,9 @@ struct Object {
     [[nodiscard]] bool is(const char *state) const { return states.contains(QLatin1String(state)); }
 };
 
-/// The windows of the host and all objects in them, each after its parent.
-[[nodiscard]] QList<Object> tree(qint64 host);
+/// The windows of the host and all objects in them, each after its parent. With `title`, only the
+/// windows of this name.
+[[nodiscard]] QList<Object> tree(qint64 host, const QString &title = {});
 
 /// Sets the text of the content view, and presses a control by its name.
 void write(qint64 host, const QString &text);

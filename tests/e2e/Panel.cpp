@@ -60,16 +60,7 @@ bool Panel::reopen() {
 }
 
 QList<Object> Panel::objects() const {
-    const QList<Object> all = Assistive::tree(desktop.hostProcess());
-    const auto isNews = [](const Object &each) {
-        return each.depth == 0 && each.name == QLatin1String("Pelorin News");
-    };
-    const auto first = std::find_if(all.begin(), all.end(), isNews);
-    if (first == all.end())
-        return {};
-    const auto next =
-        std::find_if(first + 1, all.end(), [](const Object &each) { return each.depth == 0; });
-    return QList<Object>(first, next);
+    return Assistive::tree(desktop.hostProcess(), QStringLiteral("Pelorin News"));
 }
 
 Object Panel::object(const char *role, const char *name) const {
