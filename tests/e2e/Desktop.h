@@ -38,6 +38,7 @@ public:
 
     /// Sets a variable of the host's environment, before the host starts.
     void setVariable(const QString &name, const QString &value) { _variables[name] = value; }
+    [[nodiscard]] QString variable(const QString &name) const { return _variables.value(name); }
 
     /// Installs a default browser that only records the addresses that it is told to open; `opened`
     /// returns them.

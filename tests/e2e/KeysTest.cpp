@@ -13,7 +13,8 @@ class KeysTest : public QObject {
 
 private Q_SLOTS:
     void init();
-    void cleanup() { _panel.reset(); }
+    void cleanup();
+    void cleanupTestCase() { _panel.reset(); }
 
     void reachTheWindowFromEveryControl();
     void countByTheirPlaceInEveryLayout();
@@ -52,9 +53,23 @@ private:
     std::unique_ptr<Panel> _panel;
 };
 
+// One host serves all functions, as long as they pass: each finds its window open and folded.
 void KeysTest::init() {
-    _panel = std::make_unique<Panel>();
-    QVERIFY(_panel->open(Panel::items(2)));
+    if (!_panel) {
+        _panel = std::make_unique<Panel>();
+        QVERIFY(_panel->open(Panel::items(2)));
+        return;
+    }
+    QVERIFY(_panel->isOpen() || _panel->reopen());
+    if (!_panel->object("push button", "Hide options").role.isEmpty())
+        Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Hide options"));
+    QTRY_COMPARE(_panel->object("push button", "Show options").role, QStringLiteral("push button"));
+    QTRY_COMPARE(_panel->text(), QStringLiteral("Item 1"));
+}
+
+void KeysTest::cleanup() {
+    if (QTest::currentTestFailed())
+        _panel.reset();
 }
 
 void KeysTest::reachTheWindowFromEveryControl() {
@@ -79,8 +94,8 @@ void KeysTest::reachTheWindowFromEveryControl() {
     for (int steps = 0; steps < order.size() - 1; ++steps) {
         QTRY_VERIFY(_panel->isOpen());
         _panel->clickIntoThePage();
-        for (int step = 0; step < steps; ++step)
-            _panel->press("Tab");
+        if (steps > 0)
+            _panel->press(QStringList(steps, QStringLiteral("Tab")));
         QTRY_COMPARE(_panel->focus(), order[steps]);
         _panel->press(steps % 2 == 0 ? "Escape" : "ctrl+w");
         QTRY_VERIFY2(!_panel->isOpen(), qPrintable(order[steps]));
@@ -172,7 +187,7 @@ void KeysTest::keysOfNoUseEndInThePage() {
         const int after = ticks();
         return before >= 0 && after >= before && after - before < 5;
     };
-    QTRY_VERIFY(isAtRest());
+    QVERIFY(QTest::qWaitFor(isAtRest, testPatience));
 }
 
 PELORIN_PANEL_TEST_MAIN(KeysTest)

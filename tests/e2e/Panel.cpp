@@ -45,26 +45,33 @@ void Panel::begin(const QList<FeedEntry> &news) {
 
 bool Panel::open(const QList<FeedEntry> &news) {
     begin(news);
-    const auto shown = [&] { return text() == news.first().plainText; };
-    if (!QTest::qWaitFor(shown, testPatience))
-        return false;
-    window = desktop.newsWindow();
-    return !window.isEmpty();
+    return QTest::qWaitFor([&] { return text() == news.first().plainText; }, testPatience) &&
+           comesToRest();
 }
 
 bool Panel::reopen() {
     Screen::press(desktop.window(QStringLiteral("Pelorin")), QStringLiteral("ctrl+n"));
-    const bool shown = QTest::qWaitFor([this] { return isOpen(); }, testPatience);
-    window = desktop.newsWindow();
-    return shown;
+    return comesToRest();
+}
+
+bool Panel::comesToRest() {
+    // Qt reports places in device-independent pixels.
+    const int scale = qMax(1, desktop.variable(QStringLiteral("QT_SCALE_FACTOR")).toInt());
+    const auto isInPlace = [&] {
+        window = desktop.newsWindow();
+        const QRect place = objects().value(0).place;
+        return !window.isEmpty() &&
+               QRect(place.topLeft() * scale, place.size() * scale) == Screen::geometry(window);
+    };
+    return QTest::qWaitFor(isInPlace, testPatience);
 }
 
 QList<Object> Panel::objects() const {
     return Assistive::tree(desktop.hostProcess(), QStringLiteral("Pelorin News"));
 }
 
-Object Panel::object(const char *role, const char *name) const {
-    for (const Object &each : objects()) {
+Object Panel::visible(const QList<Object> &all, const char *role, const char *name) {
+    for (const Object &each : all) {
         if (each.role == QLatin1String(role) && each.name == QLatin1String(name) &&
             each.is("showing"))
             return each;
@@ -72,8 +79,8 @@ Object Panel::object(const char *role, const char *name) const {
     return {};
 }
 
-Object Panel::content() const {
-    for (const Object &each : objects()) {
+Object Panel::contentIn(const QList<Object> &all) {
+    for (const Object &each : all) {
         if (each.takesText)
             return each;
     }

@@ -33,9 +33,15 @@ public:
     /// All objects of the news window, the window first.
     [[nodiscard]] QList<Assistive::Object> objects() const;
     /// The visible object of this role and name; if there is none, an object with an empty role.
-    [[nodiscard]] Assistive::Object object(const char *role, const char *name) const;
+    /// Reading all objects takes long, so a test that asks for several searches one list of them.
+    [[nodiscard]] Assistive::Object object(const char *role, const char *name) const {
+        return visible(objects(), role, name);
+    }
+    [[nodiscard]] static Assistive::Object visible(const QList<Assistive::Object> &all,
+                                                   const char *role, const char *name);
     /// The content view.
-    [[nodiscard]] Assistive::Object content() const;
+    [[nodiscard]] Assistive::Object content() const { return contentIn(objects()); }
+    [[nodiscard]] static Assistive::Object contentIn(const QList<Assistive::Object> &all);
     /// The text of the content view, and the position of the shown item ("1 / 3").
     [[nodiscard]] QString text() const { return content().text; }
     [[nodiscard]] QString position() const;
@@ -47,14 +53,19 @@ public:
     /// Clicks with the mouse on the object of this role and name. False if it is not visible.
     [[nodiscard]] bool click(const char *role, const char *name) const;
     void clickIntoThePage() const;
-    /// Presses a key in the window.
+    /// Presses a key in the window, or several one after another.
     void press(const char *key) const { Screen::press(window, QLatin1String(key)); }
+    void press(const QStringList &keys) const { Screen::press(window, keys); }
 
     Desktop desktop;
     /// The X11 id of the news window.
     QString window;
 
 private:
+    /// Waits until the objects report where the window is: while it appears, the window manager
+    /// still moves it, and a click would miss.
+    [[nodiscard]] bool comesToRest();
+
     QString _language = QStringLiteral("en");
 };
 

@@ -13,12 +13,18 @@ QByteArray xdotool(const QStringList &arguments) {
     return outputOf(QStringLiteral("xdotool"), arguments);
 }
 
-/// The value of a window's property, as xprop prints it.
-QString property(const QStringList &which, const char *name) {
-    const QString told = QString::fromUtf8(
-        outputOf(QStringLiteral("xprop"), which + QStringList{QLatin1String(name)}));
+/// The values of a window's properties, as xprop prints them.
+QStringList properties(const QStringList &which, const QStringList &names) {
+    const QString told = QString::fromUtf8(outputOf(QStringLiteral("xprop"), which + names));
     static const QRegularExpression value(QStringLiteral("(?:=|#) *(.*)$"));
-    return value.match(told).captured(1);
+    QStringList values;
+    for (const QString &line : told.split(QLatin1Char('\n')))
+        values.append(value.match(line).captured(1));
+    return values;
+}
+
+QString property(const QStringList &which, const char *name) {
+    return properties(which, {QLatin1String(name)}).first();
 }
 
 }  // namespace
@@ -26,10 +32,10 @@ QString property(const QStringList &which, const char *name) {
 QString window(qint64 process, const QString &title) {
     // Ask the window manager: a search through all windows fails if any of them closes meanwhile.
     const QString all = property({QStringLiteral("-root")}, "_NET_CLIENT_LIST");
+    const QStringList wanted{QString::number(process), QLatin1Char('"') + title + QLatin1Char('"')};
     for (const QString &each : all.split(QStringLiteral(", "), Qt::SkipEmptyParts)) {
-        const QStringList which{QStringLiteral("-id"), each};
-        if (property(which, "_NET_WM_PID") == QString::number(process) &&
-            property(which, "_NET_WM_NAME") == QLatin1Char('"') + title + QLatin1Char('"'))
+        if (properties({QStringLiteral("-id"), each},
+                       {QStringLiteral("_NET_WM_PID"), QStringLiteral("_NET_WM_NAME")}) == wanted)
             return each;
     }
     return {};
@@ -108,9 +114,10 @@ void drag(QPoint from, QPoint to) {
     xdotool(steps << QStringLiteral("mouseup") << QStringLiteral("1"));
 }
 
-void press(const QString &window, const QString &key) {
-    xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"), window,
-             QStringLiteral("key"), key});
+void press(const QString &window, const QStringList &keys) {
+    xdotool(QStringList{QStringLiteral("windowactivate"), QStringLiteral("--sync"), window,
+                        QStringLiteral("key")} +
+            keys);
 }
 
 void press(const QString &key) {

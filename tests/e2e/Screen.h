@@ -2,7 +2,7 @@
 
 #include <QMargins>
 #include <QRect>
-#include <QString>
+#include <QStringList>
 
 /// Operates and inspects the test's display as a user does, with real key and mouse input. Windows
 /// are identified by their X11 ids.
@@ -27,8 +27,11 @@ void activate(const QString &window);
 
 void click(QPoint place);
 void drag(QPoint from, QPoint to);
-/// Presses a key in the window, which becomes the active one.
-void press(const QString &window, const QString &key);
+/// Presses a key in the window, which becomes the active one, or several keys one after another.
+void press(const QString &window, const QStringList &keys);
+inline void press(const QString &window, const QString &key) {
+    press(window, QStringList(key));
+}
 /// Presses a key in the window that has the keyboard focus.
 void press(const QString &key);
 
