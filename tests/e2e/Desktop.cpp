@@ -33,6 +33,18 @@ QByteArray contentOf(const QString &path) {
     return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+/// Takes a host's search for its copies out of the idle scheduling class, in which it makes hardly
+/// any progress on a busy computer. Only root may do so; for other users it takes longer.
+void hurrySearch(qint64 host) {
+    const QString tasks = QStringLiteral("/proc/%1/task/").arg(host);
+    const QStringList threads = QDir(tasks).entryList(QDir::Dirs);
+    for (const QString &thread : threads) {
+        const sched_param ordinary{};
+        if (contentOf(tasks + thread + QStringLiteral("/comm")) == "pelorin-walk\n")
+            ::sched_setscheduler(thread.toInt(), SCHED_OTHER, &ordinary);
+    }
+}
+
 void end(QProcess &process) {
     if (process.state() == QProcess::NotRunning)
         return;
@@ -83,6 +95,8 @@ Desktop::Desktop() {
 }
 
 Desktop::~Desktop() {
+    // The process ends only with its last thread.
+    hurrySearch(_host.processId());
     end(_host);
     end(_feedService);
     end(_notificationDaemon);
@@ -186,20 +200,12 @@ bool Desktop::quitHost() {
 }
 
 bool Desktop::hostWatches(const QString &watched) const {
-    const QString process = QStringLiteral("/proc/%1").arg(_host.processId());
-    // The search runs in the idle scheduling class. Only root may raise its priority; for other
-    // users it takes longer.
-    const QStringList threads = QDir(process + QStringLiteral("/task")).entryList(QDir::Dirs);
-    for (const QString &thread : threads) {
-        const sched_param ordinary{};
-        if (contentOf(process + QStringLiteral("/task/%1/comm").arg(thread)) == "pelorin-walk\n")
-            ::sched_setscheduler(thread.toInt(), SCHED_OTHER, &ordinary);
-    }
+    hurrySearch(_host.processId());
     struct stat status {};
     if (::stat(QFile::encodeName(watched).constData(), &status) != 0)
         return false;
     const QByteArray watch = " ino:" + QByteArray::number(status.st_ino, 16) + ' ';
-    const QString descriptors = process + QStringLiteral("/fdinfo/");
+    const QString descriptors = QStringLiteral("/proc/%1/fdinfo/").arg(_host.processId());
     const QStringList all = QDir(descriptors).entryList(QDir::Files);
     return std::any_of(all.begin(), all.end(), [&](const QString &each) {
         return contentOf(descriptors + each).contains(watch);
