@@ -38,13 +38,15 @@ function(pelorin_moc target)
 endfunction()
 
 # pelorin_test(<name> SOURCES <file>... [LIBS <target>...] [LABELS <label>...] [TIMEOUT <s>]
-#              [SESSION] [DISPLAY | WAYLAND] [TILING])
+#              [SESSION] [DISPLAY | WAYLAND] [TILING] [SIDE_BY_SIDE])
 #
 # One executable and one CTest entry. The test class is in <file> "...Test.cpp". SESSION gives it its own D-Bus session, DISPLAY an Xvfb with a
 # window manager, WAYLAND a compositor; TILING makes the window manager or compositor a tiling one.
+# SIDE_BY_SIDE runs all test functions at the same time, each in a process (and session, and display)
+# of its own: for tests that mostly wait.
 # In a sanitized build the entry is called "<preset>.<name>".
 function(pelorin_test name)
-    cmake_parse_arguments(ARG "SESSION;DISPLAY;WAYLAND;TILING" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "SESSION;DISPLAY;WAYLAND;TILING;SIDE_BY_SIDE" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
     set(target test_${name})
     add_executable(${target} ${ARG_SOURCES})
     set(classes ${ARG_SOURCES})
@@ -67,6 +69,9 @@ function(pelorin_test name)
     endif()
     if(ARG_SESSION)
         set(command ${CMAKE_SOURCE_DIR}/tests/support/with-session ${command})
+    endif()
+    if(ARG_SIDE_BY_SIDE)
+        set(command ${CMAKE_SOURCE_DIR}/tests/support/side-by-side ${command})
     endif()
     set(entry ${PELORIN_TEST_PREFIX}${name})
     add_test(NAME ${entry} COMMAND ${command})
