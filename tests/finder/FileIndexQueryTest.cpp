@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace pelorinnews::test {
 
@@ -18,7 +19,8 @@ class FileIndexQueryTest : public QObject {
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanup();
+    void init();
+    void cleanupTestCase() { _miner->stop(); }
 
     void readsRowsThatAreWhole();
     void answersWithNothingWhereNoIndexRuns();
@@ -35,9 +37,15 @@ private:
         return QDir::homePath() + QStringLiteral("/Documents/") + path;
     }
     static void make(const QString &path) { QVERIFY(QDir().mkpath(at(path))); }
-    void startMiner() { QVERIFY(_miner->start()); }
+    void startMiner() {
+        if (!std::exchange(_mines, true))
+            QVERIFY(_miner->start());
+    }
 
     std::unique_ptr<TrackerMiner> _miner = std::make_unique<TrackerMiner>();
+    bool _mines = false;
+    // The test function to which the files and the index belong.
+    QByteArray _function;
 };
 
 namespace {
@@ -71,8 +79,13 @@ void FileIndexQueryTest::initTestCase() {
         QSKIP("this computer has no folder that the file index accepts as home folder");
 }
 
-void FileIndexQueryTest::cleanup() {
+// All rows of a test function share its files and its index, which takes a second to start.
+void FileIndexQueryTest::init() {
+    const QByteArray function = QTest::currentTestFunction();
+    if (std::exchange(_function, function) == function)
+        return;
     _miner->stop();
+    _mines = false;
     QDir(at(QString())).removeRecursively();
     QDir().mkpath(at(QString()));
 }
