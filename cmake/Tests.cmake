@@ -42,7 +42,7 @@ endfunction()
 #
 # One executable and one CTest entry. The test class is in <file> "...Test.cpp". SESSION gives it its own D-Bus session, DISPLAY an Xvfb with a
 # window manager, WAYLAND a compositor; TILING makes the window manager or compositor a tiling one.
-# SIDE_BY_SIDE runs all test functions at the same time, each in a process (and session, and display)
+# SIDE_BY_SIDE runs the test functions at the same time, each in a process (and session, and display)
 # of its own: for tests that mostly wait.
 # In a sanitized build the entry is called "<preset>.<name>".
 function(pelorin_test name)
