@@ -11,8 +11,15 @@ class DecisionTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    // The functions run side by side, hence one for each kind of host.
     void givesTheRendererThatIsSafe_data();
     void givesTheRendererThatIsSafe();
+    void givesTheRendererThatIsSafeOnWayland_data();
+    void givesTheRendererThatIsSafeOnWayland() { givesTheRendererThatIsSafe(); }
+    void givesTheRendererThatIsSafeToLaterApplications_data();
+    void givesTheRendererThatIsSafeToLaterApplications() { givesTheRendererThatIsSafe(); }
+    void givesTheTextRendererWithoutTheEngine_data();
+    void givesTheTextRendererWithoutTheEngine() { givesTheRendererThatIsSafe(); }
     void aFileThatIsNoPluginLeavesTheTextRenderer();
     void theProcessEndsWell_data();
     void theProcessEndsWell();
@@ -38,6 +45,23 @@ const QString host = QStringLiteral(PELORIN_HOST);
 const QString engineHost = QStringLiteral(PELORIN_ENGINE_HOST);
 const QString wayland = QStringLiteral(PELORIN_WITH_WAYLAND);
 const QString plugins = QStringLiteral(PELORIN_APP_DIR "/lib/pelorin");
+
+const QString plugin = QStringLiteral("--folder");
+const QString share = QStringLiteral("--share");
+const QString painted = QStringLiteral("--painted");
+const QString again = QStringLiteral("--again");
+
+void addColumns() {
+    QTest::addColumn<QString>("program");
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QStringList>("surroundings");
+    QTest::addColumn<QByteArray>("renderer");
+}
+
+void row(const char *name, const QString &program, const QStringList &options,
+         const QStringList &surroundings, const char *renderer) {
+    QTest::newRow(name) << program << options << surroundings << QByteArray(renderer);
+}
 
 QByteArray contentOf(const QString &path) {
     QFile file(path);
@@ -99,41 +123,9 @@ DecisionTest::End DecisionTest::run(const QString &program, const QStringList &o
 }
 
 void DecisionTest::givesTheRendererThatIsSafe_data() {
-    QTest::addColumn<QString>("program");
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QStringList>("surroundings");
-    QTest::addColumn<QByteArray>("renderer");
-    const auto row = [](const char *name, const QString &program, const QStringList &options,
-                        const QStringList &surroundings, const char *renderer) {
-        QTest::newRow(name) << program << options << surroundings << QByteArray(renderer);
-    };
-    const QString plugin = QStringLiteral("--folder");
-    const QString share = QStringLiteral("--share");
-    const QStringList offscreen{QStringLiteral("QT_QPA_PLATFORM=offscreen"),
-                                QStringLiteral("DISPLAY=")};
-    const QStringList noGl{QStringLiteral("QT_XCB_GL_INTEGRATION=none")};
-    const QString painted = QStringLiteral("--painted");
+    addColumns();
     row("a host that shares", host, {share, painted, plugin, plugins}, {}, "web");
     row("a host that does not", host, {painted, plugin, plugins}, {}, "web");
-    row("on Wayland, a host that shares", wayland, {host, share, painted, plugin, plugins}, {},
-        "web");
-    row("on Wayland, a host that does not", wayland, {host, painted, plugin, plugins}, {}, "web");
-    row("on Wayland, no GL", wayland, {host, plugin, plugins},
-        {QStringLiteral("QT_WAYLAND_CLIENT_BUFFER_INTEGRATION=none")}, "text");
-    const QString again = QStringLiteral("--again");
-    row("two applications, a host that shares", host, {share, painted, again, plugin, plugins}, {},
-        "web, text");
-    row("two applications, a host that does not", host, {painted, again, plugin, plugins}, {},
-        "web, text");
-    row("two applications, a host that uses the engine itself", engineHost,
-        {share, painted, again, plugin, plugins}, {}, "text, text");
-    row("two applications, one that knows the panel, too", engineHost,
-        {share, QStringLiteral("--register"), painted, again, plugin, plugins}, {}, "web, text");
-    row("two applications, on Wayland", wayland, {host, again, plugin, plugins}, {}, "web, text");
-    row("the second application's first window, a host that shares", host,
-        {share, painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
-    row("the second application's first window", host,
-        {painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
     // The `prlimit` program sets the limit and then executes the host in its own process.
     const auto limited = [](const char *limit, const QStringList &command) {
         return QStringList{QStringLiteral("--nofile=") + QLatin1String(limit)} + command;
@@ -142,15 +134,48 @@ void DecisionTest::givesTheRendererThatIsSafe_data() {
         limited("40", {host, share, painted, plugin, plugins}), {}, "text");
     row("enough descriptors", QStringLiteral("prlimit"),
         limited("192", {host, share, painted, plugin, plugins}), {}, "web");
-    row("no plug-in", host, {share, plugin, QStringLiteral("/nonexistent")}, {}, "text");
-    row("no display", host, {plugin, plugins}, offscreen, "text");
-    row("no display, a host that shares", host, {share, plugin, plugins}, offscreen, "text");
-    row("no GL", host, {plugin, plugins}, noGl, "text");
-    row("no GL, a host that shares", host, {share, plugin, plugins}, noGl, "text");
     row("a host that uses the engine itself", engineHost, {share, painted, plugin, plugins}, {},
         "text");
     row("one that knows the panel, too", engineHost,
         {share, QStringLiteral("--register"), painted, plugin, plugins}, {}, "web");
+}
+
+void DecisionTest::givesTheRendererThatIsSafeOnWayland_data() {
+    addColumns();
+    row("a host that shares", wayland, {host, share, painted, plugin, plugins}, {}, "web");
+    row("a host that does not", wayland, {host, painted, plugin, plugins}, {}, "web");
+    row("no GL", wayland, {host, plugin, plugins},
+        {QStringLiteral("QT_WAYLAND_CLIENT_BUFFER_INTEGRATION=none")}, "text");
+    row("two applications", wayland, {host, again, plugin, plugins}, {}, "web, text");
+}
+
+void DecisionTest::givesTheRendererThatIsSafeToLaterApplications_data() {
+    addColumns();
+    row("two applications, a host that shares", host, {share, painted, again, plugin, plugins}, {},
+        "web, text");
+    row("two applications, a host that does not", host, {painted, again, plugin, plugins}, {},
+        "web, text");
+    row("two applications, a host that uses the engine itself", engineHost,
+        {share, painted, again, plugin, plugins}, {}, "text, text");
+    row("two applications, one that knows the panel, too", engineHost,
+        {share, QStringLiteral("--register"), painted, again, plugin, plugins}, {}, "web, text");
+    row("the second application's first window, a host that shares", host,
+        {share, painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
+    row("the second application's first window", host,
+        {painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
+}
+
+void DecisionTest::givesTheTextRendererWithoutTheEngine_data() {
+    addColumns();
+    const QStringList offscreen{QStringLiteral("QT_QPA_PLATFORM=offscreen"),
+                                QStringLiteral("DISPLAY=")};
+    const QStringList noGl{QStringLiteral("QT_XCB_GL_INTEGRATION=none")};
+    row("no plug-in", host, {share, painted, plugin, QStringLiteral("/nonexistent")}, {}, "text");
+    row("no display", host, {painted, plugin, plugins}, offscreen, "text");
+    row("no display, a host that shares", host, {share, painted, plugin, plugins}, offscreen,
+        "text");
+    row("no GL", host, {painted, plugin, plugins}, noGl, "text");
+    row("no GL, a host that shares", host, {share, painted, plugin, plugins}, noGl, "text");
 }
 
 void DecisionTest::givesTheRendererThatIsSafe() {
