@@ -40,13 +40,15 @@ endfunction()
 # pelorin_test(<name> SOURCES <file>... [LIBS <target>...] [LABELS <label>...] [TIMEOUT <s>]
 #              [SESSION] [DISPLAY | WAYLAND] [TILING] [SIDE_BY_SIDE])
 #
-# One executable and one CTest entry. The test class is in <file> "...Test.cpp". SESSION gives it its own D-Bus session, DISPLAY an Xvfb with a
-# window manager, WAYLAND a compositor; TILING makes the window manager or compositor a tiling one.
+# One executable and one CTest entry. The test class is in <file> "...Test.cpp". SESSION gives it its
+# own D-Bus session, DISPLAY an Xvfb with a window manager, WAYLAND a compositor; TILING makes the
+# window manager or compositor a tiling one.
 # SIDE_BY_SIDE runs the test functions at the same time, each in a process (and session, and display)
 # of its own: for tests that mostly wait.
 # In a sanitized build the entry is called "<preset>.<name>".
 function(pelorin_test name)
-    cmake_parse_arguments(ARG "SESSION;DISPLAY;WAYLAND;TILING;SIDE_BY_SIDE" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "SESSION;DISPLAY;WAYLAND;TILING;SIDE_BY_SIDE" "TIMEOUT"
+        "SOURCES;LIBS;LABELS" ${ARGN})
     set(target test_${name})
     add_executable(${target} ${ARG_SOURCES})
     set(classes ${ARG_SOURCES})
@@ -82,4 +84,7 @@ function(pelorin_test name)
         TIMEOUT ${ARG_TIMEOUT}
         LABELS "${ARG_LABELS}"
         ENVIRONMENT "${PELORIN_TEST_ENVIRONMENT}")
+    if(ARG_SIDE_BY_SIDE)
+        set_tests_properties(${entry} PROPERTIES PROCESSORS 2)
+    endif()
 endfunction()
