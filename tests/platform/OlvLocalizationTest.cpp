@@ -83,6 +83,29 @@ private Q_SLOTS:
             QVERIFY2(!ownText(language, key).contains(u'&'), qPrintable(key));
     }
 
+    // These two pages stay when the download ends, until the window is closed. So their texts are
+    // chosen with care: true before and after that, and saying when to look again.
+    void pagesShownWithoutNewsReadExactlyAsChosen_data() {
+        QTest::addColumn<QString>("english");
+        QTest::addColumn<QString>("german");
+        QTest::newRow("StatusRetrievingContent")
+            << "There is no news here yet. It was being fetched when this page appeared; close "
+               "this window and open it again in a moment."
+            << "Hier sind noch keine Neuigkeiten. Sie wurden gerade abgerufen, als diese Seite "
+               "erschien; schließen Sie dieses Fenster und öffnen Sie es gleich noch einmal.";
+        QTest::newRow("StatusErrorRetrievingContent")
+            << "There is no news here yet. It is fetched again from time to time while this window "
+               "is closed; close it and look again later."
+            << "Hier sind noch keine Neuigkeiten. Solange dieses Fenster geschlossen ist, werden "
+               "sie von Zeit zu Zeit erneut abgerufen; schließen Sie es und sehen Sie später "
+               "wieder nach.";
+    }
+    void pagesShownWithoutNewsReadExactlyAsChosen() {
+        const QString key = QString::fromLatin1(QTest::currentDataTag());
+        QTEST(localization({"en"})->stringForKey(key), "english");
+        QTEST(localization({"de"})->stringForKey(key), "german");
+    }
+
     void pagesReadTheSameAsHtmlAndAsText_data() { addLanguages(); }
     void pagesReadTheSameAsHtmlAndAsText() {
         QFETCH(QString, language);
