@@ -13,6 +13,9 @@ constexpr quint32 closedByProgram = 3;
 // Retries if the registry cannot be written: how many, and their interval.
 constexpr int saveAttempts = 10;
 constexpr std::chrono::milliseconds saveInterval{1000};
+// Deliveries stop after this many servers have ended, until the next request. Otherwise the bus
+// would restart a server that crashes on a delivery several times a second, for ever.
+constexpr int maxLostServers = 3;
 // We also receive signals about other programs' notifications; they must not fill our memory.
 constexpr std::size_t maxRemembered = 64;
 
@@ -37,6 +40,7 @@ NotificationWorker::NotificationWorker(NotificationSender origin,
 void NotificationWorker::work() {
     _seenRequests = _progress->requests();
     _saveAttemptsLeft = saveAttempts;
+    _lostServers = 0;
     connectIfNeeded();
     advance();
 }
@@ -71,6 +75,8 @@ void NotificationWorker::connectIfNeeded() {
 void NotificationWorker::serverChanged() {
     ++_generation;
     _presenting = false;
+    if (std::exchange(_serverWasAsked, false))
+        ++_lostServers;
     _closing = 0;
     _activationTokens.clear();
     _foreignClicks.clear();
@@ -140,9 +146,10 @@ void NotificationWorker::close(quint32 id) {
 }
 
 void NotificationWorker::present() {
-    if (_presenting || !_list->hasWaiting())
+    if (_presenting || _lostServers >= maxLostServers || !_list->hasWaiting())
         return;
     _presenting = true;
+    _serverWasAsked = !_server->owner().isEmpty();
     // Query the traits before the first waiting notification; send each further notification only
     // after the reply to the previous one. So a server that hangs does not later show notifications
     // that were withdrawn in the meantime.

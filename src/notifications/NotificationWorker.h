@@ -79,6 +79,10 @@ private:
     /// Bumped on server change; stale replies are dropped.
     quint64 _generation = 0;
     bool _presenting = false;
+    /// Whether the present server was asked to present something.
+    bool _serverWasAsked = false;
+    /// How many servers that were asked have ended since the last request.
+    int _lostServers = 0;
     int _closing = 0;
     /// Server ids that were reported as closed or clicked, but that the list does not hold. They
     /// may belong to the delivery in progress, whose reply with the server id is still pending.

@@ -62,6 +62,8 @@ private Q_SLOTS:
     void presentsWhatWaitedWhenAServerComes();
     void presentsAgainWhatAServerTookAndNeverAnswered_data();
     void presentsAgainWhatAServerTookAndNeverAnswered();
+    void stopsWhenServersKeepCrashing_data();
+    void stopsWhenServersKeepCrashing();
     void presentsAgainWhatDidNotReachTheServer_data();
     void presentsAgainWhatDidNotReachTheServer();
     void sendsNothingToAServerThatDoesNotSayWhatItCan();
@@ -645,6 +647,36 @@ void DesktopNotificationCenterTest::presentsAgainWhatAServerTookAndNeverAnswered
     QTRY_COMPARE(registered().size(), std::size_t(expected.size()));
     QCOMPARE(titles(*center), expected);
     QCOMPARE(_server->deliveries.size(), std::size_t(expected.size()));
+}
+
+void DesktopNotificationCenterTest::stopsWhenServersKeepCrashing_data() {
+    QTest::addColumn<bool>("crashesWhenAsked");
+    QTest::newRow("on the notification") << false;
+    QTest::newRow("on the query of its capabilities") << true;
+}
+
+void DesktopNotificationCenterTest::stopsWhenServersKeepCrashing() {
+    QFETCH(bool, crashesWhenAsked);
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("deadly")));
+    for (int number = 1; number <= 3; ++number) {
+        const QString name = QStringLiteral("crashing-server-%1").arg(number);
+        FakeNotificationServer crashing(QDBusConnection::connectToBus(_bus->address(), name));
+        crashing.holdsAnswers = true;
+        crashing.holdsTraits = crashesWhenAsked;
+        QTRY_VERIFY(crashesWhenAsked ? crashing.traitsCalls > 0 : crashing.deliveries.size() == 1);
+        QDBusConnection::disconnectFromBus(name);
+    }
+    serve();
+    QTest::qWait(200);
+    QCOMPARE(_server->traitsCalls, 0);
+    QVERIFY(_server->deliveries.empty());
+    QCOMPARE(titles(*center), QStringList{QStringLiteral("deadly")});
+
+    // The next request retries it.
+    center->deliverNotification(notification(QStringLiteral("next")));
+    QTRY_COMPARE(registered().size(), 2U);
+    QCOMPARE(titles(*center), (QStringList{QStringLiteral("deadly"), QStringLiteral("next")}));
 }
 
 void DesktopNotificationCenterTest::presentsAgainWhatDidNotReachTheServer_data() {

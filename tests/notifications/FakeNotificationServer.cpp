@@ -39,6 +39,9 @@ uint FakeNotificationServer::Notify(const QString &applicationName, uint replace
 }
 
 QStringList FakeNotificationServer::GetCapabilities() {
+    ++traitsCalls;
+    if (holdsTraits)
+        setDelayedReply(true);
     if (!tellsTraits)
         sendErrorReply(traitsError);
     return capabilities;

@@ -43,6 +43,9 @@ public:
     /// If false, the calls for the server's capabilities and name fail with `traitsError`.
     bool tellsTraits = true;
     QDBusError::ErrorType traitsError = QDBusError::UnknownMethod;
+    /// If true, the calls for the server's capabilities get no reply.
+    bool holdsTraits = false;
+    int traitsCalls = 0;
     quint32 nextId = 1;
 
     /// Replies to the held delivery at `index` with the server id `id`.
