@@ -9,8 +9,9 @@ namespace pelorinnews {
 /// Thread-safe.
 namespace ApplicationEnd {
 
+/// Actions of the same phase run in no defined order.
 enum class Phase {
-    /// Windows, and controllers that are released but not deleted yet. They use everything below.
+    /// Windows, then controllers that are released but not deleted yet. They use everything below.
     Windows,
     /// OpenGL contexts that windows share.
     Graphics,

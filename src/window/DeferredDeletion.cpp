@@ -14,6 +14,9 @@ namespace pelorinnews {
 
 namespace {
 
+// One action, so that the windows are deleted before the objects that wait for their deletion.
+void deleteWindowsAndPending();
+
 // Objects that wait for their deletion on the main thread.
 class PendingDeletions {
 public:
@@ -24,7 +27,7 @@ public:
 
     void add(QObject *object) {
         const std::scoped_lock lock(_mutex);
-        ApplicationEnd::add(ApplicationEnd::Phase::Windows, [] { instance().deleteAll(); });
+        ApplicationEnd::add(ApplicationEnd::Phase::Windows, deleteWindowsAndPending);
         _objects.append(object);
         object->deleteLater();
     }
@@ -34,12 +37,12 @@ public:
         _objects.removeOne(object);
     }
 
-private:
     void deleteAll() {
         while (QObject *const object = next())
             delete object;
     }
 
+private:
     QObject *next() {
         const std::scoped_lock lock(_mutex);
         return _objects.isEmpty() ? nullptr : _objects.takeLast();
@@ -54,9 +57,10 @@ QList<QPointer<QWidget>> &windows() {
     return all;
 }
 
-void deleteWindows() {
+void deleteWindowsAndPending() {
     for (const auto &left : std::exchange(windows(), {}))
         delete left;
+    PendingDeletions::instance().deleteAll();
 }
 
 }  // namespace
@@ -73,7 +77,7 @@ void cancelDeferredDeletion(QObject *object) {
 }
 
 void deleteWithApplication(QWidget *window) {
-    ApplicationEnd::add(ApplicationEnd::Phase::Windows, deleteWindows);
+    ApplicationEnd::add(ApplicationEnd::Phase::Windows, deleteWindowsAndPending);
     windows().removeIf([](const QPointer<QWidget> &gone) { return gone.isNull(); });
     windows().append(window);
 }
