@@ -1,8 +1,8 @@
 #include "MetadataQuery.h"
 
+#include "ApplicationFolders.h"
 #include "MetadataQueryCenter.h"
 #include "MetadataQueryWorker.h"
-#include "platform/ApplicationFolders.h"
 #include "platform/BackgroundTask.h"
 #include "platform/GuardedSlot.h"
 #include "platform/MainQueue.h"
