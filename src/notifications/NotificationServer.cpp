@@ -200,14 +200,14 @@ void NotificationServer::notify(const UserNotification &notification, const Trai
             done(isServerGone(reply) ? Outcome::ServerGone : Outcome::Refused, 0);
             return;
         }
-        const quint32 id = firstArgument(reply).toUInt();
-        done(id == 0 ? Outcome::Refused : Outcome::Delivered, id);
+        const quint32 serverId = firstArgument(reply).toUInt();
+        done(serverId == 0 ? Outcome::Refused : Outcome::Delivered, serverId);
     });
 }
 
-void NotificationServer::close(quint32 id, Callback done) {
+void NotificationServer::close(quint32 serverId, Callback done) {
     QDBusMessage message = serverCall(_serverOwner, QStringLiteral("CloseNotification"));
-    message << id;
+    message << serverId;
     call(message, [done = std::move(done)](const QDBusMessage &) { done(); });
 }
 

@@ -31,7 +31,7 @@ public:
         QString name;
     };
     using TraitsCallback = std::function<void(std::optional<Traits>)>;
-    using NotifyCallback = std::function<void(Outcome, quint32 id)>;
+    using NotifyCallback = std::function<void(Outcome, quint32 serverId)>;
     using Callback = std::function<void()>;
     using BoolCallback = std::function<void(bool)>;
 
@@ -62,9 +62,9 @@ public:
     /// Delivers `notification`, formatted for a server with these traits.
     void notify(const UserNotification &notification, const Traits &traits, NotifyCallback done);
 
-    /// Closes the notification with server id `id`. Calls `done` whether or not the server knew the
-    /// notification.
-    void close(quint32 id, Callback done);
+    /// Closes the notification with server id `serverId`. Calls `done` whether or not the server
+    /// knew the notification.
+    void close(quint32 serverId, Callback done);
 
     /// Asks the bus whether the connection `name` still exists.
     void askIsOnBus(const QString &name, BoolCallback done);
@@ -73,14 +73,15 @@ Q_SIGNALS:
     /// The bus has reported the server's owner after `open`, a server has started, ended or been
     /// replaced, or the connection to the bus was lost.
     void serverChanged();
-    /// The notification with server id `id` is gone. It may belong to any program. Reasons: 1
+    /// The notification with server id `serverId` is gone. It may belong to any program. Reasons: 1
     /// expired, 2 dismissed, 3 closed by a program, 4 anything else.
-    void closed(quint32 id, quint32 reason);
-    /// The notification with server id `id` is about to be activated. It may belong to any program.
-    /// `token` is an activation token, which permits a program to bring a window to the front.
-    void activationTokenReceived(quint32 id, const QString &token);
-    /// The user clicked the notification with server id `id`. It may belong to any program.
-    void activated(quint32 id);
+    void closed(quint32 serverId, quint32 reason);
+    /// The notification with server id `serverId` is about to be activated. It may belong to any
+    /// program. `token` is an activation token, which permits a program to bring a window to the
+    /// front.
+    void activationTokenReceived(quint32 serverId, const QString &token);
+    /// The user clicked the notification with server id `serverId`. It may belong to any program.
+    void activated(quint32 serverId);
 
 private Q_SLOTS:
     void onNotificationClosed(const QDBusMessage &message);

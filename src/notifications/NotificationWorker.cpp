@@ -61,9 +61,9 @@ void NotificationWorker::connectIfNeeded() {
     connect(_server.get(), &NotificationServer::closed, this, &NotificationWorker::onClosed);
     connect(_server.get(), &NotificationServer::activated, this, &NotificationWorker::onActivated);
     connect(_server.get(), &NotificationServer::activationTokenReceived, this,
-            [this](quint32 id, const QString &token) {
+            [this](quint32 serverId, const QString &token) {
                 if (_activationTokens.size() < maxRemembered)
-                    _activationTokens[id] = token;
+                    _activationTokens[serverId] = token;
             });
     if (_server->open(_sender.busAddress))
         return;
@@ -130,17 +130,17 @@ void NotificationWorker::save() {
 }
 
 void NotificationWorker::withdraw() {
-    for (const quint32 id : _list->takeWithdrawn())
-        close(id);
+    for (const quint32 serverId : _list->takeWithdrawn())
+        close(serverId);
 }
 
-void NotificationWorker::close(quint32 id) {
+void NotificationWorker::close(quint32 serverId) {
     ++_closing;
-    _server->close(id, [this, id, asked = _generation] {
+    _server->close(serverId, [this, serverId, asked = _generation] {
         if (asked != _generation)
             return;
         --_closing;
-        _list->end(id);
+        _list->end(serverId);
         advance();
     });
 }
@@ -177,14 +177,14 @@ void NotificationWorker::presentNext(const NotificationServer::Traits &traits) {
     _activatedEarly.clear();
     _server->notify(*notification, traits,
                     [this, asked = _generation, identity = notification->identity, traits](
-                        NotificationServer::Outcome outcome, quint32 id) {
+                        NotificationServer::Outcome outcome, quint32 serverId) {
                         if (asked == _generation)
-                            onSent(identity, outcome, id, traits);
+                            onSent(identity, outcome, serverId, traits);
                     });
 }
 
 void NotificationWorker::onSent(const QString &identity, NotificationServer::Outcome outcome,
-                                quint32 id, const NotificationServer::Traits &traits) {
+                                quint32 serverId, const NotificationServer::Traits &traits) {
     if (outcome == NotificationServer::Outcome::ServerGone) {
         // Next, the bus reports the new owner of the server's name; `serverChanged` then presents
         // the notification again.
@@ -198,51 +198,51 @@ void NotificationWorker::onSent(const QString &identity, NotificationServer::Out
         presentNext(traits);
         return;
     }
-    _list->setSent(identity, id, _server->connectionName());
+    _list->setSent(identity, serverId, _server->connectionName());
     save();
-    if (_activatedEarly.contains(id))
-        onActivated(id);
-    else if (_closedEarly.contains(id))
-        _list->end(id);
+    if (_activatedEarly.contains(serverId))
+        onActivated(serverId);
+    else if (_closedEarly.contains(serverId))
+        _list->end(serverId);
     withdraw();
     presentNext(traits);
 }
 
-std::optional<RegistryEntry> NotificationWorker::findOwn(quint32 id) {
-    auto entry = _list->find(id);
+std::optional<RegistryEntry> NotificationWorker::findOwn(quint32 serverId) {
+    auto entry = _list->find(serverId);
     if (entry)
         return entry;
     // Another process of this host may have delivered the notification since we last read the
     // registry.
     if (const auto contents = _registry.read())
         _list->merge(*contents);
-    return _list->find(id);
+    return _list->find(serverId);
 }
 
-void NotificationWorker::onClosed(quint32 id, quint32 reason) {
+void NotificationWorker::onClosed(quint32 serverId, quint32 reason) {
     // Keep an expired notification: it may still be in the desktop's list, and in any case the user
     // has not reacted to it. If it were forgotten, the same content would be announced again.
     if (reason != dismissed && reason != closedByProgram)
         return;
-    if (findOwn(id)) {
-        _list->end(id);
+    if (findOwn(serverId)) {
+        _list->end(serverId);
         advance();
         return;
     }
     if (_closedEarly.size() < maxRemembered)
-        _closedEarly.insert(id);
+        _closedEarly.insert(serverId);
 }
 
-void NotificationWorker::onActivated(quint32 id) {
-    const auto entry = findOwn(id);
+void NotificationWorker::onActivated(quint32 serverId) {
+    const auto entry = findOwn(serverId);
     if (!entry) {
         if (_activatedEarly.size() < maxRemembered)
-            _activatedEarly.insert(id);
+            _activatedEarly.insert(serverId);
         return;
     }
     // A click ends the notification, no matter which process handles the click. The server often
     // reports the notification as closed right after.
-    _list->end(id);
+    _list->end(serverId);
     const bool isOurs = entry->sender == _server->connectionName();
     if (!isOurs)
         _foreignClicks.emplace(entry->notification.identity, *entry);

@@ -56,14 +56,14 @@ private:
     void withdraw();
     void present();
     void presentNext(const NotificationServer::Traits &traits);
-    void onSent(const QString &identity, NotificationServer::Outcome outcome, quint32 id,
+    void onSent(const QString &identity, NotificationServer::Outcome outcome, quint32 serverId,
                 const NotificationServer::Traits &traits);
-    void onClosed(quint32 id, quint32 reason);
-    void onActivated(quint32 id);
+    void onClosed(quint32 serverId, quint32 reason);
+    void onActivated(quint32 serverId);
     void decideForeignClicks(const QStringList &erased, const QStringList &removed);
     void activate(const RegistryEntry &entry);
-    void close(quint32 id);
-    [[nodiscard]] std::optional<RegistryEntry> findOwn(quint32 id);
+    void close(quint32 serverId);
+    [[nodiscard]] std::optional<RegistryEntry> findOwn(quint32 serverId);
     [[nodiscard]] bool isBusy() const;
 
     const NotificationSender _sender;
