@@ -11,7 +11,8 @@ set_target_properties(Qt6::Test PROPERTIES INTERFACE_COMPILE_DEFINITIONS "${defi
 set(headers ${CMAKE_SOURCE_DIR}/tests/support/Patience.h <QSignalSpy>)
 pelorin_precompiled(test_core "${headers};${PELORIN_CORE_HEADERS}" Qt6::Test)
 if(PELORIN_WINDOW)
-    pelorin_precompiled(test_widgets "${headers};${PELORIN_WIDGETS_HEADERS}" "Qt6::Test;Qt6::Widgets")
+    pelorin_precompiled(
+        test_widgets "${headers};${PELORIN_WIDGETS_HEADERS}" "Qt6::Test;Qt6::Widgets")
 endif()
 # The precompiled headers for the tests of a folder; a folder can choose others.
 set(PELORIN_TEST_HEADERS test_core)
@@ -42,19 +43,19 @@ endfunction()
 #
 # One executable and one CTest entry. The test class is in <file> "...Test.cpp". SESSION gives it its
 # own D-Bus session, DISPLAY an Xvfb with a window manager, WAYLAND a compositor; TILING makes the
-# window manager or compositor a tiling one.
-# SIDE_BY_SIDE runs the test functions at the same time, each in a process (and session, and display)
-# of its own: for tests that mostly wait.
-# In a sanitized build the entry is called "<preset>.<name>".
+# window manager or compositor a tiling one. SIDE_BY_SIDE runs the test functions at the same time,
+# each in a process (and session, and display) of its own: for tests that mostly wait. In a
+# sanitized build the entry is called "<preset>.<name>".
 function(pelorin_test name)
-    cmake_parse_arguments(ARG "SESSION;DISPLAY;WAYLAND;TILING;SIDE_BY_SIDE" "TIMEOUT"
-        "SOURCES;LIBS;LABELS" ${ARGN})
+    cmake_parse_arguments(
+        ARG "SESSION;DISPLAY;WAYLAND;TILING;SIDE_BY_SIDE" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
     set(target test_${name})
     add_executable(${target} ${ARG_SOURCES})
     set(classes ${ARG_SOURCES})
     list(FILTER classes INCLUDE REGEX "Test\\.cpp$")
     pelorin_moc(${target} ${classes})
-    target_link_libraries(${target} PRIVATE ${ARG_LIBS} pelorin_testsupport pelorin_options Qt6::Test)
+    target_link_libraries(
+        ${target} PRIVATE ${ARG_LIBS} pelorin_testsupport pelorin_options Qt6::Test)
     pelorin_precompile(${target} ${PELORIN_TEST_HEADERS})
     target_compile_definitions(${target} PRIVATE
         PELORIN_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}"
