@@ -187,7 +187,7 @@ QString itemRows(const FeedPreview &preview) {
 
 QString findingRows(std::vector<Finding> findings) {
     if (findings.empty())
-        return line(QStringLiteral("There is nothing to mend."));
+        return line(QStringLiteral("No mistakes found."));
     std::stable_sort(findings.begin(), findings.end(),
                      [](const Finding &a, const Finding &b) { return a.line < b.line; });
     // Always report where the document breaks off, however long the list is.
@@ -195,7 +195,7 @@ QString findingRows(std::vector<Finding> findings) {
                                      [](const Finding &finding) { return finding.breaksOff; });
     if (broken != findings.end() && broken - findings.begin() >= maxRows)
         std::rotate(findings.begin() + maxRows - 1, broken, broken + 1);
-    QString rows = line(QStringLiteral("What to mend (%1)").arg(findings.size()));
+    QString rows = line(QStringLiteral("Mistakes (%1)").arg(findings.size()));
     qsizetype number = 0;
     for (const Finding &finding : findings) {
         if (++number > maxRows)
