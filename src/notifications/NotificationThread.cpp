@@ -63,17 +63,17 @@ void NotificationThread::launch() {
     _thread->setObjectName(QStringLiteral("notifications"));
     _worker = std::make_unique<NotificationWorker>(_sender, _list, _progress, _activated).release();
     _worker->moveToThread(_thread.get());
-    const auto begin = [opened = _gate, beginner = _worker] {
+    const auto begin = [gate = _gate, worker = _worker] {
         bool isStopped = false;
         {
-            const std::lock_guard lock(opened->mutex);
-            opened->isOpen = true;
-            isStopped = opened->isStopped;
+            const std::lock_guard lock(gate->mutex);
+            gate->isOpen = true;
+            isStopped = gate->isStopped;
         }
         if (isStopped)
-            beginner->stop();
+            worker->stop();
         else
-            beginner->work();
+            worker->work();
     };
     QObject::connect(_thread.get(), &QThread::started, _worker, begin);
     QObject::connect(_thread.get(), &QThread::finished, _worker, &QObject::deleteLater);

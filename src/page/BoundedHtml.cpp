@@ -139,7 +139,7 @@ void BoundedHtml::writePicture(const HtmlAttributes &attributes, const CssStyle 
     }
     _elements.enterBlock();
     CssStyle place = picture.place();
-    if (!place.value("float").isEmpty() && !_looks.admitFloat())
+    if (!place.value("float").isEmpty() && !_looks.tryAddFloat())
         place.remove("float");
     OpenElement element = _elements.innermost().child(QStringLiteral("img"));
     element.written = element.name;

@@ -37,7 +37,7 @@ constexpr qint64 fontOfComplexScript = 16'000'000;
 constexpr qint64 piece = 60;
 constexpr qint64 characterRead = 1;
 constexpr qint64 tag = 700;
-constexpr qint64 lookAtOpen = 10;
+constexpr qint64 lookup = 10;
 constexpr Rate block{6'000, 10'000};
 constexpr Rate inlineElement{4'000, 14'000};
 constexpr Rate characterOfTag{20, 20};
@@ -105,8 +105,8 @@ void HtmlCost::addRead(qsizetype characters) {
     _nanoseconds += piece + characters * characterRead;
 }
 
-void HtmlCost::addTag(qsizetype looks) {
-    _nanoseconds += tag + looks * lookAtOpen;
+void HtmlCost::addTag(qsizetype lookups) {
+    _nanoseconds += tag + lookups * lookup;
 }
 
 void HtmlCost::addElement(bool isBlock, qsizetype length) {

@@ -24,9 +24,9 @@ public:
     void addCharacter(char32_t character, size_t font);
     /// Counts characters that are read from the page, whether or not they are written.
     void addRead(qsizetype characters);
-    /// Counts a tag that is read. For an end tag, `looks` is the number of open elements that are
-    /// searched for its start tag.
-    void addTag(qsizetype looks = 0);
+    /// Counts a tag that is read. For an end tag, `lookups` is the number of open elements that
+    /// are searched for its start tag.
+    void addTag(qsizetype lookups = 0);
     /// Counts a start tag that is written; `length` is its number of characters, all attributes
     /// included.
     void addElement(bool isBlock, qsizetype length);

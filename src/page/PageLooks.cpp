@@ -12,7 +12,7 @@ constexpr qsizetype maxLooks = 1000;
 constexpr qsizetype maxFonts = 48;
 
 /// Whether `known` contains `each` or has room for it; adds it then.
-bool admit(QSet<size_t> &known, size_t each, qsizetype most) {
+bool tryAdd(QSet<size_t> &known, size_t each, qsizetype most) {
     if (known.contains(each))
         return true;
     if (known.size() >= most)
@@ -58,7 +58,7 @@ void PageLooks::boundFloat(const OpenElement &element, HtmlAttributes &attribute
     const QString align = valueOf(attributes, QLatin1String("align"));
     const bool floats =
         !style.value("float").isEmpty() || (!align.isEmpty() && align != QLatin1String("center"));
-    if (!floats || admitFloat())
+    if (!floats || tryAddFloat())
         return;
     style.remove("float");
     removeAll(attributes, [](const QString &name) { return name == QLatin1String("align"); });
@@ -71,7 +71,7 @@ void PageLooks::boundFont(OpenElement &element, const Stated &stated, HtmlAttrib
         return;
     const size_t asked =
         qHashMulti(element.font, otherFont ? element.written : QString(), stated.font);
-    if (!_limitsFonts || admit(_fonts, asked, maxFonts)) {
+    if (!_limitsFonts || tryAdd(_fonts, asked, maxFonts)) {
         element.font = asked;
         return;
     }
@@ -89,7 +89,7 @@ void PageLooks::boundLook(OpenElement &element, const Stated &stated, HtmlAttrib
         return;
     const size_t asked =
         qHashMulti(element.look, otherLook ? element.written : QString(), stated.rest, stated.font);
-    if (admit(_looks, asked, maxLooks)) {
+    if (tryAdd(_looks, asked, maxLooks)) {
         element.look = asked;
         return;
     }

@@ -25,7 +25,7 @@ public:
     void bound(OpenElement &element, HtmlAttributes &attributes, CssStyle &style);
 
     /// Counts one more floating picture or table, and returns whether it may float.
-    [[nodiscard]] bool admitFloat() { return ++_floats <= maxFloats; }
+    [[nodiscard]] bool tryAddFloat() { return ++_floats <= maxFloats; }
 
 private:
     static constexpr int maxFloats = 50;

@@ -35,10 +35,11 @@ struct OperationQueue::Registry {
 
 std::shared_ptr<OperationQueue> OperationQueue::make() {
     // The pool's destructor waits for the pool's threads, so it must not run on one of these.
-    const auto letGo = [](OperationQueue *dropped) {
-        releaseInBackground(std::unique_ptr<const OperationQueue>(dropped));
+    const auto deleteInBackground = [](OperationQueue *unused) {
+        releaseInBackground(std::unique_ptr<const OperationQueue>(unused));
     };
-    std::shared_ptr<OperationQueue> queue(std::make_unique<OperationQueue>().release(), letGo);
+    std::shared_ptr<OperationQueue> queue(std::make_unique<OperationQueue>().release(),
+                                          deleteInBackground);
     std::vector<std::shared_ptr<OperationQueue>> earlier;
     {
         Registry &all = Registry::instance();
