@@ -13,6 +13,7 @@
 #include <QTextDocument>
 
 #include <algorithm>
+#include <chrono>
 #include <ctime>
 #include <functional>
 #include <random>
@@ -23,22 +24,24 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t most);
 
 namespace {
 
-constexpr double maxMilliseconds = 250;
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+constexpr Milliseconds maxTime{250};
 // CPU time of the calibration in `slowness` on the reference computer when it is idle. The limit
-// `maxMilliseconds` is meant for that computer.
-constexpr double calibratedMilliseconds = 7.3;
+// `maxTime` is meant for that computer.
+constexpr Milliseconds calibratedTime{7.3};
 constexpr size_t longestPage = 65'536;
 
-double milliseconds() {
+Milliseconds processorTime() {
     timespec now{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+    return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
 }
 
-double timeOf(const std::function<void()> &work) {
-    const double start = milliseconds();
+Milliseconds timeOf(const std::function<void()> &work) {
+    const Milliseconds start = processorTime();
     work();
-    return milliseconds() - start;
+    return processorTime() - start;
 }
 
 /// How many times slower than the reference computer this one is right now; at least 1.
@@ -48,7 +51,7 @@ double slowness() {
             "<p>Lorem ipsum dolor sit amet consectetur <b>Lorem ipsum dolor sit amet consectetur "
             "</b>Lorem ipsum dolor sit amet consectetur </p>")
             .repeated(200);
-    double best = 1e9;
+    Milliseconds best = Milliseconds::max();
     for (int i = 0; i < 3; ++i)
         best = std::min(best, timeOf([] {
                             QTextDocument document;
@@ -56,7 +59,7 @@ double slowness() {
                             document.setTextWidth(576);
                             static_cast<void>(document.documentLayout()->documentSize());
                         }));
-    return std::max(1.0, best / calibratedMilliseconds);
+    return std::max(1.0, best / calibratedTime);
 }
 
 void show(const QString &html) {
@@ -80,17 +83,17 @@ void copy(const QString &html) {
 }
 
 void require(const char *what, const QString &html, void (*work)(const QString &)) {
-    const double first = timeOf([&] { work(html); });
-    if (first <= maxMilliseconds)
+    const Milliseconds first = timeOf([&] { work(html); });
+    if (first <= maxTime)
         return;
     // Other programs slow this one down, so the best of several runs counts.
-    double best = 1e9;
+    Milliseconds best = Milliseconds::max();
     for (int i = 0; i < 5; ++i) {
-        const double taken = timeOf([&] { work(html); });
+        const Milliseconds taken = timeOf([&] { work(html); });
         best = std::min(best, taken / slowness());
     }
-    if (best > maxMilliseconds)
-        qFatal("%s in %.0f ms; the first run took %.0f ms", what, best, first);
+    if (best > maxTime)
+        qFatal("%s in %.0f ms; the first run took %.0f ms", what, best.count(), first.count());
 }
 
 /// Pieces of HTML and CSS. Mutations of single bytes rarely form whole tags or properties.

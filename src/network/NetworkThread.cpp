@@ -165,7 +165,8 @@ void NetworkThread::transfer() {
         finishTransfers(multi.get());
         giveUpStalled(multi.get());
         if (!_transfers.empty())
-            _curl->multiPoll(multi.get(), nullptr, 0, millisecondsToNextDeadline(), nullptr);
+            _curl->multiPoll(multi.get(), nullptr, 0,
+                             static_cast<int>(timeToNextDeadline().count()), nullptr);
     }
     cancelAll(multi.get());
     multi.reset();
@@ -237,13 +238,14 @@ void NetworkThread::giveUpStalled(CURLM *multi) {
     }
 }
 
-int NetworkThread::millisecondsToNextDeadline() const {
+std::chrono::milliseconds NetworkThread::timeToNextDeadline() const {
     auto first = NetworkTransfer::Clock::time_point::max();
     for (const NetworkTransfer &transfer : _transfers)
         first = std::min(first, transfer.deadline());
     const auto left =
         std::chrono::ceil<std::chrono::milliseconds>(first - NetworkTransfer::Clock::now());
-    return static_cast<int>(std::clamp<qint64>(left.count(), 0, 24 * 60 * 60 * 1000));
+    return std::clamp<std::chrono::milliseconds>(left, std::chrono::milliseconds(0),
+                                                 std::chrono::hours(24));
 }
 
 void NetworkThread::cancelAll(CURLM *multi) {

@@ -46,7 +46,8 @@ private:
     void start(CURLM *multi, NetworkRequest request);
     void finishTransfers(CURLM *multi);
     void giveUpStalled(CURLM *multi);
-    [[nodiscard]] int millisecondsToNextDeadline() const;
+    /// The time until the first deadline of a transfer; at least 0, at most a day.
+    [[nodiscard]] std::chrono::milliseconds timeToNextDeadline() const;
     void cancelAll(CURLM *multi);
 
     const std::function<void()> _beforeUse;

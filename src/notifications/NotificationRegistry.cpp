@@ -11,19 +11,20 @@
 #include <QFile>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 
 namespace pelorinnews {
 
 namespace {
 
-/// In nanoseconds: the coarsest tick of a file system's clock. Within one tick after a change, the
-/// file may change again and keep its stamp.
-constexpr qint64 coarsestTick = 2'000'000'000;
+/// The coarsest tick of a file system's clock. Within one tick after a change, the file may change
+/// again and keep its stamp.
+constexpr std::chrono::nanoseconds coarsestTick = std::chrono::seconds(2);
 
 bool isSettled(const FileStamp &stamp) {
     const qint64 now = QDateTime::currentMSecsSinceEpoch() * 1'000'000;
-    return std::max(stamp.changed, stamp.modified) < now - coarsestTick;
+    return std::max(stamp.changed, stamp.modified) < now - coarsestTick.count();
 }
 
 bool hasIdentity(const RegistryEntry &entry, const QString &identity) {

@@ -8,58 +8,61 @@ namespace pelorinnews {
 
 namespace {
 
-// The time limit for a page. This limit and all rates below are in nanoseconds.
-constexpr qint64 most = 200'000'000;
+using namespace std::chrono_literals;
+using std::chrono::nanoseconds;
+
+// The time limit for a page.
+constexpr nanoseconds maxTime = 200ms;
 
 // A page and its images together. A little less than the quarter of a second that is promised: an
 // image is given up only between two reads of its file.
-constexpr std::chrono::nanoseconds pageTime = std::chrono::milliseconds(225);
-constexpr std::chrono::nanoseconds minPictureTime = std::chrono::milliseconds(25);
+constexpr nanoseconds maxTimeWithPictures = 225ms;
+constexpr nanoseconds minPictureTime = 25ms;
 
 struct Rate {
-    qint64 copied;
-    qint64 shown;
+    nanoseconds copied;
+    nanoseconds shown;
 };
 
-constexpr Rate plainCharacter{60, 350};
-constexpr Rate otherCharacter{150, 600};
+constexpr Rate plainCharacter{60ns, 350ns};
+constexpr Rate otherCharacter{150ns, 600ns};
 // Characters from `firstFar` on (Thai, Chinese, Japanese...). In many of these scripts a line can
 // break at every character, and their fonts are the largest.
-constexpr Rate farCharacter{150, 1'300};
+constexpr Rate farCharacter{150ns, 1300ns};
 constexpr char32_t firstOther = 0x80;
 constexpr char32_t firstFar = 0x0e00;
 // Where the script changes, a new text run begins, which is shaped separately.
-constexpr Rate scriptChange{0, 4'000};
-constexpr qint64 fontOfScript = 600'000;
+constexpr Rate scriptChange{0ns, 4us};
+constexpr nanoseconds fontOfScript = 600us;
 // If no installed font can shape the script, all installed fonts are tried.
-constexpr qint64 fontOfComplexScript = 16'000'000;
+constexpr nanoseconds fontOfComplexScript = 16ms;
 
-constexpr qint64 piece = 60;
-constexpr qint64 characterRead = 1;
-constexpr qint64 tag = 700;
-constexpr qint64 lookup = 10;
-constexpr Rate block{6'000, 10'000};
-constexpr Rate inlineElement{4'000, 14'000};
-constexpr Rate characterOfTag{20, 20};
-constexpr Rate declaration{3'000, 6'000};
-constexpr Rate lineBreak{5'000, 10'000};
-constexpr Rate picture{20'000, 60'000};
+constexpr nanoseconds piece = 60ns;
+constexpr nanoseconds characterRead = 1ns;
+constexpr nanoseconds tag = 700ns;
+constexpr nanoseconds lookup = 10ns;
+constexpr Rate block{6us, 10us};
+constexpr Rate inlineElement{4us, 14us};
+constexpr Rate characterOfTag{20ns, 20ns};
+constexpr Rate declaration{3us, 6us};
+constexpr Rate lineBreak{5us, 10us};
+constexpr Rate picture{20us, 60us};
 // Each image is laid out again for every later image in its block, even before anything is shown.
-constexpr Rate pictureBefore{300, 300};
-constexpr Rate characterOfAddress{30, 30};
-constexpr qint64 copiedCell = 7'000;
-constexpr Rate spanInCells{5, 5};
+constexpr Rate pictureBefore{300ns, 300ns};
+constexpr Rate characterOfAddress{30ns, 30ns};
+constexpr nanoseconds copiedCell = 7us;
+constexpr Rate spanInCells{5ns, 5ns};
 
 // The contents of a table are laid out three times: for the table's minimum width, for its maximum
 // width, and for its final width. Each level of table nesting doubles the number of layouts. The
 // rates of one such layout:
-constexpr qint64 layoutOfPlain = 200;
-constexpr qint64 layoutOfOther = 350;
-constexpr qint64 layoutOfFar = 1'000;
-constexpr qint64 layoutOfScriptChange = 3'500;
-constexpr qint64 layoutOfElement = 6'000;
-constexpr qint64 layoutOfLine = 6'000;
-constexpr qint64 layoutOfCell = 21'000;
+constexpr nanoseconds layoutOfPlain = 200ns;
+constexpr nanoseconds layoutOfOther = 350ns;
+constexpr nanoseconds layoutOfFar = 1us;
+constexpr nanoseconds layoutOfScriptChange = 3500ns;
+constexpr nanoseconds layoutOfElement = 6us;
+constexpr nanoseconds layoutOfLine = 6us;
+constexpr nanoseconds layoutOfCell = 21us;
 
 bool isOfOwnScript(QChar::Script script) {
     return script != QChar::Script_Common && script != QChar::Script_Inherited &&
@@ -79,10 +82,10 @@ bool isComplex(QChar::Script script) {
 void HtmlCost::addCharacter(char32_t character, size_t font) {
     const auto cost = [this](const Rate &rate) { return _display ? rate.shown : rate.copied; };
     if (character < firstOther) {
-        _nanoseconds += cost(plainCharacter);
+        _time += cost(plainCharacter);
         addLayout(layoutOfPlain);
     } else {
-        _nanoseconds += cost(character < firstFar ? otherCharacter : farCharacter);
+        _time += cost(character < firstFar ? otherCharacter : farCharacter);
         addLayout(character < firstFar ? layoutOfOther : layoutOfFar);
     }
     if (!_display)
@@ -90,7 +93,7 @@ void HtmlCost::addCharacter(char32_t character, size_t font) {
     const QChar::Script script = QChar::script(character);
     if (isOfOwnScript(script) && script != _script) {
         _script = script;
-        _nanoseconds += cost(scriptChange);
+        _time += cost(scriptChange);
         addLayout(layoutOfScriptChange);
     }
     const size_t pair = qHashMulti(0, font, static_cast<int>(script));
@@ -98,65 +101,65 @@ void HtmlCost::addCharacter(char32_t character, size_t font) {
         return;
     _pair = pair;
     _fonts.insert(pair);
-    _nanoseconds += isComplex(script) ? fontOfComplexScript : fontOfScript;
+    _time += isComplex(script) ? fontOfComplexScript : fontOfScript;
 }
 
 void HtmlCost::addRead(qsizetype characters) {
-    _nanoseconds += piece + characters * characterRead;
+    _time += piece + characters * characterRead;
 }
 
 void HtmlCost::addTag(qsizetype lookups) {
-    _nanoseconds += tag + lookups * lookup;
+    _time += tag + lookups * lookup;
 }
 
 void HtmlCost::addElement(bool isBlock, qsizetype length) {
     const Rate &rate = isBlock ? block : inlineElement;
-    _nanoseconds += (_display ? rate.shown : rate.copied) + length * characterOfTag.copied;
+    _time += (_display ? rate.shown : rate.copied) + length * characterOfTag.copied;
     addLayout(layoutOfElement);
 }
 
 void HtmlCost::addDeclarations(qsizetype count) {
-    _nanoseconds += count * (_display ? declaration.shown : declaration.copied);
+    _time += count * (_display ? declaration.shown : declaration.copied);
 }
 
 void HtmlCost::addLineBreak() {
-    _nanoseconds += _display ? lineBreak.shown : lineBreak.copied;
+    _time += _display ? lineBreak.shown : lineBreak.copied;
     addLayout(layoutOfLine);
 }
 
 void HtmlCost::addPicture(int before, qsizetype addressLength) {
-    _nanoseconds += (_display ? picture.shown : picture.copied) + before * pictureBefore.copied +
-                    addressLength * characterOfAddress.copied;
+    _time += (_display ? picture.shown : picture.copied) + before * pictureBefore.copied +
+             addressLength * characterOfAddress.copied;
     addLayout(layoutOfElement);
 }
 
 void HtmlCost::addCells(qint64 count) {
     if (!_display)
-        _nanoseconds += count * copiedCell;
+        _time += count * copiedCell;
     addLayout(count * layoutOfCell);
 }
 
-/// Adds the repeated layouts in tables; `nanoseconds` is the cost of one layout. Outside of tables,
+/// Adds the repeated layouts in tables; `layout` is the cost of one layout. Outside of tables,
 /// the other rates include the layout.
-void HtmlCost::addLayout(qint64 nanoseconds) {
+void HtmlCost::addLayout(nanoseconds layout) {
     if (_display && _tableDepth > 0)
-        _nanoseconds += nanoseconds << _tableDepth;
+        _time += layout * (qint64{1} << _tableDepth);
 }
 
 void HtmlCost::addSpans(qint64 count) {
-    _nanoseconds += count * spanInCells.copied;
+    _time += count * spanInCells.copied;
 }
 
 bool HtmlCost::isMuch() const {
-    return _nanoseconds > most / 4;
+    return _time > maxTime / 4;
 }
 
 std::chrono::nanoseconds HtmlCost::timeForPictures() const {
-    return std::max(pageTime - std::chrono::nanoseconds(_nanoseconds), minPictureTime);
+    return std::max(maxTimeWithPictures - _time, minPictureTime);
 }
 
 bool HtmlCost::isTooMuch() const {
-    return _nanoseconds > most;
+    return _time > maxTime;
 }
 
 }  // namespace pelorinnews

@@ -52,11 +52,11 @@ public:
     [[nodiscard]] bool isDisplay() const { return _display; }
 
 private:
-    void addLayout(qint64 nanoseconds);
+    void addLayout(std::chrono::nanoseconds layout);
 
     bool _display;
     int _tableDepth = 0;
-    qint64 _nanoseconds = 0;
+    std::chrono::nanoseconds _time{0};
     int _script = 0;
     size_t _pair = 0;
     QSet<size_t> _fonts;

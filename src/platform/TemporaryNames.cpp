@@ -4,6 +4,7 @@
 
 #include <QRandomGenerator>
 
+#include <chrono>
 #include <ctime>
 #include <dirent.h>
 #include <memory>
@@ -13,7 +14,7 @@ namespace pelorinnews::TemporaryNames {
 
 namespace {
 
-constexpr qint64 longestUse = 60 * 60;
+constexpr std::chrono::hours maxUse{1};
 
 QByteArray prefix(const QByteArray &path) {
     return path + ".tmp-";
@@ -21,13 +22,13 @@ QByteArray prefix(const QByteArray &path) {
 
 /// Whether `rest`, the part after the prefix, has the form that `beside` gives and is stale. A time
 /// in the future comes from a wrong clock and counts as stale, too.
-bool isAbandoned(const QByteArray &rest, qint64 now) {
+bool isAbandoned(const QByteArray &rest, std::chrono::seconds now) {
     const qsizetype dash = rest.indexOf('-');
     bool isTime = false;
     bool isNumber = false;
-    const qint64 made = rest.left(dash).toLongLong(&isTime);
+    const std::chrono::seconds made(rest.left(dash).toLongLong(&isTime));
     rest.mid(dash + 1).toULongLong(&isNumber, 16);
-    return dash > 0 && isTime && isNumber && (made < now - longestUse || made > now + longestUse);
+    return dash > 0 && isTime && isNumber && (made < now - maxUse || made > now + maxUse);
 }
 
 }  // namespace
@@ -43,7 +44,7 @@ void removeAbandoned(const QByteArray &path) {
     const std::unique_ptr<DIR, int (*)(DIR *)> entries(::opendir(folder.constData()), &::closedir);
     if (!entries)
         return;
-    const qint64 now = std::time(nullptr);
+    const std::chrono::seconds now(std::time(nullptr));
     while (const dirent *entry = ::readdir(entries.get())) {
         const QByteArray name(entry->d_name);
         if (name.startsWith(begin) && isAbandoned(name.mid(begin.size()), now))

@@ -2,6 +2,7 @@
 
 #include "platform/PreferredLanguages.h"
 
+#include <chrono>
 #include <utility>
 
 namespace pelorinnews {
@@ -18,7 +19,7 @@ constexpr QLatin1StringView lastViewingKey("newsLastViewing");
 constexpr QLatin1StringView refreshIntervalKey("newsRefreshInterval");
 constexpr QLatin1StringView feedTypeKey("newsFeedType");
 
-constexpr int fourHours = 4 * 60 * 60;
+constexpr std::chrono::seconds defaultRefreshInterval = std::chrono::hours(4);
 
 }  // namespace
 
@@ -36,7 +37,7 @@ OlvNewsConfiguration::OlvNewsConfiguration(std::shared_ptr<UserDefaults> userDef
           {feedLocaleKey, languagesForTexts(preferredLanguages).first()},
           {readItemContentKey, true},
           {lastViewingKey, distantPast()},
-          {refreshIntervalKey, fourHours},
+          {refreshIntervalKey, static_cast<int>(defaultRefreshInterval.count())},
           {feedTypeKey, QStringLiteral("standard")},
       } {
     _userDefaults->registerDefaults(_defaultSettings);
