@@ -19,6 +19,7 @@ namespace pelorinnews::host {
 namespace {
 
 constexpr int keptMessages = 5000;
+// Unscoped, because Qt takes a column as a number.
 enum Column { TimeColumn, LevelColumn, MessageColumn };
 
 struct LevelLook {

@@ -16,10 +16,10 @@ namespace pelorinnews {
 
 namespace {
 
-enum ErrorCode { NoBaseAddress = -2, NoRequest = -3 };
+enum class ErrorCode { NoBaseAddress = -2, NoRequest = -3 };
 
 Error cacheError(ErrorCode code) {
-    return {FeedDownload::errorDomain(), code, {}};
+    return {FeedDownload::errorDomain(), static_cast<int>(code), {}};
 }
 
 Error systemError(const std::error_code &code) {
@@ -48,10 +48,10 @@ void OlvNewsCache::refresh(RefreshCompletion completion) {
             completion(cacheError(code));
     };
     if (_feedBaseURL.get().isNull())
-        return failAtOnce(NoBaseAddress);
+        return failAtOnce(ErrorCode::NoBaseAddress);
     const std::optional<QUrl> request = feedRequest();
     if (!request)
-        return failAtOnce(NoRequest);
+        return failAtOnce(ErrorCode::NoRequest);
 
     _retrievingContent = true;
     _loader->sendAsynchronousRequest(

@@ -16,8 +16,8 @@
 
 namespace pelorinnews {
 
-/// The levels that reach a logger. A level is passed as a plain number. Any other number is
-/// allowed; its message is dropped.
+/// The levels that reach a logger. Unscoped, because a level is passed as a plain number: any other
+/// number is allowed; its message is dropped.
 enum LogLevel : std::int32_t {
     LogLevelError = 1,
     LogLevelWarning = 2,

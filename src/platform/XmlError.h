@@ -5,7 +5,7 @@
 /// The domain, codes and user information of the fatal error of an XML document.
 namespace pelorinnews::XmlError {
 
-/// Codes in addition to Expat's own.
+/// Codes in addition to Expat's own. Unscoped, because an `Error` holds its code as a number.
 enum Code {
     UnusableEntity = 1000,
     TooMuchExpansion,

@@ -16,6 +16,7 @@ using namespace pelorinnews;
 
 namespace {
 
+// Unscoped, because `main` returns a number.
 enum ExitCode { HasResult = 0, NoResult = 1, BadUsage = 2 };
 
 int usage(const QString &message) {
