@@ -20,7 +20,7 @@
 
 using namespace pelorinnews;
 
-extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t most);
+extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t maxSize);
 
 namespace {
 
@@ -30,7 +30,7 @@ constexpr Milliseconds maxTime{250};
 // CPU time of the calibration in `slowness` on the reference computer when it is idle. The limit
 // `maxTime` is meant for that computer.
 constexpr Milliseconds calibratedTime{7.3};
-constexpr size_t longestPage = 65'536;
+constexpr size_t maxPageSize = 65'536;
 
 Milliseconds processorTime() {
     timespec now{};
@@ -131,7 +131,7 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    if (size > longestPage)
+    if (size > maxPageSize)
         return 0;
     const QString html =
         QString::fromUtf8(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
@@ -142,14 +142,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
 
 /// Besides libFuzzer's mutations of bytes: inserts pieces of HTML and CSS, deletes a part, or
 /// repeats a part up to thousands of times, which is what makes pages slow.
-extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t most,
+extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t maxSize,
                                           unsigned int seed) {
     std::minstd_rand random(seed);
     const auto below = [&random](size_t limit) { return limit == 0 ? 0 : random() % limit; };
     std::string page(reinterpret_cast<const char *>(data), size);
     switch (below(5)) {
         case 0:
-            return LLVMFuzzerMutate(data, size, most);
+            return LLVMFuzzerMutate(data, size, maxSize);
         case 1:
         case 2:
             for (size_t count = 1 + below(6); count > 0; --count)
@@ -162,7 +162,7 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t mos
             const std::string part = page.substr(from, length);
             std::string repeated;
             for (size_t count = size_t{1} << below(14);
-                 count > 0 && page.size() + repeated.size() + part.size() <= most; --count)
+                 count > 0 && page.size() + repeated.size() + part.size() <= maxSize; --count)
                 repeated += part;
             page.insert(from, repeated);
             break;
@@ -173,8 +173,8 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t mos
             break;
         }
     }
-    if (page.size() > most)
-        page.resize(most);
+    if (page.size() > maxSize)
+        page.resize(maxSize);
     std::copy(page.begin(), page.end(), data);
     return page.size();
 }

@@ -18,7 +18,7 @@ namespace pelorinnews::host {
 
 namespace {
 
-constexpr int keptMessages = 5000;
+constexpr int maxMessages = 5000;
 // Unscoped, because Qt takes a column as a number.
 enum Column { TimeColumn, LevelColumn, MessageColumn };
 
@@ -96,7 +96,7 @@ void LogPane::addMessage(LogLevel level, const QString &message) {
     const bool followsEnd = bar->value() == bar->maximum();
     const LevelLook &look = lookOf(level);
 
-    if (_lines->topLevelItemCount() == keptMessages)
+    if (_lines->topLevelItemCount() == maxMessages)
         delete _lines->takeTopLevelItem(0);
     auto *const item = new QTreeWidgetItem(_lines);
     item->setText(TimeColumn, QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz")));

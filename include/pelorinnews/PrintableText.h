@@ -8,15 +8,15 @@ namespace pelorinnews {
 
 /// Makes `text` from an outside source safe for one line of a log or a terminal. Simplifies white
 /// space; replaces control characters, lone surrogates and format characters (except zero-width
-/// joiner and non-joiner, which some scripts need) with U+FFFD; cuts to `longest` UTF-16 units, the
-/// last of which is then an ellipsis. `longest` must be at least 1. A null text stays null.
+/// joiner and non-joiner, which some scripts need) with U+FFFD; cuts to `maxLength` UTF-16 units,
+/// the last of which is then an ellipsis. `maxLength` must be at least 1. A null text stays null.
 [[nodiscard]] inline QString printableText(
-    const QString &text, qsizetype longest = std::numeric_limits<qsizetype>::max()) {
+    const QString &text, qsizetype maxLength = std::numeric_limits<qsizetype>::max()) {
     if (text.isNull())
         return text;
     QString line = text.simplified();
-    if (line.size() > longest) {
-        qsizetype kept = longest - 1;
+    if (line.size() > maxLength) {
+        qsizetype kept = maxLength - 1;
         if (kept > 0 && line[kept - 1].isHighSurrogate())
             --kept;
         line = line.first(kept) + QChar(u'…');

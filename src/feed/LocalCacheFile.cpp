@@ -18,7 +18,7 @@ constexpr char16_t swappedByteOrderMark = u'\uFFFE';
 constexpr qint64 unitSize = sizeof(char16_t);
 /// In bytes: the byte-order mark and the longest text in ASCII, which doubles in size in UTF-16.
 /// Other texts grow less.
-constexpr qint64 largestFile = unitSize * (LocalCacheFile::longestText + 1);
+constexpr qint64 maxFileBytes = unitSize * (LocalCacheFile::maxTextBytes + 1);
 
 Error noPath() {
     return FileError::make(QFileDevice::OpenError,
@@ -113,7 +113,7 @@ std::optional<QString> LocalCacheFile::read(Error *error) const {
     if (!file)
         return std::nullopt;
     const qint64 size = file->stamp().size;
-    if (size > largestFile)
+    if (size > maxFileBytes)
         return failLength();
     if (size < unitSize || size % unitSize != 0)
         return failFormat();
@@ -129,7 +129,7 @@ std::optional<QString> LocalCacheFile::read(Error *error) const {
         return failFormat();
     if (!text->isValidUtf16())
         return failFormat();
-    if (utf8Size(*text) > longestText)
+    if (utf8Size(*text) > maxTextBytes)
         return failLength();
     if (text->isNull())
         *text = QStringLiteral("");

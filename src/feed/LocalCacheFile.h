@@ -24,7 +24,7 @@ public:
     using Stamp = FileStamp;
 
     /// The longest text that can be read, in bytes of UTF-8: no feed is longer.
-    static constexpr qint64 longestText = NetworkUrlLoader::defaultLongestBody;
+    static constexpr qint64 maxTextBytes = NetworkUrlLoader::defaultMaxBody;
 
     /// With a null path, every read and write fails.
     explicit LocalCacheFile(QString path) : _filePath(std::move(path)) {}
@@ -44,7 +44,7 @@ public:
 
     /// The text of the file, or nothing with `error` set. An empty text is not null. Fails for a
     /// file that is not valid UTF-16: no byte-order mark (an empty file included), an odd number of
-    /// bytes, a lone surrogate. Also fails for a text longer than `longestText`. Both byte orders
+    /// bytes, a lone surrogate. Also fails for a text longer than `maxTextBytes`. Both byte orders
     /// can be read; the byte-order mark decides.
     [[nodiscard]] std::optional<QString> read(Error *error) const;
 

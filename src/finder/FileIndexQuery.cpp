@@ -21,7 +21,7 @@ namespace {
 // Debounce: minimum time from the start of one query to the start of the next.
 constexpr std::chrono::milliseconds queryInterval{250};
 // Bytes. No sane number of matches needs more; a longer reply counts as empty.
-constexpr qsizetype rowsLimit = qsizetype{16} * 1024 * 1024;
+constexpr qsizetype maxRowBytes = qsizetype{16} * 1024 * 1024;
 
 /// The index's well-known bus names: the present one, then the former one.
 const QStringList &services() {
@@ -141,7 +141,7 @@ void FileIndexQuery::readRows() {
         _rows.append(piece.data(), size);
     else if (size == 0)
         finish(parseRows(_rows));
-    if (_rows.size() > rowsLimit)
+    if (_rows.size() > maxRowBytes)
         finish({});
 }
 

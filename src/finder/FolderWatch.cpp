@@ -13,7 +13,7 @@ bool FolderWatch::watch(const QByteArray &folder, Interest interest) {
     const auto known = _folders.find(folder);
     if (known != _folders.end() && known->second.interest >= interest)
         return false;
-    if (known == _folders.end() && _folders.size() >= folderLimit)
+    if (known == _folders.end() && _folders.size() >= maxFolders)
         return false;
     std::uint32_t mask = IN_ONLYDIR | IN_DONT_FOLLOW | IN_MASK_ADD | IN_DELETE_SELF | IN_MOVE_SELF;
     if (interest >= Interest::Entries)

@@ -16,7 +16,7 @@ namespace pelorinnews {
 /// not watched. Used by one thread.
 class FolderWatch {
 public:
-    static constexpr std::size_t folderLimit = 1024;
+    static constexpr std::size_t maxFolders = 1024;
 
     enum class Interest {
         Itself,                 ///< report only when the folder is moved, removed or unmounted

@@ -204,8 +204,8 @@ void MetadataQueryWorker::folderAppeared(const QByteArray &path, int level) {
     if (!_scope.contains(joined(path, {}), _pattern))
         return;
     // Watch before walking, so that nothing that is added during the walk is missed.
-    if (level < deepestLevel)
-        watchFolder(path, level + 1, deepestLevel - level - 1);
+    if (level < maxLevel)
+        watchFolder(path, level + 1, maxLevel - level - 1);
     walk({path});
     const bool holdsPlace = std::any_of(
         _applicationFolders.begin(), _applicationFolders.end(),

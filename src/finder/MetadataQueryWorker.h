@@ -45,7 +45,7 @@ public:
     using Tell = std::function<void(const QStringList &paths, News news)>;
 
     /// New folders are watched, too, down to this many levels below a watched folder.
-    static constexpr int deepestLevel = 3;
+    static constexpr int maxLevel = 3;
 
     /// Searches until `task` is stopped.
     static void run(BackgroundTask &task, const Search &search, Tell tell);
@@ -91,7 +91,7 @@ private:
     bool _hasGathered = false;
 
     FolderWatch _watch;
-    std::map<QByteArray, int> _levels;  // of folders with watched entries; see `deepestLevel`
+    std::map<QByteArray, int> _levels;  // of folders with watched entries; see `maxLevel`
     FileDescriptor _mountInfo;
     FileIndexQuery _index;
     std::shared_ptr<BackgroundTask> _walkTask;

@@ -45,14 +45,14 @@ std::optional<ContentDecoder::Coding> ContentDecoder::codingNamed(const QByteArr
     return std::nullopt;
 }
 
-ContentDecoder::ContentDecoder(Coding itsCoding, qint64 longestBody)
-    : _coding(itsCoding), _longest(longestBody) {}
+ContentDecoder::ContentDecoder(Coding itsCoding, qint64 maxBody)
+    : _coding(itsCoding), _maxBody(maxBody) {}
 
 ContentDecoder::~ContentDecoder() = default;
 
 ContentDecoder::Result ContentDecoder::add(const char *bytes, std::size_t size, QByteArray &body) {
     if (_coding == Coding::Identity) {
-        if (static_cast<qint64>(size) > _longest - body.size())
+        if (static_cast<qint64>(size) > _maxBody - body.size())
             return Result::TooLong;
         body.append(bytes, static_cast<qsizetype>(size));
         return Result::Fine;
@@ -87,13 +87,13 @@ ContentDecoder::Result ContentDecoder::inflateInto(QByteArray &body) {
         }
         const qsizetype had = body.size();
         // One byte beyond the limit, to detect a body that is too long.
-        const auto room = static_cast<qsizetype>(std::min<qint64>(step, _longest + 1 - had));
+        const auto room = static_cast<qsizetype>(std::min<qint64>(step, _maxBody + 1 - had));
         body.resize(had + room);
         stream.next_out = reinterpret_cast<Bytef *>(body.data() + had);
         stream.avail_out = static_cast<uInt>(room);
         const int result = inflate(&stream, Z_NO_FLUSH);
         body.truncate(had + room - static_cast<qsizetype>(stream.avail_out));
-        if (body.size() > _longest)
+        if (body.size() > _maxBody)
             return Result::TooLong;
         outputIsFull = stream.avail_out == 0 && result == Z_OK;
         if (result == Z_STREAM_END)

@@ -21,8 +21,8 @@ public:
     /// `field` means no coding.
     [[nodiscard]] static std::optional<Coding> codingNamed(const QByteArray &field);
 
-    /// More than `longest` decoded bytes give `TooLong`.
-    ContentDecoder(Coding coding, qint64 longest);
+    /// More than `maxBody` decoded bytes give `TooLong`.
+    ContentDecoder(Coding coding, qint64 maxBody);
     ~ContentDecoder();
     ContentDecoder(const ContentDecoder &) = delete;
     ContentDecoder &operator=(const ContentDecoder &) = delete;
@@ -41,7 +41,7 @@ private:
     [[nodiscard]] Result inflateInto(QByteArray &body);
 
     const Coding _coding;
-    const qint64 _longest;
+    const qint64 _maxBody;
     std::unique_ptr<Inflater> _inflater;
     /// The first byte, held back until the second arrives: together they show whether a deflate
     /// body has a zlib wrapper.

@@ -5,7 +5,7 @@
 
 namespace pelorinnews {
 
-NetworkOutcome readLocalFile(QUrl url, qint64 longest) {
+NetworkOutcome readLocalFile(QUrl url, qint64 maxBody) {
     if (url.host().compare(QLatin1String("localhost"), Qt::CaseInsensitive) == 0)
         url.setHost({});
     const QString path = url.toLocalFile();
@@ -14,7 +14,7 @@ NetworkOutcome readLocalFile(QUrl url, qint64 longest) {
                 transportError(TransportError::BadAddress,
                                QStringLiteral("Not a file on this computer: ") + url.toString())};
     Error error;
-    std::optional<QByteArray> body = RegularFile::contents(path, longest, &error);
+    std::optional<QByteArray> body = RegularFile::contents(path, maxBody, &error);
     if (!body)
         return {std::nullopt, std::nullopt, error};
     return {UrlResponse{}, std::move(body), std::nullopt};

@@ -67,9 +67,9 @@ void blockPipeSignal() {
 
 }  // namespace
 
-NetworkThread::NetworkThread(qint64 longestBody, std::function<void()> beforeLibrariesAreUsed)
+NetworkThread::NetworkThread(qint64 maxBody, std::function<void()> beforeLibrariesAreUsed)
     : _beforeUse(std::move(beforeLibrariesAreUsed)) {
-    _settings.longestBody = longestBody;
+    _settings.maxBody = maxBody;
     setObjectName(QStringLiteral("PelorinNewsLoad"));
 }
 
@@ -192,7 +192,7 @@ bool NetworkThread::startTransfers(CURLM *multi) {
 
 void NetworkThread::start(CURLM *multi, NetworkRequest request) {
     if (request.url.isLocalFile()) {
-        NetworkOutcome outcome = readLocalFile(request.url, _settings.longestBody);
+        NetworkOutcome outcome = readLocalFile(request.url, _settings.maxBody);
         completeRequest(std::move(request), std::move(outcome));
         return;
     }

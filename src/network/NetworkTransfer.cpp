@@ -207,8 +207,8 @@ bool NetworkTransfer::takeBody(const char *bytes, std::size_t size) {
     if (_error || _head.isRedirect() || (!_decoder && !startBody()))
         return false;
     _received += static_cast<qint64>(size);
-    const auto result = _received > _settings.longestBody ? ContentDecoder::Result::TooLong
-                                                          : _decoder->add(bytes, size, _body);
+    const auto result = _received > _settings.maxBody ? ContentDecoder::Result::TooLong
+                                                      : _decoder->add(bytes, size, _body);
     switch (result) {
         case ContentDecoder::Result::Fine:
             return true;
@@ -232,10 +232,10 @@ bool NetworkTransfer::startBody() {
                         QString::fromLatin1(_head.contentEncoding().left(40)) +
                         QStringLiteral(", which was not requested"));
     const qint64 length = _head.contentLength().value_or(0);
-    if (length > _settings.longestBody)
+    if (length > _settings.maxBody)
         return failTooLong();
-    _decoder = std::make_unique<ContentDecoder>(*coding, _settings.longestBody);
-    _body.reserve(static_cast<qsizetype>(std::min(length, _settings.longestBody)));
+    _decoder = std::make_unique<ContentDecoder>(*coding, _settings.maxBody);
+    _body.reserve(static_cast<qsizetype>(std::min(length, _settings.maxBody)));
     return true;
 }
 
@@ -247,7 +247,7 @@ bool NetworkTransfer::fail(TransportError code, const QString &text) {
 
 bool NetworkTransfer::failTooLong() {
     return fail(TransportError::TooLong,
-                QStringLiteral("The body is longer than %1 bytes").arg(_settings.longestBody));
+                QStringLiteral("The body is longer than %1 bytes").arg(_settings.maxBody));
 }
 
 bool NetworkTransfer::postponesDeadline() {

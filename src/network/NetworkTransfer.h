@@ -24,7 +24,7 @@ public:
 
     /// Common to all transfers that run at the same time.
     struct Settings {
-        qint64 longestBody = 0;
+        qint64 maxBody = 0;
         /// PEM; empty for the system's authorities.
         QByteArray trustedAuthorities;
     };

@@ -22,7 +22,7 @@ public:
     std::shared_ptr<NetworkUrlLoader> get() {
         const std::lock_guard lock(_mutex);
         if (!_loader) {
-            _loader = std::make_shared<NetworkUrlLoader>(NetworkUrlLoader::defaultLongestBody,
+            _loader = std::make_shared<NetworkUrlLoader>(NetworkUrlLoader::defaultMaxBody,
                                                          &endBeforeLibraries);
             ApplicationEnd::add(ApplicationEnd::Phase::Downloads, [] { instance().end(); });
         }
@@ -62,8 +62,8 @@ std::shared_ptr<UrlLoader> UrlLoader::shared() {
     return SharedLoader::instance().get();
 }
 
-NetworkUrlLoader::NetworkUrlLoader(qint64 longestBody, std::function<void()> beforeLibrariesAreUsed)
-    : _thread(std::make_shared<NetworkThread>(longestBody, std::move(beforeLibrariesAreUsed))) {}
+NetworkUrlLoader::NetworkUrlLoader(qint64 maxBody, std::function<void()> beforeLibrariesAreUsed)
+    : _thread(std::make_shared<NetworkThread>(maxBody, std::move(beforeLibrariesAreUsed))) {}
 
 NetworkUrlLoader::~NetworkUrlLoader() {
     shutdown();

@@ -33,13 +33,13 @@ class NetworkThread;
 class NetworkUrlLoader final : public UrlLoader {
 public:
     /// Bytes; more than any feed has.
-    static constexpr qint64 defaultLongestBody = qint64(32) * 1024 * 1024;
+    static constexpr qint64 defaultMaxBody = qint64(32) * 1024 * 1024;
     /// How long a shutdown waits for the thread at most.
     static constexpr std::chrono::milliseconds shutdownTimeout{2000};
 
     /// `beforeLibrariesAreUsed` is called at the first request, and again on the loader's thread
     /// once the libraries that transfers need are loaded.
-    explicit NetworkUrlLoader(qint64 longestBody = defaultLongestBody,
+    explicit NetworkUrlLoader(qint64 maxBody = defaultMaxBody,
                               std::function<void()> beforeLibrariesAreUsed = {});
     /// Shuts down.
     ~NetworkUrlLoader() override;

@@ -7,7 +7,7 @@ namespace pelorinnews {
 namespace {
 
 /// Bytes, for all header fields and trailers of one reply together.
-constexpr qint64 longestHead = qint64(256) * 1024;
+constexpr qint64 maxHeadBytes = qint64(256) * 1024;
 
 bool isNumber(const QByteArray &value) {
     return !value.isEmpty() && std::all_of(value.begin(), value.end(), [](char character) {
@@ -19,7 +19,7 @@ bool isNumber(const QByteArray &value) {
 
 bool ResponseHead::addLine(const QByteArray &line) {
     _received += line.size();
-    if (_received > longestHead)
+    if (_received > maxHeadBytes)
         return false;
     const QByteArray text = line.trimmed();
     if (line.startsWith("HTTP/")) {

@@ -82,7 +82,7 @@ std::shared_ptr<const NotificationRegistry::Seen> NotificationRegistry::look() c
     if (last && last->stamp == file->stamp())
         return last;
     Seen seen{file->stamp(), std::nullopt};
-    if (seen.stamp.size <= RegistryFormat::largestFile) {
+    if (seen.stamp.size <= RegistryFormat::maxFileBytes) {
         QByteArray bytes(seen.stamp.size, Qt::Uninitialized);
         if (!file->read(bytes.data(), bytes.size(), &unused))
             return nullptr;

@@ -17,17 +17,17 @@ constexpr int formatVersion = 2;
 /// The previous format version; only the user information is stored differently.
 constexpr int streamedVersion = 1;
 /// JSON integers beyond this are not exact.
-constexpr qint64 largestSerial = qint64(1) << 53;
-constexpr qint64 largestId = 0xffffffffLL;
+constexpr qint64 maxSerial = qint64(1) << 53;
+constexpr qint64 maxServerId = 0xffffffffLL;
 
 const QString dateKey = QStringLiteral("originationDate");
 const QString nameKey = QStringLiteral("originatorName");
 
 QString cut(const QString &text) {
-    if (text.size() <= longestText)
+    if (text.size() <= maxTextLength)
         return text;
-    const bool isWithinPair = text.at(longestText - 1).isHighSurrogate();
-    return text.left(isWithinPair ? longestText - 1 : longestText);
+    const bool isWithinPair = text.at(maxTextLength - 1).isHighSurrogate();
+    return text.left(isWithinPair ? maxTextLength - 1 : maxTextLength);
 }
 
 // Omits an absent text, so that it is read back as absent and not as empty.
@@ -121,7 +121,7 @@ std::optional<RegistryEntry> entryFromObject(const QJsonObject &object) {
     entry.notification.identity = textIn(object, QStringLiteral("identity"));
     const qint64 id = object.value(QStringLiteral("id")).toInteger(0);
     const QJsonValue userInfo = object.value(QStringLiteral("userInfo"));
-    if (entry.notification.identity.isEmpty() || id <= 0 || id > largestId)
+    if (entry.notification.identity.isEmpty() || id <= 0 || id > maxServerId)
         return std::nullopt;
     entry.serverId = static_cast<quint32>(id);
     entry.notification.title = textIn(object, QStringLiteral("title"));
@@ -168,7 +168,7 @@ RegistryEntry kept(RegistryEntry entry) {
 QByteArray write(RegistryContents &contents) {
     std::vector<RegistryEntry> &entries = contents.entries;
     QByteArray bytes = bytesFromContents(contents);
-    while (bytes.size() > largestFile && !entries.empty()) {
+    while (bytes.size() > maxFileBytes && !entries.empty()) {
         // Remove a tenth at a time: speed matters more than keeping as many entries as possible.
         const auto excess = static_cast<std::ptrdiff_t>((entries.size() + 9) / 10);
         entries.erase(entries.begin(), entries.begin() + excess);
@@ -183,7 +183,7 @@ std::optional<RegistryContents> read(const QByteArray &bytes) {
     const qint64 serial = object.value(QStringLiteral("serial")).toInteger(-1);
     const QJsonValue entries = object.value(QStringLiteral("notifications"));
     if ((version != formatVersion && version != streamedVersion) || serial < 0 ||
-        serial > largestSerial || !entries.isArray())
+        serial > maxSerial || !entries.isArray())
         return std::nullopt;
     RegistryContents contents;
     contents.serial = static_cast<quint64>(serial);

@@ -12,7 +12,7 @@ using namespace CssValues;
 namespace {
 
 constexpr int maxDeclarations = 64;
-constexpr qsizetype longestValue = 512;
+constexpr qsizetype maxValueLength = 512;
 constexpr auto listStyles =
     "none disc circle square decimal lower-alpha upper-alpha lower-latin upper-latin lower-roman "
     "upper-roman";
@@ -39,8 +39,8 @@ constexpr std::array<Keywords, 12> keywords{{
 
 struct Lengths {
     const char *property;
-    int least;
-    int most;
+    int min;
+    int max;
 };
 
 constexpr std::array<Lengths, 9> lengths{{
@@ -92,7 +92,7 @@ QString checked(const QString &property, const QString &value) {
     }
     for (const Lengths &each : lengths) {
         if (property == QLatin1String(each.property))
-            return pixels(value, each.least, each.most);
+            return pixels(value, each.min, each.max);
     }
     if (property == QStringLiteral("color") || property == QStringLiteral("background-color"))
         return color(value);
@@ -134,7 +134,7 @@ CssStyle CssStyle::of(QStringView text, const PictureNames &pictures) {
                 style.put(QStringLiteral("background-image"),
                           QStringLiteral("url(") + name + QLatin1Char(')'), false);
         }
-        if (value.size() > longestValue)
+        if (value.size() > maxValueLength)
             continue;
         value = value.simplified();
         const qsizetype mark = value.indexOf(QLatin1Char('!'));

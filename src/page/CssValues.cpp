@@ -11,8 +11,8 @@ namespace pelorinnews::CssValues {
 namespace {
 
 constexpr qsizetype maxParts = 16;
-constexpr qsizetype longestColor = 40;
-constexpr qsizetype longestFamily = 120;
+constexpr qsizetype maxColorLength = 40;
+constexpr qsizetype maxFamilyLength = 120;
 constexpr double pixelsPerEm = 16;
 constexpr double pixelsPerPoint = 4.0 / 3;
 
@@ -80,7 +80,7 @@ QStringList parts(const QString &value) {
 }
 
 QString color(const QString &value) {
-    if (value.isEmpty() || value.size() > longestColor || value == QStringLiteral("inherit") ||
+    if (value.isEmpty() || value.size() > maxColorLength || value == QStringLiteral("inherit") ||
         value == QStringLiteral("initial"))
         return {};
     if (std::all_of(value.begin(), value.end(), isAsciiLetter))
@@ -101,11 +101,11 @@ QString color(const QString &value) {
     return std::all_of(value.begin() + bracket + 1, value.end() - 1, isPart) ? value : QString();
 }
 
-QString pixels(const QString &value, int least, int most) {
+QString pixels(const QString &value, int min, int max) {
     const std::optional<double> length = pixelsOf(value);
     if (!length)
         return {};
-    return QString::number(std::lround(std::clamp<double>(*length, least, most))) +
+    return QString::number(std::lround(std::clamp<double>(*length, min, max))) +
            QStringLiteral("px");
 }
 
@@ -129,7 +129,7 @@ QString fontWeight(const QString &value) {
 }
 
 QString fontFamily(const QString &value) {
-    QString family = value.left(longestFamily);
+    QString family = value.left(maxFamilyLength);
     family.replace(QLatin1Char('"'), QLatin1Char('\''));
     // Drop every character that could end the CSS value or the HTML attribute. No font name needs
     // these characters.

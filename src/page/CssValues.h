@@ -13,8 +13,8 @@ namespace pelorinnews::CssValues {
 
 /// A colour: a name, `#rgb`, `rgb(…)` or the like.
 [[nodiscard]] QString color(const QString &value);
-/// A length in whole pixels, clamped to the range from `least` to `most`.
-[[nodiscard]] QString pixels(const QString &value, int least, int most);
+/// A length in whole pixels, clamped to the range from `min` to `max`.
+[[nodiscard]] QString pixels(const QString &value, int min, int max);
 [[nodiscard]] QString fontSize(const QString &value);
 [[nodiscard]] QString fontWeight(const QString &value);
 /// Unlike in the other functions, `value` may contain capitals; the result keeps them.

@@ -11,11 +11,11 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr qsizetype longestAddress = 4096;
-constexpr qsizetype longestTitle = 500;
+constexpr qsizetype maxAddressLength = 4096;
+constexpr qsizetype maxTitleLength = 500;
 
-/// A whole number of pixels from 0 to `most`, or, if `percent` is allowed, a percentage up to 100.
-QString number(const QString &value, int most, bool percent) {
+/// A whole number of pixels from 0 to `max`, or, if `percent` is allowed, a percentage up to 100.
+QString number(const QString &value, int max, bool percent) {
     qsizetype end = 0;
     while (end < value.size() && end < 9 && value[end].isDigit())
         ++end;
@@ -24,7 +24,7 @@ QString number(const QString &value, int most, bool percent) {
     const bool hundredths = value.mid(end).startsWith(QLatin1Char('%'));
     if (hundredths && !percent)
         return {};
-    const int bounded = std::min(value.left(end).toInt(), hundredths ? 100 : most);
+    const int bounded = std::min(value.left(end).toInt(), hundredths ? 100 : max);
     return QString::number(bounded) + (hundredths ? QStringLiteral("%") : QString());
 }
 
@@ -48,9 +48,10 @@ QString bounded(const QString &element, const QString &name, const QString &give
     const bool cell = HtmlElement::named(element).isCell;
     const bool table = element == QStringLiteral("table");
     if (name == QStringLiteral("title"))
-        return value.size() > longestTitle ? QString() : value;
+        return value.size() > maxTitleLength ? QString() : value;
     if (name == QStringLiteral("href"))
-        return element == QStringLiteral("a") && value.size() <= longestAddress ? value : QString();
+        return element == QStringLiteral("a") && value.size() <= maxAddressLength ? value
+                                                                                  : QString();
     if (name == QStringLiteral("align"))
         return CssValues::keyword(small, "left right center justify");
     if (name == QStringLiteral("valign"))

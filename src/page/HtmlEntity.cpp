@@ -7,7 +7,7 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr qsizetype longestName = 31;
+constexpr qsizetype maxNameLength = 31;
 
 QString characterOf(QStringView number) {
     const bool hex = number.startsWith(QLatin1Char('x'), Qt::CaseInsensitive);
@@ -39,7 +39,7 @@ HtmlEntity HtmlEntity::at(QStringView html) {
     const bool number = html.size() > 2 && html[1] == QLatin1Char('#');
     const qsizetype start = number ? 2 : 1;
     qsizetype end = start;
-    while (end < html.size() && end - start < longestName && html[end].unicode() < 0x80 &&
+    while (end < html.size() && end - start < maxNameLength && html[end].unicode() < 0x80 &&
            html[end].isLetterOrNumber())
         ++end;
     const QStringView name = html.sliced(start, end - start);

@@ -7,13 +7,13 @@ namespace pelorinnews {
 namespace {
 
 constexpr qsizetype maxClasses = 8;
-constexpr qsizetype longestClasses = 512;
-constexpr qsizetype longestId = 64;
+constexpr qsizetype maxClassesLength = 512;
+constexpr qsizetype maxIdLength = 64;
 
 QStringList classesIn(const QString &value) {
     if (value.isEmpty())
         return {};
-    return value.left(longestClasses)
+    return value.left(maxClassesLength)
         .simplified()
         .split(QLatin1Char(' '), Qt::SkipEmptyParts)
         .mid(0, maxClasses);
@@ -22,7 +22,7 @@ QStringList classesIn(const QString &value) {
 }  // namespace
 
 HtmlNode HtmlNode::of(const HtmlToken &tag) {
-    return {tag.name, valueOf(tag.attributes, QLatin1String("id")).left(longestId),
+    return {tag.name, valueOf(tag.attributes, QLatin1String("id")).left(maxIdLength),
             classesIn(valueOf(tag.attributes, QLatin1String("class")))};
 }
 

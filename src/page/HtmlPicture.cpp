@@ -9,7 +9,7 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr qsizetype longestAlternative = 1000;
+constexpr qsizetype maxAlternativeLength = 1000;
 // In pixels.
 constexpr int maxSide = 2000;
 
@@ -25,7 +25,7 @@ HtmlPicture::HtmlPicture(const HtmlAttributes &attributes, const CssStyle &style
     : _attributes(attributes),
       _style(style),
       _alternative(
-          valueOf(attributes, QLatin1String("alt")).simplified().left(longestAlternative)) {}
+          valueOf(attributes, QLatin1String("alt")).simplified().left(maxAlternativeLength)) {}
 
 QString HtmlPicture::address() const {
     return withoutEntities(valueOf(_attributes, QLatin1String("src"))).trimmed();

@@ -10,7 +10,7 @@ namespace {
 constexpr qsizetype sliceOfText = 1024;
 // Further attributes of a tag are dropped. No known element has that many.
 constexpr qsizetype maxAttributes = 32;
-constexpr qsizetype longestName = 32;
+constexpr qsizetype maxNameLength = 32;
 // The most attributes that are read in one tag, including those that are dropped: the caller cannot
 // stop within a tag.
 constexpr int maxWords = 1000;
@@ -64,7 +64,7 @@ HtmlToken HtmlReader::readText() {
     // Do not split a character reference: if there is an "&" near the end of a full slice, end the
     // slice before it.
     const qsizetype entity = _html.sliced(_position, end - _position).lastIndexOf(QLatin1Char('&'));
-    if (entity > 0 && end - _position == sliceOfText && entity > sliceOfText - longestName)
+    if (entity > 0 && end - _position == sliceOfText && entity > sliceOfText - maxNameLength)
         end = _position + entity;
     if (end < _html.size() && _html[end].isLowSurrogate() && end - _position > 1)
         --end;
@@ -101,7 +101,7 @@ QString HtmlReader::readName() {
     const qsizetype start = _position;
     while (_position < _html.size() && isNamePart(_html[_position]))
         ++_position;
-    return _html.sliced(start, std::min(_position - start, longestName)).toString().toLower();
+    return _html.sliced(start, std::min(_position - start, maxNameLength)).toString().toLower();
 }
 
 HtmlAttributes HtmlReader::readAttributes() {
@@ -122,7 +122,7 @@ HtmlAttributes HtmlReader::readAttributes() {
             skipSpace();
             value = readWord();
         }
-        if (attributes.size() < maxAttributes && name.size() <= longestName &&
+        if (attributes.size() < maxAttributes && name.size() <= maxNameLength &&
             valueOf(attributes, QLatin1String(name.toLatin1())).isNull())
             attributes.emplaceBack(name, value);
     }

@@ -9,7 +9,7 @@ namespace {
 // Layout searches for each line break from the start of the word, so the length of a word must be
 // limited. A word may exceed this limit by half, so that a break does not separate a character from
 // its combining marks.
-constexpr int longestWord = 200;
+constexpr int maxWordLength = 200;
 constexpr int maxDirections = 100;
 constexpr QChar breakHere(0x200B);
 
@@ -76,7 +76,7 @@ void HtmlTextWriter::writeCharacter(char32_t character, size_t font, bool preser
 }
 
 void HtmlTextWriter::countWord(bool mark) {
-    if (!_cost.isDisplay() || ++_word <= longestWord || (mark && _word <= longestWord * 3 / 2))
+    if (!_cost.isDisplay() || ++_word <= maxWordLength || (mark && _word <= maxWordLength * 3 / 2))
         return;
     _out += breakHere;
     _word = 1;

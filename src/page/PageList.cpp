@@ -9,7 +9,7 @@ namespace pelorinnews {
 namespace {
 
 // Small enough that counting on from this number does not overflow.
-constexpr int largestNumber = 1'000'000'000;
+constexpr int maxNumber = 1'000'000'000;
 
 std::optional<int> numberIn(const QString &text) {
     qsizetype end = 0;
@@ -22,7 +22,7 @@ std::optional<int> numberIn(const QString &text) {
     const qint64 number = trimmed.left(end).toLongLong(&ok);
     if (!ok)
         return std::nullopt;
-    return static_cast<int>(std::clamp<qint64>(number, -largestNumber, largestNumber));
+    return static_cast<int>(std::clamp<qint64>(number, -maxNumber, maxNumber));
 }
 
 /// `type` is the attribute of a list or an item; `style` is its `list-style-type`, which takes

@@ -12,10 +12,10 @@ constexpr qsizetype maxLooks = 1000;
 constexpr qsizetype maxFonts = 48;
 
 /// Whether `known` contains `each` or has room for it; adds it then.
-bool tryAdd(QSet<size_t> &known, size_t each, qsizetype most) {
+bool tryAdd(QSet<size_t> &known, size_t each, qsizetype max) {
     if (known.contains(each))
         return true;
-    if (known.size() >= most)
+    if (known.size() >= max)
         return false;
     known.insert(each);
     return true;

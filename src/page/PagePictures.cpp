@@ -34,11 +34,11 @@ public:
     [[nodiscard]] bool isTimeUp() const { return _timeUp; }
 
 protected:
-    qint64 readData(char *data, qint64 most) override {
+    qint64 readData(char *data, qint64 maxSize) override {
         _timeUp = _timeUp || processorTime() >= _end;
         if (_timeUp)
             return -1;
-        const qint64 count = std::clamp<qint64>(size() - pos(), 0, most);
+        const qint64 count = std::clamp<qint64>(size() - pos(), 0, maxSize);
         std::copy_n(_bytes.constData() + pos(), count, data);
         return count;
     }

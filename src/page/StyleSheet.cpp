@@ -9,7 +9,7 @@ namespace {
 constexpr std::size_t maxSelectors = 200;
 constexpr std::size_t maxParts = 3;
 constexpr qsizetype maxCharacters = 100'000;
-constexpr qsizetype longestSelector = 200;
+constexpr qsizetype maxSelectorLength = 200;
 constexpr qsizetype maxClasses = 2;
 
 QString withoutComments(QStringView css) {
@@ -92,7 +92,7 @@ void StyleSheet::addRule(const QString &selectors, QStringView declarations,
 }
 
 std::vector<StyleSheet::Part> StyleSheet::partsOf(const QString &selector) {
-    if (selector.size() > longestSelector)
+    if (selector.size() > maxSelectorLength)
         return {};
     std::vector<Part> parts;
     bool isChild = false;

@@ -253,7 +253,7 @@ private:
     }
 
     std::optional<UDate> readByIcu(std::string_view text) {
-        if (text.size() > longestText)
+        if (text.size() > maxTextBytes)
             return std::nullopt;
         const icu::UnicodeString characters = icu::UnicodeString::fromUTF8(
             icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
@@ -271,7 +271,7 @@ private:
     }
 
     /// In bytes. ICU's sizes are 32-bit integers.
-    static constexpr size_t longestText = 1U << 30U;
+    static constexpr size_t maxTextBytes = 1U << 30U;
     static constexpr size_t maxZones = 16;
 
     QString _pattern;

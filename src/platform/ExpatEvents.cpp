@@ -10,7 +10,7 @@ namespace {
 
 /// Maximum nesting of the entities that Expat itself expands. Each level takes about 150 bytes of
 /// stack; a thread has megabytes.
-constexpr int deepestNesting = 1000;
+constexpr int maxNesting = 1000;
 
 bool isOfEntities(XML_Error code) {
     return code == XML_ERROR_UNDEFINED_ENTITY || code == XML_ERROR_RECURSIVE_ENTITY_REF ||
@@ -198,7 +198,7 @@ void ExpatEvents::entityDeclaration(void *self, const XML_Char *name, int isPara
     reader->_entities.declare(
         name,
         value ? std::optional(std::string_view(value, static_cast<size_t>(length))) : std::nullopt);
-    if (reader->_entities.nestedCount() <= deepestNesting)
+    if (reader->_entities.nestedCount() <= maxNesting)
         return;
     // Expat expands nested entities recursively, so a long chain would overflow the stack. From
     // here on, Expat may not expand any entity, not even a predefined one.

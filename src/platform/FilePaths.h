@@ -31,11 +31,11 @@ namespace pelorinnews::FilePaths {
 /// itself if it is no link. Empty if the chain has no end. Does not resolve links in the folders
 /// above.
 [[nodiscard]] inline QByteArray endOfLinks(QByteArray path) {
-    constexpr int longestChain = 40;
-    constexpr qsizetype longestTarget = 4096;
-    for (int link = 0; link < longestChain; ++link) {
-        QByteArray target(longestTarget, Qt::Uninitialized);
-        const auto length = ::readlink(path.constData(), target.data(), longestTarget);
+    constexpr int maxLinks = 40;
+    constexpr qsizetype maxTargetBytes = 4096;
+    for (int link = 0; link < maxLinks; ++link) {
+        QByteArray target(maxTargetBytes, Qt::Uninitialized);
+        const auto length = ::readlink(path.constData(), target.data(), maxTargetBytes);
         if (length <= 0)
             return path;
         target.truncate(length);

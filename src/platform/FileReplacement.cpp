@@ -72,10 +72,10 @@ bool FileReplacement::checkTarget() {
            fail(FileError::fromSystem(QFileDevice::OpenError, errno));
 }
 
-bool FileReplacement::copy(const QString &from, const QString &to, qint64 longest) {
+bool FileReplacement::copy(const QString &from, const QString &to, qint64 maxBytes) {
     Error unused;
     struct stat status {};
-    const auto bytes = RegularFile::contents(from, longest, &unused);
+    const auto bytes = RegularFile::contents(from, maxBytes, &unused);
     if (!bytes || ::stat(QFile::encodeName(from).constData(), &status) != 0)
         return false;
     FileReplacement file(to);

@@ -31,8 +31,8 @@ public:
     ~FileReplacement();
 
     /// Replaces the file at `to` by a copy of the file at `from`, permissions included. False if
-    /// that fails, or if `from` has more than `longest` bytes.
-    [[nodiscard]] static bool copy(const QString &from, const QString &to, qint64 longest);
+    /// that fails, or if `from` has more than `maxBytes` bytes.
+    [[nodiscard]] static bool copy(const QString &from, const QString &to, qint64 maxBytes);
 
     /// Gives the new file these permissions, instead of those of the earlier file.
     void setPermissions(mode_t permissions);

@@ -11,8 +11,8 @@ namespace pelorinnews {
 /// runs, the translator's data stays valid.
 struct OlvLocalization::Table {
     explicit Table(QByteArray contents) : bytes(std::move(contents)) {
-        constexpr qsizetype largest = 1 << 24;
-        if (bytes.size() < largest)
+        constexpr qsizetype maxBytes = 1 << 24;
+        if (bytes.size() < maxBytes)
             static_cast<void>(translator.load(reinterpret_cast<const uchar *>(bytes.constData()),
                                               static_cast<int>(bytes.size())));
     }

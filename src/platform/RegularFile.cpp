@@ -49,12 +49,13 @@ std::optional<RegularFile> RegularFile::open(const QString &path, Error *error) 
     return RegularFile(std::move(file), *stamp);
 }
 
-std::optional<QByteArray> RegularFile::contents(const QString &path, qint64 longest, Error *error) {
+std::optional<QByteArray> RegularFile::contents(const QString &path, qint64 maxBytes,
+                                                Error *error) {
     auto file = open(path, error);
     if (!file)
         return std::nullopt;
     const qint64 size = file->stamp().size;
-    if (size > longest) {
+    if (size > maxBytes) {
         *error = FileError::make(QFileDevice::ResourceError, QStringLiteral("The file is too big"));
         return std::nullopt;
     }

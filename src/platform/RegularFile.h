@@ -23,8 +23,8 @@ public:
     [[nodiscard]] static std::optional<RegularFile> open(const QString &path, Error *error);
 
     /// The contents of the whole file. Absent, with `error` set, on failure or if the file has more
-    /// than `longest` bytes.
-    [[nodiscard]] static std::optional<QByteArray> contents(const QString &path, qint64 longest,
+    /// than `maxBytes` bytes.
+    [[nodiscard]] static std::optional<QByteArray> contents(const QString &path, qint64 maxBytes,
                                                             Error *error);
 
     /// Whether `path` leads to a regular file or to nothing, so that a file of ours may be written

@@ -16,11 +16,11 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr std::chrono::milliseconds longestPoll = std::chrono::minutes{1};
+constexpr std::chrono::milliseconds maxPollInterval = std::chrono::minutes{1};
 
 std::chrono::seconds bounded(quint64 interval) {
-    const auto longest = static_cast<quint64>(SleepAwareTimer::maxInterval.count());
-    const std::chrono::seconds seconds{static_cast<qint64>(std::min(interval, longest))};
+    const auto max = static_cast<quint64>(SleepAwareTimer::maxInterval.count());
+    const std::chrono::seconds seconds{static_cast<qint64>(std::min(interval, max))};
     return std::max(seconds, SleepAwareTimer::minInterval);
 }
 
@@ -144,7 +144,7 @@ void SleepAwareTimer::pollClock() {
 
 void SleepAwareTimer::armPolling(std::chrono::milliseconds now) {
     // Poll in short steps: QTimer does not count sleep, and takes at most 24 days.
-    static_cast<QTimer *>(_source.get())->start(std::min(_deadline - now, longestPoll));
+    static_cast<QTimer *>(_source.get())->start(std::min(_deadline - now, maxPollInterval));
 }
 
 void SleepAwareTimer::fire() {

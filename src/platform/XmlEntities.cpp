@@ -16,10 +16,10 @@ namespace pelorinnews {
 namespace {
 
 QString quoted(std::string_view name) {
-    constexpr qsizetype longestName = 60;
+    constexpr qsizetype maxNameLength = 60;
     return QLatin1Char('"') +
            printableText(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())),
-                         longestName) +
+                         maxNameLength) +
            QLatin1Char('"');
 }
 
@@ -80,7 +80,7 @@ void XmlEntities::declare(std::string_view name, std::optional<std::string_view>
 }
 
 XmlEntities::Declared XmlEntities::judge(std::string_view value) {
-    if (value.size() > static_cast<std::size_t>(XmlLimits::longestEntity))
+    if (value.size() > static_cast<std::size_t>(XmlLimits::maxEntityBytes))
         return {Kind::TooLong, {}};
     std::string text;
     while (!value.empty()) {
@@ -123,7 +123,7 @@ std::optional<XmlEntities::Refusal> XmlEntities::use(std::string_view name,
             return Refusal{XmlError::UnusableEntity,
                            QStringLiteral("the entity %1 holds more than %2 bytes")
                                .arg(quoted(name))
-                               .arg(XmlLimits::longestEntity)};
+                               .arg(XmlLimits::maxEntityBytes)};
         case Kind::Markup:
             return unusable("holds markup");
         case Kind::Nested:

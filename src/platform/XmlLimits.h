@@ -6,7 +6,7 @@
 namespace pelorinnews::XmlLimits {
 
 /// Bytes in the value of one entity.
-constexpr qsizetype longestEntity = 100;
+constexpr qsizetype maxEntityBytes = 100;
 /// Bytes to which all uses of entities expand together.
 constexpr qsizetype maxExpansion = 1'000'000;
 /// Elements nested in one another.

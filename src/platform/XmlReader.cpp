@@ -18,7 +18,7 @@ constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 constexpr qint64 smallToken = 1 << 16;
 /// The most bytes that one call passes to Expat, whose sizes are `int` and whose buffer is a power
 /// of two.
-constexpr qsizetype largestPiece = 1'000'000'000;
+constexpr qsizetype maxPieceBytes = 1'000'000'000;
 /// A text up to this length is fed in one piece, which spares the parser a second pass over it to
 /// count its lines.
 constexpr qsizetype shortText = 1 << 19;
@@ -61,10 +61,10 @@ private:
     }
 
     bool parse(std::string_view bytes, bool last) {
-        while (bytes.size() > static_cast<size_t>(largestPiece)) {
-            if (!parsePiece(bytes.substr(0, largestPiece), false))
+        while (bytes.size() > static_cast<size_t>(maxPieceBytes)) {
+            if (!parsePiece(bytes.substr(0, maxPieceBytes), false))
                 return false;
-            bytes.remove_prefix(largestPiece);
+            bytes.remove_prefix(maxPieceBytes);
         }
         return parsePiece(bytes, last);
     }

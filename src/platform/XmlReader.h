@@ -19,7 +19,7 @@ namespace pelorinnews {
 /// The bytes are taken as UTF-8, whatever the document's own declaration says.
 ///
 /// An entity that the document declares may be used if its value has at most
-/// `XmlLimits::longestEntity` bytes, no "<" and no reference to another declared entity. All uses
+/// `XmlLimits::maxEntityBytes` bytes, no "<" and no reference to another declared entity. All uses
 /// together, including those in attributes, may expand to `XmlLimits::maxExpansion` bytes. The use
 /// of any other entity, or of an undeclared one, is a fatal error, whether or not the document
 /// names an external type. Of several declarations of a name the first counts, and an unused

@@ -26,7 +26,7 @@ constexpr int textWidth = 8640;
 constexpr int cellPadding = 140;
 // Beyond these limits, RTF readers lose text or give up. The contents of the cells are then written
 // one after another, without a table.
-constexpr int deepestTable = 8;
+constexpr int maxTableDepth = 8;
 constexpr int maxColumns = 63;
 
 const QByteArray &paragraphEnd() {
@@ -176,7 +176,7 @@ void RichTextWriter::closeLink() {
 
 void RichTextWriter::writeTable(const QTextTable &table, const Place &place) {
     _spaceBelow = 0;
-    if (place.tableDepth >= deepestTable || table.columns() > maxColumns) {
+    if (place.tableDepth >= maxTableDepth || table.columns() > maxColumns) {
         writeCellsInTurn(table, place);
         return;
     }

@@ -10,7 +10,7 @@ namespace {
 
 // Common word processors keep no more lists than this in a document.
 constexpr std::size_t maxLists = 2000;
-constexpr int deepestLevel = 8;
+constexpr int maxLevel = 8;
 constexpr int twipsPerIndent = 40 * twipsPerPixel;
 
 /// The RTF number format (`\levelnfc`) of a list marker.
@@ -53,7 +53,7 @@ void appendLevel(QByteArray &out, ListMarker marker, int start, int level) {
 }  // namespace
 
 int RtfListTable::level(const PageListItem &item) {
-    return std::clamp(item.depth - 1, 0, deepestLevel);
+    return std::clamp(item.depth - 1, 0, maxLevel);
 }
 
 int RtfListTable::number(const PageListItem &item) {
@@ -88,7 +88,7 @@ QByteArray RtfListTable::bytes() const {
     for (const Entry &entry : _entries) {
         ++number;
         appendRtfWord(lists, "{\\list\\listtemplateid", number);
-        for (int level = 0; level <= deepestLevel; ++level)
+        for (int level = 0; level <= maxLevel; ++level)
             appendLevel(lists, entry.marker, entry.start, level);
         appendRtfWord(lists, "{\\listname ;}\\listid", number);
         lists += "}\n";

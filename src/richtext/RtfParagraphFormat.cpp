@@ -12,14 +12,14 @@ namespace pelorinnews {
 namespace {
 
 // 22 inches in twips: the longest length on a page that readers accept.
-constexpr int longest = 31680;
+constexpr int maxTwips = 31680;
 constexpr int twipsPerIndent = 40 * twipsPerPixel;
 
 int twips(double pixels) {
     if (!std::isfinite(pixels))
         return 0;
     return static_cast<int>(
-        std::lround(std::clamp(pixels * twipsPerPixel, -1.0 * longest, 1.0 * longest)));
+        std::lround(std::clamp(pixels * twipsPerPixel, -1.0 * maxTwips, 1.0 * maxTwips)));
 }
 
 const char *alignment(Qt::Alignment alignment, bool rightToLeft) {

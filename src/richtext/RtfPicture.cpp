@@ -14,8 +14,8 @@ namespace pelorinnews {
 namespace {
 
 // Six inches: the width of the text on a sheet with ordinary margins.
-constexpr double widest = 8640;
-constexpr double tallest = 12960;
+constexpr double maxWidth = 8640;
+constexpr double maxHeight = 12960;
 
 QSizeF shownSize(QSizeF asked, QSize picture) {
     const double ratio = static_cast<double>(picture.height()) / picture.width();
@@ -25,7 +25,7 @@ QSizeF shownSize(QSizeF asked, QSize picture) {
     if (!(size.height() > 0))
         size.setHeight(size.width() * ratio);
     size *= twipsPerPixel;
-    const double shrink = std::min({1.0, widest / size.width(), tallest / size.height()});
+    const double shrink = std::min({1.0, maxWidth / size.width(), maxHeight / size.height()});
     return size * shrink;
 }
 

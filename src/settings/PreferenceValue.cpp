@@ -9,8 +9,8 @@ namespace pelorinnews::PreferenceValue {
 
 namespace {
 
-constexpr qint64 largest = std::numeric_limits<qint64>::max();
-constexpr qint64 smallest = std::numeric_limits<qint64>::min();
+constexpr qint64 maxInteger = std::numeric_limits<qint64>::max();
+constexpr qint64 minInteger = std::numeric_limits<qint64>::min();
 
 /// QSettings writes a list of one text like the text alone. So such a list reads as its text even
 /// before the file is reread.
@@ -62,9 +62,9 @@ QStringView leadingDigits(QStringView text) {
 qint64 truncated(double number) {
     // Compare with 2^63, which a double can hold exactly, unlike the largest qint64.
     if (number >= std::ldexp(1.0, 63))
-        return largest;
+        return maxInteger;
     if (number < -std::ldexp(1.0, 63))
-        return smallest;
+        return minInteger;
     return static_cast<qint64>(number);
 }
 
@@ -113,7 +113,7 @@ qint64 toInteger(const QVariant &stored) {
         return number;
     if (digits.isEmpty() || !isDigit(digits.back()))
         return 0;
-    return digits.front() == u'-' ? smallest : largest;
+    return digits.front() == u'-' ? minInteger : maxInteger;
 }
 
 QString toText(const QVariant &stored) {

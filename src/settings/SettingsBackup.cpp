@@ -27,7 +27,7 @@ constexpr std::chrono::seconds lockTimeout{1};
 /// Absent if there is no file, or it cannot be read.
 std::optional<QByteArray> contentsOf(const QString &path) {
     Error unused;
-    return RegularFile::contents(path, SettingsBackup::largestFile, &unused);
+    return RegularFile::contents(path, SettingsBackup::maxFileBytes, &unused);
 }
 
 /// Whether nothing exists at `path`, as opposed to something that cannot be accessed.
@@ -58,7 +58,7 @@ SettingsBackup::SettingsBackup(const QString &filePath)
         return;
     const QByteArray name = TemporaryNames::beside(_target);
     if (::link(_target.constData(), name.constData()) == 0 ||
-        FileReplacement::copy(_path, QFile::decodeName(name), largestFile))
+        FileReplacement::copy(_path, QFile::decodeName(name), maxFileBytes))
         _kept = name;
 }
 

@@ -17,7 +17,7 @@ class SettingsBackup {
 public:
     /// In bytes; settings files usually have some kilobytes. A file larger than this is neither
     /// backed up nor restored, so no change of ours is written to it.
-    static constexpr qint64 largestFile = qint64(16) * 1024 * 1024;
+    static constexpr qint64 maxFileBytes = qint64(16) * 1024 * 1024;
 
     /// Backs up the file at `path`, which is a regular file or absent.
     explicit SettingsBackup(const QString &path);

@@ -174,7 +174,7 @@ bool UserDefaultsStore::copyDamagedFile() const {
     for (int number = 1; number <= maxCopies; ++number) {
         const QString copy = number == 1 ? name : name + QLatin1Char('-') + QString::number(number);
         if (!QFileInfo::exists(copy))
-            return FileReplacement::copy(fileName(), copy, SettingsBackup::largestFile) ||
+            return FileReplacement::copy(fileName(), copy, SettingsBackup::maxFileBytes) ||
                    !QFile::exists(fileName());
     }
     return true;

@@ -35,7 +35,7 @@ constexpr std::chrono::milliseconds exposedTimeout{250};
 constexpr double firstShowDivisor = 2.5;
 
 // How long `exit` may wait for the desktop to confirm that it has shown or withdrawn announcements.
-constexpr std::chrono::milliseconds announcementBound{250};
+constexpr std::chrono::milliseconds announcementTimeout{250};
 
 // Whether a news window of this process was shown before.
 bool shownOnce = false;
@@ -311,7 +311,7 @@ void OlvNewsWindowController::exit() {
     // open anything.
     if (!_plFinder || _plFinder->result() != OlvFinderResultOne)
         removeNotification();
-    _services.notificationCenter->flush(announcementBound);
+    _services.notificationCenter->flush(announcementTimeout);
     _plFinder.reset();
     _configuration->setLastViewing(_newsCache->lastViewing());
 }

@@ -35,8 +35,8 @@ bool isCovered(const QRect &frame, const QList<QRect> &areas) {
     return left.isEmpty();
 }
 
-QRect broughtInto(const QRect &frame, const QRect &area, const QSize &smallest) {
-    QRect place(frame.topLeft(), frame.size().boundedTo(area.size().expandedTo(smallest)));
+QRect broughtInto(const QRect &frame, const QRect &area, const QSize &minSize) {
+    QRect place(frame.topLeft(), frame.size().boundedTo(area.size().expandedTo(minSize)));
     place.moveRight(std::min(place.right(), area.right()));
     place.moveBottom(std::min(place.bottom(), area.bottom()));
     place.moveLeft(std::max(place.left(), area.left()));

@@ -25,8 +25,8 @@ void bringOntoScreen(QWidget &window);
 [[nodiscard]] bool isCovered(const QRect &frame, const QList<QRect> &areas);
 
 /// `frame`, moved and shrunk no more than needed to lie in `area`, and never shrunk below
-/// `smallest`. If the shrunk frame is still too large, its upper left corner lies in the area.
-[[nodiscard]] QRect broughtInto(const QRect &frame, const QRect &area, const QSize &smallest);
+/// `minSize`. If the shrunk frame is still too large, its upper left corner lies in the area.
+[[nodiscard]] QRect broughtInto(const QRect &frame, const QRect &area, const QSize &minSize);
 
 }  // namespace WindowPlacement
 

@@ -95,7 +95,7 @@ private Q_SLOTS:
     void isUnreadableBeyondTheLongestFeed() {
         QFETCH(QString, character);
         QFETCH(int, bytes);
-        const qint64 most = LocalCacheFile::longestText / bytes;
+        const qint64 most = LocalCacheFile::maxTextBytes / bytes;
         const QString longest = character.repeated(most);
         QVERIFY(writeBytes(path(), byteOrderMark() + utf16Bytes(longest)));
         Error error;

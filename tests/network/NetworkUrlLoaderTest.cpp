@@ -608,7 +608,7 @@ void NetworkUrlLoaderTest::aFileBeyondTheLimitIsAnError() {
 }
 
 void NetworkUrlLoaderTest::theLimitIsThatOfAFeed() {
-    QCOMPARE(NetworkUrlLoader::defaultLongestBody, qint64(32) * 1024 * 1024);
+    QCOMPARE(NetworkUrlLoader::defaultMaxBody, qint64(32) * 1024 * 1024);
     // The limit counts decompressed bytes: this body is over it, but far smaller when compressed.
     ScriptedServer server([](const QByteArray &) {
         const QByteArray packed = gzip(QByteArray(33 * 1024 * 1024, 'x'));

@@ -447,8 +447,8 @@ void NotificationRegistryTest::forgetsTheOldestBeyondTheSizeOfAFile() {
     }
     const auto contents = registry().apply(putting(entries));
     QVERIFY(contents);
-    QVERIFY(bytes().size() <= RegistryFormat::largestFile);
-    QVERIFY(bytes().size() > RegistryFormat::largestFile * 3 / 4);
+    QVERIFY(bytes().size() <= RegistryFormat::maxFileBytes);
+    QVERIFY(bytes().size() > RegistryFormat::maxFileBytes * 3 / 4);
     QCOMPARE(contents->entries.back().notification.identity, QStringLiteral("99"));
     QCOMPARE(identities(*registry().read()), identities(*contents));
 }
@@ -472,12 +472,12 @@ void NotificationRegistryTest::writesAFileOfTheLargestSize() {
     RegistryContents contents;
     contents.entries = {entry(QStringLiteral("a"))};
     QString &title = contents.entries[0].notification.title;
-    title += QString(RegistryFormat::largestFile - RegistryFormat::write(contents).size(),
+    title += QString(RegistryFormat::maxFileBytes - RegistryFormat::write(contents).size(),
                      QLatin1Char('t'));
-    QCOMPARE(RegistryFormat::write(contents).size(), RegistryFormat::largestFile);
+    QCOMPARE(RegistryFormat::write(contents).size(), RegistryFormat::maxFileBytes);
     QCOMPARE(contents.entries.size(), 1U);
     title += QLatin1Char('t');
-    QVERIFY(RegistryFormat::write(contents).size() < RegistryFormat::largestFile);
+    QVERIFY(RegistryFormat::write(contents).size() < RegistryFormat::maxFileBytes);
     QVERIFY(contents.entries.empty());
 }
 
@@ -516,9 +516,9 @@ void NotificationRegistryTest::readsNoMoreThanItWouldWrite() {
 void NotificationRegistryTest::readsNoFileThatIsTooLarge() {
     QVERIFY(registry().apply(putting({entry(QStringLiteral("a"))})));
     const QByteArray good = bytes();
-    overwrite(good + QByteArray(RegistryFormat::largestFile - good.size(), ' '));
+    overwrite(good + QByteArray(RegistryFormat::maxFileBytes - good.size(), ' '));
     QVERIFY(registry().read());
-    overwrite(good + QByteArray(RegistryFormat::largestFile - good.size() + 1, ' '));
+    overwrite(good + QByteArray(RegistryFormat::maxFileBytes - good.size() + 1, ' '));
     QVERIFY(!registry().read());
     QVERIFY(registry().apply(putting({entry(QStringLiteral("b"))})));
     QCOMPARE(identities(*registry().read()), QStringList{QStringLiteral("b")});

@@ -322,7 +322,7 @@ void FullDiskTest::whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs() {
 void FullDiskTest::aFileThatCouldNotBeKeptIsNeverRemoved() {
     QFile file(path());
     QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(file.resize(SettingsBackup::largestFile + 1));
+    QVERIFY(file.resize(SettingsBackup::maxFileBytes + 1));
     // The error of an earlier call says nothing about this file.
     errno = ENOENT;
     SettingsBackup backup(path());

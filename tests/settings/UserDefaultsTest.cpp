@@ -250,7 +250,7 @@ private Q_SLOTS:
 
     void aFileThatIsTooLargeIsReadButNotWritten() {
         const QByteArray large =
-            "[General]\nnewsFilter=2\nhost=" + QByteArray(SettingsBackup::largestFile, 'h') + '\n';
+            "[General]\nnewsFilter=2\nhost=" + QByteArray(SettingsBackup::maxFileBytes, 'h') + '\n';
         writeFile(_path, large);
         UserDefaults defaults(_path);
         QCOMPARE(defaults.integerForKey(key), 2);

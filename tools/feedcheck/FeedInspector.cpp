@@ -50,9 +50,9 @@ FeedInspector::FeedInspector(QStringView text) : _reader(*this) {
 void FeedInspector::checkDeclaration(QStringView text) {
     static const QRegularExpression declaration(
         QStringLiteral("^\\x{FEFF}?<\\?xml[^>]*\\bencoding\\s*=\\s*[\"']([^\"'>]*)[\"']"));
-    constexpr qsizetype longestDeclaration = 256;
+    constexpr qsizetype maxDeclarationLength = 256;
     const QString encoding =
-        declaration.match(text.first(std::min(text.size(), longestDeclaration)).toString())
+        declaration.match(text.first(std::min(text.size(), maxDeclarationLength)).toString())
             .captured(1);
     if (!encoding.isEmpty() && encoding.compare(u"utf-8", Qt::CaseInsensitive) != 0)
         note(1, QStringLiteral("declares the encoding \"%1\", but is always read as UTF-8")

@@ -81,9 +81,9 @@ private:
     int _depth = 0;
 };
 
-/// `text` made safe for one line of a terminal, at most `longest` UTF-16 units.
-[[nodiscard]] inline QString forOneLine(const QString &text, qsizetype longest = 60) {
-    return printableText(text, longest);
+/// `text` made safe for one line of a terminal, at most `maxLength` UTF-16 units.
+[[nodiscard]] inline QString forOneLine(const QString &text, qsizetype maxLength = 60) {
+    return printableText(text, maxLength);
 }
 
 }  // namespace pelorinnews

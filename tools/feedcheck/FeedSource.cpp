@@ -31,14 +31,14 @@ bool isAddress(const QString &argument) {
 /// Reads to the end, from pipes and devices too; fails for more bytes than a feed may have.
 void readDevice(QFile &file, FeedSource &source) {
     constexpr qint64 pieceSize = qint64(1) << 20;
-    constexpr qint64 longest = NetworkUrlLoader::defaultLongestBody;
+    constexpr qint64 maxBytes = NetworkUrlLoader::defaultMaxBody;
     QByteArray bytes;
     while (true) {
         const QByteArray piece = file.read(pieceSize);
         if (piece.isEmpty())
             break;
         bytes += piece;
-        if (bytes.size() > longest) {
+        if (bytes.size() > maxBytes) {
             source.error =
                 fileError(QFileDevice::ResourceError, QStringLiteral("More than any feed holds"));
             return;

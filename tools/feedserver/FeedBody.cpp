@@ -28,10 +28,10 @@ std::optional<qint64> FeedBody::remaining() const {
     return _buffer.size() - _position + _toMake;
 }
 
-QByteArray FeedBody::take(qint64 most) {
+QByteArray FeedBody::take(qint64 maxSize) {
     if (_position == _buffer.size() && _toMake > 0)
         makeMore();
-    QByteArray piece = _buffer.mid(_position, most);
+    QByteArray piece = _buffer.mid(_position, maxSize);
     _position += piece.size();
     return piece;
 }

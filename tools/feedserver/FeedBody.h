@@ -25,8 +25,8 @@ public:
     /// The number of bytes still to come; absent for an endless body.
     [[nodiscard]] std::optional<qint64> remaining() const;
 
-    /// The next bytes, at most `most`; empty at the end.
-    [[nodiscard]] QByteArray take(qint64 most);
+    /// The next bytes, at most `maxSize`; empty at the end.
+    [[nodiscard]] QByteArray take(qint64 maxSize);
 
 private:
     void makeMore();

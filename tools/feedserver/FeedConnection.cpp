@@ -15,7 +15,7 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr qint64 longestHead = qint64{64} * 1024;
+constexpr qint64 maxHeadBytes = qint64{64} * 1024;
 constexpr qint64 pieceSize = qint64{64} * 1024;
 /// The next piece is made only when at most this many bytes are unsent, so that a huge body is
 /// never in memory as a whole.
@@ -87,7 +87,7 @@ void FeedConnection::readHead() {
     _received += _socket->readAll();
     const qsizetype headEnd = _received.indexOf("\r\n\r\n");
     if (headEnd < 0) {
-        if (_received.size() > longestHead)
+        if (_received.size() > maxHeadBytes)
             end();
         return;
     }
@@ -222,12 +222,12 @@ void FeedConnection::sendBody() {
             _phase = Phase::Stalled;
             return;
         }
-        qint64 most = _reply.drip ? _reply.drip->bytes : pieceSize;
+        qint64 maxSize = _reply.drip ? _reply.drip->bytes : pieceSize;
         if (_reply.cutAfter)
-            most = std::min(most, *_reply.cutAfter - _sent);
+            maxSize = std::min(maxSize, *_reply.cutAfter - _sent);
         if (_reply.stallAfter)
-            most = std::min(most, *_reply.stallAfter - _sent);
-        const QByteArray piece = _bodyWanted ? _body.take(most) : QByteArray();
+            maxSize = std::min(maxSize, *_reply.stallAfter - _sent);
+        const QByteArray piece = _bodyWanted ? _body.take(maxSize) : QByteArray();
         if (piece.isEmpty()) {
             bodyEnded();
             return;
