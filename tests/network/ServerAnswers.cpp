@@ -245,10 +245,11 @@ void addCodings(Answers &answers) {
     answers.whole("identity", coded("identity", body));
     answers.whole("an empty gzip", coded("gzip", gzip("")), "");
     answers.whole("gzip of the most that is taken",
-                  coded("gzip", gzip(QByteArray(answerLimit, 'x'))), QByteArray(answerLimit, 'x'));
-    answers.error("gzip of one byte more", coded("gzip", gzip(QByteArray(answerLimit + 1, 'x'))));
+                  coded("gzip", gzip(QByteArray(maxAnswerBody, 'x'))),
+                  QByteArray(maxAnswerBody, 'x'));
+    answers.error("gzip of one byte more", coded("gzip", gzip(QByteArray(maxAnswerBody + 1, 'x'))));
     answers.error("gzip of twenty times more",
-                  coded("gzip", gzip(QByteArray(20 * answerLimit, 'x'))));
+                  coded("gzip", gzip(QByteArray(20 * maxAnswerBody, 'x'))));
     answers.error("a cut gzip of its length", coded("gzip", zipped.chopped(10)));
     answers.error("a gzip without its check sum", coded("gzip", zipped.chopped(8)));
     answers.error("a gzip without its last byte", coded("gzip", zipped.chopped(1)));
@@ -310,10 +311,10 @@ void addHeads(Answers &answers) {
     endless.script.pieces = {ok({chunkedLine}), chunk(QByteArray(10'000, 'x'))};
     answers.add(endless);
     answers.whole("a body of the most that is taken",
-                  ok({length(answerLimit)}) + QByteArray(answerLimit, 'x'),
-                  QByteArray(answerLimit, 'x'));
+                  ok({length(maxAnswerBody)}) + QByteArray(maxAnswerBody, 'x'),
+                  QByteArray(maxAnswerBody, 'x'));
     answers.error("a body of one byte more",
-                  ok({length(answerLimit + 1)}) + QByteArray(answerLimit + 1, 'x'));
+                  ok({length(maxAnswerBody + 1)}) + QByteArray(maxAnswerBody + 1, 'x'));
     ServerAnswer open{"a connection that stays open behind the body",
                       {{answer()}, End::Hold},
                       Outcome::Whole,

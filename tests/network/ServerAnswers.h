@@ -37,7 +37,7 @@ struct ServerAnswer {
 [[nodiscard]] QByteArray answeredBody();
 
 /// The size limit of a body for a loader that is tested with these answers.
-constexpr qint64 answerLimit = qint64(1) * 1024 * 1024;
+constexpr qint64 maxAnswerBody = qint64(1) * 1024 * 1024;
 /// The idle timeout of such a loader for answers with `Outcome::Timeout` and for those that are
 /// slow on purpose.
 constexpr std::chrono::seconds answerIdleTimeout{1};

@@ -45,7 +45,7 @@ private:
     QThreadPool _queue;
     std::unique_ptr<ScriptedServer> _plain;
     std::unique_ptr<ScriptedServer> _tls;
-    NetworkUrlLoader _loader{answerLimit};
+    NetworkUrlLoader _loader{maxAnswerBody};
     std::map<int, LoadedAddress> _loads;
     int _sent = 0;
 };

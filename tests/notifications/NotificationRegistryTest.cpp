@@ -47,7 +47,7 @@ private Q_SLOTS:
     void leavesTheFileAloneWhileAnotherHoldsTheLock();
     void breaksTheLockOfAProcessThatDied();
     void reportsAFolderThatCannotBeMade();
-    void forgetsTheOldestBeyondItsBound();
+    void forgetsTheOldestBeyondItsLimit();
     void forgetsTheOldestBeyondTheSizeOfAFile();
     void forgetsFewLargeEntriesOneByOne();
     void writesAFileOfTheLargestSize();
@@ -429,7 +429,7 @@ void NotificationRegistryTest::reportsAFolderThatCannotBeMade() {
     QVERIFY(!registry().read());
 }
 
-void NotificationRegistryTest::forgetsTheOldestBeyondItsBound() {
+void NotificationRegistryTest::forgetsTheOldestBeyondItsLimit() {
     std::vector<RegistryEntry> entries;
     for (std::size_t i = 0; i < RegistryContents::maxEntries + 3; ++i)
         entries.push_back(entry(QString::number(i), static_cast<quint32>(i + 1)));

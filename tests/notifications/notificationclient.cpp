@@ -15,7 +15,7 @@ using namespace pelorinnews;
 namespace {
 
 // `flush` waits until the registry is on disk, which may take long on a busy computer.
-constexpr std::chrono::seconds longestFlush(30);
+constexpr std::chrono::seconds maxFlush(30);
 
 void answer(const QString &line) {
     QTextStream(stdout) << line << '\n' << Qt::flush;
@@ -41,12 +41,12 @@ void obey(NotificationCenter &center, const QString &command, const QString &arg
         notification.userInfo = {{QStringLiteral("originationDate"),
                                   QDateTime::fromMSecsSinceEpoch(1234567890123, Qt::UTC)}};
         center.deliverNotification(notification);
-        answer(center.flush(longestFlush) ? QStringLiteral("done") : QStringLiteral("late"));
+        answer(center.flush(maxFlush) ? QStringLiteral("done") : QStringLiteral("late"));
     } else if (command == QLatin1String("list")) {
         answer(titles(center.deliveredNotifications()));
     } else if (command == QLatin1String("listen")) {
         center.setDelegate(delegate());
-        answer(center.flush(longestFlush) ? QStringLiteral("done") : QStringLiteral("late"));
+        answer(center.flush(maxFlush) ? QStringLiteral("done") : QStringLiteral("late"));
     } else if (command == QLatin1String("clicks")) {
         // Reply on the main thread, after all events that have arrived so far.
         MainQueue::dispatchAsync([] { answer(titles(delegate()->activated)); });
