@@ -3,11 +3,10 @@
 #include "Assistive.h"
 #include "Desktop.h"
 #include "Program.h"
+#include "TestMain.h"
 
 #include <QDir>
 #include <QUuid>
-
-#include <TestMain.h>
 
 using namespace pelorinnews::test;
 

@@ -1,6 +1,7 @@
 #include "Desktop.h"
 
 #include "Assistive.h"
+#include "FeedTemplate.h"
 #include "Program.h"
 
 #include <QDir>
@@ -12,7 +13,6 @@
 #include <QSettings>
 #include <QTest>
 
-#include <FeedTemplate.h>
 #include <algorithm>
 #include <sched.h>
 #include <sys/stat.h>

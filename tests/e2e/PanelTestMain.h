@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Panel.h"
-
-#include <TestMain.h>
+#include "TestMain.h"
 
 /// The main function of a test of the news window. With "--text" as its only argument, the test's
 /// hosts have no web engine.

@@ -4,12 +4,11 @@
 #include "FeedTemplate.h"
 #include "Program.h"
 #include "Screen.h"
+#include "TestMain.h"
 
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
-
-#include <TestMain.h>
 
 namespace pelorinnews::test {
 

@@ -1,9 +1,9 @@
+#include "TestMain.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QSettings>
 #include <QStandardPaths>
-
-#include <TestMain.h>
 
 namespace pelorinnews::test {
 
@@ -72,7 +72,7 @@ private Q_SLOTS:
         QVERIFY(!recorded().contains(QStringLiteral("show")));
     }
 
-    void newsAndQuitHaveKeysAndQuittingShutsThePanelDownFirst() {
+    void newsAndQuitHaveKeysAndQuittingStopsThePanelFirst() {
         start({QStringLiteral("--module"), recordingModule()});
         QTRY_VERIFY(recorded().contains(QStringLiteral("delegate")));
         press("ctrl+n");

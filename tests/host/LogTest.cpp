@@ -1,5 +1,6 @@
 #include "HostLogger.h"
 #include "LogPane.h"
+#include "TestHome.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -7,7 +8,6 @@
 #include <QThread>
 #include <QTreeWidget>
 
-#include <TestHome.h>
 #include <memory>
 #include <vector>
 

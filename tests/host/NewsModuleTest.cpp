@@ -1,8 +1,7 @@
 #include "NewsModule.h"
+#include "TestMain.h"
 
 #include <QFile>
-
-#include <TestMain.h>
 
 namespace pelorinnews::test {
 
