@@ -22,7 +22,7 @@ public:
     /// since that event may bring the host's own window to the front.
     virtual void show() = 0;
 
-    /// Shuts the panel down: stops its timer, closes its window, stores the date of the last
+    /// Ends the panel: stops its timer, closes its window, stores the date of the last
     /// viewing. Call it once, before releasing the controller: without this call the refresh timer
     /// keeps the panel alive.
     virtual void exit() = 0;

@@ -67,7 +67,7 @@ void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
                                     std::optional<QByteArray> data,
                                     const std::optional<Error> &connectionError,
                                     const RefreshCompletion &completion) {
-    if (_downloadOperationQueue->isClosed())
+    if (_downloadOperationQueue->isStopped())
         return;
     std::optional<Error> error = FeedDownload::downloadError(response, data, connectionError);
     if (!error)
@@ -76,7 +76,7 @@ void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
     data.reset();
     if (error)
         restoreLocalCache();
-    if (completion && !_downloadOperationQueue->isClosed())
+    if (completion && !_downloadOperationQueue->isStopped())
         completion(error);
     _retrievingContent = false;
 }

@@ -46,10 +46,9 @@ void completeRequest(NetworkRequest request, NetworkOutcome outcome) {
 }
 
 void cancelRequest(NetworkRequest request) {
-    completeRequest(
-        std::move(request),
-        {std::nullopt, std::nullopt,
-         transportError(TransportError::Cancelled, QStringLiteral("The loader was shut down"))});
+    completeRequest(std::move(request), {std::nullopt, std::nullopt,
+                                         transportError(TransportError::Cancelled,
+                                                        QStringLiteral("The loader was stopped"))});
 }
 
 }  // namespace pelorinnews

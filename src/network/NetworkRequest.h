@@ -22,7 +22,7 @@ struct NetworkOutcome {
 /// Queues the call of `request.completion` with `outcome` on `request.queue`.
 void completeRequest(NetworkRequest request, NetworkOutcome outcome);
 
-/// Completes `request` as cancelled: the loader was shut down, or there is no application object.
+/// Completes `request` as cancelled: the loader was stopped, or there is no application object.
 void cancelRequest(NetworkRequest request);
 
 }  // namespace pelorinnews

@@ -128,7 +128,7 @@ void NetworkTransfer::prepare() {
     set(CURLOPT_CLOSESOCKETDATA, &_sockets);
     // No signal handlers: the process belongs to the host.
     set(CURLOPT_NOSIGNAL, 1L);
-    // A pending name lookup must not delay a shutdown.
+    // A pending name lookup must not delay `NetworkThread::stop`.
     set(CURLOPT_QUICK_EXIT, 1L);
     set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(_idleTimeout.count()));
     // One short GET in hours gains nothing from HTTP/2.

@@ -17,14 +17,14 @@ public:
     SharedLoader() = default;
     SharedLoader(const SharedLoader &) = delete;
     SharedLoader &operator=(const SharedLoader &) = delete;
-    ~SharedLoader() { end(); }
+    ~SharedLoader() { stop(); }
 
     std::shared_ptr<NetworkUrlLoader> get() {
         const std::lock_guard lock(_mutex);
         if (!_loader) {
             _loader = std::make_shared<NetworkUrlLoader>(NetworkUrlLoader::defaultMaxBody,
-                                                         &endBeforeLibraries);
-            ApplicationEnd::add(ApplicationEnd::Phase::Downloads, [] { instance().end(); });
+                                                         &stopBeforeLibraries);
+            ApplicationEnd::add(ApplicationEnd::Phase::Downloads, [] { instance().stop(); });
         }
         return _loader;
     }
@@ -38,18 +38,18 @@ private:
     /// If the process exits without destroying its application object, transfers must end before
     /// the libraries' exit handlers run. So our handler is registered after the libraries'
     /// handlers: exit handlers run last in, first out.
-    static void endBeforeLibraries() {
-        std::atexit([] { instance().end(); });
+    static void stopBeforeLibraries() {
+        std::atexit([] { instance().stop(); });
     }
 
-    void end() {
-        std::shared_ptr<NetworkUrlLoader> ending;
+    void stop() {
+        std::shared_ptr<NetworkUrlLoader> stopping;
         {
             const std::lock_guard lock(_mutex);
-            ending.swap(_loader);
+            stopping.swap(_loader);
         }
-        if (ending)
-            ending->shutdown();
+        if (stopping)
+            stopping->stop();
     }
 
     std::mutex _mutex;
@@ -66,7 +66,7 @@ NetworkUrlLoader::NetworkUrlLoader(qint64 maxBody, std::function<void()> beforeL
     : _thread(std::make_shared<NetworkThread>(maxBody, std::move(beforeLibrariesAreUsed))) {}
 
 NetworkUrlLoader::~NetworkUrlLoader() {
-    shutdown();
+    stop();
 }
 
 void NetworkUrlLoader::sendAsynchronousRequest(const QUrl &url, std::chrono::seconds idleTimeout,
@@ -74,8 +74,8 @@ void NetworkUrlLoader::sendAsynchronousRequest(const QUrl &url, std::chrono::sec
     _thread->add({url, idleTimeout, queue, std::move(completion)});
 }
 
-void NetworkUrlLoader::shutdown() {
-    if (_thread->stop(shutdownTimeout))
+void NetworkUrlLoader::stop() {
+    if (_thread->stop(stopTimeout))
         return;
     // Destroying a running QThread ends the process: leak it instead.
     static_cast<void>(new std::shared_ptr<NetworkThread>(_thread));

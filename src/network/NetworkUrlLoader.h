@@ -28,29 +28,29 @@ class NetworkThread;
 ///   the host's memory.
 ///
 /// Needs an application object: without one, a request ends with `Cancelled`. A loader other than
-/// the shared one must be shut down before the application object is destroyed; the shared one
-/// shuts itself down.
+/// the shared one must be stopped before the application object is destroyed; the shared one
+/// stops by itself.
 class NetworkUrlLoader final : public UrlLoader {
 public:
     /// Bytes; more than any feed has.
     static constexpr qint64 defaultMaxBody = qint64(32) * 1024 * 1024;
-    /// How long a shutdown waits for the thread at most.
-    static constexpr std::chrono::milliseconds shutdownTimeout{2000};
+    /// How long `stop` waits for the thread at most.
+    static constexpr std::chrono::milliseconds stopTimeout{2000};
 
     /// `beforeLibrariesAreUsed` is called at the first request, and again on the loader's thread
     /// once the libraries that transfers need are loaded.
     explicit NetworkUrlLoader(qint64 maxBody = defaultMaxBody,
                               std::function<void()> beforeLibrariesAreUsed = {});
-    /// Shuts down.
+    /// Stops.
     ~NetworkUrlLoader() override;
 
     void sendAsynchronousRequest(const QUrl &url, std::chrono::seconds idleTimeout,
                                  QThreadPool *queue, UrlCompletion completion) override;
 
     /// Cancels the requests in progress and all later ones: each ends with `Cancelled` on its
-    /// queue. Joins the thread; if that takes longer than `shutdownTimeout`, leaves the thread to
+    /// queue. Joins the thread; if that takes longer than `stopTimeout`, leaves the thread to
     /// end by itself. Idempotent; callable from any thread but the loader's own.
-    void shutdown();
+    void stop();
 
 private:
     std::shared_ptr<NetworkThread> _thread;

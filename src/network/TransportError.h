@@ -8,7 +8,7 @@ namespace pelorinnews {
 
 /// Why a transfer failed. The numbers are the codes of its `Error`, so they never change.
 enum class TransportError {
-    Cancelled = 1,    ///< The loader was shut down, or there is no application object.
+    Cancelled = 1,    ///< The loader was stopped, or there is no application object.
     TimedOut = 2,     ///< No progress for as long as the request allows.
     BadAddress = 3,   ///< Malformed, or of another scheme than HTTP, HTTPS and `file:`.
     Unreachable = 4,  ///< The host or proxy is unknown or refuses the connection.

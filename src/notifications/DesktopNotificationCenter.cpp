@@ -74,7 +74,7 @@ DesktopNotificationCenter::DesktopNotificationCenter(const NotificationSender &s
 }
 
 DesktopNotificationCenter::~DesktopNotificationCenter() {
-    shutDown();
+    stop();
 }
 
 std::shared_ptr<DesktopNotificationCenter>
@@ -84,9 +84,9 @@ DesktopNotificationCenter::defaultUserNotificationCenter() {
     static std::shared_ptr<DesktopNotificationCenter> center;
     if (!center) {
         center = std::make_shared<DesktopNotificationCenter>(hostAsSender());
-        // Shut down before Qt destroys the objects that the thread's event loop needs.
+        // Stop before Qt destroys the objects that the thread's event loop needs.
         ApplicationEnd::add(ApplicationEnd::Phase::Notifications,
-                            [] { std::exchange(center, nullptr)->shutDown(); });
+                            [] { std::exchange(center, nullptr)->stop(); });
     }
     return center;
 }
@@ -131,8 +131,8 @@ bool DesktopNotificationCenter::flush(std::chrono::milliseconds timeout) {
     return !_shared->thread->isRunning() || _shared->progress->waitUntilSettled(timeout);
 }
 
-void DesktopNotificationCenter::shutDown() {
-    _shared->thread->stop(shutDownTimeout);
+void DesktopNotificationCenter::stop() {
+    _shared->thread->stop(stopTimeout);
 }
 
 bool DesktopNotificationCenter::isActive() const {

@@ -13,11 +13,11 @@ namespace pelorinnews {
 ///
 /// Starts its own thread and bus connection when something is delivered, or when the registry holds
 /// notifications of an earlier run, which the user may click; costs nothing until then. Both end
-/// with the centre, within `shutDownTimeout`. A thread that does not end in time (on a hung bus) is
+/// with the centre, within `stopTimeout`. A thread that does not end in time (on a hung bus) is
 /// left behind.
 class DesktopNotificationCenter final : public NotificationCenter {
 public:
-    static constexpr std::chrono::milliseconds shutDownTimeout{500};
+    static constexpr std::chrono::milliseconds stopTimeout{500};
 
     explicit DesktopNotificationCenter(const NotificationSender &sender);
     ~DesktopNotificationCenter() override;
@@ -38,7 +38,7 @@ public:
     bool flush(std::chrono::milliseconds timeout) override;
 
     /// Ends the thread. Later deliveries and removals never reach the server.
-    void shutDown();
+    void stop();
 
     /// Whether the worker thread runs.
     [[nodiscard]] bool isActive() const;

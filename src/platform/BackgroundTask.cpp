@@ -112,7 +112,7 @@ void BackgroundTask::stopAll() {
     for (const auto &task : running)
         task->stop();
     std::unique_lock lock(all.mutex);
-    all.ended.wait_for(lock, joinTimeout, [&all, &running] {
+    all.ended.wait_for(lock, stopTimeout, [&all, &running] {
         return std::none_of(running.begin(), running.end(), [&all](const auto &task) {
             return std::find(all.running.begin(), all.running.end(), task) != all.running.end();
         });

@@ -15,10 +15,10 @@ namespace pelorinnews {
 ///
 /// The work must own what it uses (captured by value or shared). When the application object is
 /// destroyed, every task is told to stop, and the process waits for all of them together, at most
-/// `joinTimeout`.
+/// `stopTimeout`.
 class BackgroundTask : public std::enable_shared_from_this<BackgroundTask> {
 public:
-    static constexpr std::chrono::milliseconds joinTimeout{1000};
+    static constexpr std::chrono::milliseconds stopTimeout{1000};
     using Work = std::function<void(BackgroundTask &task)>;
 
     /// Runs `work` on a new thread, which tools show as `name` (a literal of at most 15

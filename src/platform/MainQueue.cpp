@@ -36,7 +36,7 @@ public:
         first();
     }
 
-    void drop() {
+    void stop() {
         std::deque<std::function<void()>> dropped;
         const std::lock_guard lock(_mutex);
         dropped.swap(_tasks);
@@ -71,7 +71,7 @@ void dispatchAsync(std::function<void()> task) {
     if (!application)
         return;
     queue().append(std::move(task));
-    ApplicationEnd::add(ApplicationEnd::Phase::MainTasks, [] { queue().drop(); });
+    ApplicationEnd::add(ApplicationEnd::Phase::MainTasks, [] { queue().stop(); });
     QMetaObject::invokeMethod(
         context(application->thread()), [] { queue().runFirst(); }, Qt::QueuedConnection);
 }

@@ -16,10 +16,10 @@ struct OperationQueue::Registry {
     Registry() = default;
     Registry(const Registry &) = delete;
     Registry &operator=(const Registry &) = delete;
-    /// Closes the queues once more at exit: after the first time, a transport that ended late may
+    /// Stops the queues once more at exit: after the first time, a transport that ended late may
     /// have given them a last task, and a process may exit without destroying its application
     /// object.
-    ~Registry() { closeAll(*this); }
+    ~Registry() { stopAll(*this); }
 
     static Registry &instance() {
         static Registry registry;
@@ -28,7 +28,7 @@ struct OperationQueue::Registry {
 
     std::mutex mutex;
     std::vector<std::weak_ptr<OperationQueue>> queues;
-    /// Closed queues whose work has ended. Kept until the next queue is made, so that no thread of
+    /// Stopped queues whose work has ended. Kept until the next queue is made, so that no thread of
     /// theirs releases a last reference and thereby destroys anything while the process exits.
     std::vector<std::shared_ptr<OperationQueue>> ended;
 };
@@ -48,31 +48,31 @@ std::shared_ptr<OperationQueue> OperationQueue::make() {
         std::erase_if(all.queues, [](const auto &known) { return known.expired(); });
         all.queues.push_back(queue);
     }
-    ApplicationEnd::add(ApplicationEnd::Phase::Queues, [] { closeAll(Registry::instance()); });
+    ApplicationEnd::add(ApplicationEnd::Phase::Queues, [] { stopAll(Registry::instance()); });
     return queue;
 }
 
-void OperationQueue::closeAll(Registry &all) {
+void OperationQueue::stopAll(Registry &all) {
     std::vector<std::weak_ptr<OperationQueue>> known;
-    std::vector<std::shared_ptr<OperationQueue>> open;
+    std::vector<std::shared_ptr<OperationQueue>> stopped;
     {
         const std::lock_guard lock(all.mutex);
         known.swap(all.queues);
-        open.swap(all.ended);
+        stopped.swap(all.ended);
     }
     for (const auto &entry : known) {
         if (auto queue = entry.lock()) {
-            queue->_closed = true;
-            open.push_back(std::move(queue));
+            queue->_stopped = true;
+            stopped.push_back(std::move(queue));
         }
     }
-    const QDeadlineTimer deadline(joinTimeout);
+    const QDeadlineTimer deadline(stopTimeout);
     // A queue that does not finish in time is not waited for again.
-    std::erase_if(open, [&deadline](const auto &queue) {
+    std::erase_if(stopped, [&deadline](const auto &queue) {
         return !queue->_pool.waitForDone(static_cast<int>(deadline.remainingTime()));
     });
     const std::lock_guard lock(all.mutex);
-    all.ended.swap(open);
+    all.ended.swap(stopped);
 }
 
 }  // namespace pelorinnews

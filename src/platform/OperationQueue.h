@@ -12,11 +12,11 @@ namespace pelorinnews {
 /// Unlike with a plain `QThreadPool`, the last reference may be dropped on any thread, even one of
 /// the pool's own (a plain pool would wait there for itself: deadlock), and the pool's work never
 /// outlives the application. When the application object is destroyed, and again when the process
-/// exits, every queue is closed and its running work is waited for, at most `joinTimeout` for
+/// exits, every queue is stopped and its running work is waited for, at most `stopTimeout` for
 /// all of them together.
 class OperationQueue {
 public:
-    static constexpr std::chrono::milliseconds joinTimeout{5000};
+    static constexpr std::chrono::milliseconds stopTimeout{5000};
     /// A thread ends after this long without work: work comes every few hours.
     static constexpr std::chrono::milliseconds idleTimeout{500};
 
@@ -32,14 +32,14 @@ public:
 
     /// True once the application has begun to end. Work that starts now should return at once,
     /// since nobody waits for it.
-    [[nodiscard]] bool isClosed() const { return _closed; }
+    [[nodiscard]] bool isStopped() const { return _stopped; }
 
 private:
     struct Registry;
-    static void closeAll(Registry &all);
+    static void stopAll(Registry &all);
 
     QThreadPool _pool;
-    std::atomic<bool> _closed = false;
+    std::atomic<bool> _stopped = false;
 };
 
 }  // namespace pelorinnews

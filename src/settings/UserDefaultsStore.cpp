@@ -44,13 +44,13 @@ void UserDefaultsStore::release(UserDefaultsStore *store) {
     // Another thread may drop the last reference while the main thread is inside this object's
     // `event`.
     if (store->thread() == QThread::currentThread())
-        end(store);
+        flushAndDelete(store);
     else
         QMetaObject::invokeMethod(
-            store, [store] { end(store); }, Qt::QueuedConnection);
+            store, [store] { flushAndDelete(store); }, Qt::QueuedConnection);
 }
 
-void UserDefaultsStore::end(UserDefaultsStore *store) {
+void UserDefaultsStore::flushAndDelete(UserDefaultsStore *store) {
     if (store->flush()) {
         delete store;
         return;

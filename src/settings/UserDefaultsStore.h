@@ -40,7 +40,7 @@ protected:
     bool event(QEvent *event) override;
 
 private:
-    static void end(UserDefaultsStore *store);
+    static void flushAndDelete(UserDefaultsStore *store);
     bool writeOut();
     [[nodiscard]] QVariantMap everything() const;
     void reapply(const QVariantMap &wanted);

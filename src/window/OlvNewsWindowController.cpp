@@ -1,4 +1,4 @@
-// Life cycle: creation, refreshing, the window's opening and closing, shut-down.
+// Life cycle: creation, refreshing, the window's opening and closing, exit.
 
 #include "OlvNewsWindowController.h"
 

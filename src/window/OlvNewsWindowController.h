@@ -29,7 +29,7 @@ class OlvLocalization;
 class SleepAwareTimer;
 
 /// Drives the news window: owns settings, cache and refresh timer, shows the items, steps through
-/// them, and shuts everything down on `exit`.
+/// them, and stops everything on `exit`.
 ///
 /// Kept alive by its creator, by its pending completions and, until `exit`, by its refresh timer.
 /// Used on the main thread and always destroyed there; only the two refresh completions run on the

@@ -62,7 +62,7 @@ void ModuleUnloadTest::staysUnderItsPanelWhenItIsUnloaded() {
 
     QVERIFY(loader.unload());
     QVERIFY(isLoaded());
-    // The module still works: its download completes, its window opens, and it shuts down.
+    // The module still works: its download completes, its window opens, and it stops.
     QTRY_COMPARE(server.openConnections(), 0);
     controller->show();
     QVERIFY(!QApplication::topLevelWidgets().isEmpty());

@@ -111,7 +111,7 @@ void NetworkUrlLoaderLifetimeTest::theSharedLoaderEndsWithTheApplicationAndComes
         QElapsedTimer elapsed;
         elapsed.start();
         application.reset();
-        QVERIFY(elapsed.elapsed() < NetworkUrlLoader::shutdownTimeout.count());
+        QVERIFY(elapsed.elapsed() < NetworkUrlLoader::stopTimeout.count());
         // The thread has run its last line; the kernel takes a moment to remove it.
         for (int i = 0; i < 100 && !threadsNamed("PelorinNewsLoad").isEmpty(); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));

@@ -168,10 +168,10 @@ private Q_SLOTS:
     void aMissingCompletionIsFine();
     void manyRequestsFromManyThreadsEachCompleteOnce();
     void noConnectionStaysWhenNothingIsUnderWay();
-    void shutdownEndsWhatIsUnderWay();
-    void shutdownWithoutARequestIsFine();
-    void requestsAfterShutdownEndWithAnError();
-    void requestsDuringShutdownEachCompleteOnce();
+    void stopEndsWhatIsUnderWay();
+    void stopWithoutARequestIsFine();
+    void requestsAfterStopEndWithAnError();
+    void requestsDuringStopEachCompleteOnce();
     void theSharedLoaderIsOne();
 
 private:
@@ -993,7 +993,7 @@ void NetworkUrlLoaderTest::noConnectionStaysWhenNothingIsUnderWay() {
     }
 }
 
-void NetworkUrlLoaderTest::shutdownEndsWhatIsUnderWay() {
+void NetworkUrlLoaderTest::stopEndsWhatIsUnderWay() {
     FeedReply never;
     never.stallAfter = 3;
     for (const bool tls : {false, true}) {
@@ -1007,8 +1007,8 @@ void NetworkUrlLoaderTest::shutdownEndsWhatIsUnderWay() {
         QVERIFY(server.waitForRequests(3));
         QElapsedTimer elapsed;
         elapsed.start();
-        ending.shutdown();
-        QVERIFY2(elapsed.elapsed() < NetworkUrlLoader::shutdownTimeout.count(),
+        ending.stop();
+        QVERIFY2(elapsed.elapsed() < NetworkUrlLoader::stopTimeout.count(),
                  qPrintable(QString::number(elapsed.elapsed())));
         for (LoadedAddress &loaded : loads) {
             QVERIFY(loaded.wait());
@@ -1021,18 +1021,18 @@ void NetworkUrlLoaderTest::shutdownEndsWhatIsUnderWay() {
     }
 }
 
-void NetworkUrlLoaderTest::shutdownWithoutARequestIsFine() {
+void NetworkUrlLoaderTest::stopWithoutARequestIsFine() {
     NetworkUrlLoader idle;
-    idle.shutdown();
-    idle.shutdown();
+    idle.stop();
+    idle.stop();
 }
 
-void NetworkUrlLoaderTest::requestsAfterShutdownEndWithAnError() {
+void NetworkUrlLoaderTest::requestsAfterStopEndWithAnError() {
     NetworkUrlLoader ended;
     LoadedAddress before(ended, tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue,
                          10s);
     QVERIFY(before.wait());
-    ended.shutdown();
+    ended.stop();
     LoadedAddress after(ended, tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue,
                         10s);
     QVERIFY(after.wait());
@@ -1041,7 +1041,7 @@ void NetworkUrlLoaderTest::requestsAfterShutdownEndWithAnError() {
     QCOMPARE(_http->requests().size(), std::size_t(1));
 }
 
-void NetworkUrlLoaderTest::requestsDuringShutdownEachCompleteOnce() {
+void NetworkUrlLoaderTest::requestsDuringStopEachCompleteOnce() {
     for (int round = 0; round < 10; ++round) {
         NetworkUrlLoader ending;
         std::vector<LoadedAddress> loads;
@@ -1051,7 +1051,7 @@ void NetworkUrlLoaderTest::requestsDuringShutdownEachCompleteOnce() {
                                    &_queue, 10s);
         });
         std::this_thread::sleep_for(std::chrono::milliseconds(round));
-        ending.shutdown();
+        ending.stop();
         sender.join();
         for (LoadedAddress &loaded : loads)
             QVERIFY(loaded.wait());

@@ -85,7 +85,7 @@ private Q_SLOTS:
     void leavesAClickToTheProcessThatDelivered();
     void neverBlocksOnAHungBus();
     void worksFromManyThreadsAtOnce();
-    void goesNowhereAfterTheShutDown();
+    void goesNowhereAfterTheStop();
     void endsItsThreadThoughTheDelegateIsYetToBeAsked();
 
 private:
@@ -1052,11 +1052,11 @@ void DesktopNotificationCenterTest::worksFromManyThreadsAtOnce() {
     QVERIFY(registered().empty());
 }
 
-void DesktopNotificationCenterTest::goesNowhereAfterTheShutDown() {
+void DesktopNotificationCenterTest::goesNowhereAfterTheStop() {
     serve();
     const auto center = newCenter();
     const UserNotification delivered = deliverAndWait(*center, QStringLiteral("one"));
-    center->shutDown();
+    center->stop();
     QVERIFY(!center->isActive());
     center->deliverNotification(notification(QStringLiteral("two")));
     center->removeDeliveredNotification(delivered);
@@ -1064,7 +1064,7 @@ void DesktopNotificationCenterTest::goesNowhereAfterTheShutDown() {
     QTest::qWait(50);
     QCOMPARE(_server->deliveries.size(), 1U);
     QVERIFY(_server->closeCalls.isEmpty());
-    center->shutDown();
+    center->stop();
 }
 
 void DesktopNotificationCenterTest::endsItsThreadThoughTheDelegateIsYetToBeAsked() {

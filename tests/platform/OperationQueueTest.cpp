@@ -41,7 +41,7 @@ private Q_SLOTS:
         QVERIFY(queue->threadPool()->waitForDone(5000));
         QVERIFY(ran.load() != nullptr);
         QVERIFY(ran.load() != QThread::currentThreadId());
-        QVERIFY(!queue->isClosed());
+        QVERIFY(!queue->isStopped());
     }
 
     void aThreadWithoutWorkEnds() {
@@ -80,9 +80,9 @@ private Q_SLOTS:
         std::atomic<bool> done = false;
         queue->threadPool()->start([&] {
             started.release();
-            for (int turn = 0; turn < 500 && !queue->isClosed(); ++turn)
+            for (int turn = 0; turn < 500 && !queue->isStopped(); ++turn)
                 QThread::msleep(10);
-            sawTheEnd = queue->isClosed();
+            sawTheEnd = queue->isStopped();
             QThread::msleep(100);
             done = true;
         });
@@ -92,7 +92,7 @@ private Q_SLOTS:
         QVERIFY(done);
     }
 
-    void theEndOfTheApplicationWaitsNoLongerThanItsBound() {
+    void theEndOfTheApplicationWaitsNoLongerThanItsTimeout() {
         Application application;
         const auto queue = OperationQueue::make();
         QSemaphore started;
@@ -108,9 +108,9 @@ private Q_SLOTS:
         const qint64 waited = clock.elapsed();
         mayEnd.release();
         QVERIFY(queue->threadPool()->waitForDone(5000));
-        QVERIFY2(waited >= OperationQueue::joinTimeout.count() - 50,
+        QVERIFY2(waited >= OperationQueue::stopTimeout.count() - 50,
                  qPrintable(QString::number(waited)));
-        QVERIFY2(waited < OperationQueue::joinTimeout.count() + 1500,
+        QVERIFY2(waited < OperationQueue::stopTimeout.count() + 1500,
                  qPrintable(QString::number(waited)));
     }
 
@@ -118,9 +118,9 @@ private Q_SLOTS:
         for (int round = 0; round < 2; ++round) {
             Application application;
             const auto queue = OperationQueue::make();
-            QVERIFY(!queue->isClosed());
+            QVERIFY(!queue->isStopped());
             application.end();
-            QVERIFY(queue->isClosed());
+            QVERIFY(queue->isStopped());
         }
     }
 

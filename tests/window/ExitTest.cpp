@@ -1,4 +1,4 @@
-// Shutting down: what the host's `exit` closes, stores and releases.
+// What the host's `exit` closes, stores and releases.
 
 #include "HeldFeed.h"
 #include "TestMain.h"
