@@ -121,11 +121,5 @@ void FullDiskTest::aRefreshOnAFullDiskIsLoggedAndMendedByTheNext() {
     QCOMPARE(readBytes(file()), byteOrderMark() + utf16Bytes(text));
 }
 
-int main(int argc, char *argv[]) {
-    enterOwnMounts();
-    const TestHome home;
-    const QCoreApplication application(argc, argv);
-    FullDiskTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+PELORIN_SMALL_DISK_TEST_MAIN(FullDiskTest)
 #include "FullDiskTest.moc"

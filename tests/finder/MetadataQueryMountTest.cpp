@@ -1,3 +1,4 @@
+#include "Mounts.h"
 #include "TestMain.h"
 #include "WatchedQuery.h"
 
@@ -5,7 +6,6 @@
 #include <QTemporaryDir>
 
 #include <cstdlib>
-#include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 
@@ -148,10 +148,8 @@ void MetadataQueryMountTest::searchesTheWholeComputersDisks() {
 }  // namespace pelorinnews::test
 
 int main(int argc, char *argv[]) {
-    // Before any other thread starts, because `unshare` affects only the calling thread and its
-    // later threads.
-    pelorinnews::test::mayMount = ::unshare(CLONE_NEWNS) == 0 &&
-                                  ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    // Before any other thread starts.
+    pelorinnews::test::mayMount = pelorinnews::test::Mounts::enterNameSpace();
     const pelorinnews::test::TestHome home;
     const QCoreApplication application(argc, argv);
     pelorinnews::test::MetadataQueryMountTest test;

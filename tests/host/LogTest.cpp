@@ -1,6 +1,6 @@
 #include "HostLogger.h"
 #include "LogPane.h"
-#include "TestHome.h"
+#include "TestMain.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -105,11 +105,6 @@ private:
 
 }  // namespace pelorinnews::test
 
-int main(int argc, char *argv[]) {
-    const pelorinnews::test::TestHome home;
-    const QApplication application(argc, argv);
-    pelorinnews::test::LogTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+PELORIN_WIDGET_TEST_MAIN(pelorinnews::test::LogTest)
 
 #include "LogTest.moc"

@@ -1,6 +1,7 @@
 #include "FeedServer.h"
 #include "LoadedAddress.h"
 #include "TestAuthority.h"
+#include "TestMain.h"
 #include "network/NetworkUrlLoader.h"
 #include "network/TransportError.h"
 
@@ -191,8 +192,5 @@ void NetworkUrlLoaderLifetimeTest::anIdleLoaderNeverWakesUp() {
     QVERIFY(sleeps() || sleeps() || sleeps());
 }
 
-int main(int argc, char *argv[]) {
-    NetworkUrlLoaderLifetimeTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+PELORIN_APPLESS_TEST_MAIN(NetworkUrlLoaderLifetimeTest)
 #include "NetworkUrlLoaderLifetimeTest.moc"

@@ -1,4 +1,4 @@
-#include "TestHome.h"
+#include "TestMain.h"
 #include "platform/ApplicationEnd.h"
 
 #include <QCoreApplication>
@@ -152,10 +152,5 @@ void ApplicationEndTest::anyThreadMayAdd() {
 
 }  // namespace pelorinnews::test
 
-// Each test creates its own application objects.
-int main(int argc, char *argv[]) {
-    const pelorinnews::test::TestHome home;
-    pelorinnews::test::ApplicationEndTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+PELORIN_APPLESS_TEST_MAIN(pelorinnews::test::ApplicationEndTest)
 #include "ApplicationEndTest.moc"

@@ -1,4 +1,4 @@
-#include "TestHome.h"
+#include "TestMain.h"
 #include "platform/LibraryPages.h"
 
 #include <QFile>
@@ -87,5 +87,5 @@ private:
     unsigned char _first = 0;
 };
 
-QTEST_GUILESS_MAIN(LibraryPagesTest)
+PELORIN_CORE_TEST_MAIN(LibraryPagesTest)
 #include "LibraryPagesTest.moc"

@@ -1,4 +1,4 @@
-#include "TestHome.h"
+#include "TestMain.h"
 #include "platform/MainQueue.h"
 
 #include <QCoreApplication>
@@ -97,9 +97,5 @@ void MainQueueTest::dropsWhatIsLeftWhenTheApplicationGoesAndServesTheNext() {
     QTRY_VERIFY(ran);
 }
 
-int main(int argc, char *argv[]) {
-    const test::TestHome home;
-    MainQueueTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+PELORIN_APPLESS_TEST_MAIN(MainQueueTest)
 #include "MainQueueTest.moc"

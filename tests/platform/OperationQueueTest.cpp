@@ -1,4 +1,4 @@
-#include "TestHome.h"
+#include "TestMain.h"
 #include "platform/Background.h"
 #include "platform/OperationQueue.h"
 
@@ -137,9 +137,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char *argv[]) {
-    const pelorinnews::test::TestHome home;
-    OperationQueueTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+PELORIN_APPLESS_TEST_MAIN(OperationQueueTest)
 #include "OperationQueueTest.moc"

@@ -424,13 +424,6 @@ void FullDiskTest::aDamagedFileIsRewrittenOnlyWhereItCouldBeCopied() {
 
 }  // namespace pelorinnews::test
 
-int main(int argc, char *argv[]) {
-    using namespace pelorinnews::test;
-    enterOwnMounts();
-    const TestHome home;
-    const QCoreApplication application(argc, argv);
-    FullDiskTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+PELORIN_SMALL_DISK_TEST_MAIN(pelorinnews::test::FullDiskTest)
 
 #include "FullDiskTest.moc"

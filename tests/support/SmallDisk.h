@@ -1,5 +1,7 @@
 #pragma once
 
+#include "TestMain.h"
+
 #include <QString>
 
 #include <optional>
@@ -45,3 +47,13 @@ private:
 };
 
 }  // namespace pelorinnews::test
+
+/// The main function of a test that mounts small disks and has no window.
+#define PELORIN_SMALL_DISK_TEST_MAIN(TestClass)         \
+    int main(int argc, char *argv[]) {                  \
+        pelorinnews::test::enterOwnMounts();            \
+        const pelorinnews::test::TestHome home;         \
+        const QCoreApplication application(argc, argv); \
+        TestClass test;                                 \
+        return QTest::qExec(&test, argc, argv);         \
+    }

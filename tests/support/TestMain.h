@@ -15,6 +15,14 @@
         return QTest::qExec(&test, argc, argv);    \
     }
 
+/// For a test that makes its own application objects, or needs none.
+#define PELORIN_APPLESS_TEST_MAIN(TestClass)    \
+    int main(int argc, char *argv[]) {          \
+        const pelorinnews::test::TestHome home; \
+        TestClass test;                         \
+        return QTest::qExec(&test, argc, argv); \
+    }
+
 /// For a test without a window.
 #define PELORIN_CORE_TEST_MAIN(TestClass) PELORIN_TEST_MAIN(QCoreApplication, TestClass)
 /// For a test that needs fonts, pictures or events, but shows no window.
