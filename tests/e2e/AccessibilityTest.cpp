@@ -169,7 +169,7 @@ void AccessibilityTest::eachItemIsTold() {
 }
 
 void AccessibilityTest::whatControlsBecomeIsTold() {
-    QList<FeedEntry> news = Panel::items(2);
+    QList<FeedItem> news = Panel::items(2);
     news.last().category = QStringLiteral("mac pelorin critical");
     QVERIFY(_panel->open(news));
     Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Show options"));
@@ -268,7 +268,7 @@ void AccessibilityTest::theFocusIsToldByName() {
 
 void AccessibilityTest::aValueThatIsNotToBeReadStays() {
     _panel->desktop.prefer(QStringLiteral("newsReadItemContent"), false);
-    QList<FeedEntry> news = Panel::items(2);
+    QList<FeedItem> news = Panel::items(2);
     news.first().plainText = QStringLiteral("News item");
     QVERIFY(_panel->open(news));
     QVERIFY(_panel->click("push button", "Next news item"));

@@ -22,7 +22,7 @@ private Q_SLOTS:
     void endingWithdrawsTheAnnouncementWhereThereAreTwoCopies();
 
 private:
-    static FeedEntry entry(const QString &title, int minutesAgo) {
+    static FeedItem entry(const QString &title, int minutesAgo) {
         return {title, QDateTime::currentDateTimeUtc().addSecs(-60 * minutesAgo),
                 QStringLiteral("Told of ") + title, QStringLiteral("<p>%1</p>").arg(title)};
     }
@@ -59,7 +59,7 @@ void AnnouncementCycleTest::init() {
 }
 
 void AnnouncementCycleTest::oneAnnouncementStandsAndOpensTheWindow() {
-    const FeedEntry older = entry(QStringLiteral("Older"), 120);
+    const FeedItem older = entry(QStringLiteral("Older"), 120);
     _desktop->serve({entry(QStringLiteral("First"), 60), older});
     _desktop->startHost();
     QTRY_COMPARE(Desktop::displayed(), 1);

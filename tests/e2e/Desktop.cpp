@@ -102,15 +102,15 @@ Desktop::~Desktop() {
     end(_notificationDaemon);
 }
 
-void Desktop::serve(const QList<FeedEntry> &entries, const QString &language) const {
+void Desktop::serve(const QList<FeedItem> &items, const QString &language) const {
     QByteArray text =
         "<rss version=\"2.0\"><channel><language>" + language.toUtf8() + "</language>";
-    for (const FeedEntry &entry : entries)
-        text += "<item><title>" + entry.title.toUtf8() + "</title><pubDate>" +
-                FeedTemplate::publicationDate(entry.date, language).toUtf8() +
-                "</pubDate><category>" + entry.category.toUtf8() + "</category><comments>" +
-                entry.plainText.toUtf8() + "</comments><description><![CDATA[" +
-                entry.html.toUtf8() + "]]></description></item>";
+    for (const FeedItem &item : items)
+        text += "<item><title>" + item.title.toUtf8() + "</title><pubDate>" +
+                FeedTemplate::publicationDate(item.date, language).toUtf8() +
+                "</pubDate><category>" + item.category.toUtf8() + "</category><comments>" +
+                item.plainText.toUtf8() + "</comments><description><![CDATA[" + item.html.toUtf8() +
+                "]]></description></item>";
     write(path(QStringLiteral("feeds/standard.") + language + QStringLiteral(".xml")),
           text + "</channel></rss>\n");
 }

@@ -1,22 +1,13 @@
 #pragma once
 
+#include "FeedItem.h"
 #include "Screen.h"
 
-#include <QDateTime>
 #include <QMap>
 #include <QProcess>
 #include <QTemporaryDir>
 
 namespace pelorinnews::test {
-
-/// An item of the feed that a `Desktop` serves.
-struct FeedEntry {
-    QString title;
-    QDateTime date;
-    QString plainText;
-    QString html;
-    QString category = QStringLiteral("mac pelorin");
-};
 
 /// A user's desktop of real programs: a feed service over HTTPS, a notification daemon, and the
 /// host, on the test's display and in its D-Bus session. The destructor ends each program by its
@@ -29,8 +20,7 @@ public:
     Desktop &operator=(const Desktop &) = delete;
 
     /// Sets the feed that the feed service serves to users of `language`.
-    void serve(const QList<FeedEntry> &entries,
-               const QString &language = QStringLiteral("en")) const;
+    void serve(const QList<FeedItem> &items, const QString &language = QStringLiteral("en")) const;
     /// Stores a preference, before the host starts; removes it if `value` is invalid.
     void prefer(const QString &key, const QVariant &value) const;
     /// The currently stored value of a preference.

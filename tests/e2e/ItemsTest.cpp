@@ -122,7 +122,7 @@ void ItemsTest::aPageSaysWhyThereIsNoItem() {
 }
 
 void ItemsTest::menusChooseByMouseAndByKeyboard() {
-    QList<FeedEntry> news = Panel::items(4);
+    QList<FeedItem> news = Panel::items(4);
     news[1].category = QStringLiteral("mac pelorin critical");
     news[3].date = news[3].date.addDays(-40);
     QVERIFY(_panel->open(news));
@@ -171,7 +171,7 @@ void ItemsTest::theCheckBoxIsStored() {
 }
 
 void ItemsTest::linksOpenInTheUsersBrowser() {
-    QList<FeedEntry> news = Panel::items(2);
+    QList<FeedItem> news = Panel::items(2);
     const QString page = QStringLiteral(
         "<body bgcolor='%1'><a href='%2'><font size='7'>A long link to follow</font></a></body>");
     news[0].html = page.arg(QStringLiteral("#20c040"),

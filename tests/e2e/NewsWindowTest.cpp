@@ -51,7 +51,7 @@ void NewsWindowTest::loadsNeitherWindowNorWebEngineBeforeItIsShown() {
 }
 
 void NewsWindowTest::opensByItselfFoldedAndPaintsTheFirstItem() {
-    QList<FeedEntry> news = Panel::items(2);
+    QList<FeedItem> news = Panel::items(2);
     news.first().html = QStringLiteral("<body bgcolor='#20c040'><p>Item 1</p></body>");
     QVERIFY(_panel->open(news));
     QTRY_COMPARE(_panel->position(), QStringLiteral("1 / 2"));
@@ -87,7 +87,7 @@ void NewsWindowTest::opensByItselfWhateverTheFormats() {
     QFETCH(const QString, feedLanguage);
     _panel->setLanguage(variables, feedLanguage);
     // The names of months and days depend on the language.
-    QList<FeedEntry> news = Panel::items(1);
+    QList<FeedItem> news = Panel::items(1);
     news.first().date = QDateTime(QDate(2024, 5, 15), QTime(10, 0), Qt::UTC);
     QVERIFY(_panel->open(news));
 }
@@ -133,7 +133,7 @@ void NewsWindowTest::keepsItsItemWhenTheFocusComesBack() {
 }
 
 void NewsWindowTest::copiesTheWholeItemAsRichTextAlone() {
-    QList<FeedEntry> news = Panel::items(1);
+    QList<FeedItem> news = Panel::items(1);
     news.first().html = QStringLiteral(
         "<p style='font-size:40px'>Here a <b>lighthouse</b> burns</p><p>and fog lifts</p>");
     QVERIFY(_panel->open(news));

@@ -42,7 +42,7 @@ void OrcaTest::init() {
     _reader = std::make_unique<ScreenReader>();
     // Orca receives events only after its first utterance.
     QVERIFY(_reader->says(QStringLiteral("Screen reader on."), 0));
-    QList<FeedEntry> news = Panel::items(2);
+    QList<FeedItem> news = Panel::items(2);
     news.last().category = QStringLiteral("mac pelorin critical");
     QVERIFY(says({QStringLiteral("Pelorin News frame."), QStringLiteral("Item 1 label.")},
                  [&] { QVERIFY(_panel->open(news)); }));

@@ -15,8 +15,8 @@ Panel::Panel() {
     desktop.prefer(QStringLiteral("newsFilter"), 1);
 }
 
-QList<FeedEntry> Panel::items(int count) {
-    QList<FeedEntry> all;
+QList<FeedItem> Panel::items(int count) {
+    QList<FeedItem> all;
     const QDateTime now = QDateTime::currentDateTimeUtc();
     for (int number = 1; number <= count; ++number) {
         const QString text = QStringLiteral("Item %1").arg(number);
@@ -35,7 +35,7 @@ void Panel::setLanguage(const QStringList &variables, const QString &feedLanguag
     _language = feedLanguage;
 }
 
-void Panel::begin(const QList<FeedEntry> &news) {
+void Panel::begin(const QList<FeedItem> &news) {
     desktop.serve(news, _language);
     if (withoutWebEngine)
         desktop.startHost(desktop.applicationWithoutWebEngine());
@@ -43,7 +43,7 @@ void Panel::begin(const QList<FeedEntry> &news) {
         desktop.startHost();
 }
 
-bool Panel::open(const QList<FeedEntry> &news) {
+bool Panel::open(const QList<FeedItem> &news) {
     begin(news);
     return QTest::qWaitFor([&] { return text() == news.first().plainText; }, testPatience) &&
            comesToRest();

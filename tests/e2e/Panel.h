@@ -15,7 +15,7 @@ public:
     Panel();
 
     /// `count` items, the newest first, whose text is "Item 1" and so on.
-    [[nodiscard]] static QList<FeedEntry> items(int count);
+    [[nodiscard]] static QList<FeedItem> items(int count);
 
     /// Makes these environment variables ("LANG=de_DE") the only source of the user's language and
     /// formats: the preferences hold no feed language. The feed is served to users of
@@ -23,9 +23,9 @@ public:
     void setLanguage(const QStringList &variables, const QString &feedLanguage);
 
     /// Serves this news and starts the host.
-    void begin(const QList<FeedEntry> &news);
+    void begin(const QList<FeedItem> &news);
     /// Serves this news, starts the host and waits until the first item is shown. False on timeout.
-    [[nodiscard]] bool open(const QList<FeedEntry> &news);
+    [[nodiscard]] bool open(const QList<FeedItem> &news);
     /// Opens the window again, from the host's menu. False on timeout.
     [[nodiscard]] bool reopen();
     [[nodiscard]] bool isOpen() const { return !desktop.newsWindow().isEmpty(); }

@@ -1,5 +1,6 @@
 // README's example program, built and laid out as README describes.
 
+#include "FeedItem.h"
 #include "FeedServer.h"
 #include "FeedTemplate.h"
 #include "Program.h"
@@ -13,12 +14,6 @@
 namespace pelorinnews::test {
 
 namespace {
-
-const QByteArray feed =
-    "<rss version=\"2.0\"><channel><language>en</language><item><title>News</title>"
-    "<pubDate>{{now-1h}}</pubDate><category>mac pelorin</category>"
-    "<comments>News of today</comments>"
-    "<description><![CDATA[<p>News of today</p>]]></description></item></channel></rss>";
 
 void copy(const QString &from, const QString &to) {
     int failed = -1;
@@ -98,7 +93,8 @@ void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed() {
     copy(QStringLiteral(PELORIN_APP_DIR "/share/pelorin-news"), at("share/pelorin-news"));
     QVERIFY(_server.start());
     FeedReply reply;
-    reply.body = FeedTemplate::render(feed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
+    reply.body =
+        FeedTemplate::render(oneItemFeed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
     _server.setReply(reply);
     start(wrapper);
     QVERIFY(_server.waitForRequests(1, std::chrono::milliseconds(testPatience)));

@@ -3,12 +3,9 @@
 
 #include "FakeNotificationServer.h"
 #include "FeedServer.h"
-#include "TestHome.h"
+#include "LoadedModule.h"
+#include "TestMain.h"
 
-#include "pelorinnews/NewsPlugin.h"
-
-#include <QApplication>
-#include <QPluginLoader>
 #include <QSaveFile>
 #include <QSettings>
 #include <QTest>
@@ -16,20 +13,13 @@
 #include <thread>
 
 using namespace pelorinnews;
+using namespace pelorinnews::test;
 
 namespace {
 
 int argumentCount = 1;
 char programName[] = "test";
 char *arguments[] = {programName, nullptr};
-
-NewsPlugin *module() {
-    QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
-    auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());
-    if (!plugin)
-        qFatal("%s", qPrintable(loader.errorString()));
-    return plugin;
-}
 
 void serveOneItem(const QString &folder, const QString &title, const QDateTime &published) {
     const QString date = QLocale::c().toString(published.toUTC(),
@@ -134,9 +124,5 @@ void AnnouncingTest::everyApplicationObjectsPanelAnnounces() {
     }
 }
 
-int main(int argc, char *argv[]) {
-    const test::TestHome home;
-    AnnouncingTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+PELORIN_APPLESS_TEST_MAIN(AnnouncingTest)
 #include "AnnouncingTest.moc"

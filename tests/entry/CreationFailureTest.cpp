@@ -1,17 +1,13 @@
 // Situations in which no panel can be created. The application objects are created and destroyed
 // inside the tests, so there is none outside.
 
-#include "TestHome.h"
-
-#include "pelorinnews/NewsPlugin.h"
-
-#include <QApplication>
-#include <QPluginLoader>
-#include <QTest>
+#include "LoadedModule.h"
+#include "TestMain.h"
 
 #include <thread>
 
 using namespace pelorinnews;
+using namespace pelorinnews::test;
 
 namespace {
 
@@ -19,14 +15,6 @@ Error creationError(const char *text) {
     return {QStringLiteral("com.Olvane.PelorinNews.ErrorDomain"),
             -1,
             {{QStringLiteral("NSUnderlyingErrorKey"), QString::fromLatin1(text)}}};
-}
-
-NewsPlugin *module() {
-    QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
-    auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());
-    if (!plugin)
-        qFatal("%s", qPrintable(loader.errorString()));
-    return plugin;
 }
 
 // Calls on a controller whose creation failed are no-ops and must not crash.
@@ -96,9 +84,5 @@ void CreationFailureTest::offTheMainThreadTheWindowControllerFails() {
     useHalfMade(*controller);
 }
 
-int main(int argc, char *argv[]) {
-    const test::TestHome home;
-    CreationFailureTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+PELORIN_APPLESS_TEST_MAIN(CreationFailureTest)
 #include "CreationFailureTest.moc"

@@ -2,12 +2,9 @@
 // has only one test.
 
 #include "FeedServer.h"
+#include "LoadedModule.h"
 #include "TestMain.h"
 
-#include "pelorinnews/NewsPlugin.h"
-
-#include <QApplication>
-#include <QPluginLoader>
 #include <QSettings>
 
 #include <algorithm>
@@ -28,9 +25,7 @@ void ForgottenExitTest::theProcessEndsNevertheless() {
     preferences.setValue(QStringLiteral("newsFeedBaseURL"), server.feedAddress());
     preferences.setValue(QStringLiteral("newsShowOnStart"), false);
     preferences.sync();
-    QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
-    auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());
-    QVERIFY2(plugin, qPrintable(loader.errorString()));
+    NewsPlugin *const plugin = test::module();
     plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
                              QStringLiteral("Pelorin")});
 

@@ -1,13 +1,10 @@
 // The entry object, driven as a host drives it.
 
 #include "FeedServer.h"
+#include "LoadedModule.h"
 #include "RecordingLogger.h"
 #include "TestMain.h"
 
-#include "pelorinnews/NewsPlugin.h"
-
-#include <QApplication>
-#include <QPluginLoader>
 #include <QPointer>
 #include <QSettings>
 
@@ -15,15 +12,6 @@ using namespace pelorinnews;
 using namespace pelorinnews::test;
 
 namespace {
-
-QWidget *newsWindow() {
-    const auto windows = QApplication::topLevelWidgets();
-    for (QWidget *window : windows) {
-        if (QLatin1String(window->metaObject()->className()).contains(QLatin1String("NewsWindow")))
-            return window;
-    }
-    return nullptr;
-}
 
 // A host's delegate that records, when it is destroyed, whether the window controller's window
 // still exists.
@@ -84,9 +72,7 @@ private:
 };
 
 void NewsControllerTest::initTestCase() {
-    QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
-    _plugin = qobject_cast<NewsPlugin *>(loader.instance());
-    QVERIFY2(_plugin, qPrintable(loader.errorString()));
+    _plugin = module();
     _plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
                               QStringLiteral("Pelorin")});
 }

@@ -1,39 +1,19 @@
 // A host that destroys its application object and creates another one, with the shipped module.
 
+#include "FeedItem.h"
 #include "FeedServer.h"
 #include "FeedTemplate.h"
+#include "LoadedModule.h"
 #include "TestHome.h"
 
-#include "pelorinnews/NewsPlugin.h"
-
 #include <QAccessible>
-#include <QApplication>
 #include <QDateTime>
-#include <QPluginLoader>
 #include <QSettings>
 #include <QTest>
 #include <QTextBrowser>
 
 using namespace pelorinnews;
-
-namespace {
-
-const QByteArray feed =
-    "<rss version=\"2.0\"><channel><language>en</language><item><title>News</title>"
-    "<pubDate>{{now-1h}}</pubDate><category>mac pelorin</category>"
-    "<comments>News of today</comments>"
-    "<description><![CDATA[<p>News of today</p>]]></description></item></channel></rss>";
-
-QWidget *newsWindow() {
-    const auto windows = QApplication::topLevelWidgets();
-    for (QWidget *window : windows) {
-        if (QLatin1String(window->metaObject()->className()).contains(QLatin1String("NewsWindow")))
-            return window;
-    }
-    return nullptr;
-}
-
-}  // namespace
+using namespace pelorinnews::test;
 
 class SecondApplicationTest : public QObject {
     Q_OBJECT
@@ -55,9 +35,7 @@ private:
 
 void SecondApplicationTest::show(bool *isWeb) {
     const QApplication application(argc, argv);
-    QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
-    auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());
-    QVERIFY2(plugin, qPrintable(loader.errorString()));
+    NewsPlugin *const plugin = module();
     plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
                              QStringLiteral("Pelorin")});
     _server.clearRequests();
@@ -75,7 +53,8 @@ void SecondApplicationTest::show(bool *isWeb) {
 void SecondApplicationTest::showsItsNewsUnderEachApplication() {
     QVERIFY(_server.start());
     FeedReply reply;
-    reply.body = FeedTemplate::render(feed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
+    reply.body =
+        FeedTemplate::render(oneItemFeed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
     _server.setReply(reply);
     QSettings preferences(QStringLiteral("Olvane"), QStringLiteral("Pelorin"));
     preferences.setValue(QStringLiteral("newsFeedBaseURL"), _server.feedAddress());
@@ -96,7 +75,7 @@ void SecondApplicationTest::showsItsNewsUnderEachApplication() {
 }
 
 int main(int argc, char *argv[]) {
-    const pelorinnews::test::TestHome home;
+    const TestHome home;
     SecondApplicationTest test;
     test.argv = argv;
     return QTest::qExec(&test, argc, argv);

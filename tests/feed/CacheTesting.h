@@ -16,7 +16,7 @@
 namespace pelorinnews::test {
 
 /// One item of a feed text; absent fields are left out.
-struct FeedEntry {
+struct CacheEntry {
     QString title;
     QString category = {};
     QDateTime date = {};
@@ -38,9 +38,9 @@ inline QString feedDate(const QDateTime &date) {
 }
 
 /// A feed with these items; without a language element if `language` is null.
-inline QString feedText(const QString &language, const QList<FeedEntry> &entries) {
+inline QString feedText(const QString &language, const QList<CacheEntry> &entries) {
     QString text = QStringLiteral("<rss version=\"2.0\"><channel>") + element("language", language);
-    for (const FeedEntry &entry : entries)
+    for (const CacheEntry &entry : entries)
         text += QLatin1String("<item>") + element("title", entry.title) +
                 element("category", entry.category) + element("pubDate", feedDate(entry.date)) +
                 QLatin1String("</item>");
@@ -48,7 +48,7 @@ inline QString feedText(const QString &language, const QList<FeedEntry> &entries
 }
 
 inline QString feedOfTitles(const QString &language, const QStringList &titles) {
-    QList<FeedEntry> entries;
+    QList<CacheEntry> entries;
     for (const QString &title : titles)
         entries.append({title});
     return feedText(language, entries);

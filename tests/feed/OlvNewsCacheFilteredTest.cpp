@@ -65,7 +65,7 @@ private Q_SLOTS:
 
 private:
     /// Parses a feed of these items and filters it.
-    void fill(const QList<FeedEntry> &entries) {
+    void fill(const QList<CacheEntry> &entries) {
         QVERIFY(_cache->parseFeed(feedText("en", entries), nullptr));
         _cache->applyFilter();
     }
@@ -136,7 +136,7 @@ void OlvNewsCacheFilteredTest::keepsItemsThatContainEveryCategory() {
 }
 
 void OlvNewsCacheFilteredTest::tellsManyDifferentCategoriesApart() {
-    QList<FeedEntry> entries;
+    QList<CacheEntry> entries;
     QStringList expected;
     for (int index = 0; index < 200; ++index) {
         const int word = index % 50;

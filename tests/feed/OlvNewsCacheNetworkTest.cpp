@@ -132,7 +132,7 @@ void OlvNewsCacheNetworkTest::initTestCase() {
     QVERIFY(_folder.isValid());
     const QString feeds = _folder.filePath("feeds");
     QVERIFY(QDir().mkdir(feeds));
-    const QList<FeedEntry> german = {{"kritisch", "mac pelorin critical"}, {"alt", "pc"}};
+    const QList<CacheEntry> german = {{"kritisch", "mac pelorin critical"}, {"alt", "pc"}};
     QVERIFY(writeBytes(feeds + "/standard.de.xml", feedText("de", german).toUtf8()));
     QVERIFY(writeBytes(feeds + "/standard.en.xml", feedOfTitles("en", {"news"}).toUtf8()));
     QVERIFY(writeBytes(feeds + "/static.xml", feedOfTitles("en", {"static"}).toUtf8()));

@@ -23,7 +23,7 @@ const QDateTime now = QDateTime::fromString(QStringLiteral("2026-03-31T12:00:00Z
 
 /// A feed of `count` items, every second one of them in the category "mac".
 QByteArray feed(const QString &language, int count) {
-    QList<FeedEntry> entries;
+    QList<CacheEntry> entries;
     for (int index = 0; index < count; ++index)
         entries.append({language + QString::number(index),
                         index % 2 == 0 ? QStringLiteral("mac") : QStringLiteral("pc"),

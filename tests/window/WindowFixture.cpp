@@ -77,8 +77,8 @@ QList<FeedItem> WindowFixture::items(int count) {
     for (int index = 0; index < count; ++index) {
         const QString number = QString::number(index + 1);
         list.append({QStringLiteral("Title ") + number, newest.addSecs(-60 * index),
-                     QStringLiteral("<p>Body ") + number + QStringLiteral("</p>"),
-                     QStringLiteral("Plain ") + number});
+                     QStringLiteral("Plain ") + number,
+                     QStringLiteral("<p>Body ") + number + QStringLiteral("</p>")});
     }
     return list;
 }

@@ -1,24 +1,15 @@
 #pragma once
 
+#include "FeedItem.h"
 #include "FeedServer.h"
 #include "window/OlvNewsWindowController.h"
 
-#include <QDateTime>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <memory>
 
 namespace pelorinnews::test {
-
-/// One item of a served feed.
-struct FeedItem {
-    QString title;
-    QDateTime date;
-    QString html;
-    QString plainText;
-    QString category = QStringLiteral("mac pelorin");
-};
 
 /// A feed service and a host's preferences, and window controllers that use both: the base of the
 /// window's tests. Removes everything that was stored.

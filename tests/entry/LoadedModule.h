@@ -1,0 +1,30 @@
+#pragma once
+
+#include "pelorinnews/NewsPlugin.h"
+
+#include <QApplication>
+#include <QPluginLoader>
+#include <QWidget>
+
+namespace pelorinnews::test {
+
+/// The staged module, loaded when it is first needed. Ends the process if it cannot be loaded.
+inline NewsPlugin *module() {
+    QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
+    auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());
+    if (!plugin)
+        qFatal("%s", qPrintable(loader.errorString()));
+    return plugin;
+}
+
+/// The news window, even if it is hidden; null if there is none.
+inline QWidget *newsWindow() {
+    const auto windows = QApplication::topLevelWidgets();
+    for (QWidget *window : windows) {
+        if (QLatin1String(window->metaObject()->className()).contains(QLatin1String("NewsWindow")))
+            return window;
+    }
+    return nullptr;
+}
+
+}  // namespace pelorinnews::test
