@@ -95,8 +95,8 @@ private Q_SLOTS:
     void isUnreadableBeyondTheLongestFeed() {
         QFETCH(QString, character);
         QFETCH(int, bytes);
-        const qint64 most = LocalCacheFile::maxTextBytes / bytes;
-        const QString longest = character.repeated(most);
+        const qint64 maxLength = LocalCacheFile::maxTextBytes / bytes;
+        const QString longest = character.repeated(maxLength);
         QVERIFY(writeBytes(path(), byteOrderMark() + utf16Bytes(longest)));
         Error error;
         QVERIFY(LocalCacheFile(path()).read(&error) == longest);

@@ -10,7 +10,7 @@
 
 namespace pelorin_mutation {
 
-inline constexpr int limit = 20000;
+inline constexpr int maxMutants = 20000;
 
 /// True if `number` is the mutant that PELORIN_MUTANT names. If PELORIN_MUTANT_LOG is set to a
 /// file's path, the number of every mutant that is reached is appended to that file, once per
@@ -19,7 +19,7 @@ inline bool alive(int number) {
     static const char *const wanted = std::getenv("PELORIN_MUTANT");
     static const int chosen = wanted ? std::atoi(wanted) : 0;
     static const char *const log = std::getenv("PELORIN_MUTANT_LOG");
-    static std::atomic<bool> seen[limit];
+    static std::atomic<bool> seen[maxMutants];
     if (log && !seen[number].exchange(true)) {
         char line[16];
         int at = sizeof line;

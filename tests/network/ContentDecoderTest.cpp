@@ -66,19 +66,20 @@ void ContentDecoderTest::noPartIsTheWhole() {
 void ContentDecoderTest::noMoreThanTheLimitIsKept() {
     QFETCH(const Coding, coding);
     QFETCH(const int, format);
-    constexpr qint64 limit = 200'000;
-    const QByteArray bytes = deflated(QByteArray(20 * limit, 'x'), format);
-    ContentDecoder decoder(coding, limit);
+    constexpr qint64 maxBody = 200'000;
+    const QByteArray bytes = deflated(QByteArray(20 * maxBody, 'x'), format);
+    ContentDecoder decoder(coding, maxBody);
     QByteArray body;
     QCOMPARE(decoder.add(bytes.constData(), std::size_t(bytes.size()), body), Result::TooLong);
-    QVERIFY(body.size() <= limit + 1);
+    QVERIFY(body.size() <= maxBody + 1);
 
-    ContentDecoder fitting(coding, limit);
-    const QByteArray most = deflated(QByteArray(limit, 'x'), format);
+    ContentDecoder fitting(coding, maxBody);
+    const QByteArray fittingBytes = deflated(QByteArray(maxBody, 'x'), format);
     QByteArray whole;
-    QCOMPARE(fitting.add(most.constData(), std::size_t(most.size()), whole), Result::Fine);
+    QCOMPARE(fitting.add(fittingBytes.constData(), std::size_t(fittingBytes.size()), whole),
+             Result::Fine);
     QVERIFY(fitting.isComplete());
-    QVERIFY(whole == QByteArray(limit, 'x'));
+    QVERIFY(whole == QByteArray(maxBody, 'x'));
 }
 
 void ContentDecoderTest::knowsItsCodings() {

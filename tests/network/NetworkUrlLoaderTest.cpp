@@ -755,8 +755,8 @@ namespace {
 /// The descriptor of this process's client-side connection to one of its own ports; -1 if there is
 /// none.
 int connectionTo(int port) {
-    constexpr int most = 1024;
-    for (int descriptor = 3; descriptor < most; ++descriptor) {
+    constexpr int maxDescriptors = 1024;
+    for (int descriptor = 3; descriptor < maxDescriptors; ++descriptor) {
         sockaddr_in peer{};
         socklen_t size = sizeof peer;
         if (::getpeername(descriptor, reinterpret_cast<sockaddr *>(&peer), &size) == 0 &&

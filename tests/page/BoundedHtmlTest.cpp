@@ -371,9 +371,9 @@ void BoundedHtmlTest::refusesWhatADocumentCannotTakeIn() {
 void BoundedHtmlTest::limitsWhatCollectsInADocument_data() {
     QTest::addColumn<QString>("html");
     QTest::addColumn<QString>("piece");
-    QTest::addColumn<int>("most");
-    const auto row = [](const char *name, const QString &html, const char *piece, int most) {
-        QTest::newRow(name) << html << QString::fromLatin1(piece) << most;
+    QTest::addColumn<int>("max");
+    const auto row = [](const char *name, const QString &html, const char *piece, int max) {
+        QTest::newRow(name) << html << QString::fromLatin1(piece) << max;
     };
     const auto numbered = [](int count, const char *format) {
         QString html;
@@ -405,9 +405,9 @@ void BoundedHtmlTest::limitsWhatCollectsInADocument_data() {
 void BoundedHtmlTest::limitsWhatCollectsInADocument() {
     QFETCH(QString, html);
     QFETCH(QString, piece);
-    QFETCH(int, most);
+    QFETCH(int, max);
     const QString shown = BoundedHtml::beginning(html).html;
-    QCOMPARE(shown.count(piece), most);
+    QCOMPARE(shown.count(piece), max);
 }
 
 void BoundedHtmlTest::keepsPicturesBesideThePage() {
@@ -452,9 +452,9 @@ void BoundedHtmlTest::takesLongChangeLogsWhole() {
 
 void BoundedHtmlTest::showsTheBeginningOfWhatIsTooMuch_data() {
     QTest::addColumn<QString>("html");
-    QTest::addColumn<int>("most");
-    const auto row = [](const char *name, const QString &html, int most) {
-        QTest::newRow(name) << html << most;
+    QTest::addColumn<int>("max");
+    const auto row = [](const char *name, const QString &html, int max) {
+        QTest::newRow(name) << html << max;
     };
     row("a very long page", repeated("<p>some words of it</p>", 100'000), 1'000'000);
     row("a very long line", repeated("some words of it ", 1'000'000), 1'000'000);
@@ -486,11 +486,11 @@ void BoundedHtmlTest::showsTheBeginningOfWhatIsTooMuch_data() {
 
 void BoundedHtmlTest::showsTheBeginningOfWhatIsTooMuch() {
     QFETCH(const QString, html);
-    QFETCH(const int, most);
+    QFETCH(const int, max);
     const QString result = BoundedHtml::beginning(start + html).html;
     QVERIFY(result.startsWith(start));
     QVERIFY(result.endsWith(QChar(0x2026)));
-    QVERIFY2(result.size() < most, qPrintable(QString::number(result.size())));
+    QVERIFY2(result.size() < max, qPrintable(QString::number(result.size())));
 }
 
 void BoundedHtmlTest::breaksEndlessWordsThatAreShown() {

@@ -293,8 +293,8 @@ private Q_SLOTS:
 
     void allUsesTogetherAreLimited() {
         const QByteArray declaration = "<!ENTITY e '" + QByteArray(100, 'x') + "'>";
-        const qsizetype most = XmlLimits::maxExpansion / 100;
-        const QByteArray uses = QByteArray("&e;").repeated(most - 1);
+        const qsizetype maxUses = XmlLimits::maxExpansion / 100;
+        const QByteArray uses = QByteArray("&e;").repeated(maxUses - 1);
         QCOMPARE(read(withSubset(declaration, uses + "&e;")).text.size(), XmlLimits::maxExpansion);
         const Outcome outcome = read(withSubset(declaration, uses + "&e;&e;"));
         QCOMPARE(outcome.code, XmlError::TooMuchExpansion);

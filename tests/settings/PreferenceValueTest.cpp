@@ -8,8 +8,8 @@ using namespace pelorinnews;
 
 namespace {
 
-constexpr qint64 largest = std::numeric_limits<qint64>::max();
-constexpr qint64 smallest = std::numeric_limits<qint64>::min();
+constexpr qint64 maxInteger = std::numeric_limits<qint64>::max();
+constexpr qint64 minInteger = std::numeric_limits<qint64>::min();
 const QDateTime instant({2015, 3, 2}, {10, 0, 0, 123}, Qt::UTC);
 
 }  // namespace
@@ -32,15 +32,15 @@ private Q_SLOTS:
         row("3", 3, true, 3);
         row("-1", -1, true, -1);
         row("unsigned", 7U, true, 7);
-        row("largest", largest, true, largest);
-        row("smallest", smallest, true, smallest);
-        row("unsigned beyond", std::numeric_limits<quint64>::max(), true, largest);
+        row("largest", maxInteger, true, maxInteger);
+        row("smallest", minInteger, true, minInteger);
+        row("unsigned beyond", std::numeric_limits<quint64>::max(), true, maxInteger);
         row("3.7", 3.7, true, 3);
         row("-3.7", -3.7, true, -3);
         row("0.5", 0.5, false, 0);
-        row("1e20", 1e20, true, largest);
-        row("-1e20", -1e20, true, smallest);
-        row("2^63", 9223372036854775808.0, true, largest);
+        row("1e20", 1e20, true, maxInteger);
+        row("-1e20", -1e20, true, minInteger);
+        row("2^63", 9223372036854775808.0, true, maxInteger);
         row("not a number", std::numeric_limits<double>::quiet_NaN(), false, 0);
         row("infinite", std::numeric_limits<double>::infinity(), false, 0);
         row("text 0", "0", false, 0);
@@ -56,11 +56,11 @@ private Q_SLOTS:
         row("text with digits last", "abc12", false, 0);
         row("text with a comma", "1,5", true, 1);
         row("text with white space", " 42 ", true, 42);
-        row("text 2^63", "9223372036854775808.0", true, largest);
-        row("text -2^63", "-9223372036854775808.0", true, smallest);
-        row("text beyond 64 bits", "99999999999999999999", true, largest);
-        row("text below 64 bits", "-99999999999999999999", true, smallest);
-        row("text beyond doubles", QString(400, u'9'), true, largest);
+        row("text 2^63", "9223372036854775808.0", true, maxInteger);
+        row("text -2^63", "-9223372036854775808.0", true, minInteger);
+        row("text beyond 64 bits", "99999999999999999999", true, maxInteger);
+        row("text below 64 bits", "-99999999999999999999", true, minInteger);
+        row("text beyond doubles", QString(400, u'9'), true, maxInteger);
         row("text true", "true", true, 1);
         row("text false", "false", false, 0);
         row("text YES", "YES", true, 0);
