@@ -17,9 +17,9 @@ QProcess *client = nullptr;
 
 void endClient() {
     client->closeWriteChannel();
-    if (!client->waitForFinished(5000))
+    if (!client->waitForFinished(testPatience))
         client->kill();
-    client->waitForFinished();
+    client->waitForFinished(testPatience);
     delete client;
     client = nullptr;
 }
@@ -98,7 +98,7 @@ Listener::Listener(qint64 host) {
 
 Listener::~Listener() {
     _process.kill();
-    _process.waitForFinished();
+    _process.waitForFinished(testPatience);
 }
 
 QList<Event> Listener::events() {

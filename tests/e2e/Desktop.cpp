@@ -49,9 +49,9 @@ void end(QProcess &process) {
     if (process.state() == QProcess::NotRunning)
         return;
     process.terminate();
-    if (!process.waitForFinished(5000)) {
+    if (!process.waitForFinished(testPatience)) {
         process.kill();
-        process.waitForFinished(5000);
+        process.waitForFinished(testPatience);
     }
 }
 

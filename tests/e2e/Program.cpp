@@ -13,9 +13,9 @@ QByteArray outputOf(const QString &program, const QStringList &arguments, int *e
     process.setProcessEnvironment(environment);
     process.start(program, arguments);
     process.closeWriteChannel();
-    if (!process.waitForFinished(20000)) {
+    if (!process.waitForFinished(testPatience)) {
         process.kill();
-        process.waitForFinished();
+        process.waitForFinished(testPatience);
     }
     if (exitCode)
         *exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;

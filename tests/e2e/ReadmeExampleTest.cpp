@@ -56,9 +56,9 @@ void ReadmeExampleTest::init() {
 void ReadmeExampleTest::cleanup() {
     if (_editor.state() != QProcess::NotRunning) {
         _editor.terminate();
-        if (!_editor.waitForFinished(5000))
+        if (!_editor.waitForFinished(testPatience))
             _editor.kill();
-        _editor.waitForFinished();
+        _editor.waitForFinished(testPatience);
     }
     _server.stop();
     _server.clearRequests();
@@ -74,7 +74,7 @@ void ReadmeExampleTest::start(const QStringList &wrapper) {
     _editor.setProcessEnvironment(environment);
     const QStringList command = wrapper + QStringList(at("bin/editor"));
     _editor.start(command.first(), command.mid(1));
-    QVERIFY(_editor.waitForStarted());
+    QVERIFY(_editor.waitForStarted(testPatience));
 }
 
 void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed_data() {
@@ -110,7 +110,7 @@ void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed() {
         QTRY_VERIFY(!window("Pelorin News").isEmpty());
     }
     Screen::press(window("editor"), QStringLiteral("alt+F4"));
-    QVERIFY(_editor.waitForFinished());
+    QVERIFY(_editor.waitForFinished(testPatience));
     QCOMPARE(_editor.exitStatus(), QProcess::NormalExit);
     QCOMPARE(_editor.exitCode(), 0);
 }
@@ -134,7 +134,7 @@ void ReadmeExampleTest::tellsWhyThereIsNoPanel() {
     if (!module.isEmpty())
         copy(module, at("lib/pelorin/PelorinNews.so"));
     start();
-    QVERIFY(_editor.waitForFinished());
+    QVERIFY(_editor.waitForFinished(testPatience));
     QCOMPARE(_editor.exitStatus(), QProcess::NormalExit);
     QCOMPARE(_editor.exitCode(), 1);
     const QByteArray told = _editor.readAllStandardError();

@@ -22,9 +22,9 @@ ScreenReader::ScreenReader() {
 
 ScreenReader::~ScreenReader() {
     _process.terminate();
-    if (!_process.waitForFinished(10000)) {
+    if (!_process.waitForFinished(testPatience)) {
         _process.kill();
-        _process.waitForFinished();
+        _process.waitForFinished(testPatience);
     }
 }
 

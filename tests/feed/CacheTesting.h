@@ -64,7 +64,6 @@ struct RefreshOutcome {
 
 /// Refreshes and waits for the completion callback, without running an event loop.
 inline RefreshOutcome refreshAndWait(const std::shared_ptr<OlvNewsCache> &cache) {
-    using namespace std::chrono_literals;
     auto promise = std::make_shared<std::promise<RefreshOutcome>>();
     auto future = promise->get_future();
     const Qt::HANDLE caller = QThread::currentThreadId();
@@ -72,7 +71,7 @@ inline RefreshOutcome refreshAndWait(const std::shared_ptr<OlvNewsCache> &cache)
         promise->set_value(
             {true, error, QThread::currentThreadId() == caller, watched->retrievingContent()});
     });
-    if (future.wait_for(60s) != std::future_status::ready)
+    if (future.wait_for(std::chrono::milliseconds(testPatience)) != std::future_status::ready)
         return {};
     return future.get();
 }

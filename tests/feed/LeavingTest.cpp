@@ -39,7 +39,7 @@ private Q_SLOTS:
         QElapsedTimer clock;
         clock.start();
         process.start(QStringLiteral(PELORIN_LEAVING), {server.feedAddress(), how});
-        QVERIFY(process.waitForFinished(30000));
+        QVERIFY(process.waitForFinished(testPatience));
         QCOMPARE(process.exitStatus(), QProcess::NormalExit);
         QCOMPARE(process.exitCode(), 0);
         QVERIFY2(clock.elapsed() < 12000, qPrintable(QString::number(clock.elapsed())));

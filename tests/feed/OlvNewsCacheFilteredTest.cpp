@@ -347,7 +347,7 @@ void OlvNewsCacheFilteredTest::filtersBeforeTheCompletion() {
     std::promise<quint64> counted;
     _cache->refresh([&](const std::optional<Error> &) { counted.set_value(_cache->count()); });
     auto future = counted.get_future();
-    QCOMPARE(future.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    QCOMPARE(future.wait_for(std::chrono::milliseconds(testPatience)), std::future_status::ready);
     QCOMPARE(future.get(), 2U);
 }
 

@@ -673,7 +673,7 @@ void OlvNewsCacheTest::isRetrievingUntilTheCompletionHasReturned() {
     });
     QVERIFY(_cache->retrievingContent());
     _loader->release();
-    QVERIFY(inside.tryAcquire(1, 10000));
+    QVERIFY(inside.tryAcquire(1, testPatience));
     QCOMPARE(_cache->count(), 1U);
     QVERIFY(_cache->retrievingContent());
     mayReturn.release();
@@ -708,7 +708,7 @@ void OlvNewsCacheTest::theCacheLivesUntilItsCompletionHasRun() {
     QVERIFY(!watched.expired());
     // The last reference is released on a thread of the cache's own queue.
     _loader->release();
-    QVERIFY(ended.tryAcquire(1, 10000));
+    QVERIFY(ended.tryAcquire(1, testPatience));
     QVERIFY(alive);
     QTRY_VERIFY(watched.expired());
 }

@@ -126,7 +126,7 @@ void OlvNewsCacheThreadsTest::theLastFilterChangeStaysWhateverRunsMeanwhile() {
         _cache->setCategoriesOfInterest(mac ? QStringList{"mac"} : QStringList());
         // The caller's change takes effect at once, and no filter run that began earlier undoes it.
         QCOMPARE(_cache->count(), mac ? 200U : 400U);
-        QVERIFY(refreshed.tryAcquire(1, 30000));
+        QVERIFY(refreshed.tryAcquire(1, testPatience));
         QCOMPARE(_cache->count(), mac ? 200U : 400U);
     }
 }

@@ -90,9 +90,9 @@ void InstalledApplicationTest::init() {
 
 void InstalledApplicationTest::cleanup() {
     _process.closeWriteChannel();
-    if (_process.state() != QProcess::NotRunning && !_process.waitForFinished())
+    if (_process.state() != QProcess::NotRunning && !_process.waitForFinished(testPatience))
         _process.kill();
-    _process.waitForFinished();
+    _process.waitForFinished(testPatience);
     _mounts.clear();
     _folder.reset();
 }

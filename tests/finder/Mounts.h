@@ -63,7 +63,7 @@ public:
         }
         for (const auto &mirror : _mirrors) {
             mirror->terminate();
-            mirror->waitForFinished();
+            mirror->waitForFinished(testPatience);
         }
         _mirrors.clear();
     }

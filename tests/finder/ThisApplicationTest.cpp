@@ -36,7 +36,7 @@ void ThisApplicationTest::findsItselfAndASecondCopyOnThisComputer() {
     QVERIFY(QDir(copy).removeRecursively());
     QCOMPARE(nextLine(process), QByteArray("3"));
     process.closeWriteChannel();
-    QVERIFY(process.waitForFinished());
+    QVERIFY(process.waitForFinished(testPatience));
     QCOMPARE(process.exitCode(), 0);
 }
 

@@ -14,7 +14,7 @@ class HostProgramTest final : public QObject {
 private Q_SLOTS:
     void helpListsTheOptions() {
         start({QStringLiteral("--help")});
-        QVERIFY(_pelorin->waitForFinished());
+        QVERIFY(_pelorin->waitForFinished(testPatience));
         QCOMPARE(_pelorin->exitCode(), 0);
         const QByteArray help = _pelorin->readAllStandardOutput();
         for (const char *option :
@@ -24,7 +24,7 @@ private Q_SLOTS:
 
     void anUnknownOptionIsRefused() {
         start({QStringLiteral("--nonsense")});
-        QVERIFY(_pelorin->waitForFinished());
+        QVERIFY(_pelorin->waitForFinished(testPatience));
         QCOMPARE(_pelorin->exitCode(), 1);
     }
 
@@ -36,7 +36,7 @@ private Q_SLOTS:
 
     void anUnreadableAuthorityIsRefused() {
         start({QStringLiteral("--trust"), QStringLiteral("/nowhere/ca.pem")});
-        QVERIFY(_pelorin->waitForFinished());
+        QVERIFY(_pelorin->waitForFinished(testPatience));
         QCOMPARE(_pelorin->exitCode(), 2);
         QVERIFY(errors().contains("/nowhere/ca.pem"));
     }
@@ -78,7 +78,7 @@ private Q_SLOTS:
         press("ctrl+n");
         QTRY_COMPARE(recorded().last(), QStringLiteral("show"));
         press("ctrl+q");
-        QVERIFY(_pelorin->waitForFinished());
+        QVERIFY(_pelorin->waitForFinished(testPatience));
         QCOMPARE(_pelorin->exitStatus(), QProcess::NormalExit);
         QCOMPARE(_pelorin->exitCode(), 0);
         QCOMPARE(recorded().mid(5),
@@ -94,7 +94,7 @@ private Q_SLOTS:
 
     void cleanup() {
         _pelorin->kill();
-        _pelorin->waitForFinished();
+        _pelorin->waitForFinished(testPatience);
         _pelorin.reset();
     }
 
@@ -105,13 +105,13 @@ private:
         _errorText.clear();
         _pelorin = std::make_unique<QProcess>();
         _pelorin->start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin"), arguments);
-        QVERIFY(_pelorin->waitForStarted());
+        QVERIFY(_pelorin->waitForStarted(testPatience));
     }
 
     static QByteArray xdotool(const QStringList &arguments) {
         QProcess process;
         process.start(QStringLiteral("xdotool"), arguments);
-        process.waitForFinished(5000);
+        process.waitForFinished(testPatience);
         return process.readAllStandardOutput().trimmed();
     }
 

@@ -41,7 +41,7 @@ private Q_SLOTS:
             threads.back()->start();
         }
         for (const auto &thread : threads)
-            QVERIFY(thread->wait(10000));
+            QVERIFY(thread->wait(testPatience));
 
         QTRY_COMPARE(_lines->topLevelItemCount(), threadCount * messageCount);
         std::vector<int> next(threadCount, 0);

@@ -31,7 +31,8 @@ public:
     }
 
     /// Waits for the completion callback. False on timeout.
-    [[nodiscard]] bool wait(std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
+    [[nodiscard]] bool wait(
+        std::chrono::milliseconds timeout = std::chrono::milliseconds(testPatience)) {
         const auto deadline = std::chrono::system_clock::now() + timeout;
         std::unique_lock lock(_result->mutex);
         return _result->came.wait_until(lock, deadline, [this] { return _result->calls > 0; });

@@ -117,11 +117,11 @@ void NetworkUrlLoaderLifetimeTest::theSharedLoaderEndsWithTheApplicationAndComes
         for (int i = 0; i < 100 && !threadsNamed("PelorinNewsLoad").isEmpty(); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         QVERIFY(threadsNamed("PelorinNewsLoad").isEmpty());
-        QVERIFY(cut.wait(std::chrono::seconds(1)));
+        QVERIFY(cut.wait());
         QCOMPARE(cut.connectionError().value_or(Error()).code, int(TransportError::Cancelled));
 
         LoadedAddress after(*loader, QUrl(server.address(QStringLiteral("/"))), &queue, 10s);
-        QVERIFY(after.wait(std::chrono::seconds(1)));
+        QVERIFY(after.wait());
         QCOMPARE(after.connectionError().value_or(Error()).code, int(TransportError::Cancelled));
     }
 }
@@ -144,7 +144,7 @@ void NetworkUrlLoaderLifetimeTest::aProcessThatExitsInTheMiddleOfADownloadEndsCl
                       {server.address(QStringLiteral("/")), authority.path() + "/ca.pem"});
         QVERIFY(server.waitForRequests(4));
         leaving.write("\n");
-        QVERIFY(leaving.waitForFinished(20000));
+        QVERIFY(leaving.waitForFinished(testPatience));
         QCOMPARE(leaving.exitStatus(), QProcess::NormalExit);
         QCOMPARE(leaving.exitCode(), 0);
         QCOMPARE(leaving.readAll(), QByteArray());
@@ -162,7 +162,7 @@ void NetworkUrlLoaderLifetimeTest::aProcessThatExitsAsItsFirstDownloadBeginsDoes
         leaving.start(QStringLiteral(PELORIN_LOAD_AND_LEAVE),
                       {QStringLiteral("https://127.0.0.1:1/"), authority.path() + "/ca.pem",
                        QString::number(milliseconds)});
-        QVERIFY(leaving.waitForFinished(20000));
+        QVERIFY(leaving.waitForFinished(testPatience));
         QCOMPARE(leaving.exitStatus(), QProcess::NormalExit);
         QCOMPARE(leaving.exitCode(), 0);
     }

@@ -583,12 +583,12 @@ void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce() {
     // This test uses its own loader, because a loader whose thread hangs could not be stopped.
     NetworkUrlLoader own;
     LoadedAddress loaded(own, tolerant(address), &_queue, 10s);
-    QVERIFY(loaded.wait(std::chrono::seconds(30)));
+    QVERIFY(loaded.wait());
     QCOMPARE(loaded.connectionError().value_or(Error()).domain, QStringLiteral("QFileDevice"));
     QVERIFY(!loaded.hasResponse());
     QVERIFY(!loaded.data());
     LoadedAddress next(own, tolerant(_http->address(QStringLiteral("/plain.xml"))), &_queue, 10s);
-    QVERIFY(next.wait(std::chrono::seconds(30)));
+    QVERIFY(next.wait());
     QVERIFY(next.data());
 }
 
@@ -774,7 +774,7 @@ void NetworkUrlLoaderTest::theHostsOwnTrafficIsNoProgress() {
     QVERIFY(listening.listen(QHostAddress::LocalHost));
     QTcpSocket sending;
     sending.connectToHost(QHostAddress::LocalHost, listening.serverPort());
-    QVERIFY(sending.waitForConnected() && listening.waitForNewConnection(5000));
+    QVERIFY(sending.waitForConnected(testPatience) && listening.waitForNewConnection(testPatience));
     const std::unique_ptr<QTcpSocket> receiving(listening.nextPendingConnection());
     const int traffic = int(sending.socketDescriptor());
     const int arriving = int(receiving->socketDescriptor());
@@ -809,7 +809,7 @@ void NetworkUrlLoaderTest::theHostsOwnTrafficIsNoProgress() {
         QUrl url(server.address(QStringLiteral("/")));
         url.setUserInfo(QStringLiteral("u:p"));
         LoadedAddress loaded = load(url, 1s);
-        const bool ended = loaded.wait(std::chrono::seconds(10));
+        const bool ended = loaded.wait();
         done = true;
         sender.join();
         QVERIFY(first >= 0);
@@ -901,7 +901,7 @@ void NetworkUrlLoaderTest::aLargeBodyCostsItsSizeOnce() {
     server.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"),
                  {QStringLiteral("--tls"), _authority->path(), QStringLiteral("--reply"),
                   QStringLiteral("size=30m")});
-    QVERIFY2(server.waitForReadyRead(20000), qPrintable(server.errorString()));
+    QVERIFY2(server.waitForReadyRead(testPatience), qPrintable(server.errorString()));
     const QString address = QString::fromLatin1(server.readLine().trimmed());
     QFile reset(QStringLiteral("/proc/self/clear_refs"));
     QVERIFY(reset.open(QIODevice::WriteOnly));
@@ -909,10 +909,10 @@ void NetworkUrlLoaderTest::aLargeBodyCostsItsSizeOnce() {
     reset.close();
     const qint64 before = statusKiB("VmRSS");
     LoadedAddress loaded = load(tolerant(address), 30s);
-    QVERIFY(loaded.wait(std::chrono::seconds(60)));
+    QVERIFY(loaded.wait());
     const qint64 peak = statusKiB("VmHWM");
     server.terminate();
-    QVERIFY(server.waitForFinished(10000));
+    QVERIFY(server.waitForFinished(testPatience));
     QCOMPARE(loaded.data().value_or(QByteArray()).size(), size);
     const double ratio = double(peak - before) * 1024 / double(size);
     qInfo("peak memory of a 30 MiB body: %.2f times its size", ratio);
@@ -952,7 +952,7 @@ void NetworkUrlLoaderTest::aMissingCompletionIsFine() {
     _loader.sendAsynchronousRequest(tolerant(_http->address(QStringLiteral("/plain.xml"))), 10s,
                                     &_queue, {});
     QVERIFY(_http->waitForRequests(1));
-    QVERIFY(_queue.waitForDone(5000));
+    QVERIFY(_queue.waitForDone(testPatience));
 }
 
 void NetworkUrlLoaderTest::manyRequestsFromManyThreadsEachCompleteOnce() {

@@ -15,6 +15,7 @@ struct ServerAnswer {
         Timeout,        ///< Like `Error`: the idle timeout has expired.
         StatusAndError  ///< The status arrives and a connection error with it.
     };
+    /// Bits; unscoped, so that `|` combines them.
     enum Channel {
         Plain = 1,
         Tls = 2,

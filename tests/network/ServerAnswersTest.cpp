@@ -105,7 +105,7 @@ void ServerAnswersTest::answers() {
     sendAhead(row);
     const ServerAnswer &answer = _rows[row].answer;
     LoadedAddress &loaded = _loads.at(row);
-    QVERIFY(loaded.wait(std::chrono::seconds(60)));
+    QVERIFY(loaded.wait());
     const std::optional<Error> error = loaded.connectionError();
     const QString came =
         QStringLiteral("status %1, %2, %3")

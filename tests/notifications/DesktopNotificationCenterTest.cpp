@@ -1016,10 +1016,12 @@ void DesktopNotificationCenterTest::neverBlocksOnAHungBus() {
     QCOMPARE(titles(*center).size(), 2);
     center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
     QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
-    QVERIFY2(timer.elapsed() < neverBlocked, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY2(std::chrono::milliseconds(timer.elapsed()) < maxBlocked,
+             qPrintable(QString::number(timer.elapsed())));
     QVERIFY(!center->flush(milliseconds(100)));
     center.reset();
-    QVERIFY2(timer.elapsed() < neverBlocked, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY2(std::chrono::milliseconds(timer.elapsed()) < maxBlocked,
+             qPrintable(QString::number(timer.elapsed())));
     ::kill(static_cast<pid_t>(_bus->processId()), SIGCONT);
     QTest::qWait(200);
 }

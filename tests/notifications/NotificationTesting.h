@@ -15,9 +15,9 @@ namespace pelorinnews::test {
 /// More time than a flush takes.
 inline constexpr std::chrono::milliseconds plenty{testPatience};
 
-/// The limit, in milliseconds, for calls that must not wait for a hung server or bus; it leaves
-/// room for a busy computer. D-Bus's own timeout is 25 seconds.
-inline constexpr qint64 neverBlocked = 5000;
+/// The limit for calls that must not wait for a hung server or bus; it leaves room for a busy
+/// computer. D-Bus's own timeout is 25 seconds.
+inline constexpr std::chrono::seconds maxBlocked{5};
 
 /// A notification with this title and with a text, a sound and user information.
 inline UserNotification notification(const QString &title) {

@@ -11,7 +11,7 @@ QStringList lines(const QStringList &arguments) {
     // xdotool complains about windows that were closed in the meantime.
     process.setStandardErrorFile(QProcess::nullDevice());
     process.start(QStringLiteral("xdotool"), arguments);
-    process.waitForFinished(20000);
+    process.waitForFinished(testPatience);
     return QString::fromUtf8(process.readAllStandardOutput())
         .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }

@@ -29,9 +29,9 @@ void end(QProcess &process) {
     // Resume the process if it is stopped: otherwise it would not handle SIGTERM.
     ::kill(static_cast<pid_t>(process.processId()), SIGCONT);
     process.terminate();
-    if (!process.waitForFinished(3000)) {
+    if (!process.waitForFinished(testPatience)) {
         process.kill();
-        process.waitForFinished(3000);
+        process.waitForFinished(testPatience);
     }
 }
 
@@ -51,7 +51,7 @@ PrivateBus::PrivateBus(const QString &serviceFolder)
                   {QStringLiteral("--config-file=") + file.fileName(), QStringLiteral("--nofork"),
                    QStringLiteral("--print-address=1")});
     while (!_daemon.canReadLine()) {
-        if (!_daemon.waitForReadyRead(5000))
+        if (!_daemon.waitForReadyRead(testPatience))
             qFatal("the message bus does not start: %s", qPrintable(_daemon.errorString()));
     }
     _busAddress = QString::fromUtf8(_daemon.readLine().trimmed());
@@ -86,7 +86,7 @@ BusProgram::BusProgram(const PrivateBus &bus, const QString &program,
     _process.setProcessEnvironment(bus.environment());
     _process.setStandardErrorFile(QProcess::nullDevice());
     _process.start(program, arguments);
-    if (!_process.waitForStarted(5000))
+    if (!_process.waitForStarted(testPatience))
         qFatal("cannot start %s", qPrintable(program));
 }
 
@@ -100,12 +100,12 @@ void BusProgram::signal(int number) const {
 
 void BusProgram::kill() {
     _process.kill();
-    _process.waitForFinished(3000);
+    _process.waitForFinished(testPatience);
 }
 
 QString BusProgram::readLine() {
     while (!_process.canReadLine()) {
-        if (!_process.waitForReadyRead(60000))
+        if (!_process.waitForReadyRead(testPatience))
             return {};
     }
     return QString::fromUtf8(_process.readLine()).trimmed();
@@ -113,7 +113,7 @@ QString BusProgram::readLine() {
 
 void BusProgram::writeLine(const QString &line) {
     _process.write(line.toUtf8() + '\n');
-    _process.waitForBytesWritten(1000);
+    _process.waitForBytesWritten(testPatience);
 }
 
 }  // namespace pelorinnews::test

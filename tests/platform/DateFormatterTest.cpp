@@ -107,7 +107,7 @@ QString identifierUnder(const QStringList &variables) {
         environment.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
     other.setProcessEnvironment(environment);
     other.start(QCoreApplication::applicationFilePath(), {printArgument});
-    if (!other.waitForFinished() || other.exitCode() != 0)
+    if (!other.waitForFinished(testPatience) || other.exitCode() != 0)
         return other.errorString();
     return QString::fromUtf8(other.readAllStandardOutput());
 }

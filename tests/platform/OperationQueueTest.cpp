@@ -38,7 +38,7 @@ private Q_SLOTS:
         const auto queue = OperationQueue::make();
         std::atomic<Qt::HANDLE> ran = nullptr;
         queue->threadPool()->start([&ran] { ran = QThread::currentThreadId(); });
-        QVERIFY(queue->threadPool()->waitForDone(5000));
+        QVERIFY(queue->threadPool()->waitForDone(testPatience));
         QVERIFY(ran.load() != nullptr);
         QVERIFY(ran.load() != QThread::currentThreadId());
         QVERIFY(!queue->isStopped());
@@ -68,7 +68,7 @@ private Q_SLOTS:
             ended.release();
         });
         mayEnd.release();
-        QVERIFY(ended.tryAcquire(1, 5000));
+        QVERIFY(ended.tryAcquire(1, testPatience));
         QVERIFY(watched.expired());
     }
 
@@ -107,7 +107,7 @@ private Q_SLOTS:
         application.end();
         const qint64 waited = clock.elapsed();
         mayEnd.release();
-        QVERIFY(queue->threadPool()->waitForDone(5000));
+        QVERIFY(queue->threadPool()->waitForDone(testPatience));
         QVERIFY2(waited >= OperationQueue::stopTimeout.count() - 50,
                  qPrintable(QString::number(waited)));
         QVERIFY2(waited < OperationQueue::stopTimeout.count() + 1500,

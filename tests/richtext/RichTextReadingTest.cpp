@@ -63,12 +63,12 @@ void RichTextReadingTest::initTestCase() {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start(office, arguments);
-    const bool finished = process.waitForFinished(120000);
+    const bool finished = process.waitForFinished(2 * testPatience);
     if (!finished) {
         process.terminate();
-        if (!process.waitForFinished(5000))
+        if (!process.waitForFinished(testPatience))
             process.kill();
-        process.waitForFinished();
+        process.waitForFinished(testPatience);
     }
     QVERIFY2(finished && process.exitCode() == 0, process.readAll().constData());
 }

@@ -160,7 +160,7 @@ void RichTextWriterTest::isAbsentOffTheMainThread() {
     const std::unique_ptr<QThread> worker(QThread::create(
         [&] { present = richTextFromHtml(QStringLiteral("<p>a</p>")).has_value(); }));
     worker->start();
-    QVERIFY(worker->wait(10000));
+    QVERIFY(worker->wait(testPatience));
     QVERIFY(!present);
 }
 

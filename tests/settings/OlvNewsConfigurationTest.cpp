@@ -93,7 +93,7 @@ private Q_SLOTS:
         _database.reset();
         QProcess next;
         next.start(QCoreApplication::applicationFilePath(), {restartArgument, _path});
-        QVERIFY2(next.waitForFinished(), qPrintable(next.errorString()));
+        QVERIFY2(next.waitForFinished(testPatience), qPrintable(next.errorString()));
         QCOMPARE(QString::fromUtf8(next.readAllStandardOutput()),
                  "0 https://a.example/feed.xml 2 1 fr-FR 0 2015-03-02T10:00:00.123Z 60 beta");
     }
@@ -270,7 +270,7 @@ private Q_SLOTS:
             environment.insert("LC_ALL", variable);
             other.setProcessEnvironment(environment);
             other.start(QCoreApplication::applicationFilePath(), {"--print-language"});
-            QVERIFY2(other.waitForFinished(), qPrintable(other.errorString()));
+            QVERIFY2(other.waitForFinished(testPatience), qPrintable(other.errorString()));
             QCOMPARE(QString::fromUtf8(other.readAllStandardOutput()), QString(expected));
         }
     }
@@ -320,7 +320,7 @@ private:
                                  {viewingArgument, _path, date.toString(Qt::ISODateWithMs)});
         }
         return std::all_of(others.begin(), others.end(), [](const auto &other) {
-            return other->waitForFinished() && other->exitCode() == 0;
+            return other->waitForFinished(testPatience) && other->exitCode() == 0;
         });
     }
 

@@ -67,7 +67,7 @@ private Q_SLOTS:
     void whatIsSetAfterTheEventLoopIsWrittenThoughSomebodyHoldsOn() {
         QProcess leaving;
         leaving.start(QStringLiteral(PELORIN_SET_AND_LEAVE), QStringList());
-        QVERIFY(leaving.waitForFinished());
+        QVERIFY(leaving.waitForFinished(testPatience));
         QCOMPARE(leaving.exitCode(), 0);
         const QSettings file(
             QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +

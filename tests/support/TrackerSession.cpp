@@ -109,7 +109,7 @@ bool TrackerMiner::start() {
     _process.setStandardOutputFile(QProcess::nullDevice());
     _process.start(QStringLiteral("/usr/libexec/tracker-miner-fs-3"),
                    {QStringLiteral("--initial-sleep=0")});
-    if (!_process.waitForStarted())
+    if (!_process.waitForStarted(testPatience))
         return false;
     QElapsedTimer clock;
     clock.start();
@@ -133,9 +133,9 @@ void TrackerMiner::stop() {
     if (_process.state() == QProcess::NotRunning)
         return;
     _process.terminate();
-    if (!_process.waitForFinished(5000)) {
+    if (!_process.waitForFinished(testPatience)) {
         _process.kill();
-        _process.waitForFinished();
+        _process.waitForFinished(testPatience);
     }
 }
 

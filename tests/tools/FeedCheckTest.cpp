@@ -46,7 +46,7 @@ Outcome check(const QStringList &arguments, const QByteArray &input = {},
     program.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedcheck"), arguments);
     program.write(input);
     program.closeWriteChannel();
-    if (!program.waitForFinished() || program.exitStatus() != QProcess::NormalExit)
+    if (!program.waitForFinished(testPatience) || program.exitStatus() != QProcess::NormalExit)
         return {-1, {}, program.errorString().toUtf8() + program.readAllStandardError()};
     return {program.exitCode(), program.readAllStandardOutput(), program.readAllStandardError()};
 }

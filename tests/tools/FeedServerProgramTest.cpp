@@ -26,7 +26,7 @@ private:
     /// Starts the program and reads the address that it prints; null on failure.
     static QByteArray started(QProcess &program, const QStringList &arguments) {
         program.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"), arguments);
-        if (!program.waitForReadyRead(20000))
+        if (!program.waitForReadyRead(testPatience))
             return {};
         return program.readLine().trimmed();
     }
@@ -35,8 +35,8 @@ private:
     }
     static bool ends(QProcess &program, int signalNumber) {
         ::kill(static_cast<pid_t>(program.processId()), signalNumber);
-        return program.waitForFinished(5000) && program.exitStatus() == QProcess::NormalExit &&
-               program.exitCode() == 0;
+        return program.waitForFinished(testPatience) &&
+               program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0;
     }
 };
 
@@ -44,7 +44,7 @@ void FeedServerProgramTest::helpTellsTheOptions() {
     QProcess program;
     program.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"),
                   {QStringLiteral("--help")});
-    QVERIFY(program.waitForFinished(10000));
+    QVERIFY(program.waitForFinished(testPatience));
     QCOMPARE(program.exitCode(), 0);
     const QByteArray help = program.readAllStandardOutput();
     for (const char *option :
@@ -71,7 +71,7 @@ void FeedServerProgramTest::badUsageIsTold() {
     QFETCH(const int, exitCode);
     QProcess program;
     program.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"), arguments);
-    QVERIFY(program.waitForFinished(10000));
+    QVERIFY(program.waitForFinished(testPatience));
     QCOMPARE(program.exitCode(), exitCode);
     QVERIFY(!program.readAllStandardError().isEmpty());
     QVERIFY(program.readAllStandardOutput().isEmpty());
@@ -131,7 +131,7 @@ void FeedServerProgramTest::theAuthorityIsMadeOnceAndSignsTheServer() {
         trusting.setCaCertificates(QSslCertificate::fromData(pem));
         socket.setSslConfiguration(trusting);
         socket.connectToHostEncrypted(QStringLiteral("127.0.0.1"), portOf(address));
-        QVERIFY2(socket.waitForEncrypted(5000), qPrintable(socket.errorString()));
+        QVERIFY2(socket.waitForEncrypted(testPatience), qPrintable(socket.errorString()));
         socket.abort();
         QVERIFY(ends(program, SIGTERM));
     }

@@ -17,7 +17,8 @@ public:
             _socket.connectToHostEncrypted(QStringLiteral("127.0.0.1"), port);
         else
             _socket.connectToHost(QStringLiteral("127.0.0.1"), port);
-        _connected = tls ? _socket.waitForEncrypted(5000) : _socket.waitForConnected(5000);
+        _connected =
+            tls ? _socket.waitForEncrypted(testPatience) : _socket.waitForConnected(testPatience);
     }
 
     [[nodiscard]] bool isConnected() const { return _connected; }
@@ -32,7 +33,7 @@ public:
     }
 
     /// Reads until the connection has ended, `enough` bytes have arrived or `timeout` has expired.
-    void gather(std::chrono::milliseconds timeout = std::chrono::seconds(10),
+    void gather(std::chrono::milliseconds timeout = std::chrono::milliseconds(testPatience),
                 qint64 enough = std::numeric_limits<qint64>::max()) {
         QElapsedTimer elapsed;
         elapsed.start();

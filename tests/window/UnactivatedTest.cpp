@@ -103,7 +103,7 @@ void UnactivatedTest::isOpenedOnceForEachShowing() {
         other.setGeometry(_controller->window()->geometry());
         other.show();
         other.raise();
-        QVERIFY(QTest::qWaitForWindowExposed(&other));
+        QVERIFY(QTest::qWaitForWindowExposed(&other, testPatience));
     }
     QTRY_VERIFY(exposures.count > 0);
     QTest::qWait(longEnough);

@@ -119,7 +119,7 @@ std::shared_ptr<OlvNewsWindowController> WindowFixture::shown(const QList<FeedIt
 
 void WindowFixture::settle(const OlvNewsWindowController &controller) {
     if (!QTest::qWaitFor([&controller] { return !controller.newsCache().retrievingContent(); },
-                         20000))
+                         testPatience))
         qFatal("a refresh does not end");
     QCoreApplication::sendPostedEvents();
     QCoreApplication::processEvents();

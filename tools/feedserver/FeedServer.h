@@ -77,7 +77,7 @@ public:
 
     /// Blocks until `count` requests have arrived; false on timeout.
     [[nodiscard]] bool waitForRequests(
-        std::size_t count, std::chrono::milliseconds timeout = std::chrono::seconds(10)) const;
+        std::size_t count, std::chrono::milliseconds timeout = std::chrono::minutes(1)) const;
 
     /// The number of open connections.
     [[nodiscard]] int openConnections() const;

@@ -59,11 +59,11 @@ QString RendererFixture::text() const {
         return _browser->toPlainText();
     // A page that is being replaced does not answer. After this time the question is repeated, so
     // that the next page answers it.
-    constexpr int answerMilliseconds = 2000;
+    constexpr std::chrono::milliseconds answerTimeout{2000};
     auto told = std::make_shared<std::optional<QString>>();
     QElapsedTimer sinceAsked;
     const auto answered = [&] {
-        if (!sinceAsked.isValid() || sinceAsked.hasExpired(answerMilliseconds)) {
+        if (!sinceAsked.isValid() || sinceAsked.hasExpired(answerTimeout.count())) {
             sinceAsked.start();
             _web->page()->toPlainText([told](const QString &text) { *told = text; });
         }
