@@ -117,7 +117,6 @@ void OlvNewsParser::parserDidEndElement(std::string_view name) {
     if (name == "item") {
         // An item is kept even if all its fields are absent.
         _feedItems->push_back(std::move(_currentItem));
-        _currentItem.reset();
     } else if (name == "pubDate") {
         if (!_dateFormatter)
             _dateFormatter = makeDateFormatter();

@@ -87,7 +87,7 @@ SettingsBackup::Outcome SettingsBackup::check(qsizetype keys) {
 
 bool SettingsBackup::restore() {
     if (_wasAbsent)
-        return ::unlink(_target.constData()) == 0 || errno == ENOENT;
+        return ::unlink(_target.constData()) == 0;
     return std::rename(_kept.constData(), _target.constData()) == 0;
 }
 

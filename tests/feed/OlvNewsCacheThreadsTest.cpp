@@ -161,16 +161,17 @@ void OlvNewsCacheThreadsTest::anOlderFilterRunDoesNotReplaceANewerView() {
 void OlvNewsCacheThreadsTest::theLastViewingOnlyMovesForwardUnderManyReaders() {
     QVERIFY(_cache->parseFeed(QString::fromUtf8(feed("en", 60)), nullptr));
     _cache->applyFilter();
-    for (int round = 0; round < 200; ++round) {
-        _cache->setLastViewing(now.addDays(-100));
-        std::atomic<int> ready = 0;
-        const auto read = [&](quint64 index) {
-            for (++ready; ready < 2;) {
-            }
-            static_cast<void>(_cache->itemAtIndex(index));
-        };
-        std::thread other(read, 40);
-        read(0);
+    for (int round = 0; round < 500; ++round) {
+        const QDateTime before = now.addDays(-100);
+        _cache->setLastViewing(before);
+        // Moves it forward 59 times, and once more meanwhile.
+        std::thread other([this] {
+            for (quint64 index = 59; index > 0; --index)
+                static_cast<void>(_cache->itemAtIndex(index));
+        });
+        while (_cache->lastViewing() == before) {
+        }
+        static_cast<void>(_cache->itemAtIndex(0));
         other.join();
         QCOMPARE(_cache->lastViewing(), now);
     }

@@ -38,6 +38,7 @@ private Q_SLOTS:
     void whatTheHostHasNotWrittenYetIsNotLostWithOurs();
     void whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs();
     void aFileThatCouldNotBeKeptIsNeverRemoved();
+    void whatCannotBeReachedIsNotAbsent();
     void anAbsentFileHoldsNoKeys();
     void anEmptyFileHoldsNoKeys();
     void aFileThatWasCutInPlaceLeavesNoBackup();
@@ -330,6 +331,17 @@ void FullDiskTest::aFileThatCouldNotBeKeptIsNeverRemoved() {
     QVERIFY(file.resize(1));
     QVERIFY(backup.check(1) == SettingsBackup::Outcome::Untouched);
     QVERIFY(file.exists());
+}
+
+void FullDiskTest::whatCannotBeReachedIsNotAbsent() {
+    // A link to itself, in whose place a file appears later.
+    QVERIFY(QFile::link(path(), path()));
+    SettingsBackup backup(path());
+    QVERIFY(!backup.isKept());
+    QVERIFY(QFile::remove(path()));
+    QVERIFY(put(path(), "[General"));
+    QVERIFY(backup.check(1) == SettingsBackup::Outcome::Untouched);
+    QCOMPARE(bytes(), QByteArray("[General"));
 }
 
 void FullDiskTest::anAbsentFileHoldsNoKeys() {
