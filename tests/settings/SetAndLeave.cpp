@@ -1,15 +1,24 @@
-// A program that sets a preference after its event loop has ended, and exits while the preferences
-// object is still held.
+// A program that sets a preference after its event loop has ended, or even after its application
+// object (with the argument "late"), and exits while the preferences object is still held.
 
 #include "settings/UserDefaults.h"
 
 #include <QCoreApplication>
 
+#include <memory>
+
 int main(int argc, char *argv[]) {
-    const QCoreApplication application(argc, argv);
-    QCoreApplication::setOrganizationName(QStringLiteral("Olvane"));
-    QCoreApplication::setApplicationName(QStringLiteral("Leaving"));
-    static const auto *const held = new auto(pelorinnews::UserDefaults::standard());
-    (*held)->setValue(QStringLiteral("newsShowOnStart"), false);
+    static std::shared_ptr<pelorinnews::UserDefaults> *held = nullptr;
+    const auto set = [] { (*held)->setValue(QStringLiteral("newsShowOnStart"), false); };
+    {
+        const QCoreApplication application(argc, argv);
+        QCoreApplication::setOrganizationName(QStringLiteral("Olvane"));
+        QCoreApplication::setApplicationName(QStringLiteral("Leaving"));
+        held = new auto(pelorinnews::UserDefaults::standard());
+        if (argc == 1)
+            set();
+    }
+    if (argc > 1)
+        set();
     return 0;
 }

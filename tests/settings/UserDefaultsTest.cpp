@@ -64,15 +64,23 @@ class UserDefaultsTest : public QObject {
 private Q_SLOTS:
     void init() { _path = _folder.filePath(QString::number(++_files) + QStringLiteral("/P.conf")); }
 
+    void whatIsSetAfterTheEventLoopIsWrittenThoughSomebodyHoldsOn_data() {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::newRow("before the application object ends") << QStringList();
+        QTest::newRow("after it has ended") << QStringList{QStringLiteral("late")};
+    }
+
     void whatIsSetAfterTheEventLoopIsWrittenThoughSomebodyHoldsOn() {
+        QFETCH(QStringList, arguments);
+        const QString path =
+            QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+            QStringLiteral("/Olvane/Leaving.conf");
+        QFile::remove(path);
         QProcess leaving;
-        leaving.start(QStringLiteral(PELORIN_SET_AND_LEAVE), QStringList());
+        leaving.start(QStringLiteral(PELORIN_SET_AND_LEAVE), arguments);
         QVERIFY(leaving.waitForFinished(testPatience));
         QCOMPARE(leaving.exitCode(), 0);
-        const QSettings file(
-            QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-                QStringLiteral("/Olvane/Leaving.conf"),
-            QSettings::IniFormat);
+        const QSettings file(path, QSettings::IniFormat);
         QCOMPARE(file.value(QStringLiteral("newsShowOnStart")).toString(), QStringLiteral("false"));
     }
 

@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QPointer>
+#include <QTimer>
 #include <QWindow>
 
 using namespace pelorinnews;
@@ -47,6 +48,7 @@ private Q_SLOTS:
     void cleanup();
 
     void isOpenedOnceItIsOnTheScreen();
+    void isOpenedWhateverEventsItGetsMeanwhile();
     void isOpenedOnceForEachShowing();
     void isNotOpenedBeforeItIsOnTheScreen();
     void isNotOpenedWhenItWentFromTheScreenAtOnce();
@@ -90,6 +92,17 @@ void UnactivatedTest::isOpenedOnceItIsOnTheScreen() {
     QCOMPARE(_fixture->server().requests().size(), 1U);
     _controller->window()->performClose();
     QVERIFY(_fixture->server().waitForRequests(2));
+}
+
+void UnactivatedTest::isOpenedWhateverEventsItGetsMeanwhile() {
+    _controller->showWindow();
+    QTimer events;
+    connect(&events, &QTimer::timeout, this, [this] {
+        QEvent event(QEvent::User);
+        QCoreApplication::sendEvent(_controller->window()->windowHandle(), &event);
+    });
+    events.start(20);
+    QTRY_COMPARE(position(), QStringLiteral("1 / 3"));
 }
 
 void UnactivatedTest::isOpenedOnceForEachShowing() {
