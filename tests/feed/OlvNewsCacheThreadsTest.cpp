@@ -161,15 +161,21 @@ void OlvNewsCacheThreadsTest::anOlderFilterRunDoesNotReplaceANewerView() {
 void OlvNewsCacheThreadsTest::theLastViewingOnlyMovesForwardUnderManyReaders() {
     QVERIFY(_cache->parseFeed(QString::fromUtf8(feed("en", 60)), nullptr));
     _cache->applyFilter();
-    for (int round = 0; round < 500; ++round) {
-        const QDateTime before = now.addDays(-100);
-        _cache->setLastViewing(before);
-        // Moves it forward 59 times, and once more meanwhile.
-        std::thread other([this] {
+    for (int round = 0; round < 2000; ++round) {
+        _cache->setLastViewing(now.addDays(-100));
+        std::atomic<int> ready = 0;
+        const auto meet = [&ready] {
+            for (++ready; ready < 2;) {
+            }
+        };
+        std::thread other([&] {
+            meet();
             for (quint64 index = 59; index > 0; --index)
                 static_cast<void>(_cache->itemAtIndex(index));
         });
-        while (_cache->lastViewing() == before) {
+        meet();
+        // At another moment in each round.
+        for (std::atomic<int> pause = round % 500; pause > 0; --pause) {
         }
         static_cast<void>(_cache->itemAtIndex(0));
         other.join();
