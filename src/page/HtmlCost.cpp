@@ -56,9 +56,9 @@ constexpr Rate spanInCells{5ns, 5ns};
 // The contents of a table are laid out three times: for the table's minimum width, for its maximum
 // width, and for its final width. Each level of table nesting doubles the number of layouts. The
 // rates of one such layout:
-constexpr nanoseconds layoutOfPlain = 200ns;
-constexpr nanoseconds layoutOfOther = 350ns;
-constexpr nanoseconds layoutOfFar = 1us;
+constexpr nanoseconds layoutOfPlain = 400ns;
+constexpr nanoseconds layoutOfOther = 700ns;
+constexpr nanoseconds layoutOfFar = 2us;
 constexpr nanoseconds layoutOfScriptChange = 3500ns;
 constexpr nanoseconds layoutOfElement = 6us;
 constexpr nanoseconds layoutOfLine = 6us;

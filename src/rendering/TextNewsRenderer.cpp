@@ -99,9 +99,12 @@ void TextNewsRenderer::loadHtmlString(const QString &html) {
     _pictures = PagePictures(_page.pictureTime);
     // If the scroll bar appeared only later, a long page would be laid out twice.
     setVerticalScrollBarPolicy(_page.isLong ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAsNeeded);
+    // The page is laid out once, after all changes, and not after each of them.
+    document()->setLayoutEnabled(false);
     setHtml(_page.html);
     tellOfPicturesLeftOut(*document());
     repairHtmlDocument(*document(), _page.items);
+    document()->setLayoutEnabled(true);
     verticalScrollBar()->setValue(0);
 }
 

@@ -1,7 +1,9 @@
 #include "TestMain.h"
 #include "rendering/TextNewsRenderer.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QBuffer>
+#include <QSignalSpy>
 #include <QTextBlock>
 
 using namespace pelorinnews;
@@ -39,6 +41,7 @@ private Q_SLOTS:
     void numbersAreAsLargeAsTheText();
     void listsAreSetApart();
     void aPageShowsItsOwnPictures();
+    void aPageIsLaidOutOnceWhenItIsLoaded();
 };
 
 void TextNewsRendererTest::aPictureThatIsLeftOutLeavesItsText_data() {
@@ -191,6 +194,21 @@ void TextNewsRendererTest::aPageShowsItsOwnPictures() {
     white.save(&buffer, "PNG");
     QVERIFY(shown(dataAddress("image/png", buffer.data())) != black);
     QVERIFY(shown(png()) == black);
+}
+
+// Repairing the document after `setHtml` must not lay it out a second time: nested tables take
+// long.
+void TextNewsRendererTest::aPageIsLaidOutOnceWhenItIsLoaded() {
+    TextNewsRenderer renderer(nullptr);
+    renderer.resize(500, 300);
+    renderer.show();
+    const QString item = QStringLiteral("<h1>Title</h1><ul><li>One<li>Two</ul>");
+    renderer.loadHtmlString(item);
+    const QSignalSpy layouts(renderer.document()->documentLayout(),
+                             &QAbstractTextDocumentLayout::documentSizeChanged);
+    renderer.loadHtmlString(item + item);
+    static_cast<void>(renderer.grab());
+    QCOMPARE(layouts.count(), 1);
 }
 
 PELORIN_WIDGET_TEST_MAIN(TextNewsRendererTest)
