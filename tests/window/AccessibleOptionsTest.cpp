@@ -1,11 +1,13 @@
-// What screen readers are told about the button that folds the options.
+// What screen readers are told about the options and the button that folds them.
 
 #include "TestMain.h"
 #include "WindowTest.h"
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QAccessible>
 #include <QApplication>
+#include <QComboBox>
 #include <qpa/qplatformaccessibility.h>
 #include <qpa/qplatformintegration.h>
 
@@ -62,6 +64,7 @@ class AccessibleOptionsTest : public WindowTest {
 private Q_SLOTS:
     void theFocusedButtonIsSpokenAgainWithItsNewName();
     void openingTheWindowAgainChangesNoName();
+    void theListsOfTheMenusAreNamedAfterTheirLabels();
 };
 
 void AccessibleOptionsTest::theFocusedButtonIsSpokenAgainWithItsNewName() {
@@ -89,6 +92,12 @@ void AccessibleOptionsTest::openingTheWindowAgainChangesNoName() {
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
     QCOMPARE(events.count(QAccessible::NameChanged), 0);
+}
+
+void AccessibleOptionsTest::theListsOfTheMenusAreNamedAfterTheirLabels() {
+    const auto controller = _fixture->shown(WindowFixture::items(1));
+    QCOMPARE(controller->displayContentType()->view()->accessibleName(), QStringLiteral("Type:"));
+    QCOMPARE(controller->displayContentFrom()->view()->accessibleName(), QStringLiteral("Show:"));
 }
 
 PELORIN_WIDGET_TEST_MAIN(AccessibleOptionsTest)
