@@ -106,7 +106,8 @@ private:
     QStringList _folders{QStandardPaths::writableLocation(QStandardPaths::DownloadLocation)};
 };
 
-// Records every window that opens during its lifetime, however briefly.
+// Records every window that opens during its lifetime, however briefly. Tooltips do not count: that
+// of a field on the page before may come late.
 class NewWindows final : public QObject {
 public:
     NewWindows() { qApp->installEventFilter(this); }
@@ -114,7 +115,8 @@ public:
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override {
-        if (event->type() == QEvent::Show && qobject_cast<QWindow *>(watched))
+        const auto *window = qobject_cast<const QWindow *>(watched);
+        if (event->type() == QEvent::Show && window && window->type() != Qt::ToolTip)
             shown.append(
                 QStringLiteral("%1 \"%2\" %3")
                     .arg(QLatin1String(watched->metaObject()->className()), watched->objectName())
