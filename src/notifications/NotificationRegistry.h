@@ -18,7 +18,7 @@ namespace pelorinnews {
 struct RegistryChange {
     QString bus;
     QString server;
-    /// The serial of the newest contents that the changing process knows.
+    /// The serial of the newest contents known to the process that makes this change.
     quint64 serial = 0;
     QStringList erased;
     /// Entries to store: each replaces the entry with the same identity, or is appended.

@@ -47,9 +47,9 @@ constexpr Rate characterOfTag{20ns, 20ns};
 constexpr Rate declaration{3us, 6us};
 constexpr Rate lineBreak{5us, 10us};
 constexpr Rate picture{20us, 60us};
-// Each image is laid out again for every later image in its block, even before anything is shown.
-constexpr Rate pictureBefore{300ns, 300ns};
-constexpr Rate characterOfAddress{30ns, 30ns};
+// What an image costs for each earlier image in its block.
+constexpr nanoseconds pictureBefore = 300ns;
+constexpr nanoseconds characterOfAddress = 30ns;
 constexpr nanoseconds copiedCell = 7us;
 constexpr Rate spanInCells{5ns, 5ns};
 
@@ -128,8 +128,8 @@ void HtmlCost::addLineBreak() {
 }
 
 void HtmlCost::addPicture(int before, qsizetype addressLength) {
-    _time += (_display ? picture.shown : picture.copied) + before * pictureBefore.copied +
-             addressLength * characterOfAddress.copied;
+    _time += (_display ? picture.shown : picture.copied) + before * pictureBefore +
+             addressLength * characterOfAddress;
     addLayout(layoutOfElement);
 }
 

@@ -27,7 +27,7 @@ public:
     void writeLineBreak();
     /// `text` is undecoded text of the page, directly in `parent`.
     void writeText(QStringView text, const OpenElement &parent);
-    /// `addressLength` is the length of the picture's address in the page.
+    /// `addressLength` is the number of characters of the picture's URL in the page.
     void writePicture(OpenElement &element, HtmlAttributes attributes, const CssStyle &style,
                       qsizetype addressLength);
 
