@@ -1,4 +1,5 @@
-// The window and its controls as accessibility clients see them, each without the others.
+// What accessibility clients read of the news window, the disclosure button and the filter menu.
+// Each test creates only the widget that it examines.
 
 #include "TestMain.h"
 #include "window/DisclosureButton.h"

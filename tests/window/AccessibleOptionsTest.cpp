@@ -18,13 +18,14 @@ using namespace pelorinnews::test;
 
 namespace {
 
-/// Counts the accessibility events of one widget. One object at a time.
+/// Counts the accessibility events of one widget. Only one instance may exist at a time, because it
+/// records into static members.
 class AccessibleEvents {
 public:
     explicit AccessibleEvents(QWidget *widget) {
         watched = widget;
         types.clear();
-        // Events are sent only while accessibility is active.
+        // Qt sends these events only while accessibility is active.
         setActive(true);
         _before = QAccessible::installUpdateHandler([](QAccessibleEvent *event) {
             if (event->object() == watched)
@@ -50,7 +51,7 @@ private:
     QAccessible::UpdateHandler _before;
 };
 
-/// The name of the button once its options no longer fold or unfold.
+/// The accessible name that the button has once its options are completely folded or unfolded.
 QString nameFor(const QAbstractButton &button) {
     return WindowFixture::localized(button.isChecked() ? "SettingsHideOptions"
                                                        : "SettingsShowOptions");

@@ -48,7 +48,7 @@ void AccessibleViewTest::aFixedTextStandsForAnAbsentValue() {
 
 void AccessibleViewTest::otherAttributesCannotBeSet() {
     static QList<QAccessible::Event> told;
-    // Events are sent only while accessibility is active.
+    // Qt sends these events only while accessibility is active.
     QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(true);
     const auto before = QAccessible::installUpdateHandler(
         [](QAccessibleEvent *event) { told.append(event->type()); });

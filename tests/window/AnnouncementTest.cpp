@@ -194,7 +194,7 @@ void AnnouncementTest::aClickOnAnyNotificationOpensTheWindow() {
     QVERIFY(delivered().isEmpty());
 }
 
-// Only Qt's code for Wayland windows reads the token from the environment.
+// Only Qt's code for Wayland windows reads the activation token from the environment.
 void AnnouncementTest::offWaylandAClicksTokenStaysOutOfTheEnvironment() {
     class Watcher : public QObject {
     public:
@@ -251,8 +251,9 @@ void AnnouncementTest::exitKeepsTheAnnouncementForOneCopyOnly() {
 
 void AnnouncementTest::exitWithdrawsWhileTheSearchHasNotAnswered() {
     QVERIFY(QDir(_fixture->applications()).mkpath(QStringLiteral("Pelorin.app")));
-    // The search starts in the main loop, which does not run between the controller's creation and
-    // `exit`. The feed is empty, so that the refresh at creation announces nothing.
+    // The main loop, which would start the search for copies of the host, does not run between the
+    // controller's creation and `exit`. The feed is empty, so that the refresh at creation
+    // announces nothing.
     _fixture->serve({});
     UserNotification announced;
     announced.userInfo = {

@@ -79,7 +79,8 @@ void DisplayTest::steppingGoesOnFromBeyondAListThatBecameShorter() {
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("5 / 5"));
     controller->newsCache().setCategoriesOfInterest({QStringLiteral("kept")});
     QCOMPARE(controller->newsCache().count(), 3U);
-    // Stepping on leads back to the first item only from the position right after the last one.
+    // `onNextItem` returns to the first item only from the last one, and not from a position beyond
+    // it.
     controller->onNextItem();
     QCOMPARE(controller->itemIndicator()->text(), QString());
     QTRY_COMPARE(controller->webView()->outerHTML(),
@@ -226,7 +227,7 @@ void DisplayTest::aSecondWindowTakesOverTheOptionsAsTheyAre() {
     QVERIFY(second->optionsButton()->isChecked());
     QVERIFY(!second->displayContentFrom()->isHidden());
 
-    // The second window is also right if the options change between its loading and its opening.
+    // The second window opens with folded options even if they were folded only after its creation.
     first->onOptionsButton();
     QTRY_COMPARE(first->optionsLabel()->text(), WindowFixture::localized("SettingsShowOptions"));
     second->showWindow();
@@ -248,7 +249,8 @@ void DisplayTest::theTriangleOfASecondWindowNeverPointsTheWrongWay() {
                                                   : "SettingsShowOptions"));
         QCOMPARE(pressed->displayContentFrom()->isHidden(), !pressed->optionsButton()->isChecked());
     }
-    // A window's minimum height includes the options area exactly if the window shows it.
+    // A window's minimum height includes the height of the options area only while that area is
+    // visible.
     second->window()->performClose();
     QTRY_VERIFY(!second->window()->isVisible());
     second->showWindow();
@@ -281,7 +283,7 @@ void DisplayTest::whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone() {
     const int page = controller->webView()->height();
 
     for (int press = 1; press <= presses; ++press) {
-        controller->onOptionsButton();  // ends the folding of the press before
+        controller->onOptionsButton();  // completes the folding that the previous press began
         const int height = window->height();
         if (begun)
             QTRY_VERIFY(window->height() != height);
@@ -311,10 +313,10 @@ void DisplayTest::whatIsDoneWhileTheOptionsFoldLeavesNothingHalfDone() {
             QCOMPARE(control->isHidden(), !open);
     };
     isDone();
-    // Nothing changes later, either.
+    // Nothing changes in the next 300 ms.
     QTest::qWait(300);
     isDone();
-    // Restore the state that the next test expects.
+    // Fold the options, as the next test expects them.
     if (open) {
         controller->onOptionsButton();
         QTRY_VERIFY(controller->displayContentFrom()->isHidden());
@@ -395,7 +397,7 @@ void DisplayTest::withoutOutletsEveryOperationIsHarmless() {
     controller->onOptionsButton();
     WindowFixture::settle(*controller);
     QCOMPARE(controller->newsCache().count(), 2U);
-    // The other controls work as usual.
+    // The controls that were not deleted work as usual.
     if (controller->webView())
         QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 2</p>"));
     for (const QWidget *button : {controller->previousItem(), controller->nextItem()})
@@ -439,7 +441,7 @@ void DisplayTest::drawsItemsThatNameNoFontInTheStandardFont() {
     QTRY_COMPARE(controller->webView()->outerHTML(), items[0].html);
     const auto *browser = controller->webView()->findChild<QTextBrowser *>();
     QVERIFY(browser);
-    // The font that the text asks for, whether or not this computer has to substitute it.
+    // The font that the text requests, even if this computer lacks it and paints with another.
     const auto font = [browser](int block) {
         const QTextBlock text = browser->document()->findBlockByNumber(block);
         return text.begin().fragment().charFormat().font().resolve(

@@ -14,7 +14,8 @@ using namespace pelorinnews::test;
 
 namespace {
 
-// Whether a news window was created during this object's lifetime, even if it is gone again.
+// Records whether a news window was created during this object's lifetime. Also counts a window
+// that no longer exists.
 class MadeWindows : public QObject {
 public:
     MadeWindows() { qApp->installEventFilter(this); }
@@ -135,7 +136,7 @@ void ExitTest::exitReleasesTheController() {
     QPointer<OlvNewsWindowController> watched = controller.get();
     QVERIFY(controller->window());
     controller.reset();
-    QVERIFY(watched);  // held by its timer
+    QVERIFY(watched);  // kept alive by the refresh timer
     watched->weak_from_this().lock()->exit();
     QTRY_VERIFY(!watched);
     QVERIFY(!WindowFixture::isShown());
@@ -190,8 +191,8 @@ void ExitTest::newsThatComeAfterExitOpenTheWindowOnlyOfAControllerThatIsHeld() {
     auto controller = _fixture->beginController();
     QVERIFY(service.isAsked());
     const QPointer<OlvNewsWindowController> watched = controller.get();
-    // The second refresh keeps the controller alive after the first one, so that the test can
-    // examine it. It cannot close the controller's window.
+    // A second refresh keeps the controller alive after the first one, so that the test can examine
+    // it. It neither opens nor closes the window.
     controller->refreshCache();
     if (exits)
         controller->exit();

@@ -77,7 +77,7 @@ void FilterTest::tellsWhyNothingPassesTheFilter_data() {
 void FilterTest::tellsWhyNothingPassesTheFilter() {
     QFETCH(const int, filter);
     QFETCH(const QString, page);
-    // First an item is shown and reported to screen readers; nothing of it may remain.
+    // Show an item first. Neither its page nor its text for screen readers may remain.
     _fixture->prefer(QStringLiteral("newsFilter"), 1);
     auto items = WindowFixture::items(2);
     for (FeedItem &item : items)
@@ -116,7 +116,8 @@ void FilterTest::filterChangesStartAgainAtTheFirstItem() {
 }
 
 void FilterTest::agesCountToTheSecondAndChoicesReplaceEachOther() {
-    // One item for each second around the age limit, the newest first.
+    // Items dated at each second from 300 seconds after the age limit to 300 seconds before it, the
+    // newest first.
     constexpr int seconds = 300;
     const QDateTime now = QDateTime::currentDateTimeUtc();
     auto items = WindowFixture::items(2 * seconds + 1);
@@ -180,7 +181,8 @@ void FilterTest::withoutAChoiceTheStoredOneIsAppliedAgain() {
     items[3].date = items[3].date.addDays(-31);
     const auto controller = _fixture->shown(items);
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 3"));
-    // Filter by something else than the stored settings, so that applying those again is visible.
+    // Change the filter without storing the change, so that reapplying the stored settings has a
+    // visible effect.
     controller->newsCache().setFilterTimeInterval(0);
     controller->onNextItem();
     QCOMPARE(controller->itemIndicator()->text(), QStringLiteral("2 / 4"));

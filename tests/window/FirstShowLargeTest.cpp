@@ -1,6 +1,7 @@
-// The first show of a window that is large enough in one direction, in both, or in neither on a
-// screen of odd size. A process has only one first show, so each case runs in its own process: this
-// program again.
+// The first show enlarges the window to at least 1 / 2.5 of the screen in each direction. Tested
+// here: a window that is large enough in both directions, in width only, or in neither on screens
+// of odd sizes. A process has only one first show, so this program runs itself in a child process
+// for each case.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -34,7 +35,7 @@ void FirstShowLargeTest::isLargeEnoughAfterwards_data() {
     const QSize square(800, 800);
     QTest::newRow("both ways") << square << QSize(700, 700) << QSize(320, 320);
     QTest::newRow("in width only") << square << QSize(700, 290) << QSize(320, 320);
-    // The exact sizes are 546.4 by 307.2, and 1200.4 by 540.4, rounded up: rounded down, a window
+    // The exact sizes, 546.4 by 307.2 and 1200.4 by 540.4, are rounded up: rounded down, the window
     // would be too small.
     QTest::newRow("neither way on 1366 by 768")
         << QSize(1366, 768) << QSize(400, 270) << QSize(547, 308);

@@ -1,6 +1,6 @@
-// The first show in the process, which sizes the window and folds its options away. A process has
-// only one first show, so this executable has only one test of it. Built twice: with
-// PELORIN_WITH_WEB_ENGINE the web renderer is beside it.
+// The first show of a news window in the process enlarges the window and folds its options. A
+// process has only one first show, so this executable has only one test. It is built twice: the
+// build with PELORIN_WITH_WEB_ENGINE finds the web renderer beside itself.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -21,13 +21,14 @@ constexpr bool withWebEngine = true;
 constexpr bool withWebEngine = false;
 #endif
 
-// The frame that a window manager puts around a window; known only once it has done so.
+// The margins of the frame that the window manager puts around a window. They are known only once a
+// window is shown, so this function shows one.
 QMargins frameMargins() {
     QWidget probe;
     probe.resize(200, 100);
     probe.show();
     if (!QTest::qWaitForWindowActive(&probe, testPatience))
-        qFatal("no window manager");
+        qFatal("the window does not become active: no window manager?");
     const QRect inner = probe.geometry();
     const QRect outer = probe.frameGeometry();
     return {inner.left() - outer.left(), inner.top() - outer.top(), outer.right() - inner.right(),
@@ -83,8 +84,8 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
     Watcher watcher(*window);
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
-    // First enlarged to 1440 / 2.5 by 900 / 2.5 with the lower-left corner kept, then made lower by
-    // folding with the top edge kept.
+    // The window is first enlarged to 1440 / 2.5 by 900 / 2.5 and keeps its lower-left corner. Then
+    // the folding makes it lower, and it keeps its top edge.
     const QRect before = watcher.frameAtFirst;
     QCOMPARE(before.size(), QSize(400, 300));
     QTRY_COMPARE(window->frameGeometry(),
@@ -106,7 +107,8 @@ void FirstShowTest::enlargesAndFoldsOnceForTheProcess() {
     QVERIFY(area);
     QTRY_VERIFY(area->isHidden());
 
-    // Neither a second opening nor a second controller enlarges or folds again.
+    // Neither a second opening nor a second controller enlarges the window or folds the options
+    // again.
     window->resize(420, 250);
     QTRY_COMPARE(window->size(), QSize(420, 250));
     window->performClose();

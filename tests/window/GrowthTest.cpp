@@ -31,11 +31,12 @@ qint64 allocated() {
 #endif
 }
 
-// The growth that is allowed, in bytes, for caches, lists that grow in steps and active timers. A
+// The growth, in bytes, that is allowed for caches, lists that grow in steps and active timers. A
 // leak of one small object per round exceeds it.
 constexpr qint64 tolerance = 16 * 1024;
 
-// The memory that `count` rounds leave behind, after `first` rounds that may fill caches.
+// The growth of the allocated memory over `count` rounds, measured after `first` rounds that fill
+// caches.
 template <class Round>
 qint64 growth(int first, int count, Round round) {
     qint64 before = 0;

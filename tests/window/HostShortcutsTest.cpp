@@ -1,5 +1,5 @@
-// A host whose own shortcuts equal the window's keys, with a real keyboard: Qt checks for shortcuts
-// before any widget gets the key.
+// A host that has shortcuts on the same keys as the news window. The test presses real keys, for
+// which Qt looks for a matching shortcut before it sends the key to any widget.
 
 #include "TestMain.h"
 #include "WindowFixture.h"

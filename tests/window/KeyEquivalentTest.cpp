@@ -51,8 +51,8 @@ void KeyEquivalentTest::recognisesItsPress_data() {
     row("Shift-Escape", escapeKeyEquivalent, 9, Qt::Key_Escape, Qt::ShiftModifier, false);
     row("Control-Escape", escapeKeyEquivalent, 9, Qt::Key_Escape, Qt::MetaModifier, false);
     row("Command-Escape", escapeKeyEquivalent, 9, Qt::Key_Escape, command, false);
-    // Qt reports Caps Lock not as a modifier, but by a changed character. It reports the modifiers
-    // of these rows.
+    // Modifiers that make no difference. Caps Lock is not among them: Qt reports it not as a
+    // modifier, but by a changed character.
     row("Escape, keypad", escapeKeyEquivalent, 9, Qt::Key_Escape, Qt::KeypadModifier, true);
     row("Command-C, group switch", copyKeyEquivalent, 54, Qt::Key_C,
         command | Qt::GroupSwitchModifier, true);

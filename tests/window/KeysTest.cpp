@@ -1,4 +1,5 @@
-// Key presses in the news window, sent through the window system's event queue as a keyboard does.
+// Key presses in the news window, sent through the window system's event queue like those of a real
+// keyboard.
 
 #include "TestMain.h"
 #include "WindowFixture.h"

@@ -112,7 +112,8 @@ void LayoutTest::isNeverSmallerThanDescribed() {
     QTRY_VERIFY(area->isHidden());
     QCOMPARE(window->height(), 230);
 
-    // With a short text the layout needs less than the window's minimum width, which stays.
+    // With a short text the layout needs less than the window's minimum width, but that minimum
+    // remains.
     controller->showOnStart()->setText(QStringLiteral("!"));
     QTRY_VERIFY(window->layout()->totalMinimumSize().width() < 360);
     QTRY_COMPARE(window->minimumWidth(), 360);
@@ -184,7 +185,8 @@ void LayoutTest::theKeyboardGoesWhereTheEyeGoes() {
         controller->optionsButton(),      controller->showOnStart(),
         controller->previousItem(),       controller->nextItem(),
         controller->displayContentType(), controller->displayContentFrom()};
-    // The page comes first, because users want to scroll it and screen readers to read it first.
+    // The page gets the focus first, so that users can scroll it and screen readers read it at
+    // once.
     QCOMPARE(QApplication::focusWidget(), controller->webView());
     controller->optionsButton()->setFocus();
     for (QWidget *expected : order) {

@@ -15,19 +15,21 @@ using namespace pelorinnews::test;
 
 namespace {
 
-// A repeating alarm, in seconds: its period, and the time until it first fires.
+// A repeating timer of the kernel (timerfd), in seconds: its period, and the time until it next
+// fires.
 struct Alarm {
     qint64 interval;
     double remaining;
 };
 
-// The value between parentheses: "it_value: (14399, 992851)" is seconds and nanoseconds.
+// The time in a line of `/proc/self/fdinfo`: "it_value: (14399, 992851)" gives seconds and
+// nanoseconds.
 double seconds(const QByteArray &line) {
     const auto parts = line.mid(line.indexOf('(') + 1).chopped(1).split(',');
     return parts.value(0).toDouble() + parts.value(1).trimmed().toDouble() / 1e9;
 }
 
-// The repeating alarms of this process.
+// The repeating kernel timers of this process.
 QList<Alarm> alarms() {
     QList<Alarm> all;
     const QDir infos(QStringLiteral("/proc/self/fdinfo"));
@@ -106,7 +108,7 @@ void LifecycleTest::refreshesAtTheStoredInterval() {
     const auto now = alarms();
     QCOMPARE(now.size(), 1);
     QCOMPARE(now.first().interval, seconds);
-    // The first firing comes one full interval after the creation, unless it has come already.
+    // The timer first fires one full interval after its creation. It may have fired already.
     const auto interval = static_cast<double>(seconds);
     const double passed = static_cast<double>(sinceBefore.nsecsElapsed()) / 1e9;
     QVERIFY(now.first().remaining <= interval);
@@ -161,7 +163,7 @@ void LifecycleTest::theOwedRefreshAnnouncesAndOpensNothing() {
 
 void LifecycleTest::marksEveryItemAsViewedWhenClosing() {
     auto items = WindowFixture::items(5);
-    std::swap(items[0], items[3]);  // the latest need not be the first
+    std::swap(items[0], items[3]);  // the latest item need not be the first
     _fixture->serve(items);
     const auto controller = _fixture->makeController();
     controller->showWindow();
@@ -179,7 +181,7 @@ void LifecycleTest::aWindowClosedBeforeItBecameKeyIsClosed() {
     const auto controller = _fixture->makeController();
     controller->showWindow();
     controller->window()->performClose();
-    QTest::qWait(500);  // late events of the window system have arrived
+    QTest::qWait(500);  // wait for late events of the window system
     QVERIFY(!WindowFixture::isShown());
     controller->refreshCache();
     QVERIFY(_fixture->server().waitForRequests(2));
@@ -192,7 +194,7 @@ void LifecycleTest::regainingTheFocusChangesNothing() {
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     controller->onNextItem();
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 2</p>"));
-    // Any display would overwrite these marks.
+    // If the window displayed its item again, it would overwrite these marks.
     const auto mark = QStringLiteral("Nothing was displayed since");
     controller->webView()->loadHtmlString(mark);
     controller->itemIndicator()->setText(mark);
@@ -243,7 +245,7 @@ void LifecycleTest::opensInTheSizeThatItWasClosedIn() {
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
     controller->window()->performClose();
     const QSize closed = controller->window()->size();
-    // Simulates a late reply of the desktop to a resize before the closing.
+    // Simulates a desktop that answers an earlier resize only after the window has closed.
     controller->window()->resize(closed + QSize(0, 40));
     controller->showWindow();
     QCOMPARE(controller->window()->size(), closed);
@@ -258,7 +260,8 @@ void LifecycleTest::opensMaximizedAgain() {
     };
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
-    // This closing stores a size, which must not count after the next, maximized one.
+    // Closing a window that is not maximized stores its size. Once the window was closed maximized,
+    // it must not reopen in that size.
     reopen();
     const QSize ordinary = controller->window()->size();
     controller->window()->showMaximized();
@@ -300,7 +303,7 @@ void LifecycleTest::aWindowDeletedBySomebodyElseIsMadeAnew() {
 
 void LifecycleTest::deletingTheOpenWindowClosesIt() {
     auto items = WindowFixture::items(5);
-    std::swap(items[0], items[3]);  // so that a newer item than the first one stays unviewed
+    std::swap(items[0], items[3]);  // an item newer than the first stays unviewed
     _fixture->serve(items);
     const auto controller = _fixture->makeController();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
@@ -310,7 +313,7 @@ void LifecycleTest::deletingTheOpenWindowClosesIt() {
     QCOMPARE(controller->newsCache().sinceLastViewingCount(), 0);
     QVERIFY(_fixture->server().waitForRequests(2));
     WindowFixture::settle(*controller);
-    // No window is open, so the next refresh does not wait.
+    // No window is open, so the next refresh is not postponed.
     controller->onRefreshTimerFire();
     QVERIFY(_fixture->server().waitForRequests(3));
     WindowFixture::settle(*controller);

@@ -1,5 +1,5 @@
-// A window whose edges the desktop controls (maximized, full-screen). Needs a window manager, which
-// alone knows what happens to such a window.
+// The window's geometry when it is maximized, restored, closed and reopened. Needs a window
+// manager, which alone decides how large a maximized window is.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -38,8 +38,8 @@ private:
         };
         QTRY_VERIFY(isSettled());
     }
-    // The window manager replies to every step of the folding and to every change by hand, and a
-    // late reply undoes later requests.
+    // Waits for the window manager's replies to each step of the folding and to each resize. A late
+    // reply would undo a later request.
     static void waitForAnswers() { QTest::qWait(300); }
 
     std::unique_ptr<WindowFixture> _fixture;

@@ -8,7 +8,8 @@
 
 namespace pelorinnews::test {
 
-/// Uses the real centre, without a bus: deliveries wait in its list.
+/// Uses the real notification centre, but without a bus, so that delivered notifications stay in
+/// its list.
 class NewsAnnouncementTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:

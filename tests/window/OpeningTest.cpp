@@ -157,7 +157,7 @@ void OpeningTest::newsOfABackgroundRefreshAppearAtTheNextOpening() {
 
 void OpeningTest::newsThatCameStartAgainAtTheFirstItem() {
     auto items = WindowFixture::items(5);
-    std::swap(items[0], items[4]);  // so that a newer item than the first one stays unviewed
+    std::swap(items[0], items[4]);  // an item newer than the first stays unviewed
     _fixture->prefer(QStringLiteral("newsFilter"), 1);
     _fixture->serve(items);
     const auto controller = _fixture->makeController();

@@ -32,7 +32,8 @@ struct Folding {
     void start(bool open) {
         fold.start(open, [this] { ++finished; });
     }
-    // Folds at once, and moves the window so that `room` pixels are left below it.
+    // Folds without animation, and moves the window so that `room` pixels remain between it and the
+    // bottom of the screen.
     void foldAbove(int room, int height = 262) {
         start(false);
         fold.complete();
@@ -216,10 +217,10 @@ void OptionsFoldTest::aResizeByHandWhileItRunsLeavesNothingHalfDone() {
     QTRY_VERIFY(folding.window.height() < 300);
     folding.window.resize(520, 420);
     QTRY_COMPARE(folding.finished, 1);
-    // Until the folding ends, it sets the height, so only the width of the resize stays.
+    // The folding controls the height until it ends, so only the width of the resize remains.
     QCOMPARE(folding.window.size(), QSize(520, 262));
     QCOMPARE(folding.area.isVisible(), false);
-    // After the folding, its size constraints are removed, and the content fills the window.
+    // After the folding, the size constraints are removed, and the content fills the window.
     QTRY_COMPARE(folding.controls.geometry().bottom() + 1, folding.window.height());
     QCOMPARE(folding.content.maximumHeight(), QWIDGETSIZE_MAX);
     folding.start(true);
@@ -249,13 +250,13 @@ void OptionsFoldTest::aWindowThatIsNotShownIsChangedAtOnce() {
 
 void OptionsFoldTest::aChangeBeforeTheDesktopAnsweredTheLastOneKeepsTheHeights() {
     Folding folding;
-    // No event is processed in between, so that no answer can arrive.
+    // No event is processed between the two changes, so that no reply of the desktop can arrive.
     for (const bool open : {false, true}) {
         folding.start(open);
         folding.fold.complete();
     }
     QCOMPARE(folding.window.height(), 300);
-    // Longer than answers are waited for.
+    // Wait longer than the folding waits for a reply.
     QTest::qWait(1500);
     QCOMPARE(folding.window.height(), 300);
     folding.start(false);
@@ -314,8 +315,8 @@ void OptionsFoldTest::aWindowTakenByTheDesktopMeanwhileKeepsItsEdges() {
     folding.window.setWindowState(Qt::WindowNoState);
     QTRY_COMPARE(folding.window.size(), QSize(400, open ? 300 : 262));
     QTRY_COMPARE(folding.content.height(), 222);
-    // The height is completed only once: a height between folded and open that the user chooses
-    // later stays.
+    // The interrupted change of the height is completed only once: a height between folded and open
+    // that the user chooses later stays.
     folding.window.resize(400, 281);
     QTest::qWait(50);
     QCOMPARE(folding.window.height(), 281);

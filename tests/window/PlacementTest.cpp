@@ -1,5 +1,5 @@
-// Where the window is placed on the desktop: fully visible if possible, and otherwise where the
-// user put it. Needs a display whose screens can be added and removed, and a window manager.
+// Where the window is placed on the desktop: fully visible when it opens, and afterwards wherever
+// the user moves it. Needs a display whose screens can be added and removed, and a window manager.
 
 #include "TestMain.h"
 #include "WindowFixture.h"
@@ -14,11 +14,11 @@ using namespace pelorinnews::test;
 
 namespace {
 
-// This environment variable is set in a child process, which runs one case of the first show. A
-// process has only one first show.
+// Environment variable, set in the child process that runs one case of the first show: a process
+// has only one first show.
 constexpr auto caseVariable = "PELORIN_PLACEMENT";
 
-// Asks the display for other screens, as the desktop's display settings do.
+// Changes the screens of the display, as the desktop's display settings do.
 bool xrandr(const QStringList &arguments) {
     QProcess program;
     program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -72,7 +72,8 @@ private Q_SLOTS:
 
 private:
     std::shared_ptr<OlvNewsWindowController> opened();
-    // Moves the window and waits until its frame is at `place`. False on timeout.
+    // Moves the window and waits until its frame's upper-left corner is at `place`. False on
+    // timeout.
     static bool movesTo(OlvNewsWindow *window, QPoint place) {
         window->move(place);
         return QTest::qWaitFor([=] { return window->frameGeometry().topLeft() == place; },
@@ -85,7 +86,7 @@ private:
     [[nodiscard]] static bool isSeenWhole(const OlvNewsWindow *window) {
         return WindowPlacement::isCovered(window->frameGeometry(), screens());
     }
-    // The window manager replies to every request; all its replies have arrived by then.
+    // Waits long enough for the window manager's replies to all requests.
     static void waitForAnswers() { QTest::qWait(300); }
 
     std::unique_ptr<WindowFixture> _fixture;
@@ -121,7 +122,7 @@ std::shared_ptr<OlvNewsWindowController> PlacementTest::opened() {
     auto controller = _fixture->shown(WindowFixture::items(2));
     const QWidget *area = controller->window()->findChild<QWidget *>(QStringLiteral("optionsArea"));
     if (!QTest::qWaitFor([area] { return area->isHidden(); }, testPatience))
-        qFatal("the options are not folded");
+        qFatal("the options do not fold");
     controller->window()->resize(500, 400);
     waitForAnswers();
     return controller;
@@ -203,8 +204,8 @@ void PlacementTest::reopensOnAScreenThatIsThere() {
         window->showNormal();
         QTRY_VERIFY(!window->isMaximized());
     }
-    // The frame of a maximized window is smaller, and for a moment the window still reports that
-    // frame. So only the window without its frame is checked.
+    // A maximized window has a smaller frame, and a restored window still reports that frame for a
+    // moment. So the check leaves out the frame.
     const auto isBack = [&] {
         return maximized ? WindowPlacement::isCovered(window->geometry(), screens())
                          : isSeenWhole(window);
@@ -283,7 +284,7 @@ void PlacementTest::theFirstShowingEndsOnTheScreen_data() {
     QTest::newRow("more than the screen is wide") << german << 3 << 1 << small << centred;
     QTest::newRow("all of twice the size") << english << 1 << 2 << small << centred;
     QTest::newRow("all of twice the size, long texts") << german << 1 << 2 << small << centred;
-    // The first show enlarges the window to 576 by 360; its lower left corner stays in place.
+    // The first show enlarges the window to 576 by 360, and its lower-left corner stays in place.
     QTest::newRow("beyond the upper edge") << english << 1 << 1 << whole << QPoint(50, 30);
     QTest::newRow("beyond the right edge") << english << 1 << 1 << whole << QPoint(990, 300);
 }
@@ -317,8 +318,8 @@ void PlacementTest::theFirstShowingEndsOnTheScreen() {
     QFont enlarged = QApplication::font();
     enlarged.setPointSize(enlarged.pointSize() * font);
     QApplication::setFont(enlarged);
-    // Show all news: users with German dates cannot read English dates, so nothing counts as unread
-    // for them.
+    // Show all news: with German settings the feed's English dates cannot be parsed, so no item
+    // would count as unread.
     _fixture->prefer(QStringLiteral("newsFilter"), 1);
     const auto controller = _fixture->unshown(WindowFixture::items(2));
     OlvNewsWindow *window = controller->window();

@@ -25,8 +25,8 @@ QByteArray tell(const QStringList &arguments) {
     return process.readAllStandardOutput();
 }
 
-// The size that the desktop gives the window with this title, found in a part of its tree; empty if
-// absent.
+// The size of the window with this title in a part of the desktop's window tree; empty if that part
+// does not contain the window.
 QSize tileIn(const QJsonObject &node, const QString &title) {
     if (node[QStringLiteral("name")].toString() == title) {
         const QJsonObject place = node[QStringLiteral("window_rect")].toObject();
@@ -75,7 +75,8 @@ private:
         return _area->isVisible() &&
                _controller->optionsLabel()->text() == QLatin1String("Hide options");
     }
-    /// Whether window and desktop agree about the window's size, and all options are inside it.
+    /// Whether window and desktop agree about the window's size, and the window's last row of
+    /// controls ends at its bottom edge.
     [[nodiscard]] bool isInSight() const {
         const QWidget *window = _controller->window();
         const int bottom =
@@ -89,7 +90,7 @@ private:
         order("floating enable");
         order("resize set 560 px 460 px");
     }
-    /// Whether the window floats, and its size has settled.
+    /// Whether the window floats and has settled at its size.
     [[nodiscard]] bool isFloating() const { return tile() != _thirdOfTheScreen && isInSight(); }
 
     const QSize _thirdOfTheScreen{480, 900};
@@ -112,8 +113,7 @@ void TiledTest::init() {
     QVERIFY(_area && _controls);
     _controller->showWindow();
     QTRY_COMPARE(_controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
-    // Tiled beside the other windows, and so not enlarged as an untiled window is on its first
-    // show.
+    // The window is tiled beside the others, so its first show does not enlarge it.
     QTRY_COMPARE(tile(), _thirdOfTheScreen);
     QTRY_VERIFY(isFolded());
     QTRY_VERIFY(isInSight());
@@ -132,7 +132,8 @@ void TiledTest::cleanup() {
 }
 
 void TiledTest::theContentGivesTheRoomAndGetsItBack() {
-    // The first show requests another geometry, but the widget must report the one of its tile.
+    // The first show requests another geometry, but the widget must report the geometry of its
+    // tile.
     const QWidget *window = _controller->window();
     QCOMPARE(window->geometry(), window->windowHandle()->geometry());
     const int page = _controller->webView()->height();

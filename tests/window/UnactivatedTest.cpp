@@ -14,10 +14,10 @@ using namespace pelorinnews::test;
 
 namespace {
 
-// Longer than a window on the screen waits for the focus.
+// Longer than the panel waits for a visible window to get the focus, in milliseconds.
 constexpr int longEnough = 600;
 
-// Counts how often part of a window becomes visible, and signals it.
+// Counts and signals the expose events that make part of a window visible.
 class Exposures : public QObject {
     Q_OBJECT
 
@@ -67,13 +67,13 @@ void UnactivatedTest::init() {
     _fixture->prefer(QStringLiteral("newsFilter"), 1);
     _fixture->serve(WindowFixture::items(3));
     _controller = _fixture->makeController();
-    // A window manager does not give the focus to a window with this flag, just as it withholds it
-    // from a window that would steal it.
+    // The window manager does not give the focus to a window with this flag: the same happens to a
+    // window when focus stealing is prevented.
     _controller->window()->setWindowFlag(Qt::WindowDoesNotAcceptFocus);
 }
 
 void UnactivatedTest::cleanup() {
-    // Everything in the test happened without the focus.
+    // No window has got the focus during the test.
     QVERIFY(!QGuiApplication::focusWindow());
     _controller.reset();
     _fixture.reset();

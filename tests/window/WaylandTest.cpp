@@ -30,7 +30,8 @@ void WaylandTest::foldsByItsHeightAlone() {
     window->resize(400, 300);
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 2"));
-    // The first show enlarges to 1440 / 2.5 by 900 / 2.5, frame included, and folds.
+    // The first show enlarges the window to 1440 / 2.5 by 900 / 2.5, frame included, and then folds
+    // the options.
     QTRY_VERIFY(area->isHidden());
     QTRY_COMPARE(window->frameGeometry().size(), QSize(576, 322));
 
