@@ -18,8 +18,8 @@ namespace {
 
 constexpr auto nobody = "65534";
 
-// Runs this program in a child process with the argument "ask", with these environment variables
-// and as this user, and returns its exit status; -1 on failure.
+// Runs this program in a child process, with the argument "ask" and these environment variables, as
+// the present user or as "nobody". Returns its exit status; -1 on failure.
 int asked(const QStringList &variables, bool asNobody = false, const QStringList &arguments = {}) {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -40,8 +40,8 @@ int asked(const QStringList &variables, bool asNobody = false, const QStringList
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
-// Whether the kernel lets this user create the namespaces that the engine's sandbox needs, as
-// `unshare` finds out.
+// Asks `unshare` whether the kernel lets the user create the namespaces that the engine's sandbox
+// needs.
 bool kernelAllows(bool asNobody) {
     QProcess process;
     QStringList command = {QStringLiteral("unshare"), QStringLiteral("--user"),
@@ -91,7 +91,7 @@ void EngineStartTest::isNotNeededByWhoToldTheEngineSo() {
 
 void EngineStartTest::readsTheSwitchesOnlyWhereTheEngineDoes() {
     if (::geteuid() != 0)
-        QSKIP("only for root it is certain that the sandbox does not work");
+        QSKIP("this test needs root, for whom the sandbox never works");
     const QString sandbox = QStringLiteral("--no-sandbox");
     const QString mark = QStringLiteral("--webEngineArgs");
     QCOMPARE(asked({}, false, {sandbox}), 1);

@@ -11,7 +11,7 @@ class DecisionTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    // The functions run side by side, hence one for each kind of host.
+    // One function for each kind of host, because the functions of this test run in parallel.
     void givesTheRendererThatIsSafe_data();
     void givesTheRendererThatIsSafe();
     void givesTheRendererThatIsSafeOnWayland_data();
@@ -28,7 +28,7 @@ private:
     struct End {
         int status = -1;
         QByteArray output;
-        QByteArray renderer;  // of each application object, comma-separated
+        QByteArray renderer;  // one per application object, comma-separated
         QStringList children;
     };
     // Runs a host to its end; `surroundings` are environment variables as NAME=VALUE, or as NAME=

@@ -1,13 +1,13 @@
-// A host in a process of its own: shows one page in the content view, with the renderer that this
-// process can have, and prints which one it is.
+// A host in a process of its own. Shows one page in the content view and prints which renderer the
+// view has got.
 //
 // --share      shares GL contexts before the application is made
 // --folder F   looks for the web renderer in folder F
 // --leave      ends while the page is loading
 // --quit       ends by exit(), with everything alive
-// --register   registers the items' scheme with the engine, as a host that uses the engine may
-// --painted    exits with 0 only once the page is on the screen, as far as this process can see
-// --again      does it all once more under a second application object
+// --register   registers the items' URL scheme, as a host that uses the engine may
+// --painted    waits until the page is on the screen; exits with 1 if it does not appear
+// --again      then does the same under a second application object
 // --late       shows the page only under a second application object
 
 #include "window/OlvNewsWebView.h"

@@ -11,25 +11,25 @@ enum class Painter;
 
 /// One page of `hostile/` with its expected behaviour, read from `NAME.html` and `NAME.expected`.
 ///
-/// In both files, `{NAME}` stands for an address of this run: `{server}` a web server, `{tls}` one
-/// with an untrusted certificate, `{files}` a folder of local files that no page may read. In
-/// pages, `{repeat N|text}` and `{char HEX}` are replaced by the repeated text and the character.
+/// Both files have placeholders for the addresses of this run: `{server}` is a web server, `{tls}`
+/// one with an untrusted certificate, `{files}` a folder of local files that no page may read.
+/// `{repeat N|text}` and `{char HEX}` are replaced by the repeated text and the character.
 ///
 /// Each line of `NAME.expected` is one of these; a line that begins with `web` or `text` is for
 /// that renderer alone:
 ///
 ///     click              the test clicks the upper left of the page once it is shown
-///     hangs              the page never finishes loading; its text is not asked for
+///     hangs              the page never finishes loading; the test does not read its text
 ///     shows TEXT         the page's text contains TEXT in the end
 ///     hides TEXT         the page's text does not contain TEXT
-///     never #RRGGBB      nowhere on the screen is that colour
-///     requests METHOD PATH   the web server gets this request, and none that is not listed
+///     never #RRGGBB      no pixel on the screen has that colour
+///     requests METHOD PATH   the web server gets this request, and only listed ones
 ///     asks N ADDRESS     the policy delegate is asked about a navigation of type N (a
-///                        `NavigationType`) to ADDRESS, and about none that is not listed
+///                        `NavigationType`) to ADDRESS, and only about listed ones
 ///     opens-list         the click opens the drop-down list of a form field
 ///     silent             all sounds and videos of the page have loaded, and none is heard
 ///     download           the engine receives a file to save, and does not save it
-///     keeps-asking N ADDRESS   the delegate is asked the same repeatedly, and nothing else
+///     keeps-asking N ADDRESS   the delegate is asked this question repeatedly, and no other
 struct HostilePage {
     QString html;
     bool click = false;

@@ -106,8 +106,8 @@ private:
     QStringList _folders{QStandardPaths::writableLocation(QStandardPaths::DownloadLocation)};
 };
 
-// Records every window that opens during its lifetime, however briefly. Tooltips do not count: that
-// of a field on the page before may come late.
+// Records every window that opens during its lifetime, however briefly. Tooltips do not count,
+// because one of the previous page may open late.
 class NewWindows final : public QObject {
 public:
     NewWindows() { qApp->installEventFilter(this); }
@@ -144,7 +144,7 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase() { _fixture.reset(); }
 
-    // Every fourth page. The functions run side by side.
+    // Each function tests every fourth page; the four functions run in parallel.
     void doesNoMoreThanStandsBesideIt1_data() { addPages(0); }
     void doesNoMoreThanStandsBesideIt1() { doesNoMoreThanStandsBesideIt(); }
     void doesNoMoreThanStandsBesideIt2_data() { addPages(1); }
@@ -272,7 +272,7 @@ QString HostileTest::asked(const HostilePage &page) const {
     return lines.join(u'\n');
 }
 
-// Adds every fourth page, beginning with the one of this number.
+// Adds a row for every fourth page, beginning with page number `first`.
 void HostileTest::addPages(int first) {
     QTest::addColumn<QString>("name");
     const QStringList names = QDir(pages).entryList({QStringLiteral("*.html")});
@@ -348,7 +348,7 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
              qPrintable(windows.shown.join(u'\n')));
     QVERIFY(QApplication::activeModalWidget() == nullptr);
 
-    // A copy of the page contains no way to run code or to open a file either.
+    // The RTF for copying the page contains no way to run code or to open a file either.
     if (const auto rtf = richTextFromHtml(page.html)) {
         static const QRegularExpression other(
             QStringLiteral("HYPERLINK \"(?!((http|https|ftp)://[^/]|(mailto|tel|news):))"));
@@ -398,7 +398,7 @@ void HostileTest::nobodyGetsAPermission() {
     QFETCH(const QWebEnginePage::Feature, feature);
     QFETCH(const QString, answer);
     if (painter == Painter::Text)
-        QSKIP("the text renderer has no permissions");
+        QSKIP("the text renderer never asks for permissions");
     _fixture = std::make_unique<RendererFixture>(painter);
     _shownBy = painter;
     _fixture->load(QStringLiteral("<p>Still here"));

@@ -57,8 +57,8 @@ private Q_SLOTS:
 private:
     void show(const QString &html);
     void click(Qt::MouseButton button = Qt::LeftButton, Qt::KeyboardModifiers held = {}) const;
-    // Waits until as many questions as expected have arrived and no more follow, and compares them
-    // as lines.
+    // Waits until the policy delegate was asked as often as expected and is asked no more. Compares
+    // the questions as lines.
     void compareQuestions(const QStringList &expected);
 
     std::unique_ptr<RendererFixture> _fixture;

@@ -69,7 +69,8 @@ private Q_SLOTS:
     void showsPicturesThatThePageCarries_data();
     void showsPicturesThatThePageCarries();
     void everyPageMayCarryAsMuch();
-    // Last: its pages rest after ten seconds, while the other functions run.
+    // Runs last: the pages that it examines are discarded ten seconds after their windows have
+    // closed. The other functions run meanwhile.
     void aClosedWindowsPageRestsAndAMinimisedOnesDoesNot();
 
 private:
@@ -440,14 +441,15 @@ void NavigationTest::anEngineThatDiesShowsItsPageAnew() {
     };
     _fixture->load(QStringLiteral("The page"));
     waitFor(QStringLiteral("The page"));
-    // Wait until the renderer no longer retries a late page.
+    // Wait until the renderer's timeout for pages that hang is over: from then on it loads the page
+    // again only if the engine's process dies.
     QTest::qWait(1200);
     const qint64 first = _fixture->web()->page()->renderProcessPid();
     QVERIFY(kill());
     QTRY_VERIFY(_fixture->web()->page()->renderProcessPid() != first);
     waitFor(QStringLiteral("The page"));
 
-    // An engine that dies again does not load the page again.
+    // If the engine's process dies a second time, the page is not loaded again.
     QTest::qWait(1200);
     QSignalSpy ends(_fixture->web()->page(), &QWebEnginePage::renderProcessTerminated);
     QSignalSpy loads(_fixture->web()->page(), &QWebEnginePage::loadStarted);
@@ -541,8 +543,8 @@ void NavigationTest::aClosedWindowsPageRestsAndAMinimisedOnesDoesNot() {
     using State = QWebEnginePage::LifecycleState;
     QTRY_COMPARE(_closed->web()->page()->lifecycleState(), State::Discarded);
     QTRY_COMPARE(_closedWhileMinimised->web()->page()->lifecycleState(), State::Discarded);
-    // The window was minimised before the others were closed; timers of ten seconds may be late by
-    // half a second.
+    // This window was minimised before the others were closed, so its page would be discarded by
+    // now if minimising counted as closing. Timers of ten seconds may be late by half a second.
     QTest::qWait(1000);
     QCOMPARE(_minimised->web()->page()->lifecycleState(), State::Active);
     _closed->view.show();

@@ -7,7 +7,7 @@
 
 namespace pelorinnews::test {
 
-/// A web server on the loopback interface for what pages request. Records the requests.
+/// A web server on the loopback interface that answers the pages' requests and records them.
 class PageServer final : public QObject {
     Q_OBJECT
 

@@ -57,8 +57,8 @@ void RendererFixture::load(const QString &html) {
 QString RendererFixture::text() const {
     if (_browser)
         return _browser->toPlainText();
-    // A page that is being replaced does not answer. After this time the question is repeated, so
-    // that the next page answers it.
+    // A page that is being replaced never answers. After this time the question is repeated, so
+    // that the new page answers it.
     constexpr std::chrono::milliseconds answerTimeout{2000};
     auto told = std::make_shared<std::optional<QString>>();
     QElapsedTimer sinceAsked;

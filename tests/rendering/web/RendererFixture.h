@@ -18,15 +18,15 @@ namespace pelorinnews::test {
 /// The renderer that paints a view.
 enum class Painter { Web, Text };
 
-/// A content view on the screen with the requested renderer. Records the questions of its pages to
-/// the policy delegate. Like the window controller it refuses clicked links and allows everything
-/// else; `refuses` makes it refuse more.
+/// A content view on the screen with the requested renderer. Serves as the view's policy delegate
+/// and records what it is asked. Like the window controller it refuses clicked links and allows
+/// everything else; `refuses` makes it refuse more.
 class RendererFixture final : public NavigationPolicyDelegate {
 public:
     explicit RendererFixture(Painter painter);
     ~RendererFixture() override;
 
-    /// One call of the policy delegate: its reason and the address.
+    /// One call of the policy delegate: the reason of the navigation and its address.
     struct Question {
         NavigationType type;
         QString address;
@@ -34,7 +34,7 @@ public:
     };
     QList<Question> questions;
 
-    /// Returns true for addresses to refuse, whatever the reason of the navigation; at first for
+    /// Returns true for addresses to refuse, whatever the reason of the navigation; by default for
     /// none.
     std::function<bool(const QString &address)> refuses = [](const QString &) { return false; };
 
@@ -62,8 +62,8 @@ public:
     [[nodiscard]] QWebEngineView *web() const { return _web; }
     [[nodiscard]] QTextBrowser *browser() const { return _browser; }
 
-    /// The result of `script` in the engine's page, in a script world in which scripts run although
-    /// the page's own do not.
+    /// Runs `script` in the engine's page and returns its result. The script runs in a world of its
+    /// own, where scripts are allowed although the page's own are not.
     QVariant evaluated(const QString &script) const;
 
     /// Whether an element of the engine's page has the keyboard focus, for instance after a click
@@ -75,11 +75,12 @@ private:
     QTextBrowser *_browser = nullptr;
 };
 
-/// Waits until `happened` returns true; fails the test with `otherwise` on timeout. (Qt's own wait
-/// checks only when no event is left, and a painting engine always has some.)
+/// Waits until `happened` returns true; ends the test program with the message `otherwise` on
+/// timeout. (Qt's own wait checks only when no event is left, and a painting engine always has
+/// some.)
 void waitUntil(const std::function<bool()> &happened, const char *otherwise);
 
-/// The question as one line: its reason's number and its address.
+/// The question as one line: the number of its `NavigationType` and its address.
 [[nodiscard]] QString asLine(const RendererFixture::Question &question);
 
 }  // namespace pelorinnews::test
