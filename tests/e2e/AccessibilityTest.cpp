@@ -191,7 +191,7 @@ void AccessibilityTest::whatControlsBecomeIsTold() {
     checked.append(QStringLiteral("1 Show news on start"));
     QTRY_COMPARE(told("checked"), checked);
 
-    // The filter leaves one of the two items, so both buttons are disabled.
+    // The filter leaves one of the two items, so the buttons for stepping are disabled.
     _panel->press("alt+t");
     _panel->press("Down");
     QStringList able{QStringLiteral("0 Next news item"), QStringLiteral("0 Previous news item")};
@@ -259,7 +259,7 @@ void AccessibilityTest::theFocusIsToldByName() {
              << QStringLiteral("push button Hide options");
     QTRY_COMPARE(focused(), expected);
 
-    // The window sends an activation event when it comes back.
+    // The window sends an activation event when it opens again.
     _panel->press("Escape");
     QTRY_VERIFY(!_panel->isOpen());
     QVERIFY(_panel->reopen());

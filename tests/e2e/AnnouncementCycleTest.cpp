@@ -1,4 +1,5 @@
-// The life of an announcement through all components on a user's desktop.
+// Announcements on a user's desktop, with all components as programs: displayed, replaced, clicked
+// and withdrawn.
 
 #include "Assistive.h"
 #include "Desktop.h"
@@ -26,8 +27,8 @@ private:
         return {title, QDateTime::currentDateTimeUtc().addSecs(-60 * minutesAgo),
                 QStringLiteral("Told of ") + title, QStringLiteral("<p>%1</p>").arg(title)};
     }
-    /// Copies the application into each folder, under a name that no other copy here has. Returns
-    /// the path of the first copy, null if one failed.
+    /// Copies the application into each folder, under a name that no other file has. Returns the
+    /// path of the first copy; null if a copy failed.
     [[nodiscard]] QString copyTo(const QStringList &folders) const {
         const QString name = QStringLiteral("/Pelorin") +
                              QUuid::createUuid().toString(QUuid::Id128) + QStringLiteral(".app");
@@ -43,8 +44,8 @@ private:
         }
         return _desktop->path(folders.first()) + name;
     }
-    /// Whether the host's search has ended and found the copy in this folder. Only from then on the
-    /// host watches the folder for changes.
+    /// Whether the host's search for its copies has ended and found the copy in this folder. The
+    /// host watches the folder for changes only from then on.
     [[nodiscard]] bool hasFoundCopyIn(const QString &folder) const {
         return _desktop->hostWatches(_desktop->path(folder));
     }
@@ -99,8 +100,8 @@ void AnnouncementCycleTest::endingKeepsTheOnlyCopysAnnouncementForTheNextStart()
     QVERIFY(_desktop->quitHost());
     QCOMPARE(Desktop::displayed(), 1);
 
-    // Several refreshes of the next run announce nothing twice; newer news replaces the
-    // announcement.
+    // Several refreshes after the next start do not announce the item again; newer news replaces
+    // the announcement.
     _desktop->startHost(copy);
     QTRY_VERIFY(!_desktop->window(QStringLiteral("Pelorin")).isEmpty());
     QTest::qWait(3500);

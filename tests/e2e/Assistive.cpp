@@ -11,8 +11,8 @@ namespace pelorinnews::test::Assistive {
 
 namespace {
 
-/// The client that answers requests. It serves all of the test's hosts, because its start costs
-/// more than many answers.
+/// The client process that answers requests. All of the test's hosts share it, because starting it
+/// takes longer than many requests.
 QProcess *client = nullptr;
 
 void endClient() {
@@ -41,7 +41,7 @@ QJsonValue answerTo(const QJsonArray &request) {
         if (!client->waitForReadyRead(testPatience))
             qFatal("the accessibility client does not answer");
     }
-    // A value alone is no JSON document for Qt.
+    // The answer may be a plain `null`, which Qt parses only inside an array.
     return QJsonDocument::fromJson('[' + client->readLine() + ']')[0];
 }
 

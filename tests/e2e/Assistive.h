@@ -19,7 +19,7 @@ struct Object {
     QString text;
     QRect place;
     QStringList states;
-    /// The names of the objects that label it.
+    /// The names of the objects that label this one.
     QStringList labels;
     /// The key bindings of the object's actions, by the action's name.
     QMap<QString, QString> actions;
@@ -45,7 +45,7 @@ struct Event {
     QString name;
 };
 
-/// Receives the host's accessibility events from its creation on.
+/// Receives the host's accessibility events from the listener's creation on.
 class Listener {
 public:
     explicit Listener(qint64 host);

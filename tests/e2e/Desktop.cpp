@@ -34,7 +34,7 @@ QByteArray contentOf(const QString &path) {
 }
 
 /// Takes a host's search for its copies out of the idle scheduling class, in which it makes hardly
-/// any progress on a busy computer. Only root may do so; for other users it takes longer.
+/// any progress on a busy computer. Only root may do so; for other users the search takes longer.
 void hurrySearch(qint64 host) {
     const QString tasks = QStringLiteral("/proc/%1/task/").arg(host);
     const QStringList threads = QDir(tasks).entryList(QDir::Dirs);
@@ -95,7 +95,7 @@ Desktop::Desktop() {
 }
 
 Desktop::~Desktop() {
-    // The process ends only with its last thread.
+    // The host's process ends only when its search thread has ended.
     hurrySearch(_host.processId());
     end(_host);
     end(_feedService);
@@ -190,7 +190,8 @@ bool Desktop::quitHost() {
             },
             testPatience))
         return false;
-    // On a busy computer the window may get the focus only after the key was sent.
+    // On a busy computer the window may get the focus only after the key was sent, so it is sent
+    // again.
     for (int attempt = 0; attempt < 5 && _host.state() != QProcess::NotRunning; ++attempt) {
         Screen::press(window, QStringLiteral("ctrl+q"));
         _host.waitForFinished(testPatience / 5);

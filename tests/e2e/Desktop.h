@@ -21,12 +21,12 @@ public:
 
     /// Sets the feed that the feed service serves to users of `language`.
     void serve(const QList<FeedItem> &items, const QString &language = QStringLiteral("en")) const;
-    /// Stores a preference, before the host starts; removes it if `value` is invalid.
+    /// Stores a preference, or removes it if `value` is invalid. Only before the host starts.
     void prefer(const QString &key, const QVariant &value) const;
     /// The currently stored value of a preference.
     [[nodiscard]] QVariant preference(const QString &key) const;
 
-    /// Sets a variable of the host's environment, before the host starts.
+    /// Sets a variable of the host's environment. Only before the host starts.
     void setVariable(const QString &name, const QString &value) { _variables[name] = value; }
     [[nodiscard]] QString variable(const QString &name) const { return _variables.value(name); }
 
@@ -35,12 +35,13 @@ public:
     void installBrowser() const;
     [[nodiscard]] QStringList opened() const;
 
-    /// Starts the host in `application`, its folder on disk; by default the staged one.
+    /// Starts the host in the application folder `application`, by default the one in the build
+    /// folder.
     void startHost(const QString &application = QStringLiteral(PELORIN_APP_DIR));
     /// A copy of the application as shipped without the web engine.
     [[nodiscard]] QString applicationWithoutWebEngine() const;
     [[nodiscard]] bool hostIsRunning() const { return _host.state() == QProcess::Running; }
-    /// Quits the host by its key for quitting. False if it did not exit cleanly.
+    /// Quits the host with Ctrl+Q. False if it did not exit cleanly.
     [[nodiscard]] bool quitHost();
 
     /// Whether the host watches this folder with inotify.
@@ -54,8 +55,8 @@ public:
     }
     [[nodiscard]] QString newsWindow() const { return window(QStringLiteral("Pelorin News")); }
 
-    /// As the notification daemon reports it: the number of notifications on the screen, and those
-    /// that it no longer shows, as "summary|body".
+    /// Asks the notification daemon for the number of notifications on the screen, and for those
+    /// that it no longer shows, each as "summary|body".
     [[nodiscard]] static int displayed();
     [[nodiscard]] static QStringList history();
     static void actOnNotification();

@@ -1,4 +1,4 @@
-// Going from item to item, choosing among them, and following their links.
+// Stepping through the items, filtering them with the menus, and following their links.
 
 #include "PanelTestMain.h"
 
@@ -56,7 +56,7 @@ void ItemsTest::buttonsGoRoundInBothDirections() {
     QVERIFY(becomes("Item 1", "1 / 3"));
     QVERIFY(_panel->click("push button", "Previous news item"));
     QVERIFY(becomes("Item 3", "3 / 3"));
-    // The button now has the focus; the button's key does the same.
+    // The button now has the focus, so pressing Space does the same as the click.
     _panel->press("space");
     QVERIFY(becomes("Item 2", "2 / 3"));
     _panel->press("Tab");
@@ -98,7 +98,7 @@ void ItemsTest::aPageSaysWhyThereIsNoItem() {
     QTRY_VERIFY(!_panel->desktop.window(QStringLiteral("Pelorin")).isEmpty());
     QVERIFY(_panel->reopen());
     // A window that opens before the first refresh has completed keeps saying that news is being
-    // fetched. Then it is closed and opened again.
+    // fetched. So the test closes and reopens it.
     const auto saysWhy = [&] {
         if (_panel->text() == status)
             return true;
@@ -113,11 +113,11 @@ void ItemsTest::aPageSaysWhyThereIsNoItem() {
         QVERIFY(button.is("showing") && !button.is("enabled"));
     }
     QCOMPARE(_panel->position(), QString());
-    // The status text is painted. The first word of a page alone would not reach this part.
+    // The whole status text is painted: its first word alone would not reach into this part.
     const QRect page = _panel->content().place;
     const QRect part(180, 4, 100, 28);
     QTRY_VERIFY(Screen::colours(_panel->window, part) > 4);
-    // And nothing else is painted.
+    // Nothing else is painted on the page.
     QCOMPARE(Screen::colours(_panel->window, QRect(0, 100, page.width(), page.height() - 100)), 1);
 }
 
@@ -132,7 +132,7 @@ void ItemsTest::menusChooseByMouseAndByKeyboard() {
     QVERIFY(_panel->click("push button", "Next news item"));
     QVERIFY(becomes("Item 2", "2 / 4"));
 
-    // By mouse: the list opens, an entry is clicked.
+    // Choose by mouse: open the list and click an entry.
     QVERIFY(_panel->click("combo box", "All"));
     QTRY_VERIFY(_panel->listIsOpen());
     QVERIFY(_panel->click("list item", "Last 30 days"));
@@ -140,7 +140,7 @@ void ItemsTest::menusChooseByMouseAndByKeyboard() {
     QCOMPARE(chosen(1), QStringLiteral("Last 30 days"));
     QTRY_COMPARE(_panel->desktop.preference(QStringLiteral("newsFilter")).toInt(), 2);
 
-    // By keyboard: first with the menu's list closed, then with it open.
+    // Choose by keyboard, first with the menu's list closed, then with the list open.
     _panel->press("shift+Tab");
     QTRY_COMPARE(_panel->focus(), QStringLiteral("combo box All news"));
     _panel->press("Down");
@@ -183,7 +183,8 @@ void ItemsTest::linksOpenInTheUsersBrowser() {
     const QPoint below(100, 150);
     QTRY_COMPARE(Screen::colour(_panel->window, below), QByteArray("20C040"));
     QStringList expected{QStringLiteral("https://news.invalid/one?a=1&b=2#three")};
-    // By keyboard: from the page, which has the focus at first, to the link in it.
+    // Follow the link by keyboard: Tab moves the focus from the page, which has it at first, to the
+    // link.
     _panel->press("Tab");
     _panel->press("Return");
     QTRY_COMPARE(_panel->desktop.opened(), expected);

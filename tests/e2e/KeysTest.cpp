@@ -54,7 +54,8 @@ private:
     std::unique_ptr<Panel> _panel;
 };
 
-// One host serves all functions, as long as they pass: each finds its window open and folded.
+// All functions use one host until one of them fails. Each begins with an open window and folded
+// options.
 void KeysTest::init() {
     if (!_panel) {
         _panel = std::make_unique<Panel>();
@@ -77,7 +78,7 @@ void KeysTest::reachTheWindowFromEveryControl() {
     QVERIFY(_panel->click("push button", "Show options"));
     QTRY_VERIFY(_panel->object("combo box", "All").is("showing"));
     _panel->clickIntoThePage();
-    // The tab order: in reading order, and from the last control back to the first.
+    // Tab goes through the controls in reading order, and from the last one back to the first.
     const QStringList order{QStringLiteral("label Item 1"),
                             QStringLiteral("push button Hide options"),
                             QStringLiteral("check box Show news on start"),
@@ -172,8 +173,8 @@ void KeysTest::keysOfNoUseEndInThePage() {
     for (const char *key : {"x", "F7", "ctrl+j"})
         _panel->press(key);
     // If a key were forwarded back and forth between page and window, the host's main thread would
-    // run, or on a busy computer wait for a processor, all the time. The search for copies of the
-    // host, on another thread, may take longer than this test.
+    // run, or on a busy computer wait for a processor, all the time. Only that thread is measured,
+    // because the search for copies of the host, on another thread, may take longer than this test.
     const auto busyNanoseconds = [this]() -> qint64 {
         const qint64 host = _panel->desktop.hostProcess();
         QFile file(QStringLiteral("/proc/%1/task/%1/schedstat").arg(host));

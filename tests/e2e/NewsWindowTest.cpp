@@ -37,8 +37,7 @@ private:
 void NewsWindowTest::loadsNeitherWindowNorWebEngineBeforeItIsShown() {
     _panel->desktop.prefer(QStringLiteral("newsShowOnStart"), false);
     _panel->begin(Panel::items(2));
-    // The announcement shows that a refresh has completed, so the panel has been at work for a
-    // while.
+    // The announcement shows that a refresh has completed although no window was shown.
     QTRY_COMPARE(Desktop::displayed(), 1);
     QVERIFY(hasLoaded("PelorinNews.so"));
     for (const char *library : {"PelorinNewsWeb", "libQt6WebEngine", "libQt6Quick", "libQt6Qml"})
@@ -86,7 +85,7 @@ void NewsWindowTest::opensByItselfWhateverTheFormats() {
     QFETCH(const QStringList, variables);
     QFETCH(const QString, feedLanguage);
     _panel->setLanguage(variables, feedLanguage);
-    // The names of months and days depend on the language.
+    // A date whose month and weekday have different names in each language.
     QList<FeedItem> news = Panel::items(1);
     news.first().date = QDateTime(QDate(2024, 5, 15), QTime(10, 0), Qt::UTC);
     QVERIFY(_panel->open(news));
@@ -137,7 +136,7 @@ void NewsWindowTest::copiesTheWholeItemAsRichTextAlone() {
     news.first().html = QStringLiteral(
         "<p style='font-size:40px'>Here a <b>lighthouse</b> burns</p><p>and fog lifts</p>");
     QVERIFY(_panel->open(news));
-    // A part of the first line is selected.
+    // Select a part of the first line. The whole item is copied all the same.
     const QPoint corner = _panel->content().place.topLeft();
     Screen::drag(corner + QPoint(15, 70), corner + QPoint(200, 70));
     _panel->press("ctrl+c");

@@ -52,8 +52,8 @@ private:
                                        each.name == QLatin1String("Show news on start") ||
                                        each.name == QLatin1String("1 / 2")))
                 places.append(each.place);
-            // The label's text changes, and with it its width, so only its position and height are
-            // compared.
+            // The text of the label beside the triangle changes, and with it its width, so only its
+            // position and height are compared.
             if (each.role == QLatin1String("label") &&
                 each.name.endsWith(QStringLiteral("options")))
                 places.append(QRect(each.place.topLeft(), QSize(1, each.place.height())));
@@ -87,7 +87,7 @@ void OptionsTest::nothingAboveTheOptionsMoves() {
     QTRY_COMPARE(above(), before);
     QCOMPARE(Screen::frame(_panel->window), frame);
 
-    // The same by keyboard and through assistive software.
+    // The options open and fold in the same way by keyboard and through assistive software.
     _panel->press("space");
     QTRY_VERIFY(isOpen());
     QTRY_COMPARE(window(), folded.adjusted(0, 0, 0, foldHeight));
@@ -162,7 +162,7 @@ void OptionsTest::atTwiceTheSizeItMovesTwiceAsFar() {
     QVERIFY(opens());
     const QRect folded = window();
     const QList<QRect> before = above();
-    // The width of the window description, in physical pixels.
+    // The width that the window description gives, in physical pixels.
     QCOMPARE(folded.width(), 2 * 560);
     Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Show options"));
     QTRY_VERIFY(isOpen());

@@ -78,7 +78,7 @@ void OrcaTest::speaksWhatIsChosenInTheMenus() {
     QVERIFY(says({show, QStringLiteral("Last 30 days.")}, "Up"));
     QVERIFY(says({show, QStringLiteral("All.")}, "Down"));
 
-    // The list is opened, and an entry is chosen in it.
+    // Open the list and choose an entry in it.
     QVERIFY(says({QStringLiteral("List with 3 items.")}, "space"));
     QVERIFY(says({QStringLiteral("Last 30 days.")}, "Up"));
     QVERIFY(says({show, QStringLiteral("Last 30 days.")}, "Return"));

@@ -55,7 +55,7 @@ bool Panel::reopen() {
 }
 
 bool Panel::comesToRest() {
-    // Qt reports places in device-independent pixels.
+    // Qt reports the positions and sizes of accessible objects in device-independent pixels.
     const int scale = qMax(1, desktop.variable(QStringLiteral("QT_SCALE_FACTOR")).toInt());
     const auto isInPlace = [&] {
         window = desktop.newsWindow();

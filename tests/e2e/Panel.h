@@ -33,7 +33,8 @@ public:
     /// All objects of the news window, the window first.
     [[nodiscard]] QList<Assistive::Object> objects() const;
     /// The visible object of this role and name; if there is none, an object with an empty role.
-    /// Reading all objects takes long, so a test that asks for several searches one list of them.
+    /// Reading all objects takes long, so a test that needs several calls `objects` once and
+    /// searches its result with `visible`.
     [[nodiscard]] Assistive::Object object(const char *role, const char *name) const {
         return visible(objects(), role, name);
     }
@@ -62,8 +63,8 @@ public:
     QString window;
 
 private:
-    /// Waits until the objects report where the window is: while it appears, the window manager
-    /// still moves it, and a click would miss.
+    /// Waits until the accessibility tree reports the window's real position: while the window
+    /// appears, the window manager still moves it, and a click would miss.
     [[nodiscard]] bool comesToRest();
 
     QString _language = QStringLiteral("en");

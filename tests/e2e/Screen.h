@@ -13,7 +13,8 @@ namespace pelorinnews::test::Screen {
 /// The title of the active window.
 [[nodiscard]] QString activeTitle();
 
-/// The window's position and size on the screen without its frame; `frame` is the frame around it.
+/// `geometry` is the window's position and size on the screen without its frame; `frame` gives the
+/// margins of that frame.
 [[nodiscard]] QRect geometry(const QString &window);
 [[nodiscard]] QMargins frame(const QString &window);
 /// The colour of one of the window's pixels, as six hexadecimal digits.
@@ -27,7 +28,7 @@ void activate(const QString &window);
 
 void click(QPoint place);
 void drag(QPoint from, QPoint to);
-/// Presses a key in the window, which becomes the active one, or several keys one after another.
+/// Activates the window and presses a key in it, or several keys one after another.
 void press(const QString &window, const QStringList &keys);
 inline void press(const QString &window, const QString &key) {
     press(window, QStringList(key));
