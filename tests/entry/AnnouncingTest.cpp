@@ -61,7 +61,7 @@ void AnnouncingTest::aFailedInitMakesNoCentre() {
     const QGuiApplication application(argumentCount, arguments);
     test::FakeNotificationServer server(
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("failed-init")));
-    // The host's identity is not known yet.
+    // A notification centre created before `setHostIdentity` would send this application name.
     QApplication::setApplicationName(QStringLiteral("Too early"));
     const auto failToInit = [] {
         Error error;
@@ -85,8 +85,8 @@ void AnnouncingTest::aFailedInitMakesNoCentre() {
 
 void AnnouncingTest::everyApplicationObjectsPanelAnnounces() {
     const QTemporaryDir feeds;
-    // Each run's item is newer than the previous run's, and newer than any last viewing that a
-    // panel in this process has stored.
+    // Each application object gets a newer item than the previous one, newer also than any last
+    // viewing that a panel in this process has stored.
     QDateTime published = QDateTime::currentDateTimeUtc();
     for (const QString &name : {QStringLiteral("First"), QStringLiteral("Second")}) {
         published = published.addDays(1);
@@ -116,7 +116,7 @@ void AnnouncingTest::everyApplicationObjectsPanelAnnounces() {
         QCOMPARE(server.deliveries[0].actions,
                  (QStringList{QStringLiteral("default"), QStringLiteral("Open")}));
 
-        // A click works under each application object.
+        // A click on the notification opens the window under each application object.
         server.emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
         QTRY_COMPARE(server.closeCalls, QList<quint32>{1});
         QTRY_VERIFY(!QApplication::topLevelWidgets().isEmpty());

@@ -29,7 +29,7 @@ void ForgottenExitTest::theProcessEndsNevertheless() {
     plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
                              QStringLiteral("Pelorin")});
 
-    // Its timer keeps the controller alive from here on.
+    // From here on, only the refresh timer keeps the window controller alive.
     plugin->init()->show();
     QVERIFY(server.waitForRequests(1));
     const auto windows = QApplication::topLevelWidgets();

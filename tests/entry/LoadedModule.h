@@ -8,7 +8,8 @@
 
 namespace pelorinnews::test {
 
-/// The staged module, loaded when it is first needed. Ends the process if it cannot be loaded.
+/// The module from the application folder, loaded at the first call. Ends the process if it cannot
+/// be loaded.
 inline NewsPlugin *module() {
     QPluginLoader loader(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin/PelorinNews.so"));
     auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());

@@ -1,4 +1,4 @@
-// The entry object, driven as a host drives it.
+// `NewsController`, used as a host uses it.
 
 #include "FeedServer.h"
 #include "LoadedModule.h"
@@ -22,7 +22,7 @@ public:
     Delegate(const Delegate &) = delete;
     Delegate &operator=(const Delegate &) = delete;
     ~Delegate() {
-        // A window controller without owners is destroyed here, together with its window.
+        // Destroys the window controller and its window if nobody holds the controller any more.
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         _windowIsThere = !_window.isNull();
     }
@@ -128,7 +128,8 @@ void NewsControllerTest::letsGoOfTheDelegateBeforeTheWindowController() {
     bool windowIsThere = false;
     _controller->setDelegate(std::make_shared<Delegate>(window, windowIsThere));
     QTRY_COMPARE(_controller.use_count(), 1);
-    // Once the window's pending tasks have run, only the entry object holds the controller.
+    // Once the window's pending tasks have run, only the `NewsController` holds the window
+    // controller.
     QTRY_VERIFY(window->isActiveWindow());
     QCoreApplication::processEvents();
     _controller->exit();
