@@ -7,7 +7,7 @@
 
 namespace pelorinnews::test {
 
-/// The host as a program on a display; another program presses its keys.
+/// Runs the host's program on a display, where xdotool presses its keys.
 class HostProgramTest final : public QObject {
     Q_OBJECT
 
