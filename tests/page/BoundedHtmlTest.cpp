@@ -14,7 +14,7 @@ QString repeated(const char *text, int times) {
     return QString::fromUtf8(text).repeated(times);
 }
 
-// Like articles: paragraphs with some emphasis and links.
+// A page like an article: paragraphs with some emphasis and links.
 QString article() {
     const QString paragraph = QStringLiteral(
         "<p>Lorem ipsum dolor sit amet, <b>consectetur</b> adipiscing <a href=\"http://h/a\">elit"

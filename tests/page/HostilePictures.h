@@ -3,13 +3,13 @@
 #include <QByteArray>
 #include <QSize>
 
-/// Malicious picture files, each a few kilobytes or megabytes.
+/// Malicious picture files, none larger than a few megabytes.
 namespace pelorinnews::test {
 
-/// A PNG of a few bytes that declares the largest size that pages may ask for.
+/// A PNG of a few hundred bytes that declares 65,000 by 65,000 pixels.
 [[nodiscard]] QByteArray hugePicture();
 
-/// An ordinary black picture of that size.
+/// An ordinary black picture of size `size`.
 [[nodiscard]] QByteArray plainPicture(QSize size, const char *format = "PNG");
 
 /// A PNG of few pixels with `count` compressed text chunks, each of 8 MB when decompressed.

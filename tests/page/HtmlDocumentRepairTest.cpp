@@ -85,7 +85,8 @@ void HtmlDocumentRepairTest::keepsTextAndOtherFormats() {
     QVERIFY(format.fontItalic());
     QCOMPARE(format.foreground().color(), QColor(1, 2, 3));
     QCOMPARE(document.begin().blockFormat().headingLevel(), 1);
-    // A heading without any stated size keeps the document's own larger size.
+    // A heading whose HTML states no size keeps the larger size that the document gives to
+    // headings.
     document.setHtml(QStringLiteral("<h1>X</h1>"));
     repairHtmlDocument(document);
     QCOMPARE(formatOf(document, QStringLiteral("X")).intProperty(QTextFormat::FontSizeAdjustment),
