@@ -4,8 +4,8 @@ namespace pelorinnews::test {
 
 namespace {
 
-/// The properties of interest, their names in an outline, and their default values, which are left
-/// out.
+/// A style property that an outline lists: its name, its label in the outline, and its default
+/// value, which the outline leaves out.
 struct Property {
     const char *name;
     const char *label;

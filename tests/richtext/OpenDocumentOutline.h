@@ -7,9 +7,8 @@
 
 namespace pelorinnews::test {
 
-/// The content of a document as a word processor has read it, as lines that a person can read and a
-/// test can compare: one for each paragraph, picture, table, row and cell, with its style's
-/// properties.
+/// The content of an OpenDocument text as lines that people can read and tests can compare: one for
+/// each paragraph, list item, table, row and cell, with its style's properties.
 class OpenDocumentOutline {
 public:
     /// The outline of a flat OpenDocument text; empty if `document` is not well-formed.

@@ -26,8 +26,8 @@ QByteArray contentsOf(const QString &path) {
 
 }  // namespace
 
-/// A word processor reads the documents that we write. It reads all fixtures in one run, and its
-/// result is compared with the outline beside each fixture.
+/// Tests that a word processor understands our RTF. It converts all fixtures in one run; each
+/// result is compared with the outline beside the fixture.
 class RichTextReadingTest : public QObject {
     Q_OBJECT
 

@@ -49,7 +49,7 @@ QByteArray rtf(const QString &html) {
     return richTextFromHtml(html).value_or(QByteArrayLiteral("(absent)"));
 }
 
-/// Whether every group that opens closes again, and the document is a single group.
+/// Whether all RTF groups are closed and the document is a single group.
 bool isBalanced(const QByteArray &bytes) {
     int depth = 0;
     for (qsizetype i = 0; i < bytes.size(); ++i) {
@@ -277,7 +277,7 @@ void RichTextWriterTest::unpacksNoTextBesideAPicture() {
 void RichTextWriterTest::givesUpPicturesThatTakeTooLong_data() {
     QTest::addColumn<QByteArray>("file");
     QTest::newRow("large") << repaintedPicture(2000);
-    // Takes more than a second without a limit.
+    // Without the limit, this picture takes more than a second.
     QTest::newRow("few bytes") << repaintedPicture(700);
 }
 
