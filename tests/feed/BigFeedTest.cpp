@@ -23,7 +23,7 @@ constexpr qint64 thirtyMegabytes = 30'000'000;
 
 /// How long this thread was ready to run but waited for a CPU, in milliseconds.
 double timeInTheQueue() {
-    // The file holds the time on a CPU and the time waiting for one, both in nanoseconds, and the
+    // schedstat holds three numbers: nanoseconds on a CPU, nanoseconds of waiting for one, and the
     // number of time slices.
     const QList<QByteArray> fields = readBytes("/proc/thread-self/schedstat").split(' ');
     return fields.size() < 2 ? 0 : fields[1].toDouble() / 1e6;
@@ -36,8 +36,8 @@ double timeAtWork() {
     return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
 }
 
-/// Watches an event loop: measures the longest delay of a timer of one millisecond as wall time, as
-/// wall time minus the time that the thread waited for a CPU, and as CPU time.
+/// Measures the longest delay of an event loop, with a timer of one millisecond: in wall time, in
+/// wall time without the time that the thread waited for a CPU, and in CPU time.
 class LoopWatch {
 public:
     LoopWatch() {
@@ -86,7 +86,7 @@ public:
         const std::lock_guard lock(_mutex);
         return _came;
     }
-    /// Until the completion callback has run: an error that says so.
+    /// The refresh's error. Before the completion callback has run: the error "no end".
     [[nodiscard]] std::optional<Error> error() const {
         const std::lock_guard lock(_mutex);
         return _heard;
@@ -146,7 +146,7 @@ std::optional<Error> BigFeedTest::refreshUnderWatch(LoopWatch &watch) {
     const auto ending = std::make_shared<Ending>();
     _cache->refresh([ending](const std::optional<Error> &outcome) { ending->set(outcome); });
     QEventLoop loop;
-    // The same reads as the window's; one of them holds the list of items for a moment.
+    // Makes the same calls as the window; `itemAtIndex` briefly locks the list of items.
     QTimer reader;
     QObject::connect(&reader, &QTimer::timeout, [this, &loop, &ending] {
         static_cast<void>(_cache->itemAtIndex(_cache->count() / 2));

@@ -20,7 +20,7 @@ QString file() {
 
 }  // namespace
 
-/// The feed's cache file on a real disk that is full or nearly full.
+/// Tests the feed's cache file on a real disk that is full or nearly full.
 class FullDiskTest : public QObject {
     Q_OBJECT
 

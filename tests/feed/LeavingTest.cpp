@@ -7,7 +7,7 @@
 using namespace pelorinnews;
 using namespace std::chrono_literals;
 
-/// A process that ends while a refresh is under way ends cleanly and soon.
+/// Tests that a process that exits during a refresh ends cleanly and soon.
 class LeavingTest : public QObject {
     Q_OBJECT
 

@@ -223,8 +223,8 @@ private Q_SLOTS:
     }
 
     void aStampIsNeverAnotherWritersWhileManyWrite() {
-        // Another thread keeps replacing the file. Its text has another length, because the inode
-        // number may not tell the files apart: a file system may reuse that of a deleted file.
+        // Another thread keeps replacing the file by one of another length. The inode numbers alone
+        // may not tell the files apart, since a file system may reuse the number of a deleted file.
         std::atomic<bool> stop = false;
         const QByteArray ours = "ours";
         std::thread other([this, &stop] {

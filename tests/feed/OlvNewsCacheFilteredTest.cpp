@@ -313,7 +313,7 @@ void OlvNewsCacheFilteredTest::anEmptyFeedLeavesTheView() {
     QVERIFY(!refreshAndWait(_cache).error);
     QCOMPARE(_cache->unfilteredCount(), 0U);
     QCOMPARE(view(), (QStringList{"a", "b"}));
-    // Once it is called, `applyFilter` filters the new, empty list.
+    // Only `applyFilter` filters the new, empty list.
     _cache->applyFilter();
     QCOMPARE(_cache->count(), 0U);
 }

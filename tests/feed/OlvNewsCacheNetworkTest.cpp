@@ -94,7 +94,7 @@ private:
     }
     FeedServer &server(bool secure) { return secure ? *_https : *_http; }
     void useServer(bool secure) { _cache->setFeedBaseURL(server(secure).feedAddress()); }
-    /// Writes a feed to the cache file that differs from all feeds of the servers.
+    /// Writes to the cache file a feed that differs from all feeds of the servers.
     static bool putFile() {
         const QString text = feedOfTitles("fr", {"from the file"});
         return writeBytes(file(), byteOrderMark() + utf16Bytes(text));
@@ -104,8 +104,8 @@ private:
         QCOMPARE(titles(*_cache), QStringList{"from the file"});
         QCOMPARE(_cache->retrievedLocale(), QStringLiteral("fr"));
     }
-    /// Checks the log since `since`: the requested address at info level, then only `texts` at
-    /// error level, each the beginning of its entry.
+    /// Checks the log entries from index `since` on: first the requested address at info level,
+    /// then one entry at error level for each of `texts`, which starts with that text.
     void checkLogged(qsizetype since, const QStringList &texts) {
         const auto entries = _logger->entries().mid(since);
         QCOMPARE(entries.size(), texts.size() + 1);
@@ -457,7 +457,7 @@ void OlvNewsCacheNetworkTest::anAddressThatIsNoneIsAConnectionError() {
 void OlvNewsCacheNetworkTest::readsAFileAddress_data() {
     QTest::addColumn<QString>("name");
     QTest::newRow("static") << "static.xml";
-    // The query does not change which file is read.
+    // A query is added to the address; it does not change which file is read.
     QTest::newRow("with a query") << "feed.php";
 }
 

@@ -30,15 +30,15 @@ public:
     [[nodiscard]] std::optional<QUrl> feedRequest() const override { return std::nullopt; }
 };
 
-/// A cache whose list of items the test can remove, which no parse does.
+/// A cache whose list of items the test can remove. A parse never does so.
 class Listless : public OlvNewsCache {
 public:
     using OlvNewsCache::OlvNewsCache;
     void loseItems() { _retrieved.set({}); }
 };
 
-/// The log entries as "LEVEL FORMAT": each text is replaced by the format that it was made from; a
-/// text of no known format is unchanged.
+/// The log entries as "LEVEL FORMAT", where FORMAT is the format string of the entry's text. A text
+/// whose format is not listed here is unchanged.
 QStringList kinds(const RecordingLogger &logger) {
     constexpr std::array vocabulary = {
         LogVocabulary::writingLocalCacheFailed, LogVocabulary::parsingLocalCacheFailed,
@@ -308,7 +308,7 @@ void OlvNewsCacheTest::aFeedThatIsInPlaceAlreadyLeavesItemsAndFileAndDatesTheFil
     QVERIFY(after.modified > before.modified);
     QVERIFY(QFileInfo(file()).lastModified() > past);
     QCOMPARE(kinds(*_logger), QStringList({asked, asked}));
-    // Download once more: the file's new modification time must be known, too.
+    // Download once more, to check that the cache remembers the file's new modification time, too.
     download(feed);
     QCOMPARE(_cache->itemAtIndex(0), item);
 }

@@ -132,7 +132,8 @@ void OlvNewsCacheThreadsTest::theLastFilterChangeStaysWhateverRunsMeanwhile() {
 }
 
 void OlvNewsCacheThreadsTest::anOlderFilterRunDoesNotReplaceANewerView() {
-    // The clock blocks the older run after it has read the settings and before it filters.
+    // The filter run calls the clock after it has read the settings and before it filters. There
+    // the clock function blocks the older run.
     std::atomic<bool> stopping = false;
     QSemaphore stopped;
     QSemaphore mayGoOn;
@@ -174,7 +175,7 @@ void OlvNewsCacheThreadsTest::theLastViewingOnlyMovesForwardUnderManyReaders() {
                 static_cast<void>(_cache->itemAtIndex(index));
         });
         meet();
-        // At another moment in each round.
+        // Read the item after a different delay in each round.
         for (std::atomic<int> pause = round % 500; pause > 0; --pause) {
         }
         static_cast<void>(_cache->itemAtIndex(0));

@@ -78,7 +78,7 @@ QByteArray shown(const Input &input, const QJsonObject &expected) {
 
 }  // namespace
 
-/// Every fixture `x.xml` is read as `x.expected.json` says.
+/// Tests that the parser reads each fixture `x.xml` as `x.expected.json` says.
 class OlvNewsParserFixturesTest : public QObject {
     Q_OBJECT
 

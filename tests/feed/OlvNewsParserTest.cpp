@@ -342,7 +342,7 @@ private Q_SLOTS:
 };
 
 int main(int argc, char *argv[]) {
-    // Set the user's language first: the platform reads it only once.
+    // Set the user's language first: Qt reads it only once.
     qputenv("LANGUAGE", "en_US");
     const test::TestHome home;
     const QCoreApplication application(argc, argv);

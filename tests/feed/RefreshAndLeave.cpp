@@ -35,7 +35,7 @@ int main(int argc, char *argv[]) {
         QCoreApplication::exec();
     }
     ended = true;
-    // The transport ends with the application, too, but releases its last objects a moment later.
+    // The transport ends with the application object, but releases the cache a moment later.
     for (int turn = 0; turn < 200 && !watched.expired(); ++turn)
         QThread::msleep(10);
     if (!watched.expired())
