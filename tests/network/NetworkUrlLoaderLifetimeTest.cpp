@@ -58,8 +58,8 @@ QByteArray wakeUps(const QString &task) {
 
 }  // namespace
 
-/// The loader with an application object that does not exist yet, is destroyed, or is created
-/// again.
+/// Tests the loader before the application object exists, after it is destroyed, and when it is
+/// created again.
 class NetworkUrlLoaderLifetimeTest : public QObject {
     Q_OBJECT
 

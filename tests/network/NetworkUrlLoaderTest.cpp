@@ -37,8 +37,8 @@ namespace {
 
 /// In an expected result: any error code, where the transport may choose it.
 constexpr int someError = -1;
-/// In an expected result: no status, or any below 400, because the header fields may arrive before
-/// a reset or not.
+/// In an expected result: no status, or any below 400. A reset may come before the header fields or
+/// after them.
 constexpr int someStatus = -1;
 
 QUrl tolerant(const QString &address) {
@@ -50,8 +50,8 @@ struct Answer {
     const char *name;
     const char *reply;
     int status;           // 0: no response
-    QByteArray data;      // null: absent
-    int connectionError;  // 0: absent
+    QByteArray data;      // null: no body
+    int connectionError;  // 0: no error
 
     [[nodiscard]] QString on(bool tls) const {
         return QLatin1String(name) + QLatin1String(tls ? " over HTTPS" : " over HTTP");
@@ -228,8 +228,8 @@ void NetworkUrlLoaderTest::answersArriveAsTheyWere_data() {
     QTest::addColumn<bool>("tls");
     QTest::addColumn<QString>("reply");
     QTest::addColumn<int>("status");           // 0: no response
-    QTest::addColumn<QByteArray>("data");      // null: absent
-    QTest::addColumn<int>("connectionError");  // 0: absent
+    QTest::addColumn<QByteArray>("data");      // null: no body
+    QTest::addColumn<int>("connectionError");  // 0: no error
 
     const QList<Answer> all = answers();
     for (const Answer &row : all)
@@ -243,7 +243,7 @@ QUrl NetworkUrlLoaderTest::replying(bool tls, const QString &reply) {
     return tolerant(serverFor(tls).address(options + QStringLiteral("/plain.xml")));
 }
 
-// Each of them takes as long as the timeout, so they all run at the same time.
+// Each of these requests takes as long as the timeout, so they all run at the same time.
 void NetworkUrlLoaderTest::loadStalls() {
     const QList<Answer> all = answers();
     for (const Answer &answer : all)
@@ -580,7 +580,8 @@ void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce_data() {
 
 void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce() {
     QFETCH(const QString, address);
-    // This test uses its own loader, because a loader whose thread hangs could not be stopped.
+    // Use a separate loader: if the file made its thread hang, the loader that the tests share
+    // could not be stopped.
     NetworkUrlLoader own;
     LoadedAddress loaded(own, tolerant(address), &_queue, 10s);
     QVERIFY(loaded.wait());
@@ -642,7 +643,7 @@ void NetworkUrlLoaderTest::proxiesAreThoseOfTheApplicationAndTheEnvironment() {
         {QNetworkProxy::HttpProxy, QStringLiteral("127.0.0.1"), quint16(proxy.port())});
     LoadedAddress byApplication = load(behind);
     QVERIFY(byApplication.wait());
-    // Restores the system's configuration.
+    // Restores the system's proxy configuration.
     QNetworkProxyFactory::setUseSystemConfiguration(true);
     QCOMPARE(byApplication.data(), std::optional(QByteArray("via")));
     QCOMPARE(asked.load(), 2);
@@ -785,8 +786,8 @@ void NetworkUrlLoaderTest::theHostsOwnTrafficIsNoProgress() {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
     });
-    // Descriptor numbers that are free when the second connection is made: its two ends take these,
-    // and the number of the first connection stays free.
+    // Reserve two descriptor numbers for the two ends of the second connection. So the number of
+    // the first connection stays free after that connection is closed.
     const int spare[] = {::dup(traffic), ::dup(traffic)};
     std::atomic<int> first = -1;
     std::atomic<int> taken = -1;

@@ -180,7 +180,7 @@ void ScriptedServer::accept() {
 
 void ScriptedServer::serve(int descriptor) {
     // OpenSSL may write to a socket whose peer is gone, which raises SIGPIPE. The signal is blocked
-    // only on this thread, so that a client in the same process that raises it is noticed.
+    // on this thread only: a test must still notice if a client in the same process raises it.
     sigset_t pipe;
     sigemptyset(&pipe);
     sigaddset(&pipe, SIGPIPE);

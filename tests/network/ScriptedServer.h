@@ -31,8 +31,8 @@ struct Script {
 };
 
 /// A server on the loopback interface that answers each request with scripted bytes, HTTP or not,
-/// over plain TCP or TLS. Of HTTP it knows only where a request's header fields end. Each of its
-/// threads serves one connection.
+/// over plain TCP or TLS. It does not parse a request; it only detects the end of its header
+/// fields. Each connection has its own thread.
 class ScriptedServer {
 public:
     /// Returns the script for a request; called on the connections' threads.

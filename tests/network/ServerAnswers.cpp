@@ -22,7 +22,8 @@ public:
         _list.append({name, {{bytes}}, Outcome::Error, 0, {}, channels});
     }
     void reset(const char *name, const QByteArray &bytes) {
-        // Without a FIN: only the head's end can tell that it has been sent before.
+        // The connection ends with RST, which may discard bytes that were sent before. So a loader
+        // may report a status or none.
         _list.append({name, {{bytes}, End::Reset}, Outcome::Error, 0, {}, ServerAnswer::Plain});
     }
     void status(const char *name, const QByteArray &bytes, int status, Outcome outcome) {
@@ -45,7 +46,8 @@ private:
     QList<ServerAnswer> _list;
 };
 
-/// The head of a response: status line, `lines` and the empty line. Adds all line ends.
+/// The start of a response: status line, the header fields `lines` and the empty line. Adds all
+/// line ends.
 QByteArray head(const QByteArray &status, const QList<QByteArray> &lines = {}) {
     QByteArray text = "HTTP/1.1 " + status + "\r\n";
     for (const QByteArray &line : lines)
@@ -326,8 +328,8 @@ void addHeads(Answers &answers) {
 
 void addRedirects(Answers &answers) {
     const QByteArray body = answeredBody();
-    // The server sends each answer for every path inside the answer's own folder, and a complete
-    // response for "/whole".
+    // The server sends an answer for every path below that answer's number, such as "/7/whole", and
+    // a complete response for "/whole".
     const auto to = [](const QByteArray &location, const QByteArray &status = "302 Found") {
         return head(status, {"Location: " + location, length(0)});
     };
@@ -354,7 +356,7 @@ void addRedirects(Answers &answers) {
 void addSlowAnswers(Answers &answers) {
     const QByteArray body = answeredBody();
     const QByteArray whole = answer();
-    // Each line of the head takes longer than the idle timeout, but no single piece does.
+    // Each header line takes longer than the idle timeout, but no single piece does.
     QList<QByteArray> drip;
     for (qsizetype at = 0; at < whole.size(); at += 4)
         drip += whole.mid(at, 4);
@@ -376,7 +378,7 @@ QByteArray answeredBody() {
 
 QList<ServerAnswer> serverAnswers() {
     Answers answers;
-    // First, since they take the longest.
+    // Slow answers first: their requests take the longest, and all requests run in parallel.
     addSlowAnswers(answers);
     addLengths(answers);
     addChunks(answers);

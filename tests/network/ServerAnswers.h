@@ -37,10 +37,9 @@ struct ServerAnswer {
 /// The body of most answers.
 [[nodiscard]] QByteArray answeredBody();
 
-/// The size limit of a body for a loader that is tested with these answers.
+/// The size limit of a body that a test must set in its loader.
 constexpr qint64 maxAnswerBody = qint64(1) * 1024 * 1024;
-/// The idle timeout of such a loader for answers with `Outcome::Timeout` and for those that are
-/// slow on purpose.
+/// The idle timeout that a test must set in its loader for answers whose script has a pause.
 constexpr std::chrono::seconds answerIdleTimeout{1};
 
 /// All answers; their names are unique.

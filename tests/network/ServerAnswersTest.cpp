@@ -21,7 +21,7 @@ const char *const channelNames[] = {"HTTP", "HTTPS", "HTTPS without close_notify
 
 }  // namespace
 
-/// The loader's result for anything that a server may send, over plain TCP and TLS.
+/// Tests the loader's results for all `serverAnswers`, over plain TCP and TLS.
 class ServerAnswersTest : public QObject {
     Q_OBJECT
 
