@@ -15,7 +15,8 @@ using ApplicationEnd::Phase;
 
 namespace {
 
-// The indexes of the actions that ran, in that order. Global, because actions are plain functions.
+// The indexes of the actions, in the order in which they ran. Global, because actions are plain
+// functions.
 QList<int> ran;
 // Entry in `ran` for a post routine that is not an action, as Qt's own are.
 constexpr int ofSomebodyElse = -1;
@@ -128,8 +129,8 @@ void ApplicationEndTest::windowsGoBeforeWhatTheirRendererBrought() {
         add(6);
         add(0);
         qAddPostRoutine([] { ran.append(ofSomebodyElse); });
-        // A second window adds its action after a renderer that it has loaded has added its post
-        // routine.
+        // Simulates a second window: its action is added after the post routine of a renderer that
+        // was loaded since the first window.
         add(0);
     }
     QCOMPARE(ran, (QList<int>{0, 6, ofSomebodyElse}));

@@ -96,8 +96,8 @@ QStringList variantsOf(const QString &date) {
 }
 
 /// The result of `DateFormatter::userLocaleIdentifier` in an environment that has these variables
-/// ("LANG=de_DE") and no others that name a language. Runs in another process, because the platform
-/// reads its environment only once.
+/// ("LANG=de_DE") and no others that name a language. Runs in another process, because Qt reads
+/// these variables only once per process.
 QString identifierUnder(const QStringList &variables) {
     QProcess other;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -198,8 +198,8 @@ private Q_SLOTS:
             if ((language != "en" && language != "de") || *locales[i].getCountry() == '\0')
                 continue;
             ++regions[language];
-            // For a user whose language and formats both have this region, and for one whose
-            // formats alone have it.
+            // First a user whose language and date format both have this region, then one whose
+            // date format alone has it.
             for (const QString &preferred :
                  {QString::fromLatin1(locales[i].getName()), QString::fromLatin1(language)}) {
                 DateFormatter formatter(pattern,
@@ -312,7 +312,7 @@ private Q_SLOTS:
             const auto plain = writerFor(withoutRegion(locales[i]));
             for (const qint64 instant : {1425290400, 1456740000, 1767175200})
                 dates << written(*own, instant) << written(*plain, instant);
-            // Twice each, so that the second reading is a cache hit.
+            // Each date twice, so that the second reading is a cache hit.
             dates += dates;
             // Variants in every eighth locale only, because ICU rejects them slowly: it looks for
             // time zone names in all languages.

@@ -83,8 +83,8 @@ private Q_SLOTS:
             QVERIFY2(!ownText(language, key).contains(u'&'), qPrintable(key));
     }
 
-    // These two pages stay when the download ends, until the window is closed. So their texts are
-    // chosen with care: true before and after that, and saying when to look again.
+    // These two pages stay on the screen until the window is closed, even if the download ends
+    // meanwhile. So their texts must be true before and after its end, and say when to look again.
     void pagesShownWithoutNewsReadExactlyAsChosen_data() {
         QTest::addColumn<QString>("english");
         QTest::addColumn<QString>("german");

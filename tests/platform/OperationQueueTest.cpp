@@ -50,8 +50,8 @@ private Q_SLOTS:
         std::atomic<QThread *> thread = nullptr;
         queue->threadPool()->start([&thread] { thread = QThread::currentThread(); });
         QTRY_VERIFY(thread.load() != nullptr);
-        // The pool keeps the QThread object of an ended thread. By default a pool's thread waits
-        // half a minute for work before it ends.
+        // `thread` stays valid: the pool keeps the QThread object of an ended thread. With the
+        // default expiry timeout of the pool, 30 seconds, the thread would not end in time.
         QVERIFY(QTest::qWaitFor([&thread] { return thread.load()->isFinished(); }, 20000));
     }
 

@@ -88,7 +88,7 @@ QByteArray withSubset(const QByteArray &subset, const QByteArray &content) {
     return "<!DOCTYPE r [" + subset + "]>\n<r>" + content + "</r>";
 }
 
-/// `<!ENTITY a0 "x"><!ENTITY a1 "&a0;">` and so on.
+/// Entity declarations `<!ENTITY a0 "x"><!ENTITY a1 "&a0;">` and so on, up to `a<length>`.
 QByteArray chain(int length) {
     QByteArray declarations = "<!ENTITY a0 \"x\">";
     for (int i = 1; i <= length; ++i)
@@ -282,8 +282,8 @@ private Q_SLOTS:
     void hundredBytesAreUsed() {
         const QByteArray value(XmlLimits::maxEntityBytes, 'x');
         QCOMPARE(read(withSubset("<!ENTITY e '" + value + "'>", "&e;")).text, value);
-        // The limit counts the bytes, not the characters, of the replacement text, not of the
-        // declaration.
+        // The limit counts the bytes of the replacement text, not its characters and not the bytes
+        // of the declaration.
         const QByteArray fifty = QByteArray("&#160;").repeated(50);
         QCOMPARE(read(withSubset("<!ENTITY e '" + fifty + "'>", "&e;")).text,
                  QByteArray("\xC2\xA0").repeated(50));
@@ -299,7 +299,7 @@ private Q_SLOTS:
         const Outcome outcome = read(withSubset(declaration, uses + "&e;&e;"));
         QCOMPARE(outcome.code, XmlError::TooMuchExpansion);
         QCOMPARE(outcome.text.size(), XmlLimits::maxExpansion);
-        // Uses in attributes count too, wherever they are.
+        // Entity references in attribute values count too, including default values in the DTD.
         QCOMPARE(read(withSubset(declaration, "<b c='&e;'/>" + uses)).code, 0);
         QCOMPARE(read(withSubset(declaration, "<b c='&e;&e;'/>" + uses)).code,
                  XmlError::TooMuchExpansion);
@@ -352,7 +352,7 @@ private Q_SLOTS:
     void aLongChainNeitherRecursesNorExpands() {
         QFETCH(const QByteArray, document);
         Outcome outcome;
-        // With the stack size of an ordinary thread.
+        // Read on a thread with the default stack size.
         std::thread([&] { outcome = read(document); }).join();
         QCOMPARE(outcome.code, XmlError::UnusableEntity);
         QCOMPARE(outcome.text, QByteArray());
@@ -370,7 +370,7 @@ private Q_SLOTS:
         QByteArray usable;
         for (int i = 0; i < 2000; ++i)
             usable += "<!ENTITY e" + QByteArray::number(i) + " 'x&#38;amp;&#38;#121;&lt;'>";
-        // Replacement texts that contain an ampersand, but use no other declaration.
+        // Replacement texts that contain an ampersand, but no reference to a declared entity.
         QTest::newRow("usable ones of references") << usable << QByteArray("&e1999;");
         QTest::newRow("17 nested ones") << chain(17) << QByteArray("&a0;");
         QTest::newRow("1000 nested ones") << chain(1000) << QByteArray("&a0;");
