@@ -18,7 +18,7 @@
 
 namespace pelorinnews::test {
 
-/// The notification registry and the preferences on a real disk that is full, or nearly full.
+/// Tests the notification registry and the preferences on a real disk that is full or nearly full.
 class FullDiskTest : public QObject {
     Q_OBJECT
 
@@ -168,8 +168,8 @@ void FullDiskTest::thePreferencesAreWholeOrAsTheyWere_data() {
     using Make = std::function<QVariant(int)>;
     const std::vector<std::pair<const char *, Make>> makers = {
         {"plain", [](int size) { return QString(size, QLatin1Char('n')); }},
-        // Values that take three times as much room in the file, and values whose size in the file
-        // is hard to predict.
+        // The next two kinds of values take three times as much room in the file when escaped; the
+        // last kind's size in the file is hard to predict.
         {"escaped", [](int size) { return QString(size / 3, QChar(1)); }},
         {"binary", [](int size) { return QByteArray(size / 3, '\x01'); }},
         {"list", [](int size) { return QStringList(2 + size / 4, QStringLiteral("ab")); }},
@@ -183,12 +183,12 @@ void FullDiskTest::thePreferencesAreWholeOrAsTheyWere_data() {
 void FullDiskTest::thePreferencesAreWholeOrAsTheyWere() {
     QFETCH(const std::function<QVariant(int)>, make);
     QFETCH(QString, way);
-    // From sizes that fit to sizes that do not, so that every kind of failure occurs on the way.
+    // The sizes grow from ones that fit to ones that do not, so that every kind of failure occurs.
     constexpr int step = 640;
     int written = 0;
     int refused = 0;
     for (int size = 2 * SmallDisk::block; size < 6 * SmallDisk::block; size += step) {
-        // Each in its own file: QSettings caches the files that it has read.
+        // A new file for each size, because QSettings caches the files that it has read.
         const QString name = QStringLiteral("P%1.conf").arg(size);
         const QString file = _folder->filePath(QStringLiteral("Olvane/")) + name;
         QVERIFY(put(file, settingsOfTheHost()));
@@ -238,7 +238,7 @@ void FullDiskTest::preferencesThatHaveNoRoomStayInMemoryUntilThereIsSome() {
     QCOMPARE(bytes(), settingsOfTheHost());
     QCOMPARE(defaults.stringForKey(key), QStringLiteral("new"));
     _disk->freeRoom();
-    // The next change writes both values, without any other call.
+    // The next change is enough to write both values; `synchronize` is not called.
     defaults.setValue(QStringLiteral("newsFilter"), 2);
     QTRY_VERIFY(bytes().contains("newsFeedBaseURL=new"));
     QVERIFY(bytes().contains("newsFilter=2"));
@@ -299,7 +299,8 @@ void FullDiskTest::whatTheHostHasNotWrittenYetCutsNoFileWithoutOurs() {
     auto defaults = std::make_optional<UserDefaults>(path());
     _disk->leaveRoom(5 * SmallDisk::block);
     host.setValue(QStringLiteral("more"), QString(9000, QLatin1Char('m')));
-    // Otherwise the host's own QSettings would truncate the file in the next event loop iteration.
+    // Discard the host's pending write: its own QSettings would truncate the file in the next event
+    // loop iteration.
     QCoreApplication::removePostedEvents(&host);
     defaults->synchronize();
     QCOMPARE(bytes(), settingsOfTheHost());
@@ -324,7 +325,7 @@ void FullDiskTest::aFileThatCouldNotBeKeptIsNeverRemoved() {
     QFile file(path());
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(file.resize(SettingsBackup::maxFileBytes + 1));
-    // The error of an earlier call says nothing about this file.
+    // A stale `errno` of an earlier call must not make the backup take this file for absent.
     errno = ENOENT;
     SettingsBackup backup(path());
     QVERIFY(!backup.isKept());
@@ -334,7 +335,7 @@ void FullDiskTest::aFileThatCouldNotBeKeptIsNeverRemoved() {
 }
 
 void FullDiskTest::whatCannotBeReachedIsNotAbsent() {
-    // A link to itself, in whose place a file appears later.
+    // The path is a link to itself, so it cannot be read; later a regular file takes its place.
     QVERIFY(QFile::link(path(), path()));
     SettingsBackup backup(path());
     QVERIFY(!backup.isKept());
@@ -364,7 +365,7 @@ void FullDiskTest::anEmptyFileHoldsNoKeys() {
     QCOMPARE(bytes(), before);
 }
 
-/// The backup is another name of the same file, so it is truncated as well.
+/// The backup is a hard link to the file, so truncating the file in place truncates both.
 void FullDiskTest::aFileThatWasCutInPlaceLeavesNoBackup() {
     QVERIFY(put(path(), settingsOfTheHost()));
     {

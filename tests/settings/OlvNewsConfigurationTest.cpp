@@ -182,7 +182,7 @@ private Q_SLOTS:
         QCOMPARE(configuration.lastViewing(), viewed);
         configuration.setLastViewing(viewed.addMSecs(1));
         QCOMPARE(configuration.lastViewing(), viewed.addMSecs(1));
-        // A stored value that is not a date does not count as later.
+        // A stored value that is not a date is replaced, because it is not later than the new date.
         _database->setValue("newsLastViewing", "yesterday");
         configuration.setLastViewing(viewed);
         QCOMPARE(configuration.lastViewing(), viewed);
@@ -191,7 +191,7 @@ private Q_SLOTS:
     void anotherInstancesLaterLastViewingIsKept() {
         OlvNewsConfiguration configuration = store();
         configuration.setLastViewing(viewed);
-        // The other process ends first; the copy of the file in this process is stale.
+        // Once the other process has ended, this process's cached copy of the file is stale.
         QVERIFY(elsewhere({viewed.addDays(2)}));
         configuration.setLastViewing(viewed.addDays(1));
         QCOMPARE(configuration.lastViewing(), viewed.addDays(2));
@@ -257,7 +257,7 @@ private Q_SLOTS:
     }
 
     void theLanguagesComeFromTheSystem() {
-        // The platform reads its environment only once for each process.
+        // A process for each language, because Qt reads these variables only once per process.
         for (const auto &[variable, expected] : {std::pair("de_DE.UTF-8", "de-DE"),
                                                  {"sr_RS.UTF-8@latin", "sr-Latn-RS"},
                                                  {"C", "en"},

@@ -1,5 +1,6 @@
-// A program that sets a preference after its event loop has ended, or even after its application
-// object (with the argument "late"), and exits while the preferences object is still held.
+// A program that sets a preference after its event loop has ended, or, with the argument "late",
+// even after its application object is destroyed. It then exits while the preferences object still
+// exists.
 
 #include "settings/UserDefaults.h"
 
