@@ -9,8 +9,8 @@
 
 namespace pelorinnews::test {
 
-/// The base class of the tests that use a real notification server: has a notification centre, its
-/// delegate, and a message bus and a state folder for the test alone.
+/// Base class of the tests that use a real notification server. Owns a notification centre and its
+/// delegate, and a message bus and a state folder that only this test uses.
 class DaemonTest : public QObject {
 protected:
     /// Creates the state folder and the bus, starts the server and creates the centre.

@@ -340,8 +340,8 @@ void DesktopNotificationCenterTest::keepsOneThatExpired() {
     const auto center = newCenter();
     deliverAndWait(*center, QStringLiteral("one"));
     _server->emitSignal(QStringLiteral("NotificationClosed"), {1U, reason});
-    // A second notification, which is certain to be removed, shows that the first signal has
-    // arrived.
+    // Signals arrive in order: once the second notification, which is certain to be removed, is
+    // gone, the first signal has been processed.
     deliverAndWait(*center, QStringLiteral("two"));
     _server->emitSignal(QStringLiteral("NotificationClosed"), {2U, 2U});
     QTRY_VERIFY(!titles(*center).contains(QStringLiteral("two")));
@@ -365,7 +365,8 @@ void DesktopNotificationCenterTest::remembersOnlySoManySignalsDuringADelivery_da
     QTest::addColumn<QVariant>("argument");
     QTest::addColumn<quint32>("foreign");
     QTest::addColumn<bool>("isRemembered");
-    // At most 64: other programs' notifications must not fill the memory.
+    // The centre remembers at most 64 signals during a delivery, so that other programs'
+    // notifications cannot fill the memory.
     for (const quint32 foreign : {63U, 64U}) {
         QTest::addRow("closed, after %u", foreign)
             << "NotificationClosed" << QVariant(2U) << foreign << (foreign < 64);
@@ -400,7 +401,7 @@ void DesktopNotificationCenterTest::forgetsTheSignalsDuringAnEarlierDelivery_dat
     QTest::newRow("clicked") << "ActionInvoked" << QVariant("default");
 }
 
-/// Another program's notification ends, and the server gives its number to our next one.
+/// Another program's notification ends, and the server gives the same id to our next one.
 void DesktopNotificationCenterTest::forgetsTheSignalsDuringAnEarlierDelivery() {
     QFETCH(QString, signal);
     QFETCH(QVariant, argument);
@@ -425,8 +426,8 @@ void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotif
     // Wait: a file that has just changed may change again within the same timestamp tick, and so is
     // read each time.
     QTest::qWait(2100);
-    // Opening and closing are watched, too, because inotify merges two equal events if no other
-    // event is between them.
+    // Opening and closing are watched, too: inotify merges two equal events that follow one
+    // another, and so would merge two reads.
     const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     const QByteArray file = NotificationRegistry(stateFolder()).path().toUtf8();
     constexpr uint32_t watched = IN_OPEN | IN_ACCESS | IN_CLOSE_NOWRITE | IN_DELETE_SELF;
@@ -436,7 +437,8 @@ void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotif
         _server->emitSignal(QStringLiteral("NotificationClosed"), {id, 2U});
     _server->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
 
-    // The signal about our own notification comes last. It replaces the file.
+    // The last signal is about our own notification. It changes the registry, so the file is
+    // replaced.
     int opened = 0;
     int read = 0;
     bool replaced = false;
@@ -536,7 +538,7 @@ void DesktopNotificationCenterTest::handsOverNoTokenOfAnEarlierServer() {
     center->setDelegate(delegate);
     deliverAndWait(*center, QStringLiteral("old"));
     old->emitSignal(QStringLiteral("ActivationToken"), {1U, QStringLiteral("stale")});
-    // The reply to this one arrives after the token.
+    // The server replies to this delivery after it has sent the token.
     deliverAndWait(*center, QStringLiteral("second"));
     old.reset();
     QDBusConnection::disconnectFromBus(name);
@@ -558,8 +560,8 @@ void DesktopNotificationCenterTest::asksTheDelegateBeforeItPresents() {
     std::thread([&center] {
         center->deliverNotification(notification(QStringLiteral("one")));
     }).join();
-    // The delegate is not called inside `deliverNotification`, and nothing is presented before it
-    // was asked.
+    // `deliverNotification` does not call the delegate itself, and nothing is presented before the
+    // delegate has been asked.
     QVERIFY(delegate->asked.isEmpty());
     QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
     QTest::qSleep(200);
@@ -673,7 +675,7 @@ void DesktopNotificationCenterTest::stopsWhenServersKeepCrashing() {
     QVERIFY(_server->deliveries.empty());
     QCOMPARE(titles(*center), QStringList{QStringLiteral("deadly")});
 
-    // The next request retries it.
+    // The next delivery makes the centre retry the failed one.
     center->deliverNotification(notification(QStringLiteral("next")));
     QTRY_COMPARE(registered().size(), 2U);
     QCOMPARE(titles(*center), (QStringList{QStringLiteral("deadly"), QStringLiteral("next")}));
@@ -685,7 +687,8 @@ void DesktopNotificationCenterTest::presentsAgainWhatDidNotReachTheServer_data()
     QTest::newRow("taken back") << true;
 }
 
-/// The server passes deliveries on to another program, which does not answer once.
+/// Simulates a server that forwards deliveries to another program: that program once does not
+/// answer, so the server replies with an error.
 void DesktopNotificationCenterTest::presentsAgainWhatDidNotReachTheServer() {
     QFETCH(bool, isTakenBack);
     serve();
@@ -703,7 +706,7 @@ void DesktopNotificationCenterTest::presentsAgainWhatDidNotReachTheServer() {
         expected.append(QStringLiteral("lost"));
     QCOMPARE(titles(*center), expected);
 
-    // It goes out with the next one.
+    // The lost notification, unless it was withdrawn, is sent again with the next one.
     center->deliverNotification(notification(QStringLiteral("next")));
     expected.append(QStringLiteral("next"));
     QTRY_COMPARE(registered().size(), std::size_t(expected.size()));
@@ -849,7 +852,7 @@ void DesktopNotificationCenterTest::savesEachChangeOnce() {
     serve();
     const auto center = newCenter();
     const NotificationRegistry registry(stateFolder());
-    // The file counts its changes.
+    // Each change of the file increments its serial number.
     center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_VERIFY(center->flush(milliseconds(10)));
     QCOMPARE(registry.read()->serial, 1U);

@@ -16,7 +16,7 @@ namespace pelorinnews::test {
 
 using std::chrono::milliseconds;
 
-/// Uses dunst, controlled by its own command-line program.
+/// Tests the notification centre with the server dunst, controlled through `dunstctl`.
 class DunstTest : public DaemonTest {
     Q_OBJECT
 private Q_SLOTS:

@@ -6,7 +6,8 @@ namespace pelorinnews::test {
 
 using std::chrono::milliseconds;
 
-/// Uses notification-daemon, which sends its signals to everybody, with clicks of a real pointer.
+/// Tests the notification centre with notification-daemon, which broadcasts its signals, and with
+/// clicks of a real pointer.
 class NotificationDaemonTest : public DaemonTest {
     Q_OBJECT
 private Q_SLOTS:

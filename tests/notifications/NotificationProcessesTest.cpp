@@ -8,7 +8,7 @@
 
 namespace pelorinnews::test {
 
-/// Several processes of one host, and a server that sends every click to each of them.
+/// Tests several processes of one host, with a server that sends every click to each of them.
 class NotificationProcessesTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:

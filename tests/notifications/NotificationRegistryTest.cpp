@@ -237,7 +237,7 @@ void NotificationRegistryTest::takesNothingElseFromTheFormatOfBefore_data() {
     QTest::newRow("a text where the date should be")
         << streamed({{dateKey, QStringLiteral("2026-01-01")}});
     QTest::newRow("endless") << QByteArray(100, '\xff');
-    // The stream begins with the number of values: here none, although one follows.
+    // The stream begins with the number of its values: here 0, although one value follows.
     QTest::newRow("a value beyond the counted ones")
         << QByteArray(4, '\0') + streamed({{nameKey, QStringLiteral("name")}}).mid(4);
     QTest::newRow("nested") << nested();
@@ -288,7 +288,8 @@ void NotificationRegistryTest::tellsWhatItErased() {
     QVERIFY(registry().apply(change, &removed));
     QCOMPARE(removed, QStringList());
 
-    // `removed` is empty if the change fails, and if it is about entries of another server.
+    // `removed` is emptied if the change fails, and if the change belongs to another server than
+    // the entries.
     change.erased = QStringList{QStringLiteral("b")};
     QLockFile lock(registry().path() + QStringLiteral(".lock"));
     QVERIFY(lock.lock());
@@ -457,7 +458,7 @@ void NotificationRegistryTest::forgetsFewLargeEntriesOneByOne() {
     std::vector<RegistryEntry> entries;
     for (int i = 0; i < 3; ++i) {
         entries.push_back(entry(QString::number(i)));
-        // Each character takes six bytes of JSON: two entries are larger than a file.
+        // Each character takes six bytes of JSON: two entries exceed the size limit of the file.
         entries.back().notification.title = QString(4096, QChar(1));
         entries.back().notification.informativeText = entries.back().notification.title;
         entries.back().notification.soundName = entries.back().notification.title;
@@ -558,7 +559,8 @@ void NotificationRegistryTest::readsAFileThatHasJustChangedEachTime() {
     QVERIFY(::inotify_add_watch(watch, reading.path().toUtf8().constData(), IN_ACCESS) >= 0);
     std::array<char, 4096> events{};
     bool isReadAgain = false;
-    // On a busy computer the two reads may take longer than the tick: then they say nothing.
+    // If the two reads take longer than the tick, as on a busy computer, they prove nothing and are
+    // repeated.
     const auto readTwice = [&] {
         const auto before = std::chrono::system_clock::now();
         overwrite(good);

@@ -9,7 +9,7 @@
 #include <chrono>
 #include <vector>
 
-// Shared by the tests of the notification centre, whichever server they use.
+// Helpers for the tests of the notification centre, whichever server they use.
 namespace pelorinnews::test {
 
 /// More time than a flush takes.

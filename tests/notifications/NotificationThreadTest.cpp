@@ -16,7 +16,7 @@ namespace pelorinnews::test {
 
 using std::chrono::milliseconds;
 
-/// The worker and its thread, without the notification centre.
+/// Tests the worker and its thread without the notification centre.
 class NotificationThreadTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -79,7 +79,7 @@ void NotificationThreadTest::endsAlsoWhereItHadNotBegun() {
         QVERIFY(!thread->isRunning());
         thread.reset();
     }
-    // The workers hold the list until their threads end.
+    // The workers share ownership of the list until their threads end.
     QTRY_COMPARE(_list.use_count(), 1L);
 }
 
@@ -105,12 +105,12 @@ void NotificationThreadTest::theWorkerDisconnectsWhenItStops() {
     QCOMPARE(connections(), before + 1);
     QMetaObject::invokeMethod(worker.get(), "stop", Qt::QueuedConnection);
     QVERIFY(thread.wait(testPatience));
-    // The worker still exists.
+    // The connection is closed although the worker still exists.
     QTRY_COMPARE(connections(), before);
 }
 
 void NotificationThreadTest::triesTenTimesMoreToSaveForEachRequest() {
-    // A file in place of the folder.
+    // A file in place of the state folder, so that the registry cannot be saved.
     QFile file(sender().stateFolder);
     QVERIFY(file.open(QIODevice::WriteOnly));
     const auto worker = newWorker();

@@ -8,7 +8,7 @@
 namespace pelorinnews::test {
 
 /// The test's own message bus. Without `serviceFolder` it starts no service, so that only the
-/// notification server under test replies. The destructor ends the bus by its process id.
+/// notification server under test replies. The destructor ends the bus.
 class PrivateBus {
 public:
     /// `serviceFolder`: where the bus finds services to start; empty for none.
@@ -28,7 +28,7 @@ public:
     /// The environment for a program that uses this bus.
     [[nodiscard]] QProcessEnvironment environment() const;
 
-    /// Ends the bus before the object is destroyed.
+    /// Ends the bus now, as otherwise the destructor does.
     void stop();
 
 private:
@@ -39,7 +39,7 @@ private:
     QDBusConnection _ownConnection;
 };
 
-/// A program that uses a `PrivateBus`. The destructor ends it by its process id.
+/// A program that uses a `PrivateBus`. The destructor ends the program.
 class BusProgram {
 public:
     BusProgram(const PrivateBus &bus, const QString &program, const QStringList &arguments);
@@ -47,7 +47,7 @@ public:
     BusProgram(const BusProgram &) = delete;
     BusProgram &operator=(const BusProgram &) = delete;
 
-    /// Sends `signal` to the program.
+    /// Sends the signal `number` to the program.
     void signal(int number) const;
     /// Kills the program at once, like a crash.
     void kill();

@@ -7,7 +7,7 @@
 
 namespace pelorinnews::test {
 
-/// Records its calls, and whether one of them was not on the main thread.
+/// A delegate that records its calls, and whether one of them was not on the main thread.
 class RecordingDelegate : public NotificationCenterDelegate {
 public:
     bool userNotificationCenterShouldPresentNotification(

@@ -4,7 +4,8 @@
 
 namespace pelorinnews::test {
 
-/// Uses xfce4-notifyd, which reports a click only from a button, with clicks of a real pointer.
+/// Tests the notification centre with the server xfce4-notifyd, which reports a click only from a
+/// button, and with clicks of a real pointer.
 class XfceNotifydTest : public DaemonTest {
     Q_OBJECT
 private Q_SLOTS:
