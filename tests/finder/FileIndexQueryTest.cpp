@@ -13,7 +13,7 @@
 
 namespace pelorinnews::test {
 
-/// Uses a real file index, on a session bus of its own.
+/// Tests the query with a real file index, on a session bus of its own.
 class FileIndexQueryTest : public QObject {
     Q_OBJECT
 
@@ -44,7 +44,7 @@ private:
 
     std::unique_ptr<TrackerMiner> _miner = std::make_unique<TrackerMiner>();
     bool _mines = false;
-    // The test function to which the files and the index belong.
+    // The test function for which the present files and index were made.
     QByteArray _function;
 };
 
@@ -178,8 +178,8 @@ void FileIndexQueryTest::agreesWithTheWalk() {
         walk.run(top, stop);
         std::vector<QByteArray> walked = walk.matches();
         std::sort(walked.begin(), walked.end());
-        // With "*" the index also returns the entries inside a match, which the walk does not
-        // enter: the query treats them as part of the match.
+        // With "*" the index also returns the entries inside a matching folder. The walk does not
+        // enter a match, and the query counts those entries as part of it.
         if (pattern == QLatin1String("*"))
             std::erase_if(indexed,
                           [&top](const auto &path) { return path.indexOf('/', top.size()) >= 0; });
@@ -217,7 +217,7 @@ void FileIndexQueryTest::takesAnIndexThatStartsLate() {
     make(QStringLiteral("a/b/c/d/Pelorin.app"));
     startMiner();
     QTRY_COMPARE(watched.query.resultCount(), 1);
-    // When the index goes away, earlier matches stay, and are watched without it.
+    // When the index goes away, earlier matches stay, and the query watches them by itself.
     _miner->stop();
     QTest::qWait(300);
     QCOMPARE(watched.query.resultCount(), 1);

@@ -137,7 +137,7 @@ void FileWalkTest::stopsAtItsBounds() {
     const auto run = [&](const FileWalk::Bounds &bounds, std::size_t *matches = nullptr) {
         FileWalk fileWalk(FileNamePattern::like(QStringLiteral("P.app")));
         const bool isDone = fileWalk.run(top, stop, bounds);
-        // The bounds apply to each run anew.
+        // The bounds limit each run separately, not both runs together.
         const bool isDoneAgain = fileWalk.run(top, stop, bounds);
         if (matches)
             *matches = fileWalk.matches().size();
@@ -169,8 +169,8 @@ void FileWalkTest::looksIntoFoldersOfAProgramsName() {
 void FileWalkTest::stopsInTheMiddle() {
     for (int i = 0; i < 5000; ++i)
         QCOMPARE(::mkdir(full(QByteArray::number(i)).constData(), 0700), 0);
-    // The duration of a walk is unknown: each round stops it a little later, until one is stopped
-    // in the middle.
+    // How long a walk takes is unknown: each round stops its walk a little later than the round
+    // before, until a walk is stopped in the middle.
     bool wasInTheMiddle = false;
     for (int round = 0; round < 200 && !wasInTheMiddle; ++round) {
         FileWalk fileWalk(FileNamePattern::like(QStringLiteral("P.app")));

@@ -1,6 +1,6 @@
-// Programs as packages install them: system-wide, in a sandbox, or as one file (AppImage). Each
-// searches this computer for copies of itself, among launchers and data of the same name, which
-// must not count.
+// Tests programs as packages install them: system-wide, in a sandbox, or as one file (AppImage).
+// Each program searches this computer for copies of itself. Launchers and data files with its name
+// also exist, and must not count.
 
 #include "FinderReport.h"
 #include "Mounts.h"
@@ -131,7 +131,7 @@ void InstalledApplicationTest::countsAProgramOfTheSystem() {
     QCOMPARE(nextLine(_process), QByteArray("3"));
     const QString copy = at("home/Applications/") + _name;
     followsAnotherCopy(copy);
-    // A file that loses its executable bit is no copy until it gets the bit back.
+    // A file without its executable bit does not count as a copy.
     install(copy);
     QCOMPARE(nextLine(_process), QByteArray("4"));
     QCOMPARE(::chmod(QFile::encodeName(copy).constData(), 0644), 0);

@@ -16,7 +16,8 @@ bool mayMount = false;
 const QString name = QStringLiteral("Pelorin.app");
 }  // namespace
 
-/// Mounts and unmounts file systems while a query runs, in this process's own mount namespace.
+/// Tests a query while file systems are mounted and unmounted, in this process's own mount
+/// namespace.
 class MetadataQueryMountTest : public QObject {
     Q_OBJECT
 
@@ -78,8 +79,8 @@ void MetadataQueryMountTest::walksADiskThatIsMounted() {
     WatchedQuery watched(name, {_folder->filePath(QStringLiteral("searched"))});
     GATHER(watched);
     QCOMPARE(watched.query.resultCount(), 1);
-    // The disk is filled in a folder that is not searched, and then moved: otherwise a walk could
-    // run before the disk's folders exist.
+    // The disk is mounted and filled outside of the searched folder, and then moved into it:
+    // otherwise a walk could run before the disk's folders exist.
     mountDisk("other");
     make("other/a/b/c/Pelorin.app");
     QCOMPARE(::mount(at("other").constData(), at("searched/disk").constData(), nullptr, MS_MOVE,
@@ -148,7 +149,7 @@ void MetadataQueryMountTest::searchesTheWholeComputersDisks() {
 }  // namespace pelorinnews::test
 
 int main(int argc, char *argv[]) {
-    // Before any other thread starts.
+    // Call this before any other thread starts: the namespace applies to later threads only.
     pelorinnews::test::mayMount = pelorinnews::test::Mounts::enterNameSpace();
     const pelorinnews::test::TestHome home;
     const QCoreApplication application(argc, argv);

@@ -12,7 +12,7 @@
 
 namespace pelorinnews::test {
 
-/// The query without a file index, with only the walk and the watched folders.
+/// Tests the query without a file index: it only walks through folders and watches them.
 class MetadataQueryTest : public QObject {
     Q_OBJECT
 
@@ -316,7 +316,7 @@ void MetadataQueryTest::walksInTheIdleClass() {
         inputOutputClass = ::syscall(SYS_ioprio_get, 1, walks.first()) >> 13;
     }
     QCOMPARE(processorClass, SCHED_IDLE);
-    // The I/O class is set right after the CPU class.
+    // The thread sets its I/O class right after its CPU class.
     while (inputOutputClass != 3 && clock.elapsed() < testPatience) {
         const QList<pid_t> walks = threads("pelorin-walk");
         QVERIFY(!walks.isEmpty());
@@ -354,7 +354,8 @@ void MetadataQueryTest::tellsNothingAfterItWasStopped() {
     make(QStringLiteral("a/Pelorin.app"));
     WatchedQuery stoppedAtOnce(name, {_folder->path()});
     QVERIFY(stoppedAtOnce.query.startQuery());
-    // By then the query's answer has been posted to the main thread.
+    // Sleep until the query's answer has been posted to the main thread, which does not process it
+    // yet.
     QTest::qSleep(300);
     stoppedAtOnce.query.stopQuery();
     WatchedQuery watched(name, {_folder->path()});

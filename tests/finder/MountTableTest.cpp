@@ -122,8 +122,8 @@ void MountTableTest::searchesEachFileSystemOnce() {
 }
 
 void MountTableTest::searchesAHomeThatIsMountedTwiceOnce() {
-    // The second mount of each disk is a folder of the first: it is neither searched again nor
-    // remote.
+    // Each of the two disks is mounted twice, and its second mount shows a folder of its first. The
+    // second mount is neither searched again nor remote.
     const MountTable table = MountTable::parse(
         "1 0 0:42 / / rw - overlay o rw\n"
         "2 1 0:42 /home /home rw - overlay o rw\n"
@@ -203,8 +203,8 @@ void MountTableTest::knowsARootThatIsNoMountPoint() {
     const QTemporaryDir folder;
     const QByteArray root = QFile::encodeName(folder.path());
     QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("proc")));
-    // The child's exit status: 0 if the root is known and local; 1 if it is not; 2 if the test is
-    // not permitted here.
+    // The child's exit status: 0 if its mount table is as expected; 1 if not; 2 if chroot is not
+    // permitted here.
     const pid_t child = ::fork();
     if (child == 0) {
         const QByteArray proc = root + "/proc";

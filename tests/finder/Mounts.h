@@ -36,7 +36,8 @@ public:
 
     [[nodiscard]] bool memory(const QString &at) { return mount({}, at, "tmpfs", 0, {}); }
 
-    /// Mounts an overlay at `at`: `lower`, with its upper layer in the folder "upper" in `changes`.
+    /// Mounts an overlay of the folder `lower` at `at`. `changes` has the folders "upper" and
+    /// "work" for the upper layer.
     [[nodiscard]] bool overlay(const QString &lower, const QString &changes, const QString &at) {
         return mount(
             QStringLiteral("overlay"), at, "overlay", 0,

@@ -21,7 +21,8 @@ namespace {
 const QString name = QStringLiteral("Pelorin.app");
 }  // namespace
 
-/// Built twice, with a real file index and with the walk alone, which must behave alike.
+/// This test is built twice: with a real file index, and without one, where the finder only walks
+/// through the folders. Both builds must behave alike.
 class OlvPelorinFinderTest : public QObject {
     Q_OBJECT
 
@@ -145,8 +146,8 @@ void OlvPelorinFinderTest::followsASecondCopyThatComesAndGoes() {
     make(QStringLiteral("backup/today/Pelorin.app"));
     if (withIndex)
         TRY_RESULT(finder, OlvFinderResultMany);
-    // Without an index a folder that never held a copy is not watched; the folder next to the first
-    // copy is.
+    // Without an index "backup" is not watched, because it never held a copy. The folder in which
+    // "second" is created is watched.
     make(QStringLiteral("second/Pelorin.app"));
     TRY_RESULT(finder, OlvFinderResultMany);
     remove(QStringLiteral("backup/today/Pelorin.app"));

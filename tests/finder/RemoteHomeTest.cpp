@@ -1,5 +1,5 @@
-// The home folder on file systems that are not this computer's own disks: a real FUSE one and a
-// real overlay. finder.search_scope tests the others through the mount table.
+// Tests a home folder on file systems that are not local disks: a real FUSE mount and a real
+// overlay. The test finder.search_scope covers others with made-up mount tables.
 
 #include "Mounts.h"
 #include "SearchThreads.h"
@@ -110,7 +110,7 @@ void RemoteHomeTest::mount(bool isFuse, const QString &point) {
 
 void RemoteHomeTest::countsACopyInItOnce() {
     QFETCH(const bool, isFuse);
-    // The copy is visible twice, in the home folder and on this computer's disk, but is one copy.
+    // The copy is visible twice, in the home folder and on this computer's disk, but counts as one.
     make(QStringLiteral("kept/a/deep/place/") + _name);
     mount(isFuse, QStringLiteral("home"));
     const auto finder = find();
@@ -163,7 +163,7 @@ void RemoteHomeTest::staysPendingWhereItIsTooBigUnlessTwoAreFound() {
     const auto gathered =
         QObject::connect(center, &MetadataQueryCenter::didFinishGathering, center, note);
     const auto updated = QObject::connect(center, &MetadataQueryCenter::didUpdate, center, note);
-    // Wait for the end of the walks: only then matches are watched.
+    // Matches are watched only after the walks have ended: wait for that.
     QTRY_VERIFY(watches(at(QStringLiteral("here"))));
     QCOMPARE(finder->result(), OlvFinderResultPending);
     make(QStringLiteral("second/") + _name);
@@ -179,7 +179,7 @@ void RemoteHomeTest::staysPendingWhereItIsTooBigUnlessTwoAreFound() {
 }  // namespace pelorinnews::test
 
 int main(int argc, char *argv[]) {
-    // Before any other thread starts.
+    // Call this before any other thread starts: the namespace applies to later threads only.
     pelorinnews::test::mayMount = pelorinnews::test::Mounts::enterNameSpace();
     const pelorinnews::test::TestHome home;
     const QCoreApplication application(argc, argv);

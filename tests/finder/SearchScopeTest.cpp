@@ -5,7 +5,7 @@
 
 namespace pelorinnews::test {
 
-/// The scope as computed from the mount table, for file systems that cannot be mounted here.
+/// Tests the scope with made-up mount tables, for file systems that cannot be mounted here.
 class SearchScopeTest : public QObject {
     Q_OBJECT
 
@@ -58,8 +58,8 @@ void SearchScopeTest::searchesTheHomeWhereverItLies() {
 }
 
 void SearchScopeTest::searchesNoMoreOfAMountThanTheHome() {
-    // The home folders of all users on one server, and further mounts below one of them and
-    // elsewhere.
+    // One NFS server holds the home folders of all users. Other file systems are mounted below one
+    // of them and elsewhere.
     const QByteArray above = place() + "/homes";
     const SearchScope searched = scope("2 1 0:43 / " + above +
                                        " rw - nfs4 server:/home rw\n"
@@ -113,8 +113,8 @@ void SearchScopeTest::leavesOutWhatTheHomeShows() {
 }
 
 void SearchScopeTest::keepsWhatHoldsTheHome() {
-    // The home folder is a FUSE mount of "/". To leave out the folder that it shows would leave
-    // nothing to search.
+    // The home folder is a FUSE mount of "/". If the scope left out the folder that the mount
+    // shows, nothing would be searched.
     const SearchScope searched = scope("2 1 0:43 / " + home() + " rw - fuse / rw\n");
     QVERIFY(searched.contains(home() + "/a", _pattern));
     QVERIFY(searched.contains("/opt/a", _pattern));

@@ -7,7 +7,7 @@
 
 namespace pelorinnews::test {
 
-/// End to end: a program in an application folder searches this computer for itself.
+/// End-to-end test: a program in an application folder searches this computer for itself.
 ///
 /// The test copies its own executable into the folder and runs it there with one argument.
 class ThisApplicationTest : public QObject {
