@@ -10,7 +10,7 @@
 
 using namespace pelorinnews::test;
 
-/// The program as scripts use it.
+/// Tests the feed server as a program that scripts start.
 class FeedServerProgramTest : public QObject {
     Q_OBJECT
 
