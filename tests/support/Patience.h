@@ -4,7 +4,7 @@
 
 // The timeout of every wait in the tests, in milliseconds: Qt's five seconds are not enough for a
 // sanitized build on a busy computer. A plain number, because Qt's macros and waiting functions
-// take one. The build includes it into every source of the tests.
+// take one. The build includes this header in every source of the tests.
 constexpr int testPatience = 60000;
 
 #undef QTRY_COMPARE

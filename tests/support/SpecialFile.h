@@ -14,16 +14,17 @@ public:
     /// The kinds of special file: a pipe, a device, a link to one, and so on.
     [[nodiscard]] static QStringList kinds();
 
-    /// Makes a `kind` at `path`; if it is a link, its target is made beside it.
+    /// Makes a special file of `kind` at `path`; if it is a link, its target is made beside it.
     SpecialFile(const QString &kind, const QString &path);
     SpecialFile(const SpecialFile &) = delete;
     SpecialFile &operator=(const SpecialFile &) = delete;
     ~SpecialFile();
 
-    /// Why it could not be made; empty on success.
+    /// Why the special file could not be made; empty on success.
     [[nodiscard]] QString whyNot() const { return _refusal; }
 
-    /// What has happened to it: "opened", "changed", "replaced"; empty if nothing has.
+    /// What has happened to the special file: "opened", "changed", "replaced"; empty if nothing
+    /// has.
     [[nodiscard]] QString harm() const;
 
 private:

@@ -11,7 +11,8 @@
 namespace pelorinnews::test {
 
 /// A certificate authority made for one test and removed with it. During its lifetime the process's
-/// default TLS configuration trusts it, as a host would arrange. Needs pelorin_feedserver.
+/// default TLS configuration trusts it, as a host would arrange. Tests that use it must link
+/// pelorin_feedserver.
 class TestAuthority {
 public:
     TestAuthority() : _original(QSslConfiguration::defaultConfiguration()) {

@@ -5,8 +5,8 @@
 #include <QCoreApplication>
 #include <QTest>
 
-/// The main function of a test: its own home folder first, then the application object. Include the
-/// header of `Application`.
+/// The main function of a test. Makes the test's own home folder first, then the application
+/// object. The test must include the header of `Application`.
 #define PELORIN_TEST_MAIN(Application, TestClass)  \
     int main(int argc, char *argv[]) {             \
         const pelorinnews::test::TestHome home;    \

@@ -48,8 +48,8 @@ void makeHome(const QDir &home) {
     qputenv("GSETTINGS_BACKEND", "memory");
 }
 
-/// Writes the configuration of a bus that starts no service by itself, neither the user's own index
-/// nor services of an index that has just been stopped. Returns the file's path.
+/// Writes the configuration of a bus without service activation: the bus starts neither the user's
+/// own index nor services of an index that was just stopped. Returns the file's path.
 QString busConfiguration(const QDir &home) {
     const QString path = home.filePath(QStringLiteral("bus.conf"));
     QFile file(path);

@@ -23,7 +23,8 @@ public:
     TrackerMiner(const TrackerMiner &) = delete;
     TrackerMiner &operator=(const TrackerMiner &) = delete;
 
-    /// True once it has indexed the existing files; false if it cannot be started.
+    /// Starts the index and waits until it has indexed the existing files. False if it cannot be
+    /// started.
     [[nodiscard]] bool start();
     void stop();
 
