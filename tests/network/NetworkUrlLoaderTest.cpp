@@ -580,8 +580,8 @@ void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce_data() {
 
 void NetworkUrlLoaderTest::aFileThatIsNotRegularIsAnErrorAtOnce() {
     QFETCH(const QString, address);
-    // Use a separate loader: if the file made its thread hang, the loader that the tests share
-    // could not be stopped.
+    // The file might make the loader's thread hang, so use a separate loader: the other tests need
+    // the shared one.
     NetworkUrlLoader own;
     LoadedAddress loaded(own, tolerant(address), &_queue, 10s);
     QVERIFY(loaded.wait());

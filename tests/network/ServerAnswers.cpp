@@ -10,7 +10,7 @@ namespace {
 using Outcome = ServerAnswer::Outcome;
 using End = Script::End;
 
-/// Builds the table.
+/// Builds the list of answers.
 class Answers {
 public:
     void whole(const QByteArray &name, const QByteArray &bytes,
@@ -378,7 +378,7 @@ QByteArray answeredBody() {
 
 QList<ServerAnswer> serverAnswers() {
     Answers answers;
-    // Slow answers first: their requests take the longest, and all requests run in parallel.
+    // Slow answers first, because they take the longest: the test loads many answers in parallel.
     addSlowAnswers(answers);
     addLengths(answers);
     addChunks(answers);

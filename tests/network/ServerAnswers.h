@@ -13,9 +13,9 @@ struct ServerAnswer {
         Whole,          ///< Status and body arrive.
         Error,          ///< A connection error, and no body.
         Timeout,        ///< Like `Error`: the idle timeout has expired.
-        StatusAndError  ///< The status arrives and a connection error with it.
+        StatusAndError  ///< The status arrives, and a connection error.
     };
-    /// Bits; unscoped, so that `|` combines them.
+    /// One bit for each channel; unscoped, so that `|` combines them.
     enum Channel {
         Plain = 1,
         Tls = 2,
