@@ -275,7 +275,8 @@ void FullDiskTest::whatTheHostHasNotWrittenYetIsNotLostWithOurs() {
     QVERIFY(put(path(), settingsOfTheHost()));
     QSettings host(path(), QSettings::IniFormat);
     UserDefaults defaults(path());
-    // There is room for the panel's changes, but not for the host's; the panel writes both.
+    // There is room for the panel's change alone, but QSettings writes the host's pending changes
+    // of the same file with it.
     _disk->leaveRoom(5 * SmallDisk::block);
     host.setValue(QStringLiteral("more"), QString(9000, QLatin1Char('m')));
     host.remove(QStringLiteral("Window/last"));
@@ -419,8 +420,8 @@ void FullDiskTest::aProcessThatEndsLeavesThePreferencesWhole() {
 void FullDiskTest::aDamagedFileIsRewrittenOnlyWhereItCouldBeCopied() {
     const QByteArray damaged = settingsOfTheHost() + "no equals sign here\n";
     QVERIFY(put(path(), damaged));
-    // There is room for the new file, but not also for the copy of the damaged one: they are made
-    // one after the other.
+    // There is room for the new file, but not for a copy of the damaged file in addition. Without
+    // that copy the damaged file must stay.
     _disk->leaveRoom(4 * SmallDisk::block);
     UserDefaults defaults(path());
     defaults.setValue(key, QStringLiteral("new"));

@@ -402,7 +402,7 @@ private Q_SLOTS:
 
     void severalProcessesLoseNothingOfEachOther() {
         // Several attempts, because under load QSettings itself loses a value between processes: in
-        // 1 of 320 runs without any writer of the panel. Without our lock every attempt would lose
+        // 1 of 320 runs in which the panel did not write. Without our lock every attempt would lose
         // values.
         QByteArray lost = "none tried";
         for (int attempt = 0; attempt < 3 && !lost.isEmpty(); ++attempt) {
