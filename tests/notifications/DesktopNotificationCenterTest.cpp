@@ -809,7 +809,7 @@ void DesktopNotificationCenterTest::connectsAgainAfterTheLossOfTheBus() {
     const FakeNotificationServer serverOfNext(next.connection());
     serve();
     NotificationSender origin = sender();
-    // The second address is used once nobody answers at the first.
+    // The second bus address is used once nobody answers at the first.
     origin.busAddress += QLatin1Char(';') + next.address();
     DesktopNotificationCenter center(origin);
     deliverAndWait(center, QStringLiteral("one"));
@@ -915,7 +915,8 @@ void DesktopNotificationCenterTest::knowsAtOnceWhatAnEarlierRunDelivered() {
     QCOMPARE(list.size(), 1);
     QCOMPARE(list[0].userInfo.value(QStringLiteral("originationDate")).toDateTime(), date);
 
-    // The click is reported although this run delivered nothing.
+    // The click is reported although this centre delivered nothing: the registry has the
+    // notification.
     QVERIFY(center->flush(plenty));
     _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_COMPARE(delegate->activated.size(), 1);

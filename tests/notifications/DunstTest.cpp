@@ -243,7 +243,8 @@ void DunstTest::findsItsOwnAfterTheProcessWasKilled() {
 
 void DunstTest::missesTheClickOnOneOfAKilledProcess() {
     // dunst reports a click only to the D-Bus connection that delivered the notification, and that
-    // ended with its process. The notification stays in the list and can be withdrawn.
+    // connection ended with the killed process. The notification stays in the list and can be
+    // withdrawn.
     auto host = startHost();
     host->writeLine(QStringLiteral("deliver of the killed"));
     QCOMPARE(host->readLine(), QStringLiteral("done"));

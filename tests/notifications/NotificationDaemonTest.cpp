@@ -6,8 +6,8 @@ namespace pelorinnews::test {
 
 using std::chrono::milliseconds;
 
-/// Tests the notification centre with notification-daemon, which broadcasts its signals, and with
-/// clicks of a real pointer.
+/// Tests the notification centre with the server notification-daemon, using clicks of a real
+/// pointer. This server broadcasts its signals.
 class NotificationDaemonTest : public DaemonTest {
     Q_OBJECT
 private Q_SLOTS:

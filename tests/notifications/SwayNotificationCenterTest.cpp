@@ -10,8 +10,8 @@
 
 namespace pelorinnews::test {
 
-/// Tests the notification centre with the server SwayNotificationCenter on Wayland, which reports a
-/// click only if its action has a label, and with clicks of a real pointer.
+/// Tests the notification centre with the server SwayNotificationCenter on Wayland, using clicks of
+/// a real pointer. This server reports a click only if its action has a label.
 class SwayNotificationCenterTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:

@@ -4,8 +4,8 @@
 
 namespace pelorinnews::test {
 
-/// Tests the notification centre with the server xfce4-notifyd, which reports a click only from a
-/// button, and with clicks of a real pointer.
+/// Tests the notification centre with the server xfce4-notifyd, using clicks of a real pointer.
+/// This server reports a click only from a button.
 class XfceNotifydTest : public DaemonTest {
     Q_OBJECT
 private Q_SLOTS:
