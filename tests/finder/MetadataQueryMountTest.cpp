@@ -149,7 +149,7 @@ void MetadataQueryMountTest::searchesTheWholeComputersDisks() {
 }  // namespace pelorinnews::test
 
 int main(int argc, char *argv[]) {
-    // Call this before any other thread starts: the namespace applies to later threads only.
+    // Call this before any other thread starts: such a thread would keep the old mount namespace.
     pelorinnews::test::mayMount = pelorinnews::test::Mounts::enterNameSpace();
     const pelorinnews::test::TestHome home;
     const QCoreApplication application(argc, argv);

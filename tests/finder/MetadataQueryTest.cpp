@@ -345,7 +345,8 @@ void MetadataQueryTest::stopsSoonInTheMiddleOfAWalk() {
         QThread::msleep(1);
     const qint64 toEnd = clock.elapsed();
     qInfo("returned after %lld ms, ended after %lld ms", toReturn, toEnd);
-    // The walk is in the idle class: on a busy machine its thread may wait long for a processor.
+    // Only the destructor must return soon: the walk's thread is in the idle scheduling class and
+    // may wait long for a CPU before it ends.
     QVERIFY(toReturn < 1000);
     QCOMPARE(threadCount("pelorin-walk") + threadCount("pelorin-search"), 0);
 }
