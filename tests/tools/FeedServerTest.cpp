@@ -133,9 +133,9 @@ void FeedServerTest::feedsAreChosenByLocaleAndType() {
 void FeedServerTest::repliesMisbehaveAsTold_data() {
     QTest::addColumn<bool>("tls");
     QTest::addColumn<QByteArray>("options");
-    QTest::addColumn<QByteArray>("status");   // null: nothing comes at all
-    QTest::addColumn<QByteArray>("header");   // a line that must be there; null: any
-    QTest::addColumn<QByteArray>("missing");  // a header that must not be there; null: any
+    QTest::addColumn<QByteArray>("status");   // null: no response
+    QTest::addColumn<QByteArray>("header");   // a line that the response must have; null: any
+    QTest::addColumn<QByteArray>("missing");  // a header that it must not have; null: any
     QTest::addColumn<QByteArray>("body");
 
     struct Row {
