@@ -8,9 +8,9 @@
 
 namespace pelorinnews::test {
 
-/// Gives this process its own mount namespace, for ordinary users in a user namespace. Call it
-/// first in `main`, while there is one thread. If the kernel refuses, `SmallDisk::whyNot` returns
-/// the reason.
+/// Gives this process its own mount namespace; an ordinary user also gets a user namespace, which
+/// permits this. Call it first in `main`, while there is one thread. If the kernel refuses,
+/// `SmallDisk::whyNot` returns the reason.
 void enterOwnMounts();
 
 /// A tmpfs of 64 KB, mounted over a folder of this process during the object's lifetime.

@@ -49,8 +49,8 @@ struct SpecialFile::Watch {
     explicit Watch(const QByteArray &name) : watched(name), events(::inotify_init1(IN_NONBLOCK)) {
         ::lstat(name.constData(), &itself);
         hasTarget = ::stat(name.constData(), &target) == 0;
-        // Programs that search the disk open folders, so folders are not watched. A link to itself
-        // has no target to watch.
+        // Folders are not watched, because programs that search the disk open them. A link to
+        // itself has no target to watch.
         if (hasTarget && !S_ISDIR(target.st_mode))
             ::inotify_add_watch(events, name.constData(), IN_OPEN | IN_MODIFY | IN_ATTRIB);
     }
