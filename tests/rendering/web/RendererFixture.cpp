@@ -13,8 +13,6 @@
 
 namespace pelorinnews::test {
 
-namespace {}  // namespace
-
 RendererFixture::RendererFixture(Painter painter) {
     // A folder without the plug-in leads to the text renderer.
     view.setRendererFolder(painter == Painter::Web ? QStringLiteral(PELORIN_APP_DIR "/lib/pelorin")
