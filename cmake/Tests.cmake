@@ -85,7 +85,4 @@ function(pelorin_test name)
         TIMEOUT ${ARG_TIMEOUT}
         LABELS "${ARG_LABELS}"
         ENVIRONMENT "${PELORIN_TEST_ENVIRONMENT}")
-    if(ARG_SIDE_BY_SIDE)
-        set_tests_properties(${entry} PROPERTIES PROCESSORS 2)
-    endif()
 endfunction()
