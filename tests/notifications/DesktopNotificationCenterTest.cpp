@@ -814,9 +814,11 @@ void DesktopNotificationCenterTest::connectsAgainAfterTheLossOfTheBus() {
     DesktopNotificationCenter center(origin);
     deliverAndWait(center, QStringLiteral("one"));
     QCOMPARE(_server->deliveries.size(), 1U);
-    _server.reset();
+    // The server must outlive its bus: its end would empty the list before the loss of the bus is
+    // known, and a delivery would still go to the first bus.
     _bus->stop();
     QTRY_VERIFY(center.deliveredNotifications().isEmpty());
+    _server.reset();
 
     deliverAndWait(center, QStringLiteral("two"));
     QCOMPARE(serverOfNext.deliveries.size(), 1U);
