@@ -240,6 +240,9 @@ void NotificationRegistryTest::takesNothingElseFromTheFormatOfBefore_data() {
     // The stream begins with the number of its values: here 0, although one value follows.
     QTest::newRow("a value beyond the counted ones")
         << QByteArray(4, '\0') + streamed({{nameKey, QStringLiteral("name")}}).mid(4);
+    QTest::newRow("a value after the one that is counted")
+        << streamed({{QStringLiteral("a"), QStringLiteral("x")}}) +
+               streamed({{nameKey, QStringLiteral("name")}}).mid(4);
     QTest::newRow("nested") << nested();
 }
 
@@ -487,7 +490,8 @@ void NotificationRegistryTest::cutsLongTexts() {
     put.notification.title = QString(1'000'000, QLatin1Char('t'));
     put.notification.informativeText =
         QStringLiteral("x") + QStringLiteral("\U0001F600").repeated(500'000);
-    put.notification.soundName = put.notification.title;
+    put.notification.soundName =
+        QString(4095, QLatin1Char('s')) + QStringLiteral("\U0001F600 and more");
     put.notification.userInfo = {{nameKey, put.notification.title}};
     const auto contents = registry().apply(putting({put}));
     QVERIFY(contents);
@@ -497,7 +501,7 @@ void NotificationRegistryTest::cutsLongTexts() {
     // No surrogate pair is cut in half.
     QCOMPARE(back.informativeText,
              QStringLiteral("x") + QStringLiteral("\U0001F600").repeated(2047));
-    QCOMPARE(back.soundName.size(), 4096);
+    QCOMPARE(back.soundName, QString(4095, QLatin1Char('s')));
     QCOMPARE(back.userInfo.value(nameKey).toString().size(), 4096);
 }
 
