@@ -39,6 +39,7 @@ private Q_SLOTS:
     void sendsTextsThatTheBusCanCarry();
     void givesEachDeliveryAnIdentityOfItsOwn();
     void listsWhatIsOnItsWay();
+    void withdrawsOneWhileTheNextIsOnItsWay();
     void cancelsOneThatWaitsForAServer();
     void withdrawsOneWhoseNumberComesLater();
     void forgetsOneThatTheServerRefuses();
@@ -279,6 +280,22 @@ void DesktopNotificationCenterTest::listsWhatIsOnItsWay() {
     _server->answer(0, 5);
     QTRY_COMPARE(_server->deliveries.size(), 2U);
     QCOMPARE(titles(*center).size(), 2);
+    // The first is saved, although the server has not answered about the second.
+    QTRY_COMPARE(registered().size(), 1U);
+    QCOMPARE(registered()[0].notification.title, QStringLiteral("one"));
+}
+
+void DesktopNotificationCenterTest::withdrawsOneWhileTheNextIsOnItsWay() {
+    serve();
+    _server->holdsAnswers = true;
+    const auto center = newCenter();
+    center->deliverNotification(notification(QStringLiteral("one")));
+    center->deliverNotification(notification(QStringLiteral("two")));
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
+    center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
+    _server->answer(0, 5);
+    QTRY_COMPARE(_server->deliveries.size(), 2U);
+    QTRY_COMPARE(_server->closeCalls, QList<quint32>{5});
 }
 
 void DesktopNotificationCenterTest::cancelsOneThatWaitsForAServer() {
