@@ -12,8 +12,8 @@ QUrl bareHttp(const QString &authority, const QString &path, const QUrl &tail) {
     if (tail.hasFragment())
         text += QLatin1Char('#') + tail.fragment(QUrl::FullyEncoded);
     QUrl address = QUrl(text, QUrl::TolerantMode).adjusted(QUrl::NormalizePathSegments);
-    // Treat a link to "/" as a link to the page: the page is served to an engine at "/", so the
-    // engine cannot tell the two links apart.
+    // A link to "/" gives the same result as a link to the page itself: an engine gets the page at
+    // the path "/", so after it has resolved them, the two links are equal.
     if (authority.isEmpty() && address.path() == QLatin1String("/"))
         return bareHttp(QString(), QString(), tail);
     return address;
@@ -37,7 +37,8 @@ QUrl rebasedOnBareHttp(const QUrl &address, const QUrl &page) {
     const bool ownHost = address.authority() == page.authority();
     const bool samePage = ownHost && address.path() == page.path();
     QUrl tail = address;
-    // In a link to a fragment of the page, the engine includes the page's own query: remove it.
+    // When the engine resolves a link to a fragment of the page, it adds the query of the page's
+    // URL: remove that query.
     if (samePage && address.query() == page.query())
         tail.setQuery(QString());
     return bareHttp(ownHost ? QString() : address.authority(QUrl::FullyEncoded),

@@ -11,8 +11,9 @@ namespace pelorinnews {
 /// "http://#a", "?q" and "/?q" give "http://?q". A link with its own scheme stays unchanged.
 [[nodiscard]] QUrl resolvedAgainstBareHttp(const QString &link);
 
-/// Does the same for `address`, a link that an engine has already resolved against `page`, the URL
-/// under which the item was served. A URL whose scheme is not that of `page` stays unchanged.
+/// Turns a link that an engine has already resolved into what `resolvedAgainstBareHttp` gives for
+/// it. `address` is the resolved link, and `page` the URL under which the engine got the page. A
+/// URL whose scheme is not that of `page` stays unchanged.
 [[nodiscard]] QUrl rebasedOnBareHttp(const QUrl &address, const QUrl &page);
 
 }  // namespace pelorinnews

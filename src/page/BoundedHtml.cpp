@@ -43,9 +43,8 @@ bool BoundedHtml::run() {
         read(token);
         if (!_cost.isTooMuch())
             continue;
-        // Drop the token that exceeded the limit. The document itself closes elements that are
-        // still
-        // open.
+        // Drop the token that exceeded the limit. `QTextDocument` closes the elements that are
+        // still open.
         _page.html.truncate(written);
         whole = false;
     }

@@ -23,9 +23,9 @@ namespace pelorinnews {
 /// Removes everything else, style sheets and lists included, but keeps its text.
 ///
 /// Loading, layout and painting of the result, its images included, take at most about a quarter of
-/// a second on the computer on which the rates of `HtmlCost` were measured. (Images of more than
-/// 64 KB may take longer, see `PagePictures`.) A page that would take longer (some
-/// hundred thousand words, or hostile) is truncated when shown, and not copied.
+/// a second on the computer on which the rates of `HtmlCost` were measured. (Images of more than 64
+/// KB may take longer, see `PagePictures`.) A page that would take longer (hundreds of thousands of
+/// words, or hostile HTML) is truncated for display, and is not available for copying.
 class BoundedHtml {
 public:
     /// The whole page, for a document that is made for copying; absent if `html` is null or costs

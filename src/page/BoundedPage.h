@@ -20,10 +20,10 @@ struct BoundedPage {
     /// The `data:` URLs of the page's images. In the document, each image has the name that
     /// `pictureName` gives.
     QStringList pictures;
-    /// CPU time for decoding the images, to be given to `PagePictures`: what the rest of the page
-    /// leaves of the quarter of a second.
+    /// CPU time to give to `PagePictures` for decoding the images: the time limit minus what the
+    /// rest of the page costs (see `HtmlCost`).
     std::chrono::nanoseconds pictureTime{};
-    /// Whether the page is longer than any window.
+    /// Whether the page is so long that no window shows all of it without scrolling.
     bool isLong = false;
 
     [[nodiscard]] static QString pictureName(qsizetype index) {

@@ -58,8 +58,8 @@ constexpr std::array<Lengths, 9> lengths{{
 constexpr std::array<const char *, 5> fontProperties{"font-family", "font-size", "font-style",
                                                      "font-variant", "font-weight"};
 
-/// The end of the declaration that starts at `from`: its semicolon, but not one in quotes or
-/// parentheses.
+/// The index of the semicolon that ends the declaration starting at `from`, or the end of `text` if
+/// there is none. A semicolon in quotes or parentheses does not count.
 qsizetype endOfDeclaration(QStringView text, qsizetype from) {
     CssNesting nesting;
     for (qsizetype at = from; at < text.size(); ++at) {

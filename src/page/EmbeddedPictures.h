@@ -8,16 +8,17 @@
 
 namespace pelorinnews {
 
-/// Collects the pictures that a page embeds in its own text (`data:` addresses), and gives each the
-/// name under which the text document asks for it. The page may use its pictures 1000 times in all.
+/// Collects the pictures that a page contains as `data:` URLs, and gives each the name under which
+/// the text document requests it. Limits a page to 1000 uses of pictures; each use of the same
+/// picture counts.
 class EmbeddedPictures {
 public:
-    /// The document's name for the picture at `address`, made by `BoundedPage::pictureName`. Equal
-    /// addresses get the same name. Null if the picture is not embedded in the page or if the limit
-    /// is reached.
+    /// The name, made by `BoundedPage::pictureName`, under which the document requests the picture
+    /// with the URL `address`. Equal URLs get the same name. Null if `address` is not the `data:`
+    /// URL of an image, or if the limit is reached.
     [[nodiscard]] QString nameOf(const QString &address);
 
-    /// The addresses of all named pictures, in the order of their names.
+    /// The URLs of all named pictures, in the order of their names.
     [[nodiscard]] QStringList takeAddresses() { return std::move(_addresses); }
 
 private:

@@ -14,8 +14,9 @@ using std::chrono::nanoseconds;
 // The time limit for a page.
 constexpr nanoseconds maxTime = 200ms;
 
-// A page and its images together. A little less than the quarter of a second that is promised: an
-// image is given up only between two reads of its file.
+// The time limit for a page together with its images. It is below the quarter of a second that
+// `BoundedHtml` states, because decoding of an image is aborted only when the decoder next reads
+// from its file.
 constexpr nanoseconds maxTimeWithPictures = 225ms;
 constexpr nanoseconds minPictureTime = 25ms;
 
@@ -26,8 +27,8 @@ struct Rate {
 
 constexpr Rate plainCharacter{60ns, 350ns};
 constexpr Rate otherCharacter{150ns, 600ns};
-// Characters from `firstFar` on (Thai, Chinese, Japanese...). In many of these scripts a line can
-// break at every character, and their fonts are the largest.
+// Code points from `firstFar` on (Thai, Chinese, Japanese...). In many of these scripts a line can
+// break at every character, and fonts for them are the largest.
 constexpr Rate farCharacter{150ns, 1300ns};
 constexpr char32_t firstOther = 0x80;
 constexpr char32_t firstFar = 0x0e00;
@@ -47,15 +48,15 @@ constexpr Rate characterOfTag{20ns, 20ns};
 constexpr Rate declaration{3us, 6us};
 constexpr Rate lineBreak{5us, 10us};
 constexpr Rate picture{20us, 60us};
-// What an image costs for each earlier image in its block.
+// Cost of an image for each earlier image in the same block.
 constexpr nanoseconds pictureBefore = 300ns;
 constexpr nanoseconds characterOfAddress = 30ns;
 constexpr nanoseconds copiedCell = 7us;
 constexpr Rate spanInCells{5ns, 5ns};
 
 // The contents of a table are laid out three times: for the table's minimum width, for its maximum
-// width, and for its final width. Each level of table nesting doubles the number of layouts. The
-// rates of one such layout:
+// width, and for its final width. Each level of table nesting doubles the number of layouts. These
+// are the rates for one such layout:
 constexpr nanoseconds layoutOfPlain = 400ns;
 constexpr nanoseconds layoutOfOther = 700ns;
 constexpr nanoseconds layoutOfFar = 2us;
@@ -139,8 +140,8 @@ void HtmlCost::addCells(qint64 count) {
     addLayout(count * layoutOfCell);
 }
 
-/// Adds the repeated layouts in tables; `layout` is the cost of one layout. Outside of tables,
-/// the other rates include the layout.
+/// Inside tables, adds the cost of laying out the same content repeatedly; `layout` is the cost of
+/// one layout. Outside tables, adds nothing: the other rates include one layout.
 void HtmlCost::addLayout(nanoseconds layout) {
     if (_display && _tableDepth > 0)
         _time += layout * (qint64{1} << _tableDepth);

@@ -8,10 +8,11 @@
 
 namespace pelorinnews {
 
-/// Estimates the CPU time that a `QTextDocument` needs for a page. The sum grows while
-/// `BoundedHtml` rewrites the page for the document. The rewritten page has only a few plain forms,
-/// so each of them costs about the same wherever it occurs. The rates were measured, and err on the
-/// high side.
+/// Estimates the CPU time that a `QTextDocument` needs for a page: adds up the cost of each
+/// construct that `BoundedHtml` reports while it rewrites the page for the document. Adding is
+/// accurate enough, because the rewritten page consists of few, simple HTML constructs, each of
+/// which costs about the same wherever it occurs. The costs were measured; they are rather too high
+/// than too low.
 class HtmlCost {
 public:
     /// The use of the document: a document for copying is never laid out, and layout costs most.
@@ -38,11 +39,11 @@ public:
     void setTableDepth(int depth) { _tableDepth = depth; }
     /// Counts `count` more grid positions of the innermost table.
     void addCells(qint64 count);
-    /// Counts the work for spanning cells. `count` tells how much this product has grown: number of
+    /// Counts the work for spanning cells. `count` is the increase of this product: number of
     /// spanning cells in the innermost table, times number of its grid positions.
     void addSpans(qint64 count);
 
-    /// What is left for decoding the page's images; at least some milliseconds.
+    /// The CPU time that remains for decoding the page's images; never less than some milliseconds.
     [[nodiscard]] std::chrono::nanoseconds timeForPictures() const;
     /// Whether the page exceeds its time limit.
     [[nodiscard]] bool isTooMuch() const;

@@ -13,7 +13,8 @@ constexpr qsizetype maxAlternativeLength = 1000;
 // In pixels.
 constexpr int maxSide = 2000;
 
-/// The length of a side as text; empty if the page states none.
+/// The width or height that `value` states, in pixels, as text and at most `maxSide`; empty if it
+/// states none.
 QString sideIn(const QString &value) {
     const int side = std::clamp(value.left(6).toInt(), 0, maxSide);
     return side > 0 ? QString::number(side) : QString();

@@ -11,8 +11,8 @@ constexpr qsizetype sliceOfText = 1024;
 // Further attributes of a tag are dropped. No known element has that many.
 constexpr qsizetype maxAttributes = 32;
 constexpr qsizetype maxNameLength = 32;
-// The most attributes that are read in one tag, including those that are dropped: the caller cannot
-// stop within a tag.
+// Limit for the attributes that are read in one tag, dropped ones included. It is needed because
+// the caller cannot stop within a tag.
 constexpr int maxWords = 1000;
 
 bool isLetter(QChar c) {
@@ -56,7 +56,8 @@ HtmlToken HtmlReader::next() {
 HtmlToken HtmlReader::readText() {
     HtmlToken token;
     token.kind = HtmlToken::Kind::Text;
-    // If the first character is "<", it begins no tag and is text.
+    // Search from the second character: a "<" in first place has been found to begin no tag, so it
+    // is text.
     const QStringView slice =
         _html.sliced(_position).first(std::min(sliceOfText, _html.size() - _position));
     const qsizetype tag = slice.indexOf(QLatin1Char('<'), 1);

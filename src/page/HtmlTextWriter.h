@@ -17,9 +17,9 @@ public:
     /// `text` is undecoded text of the page, with its character references. `preserved` tells
     /// whether the page's line breaks are kept, as in `pre`.
     void write(QStringView text, size_t font, bool preserved);
-    /// To be called before text that starts on a new line.
+    /// Call this before text that starts on a new line.
     void startBlock();
-    /// To be called where a line can break.
+    /// Call this where a line can break.
     void startWord() { _word = 0; }
 
 private:

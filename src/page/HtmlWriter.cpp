@@ -19,8 +19,9 @@ void HtmlWriter::writeStart(OpenElement &element, HtmlAttributes attributes,
                   QString::number(element.item);
     if (!styles.isEmpty())
         attributes.emplaceBack(QStringLiteral("style"), styles);
-    // The document would keep a direction past the end of a list or table. So once the page states
-    // a direction, every element is written with its own.
+    // In a `QTextDocument`, a direction set in a list or table also applies to what follows the
+    // list or table. So once the page has set a direction, every element is written with an
+    // explicit one.
     if (_directed)
         attributes.emplaceBack(QStringLiteral("dir"), element.direction.isEmpty()
                                                           ? QStringLiteral("ltr")

@@ -16,16 +16,16 @@ struct OpenElement;
 /// document's current block. Attributes and styles are written as given: the caller bounds them.
 class HtmlWriter {
 public:
-    /// Both must outlive this object.
+    /// `out` and `cost` must outlive this object.
     HtmlWriter(QString &out, HtmlCost &cost) : _out(out), _cost(cost), _text(out, cost) {}
 
-    /// Writes nothing for an element without a written name. A `span` without attributes adds
-    /// nothing to the document, so it is not written either, and loses its written name.
+    /// Writes nothing for an element without a written name. A `span` without attributes has no
+    /// effect in the document: it is not written either, and its written name is cleared.
     void writeStart(OpenElement &element, HtmlAttributes attributes, const CssStyle &style);
     /// `element` must have a written name.
     void writeEnd(const OpenElement &element);
     void writeLineBreak();
-    /// `text` is undecoded text of the page, directly in `parent`.
+    /// `text` is undecoded text of the page; `parent` is the element that contains it.
     void writeText(QStringView text, const OpenElement &parent);
     /// `addressLength` is the number of characters of the picture's URL in the page.
     void writePicture(OpenElement &element, HtmlAttributes attributes, const CssStyle &style,

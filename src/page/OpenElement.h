@@ -28,7 +28,8 @@ struct OpenElement {
     size_t font = 0;
     /// Index among the page's list items; -1 for other elements.
     int item = -1;
-    /// By how many pixels the element's lines are narrower than the page or the table cell.
+    /// By how many pixels margins make the element's lines narrower than the page or the table
+    /// cell.
     int indent = 0;
     /// The page's line breaks are kept.
     bool preserved = false;
@@ -44,7 +45,7 @@ struct OpenElement {
 
     /// Adds the margins in `style`, and the document's default margins of lists and quotations, to
     /// the indent. Removes margins from `style` that an inline element or a cell may not have, or
-    /// that would indent by more than 240 pixels in all. Set the role and the written name before.
+    /// that would make the indent exceed 240 pixels. `role` and `written` must be set before.
     void takeIndent(CssStyle &style);
     void takeDirection(const HtmlAttributes &attributes, const CssStyle &style);
     void takeWhiteSpace(const CssStyle &style);

@@ -85,7 +85,7 @@ void OpenElements::giveRole(OpenElement &element) {
 void OpenElements::giveTablePart(OpenElement &element) {
     const bool isCell = element.kind->isCell;
     if (!isBesideCells()) {
-        // Outside of a table, a cell is a block like others.
+        // A cell outside a table is an ordinary block.
         element.written = isCell && hasRoom() ? QStringLiteral("div") : QString();
         return;
     }

@@ -18,12 +18,12 @@ class HtmlWriter;
 class PageLooks;
 
 /// The elements of a page that have started and not ended yet. Opens and closes them as browsers
-/// do, also where the page leaves out their tags, decides what is written for each, and has it
-/// written. At most 512 elements can be open. The tags of at most 64 of them are written; of the
-/// others, only the content is written.
+/// do, even where the page omits their tags; decides which tag to write for each, and writes it
+/// through `HtmlWriter`. At most 512 elements can be open. The tags of at most 64 of them are
+/// written; of the others, only the content is written.
 class OpenElements {
 public:
-    /// All must outlive this object.
+    /// All arguments must outlive this object.
     OpenElements(HtmlWriter &writer, PageLooks &looks, HtmlCost &cost)
         : _writer(writer), _looks(looks), _cost(cost), _tables(cost) {}
 
@@ -36,9 +36,11 @@ public:
     /// Closes the elements whose end tags the start tag `next` implies.
     void closeBefore(const HtmlToken &next);
 
-    /// Before text: opens a cell if a table is open and no cell is. Text must be inside a cell.
+    /// Call this before writing text: opens a cell if a table is open but no cell of it, because
+    /// text must be inside a cell.
     void enterCell();
-    /// Before a picture: opens a cell as `enterCell` does, and a block if one has just ended.
+    /// Call this before writing a picture: opens a cell as `enterCell` does, and a block if one has
+    /// just ended.
     void enterBlock();
 
     /// No element can be opened now.
@@ -60,8 +62,8 @@ private:
     void openTable(OpenElement &element, bool fits);
     void markItem(OpenElement &element, const HtmlAttributes &attributes, CssStyle &style);
     void openAnonymous(const QString &name);
-    /// Before a table part, closes the open cell, and also the row unless `next` is a cell. Opens a
-    /// row for a cell if none is open.
+    /// Prepares for `next` if it is part of a table: closes the open cell, and also the row unless
+    /// `next` is a cell. If `next` is a cell and no row is open, opens a row.
     void leaveCell(const HtmlElement &next);
     void push(OpenElement element, HtmlNode node);
     void pop();

@@ -8,7 +8,7 @@ namespace pelorinnews {
 
 namespace {
 
-// Small enough that counting on from this number does not overflow.
+// Low enough that counting on from it does not overflow.
 constexpr int maxNumber = 1'000'000'000;
 
 std::optional<int> numberIn(const QString &text) {

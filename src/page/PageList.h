@@ -29,7 +29,8 @@ struct PageListItem {
     int list = 0;
     /// List nesting depth, at least 1.
     int depth = 1;
-    /// Whether this is the last of all items in an outermost list and in the lists nested in it.
+    /// Whether this is the last item of an outermost list, items of the lists nested in it
+    /// included.
     bool last = false;
     /// Whether the item's list counts downwards.
     bool reversed = false;

@@ -11,7 +11,8 @@ namespace {
 constexpr qsizetype maxLooks = 1000;
 constexpr qsizetype maxFonts = 48;
 
-/// Whether `known` contains `each` or has room for it; adds it then.
+/// Adds `each` to `known` unless that would make more than `max` elements. True if `known` then
+/// contains it.
 bool tryAdd(QSet<size_t> &known, size_t each, qsizetype max) {
     if (known.contains(each))
         return true;

@@ -10,18 +10,17 @@
 
 namespace pelorinnews {
 
-/// Limits how many different looks and fonts a page's text may have, and how much of the page may
-/// float. A text document stores each look once and searches for it among those with the same hash,
-/// and a page can force hash collisions by its choice of colours. Each font that is shown has to be
-/// loaded.
+/// Limits how many different looks and fonts a page's text may have, and how many floats. A text
+/// document stores each look once, and finds it by its hash; a page can choose colours so that the
+/// hashes collide, which makes the search slow. Each font that is shown has to be loaded.
 class PageLooks {
 public:
     explicit PageLooks(HtmlCost::Purpose purpose)
         : _limitsFonts(purpose == HtmlCost::Purpose::Display) {}
 
     /// Sets the look and the font of `element`, which is to be written with `attributes` and
-    /// `style`. If a limit is reached, removes what would cause another look or font from all
-    /// three.
+    /// `style`. If a limit is reached, removes from all three everything that would give the page
+    /// another look or font.
     void bound(OpenElement &element, HtmlAttributes &attributes, CssStyle &style);
 
     /// Counts one more floating picture or table, and returns whether it may float.

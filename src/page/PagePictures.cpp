@@ -13,7 +13,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// Progressive JPEGs, the slowest of ordinary images, take half of it.
+/// Decoding time allowed for each byte of a file. Progressive JPEGs, the slowest of ordinary
+/// images, need half of it.
 constexpr std::chrono::nanoseconds timePerByte{150};
 
 // CPU time of this thread, so that images do not time out on a busy computer.
@@ -23,9 +24,10 @@ std::chrono::nanoseconds processorTime() {
     return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
 }
 
-/// A file whose reads fail after a timeout. Some files can keep a decoder busy for hours or make it
-/// use up all memory, whatever image size they state; but every such decoder keeps reading from its
-/// device. (Not a `QBuffer`: a decoder may take all of its bytes at once.)
+/// A device whose reads fail once the time is up. Some image files can keep a decoder busy for
+/// hours or make it use up all memory, whatever image size they state; but such a decoder keeps
+/// reading from its device, so a failing read stops it. (A `QBuffer` would not do: a decoder may
+/// take all of its bytes at once.)
 class TimedFile final : public QIODevice {
 public:
     TimedFile(const QByteArray &bytes, std::chrono::nanoseconds end) : _bytes(bytes), _end(end) {}

@@ -27,9 +27,9 @@ struct PagePicture {
 /// again. An image that is too large is skipped; smaller ones after it may still be read.
 class PagePictures {
 public:
-    /// `time` is the CPU time that all images together may take to decode. Each byte of an image's
-    /// file adds 150 ns to it, up to a second in all: photographs of some megabytes take longer
-    /// than a page of text may, and their senders pay for it.
+    /// `time` is the CPU time that all images together may take to decode. It is extended by 150 ns
+    /// for each byte of an image's file, by at most a second in all, because photographs of some
+    /// megabytes cannot be decoded in the time that a page of text may take.
     explicit PagePictures(std::chrono::nanoseconds time = {}) : _timeLeft(time) {}
 
     /// The image at `address`. Its `image` is null if `address` is not the `data:` URL of an image,

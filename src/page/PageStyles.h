@@ -17,15 +17,16 @@ class HtmlCost;
 /// the attribute `hidden`. Later ones in this list override earlier ones.
 class PageStyles {
 public:
-    /// Both must outlive this object. Pictures that styles use are added to `pictures`.
+    /// `pictures` and `cost` must outlive this object. Pictures that styles use are added to
+    /// `pictures`.
     PageStyles(EmbeddedPictures &pictures, HtmlCost &cost);
 
     /// Adds the content of a `style` element; it applies to the elements after it.
     void addSheet(QStringView css);
 
-    /// The style of the element `node`, which has these attributes. `ancestors` are the elements
-    /// that it is in, outermost first. A hidden element has the property `display` with the value
-    /// `none`.
+    /// The style of the element `node` with the attributes `attributes`. `ancestors` are the
+    /// elements around it, outermost first. A hidden element has the property `display` with the
+    /// value `none`.
     [[nodiscard]] CssStyle styleOf(const HtmlNode &node, const HtmlAttributes &attributes,
                                    const std::vector<HtmlNode> &ancestors);
 

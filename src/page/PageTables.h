@@ -8,10 +8,10 @@ namespace pelorinnews {
 
 class HtmlCost;
 
-/// The open tables of a page, one in another. A page may have 500 tables, nested at most 5 deep. A
-/// table beyond these limits is tracked, but not written; its cells become blocks.
+/// The open tables of a page, nested in one another. A page may have 500 tables, nested at most 5
+/// deep. A table beyond these limits is tracked, but not written; its cells become blocks.
 ///
-/// Rows and cells are those of the innermost table, which must be open.
+/// All functions for rows and cells act on the innermost table, which must be open.
 class PageTables {
 public:
     explicit PageTables(HtmlCost &cost) : _cost(cost) {}

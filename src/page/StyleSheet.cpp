@@ -174,8 +174,8 @@ bool StyleSheet::matches(const Rule &rule, const HtmlNode &node,
     const auto &parts = rule.parts;
     if (!matches(parts.back().node, node))
         return false;
-    // Each part of the selector takes the nearest ancestor that fits, without backtracking. With a
-    // child combinator in the selector, that can miss a match with ancestors further out.
+    // Match each part of the selector with the nearest ancestor that fits, without backtracking. If
+    // the selector has a child combinator, that can miss a match with ancestors further out.
     auto part = parts.rbegin();
     for (auto around = ancestors.rbegin(); std::next(part) != parts.rend(); ++around) {
         if (around == ancestors.rend() || _stepsLeft <= 0)

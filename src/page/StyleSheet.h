@@ -21,8 +21,8 @@ class StyleSheet {
 public:
     void add(QStringView css, const CssStyle::PictureNames &pictures);
 
-    /// The style that the rules give an element. `ancestors` are the elements that it is in,
-    /// outermost first.
+    /// The style that the rules give an element. `ancestors` are the elements around it, outermost
+    /// first.
     [[nodiscard]] CssStyle styleOf(const HtmlNode &node, const std::vector<HtmlNode> &ancestors);
 
     [[nodiscard]] bool isEmpty() const { return _rules.empty(); }
