@@ -16,8 +16,8 @@
 
 namespace pelorinnews {
 
-/// The levels that reach a logger. Unscoped, because a level is passed as a plain number: any other
-/// number is allowed; its message is dropped.
+/// The levels that reach a logger. Unscoped, because callers pass a level as a plain number;
+/// messages of any other level are dropped.
 enum LogLevel : std::int32_t {
     LogLevelError = 1,
     LogLevelWarning = 2,
@@ -58,8 +58,8 @@ template <class T>
 /// `%` is copied. A `%@` without a description is copied too; surplus descriptions are dropped.
 [[nodiscard]] QString formatLogMessage(QStringView format, const QStringList &descriptions);
 
-/// Calls the function of `logger` for `level` with `text`; drops the text if the level is none of
-/// the four.
+/// Calls the function of `logger` for `level` with `text`; drops the text if `level` is not a
+/// `LogLevel`.
 void deliverLogMessage(OlvLogger &logger, std::int32_t level, const QString &text);
 
 /// The bridge between the panel's messages and the host's logger. Each object that logs keeps its

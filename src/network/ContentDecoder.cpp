@@ -86,7 +86,7 @@ ContentDecoder::Result ContentDecoder::inflateInto(QByteArray &body) {
             _streamEnded = false;
         }
         const qsizetype had = body.size();
-        // One byte beyond the limit, to detect a body that is too long.
+        // Allow one byte beyond the limit, to detect a body that is too long.
         const auto room = static_cast<qsizetype>(std::min<qint64>(step, _maxBody + 1 - had));
         body.resize(had + room);
         stream.next_out = reinterpret_cast<Bytef *>(body.data() + had);

@@ -7,8 +7,8 @@
 /// system services: do not use on the main thread.
 namespace pelorinnews::HostNetwork {
 
-/// The certificate authorities of the process's default QSslConfiguration, as PEM; empty if it
-/// names none, so that the system's apply.
+/// The certificate authorities of the process's default QSslConfiguration, as PEM. Empty if it
+/// names none; the system's authorities then apply.
 [[nodiscard]] QByteArray trustedAuthorities();
 
 /// The proxy for `url` as a URL ("http://…", "socks5h://…", with user and password if there are

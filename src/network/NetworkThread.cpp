@@ -14,7 +14,7 @@ namespace pelorinnews {
 
 namespace {
 
-/// Time after the last transfer by which its result has usually been processed.
+/// This long after the last transfer, its result has usually been processed.
 constexpr std::chrono::seconds rest{1};
 
 /// Releases the library pages that a transfer loads, and that parsing the feed loads after it. They
@@ -131,8 +131,8 @@ void NetworkThread::run() {
     while (waitForRequests())
         transfer();
     cancelAll(nullptr);
-    // Joining already synchronizes this thread with the one that joins it. A lock of our own makes
-    // that visible to race detectors.
+    // Joining already synchronizes this thread with the one that joins it. Locking our own mutex
+    // makes that visible to race detectors.
     const std::lock_guard lock(_mutex);
 }
 

@@ -52,7 +52,7 @@ private:
 
     const std::function<void()> _beforeUse;
 
-    /// Guards the four members below.
+    /// Guards `_waiting`, `_started`, `_stopping` and `_active`.
     std::mutex _mutex;
     std::vector<NetworkRequest> _waiting;
     bool _started = false;

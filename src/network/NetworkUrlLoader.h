@@ -41,7 +41,7 @@ public:
     /// once the libraries that transfers need are loaded.
     explicit NetworkUrlLoader(qint64 maxBody = defaultMaxBody,
                               std::function<void()> beforeLibrariesAreUsed = {});
-    /// Stops.
+    /// Calls `stop`.
     ~NetworkUrlLoader() override;
 
     void sendAsynchronousRequest(const QUrl &url, std::chrono::seconds idleTimeout,

@@ -77,7 +77,7 @@ QByteArray ResponseHead::problem() const {
         if (length != _contentLengths.front())
             return "Content-Length is given with different values";
     }
-    // A Content-Length besides "chunked" is no problem: it is ignored.
+    // A Content-Length together with "Transfer-Encoding: chunked" is no problem: it is ignored.
     const QByteArray coding = joined(_transferEncodings);
     if (!coding.isEmpty() && coding != "chunked" && coding != "identity")
         return "Unknown Transfer-Encoding: " + coding.left(40);

@@ -12,8 +12,8 @@ namespace pelorinnews {
 /// (1xx) replies and of a proxy; trailers are ignored.
 ///
 /// Stricter than libcurl, which reads the same lines. Two lengths that differ, a sign before a
-/// length, or a transfer coding besides "chunked" are a `problem`: whether such a reply is complete
-/// cannot be determined.
+/// length, or a transfer coding other than "chunked" and "identity" are a `problem`: whether such a
+/// reply is complete cannot be determined.
 class ResponseHead {
 public:
     /// Takes the next line, with or without its line end. False once all heads and trailers of the
@@ -34,7 +34,8 @@ public:
     [[nodiscard]] std::optional<qint64> contentLength() const;
     /// Whether only the end of the connection marks the end of the body.
     [[nodiscard]] bool bodyEndsWithConnection() const;
-    /// The Content-Encoding field; empty if there is none, and several are joined with commas.
+    /// The value of the Content-Encoding field; empty if there is none. Several such fields are
+    /// joined with commas.
     [[nodiscard]] QByteArray contentEncoding() const { return joined(_contentEncodings); }
     [[nodiscard]] QByteArray location() const { return _locations.value(0); }
 

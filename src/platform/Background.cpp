@@ -11,14 +11,14 @@ namespace pelorinnews {
 
 namespace {
 
-/// Objects to be released. They are handed over under a mutex of our own, which race detectors see,
-/// and not in a task of the pool.
+/// Objects waiting to be released. They are handed over through this list and not in a task of the
+/// pool, because race detectors recognise our own mutex, but not the pool's synchronization.
 struct Waiting {
     std::mutex mutex;
     std::vector<std::shared_ptr<const void>> objects;
 };
 
-/// Never destroyed: the last threads of a process may come here after its static objects are gone.
+/// Never destroyed: the last threads of a process may use it after the static objects are gone.
 Waiting &waiting() {
     static Waiting &instance = *std::make_unique<Waiting>().release();
     return instance;

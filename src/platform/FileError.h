@@ -15,8 +15,8 @@ namespace pelorinnews::FileError {
     return {QStringLiteral("QFileDevice"), code, {{Error::localizedDescriptionKey(), text}}};
 }
 
-/// The error for the system's error `number`, as in `errno`. A full disk, an exhausted quota or a
-/// file beyond the size limit always gives `ResourceError`, whatever `code` is.
+/// The error for `number`, a value of `errno`. A full disk, an exhausted quota or a file beyond the
+/// size limit always gives `ResourceError`, whatever `code` is.
 [[nodiscard]] inline Error fromSystem(QFileDevice::FileError code, int number) {
     const bool isFull = number == ENOSPC || number == EDQUOT || number == EFBIG;
     return make(isFull ? QFileDevice::ResourceError : code,

@@ -28,8 +28,8 @@ namespace pelorinnews::FilePaths {
 }
 
 /// The end of the chain of symbolic links that starts at `path`, even if nothing is there; `path`
-/// itself if it is no link. Empty if the chain has no end. Does not resolve links in the folders
-/// above.
+/// itself if it is no link. Empty if the chain is a loop or very long. Does not resolve links in
+/// the folders above.
 [[nodiscard]] inline QByteArray endOfLinks(QByteArray path) {
     constexpr int maxLinks = 40;
     constexpr qsizetype maxTargetBytes = 4096;

@@ -10,8 +10,8 @@ bool isAppImageOf(const HostProcess &process) {
     const QFileInfo file(process.appImage);
     if (!file.isAbsolute() || !file.isFile())
         return false;
-    // If this program is not in the AppImage, it inherited the variable from the program that
-    // started it.
+    // Child processes inherit APPIMAGE and APPDIR. If this executable is not below APPDIR, the
+    // variables describe the program that started it.
     return process.appDir.isEmpty() ||
            process.executable.startsWith(QFileInfo(process.appDir).canonicalFilePath() +
                                          QLatin1Char('/'));

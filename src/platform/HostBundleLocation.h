@@ -19,8 +19,8 @@ struct HostProcess {
 /// The file or folder that is the application on the disk:
 /// - the AppImage file, if the program runs from one;
 /// - the executable, if it is installed for the whole system (below `/usr`, in `/bin` and the like)
-///   or in a sandbox (below `/app`). Its folder does not identify it: it is shared with other
-///   programs, or has the package's name, which many data folders also have;
+///   or in a sandbox (below `/app`). The executable's folder would not identify the application: it
+///   is shared with other programs, or has the package's name, which many data folders also have;
 /// - otherwise the executable's folder without a trailing `bin`, `libexec` or `lib...`, and then
 ///   without a trailing `usr`.
 ///

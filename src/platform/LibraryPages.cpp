@@ -43,7 +43,7 @@ bool isWanted(const dl_phdr_info &library, const Search &search) {
 
 int gather(dl_phdr_info *library, size_t, void *data) {
     auto &search = *static_cast<Search *>(data);
-    // The entry without a name is the program itself, the host.
+    // `dl_iterate_phdr` reports the executable, here the host, with an empty name.
     if (*library->dlpi_name == '\0' || !isWanted(*library, search))
         return 0;
     for (int i = 0; i < library->dlpi_phnum; ++i) {

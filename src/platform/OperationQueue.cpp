@@ -16,9 +16,8 @@ struct OperationQueue::Registry {
     Registry() = default;
     Registry(const Registry &) = delete;
     Registry &operator=(const Registry &) = delete;
-    /// Stops the queues once more at exit: after the first time, a transport that ended late may
-    /// have given them a last task, and a process may exit without destroying its application
-    /// object.
+    /// Stops the queues at exit, too: a transport may have added a last task after the application
+    /// object was destroyed, or that object is never destroyed.
     ~Registry() { stopAll(*this); }
 
     static Registry &instance() {
@@ -28,13 +27,14 @@ struct OperationQueue::Registry {
 
     std::mutex mutex;
     std::vector<std::weak_ptr<OperationQueue>> queues;
-    /// Stopped queues whose work has ended. Kept until the next queue is made, so that no thread of
-    /// theirs releases a last reference and thereby destroys anything while the process exits.
+    /// References to stopped queues that have finished their work. They are held until the next
+    /// queue is made, so that no pool thread drops the last reference, and so destroys a queue,
+    /// while the process exits.
     std::vector<std::shared_ptr<OperationQueue>> ended;
 };
 
 std::shared_ptr<OperationQueue> OperationQueue::make() {
-    // The pool's destructor waits for the pool's threads, so it must not run on one of these.
+    // The pool's destructor waits for the pool's threads, so it must not run on one of them.
     const auto deleteInBackground = [](OperationQueue *unused) {
         releaseInBackground(std::unique_ptr<const OperationQueue>(unused));
     };

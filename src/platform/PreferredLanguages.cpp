@@ -32,7 +32,8 @@ QLatin1StringView scriptOf(const QString &name) {
 
 QStringList preferredLanguages() {
     QStringList languages = QLocale::system().uiLanguages();
-    // Qt drops a modifier that selects a script, or mistakes it for a country.
+    // Qt drops a locale modifier that selects a script, or mistakes it for a country. So put the
+    // language with that script first.
     if (const QString name = firstName(); !scriptOf(name).isEmpty())
         languages.prepend(languageOfLocale(name));
     return languagesForTexts(languages);

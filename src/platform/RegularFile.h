@@ -27,9 +27,9 @@ public:
     [[nodiscard]] static std::optional<QByteArray> contents(const QString &path, qint64 maxBytes,
                                                             Error *error);
 
-    /// Whether `path` leads to a regular file or to nothing, so that a file of ours may be written
-    /// there. Checks only what is at `path` now. For use before a call of code that opens the file
-    /// itself, such as QSettings.
+    /// Whether `path` leads to a regular file or to nothing, so that a file may be written there.
+    /// The answer holds only for the moment of the call. Meant for callers that then let other
+    /// code, such as QSettings, open the file.
     [[nodiscard]] static bool isRegularOrAbsent(const QString &path);
 
     /// The stamp from when the file was opened or last touched.

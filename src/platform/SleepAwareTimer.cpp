@@ -143,7 +143,7 @@ void SleepAwareTimer::pollClock() {
 }
 
 void SleepAwareTimer::armPolling(std::chrono::milliseconds now) {
-    // Poll in short steps: QTimer does not count sleep, and takes at most 24 days.
+    // Poll in short steps: QTimer does not count time asleep, and its interval is at most 24 days.
     static_cast<QTimer *>(_source.get())->start(std::min(_deadline - now, maxPollInterval));
 }
 

@@ -34,8 +34,8 @@ public:
     /// `interval` is in seconds. An empty callback makes a timer that is invalid from the start.
     SleepAwareTimer(quint64 interval, std::function<void()> callback);
 
-    /// The same, but polls `clock`, which must never run backwards: for systems whose alarms do not
-    /// count sleep. An empty clock means the system's.
+    /// A timer that polls `clock`, which must never run backwards: for systems whose alarms do not
+    /// count sleep. An empty `clock` means the system's clock.
     SleepAwareTimer(quint64 interval, std::function<void()> callback, Clock clock);
 
     ~SleepAwareTimer() override;

@@ -20,8 +20,9 @@ QByteArray prefix(const QByteArray &path) {
     return path + ".tmp-";
 }
 
-/// Whether `rest`, the part after the prefix, has the form that `beside` gives and is stale. A time
-/// in the future comes from a wrong clock and counts as stale, too.
+/// Whether `rest`, the part of a file name after the prefix, has the form that `beside` gives, and
+/// its time is more than an hour ago. A time more than an hour in the future comes from a wrong
+/// clock, and also counts.
 bool isAbandoned(const QByteArray &rest, std::chrono::seconds now) {
     const qsizetype dash = rest.indexOf('-');
     bool isTime = false;

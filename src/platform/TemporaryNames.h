@@ -2,8 +2,8 @@
 
 #include <QByteArray>
 
-/// Names for temporary files that exist beside another file while it is replaced. A process that is
-/// killed leaves them behind; the next replacement of the same file removes them.
+/// Names for temporary files in the same folder as a file that is being replaced. A process that is
+/// killed leaves such files behind; the next replacement of the same file removes them.
 ///
 /// A name holds the time of its creation, which tells a stale file from one in use without a lock:
 /// no file is in use for as long as an hour. Paths are absolute, in raw bytes. Thread-safe.

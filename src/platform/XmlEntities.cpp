@@ -51,9 +51,9 @@ std::string_view predefined(std::string_view name) {
     return found == all.end() ? std::string_view() : found->second;
 }
 
-/// Finds the next reference in `markup` that is neither numeric nor predefined, a broken reference
-/// included, and returns its entity's name; absent if there is none. `markup` then starts at the
-/// name.
+/// Finds the next reference in `markup` that is neither numeric nor predefined; a malformed
+/// reference counts. Returns the name of its entity and removes everything before that name from
+/// `markup`. Absent if there is no such reference.
 std::optional<std::string_view> nextName(std::string_view &markup) {
     while (true) {
         const std::size_t start = markup.find('&');

@@ -19,8 +19,8 @@ constexpr qint64 smallToken = 1 << 16;
 /// The most bytes that one call passes to Expat, whose sizes are `int` and whose buffer is a power
 /// of two.
 constexpr qsizetype maxPieceBytes = 1'000'000'000;
-/// A text up to this length is fed in one piece, which spares the parser a second pass over it to
-/// count its lines.
+/// A text up to this length is fed in one piece: after each piece but the last, Expat reads the
+/// piece again to count its lines.
 constexpr qsizetype shortText = 1 << 19;
 constexpr qsizetype textPiece = 1 << 14;
 
@@ -90,8 +90,8 @@ private:
 
     bool _started = false;
     bool _finished = false;
-    /// Bytes kept back while one token grows over many pieces: parsing it again from its start with
-    /// every piece would take time quadratic in its size.
+    /// The bytes of an unfinished token that spans many pieces, held back: parsing the token again
+    /// from its start with every piece would take quadratic time.
     std::string _held;
     qint64 _awaited = 0;
     qint64 _taken = 0;

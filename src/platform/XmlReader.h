@@ -22,11 +22,11 @@ namespace pelorinnews {
 /// `XmlLimits::maxEntityBytes` bytes, no "<" and no reference to another declared entity. All uses
 /// together, including those in attributes, may expand to `XmlLimits::maxExpansion` bytes. The use
 /// of any other entity, or of an undeclared one, is a fatal error, whether or not the document
-/// names an external type. Of several declarations of a name the first counts, and an unused
+/// names an external DTD. Of several declarations of a name the first counts, and an unused
 /// declaration does no harm, whatever it holds. But once more than 1,000 declarations have referred
 /// to other entities, the use of a predefined entity such as "&amp;", or of any entity in an
 /// attribute, may be a fatal error, too. Nothing external is ever loaded, and declarations after a
-/// reference to a parameter entity do not count.
+/// reference to a parameter entity are ignored.
 ///
 /// More than `XmlLimits::maxOpenElements` nested elements are a fatal error.
 ///
