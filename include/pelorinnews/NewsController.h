@@ -9,9 +9,9 @@ namespace pelorinnews {
 /// The host's interface to the news panel: create it through `NewsPlugin::init`, set the logger,
 /// `show` it any number of times, `exit` once, release it.
 ///
-/// Main thread only. No operation fails. Two operations block: the first `show` loads the window
-/// and the web engine, which takes about a third of a second; `exit` waits up to 250 ms until the
-/// desktop has confirmed what the panel asked of it, such as withdrawing its announcement.
+/// Main thread only. No operation fails. Two operations block: the first `show` loads the window,
+/// which takes some hundredths of a second; `exit` waits up to 250 ms until the desktop has
+/// confirmed what the panel asked of it, such as withdrawing its announcement.
 class NewsController {
 public:
     virtual ~NewsController() = default;

@@ -12,7 +12,7 @@ namespace pelorinnews {
 /// Can be compared within one process only, because each process draws its own seeds.
 class FeedFingerprint {
 public:
-    /// Matches no feed: differs from the fingerprint of any bytes, even of zero bytes.
+    /// Matches no feed: differs from the fingerprint of any bytes, an empty feed included.
     FeedFingerprint() = default;
 
     /// Includes the user's current date locale, in which the dates are read.

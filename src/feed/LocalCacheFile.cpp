@@ -16,8 +16,8 @@ namespace {
 constexpr char16_t byteOrderMark = u'\uFEFF';
 constexpr char16_t swappedByteOrderMark = u'\uFFFE';
 constexpr qint64 unitSize = sizeof(char16_t);
-/// In bytes: the byte-order mark and the longest text in ASCII, which doubles in size in UTF-16.
-/// Other texts grow less.
+/// Size of the longest file, in bytes: a byte-order mark and `maxTextBytes` ASCII characters, which
+/// double in size in UTF-16. Other texts grow less.
 constexpr qint64 maxFileBytes = unitSize * (LocalCacheFile::maxTextBytes + 1);
 
 Error noPath() {

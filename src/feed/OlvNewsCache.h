@@ -94,7 +94,7 @@ public:
 
 protected:
     /// Installs a parser's result and returns true. If there is no result, keeps the current items,
-    /// logs the address `place` of the caller's parse error, and returns false.
+    /// logs the pointer `place` (not the parse error that it points to), and returns false.
     bool keepFeed(const std::optional<QVariantMap> &feed, const Error *place,
                   const FeedFingerprint &fingerprint = {});
 

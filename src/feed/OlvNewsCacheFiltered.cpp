@@ -24,8 +24,8 @@ struct Conditions {
     QStringList categories;
     /// Milliseconds since the epoch. Floating-point, because an age may be infinite or NaN.
     std::optional<double> cutOff;
-    /// Set if only unviewed items are wanted. If there is no last viewing, this is
-    /// `ItemIndex::undated`, and no item meets the condition.
+    /// The last viewing, in milliseconds since the epoch; set if only the items dated later are
+    /// wanted. `ItemIndex::undated` if nothing was viewed yet: then no item counts as later.
     std::optional<qint64> lastViewing;
 
     [[nodiscard]] bool none() const { return categories.isEmpty() && !cutOff && !lastViewing; }

@@ -9,8 +9,8 @@
 
 namespace pelorinnews {
 
-/// The news cache as the window sees it: the view, which holds only the items that meet every
-/// condition of the filter, in feed order, plus the time at which the user last viewed the news.
+/// The news cache as the window sees it. Adds a view, which holds only the items that meet every
+/// condition of the filter, in feed order, and the time at which the user last viewed the news.
 ///
 /// The filter runs again when one of its settings changes, and after each refresh if there are
 /// items. When a setter returns, the view reflects the change, even if other threads change the

@@ -277,9 +277,8 @@ void MetadataQueryWorker::settle() {
     if (!_hasWalked || !_hasAskedIndex)
         return;
     watchAroundMatches();
-    // While there are unread folders, which may hold more matches, do not report fewer than two. So
-    // if a home folder is too big to be read completely, the earlier report of two matches remains
-    // when one of them disappears.
+    // While there are unread folders, which may hold more matches, do not report fewer than two
+    // matches: after a report of two, nothing is reported when one of them disappears.
     if (!_unfinished.empty() && _found.size() < 2)
         return;
     if (_hasGathered && !_hasChanged)

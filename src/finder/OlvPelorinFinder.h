@@ -38,8 +38,9 @@ public:
     /// finder.
     [[nodiscard]] static std::shared_ptr<OlvPelorinFinder> init();
 
-    /// The same for entries that match `copies` in `searchScopes`. `remoteBounds` limits the walk
-    /// of each remote folder (see `MetadataQuery`).
+    /// Makes a finder for entries that match `copies` in `searchScopes`, and posts the start of its
+    /// search in the same way. `remoteBounds` limits the walk of each remote folder (see
+    /// `MetadataQuery`).
     [[nodiscard]] static std::shared_ptr<OlvPelorinFinder> init(
         const EntryPattern &copies, const QStringList &searchScopes,
         const FileWalk::Bounds &remoteBounds = MetadataQuery::defaultRemoteBounds);

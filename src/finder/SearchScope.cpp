@@ -81,7 +81,7 @@ std::vector<QByteArray> SearchScope::roots(const EntryPattern &pattern) const {
         const QByteArray &point = mount.mountPoint;
         const bool isExtra = _isLocalComputer ||
                              std::find(_folders.begin(), _folders.end(), point) == _folders.end();
-        // The trailing slash makes `contains` check the mount point itself for a match, too.
+        // The trailing slash makes `contains` also check whether the mount point itself matches.
         if (mount.local && isExtra && contains(FilePaths::joined(point, {}), pattern))
             found.push_back(point);
     }

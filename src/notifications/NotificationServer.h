@@ -70,8 +70,8 @@ public:
     void askIsOnBus(const QString &name, BoolCallback done);
 
 Q_SIGNALS:
-    /// The bus has reported the server's owner after `open`, a server has started, ended or been
-    /// replaced, or the connection to the bus was lost.
+    /// One of these has happened: the bus has reported the server's owner after `open`; a server
+    /// has started, ended or been replaced; the connection to the bus was lost.
     void serverChanged();
     /// The notification with server id `serverId` is gone. It may belong to any program. Reasons: 1
     /// expired, 2 dismissed, 3 closed by a program, 4 anything else.

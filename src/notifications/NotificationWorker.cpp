@@ -10,7 +10,7 @@ namespace {
 
 constexpr quint32 dismissed = 2;
 constexpr quint32 closedByProgram = 3;
-// Retries if the registry cannot be written: how many, and their interval.
+// How many times, and at which interval, to retry if the registry cannot be written.
 constexpr int saveAttempts = 10;
 constexpr std::chrono::milliseconds saveInterval{1000};
 // Deliveries stop after this many servers have ended, until the next request. Otherwise the bus

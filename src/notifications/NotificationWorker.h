@@ -79,9 +79,10 @@ private:
     /// Bumped on server change; stale replies are dropped.
     quint64 _generation = 0;
     bool _presenting = false;
-    /// Whether the present server was asked to present something.
+    /// Whether a delivery to the current server was begun. If so, the server's end counts in
+    /// `_lostServers`.
     bool _serverWasAsked = false;
-    /// How many servers that were asked have ended since the last request.
+    /// Servers that have ended after a delivery to them was begun; reset by each request.
     int _lostServers = 0;
     int _closing = 0;
     /// Server ids that were reported as closed or clicked, but that the list does not hold. They
@@ -90,8 +91,9 @@ private:
     std::set<quint32> _closedEarly;
     std::set<quint32> _activatedEarly;
     std::map<quint32, QString> _activationTokens;
-    /// Clicked notifications that another process delivered, by identity. They wait until our
-    /// change to the registry shows whether this process erased the entry and so handles the click.
+    /// Clicked notifications that another process delivered, by identity. Several processes may be
+    /// told of a click; the one that erases the notification's entry from the registry handles it.
+    /// They stay here until this process knows whether it did.
     std::map<QString, RegistryEntry> _foreignClicks;
 };
 

@@ -23,7 +23,7 @@ struct RegistryEntry {
 /// The contents of the registry: the notifications that are present on the server, and the bus and
 /// server to which their server ids belong.
 struct RegistryContents {
-    /// Limit for writing and for reading; the oldest entries are dropped first. The oldest are also
+    /// At most this many entries are written or read; the oldest are dropped first. They are also
     /// dropped if the file would become too large.
     static constexpr std::size_t maxEntries = 200;
 

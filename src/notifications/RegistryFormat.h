@@ -9,8 +9,8 @@
 /// The byte format of the notification registry: JSON, as described in `docs/notifications.md`.
 ///
 /// Of a notification's user information, keeps only a date under "originationDate" and a text under
-/// "originatorName". Values of other types are dropped, so that no file, however crafted, yields
-/// one.
+/// "originatorName". Values of other types are dropped, so that not even a crafted file can produce
+/// them.
 namespace pelorinnews::RegistryFormat {
 
 /// Maximum size in bytes. It bounds the time that reading a registry takes on the main thread: less

@@ -34,9 +34,9 @@ const QByteArray &paragraphEnd() {
     return end;
 }
 
-/// The URL as the `HYPERLINK` instruction of an RTF field needs it. Empty if the document must not
-/// contain the link: a link in a pasted text must not run a program or open a file, and one without
-/// a scheme or a host could.
+/// The URL in the form that the `HYPERLINK` instruction of an RTF field takes. Empty if the
+/// document must not contain the link: a link in a pasted text must not run a program or open a
+/// file, as a link without a scheme or a host could.
 QByteArray linkAddress(const QString &address) {
     static constexpr std::array withHost{"http", "https", "ftp"};
     static constexpr std::array withoutHost{"mailto", "tel", "news"};

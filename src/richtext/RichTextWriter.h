@@ -31,7 +31,7 @@ public:
     [[nodiscard]] QByteArray write();
 
 private:
-    /// The place of contents in the document: table nesting depth, and the available width in
+    /// The context of the contents being written: table nesting depth, and available width in
     /// twips.
     struct Place {
         int tableDepth = 0;

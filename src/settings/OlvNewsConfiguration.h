@@ -58,8 +58,8 @@ public:
     [[nodiscard]] bool readItemContent() const;
     void setReadItemContent(bool readItemContent);
 
-    /// Never absent: without a date no item would count as new, so a stored value that is not a
-    /// date reads as the default.
+    /// Never absent: a stored value that is not a date reads as the default, because without a date
+    /// no item would count as new.
     [[nodiscard]] QDateTime lastViewing() const;
     /// Never replaces a later stored date, which another instance of the host may have written.
     /// Writes a valid date at once. An invalid date removes the stored one, so that the default

@@ -16,7 +16,7 @@ namespace pelorinnews {
 class SettingsBackup {
 public:
     /// In bytes; settings files usually have some kilobytes. A file larger than this is neither
-    /// backed up nor restored, so no change of ours is written to it.
+    /// backed up nor restored, so this module writes no change to it.
     static constexpr qint64 maxFileBytes = qint64(16) * 1024 * 1024;
 
     /// Backs up the file at `path`, which is a regular file or absent.
@@ -35,8 +35,8 @@ public:
     enum class Outcome {
         /// The file holds all keys.
         Whole,
-        /// The file lacks some keys and was not restored, because it is unchanged, there is no
-        /// backup, or the backup could not take its place.
+        /// The file lacks some keys and was not restored: it is unchanged, or there is no backup,
+        /// or restoring failed.
         Untouched,
         /// The file was truncated, and the earlier state was restored.
         Restored,

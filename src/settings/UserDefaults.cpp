@@ -36,8 +36,8 @@ QString firstName(const QStringList &names) {
 
 }  // namespace
 
-/// All preferences opened in this process. Values that are set while the host quits get no further
-/// turn of the event loop. So all preferences are written when the application object is destroyed,
+/// All preferences opened in this process. The event loop no longer runs for values that are set
+/// while the host quits. So all preferences are written when the application object is destroyed,
 /// and again when the process ends, whether or not they are still in use.
 class UserDefaults::OpenStores {
 public:

@@ -8,7 +8,7 @@ namespace pelorinnews {
 /// The attributes of the content view that accessibility clients get and set.
 enum class AccessibilityAttribute { Value, Role, Title, Other };
 
-/// What the content view's accessible object reads from the view and changes in it.
+/// The interface through which the content view's accessible object reads and changes the view.
 class AccessibilityAttributes {
 public:
     /// For `Value`, the value, or a fixed placeholder if the value is absent or empty. For `Role`,

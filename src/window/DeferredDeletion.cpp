@@ -14,7 +14,7 @@ namespace pelorinnews {
 
 namespace {
 
-// One action, so that the windows are deleted before the objects that wait for their deletion.
+// One action for both, so that the windows are deleted before the objects in `PendingDeletions`.
 void deleteWindowsAndPending();
 
 // Objects that wait for their deletion on the main thread.

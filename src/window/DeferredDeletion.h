@@ -18,8 +18,8 @@ void cancelDeferredDeletion(QObject *object);
 
 /// Deletes the window together with the application object, if the window still exists then: a
 /// window must not outlive the application object, and a host may end without calling `exit`. Call
-/// it after the window's content has been created: the window is then deleted before the post
-/// routines that the content has registered run, such as those of a web engine. Main thread only.
+/// it after the window's content has been created. Libraries that the content loads may register
+/// post routines; the window is deleted before these run. Main thread only.
 void deleteWithApplication(QWidget *window);
 
 }  // namespace pelorinnews

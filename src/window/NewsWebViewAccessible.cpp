@@ -44,7 +44,7 @@ void NewsWebViewAccessible::insertText(int offset, const QString &text) {
 }
 
 void NewsWebViewAccessible::replaceText(int startOffset, int endOffset, const QString &text) {
-    // Edits the value as it was set, never the placeholder for an absent one.
+    // Edits the value as it was set, never the placeholder for an absent value.
     QString whole = _attributes.ownValue();
     const int length = static_cast<int>(whole.size());
     const int start = qBound(0, startOffset, length);

@@ -179,8 +179,8 @@ void OlvNewsWindowController::showWindow() {
     OlvNewsWindow *shown = window();
     if (!shown)
         return;
-    // Restore the size that the window had when it was last closed: since then, a late answer of
-    // the desktop to a resize of the options fold may have changed it.
+    // Restore the size that the window had when it was last closed. Since then, the desktop may
+    // have changed it, in a late answer to a resize by `OptionsFold`.
     if (shown->isHidden() && _closedSize.isValid() && !WindowEdges::isMaximizedOrFullScreen(*shown))
         shown->resize(_closedSize);
     // The screen on which the window was closed may be gone.

@@ -14,8 +14,8 @@ namespace pelorinnews {
 /// time would load every Designer plug-in of the machine into the host, web engines included.)
 ///
 /// A control's dynamic property "action" names an operation of the window's owner. `load` connects
-/// the control to the operation, so other code must not. Controls are found by object name; any of
-/// them may be missing.
+/// the control to the operation; other code must not connect it again. Controls are found by object
+/// name; any of them may be missing.
 namespace WindowDescription {
 
 using Actions = std::map<QString, std::function<void()>>;

@@ -14,8 +14,8 @@ struct WindowServices {
     std::shared_ptr<NotificationCenter> notificationCenter;
     std::function<std::shared_ptr<OlvPelorinFinder>()> makeFinder;
 
-    /// The process's own notification centre, and a finder for the running host. Call it on the
-    /// main thread, while the application object exists.
+    /// The process's own notification centre, and a function that creates a finder for copies of
+    /// the running host. Call it on the main thread, while the application object exists.
     [[nodiscard]] static WindowServices standard();
 };
 
