@@ -56,14 +56,14 @@ void AccessibilityTest::theContentIsOneTextThatClientsMaySet() {
     QCOMPARE(content->text, QStringLiteral("Item 1"));
     for (const char *state : {"focusable", "showing", "enabled", "multi-line"})
         QVERIFY2(content->is(state), state);
-    // No children: the next object is a sibling.
+    // The content view has no children: the next object in the tree is not below it.
     QVERIFY((content + 1)->depth <= content->depth);
 
     const QString written = QStringLiteral("Gr\u00fc\u00dfe \U0001f4f0 twice");
     Assistive::write(_panel->desktop.hostProcess(), written);
     QTRY_COMPARE(_panel->text(), written);
     QCOMPARE(_panel->content().name, written);
-    // If the text is empty, a fixed text is reported.
+    // Without a text, the content view reports a fixed one to assistive software.
     Assistive::write(_panel->desktop.hostProcess(), QString());
     QTRY_COMPARE(_panel->text(), QStringLiteral("Pelorin News content"));
     QCOMPARE(_panel->content().name, QStringLiteral("Pelorin News content"));
@@ -241,7 +241,7 @@ void AccessibilityTest::theFocusIsToldByName() {
         expected.append(QLatin1String(next));
         QTRY_COMPARE(focused(), expected);
     }
-    // Click from a control into the page.
+    // Give a control the focus by clicking it, then click into the page.
     QVERIFY(_panel->click("push button", "Next news item"));
     QTRY_COMPARE(_panel->text(), QStringLiteral("Item 2"));
     _panel->clickIntoThePage();
@@ -249,7 +249,7 @@ void AccessibilityTest::theFocusIsToldByName() {
     QTRY_COMPARE(focused(), expected);
 
     // If the item changes while the page has the focus, the focus event is sent again, since screen
-    // readers speak the focus.
+    // readers speak the object that gets the focus.
     Assistive::press(_panel->desktop.hostProcess(), QStringLiteral("Next news item"));
     expected << QStringLiteral("label Item 1");
     QTRY_COMPARE(focused(), expected);

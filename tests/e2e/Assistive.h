@@ -32,7 +32,7 @@ struct Object {
 /// windows of this name.
 [[nodiscard]] QList<Object> tree(qint64 host, const QString &title = {});
 
-/// Sets the text of the content view, and presses a control by its name.
+/// `write` sets the text of the content view; `press` presses a control by its name.
 void write(qint64 host, const QString &text);
 void press(qint64 host, const QString &name);
 

@@ -55,8 +55,8 @@ public:
     }
     [[nodiscard]] QString newsWindow() const { return window(QStringLiteral("Pelorin News")); }
 
-    /// Asks the notification daemon for the number of notifications on the screen, and for those
-    /// that it no longer shows, each as "summary|body".
+    /// `displayed` asks the notification daemon for the number of notifications on the screen,
+    /// `history` for those that it no longer shows, each as "summary|body".
     [[nodiscard]] static int displayed();
     [[nodiscard]] static QStringList history();
     static void actOnNotification();

@@ -120,7 +120,7 @@ void KeysTest::countByTheirPlaceInEveryLayout() {
     // In Dvorak, the last layout, the letter W is on another physical key. That key does not close
     // the window.
     _panel->press("ctrl+w");
-    // Tab, which comes later, moves the focus, so the earlier key has reached the window.
+    // Tab moves the focus. Once it has, the window has also processed the key before it.
     _panel->press("Tab");
     QTRY_COMPARE(_panel->focus(), QStringLiteral("push button Show options"));
     QVERIFY(_panel->isOpen());
@@ -136,7 +136,7 @@ void KeysTest::modifiersThatDoNotBelongMakeAnotherKey() {
     for (const char *key :
          {"ctrl+shift+w", "ctrl+alt+w", "w", "shift+Escape", "alt+Escape", "ctrl+Escape"})
         _panel->press(key);
-    // Tab, which comes last, moves the focus, so the earlier keys have reached the window.
+    // Tab moves the focus. Once it has, the window has also processed the keys before it.
     Screen::activate(_panel->window);
     _panel->press("Tab");
     QTRY_COMPARE(_panel->focus(), QStringLiteral("push button Show options"));
@@ -172,9 +172,9 @@ void KeysTest::keysOfNoUseEndInThePage() {
     _panel->clickIntoThePage();
     for (const char *key : {"x", "F7", "ctrl+j"})
         _panel->press(key);
-    // If a key were forwarded back and forth between page and window, the host's main thread would
-    // run, or on a busy computer wait for a processor, all the time. Only that thread is measured,
-    // because the search for copies of the host, on another thread, may take longer than this test.
+    // If page and window forwarded a key to each other without end, the host's main thread would
+    // always be running or waiting for a CPU. Measure that thread alone: the search for copies of
+    // the host, on another thread, may take longer than this test.
     const auto busyNanoseconds = [this]() -> qint64 {
         const qint64 host = _panel->desktop.hostProcess();
         QFile file(QStringLiteral("/proc/%1/task/%1/schedstat").arg(host));

@@ -43,7 +43,7 @@ public:
     /// The content view.
     [[nodiscard]] Assistive::Object content() const { return contentIn(objects()); }
     [[nodiscard]] static Assistive::Object contentIn(const QList<Assistive::Object> &all);
-    /// The text of the content view, and the position of the shown item ("1 / 3").
+    /// `text` is the text of the content view, `position` the position of the shown item ("1 / 3").
     [[nodiscard]] QString text() const { return content().text; }
     [[nodiscard]] QString position() const;
     /// The role and the name of the control that has the keyboard focus.

@@ -37,7 +37,7 @@ double timeAtWork() {
 }
 
 /// Measures the longest delay of an event loop, with a timer of one millisecond: in wall time, in
-/// wall time without the time that the thread waited for a CPU, and in CPU time.
+/// wall time minus the time that the thread waited for a CPU, and in CPU time.
 class LoopWatch {
 public:
     LoopWatch() {

@@ -262,7 +262,7 @@ void OlvNewsCacheFilteredTest::readingBeyondTheEndGivesNothingAndChangesNothing(
     QVERIFY(!_cache->itemAtIndex(2));
     QVERIFY(!_cache->itemAtIndex(std::numeric_limits<quint64>::max()));
     QCOMPARE(_cache->lastViewing(), daysAgo(5));
-    // The limit is the number of filtered items, not of all items.
+    // The number of filtered items limits the index, not the number of all items.
     _cache->setCategoriesOfInterest({"none"});
     QVERIFY(!_cache->itemAtIndex(0));
     QCOMPARE(_cache->lastViewing(), daysAgo(5));

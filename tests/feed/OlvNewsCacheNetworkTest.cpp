@@ -94,7 +94,7 @@ private:
     }
     FeedServer &server(bool secure) { return secure ? *_https : *_http; }
     void useServer(bool secure) { _cache->setFeedBaseURL(server(secure).feedAddress()); }
-    /// Writes to the cache file a feed that differs from all feeds of the servers.
+    /// Writes a feed to the cache file that differs from every feed of the servers.
     static bool putFile() {
         const QString text = feedOfTitles("fr", {"from the file"});
         return writeBytes(file(), byteOrderMark() + utf16Bytes(text));

@@ -132,8 +132,8 @@ void OlvNewsCacheThreadsTest::theLastFilterChangeStaysWhateverRunsMeanwhile() {
 }
 
 void OlvNewsCacheThreadsTest::anOlderFilterRunDoesNotReplaceANewerView() {
-    // The filter run calls the clock after it has read the settings and before it filters. There
-    // the clock function blocks the older run.
+    // A filter run calls the clock function after it has read the settings and before it filters.
+    // The clock function blocks the older run there.
     std::atomic<bool> stopping = false;
     QSemaphore stopped;
     QSemaphore mayGoOn;

@@ -26,7 +26,7 @@ QJsonObject json(const OlvNewsCacheItem &item) {
 }
 
 /// The result of a parse as JSON, in the format of the `.expected.json` files. The error has a line
-/// only if the error in `expected` has one.
+/// number only if the error in `expected` has one.
 QJsonObject json(const std::optional<QVariantMap> &result, const std::optional<Error> &error,
                  const QJsonObject &expected) {
     QJsonArray items;

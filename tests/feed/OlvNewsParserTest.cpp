@@ -243,7 +243,7 @@ private Q_SLOTS:
         QCOMPARE(listOf(OlvNewsParser().parse(feed(items), &error))->size(), 100'000U);
         QCOMPARE(error, untouched);
 
-        // An unfinished item that a nested item replaces does not count.
+        // An unfinished item that a nested item replaces does not count towards the limit of items.
         const QString one = QStringLiteral("\n<item><title>1</title><item/>");
         const auto result = OlvNewsParser().parse(feed(items + one), &error);
         QCOMPARE(languageOf(result), QStringLiteral("en"));

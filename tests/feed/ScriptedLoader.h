@@ -83,8 +83,8 @@ private:
         Outcome outcome;
     };
 
-    /// The answer is passed through `_answers`, not inside the queue's task: race detectors see
-    /// `_mutex`, but not the synchronisation inside Qt's thread pool.
+    /// Passes the answer to the task through `_answers`, under `_mutex`, instead of capturing it:
+    /// race detectors do not see the synchronisation inside Qt's thread pool.
     void answerOn(QThreadPool *queue, UrlCompletion completion, const Outcome &what) {
         {
             const std::lock_guard lock(_mutex);

@@ -179,7 +179,7 @@ void FileIndexQueryTest::agreesWithTheWalk() {
         std::vector<QByteArray> walked = walk.matches();
         std::sort(walked.begin(), walked.end());
         // With "*" the index also returns the entries inside a matching folder. The walk does not
-        // enter a match, and the query counts those entries as part of it.
+        // enter a match, and the query counts those entries as part of the match.
         if (pattern == QLatin1String("*"))
             std::erase_if(indexed,
                           [&top](const auto &path) { return path.indexOf('/', top.size()) >= 0; });

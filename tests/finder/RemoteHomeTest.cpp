@@ -129,8 +129,9 @@ void RemoteHomeTest::countsACopyInItOnce() {
 void RemoteHomeTest::leavesOtherMountsOut() {
     QFETCH(const bool, isFuse);
     make(QStringLiteral("here/") + _name);
-    // A mount below the home folder, and the same mount elsewhere, with the home folder of another
-    // user in it. The files behind these mounts are on no visible disk.
+    // Mount the same folder below the home folder and elsewhere. It contains a copy, and a home
+    // folder of another user with a copy. It is on a tmpfs that is detached afterwards, so that its
+    // files are visible only through these two mounts.
     QVERIFY(_mounts->memory(at(QStringLiteral("kept"))));
     QVERIFY(_mounts->memory(at(QStringLiteral("changes"))));
     for (const char *each : {"kept", "changes/upper", "changes/work"})

@@ -9,7 +9,7 @@
 
 namespace pelorinnews::test {
 
-/// A metadata query that counts its own notifications.
+/// A metadata query whose signals are counted.
 class WatchedQuery {
 public:
     WatchedQuery(const QString &pattern, const QStringList &scopes) {

@@ -90,7 +90,7 @@ private Q_SLOTS:
     void describesArguments() {
         QCOMPARE(logDescription(QStringLiteral("text")), "text");
         QCOMPARE(logDescription(QStringLiteral("")), "");
-        // An address is logged exactly as it is.
+        // Texts, even with control characters, and addresses are logged unchanged.
         QCOMPARE(logDescription(QStringLiteral(" a\n\x1b[31m")), " a\n\x1b[31m");
         QCOMPARE(logDescription(QUrl(QStringLiteral("http://a/b%20c?x=%2F"))),
                  "http://a/b%20c?x=%2F");

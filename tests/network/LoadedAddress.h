@@ -12,7 +12,7 @@
 namespace pelorinnews::test {
 
 /// One request sent through a loader, and the result that its completion callback received. `wait`
-/// blocks its thread, so the result arrives without that thread's event loop.
+/// blocks the calling thread, so the result arrives although that thread runs no event loop.
 class LoadedAddress {
 public:
     LoadedAddress(UrlLoader &loader, const QUrl &url, QThreadPool *queue,

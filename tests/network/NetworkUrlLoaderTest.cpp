@@ -35,7 +35,7 @@ using Kind = DevelopmentCertificates::Kind;
 
 namespace {
 
-/// In an expected result: any error code, where the transport may choose it.
+/// In an expected result: any error code. The choice is left to the transport.
 constexpr int someError = -1;
 /// In an expected result: no status, or any below 400. A reset may come before the header fields or
 /// after them.
@@ -45,7 +45,7 @@ QUrl tolerant(const QString &address) {
     return QUrl(address, QUrl::TolerantMode);
 }
 
-/// A reply of the feed server, and what the loader must make of it.
+/// A reply of the feed server, and the result that the loader must report.
 struct Answer {
     const char *name;
     const char *reply;
@@ -674,7 +674,7 @@ void NetworkUrlLoaderTest::aProxyThatRefusesATunnelIsUnreachable() {
     qunsetenv("https_proxy");
     QVERIFY(asked);
     QCOMPARE(loaded.connectionError().value_or(Error()).code, int(TransportError::Unreachable));
-    // A proxy's answer is not the service's answer.
+    // The proxy's answer must not be reported as the feed service's.
     QVERIFY(!loaded.hasResponse());
     QVERIFY(!loaded.data());
 }

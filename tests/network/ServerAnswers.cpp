@@ -328,8 +328,8 @@ void addHeads(Answers &answers) {
 
 void addRedirects(Answers &answers) {
     const QByteArray body = answeredBody();
-    // The server sends an answer for every path below that answer's number, such as "/7/whole", and
-    // a complete response for "/whole".
+    // The server chooses its answer by the first part of the path: for a number ("/7/folder/feed"),
+    // the answer with that number; for "/whole", a complete response.
     const auto to = [](const QByteArray &location, const QByteArray &status = "302 Found") {
         return head(status, {"Location: " + location, length(0)});
     };

@@ -114,7 +114,7 @@ void NotificationProcessesTest::oneOfTheOthersActsOnAClickWhereTheDeliveringProc
     static_cast<void>(deliver(*deliverer, QStringLiteral("present")));
     const Process first = startListening();
     const Process second = startListening();
-    // Several times, since the two processes race.
+    // Try several times, because the two processes race.
     QStringList expected;
     for (int round = 0; round < 5; ++round) {
         const QString title = QStringLiteral("of the dead %1").arg(round);

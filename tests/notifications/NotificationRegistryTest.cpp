@@ -532,8 +532,9 @@ void NotificationRegistryTest::readsNoFileThatIsTooLarge() {
 void NotificationRegistryTest::readsAnUnchangedFileOnce() {
     const NotificationRegistry reading(folder());
     QVERIFY(reading.apply(putting({entry(QStringLiteral("a"))})));
-    // Wait: a file that has just changed may change again within the same timestamp tick, and so is
-    // read each time.
+    // Wait: until two seconds after its last change, the file is read each time, because another
+    // change within the same tick of the file system's clock might leave its timestamps as they
+    // are.
     QTest::qWait(2100);
     QVERIFY(reading.read());
     const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
@@ -554,7 +555,8 @@ void NotificationRegistryTest::readsAnUnchangedFileOnce() {
 }
 
 void NotificationRegistryTest::readsAFileThatHasJustChangedEachTime() {
-    // A file that changes twice within a tick of the file system's clock keeps its stamp.
+    // Two changes within one tick of the file system's clock may leave the file with the same
+    // timestamps.
     constexpr std::chrono::seconds tick{2};
     const NotificationRegistry reading(folder());
     QVERIFY(reading.apply(putting({entry(QStringLiteral("a"))})));

@@ -500,7 +500,7 @@ void BoundedHtmlTest::breaksEndlessWordsThatAreShown() {
     const QString breakHere(QChar(0x200b));
     QCOMPARE(BoundedHtml::beginning(word).html,
              a + breakHere + a + breakHere + QString(100, u'a') + QStringLiteral("&eacute;"));
-    // No break between a letter and its combining marks.
+    // A letter and its combining marks are not separated.
     const QString marked = a + QChar(0x301) + QStringLiteral("b");
     QCOMPARE(BoundedHtml::beginning(marked).html,
              a + QChar(0x301) + breakHere + QStringLiteral("b"));

@@ -169,13 +169,13 @@ private Q_SLOTS:
         row("en-US", "de-AT", "en_AT");
         row("es-419", "de_DE", "es_DE");
         row("en-US", "es_419", "en_419");
-        // The script is that of the requested language …
+        // The script is always that of the requested language.
         row("sr-RS", "sr_ME", "sr_Cyrl_ME");
         row("sr-Latn-RS", "de_DE", "sr_Latn_DE");
         row("sr-RS", "sr_RS@latin", "sr_RS");
         row("zh-TW", "zh_CN", "zh_Hant_CN");
         row("zh-TW", "C", "zh_Hant");
-        // … and so is the calendar.
+        // The calendar is always that of the requested language.
         row("en-US", "th_TH", "en_TH@calendar=gregorian");
         row("en-TH", "th_TH", "en_TH");
         row("th-TH", "th_TH", "th_TH");

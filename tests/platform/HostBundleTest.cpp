@@ -9,8 +9,8 @@ class HostBundleTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    /// Sets every source of the identifier; each test unsets the sources that take precedence over
-    /// its own.
+    /// Sets every source of the identifier. Each test unsets the sources that take precedence over
+    /// the one that it tests.
     void init() {
         HostBundle::setIdentity({"com.example.Stated", "Organisation", "Application"});
         qputenv("FLATPAK_ID", "com.example.Flatpak");

@@ -10,7 +10,8 @@ using namespace pelorinnews;
 
 namespace {
 
-/// Records every event as one line; a run of text is one line however many calls delivered it.
+/// Records every event as one line. A run of text gives one line, even if several calls delivered
+/// it.
 class Recorder final : public XmlReaderDelegate {
 public:
     void parserDidStartElement(std::string_view name) override { note("<", name); }

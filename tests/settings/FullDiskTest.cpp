@@ -168,8 +168,8 @@ void FullDiskTest::thePreferencesAreWholeOrAsTheyWere_data() {
     using Make = std::function<QVariant(int)>;
     const std::vector<std::pair<const char *, Make>> makers = {
         {"plain", [](int size) { return QString(size, QLatin1Char('n')); }},
-        // The next two kinds of values take three times as much room in the file when escaped; the
-        // last kind's size in the file is hard to predict.
+        // Each character of the next two kinds of values takes three bytes in the file, because it
+        // is escaped. The size of the last kind is hard to predict.
         {"escaped", [](int size) { return QString(size / 3, QChar(1)); }},
         {"binary", [](int size) { return QByteArray(size / 3, '\x01'); }},
         {"list", [](int size) { return QStringList(2 + size / 4, QStringLiteral("ab")); }},
@@ -238,7 +238,7 @@ void FullDiskTest::preferencesThatHaveNoRoomStayInMemoryUntilThereIsSome() {
     QCOMPARE(bytes(), settingsOfTheHost());
     QCOMPARE(defaults.stringForKey(key), QStringLiteral("new"));
     _disk->freeRoom();
-    // The next change is enough to write both values; `synchronize` is not called.
+    // The next change writes both values to the file; `synchronize` is not called.
     defaults.setValue(QStringLiteral("newsFilter"), 2);
     QTRY_VERIFY(bytes().contains("newsFeedBaseURL=new"));
     QVERIFY(bytes().contains("newsFilter=2"));

@@ -182,7 +182,8 @@ private Q_SLOTS:
         QCOMPARE(configuration.lastViewing(), viewed);
         configuration.setLastViewing(viewed.addMSecs(1));
         QCOMPARE(configuration.lastViewing(), viewed.addMSecs(1));
-        // A stored value that is not a date is replaced, because it is not later than the new date.
+        // The last viewing only moves forward. A stored value that is not a date does not count as
+        // later, so the new date replaces it.
         _database->setValue("newsLastViewing", "yesterday");
         configuration.setLastViewing(viewed);
         QCOMPARE(configuration.lastViewing(), viewed);

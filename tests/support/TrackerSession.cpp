@@ -101,8 +101,8 @@ bool isInTrackerSession() {
 bool TrackerMiner::start() {
     if (!isInTrackerSession())
         return false;
-    // An index process that was stopped while it created its index leaves an index that no other
-    // process can open.
+    // Remove any earlier index: a process that was stopped while it created its index leaves one
+    // that no other process can open.
     QDir(qEnvironmentVariable(insideVariable) + QStringLiteral("/.cache/tracker3"))
         .removeRecursively();
     _process.setStandardErrorFile(QProcess::nullDevice());

@@ -12,7 +12,8 @@ namespace pelorinnews::test {
 /// Call it first in `main`; the process runs itself once more inside the session.
 int runInTrackerSession(int argc, char *argv[], const std::function<int()> &tests);
 
-/// Whether this process runs inside such a session: false if no such home folder could be made.
+/// Whether this process runs inside the session of `runInTrackerSession`: false if no home folder
+/// that the file index accepts could be made.
 [[nodiscard]] bool isInTrackerSession();
 
 /// The real file index, as a process of the test's own; ends with the object.

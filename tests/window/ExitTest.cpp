@@ -14,8 +14,8 @@ using namespace pelorinnews::test;
 
 namespace {
 
-// Records whether a news window was created during this object's lifetime. Also counts a window
-// that no longer exists.
+// Records whether a news window was created during this object's lifetime, even if the window no
+// longer exists.
 class MadeWindows : public QObject {
 public:
     MadeWindows() { qApp->installEventFilter(this); }

@@ -108,7 +108,8 @@ void LifecycleTest::refreshesAtTheStoredInterval() {
     const auto now = alarms();
     QCOMPARE(now.size(), 1);
     QCOMPARE(now.first().interval, seconds);
-    // The timer first fires one full interval after its creation. It may have fired already.
+    // The timer first fires one full interval after its creation. On a slow computer it may have
+    // fired already.
     const auto interval = static_cast<double>(seconds);
     const double passed = static_cast<double>(sinceBefore.nsecsElapsed()) / 1e9;
     QVERIFY(now.first().remaining <= interval);
@@ -260,8 +261,8 @@ void LifecycleTest::opensMaximizedAgain() {
     };
     controller->showWindow();
     QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("1 / 5"));
-    // Closing a window that is not maximized stores its size. Once the window was closed maximized,
-    // it must not reopen in that size.
+    // Closing a window that is not maximized stores its size. A window that was closed maximized
+    // must not reopen in the stored size.
     reopen();
     const QSize ordinary = controller->window()->size();
     controller->window()->showMaximized();

@@ -217,7 +217,8 @@ void OptionsFoldTest::aResizeByHandWhileItRunsLeavesNothingHalfDone() {
     QTRY_VERIFY(folding.window.height() < 300);
     folding.window.resize(520, 420);
     QTRY_COMPARE(folding.finished, 1);
-    // The folding controls the height until it ends, so only the width of the resize remains.
+    // The folding controls the height until it ends, so only the width of the user's resize takes
+    // effect.
     QCOMPARE(folding.window.size(), QSize(520, 262));
     QCOMPARE(folding.area.isVisible(), false);
     // After the folding, the size constraints are removed, and the content fills the window.
@@ -256,7 +257,7 @@ void OptionsFoldTest::aChangeBeforeTheDesktopAnsweredTheLastOneKeepsTheHeights()
         folding.fold.complete();
     }
     QCOMPARE(folding.window.height(), 300);
-    // Wait longer than the folding waits for a reply.
+    // Wait longer than the folding waits for a reply of the desktop.
     QTest::qWait(1500);
     QCOMPARE(folding.window.height(), 300);
     folding.start(false);
@@ -315,8 +316,8 @@ void OptionsFoldTest::aWindowTakenByTheDesktopMeanwhileKeepsItsEdges() {
     folding.window.setWindowState(Qt::WindowNoState);
     QTRY_COMPARE(folding.window.size(), QSize(400, open ? 300 : 262));
     QTRY_COMPARE(folding.content.height(), 222);
-    // The interrupted change of the height is completed only once: a height between folded and open
-    // that the user chooses later stays.
+    // The interrupted change of the height is completed only once. If the user later chooses a
+    // height between folded and open, that height stays.
     folding.window.resize(400, 281);
     QTest::qWait(50);
     QCOMPARE(folding.window.height(), 281);

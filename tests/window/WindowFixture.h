@@ -52,9 +52,9 @@ public:
     /// The text for `key`, from the resources that the module uses, too.
     [[nodiscard]] static QString localized(const char *key);
 
-    /// The dependencies of controllers created from now on. By default the real notification centre
-    /// without a bus, so that delivered notifications stay in its list, and a finder that searches
-    /// the folder `applications`.
+    /// The dependencies of controllers created from now on. By default these are the real
+    /// notification centre, without a bus so that delivered notifications stay in its list, and a
+    /// finder that searches the folder `applications`.
     WindowServices services;
 
     /// The folder that is searched for copies of the host ("Pelorin.app").

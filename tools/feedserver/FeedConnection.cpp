@@ -63,7 +63,8 @@ FeedConnection::FeedConnection(std::unique_ptr<QTcpSocket> connected,
     _state->connectionOpened();
     connect(_socket.get(), &QTcpSocket::readyRead, this, &FeedConnection::readHead);
     connect(_socket.get(), &QTcpSocket::bytesWritten, this, &FeedConnection::sendBody);
-    // A TLS socket's bytesWritten means only that the bytes are encrypted.
+    // The bytesWritten of a TLS socket means only that the bytes are encrypted, not that they are
+    // sent.
     if (auto *tls = qobject_cast<QSslSocket *>(_socket.get()))
         connect(tls, &QSslSocket::encryptedBytesWritten, this, &FeedConnection::sendBody);
     connect(_socket.get(), &QTcpSocket::disconnected, this, &QObject::deleteLater);

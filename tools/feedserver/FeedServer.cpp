@@ -48,7 +48,8 @@ private:
     std::shared_ptr<FeedServerState> _state;
 };
 
-/// The TLS settings of `options`; absent, with the reason, when they cannot be read.
+/// The TLS settings of `options`; absent if their files cannot be read, and `whyNot` then gets the
+/// reason.
 std::optional<QSslConfiguration> tlsConfiguration(const FeedServerOptions &options,
                                                   QString &whyNot) {
     const QList<QSslCertificate> chain =

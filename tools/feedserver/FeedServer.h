@@ -18,7 +18,8 @@ class FeedServerState;
 /// Where a FeedServer finds its feeds, and how it listens.
 struct FeedServerOptions {
     /// The folder of feeds. `standard.de.xml` is the feed of type "standard" in German; every
-    /// other `.xml` file is served by its own name. Empty: no feeds, every feed is a 404.
+    /// `.xml` file is also served by its own name. If empty, there are no feeds: every request for
+    /// one gets 404.
     QString feedFolder;
     /// The certificate chain and its private key, PEM files. Both empty: HTTP, else HTTPS.
     QString certificateFile;
@@ -48,7 +49,8 @@ public:
     /// `whyNot`, if given, gets the reason.
     [[nodiscard]] bool start(QString *whyNot = nullptr);
 
-    /// Closes every connection and ends the thread. Recorded requests and set replies stay.
+    /// Closes every connection and ends the thread. Keeps the recorded requests, and the replies
+    /// that were set.
     void stop();
 
     /// The port it listens on; 0 unless started.
