@@ -19,8 +19,8 @@ const QString busPath = QStringLiteral("/org/freedesktop/DBus");
 // No timeout: a hung server may reply at any time, and the reply to a delivery must not get lost.
 // That reply holds the server id, without which the notification cannot be withdrawn.
 constexpr int withoutTimeout = std::numeric_limits<int>::max();
-// UTF-16 units. Nobody reads more in a pop-up. A broken feed may hold a text so large that the bus
-// would disconnect us for the message.
+// In UTF-16 units: nobody reads more in a pop-up. A broken feed may hold a text so large that the
+// bus would disconnect us because of the message's size.
 constexpr int maxTextLength = 4096;
 
 QDBusMessage serverCall(const QString &destination, const QString &method) {
@@ -153,15 +153,18 @@ void NotificationServer::call(const QDBusMessage &message,
 }
 
 void NotificationServer::askTraits(TraitsCallback done) {
-    const auto askName = [this, done](Traits traits) {
-        call(serverCall(service, QStringLiteral("GetServerInformation")),
+    // To the unique name: the query must not reach a successor of the server that we know, which
+    // may have ended a moment ago. If we know none, to the service, so that the bus starts one.
+    const QString destination = _serverOwner.isEmpty() ? service : _serverOwner;
+    const auto askName = [this, destination, done](Traits traits) {
+        call(serverCall(destination, QStringLiteral("GetServerInformation")),
              [done, traits = std::move(traits)](const QDBusMessage &reply) mutable {
                  if (!isError(reply))
                      traits.name = firstArgument(reply).toString();
                  done(std::move(traits));
              });
     };
-    call(serverCall(service, QStringLiteral("GetCapabilities")),
+    call(serverCall(destination, QStringLiteral("GetCapabilities")),
          [done = std::move(done), askName](const QDBusMessage &reply) {
              if (!isError(reply))
                  askName({firstArgument(reply).toStringList(), QString()});
@@ -173,7 +176,7 @@ void NotificationServer::askTraits(TraitsCallback done) {
 }
 
 QStringList NotificationServer::actionsFor(const Traits &traits) const {
-    // No actions for a server without support: it may show a dialog instead of a pop-up
+    // No actions for a server that does not support them: it may show a dialog instead of a pop-up
     // (notify-osd).
     if (traits.capabilities && !traits.capabilities->contains(QLatin1String("actions")))
         return {};

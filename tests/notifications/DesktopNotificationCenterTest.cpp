@@ -63,6 +63,7 @@ private Q_SLOTS:
     void presentsWhatWaitedWhenAServerComes();
     void presentsAgainWhatAServerTookAndNeverAnswered_data();
     void presentsAgainWhatAServerTookAndNeverAnswered();
+    void asksNoSuccessorOfTheServerThatItKnows();
     void stopsWhenServersKeepCrashing_data();
     void stopsWhenServersKeepCrashing();
     void presentsAgainWhatDidNotReachTheServer_data();
@@ -280,7 +281,8 @@ void DesktopNotificationCenterTest::listsWhatIsOnItsWay() {
     _server->answer(0, 5);
     QTRY_COMPARE(_server->deliveries.size(), 2U);
     QCOMPARE(titles(*center).size(), 2);
-    // The first is saved, although the server has not answered about the second.
+    // The first notification is in the registry, although the server has not replied about the
+    // second one.
     QTRY_COMPARE(registered().size(), 1U);
     QCOMPARE(registered()[0].notification.title, QStringLiteral("one"));
 }
@@ -357,8 +359,8 @@ void DesktopNotificationCenterTest::keepsOneThatExpired() {
     const auto center = newCenter();
     deliverAndWait(*center, QStringLiteral("one"));
     _server->emitSignal(QStringLiteral("NotificationClosed"), {1U, reason});
-    // Signals arrive in order: once the second notification, which is certain to be removed, is
-    // gone, the first signal has been processed.
+    // Signals arrive in order. The second signal removes "two"; once that has happened, the first
+    // signal has been processed, too.
     deliverAndWait(*center, QStringLiteral("two"));
     _server->emitSignal(QStringLiteral("NotificationClosed"), {2U, 2U});
     QTRY_VERIFY(!titles(*center).contains(QStringLiteral("two")));
@@ -440,11 +442,12 @@ void DesktopNotificationCenterTest::readsTheRegistryOnceForAllOtherProgramsNotif
     serve();
     const auto center = newCenter();
     deliverAndWait(*center, QStringLiteral("ours"));
-    // Wait: a file that has just changed may change again within the same timestamp tick, and so is
-    // read each time.
+    // Wait: until two seconds after its last change, the file is read each time, because another
+    // change within the same tick of the file system's clock might leave its timestamps as they
+    // are.
     QTest::qWait(2100);
-    // Opening and closing are watched, too: inotify merges two equal events that follow one
-    // another, and so would merge two reads.
+    // Watch opening and closing, too: inotify merges consecutive equal events, so two reads with no
+    // other event between them would count as one.
     const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     const QByteArray file = NotificationRegistry(stateFolder()).path().toUtf8();
     constexpr uint32_t watched = IN_OPEN | IN_ACCESS | IN_CLOSE_NOWRITE | IN_DELETE_SELF;
@@ -555,7 +558,8 @@ void DesktopNotificationCenterTest::handsOverNoTokenOfAnEarlierServer() {
     center->setDelegate(delegate);
     deliverAndWait(*center, QStringLiteral("old"));
     old->emitSignal(QStringLiteral("ActivationToken"), {1U, QStringLiteral("stale")});
-    // The server replies to this delivery after it has sent the token.
+    // The server replies to this delivery after it has sent the token, so the centre has received
+    // the token.
     deliverAndWait(*center, QStringLiteral("second"));
     old.reset();
     QDBusConnection::disconnectFromBus(name);
@@ -666,6 +670,31 @@ void DesktopNotificationCenterTest::presentsAgainWhatAServerTookAndNeverAnswered
     QTRY_COMPARE(registered().size(), std::size_t(expected.size()));
     QCOMPARE(titles(*center), expected);
     QCOMPARE(_server->deliveries.size(), std::size_t(expected.size()));
+}
+
+void DesktopNotificationCenterTest::asksNoSuccessorOfTheServerThatItKnows() {
+    const QString name = QStringLiteral("first-server");
+    auto first = std::make_unique<FakeNotificationServer>(
+        QDBusConnection::connectToBus(_bus->address(), name));
+    const auto center = newCenter();
+    deliverAndWait(*center, QStringLiteral("one"));
+
+    // The lock holds the worker up in its next change of the registry, so that it learns only later
+    // that the server was replaced.
+    QLockFile lock(NotificationRegistry(stateFolder()).path() + QStringLiteral(".lock"));
+    QVERIFY(lock.lock());
+    first->holdsTraits = true;
+    first->emitSignal(QStringLiteral("NotificationClosed"), {1U, 2U});
+    QTRY_VERIFY(center->deliveredNotifications().isEmpty());
+    center->deliverNotification(notification(QStringLiteral("two")));
+    first.reset();
+    QDBusConnection::disconnectFromBus(name);
+    serve();
+    lock.unlock();
+
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
+    // At most once when the first server has gone, and once when this one has come.
+    QVERIFY2(_server->traitsCalls <= 2, qPrintable(QString::number(_server->traitsCalls)));
 }
 
 void DesktopNotificationCenterTest::stopsWhenServersKeepCrashing_data() {
@@ -831,8 +860,8 @@ void DesktopNotificationCenterTest::connectsAgainAfterTheLossOfTheBus() {
     DesktopNotificationCenter center(origin);
     deliverAndWait(center, QStringLiteral("one"));
     QCOMPARE(_server->deliveries.size(), 1U);
-    // The server must outlive its bus: its end would empty the list before the loss of the bus is
-    // known, and a delivery would still go to the first bus.
+    // Keep the first server until the loss of the bus is known. If the server ended earlier, its
+    // end would empty the list, and the next delivery would still go to the first bus.
     _bus->stop();
     QTRY_VERIFY(center.deliveredNotifications().isEmpty());
     _server.reset();
