@@ -1,6 +1,7 @@
 #include "BackgroundTask.h"
 
 #include "ApplicationEnd.h"
+#include "LastResort.h"
 
 #include <algorithm>
 #include <chrono>
@@ -72,7 +73,7 @@ std::shared_ptr<BackgroundTask> BackgroundTask::start(const char *name, Work wor
 
 void BackgroundTask::run(const Work &work) {
     if (!_stopped)
-        work(*this);
+        lastResort([this, &work] { work(*this); });
     const std::lock_guard lock(_mutex);
     _idleThread = 0;
 }

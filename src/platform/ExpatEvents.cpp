@@ -41,9 +41,9 @@ ExpatEvents::ExpatEvents(XmlReaderDelegate &receiver)
     XML_SetEntityDeclHandler(_parser, entityDeclaration);
     XML_SetStartDoctypeDeclHandler(_parser, startDoctype);
     XML_SetAttlistDeclHandler(_parser, attributeDeclaration);
-    // Expat itself expands entities in attributes, and we count them afterwards. Because of this
-    // limit, the expansion is at most as large as the document, unless both together are below 8
-    // MiB: below that, Expat does not apply the limit.
+    // Expat itself expands entities in attributes; we count them only afterwards. This limit stops
+    // Expat once the expansion is larger than the document. Expat does not apply it while both
+    // together are below 8 MiB.
     constexpr float maxAmplification = 2;
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(_parser, maxAmplification);
 }
@@ -131,6 +131,16 @@ void ExpatEvents::useEntity(std::string_view name) {
         _delegate.parserFoundCharacters(text);
 }
 
+/// Counts those of an element's attributes that its start tag does not have.
+void ExpatEvents::countDefaults(const XML_Char **attributes) {
+    const XML_Char **each = attributes + XML_GetSpecifiedAttributeCount(_parser);
+    for (; *each; each += 2)
+        ++_defaultedAttributes;
+    if (_defaultedAttributes > XmlLimits::maxDefaultedAttributes)
+        refuse(XmlError::TooManyAttributes, QStringLiteral("more than %1 attributes by declaration")
+                                                .arg(XmlLimits::maxDefaultedAttributes));
+}
+
 ExpatEvents *ExpatEvents::reading(void *self) {
     auto *const reader = static_cast<ExpatEvents *>(self);
     return reader->_failure ? nullptr : reader;
@@ -146,6 +156,7 @@ void ExpatEvents::startElement(void *self, const XML_Char *name, const XML_Char 
         return;
     }
     if (reader->_hasDoctype && *attributes) {
+        reader->countDefaults(attributes);
         reader->refuse(reader->_entities.useAll(reader->currentToken()));
         if (reader->_failure)
             return;
@@ -210,7 +221,13 @@ void ExpatEvents::attributeDeclaration(void *self, const XML_Char * /*element*/,
                                        const XML_Char * /*attribute*/, const XML_Char * /*type*/,
                                        const XML_Char *value, int /*isRequired*/) {
     auto *const reader = reading(self);
-    if (reader && value)
+    if (!reader)
+        return;
+    if (++reader->_declaredAttributes > XmlLimits::maxDeclaredAttributes)
+        reader->refuse(XmlError::TooManyAttributes,
+                       QStringLiteral("more than %1 attributes declared")
+                           .arg(XmlLimits::maxDeclaredAttributes));
+    else if (value)
         reader->refuse(reader->_entities.useAll(reader->currentToken()));
 }
 

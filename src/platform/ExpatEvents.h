@@ -67,6 +67,7 @@ private:
                                      const XML_Char *type, const XML_Char *value, int isRequired);
 
     void useEntity(std::string_view name);
+    void countDefaults(const XML_Char **attributes);
     void refuse(const std::optional<XmlEntities::Refusal> &refusal);
     void report(int code, const QString &reason);
     [[nodiscard]] std::string_view currentToken() const;
@@ -76,6 +77,8 @@ private:
     std::optional<Error> _failure;
     bool _hasDoctype = false;
     int _openElements = 0;
+    int _declaredAttributes = 0;
+    qint64 _defaultedAttributes = 0;
     XmlEntities _entities;
     bool _inCdata = false;
     /// The CDATA section being read. Expat delivers it line by line; the delegate gets it as a

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <new>
 
 namespace pelorinnews {
 
@@ -59,7 +60,13 @@ std::optional<QByteArray> RegularFile::contents(const QString &path, qint64 maxB
         *error = FileError::make(QFileDevice::ResourceError, QStringLiteral("The file is too big"));
         return std::nullopt;
     }
-    QByteArray bytes(size, Qt::Uninitialized);
+    QByteArray bytes;
+    try {
+        bytes = QByteArray(size, Qt::Uninitialized);
+    } catch (const std::bad_alloc &) {
+        *error = FileError::fromSystem(QFileDevice::ResourceError, ENOMEM);
+        return std::nullopt;
+    }
     if (!file->read(bytes.data(), size, error))
         return std::nullopt;
     return bytes;

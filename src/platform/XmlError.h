@@ -9,9 +9,10 @@ namespace pelorinnews::XmlError {
 enum Code {
     UnusableEntity = 1000,
     TooMuchExpansion,
-    /// The delegate wants no more of the document.
+    /// The delegate has stopped the document (`XmlReader::refuse`).
     RefusedByDelegate,
     TooDeep,
+    TooManyAttributes,
 };
 
 [[nodiscard]] inline QString domain() {

@@ -6,6 +6,7 @@
 #include <QTemporaryDir>
 
 #include <optional>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
 
@@ -22,6 +23,8 @@ private Q_SLOTS:
     void keepsOutOthersUntilItIsDestroyed();
     void waitsForARelease();
     void givesUpAfterTheTimeout();
+    void breaksTheLockOfAProcessKilledWhileLocking();
+    void keepsAnEmptyLockFileThatIsHeld();
     void doesNotWaitWhereNoLockFileCanBeMade_data();
     void doesNotWaitWhereNoLockFileCanBeMade();
 
@@ -63,6 +66,23 @@ void FileLockTest::givesUpAfterTheTimeout() {
     QVERIFY(!FileLock(path(), milliseconds(120)).isLocked());
     QVERIFY(clock.elapsed() >= 120);
     QVERIFY(held.isLocked());
+}
+
+// Such a process leaves an empty lock file.
+void FileLockTest::breaksTheLockOfAProcessKilledWhileLocking() {
+    QFile file(path());
+    QVERIFY(file.open(QFile::WriteOnly));
+    file.close();
+    QVERIFY(FileLock(path(), milliseconds(0)).isLocked());
+}
+
+void FileLockTest::keepsAnEmptyLockFileThatIsHeld() {
+    QFile file(path());
+    QVERIFY(file.open(QFile::ReadWrite));
+    QCOMPARE(::flock(file.handle(), LOCK_EX), 0);
+    QTest::qSleep(150);
+    QVERIFY(!FileLock(path(), milliseconds(0)).isLocked());
+    QVERIFY(file.exists());
 }
 
 void FileLockTest::doesNotWaitWhereNoLockFileCanBeMade_data() {

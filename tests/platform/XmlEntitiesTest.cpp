@@ -299,14 +299,15 @@ private Q_SLOTS:
         const Outcome outcome = read(withSubset(declaration, uses + "&e;&e;"));
         QCOMPARE(outcome.code, XmlError::TooMuchExpansion);
         QCOMPARE(outcome.text.size(), XmlLimits::maxExpansion);
-        // Entity references in attribute values count too, including default values in the DTD.
+        // Entity references in attribute values count towards the limit, too, including default
+        // values in the DTD.
         QCOMPARE(read(withSubset(declaration, "<b c='&e;'/>" + uses)).code, 0);
         QCOMPARE(read(withSubset(declaration, "<b c='&e;&e;'/>" + uses)).code,
                  XmlError::TooMuchExpansion);
         QCOMPARE(
             read(withSubset(declaration + "<!ATTLIST b c CDATA '&e;&e;'>", "<b/>" + uses)).code,
             XmlError::TooMuchExpansion);
-        // Predefined entities and character references do not count.
+        // Predefined entities and character references do not count towards the limit.
         QCOMPARE(read(withSubset(declaration, "&amp;&#65;<b c='&amp;&#65;'/>" + uses + "&e;")).code,
                  0);
     }
@@ -318,7 +319,7 @@ private Q_SLOTS:
                 withSubset(declaration, "<b c='" + QByteArray("&e;").repeated(uses) + "'>x</b>");
             const qint64 before = peakMemory();
             const Outcome outcome = read(document);
-            // Fully expanded, it would be 100 MB.
+            // Fully expanded, the longer attribute would take 100 MB.
             QVERIFY(peakMemory() - before < 60'000'000);
             QCOMPARE(outcome.code, XmlError::TooMuchExpansion);
             QCOMPARE(outcome.elements, " r");
@@ -410,9 +411,39 @@ private Q_SLOTS:
                      QStringLiteral("more than 200000 elements inside one another at line 1")),
                  qPrintable(outcome.description));
         QCOMPARE(outcome.text, QByteArray());
-        // Closed elements no longer count.
+        // Closed elements do not count towards the limit of open elements.
         QCOMPARE(
             read("<r>" + QByteArray("<a/>").repeated(XmlLimits::maxOpenElements) + "</r>").code, 0);
+    }
+
+    // Expat's time to read declarations grows with the square of their number, and each element
+    // gets all attributes that are declared for it.
+    void declaredAttributesAreLimited() {
+        const auto declared = [](int count) {
+            QByteArray list = "<!ATTLIST b";
+            for (int i = 0; i < count; ++i)
+                list += " a" + QByteArray::number(i) + " CDATA 'x'";
+            return list + '>';
+        };
+        constexpr int most = XmlLimits::maxDeclaredAttributes;
+        QCOMPARE(read(withSubset(declared(most), "<b/>x")).code, 0);
+        const Outcome outcome = read(withSubset(declared(most + 1), "<b/>x"));
+        QCOMPARE(outcome.code, XmlError::TooManyAttributes);
+        QCOMPARE(outcome.text, QByteArray());
+        // More than the limit, but not of declared ones.
+        const QByteArray specified = QByteArray("<b a0='y'/>").repeated(2'000'000);
+        QCOMPARE(read(withSubset(declared(1), specified + "x")).code, 0);
+    }
+
+    void attributesThatElementsHaveByDeclarationAreLimited() {
+        QByteArray list = "<!ATTLIST b";
+        for (int i = 0; i < 1000; ++i)
+            list += " a" + QByteArray::number(i) + " CDATA 'x'";
+        list += '>';
+        QCOMPARE(read(withSubset(list, QByteArray("<b/>").repeated(1000) + "x")).code, 0);
+        const Outcome outcome = read(withSubset(list, QByteArray("<b/>").repeated(1001) + "x"));
+        QCOMPARE(outcome.code, XmlError::TooManyAttributes);
+        QCOMPARE(outcome.text, QByteArray());
     }
 
     void aHugeEntityIsNeverExpanded() {
