@@ -1,6 +1,7 @@
 #include "NetworkRequest.h"
 
 #include "TransportError.h"
+#include "platform/LastResort.h"
 
 #include <QRunnable>
 
@@ -10,10 +11,10 @@ namespace pelorinnews {
 
 namespace {
 
-/// Carries an outcome to the queue's thread.
+/// Calls the completion of a request on a thread of its queue.
 ///
-/// The pool already synchronizes the hand-over. The mutex does it a second time, in a way that a
-/// race detector understands even if Qt is not built for it.
+/// The pool already synchronizes the two threads. The mutex repeats this for race detectors, which
+/// do not recognise the synchronization of a Qt that was built without them.
 class CompletionTask final : public QRunnable {
 public:
     CompletionTask(NetworkRequest completed, NetworkOutcome itsOutcome)
@@ -23,9 +24,12 @@ public:
 
     void run() override {
         { const std::lock_guard handOver(mutex()); }
-        if (_request.completion)
+        if (!_request.completion)
+            return;
+        lastResort([this] {
             _request.completion(_outcome.response, std::move(_outcome.data),
                                 std::move(_outcome.connectionError));
+        });
     }
 
 private:

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <new>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -131,12 +132,12 @@ void NetworkTransfer::prepare() {
     // A pending name lookup must not delay `NetworkThread::stop`.
     set(CURLOPT_QUICK_EXIT, 1L);
     set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(_idleTimeout.count()));
-    // One short GET in hours gains nothing from HTTP/2.
+    // HTTP/2 gains nothing for one short GET every few hours.
     set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     set(CURLOPT_PATH_AS_IS, 1L);
     set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-    // Enough to read in few steps, but small enough not to raise malloc's thresholds: freeing a
-    // bigger buffer makes malloc keep more of the heap from then on.
+    // A buffer of this size takes a reply in few steps, but is too small to raise malloc's
+    // thresholds: freeing a bigger buffer makes malloc keep more of the heap from then on.
     set(CURLOPT_BUFFERSIZE, 64L * 1024);
     // libcurl does not notice that a compressed body ends early; ContentDecoder does.
     set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
@@ -167,8 +168,8 @@ void NetworkTransfer::prepare() {
         set<const char *>(CURLOPT_CAINFO, nullptr);
         set<const char *>(CURLOPT_CAPATH, nullptr);
     } else if (folder) {
-        // Certificates in a folder are looked up one by one; the system's single file would be read
-        // as a whole.
+        // Use only the folder of certificates: single certificates are looked up in it, but the
+        // system's file with all certificates would be read as a whole.
         set<const char *>(CURLOPT_CAINFO, nullptr);
     }
     aim();
@@ -207,8 +208,13 @@ bool NetworkTransfer::takeBody(const char *bytes, std::size_t size) {
     if (_error || _head.isRedirect() || (!_decoder && !startBody()))
         return false;
     _received += static_cast<qint64>(size);
-    const auto result = _received > _settings.maxBody ? ContentDecoder::Result::TooLong
-                                                      : _decoder->add(bytes, size, _body);
+    auto result = ContentDecoder::Result::TooLong;
+    try {
+        if (_received <= _settings.maxBody)
+            result = _decoder->add(bytes, size, _body);
+    } catch (const std::bad_alloc &) {
+        return failMemory();
+    }
     switch (result) {
         case ContentDecoder::Result::Fine:
             return true;
@@ -235,7 +241,11 @@ bool NetworkTransfer::startBody() {
     if (length > _settings.maxBody)
         return failTooLong();
     _decoder = std::make_unique<ContentDecoder>(*coding, _settings.maxBody);
-    _body.reserve(static_cast<qsizetype>(std::min(length, _settings.maxBody)));
+    try {
+        _body.reserve(static_cast<qsizetype>(std::min(length, _settings.maxBody)));
+    } catch (const std::bad_alloc &) {
+        return failMemory();
+    }
     return true;
 }
 
@@ -248,6 +258,11 @@ bool NetworkTransfer::fail(TransportError code, const QString &text) {
 bool NetworkTransfer::failTooLong() {
     return fail(TransportError::TooLong,
                 QStringLiteral("The body is longer than %1 bytes").arg(_settings.maxBody));
+}
+
+bool NetworkTransfer::failMemory() {
+    _body = QByteArray("");
+    return fail(TransportError::Other, QStringLiteral("Not enough memory for the body"));
 }
 
 bool NetworkTransfer::postponesDeadline() {

@@ -75,6 +75,7 @@ private:
     /// Records the first error; always returns false.
     bool fail(TransportError code, const QString &text);
     bool failTooLong();
+    bool failMemory();
     void followRedirect();
     void checkWhole(CURLcode result);
     void complete();

@@ -10,8 +10,11 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTest>
 
+#include <atomic>
+#include <new>
 #include <thread>
 
 using namespace pelorinnews;
@@ -65,6 +68,7 @@ class NetworkUrlLoaderLifetimeTest : public QObject {
 
 private Q_SLOTS:
     void aRequestWithoutAnApplicationEndsWithAnError();
+    void aCompletionWithoutMemoryEndsNoThread();
     void aLoaderMadeBeforeTheApplicationWorks();
     void theSharedLoaderEndsWithTheApplicationAndComesAgain();
     void aProcessThatExitsInTheMiddleOfADownloadEndsCleanly();
@@ -78,6 +82,22 @@ void NetworkUrlLoaderLifetimeTest::aRequestWithoutAnApplicationEndsWithAnError()
     LoadedAddress loaded(loader, QUrl(QStringLiteral("http://127.0.0.1:1/")), &queue, 10s);
     QVERIFY(loaded.wait());
     QCOMPARE(loaded.connectionError().value_or(Error()).code, int(TransportError::Cancelled));
+}
+
+void NetworkUrlLoaderLifetimeTest::aCompletionWithoutMemoryEndsNoThread() {
+    QThreadPool queue;
+    NetworkUrlLoader loader;
+    const QUrl url(QStringLiteral("http://127.0.0.1:1/"));
+    std::atomic<bool> called = false;
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("ended early")));
+    loader.sendAsynchronousRequest(url, 10s, &queue, [&called](auto...) {
+        called = true;
+        throw std::bad_alloc();
+    });
+    QVERIFY(queue.waitForDone(testPatience));
+    QVERIFY(called);
+    LoadedAddress loaded(loader, url, &queue, 10s);
+    QVERIFY(loaded.wait());
 }
 
 void NetworkUrlLoaderLifetimeTest::aLoaderMadeBeforeTheApplicationWorks() {

@@ -12,7 +12,7 @@ struct ServerAnswer {
     enum class Outcome {
         Whole,          ///< Status and body arrive.
         Error,          ///< A connection error, and no body.
-        Timeout,        ///< Like `Error`: the idle timeout has expired.
+        Timeout,        ///< A connection error because the idle timeout expired, and no body.
         StatusAndError  ///< The status arrives, and a connection error.
     };
     /// One bit for each channel; unscoped, so that `|` combines them.
