@@ -66,14 +66,21 @@ void FileIndexQuery::start() {
     }
     auto *watcher = new QDBusServiceWatcher(this);
     watcher->setConnection(_bus);
-    for (const QString &service : services()) {
+    for (const QString &service : services())
         watcher->addWatchedService(service);
-        _bus.connect(service, endpointPath, endpointInterface, QStringLiteral("GraphUpdated"), this,
-                     SLOT(filesChanged()));
-    }
+    // No sender in the match rule: Qt would block on the bus to resolve its name, and Qt 6.4 ends
+    // the process if the bus has gone by then. The slot checks the sender.
+    _bus.connect(QString(), endpointPath, endpointInterface, QStringLiteral("GraphUpdated"), this,
+                 SLOT(graphUpdated(QDBusMessage)));
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             &FileIndexQuery::filesChanged);
     ask();
+}
+
+void FileIndexQuery::graphUpdated(const QDBusMessage &signal) {
+    // Other programs have endpoints of their own at the same path.
+    if (_indexOwner.isEmpty() || signal.service() == _indexOwner)
+        filesChanged();
 }
 
 void FileIndexQuery::filesChanged() {
@@ -130,6 +137,7 @@ void FileIndexQuery::askService(qsizetype number) {
 }
 
 void FileIndexQuery::replied(qsizetype service, const QDBusPendingCallWatcher &call) {
+    _indexOwner = call.isError() ? QString() : call.reply().service();
     if (call.isError() && _isAsking)
         askService(service + 1);
 }

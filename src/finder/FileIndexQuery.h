@@ -7,12 +7,14 @@
 #include <QDBusConnection>
 #include <QElapsedTimer>
 #include <QObject>
+#include <QString>
 #include <QTimer>
 
 #include <functional>
 #include <memory>
 #include <vector>
 
+class QDBusMessage;
 class QDBusPendingCallWatcher;
 class QSocketNotifier;
 
@@ -56,6 +58,7 @@ private:
     void readRows();
     void finish(const std::vector<QByteArray> &paths);
     Q_SLOT void filesChanged();
+    Q_SLOT void graphUpdated(const QDBusMessage &signal);
 
     FileNamePattern _pattern;
     Answer _answer;
@@ -64,6 +67,8 @@ private:
     QTimer _timeoutTimer;
     QTimer _debounceTimer;
     QElapsedTimer _lastAsked;
+    /// The unique name of the index that replied last; empty if none did.
+    QString _indexOwner;
     bool _isAsking = false;
     quint64 _queryGeneration = 0;
     bool _mustAskAgain = false;

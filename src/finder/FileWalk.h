@@ -53,8 +53,8 @@ private:
 
     EntryPattern _pattern;
     QByteArray _top;                  // root folder of the current run, with a slash at its end
-    FileDescriptor _topFolder;        // of the current run
-    quint64 _topDevice = 0;           // of the current run
+    FileDescriptor _topFolder;        // the folder `_top`
+    quint64 _topDevice = 0;           // device number of `_top`
     std::vector<QByteArray> _unread;  // folders still to read, relative to `_top`
     std::vector<char> _buffer;
     std::vector<QByteArray> _found;

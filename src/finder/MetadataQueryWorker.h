@@ -91,7 +91,7 @@ private:
     bool _hasGathered = false;
 
     FolderWatch _watch;
-    std::map<QByteArray, int> _levels;  // of folders with watched entries; see `maxLevel`
+    std::map<QByteArray, int> _levels;  // level of each folder whose entries are watched
     FileDescriptor _mountInfo;
     FileIndexQuery _index;
     std::shared_ptr<BackgroundTask> _walkTask;

@@ -13,8 +13,8 @@ namespace pelorinnews {
 
 namespace {
 
-/// Undoes the kernel's escapes: it writes space, tab, line feed and backslash as a backslash and
-/// three octal digits.
+/// Undoes the escapes of the kernel, which writes space, tab, line feed and backslash as a
+/// backslash and three octal digits.
 QByteArray unescaped(const QByteArray &field) {
     QByteArray text;
     text.reserve(field.size());
@@ -41,7 +41,7 @@ bool isInKernelsFolders(const QByteArray &path) {
 /// have 0, and so do a few types that store files on this computer.
 bool keepsLocalFiles(const MountTable::Mount &mount) {
     if (mount.type == "overlay")
-        return mount.mountPoint == "/";  // elsewhere, an overlay belongs to a container
+        return mount.mountPoint == "/";  // other overlays belong to containers
     if (mount.type == "tmpfs" || mount.type == "ramfs")
         return !isInKernelsFolders(mount.mountPoint);
     if (mount.type == "btrfs" || mount.type == "zfs" || mount.type == "bcachefs" ||

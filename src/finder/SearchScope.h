@@ -15,9 +15,10 @@ namespace pelorinnews {
 /// of given folders.
 ///
 /// Covers the file system of the home folder and of each given folder, local or remote, and every
-/// local file system mounted below it. If a mount shows other folders in another form
-/// (`MountTable::Mount::layers`), only the mount is searched, and not those folders. A plain value.
-/// Its calls read the disk: do not make them on the main thread.
+/// local file system mounted below it. Where a mount shows the contents of other folders, as an
+/// overlay or an encrypting file system does (`MountTable::Mount::layers`), only the mount is
+/// searched, and those folders are not. A plain value. Its calls read the disk: do not make them on
+/// the main thread.
 class SearchScope {
 public:
     /// A special entry for a list of scopes: every local file system and the home folder.
@@ -54,7 +55,9 @@ private:
     bool _isLocalComputer = false;
     QByteArray _home;  // no symbolic links; empty if it is not to be searched
     MountTable _mounts;
-    std::vector<QByteArray> _shownElsewhere;  // folders searched only where a mount shows them
+    /// Folders whose content a mount shows, too (`MountTable::Mount::layers`). The mount is
+    /// searched instead.
+    std::vector<QByteArray> _shownElsewhere;
 };
 
 }  // namespace pelorinnews
