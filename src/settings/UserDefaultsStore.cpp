@@ -2,6 +2,8 @@
 
 #include "PreferenceValue.h"
 #include "SettingsBackup.h"
+#include "platform/FileDescriptor.h"
+#include "platform/FileLock.h"
 #include "platform/FileReplacement.h"
 #include "platform/RegularFile.h"
 
@@ -11,9 +13,12 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QList>
+#include <QSet>
 #include <QThread>
 
+#include <fcntl.h>
 #include <memory>
+#include <sys/stat.h>
 #include <utility>
 
 namespace pelorinnews {
@@ -26,6 +31,64 @@ QString usablePath(const QString &path) {
     return RegularFile::isRegularOrAbsent(path) ? path : QStringLiteral("/dev/null") + path;
 }
 
+/// The names of the keys in the settings file at `path`, as its lines spell them; empty if it
+/// cannot be read.
+QSet<QString> keysInFile(const QString &path) {
+    Error unused;
+    const QByteArray bytes =
+        RegularFile::contents(path, SettingsBackup::maxFileBytes, &unused).value_or(QByteArray());
+    QSet<QString> keys;
+    QString section;
+    const QList<QByteArray> lines = bytes.split('\n');
+    for (const QByteArray &line : lines) {
+        const QString text = QString::fromUtf8(line).trimmed();
+        if (text.startsWith(QLatin1Char('[')) && text.endsWith(QLatin1Char(']')))
+            section = text == QLatin1String("[General]") ? QString()
+                                                         : text.mid(1, text.size() - 2) + u'/';
+        else if (const qsizetype end = text.indexOf(QLatin1Char('=')); end > 0)
+            keys.insert(section + text.left(end).trimmed());
+    }
+    return keys;
+}
+
+/// What tells the versions of the file at `path` apart; a default one if there is no file.
+FileStamp stampOf(const QString &path) {
+    struct stat status {};
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        return {};
+    FileStamp stamp = FileStamp::of(status);
+    // A hard link, as each backup makes one, changes this time, but not the contents.
+    stamp.changed = 0;
+    return stamp;
+}
+
+/// Whether QSettings takes one version of the file for the other: it compares only the size, and
+/// the time in milliseconds.
+bool areTakenForOne(const FileStamp &one, const FileStamp &other) {
+    constexpr qint64 millisecond = 1'000'000;
+    return one != other && one.size == other.size &&
+           one.modified / millisecond == other.modified / millisecond;
+}
+
+/// Makes the file at `path` a millisecond younger, so that QSettings reads it again. A no-op for
+/// another user's file.
+void touch(const QString &path) {
+    const FileDescriptor file(
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat status {};
+    if (!file.isValid() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return;
+    constexpr long millisecond = 1'000'000;
+    constexpr long second = 1000 * millisecond;
+    struct timespec times[2] = {{0, UTIME_OMIT}, status.st_mtim};
+    times[1].tv_nsec += millisecond;
+    if (times[1].tv_nsec >= second) {
+        ++times[1].tv_sec;
+        times[1].tv_nsec -= second;
+    }
+    ::futimens(file.get(), times);
+}
+
 /// Estimated size of a text in the file, in bytes.
 qint64 roomFor(const QString &text) {
     constexpr qint64 atLeast = 64;
@@ -35,14 +98,27 @@ qint64 roomFor(const QString &text) {
 }  // namespace
 
 UserDefaultsStore::UserDefaultsStore(const QString &path)
-    : QSettings(usablePath(path), QSettings::IniFormat) {
+    : UserDefaultsStore(usablePath(path), stampOf(usablePath(path))) {}
+
+UserDefaultsStore::UserDefaultsStore(const QString &path, const FileStamp &stampBefore)
+    : QSettings(path, QSettings::IniFormat), _stampRead(stampBefore) {
     if (const QCoreApplication *application = QCoreApplication::instance())
         moveToThread(application->thread());
+    const auto isUnread = [this] {
+        const QSet<QString> stored = keysInFile(fileName());
+        const QStringList read = allKeys();
+        return read.size() < stored.size() && status() != QSettings::FormatError &&
+               !stored.intersects(QSet<QString>(read.begin(), read.end()));
+    };
+    if (stampOf(path) == stampBefore && !isUnread())
+        return;
+    readAgain();
+    _isUnread = isUnread();
 }
 
 void UserDefaultsStore::release(UserDefaultsStore *store) {
-    // Another thread may drop the last reference while the main thread is inside this object's
-    // `event`.
+    // If another thread drops the last reference, the main thread may be inside this object's
+    // `event`: let the object's own thread delete it.
     if (store->thread() == QThread::currentThread())
         flushAndDelete(store);
     else
@@ -97,8 +173,8 @@ bool UserDefaultsStore::flush() {
 }
 
 bool UserDefaultsStore::event(QEvent *event) {
-    // Lock only for the event that writes: another event may be the queued `end`, which takes the
-    // lock itself and deletes this object.
+    // Lock only for the event that writes: another event may be the queued call of
+    // `flushAndDelete`, which takes the lock itself and deletes this object.
     if (event->type() != QEvent::UpdateRequest)
         return QSettings::event(event);
     const std::lock_guard lock(_mutex);
@@ -111,10 +187,13 @@ bool UserDefaultsStore::event(QEvent *event) {
 /// Writes pending values and reads changes by other processes. False if something stays unwritten.
 bool UserDefaultsStore::writeOut() {
     const bool isChanged = _unwritten > 0;
+    if (_isUnread)
+        return !isChanged;
     // If the file, or its lock file, is a pipe, QSettings would block on opening it.
     if (!RegularFile::isRegularOrAbsent(fileName()) ||
         !RegularFile::isRegularOrAbsent(fileName() + QStringLiteral(".lock")))
         return !isChanged;
+    FileLock::removeAbandoned(fileName() + QStringLiteral(".lock"));
     if (isChanged)
         QDir().mkpath(QFileInfo(fileName()).path());
     // Back up even without changes of our own: `sync` also writes what the host's own QSettings has
@@ -122,17 +201,39 @@ bool UserDefaultsStore::writeOut() {
     SettingsBackup backup(fileName());
     if (isChanged && !(backup.isKept() && backup.hasRoomFor(_unwritten) && keepDamagedFile()))
         return false;
+    if (areTakenForOne(stampOf(fileName()), _stampRead))
+        touch(fileName());
+    const FileStamp before = stampOf(fileName());
     sync();
+    _stampRead = stampOf(fileName());
     const QVariantMap wanted = everything();
     const auto outcome = backup.check(wanted.size());
     if (outcome == SettingsBackup::Outcome::Restored)
         reapply(wanted);
-    if (outcome == SettingsBackup::Outcome::Whole)
+    if (outcome == SettingsBackup::Outcome::Whole) {
         _unwritten = 0;
-    // After a restore, report failure even if only values of the host's own QSettings are not in
-    // the file: `reapply` has set them in this object, too, and its destructor would write them
-    // without a backup.
+        // While QSettings writes, it holds its lock, so that no other process changes the file.
+        if (_stampRead != before && !isChanged)
+            readAgain();
+    }
+    // After a restore, report failure even if only values of the host's own QSettings are missing
+    // from the file: `reapply` has also set them in this object, whose destructor would write them
+    // without a backup. (`release` leaks an object that reports failure.)
     return outcome != SettingsBackup::Outcome::Restored && _unwritten == 0;
+}
+
+/// For use after a read during which another process wrote the file. QSettings looks up the file's
+/// time after it has read it, so it may take the earlier version for the present one.
+void UserDefaultsStore::readAgain() {
+    constexpr int maxReads = 5;
+    for (int count = 0; count < maxReads; ++count) {
+        touch(fileName());
+        const FileStamp before = stampOf(fileName());
+        sync();
+        _stampRead = stampOf(fileName());
+        if (_stampRead == before)
+            return;
+    }
 }
 
 QVariantMap UserDefaultsStore::everything() const {

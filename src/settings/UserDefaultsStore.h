@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/FileStamp.h"
+
 #include <QSettings>
 #include <QString>
 #include <QVariant>
@@ -40,8 +42,10 @@ protected:
     bool event(QEvent *event) override;
 
 private:
+    UserDefaultsStore(const QString &path, const FileStamp &stampBefore);
     static void flushAndDelete(UserDefaultsStore *store);
     bool writeOut();
+    void readAgain();
     [[nodiscard]] QVariantMap everything() const;
     void reapply(const QVariantMap &wanted);
     bool keepDamagedFile();
@@ -50,6 +54,11 @@ private:
     mutable std::mutex _mutex;
     QVariantMap _defaults;
     bool _damageLookedFor = false;
+    /// Of the version of the file that QSettings has read or written.
+    FileStamp _stampRead;
+    /// QSettings could not read the file, and takes it for empty without reporting an error. What
+    /// it writes then would lack every earlier key, so this object never writes.
+    bool _isUnread = false;
     /// Estimated size in bytes of the values that were set and may not be in the file yet.
     qint64 _unwritten = 0;
     /// The last write failed; the next change retries.
