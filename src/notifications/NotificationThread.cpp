@@ -78,6 +78,12 @@ void NotificationThread::launch() {
     QObject::connect(_thread.get(), &QThread::started, _worker, begin);
     QObject::connect(_thread.get(), &QThread::finished, _worker, &QObject::deleteLater);
     _thread->start();
+    if (_thread->isRunning())
+        return;
+    // The system has no thread left. The next request tries again.
+    delete std::exchange(_worker, nullptr);
+    _thread.reset();
+    _state = State::Idle;
 }
 
 bool NotificationThread::isRunning() const {

@@ -11,6 +11,7 @@
 #include <QTimer>
 
 #include <memory>
+#include <sys/resource.h>
 
 namespace pelorinnews::test {
 
@@ -23,6 +24,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
+    void triesAgainWhereNoThreadCouldBeStarted();
     void endsAlsoWhereItHadNotBegun();
     void theEndReleasesWhoeverWaits();
     void theWorkerDisconnectsWhenItStops();
@@ -67,6 +69,27 @@ void NotificationThreadTest::cleanup() {
     _server.reset();
     _bus.reset();
     _home.reset();
+}
+
+/// The first test: a thread that has ended would leave its stack to the next.
+void NotificationThreadTest::triesAgainWhereNoThreadCouldBeStarted() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__clang__)
+    QSKIP("sanitizers need more address space than this test allows");
+#endif
+    const auto thread = newThread();
+    deliver();
+    rlimit before{};
+    QCOMPARE(::getrlimit(RLIMIT_AS, &before), 0);
+    // Less than what the process already uses, so that there is no room for a stack.
+    const rlimit little{1, before.rlim_max};
+    QCOMPARE(::setrlimit(RLIMIT_AS, &little), 0);
+    thread->wake();
+    const bool isRunning = thread->isRunning();
+    QCOMPARE(::setrlimit(RLIMIT_AS, &before), 0);
+    QVERIFY(!isRunning);
+    thread->wake();
+    QTRY_COMPARE(_server->deliveries.size(), 1U);
+    thread->stop(plenty);
 }
 
 /// Whether the thread has begun when it is stopped is a race, so try several times.
@@ -116,7 +139,7 @@ void NotificationThreadTest::triesTenTimesMoreToSaveForEachRequest() {
     const auto worker = newWorker();
     auto *timer = worker->findChild<QTimer *>();
     QVERIFY(timer);
-    // Not one after another without a pause.
+    // The worker pauses between its retries.
     QVERIFY(timer->intervalAsDuration() >= std::chrono::seconds(1));
     timer->setInterval(0);
     int retries = 0;

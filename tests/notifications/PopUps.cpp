@@ -1,26 +1,43 @@
 #include "PopUps.h"
 
 #include <QProcess>
+#include <QTest>
+
+#include <optional>
 
 namespace pelorinnews::test::PopUps {
 
 namespace {
 
-QStringList lines(const QStringList &arguments) {
+// The lines that xdotool prints; nothing if it fails because a window was destroyed while xdotool
+// looked at it.
+std::optional<QStringList> tryLines(const QStringList &arguments) {
     QProcess process;
-    // xdotool complains about windows that were closed in the meantime.
-    process.setStandardErrorFile(QProcess::nullDevice());
     process.start(QStringLiteral("xdotool"), arguments);
     process.waitForFinished(testPatience);
+    if (process.readAllStandardError().contains("X Error of failed request"))
+        return std::nullopt;
     return QString::fromUtf8(process.readAllStandardOutput())
         .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+QStringList lines(const QStringList &arguments) {
+    return tryLines(arguments).value_or(QStringList());
 }
 
 }  // namespace
 
 QStringList ofClass(const QString &windowClass) {
-    return lines({QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                  QStringLiteral("--class"), windowClass});
+    // A search looks at all windows, so one of another class may make it fail.
+    std::optional<QStringList> found;
+    const auto search = [&] {
+        found = tryLines({QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                          QStringLiteral("--class"), windowClass});
+        return found.has_value();
+    };
+    if (!QTest::qWaitFor(search, testPatience))
+        return {};
+    return *found;
 }
 
 QStringList active() {
