@@ -4,12 +4,16 @@
 #include "OlvNewsParser.h"
 #include "logging/LogMessage.h"
 #include "logging/LogVocabulary.h"
+#include "platform/FileError.h"
 #include "platform/HostBundle.h"
 
 #include <QFile>
+#include <QScopeGuard>
 #include <QStandardPaths>
 
+#include <cerrno>
 #include <filesystem>
+#include <new>
 #include <system_error>
 
 namespace pelorinnews {
@@ -20,6 +24,17 @@ enum class ErrorCode { NoBaseAddress = -2, NoRequest = -3 };
 
 Error cacheError(ErrorCode code) {
     return {FeedDownload::errorDomain(), static_cast<int>(code), {}};
+}
+
+/// Runs `work`, which may return an error, and returns the error of a failed allocation as well: a
+/// big feed takes tens of megabytes.
+template <class Work>
+std::optional<Error> withinMemory(Work work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc &) {
+        return FileError::fromSystem(QFileDevice::ResourceError, ENOMEM);
+    }
 }
 
 Error systemError(const std::error_code &code) {
@@ -69,16 +84,16 @@ void OlvNewsCache::didFinishLoading(const std::optional<UrlResponse> &response,
                                     const RefreshCompletion &completion) {
     if (_downloadOperationQueue->isStopped())
         return;
+    const auto retrieved = qScopeGuard([this] { _retrievingContent = false; });
     std::optional<Error> error = FeedDownload::downloadError(response, data, connectionError);
     if (!error)
-        error = takeFeed(*data);
+        error = withinMemory([&] { return takeFeed(*data); });
 
     data.reset();
     if (error)
         restoreLocalCache();
     if (completion && !_downloadOperationQueue->isStopped())
         completion(error);
-    _retrievingContent = false;
 }
 
 std::optional<Error> OlvNewsCache::takeFeed(const QByteArray &body) {
@@ -118,16 +133,18 @@ bool OlvNewsCache::isCached(const FeedFingerprint &fingerprint) {
 }
 
 void OlvNewsCache::restoreLocalCache() {
-    Error readError;
-    const auto text = LocalCacheFile(_localCacheFileName.get()).read(&readError);
-    if (!text) {
-        logMessage(LogLevelError, LogVocabulary::readingLocalCacheFailed, readError);
-        return;
-    }
-    Error parseError;
-    parseFeed(*text, &parseError);
-    if (!feedItems())
-        logMessage(LogLevelError, LogVocabulary::parsingLocalCacheFailed, parseError);
+    const auto restore = [this]() -> std::optional<Error> {
+        Error error;
+        const auto text = LocalCacheFile(_localCacheFileName.get()).read(&error);
+        if (!text)
+            return error;
+        parseFeed(*text, &error);
+        if (!feedItems())
+            logMessage(LogLevelError, LogVocabulary::parsingLocalCacheFailed, error);
+        return std::nullopt;
+    };
+    if (const auto readError = withinMemory(restore))
+        logMessage(LogLevelError, LogVocabulary::readingLocalCacheFailed, *readError);
 }
 
 bool OlvNewsCache::parseFeed(const QString &text, Error *error) {
