@@ -3,10 +3,12 @@
 #include <QGuiApplication>
 #include <QList>
 #include <QPalette>
+#include <QPixmap>
 #include <QSet>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
+#include <QUrl>
 
 #include <algorithm>
 #include <array>
@@ -32,15 +34,16 @@ bool isEnlarged(const QTextCharFormat &format) {
     return format.hasProperty(QTextFormat::FontSizeAdjustment);
 }
 
-/// The size that `format` states: a size in pixels as it is, a size in points negated.
+/// The font size in `format`, so encoded that sizes in different units differ: positive in pixels,
+/// negative in points.
 double statedSize(const QTextCharFormat &format) {
     return format.hasProperty(QTextFormat::FontPixelSize)
                ? format.intProperty(QTextFormat::FontPixelSize)
                : -format.fontPointSize();
 }
 
-/// Multiplies the size that `format` states by the factor for its `FontSizeAdjustment`: -2 to 4,
-/// for HTML's sizes 1 to 7.
+/// Applies the `FontSizeAdjustment` of `format` (-2 to 4, for the sizes 1 to 7 of HTML) to its font
+/// size.
 void enlarge(QTextCharFormat &format) {
     static constexpr std::array<double, 7> factors{0.7, 0.8, 1.0, 1.2, 1.5, 2.0, 2.4};
     const int step = format.intProperty(QTextFormat::FontSizeAdjustment);
@@ -75,13 +78,37 @@ bool showsPicture(const QTextBlock &block) {
     return false;
 }
 
+/// Sets the new formats. Formatting does not move text, so the positions of later runs stay valid.
+void apply(const QList<Run> &runs, QTextCursor &cursor) {
+    for (const Run &run : runs) {
+        cursor.setPosition(run.position);
+        cursor.setPosition(run.position + run.length, QTextCursor::KeepAnchor);
+        cursor.setCharFormat(run.format);
+    }
+}
+
+void enlargePicture(const QTextDocument &document, QTextCharFormat &format, double factor) {
+    QTextImageFormat picture = format.toImageFormat();
+    if (picture.width() <= 0 && picture.height() <= 0) {
+        const QUrl name(picture.name());
+        const auto image = document.resource(QTextDocument::ImageResource, name).value<QPixmap>();
+        picture.setWidth(image.width());
+        picture.setHeight(image.height());
+    }
+    if (picture.width() > 0)
+        picture.setWidth(picture.width() * factor);
+    if (picture.height() > 0)
+        picture.setHeight(picture.height() * factor);
+    format = picture;
+}
+
 }  // namespace
 
 void repairHtmlDocument(QTextDocument &document, const std::vector<PageListItem> &items) {
-    // A heading's format has a size and an enlargement, but does not tell whether the size was set
-    // for the heading or for the whole page. If text outside headings has the same size, it counts
-    // as the page's, and the heading is enlarged from it. Any other size counts as the heading's
-    // own.
+    // A heading's format has a font size and a size adjustment, but does not tell whether a style
+    // set the size for the heading or for the whole page. If text outside headings has the same
+    // size, assume that it is the size of the whole page, and apply the heading's adjustment to it.
+    // Otherwise assume that the style set the final size of the heading.
     const QSet<double> ordinary = ordinarySizes(document);
     const QBrush desktopsLink = QGuiApplication::palette().link();
     QList<Run> runs;
@@ -109,14 +136,9 @@ void repairHtmlDocument(QTextDocument &document, const std::vector<PageListItem>
                 runs.append({each.fragment().position(), each.fragment().length(), format});
         }
     }
-    // Changing a format does not move text, so the positions stay valid.
     QTextCursor cursor(&document);
     cursor.beginEditBlock();
-    for (const Run &run : std::as_const(runs)) {
-        cursor.setPosition(run.position);
-        cursor.setPosition(run.position + run.length, QTextCursor::KeepAnchor);
-        cursor.setCharFormat(run.format);
-    }
+    apply(runs, cursor);
     for (const int position : std::as_const(pictures)) {
         cursor.setPosition(position);
         QTextBlockFormat single;
@@ -130,6 +152,33 @@ void repairHtmlDocument(QTextDocument &document, const std::vector<PageListItem>
             std::max<double>(PageLists::margin, cursor.blockFormat().bottomMargin()));
         cursor.mergeBlockFormat(apart);
     }
+    cursor.endEditBlock();
+}
+
+void enlargeDocument(QTextDocument &document, int percent) {
+    if (percent == 100)
+        return;
+    const double factor = percent / 100.0;
+    QList<Run> runs;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        for (auto each = block.begin(); !each.atEnd(); ++each) {
+            const QTextCharFormat given = each.fragment().charFormat();
+            QTextCharFormat format = given;
+            if (format.hasProperty(QTextFormat::FontPixelSize))
+                format.setProperty(
+                    QTextFormat::FontPixelSize,
+                    std::max(1, qRound(format.intProperty(QTextFormat::FontPixelSize) * factor)));
+            else if (isSized(format))
+                format.setFontPointSize(format.fontPointSize() * factor);
+            if (format.isImageFormat())
+                enlargePicture(document, format, factor);
+            if (format != given)
+                runs.append({each.fragment().position(), each.fragment().length(), format});
+        }
+    }
+    QTextCursor cursor(&document);
+    cursor.beginEditBlock();
+    apply(runs, cursor);
     cursor.endEditBlock();
 }
 

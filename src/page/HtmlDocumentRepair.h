@@ -21,4 +21,8 @@ namespace pelorinnews {
 /// the two. Main thread only.
 void repairHtmlDocument(QTextDocument &document, const std::vector<PageListItem> &items = {});
 
+/// Scales pictures, and text with an explicit font size, to `percent` per cent. Other text follows
+/// the document's default font and is not changed here. Main thread only.
+void enlargeDocument(QTextDocument &document, int percent);
+
 }  // namespace pelorinnews
