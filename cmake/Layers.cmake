@@ -45,12 +45,12 @@ pelorin_room(finder        SHOWS platform)
 pelorin_room(feed          SHOWS network platform   USES logging)
 pelorin_room(page                                                                         GUI)
 pelorin_room(richtext      SHOWS page                                                     GUI)
-pelorin_room(rendering     SHOWS page               USES platform                         WIDGETS)
+pelorin_room(rendering     SHOWS page pageprotocol  USES platform                         WIDGETS)
 pelorin_room(window        SHOWS feed finder platform rendering settings
                            USES logging notifications page richtext                       WIDGETS)
-# The plug-ins.
+# The plug-in and the page process.
 pelorin_room(entry                                  USES notifications platform window    WIDGETS)
-pelorin_room(web           SHOWS rendering          USES page platform                    ENGINE)
+pelorin_room(page-process  SHOWS pageprotocol       USES page platform                    ENGINE)
 
 # pelorin_link(<target> <room> [LINKS <target>...] [PRIVATE_LINKS <target>...])
 #

@@ -13,15 +13,11 @@
 #include <QTimer>
 #include <QUrl>
 
-#include <algorithm>
 #include <cstdio>
-#include <string_view>
 
 using namespace pelorinnews;
 
 namespace {
-
-constexpr std::string_view withoutGlSharing = "--without-gl-sharing";
 
 void complain(const QString &text) {
     std::fprintf(stderr, "pelorin: %s\n", qUtf8Printable(text));
@@ -59,13 +55,6 @@ QString feedAddress(const QString &addressOrFile) {
 }  // namespace
 
 int main(int argc, char *argv[]) {
-    // The panel's web renderer draws with GL in a context shared by the whole process. The
-    // attribute must be set before the application object exists.
-    const bool sharesGl = std::none_of(argv + 1, argv + argc, [](std::string_view argument) {
-        return argument == withoutGlSharing;
-    });
-    QApplication::setAttribute(Qt::AA_ShareOpenGLContexts, sharesGl);
-
     const QApplication application(argc, argv);
     // The names of organization and application determine the preferences file,
     // Olvane/Pelorin.conf. The panel uses this file as well.
@@ -93,13 +82,10 @@ int main(int argc, char *argv[]) {
         QStringLiteral("Trust the certificate authority in <file> (PEM), in addition to the "
                        "system's."),
         QStringLiteral("file"));
-    const QCommandLineOption noSharing(
-        QString::fromLatin1(withoutGlSharing.substr(2)),
-        QStringLiteral("Do not share GL contexts, to try the panel in a host that does not."));
     const QCommandLineOption dark(
         QStringLiteral("dark"),
         QStringLiteral("Use dark colours, to try the panel in a host that has them."));
-    options.addOptions({show, module, feed, authority, noSharing, dark});
+    options.addOptions({show, module, feed, authority, dark});
     options.process(application);
 
     if (options.isSet(authority) && !trust(options.value(authority))) {

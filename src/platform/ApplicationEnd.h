@@ -13,8 +13,6 @@ namespace ApplicationEnd {
 enum class Phase {
     /// Windows, then controllers that are released but not deleted yet. They use everything below.
     Windows,
-    /// OpenGL contexts that windows share.
-    Graphics,
     Notifications,
     /// Downloads, before `Queues`: each ends with a completion on a queue.
     Downloads,
@@ -35,7 +33,7 @@ using Action = void (*)();
 ///
 /// An action may add others; the earliest phase that has actions always runs next. Adding an action
 /// of the phase `Windows` makes all phases run before the post routines that are registered so far,
-/// such as those of a window's renderer.
+/// such as those of libraries that a window has loaded.
 void add(Phase phase, Action action);
 
 }  // namespace ApplicationEnd

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "pageprotocol/NavigationType.h"
+
 #include <QString>
 #include <QUrl>
 
@@ -7,19 +9,14 @@ class QWidget;
 
 namespace pelorinnews {
 
-/// The reason for a navigation. Policy delegates rely on these numbers.
-enum class NavigationType : int {
-    LinkClicked = 0,
-    FormSubmitted = 1,
-    BackForward = 2,
-    Reload = 3,
-    FormResubmitted = 4,
-    Other = 5,
-};
+/// The kind of a page decides its colours: an item is black on white unless it specifies others, a
+/// status is shown in the desktop's colours.
+enum class PageKind { Item, Status };
 
 enum class NavigationDecision { Use, Ignore };
 
-/// Decides about every navigation of a renderer.
+/// Is told of every navigation of a renderer. The renderers follow a fixed rule, whatever the
+/// answer: a clicked link is ignored, everything else is used.
 class NavigationPolicyDelegate {
 public:
     virtual ~NavigationPolicyDelegate() = default;
@@ -54,13 +51,16 @@ public:
 
     /// Replaces the current page by `html`, which may have any size; null or empty gives an empty
     /// page.
-    virtual void loadHtmlString(const QString &html) = 0;
+    virtual void loadHtmlString(const QString &html, PageKind kind) = 0;
 
     /// Sets the font of text for which the page specifies none.
     virtual void setStandardFontFamily(const QString &family) = 0;
 
+    /// Enlarges pages, present and later ones, to `percent` per cent of their size.
+    virtual void setZoom(int percent) = 0;
+
     /// Does not take ownership: `delegate` must outlive the renderer or be replaced by null before
-    /// it is destroyed. Without a delegate every navigation is refused.
+    /// it is destroyed. Null is allowed.
     virtual void setPolicyDelegate(NavigationPolicyDelegate *delegate) = 0;
 
 protected:

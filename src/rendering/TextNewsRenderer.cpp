@@ -1,11 +1,14 @@
 #include "TextNewsRenderer.h"
 
+#include "PlainToolTip.h"
+#include "StandardFont.h"
 #include "page/BareHttpLinks.h"
 #include "page/BoundedHtml.h"
 #include "page/HtmlDocumentRepair.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QFrame>
+#include <QHelpEvent>
 #include <QImage>
 #include <QMouseEvent>
 #include <QPaintEvent>
@@ -15,6 +18,7 @@
 #include <QTextCursor>
 #include <QTextFrame>
 #include <QTextLayout>
+#include <QToolTip>
 
 #include <utility>
 #include <vector>
@@ -23,8 +27,7 @@ namespace pelorinnews {
 
 namespace {
 
-// The defaults of browsers, for pages that specify nothing else.
-constexpr int standardFontPixels = 16;
+// The default of browsers, for pages that specify nothing else.
 constexpr qreal pageMargin = 8;
 
 /// Puts the `alt` text in the place of each image that cannot be shown. Without that, the document
@@ -76,12 +79,8 @@ TextNewsRenderer::TextNewsRenderer(QWidget *parent) : QTextBrowser(parent) {
     setUndoRedoEnabled(false);
     document()->setDocumentMargin(pageMargin);
 
-    // A page is black on white unless it specifies other colours, whatever the desktop's colours
-    // are.
-    QPalette colours = palette();
-    colours.setColor(QPalette::Base, Qt::white);
-    colours.setColor(QPalette::Text, Qt::black);
-    setPalette(colours);
+    useColours();
+    useFont();
 
     connect(this, &QTextBrowser::anchorClicked, this,
             [this](const QUrl &link) { reportClick(link.toString(QUrl::FullyEncoded)); });
@@ -94,8 +93,15 @@ void TextNewsRenderer::reportClick(const QString &link) {
                                                         resolvedAgainstBareHttp(link));
 }
 
-void TextNewsRenderer::loadHtmlString(const QString &html) {
+void TextNewsRenderer::loadHtmlString(const QString &html, PageKind kind) {
+    _kind = kind;
     _page = BoundedHtml::beginning(html);
+    useColours();
+    layOut();
+    verticalScrollBar()->setValue(0);
+}
+
+void TextNewsRenderer::layOut() {
     _pictures = PagePictures(_page.pictureTime);
     // If the scroll bar appeared only later, a long page would be laid out twice.
     setVerticalScrollBarPolicy(_page.isLong ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAsNeeded);
@@ -104,14 +110,66 @@ void TextNewsRenderer::loadHtmlString(const QString &html) {
     setHtml(_page.html);
     tellOfPicturesLeftOut(*document());
     repairHtmlDocument(*document(), _page.items);
+    enlargeDocument(*document(), _zoom);
     document()->setLayoutEnabled(true);
-    verticalScrollBar()->setValue(0);
 }
 
 void TextNewsRenderer::setStandardFontFamily(const QString &family) {
-    QFont font(family);
-    font.setPixelSize(standardFontPixels);
-    document()->setDefaultFont(font);
+    _fontFamily = family;
+    useFont();
+}
+
+void TextNewsRenderer::setZoom(int percent) {
+    if (std::exchange(_zoom, percent) == percent)
+        return;
+    // Keep the scroll position, as a fraction of the page's length.
+    const QScrollBar &bar = *verticalScrollBar();
+    const double place = bar.maximum() > 0 ? double(bar.value()) / bar.maximum() : 0;
+    useFont();
+    layOut();
+    verticalScrollBar()->setValue(qRound(place * verticalScrollBar()->maximum()));
+}
+
+// An item is black on white unless it specifies other colours, whatever the desktop's colours are.
+void TextNewsRenderer::useColours() {
+    QPalette colours;
+    if (_kind == PageKind::Item) {
+        colours.setColor(QPalette::Base, Qt::white);
+        colours.setColor(QPalette::Text, Qt::black);
+    }
+    setPalette(colours);
+}
+
+void TextNewsRenderer::useFont() {
+    QFont font(_fontFamily.isEmpty() ? document()->defaultFont().family() : _fontFamily);
+    font.setPixelSize(qMax(1, qRound(standardFontPixels() * _zoom / 100.0)));
+    if (font != document()->defaultFont())
+        document()->setDefaultFont(font);
+}
+
+// The base class gives the document the widget's font.
+void TextNewsRenderer::changeEvent(QEvent *event) {
+    QTextBrowser::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        useFont();
+}
+
+// The base class would enlarge only some of the text. The view zooms the page.
+void TextNewsRenderer::wheelEvent(QWheelEvent *event) {
+    if (event->modifiers().testFlag(Qt::ControlModifier))
+        event->ignore();
+    else
+        QTextBrowser::wheelEvent(event);
+}
+
+// The base class would show a tooltip that looks like HTML as HTML.
+bool TextNewsRenderer::viewportEvent(QEvent *event) {
+    if (event->type() != QEvent::ToolTip)
+        return QTextBrowser::viewportEvent(event);
+    const auto *help = static_cast<QHelpEvent *>(event);
+    const QString text = cursorForPosition(help->pos()).charFormat().toolTip();
+    QToolTip::showText(help->globalPos(), plainToolTip(text), viewport());
+    return true;
 }
 
 // Never returns an invalid variant: the document would then look for a local file of that name and

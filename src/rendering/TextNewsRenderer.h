@@ -8,33 +8,43 @@
 
 namespace pelorinnews {
 
-/// Fallback renderer: paints a page with Qt's own rich text, for hosts that ship without a web
-/// engine or in which starting one would end the process. Shows images that the page embeds as
-/// `data:` URLs, within the limits of `PagePictures`, and fetches nothing. Draws the numbers and
-/// bullets of lists itself, because a text document can count from 1 only.
+/// Fallback renderer, used where no page process can run: paints a page with Qt's own rich text.
+/// Shows images that the page embeds as `data:` URLs, within the limits of `PagePictures`, and
+/// fetches nothing. Draws the numbers and bullets of lists itself, because a text document can
+/// count from 1 only.
 class TextNewsRenderer final : public QTextBrowser, public NewsRenderer {
 public:
     explicit TextNewsRenderer(QWidget *parent);
 
     [[nodiscard]] QWidget *widget() const override { return const_cast<TextNewsRenderer *>(this); }
     [[nodiscard]] QWidget *inputWidget() const override { return widget(); }
-    void loadHtmlString(const QString &html) override;
+    void loadHtmlString(const QString &html, PageKind kind) override;
     void setStandardFontFamily(const QString &family) override;
+    void setZoom(int percent) override;
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) override { _policy = delegate; }
 
 protected:
     QVariant loadResource(int type, const QUrl &name) override;
+    void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+    bool viewportEvent(QEvent *event) override;
     void doSetSource(const QUrl &name, QTextDocument::ResourceType type) override;
     // The middle mouse button clicks links, too; the base class handles only the left one.
     void mousePressEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
+    void layOut();
+    void useColours();
+    void useFont();
     void reportClick(const QString &link);
     void paintMarker(QPainter &painter, const QTextBlock &block, const QPointF &place) const;
 
     BoundedPage _page;
+    PageKind _kind = PageKind::Item;
+    QString _fontFamily;
+    int _zoom = 100;
     PagePictures _pictures;
     QString _pressedLink;
     NavigationPolicyDelegate *_policy = nullptr;

@@ -2,6 +2,8 @@
 
 #include <QKeyEvent>
 
+#include <optional>
+
 namespace pelorinnews {
 
 /// A key together with exactly the modifiers that must be held. The key is a physical position on
@@ -30,5 +32,12 @@ inline constexpr KeyEquivalent escapeKeyEquivalent{9, Qt::Key_Escape, Qt::NoModi
 /// the press. Only Shift, Control, Option and Command count as modifiers; Caps Lock and the
 /// modifiers of the keypad and the layout are ignored.
 [[nodiscard]] bool isKeyEquivalent(const QKeyEvent &event, const KeyEquivalent &equivalent);
+
+enum class ZoomStep { In, Out, Reset };
+
+/// The zoom step that `event` requests: a press of Command with plus, minus or zero, or the
+/// `ShortcutOverride` event for it. Nothing for other events. These keys count by their characters,
+/// also on the keypad; an equals sign counts as plus, as in browsers.
+[[nodiscard]] std::optional<ZoomStep> zoomStep(const QKeyEvent &event);
 
 }  // namespace pelorinnews

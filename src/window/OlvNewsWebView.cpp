@@ -1,6 +1,5 @@
 #include "OlvNewsWebView.h"
 
-#include "KeyEquivalent.h"
 #include "NewsWebViewAccessible.h"
 #include "SpeakAgain.h"
 #include "rendering/RendererLoader.h"
@@ -11,6 +10,10 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <array>
 
 namespace pelorinnews {
 
@@ -34,7 +37,7 @@ OlvNewsWebView::~OlvNewsWebView() = default;
 
 NewsRenderer &OlvNewsWebView::ensureRenderer() {
     if (!_renderer) {
-        _renderer = RendererLoader::createRenderer(this, _rendererFolder);
+        _renderer = RendererLoader::createRenderer(this, _programFolder);
         QWidget *painted = _renderer->widget();
         painted->setGeometry(rect());
         painted->show();
@@ -42,9 +45,9 @@ NewsRenderer &OlvNewsWebView::ensureRenderer() {
     return *_renderer;
 }
 
-void OlvNewsWebView::loadHtmlString(const QString &html) {
+void OlvNewsWebView::loadHtmlString(const QString &html, PageKind kind) {
     _page = html.isNull() ? QStringLiteral("") : html;
-    ensureRenderer().loadHtmlString(_page);
+    ensureRenderer().loadHtmlString(_page, kind);
 }
 
 void OlvNewsWebView::setStandardFontFamily(const QString &family) {
@@ -93,7 +96,36 @@ void OlvNewsWebView::announceValue(const QString &before) {
 }
 
 bool OlvNewsWebView::performKeyEquivalent(const QKeyEvent &event) {
-    return isKeyEquivalent(event, copyKeyEquivalent) && (copyAsRichText() || copyValue());
+    if (isKeyEquivalent(event, copyKeyEquivalent))
+        return copyAsRichText() || copyValue();
+    const auto step = zoomStep(event);
+    if (step)
+        zoom(*step);
+    return step.has_value();
+}
+
+void OlvNewsWebView::zoom(ZoomStep step) {
+    static constexpr std::array levels{50, 67, 80, 90, 100, 110, 125, 150, 175, 200, 250, 300};
+    const auto *level = std::find(levels.begin(), levels.end(), _zoom);
+    if (step == ZoomStep::Reset)
+        _zoom = 100;
+    else if (step == ZoomStep::In && level + 1 != levels.end())
+        _zoom = level[1];
+    else if (step == ZoomStep::Out && level != levels.begin())
+        _zoom = level[-1];
+    ensureRenderer().setZoom(_zoom);
+}
+
+void OlvNewsWebView::wheelEvent(QWheelEvent *event) {
+    if (!event->modifiers().testFlag(Qt::ControlModifier))
+        return QWidget::wheelEvent(event);
+    // The angle delta of one notch of a common mouse wheel.
+    constexpr int notch = QWheelEvent::DefaultDeltasPerStep;
+    for (_wheelTurn += event->angleDelta().y(); _wheelTurn >= notch; _wheelTurn -= notch)
+        zoom(ZoomStep::In);
+    for (; _wheelTurn <= -notch; _wheelTurn += notch)
+        zoom(ZoomStep::Out);
+    event->accept();
 }
 
 bool OlvNewsWebView::copyAsRichText() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AccessibilityAttributes.h"
+#include "KeyEquivalent.h"
 #include "rendering/NewsRenderer.h"
 
 #include <QWidget>
@@ -24,12 +25,12 @@ public:
     explicit OlvNewsWebView(QWidget *parent = nullptr);
     ~OlvNewsWebView() override;
 
-    /// Folder of the web renderer's plug-in. No effect once the renderer exists. Null (the default)
+    /// Folder of the page process's program. No effect once the renderer exists. Null (the default)
     /// means the module's own folder.
-    void setRendererFolder(const QString &folder) { _rendererFolder = folder; }
+    void setProgramFolder(const QString &folder) { _programFolder = folder; }
 
     /// Replaces the current page by `html`. Relative links in it resolve against "http://".
-    void loadHtmlString(const QString &html);
+    void loadHtmlString(const QString &html, PageKind kind = PageKind::Item);
     void setStandardFontFamily(const QString &family);
 
     /// `delegate` must outlive the view or be replaced by null.
@@ -46,7 +47,8 @@ public:
                                            AccessibilityAttribute attribute) override;
     [[nodiscard]] QString ownValue() const override { return _value; }
 
-    /// Handles Command-C by copying the whole item; returns whether the event was handled.
+    /// Handles Command-C by copying the whole item, and zooms the page with Command and plus, minus
+    /// or zero; returns whether the event was handled.
     bool performKeyEquivalent(const QKeyEvent &event);
 
     [[nodiscard]] QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;
@@ -54,17 +56,22 @@ public:
 protected:
     bool event(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    /// Zooms the page with Command and the wheel.
+    void wheelEvent(QWheelEvent *event) override;
 
 private:
     NewsRenderer &ensureRenderer();
     [[nodiscard]] QWidget *inputWidget() const;
     void announceValue(const QString &before);
+    void zoom(ZoomStep step);
     [[nodiscard]] bool copyAsRichText() const;
     [[nodiscard]] bool copyValue() const;
 
-    QString _rendererFolder;
+    QString _programFolder;
     QString _page;
     QString _value;
+    int _zoom = 100;
+    int _wheelTurn = 0;
     // Declared last, so destroyed first: during its destruction, accessibility clients may still
     // query the view's other members.
     std::unique_ptr<NewsRenderer> _renderer;

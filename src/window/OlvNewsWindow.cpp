@@ -18,7 +18,8 @@ namespace {
 
 bool isOurs(const QKeyEvent &event) {
     return isKeyEquivalent(event, escapeKeyEquivalent) ||
-           isKeyEquivalent(event, closeKeyEquivalent) || isKeyEquivalent(event, copyKeyEquivalent);
+           isKeyEquivalent(event, closeKeyEquivalent) ||
+           isKeyEquivalent(event, copyKeyEquivalent) || zoomStep(event);
 }
 
 // Qt presents a plain QWidget as a part of a window, and does not tell accessibility clients when

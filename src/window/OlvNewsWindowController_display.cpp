@@ -65,7 +65,7 @@ void OlvNewsWindowController::setAccessibilityValue(const QString &text) {
 void OlvNewsWindowController::initializeControls() {
     if (_webView) {
         _webView->setStandardFontFamily(QLatin1String(standardFontFamily));
-        _webView->loadHtmlString(QLatin1String(loadingPage));
+        _webView->loadHtmlString(QLatin1String(loadingPage), PageKind::Status);
         _webView->setPolicyDelegate(this);
     }
     if (!_configuration->readItemContent())
@@ -138,8 +138,10 @@ void OlvNewsWindowController::displayItemAtCurrentIndex() {
     QString page;
     QString spoken;
     QString position = QStringLiteral("");
+    auto kind = PageKind::Status;
     if (const auto item = _newsCache->itemAtIndex(_currentIndex)) {
         page = item->htmlContent();
+        kind = PageKind::Item;
         spoken = item->plainTextContent();
         position = QStringLiteral("%1 / %2").arg(_currentIndex + 1).arg(_newsCache->count());
     } else if (const QString key = statusKey(); !key.isNull()) {
@@ -148,9 +150,9 @@ void OlvNewsWindowController::displayItemAtCurrentIndex() {
     if (_itemIndicator)
         _itemIndicator->setText(position);
     // The page and its spoken text change together, after the current event.
-    MainQueue::dispatchAsync([self = shared_from_this(), page, spoken] {
+    MainQueue::dispatchAsync([self = shared_from_this(), page, kind, spoken] {
         if (self->_webView)
-            self->_webView->loadHtmlString(page);
+            self->_webView->loadHtmlString(page, kind);
         if (self->_configuration->readItemContent())
             self->setAccessibilityValue(spoken);
     });

@@ -90,12 +90,12 @@ Desktop::Desktop() {
     _feedAddress = QString::fromUtf8(_feedService.readLine().trimmed());
     prefer(QStringLiteral("newsFeedBaseURL"), _feedAddress);
     prefer(QStringLiteral("newsFeedLocale"), QStringLiteral("en"));
-    // Starts the accessibility bus before the host does, which looks for it only once.
+    // Start the accessibility bus before the host starts, because the host looks for it only once.
     static_cast<void>(Assistive::tree(0));
 }
 
 Desktop::~Desktop() {
-    // The host's process ends only when its search thread has ended.
+    // The host's process ends only after its search for other copies of itself, so speed that up.
     hurrySearch(_host.processId());
     end(_host);
     end(_feedService);
@@ -176,7 +176,7 @@ QString Desktop::applicationWithoutWebEngine() const {
     int failed = -1;
     outputOf(QStringLiteral("cp"), {QStringLiteral("-a"), QStringLiteral(PELORIN_APP_DIR), copy},
              &failed);
-    if (failed != 0 || !QFile::remove(copy + QStringLiteral("/lib/pelorin/PelorinNewsWeb.so")))
+    if (failed != 0 || !QFile::remove(copy + QStringLiteral("/lib/pelorin/pelorin-news-page")))
         qFatal("the application cannot be copied");
     return copy;
 }

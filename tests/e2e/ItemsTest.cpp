@@ -113,11 +113,12 @@ void ItemsTest::aPageSaysWhyThereIsNoItem() {
         QVERIFY(button.is("showing") && !button.is("enabled"));
     }
     QCOMPARE(_panel->position(), QString());
-    // The whole status text is painted: its first word alone would not reach into this part.
-    const QRect page = _panel->content().place;
+    // The whole status text is painted, not only its first word, which would not reach so far
+    // right.
     const QRect part(180, 4, 100, 28);
     QTRY_VERIFY(Screen::colours(_panel->window, part) > 4);
     // Nothing else is painted on the page.
+    const QRect page = _panel->content().place;
     QCOMPARE(Screen::colours(_panel->window, QRect(0, 100, page.width(), page.height() - 100)), 1);
 }
 

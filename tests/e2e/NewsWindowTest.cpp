@@ -4,6 +4,8 @@
 
 #include <QFile>
 
+#include <algorithm>
+
 using namespace pelorinnews::test;
 
 class NewsWindowTest : public QObject {
@@ -31,6 +33,19 @@ private:
         return maps.readAll().contains('/' + QByteArray(library));
     }
 
+    /// Whether the host has started the process that runs the web engine.
+    [[nodiscard]] bool hasPageProcess() const {
+        const QString host = QString::number(_panel->desktop.hostProcess());
+        QFile file(QStringLiteral("/proc/%1/task/%1/children").arg(host));
+        if (!file.open(QFile::ReadOnly))
+            qFatal("the host's child processes cannot be read");
+        const QList<QByteArray> children = file.readAll().split(' ');
+        return std::any_of(children.begin(), children.end(), [](const QByteArray &each) {
+            QFile name(QStringLiteral("/proc/%1/comm").arg(QLatin1String(each)));
+            return name.open(QFile::ReadOnly) && name.readAll().startsWith("pelorin-news-pa");
+        });
+    }
+
     std::unique_ptr<Panel> _panel;
 };
 
@@ -40,13 +55,14 @@ void NewsWindowTest::loadsNeitherWindowNorWebEngineBeforeItIsShown() {
     // The announcement shows that a refresh has completed although no window was shown.
     QTRY_COMPARE(Desktop::displayed(), 1);
     QVERIFY(hasLoaded("PelorinNews.so"));
-    for (const char *library : {"PelorinNewsWeb", "libQt6WebEngine", "libQt6Quick", "libQt6Qml"})
-        QVERIFY2(!hasLoaded(library), library);
+    QVERIFY(!hasPageProcess());
     QVERIFY(!_panel->isOpen());
     QVERIFY(_panel->objects().isEmpty());
     QVERIFY(_panel->reopen());
     QTRY_COMPARE(_panel->text(), QStringLiteral("Item 1"));
-    QCOMPARE(hasLoaded("PelorinNewsWeb"), !Panel::withoutWebEngine);
+    QCOMPARE(hasPageProcess(), !Panel::withoutWebEngine);
+    for (const char *library : {"libQt6WebEngine", "libQt6Quick", "libQt6Qml"})
+        QVERIFY2(!hasLoaded(library), library);
 }
 
 void NewsWindowTest::opensByItselfFoldedAndPaintsTheFirstItem() {
@@ -56,11 +72,11 @@ void NewsWindowTest::opensByItselfFoldedAndPaintsTheFirstItem() {
     QTRY_COMPARE(_panel->position(), QStringLiteral("1 / 2"));
     // The page is painted: this pixel shows its background.
     QTRY_COMPARE(Screen::colour(_panel->window, QPoint(100, 150)), QByteArray("20C040"));
-    QCOMPARE(hasLoaded("libQt6WebEngineCore"), !Panel::withoutWebEngine);
+    QCOMPARE(hasPageProcess(), !Panel::withoutWebEngine);
 
-    // The width, frame included, is the screen's 1440 / 2.5, because the window description is
-    // narrower. The height is that of the window description, which exceeds 900 / 2.5, minus 38 for
-    // the folded options.
+    // The first show enlarges the window to at least 1 / 2.5 of the screen in each direction: here
+    // to a width of 1440 / 2.5, frame included. The Qt Designer form's height of 460 is more than
+    // 900 / 2.5 and stays, minus 38 for the folded options.
     const QMargins frame = Screen::frame(_panel->window);
     const QSize folded(576 - frame.left() - frame.right(), 460 - 38);
     QTRY_COMPARE(Screen::geometry(_panel->window).size(), folded);

@@ -17,8 +17,7 @@ private Q_SLOTS:
         QVERIFY(_pelorin->waitForFinished(testPatience));
         QCOMPARE(_pelorin->exitCode(), 0);
         const QByteArray help = _pelorin->readAllStandardOutput();
-        for (const char *option :
-             {"--show", "--module", "--feed", "--trust", "--without-gl-sharing"})
+        for (const char *option : {"--show", "--module", "--feed", "--trust", "--dark"})
             QVERIFY2(help.contains(option), option);
     }
 

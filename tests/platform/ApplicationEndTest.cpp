@@ -18,12 +18,11 @@ namespace {
 // The indexes of the actions, in the order in which they ran. Global, because actions are plain
 // functions.
 QList<int> ran;
-// Entry in `ran` for a post routine that is not an action, as Qt's own are.
+// Entry in `ran` for a post routine that is not an action, such as one of Qt's own.
 constexpr int ofSomebodyElse = -1;
 
-constexpr std::array phases{Phase::Windows,     Phase::Graphics, Phase::Notifications,
-                            Phase::Downloads,   Phase::Queues,   Phase::Searches,
-                            Phase::Preferences, Phase::MainTasks};
+constexpr std::array phases{Phase::Windows,  Phase::Notifications, Phase::Downloads, Phase::Queues,
+                            Phase::Searches, Phase::Preferences,   Phase::MainTasks};
 
 template <std::size_t index>
 void note() {
@@ -31,7 +30,7 @@ void note() {
 }
 
 constexpr std::array<ApplicationEnd::Action, phases.size()> notes{
-    note<0>, note<1>, note<2>, note<3>, note<4>, note<5>, note<6>, note<7>};
+    note<0>, note<1>, note<2>, note<3>, note<4>, note<5>, note<6>};
 
 void add(std::size_t index) {
     ApplicationEnd::add(phases.at(index), notes.at(index));
@@ -58,12 +57,12 @@ private Q_SLOTS:
     void aLaterApplicationObjectEndsToo();
     void whatIsAddedWithoutAnApplicationObjectWaitsForTheNextOne();
     void actionsAddedAtTheEndRun();
-    void windowsGoBeforeWhatTheirRendererBrought();
+    void windowsGoBeforeWhatTheirLibrariesRegistered();
     void anyThreadMayAdd();
 };
 
 void ApplicationEndTest::phasesRunInTheirOrderWhateverCameFirst() {
-    std::array<std::size_t, phases.size()> order{0, 1, 2, 3, 4, 5, 6, 7};
+    std::array<std::size_t, phases.size()> order{0, 1, 2, 3, 4, 5, 6};
     const QList<int> expected(order.begin(), order.end());
     int orders = 0;
     do {
@@ -74,7 +73,7 @@ void ApplicationEndTest::phasesRunInTheirOrderWhateverCameFirst() {
         QCOMPARE(ran, expected);
         ++orders;
     } while (std::next_permutation(order.begin(), order.end()));
-    QCOMPARE(orders, 8 * 7 * 6 * 5 * 4 * 3 * 2);
+    QCOMPARE(orders, 7 * 6 * 5 * 4 * 3 * 2);
 }
 
 void ApplicationEndTest::anActionAddedTwiceRunsOnce() {
@@ -115,21 +114,21 @@ void ApplicationEndTest::actionsAddedAtTheEndRun() {
         const Application application;
         ApplicationEnd::add(Phase::Downloads, [] {
             ran.append(100);
-            add(7);
+            add(6);
             add(0);
         });
         add(4);
     }
-    QCOMPARE(ran, (QList<int>{100, 0, 4, 7}));
+    QCOMPARE(ran, (QList<int>{100, 0, 4, 6}));
 }
 
-void ApplicationEndTest::windowsGoBeforeWhatTheirRendererBrought() {
+void ApplicationEndTest::windowsGoBeforeWhatTheirLibrariesRegistered() {
     {
         const Application application;
         add(6);
         add(0);
         qAddPostRoutine([] { ran.append(ofSomebodyElse); });
-        // Simulates a second window: its action is added after the post routine of a renderer that
+        // Simulates a second window: its action is added after the post routine of a library that
         // was loaded since the first window.
         add(0);
     }
@@ -148,7 +147,7 @@ void ApplicationEndTest::anyThreadMayAdd() {
         }
         std::for_each(threads.begin(), threads.end(), [](std::thread &each) { each.join(); });
     }
-    QCOMPARE(ran, (QList<int>{0, 1, 2, 3, 4, 5, 6, 7}));
+    QCOMPARE(ran, (QList<int>{0, 1, 2, 3, 4, 5, 6}));
 }
 
 }  // namespace pelorinnews::test

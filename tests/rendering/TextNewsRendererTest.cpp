@@ -3,8 +3,10 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QBuffer>
+#include <QHelpEvent>
 #include <QSignalSpy>
 #include <QTextBlock>
+#include <QToolTip>
 
 using namespace pelorinnews;
 
@@ -42,6 +44,7 @@ private Q_SLOTS:
     void listsAreSetApart();
     void aPageShowsItsOwnPictures();
     void aPageIsLaidOutOnceWhenItIsLoaded();
+    void aToolTipShowsItsTextAsItIs();
 };
 
 void TextNewsRendererTest::aPictureThatIsLeftOutLeavesItsText_data() {
@@ -74,7 +77,7 @@ void TextNewsRendererTest::aPictureThatIsLeftOutLeavesItsText_data() {
 void TextNewsRendererTest::aPictureThatIsLeftOutLeavesItsText() {
     QFETCH(const QString, html);
     TextNewsRenderer renderer(nullptr);
-    renderer.loadHtmlString(html);
+    renderer.loadHtmlString(html, PageKind::Item);
     QString text;
     for (QTextBlock block = renderer.document()->begin(); block.isValid(); block = block.next())
         text += (text.isEmpty() ? QString() : QStringLiteral("\n")) + block.text();
@@ -83,9 +86,9 @@ void TextNewsRendererTest::aPictureThatIsLeftOutLeavesItsText() {
 
 void TextNewsRendererTest::theTextOfAPictureIsALinkWhereThePictureWas() {
     TextNewsRenderer renderer(nullptr);
-    renderer.loadHtmlString(
-        QStringLiteral("<a href='https://olvane.example/'>"
-                       "<img src='x' alt='Boat'></a>"));
+    renderer.loadHtmlString(QStringLiteral("<a href='https://olvane.example/'>"
+                                           "<img src='x' alt='Boat'></a>"),
+                            PageKind::Item);
     const QTextFragment fragment = renderer.document()->begin().begin().fragment();
     QCOMPARE(fragment.text(), QStringLiteral("Boat"));
     QCOMPARE(fragment.charFormat().anchorHref(), QStringLiteral("https://olvane.example/"));
@@ -105,7 +108,7 @@ void TextNewsRendererTest::aPictureAfterABlockStandsOnALineOfItsOwn() {
          {QStringLiteral("<img alt='X'>"), QStringLiteral("<img alt='X' src='data:image/png,'>"),
           QStringLiteral("<img src='%1'>").arg(png())}) {
         TextNewsRenderer renderer(nullptr);
-        renderer.loadHtmlString(before + picture);
+        renderer.loadHtmlString(before + picture, PageKind::Item);
         QCOMPARE(renderer.document()->blockCount(), 2);
         QCOMPARE(renderer.document()->begin().text(), QStringLiteral("a"));
         QCOMPARE(renderer.document()->begin().next().text().size(), 1);
@@ -136,7 +139,7 @@ void TextNewsRendererTest::listsShowTheirNumbers() {
     const auto picture = [](const QString &html) {
         TextNewsRenderer renderer(nullptr);
         renderer.resize(300, 200);
-        renderer.loadHtmlString(html);
+        renderer.loadHtmlString(html, PageKind::Item);
         return renderer.grab().toImage();
     };
     QTEST(picture(one) == picture(other), "same");
@@ -147,7 +150,7 @@ void TextNewsRendererTest::numbersAreAsLargeAsTheText() {
     renderer.setStandardFontFamily(QStringLiteral("Verdana"));
     renderer.resize(300, 200);
     const auto dark = [&renderer](const QString &html, QRect area) {
-        renderer.loadHtmlString(html);
+        renderer.loadHtmlString(html, PageKind::Item);
         const QImage image = renderer.grab().toImage();
         int rows = 0;
         for (int y = area.top(); y <= area.bottom(); ++y) {
@@ -169,7 +172,7 @@ void TextNewsRendererTest::numbersAreAsLargeAsTheText() {
 
 void TextNewsRendererTest::listsAreSetApart() {
     TextNewsRenderer renderer(nullptr);
-    renderer.loadHtmlString(QStringLiteral("a<ul><li>b<ul><li>c</ul></ul>d"));
+    renderer.loadHtmlString(QStringLiteral("a<ul><li>b<ul><li>c</ul></ul>d"), PageKind::Item);
     const QTextBlock b = renderer.document()->begin().next();
     QCOMPARE(b.blockFormat().topMargin(), 12.0);
     QCOMPARE(b.blockFormat().bottomMargin(), 0.0);
@@ -184,7 +187,8 @@ void TextNewsRendererTest::aPageShowsItsOwnPictures() {
     TextNewsRenderer renderer(nullptr);
     renderer.resize(100, 100);
     const auto shown = [&renderer](const QString &address) {
-        renderer.loadHtmlString(QStringLiteral("<img width=50 height=50 src='%1'>").arg(address));
+        renderer.loadHtmlString(QStringLiteral("<img width=50 height=50 src='%1'>").arg(address),
+                                PageKind::Item);
         return renderer.grab().toImage();
     };
     const QImage black = shown(png());
@@ -203,12 +207,32 @@ void TextNewsRendererTest::aPageIsLaidOutOnceWhenItIsLoaded() {
     renderer.resize(500, 300);
     renderer.show();
     const QString item = QStringLiteral("<h1>Title</h1><ul><li>One<li>Two</ul>");
-    renderer.loadHtmlString(item);
+    renderer.loadHtmlString(item, PageKind::Item);
     const QSignalSpy layouts(renderer.document()->documentLayout(),
                              &QAbstractTextDocumentLayout::documentSizeChanged);
-    renderer.loadHtmlString(item + item);
+    renderer.loadHtmlString(item + item, PageKind::Item);
     static_cast<void>(renderer.grab());
     QCOMPARE(layouts.count(), 1);
+}
+
+// A tooltip that Qt takes for HTML would open the picture: here a local file.
+void TextNewsRendererTest::aToolTipShowsItsTextAsItIs() {
+    TextNewsRenderer renderer(nullptr);
+    renderer.resize(500, 300);
+    renderer.show();
+    const auto toolTip = [&](const QString &html) {
+        renderer.loadHtmlString(html, PageKind::Item);
+        const QPoint place(20, 20);
+        QHelpEvent event(QEvent::ToolTip, place, renderer.viewport()->mapToGlobal(place));
+        QCoreApplication::sendEvent(renderer.viewport(), &event);
+        return QToolTip::text();
+    };
+    const QString link =
+        QStringLiteral("<p style='font-size:40px'><a href='https://olvane.example/'%1>Link</a>");
+    QCOMPARE(toolTip(link.arg(QStringLiteral(" title='&lt;img src=/etc/fstab&gt; &amp;amp;'"))),
+             QStringLiteral("<p style='white-space:pre-wrap'>&lt;img src=/etc/fstab&gt; "
+                            "&amp;amp;</p>"));
+    QTRY_VERIFY(toolTip(link.arg(QString())).isEmpty());
 }
 
 PELORIN_WIDGET_TEST_MAIN(TextNewsRendererTest)

@@ -134,8 +134,8 @@ void FeedServerTest::repliesMisbehaveAsTold_data() {
     QTest::addColumn<bool>("tls");
     QTest::addColumn<QByteArray>("options");
     QTest::addColumn<QByteArray>("status");   // null: no response
-    QTest::addColumn<QByteArray>("header");   // a line that the response must have; null: any
-    QTest::addColumn<QByteArray>("missing");  // a header that it must not have; null: any
+    QTest::addColumn<QByteArray>("header");   // a line the response must have; null: not checked
+    QTest::addColumn<QByteArray>("missing");  // a header it must not have; null: not checked
     QTest::addColumn<QByteArray>("body");
 
     struct Row {
@@ -376,7 +376,8 @@ void FeedServerTest::badRequestsAreRefused() {
 }
 
 void FeedServerTest::itAnswersWhileTheCallersThreadIsBlocked() {
-    // The exchange blocks this thread, so no event loop has run since the server started.
+    // The exchange blocks this thread, so the server answers although this thread runs no event
+    // loop.
     FeedServer server;
     QVERIFY(server.start());
     FeedReply reply;

@@ -10,14 +10,14 @@
 
 namespace pelorinnews {
 
-/// How the feed server answers a request. By default: with the requested feed, status 200 and the
-/// right length, and the connection closes after it. Each field is one way to misbehave; they can
-/// be combined.
+/// How the feed server answers a request. By default it sends the requested feed with status 200
+/// and the right length, and then closes the connection. Each field is one way to misbehave; they
+/// can be combined.
 struct FeedReply {
     enum class Framing {
         Length,   ///< A Content-Length header.
         Chunked,  ///< Transfer-Encoding: chunked.
-        Close     ///< Neither: the connection's end is the body's end.
+        Close     ///< No header: the body ends when the connection ends.
     };
     enum class ChunkError {
         None,

@@ -1,4 +1,5 @@
-// Which renderer a host gets, and how the host exits: each case in a process of its own.
+// Which renderer a host gets, and how the host and the page process end: each case in a process of
+// its own.
 
 #include "TestMain.h"
 
@@ -7,22 +8,29 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <csignal>
+#include <unistd.h>
+
 class DecisionTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     // One function for each kind of host, because the functions of this test run in parallel.
-    void givesTheRendererThatIsSafe_data();
-    void givesTheRendererThatIsSafe();
-    void givesTheRendererThatIsSafeOnWayland_data();
-    void givesTheRendererThatIsSafeOnWayland() { givesTheRendererThatIsSafe(); }
-    void givesTheRendererThatIsSafeToLaterApplications_data();
-    void givesTheRendererThatIsSafeToLaterApplications() { givesTheRendererThatIsSafe(); }
-    void givesTheTextRendererWithoutTheEngine_data();
-    void givesTheTextRendererWithoutTheEngine() { givesTheRendererThatIsSafe(); }
-    void aFileThatIsNoPluginLeavesTheTextRenderer();
+    void paintsInEveryKindOfHost_data();
+    void paintsInEveryKindOfHost();
+    void paintsOnEveryPlatform_data();
+    void paintsOnEveryPlatform() { paintsInEveryKindOfHost(); }
+    void paintsForLaterApplications_data();
+    void paintsForLaterApplications() { paintsInEveryKindOfHost(); }
+    void paintsTextWithoutAPageProcess_data();
+    void paintsTextWithoutAPageProcess() { paintsInEveryKindOfHost(); }
+    void needsItsSandbox_data();
+    void needsItsSandbox();
+    void aProcessOfAnotherVersionIsTriedOnce();
     void theProcessEndsWell_data();
     void theProcessEndsWell();
+    void noProcessOutlivesItsHost_data();
+    void noProcessOutlivesItsHost();
 
 private:
     struct End {
@@ -37,6 +45,7 @@ private:
                    const QStringList &surroundings = {});
     // The process ids of all current descendants of the process `parent`.
     static QStringList below(qint64 parent);
+    static QStringList alive(const QStringList &processes);
 };
 
 namespace {
@@ -44,12 +53,10 @@ namespace {
 const QString host = QStringLiteral(PELORIN_HOST);
 const QString engineHost = QStringLiteral(PELORIN_ENGINE_HOST);
 const QString wayland = QStringLiteral(PELORIN_WITH_WAYLAND);
-const QString plugins = QStringLiteral(PELORIN_APP_DIR "/lib/pelorin");
-
-const QString plugin = QStringLiteral("--folder");
-const QString share = QStringLiteral("--share");
-const QString painted = QStringLiteral("--painted");
-const QString again = QStringLiteral("--again");
+const QStringList beside{QStringLiteral("--folder"),
+                         QStringLiteral(PELORIN_APP_DIR "/lib/pelorin")};
+const QStringList untilWeb = beside + QStringList{QStringLiteral("--web")};
+const QString nobody = QStringLiteral("65534");
 
 void addColumns() {
     QTest::addColumn<QString>("program");
@@ -63,12 +70,46 @@ void row(const char *name, const QString &program, const QStringList &options,
     QTest::newRow(name) << program << options << surroundings << QByteArray(renderer);
 }
 
+QString option(const char *name) {
+    return QLatin1String(name);
+}
+
+// The command that runs `command` as the user "nobody", who cannot read root's private files.
+QStringList asNobody(const QStringList &command) {
+    return QStringList{option("setpriv"), option("--clear-groups"),
+                       option("--reuid"), nobody,
+                       option("--regid"), nobody} +
+           command;
+}
+
+// Asks `unshare` whether the kernel lets the user create the namespaces that the engine's sandbox
+// needs.
+bool kernelAllowsSandbox(bool isForNobody) {
+    QStringList command{option("unshare"), option("--user"), option("--pid"), option("true")};
+    if (isForNobody)
+        command = asNobody(command);
+    QProcess process;
+    process.start(command.first(), command.mid(1));
+    return process.waitForFinished(testPatience) && process.exitCode() == 0;
+}
+
 QByteArray contentOf(const QString &path) {
     QFile file(path);
     return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 }  // namespace
+
+// The ids in `processes` that still belong to a running page process or one of its helpers.
+QStringList DecisionTest::alive(const QStringList &processes) {
+    QStringList all;
+    for (const QString &each : processes) {
+        const QByteArray name = contentOf(QStringLiteral("/proc/%1/comm").arg(each));
+        if (name.startsWith("QtWebEngine") || name.startsWith("pelorin-news"))
+            all.append(each);
+    }
+    return all;
+}
 
 QStringList DecisionTest::below(qint64 parent) {
     QStringList all;
@@ -122,63 +163,59 @@ DecisionTest::End DecisionTest::run(const QString &program, const QStringList &o
     return end;
 }
 
-void DecisionTest::givesTheRendererThatIsSafe_data() {
+void DecisionTest::paintsInEveryKindOfHost_data() {
     addColumns();
-    row("a host that shares", host, {share, painted, plugin, plugins}, {}, "web");
-    row("a host that does not", host, {painted, plugin, plugins}, {}, "web");
+    row("an ordinary host", host, untilWeb, {}, "web");
+    row("one that uses the engine itself", engineHost, untilWeb, {}, "web");
+    row("one that reaps every child", host, untilWeb + QStringList{option("--reap")}, {}, "web");
+    row("one that ignores the end of children", host, untilWeb + QStringList{option("--ignore")},
+        {}, "web");
+    row("one with a thousand files open", host, untilWeb + QStringList{option("--open")}, {},
+        "web");
     // The `prlimit` program sets the limit and then executes the host in its own process.
-    const auto limited = [](const char *limit, const QStringList &command) {
-        return QStringList{QStringLiteral("--nofile=") + QLatin1String(limit)} + command;
+    const auto limited = [](const char *limit, const QStringList &options) {
+        return QStringList{QStringLiteral("--nofile=") + QLatin1String(limit), host} + options;
     };
-    row("few descriptors", QStringLiteral("prlimit"),
-        limited("40", {host, share, painted, plugin, plugins}), {}, "text");
-    row("enough descriptors", QStringLiteral("prlimit"),
-        limited("192", {host, share, painted, plugin, plugins}), {}, "web");
-    row("a host that uses the engine itself", engineHost, {share, painted, plugin, plugins}, {},
-        "text");
-    row("one that knows the panel, too", engineHost,
-        {share, QStringLiteral("--register"), painted, plugin, plugins}, {}, "web");
+    row("few descriptors", QStringLiteral("prlimit"), limited("16", beside), {}, "text");
+    row("just enough descriptors", QStringLiteral("prlimit"), limited("192", untilWeb), {}, "web");
 }
 
-void DecisionTest::givesTheRendererThatIsSafeOnWayland_data() {
-    addColumns();
-    row("a host that shares", wayland, {host, share, painted, plugin, plugins}, {}, "web");
-    row("a host that does not", wayland, {host, painted, plugin, plugins}, {}, "web");
-    row("no GL", wayland, {host, plugin, plugins},
-        {QStringLiteral("QT_WAYLAND_CLIENT_BUFFER_INTEGRATION=none")}, "text");
-    row("two applications", wayland, {host, again, plugin, plugins}, {}, "web, text");
-}
-
-void DecisionTest::givesTheRendererThatIsSafeToLaterApplications_data() {
-    addColumns();
-    row("two applications, a host that shares", host, {share, painted, again, plugin, plugins}, {},
-        "web, text");
-    row("two applications, a host that does not", host, {painted, again, plugin, plugins}, {},
-        "web, text");
-    row("two applications, a host that uses the engine itself", engineHost,
-        {share, painted, again, plugin, plugins}, {}, "text, text");
-    row("two applications, one that knows the panel, too", engineHost,
-        {share, QStringLiteral("--register"), painted, again, plugin, plugins}, {}, "web, text");
-    row("the second application's first window, a host that shares", host,
-        {share, painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
-    row("the second application's first window", host,
-        {painted, QStringLiteral("--late"), plugin, plugins}, {}, "web");
-}
-
-void DecisionTest::givesTheTextRendererWithoutTheEngine_data() {
+void DecisionTest::paintsOnEveryPlatform_data() {
     addColumns();
     const QStringList offscreen{QStringLiteral("QT_QPA_PLATFORM=offscreen"),
                                 QStringLiteral("DISPLAY=")};
-    const QStringList noGl{QStringLiteral("QT_XCB_GL_INTEGRATION=none")};
-    row("no plug-in", host, {share, painted, plugin, QStringLiteral("/nonexistent")}, {}, "text");
-    row("no display", host, {painted, plugin, plugins}, offscreen, "text");
-    row("no display, a host that shares", host, {share, painted, plugin, plugins}, offscreen,
-        "text");
-    row("no GL", host, {painted, plugin, plugins}, noGl, "text");
-    row("no GL, a host that shares", host, {share, painted, plugin, plugins}, noGl, "text");
+    row("Wayland", wayland, QStringList{host} + untilWeb, {}, "web");
+    row("Wayland without GL", wayland, QStringList{host} + untilWeb,
+        {QStringLiteral("QT_WAYLAND_CLIENT_BUFFER_INTEGRATION=none")}, "web");
+    row("X11 without GL", host, untilWeb, {QStringLiteral("QT_XCB_GL_INTEGRATION=none")}, "web");
+    row("no display", host, untilWeb, offscreen, "web");
 }
 
-void DecisionTest::givesTheRendererThatIsSafe() {
+void DecisionTest::paintsForLaterApplications_data() {
+    addColumns();
+    const QString again = option("--again");
+    row("two applications", host, untilWeb + QStringList{again}, {}, "web, web");
+    row("two applications on Wayland", wayland, QStringList{host} + untilWeb + QStringList{again},
+        {}, "web, web");
+    row("two applications of a host that uses the engine itself", engineHost,
+        untilWeb + QStringList{again}, {}, "web, web");
+    row("the second application's first window", host, untilWeb + QStringList{option("--late")}, {},
+        "web");
+}
+
+void DecisionTest::paintsTextWithoutAPageProcess_data() {
+    addColumns();
+    const QString folder = option("--folder");
+    row("no program", host, {folder, QStringLiteral("/nonexistent")}, {}, "text");
+    row("no program, opened again", host,
+        {folder, QStringLiteral("/nonexistent"), option("--reopen")}, {}, "text");
+    row("an engine without its helper program", host, beside,
+        {QStringLiteral("QTWEBENGINEPROCESS_PATH=/nonexistent")}, "text");
+    row("an engine without its resources", host, beside,
+        {QStringLiteral("QTWEBENGINE_RESOURCES_PATH=/nonexistent")}, "text");
+}
+
+void DecisionTest::paintsInEveryKindOfHost() {
     QFETCH(const QString, program);
     QFETCH(const QStringList, options);
     QFETCH(const QStringList, surroundings);
@@ -189,17 +226,52 @@ void DecisionTest::givesTheRendererThatIsSafe() {
     QCOMPARE(end.output, QByteArray());
 }
 
-void DecisionTest::aFileThatIsNoPluginLeavesTheTextRenderer() {
-    const QTemporaryDir folder;
-    QFile file(folder.filePath(QStringLiteral("PelorinNewsWeb.so")));
-    QVERIFY(file.open(QFile::WriteOnly));
-    QVERIFY(file.write("no plug-in at all") > 0);
-    file.close();
+void DecisionTest::needsItsSandbox_data() {
+    QTest::addColumn<bool>("isForNobody");
+    QTest::newRow("this user") << false;
+    QTest::newRow("nobody") << true;
+}
+
+void DecisionTest::needsItsSandbox() {
+    QFETCH(const bool, isForNobody);
+    const bool isRoot = ::geteuid() == 0;
+    if (isForNobody && !isRoot)
+        QSKIP("only root can become another user");
+    // The engine never has a sandbox as root.
+    const bool works = (isForNobody || !isRoot) && kernelAllowsSandbox(isForNobody);
+    const QTemporaryDir home;
+    QVERIFY(QFile::setPermissions(home.path(), QFile::Permissions(0x7777)));
+    QStringList command = QStringList{host} + (works ? untilWeb : beside);
+    if (isForNobody)
+        command = asNobody(command);
     const End end =
-        run(host, {QStringLiteral("--share"), QStringLiteral("--folder"), folder.path()});
-    QCOMPARE(end.renderer, QByteArray("text"));
+        run(command.first(), command.mid(1),
+            {QStringLiteral("QTWEBENGINE_DISABLE_SANDBOX="),
+             QStringLiteral("QT_QPA_PLATFORM=offscreen"), QStringLiteral("HOME=") + home.path()});
+    QCOMPARE(end.renderer, QByteArray(works ? "web" : "text"));
     QCOMPARE(end.status, 0);
     QCOMPARE(end.output, QByteArray());
+}
+
+// The page process is a script that reports another version and counts how often it is started.
+void DecisionTest::aProcessOfAnotherVersionIsTriedOnce() {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("pelorin-news-page"));
+    QFile program(path);
+    QVERIFY(program.open(QFile::WriteOnly));
+    // Writes a message of type 1 with the number 99 to descriptor 3.
+    program.write(
+        "#!/bin/sh\n"
+        "echo started >> \"$(dirname \"$0\")/starts\"\n"
+        "{ printf '\\001\\0\\0\\0\\0\\0\\0\\0\\143\\0\\0\\0'; "
+        "head -c 4084 /dev/zero; } | dd bs=4096 iflag=fullblock >&3 2>/dev/null\n"
+        "sleep 60\n");
+    program.close();
+    QVERIFY(program.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    const End end = run(host, {option("--folder"), folder.path(), option("--reopen")});
+    QCOMPARE(end.renderer, QByteArray("text"));
+    QCOMPARE(end.status, 0);
+    QCOMPARE(contentOf(folder.filePath(QStringLiteral("starts"))), QByteArray("started\n"));
 }
 
 void DecisionTest::theProcessEndsWell_data() {
@@ -211,21 +283,33 @@ void DecisionTest::theProcessEndsWell_data() {
 
 void DecisionTest::theProcessEndsWell() {
     QFETCH(const QString, how);
-    const End end =
-        run(host, {QStringLiteral("--share"), QStringLiteral("--folder"), plugins, how});
-    QCOMPARE(end.renderer, QByteArray("web"));
+    const End end = run(host, beside + QStringList{how});
     QCOMPARE(end.status, 0);
     QCOMPARE(end.output, QByteArray());
-    // No process of the engine is left.
     QVERIFY(!end.children.isEmpty() || how == QStringLiteral("--leave"));
-    const auto left = [&end] {
-        QStringList all;
-        for (const QString &each : end.children)
-            if (contentOf(QStringLiteral("/proc/%1/comm").arg(each)).startsWith("QtWebEngine"))
-                all.append(each);
-        return all;
-    };
-    QTRY_COMPARE(left(), QStringList());
+    QTRY_COMPARE(alive(end.children), QStringList());
+}
+
+void DecisionTest::noProcessOutlivesItsHost_data() {
+    QTest::addColumn<int>("signal");
+    QTest::newRow("killed") << SIGKILL;
+    QTest::newRow("crashed") << SIGSEGV;
+    QTest::newRow("terminated") << SIGTERM;
+}
+
+void DecisionTest::noProcessOutlivesItsHost() {
+    QFETCH(const int, signal);
+    QProcess process;
+    // With --stay the host does not end by itself.
+    process.start(host, beside + QStringList{option("--stay")});
+    QVERIFY(process.waitForStarted(testPatience));
+    // There are at least three: the page process, the engine's helper and the page's renderer
+    // process.
+    QTRY_VERIFY(below(process.processId()).size() >= 3);
+    const QStringList children = below(process.processId());
+    QCOMPARE(::kill(static_cast<pid_t>(process.processId()), signal), 0);
+    QVERIFY(process.waitForFinished(testPatience));
+    QTRY_COMPARE(alive(children), QStringList());
 }
 
 PELORIN_CORE_TEST_MAIN(DecisionTest)

@@ -1,13 +1,17 @@
-// A host in a process of its own. Shows one page in the content view and prints which renderer the
-// view has got.
+// A host in a process of its own. Shows one page in the content view, waits until it is on the
+// screen, and prints which renderer has painted it. Exits with 1 if it does not appear.
 //
-// --share      shares GL contexts before the application is made
-// --folder F   looks for the web renderer in folder F
+// --folder F   looks for the page process in folder F
+// --web        if the text renderer paints, opens the window again and again until the web renderer
+//              does: on a busy computer the page process may be late
+// --reopen     then closes and opens the window once more
+// --stay       never ends
 // --leave      ends while the page is loading
 // --quit       ends by exit(), with everything alive
-// --register   registers the items' URL scheme, as a host that uses the engine may
-// --painted    waits until the page is on the screen; exits with 1 if it does not appear
-// --again      then does the same under a second application object
+// --reap       takes note of the end of every child process, as a simple host does
+// --ignore     ignores the signal for the end of child processes
+// --open       has a thousand files open
+// --again      does the same again under a second application object
 // --late       shows the page only under a second application object
 
 #include "window/OlvNewsWebView.h"
@@ -22,12 +26,15 @@
 #ifdef PELORIN_HOST_USES_ENGINE
 #include <QWebEnginePage>
 #include <QWebEngineProfile>
-#include <QWebEngineUrlScheme>
 #endif
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
+#include <functional>
 #include <optional>
+#include <sys/wait.h>
 #include <utility>
 
 using namespace pelorinnews;
@@ -44,18 +51,24 @@ bool isPainted(QWidget &view) {
     return !shot.isNull() && shot.toImage().pixel(0, 0) == background;
 }
 
+// Runs the event loop until `isDone`; false on timeout.
+bool runUntil(const std::function<bool()> &isDone) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!isDone()) {
+        if (clock.hasExpired(50'000))
+            return false;
+        QApplication::processEvents();
+        QThread::msleep(5);
+    }
+    return true;
+}
+
 // Runs the host under one application object; returns the exit status.
 int run(int argc, char *argv[], const QStringList &options) {
     const auto has = [&options](const char *name) { return options.contains(QLatin1String(name)); };
-    QApplication::setAttribute(Qt::AA_ShareOpenGLContexts, has("--share"));
     QApplication application(argc, argv);
 #ifdef PELORIN_HOST_USES_ENGINE
-    if (has("--register")) {
-        QWebEngineUrlScheme scheme("pelorin-news-item");
-        scheme.setSyntax(QWebEngineUrlScheme::Syntax::Host);
-        scheme.setFlags(QWebEngineUrlScheme::SecureScheme);
-        QWebEngineUrlScheme::registerScheme(scheme);
-    }
     // Using the engine under a second application object would end the process.
     static bool isUsed = false;
     std::optional<QWebEngineProfile> profile;
@@ -67,27 +80,32 @@ int run(int argc, char *argv[], const QStringList &options) {
     }
 #endif
     OlvNewsWebView view;
-    view.setRendererFolder(options.value(options.indexOf(QStringLiteral("--folder")) + 1));
+    view.setProgramFolder(options.value(options.indexOf(QStringLiteral("--folder")) + 1));
     view.resize(300, 200);
     view.loadHtmlString(QStringLiteral("<body style='background:#20c040'><p>An item</p>"));
     view.show();
-    const bool text = view.findChild<QTextBrowser *>() != nullptr;
-    std::fprintf(stderr, "renderer: %s\n", text ? "text" : "web");
     if (has("--leave"))
         return 0;
-    QElapsedTimer clock;
-    clock.start();
-    const auto isDone = [&] {
-        return has("--painted") ? isPainted(view) || clock.hasExpired(40'000)
-                                : clock.hasExpired(1000);
+    const auto isText = [&view] { return view.findChild<QTextBrowser *>() != nullptr; };
+    const auto paints = [&] {
+        while (has("--reap") && ::waitpid(-1, nullptr, WNOHANG) > 0) {
+        }
+        if (has("--web") && isText()) {
+            view.hide();
+            view.show();
+        }
+        return isPainted(view) && !has("--stay");
     };
-    while (!isDone()) {
-        QApplication::processEvents();
-        QThread::msleep(5);
+    bool isShown = runUntil(paints);
+    if (has("--reopen")) {
+        view.hide();
+        view.show();
+        isShown = runUntil(paints);
     }
+    std::fprintf(stderr, "renderer: %s\n", isText() ? "text" : "web");
     if (has("--quit"))
         std::exit(0);
-    return has("--painted") && !isPainted(view) ? 1 : 0;
+    return isShown ? 0 : 1;
 }
 
 }  // namespace
@@ -96,6 +114,10 @@ int main(int argc, char *argv[]) {
     QStringList options;
     for (int each = 1; each < argc; ++each)
         options.append(QString::fromLocal8Bit(argv[each]));
+    if (options.contains(QLatin1String("--ignore")))
+        ::signal(SIGCHLD, SIG_IGN);
+    for (int i = 0; options.contains(QLatin1String("--open")) && i < 1000; ++i)
+        static_cast<void>(::open("/dev/null", O_RDONLY));
     if (options.contains(QLatin1String("--late")))
         const QApplication first(argc, argv);
     const int status = run(argc, argv, options);

@@ -7,7 +7,8 @@
 
 namespace pelorinnews::test {
 
-/// A web server on the loopback interface that answers the pages' requests and records them.
+/// A web server on the loopback interface that answers the pages' requests and records them. Also
+/// an HTTP proxy: it answers requests for any host itself. Their paths are whole addresses.
 class PageServer final : public QObject {
     Q_OBJECT
 
@@ -24,6 +25,8 @@ public:
 
     /// Sets the answer to requests for `path`; all other paths get 404.
     void setAnswer(const QByteArray &path, const Answer &answer) { _answers[path] = answer; }
+
+    [[nodiscard]] quint16 port() const { return _server.serverPort(); }
 
     /// "http://127.0.0.1:PORT"
     [[nodiscard]] QString address() const;

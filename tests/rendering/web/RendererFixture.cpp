@@ -1,31 +1,43 @@
 #include "RendererFixture.h"
 
-#include <QElapsedTimer>
+#include "rendering/PageWidget.h"
+
 #include <QPixmap>
 #include <QScreen>
 #include <QTest>
 #include <QTextBrowser>
-#include <QWebEngineScript>
-#include <QWebEngineView>
-
-#include <memory>
-#include <optional>
 
 namespace pelorinnews::test {
 
-RendererFixture::RendererFixture(Painter painter) {
-    // A folder without the plug-in leads to the text renderer.
-    view.setRendererFolder(painter == Painter::Web ? QStringLiteral(PELORIN_APP_DIR "/lib/pelorin")
-                                                   : QStringLiteral(PELORIN_APP_DIR "/bin"));
+RendererFixture::RendererFixture(Painter painter) : _painter(painter) {
+    EngineAccess::instance().forgetConnections();
+    // A folder without the page process leads to the text renderer.
+    view.setProgramFolder(isWeb() ? QStringLiteral(PELORIN_PAGE_PROCESS_DIR)
+                                  : QStringLiteral(PELORIN_APP_DIR "/bin"));
     view.setStandardFontFamily(QStringLiteral("Verdana"));
     view.setPolicyDelegate(this);
-    _web = view.findChild<QWebEngineView *>();
-    _browser = view.findChild<QTextBrowser *>();
-    if ((_web != nullptr) != (painter == Painter::Web) || (_web == nullptr && _browser == nullptr))
-        qFatal("the view has another renderer than requested");
     view.setWindowTitle(QStringLiteral("Page"));
     view.resize(500, 300);
     view.show();
+    if (!QTest::qWaitForWindowActive(&view, testPatience))
+        qFatal("the view does not become active");
+    if (isWeb())
+        waitForEngine();
+    if ((browser() != nullptr) == isWeb())
+        qFatal("the view has another renderer than requested");
+}
+
+// On a busy computer the page process may start too late, and the view uses the text renderer.
+// Closing and reopening the view tries the page process again.
+void RendererFixture::waitForEngine() {
+    const auto isConnected = [this] {
+        if (browser() != nullptr) {
+            view.hide();
+            view.show();
+        }
+        return _engine.isConnected();
+    };
+    waitUntil(isConnected, "no page process");
     if (!QTest::qWaitForWindowActive(&view, testPatience))
         qFatal("the view does not become active");
 }
@@ -37,46 +49,34 @@ RendererFixture::~RendererFixture() {
 NavigationDecision RendererFixture::webViewDecidePolicyForNavigationAction(NavigationType type,
                                                                            const QUrl &url) {
     questions.append({type, url.toString(QUrl::FullyEncoded)});
-    return type == NavigationType::LinkClicked || refuses(questions.last().address)
-               ? NavigationDecision::Ignore
-               : NavigationDecision::Use;
+    return type == NavigationType::LinkClicked ? NavigationDecision::Ignore
+                                               : NavigationDecision::Use;
+}
+
+QTextBrowser *RendererFixture::browser() const {
+    return view.findChild<QTextBrowser *>();
 }
 
 void RendererFixture::load(const QString &html) {
-    bool finished = _web == nullptr;
-    QObject context;
-    if (_web)
-        QObject::connect(_web, &QWebEngineView::loadFinished, &context,
-                         [&finished] { finished = true; });
+    if (!isWeb()) {
+        view.loadHtmlString(html);
+        return;
+    }
+    const auto loads = [this] { return _engine.state()[u"loadsFinished"].toInt(); };
+    const int before = loads();
+    const qint64 process = _engine.process();
     view.loadHtmlString(html);
-    waitUntil([&finished] { return finished; }, "the load does not end");
+    // A page process that was started meanwhile counts its loads from zero.
+    waitUntil([&] { return loads() > (_engine.process() == process ? before : 0); },
+              "the load does not end");
 }
 
 QString RendererFixture::text() const {
-    if (_browser)
-        return _browser->toPlainText();
-    // A page that is being replaced never answers. After this time the question is repeated, so
-    // that the new page answers it.
-    constexpr std::chrono::milliseconds answerTimeout{2000};
-    auto told = std::make_shared<std::optional<QString>>();
-    QElapsedTimer sinceAsked;
-    const auto answered = [&] {
-        if (!sinceAsked.isValid() || sinceAsked.hasExpired(answerTimeout.count())) {
-            sinceAsked.start();
-            _web->page()->toPlainText([told](const QString &text) { *told = text; });
-        }
-        return told->has_value();
-    };
-    waitUntil(answered, "the page does not report its text");
-    return told->value();
+    return isWeb() ? _engine.ask(QStringLiteral("text")).toString() : browser()->toPlainText();
 }
 
 QVariant RendererFixture::evaluated(const QString &script) const {
-    auto told = std::make_shared<std::optional<QVariant>>();
-    _web->page()->runJavaScript(script, QWebEngineScript::ApplicationWorld,
-                                [told](const QVariant &answer) { *told = answer; });
-    waitUntil([&] { return told->has_value(); }, "the page does not answer a script");
-    return told->value();
+    return _engine.ask(QStringLiteral("evaluate"), script).toVariant();
 }
 
 bool RendererFixture::hasFocusInPage() const {
@@ -93,17 +93,25 @@ QImage RendererFixture::screen() const {
 }
 
 QWidget *RendererFixture::target() const {
-    return _browser ? _browser->viewport() : _web->focusProxy();
+    if (!isWeb())
+        return browser()->viewport();
+    return view.findChild<PageWidget *>();
 }
 
-void waitUntil(const std::function<bool()> &happened, const char *otherwise) {
-    QElapsedTimer clock;
-    clock.start();
-    while (!happened()) {
-        if (clock.hasExpired(testPatience))
-            qFatal("%s", otherwise);
-        QTest::qWait(5);
-    }
+void RendererFixture::waitForColour(QPoint place, const QColor &colour) const {
+    waitUntil([&] { return pixel(place) == colour; }, "the page is not painted");
+    // The engine drops clicks on content that it has only just painted.
+    QTest::qWait(100);
+}
+
+void RendererFixture::click(QPoint place, Qt::MouseButton button,
+                            Qt::KeyboardModifiers held) const {
+    QTest::mouseMove(target(), place);
+    QTest::mouseClick(target(), button, held, place);
+}
+
+QString page(const QString &body) {
+    return QStringLiteral("<body style='margin:0;background:#20c040'>") + body;
 }
 
 QString asLine(const RendererFixture::Question &question) {

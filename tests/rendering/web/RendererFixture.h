@@ -1,5 +1,6 @@
 #pragma once
 
+#include "EngineAccess.h"
 #include "window/OlvNewsWebView.h"
 
 #include <QColor>
@@ -11,7 +12,6 @@
 #include <functional>
 
 class QTextBrowser;
-class QWebEngineView;
 
 namespace pelorinnews::test {
 
@@ -19,8 +19,7 @@ namespace pelorinnews::test {
 enum class Painter { Web, Text };
 
 /// A content view on the screen with the requested renderer. Serves as the view's policy delegate
-/// and records what it is asked. Like the window controller it refuses clicked links and allows
-/// everything else; `refuses` makes it refuse more.
+/// and records what it is asked.
 class RendererFixture final : public NavigationPolicyDelegate {
 public:
     explicit RendererFixture(Painter painter);
@@ -33,10 +32,6 @@ public:
         bool operator==(const Question &) const = default;
     };
     QList<Question> questions;
-
-    /// Returns true for addresses to refuse, whatever the reason of the navigation; by default for
-    /// none.
-    std::function<bool(const QString &address)> refuses = [](const QString &) { return false; };
 
     NavigationDecision webViewDecidePolicyForNavigationAction(NavigationType type,
                                                               const QUrl &url) override;
@@ -56,14 +51,26 @@ public:
     /// The widget that receives mouse and key events.
     [[nodiscard]] QWidget *target() const;
 
+    /// Waits until the screen has this colour at `place`, in the view's coordinates, and the page
+    /// accepts clicks there.
+    void waitForColour(QPoint place, const QColor &colour) const;
+
+    /// Moves the pointer to `place`, in the view's coordinates, and clicks.
+    void click(QPoint place, Qt::MouseButton button = Qt::LeftButton,
+               Qt::KeyboardModifiers held = {}) const;
+
     OlvNewsWebView view;
 
-    /// The web renderer's widget; null with the text renderer.
-    [[nodiscard]] QWebEngineView *web() const { return _web; }
-    [[nodiscard]] QTextBrowser *browser() const { return _browser; }
+    [[nodiscard]] bool isWeb() const { return _painter == Painter::Web; }
 
-    /// Runs `script` in the engine's page and returns its result. The script runs in a world of its
-    /// own, where scripts are allowed although the page's own are not.
+    /// The text renderer's widget; null with the web renderer.
+    [[nodiscard]] QTextBrowser *browser() const;
+
+    /// The web renderer's engine.
+    [[nodiscard]] Engine &engine() const { return _engine; }
+
+    /// Runs `script` in the engine's page and returns its result. It runs in an isolated world,
+    /// where scripts are allowed although the page's own are not.
     QVariant evaluated(const QString &script) const;
 
     /// Whether an element of the engine's page has the keyboard focus, for instance after a click
@@ -71,14 +78,17 @@ public:
     [[nodiscard]] bool hasFocusInPage() const;
 
 private:
-    QWebEngineView *_web = nullptr;
-    QTextBrowser *_browser = nullptr;
+    void waitForEngine();
+
+    const Painter _painter;
+    mutable Engine _engine;
 };
 
-/// Waits until `happened` returns true; ends the test program with the message `otherwise` on
-/// timeout. (Qt's own wait checks only when no event is left, and a painting engine always has
-/// some.)
-void waitUntil(const std::function<bool()> &happened, const char *otherwise);
+/// The background of `page`.
+inline const QColor ground(0x20, 0xc0, 0x40);
+
+/// A page without margins that has this body, on `ground`.
+[[nodiscard]] QString page(const QString &body);
 
 /// The question as one line: the number of its `NavigationType` and its address.
 [[nodiscard]] QString asLine(const RendererFixture::Question &question);

@@ -5,13 +5,11 @@
 #include <QApplication>
 #include <QTest>
 
-/// The main function of a test of the renderers: an application that shares its GL contexts, as
-/// hosts should.
-#define PELORIN_RENDERER_TEST_MAIN(TestClass)                   \
-    int main(int argc, char *argv[]) {                          \
-        const pelorinnews::test::TestHome home;                 \
-        QApplication::setAttribute(Qt::AA_ShareOpenGLContexts); \
-        const QApplication application(argc, argv);             \
-        TestClass test;                                         \
-        return QTest::qExec(&test, argc, argv);                 \
+/// The main function of a test of the renderers.
+#define PELORIN_RENDERER_TEST_MAIN(TestClass)       \
+    int main(int argc, char *argv[]) {              \
+        const pelorinnews::test::TestHome home;     \
+        const QApplication application(argc, argv); \
+        TestClass test;                             \
+        return QTest::qExec(&test, argc, argv);     \
     }

@@ -2,26 +2,27 @@
 
 #include <QChildEvent>
 #include <QDialog>
-#include <QQuickWidget>
-#include <QQuickWindow>
 
 namespace pelorinnews {
 
 void EngineView::childEvent(QChildEvent *event) {
     QWebEngineView::childEvent(event);
-    // With these flags, accessibility clients do not see the canvas as a separate window.
-    auto *canvas = event->added() ? qobject_cast<QQuickWidget *>(event->child()) : nullptr;
-    if (canvas) {
-        canvas->setFocusPolicy(Qt::NoFocus);
-        canvas->quickWindow()->setFlags(Qt::Desktop);
-    }
     // A child is polished right before it is first shown, so this is the time to hide a dialog.
     auto *dialog = event->polished() ? qobject_cast<QDialog *>(event->child()) : nullptr;
     if (!dialog)
         return;
     dialog->setAttribute(Qt::WA_DontShowOnScreen);
-    // Queued, because the dialog is about to be shown: reject it right after that.
+    // Make it non-modal: a modal dialog blocks the view, and keeps blocking it after its end if it
+    // was never on the screen.
+    dialog->setWindowModality(Qt::NonModal);
+    // Queued, so that the dialog is rejected after it has been shown, which happens right after
+    // this event.
     QMetaObject::invokeMethod(dialog, &QDialog::reject, Qt::QueuedConnection);
+}
+
+bool EngineView::focusNextPrevChild(bool next) {
+    Q_EMIT focusLeft(next);
+    return true;
 }
 
 }  // namespace pelorinnews

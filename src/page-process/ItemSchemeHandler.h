@@ -15,18 +15,16 @@ class ItemSchemeHandler final : public QWebEngineUrlSchemeHandler {
 public:
     using QWebEngineUrlSchemeHandler::QWebEngineUrlSchemeHandler;
 
-    [[nodiscard]] static bool isRegistered();
-
-    /// Registers the scheme with the engine. False if the engine has already started and accepts no
-    /// more schemes.
-    [[nodiscard]] static bool registerScheme();
+    /// Registers the scheme with the engine. Call it before the engine starts: later, the engine
+    /// accepts no scheme.
+    static void registerScheme();
 
     [[nodiscard]] static QByteArray scheme();
 
     /// Serves `html` from now on and returns its URL. Every page gets a new URL: if a URL were
     /// loaded again, the engine would restore its old scroll position. All pages share one URL
     /// host, because the engine would start another process for each new one.
-    [[nodiscard]] QUrl setPage(const QString &html);
+    [[nodiscard]] QUrl setPage(const QByteArray &html);
 
     /// Serves the page under a new URL host from now on and returns its new URL. The engine loads
     /// that URL in a new process, which helps if the present process hangs or has crashed.

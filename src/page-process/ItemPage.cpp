@@ -8,6 +8,8 @@
 #include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
 
+#include <utility>
+
 namespace pelorinnews {
 
 ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage(profile, parent) {
@@ -35,7 +37,7 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
         engine->setAttribute(attribute, false);
     engine->setAttribute(QWebEngineSettings::PlaybackRequiresUserGesture, true);
     engine->setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
-    scripts().insert(_clicks.script());
+    scripts().insert(_script.script());
 
     connect(this, &QWebEnginePage::newWindowRequested, this,
             [this](const QWebEngineNewWindowRequest &request) {
@@ -44,8 +46,10 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
                     static_cast<void>(
                         allows(pelorinnews::NavigationType::LinkClicked, request.requestedUrl()));
             });
-    connect(this, &QWebEnginePage::urlChanged, this,
-            [this](const QUrl &shown) { _itemHasCome = _itemHasCome || shown == _item; });
+    connect(this, &QWebEnginePage::urlChanged, this, [this](const QUrl &shown) {
+        if (shown == _item && !std::exchange(_itemHasCome, true))
+            Q_EMIT itemCame();
+    });
     // A mouse's back button must not lead to the previous item, which is no longer served.
     connect(this, &QWebEnginePage::loadFinished, this, [this] {
         if (url() == _item)
@@ -73,11 +77,8 @@ void ItemPage::showItem(const QUrl &address) {
 }
 
 bool ItemPage::allows(pelorinnews::NavigationType type, const QUrl &url) {
-    if (!_policy)
-        return false;
-    const QUrl address = rebasedOnBareHttp(url, _itemHasCome ? _item : _shown);
-    return _policy->webViewDecidePolicyForNavigationAction(type, address) ==
-           NavigationDecision::Use;
+    Q_EMIT navigationAsked(type, rebasedOnBareHttp(url, _itemHasCome ? _item : _shown));
+    return type != pelorinnews::NavigationType::LinkClicked;
 }
 
 bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, bool) {
@@ -102,9 +103,11 @@ bool ItemPage::acceptNavigationRequest(const QUrl &url, NavigationType type, boo
 
 void ItemPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString &message, int,
                                         const QString &) {
-    // The delegate's decision is ignored: the script has already kept the engine from following the
-    // link.
-    if (const auto link = _clicks.reported(message))
+    // The report may come late and be about the previous page.
+    if (_script.paintedPage(message) == _item)
+        Q_EMIT itemPainted();
+    // The answer does not matter: the script has already kept the engine from following the link.
+    if (const auto link = _script.clickedLink(message))
         static_cast<void>(allows(pelorinnews::NavigationType::LinkClicked, *link));
 }
 

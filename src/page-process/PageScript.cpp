@@ -1,4 +1,4 @@
-#include "LinkClicks.h"
+#include "PageScript.h"
 
 #include <QUuid>
 
@@ -9,7 +9,7 @@ namespace {
 // The listeners are added to the window, because named elements of a page can shadow the members of
 // its document (DOM clobbering). They ignore events made by scripts, and mouse buttons other than
 // left and middle.
-constexpr auto listener = R"((() => {
+constexpr auto reporter = R"((() => {
     const xlink = 'http://www.w3.org/1999/xlink';
     const addressOf = node => {
         if (node instanceof HTMLAnchorElement || node instanceof HTMLAreaElement)
@@ -34,32 +34,47 @@ constexpr auto listener = R"((() => {
                 continue;
             event.preventDefault();
             event.stopImmediatePropagation();
-            console.info('%1' + address);
+            console.info('%1click ' + address);
             return;
         }
     };
     addEventListener('click', clicked, true);
     addEventListener('auxclick', clicked, true);
+    // The engine begins a frame only when the earlier frames are on their way to the screen, so by
+    // the fourth frame the page has been painted.
+    const painted = frames => frames > 0 ? requestAnimationFrame(() => painted(frames - 1))
+                                         : console.info('%1painted ' + location.href);
+    if (window === top)
+        painted(4);
 })();)";
 
 }  // namespace
 
-LinkClicks::LinkClicks() : _secret(QUuid::createUuid().toString(QUuid::Id128) + QLatin1Char(' ')) {}
+PageScript::PageScript() : _secret(QUuid::createUuid().toString(QUuid::Id128) + QLatin1Char(' ')) {}
 
-QWebEngineScript LinkClicks::script() const {
+QWebEngineScript PageScript::script() const {
     QWebEngineScript script;
-    script.setName(QStringLiteral("link clicks"));
-    script.setSourceCode(QString::fromLatin1(listener).arg(_secret));
+    script.setName(QStringLiteral("reports"));
+    script.setSourceCode(QString::fromLatin1(reporter).arg(_secret));
     script.setInjectionPoint(QWebEngineScript::DocumentCreation);
     script.setWorldId(QWebEngineScript::ApplicationWorld);
     script.setRunsOnSubFrames(true);
     return script;
 }
 
-std::optional<QUrl> LinkClicks::reported(const QString &consoleMessage) const {
-    if (!consoleMessage.startsWith(_secret))
+std::optional<QUrl> PageScript::addressOf(QLatin1String report, const QString &message) const {
+    const QString beginning = _secret + report;
+    if (!message.startsWith(beginning))
         return std::nullopt;
-    return QUrl(consoleMessage.mid(_secret.size()), QUrl::TolerantMode);
+    return QUrl(message.mid(beginning.size()), QUrl::TolerantMode);
+}
+
+std::optional<QUrl> PageScript::clickedLink(const QString &consoleMessage) const {
+    return addressOf(QLatin1String("click "), consoleMessage);
+}
+
+std::optional<QUrl> PageScript::paintedPage(const QString &consoleMessage) const {
+    return addressOf(QLatin1String("painted "), consoleMessage);
 }
 
 }  // namespace pelorinnews

@@ -1,14 +1,15 @@
 #pragma once
 
-#include "LinkClicks.h"
-#include "rendering/NewsRenderer.h"
+#include "PageScript.h"
+#include "pageprotocol/NavigationType.h"
 
 #include <QWebEnginePage>
 
 namespace pelorinnews {
 
 /// The engine's page object, which shows one item at a time. Every feature that reading does not
-/// need is switched off; the policy delegate decides about the navigations that remain possible.
+/// need is switched off. Of the navigations that remain possible, clicked links are refused and all
+/// others allowed; all are reported.
 class ItemPage final : public QWebEnginePage {
     Q_OBJECT
 
@@ -21,7 +22,16 @@ public:
     /// Whether the engine has begun to show the item. Until then it still shows the previous page.
     [[nodiscard]] bool itemHasCome() const { return _itemHasCome; }
 
-    void setPolicyDelegate(NavigationPolicyDelegate *delegate) { _policy = delegate; }
+Q_SIGNALS:
+    /// The engine has begun to show the item.
+    void itemCame();
+
+    /// The item was painted. May never be emitted if the item keeps the engine busy.
+    void itemPainted();
+
+    /// A navigation was requested. `url` is resolved; relative links are resolved against a bare
+    /// "http://".
+    void navigationAsked(pelorinnews::NavigationType type, const QUrl &url);
 
 protected:
     bool acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) override;
@@ -35,12 +45,11 @@ protected:
 private:
     bool allows(pelorinnews::NavigationType type, const QUrl &url);
 
-    NavigationPolicyDelegate *_policy = nullptr;
     QUrl _item;
     /// URL of the previous page while the item is loading.
     QUrl _shown;
     bool _itemHasCome = false;
-    LinkClicks _clicks;
+    PageScript _script;
 };
 
 }  // namespace pelorinnews

@@ -12,26 +12,19 @@ constexpr auto schemeName = "pelorin-news-item";
 
 }  // namespace
 
-bool ItemSchemeHandler::isRegistered() {
-    return QWebEngineUrlScheme::schemeByName(schemeName).name() == schemeName;
-}
-
-bool ItemSchemeHandler::registerScheme() {
-    if (isRegistered())
-        return true;
+void ItemSchemeHandler::registerScheme() {
     QWebEngineUrlScheme scheme(schemeName);
     scheme.setSyntax(QWebEngineUrlScheme::Syntax::Host);
     scheme.setFlags(QWebEngineUrlScheme::SecureScheme);
     QWebEngineUrlScheme::registerScheme(scheme);
-    return isRegistered();
 }
 
 QByteArray ItemSchemeHandler::scheme() {
     return schemeName;
 }
 
-QUrl ItemSchemeHandler::setPage(const QString &html) {
-    _page = html.toUtf8();
+QUrl ItemSchemeHandler::setPage(const QByteArray &html) {
+    _page = html;
     return newAddress();
 }
 

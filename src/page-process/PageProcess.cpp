@@ -1,0 +1,350 @@
+#include "PageProcess.h"
+
+#include "FieldState.h"
+#include "InputEvents.h"
+#include "RequestFilter.h"
+#include "platform/LibraryPages.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QInputMethod>
+#include <QWebEngineCookieStore>
+#include <QWebEngineDownloadRequest>
+#include <QWebEngineSettings>
+#include <QWindow>
+
+#include <algorithm>
+
+namespace pelorinnews {
+
+namespace {
+
+using namespace pageprotocol;
+
+/// Timeout for an item to appear. After it, the previous page counts as hanging, and the item is
+/// loaded in a new engine process. Doubled with each retry, because the computer may just be busy.
+constexpr std::chrono::milliseconds hangTimeout{1000};
+
+/// Size of the fixed-width font relative to the standard font, as in all browsers.
+constexpr double fixedFontRatio = 13.0 / 16;
+
+/// After this time, a page counts as painted even if `PageScript` has not reported it.
+constexpr std::chrono::seconds paintTimeout{5};
+
+/// How long Qt may take to paint a frame that the engine has finished.
+constexpr std::chrono::milliseconds paintDelay{30};
+
+}  // namespace
+
+PageProcess::PageProcess(FileDescriptor socket)
+    : _handler(&_profile),
+      _page(&_profile, nullptr),
+      _popups(_view),
+      _cursor(_view),
+      _socket(std::move(socket), MessageSocket::Descriptors::Accept,
+              [this](const RawMessage &datagram, FileDescriptor descriptor) {
+                  return receive(datagram, std::move(descriptor));
+              }) {
+    prepareProfile();
+    _page.setBackgroundColor(Qt::white);
+    _view.setPage(&_page);
+    _view.setContextMenuPolicy(Qt::NoContextMenu);
+    _view.setWindowFlags(Qt::FramelessWindowHint);
+    _view.move(0, 0);
+    addSurface(_view, 0);
+    listenToPage();
+    listenToDesktop();
+    prepareTimers();
+    connect(&_socket, &MessageSocket::closed, this, [] { QCoreApplication::quit(); });
+    send(Ready{});
+}
+
+void PageProcess::prepareProfile() {
+    // A profile without a name keeps nothing on disk.
+    _profile.setHttpCacheType(QWebEngineProfile::MemoryHttpCache);
+    _profile.setPersistentCookiesPolicy(QWebEngineProfile::NoPersistentCookies);
+    _profile.cookieStore()->setCookieFilter([](const auto &) { return false; });
+    _profile.setSpellCheckEnabled(false);
+    connect(&_profile, &QWebEngineProfile::downloadRequested, this,
+            [](QWebEngineDownloadRequest *download) { download->cancel(); });
+    _profile.setUrlRequestInterceptor(new RequestFilter(&_profile));
+    _profile.installUrlSchemeHandler(ItemSchemeHandler::scheme(), &_handler);
+}
+
+void PageProcess::listenToPage() {
+    connect(&_page, &ItemPage::itemCame, this, [this] {
+        _hangTimer.stop();
+        // Until the new page is painted, the engine still shows the previous one.
+        if (std::exchange(_showsEarlierContent, true))
+            _paintTimer.start(paintTimeout);
+        else
+            _shownNumber = _number;
+        // The engine stores the zoom factor per URL host, and this page may be on a new host.
+        _page.setZoomFactor(_zoom);
+        send(PageCame{_number});
+    });
+    connect(&_page, &ItemPage::itemPainted, this, [this] {
+        if (_shownNumber != _number)
+            _paintTimer.start(paintDelay);
+    });
+    connect(&_page, &ItemPage::navigationAsked, this, [this](NavigationType type, const QUrl &url) {
+        if (_number > 0)
+            send(Navigation{_number, static_cast<qint32>(type), url.toString(QUrl::FullyEncoded)});
+    });
+    connect(&_page, &QWebEnginePage::selectionChanged, this,
+            [this] { send(Selection{_page.selectedText()}); });
+    // Reload each item at most once after its process has died: the item may crash every process
+    // that loads it.
+    connect(&_page, &QWebEnginePage::renderProcessTerminated, this,
+            [this](QWebEnginePage::RenderProcessTerminationStatus status) {
+                if (status != QWebEnginePage::NormalTerminationStatus &&
+                    !std::exchange(_isRevived, true))
+                    _page.showItem(_handler.moveToAnotherHost());
+            });
+    connect(&_view, &EngineView::focusLeft, this,
+            [this](bool isForward) { send(FocusLeft{isForward ? 1 : 0}); });
+}
+
+// Listens to what the engine would normally tell a desktop: copied text, focus, tooltips, mouse
+// cursor, pop-ups, input method.
+void PageProcess::listenToDesktop() {
+    connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this, [this] {
+        if (!_isPasting)
+            send(CopiedText{QGuiApplication::clipboard()->text()});
+    });
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &PageProcess::keepFocus,
+            Qt::QueuedConnection);
+    _view.installEventFilter(this);
+    connect(&_cursor, &CursorWatch::changed, this, [this](int shape) { send(CursorShape{shape}); });
+    connect(&_popups, &PopupWindows::shown, this, &PageProcess::showPopup);
+    connect(&_popups, &PopupWindows::hidden, this, &PageProcess::hidePopup);
+    connect(QGuiApplication::inputMethod(), &QInputMethod::cursorRectangleChanged, this,
+            [this] { _inputStateTimer.start(); });
+}
+
+void PageProcess::prepareTimers() {
+    _hangTimer.setSingleShot(true);
+    connect(&_hangTimer, &QTimer::timeout, this, [this] { retryInNewProcess(); });
+    _paintTimer.setSingleShot(true);
+    connect(&_paintTimer, &QTimer::timeout, this, &PageProcess::pagePainted);
+    _inputStateTimer.setSingleShot(true);
+    _inputStateTimer.setInterval(0);
+    connect(&_inputStateTimer, &QTimer::timeout, this, &PageProcess::reportInputState);
+}
+
+template <class Message>
+void PageProcess::send(const Message &message) {
+    _socket.send(encoded<ChildMessage>(message));
+}
+
+bool PageProcess::receive(const RawMessage &datagram, FileDescriptor descriptor) {
+    const auto message = _reader.read(datagram, descriptor.isValid());
+    if (!message)
+        return !_reader.isViolated();
+    return std::visit(
+        [&](const auto &each) {
+            const bool isHello = std::is_same_v<std::decay_t<decltype(each)>, Hello>;
+            return isHello != _isGreeted && handle(each, descriptor);
+        },
+        *message);
+}
+
+bool PageProcess::handle(const Hello &message, const Descriptor &) {
+    _isGreeted = true;
+    return message.protocol == version;
+}
+
+bool PageProcess::handle(const ShowPage &message, const Descriptor &memory) {
+    const auto html = SharedMemory::map(memory, message.bytes, SharedMemory::Access::Read);
+    if (!html || message.page <= _number)
+        return false;
+    _number = message.page;
+    _isRevived = false;
+    _page.showItem(
+        _handler.setPage(QByteArray(reinterpret_cast<const char *>(html->data()), html->size())));
+    _hangTimer.start(hangTimeout);
+    _paintTimer.stop();
+    return true;
+}
+
+bool PageProcess::handle(const PageStyle &message, const Descriptor &) {
+    QWebEngineSettings *settings = _page.settings();
+    if (!message.text.isEmpty())
+        settings->setFontFamily(QWebEngineSettings::StandardFont, message.text);
+    settings->setFontSize(QWebEngineSettings::DefaultFontSize, message.fontSize);
+    settings->setFontSize(QWebEngineSettings::DefaultFixedFontSize,
+                          qRound(message.fontSize * fixedFontRatio));
+    QApplication::setDoubleClickInterval(message.doubleClick);
+    QApplication::setCursorFlashTime(message.cursorFlash);
+    _zoom = message.zoom / 100.0;
+    _page.setZoomFactor(_zoom);
+    return true;
+}
+
+bool PageProcess::handle(const SurfaceBuffer &message, const Descriptor &memory) {
+    const auto surface = _surfaces.find(message.surface);
+    // A pop-up may have closed meanwhile.
+    return surface == _surfaces.end() ? message.surface > 0
+                                      : surface->second->addBuffer(message, memory);
+}
+
+bool PageProcess::handle(const FrameTaken &message, const Descriptor &) {
+    if (const auto surface = _surfaces.find(message.surface); surface != _surfaces.end())
+        surface->second->frameTaken(message);
+    return true;
+}
+
+bool PageProcess::handle(const ViewPlace &message, const Descriptor &) {
+    _view.move(message.x, message.y);
+    return true;
+}
+
+bool PageProcess::handle(const Visibility &message, const Descriptor &) {
+    _view.setVisible(message.isVisible != 0);
+    return true;
+}
+
+bool PageProcess::handle(const DiscardPage &, const Descriptor &) {
+    // Ends the engine's process for the page; a new one starts when the view is shown again.
+    _shownNumber = 0;
+    _showsEarlierContent = false;
+    _page.setLifecycleState(QWebEnginePage::LifecycleState::Discarded);
+    releaseLibraryPages({"libQt6WebEngineCore", "libQt6Quick", "libQt6Qml"});
+    return true;
+}
+
+bool PageProcess::handle(const MouseInput &message, const Descriptor &) {
+    _cursor.pointerMoved();
+    if (QWidget *window = windowOf(message.surface))
+        InputEvents::deliver(*window, message);
+    return true;
+}
+
+bool PageProcess::handle(const WheelInput &message, const Descriptor &) {
+    if (QWidget *window = windowOf(message.surface))
+        InputEvents::deliver(*window, message);
+    return true;
+}
+
+bool PageProcess::handle(const KeyInput &message, const Descriptor &) {
+    InputEvents::deliver(_view, message);
+    return true;
+}
+
+bool PageProcess::handle(const FocusInput &message, const Descriptor &) {
+    _focus = message;
+    InputEvents::deliver(_view, message);
+    return true;
+}
+
+// On Qt's offscreen platform, no window manager gives the focus back after a dialog.
+void PageProcess::keepFocus() {
+    if (_focus.hasFocus && !QGuiApplication::focusWindow())
+        InputEvents::deliver(_view, FocusInput{1, Qt::ActiveWindowFocusReason});
+}
+
+bool PageProcess::handle(const CommitText &message, const Descriptor &) {
+    InputEvents::deliver(message);
+    return true;
+}
+
+bool PageProcess::handle(const PreeditText &message, const Descriptor &) {
+    InputEvents::deliver(message);
+    return true;
+}
+
+bool PageProcess::handle(const ClipboardText &message, const Descriptor &) {
+    _isPasting = true;
+    QGuiApplication::clipboard()->setText(message.text);
+    _isPasting = false;
+    return true;
+}
+
+bool PageProcess::handle(const DropText &message, const Descriptor &) {
+    InputEvents::deliver(_view, message);
+    return true;
+}
+
+bool PageProcess::handle(const DismissPopup &message, const Descriptor &) {
+    if (QWidget *window = windowOf(message.surface))
+        window->close();
+    return true;
+}
+
+bool PageProcess::handle(const Ping &message, const Descriptor &) {
+    send(Pong{message.number});
+    return true;
+}
+
+QWidget *PageProcess::windowOf(qint32 surface) const {
+    const auto found = _surfaces.find(surface);
+    return found == _surfaces.end() ? nullptr : &found->second->window();
+}
+
+void PageProcess::addSurface(QWidget &window, qint32 number) {
+    auto surface = std::make_unique<Surface>(window, number);
+    connect(surface.get(), &Surface::framePainted, this,
+            [this, number](qint32 generation, qint32 buffer) {
+                send(FrameReady{number, generation, buffer, _shownNumber});
+                // Check the input state after each frame of the page: the page is painted when a
+                // form field gets or loses the focus.
+                if (number == 0)
+                    _inputStateTimer.start();
+            });
+    _surfaces.insert_or_assign(number, std::move(surface));
+}
+
+void PageProcess::pagePainted() {
+    _shownNumber = _number;
+    _surfaces.at(0)->sendAgain();
+}
+
+bool PageProcess::eventFilter(QObject *, QEvent *event) {
+    if (event->type() == QEvent::ToolTipChange)
+        send(ToolTip{_view.toolTip()});
+    return false;
+}
+
+qint32 PageProcess::surfaceOf(const QWidget *window) const {
+    const auto isIts = [window](const auto &each) { return &each.second->window() == window; };
+    const auto found = std::find_if(_surfaces.begin(), _surfaces.end(), isIts);
+    return found == _surfaces.end() ? -1 : found->first;
+}
+
+void PageProcess::showPopup(QWidget *popup, const QRect &place) {
+    qint32 number = surfaceOf(popup);
+    if (number < 0) {
+        number = 1;
+        while (_surfaces.contains(number))
+            ++number;
+        if (number > maxSurface)
+            return;
+        addSurface(*popup, number);
+    }
+    send(PopupShown{number, place.x(), place.y(), place.width(), place.height()});
+}
+
+void PageProcess::hidePopup(const QWidget *popup) {
+    const qint32 number = surfaceOf(popup);
+    if (number < 0)
+        return;
+    send(PopupHidden{number});
+    _surfaces.erase(number);
+}
+
+void PageProcess::retryInNewProcess() {
+    if (_page.itemHasCome())
+        return;
+    _hangTimer.start(_hangTimer.interval() * 2);
+    _page.showItem(_handler.moveToAnotherHost());
+}
+
+void PageProcess::reportInputState() {
+    InputState state = currentFieldState();
+    if (state.numbers() == _inputState.numbers() && state.text == _inputState.text)
+        return;
+    _inputState = state;
+    send(state);
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,149 @@
+#include "PageInput.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QInputMethodEvent>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace pelorinnews {
+
+using namespace pageprotocol;
+
+namespace {
+
+/// Maximum of `_actions`: more than a user makes before a hanging page process is detected.
+constexpr int maxActions = 1000;
+
+qint32 unit(double position) {
+    const double number = std::round(position * positionUnit);
+    constexpr double most = positionUnit * maxSide;
+    return static_cast<qint32>(std::clamp(number, -most, most));
+}
+
+qint32 bits(auto flags) {
+    return static_cast<qint32>(flags.toInt());
+}
+
+}  // namespace
+
+void PageInput::setChild(PageChild *child) {
+    _child = child;
+    _takesText = false;
+}
+
+void PageInput::beginPage() {
+    _actions = 0;
+    _isInUse = false;
+    _isCopying = false;
+}
+
+void PageInput::countAction() {
+    _isInUse = true;
+    _actions = std::min(_actions + 1, maxActions);
+}
+
+bool PageInput::takeAction() {
+    if (_actions == 0)
+        return false;
+    --_actions;
+    return true;
+}
+
+void PageInput::sendMouse(qint32 surface, const QMouseEvent &event, qint32 kind) {
+    if (kind == MouseInput::Press) {
+        _isInUse = true;
+        Q_EMIT pressing();
+    }
+    if (kind == MouseInput::Release)
+        countAction();
+    send(MouseInput{surface, kind, unit(event.position().x()), unit(event.position().y()),
+                    static_cast<qint32>(event.button()), bits(event.buttons()),
+                    bits(event.modifiers())});
+    Q_EMIT sent();
+}
+
+void PageInput::sendLeave() {
+    send(MouseInput{.surface = 0, .kind = MouseInput::Leave});
+}
+
+void PageInput::sendWheel(qint32 surface, const QWheelEvent &event) {
+    send(WheelInput{surface, unit(event.position().x()), unit(event.position().y()),
+                    event.pixelDelta().x(), event.pixelDelta().y(), event.angleDelta().x(),
+                    event.angleDelta().y(), bits(event.buttons()), bits(event.modifiers()),
+                    static_cast<qint32>(event.phase()), event.inverted() ? 1 : 0});
+    Q_EMIT sent();
+}
+
+void PageInput::sendKey(const QKeyEvent &event, bool isPress) {
+    if (isPress) {
+        Q_EMIT pressing();
+        countAction();
+        _isCopying =
+            _takesText && (event.matches(QKeySequence::Cut) || event.matches(QKeySequence::Copy));
+        if (_takesText && event.matches(QKeySequence::Paste))
+            send(ClipboardText{QGuiApplication::clipboard()->text()});
+    }
+    send(KeyInput{
+        isPress ? 1 : 0, event.key(), bits(event.modifiers()),
+        static_cast<qint32>(event.nativeScanCode()), static_cast<qint32>(event.nativeVirtualKey()),
+        static_cast<qint32>(event.nativeModifiers()), event.isAutoRepeat() ? 1 : 0, event.text()});
+    Q_EMIT sent();
+}
+
+void PageInput::sendFocus(bool hasFocus, Qt::FocusReason reason) {
+    send(FocusInput{hasFocus ? 1 : 0, std::min<qint32>(reason, Qt::OtherFocusReason)});
+}
+
+void PageInput::sendInputMethod(const QInputMethodEvent &event) {
+    if (!event.commitString().isEmpty() || event.replacementLength() > 0)
+        send(CommitText{event.replacementStart(), event.replacementLength(), event.commitString()});
+    qint32 cursor = static_cast<qint32>(event.preeditString().size());
+    for (const QInputMethodEvent::Attribute &each : event.attributes()) {
+        if (each.type == QInputMethodEvent::Cursor)
+            cursor = std::clamp(each.start, 0, cursor);
+    }
+    send(PreeditText{cursor, event.preeditString()});
+    Q_EMIT sent();
+}
+
+void PageInput::sendDrop(QPointF place, const QString &text) {
+    send(DropText{unit(place.x()), unit(place.y()), text});
+}
+
+void PageInput::dismissPopup(qint32 surface) {
+    send(DismissPopup{surface});
+}
+
+bool PageInput::isForTextField(const QKeyEvent &event) const {
+    if (!_takesText)
+        return false;
+    const auto command =
+        event.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+    if (command == Qt::NoModifier)
+        return event.key() != Qt::Key_Escape && event.key() != Qt::Key_Tab &&
+               (event.key() < Qt::Key_F1 || event.key() > Qt::Key_F35);
+    static constexpr std::array edits{QKeySequence::Undo,
+                                      QKeySequence::Redo,
+                                      QKeySequence::Cut,
+                                      QKeySequence::Copy,
+                                      QKeySequence::Paste,
+                                      QKeySequence::SelectAll,
+                                      QKeySequence::DeleteStartOfWord,
+                                      QKeySequence::DeleteEndOfWord,
+                                      QKeySequence::MoveToNextWord,
+                                      QKeySequence::MoveToPreviousWord,
+                                      QKeySequence::SelectNextWord,
+                                      QKeySequence::SelectPreviousWord,
+                                      QKeySequence::MoveToStartOfDocument,
+                                      QKeySequence::MoveToEndOfDocument};
+    const auto isThis = [&event](auto edit) { return event.matches(edit); };
+    return std::any_of(edits.begin(), edits.end(), isThis);
+}
+
+}  // namespace pelorinnews

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "PageChild.h"
+
+#include <QObject>
+
+class QFocusEvent;
+class QInputMethodEvent;
+class QKeyEvent;
+class QMouseEvent;
+class QWheelEvent;
+
+namespace pelorinnews {
+
+/// Sends the user's input on a page and its pop-ups to the page process, and records what the user
+/// has done. A page process may act on the desktop (report a clicked link, change a clipboard) only
+/// in response to input. Main thread only.
+class PageInput final : public QObject {
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    /// The process that gets the input from now on; null for none.
+    void setChild(PageChild *child);
+
+    /// Forgets what the user did on the previous page.
+    void beginPage();
+
+    /// Sets whether a text field of the page has the focus.
+    void setTakesText(bool takesText) { _takesText = takesText; }
+
+    /// `kind` is a `MouseInput::Kind`.
+    void sendMouse(qint32 surface, const QMouseEvent &event, qint32 kind);
+    void sendLeave();
+    void sendWheel(qint32 surface, const QWheelEvent &event);
+    void sendKey(const QKeyEvent &event, bool isPress);
+    void sendFocus(bool hasFocus, Qt::FocusReason reason);
+    void sendInputMethod(const QInputMethodEvent &event);
+    void sendDrop(QPointF place, const QString &text);
+    void dismissPopup(qint32 surface);
+
+    /// Each key press and each release of a mouse button permits the page process to report one
+    /// clicked link. Uses up one such permission; false if none is left.
+    [[nodiscard]] bool takeAction();
+
+    /// Whether the latest key press cuts or copies in a text field. True only once for each press.
+    [[nodiscard]] bool takeCopying() { return std::exchange(_isCopying, false); }
+
+    /// Whether the user has done something on the present page.
+    [[nodiscard]] bool isInUse() const { return _isInUse; }
+
+    /// Whether a text field of the page uses the key, so that the key must not trigger the host's
+    /// shortcuts.
+    [[nodiscard]] bool isForTextField(const QKeyEvent &event) const;
+
+Q_SIGNALS:
+    /// A key or button is pressed. Emitted before the process is told of it.
+    void pressing();
+
+    /// Input was sent to the process, which should now show that it does not hang.
+    void sent();
+
+private:
+    template <class Message>
+    void send(const Message &message) {
+        if (_child)
+            _child->send(message);
+    }
+    void countAction();
+
+    PageChild *_child = nullptr;
+    bool _takesText = false;
+    /// How many key presses and button releases still permit a report of a clicked link.
+    int _actions = 0;
+    bool _isInUse = false;
+    bool _isCopying = false;
+};
+
+}  // namespace pelorinnews

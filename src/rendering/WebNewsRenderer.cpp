@@ -1,0 +1,365 @@
+#include "WebNewsRenderer.h"
+
+#include "StandardFont.h"
+#include "platform/LibraryPages.h"
+
+#include <QApplication>
+#include <QHideEvent>
+#include <QNetworkProxy>
+#include <QScreen>
+
+#include <algorithm>
+#include <unistd.h>
+#include <utility>
+
+namespace pelorinnews {
+
+using namespace pageprotocol;
+
+namespace {
+
+using std::chrono::steady_clock;
+
+/// Timeout for a new process to say that the engine runs.
+constexpr std::chrono::seconds readyTimeout{5};
+/// Delay between sending input or a page and a ping, and timeout for the answer to the ping. No
+/// ping is sent if a page comes in the meantime.
+constexpr std::chrono::seconds answerTimeout{5};
+/// How long the page is kept after the window has closed, so that the window opens again at once.
+/// After this time, the news has probably been read.
+constexpr std::chrono::seconds discardDelay{10};
+/// How long the page process is kept after the window has closed.
+constexpr std::chrono::minutes endDelay{2};
+constexpr std::chrono::minutes failureMemory{1};
+
+/// Whether the installed page process speaks another protocol version, as after an upgrade under a
+/// running host. Never reset: only a restart of the host helps.
+bool isOtherVersionInstalled = false;
+
+bool isDark(const QPalette &palette) {
+    return palette.color(QPalette::Base).lightness() < palette.color(QPalette::Text).lightness();
+}
+
+// The proxy that the host has set for all its connections; empty if there is none.
+QUrl hostsProxy() {
+    const QNetworkProxy proxy = QNetworkProxy::applicationProxy();
+    QUrl address;
+    if (proxy.type() == QNetworkProxy::HttpProxy || proxy.type() == QNetworkProxy::HttpCachingProxy)
+        address.setScheme(QStringLiteral("http"));
+    else if (proxy.type() == QNetworkProxy::Socks5Proxy)
+        address.setScheme(QStringLiteral("socks5"));
+    address.setHost(proxy.hostName());
+    address.setPort(proxy.port());
+    return StartArguments::isProxy(address) ? address : QUrl();
+}
+
+StartArguments startArguments(const QWidget &widget) {
+    const double scale = std::clamp(widget.devicePixelRatioF(), minScale, maxScale);
+    const QSize screen = (QSizeF(widget.screen()->geometry().size()) * scale).toSize();
+    return {::getpid(), scale, screen.boundedTo({maxSide / 2, maxSide / 2}),
+            isDark(widget.palette()), hostsProxy()};
+}
+
+}  // namespace
+
+/// The widget around the page. Swallows keys that the page did not use.
+class WebNewsRenderer::Surround final : public QWidget {
+public:
+    Surround(QWidget *parent, WebNewsRenderer &renderer) : QWidget(parent), _renderer(renderer) {}
+
+protected:
+    void keyPressEvent(QKeyEvent *) override {}
+    void keyReleaseEvent(QKeyEvent *) override {}
+    void resizeEvent(QResizeEvent *) override {
+        for (QObject *each : children()) {
+            if (auto *page = qobject_cast<QWidget *>(each); page && !page->isWindow())
+                page->setGeometry(rect());
+        }
+    }
+    // A minimised window is hidden (a spontaneous event), but still in use: it does not count as
+    // closed.
+    void showEvent(QShowEvent *event) override {
+        if (!event->spontaneous())
+            _renderer.opened();
+    }
+    void hideEvent(QHideEvent *event) override {
+        if (!event->spontaneous())
+            _renderer.closed();
+    }
+    void changeEvent(QEvent *event) override {
+        QWidget::changeEvent(event);
+        if (event->type() == QEvent::FontChange)
+            _renderer.sendStyle();
+    }
+
+private:
+    WebNewsRenderer &_renderer;
+};
+
+WebNewsRenderer::WebNewsRenderer(QWidget *parent, const QString &program, qsizetype maxFailures)
+    : _program(program),
+      _maxFailures(maxFailures),
+      _surround(new Surround(parent, *this)),
+      _view(new PageWidget(_surround)) {
+    const auto prepare = [this](QTimer &timer, std::chrono::milliseconds delay, auto slot) {
+        timer.setSingleShot(true);
+        timer.setInterval(delay);
+        QObject::connect(&timer, &QTimer::timeout, _view, [this, slot] { (this->*slot)(); });
+    };
+    prepare(_readyTimer, readyTimeout, &WebNewsRenderer::childEnded);
+    prepare(_answerTimer, answerTimeout, &WebNewsRenderer::answerIsMissing);
+    prepare(_endTimer, endDelay, &WebNewsRenderer::endChild);
+    _discardTimer.setSingleShot(true);
+    _discardTimer.setInterval(discardDelay);
+    QObject::connect(&_discardTimer, &QTimer::timeout, _view, [this] {
+        if (_child)
+            _child->send(DiscardPage{});
+        releaseLibraryPages({});
+    });
+    QObject::connect(&_view->input(), &PageInput::sent, _view, [this] { expectAnswer(); });
+    // Queued, because the view emits these signals while it paints or handles another event.
+    QObject::connect(
+        _view, &PageWidget::surroundingsChanged, _view, [this] { surroundingsChanged(); },
+        Qt::QueuedConnection);
+    QObject::connect(
+        _view, &PageWidget::framesFailed, _view, [this] { useText(); }, Qt::QueuedConnection);
+    startChild();
+}
+
+WebNewsRenderer::~WebNewsRenderer() {
+    endChild();
+    _text.reset();
+    delete _surround;
+}
+
+QWidget *WebNewsRenderer::widget() const {
+    return _surround;
+}
+
+QWidget *WebNewsRenderer::inputWidget() const {
+    return _text ? _text->inputWidget() : _view;
+}
+
+void WebNewsRenderer::loadHtmlString(const QString &html, PageKind kind) {
+    // If the same page is loaded again, frames of its previous load are still correct.
+    const bool isSame = _page > 0 && html == _html && kind == _kind;
+    _html = html;
+    _kind = kind;
+    ++_page;
+    if (!isSame)
+        _view->waitForPage(_page);
+    // When the window opens, the engine may still paint the previous page: do not show that.
+    if (!isSame && _isClosed)
+        _view->clear();
+    _view->input().beginPage();
+    _view->setPlainColour(plainColour());
+    if (_text)
+        _text->loadHtmlString(html, kind);
+    else if (_child && hostsProxy() != _start.proxy)
+        restartChild();
+    else if (_child)
+        sendPage();
+}
+
+void WebNewsRenderer::setStandardFontFamily(const QString &family) {
+    _fontFamily = family;
+    if (_text)
+        _text->setStandardFontFamily(family);
+    sendStyle();
+}
+
+void WebNewsRenderer::setZoom(int percent) {
+    _zoom = percent;
+    if (_text)
+        _text->setZoom(percent);
+    sendStyle();
+}
+
+void WebNewsRenderer::setPolicyDelegate(NavigationPolicyDelegate *delegate) {
+    _policy = delegate;
+    if (_text)
+        _text->setPolicyDelegate(delegate);
+}
+
+void WebNewsRenderer::opened() {
+    _isClosed = false;
+    _discardTimer.stop();
+    _endTimer.stop();
+    if (_text && !isOtherVersionInstalled) {
+        _text.reset();
+        _failures.clear();
+        _view->show();
+    }
+    if (!_child && !_text)
+        startChild();
+}
+
+void WebNewsRenderer::closed() {
+    _isClosed = true;
+    _view->clear();
+    _discardTimer.start();
+    _endTimer.start();
+}
+
+void WebNewsRenderer::surroundingsChanged() {
+    const bool hasOtherColour = _view->setPlainColour(plainColour());
+    if (!_child)
+        return;
+    if (startArguments(*_view) != _start)
+        restartChild();
+    else if (hasOtherColour && _kind == PageKind::Status)
+        loadHtmlString(QString(_html), _kind);
+}
+
+QColor WebNewsRenderer::plainColour() const {
+    return _kind == PageKind::Item ? QColor(Qt::white) : _surround->palette().color(QPalette::Base);
+}
+
+void WebNewsRenderer::startChild() {
+    _isReady = false;
+    _start = startArguments(*_view);
+    if (!isOtherVersionInstalled)
+        _child = PageChild::start(_program, _start,
+                                  [this](const ChildMessage &message) { receive(message); });
+    if (!_child) {
+        useText();
+        return;
+    }
+    QObject::connect(_child.get(), &PageChild::ended, _view, [this] { childEnded(); });
+    _readyTimer.start();
+    sendStyle();
+    if (_page > 0)
+        sendPage();
+    // If `sendPage` has failed, the child is gone.
+    if (_child)
+        _view->setChild(_child.get());
+}
+
+void WebNewsRenderer::endChild() {
+    _readyTimer.stop();
+    _answerTimer.stop();
+    _isAsked = false;
+    _view->setChild(nullptr);
+    _child.reset();
+}
+
+void WebNewsRenderer::restartChild() {
+    endChild();
+    // While the window is closed, its next opening starts the child.
+    if (!_isClosed)
+        startChild();
+}
+
+void WebNewsRenderer::sendStyle() {
+    if (_child)
+        _child->send(PageStyle{standardFontPixels(), _zoom, QApplication::doubleClickInterval(),
+                               QApplication::cursorFlashTime(), _fontFamily});
+}
+
+void WebNewsRenderer::sendPage() {
+    QString text = _html;
+    if (_kind == PageKind::Status) {
+        const QPalette &palette = _surround->palette();
+        text.prepend(
+            QStringLiteral("<style>html{background:%1;color:%2}</style>")
+                .arg(palette.color(QPalette::Base).name(), palette.color(QPalette::Text).name()));
+    }
+    SharedMemory::SealedText memory;
+    // In UTF-8, a text has at least as many bytes as it has UTF-16 units.
+    if (text.size() <= maxPageBytes)
+        memory = SharedMemory::createSealedText(text);
+    if (!memory.file.isValid() || memory.bytes > maxPageBytes) {
+        useText();
+        return;
+    }
+    _child->send(ShowPage{_page, static_cast<qint32>(memory.bytes)}, std::move(memory.file));
+    expectAnswer();
+}
+
+void WebNewsRenderer::expectAnswer() {
+    if (_isReady && !_answerTimer.isActive())
+        _answerTimer.start();
+}
+
+void WebNewsRenderer::answerIsMissing() {
+    if (!_child)
+        return;
+    if (std::exchange(_isAsked, true)) {
+        childEnded();
+        return;
+    }
+    _child->send(Ping{_page});
+    _answerTimer.start();
+}
+
+void WebNewsRenderer::answerCame() {
+    _isAsked = false;
+    _answerTimer.stop();
+}
+
+void WebNewsRenderer::childEnded() {
+    isOtherVersionInstalled = isOtherVersionInstalled || (_child && _child->isOtherVersion());
+    endChild();
+    const auto now = steady_clock::now();
+    _failures.removeIf([now](auto each) { return now - each > failureMemory; });
+    _failures.append(now);
+    // An engine that lacks its sandbox or its files ends before it is ready, at every start: do not
+    // retry.
+    if (!_wasEverReady || _failures.size() >= _maxFailures)
+        useText();
+    else if (!_isClosed)
+        startChild();
+}
+
+void WebNewsRenderer::useText() {
+    if (_text)
+        return;
+    endChild();
+    _view->hide();
+    _text = std::make_unique<TextNewsRenderer>(_surround);
+    _text->setPolicyDelegate(_policy);
+    _text->setZoom(_zoom);
+    if (!_fontFamily.isEmpty())
+        _text->setStandardFontFamily(_fontFamily);
+    if (_page > 0)
+        _text->loadHtmlString(_html, _kind);
+    _text->setGeometry(_surround->rect());
+    _text->show();
+}
+
+void WebNewsRenderer::receive(const ChildMessage &message) {
+    if (!std::visit([this](const auto &each) { return handle(each); }, message))
+        childEnded();
+}
+
+bool WebNewsRenderer::handle(const Ready &) {
+    _isReady = true;
+    _wasEverReady = true;
+    _readyTimer.stop();
+    // A page may have been sent before the process was ready: start to wait for the answer now.
+    expectAnswer();
+    return true;
+}
+
+bool WebNewsRenderer::handle(const PageCame &message) {
+    answerCame();
+    return message.page <= _page;
+}
+
+bool WebNewsRenderer::handle(const Navigation &message) {
+    if (message.page != _page || !_policy)
+        return message.page <= _page;
+    const auto type = static_cast<NavigationType>(message.type);
+    // A process that a page has taken control of could report clicks that the user did not make.
+    if (type == NavigationType::LinkClicked && !_view->input().takeAction())
+        return true;
+    _policy->webViewDecidePolicyForNavigationAction(type, QUrl(message.text));
+    return true;
+}
+
+bool WebNewsRenderer::handle(const Pong &) {
+    answerCame();
+    return true;
+}
+
+}  // namespace pelorinnews

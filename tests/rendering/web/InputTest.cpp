@@ -1,0 +1,336 @@
+// The page receives the user's input: keys, mouse, drops, input methods. The desktop receives what
+// the page makes of it: open lists, selected text, cursor shapes, tooltips, the focus.
+
+#include "RendererFixture.h"
+#include "RendererTestMain.h"
+#include "rendering/PagePopup.h"
+#include "rendering/PageWidget.h"
+
+#include <QClipboard>
+#include <QDropEvent>
+#include <QInputMethodEvent>
+#include <QMimeData>
+#include <QProcess>
+#include <QPushButton>
+#include <QScreen>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+// The field and the list are at the upper left, each 100 pixels high.
+const QString field =
+    QStringLiteral("<input id=field style='display:block;width:300px;height:100px'>");
+const QString list = QStringLiteral(
+    "<select id=field style='display:block;width:300px;height:100px'><option>One<option>Two"
+    "<option>Three</select>");
+
+}  // namespace
+
+class InputTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { _fixture = std::make_unique<RendererFixture>(Painter::Web); }
+    void cleanup() { _fixture.reset(); }
+
+    void typesIntoAField();
+    void pastesAndCutsInAField();
+    void takesADroppedText();
+    void composesTextOfAnInputMethod();
+    void tellsAnInputMethodOfTheField();
+    void claimsTheKeysOfAFieldOnly();
+    void choosesFromAListByKeys();
+    void choosesFromAListByMouse();
+    void opensAListWhereItsWindowWasMoved();
+    void closesAListByAClickBesideIt();
+    void keepsAListOnTheScreen();
+    void putsSelectedTextIntoThePrimarySelection();
+    void selectsNothingForAPageAlone();
+    void showsTheCursorOfALink();
+    void showsToolTipsAsPlainText();
+    void movesTheFocusThroughThePageAndOut();
+
+private:
+    void show(const QString &body, QPoint painted = {480, 280}) {
+        _fixture->load(page(QStringLiteral("<div style='font-size:40px'>") + body));
+        _fixture->waitForColour(painted, ground);
+    }
+    void click(QPoint place = {50, 50}) const { _fixture->click(place); }
+    // Clicks the field and waits until it takes text.
+    void enter() const {
+        click();
+        QTRY_VERIFY(_fixture->view.inputMethodQuery(Qt::ImEnabled).toBool());
+    }
+    [[nodiscard]] QString value() const {
+        return _fixture->evaluated(QStringLiteral("document.getElementById('field').value"))
+            .toString();
+    }
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) const {
+        QTest::keyClick(_fixture->view.windowHandle(), key, modifiers);
+    }
+    [[nodiscard]] static PagePopup *openList() {
+        return qobject_cast<PagePopup *>(QApplication::activePopupWidget());
+    }
+
+    std::unique_ptr<RendererFixture> _fixture;
+};
+
+void InputTest::typesIntoAField() {
+    show(field);
+    enter();
+    QTest::keyClicks(&_fixture->view, QStringLiteral("aB c"));
+    press(Qt::Key_Backspace);
+    QKeyEvent accented(QEvent::KeyPress, Qt::Key_Eacute, {}, QStringLiteral("\u00e9"));
+    QApplication::sendEvent(&_fixture->view, &accented);
+    QTRY_COMPARE(value(), QStringLiteral("aB \u00e9"));
+}
+
+void InputTest::pastesAndCutsInAField() {
+    QClipboard *clipboard = QApplication::clipboard();
+    clipboard->setText(QStringLiteral("pasted \u4e00"));
+    show(field);
+    enter();
+    press(Qt::Key_V, Qt::ControlModifier);
+    QTRY_COMPARE(value(), QStringLiteral("pasted \u4e00"));
+    clipboard->setText(QStringLiteral("another"));
+    press(Qt::Key_A, Qt::ControlModifier);
+    press(Qt::Key_X, Qt::ControlModifier);
+    QTRY_COMPARE(value(), QString());
+    QTRY_COMPARE(clipboard->text(), QStringLiteral("pasted \u4e00"));
+}
+
+void InputTest::takesADroppedText() {
+    show(field);
+    enter();
+    QMimeData data;
+    data.setText(QStringLiteral("dropped"));
+    const QPoint place(50, 50);
+    QDragEnterEvent coming(place, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(_fixture->target(), &coming);
+    QVERIFY(coming.isAccepted());
+    QDropEvent drop(place, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(_fixture->target(), &drop);
+    QTRY_COMPARE(value(), QStringLiteral("dropped"));
+}
+
+void InputTest::composesTextOfAnInputMethod() {
+    show(field);
+    enter();
+    QInputMethodEvent composing(QStringLiteral("\u306b"), {});
+    QApplication::sendEvent(&_fixture->view, &composing);
+    QTRY_COMPARE(value(), QStringLiteral("\u306b"));
+    QInputMethodEvent done;
+    done.setCommitString(QStringLiteral("\u65e5\u672c"));
+    QApplication::sendEvent(&_fixture->view, &done);
+    QTRY_COMPARE(value(), QStringLiteral("\u65e5\u672c"));
+    QInputMethodEvent again(QStringLiteral("x"), {});
+    QApplication::sendEvent(&_fixture->view, &again);
+    QTRY_COMPARE(value(), QStringLiteral("\u65e5\u672cx"));
+    QInputMethodEvent cancelled;
+    QApplication::sendEvent(&_fixture->view, &cancelled);
+    QTRY_COMPARE(value(), QStringLiteral("\u65e5\u672c"));
+}
+
+void InputTest::tellsAnInputMethodOfTheField() {
+    show(QStringLiteral("<div style='height:150px'>Text</div>") + field);
+    QVERIFY(!_fixture->view.inputMethodQuery(Qt::ImEnabled).toBool());
+    click({50, 200});
+    QTRY_VERIFY(_fixture->view.inputMethodQuery(Qt::ImEnabled).toBool());
+    QTest::keyClicks(&_fixture->view, QStringLiteral("some"));
+    QTRY_COMPARE(_fixture->view.inputMethodQuery(Qt::ImSurroundingText).toString(),
+                 QStringLiteral("some"));
+    QTRY_COMPARE(_fixture->view.inputMethodQuery(Qt::ImCursorPosition).toInt(), 4);
+    const auto cursor = [this] {
+        return _fixture->view.inputMethodQuery(Qt::ImCursorRectangle).toRect();
+    };
+    QTRY_VERIFY(QRect(0, 150, 300, 100).contains(cursor().center()));
+    QVERIFY(cursor().height() > 5);
+    press(Qt::Key_Left, Qt::ShiftModifier);
+    QTRY_COMPARE(_fixture->view.inputMethodQuery(Qt::ImCursorPosition).toInt(), 3);
+    QTRY_COMPARE(_fixture->view.inputMethodQuery(Qt::ImAnchorPosition).toInt(), 4);
+    click({400, 50});
+    QTRY_VERIFY(!_fixture->view.inputMethodQuery(Qt::ImEnabled).toBool());
+}
+
+void InputTest::claimsTheKeysOfAFieldOnly() {
+    const auto isClaimed = [this](Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        QKeyEvent event(QEvent::ShortcutOverride, key, modifiers);
+        event.ignore();
+        QApplication::sendEvent(&_fixture->view, &event);
+        return event.isAccepted();
+    };
+    show(field);
+    QVERIFY(!isClaimed(Qt::Key_A));
+    enter();
+    QVERIFY(isClaimed(Qt::Key_A));
+    QVERIFY(isClaimed(Qt::Key_Delete));
+    QVERIFY(isClaimed(Qt::Key_A, Qt::ControlModifier));
+    QVERIFY(isClaimed(Qt::Key_Z, Qt::ControlModifier));
+    QVERIFY(!isClaimed(Qt::Key_Q, Qt::ControlModifier));
+    QVERIFY(!isClaimed(Qt::Key_F5));
+    QVERIFY(!isClaimed(Qt::Key_Escape));
+    click({400, 200});
+    QTRY_VERIFY(!isClaimed(Qt::Key_A));
+}
+
+void InputTest::choosesFromAListByKeys() {
+    show(list);
+    click();
+    QTRY_VERIFY(openList() != nullptr);
+    QTest::keyClick(openList(), Qt::Key_Down);
+    QTest::keyClick(openList(), Qt::Key_Down);
+    QTest::keyClick(openList(), Qt::Key_Return);
+    QTRY_COMPARE(value(), QStringLiteral("Three"));
+    QTRY_VERIFY(openList() == nullptr);
+}
+
+void InputTest::choosesFromAListByMouse() {
+    show(list);
+    click();
+    QTRY_VERIFY(openList() != nullptr);
+    const QRect place = openList()->geometry();
+    const QRect fieldsPlace(_fixture->view.mapToGlobal(QPoint(0, 0)), QSize(300, 100));
+    QCOMPARE(place.left(), fieldsPlace.left());
+    QCOMPARE(place.top(), fieldsPlace.bottom() + 1);
+    QVERIFY(place.width() >= 300);
+    // The list is painted: it is not of one colour.
+    const auto isPainted = [&] {
+        const QImage image = _fixture->view.screen()
+                                 ->grabWindow(openList()->winId())
+                                 .toImage()
+                                 .convertToFormat(QImage::Format_RGB32);
+        return image != QImage() &&
+               image.copy(0, 0, 60, image.height()) != image.copy(100, 0, 60, image.height());
+    };
+    QTRY_VERIFY(isPainted());
+    const QPoint second(50, place.height() / 2);
+    QTest::mouseMove(openList(), second);
+    QTest::mouseClick(openList(), Qt::LeftButton, {}, second);
+    QTRY_COMPARE(value(), QStringLiteral("Two"));
+    QTRY_VERIFY(openList() == nullptr);
+}
+
+void InputTest::opensAListWhereItsWindowWasMoved() {
+    show(list);
+    for (const QPoint place : {QPoint(20, 30), QPoint(300, 200), QPoint(100, 60)}) {
+        const QPoint before = _fixture->view.mapToGlobal(QPoint());
+        _fixture->view.move(place);
+        QTRY_VERIFY(_fixture->view.mapToGlobal(QPoint()) != before);
+        _fixture->waitForColour({480, 280}, ground);
+        click();
+        QTRY_VERIFY(openList() != nullptr);
+        QCOMPARE(openList()->geometry().left(), _fixture->view.mapToGlobal(QPoint()).x());
+        press(Qt::Key_Escape);
+        QTRY_VERIFY(openList() == nullptr);
+    }
+}
+
+void InputTest::closesAListByAClickBesideIt() {
+    show(list);
+    for (int i = 0; i < 3; ++i) {
+        click();
+        QTRY_VERIFY(openList() != nullptr);
+        QTest::mouseClick(openList(), Qt::LeftButton, {}, QPoint(400, -20));
+        QTRY_VERIFY(openList() == nullptr);
+        QTest::qWait(100);
+    }
+    QCOMPARE(value(), QStringLiteral("One"));
+}
+
+void InputTest::keepsAListOnTheScreen() {
+    const QRect screen = _fixture->view.screen()->geometry();
+    _fixture->view.move(screen.right() - 400, screen.bottom() - 200);
+    show(QStringLiteral("<div style='height:150px'>Text</div>") + list, {350, 100});
+    click({50, 200});
+    QTRY_VERIFY(openList() != nullptr);
+    QVERIFY(screen.contains(openList()->geometry()));
+    // The list opens above the field, where there is room.
+    QVERIFY(openList()->geometry().bottom() < _fixture->view.mapToGlobal(QPoint(0, 150)).y() + 1);
+}
+
+void InputTest::putsSelectedTextIntoThePrimarySelection() {
+    const QClipboard *clipboard = QApplication::clipboard();
+    QVERIFY(clipboard->supportsSelection());
+    show(QStringLiteral("Words"));
+    const QPoint place = _fixture->target()->mapToGlobal(QPoint(30, 25));
+    QProcess::execute(
+        QStringLiteral("xdotool"),
+        {QStringLiteral("mousemove"), QString::number(place.x()), QString::number(place.y()),
+         QStringLiteral("click"), QStringLiteral("--repeat"), QStringLiteral("2"),
+         QStringLiteral("--delay"), QStringLiteral("50"), QStringLiteral("1")});
+    QTRY_COMPARE(clipboard->text(QClipboard::Selection), QStringLiteral("Words"));
+}
+
+void InputTest::selectsNothingForAPageAlone() {
+    QClipboard *clipboard = QApplication::clipboard();
+    clipboard->setText(QStringLiteral("before"), QClipboard::Selection);
+    show(QStringLiteral("Words"));
+    static_cast<void>(
+        _fixture->evaluated(QStringLiteral("getSelection().selectAllChildren(document.body);0")));
+    QTest::qWait(300);
+    QCOMPARE(clipboard->text(QClipboard::Selection), QStringLiteral("before"));
+}
+
+void InputTest::showsTheCursorOfALink() {
+    show(QStringLiteral("<a href=a style='display:block;height:100px'>A link</a>"));
+    QTest::mouseMove(_fixture->target(), QPoint(50, 50));
+    QTRY_COMPARE(_fixture->target()->cursor().shape(), Qt::PointingHandCursor);
+    QTest::mouseMove(_fixture->target(), QPoint(400, 250));
+    QTRY_COMPARE(_fixture->target()->cursor().shape(), Qt::ArrowCursor);
+}
+
+void InputTest::showsToolTipsAsPlainText() {
+    show(QStringLiteral("<p style='height:100px' title='A &lt;b>tip&lt;/b>'>Text"));
+    QTest::mouseMove(_fixture->target(), QPoint(50, 80));
+    QTRY_VERIFY(_fixture->target()->toolTip().contains(QStringLiteral("A &lt;b&gt;tip")));
+    QTest::mouseMove(_fixture->target(), QPoint(400, 280));
+    QTRY_COMPARE(_fixture->target()->toolTip(), QString());
+}
+
+void InputTest::movesTheFocusThroughThePageAndOut() {
+    QWidget window;
+    QPushButton before(QStringLiteral("Before"), &window);
+    OlvNewsWebView view(&window);
+    view.setProgramFolder(QStringLiteral(PELORIN_PAGE_PROCESS_DIR));
+    QPushButton after(QStringLiteral("After"), &window);
+    window.resize(500, 300);
+    before.setGeometry(0, 0, 100, 30);
+    view.setGeometry(0, 30, 500, 200);
+    after.setGeometry(0, 240, 100, 30);
+    _fixture.reset();
+    EngineAccess::instance().forgetConnections();
+    view.loadHtmlString(QStringLiteral("<a id=one href=a>One</a> <a id=two href=b>Two</a>"));
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window, testPatience));
+    Engine engine;
+    const auto focused = [&engine] {
+        return engine.ask(QStringLiteral("evaluate"), QStringLiteral("document.activeElement.id"))
+            .toString();
+    };
+    QTRY_COMPARE(engine.ask(QStringLiteral("text")).toString(), QStringLiteral("One Two"));
+    before.setFocus();
+    const auto tab = [&window](bool isForward) {
+        QTest::keyClick(window.windowHandle(), isForward ? Qt::Key_Tab : Qt::Key_Backtab,
+                        isForward ? Qt::NoModifier : Qt::ShiftModifier);
+    };
+    tab(true);
+    QCOMPARE(window.focusWidget(), &view);
+    QTRY_COMPARE(focused(), QStringLiteral("one"));
+    tab(true);
+    QTRY_COMPARE(focused(), QStringLiteral("two"));
+    QCOMPARE(window.focusWidget(), &view);
+    tab(true);
+    QTRY_COMPARE(window.focusWidget(), &after);
+    tab(false);
+    QTRY_COMPARE(window.focusWidget(), &view);
+    QTRY_COMPARE(focused(), QStringLiteral("two"));
+    tab(false);
+    QTRY_COMPARE(focused(), QStringLiteral("one"));
+    tab(false);
+    QTRY_COMPARE(window.focusWidget(), &before);
+}
+
+PELORIN_RENDERER_TEST_MAIN(InputTest)
+#include "InputTest.moc"

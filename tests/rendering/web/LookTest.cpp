@@ -1,0 +1,248 @@
+// Fonts, colours and sizes: which of them the desktop decides, which the page, and which the
+// reader.
+
+#include "RendererFixture.h"
+#include "RendererTestMain.h"
+
+#include <QApplication>
+#include <QProcess>
+#include <QTextBrowser>
+#include <QTextDocument>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+const QPoint corner(480, 280);
+
+const QString followsTheDesktop = QStringLiteral(
+    "<style>@media (prefers-color-scheme: dark) { body { background: #102030 } }</style>Page");
+const QColor darkGround(0x10, 0x20, 0x30);
+
+}  // namespace
+
+class LookTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase_data();
+    void init();
+    void cleanup();
+
+    void drawsInTheStandardFontWhereNoneIsNamed();
+    void drawsItemsBlackOnWhiteInADarkDesktop();
+    void letsAPageFollowTheDesktopsColours();
+    void drawsAStatusInTheDesktopsColours();
+    void followsTheDesktopsFontSize();
+    void zoomsByKeys();
+    void zoomsByTheWheel();
+    void keepsTheZoomForLaterPages();
+    void leavesTheLoadedPageAlone();
+
+private:
+    static void useDarkColours();
+    [[nodiscard]] bool draws(const QColor &color) const;
+    // Presses Ctrl and a key.
+    void press(Qt::Key key) const;
+    // The size of the page's text, relative to its size without zoom.
+    [[nodiscard]] double zoom() const;
+    [[nodiscard]] int fontPixels() const;
+
+    QPalette _palette;
+    QFont _font;
+    std::unique_ptr<RendererFixture> _fixture;
+};
+
+void LookTest::initTestCase_data() {
+    QTest::addColumn<Painter>("painter");
+    QTest::newRow("web") << Painter::Web;
+    QTest::newRow("text") << Painter::Text;
+}
+
+void LookTest::init() {
+    QFETCH_GLOBAL(const Painter, painter);
+    _palette = QApplication::palette();
+    _font = QApplication::font();
+    _fixture = std::make_unique<RendererFixture>(painter);
+}
+
+void LookTest::cleanup() {
+    _fixture.reset();
+    QApplication::setPalette(_palette);
+    QApplication::setFont(_font);
+}
+
+void LookTest::useDarkColours() {
+    QPalette dark(QColor(0x30, 0x30, 0x30));
+    dark.setColor(QPalette::Base, Qt::black);
+    dark.setColor(QPalette::Text, Qt::yellow);
+    dark.setColor(QPalette::WindowText, Qt::white);
+    dark.setColor(QPalette::Link, QColor(0x99, 0xcc, 0xff));
+    QApplication::setPalette(dark);
+}
+
+bool LookTest::draws(const QColor &color) const {
+    const QImage screen = _fixture->screen();
+    for (int y = 0; y < screen.height(); ++y)
+        for (int x = 0; x < screen.width(); ++x)
+            if (screen.pixelColor(x, y) == color)
+                return true;
+    return false;
+}
+
+void LookTest::press(Qt::Key key) const {
+    const QKeyEvent event(QEvent::KeyPress, key, Qt::ControlModifier);
+    QVERIFY(_fixture->view.performKeyEquivalent(event));
+}
+
+int LookTest::fontPixels() const {
+    if (!_fixture->isWeb())
+        return _fixture->browser()->document()->defaultFont().pixelSize();
+    return _fixture->evaluated(QStringLiteral("parseInt(getComputedStyle(document.body).fontSize)"))
+        .toInt();
+}
+
+double LookTest::zoom() const {
+    if (!_fixture->isWeb())
+        return qRound(10 * fontPixels() / 16.0) / 10.0;
+    return qRound(100 * _fixture->evaluated(QStringLiteral("devicePixelRatio")).toDouble()) / 100.0;
+}
+
+void LookTest::drawsInTheStandardFontWhereNoneIsNamed() {
+    const auto drawn = [this](const QString &style) {
+        _fixture->load(QStringLiteral("<body style='background:#20c040'><p style='%1'>Quick brown "
+                                      "fox WAVE il1</p>")
+                           .arg(style));
+        waitUntil([this] { return _fixture->pixel(QPoint(480, 280)) == QColor(0x20, 0xc0, 0x40); },
+                  "no page is painted");
+        QTest::qWait(300);
+        QImage image = _fixture->screen().copy(0, 0, 480, 100);
+        _fixture->load(QStringLiteral("<body style='background:#ffffff'>"));
+        waitUntil([this] { return _fixture->pixel(QPoint(480, 280)) == QColor(Qt::white); },
+                  "no page is painted");
+        return image;
+    };
+    const QImage unnamed = drawn(QString());
+    QCOMPARE(unnamed, drawn(QStringLiteral("font-family:Verdana")));
+    QVERIFY(unnamed != drawn(QStringLiteral("font-family:DejaVu Serif")));
+    QVERIFY(unnamed != drawn(QStringLiteral("font-family:DejaVu Sans Mono")));
+}
+
+void LookTest::drawsItemsBlackOnWhiteInADarkDesktop() {
+    useDarkColours();
+    _fixture->load(
+        QStringLiteral("<p style='font-size:100px'>\u25a0\u25a0 <a href=a><b>\u25a0</b></a></p>"));
+    waitUntil([this] { return _fixture->pixel(corner) == QColor(Qt::white); },
+              "the page is not white");
+    waitUntil([this] { return draws(Qt::black); }, "the text is not black");
+    waitUntil([this] { return draws(QColor(0x00, 0x00, 0xee)); }, "the link is not blue");
+}
+
+void LookTest::letsAPageFollowTheDesktopsColours() {
+    _fixture->load(followsTheDesktop);
+    waitUntil([this] { return _fixture->pixel(corner) == QColor(Qt::white); },
+              "the page is not white");
+    useDarkColours();
+    if (_fixture->isWeb()) {
+        waitUntil([this] { return _fixture->pixel(corner) == darkGround; }, "the page is not dark");
+        QApplication::setPalette(_palette);
+    }
+    waitUntil([this] { return _fixture->pixel(corner) == QColor(Qt::white); },
+              "the page is not white again");
+}
+
+void LookTest::drawsAStatusInTheDesktopsColours() {
+    const auto showsStatus = [this](const QColor &background, const QColor &text) {
+        return _fixture->pixel(corner) == background && draws(text);
+    };
+    const QString status = QStringLiteral("<b style='font-size:100px'>\u25a0</b>");
+    _fixture->view.loadHtmlString(status, PageKind::Status);
+    waitUntil([&] { return showsStatus(_palette.base().color(), _palette.text().color()); },
+              "the status has not the colours of the desktop");
+    useDarkColours();
+    waitUntil([&] { return showsStatus(Qt::black, Qt::yellow); },
+              "the status has not the dark colours of the desktop");
+    _fixture->load(status);
+    waitUntil([&] { return showsStatus(Qt::white, Qt::black); }, "an item is not black on white");
+}
+
+void LookTest::followsTheDesktopsFontSize() {
+    _fixture->load(QStringLiteral("Text"));
+    QTRY_COMPARE(fontPixels(), 16);
+    QFont large = _font;
+    large.setPointSizeF(20);
+    QApplication::setFont(large);
+    QTRY_VERIFY(fontPixels() > 16);
+    const int enlarged = fontPixels();
+    large.setPointSizeF(30);
+    QApplication::setFont(large);
+    QTRY_VERIFY(fontPixels() > enlarged);
+    large.setPointSizeF(4);
+    QApplication::setFont(large);
+    QTRY_COMPARE(fontPixels(), 16);
+}
+
+void LookTest::zoomsByKeys() {
+    _fixture->load(QStringLiteral("Text"));
+    QTRY_COMPARE(zoom(), 1.0);
+    press(Qt::Key_Plus);
+    QTRY_VERIFY(zoom() > 1.0);
+    const double once = zoom();
+    press(Qt::Key_Plus);
+    QTRY_VERIFY(zoom() > once);
+    for (int i = 0; i < 20; ++i)
+        press(Qt::Key_Plus);
+    QTRY_COMPARE(zoom(), 3.0);
+    press(Qt::Key_0);
+    QTRY_COMPARE(zoom(), 1.0);
+    for (int i = 0; i < 20; ++i)
+        press(Qt::Key_Minus);
+    QTRY_COMPARE(zoom(), 0.5);
+}
+
+void LookTest::zoomsByTheWheel() {
+    _fixture->load(QStringLiteral("Text"));
+    QTRY_COMPARE(zoom(), 1.0);
+    // Buttons 4 and 5 of an X server are the wheel, up and down. A turn is lost if the pointer has
+    // only just entered the window, so it is repeated.
+    const auto turnUntil = [this](int button, const std::function<bool()> &happened) {
+        const QPoint place = _fixture->target()->mapToGlobal(QPoint(50, 50));
+        const QString command =
+            QStringLiteral("xdotool mousemove %1 %2 keydown ctrl click %3 keyup ctrl")
+                .arg(place.x())
+                .arg(place.y())
+                .arg(button);
+        const auto turned = [&] {
+            QProcess::execute(QStringLiteral("sh"), {QStringLiteral("-c"), command});
+            return QTest::qWaitFor(happened, 500);
+        };
+        waitUntil(turned, "the wheel does not zoom");
+    };
+    turnUntil(4, [this] { return zoom() > 1.0; });
+    turnUntil(5, [this] { return zoom() < 1.0; });
+}
+
+void LookTest::keepsTheZoomForLaterPages() {
+    _fixture->load(QStringLiteral("Text"));
+    press(Qt::Key_Plus);
+    press(Qt::Key_Plus);
+    press(Qt::Key_Plus);
+    QTRY_COMPARE(zoom(), 1.5);
+    _fixture->load(QStringLiteral("Another text"));
+    QTRY_COMPARE(_fixture->text(), QStringLiteral("Another text"));
+    QTRY_COMPARE(zoom(), 1.5);
+}
+
+void LookTest::leavesTheLoadedPageAlone() {
+    const QString html = QStringLiteral("<p style='font-size:30px'>Text <img width=10 alt=a>");
+    useDarkColours();
+    for (const PageKind kind : {PageKind::Item, PageKind::Status}) {
+        _fixture->view.loadHtmlString(html, kind);
+        press(Qt::Key_Plus);
+        QCOMPARE(_fixture->view.outerHTML(), html);
+    }
+}
+
+PELORIN_RENDERER_TEST_MAIN(LookTest)
+#include "LookTest.moc"
