@@ -2,6 +2,7 @@
 // the panel. It replies to each with one line; bench/weight/measure reads the replies.
 
 #include "Panel.h"
+#include "StallWatch.h"
 
 #include <QApplication>
 #include <QLibrary>
@@ -53,6 +54,20 @@ public:
             _panel.press(QStringLiteral("nextItem"), colour, painted);
         } else if (words[0] == "previous") {
             _panel.press(QStringLiteral("previousItem"), colour, painted);
+        } else if (words[0] == "resize") {
+            _panel.resize(argument.toInt(), words.value(2).toInt());
+            answer("resized");
+        } else if (words[0] == "scroll") {
+            _panel.scroll([](const std::optional<ScrollWatch::Scrolling> &seen) {
+                answer("scrolled %.2f %.2f", seen ? seen->framesPerSecond : -1,
+                       seen ? seen->wheelToPixel : -1);
+            });
+        } else if (words[0] == "watch") {
+            _stalls.begin();
+            answer("watching");
+        } else if (words[0] == "stall") {
+            const StallWatch::Stall longest = _stalls.end();
+            answer("stall %.2f %.2f", longest.clock, longest.processor);
         } else if (words[0] == "heap") {
             answer("heap %.0f", static_cast<double>(mallinfo2().uordblks));
         } else if (words[0] == "trust" || words[0] == "fetch") {
@@ -73,13 +88,13 @@ private:
     }
 
     Panel _panel;
+    StallWatch _stalls;
     QLibrary https{QStringLiteral(PELORIN_BENCH_HTTPS)};
 };
 
 }  // namespace
 
 int main(int argc, char *argv[]) {
-    QApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     const QApplication application(argc, argv);
     // A blinking text cursor would wake the host and distort the measurements.
     QApplication::setCursorFlashTime(0);

@@ -1,24 +1,14 @@
 #include "Panel.h"
 
+#include "ThreadClock.h"
+
 #include "pelorinnews/NewsPlugin.h"
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QPluginLoader>
 
-#include <ctime>
-
 namespace pelorinnews::bench {
-
-namespace {
-
-double threadMilliseconds() {
-    timespec spent{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &spent);
-    return static_cast<double>(spent.tv_sec) * 1e3 + static_cast<double>(spent.tv_nsec) / 1e6;
-}
-
-}  // namespace
 
 Panel::Cost Panel::load(const QString &module) {
     const double processor = threadMilliseconds();
@@ -63,6 +53,14 @@ void Panel::press(const QString &button, std::uint32_t colour, PixelWatch::Paint
     const PixelWatch::Clock::time_point start = PixelWatch::Clock::now();
     pressed->click();
     _watch.begin(static_cast<std::uint32_t>(window()->winId()), colour, start, std::move(painted));
+}
+
+void Panel::resize(int width, int height) {
+    window()->resize(width, height);
+}
+
+void Panel::scroll(ScrollWatch::Measured measured) {
+    _scroll.begin(static_cast<std::uint32_t>(window()->winId()), std::move(measured));
 }
 
 void Panel::exit() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PixelWatch.h"
+#include "ScrollWatch.h"
 
 #include "pelorinnews/NewsController.h"
 
@@ -27,9 +28,14 @@ public:
     /// `colour`, is on the screen.
     void show(std::uint32_t colour, PixelWatch::Painted painted);
     void close();
+    /// In device-independent pixels.
+    void resize(int width, int height);
     /// Presses the window's button with this object name. `painted` is called when the next page,
     /// whose background is `colour`, is on the screen.
     void press(const QString &button, std::uint32_t colour, PixelWatch::Painted painted);
+
+    /// Turns the wheel over the page, which must be some 20,000 pixels high.
+    void scroll(ScrollWatch::Measured measured);
 
     void exit();
 
@@ -38,6 +44,7 @@ private:
 
     std::shared_ptr<NewsController> _news;
     PixelWatch _watch;
+    ScrollWatch _scroll;
 };
 
 }  // namespace pelorinnews::bench
