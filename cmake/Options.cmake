@@ -45,6 +45,7 @@ add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 if(NOT PELORIN_SANITIZE)
     add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 endif()
+
 if(PELORIN_SANITIZE)
     add_compile_options(-fsanitize=${PELORIN_SANITIZE} -fno-sanitize-recover=all
                         -fno-omit-frame-pointer)

@@ -1,0 +1,217 @@
+// A small host that operates the news panel once, from start to exit, and prints one line for each
+// step: the step, what was seen, and how long it took. Ends with status 0 whatever the panel does.
+//
+//   pelorin_faults_scenario MODULE AUTHORITY TIMEOUT [seen]
+//
+// MODULE is the panel's module, AUTHORITY the PEM file of a certificate authority to trust, TIMEOUT
+// the milliseconds after which a step that does not happen is skipped. "seen" means that the feed
+// has no news to announce. With the library of FaultCalls.cpp preloaded, calls count from the
+// panel's creation on.
+
+#include "pelorinnews/NewsPlugin.h"
+
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QApplication>
+#include <QClipboard>
+#include <QDeadlineTimer>
+#include <QElapsedTimer>
+#include <QMimeData>
+#include <QPluginLoader>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QTest>
+
+#include <atomic>
+#include <cstdio>
+#include <dlfcn.h>
+
+using namespace pelorinnews;
+
+namespace {
+
+/// Knows whether the panel has logged an error, which it does after a failed download.
+class ErrorWatch : public OlvLogger {
+public:
+    void addErrorMessage(const QString &) override { _seen = true; }
+    void addWarningMessage(const QString &) override {}
+    void addInfoMessage(const QString &) override {}
+    void addDebugMessage(const QString &) override {}
+
+    [[nodiscard]] bool hasSeenError() const { return _seen; }
+
+private:
+    std::atomic<bool> _seen = false;
+};
+
+void countFaults(bool count) {
+    using Function = void (*)(bool);
+    if (const auto set = reinterpret_cast<Function>(dlsym(RTLD_DEFAULT, "pelorinCountFaults")))
+        set(count);
+}
+
+class Scenario {
+public:
+    Scenario(NewsPlugin &plugin, std::chrono::milliseconds patience)
+        : _plugin(plugin), _patience(patience) {}
+
+    /// `start` to `exit`. Returns early if the panel cannot be created.
+    void run(bool isSeen) {
+        step("start", [this] { return start(); });
+        if (!_news)
+            return;
+        if (!isSeen)
+            step("announce", [this] { return announce(); });
+        step("show", [this, isSeen] { return isSeen ? showUntilItem() : show(); });
+        step("next", [this] { return press(QStringLiteral("nextItem")); });
+        step("copy", [this] { return copy(); });
+        step("close", [this] {
+            QWidget *const open = window();
+            return open && open->close() ? QStringLiteral("closed") : QString();
+        });
+        step("exit", [this] {
+            _news->exit();
+            _news.reset();
+            return QStringLiteral("ended");
+        });
+    }
+
+private:
+    template <typename Work>
+    static void step(const char *name, Work work) {
+        QElapsedTimer timer;
+        timer.start();
+        const QString seen = work();
+        std::printf("%s\t%s\t%lld\n", name, seen.isEmpty() ? "-" : qUtf8Printable(seen),
+                    static_cast<long long>(timer.elapsed()));
+        std::fflush(stdout);
+    }
+
+    QString start() {
+        Error error;
+        _news = _plugin.init(&error);
+        if (!_news)
+            return {};
+        _news->setLogger(_log);
+        return QStringLiteral("created");
+    }
+
+    /// Waits for the announcement of the first refresh, until the desktop has it.
+    QString announce() {
+        const auto center = _plugin.notificationCenter();
+        if (!center)
+            return {};
+        const auto isOver = [this, &center] {
+            return !center->deliveredNotifications().isEmpty() || _log->hasSeenError();
+        };
+        static_cast<void>(QTest::qWaitFor(isOver, static_cast<int>(_patience.count())));
+        center->flush(_patience);
+        const QList<UserNotification> delivered = center->deliveredNotifications();
+        return delivered.isEmpty() ? QString() : delivered.last().informativeText;
+    }
+
+    QString show() {
+        _news->show();
+        return waitForPage({});
+    }
+
+    /// Nothing tells when the first refresh is over, and it does not change an open window: opens
+    /// the window again until it shows an item.
+    QString showUntilItem() {
+        const QDeadlineTimer deadline(_patience);
+        QString seen = show();
+        while (!seen.startsWith(QLatin1String("Plain text")) && !deadline.hasExpired()) {
+            if (QWidget *const open = window())
+                open->close();
+            QTest::qWait(50);
+            seen = show();
+        }
+        return seen;
+    }
+
+    QString press(const QString &name) {
+        const QWidget *const open = window();
+        auto *const button = open ? open->findChild<QAbstractButton *>(name) : nullptr;
+        if (!button || !button->isEnabled())
+            return {};
+        const QString before = page();
+        button->click();
+        return waitForPage(before);
+    }
+
+    static QString copy() {
+        const QWidget *const open = window();
+        if (!open || !open->windowHandle())
+            return {};
+        QTest::keyClick(open->windowHandle(), Qt::Key_C, Qt::ControlModifier);
+        const QMimeData *const copied = QGuiApplication::clipboard()->mimeData();
+        const QByteArray text =
+            copied ? copied->data(QStringLiteral("text/rtf")).trimmed() : QByteArray();
+        return text.startsWith("{\\rtf1") && text.endsWith('}') ? QStringLiteral("RTF") : QString();
+    }
+
+    [[nodiscard]] static QWidget *window() {
+        const QWidgetList all = QApplication::topLevelWidgets();
+        for (QWidget *each : all) {
+            if (each->objectName() == QLatin1String("OlvNewsWindow"))
+                return each;
+        }
+        return nullptr;
+    }
+
+    /// The text that assistive technology reads for the page; empty before the first page.
+    [[nodiscard]] static QString page() {
+        const QWidget *const open = window();
+        const QWidgetList parts = open ? open->findChildren<QWidget *>() : QWidgetList();
+        for (QWidget *each : parts) {
+            if (!QByteArray(each->metaObject()->className()).endsWith("OlvNewsWebView"))
+                continue;
+            QAccessibleInterface *const view = QAccessible::queryAccessibleInterface(each);
+            const QString text = view ? view->text(QAccessible::Value) : QString();
+            return text == QLatin1String("Pelorin News content") ? QString() : text.left(60);
+        }
+        return {};
+    }
+
+    /// The page once there is one and it differs from `before`.
+    QString waitForPage(const QString &before) {
+        const auto isThere = [&before] { return !page().isEmpty() && page() != before; };
+        return QTest::qWaitFor(isThere, static_cast<int>(_patience.count())) ? page() : QString();
+    }
+
+    NewsPlugin &_plugin;
+    std::chrono::milliseconds _patience;
+    std::shared_ptr<ErrorWatch> _log = std::make_shared<ErrorWatch>();
+    std::shared_ptr<NewsController> _news;
+};
+
+}  // namespace
+
+int main(int argc, char *argv[]) {
+    QElapsedTimer timer;
+    {
+        const QApplication application(argc, argv);
+        const QStringList arguments = QCoreApplication::arguments();
+        if (arguments.size() < 4)
+            qFatal("usage: MODULE AUTHORITY TIMEOUT [seen]");
+        QSslConfiguration trusting = QSslConfiguration::defaultConfiguration();
+        trusting.setCaCertificates(QSslCertificate::fromPath(arguments[2]));
+        QSslConfiguration::setDefaultConfiguration(trusting);
+        QWidget window;
+        window.show();
+        QPluginLoader loader(arguments[1]);
+        auto *const plugin = qobject_cast<NewsPlugin *>(loader.instance());
+        if (!plugin)
+            qFatal("%s", qPrintable(loader.errorString()));
+        plugin->setHostIdentity({QStringLiteral("com.Olvane.PelorinFaults"),
+                                 QStringLiteral("Olvane"), QStringLiteral("PelorinFaults")});
+        countFaults(true);
+        Scenario(*plugin, std::chrono::milliseconds(arguments[3].toInt()))
+            .run(arguments.size() > 4);
+        // The application object's end is a step, too.
+        timer.start();
+    }
+    std::printf("end\tended\t%lld\n", static_cast<long long>(timer.elapsed()));
+    std::fflush(stdout);
+    return 0;
+}
