@@ -100,8 +100,27 @@ QWidget *RendererFixture::target() const {
 
 void RendererFixture::waitForColour(QPoint place, const QColor &colour) const {
     waitUntil([&] { return pixel(place) == colour; }, "the page is not painted");
+    if (!isWeb())
+        return;
     // The engine drops clicks on content that it has only just painted.
+    waitForFrames(6);
     QTest::qWait(100);
+}
+
+void RendererFixture::waitForFrames(int count) const {
+    // Each call counts by a variable of its own. A new page process begins again.
+    static int call = 0;
+    const QString script = QStringLiteral(R"((() => {
+        if (window.%1 === undefined) {
+            window.%1 = 0;
+            const begin = () => ++window.%1 < %2 && requestAnimationFrame(begin);
+            requestAnimationFrame(begin);
+        }
+        return window.%1;
+    })())")
+                               .arg(QStringLiteral("frames%1").arg(++call))
+                               .arg(count);
+    waitUntil([&] { return evaluated(script).toInt() >= count; }, "the engine begins no frames");
 }
 
 void RendererFixture::click(QPoint place, Qt::MouseButton button,

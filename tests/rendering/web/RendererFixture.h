@@ -79,6 +79,7 @@ public:
 
 private:
     void waitForEngine();
+    void waitForFrames(int count) const;
 
     const Painter _painter;
     mutable Engine _engine;
