@@ -67,9 +67,11 @@ void blockPipeSignal() {
 
 }  // namespace
 
-NetworkThread::NetworkThread(qint64 maxBody, std::function<void()> beforeLibrariesAreUsed)
+NetworkThread::NetworkThread(qint64 maxBody, std::chrono::milliseconds maxDuration,
+                             std::function<void()> beforeLibrariesAreUsed)
     : _beforeUse(std::move(beforeLibrariesAreUsed)) {
     _settings.maxBody = maxBody;
+    _settings.maxDuration = maxDuration;
     setObjectName(QStringLiteral("PelorinNewsLoad"));
 }
 

@@ -20,7 +20,8 @@ class NetworkThread final : public QThread {
 public:
     /// `beforeLibrariesAreUsed` is called twice: first on the thread that adds the first request,
     /// and then on this thread, as soon as the libraries that transfers need are loaded.
-    NetworkThread(qint64 maxBody, std::function<void()> beforeLibrariesAreUsed);
+    NetworkThread(qint64 maxBody, std::chrono::milliseconds maxDuration,
+                  std::function<void()> beforeLibrariesAreUsed);
     ~NetworkThread() override;
 
     /// Takes a request and completes it exactly once, whatever happens. Thread-safe.

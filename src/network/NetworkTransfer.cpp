@@ -363,8 +363,13 @@ void NetworkTransfer::complete() {
 }
 
 void NetworkTransfer::timeOut() {
-    fail(TransportError::TimedOut,
-         QStringLiteral("No progress for %1 seconds").arg(_idleTimeout.count()));
+    const bool isIdle = Clock::now() < _started + _settings.maxDuration;
+    const auto limit =
+        isIdle ? _idleTimeout
+               : std::chrono::duration_cast<std::chrono::seconds>(_settings.maxDuration);
+    fail(TransportError::TimedOut, (isIdle ? QStringLiteral("No progress for %1 seconds")
+                                           : QStringLiteral("Not complete after %1 seconds"))
+                                       .arg(limit.count()));
     complete();
 }
 

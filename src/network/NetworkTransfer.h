@@ -8,6 +8,7 @@
 
 #include <QString>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <memory>
@@ -25,6 +26,7 @@ public:
     /// Common to all transfers that run at the same time.
     struct Settings {
         qint64 maxBody = 0;
+        std::chrono::milliseconds maxDuration{0};
         /// PEM; empty for the system's authorities.
         QByteArray trustedAuthorities;
     };
@@ -42,8 +44,12 @@ public:
 
     [[nodiscard]] CURL *handle() const { return _easy.get(); }
 
-    /// When the idle timeout expires, unless there is progress before.
-    [[nodiscard]] Clock::time_point deadline() const { return _lastProgress + _idleTimeout; }
+    /// When the idle timeout expires, unless there is progress before; at the latest, when the
+    /// transfer has taken its maximum duration.
+    [[nodiscard]] Clock::time_point deadline() const {
+        return std::min<Clock::time_point>(_lastProgress + _idleTimeout,
+                                           _started + _settings.maxDuration);
+    }
 
     /// Postpones the deadline if bytes have arrived that libcurl does not report yet, such as half
     /// a header line. False if the deadline has passed nevertheless.
@@ -86,7 +92,8 @@ private:
     const std::chrono::seconds _idleTimeout;
     QUrl _address;
     int _redirects = 0;
-    Clock::time_point _lastProgress = Clock::now();
+    const Clock::time_point _started = Clock::now();
+    Clock::time_point _lastProgress = _started;
     /// The sockets that are open for the current address: several while libcurl tries to connect,
     /// one afterwards.
     std::vector<curl_socket_t> _sockets;

@@ -62,8 +62,10 @@ std::shared_ptr<UrlLoader> UrlLoader::shared() {
     return SharedLoader::instance().get();
 }
 
-NetworkUrlLoader::NetworkUrlLoader(qint64 maxBody, std::function<void()> beforeLibrariesAreUsed)
-    : _thread(std::make_shared<NetworkThread>(maxBody, std::move(beforeLibrariesAreUsed))) {}
+NetworkUrlLoader::NetworkUrlLoader(qint64 maxBody, std::function<void()> beforeLibrariesAreUsed,
+                                   std::chrono::milliseconds maxDuration)
+    : _thread(std::make_shared<NetworkThread>(maxBody, maxDuration,
+                                              std::move(beforeLibrariesAreUsed))) {}
 
 NetworkUrlLoader::~NetworkUrlLoader() {
     stop();

@@ -25,7 +25,8 @@ class NetworkThread;
 ///   is ambiguous, is an error, too.
 /// - Errors are those of TransportError, and for a `file:` address also those of FileError.
 /// - A body longer than the limit, compressed or not, is an error, so that no service can exhaust
-///   the host's memory.
+///   the host's memory. So is a transfer that takes longer than its limit, however steadily its
+///   bytes arrive.
 ///
 /// Needs an application object: without one, a request ends with `Cancelled`. A loader other than
 /// the shared one must be stopped before the application object is destroyed; the shared one
@@ -34,13 +35,16 @@ class NetworkUrlLoader final : public UrlLoader {
 public:
     /// Bytes; more than any feed has.
     static constexpr qint64 defaultMaxBody = qint64(32) * 1024 * 1024;
+    /// How long a transfer may take in all, however steadily its bytes arrive.
+    static constexpr std::chrono::hours defaultMaxDuration{1};
     /// How long `stop` waits for the thread at most.
     static constexpr std::chrono::milliseconds stopTimeout{2000};
 
     /// `beforeLibrariesAreUsed` is called at the first request, and again on the loader's thread
     /// once the libraries that transfers need are loaded.
     explicit NetworkUrlLoader(qint64 maxBody = defaultMaxBody,
-                              std::function<void()> beforeLibrariesAreUsed = {});
+                              std::function<void()> beforeLibrariesAreUsed = {},
+                              std::chrono::milliseconds maxDuration = defaultMaxDuration);
     /// Calls `stop`.
     ~NetworkUrlLoader() override;
 

@@ -156,6 +156,7 @@ private Q_SLOTS:
     void anOrderlyEndCountsForItsOwnConnectionAlone_data();
     void anOrderlyEndCountsForItsOwnConnectionAlone();
     void onlyTheTimeWithoutProgressCounts();
+    void aSteadyTransferEndsAfterTheMaximumDuration();
     void theHostsOwnTrafficIsNoProgress();
     void aBodyBeyondTheLimitIsAnError_data();
     void aBodyBeyondTheLimitIsAnError();
@@ -728,6 +729,24 @@ void NetworkUrlLoaderTest::anOrderlyEndCountsForItsOwnConnectionAlone() {
     QCOMPARE(loaded.data(), cut ? std::nullopt : std::optional(QByteArray("in")));
     QCOMPARE(loaded.connectionError().value_or(Error()).code,
              cut ? int(TransportError::Incomplete) : 0);
+}
+
+void NetworkUrlLoaderTest::aSteadyTransferEndsAfterTheMaximumDuration() {
+    // A byte every 160 ms.
+    FeedReply reply;
+    reply.body = QByteArray(1000, 'x');
+    reply.drip = FeedReply::Drip{1, std::chrono::milliseconds(160)};
+    NetworkUrlLoader loader(NetworkUrlLoader::defaultMaxBody, {}, std::chrono::seconds(1));
+    for (const bool tls : {false, true}) {
+        serverFor(tls).setReply(reply);
+        LoadedAddress loaded(loader, tolerant(serverFor(tls).address(QStringLiteral("/x"))),
+                             &_queue, std::chrono::seconds(60));
+        QVERIFY(loaded.wait());
+        QVERIFY(!loaded.data());
+        const Error error = loaded.connectionError().value_or(Error());
+        QCOMPARE(error.code, int(TransportError::TimedOut));
+        QVERIFY(error.description().contains(QStringLiteral("Not complete after 1 seconds")));
+    }
 }
 
 void NetworkUrlLoaderTest::onlyTheTimeWithoutProgressCounts() {
