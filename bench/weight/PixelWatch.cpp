@@ -37,7 +37,7 @@ bool shows(xcb_connection_t *display, std::uint32_t window, std::uint32_t colour
         if ((pixel & colourBits) == colour)
             ++matching;
     }
-    return pixels == width && matching > pixels / 2;
+    return pixels == width && matching > pixels / 4;
 }
 
 }  // namespace
