@@ -72,8 +72,7 @@ void AnnouncingTest::aFailedInitMakesNoCentre() {
     std::thread(failToInit).join();
 
     QApplication::setApplicationName(QStringLiteral("In time"));
-    module()->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
-                               QStringLiteral("Pelorin")});
+    module()->setHostIdentity(hostIdentity());
     UserNotification notification;
     notification.title = QStringLiteral("one");
     module()->notificationCenter()->deliverNotification(notification);
@@ -92,8 +91,7 @@ void AnnouncingTest::everyApplicationObjectsPanelAnnounces() {
         published = published.addDays(1);
         const QApplication application(argumentCount, arguments);
         QApplication::setApplicationName(name);
-        module()->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
-                                   QStringLiteral("Pelorin")});
+        module()->setHostIdentity(hostIdentity());
         test::FakeNotificationServer server(
             QDBusConnection::connectToBus(QDBusConnection::SessionBus, name));
         serveOneItem(feeds.path(), QStringLiteral("Item of ") + name, published);

@@ -5,8 +5,6 @@
 #include "LoadedModule.h"
 #include "TestMain.h"
 
-#include <QSettings>
-
 #include <algorithm>
 
 using namespace pelorinnews;
@@ -21,13 +19,9 @@ private Q_SLOTS:
 void ForgottenExitTest::theProcessEndsNevertheless() {
     FeedServer server;
     QVERIFY(server.start());
-    QSettings preferences(QStringLiteral("Olvane"), QStringLiteral("Pelorin"));
-    preferences.setValue(QStringLiteral("newsFeedBaseURL"), server.feedAddress());
-    preferences.setValue(QStringLiteral("newsShowOnStart"), false);
-    preferences.sync();
+    test::preferFeed(server.feedAddress());
     NewsPlugin *const plugin = test::module();
-    plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
-                             QStringLiteral("Pelorin")});
+    plugin->setHostIdentity(test::hostIdentity());
 
     // From here on, only the refresh timer keeps the window controller alive.
     plugin->init()->show();

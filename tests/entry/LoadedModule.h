@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QPluginLoader>
+#include <QSettings>
 #include <QWidget>
 
 namespace pelorinnews::test {
@@ -16,6 +17,20 @@ inline NewsPlugin *module() {
     if (!plugin)
         qFatal("%s", qPrintable(loader.errorString()));
     return plugin;
+}
+
+/// The identity under which the tests load the module.
+inline HostIdentity hostIdentity() {
+    return {QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
+            QStringLiteral("Pelorin")};
+}
+
+/// Makes panels of that host read the feed at `address`, and not show themselves on start.
+inline void preferFeed(const QString &address) {
+    QSettings preferences(hostIdentity().organizationName, hostIdentity().applicationName);
+    preferences.setValue(QStringLiteral("newsFeedBaseURL"), address);
+    preferences.setValue(QStringLiteral("newsShowOnStart"), false);
+    preferences.sync();
 }
 
 /// The news window, even if it is hidden; null if there is none.

@@ -2,13 +2,13 @@
 // loaders have released it, so this executable has only one test.
 
 #include "FeedServer.h"
+#include "LoadedModule.h"
 #include "TestMain.h"
 
 #include "pelorinnews/NewsPlugin.h"
 
 #include <QApplication>
 #include <QPluginLoader>
-#include <QSettings>
 
 #include <dlfcn.h>
 
@@ -42,10 +42,7 @@ void ModuleUnloadTest::staysUnderItsPanelWhenItIsUnloaded() {
     slow.delayBeforeHead = std::chrono::milliseconds(500);
     server.setReply(slow);
     QVERIFY(server.start());
-    QSettings preferences(QStringLiteral("Olvane"), QStringLiteral("Pelorin"));
-    preferences.setValue(QStringLiteral("newsFeedBaseURL"), server.feedAddress());
-    preferences.setValue(QStringLiteral("newsShowOnStart"), false);
-    preferences.sync();
+    test::preferFeed(server.feedAddress());
 
     QVERIFY(!isLoaded());
     QPluginLoader loader(file);
@@ -54,8 +51,7 @@ void ModuleUnloadTest::staysUnderItsPanelWhenItIsUnloaded() {
     auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());
     QVERIFY2(plugin, qPrintable(loader.errorString()));
     QVERIFY(isLoaded());
-    plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
-                             QStringLiteral("Pelorin")});
+    plugin->setHostIdentity(test::hostIdentity());
     auto controller = plugin->init();
     QVERIFY(controller);
     QVERIFY(server.waitForRequests(1));

@@ -6,7 +6,6 @@
 #include "TestMain.h"
 
 #include <QPointer>
-#include <QSettings>
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
@@ -73,17 +72,13 @@ private:
 
 void NewsControllerTest::initTestCase() {
     _plugin = module();
-    _plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
-                              QStringLiteral("Pelorin")});
+    _plugin->setHostIdentity(hostIdentity());
 }
 
 void NewsControllerTest::init() {
     _server = std::make_unique<FeedServer>();
     QVERIFY(_server->start());
-    QSettings preferences(QStringLiteral("Olvane"), QStringLiteral("Pelorin"));
-    preferences.setValue(QStringLiteral("newsFeedBaseURL"), _server->feedAddress());
-    preferences.setValue(QStringLiteral("newsShowOnStart"), false);
-    preferences.sync();
+    preferFeed(_server->feedAddress());
     _controller = _plugin->init();
     QVERIFY(_controller);
     QVERIFY(_server->waitForRequests(1));

@@ -9,7 +9,6 @@
 #include <QDateTime>
 #include <QDir>
 #include <QSet>
-#include <QSettings>
 
 #include <unistd.h>
 
@@ -72,10 +71,7 @@ void PageProcessExitTest::initTestCase() {
     reply.body =
         FeedTemplate::render(oneItemFeed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
     _server.setReply(reply);
-    QSettings preferences(QStringLiteral("Olvane"), QStringLiteral("Pelorin"));
-    preferences.setValue(QStringLiteral("newsFeedBaseURL"), _server.feedAddress());
-    preferences.setValue(QStringLiteral("newsShowOnStart"), false);
-    preferences.sync();
+    preferFeed(_server.feedAddress());
 }
 
 void PageProcessExitTest::endsEverythingAtAnyMoment_data() {
@@ -100,8 +96,7 @@ void PageProcessExitTest::endsEverythingAtAnyMoment() {
     loader.setLoadHints({});
     auto *plugin = qobject_cast<NewsPlugin *>(loader.instance());
     QVERIFY2(plugin, qPrintable(loader.errorString()));
-    plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
-                             QStringLiteral("Pelorin")});
+    plugin->setHostIdentity(hostIdentity());
     QList<std::shared_ptr<NewsController>> controllers;
     for (int panel = 0; panel < panels; ++panel) {
         controllers.append(plugin->init());

@@ -8,7 +8,6 @@
 
 #include <QAccessible>
 #include <QDateTime>
-#include <QSettings>
 #include <QTest>
 #include <QTextBrowser>
 
@@ -47,8 +46,7 @@ bool SecondApplicationTest::showsText() {
 void SecondApplicationTest::show() {
     const QApplication application(argc, argv);
     NewsPlugin *const plugin = module();
-    plugin->setHostIdentity({QStringLiteral("com.Olvane.Pelorin"), QStringLiteral("Olvane"),
-                             QStringLiteral("Pelorin")});
+    plugin->setHostIdentity(hostIdentity());
     _server.clearRequests();
     const auto controller = plugin->init();
     QVERIFY(controller);
@@ -67,10 +65,7 @@ void SecondApplicationTest::showsItsNewsUnderEachApplication() {
     reply.body =
         FeedTemplate::render(oneItemFeed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
     _server.setReply(reply);
-    QSettings preferences(QStringLiteral("Olvane"), QStringLiteral("Pelorin"));
-    preferences.setValue(QStringLiteral("newsFeedBaseURL"), _server.feedAddress());
-    preferences.setValue(QStringLiteral("newsShowOnStart"), false);
-    preferences.sync();
+    preferFeed(_server.feedAddress());
 
     for (int application = 0; application < 3; ++application) {
         show();
