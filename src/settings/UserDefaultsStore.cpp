@@ -39,9 +39,13 @@ QSet<QString> keysInFile(const QString &path) {
         RegularFile::contents(path, SettingsBackup::maxFileBytes, &unused).value_or(QByteArray());
     QSet<QString> keys;
     QString section;
+    bool continues = false;
     const QList<QByteArray> lines = bytes.split('\n');
     for (const QByteArray &line : lines) {
         const QString text = QString::fromUtf8(line).trimmed();
+        const bool continued = std::exchange(continues, text.endsWith(QLatin1Char('\\')));
+        if (continued || text.startsWith(QLatin1Char(';')))
+            continue;
         if (text.startsWith(QLatin1Char('[')) && text.endsWith(QLatin1Char(']')))
             section = text == QLatin1String("[General]") ? QString()
                                                          : text.mid(1, text.size() - 2) + u'/';
@@ -113,7 +117,8 @@ UserDefaultsStore::UserDefaultsStore(const QString &path, const FileStamp &stamp
     if (stampOf(path) == stampBefore && !isUnread())
         return;
     readAgain();
-    _isUnread = isUnread();
+    // If another process has changed the file since, the next `sync` reads it.
+    _isUnread = isUnread() && stampOf(path) == _stampRead;
 }
 
 void UserDefaultsStore::release(UserDefaultsStore *store) {
@@ -234,6 +239,8 @@ void UserDefaultsStore::readAgain() {
         if (_stampRead == before)
             return;
     }
+    // It may have read any of the versions: let the next `writeOut` read again.
+    _stampRead.number = 0;
 }
 
 QVariantMap UserDefaultsStore::everything() const {

@@ -230,6 +230,14 @@ private Q_SLOTS:
         QCOMPARE(defaults.integerForKey(key), 4);
     }
 
+    void aFileOfCommentsAndContinuedLinesIsWritten() {
+        writeFile(_path, "[General]\n;newsFilter=1\nmy%20key=a\\\nb=c\n;x=2\n");
+        UserDefaults defaults(_path);
+        defaults.setValue(key, 5);
+        defaults.synchronize();
+        QVERIFY(contentsOf(_path).contains("newsFilter=5"));
+    }
+
     /// QSettings itself may take the earlier version for the present one, for good.
     void aVersionThatComesDuringTheReadIsSeen() {
         constexpr int rounds = 60;
@@ -248,8 +256,7 @@ private Q_SLOTS:
                     written = value;
                 }
             });
-            while (written == 0)
-                std::this_thread::yield();
+            QTRY_VERIFY(written > 0);
             UserDefaults defaults(_path);
             goesOn = false;
             writer.join();
