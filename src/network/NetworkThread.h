@@ -18,6 +18,7 @@ namespace pelorinnews {
 /// transfer ends, it closes all connections, releases memory a second later, and sleeps.
 class NetworkThread final : public QThread {
 public:
+    /// `maxBody` in bytes and `maxDuration` limit each transfer (see `NetworkUrlLoader`).
     /// `beforeLibrariesAreUsed` is called twice: first on the thread that adds the first request,
     /// and then on this thread, as soon as the libraries that transfers need are loaded.
     NetworkThread(qint64 maxBody, std::chrono::milliseconds maxDuration,

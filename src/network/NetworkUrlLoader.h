@@ -35,13 +35,14 @@ class NetworkUrlLoader final : public UrlLoader {
 public:
     /// Bytes; more than any feed has.
     static constexpr qint64 defaultMaxBody = qint64(32) * 1024 * 1024;
-    /// How long a transfer may take in all, however steadily its bytes arrive.
+    /// How long a transfer may take in all, redirects included and suspend excluded, however
+    /// steadily its bytes arrive. After that it ends with `TimedOut`. Not for `file:` addresses.
     static constexpr std::chrono::hours defaultMaxDuration{1};
     /// How long `stop` waits for the thread at most.
     static constexpr std::chrono::milliseconds stopTimeout{2000};
 
     /// `beforeLibrariesAreUsed` is called at the first request, and again on the loader's thread
-    /// once the libraries that transfers need are loaded.
+    /// once the libraries that transfers need are loaded. `maxDuration` is positive.
     explicit NetworkUrlLoader(qint64 maxBody = defaultMaxBody,
                               std::function<void()> beforeLibrariesAreUsed = {},
                               std::chrono::milliseconds maxDuration = defaultMaxDuration);

@@ -9,7 +9,7 @@ namespace pelorinnews {
 /// Why a transfer failed. The numbers are the codes of its `Error`, so they never change.
 enum class TransportError {
     Cancelled = 1,    ///< The loader was stopped, or there is no application object.
-    TimedOut = 2,     ///< No progress for as long as the request allows.
+    TimedOut = 2,     ///< No progress for too long, or not complete in time.
     BadAddress = 3,   ///< Malformed, or of another scheme than HTTP, HTTPS and `file:`.
     Unreachable = 4,  ///< The host or proxy is unknown or refuses the connection.
     Insecure = 5,     ///< The TLS handshake failed, or the certificate is not trusted.

@@ -55,8 +55,9 @@ public:
     /// The unique bus name of our connection.
     [[nodiscard]] QString connectionName() const { return _connection.baseService(); }
 
-    /// Queries the server's capabilities and identity. The bus starts a server if none runs. The
-    /// traits are absent if no server can be asked.
+    /// Queries the capabilities and identity of the known server. If none is known, the bus starts
+    /// one. The traits are absent if no server can be asked, or the server ends first; then
+    /// `serverChanged` follows.
     void askTraits(TraitsCallback done);
 
     /// Delivers `notification`, formatted for a server with these traits.
