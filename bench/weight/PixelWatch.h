@@ -27,8 +27,8 @@ public:
     PixelWatch(const PixelWatch &) = delete;
     PixelWatch &operator=(const PixelWatch &) = delete;
 
-    /// Starts to wait until more than half of a row of the window's pixels is `colour` (0xRRGGBB);
-    /// the page's text may cover the rest. One watch at a time.
+    /// Starts to wait until more than a quarter of a row of the window's pixels is `colour`
+    /// (0xRRGGBB); the page's text may cover the rest. One watch at a time.
     void begin(std::uint32_t window, std::uint32_t colour, Clock::time_point start,
                Painted painted);
 

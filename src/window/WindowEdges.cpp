@@ -50,8 +50,8 @@ bool areSetByDesktop(const QWidget &window) {
 int roomBelow(const QWidget &window) {
     const QRect available = window.screen()->availableGeometry();
     const QRect frame = window.frameGeometry();
-    // On Wayland a program does not know where its windows are. So also assume that the window can
-    // never become taller than the available area.
+    // On Wayland a program does not know where its windows are, so the first value may be wrong.
+    // The second never lets the window become taller than the available area.
     return qMin(available.bottom() - frame.bottom(), available.height() - frame.height());
 }
 

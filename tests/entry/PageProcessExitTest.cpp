@@ -8,6 +8,7 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QScopeGuard>
 #include <QSet>
 
 #include <unistd.h>
@@ -98,6 +99,11 @@ void PageProcessExitTest::endsEverythingAtAnyMoment() {
     QVERIFY2(plugin, qPrintable(loader.errorString()));
     plugin->setHostIdentity(hostIdentity());
     QList<std::shared_ptr<NewsController>> controllers;
+    // A failed check leaves nothing to the following rows.
+    const auto exitAll = qScopeGuard([&controllers] {
+        for (const auto &controller : controllers)
+            controller->exit();
+    });
     for (int panel = 0; panel < panels; ++panel) {
         controllers.append(plugin->init());
         QVERIFY(controllers.last());

@@ -79,7 +79,8 @@ void FileIndexQueryTest::initTestCase() {
         QSKIP("this computer has no folder that the file index accepts as home folder");
 }
 
-// All rows of a test function share its files and its index, which takes a second to start.
+// Runs before each data row, but resets only when the test function changes: the index takes a
+// second to start, so all rows of a function share it, and their files.
 void FileIndexQueryTest::init() {
     const QByteArray function = QTest::currentTestFunction();
     if (std::exchange(_function, function) == function)

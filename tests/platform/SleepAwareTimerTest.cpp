@@ -56,7 +56,8 @@ struct Hold {
     bool &released;
 };
 
-/// Owns its timer, whose callback owns it in turn, like a window controller and its refresh timer.
+/// Owns a timer whose callback owns the `Owner`: a reference cycle, like that of a window
+/// controller and its refresh timer.
 struct Owner : std::enable_shared_from_this<Owner> {
     void start(quint64 interval) {
         timer.emplace(interval, [self = shared_from_this()] { self->timer->invalidate(); });

@@ -1,7 +1,7 @@
 // The controller under a random sequence of everything that user, desktop, feed service and host
 // do, without waiting in between.
 //
-// Prints its seed. A failure is repeated, but for the threads' timing, by
+// Prints its seed. To repeat a failure (the timing of threads may still differ):
 //   PELORIN_SEED=<seed> test_window.random_order randomOrder
 // PELORIN_STEPS sets the number of steps.
 

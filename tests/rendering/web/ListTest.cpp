@@ -51,6 +51,8 @@ QPoint screenOrigin() {
     static const QRegularExpression place(
         QStringLiteral("Absolute upper-left X: +(-?\\d+)\\s+Absolute upper-left Y: +(-?\\d+)"));
     const QRegularExpressionMatch found = place.match(window);
+    if (!found.hasMatch())
+        qFatal("xwininfo does not tell where the compositor's window is");
     return {found.captured(1).toInt(), found.captured(2).toInt()};
 }
 
@@ -88,7 +90,7 @@ private:
 void ListTest::init() {
     _fixture = std::make_unique<RendererFixture>(Painter::Web);
     _fixture->load(page(list));
-    // What the view shows, not the screen, which a program on Wayland cannot see.
+    // Look at the view, not at the screen: on Wayland a program cannot read the screen.
     const auto isPainted = [this] {
         return _fixture->view.grab({480, 280, 1, 1}).toImage().pixelColor(0, 0) == ground;
     };
@@ -110,10 +112,11 @@ void ListTest::open() {
     // The engine drops clicks on content that it has only just painted.
     for (int attempt = 0; attempt < 5 && openList() == nullptr; ++attempt) {
         click(_fixture->view, inField);
-        static_cast<void>(QTest::qWaitFor([] { return openList() != nullptr; }, 5000));
+        static_cast<void>(QTest::qWaitFor([] { return openList() != nullptr; }, 10000));
     }
-    QVERIFY(openList() != nullptr);
     const auto isPainted = [] {
+        if (openList() == nullptr)
+            return false;
         const QImage image = openList()->grab().toImage();
         return image.copy(0, 0, 60, image.height()) != image.copy(100, 0, 60, image.height());
     };
@@ -150,7 +153,7 @@ void ListTest::closesByAClickBesideIt() {
 
 void ListTest::opensOnTheSecondScreen() {
     if (isWayland())
-        return;
+        QSKIP("the compositor has one screen");
     const qint64 process = _fixture->engine().process();
     outputOf("xrandr", {"--setmonitor", "LEFT", "720/200x900/250+0+0", "screen"});
     outputOf("xrandr", {"--setmonitor", "RIGHT", "720/200x900/250+720+0", "none"});

@@ -187,7 +187,7 @@ void ProcessTest::showsNoEarlierPageWhenOpenedAgain() {
 }
 
 void ProcessTest::keepsNoPictureWhileClosed() {
-    // Frames of this page are always on their way.
+    // This page is animated, so the engine sends new frames all the time.
     const QString restless = QStringLiteral(
         "<style>@keyframes turn { to { background: #c04020 } }"
         "body { background: #20c040; animation: turn 1s infinite alternate }</style>");
