@@ -73,7 +73,9 @@ void FrameBuffers::release() {
 QImage FrameBuffers::frame() const {
     if (_front < 0)
         return {};
-    const uchar *pixels = _shown.memory.at(static_cast<size_t>(_front))->data();
+    // Not const, though nobody writes here: QImage would copy const pixels when the caller sets its
+    // device pixel ratio.
+    uchar *pixels = _shown.memory.at(static_cast<size_t>(_front))->data();
     return QImage(pixels, _shown.size.width(), _shown.size.height(),
                   bytesPerPixel * _shown.size.width(), QImage::Format_RGB32);
 }
