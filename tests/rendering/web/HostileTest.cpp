@@ -7,8 +7,8 @@
 #include "HostilePictures.h"
 #include "PageServer.h"
 #include "RendererFixture.h"
-#include "RendererTestMain.h"
 #include "TestAuthority.h"
+#include "TestMain.h"
 #include "richtext/RichTextWriter.h"
 
 #include <QBuffer>
@@ -420,5 +420,5 @@ void HostileTest::nobodyGetsAPermission() {
     QVERIFY(QApplication::activeModalWidget() == nullptr);
 }
 
-PELORIN_RENDERER_TEST_MAIN(HostileTest)
+PELORIN_WIDGET_TEST_MAIN(HostileTest)
 #include "HostileTest.moc"

@@ -2,7 +2,7 @@
 // the page makes of it: open lists, selected text, cursor shapes, tooltips, the focus.
 
 #include "RendererFixture.h"
-#include "RendererTestMain.h"
+#include "TestMain.h"
 #include "rendering/PagePopup.h"
 #include "rendering/PageWidget.h"
 
@@ -332,5 +332,5 @@ void InputTest::movesTheFocusThroughThePageAndOut() {
     QTRY_COMPARE(window.focusWidget(), &before);
 }
 
-PELORIN_RENDERER_TEST_MAIN(InputTest)
+PELORIN_WIDGET_TEST_MAIN(InputTest)
 #include "InputTest.moc"

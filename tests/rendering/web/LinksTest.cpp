@@ -2,7 +2,7 @@
 // stays.
 
 #include "RendererFixture.h"
-#include "RendererTestMain.h"
+#include "TestMain.h"
 
 #include <QTextBrowser>
 
@@ -283,5 +283,5 @@ void LinksTest::resolveAgainstTheirPagesBase() {
     compareQuestions({QStringLiteral("0 http://h/b/a.html")});
 }
 
-PELORIN_RENDERER_TEST_MAIN(LinksTest)
+PELORIN_WIDGET_TEST_MAIN(LinksTest)
 #include "LinksTest.moc"

@@ -2,7 +2,7 @@
 // compositor's screen is a window of an X server, from which the compositor gets its input.
 
 #include "RendererFixture.h"
-#include "RendererTestMain.h"
+#include "TestMain.h"
 #include "rendering/PagePopup.h"
 
 #include <QProcess>
@@ -175,5 +175,5 @@ void ListTest::opensOnTheSecondScreen() {
         outputOf("xrandr", {"--delmonitor", QLatin1String(name)});
 }
 
-PELORIN_RENDERER_TEST_MAIN(ListTest)
+PELORIN_WIDGET_TEST_MAIN(ListTest)
 #include "ListTest.moc"

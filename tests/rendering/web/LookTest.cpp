@@ -2,7 +2,7 @@
 // reader.
 
 #include "RendererFixture.h"
-#include "RendererTestMain.h"
+#include "TestMain.h"
 
 #include <QApplication>
 #include <QProcess>
@@ -244,5 +244,5 @@ void LookTest::leavesTheLoadedPageAlone() {
     }
 }
 
-PELORIN_RENDERER_TEST_MAIN(LookTest)
+PELORIN_WIDGET_TEST_MAIN(LookTest)
 #include "LookTest.moc"

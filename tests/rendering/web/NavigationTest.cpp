@@ -2,7 +2,7 @@
 
 #include "PageServer.h"
 #include "RendererFixture.h"
-#include "RendererTestMain.h"
+#include "TestMain.h"
 
 #include <QBuffer>
 #include <QNetworkProxy>
@@ -477,5 +477,5 @@ void NavigationTest::aClosedWindowsPageRestsAndAMinimisedOnesDoesNot() {
     QVERIFY(!isDiscarded(*_closed));
 }
 
-PELORIN_RENDERER_TEST_MAIN(NavigationTest)
+PELORIN_WIDGET_TEST_MAIN(NavigationTest)
 #include "NavigationTest.moc"

@@ -2,7 +2,7 @@
 // the same page again.
 
 #include "RendererFixture.h"
-#include "RendererTestMain.h"
+#include "TestMain.h"
 #include "rendering/PageWidget.h"
 #include "rendering/WebNewsRenderer.h"
 
@@ -218,5 +218,5 @@ void ProcessTest::twoViewsHaveAProcessEach() {
     QCOMPARE(other.text(), QStringLiteral("The other page"));
 }
 
-PELORIN_RENDERER_TEST_MAIN(ProcessTest)
+PELORIN_WIDGET_TEST_MAIN(ProcessTest)
 #include "ProcessTest.moc"
