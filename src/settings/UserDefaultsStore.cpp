@@ -16,6 +16,8 @@
 #include <QSet>
 #include <QThread>
 
+#include <algorithm>
+#include <ctime>
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
@@ -72,25 +74,6 @@ bool areTakenForOne(const FileStamp &one, const FileStamp &other) {
     constexpr qint64 millisecond = 1'000'000;
     return one != other && one.size == other.size &&
            one.modified / millisecond == other.modified / millisecond;
-}
-
-/// Makes the file at `path` a millisecond younger, so that QSettings reads it again. A no-op for
-/// another user's file.
-void touch(const QString &path) {
-    const FileDescriptor file(
-        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    struct stat status {};
-    if (!file.isValid() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return;
-    constexpr long millisecond = 1'000'000;
-    constexpr long second = 1000 * millisecond;
-    struct timespec times[2] = {{0, UTIME_OMIT}, status.st_mtim};
-    times[1].tv_nsec += millisecond;
-    if (times[1].tv_nsec >= second) {
-        ++times[1].tv_sec;
-        times[1].tv_nsec -= second;
-    }
-    ::futimens(file.get(), times);
 }
 
 /// Estimated size of a text in the file, in bytes.
@@ -206,8 +189,8 @@ bool UserDefaultsStore::writeOut() {
     SettingsBackup backup(fileName());
     if (isChanged && !(backup.isKept() && backup.hasRoomFor(_unwritten) && keepDamagedFile()))
         return false;
-    if (areTakenForOne(stampOf(fileName()), _stampRead))
-        touch(fileName());
+    if (_stampRead.number == 0 || areTakenForOne(stampOf(fileName()), _stampRead))
+        touch();
     const FileStamp before = stampOf(fileName());
     sync();
     _stampRead = stampOf(fileName());
@@ -227,16 +210,37 @@ bool UserDefaultsStore::writeOut() {
     return outcome != SettingsBackup::Outcome::Restored && _unwritten == 0;
 }
 
+/// Gives the file a time that QSettings has not seen, so that it reads the file again: later than
+/// now, than the file's own time, and than any that this object has seen or set. A no-op for
+/// another user's file.
+void UserDefaultsStore::touch() {
+    const FileDescriptor file(
+        ::open(QFile::encodeName(fileName()).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat status {};
+    struct timespec now {};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    if (!file.isValid() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return;
+    constexpr qint64 millisecond = 1'000'000;
+    constexpr qint64 second = 1000 * millisecond;
+    _touched = std::max({_touched, _stampRead.modified, FileStamp::of(status).modified,
+                         qint64{now.tv_sec} * second + now.tv_nsec}) +
+               millisecond;
+    const struct timespec times[2] = {{0, UTIME_OMIT}, {_touched / second, _touched % second}};
+    ::futimens(file.get(), times);
+}
+
 /// For use after a read during which another process wrote the file. QSettings looks up the file's
 /// time after it has read it, so it may take the earlier version for the present one.
 void UserDefaultsStore::readAgain() {
     constexpr int maxReads = 5;
     for (int count = 0; count < maxReads; ++count) {
-        touch(fileName());
+        touch();
         const FileStamp before = stampOf(fileName());
         sync();
         _stampRead = stampOf(fileName());
-        if (_stampRead == before)
+        // Another file may have got the number and the time of an earlier one, but not our time.
+        if (_stampRead == before && before.modified == _touched)
             return;
     }
     // It may have read any of the versions: let the next `writeOut` read again.

@@ -45,6 +45,7 @@ private:
     UserDefaultsStore(const QString &path, const FileStamp &stampBefore);
     static void flushAndDelete(UserDefaultsStore *store);
     bool writeOut();
+    void touch();
     void readAgain();
     [[nodiscard]] QVariantMap everything() const;
     void reapply(const QVariantMap &wanted);
@@ -54,8 +55,11 @@ private:
     mutable std::mutex _mutex;
     QVariantMap _defaults;
     bool _damageLookedFor = false;
-    /// Of the version of the file that QSettings has read or written.
+    /// Of the version of the file that QSettings has read or written. Its number is 0 if that is
+    /// not known, or if there was no file.
     FileStamp _stampRead;
+    /// The time that `touch` last set, in nanoseconds since the epoch.
+    qint64 _touched = 0;
     /// QSettings could not read the file, and takes it for empty without reporting an error. What
     /// it writes then would lack every earlier key, so this object never writes.
     bool _isUnread = false;
