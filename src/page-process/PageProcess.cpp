@@ -189,9 +189,9 @@ bool PageProcess::handle(const SurfaceBuffer &message, const Descriptor &memory)
 }
 
 bool PageProcess::handle(const FrameTaken &message, const Descriptor &) {
-    if (const auto surface = _surfaces.find(message.surface); surface != _surfaces.end())
-        surface->second->frameTaken(message);
-    return true;
+    const auto surface = _surfaces.find(message.surface);
+    // A pop-up may have closed meanwhile.
+    return surface == _surfaces.end() ? message.surface > 0 : surface->second->frameTaken(message);
 }
 
 bool PageProcess::handle(const ViewPlace &message, const Descriptor &) {

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 namespace pelorinnews {
 
@@ -64,11 +65,14 @@ void Surface::sendAgain() {
     QMetaObject::invokeMethod(this, &Surface::copyFrame, Qt::QueuedConnection);
 }
 
-void Surface::frameTaken(const pageprotocol::FrameTaken &frame) {
+bool Surface::frameTaken(const pageprotocol::FrameTaken &frame) {
+    // A pop-up that opens again with the number of an earlier one may get that one's messages.
     if (frame.generation != _present.generation)
-        return;
-    _isFree.at(static_cast<size_t>(frame.buffer)) = true;
+        return frame.generation < _present.generation || _number > 0;
+    if (std::exchange(_isFree.at(static_cast<size_t>(frame.buffer)), true))
+        return false;
     copyFrame();
+    return true;
 }
 
 bool Surface::eventFilter(QObject *watched, QEvent *event) {

@@ -29,8 +29,9 @@ public:
     [[nodiscard]] bool addBuffer(const pageprotocol::SurfaceBuffer &buffer,
                                  const FileDescriptor &memory);
 
-    /// The host has read the frame. Frames of an earlier generation are ignored.
-    void frameTaken(const pageprotocol::FrameTaken &frame);
+    /// The host has read the frame. Frames of an earlier generation are ignored. False if the host
+    /// had not got this frame.
+    [[nodiscard]] bool frameTaken(const pageprotocol::FrameTaken &frame);
 
     /// Sends the present content once more.
     void sendAgain();

@@ -47,8 +47,11 @@ bool FrameBuffers::take(PageChild &child, const FrameReady &frame) {
 bool FrameBuffers::giveBack(PageChild &child, const FrameReady &frame) {
     if (frame.generation > _generation)
         return false;
-    if (frame.generation == _next.generation)
-        child.send(FrameTaken{_surface, frame.generation, frame.buffer});
+    if (frame.generation != _next.generation)
+        return true;
+    if (_shown.generation == _next.generation && frame.buffer == _front)
+        return false;
+    child.send(FrameTaken{_surface, frame.generation, frame.buffer});
     return true;
 }
 

@@ -17,13 +17,21 @@ using namespace pageprotocol;
 
 namespace {
 
-/// Maximum of `_actions`: more than a user makes before a hanging page process is detected.
+/// Maximum of `_actions` and `_focusKeys`: more than a user makes before a hanging page process is
+/// detected.
 constexpr int maxActions = 1000;
 
 qint32 unit(double position) {
     const double number = std::round(position * positionUnit);
     constexpr double most = positionUnit * maxSide;
     return static_cast<qint32>(std::clamp(number, -most, most));
+}
+
+bool takeOne(int &count) {
+    if (count == 0)
+        return false;
+    --count;
+    return true;
 }
 
 qint32 bits(auto flags) {
@@ -48,11 +56,16 @@ void PageInput::countAction() {
     _actions = std::min(_actions + 1, maxActions);
 }
 
+void PageInput::countFocusKey() {
+    _focusKeys = std::min(_focusKeys + 1, maxActions);
+}
+
 bool PageInput::takeAction() {
-    if (_actions == 0)
-        return false;
-    --_actions;
-    return true;
+    return takeOne(_actions);
+}
+
+bool PageInput::takeFocusKey() {
+    return takeOne(_focusKeys);
 }
 
 void PageInput::sendMouse(qint32 surface, const QMouseEvent &event, qint32 kind) {
@@ -84,6 +97,8 @@ void PageInput::sendKey(const QKeyEvent &event, bool isPress) {
     if (isPress) {
         Q_EMIT pressing();
         countAction();
+        if (event.key() == Qt::Key_Tab || event.key() == Qt::Key_Backtab)
+            countFocusKey();
         _isCopying =
             _takesText && (event.matches(QKeySequence::Cut) || event.matches(QKeySequence::Copy));
         if (_takesText && event.matches(QKeySequence::Paste))
@@ -97,6 +112,9 @@ void PageInput::sendKey(const QKeyEvent &event, bool isPress) {
 }
 
 void PageInput::sendFocus(bool hasFocus, Qt::FocusReason reason) {
+    // The key that moved the focus into a page without links moves it on.
+    if (hasFocus && (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason))
+        countFocusKey();
     send(FocusInput{hasFocus ? 1 : 0, std::min<qint32>(reason, Qt::OtherFocusReason)});
 }
 

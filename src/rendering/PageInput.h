@@ -47,6 +47,10 @@ public:
     /// Whether the latest key press cuts or copies in a text field. True only once for each press.
     [[nodiscard]] bool takeCopying() { return std::exchange(_isCopying, false); }
 
+    /// Each press of a Tab key permits the page process to move the focus out of the page once.
+    /// Uses up one such permission; false if none is left.
+    [[nodiscard]] bool takeFocusKey();
+
     /// Whether the user has done something on the present page.
     [[nodiscard]] bool isInUse() const { return _isInUse; }
 
@@ -68,11 +72,14 @@ private:
             _child->send(message);
     }
     void countAction();
+    void countFocusKey();
 
     PageChild *_child = nullptr;
     bool _takesText = false;
     /// How many key presses and button releases still permit a report of a clicked link.
     int _actions = 0;
+    /// How many presses of a Tab key still permit the process to move the focus.
+    int _focusKeys = 0;
     bool _isInUse = false;
     bool _isCopying = false;
 };

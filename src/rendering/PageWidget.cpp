@@ -65,11 +65,9 @@ void PageWidget::clear() {
     update();
 }
 
-bool PageWidget::setPlainColour(const QColor &colour) {
-    if (std::exchange(_plainColour, colour) == colour)
-        return false;
-    update();
-    return true;
+void PageWidget::setPlainColour(const QColor &colour) {
+    if (std::exchange(_plainColour, colour) != colour)
+        update();
 }
 
 bool PageWidget::handle(const FrameReady &message) {
@@ -140,7 +138,7 @@ bool PageWidget::handle(const CopiedText &message) {
 }
 
 bool PageWidget::handle(const FocusLeft &message) {
-    if (_hasFocus)
+    if (_input.takeFocusKey() && _hasFocus)
         focusNextPrevChild(message.isForward != 0);
     return true;
 }

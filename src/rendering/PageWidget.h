@@ -29,8 +29,8 @@ public:
     /// Forgets the shown frame. Until the next frame, the widget shows the plain colour.
     void clear();
 
-    /// Sets the colour to show where there is no frame. Returns whether the colour has changed.
-    bool setPlainColour(const QColor &colour);
+    /// Sets the colour to show where there is no frame.
+    void setPlainColour(const QColor &colour);
 
     /// After `clear`, or when a new process replaces another, frames of pages before `page` are
     /// ignored.

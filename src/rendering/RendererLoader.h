@@ -10,8 +10,8 @@ class QWidget;
 
 namespace pelorinnews::RendererLoader {
 
-/// Creates the best renderer that is installed: the web renderer if the page process is beside the
-/// module, otherwise the text renderer. Never null. Main thread only.
+/// Creates the renderer of a content view: the web renderer, which uses the text renderer wherever
+/// the page process cannot run. Never null. Main thread only.
 ///
 /// `programFolder` is the folder of the page process's program; by default the module's own.
 [[nodiscard]] std::unique_ptr<NewsRenderer> createRenderer(QWidget *parent,

@@ -4,6 +4,7 @@
 #include "platform/LibraryPages.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QHideEvent>
 #include <QNetworkProxy>
 #include <QScreen>
@@ -20,16 +21,7 @@ namespace {
 
 using std::chrono::steady_clock;
 
-/// Timeout for a new process to say that the engine runs.
-constexpr std::chrono::seconds readyTimeout{5};
-/// Delay between sending input or a page and a ping, and timeout for the answer to the ping. No
-/// ping is sent if a page comes in the meantime.
-constexpr std::chrono::seconds answerTimeout{5};
-/// How long the page is kept after the window has closed, so that the window opens again at once.
-/// After this time, the news has probably been read.
-constexpr std::chrono::seconds discardDelay{10};
-/// How long the page process is kept after the window has closed.
-constexpr std::chrono::minutes endDelay{2};
+/// Failures longer ago than this do not count.
 constexpr std::chrono::minutes failureMemory{1};
 
 /// Whether the installed page process speaks another protocol version, as after an upgrade under a
@@ -96,9 +88,12 @@ private:
     WebNewsRenderer &_renderer;
 };
 
-WebNewsRenderer::WebNewsRenderer(QWidget *parent, const QString &program, qsizetype maxFailures)
+WebNewsRenderer::WebNewsRenderer(QWidget *parent, const QString &program)
+    : WebNewsRenderer(parent, program, Limits()) {}
+
+WebNewsRenderer::WebNewsRenderer(QWidget *parent, const QString &program, const Limits &limits)
     : _program(program),
-      _maxFailures(maxFailures),
+      _limits(limits),
       _surround(new Surround(parent, *this)),
       _view(new PageWidget(_surround)) {
     const auto prepare = [this](QTimer &timer, std::chrono::milliseconds delay, auto slot) {
@@ -106,11 +101,11 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent, const QString &program, qsizet
         timer.setInterval(delay);
         QObject::connect(&timer, &QTimer::timeout, _view, [this, slot] { (this->*slot)(); });
     };
-    prepare(_readyTimer, readyTimeout, &WebNewsRenderer::childEnded);
-    prepare(_answerTimer, answerTimeout, &WebNewsRenderer::answerIsMissing);
-    prepare(_endTimer, endDelay, &WebNewsRenderer::endChild);
+    prepare(_readyTimer, limits.ready, &WebNewsRenderer::useText);
+    prepare(_answerTimer, limits.answer, &WebNewsRenderer::answerIsMissing);
+    prepare(_endTimer, limits.end, &WebNewsRenderer::endChild);
     _discardTimer.setSingleShot(true);
-    _discardTimer.setInterval(discardDelay);
+    _discardTimer.setInterval(limits.discard);
     QObject::connect(&_discardTimer, &QTimer::timeout, _view, [this] {
         if (_child)
             _child->send(DiscardPage{});
@@ -185,13 +180,20 @@ void WebNewsRenderer::opened() {
     _isClosed = false;
     _discardTimer.stop();
     _endTimer.stop();
-    if (_text && !isOtherVersionInstalled) {
+    if (_text && !isOtherVersionInstalled && isProgramInstalled()) {
         _text.reset();
         _failures.clear();
         _view->show();
     }
     if (!_child && !_text)
         startChild();
+    // A process that hangs since the window was closed would leave it blank.
+    if (_child)
+        expectAnswer();
+}
+
+bool WebNewsRenderer::isProgramInstalled() const {
+    return QFileInfo(_program).isExecutable();
 }
 
 void WebNewsRenderer::closed() {
@@ -202,17 +204,24 @@ void WebNewsRenderer::closed() {
 }
 
 void WebNewsRenderer::surroundingsChanged() {
-    const bool hasOtherColour = _view->setPlainColour(plainColour());
+    _view->setPlainColour(plainColour());
     if (!_child)
         return;
     if (startArguments(*_view) != _start)
         restartChild();
-    else if (hasOtherColour && _kind == PageKind::Status)
+    else if (_kind == PageKind::Status && statusStyle() != _sentStatusStyle)
         loadHtmlString(QString(_html), _kind);
 }
 
 QColor WebNewsRenderer::plainColour() const {
     return _kind == PageKind::Item ? QColor(Qt::white) : _surround->palette().color(QPalette::Base);
+}
+
+// Status texts have the colours of the desktop.
+QString WebNewsRenderer::statusStyle() const {
+    const QPalette &palette = _surround->palette();
+    return QStringLiteral("<style>html{background:%1;color:%2}</style>")
+        .arg(palette.color(QPalette::Base).name(), palette.color(QPalette::Text).name());
 }
 
 void WebNewsRenderer::startChild() {
@@ -239,6 +248,7 @@ void WebNewsRenderer::endChild() {
     _readyTimer.stop();
     _answerTimer.stop();
     _isAsked = false;
+    _lastPong = _lastPing;
     _view->setChild(nullptr);
     _child.reset();
 }
@@ -259,10 +269,8 @@ void WebNewsRenderer::sendStyle() {
 void WebNewsRenderer::sendPage() {
     QString text = _html;
     if (_kind == PageKind::Status) {
-        const QPalette &palette = _surround->palette();
-        text.prepend(
-            QStringLiteral("<style>html{background:%1;color:%2}</style>")
-                .arg(palette.color(QPalette::Base).name(), palette.color(QPalette::Text).name()));
+        _sentStatusStyle = statusStyle();
+        text.prepend(_sentStatusStyle);
     }
     SharedMemory::SealedText memory;
     // In UTF-8, a text has at least as many bytes as it has UTF-16 units.
@@ -288,7 +296,7 @@ void WebNewsRenderer::answerIsMissing() {
         childEnded();
         return;
     }
-    _child->send(Ping{_page});
+    _child->send(Ping{++_lastPing});
     _answerTimer.start();
 }
 
@@ -305,7 +313,7 @@ void WebNewsRenderer::childEnded() {
     _failures.append(now);
     // An engine that lacks its sandbox or its files ends before it is ready, at every start: do not
     // retry.
-    if (!_wasEverReady || _failures.size() >= _maxFailures)
+    if (!_wasEverReady || _failures.size() >= _limits.failures)
         useText();
     else if (!_isClosed)
         startChild();
@@ -357,9 +365,13 @@ bool WebNewsRenderer::handle(const Navigation &message) {
     return true;
 }
 
-bool WebNewsRenderer::handle(const Pong &) {
+bool WebNewsRenderer::handle(const Pong &message) {
     answerCame();
-    return true;
+    return _lastPong < _lastPing && message.number == ++_lastPong;
+}
+
+bool WebNewsRenderer::handle(const FrameReady &message) {
+    return message.page <= _page && _view->handle(message);
 }
 
 }  // namespace pelorinnews

@@ -6,6 +6,7 @@
 #include "TextNewsRenderer.h"
 
 #include <QList>
+#include <QString>
 #include <QTimer>
 
 #include <chrono>
@@ -13,14 +14,31 @@
 
 namespace pelorinnews {
 
-/// Paints pages with the web engine, which runs in a process of its own. Where that process cannot
-/// run, or fails again and again, the text renderer takes over in the same widget until the window
-/// is next opened.
+/// Paints pages with the web engine, which runs in a process of its own. Where that process is not
+/// installed, cannot run, or fails again and again, the text renderer takes over in the same
+/// widget. The next opening of the window tries the process again.
 class WebNewsRenderer final : public NewsRenderer {
 public:
-    /// `program` is the page process. After `maxFailures` failures within a minute it is not
-    /// started again until the window is next opened.
-    WebNewsRenderer(QWidget *parent, const QString &program, qsizetype maxFailures = 3);
+    /// How often the page process may fail, and how long it may take or is kept.
+    struct Limits {
+        /// After this many failures within a minute, the text renderer takes over.
+        qsizetype failures = 3;
+        /// Timeout for a new process to say that the engine runs. After it, the text renderer takes
+        /// over.
+        std::chrono::milliseconds ready = std::chrono::seconds(5);
+        /// Delay between sending input or a page and a ping, and timeout for the answer to the
+        /// ping. No ping is sent if a page comes in the meantime.
+        std::chrono::milliseconds answer = std::chrono::seconds(5);
+        /// How long the page is kept after the window has closed, so that the window opens again at
+        /// once. After this time, the news has probably been read.
+        std::chrono::milliseconds discard = std::chrono::seconds(10);
+        /// How long the page process is kept after the window has closed.
+        std::chrono::milliseconds end = std::chrono::minutes(2);
+    };
+
+    /// `program` is the page process. It may be absent.
+    WebNewsRenderer(QWidget *parent, const QString &program);
+    WebNewsRenderer(QWidget *parent, const QString &program, const Limits &limits);
     ~WebNewsRenderer() override;
 
     [[nodiscard]] QWidget *widget() const override;
@@ -49,20 +67,23 @@ private:
     void expectAnswer();
     void answerIsMissing();
     void answerCame();
+    [[nodiscard]] bool isProgramInstalled() const;
     [[nodiscard]] QColor plainColour() const;
+    [[nodiscard]] QString statusStyle() const;
 
     void receive(const pageprotocol::ChildMessage &message);
     [[nodiscard]] bool handle(const pageprotocol::Ready &message);
     [[nodiscard]] bool handle(const pageprotocol::PageCame &message);
     [[nodiscard]] bool handle(const pageprotocol::Navigation &message);
     [[nodiscard]] bool handle(const pageprotocol::Pong &message);
+    [[nodiscard]] bool handle(const pageprotocol::FrameReady &message);
     template <class Message>
     [[nodiscard]] bool handle(const Message &message) {
         return _view->handle(message);
     }
 
     const QString _program;
-    const qsizetype _maxFailures;
+    const Limits _limits;
     Surround *const _surround;
     PageWidget *const _view;
     std::unique_ptr<PageChild> _child;
@@ -75,6 +96,8 @@ private:
     PageKind _kind = PageKind::Item;
     QString _fontFamily;
     int _zoom = 100;
+    /// The style with which the most recent status text was sent.
+    QString _sentStatusStyle;
     /// Number of the present page; 0 before the first.
     qint32 _page = 0;
     bool _isReady = false;
@@ -83,8 +106,11 @@ private:
     QList<std::chrono::steady_clock::time_point> _failures;
     QTimer _readyTimer;
     QTimer _answerTimer;
-    /// Whether a ping was sent that the process has not answered yet.
+    /// Whether a ping was sent, and the process has given no sign of life since.
     bool _isAsked = false;
+    /// Numbers of the latest ping and of the latest answer to one.
+    qint32 _lastPing = 0;
+    qint32 _lastPong = 0;
     QTimer _discardTimer;
     QTimer _endTimer;
 };

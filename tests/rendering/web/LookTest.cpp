@@ -5,6 +5,8 @@
 #include "TestMain.h"
 
 #include <QApplication>
+#include <QClipboard>
+#include <QMimeData>
 #include <QProcess>
 #include <QTextBrowser>
 #include <QTextDocument>
@@ -163,6 +165,11 @@ void LookTest::drawsAStatusInTheDesktopsColours() {
     useDarkColours();
     waitUntil([&] { return showsStatus(Qt::black, Qt::yellow); },
               "the status has not the dark colours of the desktop");
+    QPalette red = QApplication::palette();
+    red.setColor(QPalette::Text, Qt::red);
+    QApplication::setPalette(red);
+    waitUntil([&] { return showsStatus(Qt::black, Qt::red); },
+              "the status has not the new colour of the desktop's text");
     _fixture->load(status);
     waitUntil([&] { return showsStatus(Qt::white, Qt::black); }, "an item is not black on white");
 }
@@ -234,13 +241,33 @@ void LookTest::keepsTheZoomForLaterPages() {
     QTRY_COMPARE(zoom(), 1.5);
 }
 
+// What the desktop and the reader choose changes neither the loaded page nor a copy of it.
 void LookTest::leavesTheLoadedPageAlone() {
     const QString html = QStringLiteral("<p style='font-size:30px'>Text <img width=10 alt=a>");
-    useDarkColours();
+    const auto copied = [this] {
+        press(Qt::Key_C);
+        const QMimeData *data = QApplication::clipboard()->mimeData();
+        QMap<QString, QByteArray> all;
+        for (const QString &format : data->formats())
+            all.insert(format, data->data(format));
+        return all;
+    };
     for (const PageKind kind : {PageKind::Item, PageKind::Status}) {
         _fixture->view.loadHtmlString(html, kind);
+        const QMap<QString, QByteArray> plain = copied();
+        QVERIFY(plain.value(QStringLiteral("text/rtf")).contains("Text"));
+        useDarkColours();
+        QFont large = _font;
+        large.setPointSizeF(20);
+        QApplication::setFont(large);
         press(Qt::Key_Plus);
         QCOMPARE(_fixture->view.outerHTML(), html);
+        QCOMPARE(copied(), plain);
+        _fixture->view.loadHtmlString(html, kind);
+        QCOMPARE(copied(), plain);
+        QApplication::setPalette(_palette);
+        QApplication::setFont(_font);
+        press(Qt::Key_0);
     }
 }
 

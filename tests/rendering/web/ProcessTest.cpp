@@ -3,14 +3,22 @@
 
 #include "RendererFixture.h"
 #include "TestMain.h"
+#include "platform/FileDescriptor.h"
 #include "rendering/PageWidget.h"
 #include "rendering/WebNewsRenderer.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QPixmap>
+#include <QRegularExpression>
 #include <QScreen>
+#include <QTemporaryDir>
 #include <QTextBrowser>
 
 #include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
@@ -18,6 +26,57 @@ using namespace pelorinnews::test;
 namespace {
 
 const QPoint corner(480, 280);
+const QString program = QStringLiteral(PELORIN_PAGE_PROCESS_DIR "/pelorin-news-page");
+
+// A web renderer with limits of its own, in a window.
+struct LimitedRenderer {
+    explicit LimitedRenderer(const WebNewsRenderer::Limits &limits,
+                             const QString &started = program)
+        : renderer((EngineAccess::instance().forgetConnections(), &window), started, limits) {
+        window.resize(500, 300);
+        renderer.widget()->setGeometry(window.rect());
+        renderer.widget()->show();
+        window.show();
+        if (!QTest::qWaitForWindowActive(&window, testPatience))
+            qFatal("the window does not become active");
+    }
+    [[nodiscard]] bool isText() const { return window.findChild<QTextBrowser *>() != nullptr; }
+    [[nodiscard]] QString text() { return engine.ask(QStringLiteral("text")).toString(); }
+    [[nodiscard]] QColor pixel(QPoint place) {
+        return window.grab({place, QSize(1, 1)}).toImage().pixelColor(0, 0);
+    }
+    void click(QPoint place) const {
+        QTest::mouseClick(window.findChild<PageWidget *>(), Qt::LeftButton, {}, place);
+    }
+    // Loads a page with a list at its upper left corner, and waits until it is painted.
+    void showList() {
+        renderer.loadHtmlString(listPage, PageKind::Item);
+        QTRY_COMPARE(pixel(corner), ground);
+    }
+
+    const QString listPage = page(QStringLiteral(
+        "<select style='width:150px;height:80px'><option>One<option>Two</select><input autofocus>"
+        "The page"));
+    QWidget window;
+    WebNewsRenderer renderer;
+    Engine engine;
+};
+
+QByteArray contentOf(const QString &path) {
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// The process and all its descendants.
+QStringList withDescendants(const QString &process) {
+    QStringList all{process};
+    const QString children =
+        QString::fromLatin1(contentOf(QStringLiteral("/proc/%1/task/%1/children").arg(process)));
+    for (const QString &child : children.split(QLatin1Char(' '), Qt::SkipEmptyParts))
+        all += withDescendants(child);
+    return all;
+}
+
 }  // namespace
 
 class ProcessTest : public QObject {
@@ -31,6 +90,14 @@ private Q_SLOTS:
     void showsTheSamePageAfterItsProcessHasEnded();
     void paintsTextAfterTheThirdFailure();
     void triesAgainWithTheNextOpening();
+    void triesAProgramThatIsInstalledLater();
+    void paintsTextIfTheProcessIsNotReadyInTime();
+    void replacesAStoppedProcess_data();
+    void replacesAStoppedProcess();
+    void keepsFontAndZoomInANewProcess();
+    void endsItsProcessSomeTimeAfterClosing();
+    void showsADiscardedPageAgain();
+    void givesItsProcessNothingOfTheHosts();
     void holdsThroughManyKills();
     void showsNoEarlierPageWhenOpenedAgain();
     void keepsNoPictureWhileClosed();
@@ -53,9 +120,6 @@ void ProcessTest::showsTheSamePageAfterItsProcessHasEnded_data() {
         QTest::addRow("killed, %s", doing) << SIGKILL << doing;
         QTest::addRow("crashed, %s", doing) << SIGSEGV << doing;
     }
-    // A stopped process is noticed only when it does not react to input.
-    for (const char *doing : {"typing", "scrolling"})
-        QTest::addRow("stopped, %s", doing) << SIGSTOP << doing;
 }
 
 void ProcessTest::showsTheSamePageAfterItsProcessHasEnded() {
@@ -89,7 +153,7 @@ void ProcessTest::showsTheSamePageAfterItsProcessHasEnded() {
     end(signal);
     if (doing == u"closed") {
         _fixture->view.show();
-    } else if (signal != SIGSTOP) {
+    } else {
         // The last frame stays on the screen until the next process has painted.
         for (int i = 0; i < 20; ++i) {
             QCOMPARE(_fixture->pixel(corner), ground);
@@ -128,34 +192,194 @@ void ProcessTest::triesAgainWithTheNextOpening() {
     waitFor(QStringLiteral("The next page"));
 }
 
+void ProcessTest::triesAProgramThatIsInstalledLater() {
+    const QTemporaryDir folder;
+    const QString later = folder.filePath(QStringLiteral("pelorin-news-page"));
+    LimitedRenderer limited({}, later);
+    limited.renderer.loadHtmlString(page(QStringLiteral("The page")), PageKind::Item);
+    QVERIFY(limited.isText());
+    QVERIFY(QFile::link(program, later));
+    limited.renderer.widget()->hide();
+    limited.renderer.widget()->show();
+    QTRY_COMPARE(limited.text(), QStringLiteral("The page"));
+    QVERIFY(!limited.isText());
+}
+
+void ProcessTest::paintsTextIfTheProcessIsNotReadyInTime() {
+    const QTemporaryDir folder;
+    const QString silent = folder.filePath(QStringLiteral("silent"));
+    QFile script(silent);
+    QVERIFY(script.open(QFile::WriteOnly));
+    script.write("#!/bin/sh\nexec sleep 60\n");
+    script.close();
+    QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    LimitedRenderer limited({.ready = std::chrono::milliseconds(300)}, silent);
+    const auto process = static_cast<pid_t>(limited.renderer.process());
+    limited.renderer.loadHtmlString(page(QStringLiteral("The page")), PageKind::Item);
+    QTRY_VERIFY(limited.isText());
+    QCOMPARE(limited.renderer.process(), 0);
+    if (process > 0)
+        QTRY_VERIFY(::kill(process, 0) != 0);
+}
+
+void ProcessTest::replacesAStoppedProcess_data() {
+    QTest::addColumn<QString>("doing");
+    // A stopped process is noticed only when it does not react to something.
+    for (const char *doing : {"clicking", "typing", "scrolling", "loading", "choosing", "closed"})
+        QTest::newRow(doing) << doing;
+}
+
+void ProcessTest::replacesAStoppedProcess() {
+    QFETCH(const QString, doing);
+    LimitedRenderer limited({.failures = 100, .answer = std::chrono::seconds(1)});
+    limited.showList();
+    if (QTest::currentTestFailed())
+        return;
+    if (doing == u"choosing") {
+        const auto opens = [&limited] {
+            if (QApplication::activePopupWidget() == nullptr)
+                limited.click({50, 50});
+            return QTest::qWaitFor([] { return QApplication::activePopupWidget() != nullptr; },
+                                   1000);
+        };
+        waitUntil(opens, "the list does not open");
+    }
+    if (doing == u"closed")
+        limited.renderer.widget()->hide();
+    const qint64 process = limited.engine.process();
+    QCOMPARE(::kill(static_cast<pid_t>(process), SIGSTOP), 0);
+    if (doing == u"clicking")
+        limited.click({400, 200});
+    if (doing == u"typing")
+        QTest::keyClicks(limited.window.findChild<PageWidget *>(), QStringLiteral("abc"));
+    if (doing == u"scrolling")
+        QTest::keyClick(limited.window.findChild<PageWidget *>(), Qt::Key_PageDown);
+    if (doing == u"loading")
+        limited.renderer.loadHtmlString(page(QStringLiteral("The page")), PageKind::Item);
+    if (doing == u"choosing")
+        QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Down);
+    if (doing == u"closed")
+        limited.renderer.widget()->show();
+    QTRY_VERIFY(limited.engine.process() != process);
+    QTRY_VERIFY(limited.text().contains(QStringLiteral("The page")));
+    QTRY_COMPARE(limited.pixel(corner), ground);
+    QVERIFY(QApplication::activePopupWidget() == nullptr);
+    QTRY_VERIFY(::kill(static_cast<pid_t>(process), 0) != 0);
+}
+
+void ProcessTest::keepsFontAndZoomInANewProcess() {
+    const auto style = [this] {
+        return _fixture->evaluated(QStringLiteral(
+            "[devicePixelRatio, document.getElementById('text').offsetWidth].join(' ')"));
+    };
+    _fixture->view.setStandardFontFamily(QStringLiteral("DejaVu Sans Mono"));
+    const QKeyEvent larger(QEvent::KeyPress, Qt::Key_Plus, Qt::ControlModifier);
+    for (int i = 0; i < 3; ++i)
+        QVERIFY(_fixture->view.performKeyEquivalent(larger));
+    _fixture->load(page(QStringLiteral("<span id=text>Will iii</span>")));
+    QTRY_VERIFY(style().toString().startsWith(QStringLiteral("1.5 ")));
+    const QVariant before = style();
+    const qint64 process = _fixture->engine().process();
+    end(SIGKILL);
+    QTRY_VERIFY(_fixture->engine().process() != process);
+    QTRY_COMPARE(style(), before);
+    // Another font has another width, so the comparison can fail.
+    _fixture->view.setStandardFontFamily(QStringLiteral("DejaVu Sans"));
+    QTRY_VERIFY(style() != before);
+}
+
+void ProcessTest::endsItsProcessSomeTimeAfterClosing() {
+    LimitedRenderer limited({.end = std::chrono::milliseconds(100)});
+    limited.showList();
+    const auto process = static_cast<pid_t>(limited.renderer.process());
+    limited.renderer.widget()->hide();
+    QTRY_COMPARE(limited.renderer.process(), 0);
+    QTRY_VERIFY(::kill(process, 0) != 0);
+    limited.renderer.widget()->show();
+    QTRY_COMPARE(limited.pixel(corner), ground);
+    QVERIFY(!limited.isText());
+}
+
+void ProcessTest::showsADiscardedPageAgain() {
+    LimitedRenderer limited({.discard = std::chrono::milliseconds(100)});
+    limited.showList();
+    limited.renderer.widget()->hide();
+    QTRY_VERIFY(limited.engine.state()[u"isDiscarded"].toBool());
+    limited.renderer.widget()->show();
+    QTRY_COMPARE(limited.pixel(corner), ground);
+    QVERIFY(!limited.engine.state()[u"isDiscarded"].toBool());
+}
+
+void ProcessTest::givesItsProcessNothingOfTheHosts() {
+    _fixture.reset();
+    qputenv("PELORIN_SECRET", "of the host");
+    const QTemporaryDir folder;
+    const QString secret = folder.filePath(QStringLiteral("secret"));
+    // Without O_CLOEXEC, as careless hosts open files.
+    const FileDescriptor opened(
+        ::open(QFile::encodeName(secret).constData(), O_CREAT | O_RDWR, 0600));
+    const FileDescriptor openedAgain(::fcntl(opened.get(), F_DUPFD, 500));
+    QVERIFY(openedAgain.isValid());
+    const auto before = ::signal(SIGUSR1, SIG_IGN);
+    _fixture = std::make_unique<RendererFixture>(Painter::Web);
+    ::signal(SIGUSR1, before);
+    qunsetenv("PELORIN_SECRET");
+    _fixture->load(page(QStringLiteral("The page")));
+    const QString process = QString::number(_fixture->engine().process());
+    const QStringList all = withDescendants(process);
+    // The engine's helper and the page's process.
+    QVERIFY(all.size() >= 3);
+    for (const QString &each : all) {
+        const QString place = QStringLiteral("/proc/%1/").arg(each);
+        const QByteArrayList variables = contentOf(place + QStringLiteral("environ")).split('\0');
+        QVERIFY(each != process || variables.contains("DBUS_SESSION_BUS_ADDRESS=disabled:"));
+        for (const QByteArray &variable : variables) {
+            for (const char *unwanted : {"DISPLAY=", "WAYLAND_DISPLAY=", "XAUTHORITY=", "PELORIN_"})
+                QVERIFY2(!variable.startsWith(unwanted), variable.constData());
+        }
+        for (const QFileInfo &file :
+             QDir(place + QStringLiteral("fd"))
+                 .entryInfoList(QDir::Files | QDir::System | QDir::NoDotAndDotDot))
+            QVERIFY(file.symLinkTarget() != secret);
+        const QByteArray status = contentOf(place + QStringLiteral("status"));
+        QVERIFY(status.contains("\nNoNewPrivs:\t1\n"));
+        static const QRegularExpression noCoreFiles(QStringLiteral("Max core file size +0 +0 "));
+        const QString limits = QString::fromLatin1(contentOf(place + QStringLiteral("limits")));
+        QVERIFY(noCoreFiles.match(limits).hasMatch());
+    }
+    for (const char *stream : {"0", "1", "2"})
+        QCOMPARE(QFile::symLinkTarget(
+                     QStringLiteral("/proc/%1/fd/%2").arg(process, QLatin1String(stream))),
+                 QStringLiteral("/dev/null"));
+    // A process that ignores SIGUSR1 has bit 9 (from the right, in hexadecimal) set.
+    static const QRegularExpression ignored(QStringLiteral("SigIgn:\t([0-9a-f]+)"));
+    const QString status =
+        QString::fromLatin1(contentOf(QStringLiteral("/proc/%1/status").arg(process)));
+    const QRegularExpressionMatch found = ignored.match(status);
+    QVERIFY(found.hasMatch());
+    QCOMPARE(found.captured(1).toULongLong(nullptr, 16) & (1ULL << (SIGUSR1 - 1)), 0ULL);
+    QCOMPARE(::getsid(process.toInt()), process.toInt());
+}
+
 void ProcessTest::holdsThroughManyKills() {
     _fixture.reset();
-    EngineAccess::instance().forgetConnections();
     constexpr int kills = 200;
-    QWidget window;
-    window.resize(500, 300);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window, testPatience));
-    WebNewsRenderer renderer(&window, QStringLiteral(PELORIN_PAGE_PROCESS_DIR "/pelorin-news-page"),
-                             kills + 1);
-    renderer.widget()->setGeometry(window.rect());
-    renderer.widget()->show();
-    Engine engine;
-    renderer.loadHtmlString(page(QStringLiteral("The first page")), PageKind::Item);
-    QTRY_COMPARE(engine.ask(QStringLiteral("text")).toString(), QStringLiteral("The first page"));
+    LimitedRenderer limited({.failures = kills + 1});
+    limited.renderer.loadHtmlString(page(QStringLiteral("The first page")), PageKind::Item);
+    QTRY_COMPARE(limited.text(), QStringLiteral("The first page"));
     // Pseudo-random delays, from a fixed seed so that every run has the same ones.
     quint32 seed = 7;
     for (int kill = 0; kill < kills; ++kill) {
-        renderer.loadHtmlString(page(QStringLiteral("Page %1").arg(kill)), PageKind::Item);
+        limited.renderer.loadHtmlString(page(QStringLiteral("Page %1").arg(kill)), PageKind::Item);
         seed = seed * 1664525 + 1013904223;
         QTest::qWait(static_cast<int>(seed >> 24) % 100);
-        QVERIFY(window.findChild<QTextBrowser *>() == nullptr);
-        const qint64 process = renderer.process();
+        QVERIFY(!limited.isText());
+        const qint64 process = limited.renderer.process();
         if (process > 0)
             ::kill(static_cast<pid_t>(process), SIGKILL);
     }
-    renderer.loadHtmlString(page(QStringLiteral("The last page")), PageKind::Item);
-    QTRY_COMPARE(engine.ask(QStringLiteral("text")).toString(), QStringLiteral("The last page"));
+    limited.renderer.loadHtmlString(page(QStringLiteral("The last page")), PageKind::Item);
+    QTRY_COMPARE(limited.text(), QStringLiteral("The last page"));
 }
 
 void ProcessTest::showsNoEarlierPageWhenOpenedAgain() {
