@@ -14,6 +14,8 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <type_traits>
+#include <utility>
 
 namespace pelorinnews {
 
@@ -33,6 +35,15 @@ constexpr std::chrono::seconds paintTimeout{5};
 
 /// How long Qt may take to paint a frame that the engine has finished.
 constexpr std::chrono::milliseconds paintDelay{30};
+
+/// Maximum of `_heldInput`: more than a user types before a page is painted.
+constexpr size_t maxHeld = 1000;
+
+template <class Message>
+constexpr bool isKeyboardInput =
+    std::is_same_v<Message, KeyInput> || std::is_same_v<Message, FocusInput> ||
+    std::is_same_v<Message, CommitText> || std::is_same_v<Message, PreeditText> ||
+    std::is_same_v<Message, ClipboardText>;
 
 }  // namespace
 
@@ -75,16 +86,15 @@ void PageProcess::listenToPage() {
     connect(&_page, &ItemPage::itemCame, this, [this] {
         _hangTimer.stop();
         // Until the new page is painted, the engine still shows the previous one.
-        if (std::exchange(_showsEarlierContent, true))
-            _paintTimer.start(paintTimeout);
-        else
+        if (!std::exchange(_showsEarlierContent, true))
             _shownNumber = _number;
+        _paintTimer.start(paintTimeout);
         // The engine stores the zoom factor per URL host, and this page may be on a new host.
         _page.setZoomFactor(_zoom);
         send(PageCame{_number});
     });
     connect(&_page, &ItemPage::itemPainted, this, [this] {
-        if (_shownNumber != _number)
+        if (!_isPainted)
             _paintTimer.start(paintDelay);
     });
     connect(&_page, &ItemPage::navigationAsked, this, [this](NavigationType type, const QUrl &url) {
@@ -143,8 +153,16 @@ bool PageProcess::receive(const RawMessage &datagram, FileDescriptor descriptor)
         return !_reader.isViolated();
     return std::visit(
         [&](const auto &each) {
-            const bool isHello = std::is_same_v<std::decay_t<decltype(each)>, Hello>;
-            return isHello != _isGreeted && handle(each, descriptor);
+            using Message = std::decay_t<decltype(each)>;
+            if (std::is_same_v<Message, Hello> == _isGreeted)
+                return false;
+            // The engine loses keys that come while it replaces one page by another.
+            if (isKeyboardInput<Message> && _number > 0 && !_isPainted) {
+                if (_heldInput.size() < maxHeld)
+                    _heldInput.emplace_back(each);
+                return true;
+            }
+            return handle(each, descriptor);
         },
         *message);
 }
@@ -159,6 +177,7 @@ bool PageProcess::handle(const ShowPage &message, const Descriptor &memory) {
     if (!html || message.page <= _number)
         return false;
     _number = message.page;
+    _isPainted = false;
     _isRevived = false;
     _page.showItem(
         _handler.setPage(QByteArray(reinterpret_cast<const char *>(html->data()), html->size())));
@@ -207,6 +226,7 @@ bool PageProcess::handle(const Visibility &message, const Descriptor &) {
 bool PageProcess::handle(const DiscardPage &, const Descriptor &) {
     // Ends the engine's process for the page; a new one starts when the view is shown again.
     _shownNumber = 0;
+    _isPainted = false;
     _showsEarlierContent = false;
     _page.setLifecycleState(QWebEnginePage::LifecycleState::Discarded);
     releaseLibraryPages({"libQt6WebEngineCore", "libQt6Quick", "libQt6Qml"});
@@ -295,8 +315,11 @@ void PageProcess::addSurface(QWidget &window, qint32 number) {
 }
 
 void PageProcess::pagePainted() {
+    _isPainted = true;
     _shownNumber = _number;
     _surfaces.at(0)->sendAgain();
+    for (const HostMessage &held : std::exchange(_heldInput, {}))
+        std::visit([this](const auto &each) { handle(each, {}); }, held);
 }
 
 bool PageProcess::eventFilter(QObject *, QEvent *event) {

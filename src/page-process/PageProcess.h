@@ -14,6 +14,7 @@
 
 #include <map>
 #include <memory>
+#include <vector>
 
 namespace pelorinnews {
 
@@ -81,6 +82,10 @@ private:
     qint32 _number = 0;
     /// The most recent page that was painted; 0 before the first.
     qint32 _shownNumber = 0;
+    /// Whether the current page was painted.
+    bool _isPainted = false;
+    /// Keyboard input for the current page, to be delivered when it is painted.
+    std::vector<pageprotocol::HostMessage> _heldInput;
     /// Whether the engine keeps showing earlier content until the next page is painted. False only
     /// after the page was discarded.
     bool _showsEarlierContent = true;

@@ -38,6 +38,7 @@ private Q_SLOTS:
     void typesIntoAField();
     void pastesAndCutsInAField();
     void takesADroppedText();
+    void ignoresADropBesideAField();
     void composesTextOfAnInputMethod();
     void tellsAnInputMethodOfTheField();
     void claimsTheKeysOfAFieldOnly();
@@ -51,6 +52,7 @@ private Q_SLOTS:
     void showsTheCursorOfALink();
     void showsToolTipsAsPlainText();
     void movesTheFocusThroughThePageAndOut();
+    void losesNoKeyWhileThePageChanges();
 
 private:
     void show(const QString &body, QPoint painted = {480, 280}) {
@@ -69,6 +71,15 @@ private:
     }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) const {
         QTest::keyClick(_fixture->view.windowHandle(), key, modifiers);
+    }
+    void drop(const QString &text, QPoint place) const {
+        QMimeData data;
+        data.setText(text);
+        QDragEnterEvent coming(place, Qt::CopyAction, &data, Qt::LeftButton, {});
+        QApplication::sendEvent(_fixture->target(), &coming);
+        QVERIFY(coming.isAccepted());
+        QDropEvent drop(place, Qt::CopyAction, &data, Qt::LeftButton, {});
+        QApplication::sendEvent(_fixture->target(), &drop);
     }
     [[nodiscard]] static PagePopup *openList() {
         return qobject_cast<PagePopup *>(QApplication::activePopupWidget());
@@ -104,15 +115,20 @@ void InputTest::pastesAndCutsInAField() {
 void InputTest::takesADroppedText() {
     show(field);
     enter();
-    QMimeData data;
-    data.setText(QStringLiteral("dropped"));
-    const QPoint place(50, 50);
-    QDragEnterEvent coming(place, Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(_fixture->target(), &coming);
-    QVERIFY(coming.isAccepted());
-    QDropEvent drop(place, Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(_fixture->target(), &drop);
+    drop(QStringLiteral("dropped"), {50, 50});
     QTRY_COMPARE(value(), QStringLiteral("dropped"));
+}
+
+void InputTest::ignoresADropBesideAField() {
+    show(field);
+    enter();
+    const QJsonValue loads = _fixture->engine().state()[u"loadsStarted"];
+    _fixture->questions.clear();
+    drop(QStringLiteral("http://127.0.0.1:9/dropped"), {400, 250});
+    drop(QStringLiteral("second"), {50, 50});
+    QTRY_COMPARE(value(), QStringLiteral("second"));
+    QCOMPARE(_fixture->engine().state()[u"loadsStarted"], loads);
+    QCOMPARE(_fixture->questions, QList<RendererFixture::Question>());
 }
 
 void InputTest::composesTextOfAnInputMethod() {
@@ -330,6 +346,28 @@ void InputTest::movesTheFocusThroughThePageAndOut() {
     QTRY_COMPARE(focused(), QStringLiteral("one"));
     tab(false);
     QTRY_COMPARE(window.focusWidget(), &before);
+}
+
+// Tab leaves a page without links. Alone, the engine loses keys that come while it replaces a page.
+void InputTest::losesNoKeyWhileThePageChanges() {
+    QWidget window;
+    QPushButton after(QStringLiteral("After"), &window);
+    _fixture->view.setParent(&window);
+    _fixture->view.setGeometry(0, 0, 500, 200);
+    after.setGeometry(0, 240, 100, 30);
+    window.setTabOrder(&_fixture->view, &after);
+    window.resize(500, 300);
+    window.show();
+    _fixture->view.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window, testPatience));
+    for (int i = 0; i < 40; ++i) {
+        _fixture->view.setFocus();
+        _fixture->view.loadHtmlString(QStringLiteral("<p>Page %1").arg(i));
+        QTest::qWait(i % 10);
+        QTest::keyClick(window.windowHandle(), Qt::Key_Tab);
+        QTRY_COMPARE(window.focusWidget(), &after);
+    }
+    _fixture->view.setParent(nullptr);
 }
 
 PELORIN_WIDGET_TEST_MAIN(InputTest)
