@@ -15,12 +15,13 @@ namespace pelorinnews::InputEvents {
 
 namespace {
 
-QPointF place(qint32 x, qint32 y) {
-    return QPointF(x, y) / pageprotocol::positionUnit;
+// A place in the window, in device pixels, as window systems report it.
+QPointF place(const QWindow &window, qint32 x, qint32 y) {
+    return QPointF(x, y) / pageprotocol::positionUnit * window.devicePixelRatio();
 }
 
 QPointF globalPlace(const QWindow &window, QPointF local) {
-    return QPointF(window.position()) + local;
+    return QPointF(window.position()) * window.devicePixelRatio() + local;
 }
 
 QEvent::Type eventType(qint32 kind) {
@@ -55,7 +56,7 @@ void deliver(QWidget &window, const pageprotocol::MouseInput &input) {
         QWindowSystemInterface::handleLeaveEvent(handle);
         return;
     }
-    const QPointF local = place(input.x, input.y);
+    const QPointF local = place(*handle, input.x, input.y);
     // Without an enter event, the engine sees no hovering, on which cursors and tooltips depend.
     if (!window.underMouse())
         QWindowSystemInterface::handleEnterEvent(handle, local, globalPlace(*handle, local));
@@ -69,7 +70,7 @@ void deliver(QWidget &window, const pageprotocol::WheelInput &input) {
     QWindow *handle = window.windowHandle();
     if (!handle)
         return;
-    const QPointF local = place(input.x, input.y);
+    const QPointF local = place(*handle, input.x, input.y);
     QWindowSystemInterface::handleWheelEvent(
         handle, now(), local, globalPlace(*handle, local), QPoint(input.pixelsX, input.pixelsY),
         QPoint(input.angleX, input.angleY), Qt::KeyboardModifiers(input.modifiers),
@@ -94,7 +95,7 @@ void deliver(QWidget &window, const pageprotocol::DropText &input) {
         return;
     QMimeData data;
     data.setText(input.text);
-    const QPoint local = place(input.x, input.y).toPoint();
+    const QPoint local = place(*handle, input.x, input.y).toPoint();
     QWindowSystemInterface::handleDrag(handle, &data, local, Qt::CopyAction, {}, {});
     QWindowSystemInterface::handleDrop(handle, &data, local, Qt::CopyAction, {}, {});
 }

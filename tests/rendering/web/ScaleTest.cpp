@@ -1,0 +1,131 @@
+// A screen with a scale of 150 %, and a move to one with 200 %. Windows of other sizes.
+
+#include "RendererFixture.h"
+#include "TestMain.h"
+
+#include <QProcess>
+#include <QScreen>
+
+#include <cstdlib>
+
+using namespace pelorinnews;
+using namespace pelorinnews::test;
+
+namespace {
+
+// Read when the application object is created.
+const bool hasScales = qputenv("QT_SCREEN_SCALE_FACTORS", "screen=1.5;LEFT=1.5;RIGHT=2");
+
+const QPoint corner(480, 280);
+
+void xrandr(const QStringList &arguments) {
+    QCOMPARE(QProcess::execute(QStringLiteral("xrandr"), arguments), 0);
+}
+
+}  // namespace
+
+class ScaleTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup() { _fixture.reset(); }
+
+    void paintsEveryPixelOfTheScreen();
+    void followsTheScaleOfTheScreen();
+    void followsTheSizeOfTheWindow();
+
+private:
+    // Shows a page with a link in the lower right corner, and a line that is one pixel of the
+    // screen wide.
+    void show();
+    void verifyPixels(double scale) const;
+    void verifyClicks(QSize size);
+
+    std::unique_ptr<RendererFixture> _fixture;
+};
+
+void ScaleTest::init() {
+    QVERIFY(hasScales);
+    _fixture = std::make_unique<RendererFixture>(Painter::Web);
+    show();
+}
+
+void ScaleTest::show() {
+    _fixture->load(page(QStringLiteral(
+        "<style>i { position: absolute; background: black; left: 100px; top: 0; height: 50px; "
+        "width: 1px }"
+        "@media (min-resolution: 1.5dppx) { i { width: 0.6667px } }"
+        "@media (min-resolution: 2dppx) { i { width: 0.5px } }"
+        "a { position: fixed; right: 0; bottom: 0; width: 60px; height: 60px }</style>"
+        "<i></i><a href=http://example.com/>")));
+    _fixture->waitForColour(corner, ground);
+}
+
+void ScaleTest::verifyPixels(double scale) const {
+    QTRY_COMPARE(_fixture->evaluated(QStringLiteral("devicePixelRatio")).toDouble(), scale);
+    const int left = qRound(100 * scale);
+    const int y = qRound(20 * scale);
+    const auto isSharp = [&] {
+        const QImage screen = _fixture->screen();
+        return screen.pixelColor(left - 1, y) == ground &&
+               screen.pixelColor(left, y) == QColor(Qt::black) &&
+               screen.pixelColor(left + 1, y) == ground;
+    };
+    QTRY_VERIFY(isSharp());
+}
+
+void ScaleTest::verifyClicks(QSize size) {
+    const QPoint place(size.width() - 20, size.height() - 20);
+    _fixture->waitForColour(place, ground);
+    _fixture->questions.clear();
+    _fixture->click(place);
+    const QList<RendererFixture::Question> expected{
+        {NavigationType::LinkClicked, QStringLiteral("http://example.com/")}};
+    QTRY_COMPARE(_fixture->questions, expected);
+    _fixture->questions.clear();
+    _fixture->click({size.width() - 70, size.height() - 20});
+    QTest::qWait(100);
+    QCOMPARE(_fixture->questions, QList<RendererFixture::Question>());
+}
+
+void ScaleTest::paintsEveryPixelOfTheScreen() {
+    QCOMPARE(_fixture->view.devicePixelRatioF(), 1.5);
+    verifyPixels(1.5);
+    verifyClicks(_fixture->view.size());
+}
+
+void ScaleTest::followsTheScaleOfTheScreen() {
+    const qint64 process = _fixture->engine().process();
+    xrandr({"--setmonitor", "LEFT", "720/200x900/250+0+0", "screen"});
+    xrandr({"--setmonitor", "RIGHT", "720/200x900/250+720+0", "none"});
+    QTRY_COMPARE(QGuiApplication::screens().size(), 2);
+    const auto removeScreens = qScopeGuard([] {
+        for (const char *name : {"RIGHT", "LEFT"})
+            xrandr({"--delmonitor", QLatin1String(name)});
+    });
+    _fixture->view.resize(300, 200);
+    QScreen *right = QGuiApplication::screens().at(1);
+    _fixture->view.move(right->geometry().topLeft() + QPoint(20, 50));
+    QTRY_COMPARE(_fixture->view.devicePixelRatioF(), 2.0);
+    // Another scale needs another process.
+    QTRY_VERIFY(_fixture->engine().process() != process);
+    QTRY_VERIFY(_fixture->engine().state()[u"loadsFinished"].toInt() > 0);
+    verifyPixels(2);
+    verifyClicks(_fixture->view.size());
+}
+
+void ScaleTest::followsTheSizeOfTheWindow() {
+    const qint64 process = _fixture->engine().process();
+    for (const QSize size : {QSize(700, 400), QSize(301, 203), QSize(500, 300)}) {
+        _fixture->view.resize(size);
+        // At 150 %, an odd size is not a whole number of pixels.
+        QTRY_VERIFY(std::abs(_fixture->evaluated(QStringLiteral("innerWidth")).toInt() -
+                             size.width()) <= 1);
+        verifyClicks(size);
+    }
+    QCOMPARE(_fixture->engine().process(), process);
+}
+
+PELORIN_WIDGET_TEST_MAIN(ScaleTest)
+#include "ScaleTest.moc"
