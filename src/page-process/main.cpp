@@ -42,8 +42,13 @@ void useProxy(const QUrl &proxy) {
 
 int main(int argc, char *argv[]) {
     using namespace pelorinnews;
+    // This program uses private functions of Qt, which may differ in each version.
+    if (qstrcmp(qVersion(), QT_VERSION_STR) != 0)
+        return EXIT_FAILURE;
     const auto start = StartArguments::parse(argumentsOf(argc, argv));
     if (!start || !confine(start->host))
+        return EXIT_FAILURE;
+    if (qEnvironmentVariableIntValue("QTWEBENGINE_DISABLE_SANDBOX") == 0 && !canIsolatePages())
         return EXIT_FAILURE;
     ItemSchemeHandler::registerScheme();
     const PretendedScreen screen(*start);

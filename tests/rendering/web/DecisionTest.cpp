@@ -6,6 +6,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 
 #include <csignal>
@@ -170,6 +171,10 @@ void DecisionTest::paintsInEveryKindOfHost_data() {
     row("one that reaps every child", host, untilWeb + QStringList{option("--reap")}, {}, "web");
     row("one that ignores the end of children", host, untilWeb + QStringList{option("--ignore")},
         {}, "web");
+    const QStringList killed = untilWeb + QStringList{option("--kill")};
+    row("one whose page process is killed", host, killed, {}, "web");
+    row("one that reaps it then", host, killed + QStringList{option("--reap")}, {}, "web");
+    row("one that ignores that", host, killed + QStringList{option("--ignore")}, {}, "web");
     row("one with a thousand files open", host, untilWeb + QStringList{option("--open")}, {},
         "web");
     // The `prlimit` program sets the limit and then executes the host in its own process.
@@ -228,20 +233,25 @@ void DecisionTest::paintsInEveryKindOfHost() {
 
 void DecisionTest::needsItsSandbox_data() {
     QTest::addColumn<bool>("isForNobody");
-    QTest::newRow("this user") << false;
-    QTest::newRow("nobody") << true;
+    QTest::addColumn<bool>("isConfined");
+    QTest::newRow("this user") << false << false;
+    QTest::newRow("nobody") << true << false;
+    QTest::newRow("nobody, without user namespaces") << true << true;
 }
 
 void DecisionTest::needsItsSandbox() {
     QFETCH(const bool, isForNobody);
+    QFETCH(const bool, isConfined);
     const bool isRoot = ::geteuid() == 0;
     if (isForNobody && !isRoot)
         QSKIP("only root can become another user");
     // The engine never has a sandbox as root.
-    const bool works = (isForNobody || !isRoot) && kernelAllowsSandbox(isForNobody);
+    const bool works = (isForNobody || !isRoot) && !isConfined && kernelAllowsSandbox(isForNobody);
     const QTemporaryDir home;
     QVERIFY(QFile::setPermissions(home.path(), QFile::Permissions(0x7777)));
     QStringList command = QStringList{host} + (works ? untilWeb : beside);
+    if (isConfined)
+        command.append(option("--confined"));
     if (isForNobody)
         command = asNobody(command);
     const End end =
@@ -292,24 +302,41 @@ void DecisionTest::theProcessEndsWell() {
 
 void DecisionTest::noProcessOutlivesItsHost_data() {
     QTest::addColumn<int>("signal");
-    QTest::newRow("killed") << SIGKILL;
-    QTest::newRow("crashed") << SIGSEGV;
-    QTest::newRow("terminated") << SIGTERM;
+    QTest::addColumn<bool>("forks");
+    QTest::newRow("killed") << SIGKILL << false;
+    QTest::newRow("crashed") << SIGSEGV << false;
+    QTest::newRow("terminated") << SIGTERM << false;
+    // The copy has the host's sockets.
+    QTest::newRow("killed, with a copy of itself alive") << SIGKILL << true;
 }
 
 void DecisionTest::noProcessOutlivesItsHost() {
     QFETCH(const int, signal);
+    QFETCH(const bool, forks);
     QProcess process;
     // With --stay the host does not end by itself.
-    process.start(host, beside + QStringList{option("--stay")});
+    process.start(host, untilWeb + QStringList{option("--stay"), option(forks ? "--fork" : "")});
     QVERIFY(process.waitForStarted(testPatience));
+    const auto copies = [&process] {
+        QStringList all = below(process.processId());
+        all.removeIf([](const QString &each) { return !alive({each}).isEmpty(); });
+        return all;
+    };
     // There are at least three: the page process, the engine's helper and the page's renderer
     // process.
-    QTRY_VERIFY(below(process.processId()).size() >= 3);
+    QTRY_VERIFY(alive(below(process.processId())).size() >= 3);
+    QTRY_COMPARE(copies().size(), forks ? 1 : 0);
     const QStringList children = below(process.processId());
+    const QStringList copied = copies();
+    const auto endCopies = qScopeGuard([&copied] {
+        for (const QString &copy : copied)
+            ::kill(copy.toInt(), SIGKILL);
+    });
     QCOMPARE(::kill(static_cast<pid_t>(process.processId()), signal), 0);
     QVERIFY(process.waitForFinished(testPatience));
     QTRY_COMPARE(alive(children), QStringList());
+    for (const QString &copy : copied)
+        QCOMPARE(::kill(copy.toInt(), 0), 0);
 }
 
 PELORIN_CORE_TEST_MAIN(DecisionTest)

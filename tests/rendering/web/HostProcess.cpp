@@ -10,6 +10,9 @@
 // --quit       ends by exit(), with everything alive
 // --reap       takes note of the end of every child process, as a simple host does
 // --ignore     ignores the signal for the end of child processes
+// --kill       kills its child processes when the page is shown, and shows another page
+// --fork       makes a copy of itself when the page is shown, which stays for two minutes at most
+// --confined   lets no program create user namespaces, as container managers do
 // --open       has a thousand files open
 // --again      does the same again under a second application object
 // --late       shows the page only under a second application object
@@ -18,6 +21,7 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QPixmap>
 #include <QScreen>
 #include <QTextBrowser>
@@ -28,13 +32,22 @@
 #include <QWebEngineProfile>
 #endif
 
+#include <array>
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <functional>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <optional>
+#include <sched.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
+#include <unistd.h>
 #include <utility>
 
 using namespace pelorinnews;
@@ -42,13 +55,14 @@ using namespace pelorinnews;
 namespace {
 
 constexpr QRgb background = 0xff20c040;
+constexpr QRgb nextBackground = 0xff4020c0;
 
-bool isPainted(QWidget &view) {
+bool isPainted(QWidget &view, QRgb colour) {
     // A program on Wayland does not see the screen, only what it draws itself.
     const QPixmap shot = QGuiApplication::platformName() == QLatin1String("wayland")
                              ? view.grab({250, 150, 1, 1})
                              : view.screen()->grabWindow(view.winId(), 250, 150, 1, 1);
-    return !shot.isNull() && shot.toImage().pixel(0, 0) == background;
+    return !shot.isNull() && shot.toImage().pixel(0, 0) == colour;
 }
 
 // Runs the event loop until `isDone`; false on timeout.
@@ -62,6 +76,50 @@ bool runUntil(const std::function<bool()> &isDone) {
         QThread::msleep(5);
     }
     return true;
+}
+
+// Makes every attempt to create a user namespace fail, here and in all child processes.
+bool confine() {
+    // `clone3` passes its flags in memory, which a filter cannot read. Without it, the C library
+    // uses `clone`.
+    constexpr auto number = offsetof(seccomp_data, nr);
+    constexpr auto firstArgument = offsetof(seccomp_data, args);
+    const auto refuse = [](unsigned int error) { return SECCOMP_RET_ERRNO | error; };
+    std::array filter{
+        sock_filter BPF_STMT(BPF_LD | BPF_W | BPF_ABS, number),
+        sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_clone3, 0, 1),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, refuse(ENOSYS)),
+        sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_unshare, 1, 0),
+        sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_clone, 0, 3),
+        sock_filter BPF_STMT(BPF_LD | BPF_W | BPF_ABS, firstArgument),
+        sock_filter BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, CLONE_NEWUSER, 0, 1),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, refuse(EPERM)),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog program{static_cast<unsigned short>(filter.size()), filter.data()};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+void killChildren() {
+    QFile file(QStringLiteral("/proc/self/task/%1/children").arg(::getpid()));
+    if (!file.open(QFile::ReadOnly))
+        return;
+    for (const QByteArray &child : file.readAll().split(' ')) {
+        if (child.toInt() > 0)
+            ::kill(child.toInt(), SIGKILL);
+    }
+}
+
+void makeCopy() {
+    if (::fork() != 0)
+        return;
+    // The test waits until nobody has its pipes open.
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        ::close(stream);
+    ::alarm(120);
+    for (;;)
+        ::pause();
 }
 
 // Runs the host under one application object; returns the exit status.
@@ -87,6 +145,7 @@ int run(int argc, char *argv[], const QStringList &options) {
     if (has("--leave"))
         return 0;
     const auto isText = [&view] { return view.findChild<QTextBrowser *>() != nullptr; };
+    QRgb awaited = background;
     const auto paints = [&] {
         while (has("--reap") && ::waitpid(-1, nullptr, WNOHANG) > 0) {
         }
@@ -94,9 +153,19 @@ int run(int argc, char *argv[], const QStringList &options) {
             view.hide();
             view.show();
         }
-        return isPainted(view) && !has("--stay");
+        return isPainted(view, awaited);
     };
     bool isShown = runUntil(paints);
+    if (has("--kill")) {
+        killChildren();
+        awaited = nextBackground;
+        view.loadHtmlString(QStringLiteral("<body style='background:#4020c0'><p>The next item"));
+        isShown = runUntil(paints);
+    }
+    if (has("--fork"))
+        makeCopy();
+    if (has("--stay"))
+        runUntil([] { return false; });
     if (has("--reopen")) {
         view.hide();
         view.show();
@@ -116,6 +185,8 @@ int main(int argc, char *argv[]) {
         options.append(QString::fromLocal8Bit(argv[each]));
     if (options.contains(QLatin1String("--ignore")))
         ::signal(SIGCHLD, SIG_IGN);
+    if (options.contains(QLatin1String("--confined")) && !confine())
+        return 1;
     for (int i = 0; options.contains(QLatin1String("--open")) && i < 1000; ++i)
         static_cast<void>(::open("/dev/null", O_RDONLY));
     if (options.contains(QLatin1String("--late")))
