@@ -8,8 +8,6 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr auto datePattern = "EEE, dd LLL yyyy HH:mm:ss zzz";
-
 /// Items of the same category share one string, for at most this many categories. A feed usually
 /// has a handful.
 constexpr qsizetype maxSharedCategories = 256;

@@ -34,6 +34,8 @@ class OlvNewsParser final : public XmlReaderDelegate {
 public:
     /// How many items a feed may have. The start tag of one more item is a fatal parse error.
     static constexpr std::size_t maxItems = 100'000;
+    /// The Unicode pattern of dates.
+    static constexpr auto datePattern = "EEE, dd LLL yyyy HH:mm:ss zzz";
     /// The text of the error for more than `maxItems` items.
     [[nodiscard]] static QString tooManyItems();
 
