@@ -1,74 +1,15 @@
+#include "FeedCheckRun.h"
 #include "FeedServer.h"
 #include "TestMain.h"
 
 #include <QDir>
+#include <QFile>
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QLocale>
-#include <QProcess>
-#include <QRegularExpression>
+#include <QTemporaryDir>
 
 using namespace pelorinnews;
 
 namespace {
-
-struct Outcome {
-    int exitCode = -1;
-    QByteArray output;
-    QByteArray errors;
-
-    [[nodiscard]] QJsonObject json() const { return QJsonDocument::fromJson(output).object(); }
-    [[nodiscard]] QString report() const { return QString::fromUtf8(output); }
-    /// The findings of the report, each as "line: text".
-    [[nodiscard]] QStringList findings() const {
-        static const QRegularExpression row(QStringLiteral("^  line +(\\d+)  (.*)$"),
-                                            QRegularExpression::MultilineOption);
-        QStringList found;
-        for (auto rows = row.globalMatch(report()); rows.hasNext();) {
-            const QRegularExpressionMatch match = rows.next();
-            found.append(match.captured(1) + QStringLiteral(": ") + match.captured(2));
-        }
-        return found;
-    }
-};
-
-/// Runs the program on `input`, in the environment of a user with English dates.
-Outcome check(const QStringList &arguments, const QByteArray &input = {},
-              const QByteArray &variables = "LC_ALL=en_US.UTF-8") {
-    QProcess program;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const char *const name : {"LC_ALL", "LC_TIME", "LC_MESSAGES", "LANG", "LANGUAGE"})
-        environment.remove(QString::fromLatin1(name));
-    for (const QString &variable : QString::fromLatin1(variables).split(u' '))
-        environment.insert(variable.section(u'=', 0, 0), variable.section(u'=', 1));
-    program.setProcessEnvironment(environment);
-    program.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedcheck"), arguments);
-    program.write(input);
-    program.closeWriteChannel();
-    if (!program.waitForFinished(testPatience) || program.exitStatus() != QProcess::NormalExit)
-        return {-1, {}, program.errorString().toUtf8() + program.readAllStandardError()};
-    return {program.exitCode(), program.readAllStandardOutput(), program.readAllStandardError()};
-}
-
-QByteArray feed(const QByteArray &items, const QByteArray &language = "<language>en</language>") {
-    return "<rss><channel>\n" + language + "\n" + items + "\n</channel></rss>\n";
-}
-
-QByteArray daysAgo(int days) {
-    return QLocale(QLocale::English)
-        .toString(QDateTime::currentDateTimeUtc().addDays(-days),
-                  QStringLiteral("ddd, dd MMM yyyy HH:mm:ss 'GMT'"))
-        .toLatin1();
-}
-
-/// An item without mistakes, in one line.
-QByteArray item(const QByteArray &title, int ageInDays = 1,
-                const QByteArray &category = "mac pelorin") {
-    return "<item><title>" + title + "</title><pubDate>" + daysAgo(ageInDays) +
-           "</pubDate><category>" + category +
-           "</category><description>html</description><comments>text</comments></item>";
-}
 
 constexpr auto fixedFeed = R"(<rss><channel><language>en</language>
 <item><title>One &amp; &quot;two&quot;</title><pubDate>Mon, 02 Mar 2015 11:00:00 +0100</pubDate>
@@ -95,7 +36,9 @@ private Q_SLOTS:
                                  {"category", null},
                                  {"plainTextContent", null},
                                  {"htmlContent", null}};
-        QCOMPARE(outcome.json(),
+        QJsonObject json = outcome.json();
+        QCOMPARE(json.take("findings").toArray().size(), 5);
+        QCOMPARE(json,
                  (QJsonObject{
                      {"language", "en"}, {"items", QJsonArray{first, second}}, {"error", null}}));
         QVERIFY(outcome.errors.isEmpty());
@@ -118,9 +61,11 @@ private Q_SLOTS:
     void anAbsentResultIsANullLanguageWithoutItems() {
         const Outcome outcome = check({"--json", "-"}, feed(item("a"), ""));
         QCOMPARE(outcome.exitCode, 1);
-        QCOMPARE(outcome.json(), (QJsonObject{{"language", QJsonValue::Null},
-                                              {"items", QJsonArray()},
-                                              {"error", QJsonValue::Null}}));
+        QJsonObject json = outcome.json();
+        QCOMPARE(json.take("findings").toArray().size(), 1);
+        QCOMPARE(json, (QJsonObject{{"language", QJsonValue::Null},
+                                    {"items", QJsonArray()},
+                                    {"error", QJsonValue::Null}}));
     }
 
     void anEmptyLanguageIsAResult() {
@@ -182,7 +127,8 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("environment");
         QTest::addColumn<bool>("readable");
         QTest::newRow("English user") << QStringList() << QByteArray("LC_ALL=en_US.UTF-8") << true;
-        QTest::newRow("German user") << QStringList() << QByteArray("LC_ALL=de_DE.UTF-8") << false;
+        QTest::newRow("a German editor of an English feed")
+            << QStringList() << QByteArray("LC_ALL=de_DE.UTF-8") << true;
         QTest::newRow("for an English user")
             << QStringList{"--locale", "en_US"} << QByteArray("LC_ALL=de_DE.UTF-8") << true;
         QTest::newRow("for a German user")
@@ -229,7 +175,7 @@ private Q_SLOTS:
         for (int month = 0; month < 12; ++month)
             items +=
                 "<item><pubDate>{{now-" + QByteArray::number(month * 30) + "d}}</pubDate></item>";
-        file.write(feed(items));
+        file.write(feed(items, "<language>" + asked + "</language>"));
         file.close();
         FeedServerOptions options;
         options.feedFolder = feeds.path();
@@ -348,6 +294,9 @@ private Q_SLOTS:
         QTest::newRow("locale without value") << QStringList{"-", "--locale"};
         QTest::newRow("empty locale") << QStringList{"--locale=", "-"};
         QTest::newRow("no locale") << QStringList{"--locale=../en", "-"};
+        QTest::newRow("an unknown language") << QStringList{"--locale=xx_DE", "-"};
+        QTest::newRow("an unknown region") << QStringList{"--locale=en_UK", "-"};
+        QTest::newRow("a language's name") << QStringList{"--locale=german", "-"};
         QTest::newRow("an empty modifier") << QStringList{"--locale=sr_RS@", "-"};
         QTest::newRow("a modifier before the encoding")
             << QStringList{"--locale=sr_RS@latin.UTF-8", "-"};
@@ -364,6 +313,58 @@ private Q_SLOTS:
         const Outcome outcome = check({"--help"});
         QCOMPARE(outcome.exitCode, 0);
         QVERIFY(outcome.output.contains("--locale"));
+    }
+
+    void tellsItsVersion() {
+        const Outcome outcome = check({"--version"});
+        QCOMPARE(outcome.exitCode, 0);
+        static const QRegularExpression form("^pelorin-feedcheck \\d+\\.\\d+\\.\\d+\n$");
+        QVERIFY2(form.match(outcome.report()).hasMatch(), outcome.output.constData());
+    }
+
+    void oneItemIsSingular() {
+        QVERIFY(check({"-"}, feed(item("a"))).report().contains("\n1 item in the language"));
+        QVERIFY(check({"-"}, feed("")).report().contains("\n0 items in the language"));
+        QVERIFY(check({"-"}, feed("<item/>")).report().contains("Mistakes (5 errors)"));
+        QVERIFY(check({"-"}, feed(item("a", -1))).report().contains("Mistakes (1 warning)"));
+    }
+
+    void coloursAreForTerminalsOnly_data() {
+        QTest::addColumn<QByteArray>("variables");
+        QTest::addColumn<bool>("onTerminal");
+        QTest::addColumn<bool>("colored");
+        QTest::newRow("terminal") << QByteArray("TERM=xterm NO_COLOR=") << true << true;
+        QTest::newRow("pipe") << QByteArray("TERM=xterm NO_COLOR=") << false << false;
+        QTest::newRow("NO_COLOR") << QByteArray("TERM=xterm NO_COLOR=1") << true << false;
+        QTest::newRow("dumb") << QByteArray("TERM=dumb NO_COLOR=") << true << false;
+    }
+    void coloursAreForTerminalsOnly() {
+        QFETCH(const QByteArray, variables);
+        QFETCH(const bool, onTerminal);
+        QFETCH(const bool, colored);
+        const QTemporaryDir folder;
+        QFile file(folder.filePath("feed.xml"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(feed(item("a", -1)));
+        file.close();
+        const QString command =
+            QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedcheck ") + file.fileName();
+        QProcess program;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const QByteArray &variable : variables.split(' '))
+            environment.insert(QString::fromLatin1(variable.split('=').at(0)),
+                               QString::fromLatin1(variable.split('=').at(1)));
+        program.setProcessEnvironment(environment);
+        // "script" runs the command on a terminal of its own.
+        if (onTerminal)
+            program.start("script", {"--quiet", "--return", "--command", command, "/dev/null"});
+        else
+            program.start("sh", {"-c", command});
+        program.closeWriteChannel();
+        QVERIFY(program.waitForFinished(testPatience));
+        const QByteArray output = program.readAllStandardOutput();
+        QVERIFY2(output.contains("[date-future]"), output.constData());
+        QCOMPARE(output.contains("\033["), colored);
     }
 
     void theReportTellsWhatEachFilterShows() {
@@ -448,7 +449,7 @@ private Q_SLOTS:
             "2: white space belongs to the language too");
         row("no language", feed(item("a"), ""), "1: there is no whole <language>");
         row("newest item not first", feed(item("a", 2) + "\n" + item("b", 1)),
-            "4: item 2 is the latest but not the first");
+            "4: item 2: the latest, but not the first");
         row("invalid UTF-8", feed("\n\n" + item("\xff")), "5: this line is not UTF-8");
 
         const auto breaks = [](const char *name, const QByteArray &input, const char *reason) {
@@ -516,9 +517,9 @@ private Q_SLOTS:
         QCOMPARE(outcome.exitCode, 0);
         QVERIFY(outcome.report().contains("100000 items in the language"));
         QCOMPARE(outcome.findings().size(), 100);
-        QCOMPARE(outcome.findings().last(),
-                 "4: the document breaks off here, and what follows is "
-                 "lost: more than 100000 items at line 4, column 1");
+        QVERIFY(outcome.findings().last().startsWith(
+            "4: the document breaks off here, and what follows is lost: more than 100000 items at "
+            "line 4, column 1"));
         const Outcome json =
             check({"--json", "-"}, feed(QByteArray("<item/>").repeated(100'000) + "\n<item/>"));
         QCOMPARE(json.json().value("items").toArray().size(), 100'000);

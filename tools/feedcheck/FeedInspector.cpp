@@ -15,6 +15,23 @@ constexpr std::array<std::string_view, 5> inItem = {"title", "pubDate", "descrip
                                                     "category"};
 constexpr std::array<std::string_view, 2> anywhere = {"item", "language"};
 
+/// Elements of other feed formats that hold what readers of this panel would miss.
+struct Unread {
+    std::string_view name;
+    const char *advice;
+};
+constexpr std::array<Unread, 9> unreadElements = {{
+    {"enclosure", "link to the file in the <description>"},
+    {"media:content", "show the picture in the <description>"},
+    {"media:thumbnail", "show the picture in the <description>"},
+    {"dc:language", "write <language>"},
+    {"dc:date", "write <pubDate>"},
+    {"dc:subject", "write <category>"},
+    {"summary", "write <description>"},
+    {"itunes:summary", "write <description>"},
+    {"fullitem", "write <description>"},
+}};
+
 QString fromUtf8(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
@@ -44,7 +61,12 @@ FeedInspector::FeedInspector(QStringView text) : _reader(*this) {
     checkDeclaration(text);
     _reader.read(text);
     if (_item)
-        note(_item->line, QStringLiteral("this <item> is never closed: it is lost"));
+        note(FindingKind::ItemUnclosed, _item->line,
+             QStringLiteral("this <item> is never closed: it is lost"));
+}
+
+void FeedInspector::note(FindingKind kind, qint64 line, const QString &text) {
+    _found.push_back({kind, line, text});
 }
 
 void FeedInspector::checkDeclaration(QStringView text) {
@@ -55,53 +77,87 @@ void FeedInspector::checkDeclaration(QStringView text) {
         declaration.match(text.first(std::min(text.size(), maxDeclarationLength)).toString())
             .captured(1);
     if (!encoding.isEmpty() && encoding.compare(u"utf-8", Qt::CaseInsensitive) != 0)
-        note(1, QStringLiteral("declares the encoding \"%1\", but is always read as UTF-8")
-                    .arg(forOneLine(encoding)));
+        note(FindingKind::EncodingIgnored, 1,
+             QStringLiteral("declares the encoding \"%1\", but is always read as UTF-8")
+                 .arg(forOneLine(encoding)));
 }
 
 void FeedInspector::parserDidStartElement(std::string_view name) {
     ++_depth;
+    if (_root.empty()) {
+        _root = name;
+        _rootLine = _reader.lineNumber();
+    }
     if (name == "item") {
-        if (_item)
-            note(_item->line, QStringLiteral("this <item> is still open when the next begins in "
-                                             "line %1: it is lost")
-                                  .arg(_reader.lineNumber()));
-        _item = InspectedItem{_reader.lineNumber(), {}, {}};
-        if (_closed.size() == OlvNewsParser::maxItems) {
-            _item.reset();
-            _reader.refuse(OlvNewsParser::tooManyItems());
-        }
+        startItem();
         return;
     }
     const bool wanted = name == "language" || (_item && contains(inItem, name));
     if (_element)
         noteMarkup(name);
-    if (!wanted) {
-        noteMisspelling(name);
+    if (wanted) {
+        noteRepetition(name);
+        _element = Element{std::string(name), _depth, false};
+        _gathered.clear();
+        _gatheredLines.clear();
         return;
     }
-    noteRepetition(name);
-    _element = Element{std::string(name), _depth, false};
-    _gathered.clear();
+    noteMisspelling(name);
+    if (!_element)
+        noteUnread(name);
+    if (name == "link" && _item && !_element && _linkDepth == 0) {
+        _linkDepth = _depth;
+        _link.clear();
+        _item->linkLine = _reader.lineNumber();
+    }
+}
+
+void FeedInspector::startItem() {
+    if (_item)
+        note(FindingKind::ItemUnclosed, _item->line,
+             QStringLiteral("this <item> is still open when the next begins in line %1: it is lost")
+                 .arg(_reader.lineNumber()));
+    _item = InspectedItem{_reader.lineNumber(), {}, {}, {}, 0};
+    if (_closed.size() == OlvNewsParser::maxItems) {
+        _item.reset();
+        _reader.refuse(OlvNewsParser::tooManyItems());
+    }
 }
 
 void FeedInspector::parserFoundCharacters(std::string_view text) {
-    if (_element)
-        _gathered += text;
+    if (_linkDepth > 0)
+        _link += text;
+    if (!_element)
+        return;
+    _gatheredLines.add(text, _reader.lineNumber());
+    _gathered += text;
 }
 
 void FeedInspector::parserFoundCDATA(QByteArrayView bytes) {
+    const std::string_view text(bytes.data(), static_cast<std::size_t>(bytes.size()));
+    if (_linkDepth > 0)
+        _link += text;
     if (!_element)
         return;
+    // The section is reported at its end.
+    const qint64 line = _reader.lineNumber() - std::count(text.begin(), text.end(), '\n');
     const QString lost = fromUtf8(_gathered);
     if (!lost.trimmed().isEmpty())
-        note(QStringLiteral("text before a CDATA section of %1 is lost: \"%2\"")
+        note(FindingKind::CdataReplacesText, line,
+             QStringLiteral("text before a CDATA section of %1 is lost: \"%2\"")
                  .arg(tag(_element->name), forOneLine(lost)));
-    _gathered.assign(bytes.data(), static_cast<std::size_t>(bytes.size()));
+    _gathered = text;
+    _gatheredLines.clear();
+    _gatheredLines.add(text, line);
 }
 
 void FeedInspector::parserDidEndElement(std::string_view name) {
     const bool ofElement = _element && _element->depth == _depth;
+    if (_linkDepth == _depth) {
+        _linkDepth = 0;
+        if (_item)
+            _item->link = fromUtf8(_link).trimmed();
+    }
     --_depth;
     if (name == "item" && _item) {
         _closed.push_back(std::move(*_item));
@@ -109,27 +165,26 @@ void FeedInspector::parserDidEndElement(std::string_view name) {
     }
     if (!ofElement)
         return;
+    if (_item) {
+        const auto place = _item->elements.find(std::string(name));
+        if (place != _item->elements.end())
+            place->second.textLines = _gatheredLines;
+    }
     if (_item && name == "pubDate")
         _item->dateText = fromUtf8(_gathered);
     _element.reset();
 }
 
-void FeedInspector::parserParseErrorOccurred(const Error &error) {
-    const QString reason = error.userInfo.value(Error::localizedDescriptionKey()).toString();
-    note(std::max<qint64>(1, error.userInfo.value(XmlError::lineNumberKey()).toLongLong()),
-         QStringLiteral("the document breaks off here, and what follows is lost: %1").arg(reason));
-    _found.back().breaksOff = true;
-}
+void FeedInspector::parserParseErrorOccurred(const Error & /*error*/) {}
 
-void FeedInspector::parserValidationErrorOccurred(const Error &error) {
-    parserParseErrorOccurred(error);
-}
+void FeedInspector::parserValidationErrorOccurred(const Error & /*error*/) {}
 
 void FeedInspector::noteMarkup(std::string_view name) {
     if (_element->markupFound)
         return;
     _element->markupFound = true;
-    note(QStringLiteral("%1 inside %2 is taken for an element of the feed and gets lost: put the "
+    note(FindingKind::MarkupOutsideCdata,
+         QStringLiteral("%1 inside %2 is taken for an element of the feed and gets lost: put the "
                         "text into a CDATA section")
              .arg(tag(name), tag(_element->name)));
 }
@@ -139,18 +194,18 @@ void FeedInspector::noteRepetition(std::string_view name) {
     const QString text = QStringLiteral("another %1 replaces the one in line %2").arg(tag(name));
     if (name == "language") {
         if (_lastLanguage > 0)
-            note(line, text.arg(_lastLanguage));
+            note(FindingKind::LanguageRepeated, line, text.arg(_lastLanguage));
         if (_item)
-            note(line,
+            note(FindingKind::LanguageInItem, line,
                  QStringLiteral("a <language> inside an item changes that of the whole feed"));
         _lastLanguage = line;
         return;
     }
-    const auto [earlier, isFirst] = _item->elements.try_emplace(std::string(name), line);
-    if (isFirst)
-        return;
-    note(line, text.arg(earlier->second));
-    earlier->second = line;
+    const bool repeated = _item->elements.count(std::string(name)) > 0;
+    InspectedElement &element = _item->elements[std::string(name)];
+    if (repeated)
+        note(FindingKind::ElementRepeated, line, text.arg(element.line));
+    element.line = line;
 }
 
 void FeedInspector::noteMisspelling(std::string_view name) {
@@ -158,7 +213,27 @@ void FeedInspector::noteMisspelling(std::string_view name) {
     const std::string_view inThisItem = _item ? meant(inItem, name) : std::string_view();
     const std::string_view right = known.empty() ? inThisItem : known;
     if (!right.empty())
-        note(QStringLiteral("%1 is ignored: the panel knows only %2").arg(tag(name), tag(right)));
+        note(FindingKind::ElementMisspelt,
+             QStringLiteral("%1 is ignored: the panel knows only %2").arg(tag(name), tag(right)));
+}
+
+void FeedInspector::noteUnread(std::string_view name) {
+    if (name == "content:encoded" && _item) {
+        note(FindingKind::ContentEncoded,
+             QStringLiteral("<content:encoded> is not read: write the whole page into "
+                            "<description>"));
+        return;
+    }
+    const auto *const known =
+        std::find_if(unreadElements.begin(), unreadElements.end(),
+                     [name](const Unread &element) { return element.name == name; });
+    if (known == unreadElements.end() || (!_item && name != "dc:language"))
+        return;
+    // Once for the whole feed: a generator writes the same elements into every item.
+    if (_unread.emplace(name).second)
+        note(FindingKind::ElementUnread,
+             QStringLiteral("%1 is not read, here and wherever else it occurs: %2")
+                 .arg(tag(name), QLatin1String(known->advice)));
 }
 
 }  // namespace pelorinnews

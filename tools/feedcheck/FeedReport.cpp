@@ -1,7 +1,6 @@
 #include "FeedReport.h"
 
-#include "FeedPreview.h"
-#include "JsonOutput.h"
+#include "FeedInspector.h"
 #include "feed/OlvNewsParser.h"
 
 #include <algorithm>
@@ -12,125 +11,10 @@ namespace {
 
 constexpr qsizetype maxRows = 100;
 
-/// Reports problems with the feed's language element.
-void judgeLanguage(const FeedInspector &inspector, const QString &language,
-                   std::vector<Finding> &findings) {
-    const qint64 line = inspector.languageLine();
-    if (language.isNull())
-        findings.push_back({std::max<qint64>(1, line),
-                            QStringLiteral("there is no whole <language>: the panel takes nothing "
-                                           "of this feed and keeps the news it has")});
-    else if (language.isEmpty())
-        findings.push_back(
-            {line, QStringLiteral("the language is empty: the news is shown but never announced")});
-    else if (language != language.trimmed())
-        findings.push_back({line, QStringLiteral("white space belongs to the language too: no "
-                                                 "user's language begins with it, so the news is "
-                                                 "shown but never announced")});
-}
-
-void judgeCategory(const OlvNewsCacheItem &item, const FeedPreview &preview, qint64 line,
-                   const QString &name, std::vector<Finding> &findings) {
-    if (preview.shows(item, NewsTypeFilter::All, NewsFilter::All))
-        return;
-    const QStringList words = categoriesOf(NewsTypeFilter::All);
-    const QString needed = words.join(QLatin1String("\" and \""));
-    if (item.category().isNull()) {
-        findings.push_back({line, name + QStringLiteral(": no <category>, so no filter lets it "
-                                                        "through; it needs \"%1\"")
-                                             .arg(needed)});
-        return;
-    }
-    const bool onlyCase = std::all_of(words.begin(), words.end(), [&](const QString &word) {
-        return item.category().contains(word, Qt::CaseInsensitive);
-    });
-    findings.push_back(
-        {line, name + QStringLiteral(": no filter lets the category \"%1\" through; it needs "
-                                     "\"%2\"%3")
-                          .arg(forOneLine(item.category()), needed,
-                               onlyCase ? QStringLiteral(", in small letters") : QString())});
-}
-
-void judgeDate(const OlvNewsCacheItem &item, const InspectedItem &inspected, const QString &locale,
-               qint64 line, const QString &name, std::vector<Finding> &findings) {
-    if (!inspected.elements.contains("pubDate")) {
-        findings.push_back(
-            {line, name + QStringLiteral(": no <pubDate>, so it shows only among all news, and is "
-                                         "never announced as new")});
-    } else if (!item.date().isValid()) {
-        findings.push_back(
-            {line, name + QStringLiteral(": a user of %1 cannot read the date \"%2\", so it shows "
-                                         "only among all news; dates look like \"Mon, 02 Mar 2015 "
-                                         "10:00:00 GMT\", in the user's language")
-                              .arg(locale, forOneLine(inspected.dateText))});
-    } else if (item.date() > QDateTime::currentDateTimeUtc()) {
-        findings.push_back(
-            {line, name + QStringLiteral(": dated in the future (%1); once it was viewed, all news "
-                                         "before that date counts as read")
-                              .arg(isoDate(item.date()))});
-    }
-}
-
-void judgeTexts(const OlvNewsCacheItem &item, const InspectedItem &inspected, const QString &name,
-                std::vector<Finding> &findings) {
-    const auto judge = [&](const char *element, const QString &text, const char *consequence) {
-        if (!text.trimmed().isEmpty())
-            return;
-        const auto found = inspected.elements.find(element);
-        const bool missing = found == inspected.elements.end();
-        findings.push_back(
-            {missing ? inspected.line : found->second,
-             name + QStringLiteral(": %1 <%2>, so %3")
-                        .arg(missing ? QStringLiteral("no") : QStringLiteral("empty"),
-                             QLatin1String(element), QLatin1String(consequence))});
-    };
-    judge("title", item.title(), "its announcement says nothing");
-    judge("description", item.htmlContent(), "the window shows an empty page for it");
-    judge("comments", item.plainTextContent(),
-          "screen readers say \"Pelorin News content\" instead");
-}
-
-void judgeItems(const FeedPreview &preview, const FeedInspector &inspector, const QString &locale,
-                std::vector<Finding> &findings) {
-    const std::size_t count = std::min(preview.items().size(), inspector.items().size());
-    for (std::size_t index = 0; index < count; ++index) {
-        const OlvNewsCacheItem &item = *preview.items()[index];
-        const InspectedItem &inspected = inspector.items()[index];
-        const auto lineOf = [&inspected](const char *element) {
-            const auto found = inspected.elements.find(element);
-            return found == inspected.elements.end() ? inspected.line : found->second;
-        };
-        const QString name = QStringLiteral("item %1").arg(index + 1);
-        judgeTexts(item, inspected, name, findings);
-        judgeDate(item, inspected, locale, lineOf("pubDate"), name, findings);
-        judgeCategory(item, preview, lineOf("category"), name, findings);
-    }
-}
-
-void judgeOrder(const FeedPreview &preview, const FeedInspector &inspector,
-                std::vector<Finding> &findings) {
-    const OlvNewsItemList &items = preview.items();
-    const auto latest =
-        std::max_element(items.begin(), items.end(), [](const auto &a, const auto &b) {
-            return b->date().isValid() && (!a->date().isValid() || a->date() < b->date());
-        });
-    if (latest == items.end() || !(*latest)->date().isValid() ||
-        (*latest)->date() == items.front()->date())
-        return;
-    const auto index = static_cast<std::size_t>(latest - items.begin());
-    findings.push_back({inspector.items()[index].line,
-                        QStringLiteral("item %1 is the latest but not the first: the panel keeps "
-                                       "the feed's order and opens with the first")
-                            .arg(index + 1)});
-}
-
-/// The number of the first line that is not UTF-8, from 1. Each line can be checked separately,
-/// because no byte of a multi-byte UTF-8 character is a line feed.
-qint64 firstLineNotUtf8(const QByteArray &bytes) {
-    const QList<QByteArray> lines = bytes.split('\n');
-    const auto found = std::find_if(lines.begin(), lines.end(),
-                                    [](const QByteArray &one) { return !one.isValidUtf8(); });
-    return found - lines.begin() + 1;
+/// "1 item", "2 items".
+QString counted(std::size_t count, const char *noun) {
+    return QStringLiteral("%1 %2%3").arg(QString::number(count), QLatin1String(noun),
+                                         count == 1 ? QString() : QStringLiteral("s"));
 }
 
 QString line(const QString &text = {}) {
@@ -185,60 +69,68 @@ QString itemRows(const FeedPreview &preview) {
     return rows;
 }
 
-QString findingRows(std::vector<Finding> findings) {
-    if (findings.empty())
-        return line(QStringLiteral("No mistakes found."));
-    std::stable_sort(findings.begin(), findings.end(),
-                     [](const Finding &a, const Finding &b) { return a.line < b.line; });
-    // Always report where the document breaks off, however long the list is.
-    const auto broken = std::find_if(findings.begin(), findings.end(),
-                                     [](const Finding &finding) { return finding.breaksOff; });
+/// The findings to print: the first, and always the one that tells where the document breaks off.
+std::vector<Finding> firstOf(std::vector<Finding> findings) {
+    if (findings.size() <= static_cast<std::size_t>(maxRows))
+        return findings;
+    const auto broken = std::find_if(findings.begin(), findings.end(), [](const Finding &finding) {
+        return breaksOff(finding.kind);
+    });
     if (broken != findings.end() && broken - findings.begin() >= maxRows)
         std::rotate(findings.begin() + maxRows - 1, broken, broken + 1);
-    QString rows = line(QStringLiteral("Mistakes (%1)").arg(findings.size()));
-    qsizetype number = 0;
-    for (const Finding &finding : findings) {
-        if (++number > maxRows)
-            return rows + line(QStringLiteral("  … and %1 more")
-                                   .arg(findings.size() - static_cast<size_t>(maxRows)));
-        rows += line(QStringLiteral("  line %1  %2").arg(finding.line, 5).arg(finding.text));
-    }
-    return rows;
+    findings.resize(static_cast<std::size_t>(maxRows));
+    return findings;
+}
+
+QString findingRow(const Finding &finding, const TerminalColors &colors) {
+    const QString place = finding.line > 0 ? QStringLiteral("  line %1").arg(finding.line, 5)
+                                           : QString(12, QLatin1Char(' '));
+    const QString item =
+        finding.item > 0 ? QStringLiteral("item %1: ").arg(finding.item) : QString();
+    return line((isError(finding.kind) ? colors.error(place) : colors.warning(place)) +
+                QLatin1String("  ") + item + finding.text +
+                colors.faint(QStringLiteral("  [%1]").arg(nameOf(finding.kind))));
+}
+
+QString findingRows(const std::vector<Finding> &findings, const TerminalColors &colors) {
+    if (findings.empty())
+        return line(colors.good(QStringLiteral("No mistakes found.")));
+    const auto errors = static_cast<std::size_t>(
+        std::count_if(findings.begin(), findings.end(),
+                      [](const Finding &finding) { return isError(finding.kind); }));
+    QStringList counts;
+    if (errors > 0)
+        counts.append(counted(errors, "error"));
+    if (findings.size() > errors)
+        counts.append(counted(findings.size() - errors, "warning"));
+    QString rows =
+        line(colors.heading(QStringLiteral("Mistakes (%1)").arg(counts.join(QLatin1String(", ")))));
+    for (const Finding &finding : firstOf(findings))
+        rows += findingRow(finding, colors);
+    if (findings.size() > static_cast<std::size_t>(maxRows))
+        rows += line(QStringLiteral("  … and %1 more; --json lists them all")
+                         .arg(findings.size() - static_cast<std::size_t>(maxRows)));
+    return rows + line(colors.faint(QStringLiteral("docs/feedcheck.md explains each name in "
+                                                   "brackets.")));
 }
 
 }  // namespace
 
-QString feedReport(const FeedSource &source, const QString &text,
-                   const std::optional<QVariantMap> &feed, const QString &locale) {
-    QString report = line(forOneLine(source.name, 500));
-    if (!source.body)
-        return report +
-               line(QStringLiteral("cannot be read: ") + errorText(source.error.value_or(Error())));
-    if (text.isNull())
+QString feedReport(const FeedSource &source, const std::optional<QVariantMap> &feed,
+                   const FeedPreview &preview, const QString &locale,
+                   const std::vector<Finding> &findings, const TerminalColors &colors) {
+    QString report = line(colors.heading(forOneLine(source.name, 500)));
+    if (!feed)
         return report + line(QStringLiteral("gives no news")) + line() +
-               findingRows({{firstLineNotUtf8(*source.body),
-                             QStringLiteral("this line is not UTF-8: the panel takes nothing of "
-                                            "this feed and keeps the news it has")}});
-
-    const FeedInspector inspector(text);
-    const FeedPreview preview(feed);
-    const QString language =
-        feed ? feed->value(OlvNewsFeedChannelLanguageKeyName).toString() : QString();
-    std::vector<Finding> findings = inspector.findings();
-    judgeLanguage(inspector, language, findings);
-    if (!language.isNull()) {
-        judgeItems(preview, inspector, locale, findings);
-        judgeOrder(preview, inspector, findings);
-        report += line(QStringLiteral("%1 items in the language \"%2\", dates read as for %3")
-                           .arg(preview.items().size())
-                           .arg(forOneLine(language), locale)) +
-                  line() + filterTable(preview) + line();
-        if (!preview.items().empty())
-            report += itemRows(preview) + line();
-    } else {
-        report += line(QStringLiteral("gives no news")) + line();
-    }
-    return report + findingRows(std::move(findings));
+               findingRows(findings, colors);
+    const QString language = feed->value(OlvNewsFeedChannelLanguageKeyName).toString();
+    report +=
+        line(QStringLiteral("%1 in the language \"%2\", dates read as for %3")
+                 .arg(counted(preview.items().size(), "item"), forOneLine(language), locale)) +
+        line() + filterTable(preview) + line();
+    if (!preview.items().empty())
+        report += itemRows(preview) + line();
+    return report + findingRows(findings, colors);
 }
 
 }  // namespace pelorinnews

@@ -34,6 +34,32 @@ QJsonObject itemObject(const OlvNewsCacheItem &item) {
     };
 }
 
+QJsonObject findingObject(const Finding &finding) {
+    const auto numberOrNull = [](qint64 number) {
+        return number > 0 ? QJsonValue(number) : QJsonValue(QJsonValue::Null);
+    };
+    return {
+        {QStringLiteral("name"), QString(nameOf(finding.kind))},
+        {QStringLiteral("severity"),
+         isError(finding.kind) ? QStringLiteral("error") : QStringLiteral("warning")},
+        {QStringLiteral("line"), numberOrNull(finding.line)},
+        {QStringLiteral("item"), numberOrNull(static_cast<qint64>(finding.item))},
+        {QStringLiteral("text"), finding.text},
+    };
+}
+
+/// An array with one element per line.
+template <class List, class ObjectOf>
+QByteArray linesOf(const List &list, ObjectOf objectOf) {
+    QByteArray json = "[";
+    const char *separator = "\n";
+    for (const auto &element : list) {
+        json += separator + compact(objectOf(element));
+        separator = ",\n";
+    }
+    return json + "]";
+}
+
 }  // namespace
 
 QString errorText(const Error &error) {
@@ -56,14 +82,11 @@ QString isoDate(const QDateTime &date) {
 }
 
 QByteArray jsonOutput(const QString &language, const OlvNewsItemList &items,
-                      const std::optional<Error> &error) {
-    QByteArray json = "{\"language\": " + compact(textOrNull(language)) + ",\n\"items\": [";
-    const char *separator = "\n";
-    for (const std::shared_ptr<OlvNewsCacheItem> &item : items) {
-        json += separator + compact(itemObject(*item));
-        separator = ",\n";
-    }
-    json += "],\n\"error\": ";
+                      const std::optional<Error> &error, const std::vector<Finding> &findings) {
+    QByteArray json = "{\"language\": " + compact(textOrNull(language)) + ",\n\"items\": ";
+    json += linesOf(items, [](const auto &item) { return itemObject(*item); });
+    json += ",\n\"findings\": " + linesOf(findings, findingObject);
+    json += ",\n\"error\": ";
     json += error ? compact(QJsonObject{{QStringLiteral("domain"), error->domain},
                                         {QStringLiteral("code"), error->code},
                                         {QStringLiteral("description"), errorText(*error)}})

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace pelorinnews {
+
+/// The program's command line.
+class CommandLine {
+public:
+    enum class Wish { Check, Help, Version, ListFindings };
+
+    explicit CommandLine(const QStringList &arguments);
+
+    /// Why the command line is refused; null if it is not.
+    [[nodiscard]] const QString &mistake() const { return _mistake; }
+
+    [[nodiscard]] Wish wish() const { return _wish; }
+    [[nodiscard]] const QString &help() const { return _help; }
+    [[nodiscard]] const QString &feed() const { return _feed; }
+    [[nodiscard]] bool json() const { return _json; }
+    [[nodiscard]] bool strict() const { return _strict; }
+    /// The reader's locale; absent if the feed is checked for all of its readers.
+    [[nodiscard]] const std::optional<QString> &locale() const { return _locale; }
+
+private:
+    QString _mistake;
+    QString _help;
+    QString _feed;
+    std::optional<QString> _locale;
+    Wish _wish = Wish::Check;
+    bool _json = false;
+    bool _strict = false;
+};
+
+}  // namespace pelorinnews

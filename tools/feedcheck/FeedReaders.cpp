@@ -1,0 +1,134 @@
+#include "FeedReaders.h"
+
+#include <algorithm>
+#include <unicode/locid.h>
+
+namespace pelorinnews::FeedReaders {
+
+namespace {
+
+/// The parts of a locale's name.
+struct Locale {
+    QString language;
+    QString script;
+    QString region;
+
+    [[nodiscard]] QString tag(bool withScript, bool withRegion) const {
+        QStringList parts{language};
+        if (withScript && !script.isEmpty())
+            parts.append(script);
+        if (withRegion && !region.isEmpty())
+            parts.append(region);
+        return parts.join(u'-');
+    }
+};
+
+Locale partsOf(const icu::Locale &locale) {
+    return {QString::fromLatin1(locale.getLanguage()), QString::fromLatin1(locale.getScript()),
+            QString::fromLatin1(locale.getCountry())};
+}
+
+/// All locales of Unicode's data.
+const QList<Locale> &allLocales() {
+    static const QList<Locale> all = [] {
+        int32_t count = 0;
+        const icu::Locale *const available = icu::Locale::getAvailableLocales(count);
+        QList<Locale> locales;
+        for (int32_t i = 0; i < count; ++i)
+            locales.append(partsOf(available[i]));
+        return locales;
+    }();
+    return all;
+}
+
+/// Every tag that some user's language may have, with its script and without.
+const QStringList &allTags() {
+    static const QStringList all = [] {
+        QStringList tags;
+        for (const Locale &locale : allLocales()) {
+            for (const bool withScript : {false, true}) {
+                tags.append(locale.tag(withScript, false));
+                tags.append(locale.tag(withScript, true));
+            }
+        }
+        tags.sort();
+        tags.removeDuplicates();
+        return tags;
+    }();
+    return all;
+}
+
+bool isCountry(const QString &region) {
+    for (const char *const *country = icu::Locale::getISOCountries(); *country; ++country) {
+        if (region == QLatin1String(*country))
+            return true;
+    }
+    return false;
+}
+
+QString displayName(const icu::Locale &language, const icu::Locale &in) {
+    icu::UnicodeString name;
+    language.getDisplayLanguage(in, name);
+    return QString::fromUtf16(name.getBuffer(), name.length());
+}
+
+}  // namespace
+
+bool isKnownLocale(const QString &locale) {
+    const QString name = locale.section(u'@', 0, 0).section(u'.', 0, 0);
+    if (name == u"C" || name == u"POSIX")
+        return true;
+    const icu::Locale parsed = icu::Locale::createFromName(name.toUtf8().constData());
+    const Locale parts = partsOf(parsed);
+    const bool languageExists =
+        std::any_of(allLocales().begin(), allLocales().end(),
+                    [&](const Locale &known) { return known.language == parts.language; });
+    // A number, as in "es_419", is a group of countries, which only the data itself lists.
+    const bool regionExists =
+        parts.region.isEmpty() || isCountry(parts.region) ||
+        std::any_of(allLocales().begin(), allLocales().end(),
+                    [&](const Locale &known) { return known.region == parts.region; });
+    return languageExists && regionExists && *parsed.getVariant() == '\0';
+}
+
+bool matches(const QString &language, const QString &feedLanguage) {
+    return language.startsWith(feedLanguage);
+}
+
+bool isKnownLanguage(const QString &feedLanguage) {
+    const QStringList &tags = allTags();
+    return std::binary_search(tags.begin(), tags.end(), feedLanguage);
+}
+
+QString suggestedLanguage(const QString &feedLanguage) {
+    const QString spelled = feedLanguage.trimmed().replace(u'_', u'-');
+    for (const QString &tag : allTags()) {
+        if (tag.compare(spelled, Qt::CaseInsensitive) == 0)
+            return tag;
+    }
+    for (const Locale &locale : allLocales()) {
+        const icu::Locale language(locale.language.toLatin1().constData());
+        for (const icu::Locale &in : {icu::Locale::getEnglish(), language}) {
+            if (displayName(language, in).compare(spelled, Qt::CaseInsensitive) == 0)
+                return locale.language;
+        }
+    }
+    const QString first = spelled.section(u'-', 0, 0).toLower();
+    return first != spelled && isKnownLanguage(first) ? first : QString();
+}
+
+QStringList languagesReached(const QString &feedLanguage) {
+    QStringList reached;
+    for (const Locale &locale : allLocales()) {
+        // Groups of countries are nobody's region.
+        if (locale.region.size() != 2)
+            continue;
+        const QString tag = locale.tag(true, true);
+        if (matches(tag, feedLanguage) || matches(locale.tag(false, true), feedLanguage))
+            reached.append(tag);
+    }
+    reached.removeDuplicates();
+    return reached;
+}
+
+}  // namespace pelorinnews::FeedReaders

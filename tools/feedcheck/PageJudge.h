@@ -1,0 +1,19 @@
+#pragma once
+
+#include "FeedInspector.h"
+#include "Finding.h"
+
+#include <QString>
+
+#include <vector>
+
+namespace pelorinnews {
+
+/// Judges an item's page by what the panel's renderers make of it, with the panel's own reader of
+/// HTML. Of each kind of finding at most one, at its first place in the page.
+[[nodiscard]] std::vector<Finding> judgePage(const QString &html, const InspectedElement &element);
+
+/// Whether `text` has HTML tags, or character references that were escaped twice.
+[[nodiscard]] bool looksLikeHtml(const QString &text);
+
+}  // namespace pelorinnews
