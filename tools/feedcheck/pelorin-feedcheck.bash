@@ -1,0 +1,20 @@
+# Completion for pelorin-feedcheck in Bash. Source it, or install it as
+# share/bash-completion/completions/pelorin-feedcheck.
+
+_pelorin_feedcheck() {
+    local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+    # "=" is a word of its own.
+    [[ $previous == = ]] && previous=${COMP_WORDS[COMP_CWORD - 2]}
+    [[ $word == = ]] && previous=${COMP_WORDS[COMP_CWORD - 1]} word=
+    case $previous in
+    --locale) mapfile -t COMPREPLY < <(compgen -W "$(locale -a 2>/dev/null)" -- "$word") ;;
+    *)
+        if [[ $word == -* ]]; then
+            mapfile -t COMPREPLY < <(
+                compgen -W "--help --json --list-findings --locale --strict --version" -- "$word")
+        else
+            mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        fi ;;
+    esac
+}
+complete -o filenames -F _pelorin_feedcheck pelorin-feedcheck
