@@ -126,7 +126,8 @@ void DateJudge::judgeReadable(const QDateTime &date, const QString &text,
     if (year >= firstPlausibleYear && weekday.isValid() && day.isValid() &&
         weekday.date().dayOfWeek() != day.date().dayOfWeek())
         add(FindingKind::DateWeekday,
-            QStringLiteral("the weekday of \"%1\" is wrong, and is ignored; is the day right? %2")
+            QStringLiteral(
+                "the weekday of \"%1\" is wrong, and is ignored; if the day is right, %2")
                 .arg(forOneLine(text), advice(date)));
 
     const QStringList &strangers = whoCannotRead(text);
@@ -194,14 +195,14 @@ QDateTime DateJudge::guess(const QString &text) {
 QDateTime DateJudge::guessByPatterns(const QString &text) {
     const QByteArray bytes = text.toUtf8();
     const auto tried = [&](const QString &pattern, const QString &locale) {
-        const QDateTime date = formatter(pattern, locale).dateFromString(bytes);
+        QDateTime date = formatter(pattern, locale).dateFromString(bytes);
         if (!date.isValid())
             return date;
         _lastGuess = {pattern, locale};
         return pattern.contains(u'z') ? date : fieldsAsUtc(date);
     };
     if (_lastGuess.first.contains(u'z')) {
-        if (const QDateTime date = tried(_lastGuess.first, _lastGuess.second); date.isValid())
+        if (QDateTime date = tried(_lastGuess.first, _lastGuess.second); date.isValid())
             return date;
     }
     QStringList locales{_locale};
@@ -211,7 +212,7 @@ QDateTime DateJudge::guessByPatterns(const QString &text) {
     const auto triedAll = [&](const auto &forms) {
         for (const char *const form : forms) {
             for (const QString &locale : locales) {
-                if (const QDateTime date = tried(QLatin1String(form), locale); date.isValid())
+                if (QDateTime date = tried(QLatin1String(form), locale); date.isValid())
                     return date;
             }
         }

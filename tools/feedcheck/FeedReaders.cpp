@@ -1,6 +1,7 @@
 #include "FeedReaders.h"
 
 #include <algorithm>
+#include <string_view>
 #include <unicode/locid.h>
 
 namespace pelorinnews::FeedReaders {
@@ -66,6 +67,32 @@ bool isCountry(const QString &region) {
     return false;
 }
 
+/// Any number, as in "es_419", is a group of countries, which only the data itself lists.
+bool isKnownRegion(const QString &region) {
+    return region.isEmpty() || isCountry(region) ||
+           std::any_of(allLocales().begin(), allLocales().end(),
+                       [&](const Locale &known) { return known.region == region; });
+}
+
+bool isKnown(const icu::Locale &locale) {
+    const Locale parts = partsOf(locale);
+    return std::any_of(allLocales().begin(), allLocales().end(),
+                       [&](const Locale &known) { return known.language == parts.language; }) &&
+           isKnownRegion(parts.region) && *locale.getVariant() == '\0';
+}
+
+/// The usual spelling of a language tag, whatever its case; empty if it is none. A user may combine
+/// any language with any region: "de-US".
+QString usualTag(const QString &tag) {
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Locale locale = icu::Locale::forLanguageTag(tag.toStdString(), status);
+    // The base name lacks extensions, as in "en-x-news".
+    if (U_FAILURE(status) || !isKnown(locale) ||
+        std::string_view(locale.getName()) != locale.getBaseName())
+        return {};
+    return QString::fromStdString(locale.toLanguageTag<std::string>(status));
+}
+
 QString displayName(const icu::Locale &language, const icu::Locale &in) {
     icu::UnicodeString name;
     language.getDisplayLanguage(in, name);
@@ -78,17 +105,7 @@ bool isKnownLocale(const QString &locale) {
     const QString name = locale.section(u'@', 0, 0).section(u'.', 0, 0);
     if (name == u"C" || name == u"POSIX")
         return true;
-    const icu::Locale parsed = icu::Locale::createFromName(name.toUtf8().constData());
-    const Locale parts = partsOf(parsed);
-    const bool languageExists =
-        std::any_of(allLocales().begin(), allLocales().end(),
-                    [&](const Locale &known) { return known.language == parts.language; });
-    // A number, as in "es_419", is a group of countries, which only the data itself lists.
-    const bool regionExists =
-        parts.region.isEmpty() || isCountry(parts.region) ||
-        std::any_of(allLocales().begin(), allLocales().end(),
-                    [&](const Locale &known) { return known.region == parts.region; });
-    return languageExists && regionExists && *parsed.getVariant() == '\0';
+    return isKnown(icu::Locale::createFromName(name.toUtf8().constData()));
 }
 
 bool matches(const QString &language, const QString &feedLanguage) {
@@ -97,15 +114,14 @@ bool matches(const QString &language, const QString &feedLanguage) {
 
 bool isKnownLanguage(const QString &feedLanguage) {
     const QStringList &tags = allTags();
-    return std::binary_search(tags.begin(), tags.end(), feedLanguage);
+    return !feedLanguage.isEmpty() && (std::binary_search(tags.begin(), tags.end(), feedLanguage) ||
+                                       usualTag(feedLanguage) == feedLanguage);
 }
 
 QString suggestedLanguage(const QString &feedLanguage) {
     const QString spelled = feedLanguage.trimmed().replace(u'_', u'-');
-    for (const QString &tag : allTags()) {
-        if (tag.compare(spelled, Qt::CaseInsensitive) == 0)
-            return tag;
-    }
+    if (QString tag = usualTag(spelled); !tag.isEmpty())
+        return tag;
     for (const Locale &locale : allLocales()) {
         const icu::Locale language(locale.language.toLatin1().constData());
         for (const icu::Locale &in : {icu::Locale::getEnglish(), language}) {

@@ -125,6 +125,7 @@ bool breaksOff(FindingKind kind) {
 
 std::vector<FindingKind> allFindingKinds() {
     std::vector<FindingKind> kinds;
+    kinds.reserve(rows.size());
     for (const Row &row : rows)
         kinds.push_back(row.kind);
     return kinds;

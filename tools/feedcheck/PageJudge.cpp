@@ -14,9 +14,9 @@ namespace pelorinnews {
 
 namespace {
 
-/// In bytes of the picture's file. The panel downloads a feed's pictures with every refresh.
-constexpr qsizetype maxPictureBytes = 256 * 1024;
 constexpr qsizetype kilobyte = 1024;
+/// Of the picture's file. The panel downloads a feed's pictures with every refresh.
+constexpr qsizetype maxPictureBytes = 256 * kilobyte;
 
 struct ElementKind {
     const char *name;
