@@ -117,6 +117,8 @@ void FeedInspector::startItem() {
         note(FindingKind::ItemUnclosed, _item->line,
              QStringLiteral("this <item> is still open when the next begins in line %1: it is lost")
                  .arg(_reader.lineNumber()));
+    _itemDepth = _depth;
+    _strayTextFound = false;
     _item = InspectedItem{_reader.lineNumber(), {}, {}, {}, 0};
     if (_closed.size() == OlvNewsParser::maxItems) {
         _item.reset();
@@ -127,8 +129,10 @@ void FeedInspector::startItem() {
 void FeedInspector::parserFoundCharacters(std::string_view text) {
     if (_linkDepth > 0)
         _link += text;
-    if (!_element)
+    if (!_element) {
+        noteStrayText(text);
         return;
+    }
     _gatheredLines.add(text, _reader.lineNumber());
     _gathered += text;
 }
@@ -137,8 +141,10 @@ void FeedInspector::parserFoundCDATA(QByteArrayView bytes) {
     const std::string_view text(bytes.data(), static_cast<std::size_t>(bytes.size()));
     if (_linkDepth > 0)
         _link += text;
-    if (!_element)
+    if (!_element) {
+        noteStrayText(text);
         return;
+    }
     // The section is reported at its end.
     const qint64 line = _reader.lineNumber() - std::count(text.begin(), text.end(), '\n');
     const QString lost = fromUtf8(_gathered);
@@ -215,6 +221,17 @@ void FeedInspector::noteMisspelling(std::string_view name) {
     if (!right.empty())
         note(FindingKind::ElementMisspelt,
              QStringLiteral("%1 is ignored: the panel knows only %2").arg(tag(name), tag(right)));
+}
+
+void FeedInspector::noteStrayText(std::string_view text) {
+    const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+    if (!_item || _depth != _itemDepth || _strayTextFound ||
+        std::all_of(text.begin(), text.end(), isBlank))
+        return;
+    _strayTextFound = true;
+    note(FindingKind::TextUnread,
+         QStringLiteral("the text \"%1\" is in none of the item's elements, and is lost")
+             .arg(forOneLine(fromUtf8(text))));
 }
 
 void FeedInspector::noteUnread(std::string_view name) {

@@ -89,11 +89,15 @@ private:
     void noteRepetition(std::string_view name);
     void noteMisspelling(std::string_view name);
     void noteUnread(std::string_view name);
+    void noteStrayText(std::string_view text);
 
     XmlReader _reader;
     std::vector<Finding> _found;
     std::vector<InspectedItem> _closed;
     std::optional<InspectedItem> _item;
+    int _itemDepth = 0;
+    /// Text of the item outside its elements was found.
+    bool _strayTextFound = false;
     std::optional<Element> _element;
     std::string _gathered;
     TextLines _gatheredLines;

@@ -50,6 +50,7 @@ constexpr std::array rows = {
     Row{FindingKind::ElementMisspelt, QLatin1String("element-misspelt"), error},
     Row{FindingKind::ElementRepeated, QLatin1String("element-repeated"), error},
     Row{FindingKind::ElementUnread, QLatin1String("element-unread"), warning},
+    Row{FindingKind::TextUnread, QLatin1String("text-unread"), error},
     Row{FindingKind::ContentEncoded, QLatin1String("content-encoded"), error},
     Row{FindingKind::MarkupOutsideCdata, QLatin1String("markup-outside-cdata"), error},
     Row{FindingKind::CdataReplacesText, QLatin1String("cdata-replaces-text"), error},

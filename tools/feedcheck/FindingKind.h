@@ -39,6 +39,7 @@ enum class FindingKind {
     ElementMisspelt,
     ElementRepeated,
     ElementUnread,
+    TextUnread,
     ContentEncoded,
     MarkupOutsideCdata,
     CdataReplacesText,
