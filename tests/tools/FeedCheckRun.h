@@ -56,9 +56,10 @@ inline QByteArray feed(const QByteArray &items,
 }
 
 inline QByteArray daysAgo(int days) {
+    // The same text whenever it is asked for.
+    static const QDateTime now = QDateTime::currentDateTimeUtc();
     return QLocale(QLocale::English)
-        .toString(QDateTime::currentDateTimeUtc().addDays(-days),
-                  QStringLiteral("ddd, dd MMM yyyy HH:mm:ss 'GMT'"))
+        .toString(now.addDays(-days), QStringLiteral("ddd, dd MMM yyyy HH:mm:ss 'GMT'"))
         .toLatin1();
 }
 
