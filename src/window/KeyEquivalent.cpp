@@ -2,23 +2,35 @@
 
 namespace pelorinnews {
 
+namespace {
+
+constexpr Qt::KeyboardModifiers countedModifiers =
+    Qt::ShiftModifier | Qt::MetaModifier | Qt::AltModifier | Qt::ControlModifier;
+
+bool isPress(const QKeyEvent &event) {
+    return event.type() == QEvent::KeyPress || event.type() == QEvent::ShortcutOverride;
+}
+
+}  // namespace
+
 bool isKeyEquivalent(const QKeyEvent &event, const KeyEquivalent &equivalent) {
-    if (event.type() != QEvent::KeyPress && event.type() != QEvent::ShortcutOverride)
-        return false;
-    constexpr Qt::KeyboardModifiers counted =
-        Qt::ShiftModifier | Qt::MetaModifier | Qt::AltModifier | Qt::ControlModifier;
-    if ((event.modifiers() & counted) != equivalent.modifiers)
+    if (!isPress(event) || (event.modifiers() & countedModifiers) != equivalent.modifiers)
         return false;
     if (event.nativeScanCode() == 0)
         return event.key() == equivalent.key;
     return event.nativeScanCode() == equivalent.scanCode;
 }
 
+bool isKeyEquivalent(const QKeyEvent &event, const QKeySequence &shortcut) {
+    const Qt::KeyboardModifiers modifiers = event.modifiers() & countedModifiers;
+    return isPress(event) &&
+           QKeySequence(QKeyCombination(modifiers, static_cast<Qt::Key>(event.key()))) == shortcut;
+}
+
 std::optional<ZoomStep> zoomStep(const QKeyEvent &event) {
-    const bool isPress =
-        event.type() == QEvent::KeyPress || event.type() == QEvent::ShortcutOverride;
     constexpr Qt::KeyboardModifiers others = Qt::MetaModifier | Qt::AltModifier;
-    if (!isPress || !event.modifiers().testFlag(Qt::ControlModifier) || event.modifiers() & others)
+    if (!isPress(event) || !event.modifiers().testFlag(Qt::ControlModifier) ||
+        event.modifiers() & others)
         return std::nullopt;
     switch (event.key()) {
         case Qt::Key_Plus:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QKeyEvent>
+#include <QKeySequence>
 
 #include <optional>
 
@@ -32,6 +33,10 @@ inline constexpr KeyEquivalent escapeKeyEquivalent{9, Qt::Key_Escape, Qt::NoModi
 /// the press. Only Shift, Control, Option and Command count as modifiers; Caps Lock and the
 /// modifiers of the keypad and the layout are ignored.
 [[nodiscard]] bool isKeyEquivalent(const QKeyEvent &event, const KeyEquivalent &equivalent);
+
+/// The same for the key of a control's shortcut, which counts by its meaning in the current layout,
+/// also on the keypad.
+[[nodiscard]] bool isKeyEquivalent(const QKeyEvent &event, const QKeySequence &shortcut);
 
 enum class ZoomStep { In, Out, Reset };
 

@@ -20,7 +20,9 @@ void NavigationButton::changeEvent(QEvent *event) {
 }
 
 void NavigationButton::updateArrow() {
-    setArrowType(_forward == isRightToLeft() ? Qt::LeftArrow : Qt::RightArrow);
+    const bool left = _forward == isRightToLeft();
+    setArrowType(left ? Qt::LeftArrow : Qt::RightArrow);
+    setShortcut(Qt::ALT | (left ? Qt::Key_Left : Qt::Key_Right));
 }
 
 }  // namespace pelorinnews

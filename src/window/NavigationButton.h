@@ -4,7 +4,8 @@
 
 namespace pelorinnews {
 
-/// An arrow button to the next or the previous item. The arrow follows the layout direction.
+/// An arrow button to the next or the previous item. The arrow follows the layout direction, and so
+/// does the shortcut: Option and the key with that arrow.
 class NavigationButton final : public QToolButton {
     Q_OBJECT
     Q_PROPERTY(bool forward READ isForward WRITE setForward)

@@ -169,6 +169,10 @@ bool OlvNewsWebView::event(QEvent *event) {
     return QWidget::event(event);
 }
 
+bool OlvNewsWebView::takesText() const {
+    return hasFocus() && inputMethodQuery(Qt::ImEnabled).toBool();
+}
+
 QVariant OlvNewsWebView::inputMethodQuery(Qt::InputMethodQuery query) const {
     const QWidget *page = inputWidget();
     if (!page || query == Qt::ImEnabled)

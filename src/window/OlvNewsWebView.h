@@ -51,6 +51,9 @@ public:
     /// or zero; returns whether the event was handled.
     bool performKeyEquivalent(const QKeyEvent &event);
 
+    /// Whether typed text goes into a field of the page.
+    [[nodiscard]] bool takesText() const;
+
     [[nodiscard]] QVariant inputMethodQuery(Qt::InputMethodQuery query) const override;
 
 protected:

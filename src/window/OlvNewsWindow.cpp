@@ -1,6 +1,7 @@
 #include "OlvNewsWindow.h"
 
 #include "KeyEquivalent.h"
+#include "NavigationButton.h"
 #include "OlvNewsWebView.h"
 
 #include <QAccessibleWidget>
@@ -15,12 +16,6 @@
 namespace pelorinnews {
 
 namespace {
-
-bool isOurs(const QKeyEvent &event) {
-    return isKeyEquivalent(event, escapeKeyEquivalent) ||
-           isKeyEquivalent(event, closeKeyEquivalent) ||
-           isKeyEquivalent(event, copyKeyEquivalent) || zoomStep(event);
-}
 
 // Qt presents a plain QWidget as a part of a window, and does not tell accessibility clients when
 // it becomes active. So give the news window the role of a window.
@@ -84,13 +79,39 @@ void OlvNewsWindow::hideEvent(QHideEvent *event) {
     QWidget::hideEvent(event);
 }
 
+bool OlvNewsWindow::isOurs(const QKeyEvent &event) const {
+    const auto buttons = findChildren<NavigationButton *>();
+    return isKeyEquivalent(event, escapeKeyEquivalent) ||
+           isKeyEquivalent(event, closeKeyEquivalent) ||
+           isKeyEquivalent(event, copyKeyEquivalent) || zoomStep(event) ||
+           std::any_of(buttons.begin(), buttons.end(), [&event](const NavigationButton *button) {
+               return isKeyEquivalent(event, button->shortcut());
+           });
+}
+
+// While the user types in a field of the page, the keys do nothing: another item would take the
+// place of what was typed.
+bool OlvNewsWindow::navigate(const QKeyEvent &event) {
+    const auto *view = qobject_cast<const OlvNewsWebView *>(focusWidget());
+    const auto buttons = findChildren<NavigationButton *>();
+    for (NavigationButton *button : buttons) {
+        if (!isKeyEquivalent(event, button->shortcut()))
+            continue;
+        if (!view || !view->takesText())
+            button->click();
+        return true;
+    }
+    return false;
+}
+
 bool OlvNewsWindow::askForKeyEquivalent(const QKeyEvent &event) {
     if (performKeyEquivalent(event))
         return true;
     const auto views = findChildren<OlvNewsWebView *>();
-    return std::any_of(views.begin(), views.end(), [&event](OlvNewsWebView *view) {
+    const bool isTheViews = std::any_of(views.begin(), views.end(), [&event](OlvNewsWebView *view) {
         return view->performKeyEquivalent(event);
     });
+    return isTheViews || navigate(event);
 }
 
 bool OlvNewsWindow::eventFilter(QObject *watched, QEvent *event) {

@@ -8,10 +8,10 @@ namespace pelorinnews {
 
 /// The news window. It closes on Escape and on Command-W, and closing it never ends the host.
 ///
-/// Key equivalents are offered to the window first and then to the content views in it, before the
-/// focused control sees the key. Pop-up lists are windows of their own and keep their keys. The
-/// minimum width fits the texts of the controls, up to the width of the screen, and is never below
-/// the minimum width in the window description. Main thread only.
+/// Key equivalents are offered to the window first, then to the content views and the navigation
+/// buttons in it, before the focused control sees the key. Pop-up lists are windows of their own
+/// and keep their keys. The minimum width fits the texts of the controls, up to the width of the
+/// screen, and is never below the minimum width in the window description. Main thread only.
 class OlvNewsWindow final : public QWidget {
     Q_OBJECT
 
@@ -48,7 +48,9 @@ protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
+    [[nodiscard]] bool isOurs(const QKeyEvent &event) const;
     bool askForKeyEquivalent(const QKeyEvent &event);
+    bool navigate(const QKeyEvent &event);
 
     /// The minimum width from the window description; negative until it is first needed.
     int _describedMinimumWidth = -1;

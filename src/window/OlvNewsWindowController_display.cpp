@@ -8,6 +8,7 @@
 
 #include <QAbstractItemView>
 #include <QDesktopServices>
+#include <QKeySequence>
 #include <QSignalBlocker>
 #include <QStandardItemModel>
 
@@ -43,12 +44,29 @@ void selectEntry(QComboBox &menu, Filter setting, Filter (Entry::*value)() const
     }
 }
 
-// Arrows have no text: screen readers get a name instead, sighted users a tool tip.
+// The tool tip of an arrow: its name and its key.
+QString arrowTip(const QAbstractButton &button, const QString &name) {
+    const QKeySequence key = button.shortcut();
+    if (key.isEmpty())
+        return name;
+    // Every keyboard has the arrows, whatever its language. The mark keeps the arrow beside "Alt"
+    // in a text from right to left.
+    QString keyName = key.toString();
+    keyName.replace(QStringLiteral("Left"), QStringLiteral("\u2190\u200e"));
+    keyName.replace(QStringLiteral("Right"), QStringLiteral("\u2192\u200e"));
+    const QString tip = QStringLiteral("%1 (%2)").arg(name, keyName);
+    // A tool tip has the host's direction, not the window's: isolate a text of the other one.
+    return name.isRightToLeft() ? u'\u2067' + tip + u'\u2069' : tip;
+}
+
+// Arrows have no text: screen readers get a name instead, sighted users a tool tip. The description
+// would be the tool tip, which repeats the name.
 void nameArrow(QAbstractButton *button, const QString &name) {
     if (!button)
         return;
     button->setAccessibleName(name);
-    button->setToolTip(name);
+    button->setAccessibleDescription(name);
+    button->setToolTip(arrowTip(*button, name));
 }
 
 }  // namespace

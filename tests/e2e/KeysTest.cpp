@@ -92,6 +92,14 @@ void KeysTest::reachTheWindowFromEveryControl() {
         QVERIFY2(copies("c"), qPrintable(expected));
         _panel->press("Tab");
     }
+    // The keys that step work from each control.
+    for (int steps = 0; steps < order.size() - 1; ++steps) {
+        _panel->press("alt+Right");
+        QTRY_COMPARE(_panel->position(), QStringLiteral("2 / 2"));
+        _panel->press("alt+Left");
+        QTRY_COMPARE(_panel->position(), QStringLiteral("1 / 2"));
+        _panel->press("Tab");
+    }
     // The keys that close the window work from each control, too.
     for (int steps = 0; steps < order.size() - 1; ++steps) {
         QTRY_VERIFY(_panel->isOpen());

@@ -209,8 +209,10 @@ void DisplayTest::setsUpTheControls() {
              WindowFixture::localized("NavigationAccessibilityTitlePrevious"));
     QCOMPARE(controller->nextItem()->accessibleName(),
              WindowFixture::localized("NavigationAccessibilityTitleNext"));
-    QCOMPARE(controller->previousItem()->toolTip(), controller->previousItem()->accessibleName());
-    QCOMPARE(controller->nextItem()->toolTip(), controller->nextItem()->accessibleName());
+    QCOMPARE(controller->previousItem()->toolTip(),
+             QStringLiteral("Previous news item (Alt+\u2190\u200e)"));
+    QCOMPARE(controller->nextItem()->toolTip(),
+             QStringLiteral("Next news item (Alt+\u2192\u200e)"));
     QCOMPARE(controller->optionsLabel()->text(), WindowFixture::localized("SettingsShowOptions"));
 }
 

@@ -33,7 +33,7 @@ void HostShortcutsTest::eachWindowHasItsOwnKeys() {
     QWidget host;
     host.show();
     QStringList taken;
-    for (const char *keys : {"Ctrl+W", "Ctrl+C", "Escape"}) {
+    for (const char *keys : {"Ctrl+W", "Ctrl+C", "Alt+Right", "Escape"}) {
         auto *shortcut = new QShortcut(QKeySequence(QLatin1String(keys)), &host);
         shortcut->setContext(Qt::ApplicationShortcut);
         connect(shortcut, &QShortcut::activated, this,
@@ -45,6 +45,8 @@ void HostShortcutsTest::eachWindowHasItsOwnKeys() {
     QTRY_COMPARE(controller->webView()->outerHTML(), QStringLiteral("<p>Body 1</p>"));
     press("ctrl+c");
     QTRY_VERIFY(QGuiApplication::clipboard()->mimeData()->hasFormat(QStringLiteral("text/rtf")));
+    press("alt+Right");
+    QTRY_COMPARE(controller->itemIndicator()->text(), QStringLiteral("2 / 2"));
     press("ctrl+w");
     QTRY_VERIFY(!controller->window()->isVisible());
     controller->showWindow();
@@ -62,11 +64,11 @@ void HostShortcutsTest::eachWindowHasItsOwnKeys() {
             [&] { return taken.contains(QLatin1String(keys), Qt::CaseInsensitive); },
             testPatience / 10);
     };
-    for (const char *keys : {"ctrl+c", "ctrl+w", "Escape"})
+    for (const char *keys : {"ctrl+c", "ctrl+w", "alt+Right", "Escape"})
         QVERIFY2(isTaken(keys) || isTaken(keys), keys);
     taken.removeDuplicates();
     QCOMPARE(taken, QStringList({QStringLiteral("Ctrl+C"), QStringLiteral("Ctrl+W"),
-                                 QStringLiteral("Escape")}));
+                                 QStringLiteral("Alt+Right"), QStringLiteral("Escape")}));
     QVERIFY(host.isVisible());
 }
 

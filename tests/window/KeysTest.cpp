@@ -8,6 +8,7 @@
 #include <QClipboard>
 #include <QMimeData>
 #include <QShortcut>
+#include <QTextBrowser>
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
@@ -56,12 +57,19 @@ private Q_SLOTS:
     void otherKeysReachTheControl();
     void leavesEscapeToAnOpenMenu();
     void winsOverAShortcutOfTheHost();
+    void stepsThroughTheItemsFromEveryControl();
+    void stepsTheOtherWayFromRightToLeft();
+    void stepsWithTheseModifiersOnly();
+    void doesNotStepWhereOneItemIsAll();
+    void keepsWhatIsTypedIntoThePage();
 
 private:
     static QString tooMuchToCopy() { return QStringLiteral("<p>a</p>").repeated(300'000); }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers) {
         QTest::keyClick(_window->windowHandle(), key, modifiers);
     }
+
+    [[nodiscard]] QString position() const { return _controller->itemIndicator()->text(); }
 
     std::unique_ptr<WindowFixture> _fixture;
     std::shared_ptr<OlvNewsWindowController> _controller;
@@ -70,7 +78,7 @@ private:
 
 void KeysTest::init() {
     _fixture = std::make_unique<WindowFixture>();
-    _controller = _fixture->unshown(WindowFixture::items(2));
+    _controller = _fixture->unshown(WindowFixture::items(3));
     _window = _controller->window();
     QVERIFY(_window);
     _controller->showWindow();
@@ -191,6 +199,76 @@ void KeysTest::winsOverAShortcutOfTheHost() {
     QVERIFY(QTest::qWaitForWindowActive(&host, testPatience));
     QTest::keyClick(host.windowHandle(), Qt::Key_W, Qt::ControlModifier);
     QCOMPARE(taken, 1);
+}
+
+void KeysTest::stepsThroughTheItemsFromEveryControl() {
+    _controller->onOptionsButton();
+    QTRY_VERIFY(_controller->displayContentFrom()->isVisible());
+    const QList<QWidget *> controls{
+        _controller->webView(),           _controller->optionsButton(),
+        _controller->showOnStart(),       _controller->previousItem(),
+        _controller->nextItem(),          _controller->displayContentType(),
+        _controller->displayContentFrom()};
+    for (QWidget *control : controls) {
+        const KeysSeen seen(*control);
+        press(Qt::Key_Right, Qt::AltModifier);
+        QCOMPARE(position(), QStringLiteral("2 / 3"));
+        press(Qt::Key_Left, Qt::AltModifier | Qt::KeypadModifier);
+        QCOMPARE(position(), QStringLiteral("1 / 3"));
+        QCOMPARE(QApplication::focusWidget(), control);
+        QCOMPARE(seen.keys(), QList<int>());
+    }
+    press(Qt::Key_Left, Qt::AltModifier);
+    QCOMPARE(position(), QStringLiteral("3 / 3"));
+    _controller->onOptionsButton();
+    QTRY_VERIFY(_controller->displayContentFrom()->isHidden());
+}
+
+void KeysTest::stepsTheOtherWayFromRightToLeft() {
+    _window->setLayoutDirection(Qt::RightToLeft);
+    press(Qt::Key_Left, Qt::AltModifier);
+    QCOMPARE(position(), QStringLiteral("2 / 3"));
+    press(Qt::Key_Right, Qt::AltModifier);
+    QCOMPARE(position(), QStringLiteral("1 / 3"));
+}
+
+void KeysTest::stepsWithTheseModifiersOnly() {
+    for (const Qt::KeyboardModifiers modifiers :
+         {Qt::KeyboardModifiers(Qt::AltModifier | Qt::ShiftModifier),
+          Qt::KeyboardModifiers(Qt::AltModifier | Qt::ControlModifier),
+          Qt::KeyboardModifiers(Qt::ControlModifier), Qt::KeyboardModifiers(Qt::MetaModifier)})
+        press(Qt::Key_Right, modifiers);
+    press(Qt::Key_Right, {});
+    QCOMPARE(position(), QStringLiteral("1 / 3"));
+}
+
+void KeysTest::doesNotStepWhereOneItemIsAll() {
+    _fixture->serve(WindowFixture::items(1));
+    _controller->newsCache().refresh([](const std::optional<Error> &) {});
+    WindowFixture::settle(*_controller);
+    _controller->configuration().setNewsFilter(NewsFilter::All);
+    _controller->applyFilter();
+    _controller->refreshControls();
+    QCOMPARE(position(), QStringLiteral("1 / 1"));
+    const KeysSeen seen(*_controller->webView());
+    press(Qt::Key_Right, Qt::AltModifier);
+    QCOMPARE(position(), QStringLiteral("1 / 1"));
+    QCOMPARE(seen.keys(), QList<int>());
+}
+
+void KeysTest::keepsWhatIsTypedIntoThePage() {
+    const KeysSeen seen(*_controller->webView());
+    // The page of the text renderer has no fields: pretend that it has one.
+    QWidget *page = _controller->webView()->findChild<QTextBrowser *>();
+    QVERIFY(page);
+    page->setAttribute(Qt::WA_InputMethodEnabled);
+    press(Qt::Key_Right, Qt::AltModifier);
+    press(Qt::Key_Left, Qt::AltModifier);
+    QCOMPARE(position(), QStringLiteral("1 / 3"));
+    QCOMPARE(seen.keys(), QList<int>());
+    _controller->nextItem()->setFocus();
+    press(Qt::Key_Right, Qt::AltModifier);
+    QCOMPARE(position(), QStringLiteral("2 / 3"));
 }
 
 PELORIN_WIDGET_TEST_MAIN(KeysTest)
