@@ -4,6 +4,8 @@
 #include "SpeakAgain.h"
 
 #include <QAccessible>
+#include <QStyle>
+#include <QStyleOptionComboBox>
 
 #include <utility>
 
@@ -22,6 +24,19 @@ FilterMenu::FilterMenu(QWidget *parent) : QComboBox(parent) {
     QAccessible::installFactory(accessibleFor);
     connect(this, &QComboBox::currentTextChanged, this, &FilterMenu::tellText);
     connect(this, &QComboBox::activated, this, [this] { speakAgain(this); });
+}
+
+// Qt's own hint leaves too little room where only the font is enlarged: then the arrow is as well.
+QSize FilterMenu::wideEnough(QSize size) const {
+    int widest = 0;
+    for (int index = 0; index < count(); ++index)
+        widest = qMax(widest, fontMetrics().horizontalAdvance(itemText(index)));
+    QStyleOptionComboBox option;
+    initStyleOption(&option);
+    option.rect = QRect({}, size);
+    const QRect field =
+        style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
+    return size + QSize(qMax(0, widest - field.width()), 0);
 }
 
 void FilterMenu::tellText() {

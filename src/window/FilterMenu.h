@@ -12,8 +12,14 @@ class FilterMenu final : public QComboBox {
 public:
     explicit FilterMenu(QWidget *parent = nullptr);
 
+    [[nodiscard]] QSize sizeHint() const override { return wideEnough(QComboBox::sizeHint()); }
+    [[nodiscard]] QSize minimumSizeHint() const override {
+        return wideEnough(QComboBox::minimumSizeHint());
+    }
+
 private:
     void tellText();
+    [[nodiscard]] QSize wideEnough(QSize size) const;
 
     /// The entry last announced to accessibility clients.
     QString _told;
