@@ -3,6 +3,11 @@
 <TS version="2.1" language="de">
 <context>
     <name></name>
+    <message id="WindowTitle">
+        <extracomment>Title of the news window. Translate “News” unless the language uses the English word; “Pelorin” is a name.</extracomment>
+        <source></source>
+        <translation>Pelorin News</translation>
+    </message>
     <message id="NotificationCenterTitle">
         <extracomment>Title of the desktop notification for a new item; its text is the item's headline.</extracomment>
         <source></source>
@@ -19,17 +24,17 @@
         <translation>Neuigkeit</translation>
     </message>
     <message id="NavigationAccessibilityTitlePrevious">
-        <extracomment>Accessible name of the button; no mnemonic.</extracomment>
+        <extracomment>Accessible name and tool tip of the button; no mnemonic. A tool tip adds the key in brackets.</extracomment>
         <source></source>
         <translation>Vorherige Neuigkeit</translation>
     </message>
     <message id="NavigationAccessibilityTitleNext">
-        <extracomment>Accessible name of the button; no mnemonic.</extracomment>
+        <extracomment>Accessible name and tool tip of the button; no mnemonic. A tool tip adds the key in brackets.</extracomment>
         <source></source>
         <translation>Nächste Neuigkeit</translation>
     </message>
     <message id="SettingsShowOnStartCheckbox">
-        <extracomment>Check box; &amp; marks the mnemonic.</extracomment>
+        <extracomment>Check box; &amp; marks the mnemonic. “Start” is the start of the application.</extracomment>
         <source></source>
         <translation>Neuigkeiten beim &amp;Start anzeigen</translation>
     </message>
@@ -49,10 +54,12 @@
         <translation>A&amp;rt:</translation>
     </message>
     <message id="SettingsDisplayContentTypeAll">
+        <extracomment>Entry of the pop-up SettingsDisplayContentTypeLabel: news of both types.</extracomment>
         <source></source>
         <translation>Alle Neuigkeiten</translation>
     </message>
     <message id="SettingsDisplayContentTypeCritical">
+        <extracomment>Entry of the pop-up SettingsDisplayContentTypeLabel: only news that readers must not miss, such as a security update.</extracomment>
         <source></source>
         <translation>Nur kritische</translation>
     </message>
@@ -62,14 +69,17 @@
         <translation>An&amp;zeigen:</translation>
     </message>
     <message id="SettingsDisplayContentUnread">
+        <extracomment>Entry of the pop-up SettingsDisplayContentFromLabel: news not seen before.</extracomment>
         <source></source>
         <translation>Ungelesene</translation>
     </message>
     <message id="SettingsDisplayContentRecent">
+        <extracomment>Entry of the pop-up SettingsDisplayContentFromLabel: news of the last 30 days, read or not.</extracomment>
         <source></source>
         <translation>Letzte 30 Tage</translation>
     </message>
     <message id="SettingsDisplayContentAll">
+        <extracomment>Entry of the pop-up SettingsDisplayContentFromLabel: all news, read or not, however old.</extracomment>
         <source></source>
         <translation>Alle</translation>
     </message>
@@ -79,12 +89,12 @@
         <translation>Zu Ihrer Auswahl gibt es keine Neuigkeiten.</translation>
     </message>
     <message id="StatusNothingFoundRecent">
-        <extracomment>Page, as above. Names SettingsShowOptions and SettingsDisplayContentAll as they are called.</extracomment>
+        <extracomment>Page, as above. Names SettingsShowOptions and SettingsDisplayContentAll as they are called, in the quotation marks of the language.</extracomment>
         <source></source>
         <translation>Zu Ihrer Auswahl gibt es keine Neuigkeiten aus den letzten 30 Tagen. Ältere Neuigkeiten: „Optionen einblenden“, dann „Alle“.</translation>
     </message>
     <message id="StatusNothingFoundUnread">
-        <extracomment>Page, as above. Names SettingsShowOptions and SettingsDisplayContentAll as they are called.</extracomment>
+        <extracomment>Page, as above. Names SettingsShowOptions and SettingsDisplayContentAll as they are called, in the quotation marks of the language.</extracomment>
         <source></source>
         <translation>Es gibt keine ungelesenen Neuigkeiten. Ältere Neuigkeiten: „Optionen einblenden“, dann „Alle“.</translation>
     </message>

@@ -3,6 +3,7 @@
 #include "PreferredLanguages.h"
 
 #include <QFile>
+#include <QLocale>
 #include <QTranslator>
 
 namespace pelorinnews {
@@ -10,18 +11,30 @@ namespace pelorinnews {
 /// One language's file, read into memory and not mapped: if the file is replaced while the host
 /// runs, the translator's data stays valid.
 struct OlvLocalization::Table {
-    explicit Table(QByteArray contents) : bytes(std::move(contents)) {
+    Table(QString itsLanguage, QByteArray contents)
+        : language(std::move(itsLanguage)), bytes(std::move(contents)) {
         constexpr qsizetype maxBytes = 1 << 24;
         if (bytes.size() < maxBytes)
             static_cast<void>(translator.load(reinterpret_cast<const uchar *>(bytes.constData()),
                                               static_cast<int>(bytes.size())));
     }
 
+    QString language;
     QByteArray bytes;
     QTranslator translator;
 };
 
 namespace {
+
+/// The language of `tag` with the script in which its readers write: "zh-Hant" for "zh-TW". Empty
+/// for an unknown language.
+QString withScript(const QString &tag) {
+    const QLocale locale(tag);
+    const QString script = QLocale::scriptToCode(locale.script());
+    return locale.language() == QLocale::C || script.isEmpty()
+               ? QString()
+               : tag.section(QLatin1Char('-'), 0, 0) + QLatin1Char('-') + script;
+}
 
 /// Each of `languages` followed by its more general forms, then English; without duplicates.
 QStringList withFallbacks(const QStringList &languages) {
@@ -32,8 +45,12 @@ QStringList withFallbacks(const QStringList &languages) {
     };
     for (QString language : languages) {
         language.replace(QLatin1Char('_'), QLatin1Char('-'));
-        for (; !language.isEmpty(); language.truncate(language.lastIndexOf(QLatin1Char('-'))))
+        const QString scripted = withScript(language);
+        for (; !language.isEmpty(); language.truncate(language.lastIndexOf(QLatin1Char('-')))) {
+            if (!language.contains(QLatin1Char('-')))
+                add(scripted);
             add(language);
+        }
     }
     add(QStringLiteral("en"));
     return all;
@@ -65,7 +82,7 @@ void OlvLocalization::load() {
             QFile file(_folder + QLatin1Char('/') + _table + QLatin1Char('_') + language +
                        QStringLiteral(".qm"));
             if (file.open(QIODevice::ReadOnly))
-                tables->push_back(std::make_unique<const Table>(file.readAll()));
+                tables->push_back(std::make_unique<const Table>(language, file.readAll()));
         }
     }
     _tables.set(std::move(tables));
@@ -82,6 +99,17 @@ QString OlvLocalization::stringForKey(const QString &key) const {
             return text;
     }
     return key;
+}
+
+QString OlvLocalization::language() const {
+    const std::shared_ptr<const Tables> tables = _tables.get();
+    if (!tables)
+        return {};
+    for (const std::unique_ptr<const Table> &table : *tables) {
+        if (!table->translator.isEmpty())
+            return table->language;
+    }
+    return {};
 }
 
 }  // namespace pelorinnews

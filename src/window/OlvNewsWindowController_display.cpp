@@ -9,6 +9,8 @@
 #include <QAbstractItemView>
 #include <QDesktopServices>
 #include <QKeySequence>
+#include <QLocale>
+#include <QRegularExpression>
 #include <QSignalBlocker>
 #include <QStandardItemModel>
 
@@ -25,9 +27,21 @@ void addEntry(QComboBox &menu, const QString &title, Filter value) {
         entries->appendRow(new Entry(title, value));
 }
 
-// Sets the accessible name of a menu's pop-up list to the text of the label beside the menu.
+// Sets a text with a mnemonic. Qt measures such a text as a whole and draws it in pieces, without
+// kerning between them: with kerning elsewhere, the text may be drawn wider than the control is.
+template <class Control>
+void setMnemonicText(Control &control, const QString &text) {
+    QFont font = control.font();
+    font.setKerning(false);
+    control.setFont(font);
+    control.setText(text);
+}
+
+// Sets the accessible name of a menu's pop-up list to the text of the label beside the menu,
+// without the mnemonic: "S&how:", or "表示(&H):" in a language that is typed by an input method.
 void nameList(QComboBox &menu, QString label) {
-    menu.view()->setAccessibleName(label.remove(QLatin1Char('&')));
+    static const QRegularExpression mnemonic(QStringLiteral("\\(&\\w\\)|&"));
+    menu.view()->setAccessibleName(label.remove(mnemonic));
 }
 
 // Selects the first entry whose value is `setting`, or no entry if there is none.
@@ -69,6 +83,14 @@ void nameArrow(QAbstractButton *button, const QString &name) {
     button->setToolTip(arrowTip(*button, name));
 }
 
+// A status text as a page. In a page that does not say its direction, the engine writes from left
+// to right.
+QString statusPage(const QString &text, Qt::LayoutDirection direction) {
+    return direction == Qt::RightToLeft
+               ? QStringLiteral("<div dir=\"rtl\">") + text + QStringLiteral("</div>")
+               : text;
+}
+
 }  // namespace
 
 QString OlvNewsWindowController::localized(const char *key) const {
@@ -81,6 +103,11 @@ void OlvNewsWindowController::setAccessibilityValue(const QString &text) {
 }
 
 void OlvNewsWindowController::initializeControls() {
+    if (_loadedWindow) {
+        // The language of the texts may be written in another direction than the host's.
+        _loadedWindow->setLayoutDirection(QLocale(_localization->language()).textDirection());
+        _loadedWindow->setWindowTitle(localized("WindowTitle"));
+    }
     if (_webView) {
         _webView->setStandardFontFamily(QLatin1String(standardFontFamily));
         _webView->loadHtmlString(QLatin1String(loadingPage), PageKind::Status);
@@ -90,11 +117,11 @@ void OlvNewsWindowController::initializeControls() {
         setAccessibilityValue(localized("WebViewAccessibilityTitle"));
     if (_showOnStart) {
         const QSignalBlocker noAction(_showOnStart);
-        _showOnStart->setText(localized("SettingsShowOnStartCheckbox"));
+        setMnemonicText(*_showOnStart, localized("SettingsShowOnStartCheckbox"));
         _showOnStart->setChecked(_configuration->showOnStart());
     }
     if (_displayContentTypeLabel)
-        _displayContentTypeLabel->setText(localized("SettingsDisplayContentTypeLabel"));
+        setMnemonicText(*_displayContentTypeLabel, localized("SettingsDisplayContentTypeLabel"));
     if (_displayContentType) {
         nameList(*_displayContentType, localized("SettingsDisplayContentTypeLabel"));
         using Entry = OlvNewsTypeFilterMenuItem;
@@ -105,7 +132,7 @@ void OlvNewsWindowController::initializeControls() {
         selectEntry(*_displayContentType, _configuration->newsTypeFilter(), &Entry::newsTypeFilter);
     }
     if (_displayContentFromLabel)
-        _displayContentFromLabel->setText(localized("SettingsDisplayContentFromLabel"));
+        setMnemonicText(*_displayContentFromLabel, localized("SettingsDisplayContentFromLabel"));
     if (_displayContentFrom) {
         nameList(*_displayContentFrom, localized("SettingsDisplayContentFromLabel"));
         using Entry = OlvNewsFilterMenuItem;
@@ -163,7 +190,8 @@ void OlvNewsWindowController::displayItemAtCurrentIndex() {
         spoken = item->plainTextContent();
         position = QStringLiteral("%1 / %2").arg(_currentIndex + 1).arg(_newsCache->count());
     } else if (const QString key = statusKey(); !key.isNull()) {
-        page = spoken = _localization->stringForKey(key);
+        spoken = _localization->stringForKey(key);
+        page = statusPage(spoken, _webView ? _webView->layoutDirection() : Qt::LeftToRight);
     }
     if (_itemIndicator)
         _itemIndicator->setText(position);

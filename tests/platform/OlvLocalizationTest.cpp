@@ -1,8 +1,10 @@
 #include "TestMain.h"
 #include "platform/OlvLocalization.h"
 
+#include <QDirIterator>
 #include <QRegularExpression>
 #include <QTranslator>
+#include <QXmlStreamReader>
 
 #include <atomic>
 #include <thread>
@@ -13,8 +15,13 @@ using namespace pelorinnews;
 namespace {
 
 const auto tables = QStringLiteral(PELORIN_APP_DIR "/share/pelorin-news");
+const auto sources = QStringLiteral(PELORIN_TEST_DATA "/../..");
+const QStringList allLanguages{"ar", "cs", "de", "en", "es", "fr", "it",
+                               "ja", "ko", "nl", "pl", "pt", "ru", "zh-Hans"};
 const auto probe = QStringLiteral("SettingsDisplayContentRecent");
 const auto english = QStringLiteral("Last 30 days");
+const auto portuguese = QStringLiteral("Últimos 30 dias");
+const auto simplifiedChinese = QStringLiteral("最近 30 天");
 const auto german = QStringLiteral("Letzte 30 Tage");
 
 const QStringList pages{"StatusNothingFound", "StatusNothingFoundRecent",
@@ -25,9 +32,13 @@ const QStringList accessibleNames{
     "NavigationAccessibilityTitleNext", "SettingsShowOptions", "SettingsHideOptions"};
 const QStringList withMnemonic{"SettingsShowOnStartCheckbox", "SettingsDisplayContentTypeLabel",
                                "SettingsDisplayContentFromLabel"};
-const QStringList plain{"NotificationCenterTitle",       "NotificationCenterOpen",
-                        "SettingsDisplayContentTypeAll", "SettingsDisplayContentTypeCritical",
-                        "SettingsDisplayContentUnread",  "SettingsDisplayContentRecent",
+const QStringList plain{"WindowTitle",
+                        "NotificationCenterTitle",
+                        "NotificationCenterOpen",
+                        "SettingsDisplayContentTypeAll",
+                        "SettingsDisplayContentTypeCritical",
+                        "SettingsDisplayContentUnread",
+                        "SettingsDisplayContentRecent",
                         "SettingsDisplayContentAll"};
 const QStringList allKeys = pages + accessibleNames + withMnemonic + plain;
 
@@ -36,6 +47,57 @@ std::unique_ptr<OlvLocalization> localization(const QStringList &languages) {
     made->setBundle(tables);
     made->setTable(QStringLiteral("Localizable"));
     return made;
+}
+
+/// One message of a translator file.
+struct Message {
+    QString key;
+    QString comment;
+    QString text;
+    /// Neither "unfinished" nor "obsolete".
+    bool isFinished = false;
+};
+
+QList<Message> messages(const QString &language) {
+    QFile file(sources + QStringLiteral("/resources/Localizable_%1.ts").arg(language));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QXmlStreamReader reader(&file);
+    QList<Message> found;
+    while (!reader.atEnd()) {
+        if (reader.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        const QXmlStreamAttributes attributes = reader.attributes();
+        if (reader.name() == u"message") {
+            found.append({attributes.value(QStringLiteral("id")).toString(), {}, {}, false});
+        } else if (reader.name() == u"extracomment" && !found.isEmpty()) {
+            found.last().comment = reader.readElementText();
+        } else if (reader.name() == u"translation" && !found.isEmpty()) {
+            found.last().isFinished = !attributes.hasAttribute(QStringLiteral("type"));
+            found.last().text = reader.readElementText();
+        }
+    }
+    return reader.hasError() ? QList<Message>() : found;
+}
+
+QStringList keysOf(const QList<Message> &messages) {
+    QStringList keys;
+    for (const Message &message : messages)
+        keys.append(message.key);
+    return keys;
+}
+
+/// Everything that the module's source files say.
+QString sourceText() {
+    QString text;
+    QDirIterator files(sources + QStringLiteral("/src"), {QStringLiteral("*.cpp")}, QDir::Files,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        QFile file(files.next());
+        if (file.open(QIODevice::ReadOnly))
+            text += QString::fromUtf8(file.readAll());
+    }
+    return text;
 }
 
 /// The text for `key` in the file of `language` alone.
@@ -48,8 +110,8 @@ QString ownText(const QString &language, const QString &key) {
 
 void addLanguages() {
     QTest::addColumn<QString>("language");
-    QTest::newRow("English") << "en";
-    QTest::newRow("German") << "de";
+    for (const QString &language : allLanguages)
+        QTest::newRow(qPrintable(language)) << language;
 }
 
 }  // namespace
@@ -58,10 +120,47 @@ class OlvLocalizationTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void everyTranslatorFileIsCompiled() {
+        QStringList files;
+        QStringList compiled;
+        for (const QString &language : allLanguages) {
+            files.append(QStringLiteral("Localizable_%1.ts").arg(language));
+            compiled.append(QStringLiteral("Localizable_%1.qm").arg(language));
+        }
+        QCOMPARE(QDir(sources + "/resources").entryList({"Localizable_*.ts"}), files);
+        QCOMPARE(QDir(tables).entryList({"Localizable_*.qm"}), compiled);
+    }
+
+    void noKeyIsMissingOrLeftOver_data() { addLanguages(); }
+    void noKeyIsMissingOrLeftOver() {
+        QFETCH(QString, language);
+        const QList<Message> its = messages(language);
+        const QList<Message> english = messages("en");
+        QCOMPARE(keysOf(its), keysOf(english));
+        for (qsizetype index = 0; index < its.size(); ++index) {
+            const std::string key = its[index].key.toStdString();
+            QVERIFY2(its[index].isFinished, key.c_str());
+            QVERIFY2(!its[index].text.trimmed().isEmpty(), key.c_str());
+            QVERIFY2(!its[index].comment.trimmed().isEmpty(), key.c_str());
+            QCOMPARE(its[index].comment, english[index].comment);
+        }
+    }
+
+    void theModuleAsksForEveryKey() {
+        QStringList keys = keysOf(messages("en"));
+        const QString code = sourceText();
+        for (const QString &key : keys)
+            QVERIFY2(code.contains(u'"' + key + u'"'), qPrintable(key));
+        QStringList known = allKeys;
+        keys.sort();
+        known.sort();
+        QCOMPARE(keys, known);
+    }
+
     void everyKeyHasATextOfItsOwn_data() { addLanguages(); }
     void everyKeyHasATextOfItsOwn() {
         QFETCH(QString, language);
-        QCOMPARE(allKeys.size(), 20);
+        QCOMPARE(allKeys.size(), 21);
         const auto texts = localization({language});
         for (const QString &key : allKeys) {
             const QString text = ownText(language, key);
@@ -73,7 +172,8 @@ private Q_SLOTS:
     void onlyControlsWithABuddyHaveAMnemonicAndEachHasItsOwn_data() { addLanguages(); }
     void onlyControlsWithABuddyHaveAMnemonicAndEachHasItsOwn() {
         QFETCH(QString, language);
-        static const QRegularExpression mnemonic(QStringLiteral("&(\\w)"));
+        static const QRegularExpression mnemonic(QStringLiteral("&(\\w)"),
+                                                 QRegularExpression::UseUnicodePropertiesOption);
         QStringList letters;
         for (const QString &key : withMnemonic)
             letters.append(mnemonic.match(ownText(language, key)).captured(1).toUpper());
@@ -81,6 +181,23 @@ private Q_SLOTS:
         QCOMPARE(letters.removeDuplicates(), 0);
         for (const QString &key : accessibleNames + plain)
             QVERIFY2(!ownText(language, key).contains(u'&'), qPrintable(key));
+    }
+
+    // Qt draws the letter with the mnemonic apart from the rest: a cursive script breaks there, and
+    // its text becomes wider than the control.
+    void mnemonicsDoNotBreakCursiveText_data() { addLanguages(); }
+    void mnemonicsDoNotBreakCursiveText() {
+        QFETCH(QString, language);
+        const auto joinsTheNext = [](QChar letter) {
+            return letter.joiningType() == QChar::Joining_Dual;
+        };
+        for (const QString &key : withMnemonic) {
+            const QString text = u' ' + ownText(language, key) + u' ';
+            const qsizetype mark = text.indexOf(u'&');
+            const QChar letter = text.at(mark + 1);
+            QVERIFY2(!joinsTheNext(text.at(mark - 1)), qPrintable(key));
+            QVERIFY2(!joinsTheNext(letter) || !text.at(mark + 2).isLetter(), qPrintable(key));
+        }
     }
 
     // These two pages stay on the screen until the window is closed, even if the download ends
@@ -120,7 +237,8 @@ private Q_SLOTS:
         QFETCH(QString, language);
         const QStringList names{ownText(language, "SettingsShowOptions"),
                                 ownText(language, "SettingsDisplayContentAll")};
-        static const QRegularExpression quoted(QStringLiteral("[“„]([^“”]+)[“”]"));
+        static const QRegularExpression quoted(
+            QStringLiteral("(?:[“„‘「]|«\u00a0?)([^“”‘’「」«»\u00a0]+)(?:[“”’」]|\u00a0?»)"));
         for (const QString &key : {QStringLiteral("StatusNothingFoundRecent"),
                                    QStringLiteral("StatusNothingFoundUnread")}) {
             QStringList named;
@@ -145,6 +263,15 @@ private Q_SLOTS:
         QTest::newRow("empty") << QStringList{""} << english;
         QTest::newRow("only a hyphen") << QStringList{"-"} << english;
         QTest::newRow("a folder elsewhere") << QStringList{"../../x"} << english;
+        QTest::newRow("Chinese") << QStringList{"zh"} << simplifiedChinese;
+        QTest::newRow("China") << QStringList{"zh-CN"} << simplifiedChinese;
+        QTest::newRow("Singapore") << QStringList{"zh_SG"} << simplifiedChinese;
+        QTest::newRow("simplified in Hong Kong") << QStringList{"zh-Hans-HK"} << simplifiedChinese;
+        QTest::newRow("Taiwan") << QStringList{"zh-TW"} << english;
+        QTest::newRow("traditional") << QStringList{"zh-Hant"} << english;
+        QTest::newRow("traditional before German") << QStringList{"zh-TW", "de"} << german;
+        QTest::newRow("Brazil") << QStringList{"pt-BR"} << portuguese;
+        QTest::newRow("Portugal") << QStringList{"pt-PT"} << portuguese;
         QTest::newRow("C") << QStringList{"C"} << english;
     }
     void theLanguagesAreAskedInTheUsersOrder() {
@@ -177,6 +304,22 @@ private Q_SLOTS:
         QCOMPARE(texts.stringForKey(probe), probe);
     }
 
+    void tellsTheLanguageOfTheTexts_data() {
+        QTest::addColumn<QStringList>("languages");
+        QTest::addColumn<QString>("language");
+        QTest::newRow("the first") << QStringList{"ar-EG", "de"} << "ar";
+        QTest::newRow("the first that is there") << QStringList{"he", "zh-CN"} << "zh-Hans";
+        QTest::newRow("none of them") << QStringList{"he"} << "en";
+    }
+    void tellsTheLanguageOfTheTexts() {
+        QFETCH(QStringList, languages);
+        const auto texts = localization(languages);
+        QTEST(texts->language(), "language");
+        texts->setBundle("/no/such/folder");
+        QVERIFY(texts->language().isNull());
+        QVERIFY(OlvLocalization(languages).language().isNull());
+    }
+
     void aDamagedTableHasNoTexts() {
         const QTemporaryDir folder;
         QVERIFY(QFile::copy(tables + "/Localizable_en.qm", folder.filePath("Localizable_en.qm")));
@@ -193,6 +336,7 @@ private Q_SLOTS:
             texts.setBundle(folder.path());
             texts.setTable("Localizable");
             QCOMPARE(texts.stringForKey(probe), english);
+            QCOMPARE(texts.language(), "en");
         }
     }
 

@@ -1,0 +1,112 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="nl">
+<context>
+    <name></name>
+    <message id="WindowTitle">
+        <extracomment>Title of the news window. Translate “News” unless the language uses the English word; “Pelorin” is a name.</extracomment>
+        <source></source>
+        <translation>Pelorin-nieuws</translation>
+    </message>
+    <message id="NotificationCenterTitle">
+        <extracomment>Title of the desktop notification for a new item; its text is the item's headline.</extracomment>
+        <source></source>
+        <translation>Nieuws van Pelorin</translation>
+    </message>
+    <message id="NotificationCenterOpen">
+        <extracomment>Button of a desktop notification, on desktops that show one; opens the news window. No mnemonic.</extracomment>
+        <source></source>
+        <translation>Openen</translation>
+    </message>
+    <message id="WebViewAccessibilityTitle">
+        <extracomment>What a screen reader says for the page when items are not to be read aloud.</extracomment>
+        <source></source>
+        <translation>Nieuwsbericht</translation>
+    </message>
+    <message id="NavigationAccessibilityTitlePrevious">
+        <extracomment>Accessible name and tool tip of the button; no mnemonic. A tool tip adds the key in brackets.</extracomment>
+        <source></source>
+        <translation>Vorig nieuwsbericht</translation>
+    </message>
+    <message id="NavigationAccessibilityTitleNext">
+        <extracomment>Accessible name and tool tip of the button; no mnemonic. A tool tip adds the key in brackets.</extracomment>
+        <source></source>
+        <translation>Volgend nieuwsbericht</translation>
+    </message>
+    <message id="SettingsShowOnStartCheckbox">
+        <extracomment>Check box; &amp; marks the mnemonic. “Start” is the start of the application.</extracomment>
+        <source></source>
+        <translation>Nieuws bij opstarten &amp;tonen</translation>
+    </message>
+    <message id="SettingsShowOptions">
+        <extracomment>Beside the disclosure button while the options are folded, and its accessible name; no mnemonic.</extracomment>
+        <source></source>
+        <translation>Opties tonen</translation>
+    </message>
+    <message id="SettingsHideOptions">
+        <extracomment>Beside the disclosure button while the options are open, and its accessible name; no mnemonic.</extracomment>
+        <source></source>
+        <translation>Opties verbergen</translation>
+    </message>
+    <message id="SettingsDisplayContentTypeLabel">
+        <extracomment>Label of the pop-up with the two entries below; &amp; marks the mnemonic.</extracomment>
+        <source></source>
+        <translation>T&amp;ype:</translation>
+    </message>
+    <message id="SettingsDisplayContentTypeAll">
+        <extracomment>Entry of the pop-up SettingsDisplayContentTypeLabel: news of both types.</extracomment>
+        <source></source>
+        <translation>Alle berichten</translation>
+    </message>
+    <message id="SettingsDisplayContentTypeCritical">
+        <extracomment>Entry of the pop-up SettingsDisplayContentTypeLabel: only news that readers must not miss, such as a security update.</extracomment>
+        <source></source>
+        <translation>Alleen kritieke</translation>
+    </message>
+    <message id="SettingsDisplayContentFromLabel">
+        <extracomment>Label of the pop-up with the three entries below; &amp; marks the mnemonic.</extracomment>
+        <source></source>
+        <translation>T&amp;onen:</translation>
+    </message>
+    <message id="SettingsDisplayContentUnread">
+        <extracomment>Entry of the pop-up SettingsDisplayContentFromLabel: news not seen before.</extracomment>
+        <source></source>
+        <translation>Ongelezen</translation>
+    </message>
+    <message id="SettingsDisplayContentRecent">
+        <extracomment>Entry of the pop-up SettingsDisplayContentFromLabel: news of the last 30 days, read or not.</extracomment>
+        <source></source>
+        <translation>Laatste 30 dagen</translation>
+    </message>
+    <message id="SettingsDisplayContentAll">
+        <extracomment>Entry of the pop-up SettingsDisplayContentFromLabel: all news, read or not, however old.</extracomment>
+        <source></source>
+        <translation>Alle</translation>
+    </message>
+    <message id="StatusNothingFound">
+        <extracomment>Page, loaded as HTML and read aloud as it stands: escape what HTML needs escaped, no markup.</extracomment>
+        <source></source>
+        <translation>Er zijn geen berichten die aan uw selectie voldoen.</translation>
+    </message>
+    <message id="StatusNothingFoundRecent">
+        <extracomment>Page, as above. Names SettingsShowOptions and SettingsDisplayContentAll as they are called, in the quotation marks of the language.</extracomment>
+        <source></source>
+        <translation>Er zijn geen berichten uit de laatste 30 dagen die aan uw selectie voldoen. Oudere berichten: ‘Opties tonen’, daarna ‘Alle’.</translation>
+    </message>
+    <message id="StatusNothingFoundUnread">
+        <extracomment>Page, as above. Names SettingsShowOptions and SettingsDisplayContentAll as they are called, in the quotation marks of the language.</extracomment>
+        <source></source>
+        <translation>Er zijn geen ongelezen berichten. Oudere berichten: ‘Opties tonen’, daarna ‘Alle’.</translation>
+    </message>
+    <message id="StatusRetrievingContent">
+        <extracomment>Page, as above. It may stay after the download has ended: say only what is true then, too.</extracomment>
+        <source></source>
+        <translation>Er zijn hier nog geen berichten. Ze werden opgehaald toen deze pagina verscheen; sluit dit venster en open het zo meteen opnieuw.</translation>
+    </message>
+    <message id="StatusErrorRetrievingContent">
+        <extracomment>Page, as above, for a download that failed, a feed that cannot be read and one without items: name no cause. It stays while the window is open.</extracomment>
+        <source></source>
+        <translation>Er zijn hier nog geen berichten. Zolang dit venster gesloten is, worden ze van tijd tot tijd opnieuw opgehaald; sluit het en kijk later nog eens.</translation>
+    </message>
+</context>
+</TS>
