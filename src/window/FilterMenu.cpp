@@ -4,8 +4,11 @@
 #include "SpeakAgain.h"
 
 #include <QAccessible>
+#include <QEvent>
+#include <QGuiApplication>
 #include <QStyle>
 #include <QStyleOptionComboBox>
+#include <QStyledItemDelegate>
 
 #include <utility>
 
@@ -17,6 +20,18 @@ QAccessibleInterface *accessibleFor(const QString &, QObject *object) {
     auto *const menu = qobject_cast<FilterMenu *>(object);
     return menu ? new FilterMenuAccessible(menu) : nullptr;
 }
+
+// Qt's own delegate aligns a list's entries in the direction of the application, not of the menu.
+class EntryDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    // The rows of the other delegate are as high.
+    [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem &option,
+                                 const QModelIndex &index) const override {
+        return QStyledItemDelegate::sizeHint(option, index) + QSize(0, 8);
+    }
+};
 
 }  // namespace
 
@@ -37,6 +52,13 @@ QSize FilterMenu::wideEnough(QSize size) const {
     const QRect field =
         style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
     return size + QSize(qMax(0, widest - field.width()), 0);
+}
+
+void FilterMenu::changeEvent(QEvent *event) {
+    QComboBox::changeEvent(event);
+    if (event->type() == QEvent::LayoutDirectionChange &&
+        layoutDirection() != QGuiApplication::layoutDirection())
+        setItemDelegate(new EntryDelegate(this));
 }
 
 void FilterMenu::tellText() {

@@ -17,6 +17,9 @@ public:
         return wideEnough(QComboBox::minimumSizeHint());
     }
 
+protected:
+    void changeEvent(QEvent *event) override;
+
 private:
     void tellText();
     [[nodiscard]] QSize wideEnough(QSize size) const;

@@ -37,6 +37,19 @@ int widestEntry(const QComboBox &menu) {
     return width;
 }
 
+// The first column from the left that is not empty. The left edge is left out: it may have a frame.
+int firstDrawnColumn(const QImage &image) {
+    constexpr int edge = 3;
+    const QRgb background = image.pixel(edge, image.height() / 2);
+    for (int column = edge; column < image.width(); ++column) {
+        for (int line = edge; line < image.height() - edge; ++line) {
+            if (image.pixel(column, line) != background)
+                return column;
+        }
+    }
+    return image.width();
+}
+
 // The width of a text as Qt draws it: in pieces, if it has a mnemonic.
 int drawnWidth(const QFont &font, const QString &text) {
     const QFontMetricsF metrics(font);
@@ -169,11 +182,16 @@ void LanguagesTest::arabicIsWrittenFromRightToLeft() {
     QCOMPARE(controller->webView()->ownValue(), text);
     // A menu's list is a window of its own.
     QComboBox *menu = controller->displayContentFrom();
+    menu->setCurrentIndex(0);
     controller->onOptionsButton();
     QTRY_VERIFY(menu->isVisible());
     menu->showPopup();
     QTRY_VERIFY(QApplication::activePopupWidget());
     QCOMPARE(menu->view()->layoutDirection(), Qt::RightToLeft);
+    // The shortest entry is at the right edge of its row.
+    const QRect row = menu->view()->visualRect(menu->model()->index(2, 0));
+    const QImage drawn = menu->view()->viewport()->grab(row).toImage();
+    QVERIFY(firstDrawnColumn(drawn) > drawn.width() / 2);
     menu->hidePopup();
     controller->onOptionsButton();
     QTRY_VERIFY(menu->isHidden());
