@@ -16,8 +16,6 @@ namespace pelorinnews::test {
 
 namespace {
 
-bool mayMount = false;
-
 void write(const QString &path, const QByteArray &text, mode_t mode) {
     QVERIFY(QDir().mkpath(QFileInfo(path).path()));
     QFile file(path);
@@ -80,7 +78,7 @@ private:
 };
 
 void InstalledApplicationTest::initTestCase() {
-    if (!mayMount)
+    if (!Mounts::arePermitted())
         QSKIP("mounting is not permitted here");
 }
 
@@ -190,7 +188,7 @@ void InstalledApplicationTest::countsAnAppImage() {
 int main(int argc, char *argv[]) {
     if (argc > 1 && qstrcmp(argv[1], "--report") == 0)
         return pelorinnews::test::reportResults(argc, argv);
-    pelorinnews::test::mayMount = pelorinnews::test::Mounts::enterNameSpace();
+    pelorinnews::test::Mounts::enterNamespace();
     const pelorinnews::test::TestHome home;
     const QCoreApplication application(argc, argv);
     pelorinnews::test::InstalledApplicationTest test;

@@ -1,5 +1,4 @@
-#include "Mounts.h"
-#include "TestMain.h"
+#include "MountTestMain.h"
 #include "WatchedQuery.h"
 
 #include <QDir>
@@ -12,7 +11,6 @@
 namespace pelorinnews::test {
 
 namespace {
-bool mayMount = false;
 const QString name = QStringLiteral("Pelorin.app");
 }  // namespace
 
@@ -56,7 +54,7 @@ private:
     QTRY_COMPARE((watched).gathered, 1)
 
 void MetadataQueryMountTest::initTestCase() {
-    if (!mayMount)
+    if (!Mounts::arePermitted())
         QSKIP("mounting is not permitted here");
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
 }
@@ -148,12 +146,5 @@ void MetadataQueryMountTest::searchesTheWholeComputersDisks() {
 
 }  // namespace pelorinnews::test
 
-int main(int argc, char *argv[]) {
-    // Call this before any other thread starts: such a thread would keep the old mount namespace.
-    pelorinnews::test::mayMount = pelorinnews::test::Mounts::enterNameSpace();
-    const pelorinnews::test::TestHome home;
-    const QCoreApplication application(argc, argv);
-    pelorinnews::test::MetadataQueryMountTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+PELORIN_MOUNT_TEST_MAIN(pelorinnews::test::MetadataQueryMountTest)
 #include "MetadataQueryMountTest.moc"

@@ -24,11 +24,13 @@ public:
     Mounts &operator=(const Mounts &) = delete;
 
     /// Gives this process its own mount namespace. Call it first in `main`: it affects only the
-    /// calling thread and the threads that are started later. False if mounting is not permitted.
-    static bool enterNameSpace() {
-        return ::unshare(CLONE_NEWNS) == 0 &&
-               ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    /// calling thread and the threads that are started later.
+    static void enterNamespace() {
+        _arePermitted = ::unshare(CLONE_NEWNS) == 0 &&
+                        ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
     }
+    /// Whether `enterNamespace` was called and mounting is permitted.
+    [[nodiscard]] static bool arePermitted() { return _arePermitted; }
 
     [[nodiscard]] bool bind(const QString &from, const QString &to) {
         return mount(from, to, nullptr, MS_BIND, {});
@@ -87,6 +89,7 @@ private:
         return true;
     }
 
+    static inline bool _arePermitted = false;
     std::vector<QByteArray> _points;
     std::vector<std::unique_ptr<QProcess>> _mirrors;
 };

@@ -1,14 +1,12 @@
 // Tests a home folder on file systems that are not local disks: a real FUSE mount and a real
 // overlay. The test finder.search_scope covers others with made-up mount tables.
 
-#include "Mounts.h"
+#include "MountTestMain.h"
 #include "SearchThreads.h"
-#include "TestHome.h"
 #include "finder/MetadataQueryCenter.h"
 #include "finder/OlvPelorinFinder.h"
 #include "platform/FilePaths.h"
 
-#include <QCoreApplication>
 #include <QDir>
 
 #include <sys/stat.h>
@@ -16,8 +14,6 @@
 namespace pelorinnews::test {
 
 namespace {
-
-bool mayMount = false;
 
 /// Whether this process watches `folder` with inotify.
 bool watches(const QString &folder) {
@@ -75,7 +71,7 @@ private:
 };
 
 void RemoteHomeTest::initTestCase() {
-    if (!mayMount)
+    if (!Mounts::arePermitted())
         QSKIP("mounting is not permitted here");
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
     _home = qgetenv("HOME");
@@ -179,12 +175,5 @@ void RemoteHomeTest::staysPendingWhereItIsTooBigUnlessTwoAreFound() {
 
 }  // namespace pelorinnews::test
 
-int main(int argc, char *argv[]) {
-    // Call this before any other thread starts: such a thread would keep the old mount namespace.
-    pelorinnews::test::mayMount = pelorinnews::test::Mounts::enterNameSpace();
-    const pelorinnews::test::TestHome home;
-    const QCoreApplication application(argc, argv);
-    pelorinnews::test::RemoteHomeTest test;
-    return QTest::qExec(&test, argc, argv);
-}
+PELORIN_MOUNT_TEST_MAIN(pelorinnews::test::RemoteHomeTest)
 #include "RemoteHomeTest.moc"
