@@ -1,8 +1,6 @@
 // README's example program, built and laid out as README describes.
 
-#include "FeedItem.h"
-#include "FeedServer.h"
-#include "FeedTemplate.h"
+#include "OneItemFeed.h"
 #include "Program.h"
 #include "Screen.h"
 #include "TestMain.h"
@@ -92,10 +90,7 @@ void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed() {
     copy(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin"), at("lib/pelorin"));
     copy(QStringLiteral(PELORIN_APP_DIR "/share/pelorin-news"), at("share/pelorin-news"));
     QVERIFY(_server.start());
-    FeedReply reply;
-    reply.body =
-        FeedTemplate::render(oneItemFeed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
-    _server.setReply(reply);
+    serveOneItemFeed(_server);
     start(wrapper);
     QVERIFY(_server.waitForRequests(1, std::chrono::milliseconds(testPatience)));
     // The panel opens its news window by itself.

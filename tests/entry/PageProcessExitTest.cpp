@@ -1,12 +1,9 @@
 // A host that ends the panel at any moment of the page process's life: nothing of it stays.
 
-#include "FeedItem.h"
-#include "FeedServer.h"
-#include "FeedTemplate.h"
 #include "LoadedModule.h"
+#include "OneItemFeed.h"
 #include "TestMain.h"
 
-#include <QDateTime>
 #include <QDir>
 #include <QScopeGuard>
 #include <QSet>
@@ -68,10 +65,7 @@ private:
 
 void PageProcessExitTest::initTestCase() {
     QVERIFY(_server.start());
-    FeedReply reply;
-    reply.body =
-        FeedTemplate::render(oneItemFeed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
-    _server.setReply(reply);
+    serveOneItemFeed(_server);
     preferFeed(_server.feedAddress());
 }
 

@@ -1,13 +1,10 @@
 // A host that destroys its application object and creates another one, with the shipped module.
 
-#include "FeedItem.h"
-#include "FeedServer.h"
-#include "FeedTemplate.h"
 #include "LoadedModule.h"
+#include "OneItemFeed.h"
 #include "TestHome.h"
 
 #include <QAccessible>
-#include <QDateTime>
 #include <QTest>
 #include <QTextBrowser>
 
@@ -61,10 +58,7 @@ void SecondApplicationTest::show() {
 
 void SecondApplicationTest::showsItsNewsUnderEachApplication() {
     QVERIFY(_server.start());
-    FeedReply reply;
-    reply.body =
-        FeedTemplate::render(oneItemFeed, QStringLiteral("en"), QDateTime::currentDateTimeUtc());
-    _server.setReply(reply);
+    serveOneItemFeed(_server);
     preferFeed(_server.feedAddress());
 
     for (int application = 0; application < 3; ++application) {

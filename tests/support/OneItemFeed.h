@@ -1,0 +1,22 @@
+#pragma once
+
+#include "FeedServer.h"
+#include "FeedTemplate.h"
+
+#include <QDateTime>
+
+namespace pelorinnews::test {
+
+/// Makes `server`, which must be running, serve an English feed with one item, an hour old.
+inline void serveOneItemFeed(FeedServer &server) {
+    FeedReply reply;
+    reply.body = FeedTemplate::render(
+        "<rss version=\"2.0\"><channel><language>en</language><item><title>News</title>"
+        "<pubDate>{{now-1h}}</pubDate><category>mac pelorin</category>"
+        "<comments>News of today</comments>"
+        "<description><![CDATA[<p>News of today</p>]]></description></item></channel></rss>",
+        QStringLiteral("en"), QDateTime::currentDateTimeUtc());
+    server.setReply(reply);
+}
+
+}  // namespace pelorinnews::test
