@@ -73,7 +73,7 @@ void PixelWatch::run() {
                 break;
             task = std::move(*std::exchange(_waiting, std::nullopt));
         }
-        const Clock::time_point end = Clock::now() + patience;
+        const Clock::time_point end = Clock::now() + timeout;
         bool seen = false;
         while (!(seen = shows(display, task.window, task.colour)) && Clock::now() < end)
             std::this_thread::sleep_for(pause);

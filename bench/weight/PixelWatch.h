@@ -17,10 +17,10 @@ class PixelWatch {
 public:
     using Clock = std::chrono::steady_clock;
     /// Receives the milliseconds since `start`; absent if the page did not appear within
-    /// `patience`. Called on the watch's own thread.
+    /// `timeout`. Called on the watch's own thread.
     using Painted = std::function<void(std::optional<double> milliseconds)>;
 
-    static constexpr std::chrono::seconds patience{20};
+    static constexpr std::chrono::seconds timeout{20};
 
     PixelWatch();
     ~PixelWatch();

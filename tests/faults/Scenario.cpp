@@ -52,8 +52,8 @@ void countFaults(bool count) {
 
 class Scenario {
 public:
-    Scenario(NewsPlugin &plugin, std::chrono::milliseconds patience)
-        : _plugin(plugin), _patience(patience) {}
+    Scenario(NewsPlugin &plugin, std::chrono::milliseconds timeout)
+        : _plugin(plugin), _timeout(timeout) {}
 
     /// `start` to `exit`. Returns early if the panel cannot be created.
     void run(bool isSeen) {
@@ -104,8 +104,8 @@ private:
         const auto isOver = [this, &center] {
             return !center->deliveredNotifications().isEmpty() || _log->hasSeenError();
         };
-        static_cast<void>(QTest::qWaitFor(isOver, static_cast<int>(_patience.count())));
-        center->flush(_patience);
+        static_cast<void>(QTest::qWaitFor(isOver, static_cast<int>(_timeout.count())));
+        center->flush(_timeout);
         const QList<UserNotification> delivered = center->deliveredNotifications();
         return delivered.isEmpty() ? QString() : delivered.last().informativeText;
     }
@@ -118,7 +118,7 @@ private:
     /// Nothing tells when the first refresh is over, and it does not change an open window: opens
     /// the window again until it shows an item.
     QString showUntilItem() {
-        const QDeadlineTimer deadline(_patience);
+        const QDeadlineTimer deadline(_timeout);
         QString seen = show();
         while (!seen.startsWith(QLatin1String("Plain text")) && !deadline.hasExpired()) {
             if (QWidget *const open = window())
@@ -176,11 +176,11 @@ private:
     /// The page once there is one and it differs from `before`.
     QString waitForPage(const QString &before) {
         const auto isThere = [&before] { return !page().isEmpty() && page() != before; };
-        return QTest::qWaitFor(isThere, static_cast<int>(_patience.count())) ? page() : QString();
+        return QTest::qWaitFor(isThere, static_cast<int>(_timeout.count())) ? page() : QString();
     }
 
     NewsPlugin &_plugin;
-    std::chrono::milliseconds _patience;
+    std::chrono::milliseconds _timeout;
     std::shared_ptr<ErrorWatch> _log = std::make_shared<ErrorWatch>();
     std::shared_ptr<NewsController> _news;
 };

@@ -37,9 +37,9 @@ class ScriptedServer::Connection {
 public:
     Connection(int accepted, SSL_CTX *context, const std::atomic<bool> &serverEnds)
         : _descriptor(accepted), _ending(serverEnds) {
-        const timeval patience{0, 100'000};
-        ::setsockopt(_descriptor, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        ::setsockopt(_descriptor, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+        const timeval timeout{0, 100'000};
+        ::setsockopt(_descriptor, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+        ::setsockopt(_descriptor, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
         if (!context)
             return;
         _ssl = SSL_new(context);

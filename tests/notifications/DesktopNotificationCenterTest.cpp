@@ -304,7 +304,7 @@ void DesktopNotificationCenterTest::cancelsOneThatWaitsForAServer() {
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("cancelled")));
     center->deliverNotification(notification(QStringLiteral("kept")));
-    QVERIFY(center->flush(plenty));
+    QVERIFY(center->flush(std::chrono::milliseconds(testPatience)));
     center->removeDeliveredNotification(center->deliveredNotifications().constFirst());
     QCOMPARE(titles(*center), QStringList{QStringLiteral("kept")});
 
@@ -635,7 +635,7 @@ void DesktopNotificationCenterTest::keepsTheNewestOfWhatWaitsForAServer() {
 void DesktopNotificationCenterTest::presentsWhatWaitedWhenAServerComes() {
     const auto center = newCenter();
     center->deliverNotification(notification(QStringLiteral("early")));
-    QVERIFY(center->flush(plenty));
+    QVERIFY(center->flush(std::chrono::milliseconds(testPatience)));
     QCOMPARE(titles(*center), QStringList{QStringLiteral("early")});
     serve();
     QTRY_COMPARE(_server->deliveries.size(), 1U);
@@ -789,7 +789,7 @@ void DesktopNotificationCenterTest::hasTheBusStartAServer() {
     center->deliverNotification(notification(QStringLiteral("one")));
     QTRY_VERIFY(QFile::exists(mark));
     // The program has ended without becoming a server; the notification stays queued.
-    QVERIFY(center->flush(plenty));
+    QVERIFY(center->flush(std::chrono::milliseconds(testPatience)));
     QCOMPARE(titles(*center), QStringList{QStringLiteral("one")});
 }
 
@@ -846,7 +846,7 @@ void DesktopNotificationCenterTest::survivesTheLossOfTheBus() {
     _bus->stop();
     QTRY_VERIFY(center->deliveredNotifications().isEmpty());
     center->deliverNotification(notification(QStringLiteral("two")));
-    QVERIFY(center->flush(plenty));
+    QVERIFY(center->flush(std::chrono::milliseconds(testPatience)));
     QCOMPARE(titles(*center), QStringList{QStringLiteral("two")});
 }
 
@@ -876,7 +876,7 @@ void DesktopNotificationCenterTest::worksWithoutABus() {
     nowhere.busAddress = QStringLiteral("unix:path=/nonexistent/bus");
     DesktopNotificationCenter center(nowhere);
     center.deliverNotification(notification(QStringLiteral("one")));
-    QVERIFY(center.flush(plenty));
+    QVERIFY(center.flush(std::chrono::milliseconds(testPatience)));
     QCOMPARE(titles(center), QStringList{QStringLiteral("one")});
     center.removeDeliveredNotification(center.deliveredNotifications().constFirst());
     QVERIFY(center.deliveredNotifications().isEmpty());
@@ -929,7 +929,7 @@ void DesktopNotificationCenterTest::savesWhenTheRegistryIsFreeAgain() {
     QCOMPARE(registered().size(), 1U);
     lock.unlock();
     QTRY_COMPARE(registered().size(), 2U);
-    QVERIFY(center->flush(plenty));
+    QVERIFY(center->flush(std::chrono::milliseconds(testPatience)));
 }
 
 void DesktopNotificationCenterTest::survivesACorruptRegistry() {
@@ -965,7 +965,7 @@ void DesktopNotificationCenterTest::knowsAtOnceWhatAnEarlierRunDelivered() {
 
     // The click is reported although this centre delivered nothing: the registry has the
     // notification.
-    QVERIFY(center->flush(plenty));
+    QVERIFY(center->flush(std::chrono::milliseconds(testPatience)));
     _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
     QTRY_COMPARE(delegate->activated.size(), 1);
     QCOMPARE(delegate->activated[0].title, QStringLiteral("earlier"));
@@ -1014,7 +1014,7 @@ void DesktopNotificationCenterTest::actsOnAnEarlierRunsClickOnceTheRegistryIsFre
     const auto center = newCenter();
     const auto delegate = std::make_shared<RecordingDelegate>();
     center->setDelegate(delegate);
-    QVERIFY(center->flush(plenty));
+    QVERIFY(center->flush(std::chrono::milliseconds(testPatience)));
     QLockFile lock(NotificationRegistry(stateFolder()).path() + QStringLiteral(".lock"));
     QVERIFY(lock.lock());
     _server->emitSignal(QStringLiteral("ActionInvoked"), {1U, QStringLiteral("default")});
@@ -1114,7 +1114,7 @@ void DesktopNotificationCenterTest::goesNowhereAfterTheStop() {
     QVERIFY(!center->isActive());
     center->deliverNotification(notification(QStringLiteral("two")));
     center->removeDeliveredNotification(delivered);
-    QVERIFY(center->flush(plenty));
+    QVERIFY(center->flush(std::chrono::milliseconds(testPatience)));
     QTest::qWait(50);
     QCOMPARE(_server->deliveries.size(), 1U);
     QVERIFY(_server->closeCalls.isEmpty());

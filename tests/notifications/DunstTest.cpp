@@ -150,7 +150,7 @@ void DunstTest::keepsOneWhosePopUpExpired() {
     _center->deliverNotification(notification(QStringLiteral("a brief one")));
     QTRY_COMPARE(history(), QStringList{QStringLiteral("a brief one")});
     QCOMPARE(displayed(), 0);
-    QVERIFY(_center->flush(plenty));
+    QVERIFY(_center->flush(std::chrono::milliseconds(testPatience)));
     QCOMPARE(titles(*_center), QStringList{QStringLiteral("a brief one")});
 
     // A notification that returns from the history to the screen can still be withdrawn.
@@ -176,7 +176,7 @@ void DunstTest::withdrawsOneWhosePopUpExpired() {
     _center->deliverNotification(notification(QStringLiteral("brief")));
     QTRY_COMPARE(history().size(), 1);
     _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
-    QVERIFY(_center->flush(plenty));
+    QVERIFY(_center->flush(std::chrono::milliseconds(testPatience)));
     QVERIFY(_center->deliveredNotifications().isEmpty());
     QVERIFY(registered().empty());
 }
@@ -212,7 +212,7 @@ void DunstTest::leavesForeignNotificationsAlone() {
     QCOMPARE(titles(*_center), QStringList{QStringLiteral("ours")});
 
     _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
-    QVERIFY(_center->flush(plenty));
+    QVERIFY(_center->flush(std::chrono::milliseconds(testPatience)));
     QCOMPARE(displayed(), 1);
     QCOMPARE(history(), QStringList{QStringLiteral("ours")});
     control({QStringLiteral("action")});
@@ -250,7 +250,7 @@ void DunstTest::missesTheClickOnOneOfAKilledProcess() {
     QCOMPARE(host->readLine(), QStringLiteral("done"));
     host->kill();
     QCOMPARE(titles(*_center), QStringList{QStringLiteral("of the killed")});
-    QVERIFY(_center->flush(plenty));
+    QVERIFY(_center->flush(std::chrono::milliseconds(testPatience)));
     control({QStringLiteral("action")});
     QTest::qWait(200);
     QVERIFY(_delegate->activated.isEmpty());
@@ -293,7 +293,7 @@ void DunstTest::dropsTheListWhenTheDaemonIsStartedAgain() {
     stopDaemon();
     startDunst();
     startCenter();
-    QVERIFY(_center->flush(plenty));
+    QVERIFY(_center->flush(std::chrono::milliseconds(testPatience)));
     QVERIFY(_center->deliveredNotifications().isEmpty());
     QVERIFY(registered().empty());
 }
@@ -308,7 +308,7 @@ void DunstTest::waitsForADaemonThatStartsLate() {
     QVERIFY2(std::chrono::milliseconds(timer.elapsed()) < maxBlocked,
              qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(titles(*_center), QStringList{QStringLiteral("early")});
-    QVERIFY(_center->flush(plenty));
+    QVERIFY(_center->flush(std::chrono::milliseconds(testPatience)));
 
     startDunst();
     QTRY_COMPARE(displayed(), 1);
@@ -336,7 +336,7 @@ void DunstTest::neverBlocksOnAHungDaemon() {
              qPrintable(QString::number(timer.elapsed())));
 
     _daemon->signal(SIGCONT);
-    QVERIFY(_center->flush(plenty));
+    QVERIFY(_center->flush(std::chrono::milliseconds(testPatience)));
     QCOMPARE(displayed(), 1);
     // The cancelled notification was never shown, not even for a moment.
     QCOMPARE(history(), QStringList{QStringLiteral("present")});

@@ -92,7 +92,7 @@ void NotificationDaemonTest::hearsTheClickOnOneOfAKilledProcess() {
     QTRY_COMPARE(popUps().size(), 1);
 
     QCOMPARE(titles(*_center), QStringList{QStringLiteral("of the killed")});
-    QVERIFY(_center->flush(plenty));
+    QVERIFY(_center->flush(std::chrono::milliseconds(testPatience)));
     click(popUps().constFirst());
     QTRY_COMPARE(_delegate->activated.size(), 1);
     QCOMPARE(_delegate->activated[0].title, QStringLiteral("of the killed"));
@@ -111,7 +111,7 @@ void NotificationDaemonTest::leavesForeignNotificationsAlone() {
     _center->deliverNotification(notification(QStringLiteral("first")));
     QTRY_COMPARE(registered().size(), 1U);
     _center->removeDeliveredNotification(_center->deliveredNotifications().constFirst());
-    QVERIFY(_center->flush(plenty));
+    QVERIFY(_center->flush(std::chrono::milliseconds(testPatience)));
     QCOMPARE(popUps(), foreign);
 
     _center->deliverNotification(notification(QStringLiteral("second")));

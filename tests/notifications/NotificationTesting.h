@@ -12,9 +12,6 @@
 // Helpers for the tests of the notification centre, whichever server they use.
 namespace pelorinnews::test {
 
-/// More time than a flush takes.
-inline constexpr std::chrono::milliseconds plenty{testPatience};
-
 /// The limit for calls that must not wait for a hung server or bus; it leaves room for a busy
 /// computer. D-Bus's own timeout is 25 seconds.
 inline constexpr std::chrono::seconds maxBlocked{5};

@@ -89,7 +89,7 @@ void NotificationThreadTest::triesAgainWhereNoThreadCouldBeStarted() {
     QVERIFY(!isRunning);
     thread->wake();
     QTRY_COMPARE(_server->deliveries.size(), 1U);
-    thread->stop(plenty);
+    thread->stop(std::chrono::milliseconds(testPatience));
 }
 
 /// Whether the thread has begun when it is stopped is a race, so try several times.
@@ -113,7 +113,7 @@ void NotificationThreadTest::theEndReleasesWhoeverWaits() {
     thread->wake();
     QTRY_COMPARE(_server->deliveries.size(), 1U);
     QVERIFY(!isSettled());
-    thread->stop(plenty);
+    thread->stop(std::chrono::milliseconds(testPatience));
     QVERIFY(isSettled());
 }
 

@@ -31,13 +31,12 @@ private Q_SLOTS:
 private:
     [[nodiscard]] QString path() const { return _folder->filePath(QStringLiteral("a.lock")); }
 
-    static constexpr milliseconds patience{testPatience};
     std::unique_ptr<QTemporaryDir> _folder;
 };
 
 void FileLockTest::keepsOutOthersUntilItIsDestroyed() {
     {
-        const FileLock lock(path(), patience);
+        const FileLock lock(path(), milliseconds(testPatience));
         QVERIFY(lock.isLocked());
         QVERIFY(!FileLock(path(), milliseconds(0)).isLocked());
         QVERIFY(QFile::exists(path()));
@@ -48,19 +47,19 @@ void FileLockTest::keepsOutOthersUntilItIsDestroyed() {
 
 void FileLockTest::waitsForARelease() {
     std::optional<FileLock> held;
-    held.emplace(path(), patience);
+    held.emplace(path(), milliseconds(testPatience));
     QVERIFY(held->isLocked());
     std::thread releasing([&] {
         std::this_thread::sleep_for(milliseconds(150));
         held.reset();
     });
-    const FileLock lock(path(), patience);
+    const FileLock lock(path(), milliseconds(testPatience));
     releasing.join();
     QVERIFY(lock.isLocked());
 }
 
 void FileLockTest::givesUpAfterTheTimeout() {
-    const FileLock held(path(), patience);
+    const FileLock held(path(), milliseconds(testPatience));
     QElapsedTimer clock;
     clock.start();
     QVERIFY(!FileLock(path(), milliseconds(120)).isLocked());
@@ -99,7 +98,7 @@ void FileLockTest::doesNotWaitWhereNoLockFileCanBeMade() {
         0);
     QElapsedTimer clock;
     clock.start();
-    QVERIFY(!FileLock(_folder->filePath(place), patience).isLocked());
+    QVERIFY(!FileLock(_folder->filePath(place), milliseconds(testPatience)).isLocked());
     QVERIFY(clock.elapsed() < testPatience);
 }
 

@@ -241,11 +241,11 @@ void FeedServerTest::aDripSendsAFewBytesAtATime() {
 }
 
 void FeedServerTest::anEndlessBodyKeepsComing() {
-    constexpr qint64 plenty = 3'000'000;
+    constexpr qint64 wantedBytes = 3'000'000;
     RawExchange exchange(_http->port(), false);
     exchange.sendGet("/+endless/plain.xml");
-    exchange.gather(std::chrono::milliseconds(testPatience), plenty);
-    QVERIFY(exchange.received.size() >= plenty);
+    exchange.gather(std::chrono::milliseconds(testPatience), wantedBytes);
+    QVERIFY(exchange.received.size() >= wantedBytes);
     QVERIFY(!exchange.hasEnded());
     QVERIFY(!exchange.head().contains("Content-Length"));
 }
