@@ -13,7 +13,7 @@ using namespace pageprotocol;
 namespace {
 
 /// How many full datagrams the longest text fills; the rest of it fits into one more.
-constexpr int mostParts = maxTextBytes / static_cast<int>(sizeof RawMessage::text);
+constexpr int maxFullParts = maxTextBytes / static_cast<int>(sizeof RawMessage::text);
 
 void require(bool holds) {
     if (!holds)
@@ -163,7 +163,7 @@ void readStream(Input input) {
                 const int count = input.value<quint16>();
                 // Long texts make the fuzzer slow: read at most three parts, or, once in a stream,
                 // all parts of a longest text.
-                const bool isLongest = count == mostParts && !hadLongest;
+                const bool isLongest = count == maxFullParts && !hadLongest;
                 hadLongest = hadLongest || isLongest;
                 const RawMessage part = fullPart(input);
                 for (int i = 0; i < (isLongest ? count : count % 4); ++i)

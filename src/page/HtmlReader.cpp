@@ -7,7 +7,7 @@ namespace pelorinnews {
 namespace {
 
 // Maximum length of a text token, so that the caller can soon stop if the page costs too much.
-constexpr qsizetype sliceOfText = 1024;
+constexpr qsizetype maxTextToken = 1024;
 // Further attributes of a tag are dropped. No known element has that many.
 constexpr qsizetype maxAttributes = 32;
 constexpr qsizetype maxNameLength = 32;
@@ -59,13 +59,13 @@ HtmlToken HtmlReader::readText() {
     // Search from the second character: a "<" in first place has been found to begin no tag, so it
     // is text.
     const QStringView slice =
-        _html.sliced(_position).first(std::min(sliceOfText, _html.size() - _position));
+        _html.sliced(_position).first(std::min(maxTextToken, _html.size() - _position));
     const qsizetype tag = slice.indexOf(QLatin1Char('<'), 1);
     qsizetype end = _position + (tag < 0 ? slice.size() : tag);
     // Do not split a character reference: if there is an "&" near the end of a full slice, end the
     // slice before it.
     const qsizetype entity = _html.sliced(_position, end - _position).lastIndexOf(QLatin1Char('&'));
-    if (entity > 0 && end - _position == sliceOfText && entity > sliceOfText - maxNameLength)
+    if (entity > 0 && end - _position == maxTextToken && entity > maxTextToken - maxNameLength)
         end = _position + entity;
     if (end < _html.size() && _html[end].isLowSurrogate() && end - _position > 1)
         --end;

@@ -23,8 +23,8 @@ constexpr int maxActions = 1000;
 
 qint32 unit(double position) {
     const double number = std::round(position * positionUnit);
-    constexpr double most = positionUnit * maxSide;
-    return static_cast<qint32>(std::clamp(number, -most, most));
+    constexpr double maxUnits = positionUnit * maxSide;
+    return static_cast<qint32>(std::clamp(number, -maxUnits, maxUnits));
 }
 
 bool takeOne(int &count) {

@@ -10,7 +10,7 @@ namespace pelorinnews {
 namespace {
 
 constexpr double browsersDefault = 16;
-constexpr double largest = 72;
+constexpr double maxPixels = 72;
 
 /// The desktop's default font size in points.
 double desktopsDefault() {
@@ -25,7 +25,7 @@ int standardFontPixels() {
     constexpr double pixelsInAPoint = 96.0 / 72;
     const double pixels = QFontInfo(QApplication::font()).pixelSize();
     const double enlarged = pixels / (desktopsDefault() * pixelsInAPoint);
-    return qRound(std::clamp(browsersDefault * enlarged, browsersDefault, largest));
+    return qRound(std::clamp(browsersDefault * enlarged, browsersDefault, maxPixels));
 }
 
 }  // namespace pelorinnews

@@ -12,7 +12,7 @@ namespace pelorinnews {
 
 namespace {
 
-constexpr int narrowestColumn = 120;
+constexpr int minColumnWidth = 120;
 
 int tableWidth(const QTextTableFormat &format, int room) {
     const QTextLength length = format.width();
@@ -99,12 +99,12 @@ RtfTableGrid::RtfTableGrid(const QTextTable &table, int room) : _table(table) {
     const double share = open == 0 ? 0 : std::max(0.0, width - asked) / static_cast<double>(open);
     double total = 0;
     for (double &column : widths) {
-        column = std::max<double>(column > 0 ? column : share, narrowestColumn);
+        column = std::max<double>(column > 0 ? column : share, minColumnWidth);
         total += column;
     }
     // If the columns request more than the available width, all shrink in proportion. A table with
     // so many columns that their minimum widths exceed the available width becomes wider than that.
-    const double least = static_cast<double>(columns) * narrowestColumn;
+    const double least = static_cast<double>(columns) * minColumnWidth;
     const double scale = std::max<double>(width, least) / total;
     double edge = 0;
     for (const double column : widths) {

@@ -20,7 +20,7 @@ namespace pelorinnews {
 namespace {
 
 /// Bytes that QSettings needs besides the file itself: a block for its lock file.
-constexpr qint64 besides = 4096;
+constexpr qint64 lockFileBytes = 4096;
 /// How long a restore waits for the file's lock. QSettings never holds it longer.
 constexpr std::chrono::seconds lockTimeout{1};
 
@@ -68,7 +68,8 @@ SettingsBackup::~SettingsBackup() {
 }
 
 bool SettingsBackup::hasRoomFor(qint64 added) const {
-    return FileReplacement(_path).reserve(_earlier.value_or(QByteArray()).size() + added + besides);
+    return FileReplacement(_path).reserve(_earlier.value_or(QByteArray()).size() + added +
+                                          lockFileBytes);
 }
 
 SettingsBackup::Outcome SettingsBackup::check(qsizetype keys) {

@@ -425,9 +425,9 @@ private Q_SLOTS:
                 list += " a" + QByteArray::number(i) + " CDATA 'x'";
             return list + '>';
         };
-        constexpr int most = XmlLimits::maxDeclaredAttributes;
-        QCOMPARE(read(withSubset(declared(most), "<b/>x")).code, 0);
-        const Outcome outcome = read(withSubset(declared(most + 1), "<b/>x"));
+        constexpr int max = XmlLimits::maxDeclaredAttributes;
+        QCOMPARE(read(withSubset(declared(max), "<b/>x")).code, 0);
+        const Outcome outcome = read(withSubset(declared(max + 1), "<b/>x"));
         QCOMPARE(outcome.code, XmlError::TooManyAttributes);
         QCOMPARE(outcome.text, QByteArray());
         // More than the limit, but not of declared ones.

@@ -22,7 +22,7 @@ using namespace pelorinnews::test;
 namespace {
 
 constexpr int standardSteps = 800;
-constexpr int mostControllers = 3;
+constexpr int maxControllers = 3;
 
 int fromEnvironment(const char *name, int otherwise) {
     bool isSet = false;
@@ -67,7 +67,7 @@ private:
 };
 
 void RandomOrderTest::begin() {
-    if (_controllers.size() >= mostControllers)
+    if (_controllers.size() >= maxControllers)
         return;
     _controllers.push_back(_fixture->beginController());
     _all.push_back(_controllers.back());

@@ -19,7 +19,7 @@ constexpr qint64 maxHeadBytes = qint64{64} * 1024;
 constexpr qint64 pieceSize = qint64{64} * 1024;
 /// The next piece is made only when at most this many bytes are unsent, so that a huge body is
 /// never in memory as a whole.
-constexpr qint64 highWater = qint64{256} * 1024;
+constexpr qint64 maxUnsentBytes = qint64{256} * 1024;
 
 const QByteArray feedPath = "/RSS_Feed/PelorinNews.php";
 
@@ -213,7 +213,7 @@ void FeedConnection::sendHead() {
 
 void FeedConnection::sendBody() {
     while (_phase == Phase::SendingBody && !_timer.isActive()) {
-        if (bytesUnderWay() > highWater)
+        if (bytesUnderWay() > maxUnsentBytes)
             return;
         if (_reply.cutAfter && _sent >= *_reply.cutAfter) {
             end();
