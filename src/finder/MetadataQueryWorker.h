@@ -38,7 +38,7 @@ public:
         QStringList scopes;
         QByteArray home;
         std::vector<QByteArray> applicationFolders;
-        FileWalk::Bounds remoteBounds;  // for each root on a remote file system
+        FileWalk::Bounds remoteBounds;  // of each walk on a remote file system
     };
 
     enum class News { Gathered, Updated };

@@ -25,8 +25,8 @@ public:
         /// Whether the mount holds files that are stored on this computer and that no other local
         /// mount shows. Such mounts are searched.
         bool local = false;
-        /// Whether the mount holds files that another computer or another file system stores and
-        /// that no local mount shows.
+        /// Whether the mount's files are stored on another computer or in another file system, and
+        /// no local mount shows them as well.
         bool remote = false;
     };
 

@@ -14,7 +14,8 @@
 
 namespace pelorinnews {
 
-/// How many copies of the host application this computer holds, as far as is known.
+/// How many copies of the host application this computer holds, as far as is known. Unscoped,
+/// because the values carry the name of the enum.
 enum OlvFinderResult : std::int32_t {
     OlvFinderResultPending = 1,  ///< the search has no result yet
     OlvFinderResultNone = 2,

@@ -35,8 +35,9 @@ class NetworkUrlLoader final : public UrlLoader {
 public:
     /// Bytes; more than any feed has.
     static constexpr qint64 defaultMaxBody = qint64(32) * 1024 * 1024;
-    /// How long a transfer may take in all, redirects included and suspend excluded, however
-    /// steadily its bytes arrive. After that it ends with `TimedOut`. Not for `file:` addresses.
+    /// How long a transfer may take, with its redirects, but without the time that the computer is
+    /// suspended. Then it ends with `TimedOut`, even if bytes still arrive. Not for `file:`
+    /// addresses.
     static constexpr std::chrono::hours defaultMaxDuration{1};
     /// How long `stop` waits for the thread at most.
     static constexpr std::chrono::milliseconds stopTimeout{2000};

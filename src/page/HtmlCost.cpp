@@ -48,7 +48,7 @@ constexpr Rate characterOfTag{20ns, 20ns};
 constexpr Rate declaration{3us, 6us};
 constexpr Rate lineBreak{5us, 10us};
 constexpr Rate picture{20us, 60us};
-// Cost of an image for each earlier image in the same block.
+// An image costs this much more for each earlier image in its block.
 constexpr nanoseconds pictureBefore = 300ns;
 constexpr nanoseconds characterOfAddress = 30ns;
 constexpr nanoseconds copiedCell = 7us;

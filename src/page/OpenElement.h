@@ -34,7 +34,7 @@ struct OpenElement {
     /// The page's line breaks are kept.
     bool preserved = false;
 
-    /// An element inside this one, without a written name yet.
+    /// Makes an element inside this one. Its `written` is still empty.
     [[nodiscard]] OpenElement child(const QString &childName) const;
 
     [[nodiscard]] bool isBlock() const;

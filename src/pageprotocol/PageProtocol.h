@@ -155,6 +155,7 @@ struct DiscardPage {
 
 /// A mouse event on a surface. Buttons and modifiers are the values of Qt's enums.
 struct MouseInput {
+    /// Unscoped, because a message holds numbers.
     enum Kind : qint32 { Move, Press, Release, Leave };
     qint32 surface = 0;
     qint32 kind = Move;

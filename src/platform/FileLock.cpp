@@ -62,7 +62,7 @@ void FileLock::removeAbandoned(const QString &path) {
     if (!file.isValid() || ::fstat(file.get(), &state) != 0 || !isEmpty() || isYoung() ||
         ::flock(file.get(), LOCK_EX | LOCK_NB) != 0)
         return;
-    // Only the holder of the lock removes the file, so from here on the name stays the same file's.
+    // Only the holder of the lock removes the file, so the name keeps its file from here on.
     struct stat named {};
     if (::lstat(name.constData(), &named) == 0 && named.st_ino == state.st_ino &&
         named.st_dev == state.st_dev)

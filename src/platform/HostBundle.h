@@ -9,7 +9,7 @@
 namespace pelorinnews {
 
 /// The application that has loaded the module, as far as it can be identified from inside its
-/// process. A value; each call of `mainBundle()` detects it anew.
+/// process. A value; each call of `mainBundle()` detects it again.
 ///
 /// What the host states takes precedence; the rest is detected. Call `mainBundle` on the main
 /// thread, with the application object alive.

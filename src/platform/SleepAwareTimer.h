@@ -27,7 +27,7 @@ public:
     using Clock = std::function<std::chrono::milliseconds()>;
 
     /// Intervals are clamped to these bounds: zero becomes one second, and more than a century
-    /// becomes a century, which overflows no system clock.
+    /// becomes a century, so that no system clock overflows.
     static constexpr std::chrono::seconds minInterval{1};
     static constexpr std::chrono::seconds maxInterval{std::chrono::hours{24 * 36525}};
 

@@ -23,7 +23,8 @@ namespace {
 
 using namespace pageprotocol;
 
-// The first descriptor that neither standard streams nor the child's socket may overwrite.
+// Higher than the descriptors of the standard streams and of the child's socket, which `spawn` sets
+// up in the child.
 constexpr int firstSafeDescriptor = 10;
 
 // Whether the page process gets this environment variable. It gets what it needs: where files,

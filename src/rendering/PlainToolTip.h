@@ -4,14 +4,14 @@
 
 namespace pelorinnews {
 
-/// A tooltip's text, which may come from a page, as HTML that shows it as it is. Qt takes any text
-/// that looks like HTML for HTML, and would open the pictures in it, local files included. Only
-/// the beginning of a long text. Empty for an empty text.
+/// Escapes the text of a tooltip. It may come from a page, and Qt would read a text that looks like
+/// HTML as HTML and open the pictures in it, even local files. Cuts a long text. Empty for an empty
+/// text.
 [[nodiscard]] inline QString plainToolTip(const QString &text) {
-    constexpr qsizetype longest = 1000;
+    constexpr qsizetype maxLength = 1000;
     return text.isEmpty() ? QString()
                           : QStringLiteral("<p style='white-space:pre-wrap'>%1</p>")
-                                .arg(text.left(longest).toHtmlEscaped());
+                                .arg(text.left(maxLength).toHtmlEscaped());
 }
 
 }  // namespace pelorinnews

@@ -57,7 +57,8 @@ QSet<QString> keysInFile(const QString &path) {
     return keys;
 }
 
-/// What tells the versions of the file at `path` apart; a default one if there is no file.
+/// Stamp of the file at `path`, to notice another version of it; the default stamp if there is
+/// none.
 FileStamp stampOf(const QString &path) {
     struct stat status {};
     if (::stat(QFile::encodeName(path).constData(), &status) != 0)
@@ -78,8 +79,8 @@ bool areTakenForOne(const FileStamp &one, const FileStamp &other) {
 
 /// Estimated size of a text in the file, in bytes.
 qint64 roomFor(const QString &text) {
-    constexpr qint64 atLeast = 64;
-    return text.toUtf8().size() + atLeast;
+    constexpr qint64 overhead = 64;
+    return text.toUtf8().size() + overhead;
 }
 
 }  // namespace

@@ -55,8 +55,8 @@ private:
     mutable std::mutex _mutex;
     QVariantMap _defaults;
     bool _damageLookedFor = false;
-    /// Of the version of the file that QSettings has read or written. Its number is 0 if that is
-    /// not known, or if there was no file.
+    /// Stamp of the file as QSettings last read or wrote it. Its inode number is 0 if that version
+    /// is unknown, or if there was no file.
     FileStamp _stampRead;
     /// The time that `touch` last set, in nanoseconds since the epoch.
     qint64 _touched = 0;

@@ -42,9 +42,9 @@ class OlvNewsWindowController final : public QObject,
     Q_OBJECT
 
 public:
-    /// Creates a controller, starts its first refresh and its refresh timer. Null without a
-    /// `QApplication` or off its thread. The window and the renderer are not created before they
-    /// are needed. `windowNibName` names the window description.
+    /// Creates a controller, starts its first refresh and its refresh timer. Null if there is no
+    /// `QApplication`, or on another thread than its own. The window and the renderer are not
+    /// created before they are needed. `windowNibName` names the window description.
     static std::shared_ptr<OlvNewsWindowController> initWithWindowNibName(
         const QString &windowNibName, WindowServices services);
     /// Calls the overload above with `WindowServices::standard()`. Where that overload would return

@@ -8,8 +8,8 @@ namespace pelorinnews {
 void speakAgain(QWidget *widget) {
     if (!QAccessible::isActive() || !widget->hasFocus())
         return;
-    // Queued: a client that triggered the change is still being served by the interface that is
-    // deleted here.
+    // Queued, because the interface that is deleted here may still be serving the client that
+    // triggered the change.
     QMetaObject::invokeMethod(
         widget,
         [widget] {

@@ -38,8 +38,8 @@ bool isTiled(const QWindow *window) {
         !QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
         return false;
     static const TilingStates states = tilingStates();
-    // On this platform, `QWaylandWindow` is the first base class of every platform window, so the
-    // pointer is valid for the accessor.
+    // The function expects a `QWaylandWindow`. On Wayland that is the first base class of every
+    // platform window, so the address is the same.
     return states && states(dynamic_cast<const void *>(window->handle())) != 0;
 }
 

@@ -37,6 +37,7 @@
 
 namespace {
 
+/// Unscoped, because a kind is an index.
 enum Kind {
     Open,
     Read,

@@ -244,7 +244,7 @@ void RichTextWriterTest::limitsThePixelsOfPictures_data() {
     QTest::addColumn<QByteArray>("small");
     QTest::newRow("PNG") << plainPicture({4000, 3900}) << pictureFile("PNG");
     QTest::newRow("JPEG") << plainPicture({4000, 3900}, "JPG") << pictureFile("JPG");
-    QTest::newRow("GIF, written anew")
+    QTest::newRow("GIF, encoded again")
         << framedPicture({1999, 1999}, {1999, 1999}) << framedPicture({2, 2}, {2, 2});
     QTest::newRow("GIF that says it is small")
         << framedPicture({2500, 1599}, {1, 1}) << framedPicture({2, 2}, {1, 1});

@@ -14,7 +14,7 @@ public:
     enum class Kind {
         Valid,      ///< For localhost and 127.0.0.1, from the authority.
         WrongName,  ///< For another host, from the authority.
-        Expired,    ///< For localhost and 127.0.0.1, from the authority, expired yesterday.
+        Expired,    ///< As `Valid`, but expired yesterday.
         SelfSigned  ///< For localhost and 127.0.0.1, self-signed.
     };
     /// PEM files.
