@@ -205,9 +205,9 @@ bool UserDefaultsStore::writeOut() {
         if (_stampRead != before && !isChanged)
             readAgain();
     }
-    // After a restore, report failure even if only values of the host's own QSettings are missing
-    // from the file: `reapply` has also set them in this object, whose destructor would write them
-    // without a backup. (`release` leaks an object that reports failure.)
+    // Report failure after every restore, even if the file lacks only values of the host's own
+    // QSettings. `reapply` has set these values in this object as well, and its destructor would
+    // write them without a backup. `release` leaks an object that reports failure.
     return outcome != SettingsBackup::Outcome::Restored && _unwritten == 0;
 }
 
