@@ -59,7 +59,7 @@ private:
     QWidget &_window;
     const qint32 _number;
     Buffers _present;
-    // The next generation of buffers, as far as the host has sent them.
+    // The buffers of the next generation that the host has sent so far.
     Buffers _next;
     std::array<bool, pageprotocol::buffers> _isFree{};
     bool _hasChanged = false;
