@@ -23,8 +23,8 @@ namespace {
 
 using namespace pageprotocol;
 
-// Higher than the descriptors of the standard streams and of the child's socket, which `spawn` sets
-// up in the child.
+// Higher than the descriptors that `SpawnSettings` opens in the child: the standard streams and the
+// child's socket.
 constexpr int firstSafeDescriptor = 10;
 
 // Whether the page process gets this environment variable. It gets what it needs: where files,

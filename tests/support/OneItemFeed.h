@@ -7,7 +7,7 @@
 
 namespace pelorinnews::test {
 
-/// Makes `server`, which must be running, serve an English feed with one item, an hour old.
+/// Makes `server` serve an English feed with one item, an hour old.
 inline void serveOneItemFeed(FeedServer &server) {
     FeedReply reply;
     reply.body = FeedTemplate::render(
