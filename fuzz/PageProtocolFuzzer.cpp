@@ -1,6 +1,7 @@
 // The promise tested: whatever the other process sends, a reader returns only valid messages that
 // say what was sent, and nothing after a violation of the protocol.
 
+#include "Input.h"
 #include "pageprotocol/MessageCodec.h"
 #include "pageprotocol/StartArguments.h"
 
@@ -19,32 +20,6 @@ void require(bool holds) {
     if (!holds)
         qFatal("the page protocol violates one of its guarantees");
 }
-
-/// Reads values from the fuzzer's input, front to back. Bytes beyond its end read as zero.
-class Input {
-public:
-    explicit Input(QByteArrayView rest) : _rest(rest) {}
-
-    [[nodiscard]] bool isAtEnd() const { return _rest.isEmpty(); }
-
-    QByteArrayView bytes(qsizetype most) {
-        const QByteArrayView taken = _rest.first(std::clamp<qsizetype>(most, 0, _rest.size()));
-        _rest = _rest.sliced(taken.size());
-        return taken;
-    }
-
-    template <class Value>
-    Value value() {
-        Value value{};
-        const QByteArrayView taken = bytes(sizeof value);
-        if (!taken.isEmpty())
-            std::memcpy(&value, taken.data(), static_cast<size_t>(taken.size()));
-        return value;
-    }
-
-private:
-    QByteArrayView _rest;
-};
 
 /// Reads a datagram: type (1 byte), count of numbers (1), the numbers (4 each), `textBytes` (2),
 /// text.
