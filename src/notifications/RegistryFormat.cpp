@@ -7,7 +7,6 @@
 #include <QJsonObject>
 
 #include <algorithm>
-#include <limits>
 
 namespace pelorinnews::RegistryFormat {
 
@@ -65,9 +64,10 @@ QJsonObject objectFromUserInfo(const QVariantMap &userInfo) {
 
 QVariantMap userInfoFromObject(const QJsonObject &object) {
     QVariantMap userInfo;
-    constexpr qint64 none = std::numeric_limits<qint64>::min();
-    if (const qint64 date = object.value(dateKey).toInteger(none); date != none)
-        userInfo.insert(dateKey, QDateTime::fromMSecsSinceEpoch(date, Qt::UTC));
+    // Every integer may be a date, so none can stand for an absent one.
+    const QJsonValue date = object.value(dateKey);
+    if (date.toInteger(0) == date.toInteger(1))
+        userInfo.insert(dateKey, QDateTime::fromMSecsSinceEpoch(date.toInteger(), Qt::UTC));
     if (object.value(nameKey).isString())
         userInfo.insert(nameKey, textIn(object, nameKey));
     return userInfo;

@@ -15,6 +15,7 @@
 
 #include <array>
 #include <chrono>
+#include <limits>
 #include <sys/inotify.h>
 #include <thread>
 #include <unistd.h>
@@ -180,6 +181,8 @@ void NotificationRegistryTest::keepsDatesToTheMillisecond_data() {
     QTest::newRow("a millisecond before 1970") << QDateTime::fromMSecsSinceEpoch(-1, Qt::UTC);
     QTest::newRow("1970") << QDateTime::fromMSecsSinceEpoch(0, Qt::UTC);
     QTest::newRow("the distant past") << QDateTime(QDate(1, 1, 1), QTime(0, 0), Qt::UTC);
+    QTest::newRow("the earliest date")
+        << QDateTime::fromMSecsSinceEpoch(std::numeric_limits<qint64>::min(), Qt::UTC);
     QTest::newRow("a year of five digits") << QDateTime(QDate(12026, 1, 1), QTime(0, 0), Qt::UTC);
 }
 
