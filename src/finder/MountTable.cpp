@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <linux/magic.h>
+#include <optional>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/vfs.h>
@@ -13,19 +14,32 @@ namespace pelorinnews {
 
 namespace {
 
+/// The byte that the escape at the start of `text` stands for, if there is one: a backslash and
+/// three octal digits.
+std::optional<char> escapedByte(QByteArrayView text) {
+    constexpr qsizetype length = 4;
+    constexpr int maxByte = 0xFF;
+    if (text.size() < length || text[0] != '\\')
+        return std::nullopt;
+    int code = 0;
+    for (const char digit : text.sliced(1, length - 1)) {
+        if (digit < '0' || digit > '7')
+            return std::nullopt;
+        code = code * 8 + (digit - '0');
+    }
+    return code <= maxByte ? std::optional(static_cast<char>(code)) : std::nullopt;
+}
+
 /// Undoes the escapes of the kernel, which writes space, tab, line feed and backslash as a
 /// backslash and three octal digits.
 QByteArray unescaped(const QByteArray &field) {
     QByteArray text;
     text.reserve(field.size());
     for (qsizetype i = 0; i < field.size(); ++i) {
-        bool isOctal = false;
-        const int code = field.at(i) == '\\' && i + 3 < field.size()
-                             ? field.mid(i + 1, 3).toInt(&isOctal, 8)
-                             : 0;
-        if (isOctal)
+        const std::optional<char> byte = escapedByte(QByteArrayView(field).sliced(i));
+        text += byte.value_or(field.at(i));
+        if (byte)
             i += 3;
-        text += isOctal ? static_cast<char>(code) : field.at(i);
     }
     return text;
 }

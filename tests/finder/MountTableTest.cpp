@@ -23,6 +23,7 @@ private Q_SLOTS:
     void searchesAHomeThatIsMountedTwiceOnce();
     void passesOverAMountThatAnotherCovers();
     void readsNamesWithSpaces();
+    void keepsABackslashThatBeginsNoEscape();
     void findsTheMountOfAPath();
     void knowsAMountAgain_data();
     void knowsAMountAgain();
@@ -147,6 +148,12 @@ void MountTableTest::readsNamesWithSpaces() {
     const MountTable table =
         MountTable::parse("2 1 8:1 / /media/My\\040Disk\\134\\0112 rw - vfat /dev/sdb1 rw\n");
     QCOMPARE(table.mounts().front().mountPoint, QByteArray("/media/My Disk\\\t2"));
+}
+
+void MountTableTest::keepsABackslashThatBeginsNoEscape() {
+    const QByteArray place = "/a\\-12\\+40\\400\\089\\04";
+    const MountTable table = MountTable::parse("2 1 8:1 / " + place + " rw - vfat /dev/sdb1 rw\n");
+    QCOMPARE(table.mounts().front().mountPoint, place);
 }
 
 void MountTableTest::findsTheMountOfAPath() {
