@@ -32,9 +32,9 @@ class UserDefaultsStore;
 /// - If the disk is full, the values also stay in memory, and the file stays unchanged, including
 ///   the host's own settings in it. We cannot protect the file from what the host's own `QSettings`
 ///   writes by itself.
-/// - A path that is not a regular file (a pipe, a device) is neither read nor written. If that is
-/// so
-///   when the preferences are opened, all values stay in memory.
+/// - A path that is not a regular file (a pipe, a device), and a file with values nested so deeply
+///   that QSettings could not read it, are neither read nor written. If that is so when the
+///   preferences are opened, all values stay in memory.
 /// - A file of more than 16 MB is read, but no value is written to it.
 /// - Unreadable lines are skipped. Before such a file is first rewritten, it is copied to the same
 ///   name with ".damaged" added. Later damaged files are copied with ".damaged-2" to ".damaged-9";

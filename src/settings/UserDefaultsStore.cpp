@@ -1,5 +1,6 @@
 #include "UserDefaultsStore.h"
 
+#include "NestedValues.h"
 #include "PreferenceValue.h"
 #include "SettingsBackup.h"
 #include "platform/FileDescriptor.h"
@@ -27,10 +28,15 @@ namespace pelorinnews {
 
 namespace {
 
-/// QSettings opens any kind of file, and opening a pipe blocks. For the path of anything but a
-/// regular file, returns a path where no file can exist.
+/// Whether QSettings may open the file at `path`: it opens any kind of file, and opening a pipe
+/// blocks; and deeply nested values in the file overflow its stack.
+bool isUsable(const QString &path) {
+    return RegularFile::isRegularOrAbsent(path) && NestedValues::areReadable(path);
+}
+
+/// `path`, or a path where no file can exist if QSettings must not open the file.
 QString usablePath(const QString &path) {
-    return RegularFile::isRegularOrAbsent(path) ? path : QStringLiteral("/dev/null") + path;
+    return isUsable(path) ? path : QStringLiteral("/dev/null") + path;
 }
 
 /// The names of the keys in the settings file at `path`, as its lines spell them; empty if it
@@ -178,8 +184,8 @@ bool UserDefaultsStore::writeOut() {
     const bool isChanged = _unwritten > 0;
     if (_isUnread)
         return !isChanged;
-    // If the file, or its lock file, is a pipe, QSettings would block on opening it.
-    if (!RegularFile::isRegularOrAbsent(fileName()) ||
+    // If the lock file is a pipe, QSettings would block on opening it.
+    if (!isUsable(fileName()) ||
         !RegularFile::isRegularOrAbsent(fileName() + QStringLiteral(".lock")))
         return !isChanged;
     FileLock::removeAbandoned(fileName() + QStringLiteral(".lock"));

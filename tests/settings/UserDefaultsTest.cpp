@@ -411,6 +411,56 @@ private Q_SLOTS:
         QVERIFY(contentsOf(_path).contains("newsFilter=1"));
     }
 
+    void valuesThatNestTooDeepAreNeitherReadNorReplaced_data() {
+        QTest::addColumn<QByteArray>("level");
+        QTest::newRow("lists") << QByteArray("\\0\\0\\0\\t\\0\\0\\0\\x1");
+        QTest::newRow("maps") << QByteArray("\\0\\0\\0\\b\\0\\0\\0\\x1\\0\\0\\0\\0");
+        QTest::newRow("variants") << QByteArray("\\0\\0\\0)");
+    }
+    void valuesThatNestTooDeepAreNeitherReadNorReplaced() {
+        QFETCH(QByteArray, level);
+        constexpr int levels = 50'000;
+        const QByteArray bytes = "[General]\nnewsFilter=3\ntheirs=@Variant(" +
+                                 level.repeated(levels) + "\\0\\0\\0\\x2\\0\\0\\0\\a)\n";
+        writeFile(_path, bytes);
+        UserDefaults defaults(_path);
+        QCOMPARE(defaults.integerForKey(key), 0);
+        defaults.setValue(key, 1);
+        defaults.synchronize();
+        QCOMPARE(defaults.integerForKey(key), 1);
+        QCOMPARE(contentsOf(_path), bytes);
+    }
+
+    void aFileWhoseValuesBeginToNestTooDeepIsLeftAlone() {
+        UserDefaults defaults(_path);
+        defaults.setValue(key, 2);
+        defaults.synchronize();
+        const QByteArray bytes =
+            "[General]\ntheirs=@Variant(" + QByteArray("\\0\\0\\0)").repeated(50'000) + ")\n";
+        writeFile(_path, bytes);
+        defaults.synchronize();
+        defaults.setValue(key, 1);
+        defaults.synchronize();
+        QCOMPARE(defaults.integerForKey(key), 1);
+        QCOMPARE(contentsOf(_path), bytes);
+    }
+
+    void readsValuesInValues() {
+        const QVariant inner = QVariantMap{{QStringLiteral("list"), QVariantList{1, 2}}};
+        QVariantList many;
+        for (int i = 0; i < 2000; ++i)
+            many.append(inner);
+        {
+            QVERIFY(QDir().mkpath(QFileInfo(_path).path()));
+            QSettings host(_path, QSettings::IniFormat);
+            host.setValue(QStringLiteral("theirs"), many);
+            host.setValue(QStringLiteral("one"), inner);
+        }
+        UserDefaults defaults(_path);
+        QCOMPARE(defaults.objectForKey(QStringLiteral("one")), inner);
+        QCOMPARE(defaults.objectForKey(QStringLiteral("theirs")).toList().size(), many.size());
+    }
+
     void aLinkStaysALink_data() {
         QTest::addColumn<bool>("isThere");
         QTest::newRow("to a file") << true;
