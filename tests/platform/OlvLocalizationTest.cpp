@@ -135,14 +135,14 @@ private Q_SLOTS:
     void noKeyIsMissingOrLeftOver() {
         QFETCH(QString, language);
         const QList<Message> its = messages(language);
-        const QList<Message> english = messages("en");
-        QCOMPARE(keysOf(its), keysOf(english));
+        const QList<Message> englishOnes = messages("en");
+        QCOMPARE(keysOf(its), keysOf(englishOnes));
         for (qsizetype index = 0; index < its.size(); ++index) {
             const std::string key = its[index].key.toStdString();
             QVERIFY2(its[index].isFinished, key.c_str());
             QVERIFY2(!its[index].text.trimmed().isEmpty(), key.c_str());
             QVERIFY2(!its[index].comment.trimmed().isEmpty(), key.c_str());
-            QCOMPARE(its[index].comment, english[index].comment);
+            QCOMPARE(its[index].comment, englishOnes[index].comment);
         }
     }
 
