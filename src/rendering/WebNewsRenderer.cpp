@@ -32,8 +32,11 @@ bool isDark(const QPalette &palette) {
     return palette.color(QPalette::Base).lightness() < palette.color(QPalette::Text).lightness();
 }
 
-// The proxy that the host has set for all its connections; empty if there is none.
+// The proxy that the host has set for all its connections; empty if there is none, or if the
+// system's is used. The engine finds that by itself; asking for it could block.
 QUrl hostsProxy() {
+    if (QNetworkProxyFactory::usesSystemConfiguration())
+        return {};
     const QNetworkProxy proxy = QNetworkProxy::applicationProxy();
     QUrl address;
     if (proxy.type() == QNetworkProxy::HttpProxy || proxy.type() == QNetworkProxy::HttpCachingProxy)
