@@ -1,11 +1,10 @@
 #include "NewsModule.h"
 
-#include "pelorinnews/NewsPlugin.h"
+#include "pelorinnews/LoadNewsPlugin.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QPluginLoader>
 
 namespace pelorinnews::host {
 
@@ -27,18 +26,10 @@ std::shared_ptr<NewsController> createNews(const QString &path, QString *problem
         *problem = sentence(QStringLiteral("There is no news module at"), path);
         return nullptr;
     }
-    // The loader may be destroyed: the module stays loaded until the process ends.
-    QPluginLoader loader(path);
-    QObject *const instance = loader.instance();
-    if (!instance) {
-        *problem =
-            sentence(QStringLiteral("The news module could not be loaded:"), loader.errorString());
-        return nullptr;
-    }
-    auto *const plugin = qobject_cast<NewsPlugin *>(instance);
+    QString reason;
+    NewsPlugin *const plugin = loadNewsPlugin(path, &reason);
     if (!plugin) {
-        *problem =
-            sentence(QStringLiteral("This is not a news module for this application:"), path);
+        *problem = sentence(QStringLiteral("The news module could not be loaded:"), reason);
         return nullptr;
     }
 
@@ -48,7 +39,7 @@ std::shared_ptr<NewsController> createNews(const QString &path, QString *problem
     Error error;
     std::shared_ptr<NewsController> news = plugin->init(&error);
     if (!news) {
-        const QString reason = error.userInfo.value(Error::underlyingErrorKey()).toString();
+        reason = error.userInfo.value(Error::underlyingErrorKey()).toString();
         *problem = sentence(QStringLiteral("The news panel could not be created:"),
                             reason.isEmpty() ? error.description() : reason);
     }

@@ -11,7 +11,7 @@
 
 namespace pelorinnews {
 
-/// The loaded module's interface: `qobject_cast<NewsPlugin *>(QPluginLoader(path).instance())`.
+/// The loaded module's interface: see `loadNewsPlugin`.
 ///
 /// The module's code stays loaded until the process ends, even after `QPluginLoader::unload`, so
 /// its controllers keep working. This object itself is destroyed when the last loader unloads it.
@@ -54,5 +54,6 @@ protected:
 
 }  // namespace pelorinnews
 
+// The number is the major version. docs/hosting.md says when it changes.
 #define PELORINNEWS_PLUGIN_IID "com.Olvane.PelorinNews.NewsPlugin/1"
 Q_DECLARE_INTERFACE(pelorinnews::NewsPlugin, PELORINNEWS_PLUGIN_IID)

@@ -9,7 +9,7 @@ namespace pelorinnews {
 /// The object that plug-in loaders get from the module.
 class OlvNewsPlugin final : public QObject, public NewsPlugin {
     Q_OBJECT
-    Q_PLUGIN_METADATA(IID PELORINNEWS_PLUGIN_IID)
+    Q_PLUGIN_METADATA(IID PELORINNEWS_PLUGIN_IID FILE "plugin.json")
     Q_INTERFACES(pelorinnews::NewsPlugin)
 
 public:

@@ -42,6 +42,18 @@ private Q_SLOTS:
         expectProblem(testModule("ForeignModule"), "not a news module");
     }
 
+    void anOlderModuleTellsBothInterfacesAndIsNotLoaded() {
+        const QString path = testModule("OlderNewsModule");
+        QString problem;
+        QVERIFY(!host::createNews(path, &problem));
+        QCOMPARE(problem,
+                 QStringLiteral("The news module could not be loaded: %1 is version 0.9.0 of the "
+                                "news module, with the interface "
+                                "com.Olvane.PelorinNews.NewsPlugin/0. This application was built "
+                                "for the interface com.Olvane.PelorinNews.NewsPlugin/1.")
+                     .arg(path));
+    }
+
     void aPanelThatCannotBeCreatedTellsWhy() {
         expectProblem(testModule("FailingNewsModule"), "Nothing works today.");
     }
