@@ -27,7 +27,10 @@ endif()
 add_library(pelorin_options INTERFACE)
 target_compile_options(pelorin_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
-    -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+    -Wnon-virtual-dtor -Woverloaded-virtual)
+if(PROJECT_IS_TOP_LEVEL)
+    target_compile_options(pelorin_options INTERFACE -Werror)
+endif()
 target_compile_definitions(pelorin_options INTERFACE
     QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING QT_NO_KEYWORDS
     QT_DISABLE_DEPRECATED_BEFORE=0x060400)

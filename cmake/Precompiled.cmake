@@ -17,7 +17,7 @@ set(PELORIN_WIDGETS_HEADERS ${PELORIN_GUI_HEADERS}
     <QApplication> <QComboBox> <QLabel> <QToolButton> <QWidget>)
 
 function(pelorin_precompiled name headers qt)
-    add_library(pelorin_precompiled_${name} STATIC ${CMAKE_SOURCE_DIR}/cmake/precompiled.cpp)
+    add_library(pelorin_precompiled_${name} STATIC ${PROJECT_SOURCE_DIR}/cmake/precompiled.cpp)
     set_target_properties(pelorin_precompiled_${name} PROPERTIES AUTOMOC OFF)
     target_link_libraries(pelorin_precompiled_${name} PRIVATE pelorin_options ${qt})
     target_precompile_headers(pelorin_precompiled_${name} PRIVATE ${headers})
@@ -33,6 +33,6 @@ function(pelorin_precompile target name)
     target_precompile_headers(${target} REUSE_FROM pelorin_precompiled_${name})
     if(CMAKE_DISABLE_PRECOMPILE_HEADERS AND name MATCHES "^test_")
         target_compile_options(${target} PRIVATE
-            -include ${CMAKE_SOURCE_DIR}/tests/support/Patience.h)
+            -include ${PROJECT_SOURCE_DIR}/tests/support/Patience.h)
     endif()
 endfunction()

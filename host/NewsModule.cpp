@@ -18,7 +18,10 @@ QString sentence(const QString &beginning, const QString &reason) {
 
 QString newsModulePath() {
     const QDir folder(QCoreApplication::applicationDirPath());
-    return QDir::cleanPath(folder.filePath(QStringLiteral("../lib/pelorin/PelorinNews.so")));
+    const QString beside = folder.filePath(QStringLiteral("../lib/pelorin/PelorinNews.so"));
+    const QString installed = folder.filePath(QStringLiteral(PELORIN_INSTALLED_MODULE));
+    const bool isInstalled = !QFileInfo::exists(beside) && QFileInfo::exists(installed);
+    return QDir::cleanPath(isInstalled ? installed : beside);
 }
 
 std::shared_ptr<NewsController> createNews(const QString &path, QString *problem) {

@@ -16,7 +16,11 @@ QString folder() {
 }
 
 QString resourceFolder() {
-    return QDir::cleanPath(folder() + QStringLiteral("/../../share/pelorin-news"));
+    const QDir folder(ModuleBundle::folder());
+    const QString usual = folder.filePath(QStringLiteral("../../share/pelorin-news"));
+    const QString multiarch = folder.filePath(QStringLiteral("../../../share/pelorin-news"));
+    const bool isMultiarch = !QFileInfo::exists(usual) && QFileInfo::exists(multiarch);
+    return QDir::cleanPath(isMultiarch ? multiarch : usual);
 }
 
 }  // namespace pelorinnews::ModuleBundle

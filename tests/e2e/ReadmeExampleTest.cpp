@@ -116,8 +116,11 @@ void ReadmeExampleTest::tellsWhyThereIsNoPanel_data() {
     QTest::newRow("no module") << QString() << QByteArray("PelorinNews.so: ");
     QTest::newRow("no plug-in at all")
         << QStringLiteral(PELORIN_EXAMPLE) << QByteArray("PelorinNews.so: ");
-    QTest::newRow("another plug-in")
-        << QStringLiteral(PELORIN_FOREIGN_MODULE) << QByteArray("PelorinNews.so is no news module");
+    QTest::newRow("another plug-in") << QStringLiteral(PELORIN_FOREIGN_MODULE)
+                                     << QByteArray("PelorinNews.so is not a news module");
+    QTest::newRow("an older module")
+        << QStringLiteral(PELORIN_OLDER_MODULE)
+        << QByteArray("PelorinNews.so is version 0.9.0 of the news module");
     QTest::newRow("a panel that cannot be created")
         << QStringLiteral(PELORIN_FAILING_MODULE) << QByteArray("Nothing works today.");
 }

@@ -1,0 +1,74 @@
+# What `cmake --install` puts where. Programs and data find one another by relative paths, so the
+# installed tree can be moved. Components: module (plug-in and translations), page (page process),
+# dev (headers and CMake package), tools, host.
+include(CMakePackageConfigHelpers)
+
+# pelorin_check_way(<from> <to> <expression>): the relative path between two installed folders must
+# match the expression, because programs look there.
+function(pelorin_check_way from to expression)
+    file(RELATIVE_PATH way ${from} ${to})
+    if(NOT way MATCHES "^${expression}$")
+        message(FATAL_ERROR "${to} cannot be found from ${from}: ${way} does not match ${expression}")
+    endif()
+endfunction()
+
+set(programs ${CMAKE_INSTALL_BINDIR})
+set(share ${CMAKE_INSTALL_DATADIR})
+
+if(PELORIN_PROGRAMS)
+    pelorin_check_way(${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_DATADIR} "\\.\\./share")
+    set(tools feedserver)
+    if(PELORIN_WINDOW)
+        list(APPEND tools feedcheck)
+    endif()
+    foreach(tool IN LISTS tools)
+        set(source ${PROJECT_SOURCE_DIR}/tools/${tool}/pelorin-${tool})
+        install(TARGETS pelorin-${tool} DESTINATION ${programs} COMPONENT tools)
+        install(FILES ${source}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+        install(FILES ${source}.bash DESTINATION ${share}/bash-completion/completions
+            RENAME pelorin-${tool} COMPONENT tools)
+    endforeach()
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/resources/demo-feed DESTINATION ${share}/pelorin
+        COMPONENT tools)
+endif()
+
+if(PELORIN_GUI)
+    # ModuleBundle::resourceFolder() looks here.
+    pelorin_check_way(${CMAKE_INSTALL_FULL_LIBDIR}/pelorin ${CMAKE_INSTALL_FULL_DATADIR}
+        "(\\.\\./)?\\.\\./\\.\\./share")
+    set(folder ${CMAKE_INSTALL_LIBDIR}/pelorin)
+    install(TARGETS PelorinNews EXPORT PelorinNewsTargets
+        LIBRARY DESTINATION ${folder} COMPONENT module)
+    get_directory_property(tables DIRECTORY ${PROJECT_SOURCE_DIR}/resources DEFINITION tables)
+    install(FILES ${tables} DESTINATION ${share}/pelorin-news COMPONENT module)
+    install(TARGETS pelorin-news-page DESTINATION ${folder} COMPONENT page)
+
+    # What a host links: PelorinNews::PelorinNews, the headers. What it loads: the file of
+    # PelorinNews::Module. The names are the same after find_package and after add_subdirectory.
+    add_library(pelorin_interface INTERFACE)
+    target_include_directories(pelorin_interface INTERFACE
+        $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+    target_compile_features(pelorin_interface INTERFACE cxx_std_20)
+    target_link_libraries(pelorin_interface INTERFACE Qt6::Widgets)
+    set_target_properties(pelorin_interface PROPERTIES EXPORT_NAME PelorinNews)
+    set_target_properties(PelorinNews PROPERTIES EXPORT_NAME Module)
+    add_library(PelorinNews::PelorinNews ALIAS pelorin_interface)
+    add_library(PelorinNews::Module ALIAS PelorinNews)
+    install(TARGETS pelorin_interface EXPORT PelorinNewsTargets COMPONENT dev)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/pelorinnews
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev FILES_MATCHING PATTERN "*.h")
+
+    set(package ${CMAKE_INSTALL_LIBDIR}/cmake/PelorinNews)
+    install(EXPORT PelorinNewsTargets NAMESPACE PelorinNews:: DESTINATION ${package} COMPONENT dev)
+    set(version ${PROJECT_BINARY_DIR}/PelorinNewsConfigVersion.cmake)
+    write_basic_package_version_file(${version} COMPATIBILITY SameMajorVersion)
+    install(FILES ${version} ${PROJECT_SOURCE_DIR}/cmake/PelorinNewsConfig.cmake
+        DESTINATION ${package} COMPONENT dev)
+endif()
+
+if(PELORIN_GUI AND PELORIN_PROGRAMS)
+    install(TARGETS pelorin DESTINATION ${programs} COMPONENT host)
+    install(DIRECTORY ${PELORIN_APP_DIR}/share/applications ${PELORIN_APP_DIR}/share/icons
+        DESTINATION ${share} COMPONENT host)
+endif()
