@@ -1,4 +1,5 @@
 #include "HostilePictures.h"
+#include "RtfReader.h"
 #include "TestMain.h"
 #include "page/BoundedHtml.h"
 #include "page/PagePictures.h"
@@ -47,20 +48,6 @@ QByteArray pictureOf(const QByteArray &file, QSizeF shown = {}) {
 
 QByteArray rtf(const QString &html) {
     return richTextFromHtml(html).value_or(QByteArrayLiteral("(absent)"));
-}
-
-/// Whether all RTF groups are closed and the document is a single group.
-bool isBalanced(const QByteArray &bytes) {
-    int depth = 0;
-    for (qsizetype i = 0; i < bytes.size(); ++i) {
-        if (bytes[i] == '\\')
-            ++i;
-        else if (bytes[i] == '{')
-            ++depth;
-        else if (bytes[i] == '}' && --depth == 0)
-            return QByteArrayView(bytes).sliced(i + 1).trimmed().isEmpty();
-    }
-    return false;
 }
 
 }  // namespace
@@ -141,7 +128,7 @@ void RichTextWriterTest::beginsWithTheTablesOfTheFormat() {
     QVERIFY(bytes.contains("{\\fonttbl{\\f0\\fnil\\fcharset0 Verdana;}}"));
     QVERIFY(bytes.contains("{\\colortbl;\\red1\\green2\\blue3;}"));
     QVERIFY(bytes.contains("{\\cf1 a}"));
-    QVERIFY(isBalanced(bytes));
+    QCOMPARE(readRtf(bytes).error, nullptr);
 }
 
 void RichTextWriterTest::isAbsentWithoutText() {
@@ -168,7 +155,7 @@ void RichTextWriterTest::anEmptyPageIsADocumentWithoutText() {
     for (const QString &html : {QStringLiteral(""), QStringLiteral("<html><body></body></html>")}) {
         const std::optional<QByteArray> bytes = richTextFromHtml(html);
         QVERIFY(bytes);
-        QVERIFY(isBalanced(*bytes));
+        QCOMPARE(readRtf(*bytes).error, nullptr);
     }
 }
 
@@ -376,7 +363,7 @@ void RichTextWriterTest::linksRunNothing() {
     const QString quoted = QString(address).replace(QLatin1Char('"'), QStringLiteral("&quot;"));
     const QByteArray bytes = rtf(QStringLiteral("<a href=\"%1\">text</a>").arg(quoted));
     QVERIFY(bytes.contains("text"));
-    QVERIFY(isBalanced(bytes));
+    QCOMPARE(readRtf(bytes).error, nullptr);
     QCOMPARE(bytes.contains("HYPERLINK"), !written.isEmpty());
     QVERIFY2(bytes.contains(written), bytes.constData());
 }
@@ -446,7 +433,7 @@ void RichTextWriterTest::survivesHostilePages() {
     clock.start();
     const std::optional<QByteArray> bytes = richTextFromHtml(html);
     QVERIFY(bytes);
-    QVERIFY(isBalanced(*bytes));
+    QCOMPARE(readRtf(*bytes).error, nullptr);
     QVERIFY(bytes->size() < 10'000'000);
     for (const char byte : *bytes)
         QVERIFY(byte == '\n' || (byte >= 0x20 && byte < 0x7F));
