@@ -17,6 +17,13 @@ namespace {
 /// images, need half of it.
 constexpr std::chrono::nanoseconds timePerByte{150};
 
+/// How long a decoder takes for each colour sample of a progressive JPEG after its last read.
+constexpr std::chrono::nanoseconds timePerSample{11};
+
+/// A JPEG decoder reads at most this many bytes at once: a few kilobytes of a hostile file can take
+/// it a tenth of a second.
+constexpr qint64 maxJpegRead = 256;
+
 // CPU time of this thread, so that images do not time out on a busy computer.
 std::chrono::nanoseconds processorTime() {
     timespec now{};
@@ -30,7 +37,9 @@ std::chrono::nanoseconds processorTime() {
 /// take all of its bytes at once.)
 class TimedFile final : public QIODevice {
 public:
-    TimedFile(const QByteArray &bytes, std::chrono::nanoseconds end) : _bytes(bytes), _end(end) {}
+    /// A decoder gets at most `maxRead` bytes at once.
+    TimedFile(const QByteArray &bytes, qint64 maxRead, std::chrono::nanoseconds end)
+        : _bytes(bytes), _maxRead(maxRead), _end(end) {}
 
     [[nodiscard]] qint64 size() const override { return _bytes.size(); }
     [[nodiscard]] bool isTimeUp() const { return _timeUp; }
@@ -40,7 +49,7 @@ protected:
         _timeUp = _timeUp || processorTime() >= _end;
         if (_timeUp)
             return -1;
-        const qint64 count = std::clamp<qint64>(size() - pos(), 0, maxSize);
+        const qint64 count = std::clamp<qint64>(size() - pos(), 0, std::min(maxSize, _maxRead));
         std::copy_n(_bytes.constData() + pos(), count, data);
         return count;
     }
@@ -48,6 +57,7 @@ protected:
 
 private:
     const QByteArray &_bytes;
+    qint64 _maxRead;
     std::chrono::nanoseconds _end;
     bool _timeUp = false;
 };
@@ -116,6 +126,42 @@ QSize screenOf(const QByteArray &gif) {
             qFromLittleEndian<quint16>(gif.constData() + 8)};
 }
 
+/// The number of colour samples of a progressive JPEG; 0 for other JPEGs. A progressive JPEG's
+/// pixels are all computed after the last read, those of other files between the reads.
+qint64 progressiveSamples(const QByteArray &jpeg) {
+    const auto byte = [&jpeg](qsizetype at) -> int {
+        return at < jpeg.size() ? static_cast<uchar>(jpeg[at]) : 0;
+    };
+    const auto number = [&byte](qsizetype at) { return byte(at) << 8 | byte(at + 1); };
+    for (qsizetype at = 2; at < jpeg.size();) {
+        const int marker = byte(at + 1);
+        // As decoders do, skip what is no marker, and markers without contents.
+        if (byte(at) != 0xFF || marker == 0 || marker == 0xFF) {
+            ++at;
+            continue;
+        }
+        at += 2;
+        if (marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8))
+            continue;
+        if (marker == 0xDA)
+            return 0;
+        if (marker == 0xC2 || marker == 0xCA) {
+            const qint64 pixels = qint64{number(at + 3)} * number(at + 5);
+            int samples = 0;
+            int most = 1;
+            for (int i = 0; i < byte(at + 7); ++i) {
+                const int sampling = byte(at + 9 + 3 * i);
+                const int each = (sampling >> 4) * (sampling & 15);
+                samples += each;
+                most = std::max(most, each);
+            }
+            return pixels * samples / most;
+        }
+        at += number(at);
+    }
+    return 0;
+}
+
 }  // namespace
 
 PagePicture PagePictures::read(const QString &address) {
@@ -131,11 +177,15 @@ PagePicture PagePictures::read(const QString &address) {
     _timeForBytesLeft -= forBytes;
     _timeLeft += forBytes;
     const auto start = processorTime();
-    TimedFile device(picture.file, start + _timeLeft);
+    const bool jpeg = picture.format == "jpeg";
+    auto end = start + _timeLeft;
+    if (jpeg)
+        end -= timePerSample * progressiveSamples(picture.file);
+    TimedFile device(picture.file, jpeg ? maxJpegRead : picture.file.size(), end);
     device.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     QImageReader reader(&device, picture.format);
     reader.setAutoDetectImageFormat(false);
-    const qint64 weight = picture.format == "png" || picture.format == "jpeg" ? 1 : 4;
+    const qint64 weight = jpeg || picture.format == "png" ? 1 : 4;
     const auto cost = [weight](QSize size) { return weight * size.width() * size.height(); };
     QSize stated = reader.size();
     if (picture.format == "gif")

@@ -29,7 +29,8 @@ class PagePictures {
 public:
     /// `time` is the CPU time that all images together may take to decode. It is extended by 150 ns
     /// for each byte of an image's file, by at most a second in all, because photographs of some
-    /// megabytes cannot be decoded in the time that a page of text may take.
+    /// megabytes cannot be decoded in the time that a page of text may take. A progressive JPEG is
+    /// not decoded if the time is too short for its pixels alone.
     explicit PagePictures(std::chrono::nanoseconds time = {}) : _timeLeft(time) {}
 
     /// The image at `address`. Its `image` is null if `address` is not the `data:` URL of an image,

@@ -73,6 +73,7 @@ private Q_SLOTS:
     void unpacksNoTextBesideAPicture();
     void givesUpPicturesThatTakeTooLong_data();
     void givesUpPicturesThatTakeTooLong();
+    void keepsTimeForThePixelsOfProgressivePictures();
     void aLongPageLeavesLessTimeForPictures();
     void readsNothingButItsOwnText();
     void leavesOutWhatThePageDoesNotShow();
@@ -270,9 +271,17 @@ void RichTextWriterTest::givesUpPicturesThatTakeTooLong_data() {
 
 void RichTextWriterTest::givesUpPicturesThatTakeTooLong() {
     QFETCH(QByteArray, file);
-    PagePictures pictures(std::chrono::milliseconds(250));
+    // More than what is kept for the pixels, so that reading begins.
+    PagePictures pictures(std::chrono::milliseconds(600));
     QVERIFY(pictures.read(dataAddress("image/png", file)).image.isNull());
-    QVERIFY(pictures.read(dataAddress("image/png", pictureFile("PNG"))).image.isNull());
+}
+
+void RichTextWriterTest::keepsTimeForThePixelsOfProgressivePictures() {
+    const QString large = dataAddress("image/jpeg", repaintedPicture(0));
+    QCOMPARE(PagePictures(std::chrono::seconds(10)).read(large).image.size(), QSize(5000, 5000));
+    PagePictures pictures(std::chrono::milliseconds(250));
+    QVERIFY(pictures.read(large).image.isNull());
+    QVERIFY(!pictures.read(dataAddress("image/png", pictureFile("PNG"))).image.isNull());
 }
 
 void RichTextWriterTest::aLongPageLeavesLessTimeForPictures() {
