@@ -84,6 +84,7 @@ void MetadataQueryWorker::walk(std::vector<QByteArray> roots) {
         return;
     }
     std::vector<std::pair<QByteArray, FileWalk::Bounds>> tasks;
+    tasks.reserve(roots.size());
     for (const QByteArray &root : roots)
         tasks.emplace_back(root, _scope.isRemote(root) ? _bounds : FileWalk::Bounds());
     auto result = std::make_shared<WalkResult>();

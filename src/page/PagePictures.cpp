@@ -150,7 +150,7 @@ qint64 progressiveSamples(const QByteArray &jpeg) {
             int samples = 0;
             int most = 1;
             for (int i = 0; i < byte(at + 7); ++i) {
-                const int sampling = byte(at + 9 + 3 * i);
+                const int sampling = byte(at + 9 + qsizetype{3} * i);
                 const int each = (sampling >> 4) * (sampling & 15);
                 samples += each;
                 most = std::max(most, each);

@@ -87,7 +87,7 @@ Outcome receiveOne(int socket, RawMessage &datagram, FileDescriptor *descriptor)
 std::pair<FileDescriptor, FileDescriptor> MessageSocket::createPair() {
     std::array<int, 2> ends{-1, -1};
     if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
-        return {};
+        return {FileDescriptor(), FileDescriptor()};
     return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
@@ -107,10 +107,11 @@ MessageSocket::MessageSocket(FileDescriptor socket, Descriptors descriptors, Han
 void MessageSocket::send(const QList<RawMessage> &datagrams, FileDescriptor descriptor) {
     if (!isOpen())
         return;
-    for (qsizetype i = 0; i < datagrams.size(); ++i) {
-        const bool isLast = i + 1 == datagrams.size();
-        _waiting.push_back({datagrams.at(i), isLast ? std::move(descriptor) : FileDescriptor()});
-    }
+    for (const RawMessage &datagram : datagrams)
+        _waiting.push_back({datagram, FileDescriptor()});
+    // The last datagram carries the message itself.
+    if (!datagrams.isEmpty())
+        _waiting.back().descriptor = std::move(descriptor);
     sendWaiting();
 }
 
@@ -129,21 +130,27 @@ void MessageSocket::sendWaiting() {
 }
 
 void MessageSocket::receive() {
-    const QPointer<MessageSocket> self(this);
-    for (int i = 0; self && isOpen() && i < maxInOneTurn; ++i) {
-        RawMessage datagram;
-        FileDescriptor descriptor;
-        const Outcome outcome = receiveOne(
-            _socket.get(), datagram, _descriptors == Descriptors::Accept ? &descriptor : nullptr);
-        if (outcome == Outcome::Later)
+    for (int i = 0; i < maxInOneTurn; ++i) {
+        if (!receiveNext())
             return;
-        if (outcome == Outcome::Failed)
-            return end();
-        // A copy, because the handler may destroy this object.
-        const Handler handler = _handler;
-        if (!handler(datagram, std::move(descriptor)) && self)
-            return end();
     }
+}
+
+bool MessageSocket::receiveNext() {
+    const QPointer<MessageSocket> self(this);
+    RawMessage datagram;
+    FileDescriptor descriptor;
+    const Outcome outcome = receiveOne(_socket.get(), datagram,
+                                       _descriptors == Descriptors::Accept ? &descriptor : nullptr);
+    if (outcome == Outcome::Later)
+        return false;
+    // A copy, because the handler may destroy this object.
+    const Handler handler = _handler;
+    if (outcome == Outcome::Done && handler(datagram, std::move(descriptor)))
+        return self && isOpen();
+    if (self)
+        end();
+    return false;
 }
 
 void MessageSocket::close() {

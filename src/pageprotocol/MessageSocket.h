@@ -57,6 +57,9 @@ private:
 
     void sendWaiting();
     void receive();
+    /// Receives and handles one datagram. Returns whether there may be another; false also if the
+    /// handler has destroyed this object.
+    [[nodiscard]] bool receiveNext();
     void end();
 
     FileDescriptor _socket;
