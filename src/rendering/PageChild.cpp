@@ -14,6 +14,7 @@
 #include <spawn.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
 
@@ -134,7 +135,9 @@ private:
 
 std::unique_ptr<PageChild> PageChild::start(const QString &program, const StartArguments &given,
                                             Handler handler) {
-    auto [ours, theirs] = MessageSocket::createPair();
+    FileDescriptor ours;
+    FileDescriptor theirs;
+    std::tie(ours, theirs) = MessageSocket::createPair();
     const FileDescriptor safe(::fcntl(theirs.get(), F_DUPFD_CLOEXEC, firstSafeDescriptor));
     if (!ours.isValid() || !safe.isValid())
         return nullptr;
