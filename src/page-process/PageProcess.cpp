@@ -178,6 +178,10 @@ bool PageProcess::handle(const ShowPage &message, const Descriptor &memory) {
         return false;
     _number = message.page;
     _isPainted = false;
+    // Keys were meant for the previous page.
+    std::erase_if(_heldInput, [](const HostMessage &held) {
+        return !std::holds_alternative<FocusInput>(held);
+    });
     _isRevived = false;
     _page.showItem(
         _handler.setPage(QByteArray(reinterpret_cast<const char *>(html->data()), html->size())));

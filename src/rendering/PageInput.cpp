@@ -17,9 +17,14 @@ using namespace pageprotocol;
 
 namespace {
 
+using std::chrono::steady_clock;
+
 /// Maximum of `_actions` and `_focusKeys`: more than a user makes before a hanging page process is
 /// detected.
 constexpr int maxActions = 1000;
+
+/// How long after the key press a cut or copied text may arrive.
+constexpr std::chrono::seconds copyTimeout{5};
 
 qint32 unit(double position) {
     const double number = std::round(position * positionUnit);
@@ -48,7 +53,7 @@ void PageInput::setChild(PageChild *child) {
 void PageInput::beginPage() {
     _actions = 0;
     _isInUse = false;
-    _isCopying = false;
+    _copies = 0;
 }
 
 void PageInput::countAction() {
@@ -58,6 +63,17 @@ void PageInput::countAction() {
 
 void PageInput::countFocusKey() {
     _focusKeys = std::min(_focusKeys + 1, maxActions);
+}
+
+void PageInput::countCopy() {
+    _copies = std::min(_copies + 1, maxActions);
+    _copiesEnd = steady_clock::now() + copyTimeout;
+}
+
+bool PageInput::takeCopying() {
+    if (steady_clock::now() > _copiesEnd)
+        _copies = 0;
+    return takeOne(_copies);
 }
 
 bool PageInput::takeAction() {
@@ -99,8 +115,8 @@ void PageInput::sendKey(const QKeyEvent &event, bool isPress) {
         countAction();
         if (event.key() == Qt::Key_Tab || event.key() == Qt::Key_Backtab)
             countFocusKey();
-        _isCopying =
-            _takesText && (event.matches(QKeySequence::Cut) || event.matches(QKeySequence::Copy));
+        if (_takesText && (event.matches(QKeySequence::Cut) || event.matches(QKeySequence::Copy)))
+            countCopy();
         if (_takesText && event.matches(QKeySequence::Paste))
             send(ClipboardText{QGuiApplication::clipboard()->text()});
     }

@@ -4,6 +4,8 @@
 
 #include <QObject>
 
+#include <chrono>
+
 class QFocusEvent;
 class QInputMethodEvent;
 class QKeyEvent;
@@ -44,8 +46,9 @@ public:
     /// clicked link. Uses up one such permission; false if none is left.
     [[nodiscard]] bool takeAction();
 
-    /// Whether the latest key press cuts or copies in a text field. True only once for each press.
-    [[nodiscard]] bool takeCopying() { return std::exchange(_isCopying, false); }
+    /// Each press of a key that cuts or copies in a text field permits the page process to change
+    /// the clipboard once within five seconds. Uses up one such permission; false if none is left.
+    [[nodiscard]] bool takeCopying();
 
     /// Each press of a Tab key permits the page process to move the focus out of the page once.
     /// Uses up one such permission; false if none is left.
@@ -73,6 +76,7 @@ private:
     }
     void countAction();
     void countFocusKey();
+    void countCopy();
 
     PageChild *_child = nullptr;
     bool _takesText = false;
@@ -81,7 +85,9 @@ private:
     /// How many presses of a Tab key still permit the process to move the focus.
     int _focusKeys = 0;
     bool _isInUse = false;
-    bool _isCopying = false;
+    /// How many key presses still permit a change of the clipboard, and until when.
+    int _copies = 0;
+    std::chrono::steady_clock::time_point _copiesEnd;
 };
 
 }  // namespace pelorinnews

@@ -48,9 +48,9 @@ void PageWidget::setChild(PageChild *child) {
         _frames.forgetChild();
         return;
     }
-    // A new engine paints white before the page. If a frame of the previous process is shown, keep
-    // it until the page is painted.
-    _isWaitingForPage = !_frames.frame().isNull();
+    // A new engine paints white before the page. If a frame of the previous process or another
+    // colour is shown, keep it until the page is painted.
+    _isWaitingForPage = !_frames.frame().isNull() || _plainColour != Qt::white;
     sendSize();
     _place = {};
     sendPlace();
@@ -63,6 +63,11 @@ void PageWidget::clear() {
     _frames.clear(_child);
     _isWaitingForPage = true;
     update();
+}
+
+void PageWidget::holdFrames(bool isHeld) {
+    if (std::exchange(_isHeld, isHeld) != isHeld)
+        update();
 }
 
 void PageWidget::setPlainColour(const QColor &colour) {
@@ -184,7 +189,7 @@ void PageWidget::changeEvent(QEvent *event) {
 
 void PageWidget::paintEvent(QPaintEvent *) {
     QPainter painter(this);
-    QImage frame = _frames.frame();
+    QImage frame = _isHeld ? QImage() : _frames.frame();
     frame.setDevicePixelRatio(devicePixelRatioF());
     if (frame.isNull() || frame.deviceIndependentSize().width() < width() ||
         frame.deviceIndependentSize().height() < height())
@@ -300,13 +305,17 @@ void PageWidget::inputMethodEvent(QInputMethodEvent *event) {
 }
 
 void PageWidget::dragEnterEvent(QDragEnterEvent *event) {
-    if (event->mimeData()->hasText())
-        event->acceptProposedAction();
+    // Only a copy: after a move, the source would delete the text, even if no field took it.
+    if (event->mimeData()->hasText() && event->possibleActions().testFlag(Qt::CopyAction)) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+    }
 }
 
 void PageWidget::dropEvent(QDropEvent *event) {
     _input.sendDrop(event->position(), event->mimeData()->text());
-    event->acceptProposedAction();
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
 }
 
 }  // namespace pelorinnews

@@ -29,6 +29,9 @@ public:
     /// Forgets the shown frame. Until the next frame, the widget shows the plain colour.
     void clear();
 
+    /// While held back, frames arrive but are not shown: the widget shows the plain colour.
+    void holdFrames(bool isHeld);
+
     /// Sets the colour to show where there is no frame.
     void setPlainColour(const QColor &colour);
 
@@ -101,6 +104,7 @@ private:
     QColor _plainColour = Qt::white;
     qint32 _awaitedPage = 0;
     bool _isWaitingForPage = false;
+    bool _isHeld = false;
     /// The page's position on the screen that was last sent to the process.
     QPoint _place;
 };

@@ -53,6 +53,8 @@ private Q_SLOTS:
     void showsToolTipsAsPlainText();
     void movesTheFocusThroughThePageAndOut();
     void losesNoKeyWhileThePageChanges();
+    void cutsTextThoughAnotherKeyFollows();
+    void leavesDraggedTextAtItsSource();
 
 private:
     void show(const QString &body, QPoint painted = {480, 280}) {
@@ -368,6 +370,39 @@ void InputTest::losesNoKeyWhileThePageChanges() {
         QTRY_COMPARE(window.focusWidget(), &after);
     }
     _fixture->view.setParent(nullptr);
+}
+
+void InputTest::cutsTextThoughAnotherKeyFollows() {
+    QApplication::clipboard()->setText(QStringLiteral("before"));
+    show(field);
+    enter();
+    QTest::keyClicks(&_fixture->view, QStringLiteral("mine"));
+    QTRY_COMPARE(value(), QStringLiteral("mine"));
+    press(Qt::Key_A, Qt::ControlModifier);
+    press(Qt::Key_X, Qt::ControlModifier);
+    press(Qt::Key_Z);
+    QTRY_COMPARE(QApplication::clipboard()->text(), QStringLiteral("mine"));
+    QTRY_COMPARE(value(), QStringLiteral("z"));
+}
+
+// A source deletes its text if the target reports a move.
+void InputTest::leavesDraggedTextAtItsSource() {
+    show(field);
+    QMimeData data;
+    data.setText(QStringLiteral("dragged"));
+    const auto dragged = [&](Qt::DropActions possible) {
+        QDragEnterEvent coming({400, 250}, possible, &data, Qt::LeftButton, {});
+        coming.setDropAction(Qt::MoveAction);
+        coming.ignore();
+        QApplication::sendEvent(_fixture->target(), &coming);
+        return coming.isAccepted() ? coming.dropAction() : Qt::IgnoreAction;
+    };
+    QCOMPARE(dragged(Qt::CopyAction | Qt::MoveAction), Qt::CopyAction);
+    QCOMPARE(dragged(Qt::MoveAction), Qt::IgnoreAction);
+    QDropEvent drop({400, 250}, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, {});
+    drop.setDropAction(Qt::MoveAction);
+    QApplication::sendEvent(_fixture->target(), &drop);
+    QCOMPARE(drop.dropAction(), Qt::CopyAction);
 }
 
 PELORIN_WIDGET_TEST_MAIN(InputTest)
