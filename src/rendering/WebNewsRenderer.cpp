@@ -24,6 +24,9 @@ using std::chrono::steady_clock;
 /// Failures longer ago than this do not count.
 constexpr std::chrono::minutes failureMemory{1};
 
+/// How long an earlier page is held back after the window was opened, when the next may be loaded.
+constexpr std::chrono::milliseconds holdTime{500};
+
 /// Whether the installed page process speaks another protocol version, as after an upgrade under a
 /// running host. Never reset: only a restart of the host helps.
 bool isOtherVersionInstalled = false;
@@ -107,6 +110,7 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent, const QString &program, const 
     prepare(_readyTimer, limits.ready, &WebNewsRenderer::useText);
     prepare(_answerTimer, limits.answer, &WebNewsRenderer::answerIsMissing);
     prepare(_endTimer, limits.end, &WebNewsRenderer::endChild);
+    prepare(_holdTimer, holdTime, &WebNewsRenderer::showHeld);
     _discardTimer.setSingleShot(true);
     _discardTimer.setInterval(limits.discard);
     QObject::connect(&_discardTimer, &QTimer::timeout, _view, [this] {
@@ -147,8 +151,9 @@ void WebNewsRenderer::loadHtmlString(const QString &html, PageKind kind) {
     if (!isSame)
         _view->waitForPage(_page);
     // When the window opens, the engine may still paint the previous page: do not show that.
-    if (!isSame && _isClosed)
+    if (!isSame && (_isClosed || _isStale))
         _view->clear();
+    showHeld();
     _view->input().beginPage();
     _view->setPlainColour(plainColour());
     if (_text)
@@ -181,6 +186,10 @@ void WebNewsRenderer::setPolicyDelegate(NavigationPolicyDelegate *delegate) {
 
 void WebNewsRenderer::opened() {
     _isClosed = false;
+    if (_isStale) {
+        _view->holdFrames(true);
+        _holdTimer.start();
+    }
     _discardTimer.stop();
     _endTimer.stop();
     if (_text && !isOtherVersionInstalled && isProgramInstalled()) {
@@ -199,8 +208,16 @@ bool WebNewsRenderer::isProgramInstalled() const {
     return QFileInfo(_program).isExecutable();
 }
 
+// Whoever opens the window usually loads another page then.
+void WebNewsRenderer::showHeld() {
+    _isStale = false;
+    _holdTimer.stop();
+    _view->holdFrames(false);
+}
+
 void WebNewsRenderer::closed() {
     _isClosed = true;
+    _isStale = true;
     _view->clear();
     _discardTimer.start();
     _endTimer.start();

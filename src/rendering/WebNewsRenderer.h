@@ -56,6 +56,7 @@ private:
 
     void opened();
     void closed();
+    void showHeld();
     void surroundingsChanged();
     void startChild();
     void endChild();
@@ -103,6 +104,8 @@ private:
     bool _isReady = false;
     bool _wasEverReady = false;
     bool _isClosed = false;
+    /// Whether no page was loaded since the window was closed.
+    bool _isStale = false;
     QList<std::chrono::steady_clock::time_point> _failures;
     QTimer _readyTimer;
     QTimer _answerTimer;
@@ -111,6 +114,7 @@ private:
     /// Numbers of the latest ping and of the latest answer to one.
     qint32 _lastPing = 0;
     qint32 _lastPong = 0;
+    QTimer _holdTimer;
     QTimer _discardTimer;
     QTimer _endTimer;
 };

@@ -8,6 +8,7 @@
 #include "rendering/WebNewsRenderer.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QPixmap>
@@ -100,6 +101,7 @@ private Q_SLOTS:
     void givesItsProcessNothingOfTheHosts();
     void holdsThroughManyKills();
     void showsNoEarlierPageWhenOpenedAgain();
+    void holdsAnEarlierPageBackUntilTheNextIsLoaded();
     void keepsNoPictureWhileClosed();
     void endsItsProcessWithTheView();
     void twoViewsHaveAProcessEach();
@@ -408,6 +410,39 @@ void ProcessTest::showsNoEarlierPageWhenOpenedAgain() {
         };
         waitUntil(isNextShown, "the next page is not painted");
     }
+}
+
+// The panel shows its window first, and loads a page when the window is active.
+void ProcessTest::holdsAnEarlierPageBackUntilTheNextIsLoaded() {
+    LimitedRenderer limited({});
+    const QColor other(0x40, 0x20, 0xc0);
+    limited.showList();
+    for (int i = 0; i < 10; ++i) {
+        limited.renderer.widget()->hide();
+        QTest::qWait(50);
+        limited.renderer.widget()->show();
+        QElapsedTimer clock;
+        clock.start();
+        while (!clock.hasExpired(100)) {
+            QTest::qWait(5);
+            // A busy computer may have waited for longer than an earlier page is held back.
+            if (!clock.hasExpired(300))
+                QCOMPARE(limited.pixel(corner), QColor(Qt::white));
+        }
+        limited.renderer.loadHtmlString(
+            QStringLiteral("<body style='background:#4020c0'>The next page"), PageKind::Item);
+        const auto isNextShown = [&] {
+            if (limited.pixel(corner) == ground && !clock.hasExpired(300))
+                qFatal("the earlier page is shown");
+            return limited.pixel(corner) == other;
+        };
+        waitUntil(isNextShown, "the next page is not painted");
+        limited.showList();
+    }
+    // Without another page, the earlier one comes back.
+    limited.renderer.widget()->hide();
+    limited.renderer.widget()->show();
+    QTRY_COMPARE(limited.pixel(corner), ground);
 }
 
 void ProcessTest::keepsNoPictureWhileClosed() {
