@@ -65,7 +65,7 @@ Q_SIGNALS:
     /// A key or button is pressed. Emitted before the process is told of it.
     void pressing();
 
-    /// Input was sent to the process, which should now show that it does not hang.
+    /// Input or a new size was sent to the process, which should now show that it does not hang.
     void sent();
 
 private:

@@ -221,6 +221,8 @@ void PageWidget::sendVisibility(bool isVisible) {
 
 void PageWidget::resizeEvent(QResizeEvent *) {
     sendSize();
+    // A process that hangs would leave more and more buffers unread.
+    Q_EMIT _input.sent();
 }
 
 bool PageWidget::eventFilter(QObject *, QEvent *event) {

@@ -227,7 +227,8 @@ void ProcessTest::paintsTextIfTheProcessIsNotReadyInTime() {
 void ProcessTest::replacesAStoppedProcess_data() {
     QTest::addColumn<QString>("doing");
     // A stopped process is noticed only when it does not react to something.
-    for (const char *doing : {"clicking", "typing", "scrolling", "loading", "choosing", "closed"})
+    for (const char *doing :
+         {"clicking", "typing", "scrolling", "loading", "choosing", "resizing", "closed"})
         QTest::newRow(doing) << doing;
 }
 
@@ -260,6 +261,8 @@ void ProcessTest::replacesAStoppedProcess() {
         limited.renderer.loadHtmlString(page(QStringLiteral("The page")), PageKind::Item);
     if (doing == u"choosing")
         QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Down);
+    if (doing == u"resizing")
+        limited.renderer.widget()->resize(490, 295);
     if (doing == u"closed")
         limited.renderer.widget()->show();
     QTRY_VERIFY(limited.engine.process() != process);
