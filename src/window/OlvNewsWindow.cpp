@@ -79,29 +79,29 @@ void OlvNewsWindow::hideEvent(QHideEvent *event) {
     QWidget::hideEvent(event);
 }
 
-bool OlvNewsWindow::isOurs(const QKeyEvent &event) const {
+NavigationButton *OlvNewsWindow::buttonFor(const QKeyEvent &event) const {
     const auto buttons = findChildren<NavigationButton *>();
+    const auto found =
+        std::find_if(buttons.begin(), buttons.end(), [&event](const NavigationButton *button) {
+            return isKeyEquivalent(event, button->shortcut());
+        });
+    return found == buttons.end() ? nullptr : *found;
+}
+
+bool OlvNewsWindow::isOurs(const QKeyEvent &event) const {
     return isKeyEquivalent(event, escapeKeyEquivalent) ||
            isKeyEquivalent(event, closeKeyEquivalent) ||
-           isKeyEquivalent(event, copyKeyEquivalent) || zoomStep(event) ||
-           std::any_of(buttons.begin(), buttons.end(), [&event](const NavigationButton *button) {
-               return isKeyEquivalent(event, button->shortcut());
-           });
+           isKeyEquivalent(event, copyKeyEquivalent) || zoomStep(event) || buttonFor(event);
 }
 
 // While the user types in a field of the page, the keys do nothing: another item would take the
 // place of what was typed.
 bool OlvNewsWindow::navigate(const QKeyEvent &event) {
+    NavigationButton *button = buttonFor(event);
     const auto *view = qobject_cast<const OlvNewsWebView *>(focusWidget());
-    const auto buttons = findChildren<NavigationButton *>();
-    for (NavigationButton *button : buttons) {
-        if (!isKeyEquivalent(event, button->shortcut()))
-            continue;
-        if (!view || !view->takesText())
-            button->click();
-        return true;
-    }
-    return false;
+    if (button && !(view && view->takesText()))
+        button->click();
+    return button != nullptr;
 }
 
 bool OlvNewsWindow::askForKeyEquivalent(const QKeyEvent &event) {

@@ -6,6 +6,8 @@ class QKeyEvent;
 
 namespace pelorinnews {
 
+class NavigationButton;
+
 /// The news window. It closes on Escape and on Command-W, and closing it never ends the host.
 ///
 /// Key equivalents are offered to the window first, then to the content views and the navigation
@@ -48,6 +50,8 @@ protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
+    /// The navigation button whose shortcut the key is; null if there is none.
+    [[nodiscard]] NavigationButton *buttonFor(const QKeyEvent &event) const;
     [[nodiscard]] bool isOurs(const QKeyEvent &event) const;
     bool askForKeyEquivalent(const QKeyEvent &event);
     bool navigate(const QKeyEvent &event);
