@@ -48,9 +48,8 @@ void PageWidget::setChild(PageChild *child) {
         _frames.forgetChild();
         return;
     }
-    // A new engine paints white before the page. If a frame of the previous process or another
-    // colour is shown, keep it until the page is painted.
-    _isWaitingForPage = !_frames.frame().isNull() || _plainColour != Qt::white;
+    // If a frame of the previous process is shown, keep it until the page is painted.
+    _isWaitingForPage = !_frames.frame().isNull();
     sendSize();
     _place = {};
     sendPlace();
@@ -82,7 +81,9 @@ bool PageWidget::handle(const FrameReady &message) {
     }
     // A frame that comes after the window was closed would be kept until it opens again, when the
     // page may be another.
-    if (!isVisible() || (_isWaitingForPage && message.page < _awaitedPage))
+    // A new engine paints white before the page, which would flash where another colour is shown.
+    const bool wouldFlash = _frames.frame().isNull() && _plainColour != Qt::white;
+    if (!isVisible() || ((_isWaitingForPage || wouldFlash) && message.page < _awaitedPage))
         return _frames.giveBack(*_child, message);
     _isWaitingForPage = false;
     update();

@@ -13,6 +13,7 @@
 #include <QFileInfo>
 #include <QPixmap>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QTextBrowser>
@@ -102,6 +103,7 @@ private Q_SLOTS:
     void holdsThroughManyKills();
     void showsNoEarlierPageWhenOpenedAgain();
     void holdsAnEarlierPageBackUntilTheNextIsLoaded();
+    void startsWithoutAWhiteFlash();
     void keepsNoPictureWhileClosed();
     void endsItsProcessWithTheView();
     void twoViewsHaveAProcessEach();
@@ -446,6 +448,35 @@ void ProcessTest::holdsAnEarlierPageBackUntilTheNextIsLoaded() {
     limited.renderer.widget()->hide();
     limited.renderer.widget()->show();
     QTRY_COMPARE(limited.pixel(corner), ground);
+}
+
+// A new engine paints white before the page.
+void ProcessTest::startsWithoutAWhiteFlash() {
+    _fixture.reset();
+    const QPalette before = QApplication::palette();
+    const auto restore = qScopeGuard([&before] { QApplication::setPalette(before); });
+    QPalette dark(QColor(0x30, 0x30, 0x30));
+    dark.setColor(QPalette::Base, Qt::black);
+    dark.setColor(QPalette::Text, Qt::yellow);
+    QApplication::setPalette(dark);
+    LimitedRenderer limited({});
+    limited.renderer.loadHtmlString(QStringLiteral("<p style='font-size:100px'>\u25a0"),
+                                    PageKind::Status);
+    const auto showsText = [&limited] {
+        const QImage image = limited.window.grab({0, 0, 200, 250}).toImage();
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                if (image.pixelColor(x, y) == QColor(Qt::yellow))
+                    return true;
+        return false;
+    };
+    const auto isPainted = [&] {
+        if (limited.pixel(corner) != QColor(Qt::black))
+            qFatal("the window is not black");
+        return showsText();
+    };
+    waitUntil(isPainted, "the text is not painted");
+    QVERIFY(!limited.isText());
 }
 
 void ProcessTest::keepsNoPictureWhileClosed() {
