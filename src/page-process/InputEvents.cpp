@@ -4,6 +4,7 @@
 #include <QGuiApplication>
 #include <QInputMethodEvent>
 #include <QMimeData>
+#include <QTextCharFormat>
 #include <QWidget>
 #include <QWindow>
 #include <qpa/qplatformdrag.h>
@@ -126,8 +127,15 @@ void deliver(const pageprotocol::CommitText &input) {
 }
 
 void deliver(const pageprotocol::PreeditText &input) {
-    const QInputMethodEvent::Attribute cursor(QInputMethodEvent::Cursor, input.cursor, 1);
-    QInputMethodEvent event(input.text, {cursor});
+    QList<QInputMethodEvent::Attribute> attributes{{QInputMethodEvent::Cursor, input.cursor, 1}};
+    for (const auto &clause : input.clauses) {
+        if (clause.length == 0)
+            continue;
+        QTextCharFormat format;
+        format.setUnderlineStyle(QTextCharFormat::SingleUnderline);
+        attributes.append({QInputMethodEvent::TextFormat, clause.start, clause.length, format});
+    }
+    QInputMethodEvent event(input.text, attributes);
     deliverToFocus(event);
 }
 

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <algorithm>
+#include <array>
 #include <optional>
 #include <tuple>
 #include <type_traits>
@@ -16,7 +18,7 @@ namespace pelorinnews::pageprotocol {
 
 /// Both sides state their version first; they must be equal. Increase it with every change of a
 /// message. The first message of either side (`Hello`, `Ready`) looks the same in every version.
-inline constexpr qint32 version = 1;
+inline constexpr qint32 version = 2;
 
 /// Maximum length of a surface's longer side, in device pixels.
 inline constexpr qint32 maxSide = 16384;
@@ -234,11 +236,30 @@ struct CommitText {
 };
 
 /// The input method shows `text` at the cursor without entering it. An empty text ends that.
+/// Clauses are the parts to underline; those of length 0 are unused. Without any, the whole text is
+/// underlined.
 struct PreeditText {
+    struct Clause {
+        qint32 start = 0;
+        qint32 length = 0;
+    };
     qint32 cursor = 0;
+    std::array<Clause, 6> clauses;
     QString text;
-    auto numbers() { return std::tie(cursor); }
-    [[nodiscard]] bool isValid() const { return isBetween(0, cursor, maxTextBytes); }
+    auto numbers() {
+        return std::apply(
+            [this](auto &...each) {
+                return std::tuple_cat(std::tie(cursor), std::tie(each.start, each.length)...);
+            },
+            clauses);
+    }
+    [[nodiscard]] bool isValid() const {
+        return isBetween(0, cursor, maxTextBytes) &&
+               std::all_of(clauses.begin(), clauses.end(), [](const Clause &each) {
+                   return isBetween(0, each.start, maxTextBytes) &&
+                          isBetween(0, each.length, maxTextBytes);
+               });
+    }
 };
 
 /// The clipboard's text, sent before a key that pastes. The child has no access to the clipboard.

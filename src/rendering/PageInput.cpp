@@ -5,11 +5,15 @@
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QStyleHints>
+#include <QTextCharFormat>
 #include <QWheelEvent>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 namespace pelorinnews {
 
@@ -32,6 +36,32 @@ qint32 unit(double position) {
     return static_cast<qint32>(std::clamp(number, -maxUnits, maxUnits));
 }
 
+// The engine only draws underlines. If the input method highlights a clause, which the next key
+// will change, then only that one is underlined.
+PreeditText preedit(const QInputMethodEvent &event) {
+    PreeditText message;
+    message.text = event.preeditString();
+    const auto size = static_cast<qint32>(message.text.size());
+    message.cursor = size;
+    std::vector<PreeditText::Clause> highlighted;
+    std::vector<PreeditText::Clause> underlined;
+    for (const QInputMethodEvent::Attribute &each : event.attributes()) {
+        const qint32 start = std::clamp(each.start, 0, size);
+        const PreeditText::Clause clause{start, std::clamp(each.length, 0, size - start)};
+        const QTextCharFormat format = each.value.value<QTextFormat>().toCharFormat();
+        if (each.type == QInputMethodEvent::Cursor)
+            message.cursor = start;
+        else if (format.background().style() != Qt::NoBrush)
+            highlighted.push_back(clause);
+        else if (format.underlineStyle() != QTextCharFormat::NoUnderline)
+            underlined.push_back(clause);
+    }
+    const auto &shown = highlighted.empty() ? underlined : highlighted;
+    std::copy_n(shown.begin(), std::min(shown.size(), message.clauses.size()),
+                message.clauses.begin());
+    return message;
+}
+
 bool takeOne(int &count) {
     if (count == 0)
         return false;
@@ -48,9 +78,26 @@ qint32 bits(auto flags) {
 void PageInput::setChild(PageChild *child) {
     _child = child;
     _takesText = false;
+    cancelComposition();
+}
+
+void PageInput::setTakesText(bool takesText) {
+    _takesText = takesText;
+    if (!takesText)
+        cancelComposition();
+}
+
+// The input method keeps its composition until it is told otherwise, and would go on with it in the
+// next field.
+void PageInput::cancelComposition() {
+    if (!std::exchange(_isComposing, false))
+        return;
+    QGuiApplication::inputMethod()->reset();
+    send(PreeditText{});
 }
 
 void PageInput::beginPage() {
+    cancelComposition();
     _actions = 0;
     _isInUse = false;
     _copies = 0;
@@ -87,6 +134,10 @@ bool PageInput::takeFocusKey() {
 void PageInput::sendMouse(qint32 surface, const QMouseEvent &event, qint32 kind) {
     if (kind == MouseInput::Press) {
         _isInUse = true;
+        _pressPlace = event.position();
+        // The text belongs to the field in which it was composed, wherever the click is.
+        if (_isComposing)
+            QGuiApplication::inputMethod()->commit();
         Q_EMIT pressing();
     }
     if (kind == MouseInput::Release)
@@ -94,7 +145,28 @@ void PageInput::sendMouse(qint32 surface, const QMouseEvent &event, qint32 kind)
     send(MouseInput{surface, kind, unit(event.position().x()), unit(event.position().y()),
                     static_cast<qint32>(event.button()), bits(event.buttons()),
                     bits(event.modifiers())});
+    if (kind == MouseInput::Release && event.button() == Qt::MiddleButton && surface == 0)
+        pasteSelection(event.position());
     Q_EMIT sent();
+}
+
+// As in every text field of X11 and Wayland desktops. The engine itself has no primary selection.
+void PageInput::pasteSelection(QPointF released) {
+    const QClipboard *clipboard = QGuiApplication::clipboard();
+    const bool isClick = (released - _pressPlace).manhattanLength() <
+                         QGuiApplication::styleHints()->startDragDistance();
+    if (!isClick || !clipboard->supportsSelection())
+        return;
+    const QString text = clipboard->text(QClipboard::Selection);
+    if (text.isEmpty())
+        return;
+    // The press has put the text cursor where the pointer is, or has taken the focus from the field
+    // that had it. A key reaches the page after that; text of an input method could come before.
+    send(ClipboardText{text});
+    KeyInput key{.isPress = 1, .key = Qt::Key_V, .modifiers = Qt::ControlModifier, .text = {}};
+    send(key);
+    key.isPress = 0;
+    send(key);
 }
 
 void PageInput::sendLeave() {
@@ -117,7 +189,8 @@ void PageInput::sendKey(const QKeyEvent &event, bool isPress) {
             countFocusKey();
         if (_takesText && (event.matches(QKeySequence::Cut) || event.matches(QKeySequence::Copy)))
             countCopy();
-        if (_takesText && event.matches(QKeySequence::Paste))
+        // Even if no field is known to have the focus: a click into one may just have been sent.
+        if (event.matches(QKeySequence::Paste))
             send(ClipboardText{QGuiApplication::clipboard()->text()});
     }
     send(KeyInput{
@@ -137,12 +210,8 @@ void PageInput::sendFocus(bool hasFocus, Qt::FocusReason reason) {
 void PageInput::sendInputMethod(const QInputMethodEvent &event) {
     if (!event.commitString().isEmpty() || event.replacementLength() > 0)
         send(CommitText{event.replacementStart(), event.replacementLength(), event.commitString()});
-    qint32 cursor = static_cast<qint32>(event.preeditString().size());
-    for (const QInputMethodEvent::Attribute &each : event.attributes()) {
-        if (each.type == QInputMethodEvent::Cursor)
-            cursor = std::clamp(each.start, 0, cursor);
-    }
-    send(PreeditText{cursor, event.preeditString()});
+    _isComposing = !event.preeditString().isEmpty();
+    send(preedit(event));
     Q_EMIT sent();
 }
 

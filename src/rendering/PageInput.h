@@ -3,6 +3,7 @@
 #include "PageChild.h"
 
 #include <QObject>
+#include <QPointF>
 
 #include <chrono>
 
@@ -30,7 +31,7 @@ public:
     void beginPage();
 
     /// Sets whether a text field of the page has the focus.
-    void setTakesText(bool takesText) { _takesText = takesText; }
+    void setTakesText(bool takesText);
 
     /// `kind` is a `MouseInput::Kind`.
     void sendMouse(qint32 surface, const QMouseEvent &event, qint32 kind);
@@ -74,12 +75,18 @@ private:
         if (_child)
             _child->send(message);
     }
+    void cancelComposition();
+    void pasteSelection(QPointF released);
     void countAction();
     void countFocusKey();
     void countCopy();
 
     PageChild *_child = nullptr;
     bool _takesText = false;
+    /// Whether the input method shows a text in the page that it has not entered yet.
+    bool _isComposing = false;
+    /// Where a mouse button was last pressed, in the surface's coordinates.
+    QPointF _pressPlace;
     /// How many key presses and button releases still permit a report of a clicked link.
     int _actions = 0;
     /// How many presses of a Tab key still permit the process to move the focus.

@@ -74,6 +74,8 @@ private Q_SLOTS:
 
     void composesAndConverts();
     void correctsAndCancels();
+    void keepsTextInItsFieldAfterAClick();
+    void dropsTextOfAnEarlierPage();
 
 private:
     static void press(const QStringList &keys) {
@@ -81,8 +83,8 @@ private:
                                   QStringLiteral("50")};
         QCOMPARE(QProcess::execute(QStringLiteral("xdotool"), command + keys), 0);
     }
-    [[nodiscard]] QString value() const {
-        return _fixture->evaluated(QStringLiteral("document.getElementById('field').value"))
+    [[nodiscard]] QString value(const QString &field = QStringLiteral("field")) const {
+        return _fixture->evaluated(QStringLiteral("document.getElementById('%1').value").arg(field))
             .toString();
     }
 
@@ -92,8 +94,8 @@ private:
 void InputMethodTest::init() {
     _fixture = std::make_unique<RendererFixture>(Painter::Web);
     _fixture->load(page(QStringLiteral(
-        "<form action=sent><input id=field style='font-size:40px;width:300px;height:100px'>"
-        "</form>")));
+        "<form action=sent><style>input{display:block;font-size:40px;width:300px;height:100px}"
+        "</style><input id=field><input id=other></form>")));
     _fixture->waitForColour({480, 280}, ground);
     _fixture->click({50, 50});
     QTRY_VERIFY(_fixture->view.inputMethodQuery(Qt::ImEnabled).toBool());
@@ -121,6 +123,26 @@ void InputMethodTest::correctsAndCancels() {
     QTRY_COMPARE(value(), QString());
     press({"n", "i", "Return"});
     QTRY_COMPARE(value(), QStringLiteral("に"));
+}
+
+void InputMethodTest::keepsTextInItsFieldAfterAClick() {
+    press({"n", "i", "h", "o"});
+    QTRY_COMPARE(value(), QStringLiteral("にほ"));
+    _fixture->click({50, 150});
+    press({"k", "a"});
+    QTRY_COMPARE(value(QStringLiteral("other")), QStringLiteral("か"));
+    QCOMPARE(value(), QStringLiteral("にほ"));
+    press({"Return"});
+    QTRY_COMPARE(value(QStringLiteral("other")), QStringLiteral("か"));
+}
+
+void InputMethodTest::dropsTextOfAnEarlierPage() {
+    press({"n", "i", "h", "o"});
+    QTRY_COMPARE(value(), QStringLiteral("にほ"));
+    _fixture->load(page(QStringLiteral("<input id=field autofocus>")));
+    QTRY_VERIFY(_fixture->view.inputMethodQuery(Qt::ImEnabled).toBool());
+    press({"k", "a", "Return"});
+    QTRY_COMPARE(value(), QStringLiteral("か"));
 }
 
 int main(int argc, char *argv[]) {

@@ -10,9 +10,11 @@
 #include <QDropEvent>
 #include <QInputMethodEvent>
 #include <QMimeData>
+#include <QPlainTextEdit>
 #include <QProcess>
 #include <QPushButton>
 #include <QScreen>
+#include <QTextCharFormat>
 
 using namespace pelorinnews;
 using namespace pelorinnews::test;
@@ -37,9 +39,12 @@ private Q_SLOTS:
 
     void typesIntoAField();
     void pastesAndCutsInAField();
+    void pastesRightAfterAClick();
+    void pastesThePrimarySelection();
     void takesADroppedText();
     void ignoresADropBesideAField();
     void composesTextOfAnInputMethod();
+    void marksTheClausesOfAComposition();
     void tellsAnInputMethodOfTheField();
     void claimsTheKeysOfAFieldOnly();
     void choosesFromAListByKeys();
@@ -55,6 +60,7 @@ private Q_SLOTS:
     void losesNoKeyWhileThePageChanges();
     void cutsTextThoughAnotherKeyFollows();
     void leavesDraggedTextAtItsSource();
+    void leavesTextDraggedByMouseAtItsSource();
 
 private:
     void show(const QString &body, QPoint painted = {480, 280}) {
@@ -114,6 +120,36 @@ void InputTest::pastesAndCutsInAField() {
     QTRY_COMPARE(clipboard->text(), QStringLiteral("pasted \u4e00"));
 }
 
+void InputTest::pastesRightAfterAClick() {
+    QApplication::clipboard()->setText(QStringLiteral("pasted"));
+    show(field);
+    click();
+    press(Qt::Key_V, Qt::ControlModifier);
+    QTRY_COMPARE(value(), QStringLiteral("pasted"));
+}
+
+void InputTest::pastesThePrimarySelection() {
+    QClipboard *clipboard = QApplication::clipboard();
+    clipboard->setText(QStringLiteral("two\nlines"), QClipboard::Selection);
+    show(field + QStringLiteral("<a href=link style='display:block;height:100px'>Link</a>"));
+    enter();
+    // Beside a field, nothing is pasted, not even into the one that had the focus.
+    _fixture->click({400, 50}, Qt::MiddleButton);
+    _fixture->click({50, 150}, Qt::MiddleButton);
+    _fixture->click({50, 50}, Qt::MiddleButton);
+    QTRY_COMPARE(value(), QStringLiteral("two lines"));
+    press(Qt::Key_End);
+    press(Qt::Key_Z);
+    QTRY_COMPARE(value(), QStringLiteral("two linesz"));
+    // With a movement between press and release, it is no click.
+    QTest::mousePress(_fixture->target(), Qt::MiddleButton, {}, QPoint(20, 50));
+    QTest::mouseMove(_fixture->target(), QPoint(250, 50));
+    QTest::mouseRelease(_fixture->target(), Qt::MiddleButton, {}, QPoint(250, 50));
+    press(Qt::Key_End);
+    press(Qt::Key_X);
+    QTRY_COMPARE(value(), QStringLiteral("two lineszx"));
+}
+
 void InputTest::takesADroppedText() {
     show(field);
     enter();
@@ -151,6 +187,33 @@ void InputTest::composesTextOfAnInputMethod() {
     QTRY_COMPARE(value(), QStringLiteral("\u65e5\u672c"));
 }
 
+void InputTest::marksTheClausesOfAComposition() {
+    show(
+        QStringLiteral("<input id=field style='display:block;width:300px;height:100px;padding:0;"
+                       "border:0;font:40px monospace'>"));
+    enter();
+    QTextCharFormat plain;
+    plain.setUnderlineStyle(QTextCharFormat::SingleUnderline);
+    QTextCharFormat marked = plain;
+    marked.setBackground(QColor(255, 0, 0));
+    const auto compose = [&](const QTextCharFormat &ofSecond) {
+        QInputMethodEvent composing(QStringLiteral("        "),
+                                    {{QInputMethodEvent::TextFormat, 0, 4, plain},
+                                     {QInputMethodEvent::TextFormat, 4, 4, ofSecond},
+                                     {QInputMethodEvent::Cursor, 0, 0, {}}});
+        QApplication::sendEvent(&_fixture->view, &composing);
+    };
+    // Each character is about 24 pixels wide.
+    const auto isUnderlined = [this](int x) {
+        const QImage column = _fixture->screen().copy(x, 10, 1, 80);
+        return column != QImage(column).scaled(1, 1).scaled(1, 80);
+    };
+    compose(plain);
+    QTRY_VERIFY(isUnderlined(50) && isUnderlined(150));
+    compose(marked);
+    QTRY_VERIFY(!isUnderlined(50) && isUnderlined(150));
+}
+
 void InputTest::tellsAnInputMethodOfTheField() {
     show(QStringLiteral("<div style='height:150px'>Text</div>") + field);
     QVERIFY(!_fixture->view.inputMethodQuery(Qt::ImEnabled).toBool());
@@ -168,7 +231,12 @@ void InputTest::tellsAnInputMethodOfTheField() {
     press(Qt::Key_Left, Qt::ShiftModifier);
     QTRY_COMPARE(_fixture->view.inputMethodQuery(Qt::ImCursorPosition).toInt(), 3);
     QTRY_COMPARE(_fixture->view.inputMethodQuery(Qt::ImAnchorPosition).toInt(), 4);
-    click({400, 50});
+    // Enlarged to 150 %, the field is at y = 225.
+    const QKeyEvent larger(QEvent::KeyPress, Qt::Key_Plus, Qt::ControlModifier);
+    for (int i = 0; i < 3; ++i)
+        QVERIFY(_fixture->view.performKeyEquivalent(larger));
+    QTRY_VERIFY(QRect(0, 225, 450, 75).contains(cursor().center()));
+    click({480, 50});
     QTRY_VERIFY(!_fixture->view.inputMethodQuery(Qt::ImEnabled).toBool());
 }
 
@@ -403,6 +471,39 @@ void InputTest::leavesDraggedTextAtItsSource() {
     drop.setDropAction(Qt::MoveAction);
     QApplication::sendEvent(_fixture->target(), &drop);
     QCOMPARE(drop.dropAction(), Qt::CopyAction);
+}
+
+// With the mouse, from an editor, which offers to move its text.
+void InputTest::leavesTextDraggedByMouseAtItsSource() {
+    show(field);
+    QPlainTextEdit source;
+    source.setGeometry(550, 50, 200, 100);
+    source.setPlainText(QStringLiteral("dragged"));
+    source.show();
+    QVERIFY(QTest::qWaitForWindowActive(&source, testPatience));
+    for (const QPoint target : {QPoint(400, 250), QPoint(50, 50)}) {
+        source.selectAll();
+        QStringList command;
+        const auto add = [&command](const QStringList &words) { command += words; };
+        const auto move = [&add](QPoint place) {
+            add({QStringLiteral("mousemove"), QString::number(place.x()),
+                 QString::number(place.y()), QStringLiteral("sleep"), QStringLiteral("0.1")});
+        };
+        const QPoint start = source.mapToGlobal(source.cursorRect().center() - QPoint(20, 0));
+        const QPoint end = _fixture->view.mapToGlobal(target);
+        move(start);
+        add({QStringLiteral("mousedown"), QStringLiteral("1")});
+        for (int step = 1; step <= 5; ++step)
+            move(start + (end - start) * step / 5);
+        move(end + QPoint(1, 1));
+        add({QStringLiteral("mouseup"), QStringLiteral("1")});
+        QProcess mouse;
+        mouse.start(QStringLiteral("xdotool"), command);
+        QTRY_COMPARE(mouse.state(), QProcess::NotRunning);
+        QCOMPARE(mouse.exitCode(), 0);
+    }
+    QTRY_COMPARE(value(), QStringLiteral("dragged"));
+    QCOMPARE(source.toPlainText(), QStringLiteral("dragged"));
 }
 
 PELORIN_WIDGET_TEST_MAIN(InputTest)
