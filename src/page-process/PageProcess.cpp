@@ -224,6 +224,10 @@ bool PageProcess::handle(const ViewPlace &message, const Descriptor &) {
 
 bool PageProcess::handle(const Visibility &message, const Descriptor &) {
     _view.setVisible(message.isVisible != 0);
+    // The engine loads a page again that was discarded, and does not report that.
+    const bool isLoading = _hangTimer.isActive() || _paintTimer.isActive();
+    if (message.isVisible && _number > 0 && !_isPainted && !isLoading)
+        _paintTimer.start(paintTimeout);
     return true;
 }
 
@@ -231,6 +235,7 @@ bool PageProcess::handle(const DiscardPage &, const Descriptor &) {
     // Ends the engine's process for the page; a new one starts when the view is shown again.
     _shownNumber = 0;
     _isPainted = false;
+    _paintTimer.stop();
     _showsEarlierContent = false;
     _page.setLifecycleState(QWebEnginePage::LifecycleState::Discarded);
     releaseLibraryPages({"libQt6WebEngineCore", "libQt6Quick", "libQt6Qml"});
@@ -261,10 +266,11 @@ bool PageProcess::handle(const FocusInput &message, const Descriptor &) {
     return true;
 }
 
-// On Qt's offscreen platform, no window manager gives the focus back after a dialog.
+// Qt's offscreen platform gives the focus to each window that is shown, and nobody gives it back
+// after a dialog.
 void PageProcess::keepFocus() {
-    if (_focus.hasFocus && !QGuiApplication::focusWindow())
-        InputEvents::deliver(_view, FocusInput{1, Qt::ActiveWindowFocusReason});
+    if ((QGuiApplication::focusWindow() != nullptr) != (_focus.hasFocus != 0))
+        InputEvents::deliver(_view, FocusInput{_focus.hasFocus, Qt::ActiveWindowFocusReason});
 }
 
 bool PageProcess::handle(const CommitText &message, const Descriptor &) {

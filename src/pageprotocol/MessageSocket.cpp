@@ -101,7 +101,7 @@ MessageSocket::MessageSocket(FileDescriptor socket, Descriptors descriptors, Han
       _writable(_socket.get(), QSocketNotifier::Write) {
     _writable.setEnabled(false);
     connect(&_readable, &QSocketNotifier::activated, this, &MessageSocket::receive);
-    connect(&_writable, &QSocketNotifier::activated, this, &MessageSocket::sendWaiting);
+    connect(&_writable, &QSocketNotifier::activated, this, &MessageSocket::sendMore);
 }
 
 void MessageSocket::send(const QList<RawMessage> &datagrams, FileDescriptor descriptor) {
@@ -127,6 +127,12 @@ void MessageSocket::sendWaiting() {
     }
     if (isOpen())
         _writable.setEnabled(!_waiting.empty());
+}
+
+void MessageSocket::sendMore() {
+    sendWaiting();
+    if (isOpen() && !isWaiting())
+        Q_EMIT drained();
 }
 
 void MessageSocket::receive() {

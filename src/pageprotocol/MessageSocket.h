@@ -41,10 +41,17 @@ public:
 
     [[nodiscard]] bool isOpen() const { return _socket.isValid(); }
 
+    /// Whether datagrams wait because the other side does not accept them yet.
+    [[nodiscard]] bool isWaiting() const { return !_waiting.empty(); }
+
     /// Closes the connection; nothing is received any more. `closed` is not emitted.
     void close();
 
 Q_SIGNALS:
+    /// The other side has accepted all datagrams, after `isWaiting` was true. Emitted from the
+    /// event loop.
+    void drained();
+
     /// The connection has ended: the other side closed it or violated the protocol, an operation
     /// failed, or the queue is full. Emitted once, from the event loop.
     void closed();
@@ -56,6 +63,7 @@ private:
     };
 
     void sendWaiting();
+    void sendMore();
     void receive();
     /// Receives and handles one datagram. Returns whether there may be another; false also if the
     /// handler has destroyed this object.

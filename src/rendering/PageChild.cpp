@@ -175,6 +175,7 @@ PageChild::PageChild(FileDescriptor socket, qint64 id,
         kill();
         Q_EMIT ended();
     });
+    connect(&_socket, &MessageSocket::drained, this, &PageChild::caughtUp);
     send(Hello{});
 }
 

@@ -33,6 +33,9 @@ public:
                      std::move(descriptor));
     }
 
+    /// Whether the process does not take its messages as fast as they are sent.
+    [[nodiscard]] bool isBehind() const { return _socket.isWaiting(); }
+
     [[nodiscard]] qint64 id() const { return _number; }
 
     /// Whether the process speaks another version of the protocol, which ends the connection.
@@ -42,6 +45,9 @@ Q_SIGNALS:
     /// The process has ended, or has violated the protocol and was killed. Emitted once, from the
     /// event loop.
     void ended();
+
+    /// The process has taken all messages, after `isBehind` was true. Emitted from the event loop.
+    void caughtUp();
 
 private:
     PageChild(FileDescriptor socket, qint64 id, std::shared_ptr<const FileDescriptor> process,

@@ -36,6 +36,8 @@ PageWidget::~PageWidget() {
 }
 
 void PageWidget::setChild(PageChild *child) {
+    if (_child)
+        disconnect(_child, nullptr, this, nullptr);
     _child = child;
     _input.setChild(child);
     for (const auto &[surface, popup] : _popups)
@@ -50,11 +52,25 @@ void PageWidget::setChild(PageChild *child) {
     }
     // If a frame of the previous process is shown, keep it until the page is painted.
     _isWaitingForPage = !_frames.frame().isNull();
+    connect(child, &PageChild::caughtUp, this, [this] {
+        if (_owesSize)
+            sendSize();
+    });
     sendSize();
     _place = {};
     sendPlace();
     sendVisibility(isVisible() && !window()->isMinimized());
-    if (_hasFocus)
+    sendPresentFocus();
+}
+
+// The view around the page has the focus, or the page itself if it is used without one.
+bool PageWidget::isFocused() const {
+    const QWidget *focused = window()->focusWidget();
+    return isActiveWindow() && focused && (focused == this || focused->isAncestorOf(this));
+}
+
+void PageWidget::sendPresentFocus() {
+    if (isFocused())
         _input.sendFocus(true, Qt::OtherFocusReason);
 }
 
@@ -144,7 +160,7 @@ bool PageWidget::handle(const CopiedText &message) {
 }
 
 bool PageWidget::handle(const FocusLeft &message) {
-    if (_input.takeFocusKey() && _hasFocus)
+    if (_input.takeFocusKey() && isFocused())
         focusNextPrevChild(message.isForward != 0);
     return true;
 }
@@ -203,8 +219,11 @@ void PageWidget::paintEvent(QPaintEvent *) {
 }
 
 void PageWidget::sendSize() {
+    // While the process does not read its messages, the buffers of each new size would pile up.
+    _owesSize = _child && _child->isBehind();
     const QSize pixels = (QSizeF(size()) * devicePixelRatioF()).toSize();
-    if (_child && isSize(pixels.width(), pixels.height()) && !_frames.resize(*_child, pixels))
+    if (_child && !_owesSize && isSize(pixels.width(), pixels.height()) &&
+        !_frames.resize(*_child, pixels))
         Q_EMIT framesFailed();
 }
 
@@ -222,7 +241,7 @@ void PageWidget::sendVisibility(bool isVisible) {
 
 void PageWidget::resizeEvent(QResizeEvent *) {
     sendSize();
-    // A process that hangs would leave more and more buffers unread.
+    // A process that hangs would not paint the new size.
     Q_EMIT _input.sent();
 }
 
@@ -290,8 +309,7 @@ void PageWidget::sendFocus(const QFocusEvent &event) {
     // engine would close the pop-up.
     if (event.reason() == Qt::PopupFocusReason)
         return;
-    _hasFocus = event.gotFocus();
-    _input.sendFocus(_hasFocus, event.reason());
+    _input.sendFocus(event.gotFocus(), event.reason());
 }
 
 void PageWidget::focusInEvent(QFocusEvent *event) {

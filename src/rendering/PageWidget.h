@@ -39,6 +39,13 @@ public:
     /// ignored.
     void waitForPage(qint32 page) { _awaitedPage = page; }
 
+    /// Whether the page gets the keys that the user presses.
+    [[nodiscard]] bool isFocused() const;
+
+    /// Tells the process that the page has the focus, if it has. For a process or widget that takes
+    /// over while the focus stays.
+    void sendPresentFocus();
+
     /// The user's input to the page and its pop-ups.
     [[nodiscard]] PageInput &input() { return _input; }
 
@@ -98,13 +105,14 @@ private:
     std::map<qint32, PagePopup *> _popups;
     /// The state of the page's focused element, as the process last reported it.
     pageprotocol::InputState _inputState;
-    bool _hasFocus = false;
     /// The screen's scale and size for which `surroundingsChanged` was last emitted.
     std::pair<double, QSize> _surroundings;
     QColor _plainColour = Qt::white;
     qint32 _awaitedPage = 0;
     bool _isWaitingForPage = false;
     bool _isHeld = false;
+    /// Whether the process has to be told of the size when it has caught up.
+    bool _owesSize = false;
     /// The page's position on the screen that was last sent to the process.
     QPoint _place;
 };

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QFileInfo>
+#include <QFocusEvent>
 #include <QHideEvent>
 #include <QNetworkProxy>
 #include <QScreen>
@@ -54,7 +55,8 @@ QUrl hostsProxy() {
 StartArguments startArguments(const QWidget &widget) {
     const double scale = std::clamp(widget.devicePixelRatioF(), minScale, maxScale);
     const QSize screen = (QSizeF(widget.screen()->geometry().size()) * scale).toSize();
-    return {::getpid(), scale, screen.boundedTo({maxSide / 2, maxSide / 2}),
+    // A desktop without a monitor may report a screen of size 0.
+    return {::getpid(), scale, screen.expandedTo({1, 1}).boundedTo({maxSide / 2, maxSide / 2}),
             isDark(widget.palette()), hostsProxy()};
 }
 
@@ -158,7 +160,7 @@ void WebNewsRenderer::loadHtmlString(const QString &html, PageKind kind) {
     _view->setPlainColour(plainColour());
     if (_text)
         _text->loadHtmlString(html, kind);
-    else if (_child && hostsProxy() != _start.proxy)
+    if (_child && hostsProxy() != _start.proxy)
         restartChild();
     else if (_child)
         sendPage();
@@ -186,19 +188,18 @@ void WebNewsRenderer::setPolicyDelegate(NavigationPolicyDelegate *delegate) {
 
 void WebNewsRenderer::opened() {
     _isClosed = false;
-    if (_isStale) {
+    if (_isStale && !_text) {
         _view->holdFrames(true);
         _holdTimer.start();
     }
     _discardTimer.stop();
     _endTimer.stop();
-    if (_text && !isOtherVersionInstalled && isProgramInstalled()) {
-        _text.reset();
+    if (!_child && _text && !isOtherVersionInstalled && isProgramInstalled()) {
         _failures.clear();
-        _view->show();
-    }
-    if (!_child && !_text)
         startChild();
+    } else if (!_child && !_text) {
+        startChild();
+    }
     // A process that hangs since the window was closed would leave it blank.
     if (_child)
         expectAnswer();
@@ -260,8 +261,12 @@ void WebNewsRenderer::startChild() {
     if (_page > 0)
         sendPage();
     // If `sendPage` has failed, the child is gone.
-    if (_child)
-        _view->setChild(_child.get());
+    if (!_child)
+        return;
+    _view->setChild(_child.get());
+    // Below the text renderer, if that is in use: it stays until the page is painted.
+    _view->lower();
+    _view->show();
 }
 
 void WebNewsRenderer::endChild() {
@@ -340,10 +345,10 @@ void WebNewsRenderer::childEnded() {
 }
 
 void WebNewsRenderer::useText() {
-    if (_text)
-        return;
     endChild();
     _view->hide();
+    if (_text)
+        return;
     _text = std::make_unique<TextNewsRenderer>(_surround);
     _text->setPolicyDelegate(_policy);
     _text->setZoom(_zoom);
@@ -353,6 +358,9 @@ void WebNewsRenderer::useText() {
         _text->loadHtmlString(_html, _kind);
     _text->setGeometry(_surround->rect());
     _text->show();
+    QFocusEvent focus(QEvent::FocusIn, Qt::OtherFocusReason);
+    if (_view->isFocused())
+        QCoreApplication::sendEvent(_text.get(), &focus);
 }
 
 void WebNewsRenderer::receive(const ChildMessage &message) {
@@ -391,7 +399,13 @@ bool WebNewsRenderer::handle(const Pong &message) {
 }
 
 bool WebNewsRenderer::handle(const FrameReady &message) {
-    return message.page <= _page && _view->handle(message);
+    if (message.page > _page || !_view->handle(message))
+        return false;
+    if (_text && message.surface == 0 && message.page == _page && _view->isVisible()) {
+        _text.reset();
+        _view->sendPresentFocus();
+    }
+    return true;
 }
 
 }  // namespace pelorinnews

@@ -90,7 +90,8 @@ private:
     std::unique_ptr<PageChild> _child;
     /// The arguments with which the child was started.
     StartArguments _start;
-    /// The text renderer, if it has taken over; null while the page process is used.
+    /// The text renderer, if it has taken over. It stays above the view until a new page process
+    /// has painted the page.
     std::unique_ptr<TextNewsRenderer> _text;
     NavigationPolicyDelegate *_policy = nullptr;
     QString _html;

@@ -12,6 +12,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QPixmap>
+#include <QPushButton>
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QScreen>
@@ -41,6 +42,9 @@ struct LimitedRenderer {
         window.show();
         if (!QTest::qWaitForWindowActive(&window, testPatience))
             qFatal("the window does not become active");
+        auto *page = window.findChild<PageWidget *>();
+        page->setFocusPolicy(Qt::StrongFocus);
+        page->setFocus();
     }
     [[nodiscard]] bool isText() const { return window.findChild<QTextBrowser *>() != nullptr; }
     [[nodiscard]] QString text() { return engine.ask(QStringLiteral("text")).toString(); }
@@ -69,6 +73,15 @@ QByteArray contentOf(const QString &path) {
     return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+// Writes a program that runs and does nothing.
+void writeSilentProgram(const QString &path) {
+    QFile script(path);
+    QVERIFY(script.open(QFile::WriteOnly));
+    script.write("#!/bin/sh\nexec sleep 60\n");
+    script.close();
+    QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+}
+
 // The process and all its descendants.
 QStringList withDescendants(const QString &process) {
     QStringList all{process};
@@ -94,8 +107,11 @@ private Q_SLOTS:
     void triesAgainWithTheNextOpening();
     void triesAProgramThatIsInstalledLater();
     void paintsTextIfTheProcessIsNotReadyInTime();
+    void keepsTheTextUntilTheProcessPaints();
     void replacesAStoppedProcess_data();
     void replacesAStoppedProcess();
+    void makesNoBuffersForAStoppedProcess();
+    void tellsANewProcessOfTheFocus();
     void keepsFontAndZoomInANewProcess();
     void endsItsProcessSomeTimeAfterClosing();
     void showsADiscardedPageAgain();
@@ -206,17 +222,13 @@ void ProcessTest::triesAProgramThatIsInstalledLater() {
     limited.renderer.widget()->hide();
     limited.renderer.widget()->show();
     QTRY_COMPARE(limited.text(), QStringLiteral("The page"));
-    QVERIFY(!limited.isText());
+    QTRY_VERIFY(!limited.isText());
 }
 
 void ProcessTest::paintsTextIfTheProcessIsNotReadyInTime() {
     const QTemporaryDir folder;
     const QString silent = folder.filePath(QStringLiteral("silent"));
-    QFile script(silent);
-    QVERIFY(script.open(QFile::WriteOnly));
-    script.write("#!/bin/sh\nexec sleep 60\n");
-    script.close();
-    QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    writeSilentProgram(silent);
     LimitedRenderer limited({.ready = std::chrono::milliseconds(300)}, silent);
     const auto process = static_cast<pid_t>(limited.renderer.process());
     limited.renderer.loadHtmlString(page(QStringLiteral("The page")), PageKind::Item);
@@ -224,6 +236,26 @@ void ProcessTest::paintsTextIfTheProcessIsNotReadyInTime() {
     QCOMPARE(limited.renderer.process(), 0);
     if (process > 0)
         QTRY_VERIFY(::kill(process, 0) != 0);
+}
+
+void ProcessTest::keepsTheTextUntilTheProcessPaints() {
+    const QTemporaryDir folder;
+    const QString later = folder.filePath(QStringLiteral("pelorin-news-page"));
+    LimitedRenderer limited({.ready = std::chrono::milliseconds(300)}, later);
+    limited.renderer.loadHtmlString(page(QStringLiteral("The page")), PageKind::Item);
+    const auto *text = limited.window.findChild<QTextBrowser *>();
+    QVERIFY(text);
+    writeSilentProgram(later);
+    limited.renderer.widget()->hide();
+    limited.renderer.widget()->show();
+    QVERIFY(limited.renderer.process() > 0);
+    limited.renderer.loadHtmlString(page(QStringLiteral("The next page")), PageKind::Item);
+    QCOMPARE(limited.window.findChild<QTextBrowser *>(), text);
+    QCOMPARE(text->toPlainText(), QStringLiteral("The next page"));
+    QCOMPARE(limited.window.childAt(100, 100)->parent(), text);
+    QTRY_COMPARE(limited.renderer.process(), 0);
+    QCOMPARE(limited.window.findChild<QTextBrowser *>(), text);
+    QVERIFY(!limited.window.findChild<PageWidget *>()->isVisible());
 }
 
 void ProcessTest::replacesAStoppedProcess_data() {
@@ -272,6 +304,61 @@ void ProcessTest::replacesAStoppedProcess() {
     QTRY_COMPARE(limited.pixel(corner), ground);
     QVERIFY(QApplication::activePopupWidget() == nullptr);
     QTRY_VERIFY(::kill(static_cast<pid_t>(process), 0) != 0);
+}
+
+void ProcessTest::makesNoBuffersForAStoppedProcess() {
+    LimitedRenderer limited({});
+    limited.showList();
+    const auto descriptors = [] {
+        return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
+    };
+    const qsizetype before = descriptors();
+    const auto process = static_cast<pid_t>(limited.engine.process());
+    QCOMPARE(::kill(process, SIGSTOP), 0);
+    for (int i = 0; i < 200; ++i)
+        limited.renderer.widget()->resize(300 + i, 300);
+    QVERIFY(descriptors() < before + 10);
+    QCOMPARE(::kill(process, SIGCONT), 0);
+    const auto width = [&] {
+        return limited.engine.ask(QStringLiteral("evaluate"), QStringLiteral("innerWidth")).toInt();
+    };
+    QTRY_COMPARE(width(), 499);
+    QTRY_COMPARE(limited.pixel(corner), ground);
+    QCOMPARE(limited.engine.process(), process);
+}
+
+// The focus may move while the text renderer is in use.
+void ProcessTest::tellsANewProcessOfTheFocus() {
+    QWidget window;
+    QPushButton other(QStringLiteral("Other"), &window);
+    OlvNewsWebView &view = _fixture->view;
+    view.setParent(&window);
+    const auto parentless = qScopeGuard([&view] { view.setParent(nullptr); });
+    view.setGeometry(0, 0, 500, 200);
+    other.setGeometry(0, 240, 100, 30);
+    window.resize(500, 300);
+    window.show();
+    view.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window, testPatience));
+    for (const bool isFocused : {true, false}) {
+        view.setFocus();
+        for (int failure = 0; failure < 3; ++failure) {
+            _fixture->load(page(QStringLiteral("The page")));
+            waitFor(QStringLiteral("The page"));
+            end(SIGKILL);
+        }
+        QTRY_VERIFY(_fixture->browser() != nullptr);
+        view.hide();
+        view.show();
+        if (isFocused)
+            view.setFocus();
+        else
+            other.setFocus();
+        QTRY_VERIFY(_fixture->browser() == nullptr);
+        waitFor(QStringLiteral("The page"));
+        const QString hasFocus = QStringLiteral("document.hasFocus()");
+        QTRY_COMPARE(_fixture->evaluated(hasFocus).toBool(), isFocused);
+    }
 }
 
 void ProcessTest::keepsFontAndZoomInANewProcess() {

@@ -28,14 +28,15 @@ RendererFixture::RendererFixture(Painter painter) : _painter(painter) {
 }
 
 // On a busy computer the page process may start too late, and the view uses the text renderer.
-// Closing and reopening the view tries the page process again.
+// Closing and reopening the view tries the page process again. The text stays until the process has
+// painted.
 void RendererFixture::waitForEngine() {
     const auto isConnected = [this] {
-        if (browser() != nullptr) {
+        if (browser() != nullptr && !_engine.isConnected()) {
             view.hide();
             view.show();
         }
-        return _engine.isConnected();
+        return browser() == nullptr && _engine.isConnected();
     };
     waitUntil(isConnected, "no page process");
     if (!QTest::qWaitForWindowActive(&view, testPatience))
