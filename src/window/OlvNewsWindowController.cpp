@@ -3,6 +3,7 @@
 #include "OlvNewsWindowController.h"
 
 #include "DeferredDeletion.h"
+#include "KeptGeometry.h"
 #include "WindowDescription.h"
 #include "WindowEdges.h"
 #include "WindowPlacement.h"
@@ -39,6 +40,12 @@ constexpr std::chrono::milliseconds announcementTimeout{250};
 
 // Whether a news window of this process was shown before.
 bool shownOnce = false;
+
+// The height of the options area, if the first show is still to fold it. Until then, the area need
+// not be on the screen.
+int areaToFold() {
+    return shownOnce ? 0 : OptionsFold::foldHeight;
+}
 
 bool runsOnGuiThread() {
     return qobject_cast<QApplication *>(QCoreApplication::instance()) && MainQueue::isMainThread();
@@ -135,8 +142,29 @@ void OlvNewsWindowController::loadWindow() {
     connectOutlets();
     windowDidLoad();
     _loadedWindow->updateMinimumWidth();
-    WindowPlacement::centre(*_loadedWindow);
+    restoreGeometry();
     deleteWithApplication(_loadedWindow);
+}
+
+// The kept size is the one with the options area open.
+void OlvNewsWindowController::restoreGeometry() {
+    WindowPlacement::centre(*_loadedWindow);
+    const auto kept = KeptGeometry(_services.stateFolder).read();
+    if (!kept)
+        return;
+    const int folded = _optionsFold && !_optionsFold->isOpen() ? OptionsFold::foldHeight : 0;
+    WindowPlacement::restore(*_loadedWindow, kept->size - QSize(0, folded), kept->place,
+                             areaToFold());
+}
+
+// Only a size that the user has chosen is kept, not one that the desktop or the screen has set.
+void OlvNewsWindowController::keepGeometry() {
+    if (!_windowIsVisible || !_loadedWindow || !_optionsFold ||
+        WindowEdges::areSetByDesktop(*_loadedWindow) || WindowEdges::spanScreen(*_loadedWindow))
+        return;
+    KeptGeometry(_services.stateFolder)
+        .write({QSize(_loadedWindow->width(), _optionsFold->unfoldedHeight()),
+                WindowPlacement::place(*_loadedWindow)});
 }
 
 void OlvNewsWindowController::connectOutlets() {
@@ -252,7 +280,7 @@ void OlvNewsWindowController::bringOntoScreen() {
     if (!_loadedWindow)
         return;
     _loadedWindow->updateMinimumWidth();
-    WindowPlacement::bringOntoScreen(*_loadedWindow);
+    WindowPlacement::bringOntoScreen(*_loadedWindow, areaToFold());
 }
 
 void OlvNewsWindowController::enlargeOnFirstShow() {
@@ -286,6 +314,7 @@ void OlvNewsWindowController::windowWillClose() {
     _exposeTimer.stop();
     if (_optionsFold)
         _optionsFold->complete();
+    keepGeometry();
     if (!_loadedWindow || !WindowEdges::isMaximizedOrFullScreen(*_loadedWindow))
         _closedSize = _loadedWindow ? _loadedWindow->size() : QSize();
     else if (!_ordinaryGeometry.isValid())

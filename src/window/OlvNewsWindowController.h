@@ -129,6 +129,8 @@ private:
     OlvNewsWindowController(QString windowNibName, WindowServices services);
     void initWithWindow();
     void loadWindow();
+    void restoreGeometry();
+    void keepGeometry();
     void connectOutlets();
     void windowIsDeleted();
     [[nodiscard]] bool isOnScreen() const;

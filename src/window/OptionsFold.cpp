@@ -114,6 +114,11 @@ void OptionsFold::setLaidOut(bool open) {
     layOut();
 }
 
+int OptionsFold::unfoldedHeight() const {
+    const int folded = _window ? _window->height() - (_open ? _windowGrowth : 0) : 0;
+    return folded + foldHeight;
+}
+
 void OptionsFold::layOut() {
     if (!_optionsArea)
         return;

@@ -51,6 +51,10 @@ public:
     /// Sets the state without resizing the window, for example before the window is first shown.
     void setLaidOut(bool open);
 
+    /// The height that a window has in which the area opens by growing: the present height, plus
+    /// the height of the area if it is folded or if the content has made room for it.
+    [[nodiscard]] int unfoldedHeight() const;
+
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 protected:

@@ -47,6 +47,12 @@ bool areSetByDesktop(const QWidget &window) {
     return isMaximizedOrFullScreen(window) || isTiled(window.windowHandle());
 }
 
+bool spanScreen(const QWidget &window) {
+    const QSize available = window.screen()->availableSize();
+    const QSize frame = window.frameGeometry().size();
+    return frame.width() >= available.width() || frame.height() >= available.height();
+}
+
 int roomBelow(const QWidget &window) {
     const QRect available = window.screen()->availableGeometry();
     const QRect frame = window.frameGeometry();

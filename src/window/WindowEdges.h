@@ -16,6 +16,10 @@ namespace pelorinnews::WindowEdges {
 /// tiled.
 [[nodiscard]] bool areSetByDesktop(const QWidget &window);
 
+/// Whether `window`, its frame included, is as wide or as high as the available area of its screen.
+/// A window that X11 tiles or maximizes in one direction usually is.
+[[nodiscard]] bool spanScreen(const QWidget &window);
+
 /// By how much `window`, its frame included, can grow at its bottom edge before it leaves the
 /// screen, in device-independent pixels. Negative if the window's bottom edge is already outside or
 /// if the window is taller than the screen's available area.

@@ -22,6 +22,11 @@ QRect inPixels(const QRect &rect, const QScreen &screen) {
     return QRectF(moved.topLeft() * scale, moved.size() * scale).translated(corner).toRect();
 }
 
+// Elsewhere only the desktop places windows.
+bool canPlaceWindows() {
+    return QGuiApplication::platformName() == QLatin1String("xcb");
+}
+
 qint64 surface(const QRect &rect) {
     return rect.isEmpty() ? 0 : qint64{rect.width()} * rect.height();
 }
@@ -56,11 +61,24 @@ void centre(QWidget &window) {
     window.setGeometry(place);
 }
 
-void bringOntoScreen(QWidget &window) {
-    if (QGuiApplication::platformName() != QLatin1String("xcb") || window.isMinimized() ||
-        WindowEdges::isMaximizedOrFullScreen(window))
+void restore(QWidget &window, const QSize &size, const std::optional<QPoint> &place, int spare) {
+    QSize largest;
+    const auto screens = QGuiApplication::screens();
+    for (const QScreen *screen : screens)
+        largest = largest.expandedTo(screen->availableSize());
+    window.resize(size.boundedTo(largest + QSize(0, spare)).expandedTo(window.minimumSize()));
+    if (place && canPlaceWindows())
+        window.move(*place);
+}
+
+std::optional<QPoint> place(const QWidget &window) {
+    return canPlaceWindows() ? std::optional(window.pos()) : std::nullopt;
+}
+
+void bringOntoScreen(QWidget &window, int spare) {
+    if (!canPlaceWindows() || window.isMinimized() || WindowEdges::isMaximizedOrFullScreen(window))
         return;
-    const QRect frame = window.frameGeometry();
+    const QRect frame = window.frameGeometry().adjusted(0, 0, 0, -spare);
     const QRect shown = inPixels(frame, *window.screen());
     QList<QRect> areas;
     const QScreen *best = QGuiApplication::primaryScreen();
@@ -76,11 +94,12 @@ void bringOntoScreen(QWidget &window) {
     }
     if (!best || isCovered(shown, areas))
         return;
-    const QRect inner = window.geometry();
+    const QRect inner = window.geometry().adjusted(0, 0, 0, -spare);
     const QSize margins = frame.size() - inner.size();
-    QRect place = broughtInto(frame, best->availableGeometry(), window.minimumSize() + margins);
+    QRect place = broughtInto(frame, best->availableGeometry(),
+                              window.minimumSize() - QSize(0, spare) + margins);
     place = QRect(place.topLeft() + (inner.topLeft() - frame.topLeft()), place.size() - margins);
-    window.setGeometry(place);
+    window.setGeometry(place.adjusted(0, 0, 0, spare));
 }
 
 }  // namespace pelorinnews::WindowPlacement

@@ -3,6 +3,8 @@
 #include <QList>
 #include <QRect>
 
+#include <optional>
+
 class QWidget;
 
 namespace pelorinnews {
@@ -15,11 +17,21 @@ namespace WindowPlacement {
 /// its minimum size.
 void centre(QWidget &window);
 
+/// Gives a window that has not been shown yet this size, but no more than the largest screen has
+/// room for, and not less than its minimum size. On X11, puts the upper left corner of its frame at
+/// `place`, unless absent. Everywhere else only the desktop places windows. The lowest `spare`
+/// pixels of the window need no room.
+void restore(QWidget &window, const QSize &size, const std::optional<QPoint> &place, int spare);
+
+/// The upper left corner of the window's frame; absent on platforms other than X11.
+[[nodiscard]] std::optional<QPoint> place(const QWidget &window);
+
 /// If any part of the window or of its frame is outside the screens' available areas, moves the
 /// window onto the screen that shows most of it, or onto the primary screen if none shows any of
 /// it, and shrinks it if needed. No-op for a maximized, full-screen or minimized window, and on
-/// platforms other than X11, where only the desktop places windows.
-void bringOntoScreen(QWidget &window);
+/// platforms other than X11, where only the desktop places windows. The lowest `spare` pixels of
+/// the window may lie outside.
+void bringOntoScreen(QWidget &window, int spare = 0);
 
 /// Whether `areas` together cover `frame`.
 [[nodiscard]] bool isCovered(const QRect &frame, const QList<QRect> &areas);

@@ -1,12 +1,15 @@
 #include "WindowServices.h"
 
 #include "notifications/DesktopNotificationCenter.h"
+#include "platform/HostBundle.h"
 
 namespace pelorinnews {
 
 WindowServices WindowServices::standard() {
+    const QString host = HostBundle::mainBundle().identifier();
     return {DesktopNotificationCenter::defaultUserNotificationCenter(),
-            [] { return OlvPelorinFinder::init(); }};
+            [] { return OlvPelorinFinder::init(); },
+            host.isEmpty() ? QString() : DesktopNotificationCenter::stateFolder(host)};
 }
 
 }  // namespace pelorinnews
