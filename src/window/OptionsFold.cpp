@@ -93,9 +93,13 @@ void OptionsFold::start(bool open, std::function<void()> whenFinished) {
     const int height = _window->height();
     _change = {height, height + change};
     _cutShort.reset();
-    _animation.setStartValue(_change->from);
-    _animation.setEndValue(_change->to);
-    const bool animated = _window->isVisible() &&
+    {
+        // The animation is still at the end of the last change, and would announce that value.
+        const QSignalBlocker silent(_animation);
+        _animation.setStartValue(_change->from);
+        _animation.setEndValue(_change->to);
+    }
+    const bool animated = !_isMotionReduced && _window->isVisible() &&
                           _window->style()->styleHint(QStyle::SH_Widget_Animation_Duration) > 0;
     if (animated)
         _animation.start();
@@ -173,6 +177,9 @@ void OptionsFold::awaitAnswer(int from) {
 void OptionsFold::timerEvent(QTimerEvent *event) {
     if (event->timerId() != _answerTimer.timerId())
         return QObject::timerEvent(event);
+    // The answer to a request of an earlier change says nothing about the running one.
+    if (_running)
+        return;
     ++_silentTicks;
     if (_window && _window->isVisible()) {
         // The first tick does not count: it may come between the desktop's answer, which changes
@@ -206,7 +213,7 @@ bool OptionsFold::eventFilter(QObject *watched, QEvent *event) {
         if (type == QEvent::Resize) {
             _reported = static_cast<QResizeEvent *>(event)->size();
             _silentTicks = 0;
-            if (_heightBeforeRequest && _reported == _window->size())
+            if (_heightBeforeRequest && !_running && _reported == _window->size())
                 adoptReportedSize();
         }
         return QObject::eventFilter(watched, event);

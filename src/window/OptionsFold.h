@@ -45,6 +45,9 @@ public:
     /// that state, only calls `finished`.
     void start(bool open, std::function<void()> finished);
 
+    /// Whether later changes happen at once, without an animation, whatever the style says.
+    void setMotionReduced(bool isReduced) { _isMotionReduced = isReduced; }
+
     /// Finishes a running change at once.
     void complete();
 
@@ -89,6 +92,7 @@ private:
     std::function<void()> _finished;
     bool _open = true;
     bool _running = false;
+    bool _isMotionReduced = false;
     /// By how much the window grew when the area opened; the content shrank by the rest of the
     /// area's height.
     int _windowGrowth = foldHeight;

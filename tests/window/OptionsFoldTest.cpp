@@ -90,6 +90,7 @@ private Q_SLOTS:
     void foldsAndUnfoldsByTheSameHeight();
     void whatStandsAboveStaysInPlaceAllTheWhile();
     void changesTheHeightGradually();
+    void eachChangeBeginsWhereTheLastOneEnded();
     void isNotWaitedFor();
     void aSecondStartCompletesTheFirst();
     void manyStartsInARowLeaveNothingHalfDone();
@@ -153,6 +154,23 @@ void OptionsFoldTest::changesTheHeightGradually() {
     for (qsizetype index = 1; index < window.all.size(); ++index)
         QVERIFY(window.all.at(index) <= window.all.at(index - 1));
     QCOMPARE(window.all.last(), 262);
+}
+
+void OptionsFoldTest::eachChangeBeginsWhereTheLastOneEnded() {
+    Folding folding;
+    bool open = true;
+    for (int change = 1; change <= 5; ++change) {
+        open = !open;
+        Heights heights(folding.window);
+        folding.start(open);
+        QTRY_COMPARE(folding.finished, change);
+        const auto isBefore = [open](int one, int other) {
+            return open ? one < other : other < one;
+        };
+        QVERIFY2(std::is_sorted(heights.all.begin(), heights.all.end(), isBefore),
+                 qPrintable(QDebug::toString(heights.all)));
+        QCOMPARE(folding.window.height(), open ? 300 : 262);
+    }
 }
 
 void OptionsFoldTest::isNotWaitedFor() {
