@@ -4,6 +4,7 @@
 
 #include "DeferredDeletion.h"
 #include "KeptGeometry.h"
+#include "ReducedMotion.h"
 #include "WindowDescription.h"
 #include "WindowEdges.h"
 #include "WindowPlacement.h"
@@ -212,9 +213,20 @@ void OlvNewsWindowController::showWindow() {
     if (shown->isHidden() && _closedSize.isValid() && !WindowEdges::isMaximizedOrFullScreen(*shown))
         shown->resize(_closedSize);
     // The screen on which the window was closed may be gone.
-    if (shown->isHidden())
+    if (shown->isHidden()) {
         bringOntoScreen();
+        askForReducedMotion();
+    }
     shown->makeKeyAndOrderFront();
+}
+
+// The user may have changed the setting since the window was last open.
+void OlvNewsWindowController::askForReducedMotion() {
+    ReducedMotion::ask([controller = weak_from_this()](bool isReduced) {
+        const auto self = controller.lock();
+        if (self && self->_optionsFold)
+            self->_optionsFold->setMotionReduced(isReduced);
+    });
 }
 
 bool OlvNewsWindowController::eventFilter(QObject *watched, QEvent *event) {

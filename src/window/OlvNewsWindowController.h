@@ -135,6 +135,7 @@ private:
     void windowIsDeleted();
     [[nodiscard]] bool isOnScreen() const;
     void bringOntoScreen();
+    void askForReducedMotion();
     void enlargeOnFirstShow();
     [[nodiscard]] bool hasNewsInTheUsersLanguage() const;
     void showingRefreshEnded(const std::optional<Error> &error);
