@@ -1,5 +1,6 @@
 #include "ItemPage.h"
 
+#include "PictureFit.h"
 #include "page/BareHttpLinks.h"
 
 #include <QAuthenticator>
@@ -38,6 +39,7 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
     engine->setAttribute(QWebEngineSettings::PlaybackRequiresUserGesture, true);
     engine->setUnknownUrlSchemePolicy(QWebEngineSettings::DisallowUnknownUrlSchemes);
     scripts().insert(_script.script());
+    scripts().insert(pictureFit());
 
     connect(this, &QWebEnginePage::newWindowRequested, this,
             [this](const QWebEngineNewWindowRequest &request) {

@@ -87,13 +87,18 @@ void apply(const QList<Run> &runs, QTextCursor &cursor) {
     }
 }
 
+QSizeF naturalSize(const QTextDocument &document, const QTextImageFormat &picture) {
+    return document.resource(QTextDocument::ImageResource, QUrl(picture.name()))
+        .value<QPixmap>()
+        .size();
+}
+
 void enlargePicture(const QTextDocument &document, QTextCharFormat &format, double factor) {
     QTextImageFormat picture = format.toImageFormat();
     if (picture.width() <= 0 && picture.height() <= 0) {
-        const QUrl name(picture.name());
-        const auto image = document.resource(QTextDocument::ImageResource, name).value<QPixmap>();
-        picture.setWidth(image.width());
-        picture.setHeight(image.height());
+        const QSizeF natural = naturalSize(document, picture);
+        picture.setWidth(natural.width());
+        picture.setHeight(natural.height());
     }
     if (picture.width() > 0)
         picture.setWidth(picture.width() * factor);
@@ -102,7 +107,62 @@ void enlargePicture(const QTextDocument &document, QTextCharFormat &format, doub
     format = picture;
 }
 
+/// The size of a picture before `fitPictures` shrank it.
+constexpr int sizeBeforeFit = QTextFormat::UserProperty + 1;
+
+/// The size at which the document shows the picture: a side that is not stated follows from the
+/// other.
+QSizeF shownSize(const QTextDocument &document, const QTextImageFormat &picture) {
+    const QSizeF natural = naturalSize(document, picture);
+    QSizeF size(picture.width(), picture.height());
+    if (size.width() <= 0 && size.height() <= 0)
+        return natural;
+    if (size.width() <= 0 && natural.height() > 0)
+        size.setWidth(natural.width() * size.height() / natural.height());
+    if (size.height() <= 0 && natural.width() > 0)
+        size.setHeight(natural.height() * size.width() / natural.width());
+    return size;
+}
+
+void fitPicture(const QTextDocument &document, QTextCharFormat &format, double width) {
+    QTextImageFormat picture = format.toImageFormat();
+    const bool wasFit = picture.hasProperty(sizeBeforeFit);
+    const QSizeF size =
+        wasFit ? picture.property(sizeBeforeFit).toSizeF() : shownSize(document, picture);
+    const bool isWide = size.width() > width;
+    if (!isWide && !wasFit)
+        return;
+    const double factor = isWide ? width / size.width() : 1;
+    picture.setProperty(sizeBeforeFit, size);
+    picture.setWidth(size.width() * factor);
+    picture.setHeight(size.height() * factor);
+    format = picture;
+}
+
 }  // namespace
+
+void fitPictures(QTextDocument &document, double width) {
+    QList<Run> runs;
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        const QTextBlockFormat margins = block.blockFormat();
+        const double room = std::max(1.0, width - margins.leftMargin() - margins.rightMargin() -
+                                              margins.indent() * document.indentWidth());
+        for (auto each = block.begin(); !each.atEnd(); ++each) {
+            const QTextCharFormat given = each.fragment().charFormat();
+            QTextCharFormat format = given;
+            if (format.isImageFormat())
+                fitPicture(document, format, room);
+            if (format != given)
+                runs.append({each.fragment().position(), each.fragment().length(), format});
+        }
+    }
+    if (runs.isEmpty())
+        return;
+    QTextCursor cursor(&document);
+    cursor.beginEditBlock();
+    apply(runs, cursor);
+    cursor.endEditBlock();
+}
 
 void repairHtmlDocument(QTextDocument &document, const std::vector<PageListItem> &items) {
     // A heading's format has a font size and a size adjustment, but does not tell whether a style

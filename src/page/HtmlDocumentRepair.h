@@ -25,4 +25,9 @@ void repairHtmlDocument(QTextDocument &document, const std::vector<PageListItem>
 /// the document's default font and is not changed here. Main thread only.
 void enlargeDocument(QTextDocument &document, int percent);
 
+/// Shrinks pictures that are wider than `width` pixels, less the margins of their paragraph, and
+/// keeps their proportions. Gives pictures that it has shrunk before their size again where there
+/// is room. Call it after `enlargeDocument`. Main thread only.
+void fitPictures(QTextDocument &document, double width);
+
 }  // namespace pelorinnews

@@ -111,7 +111,22 @@ void TextNewsRenderer::layOut() {
     tellOfPicturesLeftOut(*document());
     repairHtmlDocument(*document(), _page.items);
     enlargeDocument(*document(), _zoom);
+    fitPicturesToView();
     document()->setLayoutEnabled(true);
+}
+
+void TextNewsRenderer::fitPicturesToView() {
+    // As if the scroll bar were always there: where a picture fits only without the bar, it would
+    // shrink and grow again and again.
+    const bool hasBar = verticalScrollBar()->isVisibleTo(this);
+    const int bar = hasBar ? 0 : verticalScrollBar()->sizeHint().width();
+    if (!_page.pictures.isEmpty())
+        fitPictures(*document(), viewport()->width() - bar - 2 * document()->documentMargin());
+}
+
+void TextNewsRenderer::resizeEvent(QResizeEvent *event) {
+    fitPicturesToView();
+    QTextBrowser::resizeEvent(event);
 }
 
 void TextNewsRenderer::setStandardFontFamily(const QString &family) {

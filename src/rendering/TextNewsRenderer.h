@@ -27,6 +27,7 @@ protected:
     QVariant loadResource(int type, const QUrl &name) override;
     void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     bool viewportEvent(QEvent *event) override;
     void doSetSource(const QUrl &name, QTextDocument::ResourceType type) override;
@@ -36,6 +37,7 @@ protected:
 
 private:
     void layOut();
+    void fitPicturesToView();
     void useColours();
     void useFont();
     void reportClick(const QString &link);

@@ -5,6 +5,7 @@
 #include "TestMain.h"
 
 #include <QApplication>
+#include <QBuffer>
 #include <QClipboard>
 #include <QMimeData>
 #include <QProcess>
@@ -41,6 +42,9 @@ private Q_SLOTS:
     void zoomsByTheWheel();
     void keepsTheZoomForLaterPages();
     void leavesTheLoadedPageAlone();
+    void shrinksPicturesToTheWindow();
+    void leavesPicturesMadeForScrolling_data();
+    void leavesPicturesMadeForScrolling();
 
 private:
     static void useDarkColours();
@@ -50,6 +54,7 @@ private:
     // The size of the page's text, relative to its size without zoom.
     [[nodiscard]] double zoom() const;
     [[nodiscard]] int fontPixels() const;
+    [[nodiscard]] QRect pictureOnScreen() const;
 
     QPalette _palette;
     QFont _font;
@@ -269,6 +274,85 @@ void LookTest::leavesTheLoadedPageAlone() {
         QApplication::setFont(_font);
         press(Qt::Key_0);
     }
+}
+
+namespace {
+
+// A picture of one colour.
+QString picture(const QSize &size, const QString &attributes = {}) {
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(ground);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "png");
+    return QStringLiteral("<img %1 src=\"data:image/png;base64,%2\">")
+        .arg(attributes, QLatin1String(bytes.toBase64()));
+}
+
+}  // namespace
+
+// The extent of the picture on the screen.
+QRect LookTest::pictureOnScreen() const {
+    const QImage screen = _fixture->screen();
+    QRect extent;
+    for (int y = 0; y < screen.height(); ++y)
+        for (int x = 0; x < screen.width(); ++x)
+            if (screen.pixelColor(x, y) == ground)
+                extent |= QRect(x, y, 1, 1);
+    return extent;
+}
+
+void LookTest::shrinksPicturesToTheWindow() {
+    const QString html = picture(QSize(2000, 500)) + QStringLiteral("<p>Text");
+    _fixture->load(html);
+    const auto isShrunk = [this] {
+        const QRect shown = pictureOnScreen();
+        const int width = _fixture->view.width();
+        // A page has a margin of 8 pixels, and may have a scroll bar.
+        return shown.left() == 8 && shown.right() <= width - 8 && shown.width() >= width - 40 &&
+               qAbs(shown.width() - 4 * shown.height()) <= 4;
+    };
+    QTRY_VERIFY2(isShrunk(), qPrintable(QDebug::toString(pictureOnScreen())));
+    _fixture->view.window()->resize(360, 300);
+    QTRY_VERIFY(_fixture->view.width() == 360);
+    QTRY_VERIFY2(isShrunk(), qPrintable(QDebug::toString(pictureOnScreen())));
+    _fixture->view.window()->resize(640, 300);
+    QTRY_VERIFY(_fixture->view.width() == 640);
+    QTRY_VERIFY2(isShrunk(), qPrintable(QDebug::toString(pictureOnScreen())));
+    QCOMPARE(_fixture->view.outerHTML(), html);
+    // A picture that fits is left as it is, even if its sides have other proportions.
+    _fixture->load(picture(QSize(100, 100), QStringLiteral("width=300 height=20")));
+    QTRY_COMPARE(pictureOnScreen().size(), QSize(300, 20));
+}
+
+void LookTest::leavesPicturesMadeForScrolling_data() {
+    QTest::addColumn<QString>("html");
+    const QSize wide(2000, 100);
+    QTest::newRow("a style that limits it")
+        << picture(wide, QStringLiteral("style='max-width:1500px'"));
+    QTest::newRow("in an element that scrolls")
+        << QStringLiteral("<div style='overflow-x:auto'>%1</div>").arg(picture(wide));
+    QTest::newRow("in an element that a class lets scroll")
+        << QStringLiteral("<style>.strip{overflow:auto}</style><div class=strip><p>%1</p></div>")
+               .arg(picture(wide));
+    QTest::newRow("in a wide element")
+        << QStringLiteral("<div style='width:3000px'>%1</div>").arg(picture(wide));
+}
+
+// A text document knows none of these.
+void LookTest::leavesPicturesMadeForScrolling() {
+    if (!_fixture->isWeb())
+        return;
+    QFETCH(const QString, html);
+    _fixture->load(html + QStringLiteral("<p>") + picture(QSize(3000, 600)));
+    // The second picture is shrunk, so the script has seen the first one.
+    const auto height = [this](int index) {
+        return _fixture->evaluated(QStringLiteral("document.images[%1].height").arg(index)).toInt();
+    };
+    QTRY_VERIFY(height(1) < 600);
+    QVERIFY(height(0) >= 75);
+    QVERIFY(_fixture->evaluated(QStringLiteral("document.images[0].width")).toInt() >= 1500);
 }
 
 PELORIN_WIDGET_TEST_MAIN(LookTest)
