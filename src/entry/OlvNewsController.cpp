@@ -17,7 +17,10 @@ Error creationError(const QString &text) {
 
 }  // namespace
 
-OlvNewsController::~OlvNewsController() = default;
+// Pending work may keep the window controller for some time yet.
+OlvNewsController::~OlvNewsController() {
+    setChangeCallback({});
+}
 
 std::shared_ptr<OlvNewsController> OlvNewsController::init(Error *error) {
     if (!QCoreApplication::instance()) {
@@ -58,6 +61,31 @@ void OlvNewsController::setLogger(std::shared_ptr<OlvLogger> logger) {
 
 void OlvNewsController::setDelegate(std::shared_ptr<void> delegate) {
     _delegate = std::move(delegate);
+}
+
+qint64 OlvNewsController::unreadCount() const {
+    return _windowController ? _windowController->newsCache().sinceLastViewingCount() : 0;
+}
+
+std::optional<NewsStatus::Headline> OlvNewsController::latestItem() const {
+    if (!_windowController)
+        return std::nullopt;
+    const auto item = _windowController->newsCache().peekAtLatestItem();
+    return item ? std::optional(Headline{item->title(), item->date()}) : std::nullopt;
+}
+
+std::optional<NewsStatus::Refresh> OlvNewsController::lastRefresh() const {
+    return _windowController ? _windowController->lastRefresh() : std::nullopt;
+}
+
+void OlvNewsController::setChangeCallback(std::function<void()> callback) {
+    if (_windowController)
+        _windowController->setStatusCallback(std::move(callback));
+}
+
+void OlvNewsController::refreshNow() {
+    if (_windowController)
+        _windowController->refreshNow();
 }
 
 }  // namespace pelorinnews

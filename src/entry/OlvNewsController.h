@@ -2,6 +2,9 @@
 
 #include "pelorinnews/Error.h"
 #include "pelorinnews/NewsController.h"
+#include "pelorinnews/NewsStatus.h"
+
+#include <QObject>
 
 #include <memory>
 
@@ -11,9 +14,15 @@ class OlvNewsWindowController;
 
 /// The module's entry object: owns the window controller, which does the work, and forwards to it.
 ///
-/// Main thread only. Without a window controller, `show`, `exit` and `setLogger` are no-ops.
-class OlvNewsController final : public NewsController,
+/// Main thread only. Without a window controller, `show`, `exit` and `setLogger` are no-ops, and
+/// the status says that there is nothing.
+class OlvNewsController final : public QObject,
+                                public NewsController,
+                                public NewsStatus,
                                 public std::enable_shared_from_this<OlvNewsController> {
+    Q_OBJECT
+    Q_INTERFACES(pelorinnews::NewsStatus)
+
 public:
     /// Null only without an application object. If only the window controller cannot be created,
     /// returns a controller without one.
@@ -28,6 +37,12 @@ public:
     void exit() override;
     void setLogger(std::shared_ptr<OlvLogger> logger) override;
     void setDelegate(std::shared_ptr<void> delegate) override;
+
+    [[nodiscard]] qint64 unreadCount() const override;
+    [[nodiscard]] std::optional<Headline> latestItem() const override;
+    [[nodiscard]] std::optional<Refresh> lastRefresh() const override;
+    void setChangeCallback(std::function<void()> callback) override;
+    void refreshNow() override;
 
 private:
     OlvNewsController() = default;

@@ -336,6 +336,7 @@ void OlvNewsWindowController::windowWillClose() {
     // called only because it marks the item as viewed.
     for (quint64 index = 0; index < _newsCache->count(); ++index)
         static_cast<void>(_newsCache->itemAtIndex(index));
+    statusChanged();
     if (std::exchange(_refreshOnClose, false))
         refreshCache();
 }
@@ -385,6 +386,7 @@ void OlvNewsWindowController::showingRefreshEnded(const std::optional<Error> &er
         MainQueue::dispatchAsync([self = shared_from_this()] { self->showNews(); });
     if (error)
         logMessage(LogLevelError, LogVocabulary::refreshContentShowingWindowFailed, *error);
+    refreshEnded(error);
 }
 
 void OlvNewsWindowController::showNews() {
@@ -403,6 +405,7 @@ void OlvNewsWindowController::backgroundRefreshEnded(const std::optional<Error> 
         announceLatestItem();
     if (error)
         logMessage(LogLevelError, LogVocabulary::refreshContentFailed, *error);
+    refreshEnded(error);
 }
 
 template <class... Arguments>

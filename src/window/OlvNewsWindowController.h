@@ -9,6 +9,7 @@
 #include "rendering/NewsRenderer.h"
 #include "settings/OlvNewsConfiguration.h"
 
+#include "pelorinnews/NewsStatus.h"
 #include "pelorinnews/OlvLogger.h"
 
 #include <QAbstractButton>
@@ -19,6 +20,7 @@
 #include <QPointer>
 #include <QRect>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -69,6 +71,13 @@ public:
     void onRefreshTimerFire() { refreshCache(); }
     void refreshCacheShowingWindow();
     void refreshCache();
+
+    // For `NewsStatus`. The callback is empty if absent.
+    void refreshNow();
+    [[nodiscard]] std::optional<NewsStatus::Refresh> lastRefresh() const {
+        return _lastRefresh.get();
+    }
+    void setStatusCallback(std::function<void()> callback);
 
     // Displaying the current item and navigating between items.
     void initializeControls();
@@ -142,6 +151,8 @@ private:
     void showNews();
     void backgroundRefreshEnded(const std::optional<Error> &error);
     void announceLatestItem();
+    void refreshEnded(const std::optional<Error> &error);
+    void statusChanged();
     [[nodiscard]] QString statusKey() const;
     [[nodiscard]] QString localized(const char *key) const;
     void setAccessibilityValue(const QString &text);
@@ -172,6 +183,10 @@ private:
     /// the window leaves that state.
     QRect _ordinaryGeometry;
     GuardedSlot<std::shared_ptr<OlvLogger>> _logger;
+    GuardedSlot<std::optional<NewsStatus::Refresh>> _lastRefresh;
+    /// Used on the main thread only; the refresh completions ask `_hasStatusCallback`.
+    std::function<void()> _statusCallback;
+    std::atomic<bool> _hasStatusCallback = false;
     std::shared_ptr<OlvPelorinFinder> _plFinder;
 
     QPointer<OlvNewsWebView> _webView;

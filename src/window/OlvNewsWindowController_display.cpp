@@ -202,6 +202,8 @@ void OlvNewsWindowController::displayItemAtCurrentIndex() {
         if (self->_configuration->readItemContent())
             self->setAccessibilityValue(spoken);
     });
+    // The item counts as viewed now.
+    statusChanged();
 }
 
 void OlvNewsWindowController::refreshControls() {

@@ -4,6 +4,8 @@
 #include "LoadedModule.h"
 #include "TestMain.h"
 
+#include "pelorinnews/NewsStatus.h"
+
 #include <thread>
 
 using namespace pelorinnews;
@@ -18,7 +20,16 @@ Error creationError(const char *text) {
 }
 
 // Calls on a controller whose creation failed are no-ops and must not crash.
-void useHalfMade(NewsController &controller) {
+void useHalfMade(const std::shared_ptr<NewsController> &made) {
+    NewsStatus *const status = newsStatus(made);
+    QVERIFY(status);
+    status->setChangeCallback([] { QFAIL("There is nothing that could change."); });
+    status->refreshNow();
+    QCOMPARE(status->unreadCount(), 0);
+    QVERIFY(!status->latestItem());
+    QVERIFY(!status->lastRefresh());
+
+    NewsController &controller = *made;
     controller.setLogger(nullptr);
     controller.setDelegate(std::make_shared<int>(1));
     controller.show();
@@ -59,7 +70,7 @@ void CreationFailureTest::theWindowControllerFails() const {
     QCOMPARE(error, creationError("Failed to create NewsWindowController."));
     const auto halfMade = module()->init();
     QVERIFY(halfMade);
-    useHalfMade(*halfMade);
+    useHalfMade(halfMade);
 }
 
 void CreationFailureTest::withACoreApplicationTheWindowControllerFails() {
@@ -81,7 +92,7 @@ void CreationFailureTest::offTheMainThreadTheWindowControllerFails() {
     QCOMPARE(error, creationError("Failed to create NewsWindowController."));
     std::thread([&] { controller = module()->init(); }).join();
     QVERIFY(controller);
-    useHalfMade(*controller);
+    useHalfMade(controller);
 }
 
 PELORIN_APPLESS_TEST_MAIN(CreationFailureTest)
