@@ -3,6 +3,7 @@
 #include <QChar>
 
 #include <algorithm>
+#include <optional>
 
 namespace pelorinnews {
 
@@ -34,6 +35,8 @@ constexpr char32_t firstOther = 0x80;
 constexpr char32_t firstFar = 0x0e00;
 // Where the script changes, a new text run begins, which is shaped separately.
 constexpr Rate scriptChange{0ns, 4us};
+// So does one where the direction changes, for example before a number in Hebrew text.
+constexpr Rate directionChange{0ns, 12us};
 constexpr nanoseconds fontOfScript = 600us;
 // If no installed font can shape the script, all installed fonts are tried.
 constexpr nanoseconds fontOfComplexScript = 16ms;
@@ -61,9 +64,27 @@ constexpr nanoseconds layoutOfPlain = 400ns;
 constexpr nanoseconds layoutOfOther = 700ns;
 constexpr nanoseconds layoutOfFar = 2us;
 constexpr nanoseconds layoutOfScriptChange = 3500ns;
+// In a narrow table, where nearly every run has a line of its own.
+constexpr nanoseconds layoutOfDirectionChange = 60us;
 constexpr nanoseconds layoutOfElement = 6us;
 constexpr nanoseconds layoutOfLine = 6us;
 constexpr nanoseconds layoutOfCell = 21us;
+
+/// Whether the character is written from right to left, or like a number in such text from left to
+/// right; absent if the characters around it decide.
+std::optional<bool> isRightToLeft(char32_t character) {
+    switch (QChar::direction(character)) {
+        case QChar::DirR:
+        case QChar::DirAL:
+            return true;
+        case QChar::DirL:
+        case QChar::DirEN:
+        case QChar::DirAN:
+            return false;
+        default:
+            return std::nullopt;
+    }
+}
 
 bool isOfOwnScript(QChar::Script script) {
     return script != QChar::Script_Common && script != QChar::Script_Inherited &&
@@ -96,6 +117,12 @@ void HtmlCost::addCharacter(char32_t character, size_t font) {
         _script = script;
         _time += cost(scriptChange);
         addLayout(layoutOfScriptChange);
+    }
+    const std::optional<bool> direction = isRightToLeft(character);
+    if (direction && *direction != _isRightToLeft) {
+        _isRightToLeft = *direction;
+        _time += directionChange.shown;
+        addLayout(layoutOfDirectionChange);
     }
     const size_t pair = qHashMulti(0, font, static_cast<int>(script));
     if (pair == _pair || _fonts.contains(pair))
