@@ -2,6 +2,7 @@
 
 #include <QDBusError>
 #include <QDBusPendingCallWatcher>
+#include <QRegularExpression>
 #include <QUuid>
 
 #include <limits>
@@ -51,6 +52,15 @@ bool isServerGone(const QDBusMessage &reply) {
         default:
             return reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
     }
+}
+
+/// `name` if it is a unique bus name; empty if it is not. libdbus ends the process if a message is
+/// sent to a name that is none.
+QString uniqueName(const QString &name) {
+    static const QRegularExpression form(
+        QStringLiteral("\\A:[A-Za-z0-9_-]+(\\.[A-Za-z0-9_-]+)+\\z"));
+    constexpr qsizetype maxLength = 255;
+    return name.size() <= maxLength && form.match(name).hasMatch() ? name : QString();
 }
 
 QVariant firstArgument(const QDBusMessage &message) {
@@ -116,7 +126,7 @@ void NotificationServer::askOwner() {
         // If a `NameOwnerChanged` signal has arrived meanwhile, it is at least as recent as this
         // reply: keep the owner that it reported.
         if (!_ownerChanged && !isError(reply))
-            _serverOwner = firstArgument(reply).toString();
+            _serverOwner = uniqueName(firstArgument(reply).toString());
         _known = true;
         Q_EMIT serverChanged();
     });
@@ -244,7 +254,7 @@ void NotificationServer::onActionInvoked(const QDBusMessage &message) {
 void NotificationServer::onNameOwnerChanged(const QDBusMessage &message) {
     if (message.signature() != QLatin1String("sss"))
         return;
-    _serverOwner = message.arguments().value(2).toString();
+    _serverOwner = uniqueName(message.arguments().value(2).toString());
     _ownerChanged = true;
     if (_known)
         Q_EMIT serverChanged();
