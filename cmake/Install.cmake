@@ -1,6 +1,6 @@
 # What `cmake --install` puts where. Programs and data find one another by relative paths, so the
-# installed tree can be moved. Components: module (plug-in and translations), page (page process),
-# dev (headers and CMake package), tools, host.
+# installed tree can be moved. Components: module (plug-in, C library and translations), page (page
+# process), dev (headers, CMake package, pkg-config file), tools, host.
 include(CMakePackageConfigHelpers)
 
 # pelorin_check_way(<from> <to> <expression>): the relative path between two installed folders must
@@ -39,6 +39,9 @@ if(PELORIN_GUI)
     set(folder ${CMAKE_INSTALL_LIBDIR}/pelorin)
     install(TARGETS PelorinNews EXPORT PelorinNewsTargets
         LIBRARY DESTINATION ${folder} COMPONENT module)
+    # The C library looks for the module in the folder pelorin beside it.
+    install(TARGETS pelorin_cinterface EXPORT PelorinNewsTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT module NAMELINK_COMPONENT dev)
     get_directory_property(tables DIRECTORY ${PROJECT_SOURCE_DIR}/resources DEFINITION tables)
     install(FILES ${tables} DESTINATION ${share}/pelorin-news COMPONENT module)
     install(TARGETS pelorin-news-page DESTINATION ${folder} COMPONENT page)
@@ -56,6 +59,12 @@ if(PELORIN_GUI)
     add_library(PelorinNews::PelorinNews ALIAS pelorin_interface)
     add_library(PelorinNews::Module ALIAS PelorinNews)
     install(TARGETS pelorin_interface EXPORT PelorinNewsTargets COMPONENT dev)
+    set(pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
+    file(RELATIVE_PATH way_to_prefix ${pkgconfig} ${CMAKE_INSTALL_PREFIX})
+    file(RELATIVE_PATH way_to_headers ${pkgconfig} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+    configure_file(cmake/pelorin-news.pc.in pelorin-news.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/pelorin-news.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/pelorinnews
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev FILES_MATCHING PATTERN "*.h")
 

@@ -49,8 +49,9 @@ pelorin_room(richtext      SHOWS page                                           
 pelorin_room(rendering     SHOWS page pageprotocol  USES platform                         WIDGETS)
 pelorin_room(window        SHOWS feed finder platform rendering settings
                            USES logging notifications page richtext                       WIDGETS)
-# The plug-in and the page process.
+# The plug-in, the C library (a host as far as the module can tell) and the page process.
 pelorin_room(entry                                  USES notifications platform window    WIDGETS)
+pelorin_room(cinterface                                                                   WIDGETS)
 pelorin_room(page-process  SHOWS pageprotocol       USES page platform                    ENGINE)
 
 # pelorin_link(<target> <room> [LINKS <target>...] [PRIVATE_LINKS <target>...])
