@@ -2,6 +2,8 @@
 
 #include "Panel.h"
 
+#include <QThread>
+
 #include <atomic>
 #include <thread>
 
@@ -11,6 +13,11 @@ namespace {
 
 // The thread that may call; the default value where none has been chosen.
 std::atomic<std::thread::id> owner;
+
+// Makes Qt create its thread-local key when the library is loaded. Where GLib has created its own
+// key before, each thread of Qt's that ends makes GLib complain: the keys' values are destroyed in
+// the order in which the keys were created, and Qt's still needs GLib's.
+[[maybe_unused]] const QThread *const loadingThread = QThread::currentThread();
 
 // Never destroyed: the panel may outlive `main` where a host forgets to end it.
 Panel &panel() {
