@@ -140,6 +140,7 @@ int Panel::makeApplication() {
         return fail(
             QStringLiteral("Qt does not use the GLib event loop. Is QT_NO_GLIB set in the "
                            "environment?"));
+    _flush = std::make_unique<GlibFlush>();
     return PELORIN_NEWS_OK;
 }
 
@@ -208,8 +209,10 @@ int Panel::exit() {
 }
 
 void Panel::removeApplication() {
-    if (_runningCallbacks == 0 && QThread::currentThread()->loopLevel() == 0)
-        _application.reset();
+    if (_runningCallbacks > 0 || QThread::currentThread()->loopLevel() > 0)
+        return;
+    _flush.reset();
+    _application.reset();
 }
 
 }  // namespace pelorinnews

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "GlibFlush.h"
+
 #include "pelorinnews/HostIdentity.h"
 #include "pelorinnews/NewsController.h"
 #include "pelorinnews/NewsStatus.h"
@@ -48,6 +50,7 @@ private:
     QByteArray _programName;
     std::array<char *, 2> _arguments{};
     std::unique_ptr<QApplication> _application;
+    std::unique_ptr<GlibFlush> _flush;
     std::shared_ptr<NewsController> _controller;
     NewsStatus *_status = nullptr;
     int _runningCallbacks = 0;
