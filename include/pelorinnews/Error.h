@@ -7,11 +7,13 @@
 
 namespace pelorinnews {
 
-/// An error: `domain` names who reports it, `code` which error it is, and `userInfo` (may be empty)
-/// holds further details. A plain value; nothing in the module throws.
+/// An error. A plain value; nothing in the module throws.
 struct Error {
+    /// Who reports it.
     QString domain;
+    /// Which error of the domain it is.
     int code = 0;
+    /// Further details; may be empty.
     QVariantMap userInfo;
 
     /// Key in `userInfo` of a human-readable text; the entry may be absent.

@@ -14,9 +14,13 @@ class OlvLogger {
 public:
     virtual ~OlvLogger() = default;
 
+    /// Something failed.
     virtual void addErrorMessage(const QString &message) = 0;
+    /// Something is wrong but did not fail. The module logs none.
     virtual void addWarningMessage(const QString &message) = 0;
+    /// What the module does. The module logs none.
     virtual void addInfoMessage(const QString &message) = 0;
+    /// Details for developers. The module logs none.
     virtual void addDebugMessage(const QString &message) = 0;
 
 protected:

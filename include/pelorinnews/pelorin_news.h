@@ -108,6 +108,7 @@ PELORIN_NEWS_API int pelorin_news_set_identity(const char *bundle_identifier,
  * Stores a preference in the host's preferences file, such as "newsFeedBaseURL". Needs the
  * identity. Most preferences are read only when the panel is created.
  *
+ * @param key the preference's name
  * @param value as a text: numbers in digits, "true" or "false". Null removes the preference; an
  *        empty text is stored.
  * @return also `PELORIN_NEWS_NO_IDENTITY`
