@@ -1,6 +1,8 @@
 #ifndef PELORIN_NEWS_H
 #define PELORIN_NEWS_H
 
+/* NOLINTBEGIN(modernize-deprecated-headers, readability-identifier-naming): this is C. */
+
 #include <stdint.h>
 
 /**
@@ -182,5 +184,7 @@ PELORIN_NEWS_API int pelorin_news_exit(void);
 #ifdef __cplusplus
 }
 #endif
+
+/* NOLINTEND(modernize-deprecated-headers, readability-identifier-naming) */
 
 #endif

@@ -2,8 +2,6 @@
 
 #include <QAbstractEventDispatcher>
 
-#include <glib.h>
-
 namespace pelorinnews {
 
 namespace {

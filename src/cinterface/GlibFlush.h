@@ -1,6 +1,6 @@
 #pragma once
 
-struct _GSource;
+#include <glib.h>
 
 namespace pelorinnews {
 
@@ -15,7 +15,7 @@ public:
     ~GlibFlush();
 
 private:
-    _GSource *_source;
+    GSource *_source;
 };
 
 }  // namespace pelorinnews
