@@ -4,6 +4,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSslCertificate>
 
 #include <csignal>
@@ -16,6 +17,7 @@ class FeedServerProgramTest : public QObject {
 
 private Q_SLOTS:
     void helpTellsTheOptions();
+    void tellsItsVersion();
     void badUsageIsTold_data();
     void badUsageIsTold();
     void theDemonstrationFeedIsServedUntilASignal_data();
@@ -50,6 +52,18 @@ void FeedServerProgramTest::helpTellsTheOptions() {
     for (const char *option :
          {"--feeds", "--port", "--tls", "--address-file", "--reply", "status=N", "keep-alive"})
         QVERIFY2(help.contains(option), option);
+}
+
+void FeedServerProgramTest::tellsItsVersion() {
+    QProcess program;
+    program.start(QStringLiteral(PELORIN_APP_DIR "/bin/pelorin-feedserver"),
+                  {QStringLiteral("--version")});
+    QVERIFY(program.waitForFinished(testPatience));
+    QCOMPARE(program.exitCode(), 0);
+    static const QRegularExpression form(
+        QStringLiteral("^pelorin-feedserver \\d+\\.\\d+\\.\\d+\n$"));
+    const QString output = QString::fromUtf8(program.readAllStandardOutput());
+    QVERIFY2(form.match(output).hasMatch(), qPrintable(output));
 }
 
 void FeedServerProgramTest::badUsageIsTold_data() {

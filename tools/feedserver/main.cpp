@@ -51,6 +51,8 @@ int main(int argc, char *argv[]) {
         FeedReply::optionsHelp());
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
                                   QStringLiteral("Shows this."));
+    const QCommandLineOption version(QStringLiteral("version"),
+                                     QStringLiteral("Shows the version."));
     const QCommandLineOption feeds(
         QStringLiteral("feeds"),
         QStringLiteral("The folder of feeds, named TYPE.LOCALE.xml; {{now-3d}} in them becomes a "
@@ -71,11 +73,15 @@ int main(int argc, char *argv[]) {
     const QCommandLineOption replyOption(QStringLiteral("reply"),
                                          QStringLiteral("How every request is answered."),
                                          QStringLiteral("OPTIONS"));
-    line.addOptions({help, feeds, port, tls, addressFile, replyOption});
+    line.addOptions({help, version, feeds, port, tls, addressFile, replyOption});
     if (!line.parse(QCoreApplication::arguments()))
         return usage(line.errorText());
     if (line.isSet(help)) {
         std::fputs(qUtf8Printable(line.helpText()), stdout);
+        return 0;
+    }
+    if (line.isSet(version)) {
+        std::fputs("pelorin-feedserver " PELORIN_VERSION "\n", stdout);
         return 0;
     }
     if (!line.positionalArguments().isEmpty())

@@ -18,7 +18,7 @@ _pelorin_feedserver() {
                 keep-alive" -- "$word") ;;
     *)
         mapfile -t COMPREPLY < <(
-            compgen -W "--address-file --feeds --help --port --reply --tls" -- "$word") ;;
+            compgen -W "--address-file --feeds --help --port --reply --tls --version" -- "$word") ;;
     esac
 }
 complete -o filenames -F _pelorin_feedserver pelorin-feedserver
