@@ -1,5 +1,7 @@
 #include "OpenDocumentOutline.h"
 
+#include <utility>
+
 namespace pelorinnews::test {
 
 namespace {
@@ -108,11 +110,15 @@ void OpenDocumentOutline::readBody() {
 void OpenDocumentOutline::start() {
     const QString name = _reader.qualifiedName().toString();
     if (name == QStringLiteral("text:p") || name == QStringLiteral("text:h")) {
+        _lastSpan.clear();
         _paragraph = name.last(1) + attribute("text:outline-level") +
                      styleOf(attribute("text:style-name")) + QStringLiteral(": ");
     } else if (name == QStringLiteral("text:span")) {
         _openSpan = styleOf(attribute("text:style-name"));
-        if (!_openSpan.isEmpty())
+        // Where a word processor divides a run of one style says nothing.
+        if (_openSpan == _lastSpan && _paragraph.size() == _lastSpanEnd)
+            _paragraph.chop(1);
+        else if (!_openSpan.isEmpty())
             _paragraph += QLatin1Char('{') + _openSpan.trimmed() + QLatin1Char('|');
     } else if (name == QStringLiteral("text:a")) {
         _paragraph += QLatin1Char('<') + attribute("xlink:href") + QLatin1Char('|');
@@ -159,9 +165,11 @@ void OpenDocumentOutline::end() {
     if (name == QStringLiteral("text:p") || name == QStringLiteral("text:h")) {
         line(_paragraph);
     } else if (name == QStringLiteral("text:span")) {
-        if (!_openSpan.isEmpty())
+        if (!_openSpan.isEmpty()) {
             _paragraph += QLatin1Char('}');
-        _openSpan.clear();
+            _lastSpanEnd = _paragraph.size();
+        }
+        _lastSpan = std::exchange(_openSpan, QString());
     } else if (name == QStringLiteral("text:a")) {
         _paragraph += QLatin1Char('>');
     } else if (name == QStringLiteral("text:list")) {

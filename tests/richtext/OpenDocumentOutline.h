@@ -35,6 +35,8 @@ private:
     QStringList _lines;
     QString _paragraph;
     QString _openSpan;
+    QString _lastSpan;
+    qsizetype _lastSpanEnd = 0;
     QStringList _lists;
     int _indent = 0;
 };
