@@ -19,9 +19,14 @@ QString sentence(const QString &beginning, const QString &reason) {
 QString newsModulePath() {
     const QDir folder(QCoreApplication::applicationDirPath());
     const QString beside = folder.filePath(QStringLiteral("../lib/pelorin/PelorinNews.so"));
-    const QString installed = folder.filePath(QStringLiteral(PELORIN_INSTALLED_MODULE));
-    const bool isInstalled = !QFileInfo::exists(beside) && QFileInfo::exists(installed);
-    return QDir::cleanPath(isInstalled ? installed : beside);
+    if (QFileInfo::exists(beside))
+        return QDir::cleanPath(beside);
+    for (const auto &path :
+         {QStringLiteral(PELORIN_INSTALLED_MODULE), QStringLiteral(PELORIN_PACKAGED_MODULE)}) {
+        if (folder.exists(path))
+            return QDir::cleanPath(folder.filePath(path));
+    }
+    return QDir::cleanPath(beside);
 }
 
 std::shared_ptr<NewsController> createNews(const QString &path, QString *problem) {

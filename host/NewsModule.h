@@ -9,7 +9,7 @@
 namespace pelorinnews::host {
 
 /// The default path of the news module: in `../lib/pelorin`, relative to the executable's folder,
-/// or where `cmake --install` put it, also relative to that folder.
+/// or where `cmake --install` or a package put it, also relative to that folder.
 QString newsModulePath();
 
 /// Loads the news module at `path`, sets this host's identity in it, and creates its panel.
