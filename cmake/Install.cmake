@@ -89,6 +89,10 @@ function(pelorin_install targets libraries)
         install(TARGETS pelorin DESTINATION ${programs} COMPONENT host)
         install(DIRECTORY ${PELORIN_APP_DIR}/share/applications ${PELORIN_APP_DIR}/share/icons
             DESTINATION ${share} COMPONENT host)
+        set(host ${PROJECT_SOURCE_DIR}/host)
+        install(FILES ${host}/com.olvane.Pelorin.metainfo.xml DESTINATION ${share}/metainfo
+            COMPONENT host)
+        install(FILES ${host}/pelorin.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host)
     endif()
 endfunction()
 
