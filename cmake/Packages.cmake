@@ -37,6 +37,9 @@ set(CPACK_DEBIAN_MODULE_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_MODULE_PACKAGE_DEPENDS "libcurl4 (>= 7.87)")
 set(CPACK_DEBIAN_MODULE_PACKAGE_RECOMMENDS
     "pelorin-news-page, ca-certificates, fonts-dejavu-core, xdg-utils")
+configure_file(packaging/shlibs.in packaging/shlibs @ONLY)
+set(CPACK_DEBIAN_MODULE_PACKAGE_CONTROL_EXTRA
+    ${PROJECT_BINARY_DIR}/packaging/shlibs ${PROJECT_SOURCE_DIR}/packaging/triggers)
 set(CPACK_DEBIAN_MODULE_DESCRIPTION "news panel for Qt applications, as a plug-in
 A host application loads this module to show news from a feed in a window of
 its own and to announce new items as desktop notifications.
