@@ -125,14 +125,18 @@ void MessageSocket::sendWaiting() {
             break;
         _waiting.pop_front();
     }
-    if (isOpen())
-        _writable.setEnabled(!_waiting.empty());
+    if (isWaiting())
+        _writable.setEnabled(true);
 }
 
+// Only this function disables the notifier: `send` may empty the queue, too, but must not emit
+// `drained` itself.
 void MessageSocket::sendMore() {
     sendWaiting();
-    if (isOpen() && !isWaiting())
-        Q_EMIT drained();
+    if (!isOpen() || isWaiting())
+        return;
+    _writable.setEnabled(false);
+    Q_EMIT drained();
 }
 
 void MessageSocket::receive() {

@@ -52,6 +52,7 @@ private Q_SLOTS:
     void deliversADescriptor();
     void closesWhereADescriptorIsRefused();
     void keepsWhatTheOtherSideDoesNotTakeYet();
+    void tellsOnceThatTheQueueIsEmpty();
     void givesUpAnEndThatTakesNothing();
     void tellsThatTheOtherSideIsGone();
     void closesAfterAViolation();
@@ -109,6 +110,26 @@ void MessageSocketTest::keepsWhatTheOtherSideDoesNotTakeYet() {
     End child(std::move(other), Descriptors::Accept);
     QTRY_COMPARE(child.received, sent);
     QVERIFY(host.closed.isEmpty());
+}
+
+// Even if a later call of `send` has emptied the queue.
+void MessageSocketTest::tellsOnceThatTheQueueIsEmpty() {
+    auto [one, other] = MessageSocket::createPair();
+    End host(std::move(one), Descriptors::Refuse);
+    const QSignalSpy drained(&host.socket, &MessageSocket::drained);
+    while (!host.socket.isWaiting())
+        host.socket.send({numbered(1)});
+    RawMessage datagram{};
+    while (::recv(other.get(), &datagram, sizeof datagram, MSG_DONTWAIT) > 0) {
+    }
+    host.socket.send({numbered(2)});
+    QVERIFY(!host.socket.isWaiting());
+    QVERIFY(drained.isEmpty());
+    QTRY_COMPARE(drained.count(), 1);
+    // Nothing waits any more, so nothing is told again.
+    host.socket.send({numbered(3)});
+    QTest::qWait(50);
+    QCOMPARE(drained.count(), 1);
 }
 
 void MessageSocketTest::givesUpAnEndThatTakesNothing() {
