@@ -91,6 +91,8 @@ struct ShowPage {
 /// cent. The preferences are in milliseconds: the longest time between the two clicks of a
 /// double-click, and the blinking period of a text cursor (0: does not blink).
 struct PageStyle {
+    /// The longest time that the preferences may have.
+    static constexpr qint32 maxTime = 60'000;
     qint32 fontSize = 16;
     qint32 zoom = 100;
     qint32 doubleClick = 400;
@@ -99,7 +101,7 @@ struct PageStyle {
     auto numbers() { return std::tie(fontSize, zoom, doubleClick, cursorFlash); }
     [[nodiscard]] bool isValid() const {
         return isBetween(1, fontSize, 200) && isBetween(25, zoom, 500) &&
-               isBetween(0, doubleClick, 60'000) && isBetween(0, cursorFlash, 60'000);
+               isBetween(0, doubleClick, maxTime) && isBetween(0, cursorFlash, maxTime);
     }
 };
 

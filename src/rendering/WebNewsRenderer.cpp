@@ -286,9 +286,12 @@ void WebNewsRenderer::restartChild() {
 }
 
 void WebNewsRenderer::sendStyle() {
+    // The host may have set any time.
+    const auto time = [](int set) { return std::clamp(set, 0, PageStyle::maxTime); };
     if (_child)
-        _child->send(PageStyle{standardFontPixels(), _zoom, QApplication::doubleClickInterval(),
-                               QApplication::cursorFlashTime(), _fontFamily});
+        _child->send(PageStyle{standardFontPixels(), _zoom,
+                               time(QApplication::doubleClickInterval()),
+                               time(QApplication::cursorFlashTime()), _fontFamily});
 }
 
 void WebNewsRenderer::sendPage() {
