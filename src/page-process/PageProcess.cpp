@@ -30,7 +30,8 @@ constexpr std::chrono::milliseconds hangTimeout{1000};
 /// Size of the fixed-width font relative to the standard font, as in all browsers.
 constexpr double fixedFontRatio = 13.0 / 16;
 
-/// After this time, a page counts as painted even if `PageScript` has not reported it.
+/// A page that was visible for this long counts as painted even if `PageScript` has not reported
+/// it.
 constexpr std::chrono::seconds paintTimeout{5};
 
 /// How long Qt may take to paint a frame that the engine has finished.
@@ -88,14 +89,14 @@ void PageProcess::listenToPage() {
         // Until the new page is painted, the engine still shows the previous one.
         if (!std::exchange(_showsEarlierContent, true))
             _shownNumber = _number;
-        _paintTimer.start(paintTimeout);
+        expectPaint();
         // The engine stores the zoom factor per URL host, and this page may be on a new host.
         _page.setZoomFactor(_zoom);
         send(PageCame{_number});
     });
     connect(&_page, &ItemPage::itemPainted, this, [this] {
         if (!_isPainted)
-            _paintTimer.start(paintDelay);
+            _paintTimer.start();
     });
     connect(&_page, &ItemPage::navigationAsked, this, [this](NavigationType type, const QUrl &url) {
         if (_number > 0)
@@ -135,8 +136,12 @@ void PageProcess::listenToDesktop() {
 void PageProcess::prepareTimers() {
     _hangTimer.setSingleShot(true);
     connect(&_hangTimer, &QTimer::timeout, this, [this] { retryInNewProcess(); });
-    _paintTimer.setSingleShot(true);
-    connect(&_paintTimer, &QTimer::timeout, this, &PageProcess::pagePainted);
+    for (QTimer *timer : {&_paintTimer, &_paintLimit}) {
+        timer->setSingleShot(true);
+        connect(timer, &QTimer::timeout, this, &PageProcess::pagePainted);
+    }
+    _paintTimer.setInterval(paintDelay);
+    _paintLimit.setInterval(paintTimeout);
     _inputStateTimer.setSingleShot(true);
     _inputStateTimer.setInterval(0);
     connect(&_inputStateTimer, &QTimer::timeout, this, &PageProcess::reportInputState);
@@ -187,6 +192,7 @@ bool PageProcess::handle(const ShowPage &message, const Descriptor &memory) {
         _handler.setPage(QByteArray(reinterpret_cast<const char *>(html->data()), html->size())));
     _hangTimer.start(hangTimeout);
     _paintTimer.stop();
+    _paintLimit.stop();
     return true;
 }
 
@@ -224,10 +230,11 @@ bool PageProcess::handle(const ViewPlace &message, const Descriptor &) {
 
 bool PageProcess::handle(const Visibility &message, const Descriptor &) {
     _view.setVisible(message.isVisible != 0);
+    if (!message.isVisible)
+        _paintLimit.stop();
     // The engine loads a page again that was discarded, and does not report that.
-    const bool isLoading = _hangTimer.isActive() || _paintTimer.isActive();
-    if (message.isVisible && _number > 0 && !_isPainted && !isLoading)
-        _paintTimer.start(paintTimeout);
+    else if (_number > 0 && !_isPainted && !_hangTimer.isActive() && !_paintLimit.isActive())
+        expectPaint();
     return true;
 }
 
@@ -236,6 +243,7 @@ bool PageProcess::handle(const DiscardPage &, const Descriptor &) {
     _shownNumber = 0;
     _isPainted = false;
     _paintTimer.stop();
+    _paintLimit.stop();
     _showsEarlierContent = false;
     _page.setLifecycleState(QWebEnginePage::LifecycleState::Discarded);
     releaseLibraryPages({"libQt6WebEngineCore", "libQt6Quick", "libQt6Qml"});
@@ -324,7 +332,15 @@ void PageProcess::addSurface(QWidget &window, qint32 number) {
     _surfaces.insert_or_assign(number, std::move(surface));
 }
 
+// The engine paints nothing while the page is hidden.
+void PageProcess::expectPaint() {
+    if (_view.isVisible())
+        _paintLimit.start();
+}
+
 void PageProcess::pagePainted() {
+    _paintTimer.stop();
+    _paintLimit.stop();
     _isPainted = true;
     _shownNumber = _number;
     _surfaces.at(0)->sendAgain();

@@ -68,6 +68,7 @@ private:
     [[nodiscard]] qint32 surfaceOf(const QWidget *window) const;
     void addSurface(QWidget &window, qint32 number);
     void retryInNewProcess();
+    void expectPaint();
     void pagePainted();
     void reportInputState();
     void keepFocus();
@@ -96,8 +97,10 @@ private:
     bool _isRevived = false;
     QTimer _hangTimer;
     QTimer _inputStateTimer;
-    /// When it fires, the current page counts as painted.
+    /// When one of them fires, the current page counts as painted: a moment after its report, or
+    /// without a report, after it was visible for some time.
     QTimer _paintTimer;
+    QTimer _paintLimit;
     pageprotocol::InputState _inputState;
     /// Whether the host is putting a text into this process's clipboard.
     bool _isPasting = false;
