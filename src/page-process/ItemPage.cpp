@@ -108,6 +108,8 @@ void ItemPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QSt
     // The report may come late and be about the previous page.
     if (_script.paintedPage(message) == _item)
         Q_EMIT itemPainted();
+    if (_script.isPaste(message))
+        Q_EMIT pasteAsked();
     // The answer does not matter: the script has already kept the engine from following the link.
     if (const auto link = _script.clickedLink(message))
         static_cast<void>(allows(pelorinnews::NavigationType::LinkClicked, *link));

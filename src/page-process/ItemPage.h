@@ -29,6 +29,9 @@ Q_SIGNALS:
     /// The item was painted. May never be emitted if the item keeps the engine busy.
     void itemPainted();
 
+    /// The user has clicked a field with the middle button.
+    void pasteAsked();
+
     /// A navigation was requested. `url` is resolved; relative links are resolved against a bare
     /// "http://".
     void navigationAsked(pelorinnews::NavigationType type, const QUrl &url);

@@ -98,6 +98,11 @@ void PageProcess::listenToPage() {
         if (!_isPainted)
             _paintTimer.start();
     });
+    // Until the page is painted, the click may have been meant for the previous one.
+    connect(&_page, &ItemPage::pasteAsked, this, [this] {
+        if (_isPainted)
+            send(PasteAsked{_number});
+    });
     connect(&_page, &ItemPage::navigationAsked, this, [this](NavigationType type, const QUrl &url) {
         if (_number > 0)
             send(Navigation{_number, static_cast<qint32>(type), url.toString(QUrl::FullyEncoded)});

@@ -8,7 +8,7 @@ namespace {
 
 // The listeners are added to the window, because named elements of a page can shadow the members of
 // its document (DOM clobbering). They ignore events made by scripts, and mouse buttons other than
-// left and middle.
+// left and middle. A middle click on a scroll bar is no `auxclick`.
 constexpr auto reporter = R"((() => {
     const xlink = 'http://www.w3.org/1999/xlink';
     const addressOf = node => {
@@ -37,6 +37,10 @@ constexpr auto reporter = R"((() => {
             console.info('%1click ' + address);
             return;
         }
+        const [target] = event.composedPath();
+        if (event.button === 1 && (target.isContentEditable ||
+            target instanceof HTMLInputElement || target instanceof HTMLTextAreaElement))
+            console.info('%1paste');
     };
     addEventListener('click', clicked, true);
     addEventListener('auxclick', clicked, true);
@@ -71,6 +75,10 @@ std::optional<QUrl> PageScript::addressOf(QLatin1String report, const QString &m
 
 std::optional<QUrl> PageScript::clickedLink(const QString &consoleMessage) const {
     return addressOf(QLatin1String("click "), consoleMessage);
+}
+
+bool PageScript::isPaste(const QString &consoleMessage) const {
+    return consoleMessage == _secret + QLatin1String("paste");
 }
 
 std::optional<QUrl> PageScript::paintedPage(const QString &consoleMessage) const {

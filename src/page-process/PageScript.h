@@ -9,7 +9,8 @@
 namespace pelorinnews {
 
 /// A script that reports every click on a link in a page, by mouse or keyboard and for any URL
-/// scheme. It also reports when the page has been painted for the first time.
+/// scheme. It also reports middle clicks in fields, and when the page has been painted for the
+/// first time.
 ///
 /// The engine itself reports only clicks on links that it would follow. Links within the page,
 /// downloads, and links with `file:`, `data:`, `javascript:`, `mailto:` or schemes that the engine
@@ -26,6 +27,10 @@ public:
     /// The clicked link, if `consoleMessage` is the script's report of a click. Absent for other
     /// console messages, such as warnings of the engine that quote the page.
     [[nodiscard]] std::optional<QUrl> clickedLink(const QString &consoleMessage) const;
+
+    /// Whether `consoleMessage` is the script's report of a middle click in a field, which pastes
+    /// the primary selection.
+    [[nodiscard]] bool isPaste(const QString &consoleMessage) const;
 
     /// The address of the painted page, if `consoleMessage` is the script's report of a first
     /// painting.

@@ -18,7 +18,7 @@ namespace pelorinnews::pageprotocol {
 
 /// Both sides state their version first; they must be equal. Increase it with every change of a
 /// message. The first message of either side (`Hello`, `Ready`) looks the same in every version.
-inline constexpr qint32 version = 2;
+inline constexpr qint32 version = 3;
 
 /// Maximum length of a surface's longer side, in device pixels.
 inline constexpr qint32 maxSide = 16384;
@@ -264,7 +264,8 @@ struct PreeditText {
     }
 };
 
-/// The clipboard's text, sent before a key that pastes. The child has no access to the clipboard.
+/// The clipboard's text, or the primary selection, sent before a key that pastes. The child has no
+/// access to the clipboard.
 struct ClipboardText {
     QString text;
     auto numbers() { return std::tie(); }
@@ -417,6 +418,14 @@ struct FocusLeft {
     [[nodiscard]] bool isValid() const { return isFlag(isForward); }
 };
 
+/// The user has clicked a field with the middle button. The host sends the primary selection and
+/// the key that pastes.
+struct PasteAsked {
+    qint32 page = 0;
+    auto numbers() { return std::tie(page); }
+    [[nodiscard]] bool isValid() const { return page > 0; }
+};
+
 struct Pong {
     qint32 number = 0;
     auto numbers() { return std::tie(number); }
@@ -425,6 +434,6 @@ struct Pong {
 
 using ChildMessage =
     std::variant<Ready, PageCame, FrameReady, PopupShown, PopupHidden, Navigation, CursorShape,
-                 ToolTip, InputState, Selection, CopiedText, FocusLeft, Pong>;
+                 ToolTip, InputState, Selection, CopiedText, FocusLeft, PasteAsked, Pong>;
 
 }  // namespace pelorinnews::pageprotocol

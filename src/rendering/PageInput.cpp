@@ -27,8 +27,8 @@ using std::chrono::steady_clock;
 /// detected.
 constexpr int maxActions = 1000;
 
-/// How long after the key press a cut or copied text may arrive.
-constexpr std::chrono::seconds copyTimeout{5};
+/// How long after the user's input the process may ask for, or send, a clipboard's text.
+constexpr std::chrono::seconds clipboardTimeout{5};
 
 qint32 unit(double position) {
     const double number = std::round(position * positionUnit);
@@ -69,6 +69,13 @@ bool takeOne(int &count) {
     return true;
 }
 
+bool isPaste(const QKeyEvent &event) {
+    // The engine pastes with Ctrl+Shift+V, too: the text without its style.
+    return event.matches(QKeySequence::Paste) ||
+           (event.key() == Qt::Key_V &&
+            event.modifiers() == (Qt::ControlModifier | Qt::ShiftModifier));
+}
+
 qint32 bits(auto flags) {
     return static_cast<qint32>(flags.toInt());
 }
@@ -100,7 +107,8 @@ void PageInput::beginPage() {
     cancelComposition();
     _actions = 0;
     _isInUse = false;
-    _copies = 0;
+    _copies = {};
+    _pastes = {};
 }
 
 void PageInput::countAction() {
@@ -112,15 +120,19 @@ void PageInput::countFocusKey() {
     _focusKeys = std::min(_focusKeys + 1, maxActions);
 }
 
-void PageInput::countCopy() {
-    _copies = std::min(_copies + 1, maxActions);
-    _copiesEnd = steady_clock::now() + copyTimeout;
+void PageInput::Permissions::add() {
+    _count = std::min(_count + 1, maxActions);
+    _end = steady_clock::now() + clipboardTimeout;
+}
+
+bool PageInput::Permissions::take() {
+    if (steady_clock::now() > _end)
+        _count = 0;
+    return takeOne(_count);
 }
 
 bool PageInput::takeCopying() {
-    if (steady_clock::now() > _copiesEnd)
-        _copies = 0;
-    return takeOne(_copies);
+    return _copies.take();
 }
 
 bool PageInput::takeAction() {
@@ -145,23 +157,29 @@ void PageInput::sendMouse(qint32 surface, const QMouseEvent &event, qint32 kind)
     send(MouseInput{surface, kind, unit(event.position().x()), unit(event.position().y()),
                     static_cast<qint32>(event.button()), bits(event.buttons()),
                     bits(event.modifiers())});
-    if (kind == MouseInput::Release && event.button() == Qt::MiddleButton && surface == 0)
-        pasteSelection(event.position());
+    if (kind == MouseInput::Release && event.button() == Qt::MiddleButton)
+        countMiddleClick(event.position());
     Q_EMIT sent();
 }
 
+// The page also reports a release far from its press, which is no click.
+void PageInput::countMiddleClick(QPointF released) {
+    if ((released - _pressPlace).manhattanLength() <
+        QGuiApplication::styleHints()->startDragDistance())
+        _pastes.add();
+    else
+        _pastes = {};
+}
+
 // As in every text field of X11 and Wayland desktops. The engine itself has no primary selection.
-void PageInput::pasteSelection(QPointF released) {
+void PageInput::pasteSelection() {
     const QClipboard *clipboard = QGuiApplication::clipboard();
-    const bool isClick = (released - _pressPlace).manhattanLength() <
-                         QGuiApplication::styleHints()->startDragDistance();
-    if (!isClick || !clipboard->supportsSelection())
+    if (!_pastes.take() || !clipboard->supportsSelection())
         return;
     const QString text = clipboard->text(QClipboard::Selection);
     if (text.isEmpty())
         return;
-    // The press has put the text cursor where the pointer is, or has taken the focus from the field
-    // that had it. A key reaches the page after that; text of an input method could come before.
+    // The click has put the text cursor where the pointer is.
     send(ClipboardText{text});
     KeyInput key{.isPress = 1, .key = Qt::Key_V, .modifiers = Qt::ControlModifier, .text = {}};
     send(key);
@@ -188,9 +206,9 @@ void PageInput::sendKey(const QKeyEvent &event, bool isPress) {
         if (event.key() == Qt::Key_Tab || event.key() == Qt::Key_Backtab)
             countFocusKey();
         if (_takesText && (event.matches(QKeySequence::Cut) || event.matches(QKeySequence::Copy)))
-            countCopy();
+            _copies.add();
         // Even if no field is known to have the focus: a click into one may just have been sent.
-        if (event.matches(QKeySequence::Paste))
+        if (isPaste(event))
             send(ClipboardText{QGuiApplication::clipboard()->text()});
     }
     send(KeyInput{
@@ -235,7 +253,6 @@ bool PageInput::isForTextField(const QKeyEvent &event) const {
                                       QKeySequence::Redo,
                                       QKeySequence::Cut,
                                       QKeySequence::Copy,
-                                      QKeySequence::Paste,
                                       QKeySequence::SelectAll,
                                       QKeySequence::DeleteStartOfWord,
                                       QKeySequence::DeleteEndOfWord,
@@ -246,7 +263,7 @@ bool PageInput::isForTextField(const QKeyEvent &event) const {
                                       QKeySequence::MoveToStartOfDocument,
                                       QKeySequence::MoveToEndOfDocument};
     const auto isThis = [&event](auto edit) { return event.matches(edit); };
-    return std::any_of(edits.begin(), edits.end(), isThis);
+    return isPaste(event) || std::any_of(edits.begin(), edits.end(), isThis);
 }
 
 }  // namespace pelorinnews

@@ -51,6 +51,11 @@ public:
     /// the clipboard once within five seconds. Uses up one such permission; false if none is left.
     [[nodiscard]] bool takeCopying();
 
+    /// Sends the primary selection, and the key that pastes it. Each middle click permits the page
+    /// process to ask for that once within five seconds. Uses up one such permission; no-op if none
+    /// is left.
+    void pasteSelection();
+
     /// Each press of a Tab key permits the page process to move the focus out of the page once.
     /// Uses up one such permission; false if none is left.
     [[nodiscard]] bool takeFocusKey();
@@ -76,10 +81,9 @@ private:
             _child->send(message);
     }
     void cancelComposition();
-    void pasteSelection(QPointF released);
     void countAction();
+    void countMiddleClick(QPointF released);
     void countFocusKey();
-    void countCopy();
 
     PageChild *_child = nullptr;
     bool _takesText = false;
@@ -92,9 +96,20 @@ private:
     /// How many presses of a Tab key still permit the process to move the focus.
     int _focusKeys = 0;
     bool _isInUse = false;
-    /// How many key presses still permit a change of the clipboard, and until when.
-    int _copies = 0;
-    std::chrono::steady_clock::time_point _copiesEnd;
+
+    /// How often the process may still access a clipboard, and until when.
+    class Permissions {
+    public:
+        void add();
+        /// Uses up one permission; false if none is left.
+        [[nodiscard]] bool take();
+
+    private:
+        int _count = 0;
+        std::chrono::steady_clock::time_point _end;
+    };
+    Permissions _copies;
+    Permissions _pastes;
 };
 
 }  // namespace pelorinnews

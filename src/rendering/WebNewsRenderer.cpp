@@ -401,6 +401,12 @@ bool WebNewsRenderer::handle(const Pong &message) {
     return _lastPong < _lastPing && message.number == ++_lastPong;
 }
 
+bool WebNewsRenderer::handle(const PasteAsked &message) {
+    if (message.page == _page)
+        _view->input().pasteSelection();
+    return message.page <= _page;
+}
+
 bool WebNewsRenderer::handle(const FrameReady &message) {
     if (message.page > _page || !_view->handle(message))
         return false;

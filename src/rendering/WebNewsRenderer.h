@@ -77,6 +77,7 @@ private:
     [[nodiscard]] bool handle(const pageprotocol::PageCame &message);
     [[nodiscard]] bool handle(const pageprotocol::Navigation &message);
     [[nodiscard]] bool handle(const pageprotocol::Pong &message);
+    [[nodiscard]] bool handle(const pageprotocol::PasteAsked &message);
     [[nodiscard]] bool handle(const pageprotocol::FrameReady &message);
     template <class Message>
     [[nodiscard]] bool handle(const Message &message) {

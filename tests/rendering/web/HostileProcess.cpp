@@ -56,6 +56,21 @@ RawMessage textPart(char character, qint32 bytes) {
     return part;
 }
 
+// Tells with a cursor's shape, at a key press, whether the host has sent a clipboard's text before.
+[[noreturn]] void answerKeysAfterAsking() {
+    send(PasteAsked{1});
+    RawMessage datagram{};
+    bool hasText = false;
+    while (::recv(childSocket, &datagram, sizeof datagram, 0) > 0) {
+        hasText = hasText || datagram.type == typeNumber<ClipboardText, HostMessage>;
+        if (datagram.type == typeNumber<KeyInput, HostMessage>)
+            send(CursorShape{hasText ? Qt::ForbiddenCursor : Qt::WaitCursor});
+        if (datagram.type == typeNumber<MouseInput, HostMessage>)
+            send(PasteAsked{1});
+    }
+    ::_exit(0);
+}
+
 void act(const QByteArray &name) {
     if (name == "speaks before it is ready")
         send(PageCame{1});
@@ -108,6 +123,12 @@ void act(const QByteArray &name) {
         send(PopupShown{1, 0, 0, 100, 100});
         send(CursorShape{Qt::WaitCursor});
     }
+    if (name == "paints an earlier size") {
+        send(FrameReady{0, 1, 0, 1});
+        send(CursorShape{Qt::WaitCursor});
+    }
+    if (name == "asks for the primary selection")
+        answerKeysAfterAsking();
     while (name == "never stops")
         send(ToolTip{QStringLiteral("Text")});
 }

@@ -40,7 +40,10 @@ private Q_SLOTS:
     void typesIntoAField();
     void pastesAndCutsInAField();
     void pastesRightAfterAClick();
+    void pastesWithoutStyle();
     void pastesThePrimarySelection();
+    void pastesIntoClickedFieldsOnly();
+    void pastesIntoNoLaterPage();
     void takesADroppedText();
     void ignoresADropBesideAField();
     void composesTextOfAnInputMethod();
@@ -128,6 +131,18 @@ void InputTest::pastesRightAfterAClick() {
     QTRY_COMPARE(value(), QStringLiteral("pasted"));
 }
 
+// The engine pastes with Ctrl+Shift+V, too.
+void InputTest::pastesWithoutStyle() {
+    show(field);
+    enter();
+    QApplication::clipboard()->setText(QStringLiteral("one"));
+    press(Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier);
+    QTRY_COMPARE(value(), QStringLiteral("one"));
+    QApplication::clipboard()->setText(QStringLiteral("two"));
+    press(Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier);
+    QTRY_COMPARE(value(), QStringLiteral("onetwo"));
+}
+
 void InputTest::pastesThePrimarySelection() {
     QClipboard *clipboard = QApplication::clipboard();
     clipboard->setText(QStringLiteral("two\nlines"), QClipboard::Selection);
@@ -148,6 +163,37 @@ void InputTest::pastesThePrimarySelection() {
     press(Qt::Key_End);
     press(Qt::Key_X);
     QTRY_COMPARE(value(), QStringLiteral("two lineszx"));
+}
+
+// A click on a scroll bar leaves the focus where it is.
+void InputTest::pastesIntoClickedFieldsOnly() {
+    QApplication::clipboard()->setText(QStringLiteral("primary"), QClipboard::Selection);
+    show(field + QStringLiteral("<p>row").repeated(100));
+    enter();
+    _fixture->click({495, 200}, Qt::MiddleButton);
+    const auto isScrolled = [this] {
+        return _fixture->evaluated(QStringLiteral("scrollY > 0")).toBool();
+    };
+    QTRY_VERIFY(isScrolled());
+    press(Qt::Key_X);
+    QTRY_COMPARE(value(), QStringLiteral("x"));
+}
+
+void InputTest::pastesIntoNoLaterPage() {
+    QApplication::clipboard()->setText(QStringLiteral("primary"), QClipboard::Selection);
+    const QString next =
+        page(QStringLiteral("<div style='height:200px'></div><input id=field autofocus>Next"));
+    for (int i = 0; i < 5; ++i) {
+        show(QStringLiteral("The page"));
+        _fixture->view.loadHtmlString(next);
+        QTest::qWait(i);
+        _fixture->click({300, 100}, Qt::MiddleButton);
+        QTRY_VERIFY(_fixture->text().contains(QStringLiteral("Next")));
+        // Keys are kept until the page is painted. Give a paste, which would be wrong, its time.
+        _fixture->waitForColour({480, 280}, ground);
+        QTest::qWait(200);
+        QCOMPARE(value(), QString());
+    }
 }
 
 void InputTest::takesADroppedText() {
