@@ -149,17 +149,21 @@ void WebNewsRenderer::loadHtmlString(const QString &html, PageKind kind) {
     const bool isSame = _page > 0 && html == _html && kind == _kind;
     _html = html;
     _kind = kind;
-    ++_page;
     if (!isSame)
-        _view->waitForPage(_page);
+        _view->waitForPage(_page + 1);
     // When the window opens, the engine may still paint the previous page: do not show that.
     if (!isSame && (_isClosed || _isStale))
         _view->clear();
     showHeld();
+    showPage();
+}
+
+void WebNewsRenderer::showPage() {
+    ++_page;
     _view->input().beginPage();
     _view->setPlainColour(plainColour());
     if (_text)
-        _text->loadHtmlString(html, kind);
+        _text->loadHtmlString(_html, _kind);
     if (_child && hostsProxy() != _start.proxy)
         restartChild();
     else if (_child)
@@ -231,7 +235,7 @@ void WebNewsRenderer::surroundingsChanged() {
     if (startArguments(*_view) != _start)
         restartChild();
     else if (_kind == PageKind::Status && statusStyle() != _sentStatusStyle)
-        loadHtmlString(QString(_html), _kind);
+        showPage();
 }
 
 QColor WebNewsRenderer::plainColour() const {

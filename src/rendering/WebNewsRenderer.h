@@ -54,6 +54,7 @@ public:
 private:
     class Surround;
 
+    void showPage();
     void opened();
     void closed();
     void showHeld();
