@@ -28,6 +28,11 @@ public:
     /// Returns a received frame to `child` without showing it. False as for `take`.
     [[nodiscard]] bool giveBack(PageChild &child, const pageprotocol::FrameReady &frame);
 
+    /// Whether this is the shown frame.
+    [[nodiscard]] bool shows(const pageprotocol::FrameReady &frame) const {
+        return frame.generation == _shown.generation && frame.buffer == _front;
+    }
+
     /// The page process has ended. Its shown frame stays; without one, the memory is freed.
     void forgetChild();
 

@@ -39,6 +39,7 @@ void PageWidget::setChild(PageChild *child) {
     if (_child)
         disconnect(_child, nullptr, this, nullptr);
     _child = child;
+    _shownPage = -1;
     _input.setChild(child);
     for (const auto &[surface, popup] : _popups)
         popup->hideAsTold();
@@ -70,13 +71,13 @@ bool PageWidget::isFocused() const {
 }
 
 void PageWidget::sendPresentFocus() {
-    if (isFocused())
-        _input.sendFocus(true, Qt::OtherFocusReason);
+    _input.sendFocus(isFocused(), Qt::OtherFocusReason);
 }
 
 void PageWidget::clear() {
     _frames.clear(_child);
     _isWaitingForPage = true;
+    _shownPage = -1;
     update();
 }
 
@@ -103,7 +104,12 @@ bool PageWidget::handle(const FrameReady &message) {
         return _frames.giveBack(*_child, message);
     _isWaitingForPage = false;
     update();
-    return _frames.take(*_child, message);
+    if (!_frames.take(*_child, message))
+        return false;
+    // A frame of an earlier size is not shown.
+    if (_frames.shows(message))
+        _shownPage = message.page;
+    return true;
 }
 
 bool PageWidget::handle(const PopupShown &message) {

@@ -42,9 +42,12 @@ public:
     /// Whether the page gets the keys that the user presses.
     [[nodiscard]] bool isFocused() const;
 
-    /// Tells the process that the page has the focus, if it has. For a process or widget that takes
-    /// over while the focus stays.
+    /// Tells the process whether the page has the focus. For a process or widget that takes over
+    /// while the focus stays, or that missed a change.
     void sendPresentFocus();
+
+    /// The page of the shown frame; -1 if no frame of the present process is shown.
+    [[nodiscard]] qint32 shownPage() const { return _shownPage; }
 
     /// The user's input to the page and its pop-ups.
     [[nodiscard]] PageInput &input() { return _input; }
@@ -110,6 +113,7 @@ private:
     QColor _plainColour = Qt::white;
     qint32 _awaitedPage = 0;
     bool _isWaitingForPage = false;
+    qint32 _shownPage = -1;
     bool _isHeld = false;
     /// Whether the process has to be told of the size when it has caught up.
     bool _owesSize = false;

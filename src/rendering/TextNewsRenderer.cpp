@@ -13,6 +13,7 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -177,8 +178,14 @@ void TextNewsRenderer::wheelEvent(QWheelEvent *event) {
         QTextBrowser::wheelEvent(event);
 }
 
+bool TextNewsRenderer::event(QEvent *event) {
+    const QScopedValueRollback handling(_isHandlingEvent, true);
+    return QTextBrowser::event(event);
+}
+
 // The base class would show a tooltip that looks like HTML as HTML.
 bool TextNewsRenderer::viewportEvent(QEvent *event) {
+    const QScopedValueRollback handling(_isHandlingEvent, true);
     if (event->type() != QEvent::ToolTip)
         return QTextBrowser::viewportEvent(event);
     const auto *help = static_cast<QHelpEvent *>(event);

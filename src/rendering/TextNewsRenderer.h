@@ -23,7 +23,12 @@ public:
     void setZoom(int percent) override;
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) override { _policy = delegate; }
 
+    /// Whether an event is being handled, such as a drag that the user has begun. Do not destroy
+    /// the renderer then.
+    [[nodiscard]] bool isHandlingEvent() const { return _isHandlingEvent; }
+
 protected:
+    bool event(QEvent *event) override;
     QVariant loadResource(int type, const QUrl &name) override;
     void changeEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
@@ -49,6 +54,7 @@ private:
     int _zoom = 100;
     PagePictures _pictures;
     QString _pressedLink;
+    bool _isHandlingEvent = false;
     NavigationPolicyDelegate *_policy = nullptr;
 };
 

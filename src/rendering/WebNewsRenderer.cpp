@@ -28,6 +28,9 @@ constexpr std::chrono::minutes failureMemory{1};
 /// How long an earlier page is held back after the window was opened, when the next may be loaded.
 constexpr std::chrono::milliseconds holdTime{500};
 
+/// How often to look whether the text renderer can be destroyed.
+constexpr std::chrono::milliseconds replaceDelay{100};
+
 /// Whether the installed page process speaks another protocol version, as after an upgrade under a
 /// running host. Never reset: only a restart of the host helps.
 bool isOtherVersionInstalled = false;
@@ -112,6 +115,7 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent, const QString &program, const 
     prepare(_readyTimer, limits.ready, &WebNewsRenderer::useText);
     prepare(_answerTimer, limits.answer, &WebNewsRenderer::answerIsMissing);
     prepare(_endTimer, limits.end, &WebNewsRenderer::endChild);
+    prepare(_replaceTimer, replaceDelay, &WebNewsRenderer::replaceText);
     prepare(_holdTimer, holdTime, &WebNewsRenderer::showHeld);
     _discardTimer.setSingleShot(true);
     _discardTimer.setInterval(limits.discard);
@@ -370,6 +374,20 @@ void WebNewsRenderer::useText() {
         QCoreApplication::sendEvent(_text.get(), &focus);
 }
 
+// Once the process has painted the page.
+void WebNewsRenderer::replaceText() {
+    if (!_text || !_view->isVisible() || _view->shownPage() != _page)
+        return;
+    // The user drags the text, or the host shows a dialog for a clicked link: in an event loop that
+    // runs within the text's event handler.
+    if (_text->isHandlingEvent()) {
+        _replaceTimer.start();
+        return;
+    }
+    _text.reset();
+    _view->sendPresentFocus();
+}
+
 void WebNewsRenderer::receive(const ChildMessage &message) {
     if (!std::visit([this](const auto &each) { return handle(each); }, message))
         childEnded();
@@ -414,10 +432,7 @@ bool WebNewsRenderer::handle(const PasteAsked &message) {
 bool WebNewsRenderer::handle(const FrameReady &message) {
     if (message.page > _page || !_view->handle(message))
         return false;
-    if (_text && message.surface == 0 && message.page == _page && _view->isVisible()) {
-        _text.reset();
-        _view->sendPresentFocus();
-    }
+    replaceText();
     return true;
 }
 

@@ -66,6 +66,7 @@ private:
     void sendPage();
     void childEnded();
     void useText();
+    void replaceText();
     void expectAnswer();
     void answerIsMissing();
     void answerCame();
@@ -117,6 +118,7 @@ private:
     /// Numbers of the latest ping and of the latest answer to one.
     qint32 _lastPing = 0;
     qint32 _lastPong = 0;
+    QTimer _replaceTimer;
     QTimer _holdTimer;
     QTimer _discardTimer;
     QTimer _endTimer;

@@ -6,6 +6,7 @@
 
 #include <QClipboard>
 #include <QFile>
+#include <QPointer>
 #include <QTemporaryDir>
 #include <QTextBrowser>
 
@@ -23,7 +24,9 @@ private Q_SLOTS:
     void isKilledForAViolation_data();
     void isKilledForAViolation();
     void cannotActWithoutTheUser();
+    void getsThePrimarySelectionAfterAMiddleClickOnly();
     void cannotKeepTheHostBusy();
+    void keepsTheTextForAFrameOfAnEarlierSize();
 
 private:
     NavigationDecision webViewDecidePolicyForNavigationAction(NavigationType,
@@ -33,6 +36,7 @@ private:
     }
     // Shows a page with a process that does what `name` says.
     void start(const QString &name);
+    void show(const QString &program);
 
     int _navigations = 0;
     QTemporaryDir _folder;
@@ -56,6 +60,11 @@ void HostileProcessTest::cleanup() {
 void HostileProcessTest::start(const QString &name) {
     const QString program = _folder.filePath(name);
     QVERIFY(QFile::link(QStringLiteral(PELORIN_HOSTILE_PROCESS), program));
+    show(program);
+    QVERIFY(_renderer->process() > 0);
+}
+
+void HostileProcessTest::show(const QString &program) {
     // At the first failure, the text renderer takes over. A busy computer is no failure.
     const WebNewsRenderer::Limits limits{.failures = 1, .ready = std::chrono::minutes(1)};
     _renderer = std::make_unique<WebNewsRenderer>(_window.get(), program, limits);
@@ -63,7 +72,6 @@ void HostileProcessTest::start(const QString &name) {
     _renderer->widget()->setGeometry(_window->rect());
     _renderer->widget()->show();
     _renderer->loadHtmlString(QStringLiteral("The page"), PageKind::Item);
-    QVERIFY(_renderer->process() > 0);
 }
 
 void HostileProcessTest::isKilledForAViolation_data() {
@@ -110,6 +118,25 @@ void HostileProcessTest::cannotActWithoutTheUser() {
     QVERIFY(_window->findChild<QTextBrowser *>() == nullptr);
 }
 
+void HostileProcessTest::getsThePrimarySelectionAfterAMiddleClickOnly() {
+    QGuiApplication::clipboard()->setText(QStringLiteral("secret"), QClipboard::Selection);
+    start(QStringLiteral("asks for the primary selection"));
+    auto *page = _window->findChild<PageWidget *>();
+    // The process answers each key press with a shape.
+    for (int i = 0; i < 10; ++i) {
+        page->unsetCursor();
+        QTest::mouseClick(page, Qt::LeftButton, {}, QPoint(50, 50));
+        QTest::keyClick(page, Qt::Key_X);
+        QTRY_COMPARE(page->cursor().shape(), Qt::WaitCursor);
+    }
+    QTest::mouseClick(page, Qt::MiddleButton, {}, QPoint(50, 50));
+    const auto shape = [page] {
+        QTest::keyClick(page, Qt::Key_X);
+        return page->cursor().shape();
+    };
+    QTRY_COMPARE(shape(), Qt::ForbiddenCursor);
+}
+
 void HostileProcessTest::cannotKeepTheHostBusy() {
     start(QStringLiteral("never stops"));
     auto *page = _window->findChild<PageWidget *>();
@@ -120,6 +147,21 @@ void HostileProcessTest::cannotKeepTheHostBusy() {
     timer.start(1);
     QTRY_VERIFY(turns >= 20);
     QVERIFY(_window->findChild<QTextBrowser *>() == nullptr);
+}
+
+// No process of bad intent: such a frame may be on its way when the window is resized.
+void HostileProcessTest::keepsTheTextForAFrameOfAnEarlierSize() {
+    const QString program = _folder.filePath(QStringLiteral("paints an earlier size"));
+    show(program);
+    QPointer<QTextBrowser> text = _window->findChild<QTextBrowser *>();
+    QVERIFY(text);
+    QVERIFY(QFile::link(QStringLiteral(PELORIN_HOSTILE_PROCESS), program));
+    _renderer->widget()->hide();
+    _renderer->widget()->show();
+    _renderer->widget()->resize(250, 150);
+    const auto *page = _window->findChild<PageWidget *>();
+    QTRY_COMPARE(page->cursor().shape(), Qt::WaitCursor);
+    QVERIFY(text);
 }
 
 PELORIN_WIDGET_TEST_MAIN(HostileProcessTest)

@@ -12,12 +12,16 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QPixmap>
+#include <QPointer>
+#include <QProcess>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QTextBrowser>
+#include <QThread>
+#include <QTimer>
 
 #include <csignal>
 #include <fcntl.h>
@@ -73,13 +77,25 @@ QByteArray contentOf(const QString &path) {
     return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// Writes a program that runs and does nothing.
-void writeSilentProgram(const QString &path) {
+void writeProgram(const QString &path, const QByteArray &lines) {
     QFile script(path);
     QVERIFY(script.open(QFile::WriteOnly));
-    script.write("#!/bin/sh\nexec sleep 60\n");
+    script.write(lines);
     script.close();
     QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+}
+
+// Writes a program that runs and does nothing.
+void writeSilentProgram(const QString &path) {
+    writeProgram(path, "#!/bin/sh\nexec sleep 60\n");
+}
+
+bool hasColour(const QImage &image, const QColor &colour) {
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (image.pixelColor(x, y) == colour)
+                return true;
+    return false;
 }
 
 // The process and all its descendants.
@@ -112,12 +128,17 @@ private Q_SLOTS:
     void replacesAStoppedProcess();
     void makesNoBuffersForAStoppedProcess();
     void tellsANewProcessOfTheFocus();
+    void tellsANewProcessThatTheFocusHasLeft();
+    void keepsTheTextWhileItIsDragged();
+    void acceptsAnyTimesOfTheHost();
     void keepsFontAndZoomInANewProcess();
     void endsItsProcessSomeTimeAfterClosing();
     void showsADiscardedPageAgain();
     void givesItsProcessNothingOfTheHosts();
     void holdsThroughManyKills();
     void showsNoEarlierPageWhenOpenedAgain();
+    void showsNoEarlierPageAfterALongTime();
+    void holdsAnEarlierStatusBackInOtherColours();
     void holdsAnEarlierPageBackUntilTheNextIsLoaded();
     void startsWithoutAWhiteFlash();
     void keepsNoPictureWhileClosed();
@@ -361,6 +382,98 @@ void ProcessTest::tellsANewProcessOfTheFocus() {
     }
 }
 
+// While the text renderer is above the starting process.
+void ProcessTest::tellsANewProcessThatTheFocusHasLeft() {
+    _fixture.reset();
+    EngineAccess::instance().forgetConnections();
+    const QTemporaryDir folder;
+    QWidget window;
+    OlvNewsWebView view(&window);
+    QPushButton other(QStringLiteral("Other"), &window);
+    view.setProgramFolder(folder.path());
+    view.setGeometry(0, 0, 500, 200);
+    other.setGeometry(0, 240, 100, 30);
+    window.resize(500, 300);
+    view.loadHtmlString(page(QStringLiteral("<input autofocus>")));
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window, testPatience));
+    view.setFocus();
+    QVERIFY(QFile::link(program, folder.filePath(QStringLiteral("pelorin-news-page"))));
+    view.hide();
+    view.show();
+    view.setFocus();
+    QVERIFY(view.hasFocus());
+    QVERIFY(view.findChild<QTextBrowser *>() != nullptr);
+    other.setFocus();
+    QVERIFY(view.findChild<QTextBrowser *>() != nullptr);
+    QTRY_VERIFY(view.findChild<QTextBrowser *>() == nullptr);
+    Engine engine;
+    const auto hasFocus = [&engine] {
+        return engine.ask(QStringLiteral("evaluate"), QStringLiteral("document.hasFocus()"))
+            .toBool();
+    };
+    QTRY_VERIFY(!hasFocus());
+    view.setFocus();
+    QTRY_VERIFY(hasFocus());
+}
+
+// A drag runs an event loop of its own within the event handler of the dragged text's widget.
+void ProcessTest::keepsTheTextWhileItIsDragged() {
+    _fixture.reset();
+    const QTemporaryDir folder;
+    const QString later = folder.filePath(QStringLiteral("pelorin-news-page"));
+    const QString signal = folder.filePath(QStringLiteral("signal"));
+    LimitedRenderer limited({.ready = std::chrono::minutes(1)}, later);
+    limited.renderer.loadHtmlString(page(QStringLiteral("<p style='font-size:60px'>The page")),
+                                    PageKind::Item);
+    QPointer<QTextBrowser> text = limited.window.findChild<QTextBrowser *>();
+    QVERIFY(text);
+    writeProgram(later, "#!/bin/sh\nwhile [ ! -e '" + QFile::encodeName(signal) +
+                            "' ]; do sleep 0.05; done\nexec '" + QFile::encodeName(program) +
+                            "' \"$@\"\n");
+    limited.renderer.widget()->hide();
+    limited.renderer.widget()->show();
+    QVERIFY(limited.renderer.process() > 0);
+    text->selectAll();
+    QStringList command;
+    for (int step = 0; step < 8; ++step) {
+        const QPoint place =
+            text->viewport()->mapToGlobal(text->cursorRect().center() - QPoint(40 + 10 * step, 0));
+        command += {QStringLiteral("mousemove"), QString::number(place.x()),
+                    QString::number(place.y()), QStringLiteral("sleep"), QStringLiteral("0.1")};
+        if (step == 0)
+            command += {QStringLiteral("mousedown"), QStringLiteral("1")};
+    }
+    const auto *page = limited.window.findChild<PageWidget *>();
+    int turnsWithBoth = 0;
+    QTimer timer;
+    connect(&timer, &QTimer::timeout, &timer, [&] {
+        if (QThread::currentThread()->loopLevel() > 0)
+            QFile(signal).open(QFile::WriteOnly);
+        if (text && page->shownPage() > 0 && ++turnsWithBoth == 10)
+            QProcess::startDetached(QStringLiteral("xdotool"),
+                                    {QStringLiteral("mouseup"), QStringLiteral("1")});
+    });
+    timer.start(50);
+    QProcess::startDetached(QStringLiteral("xdotool"), command);
+    QTRY_VERIFY(turnsWithBoth >= 10 && !text);
+    QTRY_COMPARE(limited.pixel(corner), ground);
+}
+
+// The host's own settings may be longer than the process accepts.
+void ProcessTest::acceptsAnyTimesOfTheHost() {
+    const auto restore = qScopeGuard(
+        [click = QApplication::doubleClickInterval(), flash = QApplication::cursorFlashTime()] {
+            QApplication::setDoubleClickInterval(click);
+            QApplication::setCursorFlashTime(flash);
+        });
+    QApplication::setDoubleClickInterval(100'000);
+    QApplication::setCursorFlashTime(-1);
+    LimitedRenderer limited({});
+    limited.showList();
+    QVERIFY(!limited.isText());
+}
+
 void ProcessTest::keepsFontAndZoomInANewProcess() {
     const auto style = [this] {
         return _fixture->evaluated(QStringLiteral(
@@ -468,6 +581,9 @@ void ProcessTest::holdsThroughManyKills() {
         seed = seed * 1664525 + 1013904223;
         QTest::qWait(static_cast<int>(seed >> 24) % 100);
         QVERIFY(!limited.isText());
+        // Most processes are killed while they start, so let some paint their page.
+        if (kill % 10 == 0)
+            QTRY_COMPARE(limited.text(), QStringLiteral("Page %1").arg(kill));
         const qint64 process = limited.renderer.process();
         if (process > 0)
             ::kill(static_cast<pid_t>(process), SIGKILL);
@@ -537,6 +653,54 @@ void ProcessTest::holdsAnEarlierPageBackUntilTheNextIsLoaded() {
     QTRY_COMPARE(limited.pixel(corner), ground);
 }
 
+// While the window is closed, nothing is painted, however long that takes.
+void ProcessTest::showsNoEarlierPageAfterALongTime() {
+    LimitedRenderer limited({});
+    limited.showList();
+    limited.renderer.widget()->hide();
+    limited.renderer.loadHtmlString(QStringLiteral("<body style='background:#4020c0'>Next"),
+                                    PageKind::Item);
+    // Longer than a visible page may take to paint.
+    QTest::qWait(6000);
+    limited.renderer.widget()->show();
+    const auto isNextShown = [&limited] {
+        const QColor now = limited.pixel(corner);
+        if (now == ground)
+            qFatal("the earlier page is shown");
+        return now == QColor(0x40, 0x20, 0xc0);
+    };
+    waitUntil(isNextShown, "the next page is not painted");
+}
+
+void ProcessTest::holdsAnEarlierStatusBackInOtherColours() {
+    const QPalette before = QApplication::palette();
+    const auto restore = qScopeGuard([&before] { QApplication::setPalette(before); });
+    LimitedRenderer limited({});
+    const auto showsText = [&] {
+        return hasColour(limited.window.grab({0, 0, 200, 250}).toImage(),
+                         before.color(QPalette::Text));
+    };
+    limited.renderer.loadHtmlString(QStringLiteral("<p style='font-size:100px'>\u25a0"),
+                                    PageKind::Status);
+    waitUntil(showsText, "the status is not painted");
+    limited.renderer.widget()->hide();
+    QPalette other = before;
+    other.setColor(QPalette::Base, QColor(250, 240, 230));
+    QApplication::setPalette(other);
+    QTRY_COMPARE(limited.window.palette().color(QPalette::Base), QColor(250, 240, 230));
+    QTest::qWait(50);
+    limited.renderer.widget()->show();
+    QElapsedTimer clock;
+    clock.start();
+    while (!clock.hasExpired(200)) {
+        QTest::qWait(5);
+        const bool isEarlierShown = showsText();
+        // A busy computer may have waited for longer than an earlier page is held back.
+        QVERIFY(!isEarlierShown || clock.hasExpired(300));
+    }
+    waitUntil(showsText, "the status does not come back");
+}
+
 // A new engine paints white before the page.
 void ProcessTest::startsWithoutAWhiteFlash() {
     _fixture.reset();
@@ -549,18 +713,10 @@ void ProcessTest::startsWithoutAWhiteFlash() {
     LimitedRenderer limited({});
     limited.renderer.loadHtmlString(QStringLiteral("<p style='font-size:100px'>\u25a0"),
                                     PageKind::Status);
-    const auto showsText = [&limited] {
-        const QImage image = limited.window.grab({0, 0, 200, 250}).toImage();
-        for (int y = 0; y < image.height(); ++y)
-            for (int x = 0; x < image.width(); ++x)
-                if (image.pixelColor(x, y) == QColor(Qt::yellow))
-                    return true;
-        return false;
-    };
     const auto isPainted = [&] {
         if (limited.pixel(corner) != QColor(Qt::black))
             qFatal("the window is not black");
-        return showsText();
+        return hasColour(limited.window.grab({0, 0, 200, 250}).toImage(), Qt::yellow);
     };
     waitUntil(isPainted, "the text is not painted");
     QVERIFY(!limited.isText());
