@@ -1,4 +1,4 @@
-//! A host without a window: it shows the news, prints the status when it changes, and ends at Ctrl+C.
+//! A host without a window: it shows the news, prints the status when it changes, ends at Ctrl+C.
 //! rustc --edition 2021 rust-host.rs $(pkg-config --libs-only-L pelorin-news)
 use std::ffi::{CStr, CString};
 use std::os::raw::{c_char, c_int, c_uint, c_void};

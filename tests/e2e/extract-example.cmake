@@ -1,10 +1,10 @@
-# cmake -DREADME=… -DOUTPUT=… -P extract-example.cmake: writes README's example program unchanged,
+# cmake -DDOCUMENT=… -DOUTPUT=… -P extract-example.cmake: writes the document's first program unchanged,
 # except for its feed's address, which the test sets in the environment.
-file(READ "${README}" text)
+file(READ "${DOCUMENT}" text)
 set(opening "```cpp\n")
 string(FIND "${text}" "${opening}" begin)
 if(begin EQUAL -1)
-    message(FATAL_ERROR "${README} holds no example")
+    message(FATAL_ERROR "${DOCUMENT} holds no example")
 endif()
 string(LENGTH "${opening}" length)
 math(EXPR begin "${begin} + ${length}")
@@ -14,7 +14,7 @@ string(SUBSTRING "${text}" 0 ${end} text)
 set(address "\"https://news.example/feed.xml\"")
 string(FIND "${text}" "${address}" place)
 if(place EQUAL -1)
-    message(FATAL_ERROR "The example in ${README} has another feed than ${address}")
+    message(FATAL_ERROR "The example in ${DOCUMENT} has another feed than ${address}")
 endif()
 string(REPLACE "${address}" "qEnvironmentVariable(\"EXAMPLE_FEED\")" text "${text}")
 file(WRITE "${OUTPUT}" "${text}")

@@ -1,4 +1,4 @@
-// README's example program, built and laid out as README describes.
+// The example of docs/hosting.md, built and laid out as that page says.
 
 #include "OneItemFeed.h"
 #include "Program.h"
@@ -22,7 +22,7 @@ void copy(const QString &from, const QString &to) {
 
 }  // namespace
 
-class ReadmeExampleTest final : public QObject {
+class ShortestHostTest final : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -46,12 +46,12 @@ private:
     QProcess _editor;
 };
 
-void ReadmeExampleTest::init() {
+void ShortestHostTest::init() {
     _folder = std::make_unique<QTemporaryDir>();
     copy(QStringLiteral(PELORIN_EXAMPLE), at("bin/editor"));
 }
 
-void ReadmeExampleTest::cleanup() {
+void ShortestHostTest::cleanup() {
     if (_editor.state() != QProcess::NotRunning) {
         _editor.terminate();
         if (!_editor.waitForFinished(testPatience))
@@ -63,7 +63,7 @@ void ReadmeExampleTest::cleanup() {
     _folder.reset();
 }
 
-void ReadmeExampleTest::start(const QStringList &wrapper) {
+void ShortestHostTest::start(const QStringList &wrapper) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("EXAMPLE_FEED"), _server.feedAddress());
     // The panel stores which news was viewed, so each run gets its own user folders.
@@ -75,7 +75,7 @@ void ReadmeExampleTest::start(const QStringList &wrapper) {
     QVERIFY(_editor.waitForStarted(testPatience));
 }
 
-void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed_data() {
+void ShortestHostTest::endsWhenItsOwnWindowIsClosed_data() {
     QTest::addColumn<bool>("panelIsOpen");
     QTest::addColumn<QStringList>("wrapper");
     QTest::newRow("the news window is closed") << false << QStringList();
@@ -84,7 +84,7 @@ void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed_data() {
         << true << QStringList{QStringLiteral("prlimit"), QStringLiteral("--nofile=64")};
 }
 
-void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed() {
+void ShortestHostTest::endsWhenItsOwnWindowIsClosed() {
     QFETCH(const bool, panelIsOpen);
     QFETCH(const QStringList, wrapper);
     copy(QStringLiteral(PELORIN_APP_DIR "/lib/pelorin"), at("lib/pelorin"));
@@ -110,7 +110,7 @@ void ReadmeExampleTest::endsWhenItsOwnWindowIsClosed() {
     QCOMPARE(_editor.exitCode(), 0);
 }
 
-void ReadmeExampleTest::tellsWhyThereIsNoPanel_data() {
+void ShortestHostTest::tellsWhyThereIsNoPanel_data() {
     QTest::addColumn<QString>("module");
     QTest::addColumn<QByteArray>("reason");
     QTest::newRow("no module") << QString() << QByteArray("PelorinNews.so: ");
@@ -125,7 +125,7 @@ void ReadmeExampleTest::tellsWhyThereIsNoPanel_data() {
         << QStringLiteral(PELORIN_FAILING_MODULE) << QByteArray("Nothing works today.");
 }
 
-void ReadmeExampleTest::tellsWhyThereIsNoPanel() {
+void ShortestHostTest::tellsWhyThereIsNoPanel() {
     QFETCH(const QString, module);
     QFETCH(const QByteArray, reason);
     QVERIFY(QDir().mkpath(at("lib/pelorin")));
@@ -142,5 +142,5 @@ void ReadmeExampleTest::tellsWhyThereIsNoPanel() {
 
 }  // namespace pelorinnews::test
 
-PELORIN_CORE_TEST_MAIN(pelorinnews::test::ReadmeExampleTest)
-#include "ReadmeExampleTest.moc"
+PELORIN_CORE_TEST_MAIN(pelorinnews::test::ShortestHostTest)
+#include "ShortestHostTest.moc"
