@@ -65,12 +65,11 @@ void ShortestHostTest::cleanup() {
 
 void ShortestHostTest::start(const QStringList &wrapper) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("EXAMPLE_FEED"), _server.feedAddress());
     // The panel stores which news was viewed, so each run gets its own user folders.
     for (const char *name : {"CONFIG", "DATA", "STATE", "CACHE"})
         environment.insert(QStringLiteral("XDG_%1_HOME").arg(QLatin1String(name)), at(name));
     _editor.setProcessEnvironment(environment);
-    const QStringList command = wrapper + QStringList(at("bin/editor"));
+    const QStringList command = wrapper + QStringList{at("bin/editor"), _server.feedAddress()};
     _editor.start(command.first(), command.mid(1));
     QVERIFY(_editor.waitForStarted(testPatience));
 }
