@@ -86,3 +86,12 @@ function(pelorin_test name)
         LABELS "${ARG_LABELS}"
         ENVIRONMENT "${PELORIN_TEST_ENVIRONMENT}")
 endfunction()
+
+# pelorin_hosts_page_example(<N> <output>): writes the Nth block of C++ in docs/hosting.md to a file.
+function(pelorin_hosts_page_example number output)
+    set(page ${PROJECT_SOURCE_DIR}/docs/hosting.md)
+    set(script ${PROJECT_SOURCE_DIR}/tests/support/extract-example.cmake)
+    add_custom_command(OUTPUT ${output}
+        COMMAND ${CMAKE_COMMAND} -DDOCUMENT=${page} -DNUMBER=${number} -DOUTPUT=${output} -P ${script}
+        DEPENDS ${page} ${script})
+endfunction()

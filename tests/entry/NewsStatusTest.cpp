@@ -6,6 +6,7 @@
 
 #include "pelorinnews/NewsStatus.h"
 
+#include <QAction>
 #include <QStandardPaths>
 #include <QThread>
 
@@ -52,6 +53,7 @@ private Q_SLOTS:
     void readingMarksNothingAsViewed();
     void tellsWhyARefreshFailed();
     void keepsTheItemsWhenARefreshFails();
+    void servesABadgeAndAMenuEntryAsTheHostsPageShows();
     void callsBackLaterOnTheMainThread();
     void callsBackWhenTheUserHasSeenTheNews();
     void doesNotCallBackOnceItIsSwitchedOff();
@@ -170,6 +172,24 @@ void NewsStatusTest::keepsTheItemsWhenARefreshFails() {
     _server->setReply(twoItems());
     _status->refreshNow();
     QTRY_VERIFY(!_status->lastRefresh()->error);
+}
+
+void NewsStatusTest::servesABadgeAndAMenuEntryAsTheHostsPageShows() {
+    struct Badge {
+        void setNumber(qint64 number) { shown = number; }
+        qint64 shown = -1;
+    };
+    const auto badge = std::make_shared<Badge>();
+    const auto action = new QAction(this);
+    create();
+    const std::shared_ptr<NewsController> news = _controller;
+    {
+#include "status-example.inc"
+    }
+    const auto before = _server->requests().size();
+    action->trigger();
+    QTRY_COMPARE(badge->shown, 2);
+    QCOMPARE(_server->requests().size(), before + 1);
 }
 
 void NewsStatusTest::callsBackLaterOnTheMainThread() {
