@@ -90,6 +90,13 @@ void writeSilentProgram(const QString &path) {
     writeProgram(path, "#!/bin/sh\nexec sleep 60\n");
 }
 
+// Writes a program that becomes the page process as soon as the file `signal` exists.
+void writeWaitingProgram(const QString &path, const QString &signal) {
+    writeProgram(path, "#!/bin/sh\nwhile [ ! -e '" + QFile::encodeName(signal) +
+                           "' ]; do sleep 0.05; done\nexec '" + QFile::encodeName(program) +
+                           "' \"$@\"\n");
+}
+
 bool hasColour(const QImage &image, const QColor &colour) {
     for (int y = 0; y < image.height(); ++y)
         for (int x = 0; x < image.width(); ++x)
@@ -382,8 +389,11 @@ void ProcessTest::tellsANewProcessOfTheFocus() {
     }
 }
 
-// While the text renderer is above the starting process.
+// While the text renderer is above the starting process. Other colours start another process, when
+// the view has the focus.
 void ProcessTest::tellsANewProcessThatTheFocusHasLeft() {
+    const QPalette before = QApplication::palette();
+    const auto restore = qScopeGuard([&before] { QApplication::setPalette(before); });
     _fixture.reset();
     EngineAccess::instance().forgetConnections();
     const QTemporaryDir folder;
@@ -398,20 +408,29 @@ void ProcessTest::tellsANewProcessThatTheFocusHasLeft() {
     window.show();
     QVERIFY(QTest::qWaitForWindowActive(&window, testPatience));
     view.setFocus();
-    QVERIFY(QFile::link(program, folder.filePath(QStringLiteral("pelorin-news-page"))));
+    const QString signal = folder.filePath(QStringLiteral("signal"));
+    writeWaitingProgram(folder.filePath(QStringLiteral("pelorin-news-page")), signal);
     view.hide();
     view.show();
     view.setFocus();
     QVERIFY(view.hasFocus());
+    QPalette dark(QColor(0x30, 0x30, 0x30));
+    dark.setColor(QPalette::Base, Qt::black);
+    dark.setColor(QPalette::Text, Qt::white);
+    QApplication::setPalette(dark);
+    QTest::qWait(100);
     QVERIFY(view.findChild<QTextBrowser *>() != nullptr);
     other.setFocus();
     QVERIFY(view.findChild<QTextBrowser *>() != nullptr);
+    QVERIFY(QFile(signal).open(QFile::WriteOnly));
     QTRY_VERIFY(view.findChild<QTextBrowser *>() == nullptr);
     Engine engine;
     const auto hasFocus = [&engine] {
         return engine.ask(QStringLiteral("evaluate"), QStringLiteral("document.hasFocus()"))
             .toBool();
     };
+    // The process gets the focus that it had been told of when the page is painted.
+    QTest::qWait(300);
     QTRY_VERIFY(!hasFocus());
     view.setFocus();
     QTRY_VERIFY(hasFocus());
@@ -428,9 +447,7 @@ void ProcessTest::keepsTheTextWhileItIsDragged() {
                                     PageKind::Item);
     QPointer<QTextBrowser> text = limited.window.findChild<QTextBrowser *>();
     QVERIFY(text);
-    writeProgram(later, "#!/bin/sh\nwhile [ ! -e '" + QFile::encodeName(signal) +
-                            "' ]; do sleep 0.05; done\nexec '" + QFile::encodeName(program) +
-                            "' \"$@\"\n");
+    writeWaitingProgram(later, signal);
     limited.renderer.widget()->hide();
     limited.renderer.widget()->show();
     QVERIFY(limited.renderer.process() > 0);
