@@ -19,9 +19,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <compare>
 #include <ctime>
 #include <functional>
 #include <malloc.h>
+#include <vector>
 
 using namespace pelorinnews;
 
@@ -150,30 +152,54 @@ bool skipLineFeeds(QStringView text, qsizetype &at) {
     return at > start || at == text.size();
 }
 
-/// Where `read` differs from the document's text; -1 if nowhere. Several line feeds count as one:
-/// the empty block before a table is not written, and a cell of several rows adds empty cells.
-qsizetype difference(const DocumentText &document, QStringView read) {
+/// A place up to which `difference` can explain the copy.
+struct Explained {
     qsizetype at = 0;
-    qsizetype picture = 0;
+    /// Whether line feeds came before this place.
     bool documentLine = true;
     bool readLine = true;
+
+    auto operator<=>(const Explained &other) const = default;
+};
+
+/// Where `read` differs from the document's text; -1 if nowhere. Several line feeds count as one:
+/// the empty block before a table is not written, and a cell of several rows adds empty cells.
+/// Which pictures could be read is not known, so each may have become itself or its alternative.
+qsizetype difference(const DocumentText &document, QStringView read) {
+    std::vector<Explained> places{Explained{}};
+    qsizetype furthest = 0;
+    qsizetype picture = 0;
     for (qsizetype i = 0;;) {
-        documentLine = skipLineFeeds(document.text, i) || documentLine;
-        readLine = skipLineFeeds(read, at) || readLine;
-        if (i == document.text.size())
-            return at == read.size() ? -1 : at;
-        QStringView expected = QStringView(document.text).sliced(i++, 1);
-        if (expected.front() == QChar::ObjectReplacementCharacter) {
-            const QStringView alternative = document.alternatives[picture++];
-            if (!read.sliced(at).startsWith(expected))
-                expected = alternative;
-            if (expected.isEmpty())
-                continue;
+        const bool isNewLine = skipLineFeeds(document.text, i);
+        for (Explained &place : places) {
+            place.documentLine = isNewLine || place.documentLine;
+            place.readLine = skipLineFeeds(read, place.at) || place.readLine;
+            furthest = std::max(furthest, place.at);
         }
-        if (documentLine != readLine || !read.sliced(at).startsWith(expected))
-            return at;
-        at += expected.size();
-        documentLine = readLine = false;
+        if (i == document.text.size())
+            return std::any_of(places.begin(), places.end(),
+                               [&](const Explained &place) { return place.at == read.size(); })
+                       ? -1
+                       : furthest;
+        std::vector<Explained> next;
+        const auto follow = [&](QStringView expected) {
+            for (const Explained &place : places) {
+                if (expected.isEmpty())
+                    next.push_back(place);
+                else if (place.documentLine == place.readLine &&
+                         read.sliced(place.at).startsWith(expected))
+                    next.push_back({place.at + expected.size(), false, false});
+            }
+        };
+        const QStringView expected = QStringView(document.text).sliced(i++, 1);
+        follow(expected);
+        if (expected.front() == QChar::ObjectReplacementCharacter)
+            follow(document.alternatives[picture++]);
+        std::sort(next.begin(), next.end());
+        next.erase(std::unique(next.begin(), next.end()), next.end());
+        if (next.empty())
+            return furthest;
+        places = std::move(next);
     }
 }
 
