@@ -113,6 +113,11 @@ void ItemPage::javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QSt
     // The answer does not matter: the script has already kept the engine from following the link.
     if (const auto link = _script.clickedLink(message))
         static_cast<void>(allows(pelorinnews::NavigationType::LinkClicked, *link));
+    // Until the item has come, the links are those of the previous page.
+    if (auto pointed = _script.pointedLink(message); pointed && _itemHasCome) {
+        pointed->address = rebasedOnBareHttp(pointed->address, _item);
+        Q_EMIT linkPointed(*pointed);
+    }
 }
 
 }  // namespace pelorinnews

@@ -36,6 +36,10 @@ Q_SIGNALS:
     /// "http://".
     void navigationAsked(pelorinnews::NavigationType type, const QUrl &url);
 
+    /// The pointer or the keyboard focus has come to a link of the item, or has left it. The
+    /// address is resolved as that of a click.
+    void linkPointed(const PageScript::Pointed &link);
+
 protected:
     bool acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) override;
     QWebEnginePage *createWindow(WebWindowType) override { return nullptr; }

@@ -14,6 +14,7 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <cmath>
 #include <type_traits>
 #include <utility>
 
@@ -107,6 +108,7 @@ void PageProcess::listenToPage() {
         if (_number > 0)
             send(Navigation{_number, static_cast<qint32>(type), url.toString(QUrl::FullyEncoded)});
     });
+    connect(&_page, &ItemPage::linkPointed, this, &PageProcess::reportLink);
     connect(&_page, &QWebEnginePage::selectionChanged, this,
             [this] { send(Selection{_page.selectedText()}); });
     // Reload each item at most once after its process has died: the item may crash every process
@@ -391,6 +393,27 @@ void PageProcess::retryInNewProcess() {
         return;
     _hangTimer.start(_hangTimer.interval() * 2);
     _page.showItem(_handler.moveToAnotherHost());
+}
+
+void PageProcess::reportLink(const PageScript::Pointed &link) {
+    const auto pixels = [this](double length, double least) {
+        return static_cast<qint32>(std::clamp<double>(std::round(length * _zoom), least, maxSide));
+    };
+    QString address = link.address.toString(QUrl::FullyEncoded);
+    if (address.size() > maxLink)
+        address.clear();
+    LinkPointed &last = _links.at(link.isFocus ? 1 : 0);
+    LinkPointed message{_number,
+                        link.isFocus ? 1 : 0,
+                        pixels(link.place.x(), -maxSide),
+                        pixels(link.place.y(), -maxSide),
+                        pixels(link.place.width(), 0),
+                        pixels(link.place.height(), 0),
+                        address};
+    if (last.numbers() == message.numbers() && last.text == address)
+        return;
+    last = message;
+    send(message);
 }
 
 void PageProcess::reportInputState() {

@@ -12,6 +12,7 @@
 #include <QTimer>
 #include <QWebEngineProfile>
 
+#include <array>
 #include <map>
 #include <memory>
 #include <vector>
@@ -71,6 +72,7 @@ private:
     void expectPaint();
     void pagePainted();
     void reportInputState();
+    void reportLink(const PageScript::Pointed &link);
     void keepFocus();
 
     QWebEngineProfile _profile;
@@ -102,6 +104,8 @@ private:
     QTimer _paintTimer;
     QTimer _paintLimit;
     pageprotocol::InputState _inputState;
+    /// What was last reported of the pointer and of the focus.
+    std::array<pageprotocol::LinkPointed, 2> _links;
     /// Whether the host is putting a text into this process's clipboard.
     bool _isPasting = false;
     pageprotocol::MessageReader<pageprotocol::HostMessage> _reader;

@@ -25,16 +25,22 @@ constexpr auto reporter = R"((() => {
             return link;
         }
     };
+    const linkIn = event => {
+        for (const node of event.composedPath()) {
+            const address = addressOf(node);
+            if (address !== null)
+                return {node, address};
+        }
+        return null;
+    };
     const clicked = event => {
         if (!event.isTrusted || event.button > 1)
             return;
-        for (const node of event.composedPath()) {
-            const address = addressOf(node);
-            if (address === null)
-                continue;
+        const link = linkIn(event);
+        if (link !== null) {
             event.preventDefault();
             event.stopImmediatePropagation();
-            console.info('%1click ' + address);
+            console.info('%1click ' + link.address);
             return;
         }
         const [target] = event.composedPath();
@@ -44,6 +50,33 @@ constexpr auto reporter = R"((() => {
     };
     addEventListener('click', clicked, true);
     addEventListener('auxclick', clicked, true);
+    // Within another frame, the place in the page is not known.
+    const pointed = (kind, link) => {
+        const place = link !== null && window === top ? link.node.getBoundingClientRect()
+                                                      : new DOMRect();
+        const numbers = [place.x, place.y, place.width, place.height].map(Math.round);
+        console.info('%1' + kind + ' ' + numbers.join(' ') + ' ' + (link?.address ?? ''));
+    };
+    let focused = null;
+    addEventListener('mouseover', event => pointed('hover', linkIn(event)), true);
+    addEventListener('mouseout', event => {
+        if (event.relatedTarget === null)
+            pointed('hover', null);
+    }, true);
+    addEventListener('focusin', event => {
+        // A click focuses a link, too, but who clicks has seen the address before.
+        const link = event.composedPath()[0].matches?.(':focus-visible') ? linkIn(event) : null;
+        focused = link;
+        // The engine scrolls to the link after this event.
+        requestAnimationFrame(() => {
+            if (focused === link)
+                pointed('focus', link);
+        });
+    }, true);
+    addEventListener('focusout', () => {
+        focused = null;
+        pointed('focus', null);
+    }, true);
     // The engine begins a frame only when the earlier frames are on their way to the screen, so by
     // the fourth frame the page has been painted.
     const painted = frames => frames > 0 ? requestAnimationFrame(() => painted(frames - 1))
@@ -79,6 +112,21 @@ std::optional<QUrl> PageScript::clickedLink(const QString &consoleMessage) const
 
 bool PageScript::isPaste(const QString &consoleMessage) const {
     return consoleMessage == _secret + QLatin1String("paste");
+}
+
+std::optional<PageScript::Pointed> PageScript::pointedLink(const QString &consoleMessage) const {
+    const bool isFocus = consoleMessage.startsWith(_secret + QLatin1String("focus "));
+    if (!isFocus && !consoleMessage.startsWith(_secret + QLatin1String("hover ")))
+        return std::nullopt;
+    constexpr int numbersBegin = 2;
+    constexpr int addressBegins = numbersBegin + 4;
+    const QString address = consoleMessage.section(QLatin1Char(' '), addressBegins);
+    const auto number = [&consoleMessage](int index) {
+        return consoleMessage.section(QLatin1Char(' '), numbersBegin + index, numbersBegin + index)
+            .toDouble();
+    };
+    return Pointed{isFocus, QRectF(number(0), number(1), number(2), number(3)),
+                   QUrl(address, QUrl::TolerantMode)};
 }
 
 std::optional<QUrl> PageScript::paintedPage(const QString &consoleMessage) const {

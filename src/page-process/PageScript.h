@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QRectF>
 #include <QString>
 #include <QUrl>
 #include <QWebEngineScript>
@@ -31,6 +32,19 @@ public:
     /// Whether `consoleMessage` is the script's report of a middle click in a field, which pastes
     /// the primary selection.
     [[nodiscard]] bool isPaste(const QString &consoleMessage) const;
+
+    /// A link that the pointer or the keyboard focus is on.
+    struct Pointed {
+        bool isFocus = false;
+        /// Without the page's zoom; empty where it is not known.
+        QRectF place;
+        /// Empty if there is no link.
+        QUrl address;
+    };
+
+    /// The link that the pointer or the focus has come to, or that there is none any more, if
+    /// `consoleMessage` is the script's report of that.
+    [[nodiscard]] std::optional<Pointed> pointedLink(const QString &consoleMessage) const;
 
     /// The address of the painted page, if `consoleMessage` is the script's report of a first
     /// painting.

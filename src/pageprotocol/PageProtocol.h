@@ -18,7 +18,7 @@ namespace pelorinnews::pageprotocol {
 
 /// Both sides state their version first; they must be equal. Increase it with every change of a
 /// message. The first message of either side (`Hello`, `Ready`) looks the same in every version.
-inline constexpr qint32 version = 3;
+inline constexpr qint32 version = 4;
 
 /// Maximum length of a surface's longer side, in device pixels.
 inline constexpr qint32 maxSide = 16384;
@@ -29,6 +29,8 @@ inline constexpr qint64 bytesPerPixel = 4;
 /// Maximum length of a text in bytes of UTF-8, all its parts together. The engine accepts no longer
 /// URLs.
 inline constexpr qsizetype maxTextBytes = 2 << 20;
+/// Maximum length of a reported link's address, in UTF-16 units. A longer one counts as no link.
+inline constexpr qsizetype maxLink = 1 << 16;
 /// Maximum length of a page's HTML, in bytes.
 inline constexpr qint64 maxPageBytes = 256 << 20;
 /// The highest number of a surface. Surface 0 is the page itself; the others are its pop-ups.
@@ -426,14 +428,34 @@ struct PasteAsked {
     [[nodiscard]] bool isValid() const { return page > 0; }
 };
 
+/// The link that the pointer or the keyboard focus is on. `text` is the address that a click would
+/// report; empty if there is no link. The place is that of the link, in logical pixels relative to
+/// the page; its size is 0 where it is not known.
+struct LinkPointed {
+    qint32 page = 0;
+    /// Whether it is about the keyboard focus, not the pointer.
+    qint32 isFocus = 0;
+    qint32 x = 0;
+    qint32 y = 0;
+    qint32 width = 0;
+    qint32 height = 0;
+    QString text;
+    auto numbers() { return std::tie(page, isFocus, x, y, width, height); }
+    [[nodiscard]] bool isValid() const {
+        return page > 0 && isFlag(isFocus) && isBetween(-maxSide, x, maxSide) &&
+               isBetween(-maxSide, y, maxSide) && isBetween(0, width, maxSide) &&
+               isBetween(0, height, maxSide) && text.size() <= maxLink;
+    }
+};
+
 struct Pong {
     qint32 number = 0;
     auto numbers() { return std::tie(number); }
     [[nodiscard]] bool isValid() const { return true; }
 };
 
-using ChildMessage =
-    std::variant<Ready, PageCame, FrameReady, PopupShown, PopupHidden, Navigation, CursorShape,
-                 ToolTip, InputState, Selection, CopiedText, FocusLeft, PasteAsked, Pong>;
+using ChildMessage = std::variant<Ready, PageCame, FrameReady, PopupShown, PopupHidden, Navigation,
+                                  CursorShape, ToolTip, InputState, Selection, CopiedText,
+                                  FocusLeft, PasteAsked, LinkPointed, Pong>;
 
 }  // namespace pelorinnews::pageprotocol

@@ -2,8 +2,11 @@
 
 #include "pageprotocol/NavigationType.h"
 
+#include <QRect>
 #include <QString>
 #include <QUrl>
+
+#include <functional>
 
 class QWidget;
 
@@ -14,6 +17,20 @@ namespace pelorinnews {
 enum class PageKind { Item, Status };
 
 enum class NavigationDecision { Use, Ignore };
+
+/// What can be on a link: the mouse pointer, or the keyboard focus.
+enum class LinkPointer { Mouse, Focus };
+
+/// A link of the page.
+struct PageLink {
+    /// What a click on the link would report; empty if there is no link.
+    QUrl address;
+    /// In the coordinates of the renderer's widget; empty where it is not known.
+    QRect place;
+};
+
+/// Is told whenever the pointer or the keyboard focus comes to a link of the page or leaves it.
+using LinkObserver = std::function<void(LinkPointer, const PageLink &)>;
 
 /// Is told of every navigation of a renderer. The renderers follow a fixed rule, whatever the
 /// answer: a clicked link is ignored, everything else is used.
@@ -62,6 +79,9 @@ public:
     /// Does not take ownership: `delegate` must outlive the renderer or be replaced by null before
     /// it is destroyed. Null is allowed.
     virtual void setPolicyDelegate(NavigationPolicyDelegate *delegate) = 0;
+
+    /// An empty function is allowed.
+    virtual void setLinkObserver(const LinkObserver &observer) = 0;
 
 protected:
     NewsRenderer() = default;

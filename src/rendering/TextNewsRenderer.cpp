@@ -96,6 +96,8 @@ void TextNewsRenderer::reportClick(const QString &link) {
 
 void TextNewsRenderer::loadHtmlString(const QString &html, PageKind kind) {
     _kind = kind;
+    reportHover({}, {});
+    reportFocus(false);
     _page = BoundedHtml::beginning(html);
     useColours();
     layOut();
@@ -183,9 +185,56 @@ bool TextNewsRenderer::event(QEvent *event) {
     return QTextBrowser::event(event);
 }
 
+void TextNewsRenderer::reportHover(const QString &link, QPoint place) {
+    if (std::exchange(_hovered, link) == link || !_links)
+        return;
+    const QRect line = cursorRect(cursorForPosition(place));
+    const QUrl address = link.isEmpty() ? QUrl() : resolvedAgainstBareHttp(link);
+    _links(LinkPointer::Mouse, {address, QRect(place.x(), line.y(), 1, line.height())});
+}
+
+// Tab selects the next link.
+void TextNewsRenderer::reportFocus(bool hasFocus) {
+    if (!_links)
+        return;
+    const QTextCursor selected = textCursor();
+    const QString link = selected.hasSelection() ? selected.charFormat().anchorHref() : QString();
+    if (!hasFocus || link.isEmpty()) {
+        _links(LinkPointer::Focus, {});
+        return;
+    }
+    QTextCursor begin = selected;
+    begin.setPosition(selected.selectionStart());
+    _links(LinkPointer::Focus, {resolvedAgainstBareHttp(QUrl(link).toString(QUrl::FullyEncoded)),
+                                cursorRect(begin).united(cursorRect(selected))});
+}
+
+void TextNewsRenderer::focusInEvent(QFocusEvent *event) {
+    QTextBrowser::focusInEvent(event);
+    reportFocus(true);
+}
+
+void TextNewsRenderer::focusOutEvent(QFocusEvent *event) {
+    QTextBrowser::focusOutEvent(event);
+    reportFocus(false);
+}
+
+bool TextNewsRenderer::focusNextPrevChild(bool next) {
+    const bool hasMoved = QTextBrowser::focusNextPrevChild(next);
+    reportFocus(hasMoved);
+    return hasMoved;
+}
+
+void TextNewsRenderer::mouseMoveEvent(QMouseEvent *event) {
+    QTextBrowser::mouseMoveEvent(event);
+    reportHover(anchorAt(event->pos()), event->pos());
+}
+
 // The base class would show a tooltip that looks like HTML as HTML.
 bool TextNewsRenderer::viewportEvent(QEvent *event) {
     const QScopedValueRollback handling(_isHandlingEvent, true);
+    if (event->type() == QEvent::Leave)
+        reportHover({}, {});
     if (event->type() != QEvent::ToolTip)
         return QTextBrowser::viewportEvent(event);
     const auto *help = static_cast<QHelpEvent *>(event);

@@ -22,6 +22,7 @@ public:
     void setStandardFontFamily(const QString &family) override;
     void setZoom(int percent) override;
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) override { _policy = delegate; }
+    void setLinkObserver(const LinkObserver &observer) override { _links = observer; }
 
     /// Whether an event is being handled, such as a drag that the user has begun. Do not destroy
     /// the renderer then.
@@ -36,6 +37,10 @@ protected:
     void wheelEvent(QWheelEvent *event) override;
     bool viewportEvent(QEvent *event) override;
     void doSetSource(const QUrl &name, QTextDocument::ResourceType type) override;
+    void focusInEvent(QFocusEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
+    bool focusNextPrevChild(bool next) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
     // The middle mouse button clicks links, too; the base class handles only the left one.
     void mousePressEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
@@ -46,6 +51,8 @@ private:
     void useColours();
     void useFont();
     void reportClick(const QString &link);
+    void reportHover(const QString &link, QPoint place);
+    void reportFocus(bool hasFocus);
     void paintMarker(QPainter &painter, const QTextBlock &block, const QPointF &place) const;
 
     BoundedPage _page;
@@ -55,7 +62,10 @@ private:
     PagePictures _pictures;
     QString _pressedLink;
     bool _isHandlingEvent = false;
+    /// The link under the pointer; empty if there is none.
+    QString _hovered;
     NavigationPolicyDelegate *_policy = nullptr;
+    LinkObserver _links;
 };
 
 }  // namespace pelorinnews

@@ -135,6 +135,7 @@ WebNewsRenderer::WebNewsRenderer(QWidget *parent, const QString &program, const 
 }
 
 WebNewsRenderer::~WebNewsRenderer() {
+    _links = {};
     endChild();
     _text.reset();
     delete _surround;
@@ -164,6 +165,7 @@ void WebNewsRenderer::loadHtmlString(const QString &html, PageKind kind) {
 
 void WebNewsRenderer::showPage() {
     ++_page;
+    forgetLinks();
     _view->input().beginPage();
     _view->setPlainColour(plainColour());
     if (_text)
@@ -192,6 +194,22 @@ void WebNewsRenderer::setPolicyDelegate(NavigationPolicyDelegate *delegate) {
     _policy = delegate;
     if (_text)
         _text->setPolicyDelegate(delegate);
+}
+
+void WebNewsRenderer::setLinkObserver(const LinkObserver &observer) {
+    _links = observer;
+    if (_text)
+        _text->setLinkObserver(observer);
+}
+
+void WebNewsRenderer::reportLink(LinkPointer pointer, const PageLink &link) const {
+    if (_links)
+        _links(pointer, link);
+}
+
+void WebNewsRenderer::forgetLinks() const {
+    reportLink(LinkPointer::Mouse, {});
+    reportLink(LinkPointer::Focus, {});
 }
 
 void WebNewsRenderer::opened() {
@@ -284,6 +302,7 @@ void WebNewsRenderer::endChild() {
     _lastPong = _lastPing;
     _view->setChild(nullptr);
     _child.reset();
+    forgetLinks();
 }
 
 void WebNewsRenderer::restartChild() {
@@ -362,6 +381,7 @@ void WebNewsRenderer::useText() {
         return;
     _text = std::make_unique<TextNewsRenderer>(_surround);
     _text->setPolicyDelegate(_policy);
+    _text->setLinkObserver(_links);
     _text->setZoom(_zoom);
     if (!_fontFamily.isEmpty())
         _text->setStandardFontFamily(_fontFamily);
@@ -385,6 +405,7 @@ void WebNewsRenderer::replaceText() {
         return;
     }
     _text.reset();
+    forgetLinks();
     _view->sendPresentFocus();
 }
 
@@ -416,6 +437,14 @@ bool WebNewsRenderer::handle(const Navigation &message) {
         return true;
     _policy->webViewDecidePolicyForNavigationAction(type, QUrl(message.text));
     return true;
+}
+
+bool WebNewsRenderer::handle(const LinkPointed &message) {
+    if (message.page == _page && !_text)
+        reportLink(
+            message.isFocus ? LinkPointer::Focus : LinkPointer::Mouse,
+            {QUrl(message.text), QRect(message.x, message.y, message.width, message.height)});
+    return message.page <= _page;
 }
 
 bool WebNewsRenderer::handle(const Pong &message) {

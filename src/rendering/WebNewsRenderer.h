@@ -47,6 +47,7 @@ public:
     void setStandardFontFamily(const QString &family) override;
     void setZoom(int percent) override;
     void setPolicyDelegate(NavigationPolicyDelegate *delegate) override;
+    void setLinkObserver(const LinkObserver &observer) override;
 
     /// The id of the page process; 0 if none runs.
     [[nodiscard]] qint64 process() const { return _child ? _child->id() : 0; }
@@ -68,6 +69,8 @@ private:
     void useText();
     void replaceText();
     void expectAnswer();
+    void reportLink(LinkPointer pointer, const PageLink &link) const;
+    void forgetLinks() const;
     void answerIsMissing();
     void answerCame();
     [[nodiscard]] bool isProgramInstalled() const;
@@ -78,6 +81,7 @@ private:
     [[nodiscard]] bool handle(const pageprotocol::Ready &message);
     [[nodiscard]] bool handle(const pageprotocol::PageCame &message);
     [[nodiscard]] bool handle(const pageprotocol::Navigation &message);
+    [[nodiscard]] bool handle(const pageprotocol::LinkPointed &message);
     [[nodiscard]] bool handle(const pageprotocol::Pong &message);
     [[nodiscard]] bool handle(const pageprotocol::PasteAsked &message);
     [[nodiscard]] bool handle(const pageprotocol::FrameReady &message);
@@ -97,6 +101,7 @@ private:
     /// has painted the page.
     std::unique_ptr<TextNewsRenderer> _text;
     NavigationPolicyDelegate *_policy = nullptr;
+    LinkObserver _links;
     QString _html;
     PageKind _kind = PageKind::Item;
     QString _fontFamily;

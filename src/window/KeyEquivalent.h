@@ -25,6 +25,9 @@ struct KeyEquivalent {
 
 /// Copies the shown item.
 inline constexpr KeyEquivalent copyKeyEquivalent{54, Qt::Key_C, Qt::ControlModifier};
+/// Copies the address of a link of the shown item.
+inline constexpr KeyEquivalent copyLinkKeyEquivalent{54, Qt::Key_C,
+                                                     Qt::ControlModifier | Qt::ShiftModifier};
 /// `closeKeyEquivalent` and `escapeKeyEquivalent` close the window.
 inline constexpr KeyEquivalent closeKeyEquivalent{25, Qt::Key_W, Qt::ControlModifier};
 inline constexpr KeyEquivalent escapeKeyEquivalent{9, Qt::Key_Escape, Qt::NoModifier};

@@ -1,5 +1,6 @@
 #include "OlvNewsWebView.h"
 
+#include "LinkTip.h"
 #include "NewsWebViewAccessible.h"
 #include "SpeakAgain.h"
 #include "rendering/RendererLoader.h"
@@ -38,6 +39,8 @@ OlvNewsWebView::~OlvNewsWebView() = default;
 NewsRenderer &OlvNewsWebView::ensureRenderer() {
     if (!_renderer) {
         _renderer = RendererLoader::createRenderer(this, _programFolder);
+        _renderer->setLinkObserver(
+            [this](LinkPointer pointer, const PageLink &link) { linkPointed(pointer, link); });
         QWidget *painted = _renderer->widget();
         painted->setGeometry(rect());
         painted->show();
@@ -98,6 +101,8 @@ void OlvNewsWebView::announceValue(const QString &before) {
 bool OlvNewsWebView::performKeyEquivalent(const QKeyEvent &event) {
     if (isKeyEquivalent(event, copyKeyEquivalent))
         return copyAsRichText() || copyValue();
+    if (isKeyEquivalent(event, copyLinkKeyEquivalent))
+        return copyLink();
     const auto step = zoomStep(event);
     if (step)
         zoom(*step);
@@ -126,6 +131,26 @@ void OlvNewsWebView::wheelEvent(QWheelEvent *event) {
     for (; _wheelTurn <= -notch; _wheelTurn += notch)
         zoom(ZoomStep::Out);
     event->accept();
+}
+
+void OlvNewsWebView::linkPointed(LinkPointer pointer, const PageLink &link) {
+    (pointer == LinkPointer::Focus ? _focusedLink : _hoveredLink) = link.address;
+    // Screen readers get to know the link of the focus only.
+    const QString text = LinkTip::text(_focusedLink);
+    if (text != accessibleDescription())
+        setAccessibleDescription(text);
+    if (!_linkTip && !link.address.isEmpty())
+        _linkTip = new LinkTip(this);
+    if (_linkTip)
+        _linkTip->setLink(pointer, link);
+}
+
+bool OlvNewsWebView::copyLink() const {
+    const QUrl &link = _focusedLink.isEmpty() ? _hoveredLink : _focusedLink;
+    if (link.isEmpty())
+        return false;
+    QGuiApplication::clipboard()->setText(link.toString(QUrl::FullyEncoded));
+    return true;
 }
 
 bool OlvNewsWebView::copyAsRichText() const {

@@ -12,6 +12,8 @@ class QKeyEvent;
 
 namespace pelorinnews {
 
+class LinkTip;
+
 /// The content view: shows one item's page and presents it to accessibility clients as a single
 /// static text whose value the window controller sets.
 ///
@@ -47,8 +49,9 @@ public:
                                            AccessibilityAttribute attribute) override;
     [[nodiscard]] QString ownValue() const override { return _value; }
 
-    /// Handles Command-C by copying the whole item, and zooms the page with Command and plus, minus
-    /// or zero; returns whether the event was handled.
+    /// Handles Command-C by copying the whole item, Command-Shift-C by copying the address of the
+    /// link with the focus or else under the pointer, and zooms the page with Command and plus,
+    /// minus or zero; returns whether the event was handled.
     bool performKeyEquivalent(const QKeyEvent &event);
 
     /// Whether typed text goes into a field of the page.
@@ -66,13 +69,19 @@ private:
     NewsRenderer &ensureRenderer();
     [[nodiscard]] QWidget *inputWidget() const;
     void announceValue(const QString &before);
+    void linkPointed(LinkPointer pointer, const PageLink &link);
     void zoom(ZoomStep step);
     [[nodiscard]] bool copyAsRichText() const;
     [[nodiscard]] bool copyValue() const;
+    [[nodiscard]] bool copyLink() const;
 
     QString _programFolder;
     QString _page;
     QString _value;
+    QUrl _hoveredLink;
+    QUrl _focusedLink;
+    /// Null until the first link.
+    LinkTip *_linkTip = nullptr;
     int _zoom = 100;
     int _wheelTurn = 0;
     // Declared last, so destroyed first: during its destruction, accessibility clients may still

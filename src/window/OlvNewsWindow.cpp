@@ -91,7 +91,8 @@ NavigationButton *OlvNewsWindow::buttonFor(const QKeyEvent &event) const {
 bool OlvNewsWindow::isOurs(const QKeyEvent &event) const {
     return isKeyEquivalent(event, escapeKeyEquivalent) ||
            isKeyEquivalent(event, closeKeyEquivalent) ||
-           isKeyEquivalent(event, copyKeyEquivalent) || zoomStep(event) || buttonFor(event);
+           isKeyEquivalent(event, copyKeyEquivalent) ||
+           isKeyEquivalent(event, copyLinkKeyEquivalent) || zoomStep(event) || buttonFor(event);
 }
 
 // While the user types in a field of the page, the keys do nothing: another item would take the
