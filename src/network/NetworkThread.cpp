@@ -99,7 +99,7 @@ bool NetworkThread::tryAdd(NetworkRequest &request) {
     if (_active)
         _curl->multiWakeup(_active);
     else
-        _changed.notify_one();
+        _changed.notifyOne();
     return true;
 }
 
@@ -110,7 +110,7 @@ bool NetworkThread::stop(std::chrono::milliseconds timeout) {
         if (_active)
             _curl->multiWakeup(_active);
         else
-            _changed.notify_one();
+            _changed.notifyOne();
     }
     if (!wait(QDeadlineTimer(timeout)))
         return false;
@@ -141,7 +141,7 @@ void NetworkThread::run() {
 bool NetworkThread::waitForRequests() {
     std::unique_lock lock(_mutex);
     const auto somethingToDo = [this] { return _stopping || !_waiting.empty(); };
-    if (!_changed.wait_until(lock, std::chrono::system_clock::now() + rest, somethingToDo)) {
+    if (!_changed.waitFor(lock, rest, somethingToDo)) {
         lock.unlock();
         releaseTransferLibraries();
         lock.lock();

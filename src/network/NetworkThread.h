@@ -2,11 +2,11 @@
 
 #include "NetworkRequest.h"
 #include "NetworkTransfer.h"
+#include "platform/SteadyCondition.h"
 
 #include <QThread>
 
 #include <chrono>
-#include <condition_variable>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -61,7 +61,7 @@ private:
     bool _stopping = false;
     /// The multi handle to wake while there are transfers; null otherwise.
     CURLM *_active = nullptr;
-    std::condition_variable _changed;
+    SteadyCondition _changed;
 
     // Changed by the thread itself only.
     const CurlLibrary *_curl = nullptr;

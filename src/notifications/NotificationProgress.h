@@ -1,9 +1,10 @@
 #pragma once
 
+#include "platform/SteadyCondition.h"
+
 #include <QtGlobal>
 
 #include <chrono>
-#include <condition_variable>
 #include <mutex>
 
 namespace pelorinnews {
@@ -31,20 +32,18 @@ public:
             _done = seen;
             _busy = isBusy;
         }
-        _changed.notify_all();
+        _changed.notifyAll();
     }
 
     /// False if the worker is still busy after `timeout`.
     bool waitUntilSettled(std::chrono::milliseconds timeout) {
         std::unique_lock lock(_mutex);
-        // Not `wait_for`: race detectors do not understand its wait on the steady clock.
-        return _changed.wait_until(lock, std::chrono::system_clock::now() + timeout,
-                                   [this] { return _done == _requested && !_busy; });
+        return _changed.waitFor(lock, timeout, [this] { return _done == _requested && !_busy; });
     }
 
 private:
     mutable std::mutex _mutex;
-    std::condition_variable _changed;
+    SteadyCondition _changed;
     quint64 _requested = 0;
     quint64 _done = 0;
     bool _busy = false;

@@ -46,20 +46,20 @@ void FileLock::removeAbandoned(const QString &path) {
     const QByteArray name = QFile::encodeName(path);
     struct stat state {};
     const auto isEmpty = [&state] { return S_ISREG(state.st_mode) && state.st_size == 0; };
-    // The clock may have been set back.
-    const auto isYoung = [&state] {
+    // Zero for a file of the future, too: the clock may have been set back.
+    const auto timeToMaxAge = [&state] {
         const auto age = sinceChange(state);
-        return age >= age.zero() && age < maxEmptyAge;
+        return age >= age.zero() && age < maxEmptyAge ? maxEmptyAge - age : age.zero();
     };
     if (::lstat(name.constData(), &state) != 0 || !isEmpty())
         return;
-    if (isYoung())
-        std::this_thread::sleep_for(maxEmptyAge - sinceChange(state));
+    std::this_thread::sleep_for(timeToMaxAge());
     const FileDescriptor file(
         ::open(name.constData(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     // By now it may be another process's new file. QLockFile locks a file right after its creation,
     // until it removes the file.
-    if (!file.isValid() || ::fstat(file.get(), &state) != 0 || !isEmpty() || isYoung() ||
+    if (!file.isValid() || ::fstat(file.get(), &state) != 0 || !isEmpty() ||
+        timeToMaxAge() > std::chrono::nanoseconds::zero() ||
         ::flock(file.get(), LOCK_EX | LOCK_NB) != 0)
         return;
     // Only the holder of the lock removes the file, so the name keeps its file from here on.

@@ -2,6 +2,7 @@
 #include "NotificationTesting.h"
 #include "PrivateBus.h"
 #include "TestMain.h"
+#include "TimeOfDay.h"
 #include "notifications/NotificationThread.h"
 
 #include <QDBusConnectionInterface>
@@ -27,6 +28,7 @@ private Q_SLOTS:
     void triesAgainWhereNoThreadCouldBeStarted();
     void endsAlsoWhereItHadNotBegun();
     void theEndReleasesWhoeverWaits();
+    void nobodyWaitsLongerWhenTheClockIsSetBack();
     void theWorkerDisconnectsWhenItStops();
     void triesTenTimesMoreToSaveForEachRequest();
 
@@ -115,6 +117,15 @@ void NotificationThreadTest::theEndReleasesWhoeverWaits() {
     QVERIFY(!isSettled());
     thread->stop(std::chrono::milliseconds(testPatience));
     QVERIFY(isSettled());
+}
+
+/// The time of day that the deadline is computed from is ten years ahead of the kernel's.
+void NotificationThreadTest::nobodyWaitsLongerWhenTheClockIsSetBack() {
+    _progress->request();
+    setTimeOfDayAhead(tenYears);
+    const bool isOver = _progress->waitUntilSettled(milliseconds(20));
+    setTimeOfDayAhead(std::chrono::seconds(0));
+    QVERIFY(!isOver);
 }
 
 void NotificationThreadTest::theWorkerDisconnectsWhenItStops() {
