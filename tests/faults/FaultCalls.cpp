@@ -1,11 +1,12 @@
-// A library for LD_PRELOAD that fails one call of a program's system interface.
+// A library for LD_PRELOAD that fails one call of a program's system interface, or several in a
+// row.
 //
 // The program decides when it starts: nothing is counted or failed before it calls
 // `pelorinCountFaults(true)`. From then on the library counts the calls of each kind in all threads
-// of the process, and fails call number PELORIN_FAULT_CALL of the kind PELORIN_FAULT_KIND with the
-// error number PELORIN_FAULT_ERROR. When the process ends, it writes the counts to the file
-// PELORIN_FAULT_REPORT, one kind a line; before that, the failed call with its stack. Without a
-// kind it only counts.
+// of the process, and fails call number PELORIN_FAULT_CALL of the kind PELORIN_FAULT_KIND, and the
+// PELORIN_FAULT_MORE calls after it, with the error number PELORIN_FAULT_ERROR. When the process
+// ends, it writes the counts to the file PELORIN_FAULT_REPORT, one kind a line; before that, the
+// first failed call with its stack. Without a kind it only counts.
 //
 // Not counted: calls on the event loop's own descriptors (eventfd and the like, which the kernel
 // does not fail), on the standard streams, and by child processes; and threads that Qt Gui and Qt
@@ -69,6 +70,7 @@ thread_local bool inside = false;
 struct Choice {
     int kind = Kinds;
     unsigned call = 0;
+    unsigned more = 0;
     int error = EIO;
     int report = -1;
 };
@@ -99,6 +101,7 @@ __attribute__((constructor)) void prepare() {
             choice.kind = names[each] == kind ? each : choice.kind;
     }
     choice.call = static_cast<unsigned>(numberFrom("PELORIN_FAULT_CALL"));
+    choice.more = static_cast<unsigned>(numberFrom("PELORIN_FAULT_MORE"));
     choice.error = static_cast<int>(numberFrom("PELORIN_FAULT_ERROR"));
     if (const char *report = std::getenv("PELORIN_FAULT_REPORT"))
         choice.report = ::open(report, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
@@ -115,8 +118,13 @@ __attribute__((destructor)) void report() {
 bool fails(Kind kind, const char *function) {
     if (!counting || inside)
         return false;
-    if (++counts[kind] != choice.call || kind != choice.kind)
+    const unsigned call = ++counts[kind];
+    if (kind != choice.kind || call < choice.call || call - choice.call > choice.more)
         return false;
+    if (call != choice.call) {
+        errno = choice.error;
+        return true;
+    }
     inside = true;
     char thread[16] = "";
     ::pthread_getname_np(::pthread_self(), thread, sizeof thread);
