@@ -21,6 +21,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <memory>
+#include <optional>
 #include <sys/stat.h>
 #include <utility>
 
@@ -39,13 +40,29 @@ QString usablePath(const QString &path) {
     return isUsable(path) ? path : QStringLiteral("/dev/null") + path;
 }
 
-/// The names of the keys in the settings file at `path`, as its lines spell them; empty if it
-/// cannot be read.
-QSet<QString> keysInFile(const QString &path) {
-    Error unused;
-    const QByteArray bytes =
-        RegularFile::contents(path, SettingsBackup::maxFileBytes, &unused).value_or(QByteArray());
+/// Stamp of the file at `path`, to notice another version of it; the default stamp if there is
+/// none.
+FileStamp stampOf(const QString &path) {
+    struct stat status {};
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        return {};
+    FileStamp stamp = FileStamp::of(status);
+    // A hard link, as each backup makes one, changes this time, but not the contents.
+    stamp.changed = 0;
+    return stamp;
+}
+
+/// The names of the keys in the settings file at `path`, as its lines spell them; absent if reading
+/// it fails. Empty if there is no file, or one that is too large to look at.
+std::optional<QSet<QString>> keysInFile(const QString &path) {
     QSet<QString> keys;
+    if (stampOf(path).size > SettingsBackup::maxFileBytes)
+        return keys;
+    Error unused;
+    const auto contents = RegularFile::contents(path, SettingsBackup::maxFileBytes, &unused);
+    if (!contents && QFile::exists(path))
+        return std::nullopt;
+    const QByteArray bytes = contents.value_or(QByteArray());
     QString section;
     bool continues = false;
     const QList<QByteArray> lines = bytes.split('\n');
@@ -61,18 +78,6 @@ QSet<QString> keysInFile(const QString &path) {
             keys.insert(section + text.left(end).trimmed());
     }
     return keys;
-}
-
-/// Stamp of the file at `path`, to notice another version of it; the default stamp if there is
-/// none.
-FileStamp stampOf(const QString &path) {
-    struct stat status {};
-    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
-        return {};
-    FileStamp stamp = FileStamp::of(status);
-    // A hard link, as each backup makes one, changes this time, but not the contents.
-    stamp.changed = 0;
-    return stamp;
 }
 
 /// Whether QSettings takes one version of the file for the other: it compares only the size, and
@@ -99,10 +104,12 @@ UserDefaultsStore::UserDefaultsStore(const QString &path, const FileStamp &stamp
     if (const QCoreApplication *application = QCoreApplication::instance())
         moveToThread(application->thread());
     const auto isUnread = [this] {
-        const QSet<QString> stored = keysInFile(fileName());
+        const auto stored = keysInFile(fileName());
         const QStringList read = allKeys();
-        return read.size() < stored.size() && status() != QSettings::FormatError &&
-               !stored.intersects(QSet<QString>(read.begin(), read.end()));
+        if (!stored)
+            return read.isEmpty();
+        return read.size() < stored->size() && status() != QSettings::FormatError &&
+               !stored->intersects(QSet<QString>(read.begin(), read.end()));
     };
     if (stampOf(path) == stampBefore && !isUnread())
         return;
