@@ -57,11 +57,19 @@ constexpr auto reporter = R"((() => {
         const numbers = [place.x, place.y, place.width, place.height].map(Math.round);
         console.info('%1' + kind + ' ' + numbers.join(' ') + ' ' + (link?.address ?? ''));
     };
+    let hovered = null;
     let focused = null;
-    addEventListener('mouseover', event => pointed('hover', linkIn(event)), true);
+    // The pointer comes to every element that it crosses, most of them no links.
+    const hover = link => {
+        if (link?.node === hovered?.node)
+            return;
+        hovered = link;
+        pointed('hover', link);
+    };
+    addEventListener('mouseover', event => hover(linkIn(event)), true);
     addEventListener('mouseout', event => {
         if (event.relatedTarget === null)
-            pointed('hover', null);
+            hover(null);
     }, true);
     addEventListener('focusin', event => {
         // A click focuses a link, too, but who clicks has seen the address before.

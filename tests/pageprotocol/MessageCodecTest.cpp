@@ -145,6 +145,11 @@ void MessageCodecTest::refusesWhatTheProtocolDoesNotAllow_data() {
     row("navigation of an unknown kind", datagram(6, {1, 6}));
     row("unknown cursor", datagram(7, {22}));
     row("a cursor behind the text", datagram(9, {1, 0, 0, 0, 0, 0, 1, 0}));
+    row("a paste for no page", datagram(13, {0}));
+    row("a link of no page", datagram(14, {0}));
+    row("a link of neither pointer nor focus", datagram(14, {1, 2}));
+    row("a link far away", datagram(14, {1, 0, 0, maxSide + 1}));
+    row("a link of negative width", datagram(14, {1, 0, 0, 0, -1}));
     RawMessage text = datagram(2, {1});
     text.textBytes = 1;
     row("a text where none belongs", text);
