@@ -1,5 +1,6 @@
 // A panel that is opened, closed and stepped through for a long time does not grow.
 
+#include "AllocatedMemory.h"
 #include "TestMain.h"
 #include "WindowFixture.h"
 
@@ -12,25 +13,6 @@ using namespace pelorinnews::test;
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__)
-#define PELORIN_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define PELORIN_SANITIZED 1
-#endif
-#endif
-
-// The memory that the process has allocated, in bytes; always 0 under a sanitizer, which has its
-// own allocator and finds leaks itself.
-qint64 allocated() {
-#ifdef PELORIN_SANITIZED
-    return 0;
-#else
-    const struct mallinfo2 heap = ::mallinfo2();
-    return static_cast<qint64>(heap.uordblks + heap.hblkhd);
-#endif
-}
-
 // The growth, in bytes, that is allowed for caches, lists that grow in steps and active timers. A
 // leak of one small object per round exceeds it.
 constexpr qint64 tolerance = 16 * 1024;
@@ -42,12 +24,12 @@ qint64 growth(int first, int count, Round round) {
     qint64 before = 0;
     for (int index = 0; index < first + count; ++index) {
         if (index == first)
-            before = allocated();
+            before = allocatedMemory();
         round();
         QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
-    return allocated() - before;
+    return allocatedMemory() - before;
 }
 
 }  // namespace

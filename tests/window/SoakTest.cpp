@@ -5,6 +5,7 @@
 // PELORIN_SOAK_ROUNDS sets the number of rounds, each of 20 refreshes, 4 openings and an
 // announcement; PELORIN_SOAK_FIGURES is a file for the figures of each round (see `soak`).
 
+#include "AllocatedMemory.h"
 #include "NotificationTesting.h"
 #include "TestMain.h"
 #include "WindowTest.h"
@@ -38,26 +39,6 @@ struct Figures {
     qint64 files = 0;     ///< In the user's folders.
     qint64 registry = 0;  ///< Bytes of the notification registry.
 };
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define PELORIN_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define PELORIN_SANITIZED 1
-#endif
-#endif
-
-/// The C library counts what its per-thread caches keep of freed memory as allocated; `main`
-/// switches them off. Always 0 under a sanitizer, which has its own allocator and finds leaks
-/// itself.
-qint64 allocated() {
-#ifdef PELORIN_SANITIZED
-    return 0;
-#else
-    const struct mallinfo2 heap = ::mallinfo2();
-    return static_cast<qint64>(heap.uordblks + heap.hblkhd);
-#endif
-}
 
 qint64 entriesOf(const QString &folder) {
     return QDir(folder).entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot).size();
@@ -198,7 +179,7 @@ Figures SoakTest::measured() const {
     QCoreApplication::processEvents();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     Figures figures;
-    figures.heap = allocated();
+    figures.heap = allocatedMemory();
     figures.resident = residentBytes();
     figures.descriptors = entriesOf(QStringLiteral("/proc/self/fd"));
     figures.threads = entriesOf(QStringLiteral("/proc/self/task"));
