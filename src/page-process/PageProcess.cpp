@@ -95,6 +95,11 @@ void PageProcess::listenToPage() {
         _page.setZoomFactor(_zoom);
         send(PageCame{_number});
     });
+    connect(&_page, &ItemPage::loadFinished, this, [this] {
+        // Before the page has come, this is the end of the previous page's load.
+        if (_number > 0 && _page.itemHasCome())
+            send(PageLoaded{_number});
+    });
     connect(&_page, &ItemPage::itemPainted, this, [this] {
         if (!_isPainted)
             _paintTimer.start();

@@ -18,7 +18,7 @@ namespace pelorinnews::pageprotocol {
 
 /// Both sides state their version first; they must be equal. Increase it with every change of a
 /// message. The first message of either side (`Hello`, `Ready`) looks the same in every version.
-inline constexpr qint32 version = 4;
+inline constexpr qint32 version = 5;
 
 /// Maximum length of a surface's longer side, in device pixels.
 inline constexpr qint32 maxSide = 16384;
@@ -448,6 +448,13 @@ struct LinkPointed {
     }
 };
 
+/// Everything that this page names has come or failed: pictures, styles, frames.
+struct PageLoaded {
+    qint32 page = 0;
+    auto numbers() { return std::tie(page); }
+    [[nodiscard]] bool isValid() const { return page > 0; }
+};
+
 struct Pong {
     qint32 number = 0;
     auto numbers() { return std::tie(number); }
@@ -456,6 +463,6 @@ struct Pong {
 
 using ChildMessage = std::variant<Ready, PageCame, FrameReady, PopupShown, PopupHidden, Navigation,
                                   CursorShape, ToolTip, InputState, Selection, CopiedText,
-                                  FocusLeft, PasteAsked, LinkPointed, Pong>;
+                                  FocusLeft, PasteAsked, LinkPointed, PageLoaded, Pong>;
 
 }  // namespace pelorinnews::pageprotocol

@@ -300,6 +300,8 @@ void WebNewsRenderer::endChild() {
     _answerTimer.stop();
     _isAsked = false;
     _lastPong = _lastPing;
+    _paintedPage = 0;
+    _loadedPage = 0;
     _view->setChild(nullptr);
     _child.reset();
     forgetLinks();
@@ -428,6 +430,11 @@ bool WebNewsRenderer::handle(const PageCame &message) {
     return message.page <= _page;
 }
 
+bool WebNewsRenderer::handle(const PageLoaded &message) {
+    _loadedPage = message.page;
+    return message.page <= _page;
+}
+
 bool WebNewsRenderer::handle(const Navigation &message) {
     if (message.page != _page || !_policy)
         return message.page <= _page;
@@ -461,6 +468,8 @@ bool WebNewsRenderer::handle(const PasteAsked &message) {
 bool WebNewsRenderer::handle(const FrameReady &message) {
     if (message.page > _page || !_view->handle(message))
         return false;
+    if (message.surface == 0)
+        _paintedPage = message.page;
     replaceText();
     return true;
 }

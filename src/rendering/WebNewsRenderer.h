@@ -52,6 +52,18 @@ public:
     /// The id of the page process; 0 if none runs.
     [[nodiscard]] qint64 process() const { return _child ? _child->id() : 0; }
 
+    /// Whether the page process runs, and has started the engine.
+    [[nodiscard]] bool isReady() const { return _child && _isReady; }
+
+    /// Whether the text renderer has taken over.
+    [[nodiscard]] bool isText() const { return _text != nullptr; }
+
+    /// Whether the present page was painted with everything that it names, as far as that could be
+    /// loaded. False while the text renderer has taken over.
+    [[nodiscard]] bool isPageComplete() const {
+        return _page > 0 && _paintedPage == _page && _loadedPage == _page;
+    }
+
 private:
     class Surround;
 
@@ -80,6 +92,7 @@ private:
     void receive(const pageprotocol::ChildMessage &message);
     [[nodiscard]] bool handle(const pageprotocol::Ready &message);
     [[nodiscard]] bool handle(const pageprotocol::PageCame &message);
+    [[nodiscard]] bool handle(const pageprotocol::PageLoaded &message);
     [[nodiscard]] bool handle(const pageprotocol::Navigation &message);
     [[nodiscard]] bool handle(const pageprotocol::LinkPointed &message);
     [[nodiscard]] bool handle(const pageprotocol::Pong &message);
@@ -110,6 +123,9 @@ private:
     QString _sentStatusStyle;
     /// Number of the present page; 0 before the first.
     qint32 _page = 0;
+    /// The most recent pages that the present process has painted, and loaded; 0 for none.
+    qint32 _paintedPage = 0;
+    qint32 _loadedPage = 0;
     bool _isReady = false;
     bool _wasEverReady = false;
     bool _isClosed = false;
