@@ -1,6 +1,7 @@
 # What an installation puts where. Programs and data find one another by relative paths, so the
 # installed tree can be moved. Components: module (plug-in, C library and translations), page (page
-# process), dev (headers, CMake package, pkg-config file), tools, host.
+# process), dev (headers, CMake package, pkg-config file), tools (with the program that takes pictures,
+# which uses the page process if it is there), host.
 include(CMakePackageConfigHelpers)
 
 # pelorin_check_way(<from> <to> <expression>): the relative path between two installed folders must
@@ -48,6 +49,9 @@ function(pelorin_install targets libraries)
             install(FILES ${source}.bash DESTINATION ${share}/bash-completion/completions
                 RENAME pelorin-${tool} COMPONENT tools)
         endforeach()
+        if(PELORIN_WINDOW)
+            install(TARGETS pelorin-news-pictures DESTINATION ${libraries}/pelorin COMPONENT tools)
+        endif()
         install(DIRECTORY ${PROJECT_SOURCE_DIR}/resources/demo-feed DESTINATION ${share}/pelorin
             COMPONENT tools)
     endif()

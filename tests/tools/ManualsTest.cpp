@@ -91,6 +91,8 @@ private Q_SLOTS:
         const QString folder = QStringLiteral(PELORIN_TEST_DATA "/");
         QCOMPARE(completions("feedcheck", {"--strict", folder + "FeedCheckR"}),
                  Names{folder + "FeedCheckRun.h"});
+        QCOMPARE(completions("feedcheck", {"--pictures", folder + "../too"}),
+                 Names{folder + "../tools"});
         QCOMPARE(completions("feedcheck", {"--locale", "PO"}), Names{"POSIX"});
         QCOMPARE(completions("feedcheck", {"--locale", "=", "PO"}), Names{"POSIX"});
     }

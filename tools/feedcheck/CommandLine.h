@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QSize>
 #include <QString>
 #include <QStringList>
 
@@ -25,14 +26,25 @@ public:
     /// The reader's locale; absent if the feed is checked for all of its readers.
     [[nodiscard]] const std::optional<QString> &locale() const { return _locale; }
 
+    /// The folder for pictures of the items; null if none are wanted.
+    [[nodiscard]] const QString &pictures() const { return _pictures; }
+    /// The size of pictured pages, in logical pixels.
+    [[nodiscard]] QSize pageSize() const { return _pageSize; }
+    /// Whether to check the file again, without end, whenever it changes.
+    [[nodiscard]] bool watches() const { return _watches; }
+
 private:
     QString _mistake;
     QString _help;
     QString _feed;
+    QString _pictures;
     std::optional<QString> _locale;
+    /// By default, that of a page in the panel's window when it is first shown.
+    QSize _pageSize{576, 376};
     Wish _wish = Wish::Check;
     bool _json = false;
     bool _strict = false;
+    bool _watches = false;
 };
 
 }  // namespace pelorinnews

@@ -95,6 +95,10 @@ FeedSource fetch(const QString &argument, const QString &language) {
 
 }  // namespace
 
+bool isFile(const QString &argument) {
+    return argument != QLatin1String("-") && !isAddress(argument);
+}
+
 FeedSource readFeed(const QString &argument, const QString &language) {
     if (argument == u"-")
         return readStandardInput();

@@ -17,6 +17,9 @@ struct FeedSource {
     std::optional<Error> error;
 };
 
+/// Whether `argument` names a file by its path.
+[[nodiscard]] bool isFile(const QString &argument);
+
 /// Reads the feed that `argument` names, and blocks until it is read:
 ///
 /// - "-" is standard input;

@@ -1,9 +1,13 @@
 #include "CommandLine.h"
+#include "ContactSheet.h"
 #include "FeedJudge.h"
 #include "FeedReaders.h"
 #include "FeedReport.h"
 #include "FeedSource.h"
+#include "FileWatch.h"
 #include "JsonOutput.h"
+#include "PictureFolder.h"
+#include "PictureRun.h"
 #include "feed/FeedDownload.h"
 #include "feed/OlvNewsParser.h"
 #include "platform/DateFormatter.h"
@@ -12,6 +16,7 @@
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <functional>
 
 using namespace pelorinnews;
 
@@ -57,7 +62,17 @@ Feed parse(const QString &text, const QString &locale, std::optional<Error> &err
     return feed;
 }
 
-int check(const CommandLine &line) {
+/// What came of one look at the feed.
+struct Result {
+    QString name;
+    QByteArray output;
+    /// Whether the panel takes the feed, and nothing is wrong with it that counts.
+    bool isAccepted = false;
+    FeedPreview preview;
+    std::vector<Finding> findings;
+};
+
+Result check(const CommandLine &line) {
     // With --locale, assume a user who has set only that locale.
     const QString language =
         line.locale() ? languageFor(*line.locale()) : preferredLanguages().first();
@@ -77,15 +92,84 @@ int check(const CommandLine &line) {
         feed = parse(text, reader.locale, error);
     }
 
-    const FeedPreview preview(feed);
-    const std::vector<Finding> findings = judgeFeed(source, text, feed, preview, reader);
+    FeedPreview preview(feed);
+    std::vector<Finding> findings = judgeFeed(source, text, feed, preview, reader);
     const QByteArray output = line.json()
                                   ? jsonOutput(feedLanguage, preview.items(), error, findings)
                                   : feedReport(source, feed, preview, reader.locale, findings,
                                                TerminalColors::ofStandardOutput())
                                         .toUtf8();
-    const bool accepted = feed && (findings.empty() || !line.strict());
-    return print(output) && accepted ? HasResult : NoResult;
+    const bool isAccepted = feed && (findings.empty() || !line.strict());
+    return {source.name, output, isAccepted, std::move(preview), std::move(findings)};
+}
+
+void tell(const QString &text) {
+    std::fprintf(stderr, "pelorin-feedcheck: %s\n", qUtf8Printable(text));
+}
+
+/// Pictures the items. Returns false, and tells why, if that fails; also if the feed changes
+/// meanwhile, which needs no words.
+bool takePictures(const CommandLine &line, const Result &result, const PictureFolder &folder,
+                  const std::function<bool()> &hasChanged) {
+    const std::size_t all = result.preview.items().size();
+    if (all == 0) {
+        tell(QStringLiteral("no items, so no pictures"));
+        return false;
+    }
+    PictureRun run(result.preview.items(), folder, line.pageSize());
+    const QString some = run.itemCount() < all
+                             ? QStringLiteral("the first %1 of %2").arg(run.itemCount()).arg(all)
+                             : QString::number(all);
+    tell(QStringLiteral("taking %1 pictures of %2 item%3")
+             .arg(run.itemCount() * PictureRun::picturesPerItem())
+             .arg(some, all == 1 ? QString() : QStringLiteral("s")));
+    // Written first: what is in the folder counts as ours from now on.
+    QString problem = folder.writeSheet(unfinishedSheet(result.name));
+    if (problem.isNull() && !run.take(hasChanged)) {
+        problem = run.problem();
+        if (problem.isNull())
+            return false;
+    }
+    if (problem.isNull()) {
+        folder.removeOthers(run.names());
+        problem = folder.writeSheet(
+            contactSheet(result.name, result.preview, result.findings, run, line.pageSize()));
+    }
+    if (!problem.isNull()) {
+        tell(problem);
+        return false;
+    }
+    if (const QString missing = run.webProblem(); !missing.isNull())
+        tell(QStringLiteral("pictures of the text renderer only: ") + missing);
+    tell(QStringLiteral("see ") + folder.sheetPath());
+    return true;
+}
+
+bool checkOnce(const CommandLine &line, const std::optional<PictureFolder> &folder,
+               const std::function<bool()> &hasChanged) {
+    const Result result = check(line);
+    const bool isPrinted = print(result.output);
+    const bool arePicturesTaken = !folder || takePictures(line, result, *folder, hasChanged);
+    return isPrinted && result.isAccepted && arePicturesTaken;
+}
+
+int run(const CommandLine &line) {
+    std::optional<PictureFolder> folder;
+    if (!line.pictures().isNull()) {
+        folder.emplace(line.pictures());
+        if (!folder->problem().isNull()) {
+            tell(folder->problem());
+            return BadUsage;
+        }
+    }
+    if (!line.watches())
+        return checkOnce(line, folder, [] { return false; }) ? HasResult : NoResult;
+    FileWatch watch(line.feed());
+    while (true) {
+        checkOnce(line, folder, [&watch] { return watch.hasChanged(); });
+        watch.waitForChange();
+        print("\n");
+    }
 }
 
 }  // namespace
@@ -105,5 +189,5 @@ int main(int argc, char *argv[]) {
         case CommandLine::Wish::Check:
             break;
     }
-    return check(line);
+    return run(line);
 }

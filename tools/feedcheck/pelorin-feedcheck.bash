@@ -8,10 +8,13 @@ _pelorin_feedcheck() {
     [[ $word == = ]] && previous=${COMP_WORDS[COMP_CWORD - 1]} word=
     case $previous in
     --locale) mapfile -t COMPREPLY < <(compgen -W "$(locale -a 2>/dev/null)" -- "$word") ;;
+    --pictures) mapfile -t COMPREPLY < <(compgen -d -- "$word") ;;
+    --page-size) COMPREPLY=() ;;
     *)
         if [[ $word == -* ]]; then
             mapfile -t COMPREPLY < <(
-                compgen -W "--help --json --list-findings --locale --strict --version" -- "$word")
+                compgen -W "--help --json --list-findings --locale --page-size --pictures --strict
+                    --version --watch" -- "$word")
         else
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
         fi ;;
