@@ -92,6 +92,8 @@ void FeedInspector::parserDidStartElement(std::string_view name) {
         startItem();
         return;
     }
+    if (name == "channel" && _channelDepth == 0)
+        _channelDepth = _depth;
     const bool wanted = name == "language" || (_item && contains(inItem, name));
     if (_element)
         noteMarkup(name);
@@ -164,6 +166,8 @@ void FeedInspector::parserDidEndElement(std::string_view name) {
         if (_item)
             _item->link = fromUtf8(_link).trimmed();
     }
+    if (_channelDepth == _depth)
+        _channelDepth = 0;
     --_depth;
     if (name == "item" && _item) {
         _closed.push_back(std::move(*_item));
@@ -225,13 +229,15 @@ void FeedInspector::noteMisspelling(std::string_view name) {
 
 void FeedInspector::noteStrayText(std::string_view text) {
     const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
-    if (!_item || _depth != _itemDepth || _strayTextFound ||
+    bool &found = _item ? _strayTextFound : _looseTextFound;
+    if (_depth != (_item ? _itemDepth : _channelDepth) || _depth == 0 || found ||
         std::all_of(text.begin(), text.end(), isBlank))
         return;
-    _strayTextFound = true;
+    found = true;
     note(FindingKind::TextUnread,
-         QStringLiteral("the text \"%1\" is in none of the item's elements, and is lost")
-             .arg(forOneLine(fromUtf8(text))));
+         QStringLiteral("the text \"%1\" is in none of %2, and is lost")
+             .arg(forOneLine(fromUtf8(text)), _item ? QStringLiteral("the item's elements")
+                                                    : QStringLiteral("the channel's items")));
 }
 
 void FeedInspector::noteUnread(std::string_view name) {

@@ -98,6 +98,10 @@ private:
     int _itemDepth = 0;
     /// Text of the item outside its elements was found.
     bool _strayTextFound = false;
+    /// The depth of the open channel; 0 if none is open.
+    int _channelDepth = 0;
+    /// Text of the channel outside its elements was found.
+    bool _looseTextFound = false;
     std::optional<Element> _element;
     std::string _gathered;
     TextLines _gatheredLines;
