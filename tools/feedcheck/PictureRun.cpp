@@ -151,7 +151,8 @@ QString PictureRun::webProblem() const {
     if (!QFileInfo(program).isExecutable())
         return QStringLiteral("there is no %1").arg(program);
     return QStringLiteral(
-        "the web engine does not run here; it needs user namespaces, and a user other than root");
+        "the web engine does not run here: it needs user namespaces, and does not run as root "
+        "unless QTWEBENGINE_DISABLE_SANDBOX=1 is set");
 }
 
 QSet<QString> PictureRun::names() const {

@@ -93,7 +93,8 @@ std::optional<ItemCamera::Picture> ItemCamera::takeWeb(const QString &html,
     // A page that breaks the engine does not take the web renderer from the pages after it.
     if (_web->isText() && _webWorks)
         openWeb();
-    if (!_webWorks && !waitUntil([this] { return _web->isReady() || _web->isText(); }, readyTime))
+    if (!waitUntil([this] { return _web->isReady() || _web->isText(); }, readyTime) ||
+        _web->isText())
         return std::nullopt;
     _web->loadHtmlString(html, PageKind::Item);
     const bool isComplete =
