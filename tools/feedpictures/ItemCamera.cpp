@@ -1,5 +1,6 @@
 #include "ItemCamera.h"
 
+#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QPixmap>
