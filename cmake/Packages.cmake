@@ -65,8 +65,10 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME pelorin-news-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libcurl4 (>= 7.87)")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "ca-certificates, openssl")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS pelorin-news-page)
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "news panel for Qt applications, tools for feeds
-pelorin-feedcheck checks a news feed as the panel reads it, and
+pelorin-feedcheck checks a news feed as the panel reads it, and takes pictures
+of its items; those by the web engine need the package pelorin-news-page.
 pelorin-feedserver serves feeds on this computer for development and tests.")
 
 set(CPACK_DEBIAN_HOST_PACKAGE_NAME pelorin)
