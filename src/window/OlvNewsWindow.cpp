@@ -1,5 +1,6 @@
 #include "OlvNewsWindow.h"
 
+#include "ControlOutlines.h"
 #include "KeyEquivalent.h"
 #include "NavigationButton.h"
 #include "OlvNewsWebView.h"
@@ -63,8 +64,18 @@ void OlvNewsWindow::updateMinimumWidth() {
 }
 
 bool OlvNewsWindow::event(QEvent *event) {
-    if (event->type() == QEvent::LayoutRequest)
-        updateMinimumWidth();
+    switch (event->type()) {
+        case QEvent::LayoutRequest:
+            updateMinimumWidth();
+            break;
+        case QEvent::Polish:
+        case QEvent::PaletteChange:
+        case QEvent::StyleChange:
+            updateControlOutlines(*this);
+            break;
+        default:
+            break;
+    }
     return QWidget::event(event);
 }
 
