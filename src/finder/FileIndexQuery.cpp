@@ -1,5 +1,7 @@
 #include "FileIndexQuery.h"
 
+#include "platform/BusProbe.h"
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
@@ -57,6 +59,10 @@ FileIndexQuery::~FileIndexQuery() {
 }
 
 void FileIndexQuery::start() {
+    if (!busAnswers()) {
+        finish({});
+        return;
+    }
     // Use a private connection: while this thread opens the shared one, the main thread would have
     // to wait for it.
     _bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, _connectionName);

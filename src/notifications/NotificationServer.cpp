@@ -1,5 +1,7 @@
 #include "NotificationServer.h"
 
+#include "platform/BusProbe.h"
+
 #include <QDBusError>
 #include <QDBusPendingCallWatcher>
 #include <QRegularExpression>
@@ -105,6 +107,8 @@ NotificationServer::~NotificationServer() {
 }
 
 bool NotificationServer::open(const QString &address) {
+    if (!busAnswers(address))
+        return false;
     _connection = address.isEmpty()
                       ? QDBusConnection::connectToBus(QDBusConnection::SessionBus, _connectionLabel)
                       : QDBusConnection::connectToBus(address, _connectionLabel);

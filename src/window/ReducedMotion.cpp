@@ -1,6 +1,7 @@
 #include "ReducedMotion.h"
 
 #include "platform/BackgroundTask.h"
+#include "platform/BusProbe.h"
 #include "platform/MainQueue.h"
 
 #include <QDBusConnection>
@@ -51,6 +52,8 @@ std::optional<bool> isReduced(const Settings &settings) {
 }
 
 std::optional<bool> askPortal() {
+    if (!busAnswers())
+        return std::nullopt;
     // A connection of its own: the host's own connection belongs to the host.
     const QString name = QUuid::createUuid().toString();
     std::optional<bool> result;

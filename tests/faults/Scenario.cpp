@@ -1,5 +1,7 @@
 // A small host that operates the news panel once, from start to exit, and prints one line for each
-// step: the step, what was seen, and how long it took. Ends with status 0 whatever the panel does.
+// step: the step, what was seen, and how long it took. "blocked" is no step: it is the longest time
+// for which the main thread's event loop stood still between "start" and "close". Ends with status
+// 0 whatever the panel does.
 //
 //   pelorin_faults_scenario MODULE AUTHORITY TIMEOUT [seen]
 //
@@ -21,7 +23,9 @@
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QTest>
+#include <QTimer>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <dlfcn.h>
@@ -42,6 +46,30 @@ public:
 
 private:
     std::atomic<bool> _seen = false;
+};
+
+/// Measures how long the main thread's event loop stands still.
+class Heartbeat {
+public:
+    Heartbeat() {
+        _timer.callOnTimeout([this] { _longest = std::max(_longest, _last.restart()); });
+        restart();
+        _timer.start(interval);
+    }
+
+    /// The time until now does not count.
+    void restart() { _last.start(); }
+
+    [[nodiscard]] qint64 longest() const {
+        return std::max<qint64>(0, _longest - interval.count());
+    }
+
+private:
+    static constexpr std::chrono::milliseconds interval{5};
+
+    QTimer _timer;
+    QElapsedTimer _last;
+    qint64 _longest = 0;
 };
 
 void countFaults(bool count) {
@@ -69,6 +97,8 @@ public:
             QWidget *const open = window();
             return open && open->close() ? QStringLiteral("closed") : QString();
         });
+        QTest::qWait(20);
+        std::printf("blocked\tmost\t%lld\n", static_cast<long long>(_heartbeat.longest()));
         step("exit", [this] {
             _news->exit();
             _news.reset();
@@ -106,6 +136,8 @@ private:
         };
         static_cast<void>(QTest::qWaitFor(isOver, static_cast<int>(_timeout.count())));
         center->flush(_timeout);
+        // That wait was ours.
+        _heartbeat.restart();
         const QList<UserNotification> delivered = center->deliveredNotifications();
         return delivered.isEmpty() ? QString() : delivered.last().informativeText;
     }
@@ -181,6 +213,7 @@ private:
 
     NewsPlugin &_plugin;
     std::chrono::milliseconds _timeout;
+    Heartbeat _heartbeat;
     std::shared_ptr<ErrorWatch> _log = std::make_shared<ErrorWatch>();
     std::shared_ptr<NewsController> _news;
 };
