@@ -4,8 +4,9 @@
 
 namespace pelorinnews {
 
-/// Releases `object` on a thread of Qt's global pool, so that destroying something big does not
-/// block the caller. Without an application object, releases it on the calling thread.
+/// Releases `object` on a thread of its own, so that destroying something big does not block the
+/// caller. Without an application object, or if the system has no thread left, releases it on the
+/// calling thread. Thread-safe.
 void releaseInBackground(std::shared_ptr<const void> object);
 
 }  // namespace pelorinnews
