@@ -6,10 +6,11 @@ namespace pelorinnews {
 
 using namespace pageprotocol;
 
-bool FrameBuffers::resize(PageChild &child, QSize size) {
+bool FrameBuffers::resize(PageChild &child, QSize size, qreal scale) {
     Set set;
     set.generation = ++_generation;
     set.size = size;
+    set.scale = scale;
     const qint64 bytes = bytesPerPixel * size.width() * size.height();
     std::array<FileDescriptor, buffers> files;
     for (size_t i = 0; i < buffers; ++i) {
@@ -34,7 +35,7 @@ bool FrameBuffers::take(PageChild &child, const FrameReady &frame) {
     if (_shown.generation != _next.generation) {
         // First frame of the new size: its buffers become the shown ones. `_next` keeps generation
         // and size.
-        _shown = std::exchange(_next, {_next.generation, _next.size, {}});
+        _shown = std::exchange(_next, {_next.generation, _next.size, _next.scale, {}});
         _front = -1;
     }
     if (frame.buffer == _front)
@@ -79,8 +80,10 @@ QImage FrameBuffers::frame() const {
     // Not const, though nobody writes here: QImage would copy const pixels when the caller sets its
     // device pixel ratio.
     uchar *pixels = _shown.memory.at(static_cast<size_t>(_front))->data();
-    return QImage(pixels, _shown.size.width(), _shown.size.height(),
-                  bytesPerPixel * _shown.size.width(), QImage::Format_RGB32);
+    QImage image(pixels, _shown.size.width(), _shown.size.height(),
+                 bytesPerPixel * _shown.size.width(), QImage::Format_RGB32);
+    image.setDevicePixelRatio(_shown.scale);
+    return image;
 }
 
 }  // namespace pelorinnews

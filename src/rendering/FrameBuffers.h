@@ -17,9 +17,10 @@ class FrameBuffers {
 public:
     explicit FrameBuffers(qint32 surface) : _surface(surface) {}
 
-    /// Gives `child` new buffers of `size` device pixels. The shown frame stays until the first
-    /// frame of that size arrives. False if the system has no memory or descriptor left.
-    [[nodiscard]] bool resize(PageChild &child, QSize size);
+    /// Gives `child` new buffers of `size` device pixels, to be shown at the device pixel ratio
+    /// `scale`. The shown frame stays until the first frame of that size arrives. False if the
+    /// system has no memory or descriptor left.
+    [[nodiscard]] bool resize(PageChild &child, QSize size, qreal scale);
 
     /// Shows a frame that `child` has sent, and gives the previous one back to `child`. False if
     /// the message violates the protocol; frames of an earlier size are ignored.
@@ -42,13 +43,15 @@ public:
     /// Frees the memory. Frames are ignored until the next `resize`.
     void release();
 
-    /// The frame to paint; null if there is none. Valid until the next call of another member.
+    /// The frame to paint, with its device pixel ratio; null if there is none. Valid until the next
+    /// call of another member.
     [[nodiscard]] QImage frame() const;
 
 private:
     struct Set {
         qint32 generation = 0;
         QSize size;
+        qreal scale = 1;
         std::array<std::optional<SharedMemory>, pageprotocol::buffers> memory;
     };
 

@@ -33,10 +33,15 @@ void PagePopup::showAt(const QRect &place, PageChild &child) {
     setGeometry(global);
     _isOpenInPage = true;
     const QSize pixels = (QSizeF(size()) * devicePixelRatioF()).toSize();
-    if (isResized && !_frames.resize(child, pixels))
-        child.send(DismissPopup{_surface});
-    else
+    // A desktop without a monitor has a screen of size 0, on which no list fits.
+    const bool isPossible = !isResized || (isSize(pixels.width(), pixels.height()) &&
+                                           _frames.resize(child, pixels, devicePixelRatioF()));
+    if (isPossible)
         show();
+    else
+        hide();
+    if (!isVisible() && std::exchange(_isOpenInPage, false))
+        child.send(DismissPopup{_surface});
 }
 
 void PagePopup::hideAsTold() {
@@ -51,10 +56,8 @@ bool PagePopup::takeFrame(PageChild &child, const FrameReady &frame) {
 
 void PagePopup::paintEvent(QPaintEvent *) {
     QPainter painter(this);
-    QImage frame = _frames.frame();
     painter.fillRect(rect(), Qt::white);
-    frame.setDevicePixelRatio(devicePixelRatioF());
-    painter.drawImage(0, 0, frame);
+    painter.drawImage(0, 0, _frames.frame());
 }
 
 void PagePopup::hideEvent(QHideEvent *event) {

@@ -212,8 +212,7 @@ void PageWidget::changeEvent(QEvent *event) {
 
 void PageWidget::paintEvent(QPaintEvent *) {
     QPainter painter(this);
-    QImage frame = _isHeld ? QImage() : _frames.frame();
-    frame.setDevicePixelRatio(devicePixelRatioF());
+    const QImage frame = _isHeld ? QImage() : _frames.frame();
     if (frame.isNull() || frame.deviceIndependentSize().width() < width() ||
         frame.deviceIndependentSize().height() < height())
         painter.fillRect(rect(), _plainColour);
@@ -229,7 +228,7 @@ void PageWidget::sendSize() {
     _owesSize = _child && _child->isBehind();
     const QSize pixels = (QSizeF(size()) * devicePixelRatioF()).toSize();
     if (_child && !_owesSize && isSize(pixels.width(), pixels.height()) &&
-        !_frames.resize(*_child, pixels))
+        !_frames.resize(*_child, pixels, devicePixelRatioF()))
         Q_EMIT framesFailed();
 }
 

@@ -71,6 +71,25 @@ RawMessage textPart(char character, qint32 bytes) {
     ::_exit(0);
 }
 
+// Opens a list when the user has done something. Tells with a cursor's shape when the host refuses
+// to show it, and ends like the real process if it gets buffers of an impossible size.
+[[noreturn]] void openListAtClicks() {
+    RawMessage datagram{};
+    MessageReader<HostMessage> reader;
+    while (::recv(childSocket, &datagram, sizeof datagram, 0) > 0) {
+        if (datagram.type == typeNumber<MouseInput, HostMessage>)
+            send(PopupShown{1, 0, 0, 100, 100});
+        if (datagram.type == typeNumber<DismissPopup, HostMessage>)
+            send(CursorShape{Qt::WaitCursor});
+        const bool hasDescriptor = datagram.type == typeNumber<SurfaceBuffer, HostMessage> ||
+                                   datagram.type == typeNumber<ShowPage, HostMessage>;
+        static_cast<void>(reader.read(datagram, hasDescriptor));
+        if (reader.isViolated())
+            break;
+    }
+    ::_exit(1);
+}
+
 void act(const QByteArray &name) {
     if (name == "speaks before it is ready")
         send(PageCame{1});
@@ -131,6 +150,8 @@ void act(const QByteArray &name) {
         send(FrameReady{0, 1, 0, 1});
         send(CursorShape{Qt::WaitCursor});
     }
+    if (name == "opens a list")
+        openListAtClicks();
     if (name == "asks for the primary selection")
         answerKeysAfterAsking();
     while (name == "never stops")

@@ -2,6 +2,7 @@
 
 #include "RendererFixture.h"
 #include "TestMain.h"
+#include "rendering/PagePopup.h"
 
 #include <QProcess>
 #include <QScreen>
@@ -22,6 +23,29 @@ void xrandr(const QStringList &arguments) {
     QCOMPARE(QProcess::execute(QStringLiteral("xrandr"), arguments), 0);
 }
 
+// Two screens with scales of 150 % and 200 %.
+class TwoScreens {
+public:
+    TwoScreens() {
+        xrandr({"--setmonitor", "LEFT", "720/200x900/250+0+0", "screen"});
+        xrandr({"--setmonitor", "RIGHT", "720/200x900/250+720+0", "none"});
+        waitUntil([] { return QGuiApplication::screens().size() == 2; }, "there is one screen");
+    }
+    ~TwoScreens() {
+        for (const char *name : {"RIGHT", "LEFT"})
+            xrandr({"--delmonitor", QLatin1String(name)});
+    }
+    TwoScreens(const TwoScreens &) = delete;
+    TwoScreens &operator=(const TwoScreens &) = delete;
+
+    /// Moves the window to the screen with 200 %.
+    static void moveRight(QWidget &window) {
+        window.move(QGuiApplication::screens().at(1)->geometry().topLeft() + QPoint(20, 50));
+        waitUntil([&window] { return window.devicePixelRatioF() == 2.0; },
+                  "the window does not move");
+    }
+};
+
 }  // namespace
 
 class ScaleTest : public QObject {
@@ -33,6 +57,8 @@ private Q_SLOTS:
 
     void paintsEveryPixelOfTheScreen();
     void followsTheScaleOfTheScreen();
+    void keepsThePictureInItsSizeUntilTheNext();
+    void opensAListInTheScaleOfTheScreen();
     void followsTheSizeOfTheWindow();
 
 private:
@@ -97,16 +123,8 @@ void ScaleTest::paintsEveryPixelOfTheScreen() {
 
 void ScaleTest::followsTheScaleOfTheScreen() {
     const qint64 process = _fixture->engine().process();
-    xrandr({"--setmonitor", "LEFT", "720/200x900/250+0+0", "screen"});
-    xrandr({"--setmonitor", "RIGHT", "720/200x900/250+720+0", "none"});
-    QTRY_COMPARE(QGuiApplication::screens().size(), 2);
-    const auto removeScreens = qScopeGuard([] {
-        for (const char *name : {"RIGHT", "LEFT"})
-            xrandr({"--delmonitor", QLatin1String(name)});
-    });
-    QScreen *right = QGuiApplication::screens().at(1);
-    _fixture->view.move(right->geometry().topLeft() + QPoint(20, 50));
-    QTRY_COMPARE(_fixture->view.devicePixelRatioF(), 2.0);
+    const TwoScreens screens;
+    TwoScreens::moveRight(_fixture->view);
     // Another scale needs another process.
     QTRY_VERIFY(_fixture->engine().process() != process);
     QTRY_VERIFY(_fixture->engine().state()[u"loadsFinished"].toInt() > 0);
@@ -124,6 +142,47 @@ void ScaleTest::followsTheScaleOfTheScreen() {
     waitUntil(hasOneSize, "the window has no settled size");
     verifyPixels(2);
     verifyClicks(size);
+}
+
+void ScaleTest::keepsThePictureInItsSizeUntilTheNext() {
+    const TwoScreens screens;
+    TwoScreens::moveRight(_fixture->view);
+    // The line is where it was, in the units of the window.
+    const QImage shot = _fixture->view.grab({0, 0, 200, 40}).toImage();
+    int left = 0;
+    while (left < shot.width() && shot.pixelColor(left, 40).green() > 0x80)
+        ++left;
+    QVERIFY2(std::abs(left - 200) <= 2, qPrintable(QString::number(left)));
+}
+
+void ScaleTest::opensAListInTheScaleOfTheScreen() {
+    const TwoScreens screens;
+    for (const double scale : {1.5, 2.0}) {
+        if (scale == 2.0) {
+            TwoScreens::moveRight(_fixture->view);
+            QTRY_COMPARE(_fixture->evaluated(QStringLiteral("devicePixelRatio")).toDouble(), scale);
+        }
+        _fixture->load(
+            page(QStringLiteral("<style>*{background:#20c040;color:#20c040}</style>"
+                                "<select style='width:200px;height:80px'>"
+                                "<option>One<option>Two<option>Three</select>")));
+        const auto isOpen = [] { return QApplication::activePopupWidget() != nullptr; };
+        const auto opens = [this, isOpen] {
+            if (!isOpen())
+                _fixture->click({30, 30});
+            return QTest::qWaitFor(isOpen, 1000);
+        };
+        waitUntil(opens, "the list does not open");
+        auto *popup = qobject_cast<PagePopup *>(QApplication::activePopupWidget());
+        QVERIFY(popup);
+        const auto isWhole = [popup] {
+            const QImage image = popup->grab().toImage();
+            return image.pixelColor(image.width() - 8, image.height() - 8) == ground;
+        };
+        QTRY_VERIFY(isWhole());
+        QTest::keyClick(popup, Qt::Key_Escape);
+        QTRY_VERIFY(QApplication::activePopupWidget() == nullptr);
+    }
 }
 
 void ScaleTest::followsTheSizeOfTheWindow() {
