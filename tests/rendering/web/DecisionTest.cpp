@@ -175,6 +175,14 @@ void DecisionTest::paintsInEveryKindOfHost_data() {
     row("one whose page process is killed", host, killed, {}, "web");
     row("one that reaps it then", host, killed + QStringList{option("--reap")}, {}, "web");
     row("one that ignores that", host, killed + QStringList{option("--ignore")}, {}, "web");
+    row("one that reaps it in a signal handler", host, killed + QStringList{option("--handler")},
+        {}, "web");
+    row("one that blocks signals, in no folder", host,
+        killed + QStringList{option("--blocked"), option("--lost")}, {}, "web");
+    row("one without standard streams", host, killed + QStringList{option("--closed")}, {}, "web");
+    row("one with styles that ends at a warning", host,
+        killed + QStringList{option("--styled"), option("--strict")},
+        {QStringLiteral("QT_SCALE_FACTOR=1.25")}, "web");
     row("one with a thousand files open", host, untilWeb + QStringList{option("--open")}, {},
         "web");
     // The `prlimit` program sets the limit and then executes the host in its own process.

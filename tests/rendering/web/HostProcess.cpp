@@ -10,6 +10,12 @@
 // --quit       ends by exit(), with everything alive
 // --reap       takes note of the end of every child process, as a simple host does
 // --ignore     ignores the signal for the end of child processes
+// --handler    takes note of the end of every child process, in the handler of that signal
+// --blocked    blocks all signals
+// --lost       has a current folder that was removed
+// --closed     has closed standard input and output, and every other descriptor but standard errors
+// --styled     has a style sheet and asks for shared and software GL
+// --strict     ends at the first warning
 // --kill       kills its child processes when the page is shown, and shows another page
 // --fork       makes a copy of itself when the page is shown, which stays for two minutes at most
 // --confined   lets no program create user namespaces, as container managers do
@@ -122,10 +128,50 @@ void makeCopy() {
         ::pause();
 }
 
+void reapAll(int) {
+    const int before = errno;
+    while (::waitpid(-1, nullptr, WNOHANG) > 0) {
+    }
+    errno = before;
+}
+
+void endAtWarnings(QtMsgType type, const QMessageLogContext &, const QString &text) {
+    if (type == QtDebugMsg || type == QtInfoMsg)
+        return;
+    std::fprintf(stderr, "warning: %s\n", qUtf8Printable(text));
+    std::_Exit(2);
+}
+
+// Makes a folder the current one, and removes it.
+bool leaveFolder() {
+    std::array<char, 32> folder{"/tmp/pelorin-host-XXXXXX"};
+    return ::mkdtemp(folder.data()) && ::chdir(folder.data()) == 0 && ::rmdir(folder.data()) == 0;
+}
+
+void blockSignals() {
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_BLOCK, &all, nullptr);
+}
+
+void closeAll() {
+    ::close(STDIN_FILENO);
+    ::close(STDOUT_FILENO);
+    ::closefrom(STDERR_FILENO + 1);
+}
+
 // Runs the host under one application object; returns the exit status.
 int run(int argc, char *argv[], const QStringList &options) {
     const auto has = [&options](const char *name) { return options.contains(QLatin1String(name)); };
+    if (has("--styled")) {
+        QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+        QCoreApplication::setAttribute(Qt::AA_UseSoftwareOpenGL);
+    }
     QApplication application(argc, argv);
+    if (has("--styled"))
+        application.setStyleSheet(QStringLiteral(
+            "* { color: red; background: yellow; border: 5px solid blue; margin: 7px; "
+            "padding: 9px; font-size: 30pt }"));
 #ifdef PELORIN_HOST_USES_ENGINE
     // Using the engine under a second application object would end the process.
     static bool isUsed = false;
@@ -185,6 +231,16 @@ int main(int argc, char *argv[]) {
         options.append(QString::fromLocal8Bit(argv[each]));
     if (options.contains(QLatin1String("--ignore")))
         ::signal(SIGCHLD, SIG_IGN);
+    if (options.contains(QLatin1String("--handler")))
+        ::signal(SIGCHLD, reapAll);
+    if (options.contains(QLatin1String("--closed")))
+        closeAll();
+    if (options.contains(QLatin1String("--blocked")))
+        blockSignals();
+    if (options.contains(QLatin1String("--strict")))
+        qInstallMessageHandler(endAtWarnings);
+    if (options.contains(QLatin1String("--lost")) && !leaveFolder())
+        return 1;
     if (options.contains(QLatin1String("--confined")) && !confine())
         return 1;
     for (int i = 0; options.contains(QLatin1String("--open")) && i < 1000; ++i)

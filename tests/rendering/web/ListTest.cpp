@@ -7,6 +7,7 @@
 
 #include <QProcess>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QScreen>
 
 using namespace pelorinnews;
@@ -42,12 +43,15 @@ void xdotool(const QStringList &arguments) {
     outputOf(QStringLiteral("xdotool"), arguments);
 }
 
-// Where the screen that Qt sees is on the X server.
-QPoint screenOrigin() {
-    if (!isWayland())
-        return {};
+// Gives the compositor an order.
+void order(const QString &text) {
+    outputOf(qEnvironmentVariable("PELORIN_TILING_CONTROL"), {text});
+}
+
+// Where the compositor's output is on the X server.
+QPoint outputOrigin(const QString &name) {
     const QString window = outputOf(QStringLiteral("xwininfo"),
-                                    {QStringLiteral("-name"), QStringLiteral("wlroots - X11-1")});
+                                    {QStringLiteral("-name"), QStringLiteral("wlroots - ") + name});
     static const QRegularExpression place(
         QStringLiteral("Absolute upper-left X: +(-?\\d+)\\s+Absolute upper-left Y: +(-?\\d+)"));
     const QRegularExpressionMatch found = place.match(window);
@@ -69,6 +73,8 @@ private Q_SLOTS:
     void choosesByKeys();
     void closesByAClickBesideIt();
     void opensOnTheSecondScreen();
+    void opensAtEveryScaleOfTheDesktop();
+    void opensOnTheSecondOutput();
 
 private:
     /// Moves the real pointer to `place`, in the coordinates of `widget`.
@@ -85,6 +91,9 @@ private:
     }
 
     std::unique_ptr<RendererFixture> _fixture;
+    /// The compositor's output that shows the window, and its scale.
+    QString _output = QStringLiteral("X11-1");
+    double _desktopScale = 1;
 };
 
 void ListTest::init() {
@@ -98,7 +107,11 @@ void ListTest::init() {
 }
 
 void ListTest::point(const QWidget &widget, QPoint place) {
-    const QPoint onScreen = screenOrigin() + widget.mapToGlobal(place);
+    QPoint onScreen = widget.mapToGlobal(place);
+    // The compositor makes the window as large as its output.
+    if (isWayland())
+        onScreen = outputOrigin(_output) +
+                   (onScreen - _fixture->view.mapToGlobal(QPoint())) * _desktopScale;
     xdotool({QStringLiteral("mousemove"), QString::number(onScreen.x()),
              QString::number(onScreen.y())});
 }
@@ -173,6 +186,47 @@ void ListTest::opensOnTheSecondScreen() {
     QTRY_COMPARE(value(), QStringLiteral("Two"));
     for (const char *name : {"RIGHT", "LEFT"})
         outputOf("xrandr", {"--delmonitor", QLatin1String(name)});
+}
+
+void ListTest::opensAtEveryScaleOfTheDesktop() {
+    if (!isWayland())
+        QSKIP("an X server has no scale");
+    const auto restore = qScopeGuard([this] {
+        _desktopScale = 1;
+        order(QStringLiteral("output X11-1 scale 1"));
+    });
+    for (const double scale : {1.5, 2.0}) {
+        _desktopScale = scale;
+        order(QStringLiteral("output X11-1 scale %1").arg(scale));
+        // The compositor scales a picture of 200 % down to 150 %.
+        QTRY_COMPARE(_fixture->view.devicePixelRatioF(), 2.0);
+        QTRY_COMPARE(_fixture->evaluated(QStringLiteral("devicePixelRatio")).toDouble(), 2.0);
+        QTRY_COMPARE(_fixture->view.width(), qRound(1440 / scale));
+        open();
+        QVERIFY(openList() != nullptr);
+        click(*openList(), {50, openList()->height() / 2});
+        QTRY_COMPARE(value(), QStringLiteral("Two"));
+        QTRY_VERIFY(openList() == nullptr);
+    }
+}
+
+void ListTest::opensOnTheSecondOutput() {
+    if (!isWayland())
+        QSKIP("the compositor of Wayland has outputs");
+    order(QStringLiteral("create_output"));
+    const auto restore = qScopeGuard([this] {
+        order(QStringLiteral("output X11-2 disable"));
+        _output = QStringLiteral("X11-1");
+    });
+    order(QStringLiteral("output X11-2 pos 1440 0"));
+    QTRY_COMPARE(QGuiApplication::screens().size(), 2);
+    order(QStringLiteral("[app_id=.*] move container to output X11-2"));
+    QTRY_COMPARE(_fixture->view.screen()->name(), QStringLiteral("X11-2"));
+    _output = QStringLiteral("X11-2");
+    open();
+    QVERIFY(openList() != nullptr);
+    click(*openList(), {50, openList()->height() / 2});
+    QTRY_COMPARE(value(), QStringLiteral("Two"));
 }
 
 PELORIN_WIDGET_TEST_MAIN(ListTest)
