@@ -127,6 +127,9 @@ bool NotificationServer::open(const QString &address) {
 
 void NotificationServer::askOwner() {
     call(busCall(QStringLiteral("GetNameOwner"), {service}), [this](const QDBusMessage &reply) {
+        // Calls that were waiting fail after the connection has ended.
+        if (_isDisconnected)
+            return;
         // If a `NameOwnerChanged` signal has arrived meanwhile, it is at least as recent as this
         // reply: keep the owner that it reported.
         if (!_ownerChanged && !isError(reply))
@@ -267,6 +270,7 @@ void NotificationServer::onNameOwnerChanged(const QDBusMessage &message) {
 void NotificationServer::onDisconnected() {
     _serverOwner.clear();
     _known = false;
+    _isDisconnected = true;
     Q_EMIT serverChanged();
 }
 

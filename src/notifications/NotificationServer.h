@@ -107,6 +107,7 @@ private:
     QString _serverOwner;
     bool _ownerChanged = false;
     bool _known = false;
+    bool _isDisconnected = false;
 };
 
 }  // namespace pelorinnews

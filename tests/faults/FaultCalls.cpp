@@ -17,6 +17,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -92,6 +93,15 @@ unsigned long numberFrom(const char *name) {
     return text ? std::strtoul(text, nullptr, 10) : 0;
 }
 
+/// Writes the stack of a crash behind that of the failed call.
+void tellCrash(int number) {
+    inside = true;
+    put("crashed\n");
+    void *stack[60];
+    ::backtrace_symbols_fd(stack, ::backtrace(stack, 60), choice.report);
+    ::raise(number);
+}
+
 __attribute__((constructor)) void prepare() {
     // Loads the unwinder, which allocates memory the first time.
     void *stack[4];
@@ -106,6 +116,11 @@ __attribute__((constructor)) void prepare() {
     if (const char *report = std::getenv("PELORIN_FAULT_REPORT"))
         choice.report = ::open(report, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     ::unsetenv("LD_PRELOAD");
+    struct sigaction crash {};
+    crash.sa_handler = tellCrash;
+    crash.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+    for (const int number : {SIGSEGV, SIGBUS, SIGABRT})
+        ::sigaction(number, &crash, nullptr);
 }
 
 __attribute__((destructor)) void report() {

@@ -3,9 +3,11 @@
 #include "TestMain.h"
 #include "notifications/NotificationServer.h"
 
+#include <QDBusConnectionInterface>
 #include <QTest>
 
 #include <algorithm>
+#include <csignal>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -20,6 +22,7 @@ private Q_SLOTS:
     void hasNoOwnerWhereNoServerRuns();
     void tellsWhichConnectionsExist();
     void keepsNothingOfACallThatWasAnswered();
+    void knowsNothingOnceTheBusHasEnded();
 };
 
 namespace {
@@ -59,6 +62,29 @@ void NotificationServerTest::answersComeOnceHoweverFast() {
         QCOMPARE(changes, many);
         QCOMPARE(answers, many);
     }
+}
+
+/// The bus stops between its replies about itself and about the server, and then ends.
+void NotificationServerTest::knowsNothingOnceTheBusHasEnded() {
+    PrivateBus bus;
+    const auto daemon = static_cast<pid_t>(bus.processId());
+    const auto server = newServer();
+    QList<bool> changes;
+    connect(server.get(), &NotificationServer::serverChanged, this,
+            [&] { changes.append(server->isKnown()); });
+    QVERIFY(server->open(bus.address()));
+    // The bus sends its first reply before these. Nothing here takes it before the bus has stopped.
+    for (int i = 0; i < 3; ++i)
+        QVERIFY(bus.connection().interface()->registeredServiceNames().isValid());
+    QCOMPARE(::kill(daemon, SIGSTOP), 0);
+    QTRY_VERIFY(!server->busId().isEmpty());
+    QCOMPARE(changes, QList<bool>());
+    QCOMPARE(::kill(daemon, SIGKILL), 0);
+    QTRY_VERIFY(!changes.isEmpty());
+    // The reply that never came is reported now, too.
+    QTest::qWait(100);
+    QCOMPARE(changes, QList<bool>{false});
+    QVERIFY(!server->isKnown());
 }
 
 void NotificationServerTest::hasNoOwnerWhereNoServerRuns() {
