@@ -37,6 +37,10 @@ constexpr char32_t firstFar = 0x0e00;
 constexpr Rate scriptChange{0ns, 4us};
 // So does one where the direction changes, for example before a number in Hebrew text.
 constexpr Rate directionChange{0ns, 12us};
+// The shaper compares each combining mark with those before it on the same letter. Text is shaped
+// in runs of limited length.
+constexpr nanoseconds markBefore = 10ns;
+constexpr int longestRun = 4096;
 constexpr nanoseconds fontOfScript = 600us;
 // If no installed font can shape the script, all installed fonts are tried.
 constexpr nanoseconds fontOfComplexScript = 16ms;
@@ -112,6 +116,13 @@ void HtmlCost::addCharacter(char32_t character, size_t font) {
     }
     if (!_display)
         return;
+    if (QChar::combiningClass(character) == 0) {
+        _marks = 0;
+    } else {
+        const nanoseconds marks = std::min(_marks++, longestRun) * markBefore;
+        _time += marks;
+        addLayout(marks);
+    }
     const QChar::Script script = QChar::script(character);
     if (isOfOwnScript(script) && script != _script) {
         _script = script;

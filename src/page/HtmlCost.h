@@ -59,6 +59,8 @@ private:
     int _tableDepth = 0;
     std::chrono::nanoseconds _time{0};
     int _script = 0;
+    /// How many combining marks came last.
+    int _marks = 0;
     /// Whether the last character that has a direction is written from right to left.
     bool _isRightToLeft = false;
     size_t _pair = 0;

@@ -461,6 +461,8 @@ void BoundedHtmlTest::showsTheBeginningOfWhatIsTooMuch_data() {
     row("a very long word", repeated("a", 1'000'000), 1'000'000);
     row("a very long word, in pieces", repeated("<b>a</b>", 1'000'000), 500'000);
     row("many line breaks", repeated("a<br>", 1'000'000), 200'000);
+    row("many marks on one letter", QStringLiteral("a") + QString(100'000, QChar(0x301)), 10'000);
+    row("many letters with a mark", repeated("a\u0301", 1'000'000), 1'000'000);
     row("many lines", QStringLiteral("<pre>") + repeated("a\n", 1'000'000), 100'000);
     row("a table with many cells", QStringLiteral("<table>") + repeated("<tr><td>a<td>b", 10'000),
         150'000);
