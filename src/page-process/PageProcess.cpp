@@ -414,8 +414,8 @@ void PageProcess::reportLink(const PageScript::Pointed &link) {
                         pixels(link.place.y(), -maxSide),
                         pixels(link.place.width(), 0),
                         pixels(link.place.height(), 0),
-                        address};
-    if (last.numbers() == message.numbers() && last.text == address)
+                        address.isEmpty() ? QString() : address + QLatin1Char('\n') + link.text};
+    if (last.numbers() == message.numbers() && last.text == message.text)
         return;
     last = message;
     send(message);

@@ -1,5 +1,7 @@
 #include "PageScript.h"
 
+#include "pageprotocol/PageProtocol.h"
+
 #include <QUuid>
 
 namespace pelorinnews {
@@ -50,12 +52,19 @@ constexpr auto reporter = R"((() => {
     };
     addEventListener('click', clicked, true);
     addEventListener('auxclick', clicked, true);
+    const textOf = node => {
+        const text = node.getAttribute('aria-label') || (node.innerText ?? node.textContent).trim();
+        return (text || node.alt || node.querySelector('img')?.alt || '')
+            .replace(/\s+/g, ' ').trim().slice(0, %2);
+    };
     // Within another frame, the place in the page is not known.
     const pointed = (kind, link) => {
         const place = link !== null && window === top ? link.node.getBoundingClientRect()
                                                       : new DOMRect();
         const numbers = [place.x, place.y, place.width, place.height].map(Math.round);
-        console.info('%1' + kind + ' ' + numbers.join(' ') + ' ' + (link?.address ?? ''));
+        const text = link !== null && kind === 'focus' ? textOf(link.node) : '';
+        console.info('%1' + kind + ' ' + numbers.join(' ') + ' ' + text + '\n' +
+                     (link?.address ?? ''));
     };
     let hovered = null;
     let focused = null;
@@ -100,7 +109,8 @@ PageScript::PageScript() : _secret(QUuid::createUuid().toString(QUuid::Id128) + 
 QWebEngineScript PageScript::script() const {
     QWebEngineScript script;
     script.setName(QStringLiteral("reports"));
-    script.setSourceCode(QString::fromLatin1(reporter).arg(_secret));
+    script.setSourceCode(
+        QString::fromLatin1(reporter).arg(_secret, QString::number(pageprotocol::maxLinkText)));
     script.setInjectionPoint(QWebEngineScript::DocumentCreation);
     script.setWorldId(QWebEngineScript::ApplicationWorld);
     script.setRunsOnSubFrames(true);
@@ -127,14 +137,15 @@ std::optional<PageScript::Pointed> PageScript::pointedLink(const QString &consol
     if (!isFocus && !consoleMessage.startsWith(_secret + QLatin1String("hover ")))
         return std::nullopt;
     constexpr int numbersBegin = 2;
-    constexpr int addressBegins = numbersBegin + 4;
-    const QString address = consoleMessage.section(QLatin1Char(' '), addressBegins);
+    constexpr int textBegins = numbersBegin + 4;
+    const QString texts = consoleMessage.section(QLatin1Char(' '), textBegins);
+    const QString address = texts.section(QLatin1Char('\n'), 1);
     const auto number = [&consoleMessage](int index) {
         return consoleMessage.section(QLatin1Char(' '), numbersBegin + index, numbersBegin + index)
             .toDouble();
     };
     return Pointed{isFocus, QRectF(number(0), number(1), number(2), number(3)),
-                   QUrl(address, QUrl::TolerantMode)};
+                   QUrl(address, QUrl::TolerantMode), texts.section(QLatin1Char('\n'), 0, 0)};
 }
 
 std::optional<QUrl> PageScript::paintedPage(const QString &consoleMessage) const {

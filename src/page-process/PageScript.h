@@ -40,6 +40,8 @@ public:
         QRectF place;
         /// Empty if there is no link.
         QUrl address;
+        /// The link's own text in one line, at most `maxLinkText` long; only if it has the focus.
+        QString text;
     };
 
     /// The link that the pointer or the focus has come to, or that there is none any more, if

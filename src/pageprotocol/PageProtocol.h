@@ -18,7 +18,7 @@ namespace pelorinnews::pageprotocol {
 
 /// Both sides state their version first; they must be equal. Increase it with every change of a
 /// message. The first message of either side (`Hello`, `Ready`) looks the same in every version.
-inline constexpr qint32 version = 5;
+inline constexpr qint32 version = 6;
 
 /// Maximum length of a surface's longer side, in device pixels.
 inline constexpr qint32 maxSide = 16384;
@@ -31,6 +31,8 @@ inline constexpr qint64 bytesPerPixel = 4;
 inline constexpr qsizetype maxTextBytes = 2 << 20;
 /// Maximum length of a reported link's address, in UTF-16 units. A longer one counts as no link.
 inline constexpr qsizetype maxLink = 1 << 16;
+/// Maximum length of a reported link's own text, in UTF-16 units. A longer one is cut.
+inline constexpr qsizetype maxLinkText = 500;
 /// Maximum length of a page's HTML, in bytes.
 inline constexpr qint64 maxPageBytes = 256 << 20;
 /// The highest number of a surface. Surface 0 is the page itself; the others are its pop-ups.
@@ -429,8 +431,9 @@ struct PasteAsked {
 };
 
 /// The link that the pointer or the keyboard focus is on. `text` is the address that a click would
-/// report; empty if there is no link. The place is that of the link, in logical pixels relative to
-/// the page; its size is 0 where it is not known.
+/// report, a line feed, and the link's own text if it has the focus; empty if there is no link. The
+/// place is that of the link, in logical pixels relative to the page; its size is 0 where it is not
+/// known.
 struct LinkPointed {
     qint32 page = 0;
     /// Whether it is about the keyboard focus, not the pointer.
@@ -444,7 +447,7 @@ struct LinkPointed {
     [[nodiscard]] bool isValid() const {
         return page > 0 && isFlag(isFocus) && isBetween(-maxSide, x, maxSide) &&
                isBetween(-maxSide, y, maxSide) && isBetween(0, width, maxSide) &&
-               isBetween(0, height, maxSide) && text.size() <= maxLink;
+               isBetween(0, height, maxSide) && text.size() <= maxLink + 1 + maxLinkText;
     }
 };
 

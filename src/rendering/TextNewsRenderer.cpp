@@ -190,7 +190,7 @@ void TextNewsRenderer::reportHover(const QString &link, QPoint place) {
         return;
     const QRect line = cursorRect(cursorForPosition(place));
     const QUrl address = link.isEmpty() ? QUrl() : resolvedAgainstBareHttp(link);
-    _links(LinkPointer::Mouse, {address, QRect(place.x(), line.y(), 1, line.height())});
+    _links(LinkPointer::Mouse, {address, QRect(place.x(), line.y(), 1, line.height()), QString()});
 }
 
 // Tab selects the next link.
@@ -203,10 +203,12 @@ void TextNewsRenderer::reportFocus(bool hasFocus) {
         _links(LinkPointer::Focus, {});
         return;
     }
+    const QString text =
+        selected.selectedText().remove(QChar(QChar::ObjectReplacementCharacter)).simplified();
     QTextCursor begin = selected;
     begin.setPosition(selected.selectionStart());
     _links(LinkPointer::Focus, {resolvedAgainstBareHttp(QUrl(link).toString(QUrl::FullyEncoded)),
-                                cursorRect(begin).united(cursorRect(selected))});
+                                cursorRect(begin).united(cursorRect(selected)), text});
 }
 
 void TextNewsRenderer::focusInEvent(QFocusEvent *event) {

@@ -447,10 +447,12 @@ bool WebNewsRenderer::handle(const Navigation &message) {
 }
 
 bool WebNewsRenderer::handle(const LinkPointed &message) {
+    const QChar lineFeed = QLatin1Char('\n');
     if (message.page == _page && !_text)
-        reportLink(
-            message.isFocus ? LinkPointer::Focus : LinkPointer::Mouse,
-            {QUrl(message.text), QRect(message.x, message.y, message.width, message.height)});
+        reportLink(message.isFocus ? LinkPointer::Focus : LinkPointer::Mouse,
+                   {QUrl(message.text.section(lineFeed, 0, 0)),
+                    QRect(message.x, message.y, message.width, message.height),
+                    message.text.section(lineFeed, 1).simplified()});
     return message.page <= _page;
 }
 

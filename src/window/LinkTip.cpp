@@ -1,5 +1,6 @@
 #include "LinkTip.h"
 
+#include <QAccessibleWidget>
 #include <QApplication>
 #include <QKeyEvent>
 #include <QStyle>
@@ -8,6 +9,7 @@
 #include <QToolTip>
 
 #include <algorithm>
+#include <utility>
 
 namespace pelorinnews {
 
@@ -21,6 +23,14 @@ constexpr int margin = 4;
 
 constexpr int textFlags = Qt::AlignLeft | Qt::AlignTop | Qt::TextWrapAnywhere;
 
+QAccessibleInterface *accessibleFor(const QString &, QObject *object) {
+    auto *const tip = qobject_cast<LinkTip *>(object);
+    if (!tip)
+        return nullptr;
+    const bool isFocus = tip->shown() == LinkPointer::Focus;
+    return new QAccessibleWidget(tip, isFocus ? QAccessible::Notification : QAccessible::ToolTip);
+}
+
 bool isModifier(int key) {
     return key == Qt::Key_Control || key == Qt::Key_Shift || key == Qt::Key_Alt ||
            key == Qt::Key_Meta || key == Qt::Key_AltGr || key == Qt::Key_CapsLock;
@@ -32,11 +42,10 @@ LinkTip::LinkTip(QWidget *view) : QWidget(view) {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setFocusPolicy(Qt::NoFocus);
     hide();
+    QAccessible::installFactory(accessibleFor);
     _hoverTimer.setSingleShot(true);
-    connect(&_hoverTimer, &QTimer::timeout, this, [this] {
-        _shown = LinkPointer::Mouse;
-        showLink(_hovered);
-    });
+    connect(&_hoverTimer, &QTimer::timeout, this,
+            [this] { showLink(LinkPointer::Mouse, _hovered); });
 }
 
 QString LinkTip::text(const QUrl &address) {
@@ -55,18 +64,24 @@ void LinkTip::setLink(LinkPointer pointer, const PageLink &link) {
     } else if (pointer == LinkPointer::Mouse) {
         _hoverTimer.start(style()->styleHint(QStyle::SH_ToolTip_WakeUpDelay, nullptr, this));
     } else {
-        _shown = LinkPointer::Focus;
-        showLink(link);
+        showLink(LinkPointer::Focus, link);
     }
 }
 
-void LinkTip::showLink(const PageLink &link) {
+void LinkTip::showLink(LinkPointer pointer, const PageLink &link) {
+    // Assistive technologies remember the role of an object, so one with another role replaces it.
+    if (std::exchange(_shown, pointer) != pointer) {
+        if (QAccessibleInterface *known = QAccessible::queryAccessibleInterface(this))
+            QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(known));
+    }
     const QRect room = parentWidget()->rect().adjusted(margin, margin, -margin, -margin);
     _text = text(link.address);
     if (_text.isEmpty() || room.width() <= 2 * margin || !window()->isActiveWindow()) {
         hide();
         return;
     }
+    setAccessibleName(link.text.isEmpty() ? _text : link.text);
+    setAccessibleDescription(link.text.isEmpty() ? QString() : _text);
     setFont(QToolTip::font());
     setPalette(QToolTip::palette());
     const QSize size =

@@ -11,6 +11,10 @@ namespace pelorinnews {
 /// the pointer. Lies beside the link, within the content view, and goes with the next key, click,
 /// turn of the wheel or change of the window. A part of the view and not a window, because on
 /// Wayland a program cannot place windows. Main thread only.
+///
+/// Assistive technologies get the focused link as a notification, named by the link's text and
+/// described by its address: screen readers speak that at once. A link under the pointer is an
+/// ordinary tooltip to them.
 class LinkTip final : public QWidget {
     Q_OBJECT
 
@@ -26,6 +30,9 @@ public:
     /// The link that `pointer` is on; an empty address if it is on none.
     void setLink(LinkPointer pointer, const PageLink &link);
 
+    /// Whose link is shown.
+    [[nodiscard]] LinkPointer shown() const { return _shown; }
+
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 protected:
@@ -34,10 +41,9 @@ protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
-    void showLink(const PageLink &link);
+    void showLink(LinkPointer pointer, const PageLink &link);
 
     QString _text;
-    /// Whose link is shown.
     LinkPointer _shown = LinkPointer::Focus;
     PageLink _hovered;
     QTimer _hoverTimer;

@@ -14,6 +14,7 @@ private Q_SLOTS:
 
     void speaksTheItemsAndTheControls();
     void speaksWhatIsChosenInTheMenus();
+    void speaksTheLinkOfTheFocus();
 
 private:
     /// Performs `action`, and returns whether Orca then speaks all of `texts`.
@@ -42,8 +43,11 @@ void OrcaTest::init() {
     _reader = std::make_unique<ScreenReader>();
     // Orca receives events only after its first utterance.
     QVERIFY(_reader->says(QStringLiteral("Screen reader on."), 0));
-    QList<FeedItem> news = Panel::items(2);
-    news.last().category = QStringLiteral("mac pelorin critical");
+    QList<FeedItem> news = Panel::items(3);
+    news[1].category = QStringLiteral("mac pelorin critical");
+    news[2].html = QStringLiteral(
+        "<p><a href='https://news.invalid/one'>The <b>first</b> link</a> "
+        "<a href='https://news.invalid/two'><img alt='A picture' width='9' height='9'></a></p>");
     QVERIFY(says({QStringLiteral("Pelorin News frame."), QStringLiteral("Item 1 label.")},
                  [&] { QVERIFY(_panel->open(news)); }));
 }
@@ -82,6 +86,19 @@ void OrcaTest::speaksWhatIsChosenInTheMenus() {
     QVERIFY(says({QStringLiteral("List with 3 items.")}, "space"));
     QVERIFY(says({QStringLiteral("Last 30 days.")}, "Up"));
     QVERIFY(says({show, QStringLiteral("Last 30 days.")}, "Return"));
+}
+
+void OrcaTest::speaksTheLinkOfTheFocus() {
+    QVERIFY(says({QStringLiteral("Item 3 label.")}, "alt+Left"));
+    QVERIFY(says({QStringLiteral("notification The first link."),
+                  QStringLiteral("https://news.invalid/one.")},
+                 "Tab"));
+    QVERIFY(says(
+        {QStringLiteral("notification A picture."), QStringLiteral("https://news.invalid/two.")},
+        "Tab"));
+    QVERIFY(says({QStringLiteral("notification The first link."),
+                  QStringLiteral("https://news.invalid/one.")},
+                 "shift+Tab"));
 }
 
 PELORIN_PANEL_TEST_MAIN(OrcaTest)

@@ -5,6 +5,7 @@
 #include "TestMain.h"
 #include "window/LinkTip.h"
 
+#include <QAccessible>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -49,6 +50,9 @@ private Q_SLOTS:
     void showsWhereAClickLeads_data();
     void showsWhereAClickLeads();
     void isReadable();
+    void isANotificationOnlyForTheFocus();
+    void namesTheFocusedLink_data();
+    void namesTheFocusedLink();
 
 private:
     void show(const QString &html) {
@@ -210,6 +214,40 @@ void LinkTipTest::isReadable() {
     QVERIFY(described().size() < 310 && described().endsWith(QChar(0x2026)));
     QVERIFY(copy());
     QVERIFY(QGuiApplication::clipboard()->text().size() > 900);
+}
+
+void LinkTipTest::isANotificationOnlyForTheFocus() {
+    const auto role = [this] { return QAccessible::queryAccessibleInterface(tip())->role(); };
+    show(links);
+    tab();
+    QTRY_VERIFY(isShown());
+    QCOMPARE(role(), QAccessible::Notification);
+    QTest::mouseMove(_fixture->target(), onSecond);
+    QTRY_COMPARE(role(), QAccessible::ToolTip);
+    tab();
+    QTRY_COMPARE(role(), QAccessible::Notification);
+}
+
+void LinkTipTest::namesTheFocusedLink_data() {
+    QTest::addColumn<QString>("content");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("text") << " The\n <b>first</b> &lt;link&gt;"
+                          << "The first <link>";
+    QTest::newRow("picture") << "<img alt='A picture' src='no:picture' width='50' height='50'>"
+                             << "A picture";
+    QTest::newRow("nothing") << "<span style='display:inline-block;padding:20px'>\u00a0</span>"
+                             << "https://olvane.example/first?a=b";
+}
+
+void LinkTipTest::namesTheFocusedLink() {
+    QFETCH(const QString, content);
+    QFETCH(const QString, name);
+    show(page(QStringLiteral("<p style='margin:0;font-size:40px'><a href='%1'>%2</a></p>"))
+             .arg(first, content));
+    tab();
+    QTRY_VERIFY(isShown());
+    QCOMPARE(tip()->accessibleName(), name);
+    QCOMPARE(tip()->accessibleDescription(), name == first ? QString() : first);
 }
 
 PELORIN_WIDGET_TEST_MAIN(LinkTipTest)
