@@ -1,5 +1,7 @@
 #include "SharedMemory.h"
 
+#include "platform/FileSizeSignal.h"
+
 #include <QByteArray>
 #include <QStringEncoder>
 
@@ -22,6 +24,7 @@ FileDescriptor newMemory() {
 }
 
 bool writeAll(int file, QByteArrayView content) {
+    const FileSizeSignal signal;
     while (!content.isEmpty()) {
         const ssize_t written = ::write(file, content.data(), static_cast<size_t>(content.size()));
         if (written < 0 && errno == EINTR)
@@ -40,6 +43,7 @@ bool seal(const FileDescriptor &file) {
 }  // namespace
 
 FileDescriptor SharedMemory::create(qint64 bytes) {
+    const FileSizeSignal signal;
     FileDescriptor file = newMemory();
     if (!file.isValid() || ::ftruncate(file.get(), bytes) != 0 ||
         ::fcntl(file.get(), F_ADD_SEALS, sizeSeals | F_SEAL_SEAL) != 0)

@@ -2,6 +2,7 @@
 
 #include "FileError.h"
 #include "FilePaths.h"
+#include "FileSizeSignal.h"
 #include "RegularFile.h"
 #include "TemporaryNames.h"
 
@@ -92,12 +93,14 @@ void FileReplacement::setPermissions(mode_t permissions) {
 bool FileReplacement::reserve(qint64 size) {
     if (_problem)
         return false;
+    const FileSizeSignal signal;
     const int number = size > 0 ? ::posix_fallocate(_file.get(), 0, size) : 0;
     return number == 0 || isUnsupported(number) ||
            fail(FileError::fromSystem(QFileDevice::WriteError, number));
 }
 
 bool FileReplacement::write(QByteArrayView bytes) {
+    const FileSizeSignal signal;
     while (!_problem && !bytes.isEmpty()) {
         const auto written =
             ::write(_file.get(), bytes.data(), static_cast<std::size_t>(bytes.size()));

@@ -6,6 +6,7 @@
 #include "platform/FileDescriptor.h"
 #include "platform/FileLock.h"
 #include "platform/FileReplacement.h"
+#include "platform/FileSizeSignal.h"
 #include "platform/RegularFile.h"
 
 #include <QCoreApplication>
@@ -191,6 +192,7 @@ bool UserDefaultsStore::writeOut() {
     const bool isChanged = _unwritten > 0;
     if (_isUnread)
         return !isChanged;
+    const FileSizeSignal signal;
     // If the lock file is a pipe, QSettings would block on opening it.
     if (!isUsable(fileName()) ||
         !RegularFile::isRegularOrAbsent(fileName() + QStringLiteral(".lock")))

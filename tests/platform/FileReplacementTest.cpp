@@ -23,15 +23,10 @@ namespace {
 const QString killedArgument = QStringLiteral("--killed-while-replacing");
 
 int dieWhileReplacing(const QString &path) {
-    // The kernel kills a process that writes more than its limit.
-    const rlimit small{100'000, 100'000};
-    static_cast<void>(::setrlimit(RLIMIT_FSIZE, &small));
-    const rlimit noCore{0, 0};
-    static_cast<void>(::setrlimit(RLIMIT_CORE, &noCore));
     FileReplacement file(path);
-    for (int piece = 0; piece < 100; ++piece)
+    for (int piece = 0; piece < 10; ++piece)
         file.write(QByteArray(10'000, 'x'));
-    return 0;
+    return ::raise(SIGKILL);
 }
 
 QByteArray contents(const QString &path) {
@@ -71,6 +66,8 @@ private Q_SLOTS:
     void replacesNothingThatIsNoRegularFile_data();
     void replacesNothingThatIsNoRegularFile();
     void replacesNothingThatCameMeanwhile();
+    void survivesTheLimitOfFileSizes_data();
+    void survivesTheLimitOfFileSizes();
     void readsNoMoreThanAsked();
     void severalWritersLeaveOneWholeFile();
     void whatAKilledProcessLeftIsRemovedAnHourLater();
@@ -197,6 +194,31 @@ void FileReplacementTest::replacesNothingThatCameMeanwhile() {
     QVERIFY(!file.commit());
     QVERIFY(file.error());
     QCOMPARE(special.harm(), QString());
+}
+
+void FileReplacementTest::survivesTheLimitOfFileSizes_data() {
+    QTest::addColumn<bool>("reserves");
+    QTest::newRow("writes") << false;
+    QTest::newRow("reserves") << true;
+}
+
+// The signal that comes with it ends a process that does nothing about it, as this test does not.
+void FileReplacementTest::survivesTheLimitOfFileSizes() {
+    QFETCH(const bool, reserves);
+    QVERIFY(put(path(), "before"));
+    rlimit before{};
+    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit small{100'000, before.rlim_max};
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    {
+        FileReplacement file(path());
+        QVERIFY(!(reserves ? file.reserve(100'001) : file.write(QByteArray(100'001, 'x'))));
+        QVERIFY(file.error());
+        QCOMPARE(file.error()->code, int(QFileDevice::ResourceError));
+        QVERIFY(!file.commit());
+    }
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    QCOMPARE(contents(path()), QByteArray("before"));
 }
 
 void FileReplacementTest::readsNoMoreThanAsked() {

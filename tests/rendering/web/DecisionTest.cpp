@@ -187,10 +187,12 @@ void DecisionTest::paintsInEveryKindOfHost_data() {
         "web");
     // The `prlimit` program sets the limit and then executes the host in its own process.
     const auto limited = [](const char *limit, const QStringList &options) {
-        return QStringList{QStringLiteral("--nofile=") + QLatin1String(limit), host} + options;
+        return QStringList{QLatin1String(limit), host} + options;
     };
-    row("few descriptors", QStringLiteral("prlimit"), limited("16", beside), {}, "text");
-    row("just enough descriptors", QStringLiteral("prlimit"), limited("192", untilWeb), {}, "web");
+    const auto prlimit = QStringLiteral("prlimit");
+    row("few descriptors", prlimit, limited("--nofile=16", beside), {}, "text");
+    row("just enough descriptors", prlimit, limited("--nofile=192", untilWeb), {}, "web");
+    row("small files only", prlimit, limited("--fsize=100000", beside), {}, "text");
 }
 
 void DecisionTest::paintsOnEveryPlatform_data() {
