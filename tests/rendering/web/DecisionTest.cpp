@@ -183,6 +183,14 @@ void DecisionTest::paintsInEveryKindOfHost_data() {
     row("one with styles that ends at a warning", host,
         killed + QStringList{option("--styled"), option("--strict")},
         {QStringLiteral("QT_SCALE_FACTOR=1.25")}, "web");
+    row("one with settings that are not for the page process", host, untilWeb,
+        {QStringLiteral("QTWEBENGINE_CHROMIUM_FLAGS=--single-process --disable-gpu=no"),
+         QStringLiteral("QTWEBENGINE_REMOTE_DEBUGGING=nonsense"),
+         QStringLiteral("QT_QUICK_BACKEND=nonsense"), QStringLiteral("QSG_RHI_BACKEND=nonsense"),
+         QStringLiteral("QT_STYLE_OVERRIDE=nonsense"), QStringLiteral("QT_DEBUG_PLUGINS=1"),
+         QStringLiteral("QT_LOGGING_RULES=*=true"), QStringLiteral("QT_SCALE_FACTOR=1.75"),
+         QStringLiteral("QT_FONT_DPI=144"), QStringLiteral("LD_LIBRARY_PATH=/nowhere")},
+        "web");
     row("one with a thousand files open", host, untilWeb + QStringList{option("--open")}, {},
         "web");
     // The `prlimit` program sets the limit and then executes the host in its own process.
