@@ -78,6 +78,7 @@ public:
     [[nodiscard]] bool hasFocusInPage() const;
 
 private:
+    [[nodiscard]] QPixmap grabbed(const QRect &part) const;
     void waitForEngine();
     void waitForFrames(int count) const;
 
