@@ -16,6 +16,8 @@
 #include <QPixmap>
 #include <QTextBlock>
 #include <QTextDocument>
+#include <QTextFrame>
+#include <QTextTable>
 
 #include <algorithm>
 #include <chrono>
@@ -115,13 +117,24 @@ struct DocumentText {
     QString text;
     /// For each picture of the text, what is written if the picture cannot be read.
     QStringList alternatives;
+    /// How deep tables are nested in the document.
+    int tableDepth = 0;
 };
+
+int tableDepth(const QTextFrame *frame) {
+    int deepest = 0;
+    const auto inner = frame->childFrames();
+    for (const QTextFrame *each : inner)
+        deepest = std::max(deepest, tableDepth(each));
+    return deepest + (qobject_cast<const QTextTable *>(frame) != nullptr ? 1 : 0);
+}
 
 DocumentText textOf(const BoundedPage &page) {
     RichTextDocument document;
     document.setHtml(page.html);
     repairHtmlDocument(document, page.items);
     DocumentText found;
+    found.tableDepth = tableDepth(document.rootFrame());
     for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
         const auto item = static_cast<std::size_t>(block.userState());
         if (item < page.items.size() && page.items[item].marker != ListMarker::None)
@@ -214,6 +227,11 @@ void requireText(const QString &html) {
     if (reading.error != nullptr)
         qFatal("the copy is not RTF: %s", reading.error);
     const DocumentText expected = textOf(*page);
+    // The layout takes exponential time: what is nested a little too deep is found before what is
+    // too slow.
+    constexpr int maxTableDepth = 5;
+    if (expected.tableDepth > maxTableDepth)
+        qFatal("tables are nested %d deep", expected.tableDepth);
     if (const qsizetype at = difference(expected, reading.text); at >= 0)
         qFatal("the copy has another text, at character %lld:\n%s\nThe document:\n%s",
                static_cast<long long>(at),

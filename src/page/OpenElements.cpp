@@ -22,6 +22,10 @@ constexpr int levelsOfTable = 4;
 
 void OpenElements::open(HtmlNode node, const HtmlAttributes &attributes, CssStyle style) {
     leaveCell(HtmlElement::named(node.name));
+    // A table beside the cells of another one ends that. Otherwise its content would be there,
+    // where a document nests each following table into the one before.
+    while (node.name == QStringLiteral("table") && isBesideCells())
+        pop();
     OpenElement element = innermost().child(node.name);
     giveRole(element);
     if (element.role == OpenElement::Role::List)
