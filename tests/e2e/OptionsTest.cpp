@@ -21,10 +21,11 @@ private Q_SLOTS:
 private:
     static constexpr int foldHeight = 38;
 
-    /// Whether the host's window opens, with the options folded.
+    /// Whether the host's window opens, and then folds the options.
     [[nodiscard]] bool opens() const {
         return _panel->open(Panel::items(2)) &&
-               QTest::qWaitFor([this] { return isFolded(); }, testPatience);
+               QTest::qWaitFor([this] { return isFolded(); }, testPatience) &&
+               _panel->comesToRest();
     }
 
     [[nodiscard]] QRect window() const { return Screen::geometry(_panel->window); }

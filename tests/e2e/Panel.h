@@ -26,6 +26,9 @@ public:
     void begin(const QList<FeedItem> &news);
     /// Serves this news, starts the host and waits until the first item is shown. False on timeout.
     [[nodiscard]] bool open(const QList<FeedItem> &news);
+    /// Waits until the window manager has given the window the place and size that the window has
+    /// asked for: before, a click would miss. `open` and `reopen` do so. False on timeout.
+    [[nodiscard]] bool comesToRest();
     /// Opens the window again, from the host's menu. False on timeout.
     [[nodiscard]] bool reopen();
     [[nodiscard]] bool isOpen() const { return !desktop.newsWindow().isEmpty(); }
@@ -63,10 +66,6 @@ public:
     QString window;
 
 private:
-    /// Waits until the accessibility tree reports the window's real position: while the window
-    /// appears, the window manager still moves it, and a click would miss.
-    [[nodiscard]] bool comesToRest();
-
     QString _language = QStringLiteral("en");
 };
 
