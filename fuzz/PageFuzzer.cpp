@@ -7,6 +7,7 @@
 #include "RtfReader.h"
 #include "page/BoundedHtml.h"
 #include "page/HtmlDocumentRepair.h"
+#include "page/PageTables.h"
 #include "rendering/TextNewsRenderer.h"
 #include "richtext/RichTextDocument.h"
 #include "richtext/RichTextWriter.h"
@@ -229,8 +230,7 @@ void requireText(const QString &html) {
     const DocumentText expected = textOf(*page);
     // The layout takes exponential time: what is nested a little too deep is found before what is
     // too slow.
-    constexpr int maxTableDepth = 5;
-    if (expected.tableDepth > maxTableDepth)
+    if (expected.tableDepth > PageTables::maxDepth)
         qFatal("tables are nested %d deep", expected.tableDepth);
     if (const qsizetype at = difference(expected, reading.text); at >= 0)
         qFatal("the copy has another text, at character %lld:\n%s\nThe document:\n%s",

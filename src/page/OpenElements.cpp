@@ -22,10 +22,6 @@ constexpr int levelsOfTable = 4;
 
 void OpenElements::open(HtmlNode node, const HtmlAttributes &attributes, CssStyle style) {
     leaveCell(HtmlElement::named(node.name));
-    // A table beside the cells of another one ends that. Otherwise its content would be there,
-    // where a document nests each following table into the one before.
-    while (node.name == QStringLiteral("table") && isBesideCells())
-        pop();
     OpenElement element = innermost().child(node.name);
     giveRole(element);
     if (element.role == OpenElement::Role::List)
@@ -160,6 +156,10 @@ void OpenElements::close(const QString &name) {
 }
 
 void OpenElements::closeBefore(const HtmlToken &next) {
+    // A table beside the cells of another one ends that. Otherwise its content would be there,
+    // where a document nests each following table into the one before.
+    while (next.name == QStringLiteral("table") && isBesideCells() && !isHidden())
+        pop();
     while (!_open.empty()) {
         const OpenElement &last = _open.back();
         const bool anonymousBlock = last.name.isEmpty() && last.role == OpenElement::Role::Plain;

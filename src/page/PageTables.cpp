@@ -9,7 +9,6 @@ namespace pelorinnews {
 namespace {
 
 constexpr int maxTables = 500;
-constexpr int maxDepth = 5;
 
 }  // namespace
 

@@ -8,12 +8,15 @@ namespace pelorinnews {
 
 class HtmlCost;
 
-/// The open tables of a page, nested in one another. A page may have 500 tables, nested at most 5
-/// deep. A table beyond these limits is tracked, but not written; its cells become blocks.
+/// The open tables of a page, nested in one another. A page may have 500 tables, nested at most
+/// `maxDepth` deep. A table beyond these limits is tracked, but not written; its cells become
+/// blocks.
 ///
 /// All functions for rows and cells act on the innermost table, which must be open.
 class PageTables {
 public:
+    static constexpr int maxDepth = 5;
+
     explicit PageTables(HtmlCost &cost) : _cost(cost) {}
 
     /// Opens a table, and returns whether it is written. `hasRoom`: whether the elements around the

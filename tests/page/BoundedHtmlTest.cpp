@@ -100,6 +100,11 @@ void BoundedHtmlTest::writesOnePlainForm_data() {
         "<table><tr><td>a</td></tr></table><table><tr><td>b</td></tr></table>c");
     row("a table in a form beside cells", "<table><form><table><td>a<p>b</table>c",
         "<table></table><table><tr><td>a<p>b</p></td></tr></table>c");
+    row("a hidden table beside cells", "<table><tr><td>a</td><table hidden><td>b</table>c",
+        "<table><tr><td>a</td></tr></table>c");
+    row("a table in something hidden beside cells",
+        "<table><tr><div hidden><table><td>a</table></div><td>b</table>c",
+        "<table><tr><td>b</td></tr></table>c");
     row("cells without a table", "<td>a</td><tr>b", "<div>a</div>b");
     row("script", "a<script>\"</p><b>\"; 1 < 2</script>b", "ab");
     row("script with a similar end", "a<script></scripts>b</script>c", "ac");
