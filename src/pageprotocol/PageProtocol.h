@@ -444,10 +444,13 @@ struct LinkPointed {
     qint32 height = 0;
     QString text;
     auto numbers() { return std::tie(page, isFocus, x, y, width, height); }
+    [[nodiscard]] QString address() const { return text.section(QLatin1Char('\n'), 0, 0); }
+    [[nodiscard]] QString ownText() const { return text.section(QLatin1Char('\n'), 1); }
     [[nodiscard]] bool isValid() const {
         return page > 0 && isFlag(isFocus) && isBetween(-maxSide, x, maxSide) &&
                isBetween(-maxSide, y, maxSide) && isBetween(0, width, maxSide) &&
-               isBetween(0, height, maxSide) && text.size() <= maxLink + 1 + maxLinkText;
+               isBetween(0, height, maxSide) && address().size() <= maxLink &&
+               ownText().size() <= maxLinkText;
     }
 };
 

@@ -447,12 +447,11 @@ bool WebNewsRenderer::handle(const Navigation &message) {
 }
 
 bool WebNewsRenderer::handle(const LinkPointed &message) {
-    const QChar lineFeed = QLatin1Char('\n');
     if (message.page == _page && !_text)
-        reportLink(message.isFocus ? LinkPointer::Focus : LinkPointer::Mouse,
-                   {QUrl(message.text.section(lineFeed, 0, 0)),
-                    QRect(message.x, message.y, message.width, message.height),
-                    message.text.section(lineFeed, 1).simplified()});
+        reportLink(
+            message.isFocus ? LinkPointer::Focus : LinkPointer::Mouse,
+            {QUrl(message.address()), QRect(message.x, message.y, message.width, message.height),
+             message.ownText().simplified()});
     return message.page <= _page;
 }
 

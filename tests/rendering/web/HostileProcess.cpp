@@ -134,7 +134,9 @@ void act(const QByteArray &name) {
     if (name == "points at a link of a page that was never sent")
         send(LinkPointed{.page = 1000, .text = {}});
     if (name == "points at a link that is too long")
-        send(LinkPointed{.page = 1, .text = QString(maxLink + 2 + maxLinkText, QLatin1Char('a'))});
+        send(LinkPointed{.page = 1, .text = QString(maxLink + 1, QLatin1Char('a'))});
+    if (name == "points at a link whose text is too long")
+        send(LinkPointed{.page = 1, .text = "a\n" + QString(maxLinkText + 1, QLatin1Char('a'))});
     if (name == "opens a pop-up without size")
         send(PopupShown{1, 0, 0, 0, 0});
     if (name == "acts without the user") {

@@ -84,7 +84,8 @@ void HostileProcessTest::isKilledForAViolation_data() {
           "sends a text without end", "sends a text that is not UTF-8",
           "sends a text of negative length", "sends a message of unknown type",
           "names a cursor that does not exist", "opens a pop-up without size",
-          "points at a link of a page that was never sent", "points at a link that is too long"})
+          "points at a link of a page that was never sent", "points at a link that is too long",
+          "points at a link whose text is too long"})
         QTest::newRow(name) << QString::fromLatin1(name);
 }
 
