@@ -27,8 +27,9 @@ struct PageLink {
     QUrl address;
     /// In the coordinates of the renderer's widget; empty where it is not known.
     QRect place;
-    /// The link's own text, or that of its picture, in one line; the page decides what it says.
-    /// Known for the link of the focus only, and null if it has none.
+    /// The link's own text, or that of its picture, in one line of at most
+    /// `pageprotocol::maxLinkText` characters; the page decides what it says. Known for the link of
+    /// the focus only, and empty if it has none.
     QString text;
 };
 

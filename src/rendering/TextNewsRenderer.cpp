@@ -5,6 +5,7 @@
 #include "page/BareHttpLinks.h"
 #include "page/BoundedHtml.h"
 #include "page/HtmlDocumentRepair.h"
+#include "pageprotocol/PageProtocol.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QFrame>
@@ -203,12 +204,18 @@ void TextNewsRenderer::reportFocus(bool hasFocus) {
         _links(LinkPointer::Focus, {});
         return;
     }
-    const QString text =
-        selected.selectedText().remove(QChar(QChar::ObjectReplacementCharacter)).simplified();
+    // Long words have zero-width spaces, where they may break.
+    QString text = selected.selectedText()
+                       .remove(QChar(QChar::ObjectReplacementCharacter))
+                       .remove(QChar(0x200B))
+                       .simplified();
+    if (text.isEmpty())
+        text = selected.charFormat().stringProperty(QTextFormat::ImageAltText).simplified();
     QTextCursor begin = selected;
     begin.setPosition(selected.selectionStart());
-    _links(LinkPointer::Focus, {resolvedAgainstBareHttp(QUrl(link).toString(QUrl::FullyEncoded)),
-                                cursorRect(begin).united(cursorRect(selected)), text});
+    _links(LinkPointer::Focus,
+           {resolvedAgainstBareHttp(QUrl(link).toString(QUrl::FullyEncoded)),
+            cursorRect(begin).united(cursorRect(selected)), text.left(pageprotocol::maxLinkText)});
 }
 
 void TextNewsRenderer::focusInEvent(QFocusEvent *event) {

@@ -235,6 +235,11 @@ void LinkTipTest::namesTheFocusedLink_data() {
                           << "The first <link>";
     QTest::newRow("picture") << "<img alt='A picture' src='no:picture' width='50' height='50'>"
                              << "A picture";
+    QTest::newRow("embedded picture")
+        << "<img alt='A\n picture' width='50' height='50' src='data:image/png;base64,iVBORw0KGgoAAA"
+           "ANSUhEUgAAAAEAAAABCAIAAACQd1PeAAAADElEQVR4nGM4oKAAAAKkAQHjTKctAAAAAElFTkSuQmCC'>"
+        << "A picture";
+    QTest::newRow("long") << QString(600, QLatin1Char('a')) << QString(500, QLatin1Char('a'));
     QTest::newRow("nothing") << "<span style='display:inline-block;padding:20px'>\u00a0</span>"
                              << "https://olvane.example/first?a=b";
 }
