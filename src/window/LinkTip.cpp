@@ -1,5 +1,7 @@
 #include "LinkTip.h"
 
+#include "SpeakAgain.h"
+
 #include <QAccessibleWidget>
 #include <QApplication>
 #include <QKeyEvent>
@@ -70,10 +72,8 @@ void LinkTip::setLink(LinkPointer pointer, const PageLink &link) {
 
 void LinkTip::showLink(LinkPointer pointer, const PageLink &link) {
     // Assistive technologies remember the role of an object, so one with another role replaces it.
-    if (std::exchange(_shown, pointer) != pointer) {
-        if (QAccessibleInterface *known = QAccessible::queryAccessibleInterface(this))
-            QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(known));
-    }
+    if (std::exchange(_shown, pointer) != pointer)
+        replaceAccessible(this);
     const QRect room = parentWidget()->rect().adjusted(margin, margin, -margin, -margin);
     _text = text(link.address);
     if (_text.isEmpty() || room.width() <= 2 * margin || !window()->isActiveWindow()) {

@@ -5,6 +5,11 @@
 
 namespace pelorinnews {
 
+void replaceAccessible(QWidget *widget) {
+    if (QAccessibleInterface *known = QAccessible::queryAccessibleInterface(widget))
+        QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(known));
+}
+
 void speakAgain(QWidget *widget) {
     if (!QAccessible::isActive() || !widget->hasFocus())
         return;
@@ -17,8 +22,7 @@ void speakAgain(QWidget *widget) {
                 return;
             // Screen readers speak a focused object that they do not know yet, so replace the
             // interface.
-            if (QAccessibleInterface *known = QAccessible::queryAccessibleInterface(widget))
-                QAccessible::deleteAccessibleInterface(QAccessible::uniqueId(known));
+            replaceAccessible(widget);
             QAccessibleEvent focus(widget, QAccessible::Focus);
             QAccessible::updateAccessibility(&focus);
         },
