@@ -22,6 +22,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <sys/stat.h>
 #include <utility>
@@ -95,6 +96,10 @@ qint64 roomFor(const QString &text) {
     return text.toUtf8().size() + overhead;
 }
 
+qint64 sumOf(const QHash<QString, qint64> &sizes) {
+    return std::accumulate(sizes.cbegin(), sizes.cend(), qint64{0});
+}
+
 }  // namespace
 
 UserDefaultsStore::UserDefaultsStore(const QString &path)
@@ -157,7 +162,7 @@ void UserDefaultsStore::write(const QString &key, const QVariant &newValue) {
         remove(key);
     else
         setValue(key, newValue);
-    _unwritten += roomFor(key) + roomFor(newValue.toString());
+    _unwritten.insert(key, roomFor(key) + roomFor(newValue.toString()));
     // After a failed write, post the update event here: QSettings posts it once, and not again
     // before a write has succeeded.
     if (std::exchange(_isRefused, false))
@@ -189,7 +194,7 @@ bool UserDefaultsStore::event(QEvent *event) {
 
 /// Writes pending values and reads changes by other processes. False if something stays unwritten.
 bool UserDefaultsStore::writeOut() {
-    const bool isChanged = _unwritten > 0;
+    const bool isChanged = !_unwritten.isEmpty();
     if (_isUnread)
         return !isChanged;
     const FileSizeSignal signal;
@@ -203,7 +208,8 @@ bool UserDefaultsStore::writeOut() {
     // Back up even without changes of our own: `sync` also writes what the host's own QSettings has
     // not written yet.
     SettingsBackup backup(fileName());
-    if (isChanged && !(backup.isKept() && backup.hasRoomFor(_unwritten) && keepDamagedFile()))
+    if (isChanged &&
+        !(backup.isKept() && backup.hasRoomFor(sumOf(_unwritten)) && keepDamagedFile()))
         return false;
     if (_stampRead.number == 0 || areTakenForOne(stampOf(fileName()), _stampRead))
         touch();
@@ -215,7 +221,7 @@ bool UserDefaultsStore::writeOut() {
     if (outcome == SettingsBackup::Outcome::Restored)
         reapply(wanted);
     if (outcome == SettingsBackup::Outcome::Whole) {
-        _unwritten = 0;
+        _unwritten.clear();
         // While QSettings writes, it holds its lock, so that no other process changes the file.
         if (_stampRead != before && !isChanged)
             readAgain();
@@ -223,7 +229,7 @@ bool UserDefaultsStore::writeOut() {
     // Report failure after every restore, even if the file lacks only values of the host's own
     // QSettings. `reapply` has set these values in this object as well, and its destructor would
     // write them without a backup. `release` leaks an object that reports failure.
-    return outcome != SettingsBackup::Outcome::Restored && _unwritten == 0;
+    return outcome != SettingsBackup::Outcome::Restored && _unwritten.isEmpty();
 }
 
 /// Gives the file a time that QSettings has not seen, so that it reads the file again: later than

@@ -2,6 +2,7 @@
 
 #include "platform/FileStamp.h"
 
+#include <QHash>
 #include <QSettings>
 #include <QString>
 #include <QVariant>
@@ -63,8 +64,9 @@ private:
     /// QSettings could not read the file, and takes it for empty without reporting an error. What
     /// it writes then would lack every earlier key, so this object never writes.
     bool _isUnread = false;
-    /// Estimated size in bytes of the values that were set and may not be in the file yet.
-    qint64 _unwritten = 0;
+    /// The keys that were set and may not be in the file yet, each with the estimated size of its
+    /// value in bytes.
+    QHash<QString, qint64> _unwritten;
     /// The last write failed; the next change retries.
     bool _isRefused = false;
 };

@@ -9,12 +9,14 @@
 #include <QPointer>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSettings>
 #include <QStandardPaths>
 
 #include <atomic>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -166,6 +168,25 @@ private Q_SLOTS:
         UserDefaults defaults(_path);
         defaults.setValue(key, 2);
         QTRY_VERIFY(contentsOf(_path).contains("newsFilter=2"));
+    }
+
+    // The signal that comes with it ends a process that does nothing about it, as this test does
+    // not.
+    void survivesTheLimitOfFileSizes() {
+        writeFile(_path, "[General]\ntheirs=7\n");
+        rlimit before{};
+        QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
+        const auto restore = qScopeGuard([&before] { ::setrlimit(RLIMIT_FSIZE, &before); });
+        const rlimit small{10'000, before.rlim_max};
+        QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
+        UserDefaults defaults(_path);
+        defaults.setValue(key, QString(20'000, QLatin1Char('x')));
+        defaults.synchronize();
+        QCOMPARE(contentsOf(_path), QByteArray("[General]\ntheirs=7\n"));
+        defaults.setValue(key, 2);
+        defaults.synchronize();
+        QVERIFY(contentsOf(_path).contains("newsFilter=2"));
+        QVERIFY(contentsOf(_path).contains("theirs=7"));
     }
 
     void destructionWritesWhatWasSet() {
