@@ -24,7 +24,6 @@ FileDescriptor newMemory() {
 }
 
 bool writeAll(int file, QByteArrayView content) {
-    const FileSizeSignal signal;
     while (!content.isEmpty()) {
         const ssize_t written = ::write(file, content.data(), static_cast<size_t>(content.size()));
         if (written < 0 && errno == EINTR)
@@ -52,6 +51,7 @@ FileDescriptor SharedMemory::create(qint64 bytes) {
 }
 
 FileDescriptor SharedMemory::createSealed(QByteArrayView content) {
+    const FileSizeSignal signal;
     FileDescriptor file = newMemory();
     if (!file.isValid() || !writeAll(file.get(), content) || !seal(file))
         return {};
@@ -59,6 +59,7 @@ FileDescriptor SharedMemory::createSealed(QByteArrayView content) {
 }
 
 SharedMemory::SealedText SharedMemory::createSealedText(QStringView text) {
+    const FileSizeSignal signal;
     SealedText result{newMemory()};
     if (!result.file.isValid())
         return {};

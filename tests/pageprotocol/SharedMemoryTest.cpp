@@ -3,10 +3,12 @@
 #include "TestMain.h"
 #include "pageprotocol/SharedMemory.h"
 
+#include <QScopeGuard>
 #include <QTest>
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace pelorinnews::test {
@@ -25,6 +27,7 @@ private Q_SLOTS:
     void nobodyChangesTheSize();
     void nobodyChangesASealedContent();
     void mapsNothingThatIsSmallerOrMayShrink();
+    void survivesTheLimitOfFileSizes();
 };
 
 void SharedMemoryTest::isSharedBetweenItsMappings() {
@@ -108,6 +111,19 @@ void SharedMemoryTest::mapsNothingThatIsSmallerOrMayShrink() {
     QVERIFY(!SharedMemory::map(open, 10'000, Access::Read));
     const FileDescriptor null(::open("/dev/null", O_RDWR | O_CLOEXEC));
     QVERIFY(!SharedMemory::map(null, 0, Access::Read));
+}
+
+// The signal that comes with it ends a process that does nothing about it, as this test does not.
+void SharedMemoryTest::survivesTheLimitOfFileSizes() {
+    rlimit before{};
+    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto restore = qScopeGuard([&before] { ::setrlimit(RLIMIT_FSIZE, &before); });
+    const rlimit small{100'000, before.rlim_max};
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    QVERIFY(SharedMemory::create(100'000).isValid());
+    QVERIFY(!SharedMemory::create(100'001).isValid());
+    QVERIFY(!SharedMemory::createSealed(QByteArray(100'001, 'x')).isValid());
+    QVERIFY(!SharedMemory::createSealedText(QString(100'001, QLatin1Char('x'))).file.isValid());
 }
 
 }  // namespace pelorinnews::test

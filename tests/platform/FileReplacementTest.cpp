@@ -68,6 +68,7 @@ private Q_SLOTS:
     void replacesNothingThatCameMeanwhile();
     void survivesTheLimitOfFileSizes_data();
     void survivesTheLimitOfFileSizes();
+    void leavesASignalOfTheHostsPending();
     void readsNoMoreThanAsked();
     void severalWritersLeaveOneWholeFile();
     void whatAKilledProcessLeftIsRemovedAnHourLater();
@@ -219,6 +220,22 @@ void FileReplacementTest::survivesTheLimitOfFileSizes() {
     }
     QCOMPARE(::setrlimit(RLIMIT_FSIZE, &before), 0);
     QCOMPARE(contents(path()), QByteArray("before"));
+}
+
+void FileReplacementTest::leavesASignalOfTheHostsPending() {
+    sigset_t signals{};
+    sigset_t before{};
+    ::sigemptyset(&signals);
+    ::sigaddset(&signals, SIGXFSZ);
+    QCOMPARE(::pthread_sigmask(SIG_BLOCK, &signals, &before), 0);
+    QCOMPARE(::raise(SIGXFSZ), 0);
+    QVERIFY(replace(path(), "contents"));
+    const timespec now{};
+    QCOMPARE(::sigtimedwait(&signals, nullptr, &now), SIGXFSZ);
+    QVERIFY(replace(path(), "contents"));
+    sigset_t blocked{};
+    QCOMPARE(::pthread_sigmask(SIG_SETMASK, &before, &blocked), 0);
+    QCOMPARE(::sigismember(&blocked, SIGXFSZ), 1);
 }
 
 void FileReplacementTest::readsNoMoreThanAsked() {
