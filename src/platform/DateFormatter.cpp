@@ -143,15 +143,14 @@ public:
     Icu(QString datePattern, icu::Locale dateLocale)
         : _pattern(std::move(datePattern)), _locale(std::move(dateLocale)) {}
 
-    /// A formatter with the same language, script and calendar, but without the region; null if
-    /// this one has no region.
+    /// A formatter for the same language and script in any region, in the calendar that is usual
+    /// for them; null if this one has no region.
     [[nodiscard]] std::unique_ptr<Icu> withoutRegion() const {
         if (*_locale.getCountry() == '\0')
             return nullptr;
         const icu::Locale whole = withLikelySubtags(_locale);
-        return std::make_unique<Icu>(
-            _pattern, withCalendar(icuLocale(whole.getLanguage(), whole.getScript(), {}),
-                                   calendarOf(_locale)));
+        return std::make_unique<Icu>(_pattern,
+                                     icuLocale(whole.getLanguage(), whole.getScript(), {}));
     }
 
     QDateTime read(std::string_view text) {

@@ -12,10 +12,11 @@ namespace pelorinnews {
 /// two, or 32 March, does not match.
 ///
 /// Day and month names are those of the formatter's locale, in its own calendar and digits.
-/// Fallback for a text that does not match: the names of the language and script without the
-/// region, since regional abbreviations change with every release of Unicode's locale data ("Sept"
-/// in most English regions, "Sep" in English). If the pattern has no time zone, dates are in the
-/// user's time zone.
+/// Fallback for a text that does not match: the names and the calendar of the language and script
+/// without the region. Regional abbreviations change with every release of Unicode's locale data
+/// ("Sept" in most English regions, "Sep" in English), and a few regions have a calendar of their
+/// own (Saudi Arabia among those that read Arabic). If the pattern has no time zone, dates are in
+/// the user's time zone.
 ///
 /// Making a formatter costs nothing until the first date, which takes about 0.1 ms; later dates in
 /// the common form cost next to nothing. A formatter belongs to one thread at a time. It keeps the
