@@ -1,9 +1,13 @@
 #include "FeedCheckRun.h"
 #include "FeedServer.h"
+#include "FeedTemplate.h"
 #include "TestMain.h"
 
+#include <QBuffer>
 #include <QFile>
+#include <QImage>
 #include <QJsonArray>
+#include <QRandomGenerator>
 #include <QSet>
 #include <QTemporaryDir>
 
@@ -39,6 +43,24 @@ QByteArray page(const QByteArray &html) {
     return replaced("html", "<![CDATA[\n" + html + "]]>");
 }
 
+/// A PNG: noise up to 1000 pixels wide, else black.
+QByteArray picture(int width, int height) {
+    QImage image(width, height, width > 1000 ? QImage::Format_Mono : QImage::Format_RGB32);
+    image.fill(0);
+    QRandomGenerator noise(1);
+    for (int y = 0; y < height && width <= 1000; ++y) {
+        for (int x = 0; x < width; ++x)
+            image.setPixel(x, y, noise.generate());
+    }
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    return buffer.open(QBuffer::WriteOnly) && image.save(&buffer, "png") ? bytes : QByteArray();
+}
+
+QByteArray embedded(const QByteArray &picture) {
+    return "data:image/png;base64," + picture.toBase64();
+}
+
 QByteArray dated(const QByteArray &date) {
     return replaced(daysAgo(1), date);
 }
@@ -61,6 +83,7 @@ QList<Case> documentCases() {
         {"nothing", "", {"1 document-empty"}, {}},
         {"blanks", " \n\n", {"1 document-empty"}, {}},
         {"UTF-16", QByteArray("\xff\xfe<\0r\0>\0", 8), {"1 document-utf-16"}, {}},
+        {"UTF-32", QByteArray("\xff\xfe\0\0<\0\0\0", 8), {"1 document-utf-16"}, {}},
         {"UTF-16 without a mark", QByteArray("\0<\0r\0>", 6), {"1 document-utf-16"}, {}},
         {"bytes", feed("\n" + item("\xff")), {"4 document-not-utf-8"}, {}},
         {"a saved reply",
@@ -78,6 +101,14 @@ QList<Case> documentCases() {
         {"a blank first line",
          "\n<?xml version='1.0'?>" + feed(item("a")),
          {"2 declaration-late"},
+         {}},
+        {"a message before the declaration",
+         "<br />\n<b>Warning</b>: x\n<?xml version='1.0'?>" + feed(item("a")),
+         {"1 declaration-late"},
+         {}},
+        {"a document that is cut off",
+         feed("\n" + item("a") + "\n<x").chopped(20),
+         {"5 xml-broken"},
          {}},
         {"another encoding",
          "<?xml version='1.0' encoding='latin1'?>" + feed(item("a")),
@@ -185,6 +216,10 @@ QList<Case> feedCases() {
          replaced("<item>", "<item><content:encoded>x</content:encoded>"),
          {"4 content-encoded"},
          {}},
+        {"the same with another prefix",
+         replaced("<item>", "<item><encoded xmlns='http://purl.org/x'>x</encoded>"),
+         {"4 content-encoded"},
+         {}},
         {"tags", replaced("html", "<p>a</p>"), {"4 markup-outside-cdata"}, {}},
         {"text before a section of several lines",
          replaced("html", "lost\n<![CDATA[one\ntwo\nthree]]>"),
@@ -210,6 +245,10 @@ QList<Case> itemCases() {
          replaced("text", "https://www.olvane.example/comments"),
          {"4 comments-address"},
          {}},
+        {"an address without a scheme",
+         replaced("text</comments>", "www.olvane.example</comments>"),
+         {"4 comments-address"},
+         {}},
         {"HTML in the plain text", replaced("text", "&lt;p&gt;a"), {"4 comments-html"}, {}},
         {"no category",
          replaced("<category>mac pelorin</category>", ""),
@@ -229,12 +268,24 @@ QList<Case> itemCases() {
          {"4 date-region"},
          {},
          "LC_ALL=en_GB.UTF-8"},
+        {"the same for an editor whose region does not know it",
+         dated("Tue, 01 Sept 2015 10:00:00 GMT"),
+         {"4 date-region"},
+         {},
+         "LC_ALL=C"},
         {"the same for one reader",
          dated("Tue, 01 Sept 2015 10:00:00 GMT"),
          {},
          {"--locale=en_GB"}},
         {"tomorrow", feed(item("a", -1)), {"3 date-future"}, {}},
         {"two digits", dated("Mon, 02 Mar 15 10:00:00 GMT"), {"4 date-year"}, {}},
+        {"long ago", dated("Mon, 02 Mar 1981 10:00:00 GMT"), {"4 date-year"}, {}},
+        {"two scripts",
+         feed("\n" + item("a", 1).replace(daysAgo(1), "周一, 02 3月 2015 10:00:00 GMT") +
+                  item("b", 2).replace(daysAgo(2), "周日, 01 3月 2015 10:00:00 GMT"),
+              "<language>zh</language>"),
+         {"4 date-script"},
+         {}},
         {"wrong weekday", dated("Tue, 02 Mar 2015 10:00:00 GMT"), {"4 date-weekday"}, {}},
         {"a weekday that is right where the date was written",
          dated("Mon, 02 Mar 2015 23:30:00 -0800"),
@@ -253,8 +304,10 @@ QList<Case> itemCases() {
 }
 
 QList<Case> pageCases() {
-    const QByteArray pixel = "data:image/png;base64,iVBORw0KGgo=";
-    const QByteArray large = "data:image/png;base64," + QByteArray(400'000, 'A');
+    const QByteArray pixel = embedded(picture(1, 1));
+    // Noise cannot be compressed.
+    const QByteArray large = embedded(picture(400, 400));
+    const QByteArray vast = embedded(picture(8000, 8000));
     const QByteArray longPage = QByteArray("<p>one two three</p>\n").repeated(60'000);
     return {
         {"no page", replaced("<description>html</description>", ""), {"4 description-missing"}, {}},
@@ -262,10 +315,23 @@ QList<Case> pageCases() {
          replaced("html", "\n&amp;lt;p class='x'&amp;gt;a"),
          {"5 html-escaped"},
          {}},
-        {"HTML that shows HTML", page("<code>&lt;p&gt;</code>"), {}, {}},
-        {"relative link",
-         page("<p>a\n<a href='a.html'>x</a><a href='#b'>"),
-         {"6 link-relative"},
+        {"a reference escaped twice", page("<p>a\nb&amp;nbsp;c</p>"), {"6 html-escaped"}, {}},
+        {"HTML that shows HTML",
+         page("<code>&lt;p&gt;&amp;nbsp;</code><p>a &lt;b&gt; &amp; c; d&amp;e=f</p>"),
+         {},
+         {}},
+        {"relative links, one of them twice",
+         page("<p>a\n<a href='a.html'>x</a><a href='#b'>y</a><a href='a.html'>z</a>"),
+         {"6 link-relative", "6 link-relative"},
+         {}},
+        {"empty link", page("<a href=''>x</a>"), {"5 link-relative"}, {}},
+        {"relative link in a drawing",
+         page("<svg><a xlink:href='a.html'>x</a></svg>"),
+         {"5 link-relative"},
+         {}},
+        {"relative link with a base",
+         page("<base href='https://h/'><a href='a.html'>x</a>"),
+         {"5 link-relative"},
          {}},
         {"link without a host", page("<a href='http:a.html'>x</a>"), {"5 link-relative"}, {}},
         {"link to a file", page("<a href='file:///a'>x</a>"), {"5 link-local"}, {}},
@@ -275,11 +341,66 @@ QList<Case> pageCases() {
          {},
          {}},
         {"relative picture", page("<p>\n\n<img src='a.png' alt='a'>"), {"7 picture-relative"}, {}},
+        {"relative picture with a base",
+         page("<base href='https://h/'><img src='a.png' alt='a'>"),
+         {"5 picture-relative"},
+         {}},
+        {"picture without an address", page("<img alt='a'>"), {"5 picture-relative"}, {}},
+        {"picture for densities only",
+         page("<img srcset='https://h/a.png 1x, https://h/b.png 2x' alt='a'>"),
+         {"5 picture-relative"},
+         {}},
+        {"relative pictures for densities",
+         page("<img src='https://h/a.png' srcset='a.png, b.png 2x' alt='a'>"),
+         {"5 picture-relative", "5 picture-relative"},
+         {}},
+        {"relative background",
+         page("<table background='a.png'></table>"),
+         {"5 picture-relative"},
+         {}},
+        {"relative picture in a drawing",
+         page("<svg><image href='a.png'/></svg>"),
+         {"5 picture-relative"},
+         {}},
+        {"relative picture in a style",
+         page("<p style='background: url(&quot;a.png&quot;)'>a</p>"),
+         {"5 picture-relative"},
+         {}},
+        {"a file in a style sheet",
+         page("<style>\np { background: url( file:///a.png ) } /* url(b.png) */\n</style>"),
+         {"5 picture-local"},
+         {}},
+        {"pictures of the web and of the page in a style sheet",
+         page("<style>p { background: url('https://h/a.png'); mask: url(#a) } q { background: "
+              "url(data:image/png;base64,AAAA) }</style>"),
+         {},
+         {}},
+        {"style sheet on the web",
+         page("<link rel='StyleSheet' href='https://h/a.css'>"),
+         {"5 page-style-sheet"},
+         {}},
+        {"imported style sheets",
+         page("<style>@import 'a.css'; @import url(b.css);</style>"),
+         {"5 page-style-sheet", "5 page-style-sheet"},
+         {}},
+        {"an icon", page("<link rel='icon' href='https://h/a.png'>"), {}, {}},
         {"file", page("<img src='file:///a.png' alt='a'>"), {"5 picture-local"}, {}},
         {"no alternative", page("<img src='https://h/a.png'>"), {"5 picture-alternative"}, {}},
         {"picture on the web", page("<img src='https://h/a.png' alt='a'>"), {}, {}},
         {"embedded picture", page("<img src='" + pixel + "'>"), {}, {}},
         {"large picture", page("<img src='" + large + "'>"), {"5 picture-large"}, {}},
+        {"broken picture",
+         page("<img src='" + embedded("\x89PNG\r\n\x1a\n") + "'>"),
+         {"5 picture-unshown"},
+         {}},
+        {"picture that is cut off",
+         page("<img src='" + embedded(picture(20, 20).chopped(60)) + "'>"),
+         {"5 picture-unshown"},
+         {}},
+        {"picture with too many pixels",
+         page("<img src='" + vast + "'>"),
+         {"5 picture-unshown"},
+         {}},
         {"SVG", page("<img src='data:image/svg+xml,x'>"), {"5 picture-unshown"}, {}},
         {"text as a picture", page("<img src='data:text/plain,x'>"), {"5 picture-unshown"}, {}},
         {"script", page("<script>if (a < b) '</p>'</script>"), {"5 page-script"}, {}},
@@ -351,6 +472,16 @@ private Q_SLOTS:
         QVERIFY(server.start());
         QCOMPARE(namesIn(check({"--json", server.feedAddress()})), QStringList{"0 http-status"});
         QVERIFY(check({server.feedAddress()}).output.contains("HTTP status 503"));
+        reply.status = 204;
+        server.setReply(reply);
+        QCOMPARE(namesIn(check({"--json", server.feedAddress()})), QStringList{"1 document-empty"});
+        QVERIFY(check({server.feedAddress()}).output.contains("HTTP status 204"));
+    }
+
+    void anAddressThatThePanelDoesNotReadIsNamed() {
+        const Outcome outcome = check({"ftp://127.0.0.1/feed.xml"});
+        QCOMPARE(outcome.exitCode, 1);
+        QVERIFY2(outcome.output.contains("http: and https:"), outcome.output.constData());
     }
 
     void everyPossibleFindingHasACase() {
@@ -413,7 +544,25 @@ private Q_SLOTS:
         row("en", "02 Mar 2015 10:00:00 GMT", "Mon, 02 Mar 2015 10:00:00 GMT");
         row("en", "Monday, 2 March 2015 10:00:00 GMT", "Mon, 02 Mar 2015 10:00:00 GMT");
         row("en", "2 Mar 15 10:00:00 GMT", "Mon, 02 Mar 2015 10:00:00 GMT");
-        row("en", "lundi 2 mars 2015", "dates look like \"Mon, 02 Mar 2015 10:00:00 GMT");
+        row("en", "lundi 2 mars 2015", "Mon, 02 Mar 2015 00:00:00 GMT");
+        row("en", "March 2, 2015 10:30:00 GMT", "Mon, 02 Mar 2015 10:30:00 GMT");
+        row("en", "Mon, 2 Mar 2015 10:30 PM", "Mon, 02 Mar 2015 22:30:00 GMT");
+        row("en", "2 Mar 2015 12:05 a.m. EST", "Mon, 02 Mar 2015 05:05:00 GMT");
+        row("en", "Mon, 2 Mar 2015 10:00:00 CEST", "Mon, 02 Mar 2015 08:00:00 GMT");
+        row("en", "2015-03-02 10:00:00 +0100", "Mon, 02 Mar 2015 09:00:00 GMT");
+        row("en", "2015-03-02T10:00:00.123Z", "Mon, 02 Mar 2015 10:00:00 GMT");
+        row("en", "Mon Mar 02 2015 10:00:00 GMT+0100 (Central European Standard Time)",
+            "Mon, 02 Mar 2015 09:00:00 GMT");
+        row("en", "Mon Mar  2 10:00:00 2015", "Mon, 02 Mar 2015 10:00:00 GMT");
+        row("en", "Monday, 02-Mar-15 10:00:00 GMT", "Mon, 02 Mar 2015 10:00:00 GMT");
+        row("en", "2015年3月2日 10:00", "Mon, 02 Mar 2015 10:00:00 GMT");
+        for (const char *const unclear :
+             {"Mon, 2 Mar 2015 25:10:00 GMT", "Mon, 2 Mar 2015 10:61:00 GMT",
+              "Mon, 2 Mar 2015 10:00:00 XYZ", "Mon, 2 Mar 2015 10:00:00 +9900",
+              "Mon, 2 Mar 2015 13:00 PM", "Mon, 2 Mar 2015 at noon", "03/02/2015", "02-03-15",
+              "Mon, 32 Mar 2015 10:00:00 GMT", "soon", ""})
+            row("en", unclear, "dates look like \"Mon, 02 Mar 2015 10:00:00 GMT");
+        row("en", "the day before", "dates look like \"Mon, 02 Mar 2015 10:00:00 GMT");
         row("de", "Mon, 02 Mar 2015 10:00:00 GMT", "Mo., 02 Mär 2015 10:00:00 GMT");
         row("fr", "Mon, 02 Feb 2015 10:00:00 GMT", "lun., 02 févr. 2015 10:00:00 UTC");
         row("ja", "2015-03-02T10:00:00Z", "月, 02 3月 2015 10:00:00 GMT");
@@ -432,6 +581,54 @@ private Q_SLOTS:
         QVERIFY2(text.contains(advice + u'"'), qPrintable(text));
         if (!advice.contains(u'"'))
             QCOMPARE(namesIn(check({"--json", "-"}, withDate(advice.toUtf8()))), QStringList());
+    }
+
+    void aDateAsItsLanguageSpellsItIsRight_data() {
+        QTest::addColumn<QByteArray>("language");
+        for (const char *const language :
+             {"en", "de",    "fr",    "es", "it", "pt-BR", "nl",    "pl",      "cs",
+              "ru", "ja",    "ko",    "ar", "da", "fi",    "bg",    "ro",      "hi",
+              "sv", "tr",    "uk",    "fa", "th", "he",    "el",    "hu",      "vi",
+              "pt", "zh-CN", "zh-TW", "nb", "ca", "sr-RS", "en-GB", "sr-Latn", "ar-SA"})
+            QTest::newRow(language) << QByteArray(language);
+    }
+    void aDateAsItsLanguageSpellsItIsRight() {
+        QFETCH(const QByteArray, language);
+        QByteArray items;
+        for (int month = 1; month <= 12; ++month) {
+            const QDateTime date(QDate(2015, month, month), QTime(10, 0), Qt::UTC);
+            const QString spelled =
+                FeedTemplate::publicationDate(date, QString::fromLatin1(language));
+            items.prepend(item(QByteArray::number(month)).replace(daysAgo(1), spelled.toUtf8()));
+        }
+        const QByteArray whole = feed(items, "<language>" + language + "</language>");
+        for (const char *const environment :
+             {"LC_ALL=en_US.UTF-8", "LC_ALL=ar_SA.UTF-8", "LC_ALL=C"}) {
+            const Outcome outcome = check({"--strict", "--json", "-"}, whole, environment);
+            QVERIFY2(namesIn(outcome).isEmpty(), outcome.output.constData());
+            QCOMPARE(outcome.exitCode, 0);
+        }
+    }
+
+    void anExplanationIsThatOfTheGuide() {
+        const Outcome outcome = check({"--explain", "link-unread"});
+        QCOMPARE(outcome.exitCode, 0);
+        QVERIFY2(outcome.output.startsWith("The item's <link> is ignored"),
+                 outcome.output.constData());
+        QVERIFY(outcome.output.endsWith(".\n") && !outcome.output.contains('`'));
+        const QStringList possible = possibleNames();
+        for (const QString &name : possible) {
+            const Outcome each = check({"--explain", name});
+            QCOMPARE(each.exitCode, 0);
+            QVERIFY2(each.output.size() > 20 && !each.output.contains("###") &&
+                         !each.output.contains("]("),
+                     each.output.constData());
+        }
+        for (const char *const name : {"", "date", "link-unread\n", "### link-unread"}) {
+            const Outcome none = check({"--explain", QString::fromLatin1(name)});
+            QCOMPARE(none.exitCode, 2);
+            QVERIFY(none.errors.contains("--list-findings"));
+        }
     }
 
     void aYearOfTwoDigitsIsSpelledInFull() {

@@ -408,7 +408,7 @@ private Q_SLOTS:
         row("no date", replaced("<pubDate>" + daysAgo(1) + "</pubDate>", ""),
             "4: item 1: no <pubDate>");
         row("unreadable date", replaced(daysAgo(1), "2015-03-02"),
-            "4: item 1: a user of en_US cannot read the date \"2015-03-02\"");
+            "4: item 1: a user of en cannot read the date \"2015-03-02\"");
         row("future date", feed(item("a", -3)), "3: item 1: dated in the future");
         row("no category", replaced("<category>mac pelorin</category>", ""),
             "4: item 1: no <category>");

@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSet>
 
 namespace {
@@ -95,6 +96,13 @@ private Q_SLOTS:
                  Names{folder + "../tools"});
         QCOMPARE(completions("feedcheck", {"--locale", "PO"}), Names{"POSIX"});
         QCOMPARE(completions("feedcheck", {"--locale", "=", "PO"}), Names{"POSIX"});
+    }
+
+    void namesOfFindingsAreOffered() {
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", PELORIN_APP_DIR "/bin:" + path);
+        const auto restore = qScopeGuard([&path] { qputenv("PATH", path); });
+        QCOMPARE(completions("feedcheck", {"--explain", "date-s"}), Names{"date-script"});
     }
 };
 

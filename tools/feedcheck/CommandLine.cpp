@@ -50,6 +50,10 @@ CommandLine::CommandLine(const QStringList &arguments) {
     const QCommandLineOption list(
         QStringLiteral("list-findings"),
         QStringLiteral("Lists the names of all possible findings, each with its severity."));
+    const QCommandLineOption explain(
+        QStringLiteral("explain"),
+        QStringLiteral("Explains the finding NAME, and what to do about it."),
+        QStringLiteral("NAME"));
     const QCommandLineOption locale(
         QStringLiteral("locale"),
         QStringLiteral("Reads dates, and asks for news, as a user of LOCALE would (\"de_DE\"). "
@@ -69,7 +73,8 @@ CommandLine::CommandLine(const QStringList &arguments) {
     const QCommandLineOption watch(
         QStringLiteral("watch"),
         QStringLiteral("Checks the file again whenever it changes, until it is interrupted."));
-    line.addOptions({help, version, json, strict, locale, list, pictures, pageSize, watch});
+    line.addOptions(
+        {help, version, json, strict, locale, list, explain, pictures, pageSize, watch});
     line.addPositionalArgument(
         QStringLiteral("FEED"),
         QStringLiteral("A file, \"-\" for standard input, or an http, https or file address. The "
@@ -87,6 +92,9 @@ CommandLine::CommandLine(const QStringList &arguments) {
         _wish = Wish::Version;
     else if (line.isSet(list))
         _wish = Wish::ListFindings;
+    else if (line.isSet(explain))
+        _wish = Wish::Explain;
+    _finding = line.value(explain);
     if (_wish != Wish::Check)
         return;
     const QStringList feeds = line.positionalArguments();

@@ -11,7 +11,7 @@ namespace pelorinnews {
 /// The program's command line.
 class CommandLine {
 public:
-    enum class Wish { Check, Help, Version, ListFindings };
+    enum class Wish { Check, Help, Version, ListFindings, Explain };
 
     explicit CommandLine(const QStringList &arguments);
 
@@ -20,6 +20,8 @@ public:
 
     [[nodiscard]] Wish wish() const { return _wish; }
     [[nodiscard]] const QString &help() const { return _help; }
+    /// The name of the finding to explain; null unless that is the wish.
+    [[nodiscard]] const QString &finding() const { return _finding; }
     [[nodiscard]] const QString &feed() const { return _feed; }
     [[nodiscard]] bool json() const { return _json; }
     [[nodiscard]] bool strict() const { return _strict; }
@@ -36,6 +38,7 @@ public:
 private:
     QString _mistake;
     QString _help;
+    QString _finding;
     QString _feed;
     QString _pictures;
     std::optional<QString> _locale;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DateGuess.h"
 #include "FeedInspector.h"
 #include "Finding.h"
 #include "feed/OlvNewsCacheItem.h"
@@ -9,14 +10,13 @@
 #include <QStringList>
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <vector>
 
 namespace pelorinnews {
 
-/// Judges the publication dates of a feed, as the panel's own formatter reads them for a reader of
-/// `locale`, and for the readers of other regions.
+/// Judges the publication dates of one feed, as the panel's own formatter reads them for a reader
+/// of `locale`, and for the readers of other regions.
 class DateJudge {
 public:
     /// `otherReaders` are the language tags, with a region, of further users whom the feed reaches.
@@ -31,25 +31,34 @@ private:
         QString locale;
         std::unique_ptr<DateFormatter> formatter;
     };
+    /// Who of the others reads a date. `reader` is one who does; null if nobody does.
+    struct Readers {
+        QStringList strangers;
+        const Reader *reader = nullptr;
+    };
+    using Note = std::function<void(FindingKind, const QString &)>;
 
-    [[nodiscard]] DateFormatter &formatter(const QString &pattern, const QString &locale);
     [[nodiscard]] QDateTime guess(const QString &text);
-    [[nodiscard]] QDateTime guessByPatterns(const QString &text);
+    [[nodiscard]] QString spelled(const QDateTime &date);
     [[nodiscard]] QString advice(const QDateTime &date);
-    [[nodiscard]] QDateTime withoutZone(const QString &pattern, const QString &text);
-    [[nodiscard]] const QStringList &whoCannotRead(const QString &text);
-    void judgeReadable(const QDateTime &date, const QString &text,
-                       const std::function<void(FindingKind, const QString &)> &add);
+    [[nodiscard]] Readers readersOf(const QString &text);
+    [[nodiscard]] QDateTime asOthersRead(const QString &text);
+    void judgeReadable(const QDateTime &date, const QString &text, const Note &add);
+    void judgeYear(const QDateTime &date, const QString &text, const Note &add);
+    void judgeWeekday(const QDateTime &date, const QString &text, const Note &add);
+    void judgeReaders(const QDateTime &date, const QString &text, const Note &add);
 
     QString _locale;
     std::vector<Reader> _others;
-    /// The formatters for guesses, by pattern and locale.
-    std::map<std::pair<QString, QString>, std::unique_ptr<DateFormatter>> _formatters;
-    /// The pattern and the locale of the last successful guess: the next date probably has them.
-    std::pair<QString, QString> _lastGuess;
+    DateFormatter _panels;
+    DateFormatter _weekdays;
+    DateFormatter _days;
+    DateGuess _guess;
     int _failedGuesses = 0;
-    /// Who cannot read a date, by its text without its digits.
-    QHash<QString, QStringList> _unreadableBy;
+    /// Who reads a date, by its text without its digits.
+    QHash<QString, Readers> _readers;
+    int _unreadable = 0;
+    bool _scriptNoted = false;
 };
 
 }  // namespace pelorinnews

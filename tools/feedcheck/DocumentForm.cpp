@@ -10,9 +10,20 @@ namespace pelorinnews {
 
 namespace {
 
+using namespace std::string_view_literals;
+
+std::string_view bytesOf(const QByteArray &body) {
+    return {body.constData(), static_cast<std::size_t>(body.size())};
+}
+
+bool isUtf32(const QByteArray &body) {
+    const std::string_view bytes = bytesOf(body);
+    return bytes.starts_with("\xFF\xFE\0\0"sv) || bytes.starts_with("\0\0\xFE\xFF"sv) ||
+           bytes.starts_with("<\0\0\0"sv) || bytes.starts_with("\0\0\0<"sv);
+}
+
 bool isUtf16(const QByteArray &body) {
-    using namespace std::string_view_literals;
-    const std::string_view bytes(body.constData(), static_cast<std::size_t>(body.size()));
+    const std::string_view bytes = bytesOf(body);
     return bytes.starts_with("\xFF\xFE"sv) || bytes.starts_with("\xFE\xFF"sv) ||
            bytes.starts_with("<\0"sv) || bytes.starts_with("\0<"sv);
 }
@@ -39,6 +50,19 @@ bool startsWith(const QString &text, const char *beginning) {
     return text.startsWith(QLatin1String(beginning), Qt::CaseInsensitive);
 }
 
+/// Words before the XML declaration, as a generator prints them that reports a problem of its own.
+std::optional<Finding> beforeDeclaration(const QString &text) {
+    const qsizetype declaration = text.indexOf(QLatin1String("<?xml"));
+    if (declaration <= 0)
+        return std::nullopt;
+    static const QRegularExpression tag(QStringLiteral("<[^>]*>"));
+    const QString words = text.first(declaration).remove(tag).simplified();
+    return Finding{FindingKind::DeclarationLate, 1,
+                   QStringLiteral("something stands before the declaration <?xml …?>, and the "
+                                  "panel takes nothing of this feed: \"%1\"")
+                       .arg(forOneLine(words))};
+}
+
 /// `name` without its namespace prefix.
 std::string_view localName(std::string_view name) {
     const std::size_t colon = name.find(':');
@@ -51,6 +75,9 @@ std::optional<Finding> otherThanXml(const QByteArray &body) {
     const auto found = [](FindingKind kind, const char *text, qint64 line = 1) {
         return Finding{kind, line, QLatin1String(text)};
     };
+    if (isUtf32(body))
+        return found(FindingKind::DocumentUtf16,
+                     "the document is UTF-32: the panel takes nothing of it; save it as UTF-8");
     if (isUtf16(body))
         return found(FindingKind::DocumentUtf16,
                      "the document is UTF-16: the panel takes nothing of it; save it as UTF-8");
@@ -68,12 +95,12 @@ std::optional<Finding> otherThanXml(const QByteArray &body) {
                      "the document begins with the head of an HTTP reply: save the body alone");
     if (startsWith(text, "<!DOCTYPE html") || startsWith(text, "<html"))
         return found(FindingKind::DocumentHtml,
-                     "this is a web page, not a feed: is the address that of the feed, and does "
-                     "the service report an error in a page of its own?");
+                     "this is a web page, not a feed: either the address is not the feed's, or the "
+                     "service reports an error in a page of its own");
     if (startsWith(text, "{") || startsWith(text, "["))
         return found(FindingKind::DocumentJson,
                      "this is JSON: the panel reads RSS only; publish the news as RSS");
-    return std::nullopt;
+    return beforeDeclaration(text);
 }
 
 std::optional<Finding> otherFeedFormat(const FeedInspector &inspector) {

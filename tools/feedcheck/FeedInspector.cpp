@@ -241,10 +241,10 @@ void FeedInspector::noteStrayText(std::string_view text) {
 }
 
 void FeedInspector::noteUnread(std::string_view name) {
-    if (name == "content:encoded" && _item) {
+    // With any prefix, or with none.
+    if (name.substr(name.rfind(':') + 1) == "encoded" && _item) {
         note(FindingKind::ContentEncoded,
-             QStringLiteral("<content:encoded> is not read: write the whole page into "
-                            "<description>"));
+             tag(name) + QStringLiteral(" is not read: write the whole page into <description>"));
         return;
     }
     const auto *const known =

@@ -121,8 +121,15 @@ std::vector<Finding> judgeFeed(const FeedSource &source, const QString &text,
                                const FeedReader &reader) {
     if (!source.body)
         return {judgeSource(source.error.value_or(Error()))};
-    if (const std::optional<Finding> other = otherThanXml(*source.body))
+    if (std::optional<Finding> other = otherThanXml(*source.body)) {
+        constexpr int usual = 200;
+        if (other->kind == FindingKind::DocumentEmpty && source.status > usual)
+            other->text += QStringLiteral(
+                               "; the service answers with the HTTP status %1 instead of "
+                               "200 and the whole feed")
+                               .arg(source.status);
         return {*other};
+    }
 
     const FeedInspector inspector(text);
     std::vector<Finding> findings = inspector.findings();

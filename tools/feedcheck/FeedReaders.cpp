@@ -29,6 +29,22 @@ Locale partsOf(const icu::Locale &locale) {
             QString::fromLatin1(locale.getCountry())};
 }
 
+/// The script in which users of this language in this region write unless they say otherwise.
+QString usualScript(const Locale &locale) {
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Locale likely(locale.language.toLatin1().constData(),
+                       locale.region.toLatin1().constData());
+    likely.addLikelySubtags(status);
+    return QString::fromLatin1(likely.getScript());
+}
+
+/// Whether the user's language `tag` is `feedLanguage`, or that with a script or region. The panel
+/// compares only beginnings, but no service sends "da" to those who ask for "dav".
+bool isAskedFor(const QString &tag, const QString &feedLanguage) {
+    return matches(tag, feedLanguage) &&
+           (tag.size() == feedLanguage.size() || tag[feedLanguage.size()] == u'-');
+}
+
 /// All locales of Unicode's data.
 const QList<Locale> &allLocales() {
     static const QList<Locale> all = [] {
@@ -136,11 +152,16 @@ QString suggestedLanguage(const QString &feedLanguage) {
 QStringList languagesReached(const QString &feedLanguage) {
     QStringList reached;
     for (const Locale &locale : allLocales()) {
-        // Groups of countries are nobody's region.
-        if (locale.region.size() != 2)
+        // Groups of countries are nobody's region. Hindi in Latin letters is in the data, but no
+        // desktop has it.
+        const bool isDesktops =
+            locale.region.size() == 2 && !(locale.language == u"hi" && locale.script == u"Latn");
+        if (!isDesktops)
             continue;
         const QString tag = locale.tag(true, true);
-        if (matches(tag, feedLanguage) || matches(locale.tag(false, true), feedLanguage))
+        const bool isUsual = locale.script.isEmpty() || locale.script == usualScript(locale);
+        if (isAskedFor(tag, feedLanguage) ||
+            (isUsual && isAskedFor(locale.tag(false, true), feedLanguage)))
             reached.append(tag);
     }
     reached.removeDuplicates();

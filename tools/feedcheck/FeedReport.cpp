@@ -110,8 +110,8 @@ QString findingRows(const std::vector<Finding> &findings, const TerminalColors &
     if (findings.size() > static_cast<std::size_t>(maxRows))
         rows += line(QStringLiteral("  … and %1 more; --json lists them all")
                          .arg(findings.size() - static_cast<std::size_t>(maxRows)));
-    return rows + line(colors.faint(QStringLiteral("docs/feedcheck.md explains each name in "
-                                                   "brackets.")));
+    return rows + line(colors.faint(QStringLiteral("\"pelorin-feedcheck --explain NAME\" explains "
+                                                   "a name in brackets.")));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "network/UrlLoader.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QUrl>
 
 #include <cstdio>
@@ -18,6 +19,12 @@ namespace {
 
 Error fileError(QFileDevice::FileError code, const QString &reason) {
     return {QStringLiteral("QFileDevice"), code, {{Error::localizedDescriptionKey(), reason}}};
+}
+
+/// Whether `argument` is an address of a kind that the panel does not read, such as "ftp://h/".
+bool isOtherAddress(const QString &argument) {
+    static const QRegularExpression form(QStringLiteral("^[A-Za-z][A-Za-z0-9+.-]*://"));
+    return form.match(argument).hasMatch();
 }
 
 bool isAddress(const QString &argument) {
@@ -51,7 +58,7 @@ void readDevice(QFile &file, FeedSource &source) {
 }
 
 FeedSource readStandardInput() {
-    FeedSource source{QStringLiteral("standard input"), {}, {}};
+    FeedSource source{QStringLiteral("standard input"), {}, 0, {}};
     QFile file;
     if (file.open(stdin, QIODevice::ReadOnly))
         readDevice(file, source);
@@ -61,7 +68,7 @@ FeedSource readStandardInput() {
 }
 
 FeedSource readFile(const QString &path) {
-    FeedSource source{path, {}, {}};
+    FeedSource source{path, {}, 0, {}};
     QFile file(path);
     if (file.open(QIODevice::ReadOnly))
         readDevice(file, source);
@@ -75,7 +82,7 @@ FeedSource fetch(const QString &argument, const QString &language) {
         argument.contains(QLatin1Char('?'))
             ? argument
             : FeedDownload::address(argument, language, QStringLiteral("standard"));
-    FeedSource source{address, {}, {}};
+    FeedSource source{address, {}, 0, {}};
     // Shared with the completion callback, which may still be inside the call that wakes this
     // thread.
     const auto fetched = std::make_shared<std::promise<void>>();
@@ -84,6 +91,7 @@ FeedSource fetch(const QString &argument, const QString &language) {
         [&source, fetched](const std::optional<UrlResponse> &response,
                            std::optional<QByteArray> data,
                            const std::optional<Error> &connectionError) {
+            source.status = response ? response->statusCode.value_or(0) : 0;
             source.error = FeedDownload::downloadError(response, data, connectionError);
             if (!source.error)
                 source.body = std::move(data);
@@ -102,7 +110,13 @@ bool isFile(const QString &argument) {
 FeedSource readFeed(const QString &argument, const QString &language) {
     if (argument == u"-")
         return readStandardInput();
-    return isAddress(argument) ? fetch(argument, language) : readFile(argument);
+    if (isAddress(argument))
+        return fetch(argument, language);
+    FeedSource source = readFile(argument);
+    if (source.error && isOtherAddress(argument))
+        source.error = fileError(QFileDevice::OpenError,
+                                 QStringLiteral("The panel reads http: and https: addresses only"));
+    return source;
 }
 
 }  // namespace pelorinnews

@@ -14,6 +14,8 @@ namespace pelorinnews {
 struct FeedSource {
     QString name;
     std::optional<QByteArray> body;
+    /// The HTTP status of the answer; 0 if there is none.
+    int status = 0;
     std::optional<Error> error;
 };
 
@@ -25,7 +27,8 @@ struct FeedSource {
 /// - "-" is standard input;
 /// - a text that begins with http://, https:// or file: is an address, fetched as the panel does,
 ///   by the same loader and with the same failures. Without a query it is a base address: the
-///   panel's own query for a user of `language` is added, unless it ends in ".xml";
+///   panel's own query for a user of `language` is added, unless it ends in ".xml"; an address
+///   with another scheme and "://" cannot be read;
 /// - anything else is the path of a file.
 ///
 /// Needs an application object.

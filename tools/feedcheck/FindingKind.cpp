@@ -65,6 +65,7 @@ constexpr std::array rows = {
     Row{FindingKind::DateMissing, QLatin1String("date-missing"), error},
     Row{FindingKind::DateUnreadable, QLatin1String("date-unreadable"), error},
     Row{FindingKind::DateRegion, QLatin1String("date-region"), error},
+    Row{FindingKind::DateScript, QLatin1String("date-script"), error},
     Row{FindingKind::DateFuture, QLatin1String("date-future"), warning},
     Row{FindingKind::DateYear, QLatin1String("date-year"), warning},
     Row{FindingKind::DateWeekday, QLatin1String("date-weekday"), warning},
@@ -84,6 +85,7 @@ constexpr std::array rows = {
     Row{FindingKind::PageForm, QLatin1String("page-form"), warning},
     Row{FindingKind::PagePlugin, QLatin1String("page-plugin"), error},
     Row{FindingKind::PageRefresh, QLatin1String("page-refresh"), warning},
+    Row{FindingKind::PageStyleSheet, QLatin1String("page-style-sheet"), warning},
     Row{FindingKind::PageLong, QLatin1String("page-long"), warning},
 };
 

@@ -54,6 +54,7 @@ enum class FindingKind {
     DateMissing,
     DateUnreadable,
     DateRegion,
+    DateScript,
     DateFuture,
     DateYear,
     DateWeekday,
@@ -73,6 +74,7 @@ enum class FindingKind {
     PageForm,
     PagePlugin,
     PageRefresh,
+    PageStyleSheet,
     PageLong,
 };
 

@@ -49,7 +49,7 @@ void ItemJudge::judgeTexts(const OlvNewsCacheItem &item, const InspectedItem &in
 
 void ItemJudge::judgeComments(const QString &comments, qint64 line) {
     static const QRegularExpression address(
-        QStringLiteral("^\\s*[A-Za-z][A-Za-z0-9+.-]*://\\S+\\s*$"));
+        QStringLiteral("^\\s*([A-Za-z][A-Za-z0-9+.-]*://|www\\.)\\S+\\s*$"));
     if (address.match(comments).hasMatch())
         note(FindingKind::CommentsAddress, line,
              QStringLiteral("screen readers speak the address \"%1\": <comments> holds the text of "

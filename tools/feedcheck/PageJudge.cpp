@@ -3,12 +3,17 @@
 #include "page/BoundedHtml.h"
 #include "page/HtmlAttributes.h"
 #include "page/HtmlReader.h"
+#include "page/PagePictures.h"
 
+#include <QHash>
+#include <QImageReader>
 #include <QRegularExpression>
+#include <QSet>
 #include <QUrl>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 
 namespace pelorinnews {
 
@@ -64,6 +69,43 @@ bool isRelative(const QString &address) {
     return scheme.isEmpty() || (isWeb(scheme) && QUrl(address).host().isEmpty());
 }
 
+/// An attribute, other than the `src` of `img`, with the address of a picture.
+struct PictureAttribute {
+    /// Null for any element.
+    const char *element;
+    const char *attribute;
+};
+constexpr std::array pictureAttributes = {
+    PictureAttribute{nullptr, "background"}, PictureAttribute{"image", "href"},
+    PictureAttribute{"image", "xlink:href"}, PictureAttribute{"video", "poster"},
+    PictureAttribute{"input", "src"},
+};
+
+/// Elements whose text shows HTML on purpose.
+constexpr std::array codeElements = {"code", "pre", "kbd", "samp", "tt", "xmp"};
+
+/// The value of the attribute, without character references; null if the attribute is absent.
+QString valueIn(const HtmlToken &token, const char *attribute) {
+    const auto found =
+        std::find_if(token.attributes.begin(), token.attributes.end(),
+                     [&](const auto &each) { return each.first == QLatin1String(attribute); });
+    if (found == token.attributes.end())
+        return {};
+    const QString value = withoutEntities(found->second).trimmed();
+    return value.isNull() ? QStringLiteral("") : value;
+}
+
+/// The addresses in the value of a `srcset`, each of which a width or a density may follow.
+QStringList candidatesIn(const QString &value) {
+    static const QRegularExpression candidate(
+        QStringLiteral("([^\\s,](?:\\S*[^\\s,])?)(?:,|\\s[^,]*(?:,|$)|$)"));
+    QStringList addresses;
+    for (auto found = candidate.globalMatch(value); found.hasNext();) {
+        addresses.append(found.next().captured(1));
+    }
+    return addresses;
+}
+
 /// Reads one page.
 class PageReading {
 public:
@@ -72,29 +114,55 @@ public:
 
     std::vector<Finding> run() {
         readBounds();
-        HtmlReader reader(_html);
         bool hasTags = false;
-        while (true) {
-            _position = reader.position();
-            const HtmlToken token = reader.next();
-            if (token.kind == HtmlToken::Kind::End)
-                break;
+        readTokens(_html, [&](const HtmlToken &token) {
             hasTags = hasTags || token.kind != HtmlToken::Kind::Text;
             if (token.kind == HtmlToken::Kind::StartTag)
                 readTag(token);
-        }
+            else if (token.kind == HtmlToken::Kind::Text)
+                readText(token.text);
+            countCode(token);
+            if (token.kind == HtmlToken::Kind::StartTag && token.name == u"svg")
+                readDrawing(token.text);
+        });
         if (!hasTags)
-            readEscapes();
+            readEscapedTags();
         return std::move(_findings);
     }
 
 private:
     void note(FindingKind kind, const QString &text) {
-        if (std::any_of(_findings.begin(), _findings.end(),
-                        [kind](const Finding &finding) { return finding.kind == kind; }))
+        // The line takes a time that grows with the page.
+        constexpr std::size_t maxFindings = 1000;
+        const QString key = nameOf(kind) + u' ' + text;
+        if (_findings.size() >= maxFindings || _noted.contains(key))
             return;
+        _noted.insert(key);
         const qint64 line = _element.textLines.lineAt(_position, _html);
         _findings.push_back({kind, line > 0 ? line : _element.line, text});
+    }
+
+    /// Calls `take` for each token of `html`, a part of the page.
+    template <class Take>
+    void readTokens(QStringView html, const Take &take) {
+        const qsizetype start = html.data() - QStringView(_html).data();
+        HtmlReader reader(html);
+        while (true) {
+            const qsizetype position = start + reader.position();
+            const HtmlToken token = reader.next();
+            if (token.kind == HtmlToken::Kind::End)
+                return;
+            _position = position;
+            take(token);
+        }
+    }
+
+    /// The content of a drawing, which the text renderer leaves out.
+    void readDrawing(QStringView svg) {
+        readTokens(svg, [this](const HtmlToken &token) {
+            if (token.kind == HtmlToken::Kind::StartTag)
+                readTag(token);
+        });
     }
 
     void readBounds() {
@@ -102,7 +170,8 @@ private:
             note(FindingKind::PageLong,
                  QStringLiteral("the page is so long or so complex that the text renderer shows "
                                 "only its beginning"));
-        _pictures = BoundedHtml::beginning(_html).pictures;
+        const QStringList named = BoundedHtml::beginning(_html).pictures;
+        _pictures = QSet<QString>(named.begin(), named.end());
     }
 
     void readTag(const HtmlToken &token) {
@@ -120,23 +189,38 @@ private:
             note(FindingKind::PageRefresh,
                  QStringLiteral("the text renderer does not follow <meta http-equiv=\"refresh\">, "
                                 "and the page leaves the item: show the content itself"));
-        if (token.name == u"a" || token.name == u"area")
-            readLink(token);
+        if (token.name == u"base")
+            _hasBase = _hasBase || isWeb(schemeOf(valueIn(token, "href")));
+        if (token.name == u"a" || token.name == u"area") {
+            readLink(valueIn(token, "href"));
+            readLink(valueIn(token, "xlink:href"));
+        }
         if (token.name == u"img")
             readPicture(token);
+        if (token.name == u"img" || token.name == u"source")
+            readCandidates(token);
+        for (const PictureAttribute &known : pictureAttributes) {
+            if (!known.element || token.name == QLatin1String(known.element))
+                readOtherPicture(valueIn(token, known.attribute));
+        }
+        if (token.name == u"link" &&
+            valueIn(token, "rel").contains(u"stylesheet", Qt::CaseInsensitive))
+            readStyleSheet(valueIn(token, "href"));
+        if (token.name == u"style")
+            readStyle(token.text.toString());
+        readStyle(valueIn(token, "style"));
     }
 
-    static QString addressIn(const HtmlToken &token, const char *attribute) {
-        const QString value = valueOf(token.attributes, QLatin1String(attribute));
-        return value.isNull() ? value : withoutEntities(value).trimmed();
-    }
-
-    void readLink(const HtmlToken &token) {
-        const QString address = addressIn(token, "href");
+    void readLink(const QString &address) {
         if (address.isNull())
             return;
         const QString scheme = schemeOf(address);
-        if (isRelative(address))
+        if (isRelative(address) && _hasBase)
+            note(FindingKind::LinkRelative,
+                 QStringLiteral("the link \"%1\" leads nowhere in the text renderer, which ignores "
+                                "<base>: write its address in full")
+                     .arg(forOneLine(address)));
+        else if (isRelative(address))
             note(FindingKind::LinkRelative,
                  QStringLiteral(
                      "the link \"%1\" leads nowhere: the panel has no address to complete "
@@ -150,27 +234,59 @@ private:
     }
 
     void readPicture(const HtmlToken &token) {
-        const QString address = addressIn(token, "src");
+        const QString address = valueIn(token, "src");
         const QString scheme = schemeOf(address);
         if (scheme == u"data") {
             readEmbeddedPicture(address);
             return;
         }
-        if (isRelative(address))
+        if (address.isEmpty())
             note(FindingKind::PictureRelative,
-                 QStringLiteral("the picture \"%1\" is never shown: write its address in full, or "
-                                "embed it as a data: address")
-                     .arg(forOneLine(address)));
-        else if (!isWeb(scheme))
-            note(FindingKind::PictureLocal,
-                 QStringLiteral("the picture \"%1\" is never shown: readers' computers do not have "
-                                "it; put it on the web, or embed it as a data: address")
-                     .arg(forOneLine(address)));
-        else if (valueOf(token.attributes, QLatin1String("alt")).isNull())
+                 valueIn(token, "srcset").isEmpty()
+                     ? QStringLiteral("a picture without an address is never shown: write the full "
+                                      "address into src, or embed the picture as a data: address")
+                     : QStringLiteral("the text renderer does not read srcset: write the address "
+                                      "of one picture into src, too"));
+        else if (!noteUnreachable(address) &&
+                 valueOf(token.attributes, QLatin1String("alt")).isNull())
             note(FindingKind::PictureAlternative,
                  QStringLiteral("the picture \"%1\" has no alt text, which is all that the text "
                                 "renderer shows of pictures on the web")
                      .arg(forOneLine(address)));
+    }
+
+    void readCandidates(const HtmlToken &token) {
+        const QStringList candidates = candidatesIn(valueIn(token, "srcset"));
+        for (const QString &address : candidates)
+            readOtherPicture(address);
+    }
+
+    /// A picture that only the web renderer shows.
+    void readOtherPicture(const QString &address) {
+        if (!address.isEmpty() && schemeOf(address) != u"data")
+            noteUnreachable(address);
+    }
+
+    /// Whether the picture at `address`, which is not embedded, never reaches a reader.
+    bool noteUnreachable(const QString &address) {
+        if (isRelative(address) && _hasBase)
+            note(FindingKind::PictureRelative,
+                 QStringLiteral("the picture \"%1\" relies on <base>: write its address in full, "
+                                "or embed it as a data: address")
+                     .arg(forOneLine(address)));
+        else if (isRelative(address))
+            note(FindingKind::PictureRelative,
+                 QStringLiteral("the picture \"%1\" is never shown: write its address in full, or "
+                                "embed it as a data: address")
+                     .arg(forOneLine(address)));
+        else if (!isWeb(schemeOf(address)))
+            note(FindingKind::PictureLocal,
+                 QStringLiteral("the picture \"%1\" is never shown: readers' computers do not have "
+                                "it; put it on the web, or embed it as a data: address")
+                     .arg(forOneLine(address)));
+        else
+            return false;
+        return true;
     }
 
     void readEmbeddedPicture(const QString &address) {
@@ -186,10 +302,96 @@ private:
                  QStringLiteral("the text renderer does not show the embedded picture \"%1\": use "
                                 "PNG, JPEG, GIF, BMP or WebP")
                      .arg(forOneLine(address)));
+        else if (!isDrawable(address))
+            note(FindingKind::PictureUnshown,
+                 QStringLiteral("the embedded picture \"%1\" is not shown: it is broken, or the "
+                                "pictures of this page have more than 32 million pixels")
+                     .arg(forOneLine(address)));
+    }
+
+    /// Whether the text renderer draws the embedded picture.
+    bool isDrawable(const QString &address) {
+        const auto known = _areDrawable.constFind(address);
+        if (known != _areDrawable.cend())
+            return *known;
+        const PagePicture picture = _reader.read(address);
+        // The reader for WebP is a package of its own, which this computer may lack.
+        static const bool readsWebP = QImageReader::supportedImageFormats().contains("webp");
+        const bool isDrawn = !picture.image.isNull() || (picture.format == "webp" && !readsWebP);
+        return *_areDrawable.insert(address, isDrawn);
+    }
+
+    void readStyleSheet(const QString &address) {
+        if (address.isEmpty())
+            return;
+        note(
+            FindingKind::PageStyleSheet,
+            (isWeb(schemeOf(address)) && !isRelative(address)) || _hasBase
+                ? QStringLiteral("the text renderer does not load the style sheet \"%1\", nor does "
+                                 "the other one offline: put its rules into a <style>")
+                      .arg(forOneLine(address))
+                : QStringLiteral("the style sheet \"%1\" is never loaded: put its rules into a "
+                                 "<style>")
+                      .arg(forOneLine(address)));
+    }
+
+    /// For the text of a style sheet or of a `style` attribute.
+    void readStyle(QString css) {
+        static const QRegularExpression comment(QStringLiteral("/\\*.*?\\*/"),
+                                                QRegularExpression::DotMatchesEverythingOption);
+        static const QRegularExpression address(
+            QStringLiteral(
+                "(@import\\s*)?(?:url\\(\\s*(?:\"([^\"]*)\"|'([^']*)'|([^\"')]*?))\\s*\\)"
+                "|(?<=@import)\\s*(?:\"([^\"]*)\"|'([^']*)'))"),
+            QRegularExpression::CaseInsensitiveOption);
+        if (!css.contains(u'(') && !css.contains(u'@'))
+            return;
+        css.remove(comment);
+        for (auto found = address.globalMatch(css); found.hasNext();) {
+            const QRegularExpressionMatch match = found.next();
+            const QString named = (match.captured(2) + match.captured(3) + match.captured(4) +
+                                   match.captured(5) + match.captured(6))
+                                      .trimmed();
+            const bool isImport =
+                !match.captured(1).isEmpty() || !(match.captured(5) + match.captured(6)).isEmpty();
+            if (isImport)
+                readStyleSheet(named);
+            else if (!named.startsWith(u'#'))
+                readOtherPicture(named);
+        }
+    }
+
+    void countCode(const HtmlToken &token) {
+        const auto *const known =
+            std::find_if(codeElements.begin(), codeElements.end(),
+                         [&](const char *name) { return token.name == QLatin1String(name); });
+        if (known == codeElements.end())
+            return;
+        if (token.kind == HtmlToken::Kind::StartTag)
+            ++_openCode;
+        else if (token.kind == HtmlToken::Kind::EndTag && _openCode > 0)
+            --_openCode;
+    }
+
+    /// For the text between two tags: character references that are escaped twice.
+    void readText(QStringView text) {
+        static const QRegularExpression escaped(QStringLiteral(
+            "&amp;(?:nbsp|amp|lt|gt|quot|apos|hellip|[lr][sd]quo|[mn]dash|szlig|copy|reg|euro"
+            "|[A-Za-z]{1,2}(?:acute|grave|uml|circ|tilde|cedil|ring|slash|lig)"
+            "|#\\d{1,7}|#x[0-9A-Fa-f]{1,6});"));
+        if (_openCode > 0)
+            return;
+        const QRegularExpressionMatch match = escaped.match(text.toString());
+        if (!match.hasMatch())
+            return;
+        _position += match.capturedStart();
+        note(FindingKind::HtmlEscaped,
+             QStringLiteral("\"%1\" is escaped twice, so readers see \"%2\": escape it once")
+                 .arg(match.captured(), withoutEntities(match.captured())));
     }
 
     /// For a page without any tag.
-    void readEscapes() {
+    void readEscapedTags() {
         static const QRegularExpression escapedTag(
             QStringLiteral("&lt;/?[A-Za-z][A-Za-z0-9]*(\\s[^&<>]*|&quot;)*/?&gt;"));
         const QRegularExpressionMatch match = escapedTag.match(_html);
@@ -204,8 +406,15 @@ private:
 
     const QString &_html;
     const InspectedElement &_element;
-    QStringList _pictures;
+    /// The embedded pictures that get as far as the text renderer's reader.
+    QSet<QString> _pictures;
+    PagePictures _reader{std::chrono::minutes(1)};
+    QHash<QString, bool> _areDrawable;
+    /// Whether a `base` completes relative addresses in the web renderer.
+    bool _hasBase = false;
+    int _openCode = 0;
     qsizetype _position = 0;
+    QSet<QString> _noted;
     std::vector<Finding> _findings;
 };
 

@@ -56,6 +56,12 @@ Finding xmlFailure(const Error &error, QStringView text) {
                 FindingKind::DeclarationLate,
                 QStringLiteral("the declaration <?xml …?> must be the very first thing in the "
                                "document; remove the blanks or lines before it"));
+        case XML_ERROR_NO_ELEMENTS:
+        case XML_ERROR_UNCLOSED_TOKEN:
+        case XML_ERROR_PARTIAL_CHAR:
+        case XML_ERROR_UNCLOSED_CDATA_SECTION:
+            return found(FindingKind::XmlBroken,
+                         QStringLiteral("it is cut off, or lacks an end tag (%1)").arg(reason));
         case XML_ERROR_UNDEFINED_ENTITY:
             return found(FindingKind::EntityUndeclared,
                          reason + QStringLiteral("; write the character itself, or put HTML into a "

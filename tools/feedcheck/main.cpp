@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 #include "ContactSheet.h"
+#include "Explanation.h"
 #include "FeedJudge.h"
 #include "FeedReaders.h"
 #include "FeedReport.h"
@@ -44,6 +45,13 @@ QByteArray findingList() {
     return list;
 }
 
+int explain(const QString &finding) {
+    const QString text = explanationOf(finding);
+    if (text.isNull())
+        return usage(QStringLiteral("no finding: %1 (--list-findings lists them)").arg(finding));
+    return print(text.toUtf8()) ? HasResult : NoResult;
+}
+
 /// The language that a user of `locale` prefers: "de-DE" for "de_DE.UTF-8".
 QString languageFor(const QString &locale) {
     return languagesForTexts({languageOfLocale(locale)}).first();
@@ -84,10 +92,9 @@ Result check(const CommandLine &line) {
     const QString text = source.body ? FeedDownload::text(*source.body) : QString();
     std::optional<Error> error = source.error;
     Feed feed = parse(text, reader.locale, error);
-    // An editor who checks a feed in another language is none of its readers.
+    // The result must not depend on who checks the feed.
     const QString feedLanguage = languageOf(feed);
-    if (!line.locale() && FeedReaders::isKnownLanguage(feedLanguage) &&
-        !FeedReaders::matches(language, feedLanguage)) {
+    if (!line.locale() && FeedReaders::isKnownLanguage(feedLanguage)) {
         reader.locale = DateFormatter::localeIdentifier(feedLanguage, feedLanguage);
         feed = parse(text, reader.locale, error);
     }
@@ -186,6 +193,8 @@ int main(int argc, char *argv[]) {
             return print("pelorin-feedcheck " PELORIN_VERSION "\n") ? HasResult : NoResult;
         case CommandLine::Wish::ListFindings:
             return print(findingList()) ? HasResult : NoResult;
+        case CommandLine::Wish::Explain:
+            return explain(line.finding());
         case CommandLine::Wish::Check:
             break;
     }

@@ -10,10 +10,14 @@ _pelorin_feedcheck() {
     --locale) mapfile -t COMPREPLY < <(compgen -W "$(locale -a 2>/dev/null)" -- "$word") ;;
     --pictures) mapfile -t COMPREPLY < <(compgen -d -- "$word") ;;
     --page-size) COMPREPLY=() ;;
+    --explain)
+        mapfile -t COMPREPLY < <(
+            compgen -W "$(pelorin-feedcheck --list-findings 2>/dev/null |
+                while read -r _ name; do echo "$name"; done)" -- "$word") ;;
     *)
         if [[ $word == -* ]]; then
             mapfile -t COMPREPLY < <(
-                compgen -W "--help --json --list-findings --locale --page-size --pictures --strict
+                compgen -W "--explain --help --json --list-findings --locale --page-size --pictures --strict
                     --version --watch" -- "$word")
         else
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
