@@ -64,8 +64,7 @@ panel: the headers, the CMake package PelorinNews and a pkg-config file.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME pelorin-news-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libcurl4 (>= 7.87)")
-set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "ca-certificates, openssl")
-set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS pelorin-news-page)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "pelorin-news-page, ca-certificates, openssl")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "news panel for Qt applications, tools for feeds
 pelorin-feedcheck checks a news feed as the panel reads it, and takes pictures
 of its items; those by the web engine need the package pelorin-news-page.
