@@ -2,9 +2,14 @@
 
 #include <QDir>
 
+#include <cerrno>
+
 namespace pelorinnews::test {
 
-TestHome::TestHome() {
+// Named after the program, so that a folder that stays behind tells which test left it.
+TestHome::TestHome()
+    : _home(QDir::temp().filePath(QString::fromLocal8Bit(program_invocation_short_name) +
+                                  QStringLiteral("-XXXXXX"))) {
     if (!_home.isValid())
         qFatal("cannot create a temporary home folder: %s", qPrintable(_home.errorString()));
     qputenv("HOME", _home.path().toUtf8());

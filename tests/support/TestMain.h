@@ -5,22 +5,24 @@
 #include <QCoreApplication>
 #include <QTest>
 
+// The home folder is static, because with `-functions` the test ends inside `qExec`.
+
 /// The main function of a test. Makes the test's own home folder first, then the application
 /// object. The test must include the header of `Application`.
-#define PELORIN_TEST_MAIN(Application, TestClass)  \
-    int main(int argc, char *argv[]) {             \
-        const pelorinnews::test::TestHome home;    \
-        const Application application(argc, argv); \
-        TestClass test;                            \
-        return QTest::qExec(&test, argc, argv);    \
+#define PELORIN_TEST_MAIN(Application, TestClass)      \
+    int main(int argc, char *argv[]) {                 \
+        static const pelorinnews::test::TestHome home; \
+        const Application application(argc, argv);     \
+        TestClass test;                                \
+        return QTest::qExec(&test, argc, argv);        \
     }
 
 /// For a test that makes its own application objects, or needs none.
-#define PELORIN_APPLESS_TEST_MAIN(TestClass)    \
-    int main(int argc, char *argv[]) {          \
-        const pelorinnews::test::TestHome home; \
-        TestClass test;                         \
-        return QTest::qExec(&test, argc, argv); \
+#define PELORIN_APPLESS_TEST_MAIN(TestClass)           \
+    int main(int argc, char *argv[]) {                 \
+        static const pelorinnews::test::TestHome home; \
+        TestClass test;                                \
+        return QTest::qExec(&test, argc, argv);        \
     }
 
 /// For a test without a window.
