@@ -5,6 +5,7 @@
 
 #include <QAuthenticator>
 #include <QWebEngineHistory>
+#include <QWebEngineLoadingInfo>
 #include <QWebEngineNewWindowRequest>
 #include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
@@ -51,6 +52,10 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
     connect(this, &QWebEnginePage::urlChanged, this, [this](const QUrl &shown) {
         if (shown == _item && !std::exchange(_itemHasCome, true))
             Q_EMIT itemCame();
+    });
+    connect(this, &QWebEnginePage::loadingChanged, this, [this](const QWebEngineLoadingInfo &info) {
+        if (info.status() == QWebEngineLoadingInfo::LoadFailedStatus && info.url() == _item)
+            Q_EMIT itemFailed();
     });
     // A mouse's back button must not lead to the previous item, which is no longer served.
     connect(this, &QWebEnginePage::loadFinished, this, [this] {

@@ -26,6 +26,9 @@ Q_SIGNALS:
     /// The engine has begun to show the item.
     void itemCame();
 
+    /// The engine could not load the item, and shows an error page.
+    void itemFailed();
+
     /// The item was painted. May never be emitted if the item keeps the engine busy.
     void itemPainted();
 

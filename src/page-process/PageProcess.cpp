@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <type_traits>
 #include <utility>
 
@@ -34,6 +35,10 @@ constexpr double fixedFontRatio = 13.0 / 16;
 /// A page that was visible for this long counts as painted even if `PageScript` has not reported
 /// it.
 constexpr std::chrono::seconds paintTimeout{5};
+
+/// An engine that lacks a thread or some memory may paint nothing, ever, although it answers. A new
+/// process helps.
+constexpr std::chrono::seconds blankTimeout{10};
 
 /// How long Qt may take to paint a frame that the engine has finished.
 constexpr std::chrono::milliseconds paintDelay{30};
@@ -101,6 +106,7 @@ void PageProcess::listenToPage() {
             send(PageLoaded{_number});
     });
     connect(&_page, &ItemPage::itemPainted, this, [this] {
+        _hasReported = true;
         if (!_isPainted)
             _paintTimer.start();
     });
@@ -124,6 +130,12 @@ void PageProcess::listenToPage() {
                     !std::exchange(_isRevived, true))
                     _page.showItem(_handler.moveToAnotherHost());
             });
+    // An item is in this process's memory: if it cannot be loaded, the engine lacks something.
+    connect(&_page, &ItemPage::itemFailed, this, [this] {
+        if (std::exchange(_isRevived, true))
+            std::_Exit(EXIT_FAILURE);
+        _page.showItem(_handler.moveToAnotherHost());
+    });
     connect(&_view, &EngineView::focusLeft, this,
             [this](bool isForward) { send(FocusLeft{isForward ? 1 : 0}); });
 }
@@ -154,6 +166,9 @@ void PageProcess::prepareTimers() {
     }
     _paintTimer.setInterval(paintDelay);
     _paintLimit.setInterval(paintTimeout);
+    _blankLimit.setSingleShot(true);
+    _blankLimit.setInterval(blankTimeout);
+    connect(&_blankLimit, &QTimer::timeout, this, &PageProcess::checkPicture);
     _inputStateTimer.setSingleShot(true);
     _inputStateTimer.setInterval(0);
     connect(&_inputStateTimer, &QTimer::timeout, this, &PageProcess::reportInputState);
@@ -205,6 +220,7 @@ bool PageProcess::handle(const ShowPage &message, const Descriptor &memory) {
     _hangTimer.start(hangTimeout);
     _paintTimer.stop();
     _paintLimit.stop();
+    expectFirstPaint();
     return true;
 }
 
@@ -242,6 +258,10 @@ bool PageProcess::handle(const ViewPlace &message, const Descriptor &) {
 
 bool PageProcess::handle(const Visibility &message, const Descriptor &) {
     _view.setVisible(message.isVisible != 0);
+    if (message.isVisible)
+        expectFirstPaint();
+    else
+        _blankLimit.stop();
     if (!message.isVisible)
         _paintLimit.stop();
     // The engine loads a page again that was discarded, and does not report that.
@@ -348,6 +368,26 @@ void PageProcess::addSurface(QWidget &window, qint32 number) {
 void PageProcess::expectPaint() {
     if (_view.isVisible())
         _paintLimit.start();
+}
+
+// Nothing is painted before there is a page.
+void PageProcess::expectFirstPaint() {
+    if (!_hasPicture && _number > 0 && _view.isVisible() && !_blankLimit.isActive())
+        _blankLimit.start();
+}
+
+// A page that has not reported may yet be there, and one that has may be empty. A page that still
+// waits for a style sheet is neither; the host shows its text after some more attempts.
+void PageProcess::checkPicture() {
+    _hasPicture = !_surfaces.at(0)->isBlank();
+    if (_hasPicture)
+        return;
+    if (!_hasReported)
+        std::_Exit(EXIT_FAILURE);
+    _page.toPlainText([this](const QString &text) {
+        if (_view.isVisible() && !text.trimmed().isEmpty() && _surfaces.at(0)->isBlank())
+            std::_Exit(EXIT_FAILURE);
+    });
 }
 
 void PageProcess::pagePainted() {

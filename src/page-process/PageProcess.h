@@ -70,6 +70,8 @@ private:
     void addSurface(QWidget &window, qint32 number);
     void retryInNewProcess();
     void expectPaint();
+    void expectFirstPaint();
+    void checkPicture();
     void pagePainted();
     void reportInputState();
     void reportLink(const PageScript::Pointed &link);
@@ -95,7 +97,7 @@ private:
     bool _isGreeted = false;
     pageprotocol::FocusInput _focus;
     double _zoom = 1;
-    /// Whether the page was loaded again after its process had died.
+    /// Whether the page was loaded again after its process had died, or after its load had failed.
     bool _isRevived = false;
     QTimer _hangTimer;
     QTimer _inputStateTimer;
@@ -103,6 +105,12 @@ private:
     /// without a report, after it was visible for some time.
     QTimer _paintTimer;
     QTimer _paintLimit;
+    /// Runs once for the first page that is visible in this process.
+    QTimer _blankLimit;
+    /// Whether any page has reported that it was painted.
+    bool _hasReported = false;
+    /// Whether the view was found with something in it.
+    bool _hasPicture = false;
     pageprotocol::InputState _inputState;
     /// What was last reported of the pointer and of the focus.
     std::array<pageprotocol::LinkPointed, 2> _links;

@@ -95,16 +95,38 @@ void Surface::copyFrame() {
     Q_EMIT framePainted(_present.generation, static_cast<qint32>(index));
 }
 
+bool Surface::isBlank() const {
+    const QImage *const image = content();
+    if (!image || image->isNull())
+        return true;
+    const uchar *const first = image->constScanLine(0);
+    const auto width = static_cast<size_t>(bytesPerPixel * image->width());
+    // Each pixel of the first row equals the one before it, and each row the first.
+    if (std::memcmp(first, first + bytesPerPixel, width - bytesPerPixel) != 0)
+        return false;
+    for (int y = 1; y < image->height(); ++y) {
+        if (std::memcmp(first, image->constScanLine(y), width) != 0)
+            return false;
+    }
+    return true;
+}
+
+// What the window has painted; null if it has painted nothing, or in another format.
+const QImage *Surface::content() const {
+    const QBackingStore *store = _window.backingStore();
+    auto *device = store ? const_cast<QBackingStore *>(store)->paintDevice() : nullptr;
+    if (!device || device->devType() != QInternal::Image)
+        return nullptr;
+    const auto *image = static_cast<const QImage *>(device);
+    return image->depth() == bytesPerPixel * 8 ? image : nullptr;
+}
+
 // Copies the window's content; what it does not cover becomes white. The sizes may differ: rounding
 // may make the window a pixel larger than the buffer, and for one frame it may have its previous
 // size.
 bool Surface::fill(uchar *pixels) const {
-    const QBackingStore *store = _window.backingStore();
-    auto *device = store ? const_cast<QBackingStore *>(store)->paintDevice() : nullptr;
-    if (!device || device->devType() != QInternal::Image)
-        return false;
-    const auto *image = static_cast<const QImage *>(device);
-    if (image->depth() != bytesPerPixel * 8)
+    const QImage *const image = content();
+    if (!image)
         return false;
     const qint64 rowBytes = bytesPerPixel * _present.width;
     const qint64 shared = std::min<qint64>(rowBytes, bytesPerPixel * image->width());

@@ -8,6 +8,7 @@
 #include <array>
 #include <optional>
 
+class QImage;
 class QWidget;
 
 namespace pelorinnews {
@@ -33,6 +34,9 @@ public:
     /// had not got this frame.
     [[nodiscard]] bool frameTaken(const pageprotocol::FrameTaken &frame);
 
+    /// Whether the window has one colour everywhere, or was never painted.
+    [[nodiscard]] bool isBlank() const;
+
     /// Sends the present content once more.
     void sendAgain();
 
@@ -54,6 +58,7 @@ private:
 
     void resizeWindow();
     void copyFrame();
+    [[nodiscard]] const QImage *content() const;
     [[nodiscard]] bool fill(uchar *pixels) const;
 
     QWidget &_window;

@@ -18,6 +18,7 @@
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QScreen>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTextBrowser>
 #include <QThread>
@@ -131,6 +132,7 @@ private Q_SLOTS:
     void triesAProgramThatIsInstalledLater();
     void paintsTextIfTheProcessIsNotReadyInTime();
     void keepsTheTextUntilTheProcessPaints();
+    void paintsTextIfTheProcessPaintsNothing();
     void replacesAStoppedProcess_data();
     void replacesAStoppedProcess();
     void makesNoBuffersForAStoppedProcess();
@@ -284,6 +286,26 @@ void ProcessTest::keepsTheTextUntilTheProcessPaints() {
     QTRY_COMPARE(limited.renderer.process(), 0);
     QCOMPARE(limited.window.findChild<QTextBrowser *>(), text);
     QVERIFY(!limited.window.findChild<PageWidget *>()->isVisible());
+}
+
+// A page with such a style sheet is not painted before the style sheet comes.
+void ProcessTest::paintsTextIfTheProcessPaintsNothing() {
+    LimitedRenderer empty({.failures = 1});
+    empty.renderer.loadHtmlString(QStringLiteral("<p>"), PageKind::Item);
+    const qint64 process = empty.renderer.process();
+    QVERIFY(process > 0);
+    QTcpServer silent;
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    LimitedRenderer limited({.failures = 1});
+    limited.renderer.loadHtmlString(
+        QStringLiteral("<link rel='stylesheet' href='http://127.0.0.1:%1/'>The page")
+            .arg(silent.serverPort()),
+        PageKind::Item);
+    QTRY_VERIFY(limited.isText());
+    QCOMPARE(limited.window.findChild<QTextBrowser *>()->toPlainText(), QStringLiteral("The page"));
+    // Its time has been up for longer.
+    QVERIFY(!empty.isText());
+    QCOMPARE(empty.renderer.process(), process);
 }
 
 void ProcessTest::replacesAStoppedProcess_data() {
