@@ -2,11 +2,12 @@
 // row.
 //
 // The program decides when it starts: nothing is counted or failed before it calls
-// `pelorinCountFaults(true)`. From then on the library counts the calls of each kind in all threads
-// of the process, and fails call number PELORIN_FAULT_CALL of the kind PELORIN_FAULT_KIND, and the
-// PELORIN_FAULT_MORE calls after it, with the error number PELORIN_FAULT_ERROR. When the process
-// ends, it writes the counts to the file PELORIN_FAULT_REPORT, one kind a line; before that, the
-// first failed call with its stack. Without a kind it only counts.
+// `pelorinCountFaults(true)`, unless PELORIN_FAULT_AT_ONCE is set. From then on the library counts
+// the calls of each kind in all threads of the process, and fails call number PELORIN_FAULT_CALL of
+// the kind PELORIN_FAULT_KIND, and the PELORIN_FAULT_MORE calls after it, with the error number
+// PELORIN_FAULT_ERROR. It writes the first failed call with its stack to the file
+// PELORIN_FAULT_REPORT, and keeps the counts in the file PELORIN_FAULT_COUNTS, four bytes for each
+// kind, which are right even if the process is killed. Without a kind it only counts.
 //
 // Not counted: calls on the event loop's own descriptors (eventfd and the like, which the kernel
 // does not fail), on the standard streams, and by child processes; and threads that Qt Gui and Qt
@@ -64,7 +65,10 @@ constexpr std::string_view names[Kinds] = {"open",    "read",   "read-settings",
 constexpr std::size_t largeBlock = 1024 * 1024;
 
 std::atomic<bool> counting = false;
-std::atomic<unsigned> counts[Kinds];
+using Counts = std::atomic<unsigned>[Kinds];
+Counts ownCounts;
+/// In the file, if there is one.
+Counts *counts = &ownCounts;
 /// Guards against counting the calls that the library makes itself.
 thread_local bool inside = false;
 
@@ -115,6 +119,17 @@ __attribute__((constructor)) void prepare() {
     choice.error = static_cast<int>(numberFrom("PELORIN_FAULT_ERROR"));
     if (const char *report = std::getenv("PELORIN_FAULT_REPORT"))
         choice.report = ::open(report, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    if (const char *path = std::getenv("PELORIN_FAULT_COUNTS")) {
+        const int file = ::open(path, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        void *const shared =
+            ::ftruncate(file, sizeof(Counts)) == 0
+                ? ::mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0)
+                : MAP_FAILED;
+        if (shared != MAP_FAILED)
+            counts = static_cast<Counts *>(shared);
+        ::close(file);
+    }
+    counting = std::getenv("PELORIN_FAULT_AT_ONCE") != nullptr;
     ::unsetenv("LD_PRELOAD");
     struct sigaction crash {};
     crash.sa_handler = tellCrash;
@@ -123,17 +138,15 @@ __attribute__((constructor)) void prepare() {
         ::sigaction(number, &crash, nullptr);
 }
 
-__attribute__((destructor)) void report() {
+__attribute__((destructor)) void end() {
     counting = false;
-    for (int each = 0; each < Kinds; ++each)
-        put("%s %u\n", names[each].data(), counts[each].load());
 }
 
 /// Counts a call. True, with `errno` set, if it is to fail.
 bool fails(Kind kind, const char *function) {
     if (!counting || inside)
         return false;
-    const unsigned call = ++counts[kind];
+    const unsigned call = ++(*counts)[kind];
     if (kind != choice.kind || call < choice.call || call - choice.call > choice.more)
         return false;
     if (call != choice.call) {

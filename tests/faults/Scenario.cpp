@@ -18,6 +18,7 @@
 #include <QClipboard>
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
+#include <QImage>
 #include <QMimeData>
 #include <QPluginLoader>
 #include <QSslCertificate>
@@ -91,6 +92,7 @@ public:
         if (!isSeen)
             step("announce", [this] { return announce(); });
         step("show", [this, isSeen] { return isSeen ? showUntilItem() : show(); });
+        step("paint", [this] { return paint(); });
         step("next", [this] { return press(QStringLiteral("nextItem")); });
         step("copy", [this] { return copy(); });
         step("close", [this] {
@@ -124,6 +126,26 @@ private:
             return {};
         _news->setLogger(_log);
         return QStringLiteral("created");
+    }
+
+    /// Waits until the page has dark pixels, as those of a text.
+    QString paint() {
+        const auto isPainted = [] {
+            QWidget *const view = pageView();
+            if (!view)
+                return false;
+            const QImage image = view->grab().toImage().convertToFormat(QImage::Format_Grayscale8);
+            for (int y = 0; y < image.height(); ++y) {
+                const uchar *const line = image.constScanLine(y);
+                constexpr uchar dark = 100;
+                if (std::any_of(line, line + image.width(), [](uchar each) { return each < dark; }))
+                    return true;
+            }
+            return false;
+        };
+        return QTest::qWaitFor(isPainted, static_cast<int>(_timeout.count()))
+                   ? QStringLiteral("painted")
+                   : QString();
     }
 
     /// Waits for the announcement of the first refresh, until the desktop has it.
@@ -191,18 +213,22 @@ private:
         return nullptr;
     }
 
-    /// The text that assistive technology reads for the page; empty before the first page.
-    [[nodiscard]] static QString page() {
+    [[nodiscard]] static QWidget *pageView() {
         const QWidget *const open = window();
         const QWidgetList parts = open ? open->findChildren<QWidget *>() : QWidgetList();
-        for (QWidget *each : parts) {
-            if (!QByteArray(each->metaObject()->className()).endsWith("OlvNewsWebView"))
-                continue;
-            QAccessibleInterface *const view = QAccessible::queryAccessibleInterface(each);
-            const QString text = view ? view->text(QAccessible::Value) : QString();
-            return text == QLatin1String("Pelorin News content") ? QString() : text.left(60);
-        }
-        return {};
+        const auto found = std::find_if(parts.begin(), parts.end(), [](const QWidget *each) {
+            return QByteArray(each->metaObject()->className()).endsWith("OlvNewsWebView");
+        });
+        return found == parts.end() ? nullptr : *found;
+    }
+
+    /// The text that assistive technology reads for the page; empty before the first page.
+    [[nodiscard]] static QString page() {
+        QWidget *const widget = pageView();
+        QAccessibleInterface *const view =
+            widget ? QAccessible::queryAccessibleInterface(widget) : nullptr;
+        const QString text = view ? view->text(QAccessible::Value) : QString();
+        return text == QLatin1String("Pelorin News content") ? QString() : text.left(60);
     }
 
     /// The page once there is one and it differs from `before`.
