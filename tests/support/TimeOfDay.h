@@ -14,6 +14,10 @@ void setTimeOfDayAhead(std::chrono::seconds offset);
 /// thread.
 void setTimeOfDayAheadAfter(int count, std::chrono::seconds offset);
 
+/// What the program sees after the computer was asleep for `time`: the time of day and the time
+/// since boot have gone on, its own time has not, and alarms that count sleep are due. Thread-safe.
+void letComputerSleep(std::chrono::seconds time);
+
 constexpr std::chrono::hours tenYears{24 * 3652};
 
 }  // namespace pelorinnews::test
