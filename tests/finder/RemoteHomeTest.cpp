@@ -160,8 +160,9 @@ void RemoteHomeTest::staysPendingWhereItIsTooBigUnlessTwoAreFound() {
     const auto gathered =
         QObject::connect(center, &MetadataQueryCenter::didFinishGathering, center, note);
     const auto updated = QObject::connect(center, &MetadataQueryCenter::didUpdate, center, note);
-    // Matches are watched only after the walks have ended: wait for that.
-    QTRY_VERIFY(watches(at(QStringLiteral("here"))));
+    // Matches are watched only after the walks have ended, and their folder before the one above
+    // it: wait for both.
+    QTRY_VERIFY(watches(at(QStringLiteral("here"))) && watches(_folder->path()));
     QCOMPARE(finder->result(), OlvFinderResultPending);
     make(QStringLiteral("second/") + _name);
     QTRY_VERIFY(!results.isEmpty());
