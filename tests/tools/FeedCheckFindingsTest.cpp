@@ -555,6 +555,8 @@ private Q_SLOTS:
             "Mon, 02 Mar 2015 09:00:00 GMT");
         row("en", "Mon Mar  2 10:00:00 2015", "Mon, 02 Mar 2015 10:00:00 GMT");
         row("en", "Monday, 02-Mar-15 10:00:00 GMT", "Mon, 02 Mar 2015 10:00:00 GMT");
+        row("en", "Mon,02 Mar 2015 10:00:00 GMT", "Mon, 02 Mar 2015 10:00:00 GMT");
+        row("en", "lunes, 2 de marzo de 2015", "Mon, 02 Mar 2015 00:00:00 GMT");
         row("en", "2015年3月2日 10:00", "Mon, 02 Mar 2015 10:00:00 GMT");
         for (const char *const unclear :
              {"Mon, 2 Mar 2015 25:10:00 GMT", "Mon, 2 Mar 2015 10:61:00 GMT",

@@ -15,11 +15,29 @@ namespace {
 
 /// The forms of a day with the name of its month.
 constexpr std::array dayForms = {
-    "EEE, d LLL yyyy",  "EEE, d MMM yyyy",    "EEE d LLL yyyy",   "EEE d MMM yyyy",
-    "d LLL yyyy",       "d MMM yyyy",         "EEEE, d-MMM-yyyy", "EEE, d-MMM-yyyy",
-    "d-MMM-yyyy",       "EEEE, d MMMM yyyy",  "EEEE d MMMM yyyy", "d MMMM yyyy",
-    "d. MMMM yyyy",     "EEEE, d. MMMM yyyy", "MMMM d, yyyy",     "MMM d, yyyy",
-    "EEE, MMM d, yyyy", "EEEE, MMMM d, yyyy", "EEE MMM d yyyy",   "EEE LLL d yyyy",
+    "EEE, d LLL yyyy",
+    "EEE, d MMM yyyy",
+    "EEE d LLL yyyy",
+    "EEE d MMM yyyy",
+    "d LLL yyyy",
+    "d MMM yyyy",
+    "EEEE, d-MMM-yyyy",
+    "EEE, d-MMM-yyyy",
+    "d-MMM-yyyy",
+    "EEEE, d MMMM yyyy",
+    "EEEE d MMMM yyyy",
+    "d MMMM yyyy",
+    "d. MMMM yyyy",
+    "EEEE, d. MMMM yyyy",
+    "MMMM d, yyyy",
+    "MMM d, yyyy",
+    "EEE, MMM d, yyyy",
+    "EEEE, MMMM d, yyyy",
+    "EEE MMM d yyyy",
+    "EEE LLL d yyyy",
+    "d 'de' MMMM 'de' yyyy",
+    "EEEE, d 'de' MMMM 'de' yyyy",
+    "yyyy. MMMM d.",
 };
 constexpr std::array languages = {"en", "de", "fr", "es", "it", "pt_BR", "nl",
                                   "pl", "cs", "ru", "ja", "ko", "zh",    "ar"};
@@ -121,7 +139,8 @@ QDateTime DateGuess::read(const QString &text) {
         "(?: ?(?<zone>[A-Za-z]*[+-]\\d{1,2}:?\\d{0,2}|[A-Za-z]{1,5}))?(?= |,|$)"));
     if (text.size() > maxLength)
         return {};
-    QString day = text.simplified().remove(remark).trimmed();
+    QString day = QString(text).replace(u',', QLatin1String(", ")).simplified().remove(remark);
+    day = day.trimmed();
     const QRegularExpressionMatch match = time.match(day);
     std::optional<int> offset = 0;
     QTime clock(0, 0);
