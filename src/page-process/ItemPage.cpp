@@ -54,7 +54,10 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
             Q_EMIT itemCame();
     });
     connect(this, &QWebEnginePage::loadingChanged, this, [this](const QWebEngineLoadingInfo &info) {
-        if (info.status() == QWebEngineLoadingInfo::LoadFailedStatus && info.url() == _item)
+        // A page that reloads itself again and again aborts its own loads.
+        constexpr int aborted = -3;
+        if (info.status() == QWebEngineLoadingInfo::LoadFailedStatus && info.url() == _item &&
+            info.errorCode() != aborted)
             Q_EMIT itemFailed();
     });
     // A mouse's back button must not lead to the previous item, which is no longer served.

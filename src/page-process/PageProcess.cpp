@@ -38,7 +38,7 @@ constexpr std::chrono::seconds paintTimeout{5};
 
 /// An engine that lacks a thread or some memory may paint nothing, ever, although it answers. A new
 /// process helps.
-constexpr std::chrono::seconds blankTimeout{10};
+constexpr std::chrono::seconds blankTimeout{20};
 
 /// How long Qt may take to paint a frame that the engine has finished.
 constexpr std::chrono::milliseconds paintDelay{30};
