@@ -353,8 +353,8 @@ void HostileTest::doesNoMoreThanStandsBesideIt() {
     _fixture->load(
         QStringLiteral("<body style='background:#fffff0'><p><a href=a "
                        "style='font-size:60px'>An ordinary page</a></p>"));
-    // No QTRY_COMPARE: it asks once more after it has seen the text, and a page that took long to
-    // come is loaded a second time.
+    // No QTRY_COMPARE: it asks once more after it has seen the text, and the page process may load
+    // a page that took long to come a second time.
     const auto showsOrdinaryPage = [this] {
         return _fixture->text() == QLatin1String("An ordinary page");
     };
