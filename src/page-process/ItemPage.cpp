@@ -14,6 +14,13 @@
 
 namespace pelorinnews {
 
+namespace {
+
+/// How long a page waits for style sheets from the web before it is painted without them.
+constexpr std::chrono::seconds styleSheetTimeout{3};
+
+}  // namespace
+
 ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage(profile, parent) {
     QWebEngineSettings *engine = settings();
     for (const auto attribute : {
@@ -59,6 +66,16 @@ ItemPage::ItemPage(QWebEngineProfile *profile, QObject *parent) : QWebEnginePage
         if (info.status() == QWebEngineLoadingInfo::LoadFailedStatus && info.url() == _item &&
             info.errorCode() != aborted)
             Q_EMIT itemFailed();
+    });
+    _styleSheetTimer.setInterval(styleSheetTimeout);
+    connect(&_styleSheetTimer, &QTimer::timeout, this, [this] {
+        runJavaScript(_script.skipLateStyleSheets(), QWebEngineScript::ApplicationWorld);
+    });
+    connect(this, &QWebEnginePage::loadStarted, this, [this] { _styleSheetTimer.start(); });
+    // Before the item has come, this is the end of the previous page's load.
+    connect(this, &QWebEnginePage::loadFinished, this, [this] {
+        if (_itemHasCome)
+            _styleSheetTimer.stop();
     });
     // A mouse's back button must not lead to the previous item, which is no longer served.
     connect(this, &QWebEnginePage::loadFinished, this, [this] {

@@ -3,6 +3,7 @@
 #include "PageScript.h"
 #include "pageprotocol/NavigationType.h"
 
+#include <QTimer>
 #include <QWebEnginePage>
 
 namespace pelorinnews {
@@ -60,6 +61,8 @@ private:
     QUrl _shown;
     bool _itemHasCome = false;
     PageScript _script;
+    /// Runs while the page loads.
+    QTimer _styleSheetTimer;
 };
 
 }  // namespace pelorinnews

@@ -376,8 +376,7 @@ void PageProcess::expectFirstPaint() {
         _blankLimit.start();
 }
 
-// A page that has not reported may yet be there, and one that has may be empty. A page that still
-// waits for a style sheet is neither; the host shows its text after some more attempts.
+// A page that has not reported may yet be there, and one that has may be empty.
 void PageProcess::checkPicture() {
     _hasPicture = !_surfaces.at(0)->isBlank();
     if (_hasPicture)

@@ -94,6 +94,40 @@ constexpr auto reporter = R"((() => {
         focused = null;
         pointed('focus', null);
     }, true);
+    // The engine paints nothing that follows a link to a style sheet until the style sheet has come,
+    // and nothing at all if the link is in the head. Timers do not run in a page without scripts, so
+    // the page process says when one is late: it then counts as one for another medium, for which
+    // the engine does not wait, until it comes. One that is imported is given up.
+    const settled = new WeakSet();
+    for (const end of ['load', 'error'])
+        EventTarget.prototype.addEventListener.call(
+            document, end, event => settled.add(event.target), true);
+    const isImport = rule => rule instanceof CSSImportRule;
+    const setAside = element => {
+        if (element instanceof HTMLStyleElement) {
+            const rules = [...element.sheet?.cssRules ?? []];
+            if (rules.some(isImport))
+                element.textContent =
+                    rules.filter(rule => !isImport(rule)).map(rule => rule.cssText).join('\n');
+        } else if (element.sheet !== null) {
+            element.disabled = true;
+        } else {
+            const {media} = element;
+            element.media = 'not all';
+            element.addEventListener('load', () => element.media = media, {once: true});
+        }
+    };
+    addEventListener('%1late', () => {
+        const sheets = Document.prototype.querySelectorAll.call(document,
+                                                                'link[rel~=stylesheet i],style');
+        for (const element of sheets) {
+            if (!settled.has(element) &&
+                (element instanceof HTMLLinkElement || element instanceof HTMLStyleElement)) {
+                settled.add(element);
+                setAside(element);
+            }
+        }
+    });
     // The engine begins a frame only when the earlier frames are on their way to the screen, so by
     // the fourth frame the page has been painted.
     const painted = frames => frames > 0 ? requestAnimationFrame(() => painted(frames - 1))
@@ -115,6 +149,10 @@ QWebEngineScript PageScript::script() const {
     script.setWorldId(QWebEngineScript::ApplicationWorld);
     script.setRunsOnSubFrames(true);
     return script;
+}
+
+QString PageScript::skipLateStyleSheets() const {
+    return QStringLiteral("dispatchEvent(new Event('%1late'))").arg(_secret);
 }
 
 std::optional<QUrl> PageScript::addressOf(QLatin1String report, const QString &message) const {

@@ -25,6 +25,10 @@ public:
     /// The script to run in every frame, from the creation of its document.
     [[nodiscard]] QWebEngineScript script() const;
 
+    /// Code that makes the page stop waiting for the style sheets that have not come yet. Runs in
+    /// the world of `script`.
+    [[nodiscard]] QString skipLateStyleSheets() const;
+
     /// The clicked link, if `consoleMessage` is the script's report of a click. Absent for other
     /// console messages, such as warnings of the engine that quote the page.
     [[nodiscard]] std::optional<QUrl> clickedLink(const QString &consoleMessage) const;

@@ -9,6 +9,8 @@
 #include <QClipboard>
 #include <QMimeData>
 #include <QProcess>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTextBrowser>
 #include <QTextDocument>
 
@@ -42,6 +44,8 @@ private Q_SLOTS:
     void zoomsByTheWheel();
     void keepsTheZoomForLaterPages();
     void leavesTheLoadedPageAlone();
+    void doesNotWaitLongForAStyleSheet_data();
+    void doesNotWaitLongForAStyleSheet();
     void shrinksPicturesToTheWindow();
     void leavesPicturesMadeForScrolling_data();
     void leavesPicturesMadeForScrolling();
@@ -301,6 +305,67 @@ QRect LookTest::pictureOnScreen() const {
             if (screen.pixelColor(x, y) == ground)
                 extent |= QRect(x, y, 1, 1);
     return extent;
+}
+
+void LookTest::doesNotWaitLongForAStyleSheet_data() {
+    QTest::addColumn<QString>("html");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("isAppliedLate");
+    const QString page = QStringLiteral("<head>%2</head><body bgcolor=#20c040>The page");
+    const QString link = QStringLiteral("<link rel=stylesheet href='%1'>");
+    const QString text = QStringLiteral("The page");
+    QTest::newRow("in the head") << page.arg(link) << text << true;
+    QTest::newRow("twice in the page") << page.arg(QString()) + link + QStringLiteral(", its ") +
+                                              link + QStringLiteral("<b>end</b>")
+                                       << QStringLiteral("The page, its end") << true;
+    QTest::newRow("imported") << page.arg(QStringLiteral(
+                                     "<style>@import '%1'; body { color: red }</style>"))
+                              << text << false;
+    QTest::newRow("imported by a linked one")
+        << page.arg(QStringLiteral("<link rel=stylesheet href=\"data:text/css,@import '%1'\">"))
+        << text << false;
+    QTest::newRow("with names that hide the document's functions")
+        << page.arg(link) + QStringLiteral(
+                                "<form name=querySelectorAll></form>"
+                                "<form name=addEventListener></form>")
+        << text << true;
+}
+
+void LookTest::doesNotWaitLongForAStyleSheet() {
+    QFETCH(const QString, html);
+    QFETCH(const QString, text);
+    QFETCH(const bool, isAppliedLate);
+    // Accepts connections and does not answer.
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    _fixture->load(QStringLiteral("<body bgcolor=#ffffff>Before"));
+    const qint64 process = _fixture->isWeb() ? _fixture->engine().process() : 0;
+    _fixture->view.loadHtmlString(
+        html.arg(QStringLiteral("http://127.0.0.1:%1/").arg(server.serverPort())));
+    waitUntil([this] { return _fixture->pixel(corner) == ground; }, "the page is not painted");
+    waitUntil([&] { return _fixture->text().simplified() == text; }, "the page is not complete");
+    if (!_fixture->isWeb())
+        return;
+    QCOMPARE(_fixture->engine().process(), process);
+    if (html.contains(u"color: red"))
+        QCOMPARE(_fixture->evaluated(QStringLiteral("getComputedStyle(document.body).color")),
+                 QVariant(QStringLiteral("rgb(255, 0, 0)")));
+    if (!isAppliedLate)
+        return;
+    const auto answer = [&server] {
+        while (QTcpSocket *asked = server.nextPendingConnection()) {
+            const QByteArray style = "body { background: #102030 }";
+            asked->write(
+                "HTTP/1.1 200 OK\r\nContent-Type: text/css\r\nConnection: close\r\n"
+                "Content-Length: " +
+                QByteArray::number(style.size()) + "\r\n\r\n" + style);
+            asked->disconnectFromHost();
+        }
+    };
+    connect(&server, &QTcpServer::newConnection, this, answer);
+    answer();
+    waitUntil([this] { return _fixture->pixel(corner) == darkGround; },
+              "the style sheet is not applied");
 }
 
 void LookTest::shrinksPicturesToTheWindow() {
